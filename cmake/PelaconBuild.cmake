@@ -1,0 +1,60 @@
+# What every target of this tree shares: language level, warnings, sanitizers, compiler cache.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+option(PELACON_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+set(PELACON_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined or thread")
+
+find_program(PELACON_CCACHE ccache)
+if(PELACON_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER "${PELACON_CCACHE}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${PELACON_CCACHE}")
+endif()
+
+find_package(Threads REQUIRED)
+
+if(MSVC)
+    add_compile_options(/W4 /utf-8)
+    if(PELACON_WARNINGS_AS_ERRORS)
+        add_compile_options(/WX)
+    endif()
+else()
+    add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    if(PELACON_WARNINGS_AS_ERRORS)
+        add_compile_options(-Werror)
+    endif()
+endif()
+
+if(PELACON_SANITIZE)
+    add_compile_options(-fsanitize=${PELACON_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${PELACON_SANITIZE})
+endif()
+
+if(WIN32)
+    set(PELACON_PLATFORM windows)
+    add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+else()
+    set(PELACON_PLATFORM linux)
+endif()
+
+# Where the service executable is expected to be installed. After a restart announcement the library
+# looks for a process that runs from this very path.
+if(WIN32)
+    set(_pelacon_service_path "C:\\\\Program Files\\\\Karvell\\\\Tavimo\\\\PelaconService.exe")
+else()
+    set(_pelacon_service_path "${CMAKE_INSTALL_FULL_LIBEXECDIR}/pelacon/PelaconService")
+endif()
+set(PELACON_SERVICE_PATH "${_pelacon_service_path}" CACHE STRING
+    "Full path of the installed service executable")
+
+# The account, besides root and the user's own, whose service a client trusts.
+set(PELACON_SERVICE_ACCOUNT "pelacon" CACHE STRING "Account that a system-wide service runs as")

@@ -1,0 +1,36 @@
+// The record of every request, reply and notification.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// One message, as it passes between the SDK and the message client. The layout is a fixed contract
+/// between the two.
+struct TagIPCMessageItem {
+    std::string name;                     ///< always empty in what the SDK sends
+    std::int32_t targetModuleId = -1;     ///< whom the message is for
+    std::int32_t sourceModuleId = -1;     ///< whom it is from
+    std::int32_t msgId = -1;              ///< what it is
+    std::int32_t reservedA = -1;
+    std::int32_t reservedB = -1;
+    std::int32_t reservedC = 0;
+    std::uint32_t length = 0;             ///< bytes at message
+    std::uint8_t* message = nullptr;      ///< the payload, or null where there is none
+    bool flag = false;
+    std::uint32_t processId = 0;          ///< the sender's process, in a request
+};
+
+static_assert(sizeof(std::string) == 32);
+static_assert(sizeof(TagIPCMessageItem) == 80);
+static_assert(offsetof(TagIPCMessageItem, name) == 0);
+static_assert(offsetof(TagIPCMessageItem, targetModuleId) == 32);
+static_assert(offsetof(TagIPCMessageItem, sourceModuleId) == 36);
+static_assert(offsetof(TagIPCMessageItem, msgId) == 40);
+static_assert(offsetof(TagIPCMessageItem, reservedA) == 44);
+static_assert(offsetof(TagIPCMessageItem, reservedB) == 48);
+static_assert(offsetof(TagIPCMessageItem, reservedC) == 52);
+static_assert(offsetof(TagIPCMessageItem, length) == 56);
+static_assert(offsetof(TagIPCMessageItem, message) == 64);
+static_assert(offsetof(TagIPCMessageItem, flag) == 72);
+static_assert(offsetof(TagIPCMessageItem, processId) == 76);

@@ -1,0 +1,155 @@
+#include <LogHelper/KvLogger.h>
+#include <os/Environment.h>
+#include <os/SinkSlot.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace {
+
+using pelacon::os::EnvironmentVariable;
+
+constexpr std::int32_t kNothing = kLogFailure + 1;
+
+/// Wide text as UTF-8; a character that is none becomes U+FFFD.
+std::string Utf8(std::wstring_view text)
+{
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (const wchar_t wide : text) {
+        auto code = static_cast<std::uint32_t>(wide);
+        if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
+            code = 0xFFFD;
+        }
+        if (code < 0x80) {
+            bytes += static_cast<char>(code);
+        } else if (code < 0x800) {
+            bytes += static_cast<char>(0xC0 | (code >> 6));
+            bytes += static_cast<char>(0x80 | (code & 0x3F));
+        } else if (code < 0x10000) {
+            bytes += static_cast<char>(0xE0 | (code >> 12));
+            bytes += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+            bytes += static_cast<char>(0x80 | (code & 0x3F));
+        } else {
+            bytes += static_cast<char>(0xF0 | (code >> 18));
+            bytes += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+            bytes += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+            bytes += static_cast<char>(0x80 | (code & 0x3F));
+        }
+    }
+    return bytes;
+}
+
+/// Time of day in UTC with milliseconds, and the level's letter.
+std::string Decoration(LOG_MESSAGE_LEVEL level)
+{
+    using namespace std::chrono;
+    const auto now = time_point_cast<milliseconds>(system_clock::now());
+    const auto today = floor<days>(now);
+    const hh_mm_ss time{now - today};
+    const year_month_day date{today};
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%03dZ %c ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()),
+                  static_cast<int>(time.subseconds().count()), ".TIWE"[std::clamp<int>(level, 0, 4)]);
+    return text;
+}
+
+/// What PELACON_LOG asks for.
+class EnvironmentOutput {
+ public:
+    EnvironmentOutput()
+    {
+        const std::optional<std::string> wish = EnvironmentVariable("PELACON_LOG");
+        if (!wish || wish->empty() || (*wish)[0] < '1' || (*wish)[0] > '4') {
+            return;
+        }
+        if (wish->size() == 1) {
+            file_ = stderr;
+        } else if ((*wish)[1] == ':') {
+            file_ = std::fopen(wish->c_str() + 2, "a");
+        }
+        if (file_ != nullptr) {
+            lowest_ = (*wish)[0] - '0';
+        }
+    }
+
+    std::int32_t Lowest() const { return lowest_; }
+
+    void Write(LOG_MESSAGE_LEVEL level, std::wstring_view line)
+    {
+        if (level < lowest_) {
+            return;
+        }
+        const std::string text = Decoration(level) + Utf8(line) + '\n';
+        const std::lock_guard lock(mutex_);
+        std::fwrite(text.data(), 1, text.size(), file_);
+        std::fflush(file_);
+    }
+
+ private:
+    std::mutex mutex_;
+    std::FILE* file_ = nullptr;
+    std::int32_t lowest_ = kNothing;
+};
+
+/// The outputs live as long as the process: threads may log until its very end.
+EnvironmentOutput& Environment()
+{
+    static EnvironmentOutput& output = *new EnvironmentOutput;
+    return output;
+}
+
+struct ApplicationOutput {
+    pelacon::os::SinkSlot<LOG_MESSAGE_LEVEL, std::wstring_view> slot;
+    std::atomic<std::int32_t> lowest{kNothing};
+    std::mutex exchange;
+};
+
+ApplicationOutput& Application()
+{
+    static ApplicationOutput& output = *new ApplicationOutput;
+    return output;
+}
+
+}  // namespace
+
+KvLogger& KvLogger::GetInstance()
+{
+    static KvLogger& logger = *new KvLogger;
+    return logger;
+}
+
+KvLogger::KvLogger() : lowestWanted_(Environment().Lowest()) {}
+
+void KvLogger::Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& line) noexcept
+{
+    try {
+        const std::wstring text = line.str();
+        Environment().Write(level, text);
+        if (level >= Application().lowest.load(std::memory_order_relaxed)) {
+            Application().slot.Deliver(level, text);
+        }
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a line lost for want of memory
+    }
+}
+
+void KvLogger::SetSink(Sink sink, LOG_MESSAGE_LEVEL lowest)
+{
+    ApplicationOutput& application = Application();
+    {
+        const std::int32_t wanted = sink ? static_cast<std::int32_t>(lowest) : kNothing;
+        const std::lock_guard lock(application.exchange);
+        application.lowest.store(wanted, std::memory_order_relaxed);
+        lowestWanted_.store(std::min(wanted, Environment().Lowest()), std::memory_order_relaxed);
+    }
+    application.slot.Set(std::move(sink));
+}

@@ -1,0 +1,26 @@
+// The list of processes, as far as the library needs to know it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace pelacon::os {
+
+/// The calling process's id.
+std::uint32_t CurrentProcessId();
+
+/// Where the service executable is installed; set when the library is built.
+const std::string& ServiceInstallPath();
+
+/// Tells the visitor the id and the full executable path of each process whose path can be read,
+/// until the visitor returns false. Returns false when no list of processes could be taken at all.
+bool VisitProcessPaths(
+    const std::function<bool(std::uint32_t processId, const std::string& path)>& visitor);
+
+/// Tells the visitor the id and the short name of each process; a name that cannot be read is
+/// "<unknown>".
+void VisitProcessNames(
+    const std::function<void(std::uint32_t processId, const std::wstring& name)>& visitor);
+
+}  // namespace pelacon::os

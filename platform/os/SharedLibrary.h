@@ -1,0 +1,10 @@
+// The module that the code runs in.
+#pragma once
+
+namespace pelacon::os {
+
+/// Keeps the module that holds this code in memory until the process ends, whoever unloads it:
+/// threads of it may be running application code at that moment. Cheap when called again.
+void PinThisLibrary();
+
+}  // namespace pelacon::os

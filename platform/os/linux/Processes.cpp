@@ -1,0 +1,106 @@
+#include <os/Processes.h>
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace pelacon::os {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::optional<std::uint32_t> ProcessIdOf(const fs::path& entry)
+{
+    const std::string name = entry.filename().string();
+    std::uint32_t id = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), id);
+    if (error != std::errc{} || end != name.data() + name.size()) {
+        return std::nullopt;
+    }
+    return id;
+}
+
+/// Calls visitor(id, folder under /proc) until it returns false; false when /proc cannot be read.
+template <typename Visitor>
+bool VisitProcesses(const Visitor& visitor)
+{
+    std::error_code error;
+    fs::directory_iterator entry("/proc", error);
+    if (error) {
+        return false;
+    }
+    for (; entry != fs::directory_iterator(); entry.increment(error)) {
+        const std::optional<std::uint32_t> id = ProcessIdOf(entry->path());
+        if (id && !visitor(*id, entry->path())) {
+            return true;
+        }
+        if (error) {
+            return true;
+        }
+    }
+    return true;
+}
+
+/// The executable link, or where that may not be read (a process of another user's) the first word
+/// of the command line.
+std::string ExecutablePath(const fs::path& process)
+{
+    std::error_code error;
+    const fs::path link = fs::read_symlink(process / "exe", error);
+    if (!error) {
+        return link.string();
+    }
+    std::string word;
+    std::ifstream commandLine(process / "cmdline", std::ios::binary);
+    std::getline(commandLine, word, '\0');
+    return word;
+}
+
+std::wstring ShortName(const fs::path& process)
+{
+    std::string name;
+    std::ifstream comm(process / "comm");
+    if (!std::getline(comm, name) || name.empty()) {
+        return L"<unknown>";
+    }
+    std::wstring wide;
+    for (const char character : name) {
+        wide.push_back(static_cast<wchar_t>(static_cast<unsigned char>(character)));
+    }
+    return wide;
+}
+
+}  // namespace
+
+std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
+
+const std::string& ServiceInstallPath()
+{
+    static const std::string& path = *new std::string(PELACON_SERVICE_PATH);
+    return path;
+}
+
+bool VisitProcessPaths(
+    const std::function<bool(std::uint32_t processId, const std::string& path)>& visitor)
+{
+    return VisitProcesses([&](std::uint32_t id, const fs::path& process) {
+        const std::string path = ExecutablePath(process);
+        return path.empty() || visitor(id, path);
+    });
+}
+
+void VisitProcessNames(
+    const std::function<void(std::uint32_t processId, const std::wstring& name)>& visitor)
+{
+    VisitProcesses([&](std::uint32_t id, const fs::path& process) {
+        visitor(id, ShortName(process));
+        return true;
+    });
+}
+
+}  // namespace pelacon::os
