@@ -1,6 +1,7 @@
 #include <LogHelper/KvLogger.h>
 #include <os/Environment.h>
 #include <os/SinkSlot.h>
+#include <os/Utf8.h>
 
 #include <algorithm>
 #include <chrono>
@@ -13,37 +14,9 @@
 namespace {
 
 using pelacon::os::EnvironmentVariable;
+using pelacon::os::Utf8;
 
 constexpr std::int32_t kNothing = kLogFailure + 1;
-
-/// Wide text as UTF-8; a character that is none becomes U+FFFD.
-std::string Utf8(std::wstring_view text)
-{
-    std::string bytes;
-    bytes.reserve(text.size());
-    for (const wchar_t wide : text) {
-        auto code = static_cast<std::uint32_t>(wide);
-        if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-            code = 0xFFFD;
-        }
-        if (code < 0x80) {
-            bytes += static_cast<char>(code);
-        } else if (code < 0x800) {
-            bytes += static_cast<char>(0xC0 | (code >> 6));
-            bytes += static_cast<char>(0x80 | (code & 0x3F));
-        } else if (code < 0x10000) {
-            bytes += static_cast<char>(0xE0 | (code >> 12));
-            bytes += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            bytes += static_cast<char>(0x80 | (code & 0x3F));
-        } else {
-            bytes += static_cast<char>(0xF0 | (code >> 18));
-            bytes += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-            bytes += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            bytes += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
-    return bytes;
-}
 
 /// Time of day in UTC with milliseconds, and the level's letter.
 std::string Decoration(LOG_MESSAGE_LEVEL level)
@@ -54,18 +27,18 @@ std::string Decoration(LOG_MESSAGE_LEVEL level)
     const hh_mm_ss time{now - today};
     const year_month_day date{today};
     char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%03dZ %c ",
-                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                  static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()),
-                  static_cast<int>(time.subseconds().count()), ".TIWE"[std::clamp<int>(level, 0, 4)]);
+    std::snprintf(
+        text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%03dZ %c ", static_cast<int>(date.year()),
+        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+        static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+        static_cast<int>(time.seconds().count()), static_cast<int>(time.subseconds().count()),
+        ".TIWE"[std::clamp<int>(level, 0, 4)]);
     return text;
 }
 
 /// What PELACON_LOG asks for.
 class EnvironmentOutput {
- public:
+  public:
     EnvironmentOutput()
     {
         const std::optional<std::string> wish = EnvironmentVariable("PELACON_LOG");
@@ -95,7 +68,7 @@ class EnvironmentOutput {
         std::fflush(file_);
     }
 
- private:
+  private:
     std::mutex mutex_;
     std::FILE* file_ = nullptr;
     std::int32_t lowest_ = kNothing;

@@ -20,7 +20,7 @@ enum LOG_MESSAGE_LEVEL : std::int32_t {
 /// PELACON_LOG (a level from 1 to 4, or 0 for off; optionally followed by ":" and a file to append
 /// to instead of stderr) or an application that sets a sink. Safe to use from any thread.
 class KvLogger {
- public:
+  public:
     /// Takes a line and its level. Called concurrently, without a lock held.
     using Sink = std::function<void(LOG_MESSAGE_LEVEL level, std::wstring_view line)>;
 
@@ -44,7 +44,7 @@ class KvLogger {
     /// (unless this is called from inside it).
     void SetSink(Sink sink, LOG_MESSAGE_LEVEL lowest = kLogTrace);
 
- private:
+  private:
     KvLogger();
     ~KvLogger() = default;
 

@@ -14,7 +14,7 @@ namespace pelacon::os {
 /// again from inside itself, and what it throws ends with it.
 template <typename... Arguments>
 class SinkSlot {
- public:
+  public:
     using Sink = std::function<void(Arguments...)>;
 
     /// Puts a sink in place of the one before; an empty one takes nothing more. When this returns
@@ -56,7 +56,7 @@ class SinkSlot {
         entry->Leave();
     }
 
- private:
+  private:
     struct Entry {
         explicit Entry(Sink callable) : sink(std::move(callable)) {}
 

@@ -19,4 +19,7 @@ void VoView::Report(const VoEvent& event) noexcept
     }
 }
 
-void VoView::SetSink(Sink sink) { Slot().Set(std::move(sink)); }
+void VoView::SetSink(Sink sink)
+{
+    Slot().Set(std::move(sink));
+}

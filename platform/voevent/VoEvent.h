@@ -16,7 +16,7 @@
 
 /// One diagnostic event. Entries keep the order in which they were put.
 class VoEvent {
- public:
+  public:
     using Value = std::variant<std::int32_t, std::int64_t, std::string>;
     using Entry = std::pair<std::string, Value>;
 
@@ -32,24 +32,30 @@ class VoEvent {
     std::int32_t EventId() const noexcept { return eventId_; }
     const std::vector<Entry>& Entries() const noexcept { return entries_; }
 
- private:
+  private:
     std::int32_t eventId_;
     std::vector<Entry> entries_;
 };
 
 /// Key/value container that variadic event helpers fill.
 class Payload {
- public:
-    void Insert(const std::string& key, const std::string& value) { pairs_.emplace_back(key, value); }
-    const std::vector<std::pair<std::string, std::string>>& Pairs() const noexcept { return pairs_; }
+  public:
+    void Insert(const std::string& key, const std::string& value)
+    {
+        pairs_.emplace_back(key, value);
+    }
+    const std::vector<std::pair<std::string, std::string>>& Pairs() const noexcept
+    {
+        return pairs_;
+    }
 
- private:
+  private:
     std::vector<std::pair<std::string, std::string>> pairs_;
 };
 
 /// Where events are reported to. Events go nowhere until a sink is set. Safe from any thread.
 class VoView {
- public:
+  public:
     /// Takes an event; it is valid during the call. Called concurrently, without a lock held.
     using Sink = std::function<void(const VoEvent& event)>;
 
@@ -61,7 +67,7 @@ class VoView {
     /// called any more (unless this is called from inside it).
     static void SetSink(Sink sink);
 
- private:
+  private:
     friend struct VoViewAccess;
 
     // The closing step of a variadic key/value recursion. Not used by the library itself, and not

@@ -1,12 +1,12 @@
 #include <os/Processes.h>
 
+#include <unistd.h>
+
 #include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <system_error>
-
-#include <unistd.h>
 
 namespace pelacon::os {
 
@@ -77,7 +77,10 @@ std::wstring ShortName(const fs::path& process)
 
 }  // namespace
 
-std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
+std::uint32_t CurrentProcessId()
+{
+    return static_cast<std::uint32_t>(getpid());
+}
 
 const std::string& ServiceInstallPath()
 {

@@ -1,10 +1,10 @@
 #include <os/Threads.h>
 
+#include <pthread.h>
+
 #include <memory>
 #include <system_error>
 #include <utility>
-
-#include <pthread.h>
 
 namespace pelacon::os {
 

@@ -1,0 +1,40 @@
+/* How the public surface is declared. Not for applications to include by itself. */
+#ifndef PELACONSDK_EXPORT_H
+#define PELACONSDK_EXPORT_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+/* Marks what the library exports. PELACON_SDK_BUILD is defined while the library itself is built,
+ * PELACON_SDK_STATIC where its objects are linked into a program. */
+#if defined(PELACON_SDK_STATIC)
+#define PELACON_API
+#elif defined(_WIN32)
+#if defined(PELACON_SDK_BUILD)
+#define PELACON_API __declspec(dllexport)
+#else
+#define PELACON_API __declspec(dllimport)
+#endif
+#else
+#define PELACON_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+#define PELACON_C_BEGIN extern "C" {
+#define PELACON_C_END }
+#else
+#define PELACON_C_BEGIN
+#define PELACON_C_END
+#endif
+
+/* Opens the declaration of an enumeration that is 32 bits wide and may hold values beyond its
+ * enumerators (the service's own codes pass through unchanged), in C as in C++. */
+#ifdef __cplusplus
+#define PELACON_ENUM(name) enum name : int32_t
+#else
+#define PELACON_ENUM(name) \
+    typedef int32_t name;  \
+    enum
+#endif
+
+#endif /* PELACONSDK_EXPORT_H */

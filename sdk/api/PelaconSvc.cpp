@@ -1,0 +1,94 @@
+#include <IPCMessage/IPCMessageClient.h>
+#include <PelaconSDK/PelaconSvc.h>
+#include <os/SharedLibrary.h>
+#include <protocol/Operation.h>
+#include <sdk/api/CEntry.h>
+#include <sdk/diag/Log.h>
+#include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/Receivers.h>
+
+#include <atomic>
+#include <exception>
+#include <memory>
+
+namespace {
+
+using pelacon::CEntry;
+using pelacon::IPCMessageSender;
+using pelacon::diag::Log;
+
+std::atomic<IPCMessageClient*> g_pelaconSdkIPCSender{nullptr};
+std::atomic<bool> started{false};
+
+/// The client, or null when it cannot be made.
+std::unique_ptr<IPCMessageClient> MakeClient()
+{
+    try {
+        return std::make_unique<IPCMessageClient>(pelacon::protocol::kSdkModule, false, false,
+                                                  pelacon::protocol::kServicePipe);
+    } catch (const std::exception& exception) {
+        Log(kLogFailure, "Init", "IPCMessageClient: ", exception.what());
+        return nullptr;
+    }
+}
+
+int Init()
+{
+    if (started) {
+        return 0;
+    }
+    pelacon::os::PinThisLibrary();
+    g_pelaconSdkIPCSender = MakeClient().release();
+    IPCMessageClient* client = g_pelaconSdkIPCSender;
+    if (client == nullptr) {
+        Log(kLogFailure, "Init", "g_pelaconSdkIPCSender  nullptr");
+        return -1;
+    }
+    IPCMessageSender::GetInstance().SetIPCMessageSender(client);
+    pelacon::RegIpcMessage(client);
+    started = true;
+    Log(kLogTrace, "Init", "succ");
+    return 0;
+}
+
+/// Whoever takes the pointer ends the client; a second stop, from a callback that the first one
+/// waits for, finds nothing to do. The sender forgets the client first, so that no request reaches
+/// one that is being destroyed.
+int Uninit()
+{
+    Log(kLogMilestone, "Uninit", "Enter!");
+    if (!started) {
+        return 0;
+    }
+    const std::unique_ptr<IPCMessageClient> client(g_pelaconSdkIPCSender.exchange(nullptr));
+    if (client) {
+        IPCMessageSender::GetInstance().ForgetClient();
+        client->UnRegisterMessageCallbackAll();
+        IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
+    }
+    started = false;
+    return 0;
+}
+
+}  // namespace
+
+int PelaconSvcStart()
+{
+    return CEntry("PelaconSvcStart", -1, [] {
+        constexpr auto kFunction = "PelaconSvcStart";
+        Log(kLogMilestone, kFunction, "Init start!");
+        const int result = Init();
+        if (result != 0) {
+            Log(kLogFailure, kFunction, "Init failed!");
+        }
+        return result;
+    });
+}
+
+int PelaconSvcStop()
+{
+    return CEntry("PelaconSvcStop", 0, [] {
+        Log(kLogMilestone, "PelaconSvcStop", "Uninit start!");
+        return Uninit();
+    });
+}

@@ -1,0 +1,13 @@
+// A diagnostic for requests that failed: which processes are running?
+#pragma once
+
+namespace pelacon {
+
+/// Logs the id and name of every process, on a detached thread. Does nothing from the eleventh time
+/// on in the life of the process. Throws std::system_error when the thread cannot be created.
+void TraverseProcesses();
+
+/// As TraverseProcesses, but a thread that cannot be created is logged under the caller's name.
+void TryTraverseProcesses(const char* function) noexcept;
+
+}  // namespace pelacon

@@ -1,0 +1,26 @@
+// Who hears of the adapter's state.
+#pragma once
+
+#include <PelaconSDK/BleManager.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstdint>
+#include <mutex>
+
+namespace pelacon {
+
+class BleManagerCallbacks {
+  public:
+    void AddBleManagerCb(BtManagerCallbacksC* table);
+    void RemoveBleManagerCb(BtManagerCallbacksC* table);
+
+    /// Tells every table of the adapter's new state, in the order of registration, with the
+    /// registry locked.
+    void OnBtStateChanged(std::int32_t state);
+
+  private:
+    std::mutex mutex_;
+    PointerList<BtManagerCallbacksC> tables_;
+};
+
+}  // namespace pelacon

@@ -1,0 +1,153 @@
+// The request pattern, once: every operation of the library is one exchange with the service.
+#pragma once
+
+#include <protocol/Operation.h>
+#include <sdk/diag/Log.h>
+#include <sdk/ipc/IPCMessageSender.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+namespace pelacon {
+
+/// What an operation does besides: nothing.
+struct DoNothing {
+    void operator()() const {}
+};
+
+/// What an operation returns when its request is not sent, or is not answered, and what it does
+/// first. A missing answer is logged after that.
+template <typename Result, typename WhenNotSent = DoNothing, typename WhenNoReply = DoNothing>
+struct Failures {
+    Result notSent;
+    Result noReply;
+    WhenNotSent whenNotSent{};
+    WhenNoReply whenNoReply{};
+
+    template <typename Action>
+    constexpr auto OnNotSent(Action action) const
+    {
+        return Failures<Result, Action, WhenNoReply>{notSent, noReply, action, whenNoReply};
+    }
+
+    template <typename Action>
+    constexpr auto OnNoReply(Action action) const
+    {
+        return Failures<Result, WhenNotSent, Action>{notSent, noReply, whenNotSent, action};
+    }
+};
+
+/// Text in a fixed field, up to its NUL or the field's end.
+template <std::size_t Size>
+std::string FixedText(const char (&field)[Size])
+{
+    const void* end = std::memchr(field, '\0', Size);
+    return {field, end != nullptr ? static_cast<const char*>(end) : field + Size};
+}
+
+/// The record that a payload begins with. Goes by the record's layout alone: the message client
+/// sees to it that a payload is never shorter than what is read.
+template <typename Record>
+Record ReadRecord(const std::uint8_t* payload)
+{
+    Record record;
+    std::memcpy(&record, payload, sizeof record);
+    return record;
+}
+
+namespace detail {
+
+/// A reply, with its payload for as long as it is needed.
+struct ReplyItem : TagIPCMessageItem {
+    ReplyItem() = default;
+    ~ReplyItem() { std::free(message); }
+    ReplyItem(const ReplyItem&) = delete;
+    ReplyItem& operator=(const ReplyItem&) = delete;
+};
+
+struct PayloadView {
+    const void* data = nullptr;
+    std::uint32_t length = 0;
+};
+
+template <typename Record>
+PayloadView ViewOf(const Record& record)
+{
+    return {&record, protocol::WireSize<Record>()};
+}
+inline PayloadView ViewOf(const protocol::Nothing& /*none*/)
+{
+    return {};
+}
+inline PayloadView ViewOf(const std::string& text)
+{
+    return {text.c_str(), static_cast<std::uint32_t>(text.size() + 1)};
+}
+inline PayloadView ViewOf(const std::span<const std::uint8_t>& bytes)
+{
+    return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
+}
+
+/// What an operation is given to send, by the kind of its request.
+template <typename Request>
+struct RequestArgument {
+    using Type = Request;
+};
+template <>
+struct RequestArgument<protocol::Text> {
+    using Type = std::string;
+};
+template <>
+struct RequestArgument<protocol::Bytes> {
+    using Type = std::span<const std::uint8_t>;
+};
+
+template <typename Reply>
+auto Decoded(const std::uint8_t* payload)
+{
+    if constexpr (std::is_same_v<Reply, protocol::Text>) {
+        return std::string(reinterpret_cast<const char*>(payload));
+    } else if constexpr (std::is_same_v<Reply, protocol::Bytes>) {
+        return payload;
+    } else if constexpr (std::is_same_v<Reply, protocol::Nothing>) {
+        return protocol::Nothing{};
+    } else {
+        return ReadRecord<Reply>(payload);
+    }
+}
+
+}  // namespace detail
+
+/// Sends the operation's request and waits for its reply. Without an answer the result is the one
+/// the failures name; with one it is what `onReply` makes of the decoded reply, and "end" is
+/// logged. A text request is a std::string, sent with its NUL; a text reply ends at its first NUL.
+template <typename Request, typename Reply, typename Result, typename WhenNotSent,
+          typename WhenNoReply, typename OnReply>
+Result Exchange(std::string_view function, const protocol::Operation<Request, Reply>& operation,
+                const typename detail::RequestArgument<Request>::Type& request,
+                const Failures<Result, WhenNotSent, WhenNoReply>& failures, OnReply onReply)
+{
+    detail::ReplyItem reply;
+    const detail::PayloadView payload = detail::ViewOf(request);
+    if (!IPCMessageSender::GetInstance().SendIPCMessageToService(
+            operation.id, payload.data, payload.length,
+            static_cast<std::uint32_t>(operation.timeout.count()), reply)) {
+        failures.whenNotSent();
+        return failures.notSent;
+    }
+    if (reply.message == nullptr) {
+        failures.whenNoReply();
+        diag::LogNoReply(function);
+        return failures.noReply;
+    }
+    const Result result = onReply(detail::Decoded<Reply>(reply.message));
+    diag::LogEnd(function);
+    return result;
+}
+
+}  // namespace pelacon

@@ -1,0 +1,120 @@
+#include <os/Processes.h>
+#include <protocol/Operation.h>
+#include <sdk/diag/Log.h>
+#include <sdk/ipc/IPCMessageSender.h>
+
+namespace pelacon {
+
+using diag::Log;
+using diag::LogEnd;
+using diag::LogStart;
+
+namespace {
+
+/// The one message that is posted, and its length.
+constexpr std::int32_t kPostedMessage = 0xD70048;
+constexpr std::uint32_t kPostedLength = 16;
+
+TagIPCMessageItem MessageToService(std::int32_t messageId, const void* payload,
+                                   std::uint32_t length)
+{
+    TagIPCMessageItem item;
+    item.targetModuleId = protocol::kServiceModule;
+    item.sourceModuleId = protocol::kSdkModule;
+    item.msgId = messageId;
+    item.length = length;
+    // The client only reads it; the record has one pointer for both directions.
+    item.message = static_cast<std::uint8_t*>(const_cast<void*>(payload));
+    return item;
+}
+
+void LogNoClient(const char* function)
+{
+    Log(kLogIncomplete, function, "pIpcMessageSender is nullptr, return");
+}
+
+}  // namespace
+
+/// Keeps the client alive while it is used: stop takes the pointer away first and then waits for
+/// the uses to end. Both sides need sequential consistency, or each could miss the other.
+class IPCMessageSender::ClientUse {
+  public:
+    explicit ClientUse(IPCMessageSender& sender) : uses_(sender.clientUses_)
+    {
+        uses_.fetch_add(1);
+        client_ = sender.client_.load();
+    }
+
+    ~ClientUse()
+    {
+        uses_.fetch_sub(1);
+        uses_.notify_all();
+    }
+
+    ClientUse(const ClientUse&) = delete;
+    ClientUse& operator=(const ClientUse&) = delete;
+
+    const IPCMessageClient* Client() const { return client_; }
+
+  private:
+    std::atomic<std::int32_t>& uses_;
+    const IPCMessageClient* client_;
+};
+
+IPCMessageSender& IPCMessageSender::GetInstance()
+{
+    static IPCMessageSender& sender = *new IPCMessageSender;
+    return sender;
+}
+
+void IPCMessageSender::SetIPCMessageSender(IPCMessageClient* client)
+{
+    constexpr auto kFunction = "IPCMessageSender::SetIPCMessageSender";
+    LogStart(kFunction);
+    client_.store(client);
+    LogEnd(kFunction);
+}
+
+void IPCMessageSender::ForgetClient()
+{
+    client_.store(nullptr);
+}
+
+void IPCMessageSender::WaitUntilClientIsUnused()
+{
+    for (std::int32_t uses = clientUses_.load(); uses != 0; uses = clientUses_.load()) {
+        clientUses_.wait(uses);
+    }
+}
+
+bool IPCMessageSender::SendIPCMessageToService(std::int32_t messageId, const void* payload,
+                                               std::uint32_t length, std::uint32_t timeoutMs,
+                                               TagIPCMessageItem& reply)
+{
+    {
+        const ClientUse use(*this);
+        if (const IPCMessageClient* client = use.Client()) {
+            TagIPCMessageItem request = MessageToService(messageId, payload, length);
+            request.processId = os::CurrentProcessId();
+            client->SendIPCMessage(request, reply, timeoutMs);
+            return true;
+        }
+    }
+    LogNoClient("IPCMessageSender::SendIPCMessageToService");
+    return false;
+}
+
+bool IPCMessageSender::PostIPCMessageToService(std::int32_t /*messageId*/, const void* payload)
+{
+    {
+        const ClientUse use(*this);
+        if (const IPCMessageClient* client = use.Client()) {
+            client->PostIPCMessage(MessageToService(kPostedMessage, payload, kPostedLength));
+            return true;
+        }
+    }
+    LogNoClient("IPCMessageSender::PostIPCMessageToService");
+    return false;
+}
+
+}  // namespace pelacon

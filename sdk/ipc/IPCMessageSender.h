@@ -1,0 +1,57 @@
+// The way to the service, and who wants to hear from it.
+#pragma once
+
+#include <IPCMessage/IPCMessageClient.h>
+#include <sdk/ipc/BleManagerCallbacks.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace pelacon {
+
+/// The process's one sender: it knows the message client while the library is started, has the two
+/// ways of sending, and holds one registry of application callbacks per family (the bases, each
+/// with a mutex of its own). Lives until the process ends, as threads may use it until then.
+class IPCMessageSender : public BleManagerCallbacks {
+  public:
+    static IPCMessageSender& GetInstance();
+
+    IPCMessageSender(const IPCMessageSender&) = delete;
+    IPCMessageSender& operator=(const IPCMessageSender&) = delete;
+
+    /// Sends through this client from now on. The client stays its owner's.
+    void SetIPCMessageSender(IPCMessageClient* client);
+
+    /// Sends through no client any more: what is asked later is refused.
+    void ForgetClient();
+
+    /// Waits until no request or post that began before ForgetClient uses the client.
+    void WaitUntilClientIsUnused();
+
+    /// Sends a request and waits for its reply. False, with nothing sent, when there is no client;
+    /// true otherwise, whatever became of the request: a missing answer shows in the reply, which
+    /// then has no payload. The reply's payload is the caller's to free.
+    bool SendIPCMessageToService(std::int32_t messageId, const void* payload, std::uint32_t length,
+                                 std::uint32_t timeoutMs, TagIPCMessageItem& reply);
+
+    /// Posts the one message that is ever posted, the GATT client's connect with its 16 bytes,
+    /// whatever id is given. False when there is no client.
+    bool PostIPCMessageToService(std::int32_t messageId, const void* payload);
+
+    /// The service has started anew: tells it what the library still holds, if it is the service
+    /// that was installed.
+    void ServiceStartNotifyCallback();
+
+  private:
+    class ClientUse;
+
+    IPCMessageSender() = default;
+    ~IPCMessageSender() = default;
+
+    void SendRepairRequest();
+
+    std::atomic<IPCMessageClient*> client_{nullptr};
+    std::atomic<std::int32_t> clientUses_{0};
+};
+
+}  // namespace pelacon

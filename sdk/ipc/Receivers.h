@@ -1,0 +1,16 @@
+// What happens to a notification: which receiver takes it, and which handler it reaches.
+#pragma once
+
+#include <IPCMessage/IPCMessageClient.h>
+
+namespace pelacon {
+
+/// The two receivers. Each knows its own notifications and ignores every other.
+void OnIpcMessage(TagIPCMessageItem& item);
+void OnIpcMessageExt(TagIPCMessageItem& item);
+
+/// Registers a receiver with the client for each notification, in the catalogue's order. Without a
+/// client only a line is logged.
+void RegIpcMessage(IPCMessageClient* client);
+
+}  // namespace pelacon

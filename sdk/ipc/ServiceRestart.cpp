@@ -1,0 +1,73 @@
+#include <os/Processes.h>
+#include <protocol/ServiceLink.h>
+#include <sdk/diag/Log.h>
+#include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/IPCMessageSender.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace pelacon {
+
+using diag::Log;
+using diag::LogEnd;
+using diag::LogStart;
+
+namespace {
+
+char LowerCase(char character)
+{
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                                : character;
+}
+
+bool EqualIgnoringCase(std::string_view left, std::string_view right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char a, char b) { return LowerCase(a) == LowerCase(b); });
+}
+
+/// The id of the process that runs the installed service; 0 when there is none.
+std::uint32_t GetProcessId()
+{
+    std::uint32_t found = 0;
+    const bool listed =
+        os::VisitProcessPaths([&](std::uint32_t processId, const std::string& path) {
+            if (EqualIgnoringCase(path, os::ServiceInstallPath())) {
+                found = processId;
+            }
+            return found == 0;
+        });
+    if (!listed) {
+        Log(kLogFailure, "GetProcessId", "CreateToolhelp32Snapshot Error!");
+    }
+    return found;
+}
+
+}  // namespace
+
+void IPCMessageSender::SendRepairRequest()
+{
+    const protocol::RepairRequest request{};
+    detail::ReplyItem reply;
+    if (!SendIPCMessageToService(
+            protocol::kRepairResource.id, &request, sizeof request,
+            static_cast<std::uint32_t>(protocol::kRepairResource.timeout.count()), reply)) {
+        Log(kLogFailure, "IPCMessageSender::ServiceStartNotifyCallback",
+            "repair resource request failed");
+    }
+}
+
+void IPCMessageSender::ServiceStartNotifyCallback()
+{
+    constexpr auto kFunction = "IPCMessageSender::ServiceStartNotifyCallback";
+    LogStart(kFunction);
+    if (GetProcessId() == 0) {
+        Log(kLogFailure, kFunction, "service process not exist");
+        return;
+    }
+    SendRepairRequest();
+    LogEnd(kFunction);
+}
+
+}  // namespace pelacon
