@@ -46,10 +46,23 @@ else()
     set(PELACON_PLATFORM linux)
 endif()
 
+# The build tree is laid out like an installed one, so that programs can be run from it.
+set(PELACON_STAGE "${CMAKE_BINARY_DIR}/stage")
+
+# pelacon_stage(<target>) puts a program or library where the install puts it, below the stage.
+function(pelacon_stage target folder)
+    set_target_properties(${target} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}"
+        LIBRARY_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}")
+endfunction()
+
 # Where the service executable is expected to be installed. After a restart announcement the library
-# looks for a process that runs from this very path.
-if(WIN32)
-    set(_pelacon_service_path "C:\\\\Program Files\\\\Karvell\\\\Tavimo\\\\PelaconService.exe")
+# looks for a process that runs from this very path. A build with tests expects it in its own stage,
+# as its tests restart the service there; such a build is not for installing.
+if(PELACON_BUILD_TESTS)
+    set(_pelacon_service_path "${PELACON_STAGE}/libexec/pelacon/PelaconService${CMAKE_EXECUTABLE_SUFFIX}")
+elseif(WIN32)
+    set(_pelacon_service_path "C:\\Program Files\\Karvell\\Tavimo\\PelaconService.exe")
 else()
     set(_pelacon_service_path "${CMAKE_INSTALL_FULL_LIBEXECDIR}/pelacon/PelaconService")
 endif()

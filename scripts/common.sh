@@ -1,0 +1,54 @@
+# What the scripts share. To be sourced, from the top of the tree.
+
+say() { printf '\033[1m==> %s\033[0m\n' "$*"; }
+
+fail() {
+    printf '\n%s\n' "$*" >&2
+    exit 1
+}
+
+# Installs the Debian packages that are missing; quick when none is.
+need_packages() {
+    local package missing=()
+    command -v dpkg-query >/dev/null || fail "This script installs what it needs with apt, on Debian 12 or a relative of it.
+Elsewhere install by hand what README.md lists, and build with CMake."
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            fail "Packages are missing (${missing[*]}), and installing them needs root or sudo."
+        as_root=(sudo)
+    fi
+    say "Installing packages: ${missing[*]}"
+    "${as_root[@]}" apt-get update -qq ||
+        fail "apt-get update failed: is there a network, and does it reach Debian's packages?"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+        "${missing[@]}" >/dev/null ||
+        fail "These packages could not be installed: ${missing[*]}"
+}
+
+build_packages=(g++ cmake ninja-build pkg-config ccache libcli11-dev nlohmann-json3-dev
+    libnl-genl-3-dev libgtest-dev libgmock-dev libbenchmark-dev)
+
+# configure PRESET: quick when it was configured before; says why when it fails.
+configure() {
+    local log="build/$1/configure.log"
+    mkdir -p "build/$1"
+    cmake --preset "$1" >"$log" 2>&1 || {
+        cat "$log" >&2
+        fail "Configuring the build failed; the lines above say why."
+    }
+}
+
+# build PRESET [TARGET...]
+build() {
+    local preset="$1"
+    shift
+    cmake --build "build/$preset" ${1:+--target "$@"} ||
+        fail "The build failed; the lines above say why."
+}
