@@ -1,0 +1,98 @@
+#include <os/Processes.h>
+
+#include <memory>
+
+// windows.h must come before the headers that build on it.
+#include <windows.h>
+// clang-format off
+#include <psapi.h>
+#include <tlhelp32.h>
+// clang-format on
+
+namespace pelacon::os {
+
+namespace {
+
+struct HandleCloser {
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using OwnedHandle = std::unique_ptr<void, HandleCloser>;
+
+/// The executable's path; empty when the process may not be opened.
+std::string ExecutablePath(DWORD processId)
+{
+    constexpr DWORD kAllAccess = 0x1FFFFF;
+    constexpr DWORD kPathSize = 512;
+    const OwnedHandle process(OpenProcess(kAllAccess, FALSE, processId));
+    if (!process) {
+        return {};
+    }
+    char path[kPathSize] = {};
+    // The last byte stays zero: a path that fills the buffer is not terminated by the call.
+    K32GetModuleFileNameExA(process.get(), nullptr, path, kPathSize - 1);
+    return path;
+}
+
+std::wstring ShortName(DWORD processId)
+{
+    constexpr DWORD kNameSize = 260;
+    wchar_t name[kNameSize] = L"<unknown>";
+    const OwnedHandle process(
+        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, processId));
+    if (process) {
+        HMODULE module = nullptr;
+        DWORD needed = 0;
+        if (K32EnumProcessModules(process.get(), &module, sizeof module, &needed) != 0) {
+            K32GetModuleBaseNameW(process.get(), module, name, kNameSize);
+        }
+    }
+    return name;
+}
+
+}  // namespace
+
+std::uint32_t CurrentProcessId() { return GetCurrentProcessId(); }
+
+const std::string& ServiceInstallPath()
+{
+    static const std::string& path = *new std::string(PELACON_SERVICE_PATH);
+    return path;
+}
+
+bool VisitProcessPaths(
+    const std::function<bool(std::uint32_t processId, const std::string& path)>& visitor)
+{
+    HANDLE raw = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    if (raw == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    const OwnedHandle snapshot(raw);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more != FALSE;
+         more = Process32NextW(snapshot.get(), &entry)) {
+        const std::string path = ExecutablePath(entry.th32ProcessID);
+        if (!path.empty() && !visitor(entry.th32ProcessID, path)) {
+            break;
+        }
+    }
+    return true;
+}
+
+void VisitProcessNames(
+    const std::function<void(std::uint32_t processId, const std::wstring& name)>& visitor)
+{
+    constexpr DWORD kMostProcesses = 1024;
+    DWORD ids[kMostProcesses] = {};
+    DWORD bytes = 0;
+    if (K32EnumProcesses(ids, sizeof ids, &bytes) == 0) {
+        return;
+    }
+    for (DWORD index = 0; index < bytes / sizeof(DWORD); ++index) {
+        if (ids[index] != 0) {
+            visitor(ids[index], ShortName(ids[index]));
+        }
+    }
+}
+
+}  // namespace pelacon::os
