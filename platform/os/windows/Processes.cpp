@@ -1,10 +1,8 @@
 #include <os/Processes.h>
+#include <os/windows/Handle.h>
 
-#include <memory>
-
-// windows.h must come before the headers that build on it.
 #include <windows.h>
-// clang-format off
+// clang-format off: these build on windows.h
 #include <psapi.h>
 #include <tlhelp32.h>
 // clang-format on
@@ -12,11 +10,6 @@
 namespace pelacon::os {
 
 namespace {
-
-struct HandleCloser {
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using OwnedHandle = std::unique_ptr<void, HandleCloser>;
 
 /// The executable's path; empty when the process may not be opened.
 std::string ExecutablePath(DWORD processId)
@@ -51,7 +44,10 @@ std::wstring ShortName(DWORD processId)
 
 }  // namespace
 
-std::uint32_t CurrentProcessId() { return GetCurrentProcessId(); }
+std::uint32_t CurrentProcessId()
+{
+    return GetCurrentProcessId();
+}
 
 const std::string& ServiceInstallPath()
 {
@@ -62,11 +58,10 @@ const std::string& ServiceInstallPath()
 bool VisitProcessPaths(
     const std::function<bool(std::uint32_t processId, const std::string& path)>& visitor)
 {
-    HANDLE raw = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    if (raw == INVALID_HANDLE_VALUE) {
+    const OwnedHandle snapshot = MakeHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    if (!snapshot) {
         return false;
     }
-    const OwnedHandle snapshot(raw);
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
     for (BOOL more = Process32FirstW(snapshot.get(), &entry); more != FALSE;

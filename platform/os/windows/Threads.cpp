@@ -1,12 +1,12 @@
 #include <os/Threads.h>
 
+#include <process.h>
+#include <windows.h>
+
 #include <cerrno>
 #include <memory>
 #include <system_error>
 #include <utility>
-
-#include <process.h>
-#include <windows.h>
 
 namespace pelacon::os {
 

@@ -1,0 +1,224 @@
+#include "PipeConnection.h"
+
+#include "PipeSecurity.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace pelacon::ipc {
+
+namespace {
+
+DWORD MillisecondsOf(Deadline* deadline)
+{
+    if (deadline == nullptr) {
+        return INFINITE;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline->Left()).count();
+    return static_cast<DWORD>(std::clamp<long long>(left, 0, INFINITE - 1));
+}
+
+Peer PeerOf(HANDLE pipe, PipeEnd end)
+{
+    ULONG processId = 0;
+    const BOOL known = end == PipeEnd::kServer ? GetNamedPipeClientProcessId(pipe, &processId)
+                                               : GetNamedPipeServerProcessId(pipe, &processId);
+    Peer peer;
+    if (known != FALSE) {
+        peer.processId = processId;
+        peer.user = UserOfProcess(processId);
+        peer.isOperator = !peer.user.empty() && (peer.user == OwnUser() || IsSystem(peer.user));
+    }
+    return peer;
+}
+
+}  // namespace
+
+/// One transfer's hold on the pipe. The pipe is closed by Shutdown or, while it is in use, by the
+/// last use to end: closing it is what tells the other end, and leaves it what was sent before.
+class PipeConnection::Use {
+  public:
+    explicit Use(PipeConnection& connection) : connection_(connection)
+    {
+        const std::lock_guard lock(connection_.mutex_);
+        if (!connection_.down_) {
+            ++connection_.uses_;
+            pipe_ = connection_.pipe_.get();
+        }
+    }
+
+    ~Use()
+    {
+        const std::lock_guard lock(connection_.mutex_);
+        if (pipe_ != nullptr && --connection_.uses_ == 0 && connection_.down_) {
+            connection_.pipe_.reset();
+        }
+    }
+
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+    /// Null once the connection was shut down.
+    HANDLE Pipe() const { return pipe_; }
+
+  private:
+    PipeConnection& connection_;
+    HANDLE pipe_ = nullptr;
+};
+
+PipeConnection::PipeConnection(os::OwnedHandle pipe, PipeEnd end)
+    : pipe_(std::move(pipe)), peer_(PeerOf(pipe_.get(), end))
+{}
+
+IoStatus PipeConnection::Send(std::span<const std::uint8_t> frame)
+{
+    return SendFor(frame, nullptr);
+}
+
+IoStatus PipeConnection::Send(std::span<const std::uint8_t> frame, Deadline& deadline)
+{
+    return SendFor(frame, &deadline);
+}
+
+// A pipe does not say beforehand whether it has room, and a write that was begun and taken back may
+// have been read meanwhile: whoever must not wait leaves sending to a thread that may.
+IoStatus PipeConnection::TrySend(std::span<const std::uint8_t> /*frame*/)
+{
+    return IoStatus::kWouldBlock;
+}
+
+IoResult PipeConnection::Receive(std::span<std::uint8_t> room)
+{
+    return ReceiveFor(room, nullptr);
+}
+
+IoResult PipeConnection::Receive(std::span<std::uint8_t> room, Deadline& deadline)
+{
+    return ReceiveFor(room, &deadline);
+}
+
+IoStatus PipeConnection::ReceiveSome(FrameBatch& batch)
+{
+    const IoResult received = ReceiveFor(batch.Room(0), nullptr);
+    batch.sizes[0] = received.size;
+    batch.count = received.status == IoStatus::kDone ? 1 : 0;
+    return received.status;
+}
+
+void PipeConnection::Shutdown() noexcept
+{
+    const std::lock_guard lock(mutex_);
+    if (down_) {
+        return;
+    }
+    down_ = true;
+    SetEvent(downEvent_.get());
+    if (uses_ == 0) {
+        pipe_.reset();
+    }
+}
+
+IoStatus PipeConnection::SendFor(std::span<const std::uint8_t> frame, Deadline* deadline)
+{
+    const Use use(*this);
+    if (use.Pipe() == nullptr) {
+        return IoStatus::kLost;
+    }
+    sending_.overlapped = {};
+    sending_.overlapped.hEvent = sending_.done.get();
+    const BOOL begun = WriteFile(use.Pipe(), frame.data(), static_cast<DWORD>(frame.size()),
+                                 nullptr, &sending_.overlapped);
+    return Finish(sending_, begun, deadline).status;
+}
+
+IoResult PipeConnection::ReceiveFor(std::span<std::uint8_t> room, Deadline* deadline)
+{
+    const Use use(*this);
+    if (use.Pipe() == nullptr) {
+        return {};
+    }
+    receiving_.overlapped = {};
+    receiving_.overlapped.hEvent = receiving_.done.get();
+    const BOOL begun = ReadFile(use.Pipe(), room.data(), static_cast<DWORD>(room.size()), nullptr,
+                                &receiving_.overlapped);
+    IoResult result = Finish(receiving_, begun, deadline);
+    if (result.status == IoStatus::kDone && result.size > room.size()) {
+        result.size = room.size() + 1;
+    }
+    return result;
+}
+
+IoResult PipeConnection::Finish(Direction& direction, BOOL begun, Deadline* deadline)
+{
+    if (begun == FALSE && GetLastError() != ERROR_IO_PENDING && GetLastError() != ERROR_MORE_DATA) {
+        return {};
+    }
+    const HANDLE events[] = {direction.done.get(), downEvent_.get()};
+    const DWORD woken = WaitForMultipleObjects(2, events, FALSE, MillisecondsOf(deadline));
+    if (woken == WAIT_OBJECT_0) {
+        return Outcome(direction);
+    }
+    // Taken back, unless it was done meanwhile; either way the kernel lets go of the buffer first.
+    CancelIoEx(pipe_.get(), &direction.overlapped);
+    const IoResult result = Outcome(direction);
+    if (result.status == IoStatus::kDone || woken != WAIT_TIMEOUT) {
+        return result;
+    }
+    return {IoStatus::kTimeout, 0};
+}
+
+/// Waits for the transfer to end. A message that did not fit its room counts as done, with a size
+/// beyond any room.
+IoResult PipeConnection::Outcome(Direction& direction) noexcept
+{
+    DWORD size = 0;
+    if (GetOverlappedResult(pipe_.get(), &direction.overlapped, &size, TRUE) != FALSE) {
+        return {IoStatus::kDone, size};
+    }
+    if (GetLastError() == ERROR_MORE_DATA) {
+        return {IoStatus::kDone, static_cast<std::size_t>(-1)};
+    }
+    return {};
+}
+
+ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
+                      const std::atomic<bool>& cancelled)
+{
+    constexpr DWORD kSlice = 50;  // so that a cancelled wait for a busy pipe ends soon
+    for (const std::string& place : places) {
+        for (;;) {
+            os::OwnedHandle pipe = os::MakeHandle(CreateFileA(
+                place.c_str(), kClientAccess, 0, nullptr, OPEN_EXISTING,
+                FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
+            if (pipe) {
+                DWORD mode = PIPE_READMODE_MESSAGE;
+                SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr);
+                auto connection =
+                    std::make_unique<PipeConnection>(std::move(pipe), PipeEnd::kClient);
+                if (!IsTrustedServer(connection->GetPeer().user)) {
+                    return {ConnectStatus::kUntrusted, nullptr};
+                }
+                return {ConnectStatus::kConnected, std::move(connection)};
+            }
+            if (GetLastError() == ERROR_ACCESS_DENIED) {
+                return {ConnectStatus::kUntrusted, nullptr};
+            }
+            if (GetLastError() != ERROR_PIPE_BUSY) {
+                break;
+            }
+            const DWORD left = MillisecondsOf(&deadline);
+            if (left == 0 || cancelled) {
+                return {ConnectStatus::kBusy, nullptr};
+            }
+            WaitNamedPipeA(place.c_str(), std::min(left, kSlice));
+        }
+    }
+    return {};
+}
+
+std::uint64_t ForkGeneration() noexcept
+{
+    return 0;
+}
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,54 @@
+// A connection over a message-mode named pipe, which keeps frames apart by itself.
+#pragma once
+
+#include <IPCMessage/Transport.h>
+#include <os/windows/Handle.h>
+
+#include <windows.h>
+
+#include <mutex>
+
+namespace pelacon::ipc {
+
+/// Which end of a pipe a handle is: the peer is asked for differently.
+enum class PipeEnd { kClient, kServer };
+
+class PipeConnection final : public Connection {
+  public:
+    /// Takes an open pipe, in overlapped and message mode, and asks who is at its other end.
+    PipeConnection(os::OwnedHandle pipe, PipeEnd end);
+
+    const Peer& GetPeer() const noexcept override { return peer_; }
+    IoStatus Send(std::span<const std::uint8_t> frame) override;
+    IoStatus Send(std::span<const std::uint8_t> frame, Deadline& deadline) override;
+    IoStatus TrySend(std::span<const std::uint8_t> frame) override;
+    IoResult Receive(std::span<std::uint8_t> room) override;
+    IoResult Receive(std::span<std::uint8_t> room, Deadline& deadline) override;
+    IoStatus ReceiveSome(FrameBatch& batch) override;
+    void Shutdown() noexcept override;
+
+  private:
+    class Use;
+
+    /// What one direction needs while a transfer is under way.
+    struct Direction {
+        os::OwnedHandle done{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+        OVERLAPPED overlapped{};
+    };
+
+    IoStatus SendFor(std::span<const std::uint8_t> frame, Deadline* deadline);
+    IoResult ReceiveFor(std::span<std::uint8_t> room, Deadline* deadline);
+    IoResult Finish(Direction& direction, BOOL begun, Deadline* deadline);
+    IoResult Outcome(Direction& direction) noexcept;
+
+    std::mutex mutex_;  // guards pipe_'s closing, down_ and uses_
+    os::OwnedHandle pipe_;
+    os::OwnedHandle downEvent_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    bool down_ = false;
+    int uses_ = 0;
+    Direction sending_;
+    Direction receiving_;
+    Peer peer_;
+};
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,28 @@
+// A handle that closes itself.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+
+namespace pelacon::os {
+
+struct HandleCloser {
+    void operator()(HANDLE handle) const noexcept
+    {
+        if (handle != INVALID_HANDLE_VALUE) {
+            CloseHandle(handle);
+        }
+    }
+};
+
+/// Null where there is no handle. A call that says INVALID_HANDLE_VALUE instead is told apart by
+/// MakeHandle.
+using OwnedHandle = std::unique_ptr<void, HandleCloser>;
+
+inline OwnedHandle MakeHandle(HANDLE handle) noexcept
+{
+    return OwnedHandle(handle != INVALID_HANDLE_VALUE ? handle : nullptr);
+}
+
+}  // namespace pelacon::os
