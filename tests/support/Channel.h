@@ -1,0 +1,120 @@
+// The message client's stand-in: IPCMessageClient, with this class behind it.
+#pragma once
+
+#include <IPCMessage/IPCMessageClient.h>
+#include <tests/support/Bytes.h>
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace pelacon::test {
+
+/// A request or a posted message, as the library gave it to the client.
+struct Sent {
+    TagIPCMessageItem item;       ///< its `message` was valid during the call only
+    ByteVector payload;           ///< what stood there
+    unsigned timeoutMs = 0;       ///< of a request
+    TagIPCMessageItem replyItem;  ///< of a request: the reply record before it is filled
+};
+void PrintTo(const Sent& sent, std::ostream* out);
+
+/// Records what goes to the service and decides what comes back. A request that nothing is scripted
+/// for gets no payload, as if the service did not answer. All members may be used on any thread;
+/// hooks run without a lock held.
+class Channel {
+  public:
+    struct Construction {
+        int moduleId;
+        bool reserved1;
+        bool reserved2;
+        std::wstring pipeName;
+    };
+    struct Registration {
+        int messageId;
+        IPCMessageClient::MessageCallback callback;
+    };
+    using Hook = std::function<void(const Sent& sent)>;
+
+    static Channel& Get();
+
+    // What comes back.
+
+    /// Answers every request of that id with this payload from now on. The payload is allocated
+    /// exactly as long as given, so a decoder that reads past it is caught by AddressSanitizer.
+    void Reply(std::int32_t messageId, const ByteVector& payload);
+    /// Answers with nothing again.
+    void ReplyNothing(std::int32_t messageId);
+    /// Whether replies say how long they are. They do not unless asked to: records are decoded by
+    /// their layout.
+    void FillLengths(bool fill);
+    /// Runs inside each request of that id, before it is answered; it may script the answer, look
+    /// at what the library did so far, or block.
+    void OnRequest(std::int32_t messageId, Hook hook);
+    void OnPost(Hook hook);
+    /// Runs inside UnRegisterMessageCallbackAll, when the callbacks are forgotten.
+    void OnUnregister(std::function<void()> hook);
+    /// The next client cannot be constructed: std::system_error.
+    void FailNextConstruction();
+
+    /// Delivers a notification on the calling thread, through the callback registered for its id.
+    /// The payload is allocated exactly as long as given.
+    void Deliver(std::int32_t messageId, const ByteVector& payload);
+    void DeliverWithoutPayload(std::int32_t messageId);
+
+    // What was done.
+
+    std::vector<Construction> Constructions() const;
+    std::vector<Registration> Registrations() const;  ///< of the client that there is, or was last
+    std::vector<Sent> Requests() const;
+    std::vector<Sent> Posts() const;
+    /// The one request that was sent; fails the test when there were none or more.
+    Sent OnlyRequest() const;
+    int Unregistrations() const;
+    int Destructions() const;
+
+    /// Forgets what was sent.
+    void ForgetSent();
+    /// As at the beginning of the process, save that a client that there is keeps its callbacks.
+    void Reset();
+
+  private:
+    friend class ::IPCMessageClient;
+    struct State {
+        bool fillLengths = false;
+        bool failConstruction = false;
+        std::map<std::int32_t, ByteVector> replies;
+        std::map<std::int32_t, Hook> requestHooks;
+        Hook postHook;
+        std::function<void()> unregisterHook;
+        std::vector<Construction> constructions;
+        std::vector<Sent> requests;
+        std::vector<Sent> posts;
+        int unregistrations = 0;
+        int destructions = 0;
+    };
+
+    void DeliverItem(TagIPCMessageItem& item);
+
+    mutable std::mutex mutex_;
+    State state_;
+    std::vector<Registration> registrations_;
+    bool open_ = false;
+};
+
+/// Matches a request with this id, payload and time-out whose record is, byte for byte, what every
+/// request's is: to the service from this process, the rest at its initial value; and that brought
+/// a fresh reply record.
+::testing::Matcher<const Sent&> RequestIs(std::int32_t messageId, const ByteVector& payload,
+                                          unsigned timeoutMs);
+
+/// Matches a posted message with this id and payload, its record likewise, the process id left 0.
+::testing::Matcher<const Sent&> PostIs(std::int32_t messageId, const ByteVector& payload);
+
+}  // namespace pelacon::test

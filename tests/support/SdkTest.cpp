@@ -1,0 +1,54 @@
+#include <LogHelper/KvLogger.h>
+#include <PelaconSDK/PelaconSvc.h>
+#include <tests/support/SdkTest.h>
+#include <voevent/VoEvent.h>
+
+#include <atomic>
+
+namespace pelacon::test {
+
+void StoppedSdkTest::SetUp()
+{
+    KvLogger::GetInstance().SetSink({});
+    VoView::SetSink({});
+    channel.Reset();
+    Copies::Reset();
+    Processes::Reset();
+    Threads::Reset();
+    ForgetWhatHappened();
+}
+
+void StoppedSdkTest::TearDown()
+{
+    Threads::WaitForAll();
+    channel.Reset();  // what hooks refer to ends with the test
+    PelaconSvcStop();
+}
+
+void StoppedSdkTest::ForgetWhatHappened()
+{
+    Journal::Clear();
+    LogLines::Clear();
+    Events::Clear();
+    Channel::Get().ForgetSent();
+}
+
+void SdkTest::SetUp()
+{
+    StoppedSdkTest::SetUp();
+    ASSERT_EQ(PelaconSvcStart(), 0);
+    ForgetWhatHappened();
+}
+
+void SdkTest::TearDown()
+{
+    StoppedSdkTest::TearDown();
+}
+
+std::int32_t FreshId()
+{
+    static std::atomic<std::int32_t> last{1000};
+    return ++last;
+}
+
+}  // namespace pelacon::test

@@ -1,0 +1,27 @@
+// The stand-in for detached threads.
+#pragma once
+
+namespace pelacon::test {
+
+/// What becomes of a detached thread that the library starts.
+enum class ThreadMode {
+    kDetached,  ///< it runs as it would
+    kAtOnce,    ///< its body runs before the start returns, on the same thread
+    kKept,      ///< its body is kept until RunKept
+    kFailing,   ///< it cannot be created: std::system_error
+};
+
+class Threads {
+  public:
+    static void Use(ThreadMode mode);
+    /// Threads started since the last Reset.
+    static int Started();
+    /// Runs the kept bodies in the order in which they were started, on the calling thread.
+    static void RunKept();
+    /// Waits until every detached thread has ended; fails the test when that takes too long.
+    static void WaitForAll();
+    /// Forgets kept bodies and counts; threads are detached again.
+    static void Reset();
+};
+
+}  // namespace pelacon::test
