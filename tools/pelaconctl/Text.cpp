@@ -1,0 +1,119 @@
+#include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/Text.h>
+
+#include <optional>
+
+namespace pelacon::ctl {
+
+namespace {
+
+constexpr std::size_t kAddressBytes = 6;
+
+int DigitValue(char digit)
+{
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    if (digit >= 'a' && digit <= 'f') {
+        return digit - 'a' + 10;
+    }
+    if (digit >= 'A' && digit <= 'F') {
+        return digit - 'A' + 10;
+    }
+    return -1;
+}
+
+bool IsSeparator(char character)
+{
+    return character == ' ' || character == ':' || character == '-';
+}
+
+/// The bytes, or nothing when the text is something else. Both digits of a byte stand together.
+std::optional<std::vector<std::uint8_t>> Bytes(std::string_view text)
+{
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t at = 0; at < text.size();) {
+        if (IsSeparator(text[at])) {
+            ++at;
+            continue;
+        }
+        const int high = DigitValue(text[at]);
+        const int low = at + 1 < text.size() ? DigitValue(text[at + 1]) : -1;
+        if (high < 0 || low < 0) {
+            return std::nullopt;
+        }
+        bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
+        at += 2;
+    }
+    return bytes;
+}
+
+std::string Digits(std::uint64_t value, std::size_t count, const char* digits)
+{
+    std::string text(count, '0');
+    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, value >>= 4) {
+        *digit = digits[value & 0xF];
+    }
+    return text;
+}
+
+constexpr auto kUpper = "0123456789ABCDEF";
+constexpr auto kLower = "0123456789abcdef";
+
+}  // namespace
+
+std::uint64_t ParseAddress(std::string_view text)
+{
+    const auto bytes = Bytes(text);
+    if (!bytes || bytes->size() != kAddressBytes) {
+        throw Failure(ExitStatus::kUsage, "\"" + std::string(text) +
+                                              "\" is no address: six bytes in hexadecimal, such "
+                                              "as 5C:F3:70:8B:12:34.");
+    }
+    std::uint64_t address = 0;
+    for (const std::uint8_t byte : *bytes) {
+        address = address << 8 | byte;
+    }
+    return address;
+}
+
+std::string FormatAddress(std::uint64_t address)
+{
+    std::string text;
+    for (std::size_t index = kAddressBytes; index-- > 0;) {
+        text += Digits(address >> (8 * index), 2, kUpper);
+        text += index > 0 ? ":" : "";
+    }
+    return text;
+}
+
+std::vector<std::uint8_t> ParseHex(std::string_view text)
+{
+    std::string_view digits = text;
+    if (digits.starts_with("0x") || digits.starts_with("0X")) {
+        digits.remove_prefix(2);
+    }
+    auto bytes = Bytes(digits);
+    if (!bytes) {
+        throw Failure(
+            ExitStatus::kUsage,
+            "\"" + std::string(text) + "\" is not hexadecimal: two digits a byte, such as 0a1bff.");
+    }
+    return *std::move(bytes);
+}
+
+std::string FormatHex(std::span<const std::uint8_t> bytes)
+{
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        text += Digits(byte, 2, kLower);
+    }
+    return text;
+}
+
+std::string FormatMessageId(std::int32_t id)
+{
+    return "0x" + Digits(static_cast<std::uint32_t>(id), 6, kUpper);
+}
+
+}  // namespace pelacon::ctl

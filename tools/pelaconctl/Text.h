@@ -1,0 +1,29 @@
+// Addresses and bytes, as people write them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pelacon::ctl {
+
+/// Reads "5C:F3:70:8B:12:34" (or with hyphens, or without separators) into the low six bytes, first
+/// octet most significant. Throws Failure.
+std::uint64_t ParseAddress(std::string_view text);
+
+/// "5C:F3:70:8B:12:34"
+std::string FormatAddress(std::uint64_t address);
+
+/// Reads "0a 1B:ff", upper or lower case, blanks, colons and hyphens between bytes as one likes, a
+/// leading "0x" as well. Throws Failure.
+std::vector<std::uint8_t> ParseHex(std::string_view text);
+
+/// "0a1bff"
+std::string FormatHex(std::span<const std::uint8_t> bytes);
+
+/// "0xD80062"
+std::string FormatMessageId(std::int32_t id);
+
+}  // namespace pelacon::ctl

@@ -1,0 +1,112 @@
+// pelaconctl: Bluetooth and Wi-Fi from the command line, through PelaconService.
+#include <tools/pelaconctl/Console.h>
+#include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/Interrupt.h>
+#include <tools/pelaconctl/commands/Commands.h>
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+
+namespace {
+
+using pelacon::ctl::Console;
+using pelacon::ctl::ExitStatus;
+using pelacon::ctl::Failure;
+
+constexpr auto kFooter = R"(Examples:
+  pelaconctl bt on                   switch Bluetooth on and wait until it is
+  pelaconctl bt status --json        the same for a program to read
+  pelaconctl monitor                 watch what the service tells its clients
+  pelaconctl service status          how the service is doing
+Each command explains itself: pelaconctl bt --help
+
+Exit status:
+  0    done
+  1    the service refused, or something else failed
+  2    the command line cannot be understood
+  3    PelaconService is not running, or went away
+  4    no answer in time
+  5    Bluetooth (or the Wi-Fi that is needed) is off
+  6    not allowed: only the service's own user and root may
+  130  interrupted with Ctrl-C
+)";
+
+/// The command that the user named last: the one whose help would have helped.
+const CLI::App* LastCommand(const CLI::App* command)
+{
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().back();
+    }
+    return command;
+}
+
+std::string FullName(const CLI::App* command)
+{
+    const CLI::App* const parent = command->get_parent();
+    return (parent != nullptr ? FullName(parent) + " " : "") + command->get_name();
+}
+
+std::string UsageSentence(const CLI::App& program, const CLI::ParseError& error)
+{
+    const CLI::App* const command = LastCommand(&program);
+    std::string sentence = error.what();
+    const auto subcommands = command->get_subcommands([](const CLI::App*) { return true; });
+    if (!subcommands.empty() &&
+        error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
+        sentence = FullName(command) + " needs to know what to do:";
+        for (const CLI::App* subcommand : subcommands) {
+            sentence += (subcommand == subcommands.front() ? " " : ", ") + subcommand->get_name();
+        }
+    }
+    return sentence + ". See: " + FullName(command) + " --help";
+}
+
+int Fail(ExitStatus status, const std::string& sentence)
+{
+    std::cerr << "pelaconctl: " << sentence << '\n';
+    return static_cast<int>(status);
+}
+
+int Run(int argc, char** argv)
+{
+    pelacon::ctl::HandleInterrupts();
+    Console console;
+    CLI::App program("Bluetooth and Wi-Fi from the command line, through PelaconService.",
+                     "pelaconctl");
+    program.require_subcommand(1);
+    program.fallthrough();
+    program.get_formatter()->column_width(30);
+    program.footer(kFooter);
+    program.add_flag_callback(
+        "--json", [&console] { console.SetJson(true); },
+        "Write JSON, one object a line; with every command, before or behind it");
+
+    pelacon::ctl::AddBtCommand(program, console);
+    pelacon::ctl::AddMonitorCommand(program, console);
+    pelacon::ctl::AddServiceCommand(program, console);
+
+    try {
+        program.parse(argc, argv);
+        return static_cast<int>(ExitStatus::kDone);
+    } catch (const CLI::CallForHelp&) {
+        std::cout << LastCommand(&program)->help();
+        return static_cast<int>(ExitStatus::kDone);
+    } catch (const CLI::ParseError& error) {
+        return Fail(ExitStatus::kUsage, UsageSentence(program, error));
+    } catch (const Failure& failure) {
+        return Fail(failure.Status(), failure.what());
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& exception) {
+        return Fail(ExitStatus::kFailed, exception.what());
+    }
+}
