@@ -14,3 +14,7 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 # Tests run under Wine.
 set(CMAKE_CROSSCOMPILING_EMULATOR wine)
+# Packages that the build machine has as headers or as sources.
+foreach(package CLI11 nlohmann_json GTest)
+    set(${package}_DIR "${CMAKE_CURRENT_LIST_DIR}/cross" CACHE PATH "" FORCE)
+endforeach()

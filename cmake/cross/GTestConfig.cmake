@@ -1,0 +1,13 @@
+# GoogleTest from Debian's sources, built for the target.
+if(NOT TARGET gtest)
+    set(INSTALL_GTEST OFF)
+    set(PELACON_WARNINGS_SAVED "${CMAKE_CXX_FLAGS}")
+    set(CMAKE_CXX_FLAGS "${CMAKE_CXX_FLAGS} -w")
+    add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+    set(CMAKE_CXX_FLAGS "${PELACON_WARNINGS_SAVED}")
+    foreach(library gtest gtest_main gmock gmock_main)
+        if(NOT TARGET GTest::${library})
+            add_library(GTest::${library} ALIAS ${library})
+        endif()
+    endforeach()
+endif()
