@@ -15,8 +15,14 @@
 #ifndef PELACONSDK_PELACONSDK_H
 #define PELACONSDK_PELACONSDK_H
 
+#include <PelaconSDK/BleAdvertiser.h>
+#include <PelaconSDK/BleGattClient.h>
+#include <PelaconSDK/BleGattServer.h>
 #include <PelaconSDK/BleManager.h>
+#include <PelaconSDK/BleScanner.h>
 #include <PelaconSDK/Diagnostics.h>
 #include <PelaconSDK/PelaconSvc.h>
+#include <PelaconSDK/Vod2dApi.h>
+#include <PelaconSDK/WifiSystemApi.h>
 
 #endif /* PELACONSDK_PELACONSDK_H */

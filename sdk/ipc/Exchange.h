@@ -60,6 +60,14 @@ Record ReadRecord(const std::uint8_t* payload)
     return record;
 }
 
+/// The same, where it stands, for those who hand pointers into it on. Payloads are aligned like
+/// everything that malloc gives.
+template <typename Record>
+const Record* RecordIn(const std::uint8_t* payload)
+{
+    return reinterpret_cast<const Record*>(payload);
+}
+
 namespace detail {
 
 /// A reply, with its payload for as long as it is needed.
@@ -124,13 +132,14 @@ auto Decoded(const std::uint8_t* payload)
 }  // namespace detail
 
 /// Sends the operation's request and waits for its reply. Without an answer the result is the one
-/// the failures name; with one it is what `onReply` makes of the decoded reply, and "end" is
+/// the failures name; with one it is what `onReply` makes of the decoded reply, and `lastLine` is
 /// logged. A text request is a std::string, sent with its NUL; a text reply ends at its first NUL.
 template <typename Request, typename Reply, typename Result, typename WhenNotSent,
           typename WhenNoReply, typename OnReply>
 Result Exchange(std::string_view function, const protocol::Operation<Request, Reply>& operation,
                 const typename detail::RequestArgument<Request>::Type& request,
-                const Failures<Result, WhenNotSent, WhenNoReply>& failures, OnReply onReply)
+                const Failures<Result, WhenNotSent, WhenNoReply>& failures, OnReply onReply,
+                std::string_view lastLine = "end")
 {
     detail::ReplyItem reply;
     const detail::PayloadView payload = detail::ViewOf(request);
@@ -146,7 +155,7 @@ Result Exchange(std::string_view function, const protocol::Operation<Request, Re
         return failures.noReply;
     }
     const Result result = onReply(detail::Decoded<Reply>(reply.message));
-    diag::LogEnd(function);
+    diag::Log(kLogTrace, function, lastLine);
     return result;
 }
 

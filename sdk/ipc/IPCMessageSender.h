@@ -2,7 +2,12 @@
 #pragma once
 
 #include <IPCMessage/IPCMessageClient.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
 #include <sdk/ipc/BleManagerCallbacks.h>
+#include <sdk/ipc/GattClientCallbacks.h>
+#include <sdk/ipc/GattServerCallbacks.h>
+#include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/TargetAdvCallbacks.h>
 
 #include <atomic>
 #include <cstdint>
@@ -12,7 +17,12 @@ namespace pelacon {
 /// The process's one sender: it knows the message client while the library is started, has the two
 /// ways of sending, and holds one registry of application callbacks per family (the bases, each
 /// with a mutex of its own). Lives until the process ends, as threads may use it until then.
-class IPCMessageSender : public BleManagerCallbacks {
+class IPCMessageSender : public BleManagerCallbacks,
+                         public AdvertiserCallbacks,
+                         public ScanCallbacks,
+                         public TargetAdvCallbacks,
+                         public GattClientCallbacks,
+                         public GattServerCallbacks {
   public:
     static IPCMessageSender& GetInstance();
 

@@ -1,11 +1,17 @@
+#include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
+#include <protocol/BleScanner.h>
+#include <protocol/GattClient.h>
+#include <protocol/GattServer.h>
 #include <protocol/ServiceLink.h>
+#include <protocol/TargetAdv.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/Receivers.h>
 
 #include <algorithm>
+#include <bit>
 #include <iterator>
 #include <span>
 
@@ -33,12 +39,77 @@ void OnBtStateChanged(const TagIPCMessageItem& item)
     Sender().OnBtStateChanged(FirstWord(item));
 }
 
-void OnServerWrite(const TagIPCMessageItem& item)
+void OnAdvertiseDisabled(const TagIPCMessageItem& item)
 {
-    constexpr std::size_t kWriteLengthOffset = 1080;
-    std::uint32_t length = 0;
-    std::memcpy(&length, item.message + kWriteLengthOffset, sizeof length);
-    Log(kLogTrace, "OnServerWriteCallbackCb", "len :", length);
+    const auto record = ReadRecord<protocol::AdvertiserStatusRecord>(item.message);
+    Sender().AdvertiseDisableCallback(record.advertiserId, record.status);
+}
+
+void OnScanStatus(const TagIPCMessageItem& item)
+{
+    const auto record = ReadRecord<protocol::ScanStatusRecord>(item.message);
+    Sender().OnScanStatus(record.listenerId, record.status);
+}
+
+void OnScanResult(const TagIPCMessageItem& item)
+{
+    const auto record = ReadRecord<protocol::ScanResultRecord>(item.message);
+    const auto result = std::bit_cast<BleScanResultC>(record.result);
+    Sender().OnScanResult(&result);
+}
+
+void OnRecvTargertAdvCb(const TagIPCMessageItem& item)
+{
+    constexpr auto kFunction = "OnRecvTargertAdvCb";
+    LogStart(kFunction);
+    if (item.message == nullptr) {
+        Log(kLogIncomplete, kFunction, "ipcMsg.message is nullptr, return");
+        return;
+    }
+    Sender().OnRecvTargetAdv(ReadRecord<TargetAdvInfo>(item.message));
+    LogEnd(kFunction);
+}
+
+void OnGattConnectionState(const TagIPCMessageItem& item)
+{
+    Sender().OnConnectionStateCallback(RecordIn<protocol::GattConnectionState>(item.message));
+}
+
+void OnGattNotification(const TagIPCMessageItem& item)
+{
+    Sender().OnNotificationReceiveCallback(RecordIn<protocol::GattValueRecord>(item.message));
+}
+
+void OnGattPeerConnected(const TagIPCMessageItem& item)
+{
+    Sender().ConnectServerCallback(RecordIn<protocol::GattPeerRecord>(item.message));
+}
+
+void OnGattPeerDisconnected(const TagIPCMessageItem& item)
+{
+    Sender().DisconnectServerCallback(RecordIn<protocol::GattPeerRecord>(item.message));
+}
+
+void OnGattNotifySent(const TagIPCMessageItem& item)
+{
+    Sender().NotifySendCallback(RecordIn<protocol::GattPeerValueRecord>(item.message));
+}
+
+void OnGattMtuChanged(const TagIPCMessageItem& item)
+{
+    Sender().MtuChangeCallback(RecordIn<protocol::GattPeerValueRecord>(item.message));
+}
+
+void OnGattPeerReads(const TagIPCMessageItem& item)
+{
+    Sender().OnServerReadCallback(RecordIn<protocol::GattPeerRequestRecord>(item.message));
+}
+
+void OnGattPeerWrites(const TagIPCMessageItem& item)
+{
+    const auto* record = RecordIn<protocol::GattPeerRequestRecord>(item.message);
+    Log(kLogTrace, "OnServerWriteCallbackCb", "len :", record->dataLen);
+    Sender().OnServerWriteCallback(record);
 }
 
 // The text belongs to the card-state notification, and the level to failures; both are kept.
@@ -83,23 +154,23 @@ constexpr Route kRoutes[] = {
     {0xD80008, NotHandledYet},
     {0xD80038, NotHandledYet},
     {0xD80039, NotHandledYet},
-    {0xD80044, NotHandledYet},
-    {0xD80048, NotHandledYet},
-    {0xD80049, NotHandledYet},
-    {0xD80053, NotHandledYet},
+    {protocol::kAdvertiseDisabled.id, OnAdvertiseDisabled},
+    {protocol::kGattConnectionState.id, OnGattConnectionState},
+    {protocol::kGattConnectionEnd.id, OnGattConnectionState},
+    {protocol::kGattNotification.id, OnGattNotification},
     {protocol::kBtStateChanged.id, OnBtStateChanged},
-    {0xD8006A, NotHandledYet},
-    {0xD8006B, NotHandledYet},
-    {0xD8007E, NotHandledYet, WithoutPayload::kPassedOn},
+    {protocol::kScanStatus.id, OnScanStatus},
+    {protocol::kScanResult.id, OnScanResult},
+    {protocol::kTargetAdvReceived.id, OnRecvTargertAdvCb, WithoutPayload::kPassedOn},
 };
 
 constexpr Route kRoutesExt[] = {
-    {0xD80075, NotHandledYet},
-    {0xD80076, NotHandledYet},
-    {0xD80077, NotHandledYet},
-    {0xD80078, NotHandledYet},
-    {0xD80079, NotHandledYet},
-    {0xD8007A, OnServerWrite},
+    {protocol::kGattPeerConnected.id, OnGattPeerConnected},
+    {protocol::kGattPeerDisconnected.id, OnGattPeerDisconnected},
+    {protocol::kGattNotifySent.id, OnGattNotifySent},
+    {protocol::kGattMtuChanged.id, OnGattMtuChanged},
+    {protocol::kGattPeerReads.id, OnGattPeerReads},
+    {protocol::kGattPeerWrites.id, OnGattPeerWrites},
     {0xD80028, NotHandledYet},
     {0xD80087, NotHandledYet},
     {0xD80088, NotHandledYet},

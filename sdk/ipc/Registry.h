@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <vector>
 
@@ -25,6 +26,16 @@ class KeyedRegistry {
     {
         const auto found = tables_.find(key);
         return found != tables_.end() ? &found->second : nullptr;
+    }
+
+    /// The lowest ids in ascending order, at most so many.
+    std::vector<Key> LowestKeys(std::size_t most) const
+    {
+        std::vector<Key> keys;
+        for (auto entry = tables_.begin(); entry != tables_.end() && keys.size() < most; ++entry) {
+            keys.push_back(entry->first);
+        }
+        return keys;
     }
 
     bool Empty() const { return tables_.empty(); }

@@ -48,7 +48,9 @@ std::uint32_t GetProcessId()
 
 void IPCMessageSender::SendRepairRequest()
 {
-    const protocol::RepairRequest request{};
+    protocol::RepairRequest request{};
+    std::ranges::copy(LowestAdvIds(request.kSlots), request.advertiserIds);
+    std::ranges::copy(LowestScanIds(request.kSlots), request.scannerIds);
     detail::ReplyItem reply;
     if (!SendIPCMessageToService(
             protocol::kRepairResource.id, &request, sizeof request,

@@ -1,0 +1,68 @@
+#include <PelaconSDK/BleAdvertiser.h>
+#include <sdk/api/CEntry.h>
+
+#include <cstdint>
+#include <vector>
+
+using pelacon::CEntry;
+
+namespace {
+
+/// Which argument must not be null but is; null when all is well.
+const char* NullArgument(const BleAdvertiseParamsC* params, const BleAdvertiseDataC* data)
+{
+    if (params == nullptr) {
+        return "params";
+    }
+    if (data == nullptr) {
+        return "data";
+    }
+    if (data->advData == nullptr && data->advDataLen != 0) {
+        return "advData";
+    }
+    if (data->scanResp == nullptr && data->scanRespLen != 0) {
+        return "scanResp";
+    }
+    return nullptr;
+}
+
+std::vector<std::uint8_t> Bytes(const std::uint8_t* bytes, std::uint32_t length)
+{
+    return length != 0 ? std::vector<std::uint8_t>(bytes, bytes + length)
+                       : std::vector<std::uint8_t>();
+}
+
+}  // namespace
+
+BleStatusC BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback, int* businessId)
+{
+    return CEntry("BleAdvRegisterCallbacks", kBleStatusFailed,
+                  [&] { return BleAdvertiser::BleAdvRegisterCallbacks(advCallback, businessId); });
+}
+
+BleStatusC BleAdvUnRegisterCallbacks(int advId)
+{
+    return CEntry("BleAdvUnRegisterCallbacks", kBleStatusFailed,
+                  [&] { return BleAdvertiser::BleAdvUnRegisterCallbacks(advId); });
+}
+
+BleStatusC BleStartAdvertise(int advId, const BleAdvertiseParamsC* params,
+                             const BleAdvertiseDataC* data)
+{
+    return CEntry("BleStartAdvertise", kBleStatusFailed, [&] {
+        if (const char* argument = NullArgument(params, data)) {
+            pelacon::diag::Log(kLogIncomplete, "BleStartAdvertise", argument,
+                               " is nullptr, return");
+            return kBleStatusFailed;
+        }
+        return BleAdvertiser::BleStartAdvertise(
+            advId, *params,
+            {Bytes(data->advData, data->advDataLen), Bytes(data->scanResp, data->scanRespLen)});
+    });
+}
+
+BleStatusC BleStopAdvertise(int advId)
+{
+    return CEntry("BleStopAdvertise", kBleStatusFailed,
+                  [&] { return BleAdvertiser::BleStopAdvertise(advId); });
+}

@@ -1,0 +1,31 @@
+// Who hears that an advertiser went silent.
+#pragma once
+
+#include <PelaconSDK/BleAdvertiser.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+namespace pelacon {
+
+class AdvertiserCallbacks {
+  public:
+    /// Keeps the table under the id; a null table, or one for an id that is taken, is not kept.
+    void AddAdvCb(BleAdvCallbacksC* callbacks, int advId);
+    void RemoveAdvCb(int advId);
+
+    /// Tells the advertiser's table, with the registry locked.
+    void AdvertiseDisableCallback(int advId, int status);
+
+    /// The lowest ids that have a table, in ascending order, at most so many.
+    std::vector<std::int32_t> LowestAdvIds(std::size_t most);
+
+  private:
+    std::mutex mutex_;
+    KeyedRegistry<std::int32_t, BleAdvCallbacksC*> tables_;
+};
+
+}  // namespace pelacon

@@ -1,0 +1,42 @@
+// Who hears what the scanner hears.
+#pragma once
+
+#include <PelaconSDK/BleScanner.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+namespace pelacon {
+
+class ScanCallbacks {
+  public:
+    /// Keeps the table under the id; a null table, or one for an id that is taken, is not kept.
+    void AddScanCb(BleScanCallbacksC* callbacks, int listenerId);
+
+    /// Forgets the id's table. Whether the id counts as scanning does not change.
+    void RemoveScanCb(int listenerId);
+
+    /// Counts the id among those that scan, once.
+    void ScanStart(int listenerId);
+    void ScanStop(int listenerId);
+
+    /// Tells the listener of its status, with the registry locked.
+    void OnScanStatus(int listenerId, int status);
+
+    /// Hands the result to every listener that scans, each on a detached thread of its own with a
+    /// copy of its own. A thread that cannot be created costs its listener this result.
+    void OnScanResult(const BleScanResultC* result);
+
+    /// The lowest ids that have a table, in ascending order, at most so many.
+    std::vector<std::int32_t> LowestScanIds(std::size_t most);
+
+  private:
+    std::mutex mutex_;
+    KeyedRegistry<std::int32_t, BleScanCallbacksC*> tables_;
+    std::vector<std::int32_t> scanning_;  // in the order of their starts, without duplicates
+};
+
+}  // namespace pelacon

@@ -1,0 +1,31 @@
+// Who hears the targeted advertisements of a business.
+#pragma once
+
+#include <PelaconSDK/BleScanner.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstdint>
+#include <mutex>
+
+namespace pelacon {
+
+class TargetAdvCallbacks {
+  public:
+    /// Keeps the table for the business; a null table, or one for a business that has one, is not
+    /// kept.
+    void AddTargetAdvCb(int business, VoviewRecvAdvCallbacksC* callbacks);
+    void RemoveTargetAdvCb(int business);
+
+    /// Hands the advertisement to its business's table, on a detached thread.
+    void OnRecvTargetAdv(const TargetAdvInfo& info);
+
+    /// What such a thread does. It has the table's slot rather than the table, so that the table is
+    /// not needed once its business is unregistered.
+    static void OnRecvTargetAdvThread(void (*slot)(TargetAdvInfo), const TargetAdvInfo& info);
+
+  private:
+    std::mutex mutex_;
+    KeyedRegistry<std::int32_t, VoviewRecvAdvCallbacksC*> tables_;
+};
+
+}  // namespace pelacon
