@@ -7,7 +7,9 @@
 #include <sdk/ipc/GattClientCallbacks.h>
 #include <sdk/ipc/GattServerCallbacks.h>
 #include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/SoftApCallbacks.h>
 #include <sdk/ipc/TargetAdvCallbacks.h>
+#include <sdk/ipc/WifiConfigCallbacks.h>
 
 #include <atomic>
 #include <cstdint>
@@ -22,7 +24,9 @@ class IPCMessageSender : public BleManagerCallbacks,
                          public ScanCallbacks,
                          public TargetAdvCallbacks,
                          public GattClientCallbacks,
-                         public GattServerCallbacks {
+                         public GattServerCallbacks,
+                         public SoftApCallbacks,
+                         public WifiConfigCallbacks {
   public:
     static IPCMessageSender& GetInstance();
 

@@ -5,6 +5,8 @@
 #include <protocol/GattServer.h>
 #include <protocol/ServiceLink.h>
 #include <protocol/TargetAdv.h>
+#include <protocol/Vod2dConfig.h>
+#include <protocol/Vod2dGroup.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/IPCMessageSender.h>
@@ -115,14 +117,35 @@ void OnGattPeerWrites(const TagIPCMessageItem& item)
 // The text belongs to the card-state notification, and the level to failures; both are kept.
 constexpr auto kCardStateEnter = "WifiCardStateChangeCb enter";
 
-void OnWifiCardState(const TagIPCMessageItem& /*item*/)
+void OnWifiCardState(const TagIPCMessageItem& item)
 {
     Log(kLogFailure, "WifiCardStateChangeCb", kCardStateEnter);
+    Sender().WifiCardStateChangeCallback(item.message);
 }
 
 void OnWifiConnectChannel(const TagIPCMessageItem& /*item*/)
 {
     Log(kLogFailure, "WifiConnectChannelCallbackCb", kCardStateEnter);
+}
+
+void OnSoftApGroupsChange(const TagIPCMessageItem& item)
+{
+    Sender().SoftAPGroupsChangeCallBack(item.message);
+}
+
+void OnSoftApConnectionStateChange(const TagIPCMessageItem& item)
+{
+    Sender().SoftAPConnectionStateChangeCallBack(item.message);
+}
+
+void OnWifiCfg(const TagIPCMessageItem& item)
+{
+    Sender().WifiCfgCallback(item.message);
+}
+
+void OnConnNotify(const TagIPCMessageItem& item)
+{
+    Sender().ConnNotifyCallback(item.message);
 }
 
 void OnServiceStarted(const TagIPCMessageItem& /*item*/)
@@ -152,8 +175,8 @@ constexpr Route kRoutes[] = {
     {0xD80006, NotHandledYet},
     {0xD80007, NotHandledYet},
     {0xD80008, NotHandledYet},
-    {0xD80038, NotHandledYet},
-    {0xD80039, NotHandledYet},
+    {protocol::kSoftApGroupsChange.id, OnSoftApGroupsChange},
+    {protocol::kSoftApConnectionStateChange.id, OnSoftApConnectionStateChange},
     {protocol::kAdvertiseDisabled.id, OnAdvertiseDisabled},
     {protocol::kGattConnectionState.id, OnGattConnectionState},
     {protocol::kGattConnectionEnd.id, OnGattConnectionState},
@@ -172,9 +195,9 @@ constexpr Route kRoutesExt[] = {
     {protocol::kGattPeerReads.id, OnGattPeerReads},
     {protocol::kGattPeerWrites.id, OnGattPeerWrites},
     {0xD80028, NotHandledYet},
-    {0xD80087, NotHandledYet},
-    {0xD80088, NotHandledYet},
-    {0xD8008B, OnWifiCardState},
+    {protocol::kWifiCfgChanged.id, OnWifiCfg},
+    {protocol::kConnNotify.id, OnConnNotify},
+    {protocol::kWifiCardStateChange.id, OnWifiCardState},
     {0xD70008, OnWifiConnectChannel},
     {protocol::kServiceStarted.id, OnServiceStarted, WithoutPayload::kPassedOn},
     {0xD80096, OnWifiSwitchState},

@@ -1,0 +1,112 @@
+#include <PelaconSDK/BleGattClient.h>
+#include <sdk/api/CEntry.h>
+#include <sdk/api/GattFields.h>
+
+#include <string>
+#include <vector>
+
+using pelacon::CEntry;
+
+namespace {
+
+BleStatusC RefuseParameters(const char* function)
+{
+    pelacon::diag::Log(kLogFailure, function, "invalid params");
+    return kBleStatusFailed;
+}
+
+}  // namespace
+
+BleStatusC BleGattClientRegister(int32_t* clientId)
+{
+    return CEntry("BleGattClientRegister", kBleStatusFailed,
+                  [&] { return BleGattClient::BleGattClientRegister(clientId); });
+}
+
+BleStatusC BleGattClientUnRegister(int32_t clientId)
+{
+    return CEntry("BleGattClientUnRegister", kBleStatusFailed,
+                  [&] { return BleGattClient::BleGattClientUnRegister(clientId); });
+}
+
+BleStatusC BleGattClientConnect(int32_t clientId, uint64_t address,
+                                BtGattClientCallbacksC* callbacks)
+{
+    return CEntry("BleGattClientConnect", kBleStatusFailed, [&] {
+        return BleGattClient::BleGattClientConnect(clientId, address, callbacks);
+    });
+}
+
+BleStatusC BleGattClientDisconnect(int32_t clientId)
+{
+    return CEntry("BleGattClientDisconnect", kBleStatusFailed,
+                  [&] { return BleGattClient::BleGattClientDisconnect(clientId); });
+}
+
+BleStatusC BleGattClientSearchServices(int32_t clientId)
+{
+    return CEntry("BleGattClientSearchServices", kBleStatusFailed,
+                  [&] { return BleGattClient::BleGattClientSearchServices(clientId); });
+}
+
+BleStatusC BleGattClientGetService(int32_t clientId, const char* serviceUuid)
+{
+    constexpr auto kFunction = "BleGattClientGetService";
+    return CEntry(kFunction, kBleStatusFailed, [&] {
+        if (serviceUuid == nullptr) {
+            return RefuseParameters(kFunction);
+        }
+        return BleGattClient::BleGattClientGetService(clientId, serviceUuid);
+    });
+}
+
+BleStatusC BleGattClientReadCharacteristic(int32_t clientId, const char* serviceUuid,
+                                           const char* charUuid, uint8_t* data, uint32_t* dataLen)
+{
+    constexpr auto kFunction = "BleGattClientReadCharacteristic";
+    return CEntry(kFunction, kBleStatusFailed, [&] {
+        if (serviceUuid == nullptr || charUuid == nullptr || dataLen == nullptr) {
+            return RefuseParameters(kFunction);
+        }
+        *dataLen = 0;
+        std::vector<std::uint8_t> value;
+        const BleStatusC status =
+            BleGattClient::BleGattClientReadCharacteristic(clientId, serviceUuid, charUuid, &value);
+        *dataLen = static_cast<std::uint32_t>(value.size());
+        const bool copied = memcpy_s(data, kBleGattMaxValueLength, value.data(), value.size()) == 0;
+        return copied ? status : kBleStatusDataTooLong;
+    });
+}
+
+BleStatusC BleGattClientWriteCharacteristic(int32_t clientId, const char* serviceUuid,
+                                            const char* charUuid, const uint8_t* data,
+                                            uint32_t dataLen)
+{
+    constexpr auto kFunction = "BleGattClientWriteCharacteristic";
+    return CEntry(kFunction, kBleStatusFailed, [&] {
+        if (serviceUuid == nullptr || charUuid == nullptr || (data == nullptr && dataLen != 0)) {
+            return RefuseParameters(kFunction);
+        }
+        return BleGattClient::BleGattClientWriteCharacteristic(
+            clientId, serviceUuid, charUuid, pelacon::ValueFrom(data, dataLen, dataLen));
+    });
+}
+
+BleStatusC BleGattClientRegisterNotification(int32_t clientId, const char* serviceUuid,
+                                             const char* charUuid, bool enable)
+{
+    constexpr auto kFunction = "BleGattClientRegisterNotification";
+    return CEntry(kFunction, kBleStatusFailed, [&] {
+        if (serviceUuid == nullptr || charUuid == nullptr) {
+            return RefuseParameters(kFunction);
+        }
+        return BleGattClient::BleGattClientRegisterNotification(clientId, serviceUuid, charUuid,
+                                                                enable);
+    });
+}
+
+BleStatusC BleGattClientGetMtu(int32_t clientId, int32_t* mtu)
+{
+    return CEntry("BleGattClientGetMtu", kBleStatusFailed,
+                  [&] { return BleGattClient::BleGattClientGetMtu(clientId, mtu); });
+}

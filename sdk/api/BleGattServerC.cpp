@@ -1,0 +1,116 @@
+#include <PelaconSDK/BleGattServer.h>
+#include <protocol/GattServer.h>
+#include <sdk/api/CEntry.h>
+#include <sdk/api/GattFields.h>
+#include <sdk/api/GattServerService.h>
+#include <sdk/ipc/Exchange.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+using pelacon::CEntry;
+using pelacon::FixedText;
+using pelacon::ValueFrom;
+
+static_assert(offsetof(BLECharacteristicInfoC, flags) == 40);
+static_assert(offsetof(BLECharacteristicInfoC, callbacks) == 48);
+static_assert(offsetof(BLECharacteristicInfoC, value) == 56);
+static_assert(offsetof(BLECharacteristicInfoC, valueLen) == 1080);
+
+// The record to publish from has the layout of the request.
+using pelacon::protocol::GattPublishNotifyRequest;
+static_assert(sizeof(BleGattNotifyInfoC) == sizeof(GattPublishNotifyRequest));
+static_assert(offsetof(BleGattNotifyInfoC, serviceHandle) ==
+              offsetof(GattPublishNotifyRequest, serviceHandle));
+static_assert(offsetof(BleGattNotifyInfoC, charUuid) ==
+              offsetof(GattPublishNotifyRequest, charUuid));
+static_assert(offsetof(BleGattNotifyInfoC, value) == offsetof(GattPublishNotifyRequest, value));
+static_assert(offsetof(BleGattNotifyInfoC, valueLen) ==
+              offsetof(GattPublishNotifyRequest, valueLen));
+static_assert(offsetof(BleGattNotifyInfoC, peer) == offsetof(GattPublishNotifyRequest, peer));
+
+BleStatusC BleGattServerRegister(BtGattServerCallbacksC* callbacks, int32_t* serverId)
+{
+    return CEntry("BleGattServerRegister", kBleStatusFailed,
+                  [&] { return BleGattServer::BleGattServerRegister(callbacks, serverId); });
+}
+
+BleStatusC BleGattServerUnRegister(int32_t serverId)
+{
+    return CEntry("BleGattServerUnRegister", kBleStatusFailed,
+                  [&] { return BleGattServer::BleGattServerUnRegister(serverId); });
+}
+
+BleStatusC BleGattServerAddService(int32_t serverId, const char* serviceUuid,
+                                   int32_t* serviceHandle)
+{
+    return CEntry("BleGattServerAddService", kBleStatusFailed, [&] {
+        if (serviceUuid == nullptr) {
+            return pelacon::AddGattService(serverId, nullptr, serviceHandle);
+        }
+        return BleGattServer::BleGattServerAddService(serverId, serviceUuid, serviceHandle);
+    });
+}
+
+BleStatusC BleGattServerDeleteService(int32_t serverId, int32_t serviceHandle)
+{
+    return CEntry("BleGattServerDeleteService", kBleStatusFailed, [&] {
+        return BleGattServer::BleGattServerDeleteService(serverId, serviceHandle);
+    });
+}
+
+BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandle,
+                                          BLECharacteristicInfoC* info)
+{
+    return CEntry("BleGattServerAddCharacteristic", kBleStatusFailed, [&] {
+        if (info == nullptr) {
+            return kBleStatusFailed;
+        }
+        BLECharacteristicInfo member;
+        member.charUuid = FixedText(info->charUuid);
+        member.flags = static_cast<std::int32_t>(info->flags);
+        member.callbacks = info->callbacks;
+        member.value = ValueFrom(info->value, sizeof info->value, info->valueLen);
+        return BleGattServer::BleGattServerAddCharacteristic(serverId, serviceHandle, &member);
+    });
+}
+
+BleStatusC BleGattServerStartService(int32_t serverId, int32_t serviceHandle)
+{
+    return CEntry("BleGattServerStartService", kBleStatusFailed, [&] {
+        return BleGattServer::BleGattServerStartService(serverId, serviceHandle);
+    });
+}
+
+BleStatusC BleGattServerStopService(int32_t serverId, int32_t serviceHandle)
+{
+    return CEntry("BleGattServerStopService", kBleStatusFailed,
+                  [&] { return BleGattServer::BleGattServerStopService(serverId, serviceHandle); });
+}
+
+BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle, const char* charUuid,
+                                      const uint8_t* data, uint32_t dataLen, uint64_t peer)
+{
+    constexpr auto kFunction = "BleGattServerPublishNotify";
+    return CEntry(kFunction, kBleStatusFailed, [&] {
+        if (charUuid == nullptr || (data == nullptr && dataLen != 0)) {
+            pelacon::diag::Log(kLogFailure, kFunction, "invalid params");
+            return kBleStatusFailed;
+        }
+        return BleGattServer::BleGattServerPublishNotify(serverId, serviceHandle, charUuid,
+                                                         ValueFrom(data, dataLen, dataLen), peer);
+    });
+}
+
+BleStatusC BleGattServerPublishNotifyExt(BleGattNotifyInfoC* info)
+{
+    return CEntry("BleGattServerPublishNotifyExt", kBleStatusFailed, [&] {
+        if (info == nullptr || info->valueLen == 0) {
+            return kBleStatusFailed;
+        }
+        return BleGattServer::BleGattServerPublishNotify(
+            info->serverId, info->serviceHandle, FixedText(info->charUuid),
+            ValueFrom(info->value, sizeof info->value, info->valueLen), info->peer);
+    });
+}

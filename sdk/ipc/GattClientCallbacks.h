@@ -1,0 +1,33 @@
+// Who hears of GATT connections, and of what their peers notify.
+#pragma once
+
+#include <PelaconSDK/BleGattClient.h>
+#include <protocol/GattClient.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstdint>
+#include <mutex>
+
+namespace pelacon {
+
+class GattClientCallbacks {
+  public:
+    /// Keeps the table for a client id that has none yet; null is ignored.
+    void AddBleGattClientCb(BtGattClientCallbacksC* callbacks, std::int32_t clientId);
+
+    /// Tell the client's table, with the registry locked. A null record is ignored.
+    void OnConnectionStateCallback(const protocol::GattConnectionState* record);
+    void OnNotificationReceiveCallback(const protocol::GattValueRecord* record);
+
+    /// The registry's lock, for an operation that must take it together with another. Recursive, as
+    /// callbacks run with it and may call operations that add to the registry.
+    std::recursive_mutex& GattClientMutex() { return mutex_; }
+
+  private:
+    BtGattClientCallbacksC TableOf(std::int32_t clientId);
+
+    std::recursive_mutex mutex_;
+    KeyedRegistry<std::int32_t, BtGattClientCallbacksC*> tables_;
+};
+
+}  // namespace pelacon

@@ -1,0 +1,40 @@
+// UUIDs and lengths in what peers sent, made safe to hand to an application.
+#pragma once
+
+#include <protocol/Gatt.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace pelacon {
+
+/// The text of a UUID field: the field itself, or a copy with a NUL behind it where the field has
+/// none. Lives as long as the field.
+class UuidText {
+  public:
+    explicit UuidText(const char (&field)[protocol::kUuidFieldSize]) : text_(field)
+    {
+        if (std::memchr(field, '\0', sizeof field) == nullptr) {
+            std::memcpy(terminated_, field, sizeof field);
+            text_ = terminated_;
+        }
+    }
+
+    UuidText(const UuidText&) = delete;
+    UuidText& operator=(const UuidText&) = delete;
+
+    const char* Get() const { return text_; }
+
+  private:
+    char terminated_[protocol::kUuidFieldSize + 1] = {};
+    const char* text_;
+};
+
+/// How many bytes of a value area there are, whatever its sender says.
+inline std::uint32_t ClampedLength(std::uint32_t length)
+{
+    return std::min(length, static_cast<std::uint32_t>(protocol::kGattValueSize));
+}
+
+}  // namespace pelacon

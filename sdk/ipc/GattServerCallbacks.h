@@ -1,0 +1,73 @@
+// Who hears of a GATT server's peers: servers, their services, and the characteristics of those.
+#pragma once
+
+#include <PelaconSDK/BleGattServer.h>
+#include <protocol/GattServer.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace pelacon {
+
+class GattServerCallbacks {
+  public:
+    /// Changes of the registry. What exists already stays as it is, and what is missing changes
+    /// nothing; either is logged. A null table of a server is ignored.
+    void AddGattServer(BtGattServerCallbacksC* callbacks, std::int32_t serverId);
+    void RemoveGattServer(std::int32_t serverId);
+    void AddGattServerService(std::int32_t serverId, std::int32_t serviceHandle,
+                              const std::string& serviceUuid);
+    void RemoveGattServerService(std::int32_t serverId, std::int32_t serviceHandle);
+    void AddGattServerCharacteristic(std::int32_t serverId, std::int32_t serviceHandle,
+                                     const BLECharacteristicInfo* info,
+                                     BtGattCharCallbacksC* callbacks);
+
+    /// Tell the server's table, with the registry locked. A null record is ignored.
+    void ConnectServerCallback(const protocol::GattPeerRecord* record);
+    void DisconnectServerCallback(const protocol::GattPeerRecord* record);
+    void NotifySendCallback(const protocol::GattPeerValueRecord* record);
+    void MtuChangeCallback(const protocol::GattPeerValueRecord* record);
+
+    /// Tell the characteristic's table, with the registry locked. A null record is logged.
+    void OnServerReadCallback(const protocol::GattPeerRequestRecord* record);
+    void OnServerWriteCallback(const protocol::GattPeerRequestRecord* record);
+
+    /// The registry's lock, for an operation that must take it together with another. Recursive, as
+    /// callbacks run with it and may call operations that change the registry.
+    std::recursive_mutex& GattServerMutex() { return mutex_; }
+
+  private:
+    struct Characteristic {
+        std::string uuid;
+        BtGattCharCallbacksC* callbacks;
+    };
+    struct Service {
+        std::string uuid;
+        std::vector<Characteristic> characteristics;
+
+        const Characteristic* Find(const std::string& charUuid) const;
+    };
+    struct Server {
+        BtGattServerCallbacksC* callbacks;
+        KeyedRegistry<std::int32_t, Service> services;
+    };
+
+    Server* FindServer(const char* function, std::int32_t serverId);
+    Service* FindService(const char* function, std::int32_t serverId, std::int32_t serviceHandle);
+
+    template <typename Record, typename Slot, typename... Values>
+    void TellServer(const char* function, const char* text, const Record* record, Slot slot,
+                    Values... values);
+
+    template <typename Slot>
+    void TellCharacteristic(const char* function, const char* text,
+                            const protocol::GattPeerRequestRecord* record, Slot slot);
+
+    std::recursive_mutex mutex_;
+    KeyedRegistry<std::int32_t, Server> servers_;
+};
+
+}  // namespace pelacon
