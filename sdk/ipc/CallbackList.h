@@ -1,0 +1,56 @@
+// Tables with one slot each that are registered by a request and never unregistered.
+#pragma once
+
+#include <sdk/diag/Log.h>
+#include <sdk/ipc/Registry.h>
+
+#include <mutex>
+#include <optional>
+
+namespace pelacon {
+
+/// The tables that hear of one thing, with the request that the service last accepted for them.
+template <typename Table, typename Request>
+class CallbackList {
+  public:
+    /// A table that is there already is not added again; the request counts all the same.
+    void Register(const char* function, Table* table, const Request& request)
+    {
+        const std::lock_guard lock(mutex_);
+        request_ = request;
+        if (!tables_.AddOnce(table)) {
+            diag::Log(kLogTrace, function, "callback already exist");
+        }
+    }
+
+    /// The request last accepted; nothing when there is no table.
+    std::optional<Request> Accepted() const
+    {
+        const std::lock_guard lock(mutex_);
+        return request_;
+    }
+
+    /// Calls this slot of every table, in the order of registration, with the list locked.
+    template <typename Event>
+    void Tell(const char* function, void (*Table::*slot)(const Event*), const Event& event) const
+    {
+        diag::LogStart(function);
+        {
+            const std::lock_guard lock(mutex_);
+            for (const Table* table : tables_) {
+                if (table != nullptr && table->*slot != nullptr) {
+                    diag::Log(kLogTrace, function, "call callback");
+                    (table->*slot)(&event);
+                }
+            }
+        }
+        diag::LogEnd(function);
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    PointerList<Table> tables_;
+    std::optional<Request> request_;
+};
+
+}  // namespace pelacon
