@@ -69,6 +69,7 @@ void IPCMessageSender::ServiceStartNotifyCallback()
         return;
     }
     SendRepairRequest();
+    WifiExceptCallback();
     LogEnd(kFunction);
 }
 
