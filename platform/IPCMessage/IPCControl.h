@@ -1,13 +1,13 @@
 // Operators' access to a running service.
 #pragma once
 
+#include <IPCMessage/TagIPCMessageItem.h>
+
 #include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include <IPCMessage/TagIPCMessageItem.h>
 
 /// Why an operator's connection ended, in a sentence for people.
 struct IPCControlError {

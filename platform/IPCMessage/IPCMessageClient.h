@@ -14,7 +14,7 @@
 /// several threads do not wait for each other, and a call made inside a notification callback is
 /// answered like any other. Notifications arrive on one receive thread, in the order sent.
 class IPCMessageClient {
- public:
+  public:
     /// Runs on the receive thread. The item and its payload are the client's and end with the call.
     /// The payload buffer holds at least 2,048 bytes and is zero behind the payload. What it
     /// throws ends the process.
@@ -22,9 +22,9 @@ class IPCMessageClient {
 
     /// What the channel has been through, for diagnosis.
     struct Statistics {
-        std::uint64_t timedOut = 0;       ///< requests that got no answer in time
-        std::uint64_t connected = 0;      ///< times that the event connection came up
-        std::uint64_t unhandled = 0;      ///< notifications that no callback was registered for
+        std::uint64_t timedOut = 0;   ///< requests that got no answer in time
+        std::uint64_t connected = 0;  ///< times that the event connection came up
+        std::uint64_t unhandled = 0;  ///< notifications that no callback was registered for
     };
 
     /// Connects at once if the service is there, without waiting for it; otherwise, and whenever
@@ -61,7 +61,7 @@ class IPCMessageClient {
 
     Statistics GetStatistics() const;
 
- private:
+  private:
     class Implementation;
     std::shared_ptr<Implementation> implementation_;
 };

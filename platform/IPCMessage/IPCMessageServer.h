@@ -14,7 +14,7 @@
 
 /// Why a server could not be started, in a sentence for people.
 class IPCServerError : public std::runtime_error {
- public:
+  public:
     using std::runtime_error::runtime_error;
 };
 
@@ -42,7 +42,7 @@ struct IPCClientInfo {
 /// What the service does with what clients send. Called on the server's threads, several at once;
 /// one client's requests may come concurrently, as its threads make them.
 class IPCServerHandler {
- public:
+  public:
     virtual ~IPCServerHandler() = default;
 
     /// The client's event connection is up: notifications can be sent to it.
@@ -64,7 +64,7 @@ class IPCServerHandler {
 
 /// Listens on a pipe and serves the clients that connect to it.
 class IPCMessageServer {
- public:
+  public:
     /// Whether a notification may be dropped when its client does not keep up.
     enum class Urgency {
         kDroppable,  ///< the oldest of these make room, and are counted (scan results)
@@ -72,15 +72,15 @@ class IPCMessageServer {
     };
 
     struct Statistics {
-        std::uint64_t clients = 0;              ///< event connections now up
-        std::uint64_t callConnections = 0;      ///< call connections now open
-        std::uint64_t requests = 0;             ///< requests received
-        std::uint64_t repliesToNobody = 0;      ///< replies whose caller was gone
-        std::uint64_t notifications = 0;        ///< notifications sent or queued
-        std::uint64_t notificationsDropped = 0; ///< droppable ones that made room
-        std::uint64_t slowClients = 0;          ///< event connections closed because of a full queue
-        std::uint64_t malformedFrames = 0;      ///< connections closed because of what they sent
-        std::uint64_t refusedPeers = 0;         ///< connections of users not admitted
+        std::uint64_t clients = 0;               ///< event connections now up
+        std::uint64_t callConnections = 0;       ///< call connections now open
+        std::uint64_t requests = 0;              ///< requests received
+        std::uint64_t repliesToNobody = 0;       ///< replies whose caller was gone
+        std::uint64_t notifications = 0;         ///< notifications sent or queued
+        std::uint64_t notificationsDropped = 0;  ///< droppable ones that made room
+        std::uint64_t slowClients = 0;      ///< event connections closed because of a full queue
+        std::uint64_t malformedFrames = 0;  ///< connections closed because of what they sent
+        std::uint64_t refusedPeers = 0;     ///< connections of users not admitted
     };
 
     static constexpr std::size_t kQueueLimit = 1024;  ///< notifications queued for one client
@@ -116,11 +116,11 @@ class IPCMessageServer {
     /// Where the server listens, for people: a socket's path or a pipe's name.
     const std::string& Address() const;
 
-    /// A file beside the pipe that belongs to this server as long as it lives, for what must outlast
-    /// it (ids that are never given twice).
+    /// A file beside the pipe that belongs to this server as long as it lives, for what must
+    /// outlast it (ids that are never given twice).
     const std::string& StateFile() const;
 
- private:
+  private:
     class Implementation;
     std::unique_ptr<Implementation> implementation_;
 };

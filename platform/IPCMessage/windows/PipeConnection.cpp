@@ -80,11 +80,13 @@ IoStatus PipeConnection::Send(std::span<const std::uint8_t> frame, Deadline& dea
     return SendFor(frame, &deadline);
 }
 
-// A pipe does not say beforehand whether it has room, and a write that was begun and taken back may
-// have been read meanwhile: whoever must not wait leaves sending to a thread that may.
-IoStatus PipeConnection::TrySend(std::span<const std::uint8_t> /*frame*/)
+// A pipe does not say beforehand whether it has room: the write is begun, and taken back if it would
+// have to wait.
+IoStatus PipeConnection::TrySend(std::span<const std::uint8_t> frame)
 {
-    return IoStatus::kWouldBlock;
+    Deadline now(std::chrono::milliseconds(0));
+    const IoStatus status = SendFor(frame, &now);
+    return status == IoStatus::kTimeout ? IoStatus::kWouldBlock : status;
 }
 
 IoResult PipeConnection::Receive(std::span<std::uint8_t> room)

@@ -1,0 +1,152 @@
+#include <IPCMessage/IPCControl.h>
+#include <IPCMessage/Transport.h>
+
+#include <utility>
+
+using namespace pelacon::ipc;
+
+namespace {
+
+/// An operator's connection. Whatever fails is put into words here.
+class OperatorConnection {
+  public:
+    explicit OperatorConnection(IPCControlError& error) : error_(error) {}
+
+    bool Open(const std::wstring& pipeName, Deadline& deadline)
+    {
+        ConnectResult result = Connect(FindPipePlaces(pipeName), deadline, neverCancelled_);
+        connection_ = std::move(result.connection);
+        switch (result.status) {
+            case ConnectStatus::kConnected:
+                return true;
+            case ConnectStatus::kNoService:
+                return Fail(IPCControlError::Kind::kNoService, "the service is not running");
+            case ConnectStatus::kBusy:
+                return FailByTimeout();
+            case ConnectStatus::kUntrusted:
+                return Fail(IPCControlError::Kind::kRefused,
+                            "what listens on the pipe is no service that is trusted");
+        }
+        return false;
+    }
+
+    bool Send(FrameKind kind, std::string_view text, Deadline& deadline)
+    {
+        if (text.size() > kMaxPayload) {
+            return Fail(IPCControlError::Kind::kRefused, "the command is too long");
+        }
+        const std::span<const std::uint8_t> payload(
+            reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+        const FrameHeader header{.kind = kind, .flags = kHasPayload, .sequence = kSequence};
+        return Check(connection_->Send(WriteFrame(buffer_.Room(), header, payload), deadline));
+    }
+
+    /// Receives a frame of the wanted kind, in answer to the one sent.
+    bool Receive(FrameKind wanted, Deadline& deadline)
+    {
+        const IoResult received = connection_->Receive(buffer_.Room(), deadline);
+        if (received.status != IoStatus::kDone) {
+            timedOut_ = received.status == IoStatus::kTimeout;
+            return Check(received.status);
+        }
+        const auto header = received.size <= kMaxFrame
+                                ? ReadFrame(buffer_.Room().first(received.size))
+                                : std::nullopt;
+        if (header && header->kind == FrameKind::kRefused) {
+            return Fail(IPCControlError::Kind::kRefused,
+                        "the service takes commands from its own user and root only");
+        }
+        if (!header || header->kind != wanted) {
+            return Fail(IPCControlError::Kind::kLost, "the service answered with something else");
+        }
+        header_ = *header;
+        return true;
+    }
+
+    bool TimedOut() const noexcept { return timedOut_; }
+    const FrameHeader& Header() const noexcept { return header_; }
+    std::uint8_t* Frame() const noexcept { return buffer_.Room().data(); }
+
+    std::string_view Text() const noexcept
+    {
+        return {reinterpret_cast<const char*>(buffer_.Payload()), header_.payloadLength};
+    }
+
+  private:
+    static constexpr std::uint64_t kSequence = 1;
+
+    bool Check(IoStatus status)
+    {
+        if (status == IoStatus::kTimeout) {
+            return FailByTimeout();
+        }
+        return status == IoStatus::kDone ||
+               Fail(IPCControlError::Kind::kLost, "the service has gone away");
+    }
+
+    bool FailByTimeout()
+    {
+        return Fail(IPCControlError::Kind::kTimeout, "the service did not answer in time");
+    }
+
+    bool Fail(IPCControlError::Kind kind, std::string message)
+    {
+        error_ = {kind, std::move(message)};
+        return false;
+    }
+
+    const std::atomic<bool> neverCancelled_{false};
+    IPCControlError& error_;
+    std::unique_ptr<Connection> connection_;
+    FrameBuffer buffer_;
+    FrameHeader header_;
+    bool timedOut_ = false;
+};
+
+}  // namespace
+
+std::optional<std::string> IPCSendControl(const std::wstring& pipeName, std::string_view command,
+                                          std::chrono::milliseconds timeout, IPCControlError& error)
+{
+    Deadline deadline(timeout);
+    OperatorConnection service(error);
+    if (!service.Open(pipeName, deadline) ||
+        !service.Send(FrameKind::kControl, command, deadline)) {
+        return std::nullopt;
+    }
+    std::string answer;
+    do {
+        if (!service.Receive(FrameKind::kControlReply, deadline)) {
+            return std::nullopt;
+        }
+        answer += service.Text();
+    } while (service.Header().Has(kMoreFollows));
+    return answer;
+}
+
+bool IPCWatchNotifications(const std::wstring& pipeName, std::chrono::milliseconds idle,
+                           const std::function<bool(const TagIPCMessageItem* item)>& visitor,
+                           IPCControlError& error)
+{
+    constexpr std::chrono::milliseconds kGreetingTimeout{5000};
+    Deadline greeting(kGreetingTimeout);
+    OperatorConnection service(error);
+    if (!service.Open(pipeName, greeting) || !service.Send(FrameKind::kWatch, {}, greeting) ||
+        !service.Receive(FrameKind::kWelcome, greeting)) {
+        return false;
+    }
+    TagIPCMessageItem item;
+    for (;;) {
+        Deadline deadline(idle);
+        if (service.Receive(FrameKind::kNotification, deadline)) {
+            ReadItem(service.Frame(), service.Header(), item);
+            if (!visitor(&item)) {
+                return true;
+            }
+        } else if (!service.TimedOut()) {
+            return false;
+        } else if (!visitor(nullptr)) {
+            return true;
+        }
+    }
+}

@@ -1,0 +1,230 @@
+#include <IPCMessage/EventReceiver.h>
+#include <os/Threads.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelacon::ipc {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds kFirstRetry = 50ms;
+constexpr std::chrono::milliseconds kLastRetry = 2s;
+
+/// How long a post waits for a connection, where there is none: as good as not at all, but enough
+/// for one that is being made.
+constexpr std::chrono::milliseconds kPostPatience = 50ms;
+
+/// The receiver whose thread this is.
+thread_local constinit const EventReceiver* ownReceiver = nullptr;
+
+}  // namespace
+
+EventReceiver::EventReceiver(PipePlaces places, const Token& token)
+    : places_(std::move(places)), token_(token), retryAfter_(kFirstRetry)
+{}
+
+void EventReceiver::Start(const std::shared_ptr<EventReceiver>& receiver)
+{
+    {
+        Lock lock(receiver->mutex_);
+        Deadline now(0ms);
+        receiver->Connect(lock, now);
+    }
+    receiver->ended_ = false;
+    os::StartDetachedThread([receiver] { receiver->Run(); });
+}
+
+LinkStatus EventReceiver::BringUp(Deadline& deadline)
+{
+    Lock lock(mutex_);
+    return BringUp(lock, deadline);
+}
+
+LinkStatus EventReceiver::BringUp(Lock& lock, Deadline& deadline)
+{
+    if (!changed_.wait_until(lock, deadline.End(), [this] { return !connecting_ || stopped_; })) {
+        deadline.Left();
+        return LinkStatus::kTimeout;
+    }
+    deadline.Left();
+    return Connect(lock, deadline);
+}
+
+/// Connects unless that has been done. The lock is let go meanwhile; nobody else is connecting.
+LinkStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
+{
+    if (stopped_ || connection_) {
+        return stopped_ ? LinkStatus::kDown : LinkStatus::kUp;
+    }
+    connecting_ = true;
+    lock.unlock();
+    ConnectResult result = ipc::Connect(places_, deadline, stopped_);
+    lock.lock();
+    connecting_ = false;
+    const bool up = result.connection && !stopped_ && Greet(std::move(result.connection));
+    changed_.notify_all();
+    if (up) {
+        return LinkStatus::kUp;
+    }
+    return result.status == ConnectStatus::kBusy ? LinkStatus::kTimeout : LinkStatus::kDown;
+}
+
+bool EventReceiver::Greet(std::shared_ptr<Connection> connection)
+{
+    const std::uint64_t order = order_.load(std::memory_order_relaxed);
+    const FrameHeader header{
+        .kind = FrameKind::kHelloEvent,
+        .flags = static_cast<std::uint16_t>(kHasPayload | (wasConnected_ ? kReturning : 0)),
+        .order = order};
+    if (connection->TrySend(WriteFrame(sendBuffer_.Room(), header, token_)) != IoStatus::kDone) {
+        return false;
+    }
+    order_.store(order + 1, std::memory_order_release);
+    connection_ = std::move(connection);
+    up_.store(true, std::memory_order_release);
+    return true;
+}
+
+bool EventReceiver::Post(const TagIPCMessageItem& item)
+{
+    Lock lock(mutex_);
+    Deadline deadline(kPostPatience);
+    if (BringUp(lock, deadline) != LinkStatus::kUp) {
+        return false;
+    }
+    const std::uint64_t order = order_.load(std::memory_order_relaxed);
+    const FrameHeader header{.kind = FrameKind::kPost, .order = order};
+    if (connection_->TrySend(WriteItem(sendBuffer_.Room(), header, item)) != IoStatus::kDone) {
+        return false;
+    }
+    order_.store(order + 1, std::memory_order_release);
+    return true;
+}
+
+void EventReceiver::Register(std::int32_t messageId, Callback callback)
+{
+    const Lock lock(mutex_);
+    if (stopped_) {
+        return;
+    }
+    auto changed = std::make_shared<Callbacks>(*callbacks_);
+    (*changed)[messageId] = std::move(callback);
+    callbacks_ = std::move(changed);
+    callbacksVersion_.fetch_add(1, std::memory_order_release);
+}
+
+void EventReceiver::Stop()
+{
+    std::shared_ptr<const Callbacks> forgotten;  // ends with the lock released
+    Lock lock(mutex_);
+    stopped_ = true;
+    up_.store(false, std::memory_order_release);
+    forgotten = std::exchange(callbacks_, std::make_shared<Callbacks>());
+    if (connection_) {
+        connection_->Shutdown();
+    }
+    changed_.notify_all();
+    if (ownReceiver != this) {
+        changed_.wait(lock, [this] { return ended_; });
+    }
+}
+
+void EventReceiver::Run()
+{
+    ownReceiver = this;
+    while (const std::shared_ptr<Connection> connection = NextConnection()) {
+        ReadUntilLost(*connection);
+        Lost();
+    }
+    callbacksInUse_.reset();  // what they hold ends before Stop returns
+    const Lock lock(mutex_);
+    ended_ = true;
+    changed_.notify_all();
+}
+
+std::shared_ptr<Connection> EventReceiver::NextConnection()
+{
+    Lock lock(mutex_);
+    for (;;) {
+        if (changed_.wait_for(lock, retryAfter_, [this] { return stopped_ || connection_; })) {
+            return stopped_ ? nullptr : connection_;
+        }
+        retryAfter_ = std::min(2 * retryAfter_, kLastRetry);
+        if (!connecting_) {
+            Deadline now(0ms);
+            Connect(lock, now);
+        }
+    }
+}
+
+void EventReceiver::ReadUntilLost(Connection& connection)
+{
+    bool welcomed = false;
+    while (connection.ReceiveSome(batch_) == IoStatus::kDone) {
+        for (std::size_t index = 0; index < batch_.count; ++index) {
+            if (stopped_ || !Take(batch_.Room(index), batch_.sizes[index], welcomed)) {
+                return;
+            }
+        }
+    }
+}
+
+/// Takes one received frame; false if it is not what may come here.
+bool EventReceiver::Take(std::span<std::uint8_t> room, std::size_t size, bool& welcomed)
+{
+    if (size > room.size()) {
+        return false;
+    }
+    const auto header = ReadFrame(room.first(size));
+    if (!header) {
+        return false;
+    }
+    if (!welcomed) {
+        welcomed = header->kind == FrameKind::kWelcome;
+        if (welcomed) {
+            Welcomed();
+        }
+        return welcomed;
+    }
+    if (header->kind != FrameKind::kNotification) {
+        return false;
+    }
+    Deliver(room.data(), *header);
+    return true;
+}
+
+void EventReceiver::Welcomed()
+{
+    connected_.fetch_add(1, std::memory_order_relaxed);
+    const Lock lock(mutex_);
+    wasConnected_ = true;
+    retryAfter_ = kFirstRetry;
+}
+
+void EventReceiver::Deliver(std::uint8_t* frame, const FrameHeader& header)
+{
+    if (callbacksVersion_.load(std::memory_order_acquire) != versionInUse_) {
+        const Lock lock(mutex_);
+        callbacksInUse_ = callbacks_;
+        versionInUse_ = callbacksVersion_.load(std::memory_order_relaxed);
+    }
+    const auto found = callbacksInUse_->find(header.msgId);
+    if (found == callbacksInUse_->end() || !found->second) {
+        unhandled_.fetch_add(1, std::memory_order_relaxed);
+        return;
+    }
+    ReadItem(frame, header, item_);
+    found->second(item_);
+}
+
+void EventReceiver::Lost()
+{
+    const Lock lock(mutex_);
+    up_.store(false, std::memory_order_release);
+    connection_.reset();
+}
+
+}  // namespace pelacon::ipc

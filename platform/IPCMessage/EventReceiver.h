@@ -1,0 +1,97 @@
+// The event connection: notifications from the service, posted messages to it, and the thread that
+// keeps it up.
+#pragma once
+
+#include <IPCMessage/Transport.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace pelacon::ipc {
+
+enum class LinkStatus { kUp, kTimeout, kDown };
+
+class EventReceiver {
+  public:
+    using Callback = std::function<void(TagIPCMessageItem& item)>;
+
+    EventReceiver(PipePlaces places, const Token& token);
+
+    /// Tries once to connect, without waiting, and starts the receive thread, which holds the
+    /// receiver as long as it runs. Throws std::system_error.
+    static void Start(const std::shared_ptr<EventReceiver>& receiver);
+
+    /// Sees to it that the event connection is up: where it is not, tries once to connect, and
+    /// waits for a busy pipe until the deadline.
+    LinkStatus EnsureUp(Deadline& deadline)
+    {
+        return up_.load(std::memory_order_acquire) ? LinkStatus::kUp : BringUp(deadline);
+    }
+
+    /// How many frames that no later request may overtake have been sent.
+    std::uint64_t Order() const noexcept { return order_.load(std::memory_order_acquire); }
+
+    /// Sends a message that fits a frame, without waiting.
+    bool Post(const TagIPCMessageItem& item);
+
+    void Register(std::int32_t messageId, Callback callback);
+
+    /// Ends the connection and the thread and forgets the callbacks. Waits for the thread's end,
+    /// unless it is the caller.
+    void Stop();
+
+    std::uint64_t Connected() const noexcept { return connected_.load(std::memory_order_relaxed); }
+    std::uint64_t Unhandled() const noexcept { return unhandled_.load(std::memory_order_relaxed); }
+
+  private:
+    using Callbacks = std::unordered_map<std::int32_t, Callback>;
+    using Lock = std::unique_lock<std::mutex>;
+
+    LinkStatus BringUp(Deadline& deadline);
+    LinkStatus BringUp(Lock& lock, Deadline& deadline);
+    LinkStatus Connect(Lock& lock, Deadline& deadline);
+    bool Greet(std::shared_ptr<Connection> connection);
+
+    void Run();
+    std::shared_ptr<Connection> NextConnection();
+    void ReadUntilLost(Connection& connection);
+    bool Take(std::span<std::uint8_t> room, std::size_t size, bool& welcomed);
+    void Welcomed();
+    void Deliver(std::uint8_t* frame, const FrameHeader& header);
+    void Lost();
+
+    const PipePlaces places_;
+    const Token token_;
+
+    std::atomic<bool> up_{false};
+    std::atomic<bool> stopped_{false};
+    std::atomic<std::uint64_t> order_{0};
+    std::atomic<std::uint64_t> connected_{0};
+    std::atomic<std::uint64_t> unhandled_{0};
+
+    std::mutex mutex_;  // for all below; also puts what is sent in order
+    std::condition_variable changed_;
+    std::shared_ptr<Connection> connection_;
+    bool connecting_ = false;  // somebody tries to, without the lock
+    bool wasConnected_ = false;
+    std::chrono::milliseconds retryAfter_;
+    bool ended_ = true;  // the receive thread has
+    FrameBuffer sendBuffer_;
+
+    std::shared_ptr<const Callbacks> callbacks_ = std::make_shared<Callbacks>();
+    std::atomic<std::uint64_t> callbacksVersion_{1};  // written under the lock
+
+    // The receive thread's own. It goes by a table until it sees that there is a newer one.
+    std::shared_ptr<const Callbacks> callbacksInUse_;
+    std::uint64_t versionInUse_ = 0;
+    FrameBatch batch_;
+    TagIPCMessageItem item_;
+};
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,141 @@
+// What travels on a pipe: one frame is one record of the transport, never more, never less.
+#pragma once
+
+#include <IPCMessage/TagIPCMessageItem.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace pelacon::ipc {
+
+enum class FrameKind : std::uint8_t {
+    kHelloCall = 1,   ///< opens a call connection; payload: the client's token
+    kHelloEvent = 2,  ///< opens an event connection; payload: the client's token
+    kWelcome = 3,     ///< the service's first frame on an event connection
+    kRequest = 4,     ///< wants a reply with the same sequence number
+    kReply = 5,
+    kPost = 6,          ///< on an event connection, towards the service
+    kNotification = 7,  ///< on an event or a watching connection, towards the client
+    kControl = 8,       ///< an operator's command
+    kControlReply = 9,  ///< its answer, in as many frames as it takes
+    kWatch = 10,        ///< an operator wants a copy of every notification
+    kRefused = 11,      ///< the operator is not admitted; the connection ends
+};
+
+inline constexpr FrameKind kLastFrameKind = FrameKind::kRefused;
+
+/// Bits of FrameHeader::flags.
+enum FrameFlag : std::uint16_t {
+    kHasPayload = 1,   ///< there is a payload, be it of no bytes
+    kItemFlag = 2,     ///< TagIPCMessageItem::flag
+    kReturning = 4,    ///< in kHelloEvent: this client was connected to a service before
+    kMoreFollows = 8,  ///< in kControlReply: the answer goes on in the next frame
+    kAllFrameFlags = 15,
+};
+
+/// The head of every frame; payload and name follow it, in this order (so that the payload lies
+/// aligned). All numbers are little-endian.
+struct FrameHeader {
+    std::uint32_t magic = kMagic;
+    std::uint8_t version = kVersion;
+    FrameKind kind{};
+    std::uint16_t flags = 0;
+    std::uint64_t sequence = 0;
+    std::uint64_t order = 0;  ///< greetings and posts that the client sent before this frame
+    std::int32_t targetModuleId = -1;
+    std::int32_t sourceModuleId = -1;
+    std::int32_t msgId = -1;
+    std::int32_t reservedA = -1;
+    std::int32_t reservedB = -1;
+    std::int32_t reservedC = 0;
+    std::uint32_t processId = 0;
+    std::uint32_t payloadLength = 0;
+    std::uint32_t nameLength = 0;
+    std::uint32_t zero = 0;
+
+    static constexpr std::uint32_t kMagic = 0x4E434C50;  // "PLCN"
+    static constexpr std::uint8_t kVersion = 1;
+
+    bool Has(FrameFlag flag) const noexcept { return (flags & flag) != 0; }
+};
+
+static_assert(std::endian::native == std::endian::little);
+static_assert(sizeof(FrameHeader) == 64);
+static_assert(offsetof(FrameHeader, magic) == 0);
+static_assert(offsetof(FrameHeader, version) == 4);
+static_assert(offsetof(FrameHeader, kind) == 5);
+static_assert(offsetof(FrameHeader, flags) == 6);
+static_assert(offsetof(FrameHeader, sequence) == 8);
+static_assert(offsetof(FrameHeader, order) == 16);
+static_assert(offsetof(FrameHeader, targetModuleId) == 24);
+static_assert(offsetof(FrameHeader, sourceModuleId) == 28);
+static_assert(offsetof(FrameHeader, msgId) == 32);
+static_assert(offsetof(FrameHeader, reservedA) == 36);
+static_assert(offsetof(FrameHeader, reservedB) == 40);
+static_assert(offsetof(FrameHeader, reservedC) == 44);
+static_assert(offsetof(FrameHeader, processId) == 48);
+static_assert(offsetof(FrameHeader, payloadLength) == 52);
+static_assert(offsetof(FrameHeader, nameLength) == 56);
+static_assert(offsetof(FrameHeader, zero) == 60);
+
+inline constexpr std::size_t kMaxPayload = 64 * 1024;
+inline constexpr std::size_t kMaxName = 255;
+inline constexpr std::size_t kMaxFrame = sizeof(FrameHeader) + kMaxPayload + kMaxName;
+
+/// Payload buffers that reach a message's receiver are at least this long and zero behind the
+/// payload, so that a fixed record read from a short payload reads zeros.
+inline constexpr std::size_t kPayloadRoom = 2048;
+static_assert(kPayloadRoom <= kMaxPayload);
+
+/// The length of the buffer for a payload: at least one zero stands behind it, so that text ends.
+constexpr std::size_t PayloadRoom(std::size_t payloadLength)
+{
+    return std::max(payloadLength + 1, kPayloadRoom);
+}
+
+/// 128 random bits that all connections of one client carry.
+using Token = std::array<std::uint8_t, 16>;
+
+/// Room for one frame of any size.
+class FrameBuffer {
+  public:
+    /// Leaves the bytes unset: most of the room is never touched.
+    FrameBuffer() : bytes_(new std::uint8_t[kMaxFrame]) {}
+
+    std::span<std::uint8_t> Room() const noexcept { return {bytes_.get(), kMaxFrame}; }
+    std::uint8_t* Payload() const noexcept { return bytes_.get() + sizeof(FrameHeader); }
+
+  private:
+    std::unique_ptr<std::uint8_t[]> bytes_;
+};
+
+/// Writes a frame to the front of the room; payload and name are within their limits, and their
+/// lengths are filled in here. Returns the frame.
+std::span<const std::uint8_t> WriteFrame(std::span<std::uint8_t> room, FrameHeader header,
+                                         std::span<const std::uint8_t> payload,
+                                         std::string_view name = {});
+
+/// The header of a received frame; nothing unless the frame is sound in every field and as long as
+/// it says.
+std::optional<FrameHeader> ReadFrame(std::span<const std::uint8_t> frame);
+
+/// Whether an item fits a frame: limits kept, and bytes where it says that there are some.
+bool FitsFrame(const TagIPCMessageItem& item) noexcept;
+
+/// Writes a frame that carries the item (which fits). The header brings kind, sequence and order.
+std::span<const std::uint8_t> WriteItem(std::span<std::uint8_t> room, FrameHeader header,
+                                        const TagIPCMessageItem& item);
+
+/// Fills the item from a sound frame whose bytes lie at `frame`. Its payload is the frame's own,
+/// with zeros behind it as promised above (so the room goes on that far).
+void ReadItem(std::uint8_t* frame, const FrameHeader& header, TagIPCMessageItem& item);
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,399 @@
+#include <IPCMessage/IPCMessageServer.h>
+#include <IPCMessage/Outbox.h>
+#include <IPCMessage/ServerClients.h>
+#include <IPCMessage/ServerConnections.h>
+
+#include <algorithm>
+#include <chrono>
+#include <list>
+#include <utility>
+
+using namespace pelacon::ipc;
+
+namespace {
+
+/// How long a connection may be open without having said what it is for.
+constexpr std::chrono::milliseconds kGreetingTimeout{5000};
+
+/// What is sent to provoke a client: no frame begins like this.
+constexpr std::array<std::uint8_t, 24> kNoFrame{0xDE, 0xAD, 0xBE, 0xEF};
+
+}  // namespace
+
+class IPCMessageServer::Implementation {
+  public:
+    Implementation(const std::wstring& pipeName, IPCServerHandler& handler)
+        : handler_(handler),
+          connections_(Listen(pipeName), counters_,
+                       [this](const auto& connection) { Serve(connection); })
+    {}
+
+    ~Implementation() { clients_.Stop(); }
+
+    Implementation(const Implementation&) = delete;
+    Implementation& operator=(const Implementation&) = delete;
+
+    bool Notify(std::uint64_t clientId, std::int32_t messageId,
+                std::span<const std::uint8_t> payload, Urgency urgency);
+    void Disconnect(std::uint64_t clientId);
+    void DisconnectAll() { connections_.Shutdown(); }
+    void SendMalformed(std::uint64_t clientId);
+    Statistics GetStatistics() const;
+    const Listener& GetListener() const noexcept { return connections_.GetListener(); }
+
+  private:
+    using ConnectionPointer = std::shared_ptr<Connection>;
+
+    /// One frame as it comes from a connection.
+    struct Incoming {
+        FrameBuffer buffer;
+        FrameHeader header;
+
+        std::span<const std::uint8_t> Payload() const noexcept
+        {
+            return {buffer.Payload(), header.payloadLength};
+        }
+    };
+
+    void Serve(const ConnectionPointer& connection);
+    void ServeCalls(Connection& connection, Incoming& frame);
+    bool Answer(Connection& connection, std::uint64_t clientId, Incoming& frame);
+    void ServeEvents(const ConnectionPointer& connection, Incoming& frame);
+    void TakePosts(Connection& connection, ServerClient& client, Incoming& frame);
+    void ServeOperator(const ConnectionPointer& connection, Incoming& frame);
+    void ServeControl(Connection& connection, Incoming& frame);
+    void ServeWatch(const ConnectionPointer& connection, Incoming& frame);
+
+    bool Check(const IoResult& received, Incoming& frame);
+    bool Next(Connection& connection, FrameKind wanted, Incoming& frame);
+    std::optional<ClientKey> KeyOf(const Connection& connection, const Incoming& hello) const;
+    void Mirror(FrameHeader header, std::span<const std::uint8_t> payload, std::uint32_t processId);
+    void CountMalformed() { counters_.malformedFrames.fetch_add(1, std::memory_order_relaxed); }
+
+    IPCServerHandler& handler_;
+    ServerCounters counters_;
+    ServerClients clients_;
+
+    std::mutex watchersMutex_;
+    std::list<std::shared_ptr<Outbox>> watchers_;
+    std::atomic<std::size_t> watcherCount_{0};
+
+    ServerConnections connections_;  // ends first: its threads use all the rest
+};
+
+bool IPCMessageServer::Implementation::Notify(std::uint64_t clientId, std::int32_t messageId,
+                                              std::span<const std::uint8_t> payload,
+                                              Urgency urgency)
+{
+    std::uint32_t processId = 0;
+    const std::shared_ptr<Outbox> outbox = clients_.FindOutbox(clientId, processId);
+    if (!outbox || payload.size() > kMaxPayload) {
+        return false;
+    }
+    const FrameHeader header{
+        .kind = FrameKind::kNotification, .flags = kHasPayload, .msgId = messageId};
+    if (!outbox->Put(header, payload, urgency)) {
+        return false;
+    }
+    counters_.notifications.fetch_add(1, std::memory_order_relaxed);
+    if (watcherCount_.load(std::memory_order_relaxed) != 0) {
+        Mirror(header, payload, processId);
+    }
+    return true;
+}
+
+/// Shows the watchers what a client is sent.
+void IPCMessageServer::Implementation::Mirror(FrameHeader header,
+                                              std::span<const std::uint8_t> payload,
+                                              std::uint32_t processId)
+{
+    header.processId = processId;
+    const std::lock_guard lock(watchersMutex_);
+    for (const std::shared_ptr<Outbox>& watcher : watchers_) {
+        watcher->Put(header, payload, Urgency::kDroppable);
+    }
+}
+
+void IPCMessageServer::Implementation::Disconnect(std::uint64_t clientId)
+{
+    std::uint32_t processId = 0;
+    if (const auto outbox = clients_.FindOutbox(clientId, processId)) {
+        outbox->Shutdown();
+    }
+}
+
+void IPCMessageServer::Implementation::SendMalformed(std::uint64_t clientId)
+{
+    std::uint32_t processId = 0;
+    if (const auto outbox = clients_.FindOutbox(clientId, processId)) {
+        outbox->PutBytes(kNoFrame);
+    }
+}
+
+IPCMessageServer::Statistics IPCMessageServer::Implementation::GetStatistics() const
+{
+    return {counters_.clients,         counters_.callConnections, counters_.requests,
+            counters_.repliesToNobody, counters_.notifications,   counters_.notificationsDropped,
+            counters_.slowClients,     counters_.malformedFrames, counters_.refusedPeers};
+}
+
+/// A connection's whole life. Its first frame says what it is for.
+void IPCMessageServer::Implementation::Serve(const ConnectionPointer& connection)
+{
+    Incoming frame;
+    Deadline deadline(kGreetingTimeout);
+    if (!Check(connection->Receive(frame.buffer.Room(), deadline), frame)) {
+        return;
+    }
+    switch (frame.header.kind) {
+        case FrameKind::kHelloCall:
+            return ServeCalls(*connection, frame);
+        case FrameKind::kHelloEvent:
+            return ServeEvents(connection, frame);
+        case FrameKind::kControl:
+        case FrameKind::kWatch:
+            return ServeOperator(connection, frame);
+        default:
+            return CountMalformed();
+    }
+}
+
+void IPCMessageServer::Implementation::ServeCalls(Connection& connection, Incoming& frame)
+{
+    const auto key = KeyOf(connection, frame);
+    if (!key) {
+        return CountMalformed();
+    }
+    const ServerClients::Membership client(clients_, *key);
+    ++counters_.callConnections;
+    while (Next(connection, FrameKind::kRequest, frame)) {
+        client->WaitFor(frame.header.order);
+        if (!Answer(connection, client->Id(), frame)) {
+            break;
+        }
+    }
+    --counters_.callConnections;
+}
+
+/// False if the connection is to be closed.
+bool IPCMessageServer::Implementation::Answer(Connection& connection, std::uint64_t clientId,
+                                              Incoming& frame)
+{
+    counters_.requests.fetch_add(1, std::memory_order_relaxed);
+    TagIPCMessageItem request;
+    ReadItem(frame.buffer.Room().data(), frame.header, request);
+    IPCReply reply = handler_.Request(clientId, request);
+    if (reply.kind == IPCReplyKind::kPayload && reply.payload.size() > kMaxPayload) {
+        reply = {IPCReplyKind::kNoPayload, {}};
+    }
+    FrameHeader header{.kind = FrameKind::kReply, .sequence = frame.header.sequence};
+    header.targetModuleId = request.sourceModuleId;
+    header.sourceModuleId = request.targetModuleId;
+    header.msgId = request.msgId;
+    std::span<const std::uint8_t> bytes;
+    switch (reply.kind) {
+        case IPCReplyKind::kPayload:
+            header.flags = kHasPayload;
+            bytes = WriteFrame(frame.buffer.Room(), header, reply.payload);
+            break;
+        case IPCReplyKind::kNoPayload:
+            bytes = WriteFrame(frame.buffer.Room(), header, {});
+            break;
+        case IPCReplyKind::kNever:
+            return true;
+        case IPCReplyKind::kDisconnect:
+            return false;
+        case IPCReplyKind::kMalformed:
+            bytes = kNoFrame;
+            break;
+    }
+    if (connection.Send(bytes) != IoStatus::kDone) {
+        counters_.repliesToNobody.fetch_add(1, std::memory_order_relaxed);
+        return false;
+    }
+    return true;
+}
+
+void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& connection,
+                                                   Incoming& frame)
+{
+    const auto key = KeyOf(*connection, frame);
+    if (!key) {
+        return CountMalformed();
+    }
+    const ServerClients::Membership client(clients_, *key);
+    const auto outbox = std::make_shared<Outbox>(connection, counters_);
+    outbox->Put({.kind = FrameKind::kWelcome}, {}, Urgency::kKept);
+    if (client->Arrive(outbox)) {
+        ++counters_.clients;
+        handler_.ClientArrived({client->Id(), key->processId, frame.header.Has(kReturning)});
+        TakePosts(*connection, *client, frame);
+        client->BeginLeave();
+        --counters_.clients;
+        outbox->Close();
+        handler_.ClientLeft(client->Id());
+        client->EndLeave();
+    }
+    outbox->Close();
+}
+
+/// Until the connection is lost. `frame` is the greeting that came first.
+void IPCMessageServer::Implementation::TakePosts(Connection& connection, ServerClient& client,
+                                                 Incoming& frame)
+{
+    TagIPCMessageItem item;
+    std::uint64_t order = frame.header.order + 1;
+    client.Finish(order);
+    while (Next(connection, FrameKind::kPost, frame)) {
+        if (frame.header.order != order) {
+            return CountMalformed();
+        }
+        ReadItem(frame.buffer.Room().data(), frame.header, item);
+        handler_.Posted(client.Id(), item);
+        client.Finish(++order);
+    }
+}
+
+void IPCMessageServer::Implementation::ServeOperator(const ConnectionPointer& connection,
+                                                     Incoming& frame)
+{
+    if (!connection->GetPeer().isOperator) {
+        counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
+        connection->Send(WriteFrame(frame.buffer.Room(), {.kind = FrameKind::kRefused}, {}));
+        return;
+    }
+    connections_.SetApart(*connection);
+    if (frame.header.kind == FrameKind::kControl) {
+        ServeControl(*connection, frame);
+    } else {
+        ServeWatch(connection, frame);
+    }
+}
+
+void IPCMessageServer::Implementation::ServeControl(Connection& connection, Incoming& frame)
+{
+    do {
+        const std::span<const std::uint8_t> command = frame.Payload();
+        const std::string answer =
+            handler_.Control({reinterpret_cast<const char*>(command.data()), command.size()});
+        std::span<const std::uint8_t> rest(reinterpret_cast<const std::uint8_t*>(answer.data()),
+                                           answer.size());
+        FrameHeader header{.kind = FrameKind::kControlReply, .sequence = frame.header.sequence};
+        bool more = true;
+        while (more) {
+            const auto piece = rest.first(std::min(rest.size(), kMaxPayload));
+            rest = rest.subspan(piece.size());
+            more = !rest.empty();
+            header.flags = static_cast<std::uint16_t>(kHasPayload | (more ? kMoreFollows : 0));
+            if (connection.Send(WriteFrame(frame.buffer.Room(), header, piece)) !=
+                IoStatus::kDone) {
+                return;
+            }
+        }
+    } while (Next(connection, FrameKind::kControl, frame));
+}
+
+void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,
+                                                  Incoming& frame)
+{
+    const auto outbox = std::make_shared<Outbox>(connection, counters_);
+    outbox->Put({.kind = FrameKind::kWelcome}, {}, Urgency::kKept);
+    {
+        const std::lock_guard lock(watchersMutex_);
+        watchers_.push_back(outbox);
+        ++watcherCount_;
+    }
+    if (Check(connection->Receive(frame.buffer.Room()), frame)) {
+        CountMalformed();  // a watcher has nothing more to say
+    }
+    {
+        const std::lock_guard lock(watchersMutex_);
+        --watcherCount_;
+        watchers_.remove(outbox);
+    }
+    outbox->Close();
+}
+
+/// Whether a sound frame was received; its header is read then.
+bool IPCMessageServer::Implementation::Check(const IoResult& received, Incoming& frame)
+{
+    if (received.status != IoStatus::kDone) {
+        return false;
+    }
+    const std::span<const std::uint8_t> room = frame.buffer.Room();
+    const auto header =
+        received.size <= room.size() ? ReadFrame(room.first(received.size)) : std::nullopt;
+    if (!header) {
+        CountMalformed();
+        return false;
+    }
+    frame.header = *header;
+    return true;
+}
+
+bool IPCMessageServer::Implementation::Next(Connection& connection, FrameKind wanted,
+                                            Incoming& frame)
+{
+    if (!Check(connection.Receive(frame.buffer.Room()), frame)) {
+        return false;
+    }
+    if (frame.header.kind != wanted) {
+        CountMalformed();
+        return false;
+    }
+    return true;
+}
+
+/// Nothing if the greeting brings no token.
+std::optional<ClientKey> IPCMessageServer::Implementation::KeyOf(const Connection& connection,
+                                                                 const Incoming& hello) const
+{
+    ClientKey key{{}, connection.GetPeer().processId, connection.GetPeer().user};
+    if (hello.Payload().size() != key.token.size()) {
+        return std::nullopt;
+    }
+    std::copy_n(hello.Payload().begin(), key.token.size(), key.token.begin());
+    return key;
+}
+
+IPCMessageServer::IPCMessageServer(const std::wstring& pipeName, IPCServerHandler& handler)
+    : implementation_(std::make_unique<Implementation>(pipeName, handler))
+{}
+
+IPCMessageServer::~IPCMessageServer() = default;
+
+bool IPCMessageServer::Notify(std::uint64_t clientId, std::int32_t messageId,
+                              std::span<const std::uint8_t> payload, Urgency urgency)
+{
+    return implementation_->Notify(clientId, messageId, payload, urgency);
+}
+
+void IPCMessageServer::Disconnect(std::uint64_t clientId)
+{
+    implementation_->Disconnect(clientId);
+}
+
+void IPCMessageServer::DisconnectAll()
+{
+    implementation_->DisconnectAll();
+}
+
+void IPCMessageServer::SendMalformed(std::uint64_t clientId)
+{
+    implementation_->SendMalformed(clientId);
+}
+
+IPCMessageServer::Statistics IPCMessageServer::GetStatistics() const
+{
+    return implementation_->GetStatistics();
+}
+
+const std::string& IPCMessageServer::Address() const
+{
+    return implementation_->GetListener().Address();
+}
+
+const std::string& IPCMessageServer::StateFile() const
+{
+    return implementation_->GetListener().StateFile();
+}

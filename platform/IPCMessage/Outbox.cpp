@@ -1,0 +1,105 @@
+#include <IPCMessage/Outbox.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelacon::ipc {
+
+Outbox::Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
+    : connection_(std::move(connection)), counters_(counters), thread_([this] { SendQueued(); })
+{}
+
+bool Outbox::Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency)
+{
+    const std::lock_guard lock(mutex_);
+    return SendOrQueue(WriteFrame(buffer_.Room(), header, payload), urgency);
+}
+
+bool Outbox::PutBytes(std::span<const std::uint8_t> bytes)
+{
+    const std::lock_guard lock(mutex_);
+    return SendOrQueue(bytes, Urgency::kKept);
+}
+
+void Outbox::Close()
+{
+    {
+        const std::lock_guard lock(mutex_);
+        Lose();
+    }
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+bool Outbox::SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency)
+{
+    if (!lost_ && queue_.empty() && !sending_) {
+        const IoStatus status = connection_->TrySend(frame);
+        if (status == IoStatus::kDone) {
+            return true;
+        }
+        if (status != IoStatus::kWouldBlock) {
+            Lose();
+        }
+    }
+    if (lost_) {
+        return false;
+    }
+    if (queue_.size() >= IPCMessageServer::kQueueLimit && !MakeRoom(urgency)) {
+        return !lost_;
+    }
+    queue_.push_back({{frame.begin(), frame.end()}, urgency});
+    changed_.notify_one();
+    return true;
+}
+
+/// False if the new frame finds no place.
+bool Outbox::MakeRoom(Urgency urgency)
+{
+    const auto oldest = std::find_if(queue_.begin(), queue_.end(), [](const Queued& queued) {
+        return queued.urgency == Urgency::kDroppable;
+    });
+    if (oldest == queue_.end() && urgency == Urgency::kKept) {
+        counters_.slowClients.fetch_add(1, std::memory_order_relaxed);
+        Lose();
+        return false;
+    }
+    counters_.notificationsDropped.fetch_add(1, std::memory_order_relaxed);
+    if (oldest == queue_.end()) {
+        return false;
+    }
+    queue_.erase(oldest);
+    return true;
+}
+
+void Outbox::Lose()
+{
+    lost_ = true;
+    queue_.clear();
+    connection_->Shutdown();
+    changed_.notify_one();
+}
+
+void Outbox::SendQueued()
+{
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return lost_ || !queue_.empty(); });
+        if (lost_) {
+            return;
+        }
+        const Queued next = std::move(queue_.front());
+        queue_.pop_front();
+        sending_ = true;
+        lock.unlock();
+        const IoStatus status = connection_->Send(next.frame);
+        lock.lock();
+        sending_ = false;
+        if (status != IoStatus::kDone) {
+            Lose();
+        }
+    }
+}
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,91 @@
+#include <IPCMessage/ServerConnections.h>
+#include <os/Threads.h>
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+namespace pelacon::ipc {
+
+ServerConnections::ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters,
+                                     Serve serve)
+    : listener_(std::move(listener)),
+      counters_(counters),
+      serve_(std::move(serve)),
+      acceptor_([this] { AcceptAll(); })
+{}
+
+ServerConnections::~ServerConnections()
+{
+    listener_->Shutdown();
+    acceptor_.join();
+    std::unique_lock lock(mutex_);
+    for (const Entry& entry : entries_) {
+        entry.connection->Shutdown();
+    }
+    emptied_.wait(lock, [this] { return entries_.empty(); });
+}
+
+void ServerConnections::Shutdown()
+{
+    const std::lock_guard lock(mutex_);
+    for (const Entry& entry : entries_) {
+        if (!entry.apart) {
+            entry.connection->Shutdown();
+        }
+    }
+}
+
+void ServerConnections::SetApart(const Connection& connection)
+{
+    const std::lock_guard lock(mutex_);
+    for (Entry& entry : entries_) {
+        entry.apart = entry.apart || entry.connection.get() == &connection;
+    }
+}
+
+void ServerConnections::AcceptAll()
+{
+    while (std::shared_ptr<Connection> connection = listener_->Accept()) {
+        Take(std::move(connection));
+    }
+}
+
+void ServerConnections::Take(std::shared_ptr<Connection> connection)
+{
+    const std::lock_guard lock(mutex_);
+    if (!listener_->Admits(connection->GetPeer()) || !HasRoomFor(connection->GetPeer())) {
+        counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
+        return;
+    }
+    const auto entry = entries_.insert(entries_.end(), {std::move(connection)});
+    try {
+        os::StartDetachedThread([this, entry] { Run(entry); });
+    } catch (const std::system_error&) {
+        entries_.erase(entry);
+    }
+}
+
+bool ServerConnections::HasRoomFor(const Peer& peer) const
+{
+    std::size_t ofUser = 0;
+    std::size_t ofProcess = 0;
+    for (const Entry& entry : entries_) {
+        const Peer& other = entry.connection->GetPeer();
+        ofUser += other.user == peer.user ? 1 : 0;
+        ofProcess += other.processId == peer.processId ? 1 : 0;
+    }
+    return entries_.size() < kLimit && ofUser < kLimitPerUser && ofProcess < kLimitPerProcess;
+}
+
+void ServerConnections::Run(Entries::iterator entry)
+{
+    serve_(entry->connection);
+    entry->connection->Shutdown();  // others may still hold it for a moment
+    // Whoever waits in the destructor may go on as soon as the lock is released.
+    const std::lock_guard lock(mutex_);
+    entries_.erase(entry);
+    emptied_.notify_all();
+}
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,113 @@
+#include "SocketConnection.h"
+#include "SocketPath.h"
+
+#include <pwd.h>
+#include <sys/random.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+
+namespace pelacon::ipc {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A socket whose backlog is full is waited for in pieces this long: the kernel rounds longer
+/// time-outs up, and whoever cancels is not kept waiting.
+constexpr auto kBusyPiece = 20ms;
+
+/// The account that a system's service runs as, or -1 where there is none.
+uid_t ServiceAccount()
+{
+    static const uid_t account = [] {
+        passwd entry{};
+        passwd* found = nullptr;
+        std::array<char, 4096> texts{};
+        getpwnam_r(PELACON_SERVICE_ACCOUNT, &entry, texts.data(), texts.size(), &found);
+        return found != nullptr ? found->pw_uid : static_cast<uid_t>(-1);
+    }();
+    return account;
+}
+
+bool IsTrusted(const SocketConnection& connection)
+{
+    const uid_t user = connection.PeerUser();
+    return user != static_cast<uid_t>(-1) &&
+           (connection.GetPeer().isOperator || user == ServiceAccount());
+}
+
+/// Connects the socket; waits for a full backlog as Connect says.
+ConnectStatus ConnectSocket(int socket, const SocketAddress& address, Deadline& deadline,
+                            const std::atomic<bool>& cancelled)
+{
+    for (;;) {
+        const auto piece = std::min<Deadline::Clock::duration>(deadline.Left(), kBusyPiece);
+        // A time-out of zero would mean: forever.
+        const timeval patience{
+            0, std::max<suseconds_t>(
+                   1, std::chrono::duration_cast<std::chrono::microseconds>(piece).count())};
+        setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
+        if (connect(socket, address.Get(), address.length) == 0) {
+            return ConnectStatus::kConnected;
+        }
+        if (errno != EAGAIN && errno != EINTR) {
+            return ConnectStatus::kNoService;
+        }
+        if (deadline.Left() == Deadline::Clock::duration::zero() || cancelled) {
+            return ConnectStatus::kBusy;
+        }
+    }
+}
+
+ConnectResult ConnectTo(const std::string& path, Deadline& deadline,
+                        const std::atomic<bool>& cancelled)
+{
+    const auto address = MakeSocketAddress(path);
+    if (!address) {
+        return {};
+    }
+    auto connection = std::make_unique<SocketConnection>(OpenSocket);
+    const ConnectStatus status = ConnectSocket(connection->Socket(), *address, deadline, cancelled);
+    if (status != ConnectStatus::kConnected) {
+        return {status, nullptr};
+    }
+    connection->IdentifyPeer();
+    if (!IsTrusted(*connection)) {
+        return {ConnectStatus::kUntrusted, nullptr};
+    }
+    return {ConnectStatus::kConnected, std::move(connection)};
+}
+
+}  // namespace
+
+ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
+                      const std::atomic<bool>& cancelled)
+{
+    ConnectResult worst;
+    for (const std::string& place : places) {
+        ConnectResult result = ConnectTo(place, deadline, cancelled);
+        if (result.status == ConnectStatus::kConnected) {
+            return result;
+        }
+        if (result.status != ConnectStatus::kNoService) {
+            worst.status = result.status;
+        }
+    }
+    return worst;
+}
+
+Token DrawToken()
+{
+    Token token{};
+    // So short a read is never cut short, and fails only before the system is up.
+    static_assert(sizeof(token) <= 256);
+    if (getrandom(token.data(), token.size(), 0) != static_cast<ssize_t>(token.size())) {
+        throw std::system_error(errno, std::generic_category(), "getrandom");
+    }
+    return token;
+}
+
+}  // namespace pelacon::ipc

@@ -1,0 +1,225 @@
+#include "SocketConnection.h"
+
+#include <poll.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+
+namespace pelacon::ipc {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// How long a timed receive blocks in recv itself. Nearly all replies come within it, at the price
+/// of one system call. The kernel rounds such time-outs up by as much as an eighth, so the rest of
+/// a longer wait is left to poll, which is exact. Set once per socket.
+constexpr auto kPatience = 50ms;
+
+constexpr bool WouldBlock(int error) noexcept
+{
+    return error == EAGAIN || error == EWOULDBLOCK;
+}
+
+/// Whether a receive that failed may succeed yet. ECONNRESET is said once, of a peer that left
+/// something unread when it closed, and ahead of what it sent before.
+constexpr bool MayTryAgain(int error) noexcept
+{
+    return error == EINTR || error == ECONNRESET || WouldBlock(error);
+}
+
+}  // namespace
+
+int OpenSocket() noexcept
+{
+    return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+}
+
+void SocketConnection::IdentifyPeer()
+{
+    ucred credentials{};
+    socklen_t length = sizeof(credentials);
+    if (getsockopt(socket_.Get(), SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0 ||
+        credentials.pid <= 0) {
+        return;
+    }
+    user_ = credentials.uid;
+    peer_.processId = static_cast<std::uint32_t>(credentials.pid);
+    peer_.user = std::to_string(credentials.uid);
+    peer_.isOperator = credentials.uid == 0 || credentials.uid == geteuid();
+}
+
+IoStatus SocketConnection::Send(std::span<const std::uint8_t> frame)
+{
+    while (send(socket_.Get(), frame.data(), frame.size(), MSG_NOSIGNAL) < 0) {
+        if (errno != EINTR && !WouldBlock(errno)) {
+            return IoStatus::kLost;
+        }
+    }
+    return IoStatus::kDone;
+}
+
+IoStatus SocketConnection::TrySend(std::span<const std::uint8_t> frame)
+{
+    while (send(socket_.Get(), frame.data(), frame.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
+        if (WouldBlock(errno)) {
+            return IoStatus::kWouldBlock;
+        }
+        if (errno != EINTR) {
+            return IoStatus::kLost;
+        }
+    }
+    return IoStatus::kDone;
+}
+
+IoStatus SocketConnection::Send(std::span<const std::uint8_t> frame, Deadline& deadline)
+{
+    for (;;) {
+        IoStatus status = TrySend(frame);
+        if (status != IoStatus::kWouldBlock) {
+            return status;
+        }
+        status = Await(POLLOUT, deadline);
+        if (status != IoStatus::kDone) {
+            return status;
+        }
+    }
+}
+
+IoResult SocketConnection::Receive(std::span<std::uint8_t> room)
+{
+    UnboundReceives();
+    IoResult result;
+    do {
+        result = ReceiveOnce(room, 0);
+    } while (result.status == IoStatus::kWouldBlock);
+    return result;
+}
+
+IoResult SocketConnection::Receive(std::span<std::uint8_t> room, Deadline& deadline)
+{
+    if (deadline.LeftWhenLastAsked() >= 2 * kPatience && BoundReceives()) {
+        const IoResult result = ReceiveOnce(room, 0);
+        if (result.status != IoStatus::kWouldBlock) {
+            return result;
+        }
+    }
+    for (;;) {
+        const IoStatus status = Await(POLLIN, deadline);
+        if (status != IoStatus::kDone) {
+            return {status, 0};
+        }
+        const IoResult result = ReceiveOnce(room, MSG_DONTWAIT);
+        if (result.status != IoStatus::kWouldBlock) {
+            return result;
+        }
+    }
+}
+
+/// What recvmmsg wants to be told, which is the same each time.
+struct SocketConnection::BatchHeaders {
+    explicit BatchHeaders(const FrameBatch& batch)
+    {
+        for (std::size_t index = 0; index < FrameBatch::kFrames; ++index) {
+            const std::span<std::uint8_t> room = batch.Room(index);
+            rooms[index] = {room.data(), room.size()};
+            messages[index].msg_hdr.msg_iov = &rooms[index];
+            messages[index].msg_hdr.msg_iovlen = 1;
+        }
+    }
+
+    std::array<iovec, FrameBatch::kFrames> rooms{};
+    std::array<mmsghdr, FrameBatch::kFrames> messages{};
+};
+
+SocketConnection::SocketConnection() = default;
+SocketConnection::~SocketConnection() = default;
+
+IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
+{
+    if (!batchHeaders_ || batchHeaders_->rooms[0].iov_base != batch.Room(0).data()) {
+        batchHeaders_ = std::make_unique<BatchHeaders>(batch);
+    }
+    auto& messages = batchHeaders_->messages;
+    int count = 0;
+    do {
+        count =
+            recvmmsg(socket_.Get(), messages.data(), FrameBatch::kFrames, MSG_WAITFORONE, nullptr);
+    } while (count < 0 && MayTryAgain(errno));
+    batch.count = 0;
+    for (int index = 0; index < count; ++index) {
+        const mmsghdr& message = messages[static_cast<std::size_t>(index)];
+        if (message.msg_len == 0) {
+            break;  // the end, and the same again behind it
+        }
+        const bool cut = (message.msg_hdr.msg_flags & MSG_TRUNC) != 0;
+        batch.sizes[batch.count++] = cut ? kMaxFrame + 1 : message.msg_len;
+    }
+    return batch.count != 0 ? IoStatus::kDone : IoStatus::kLost;
+}
+
+void SocketConnection::Shutdown() noexcept
+{
+    shutdown(socket_.Get(), SHUT_RDWR);
+}
+
+/// kWouldBlock stands for everything after which one may try again.
+IoResult SocketConnection::ReceiveOnce(std::span<std::uint8_t> room, int flags) noexcept
+{
+    // MSG_TRUNC: the result is the frame's real length, so that one too large is seen.
+    const ssize_t size = recv(socket_.Get(), room.data(), room.size(), flags | MSG_TRUNC);
+    if (size > 0) {
+        return {IoStatus::kDone, static_cast<std::size_t>(size)};
+    }
+    if (size < 0 && MayTryAgain(errno)) {
+        return {IoStatus::kWouldBlock, 0};
+    }
+    return {IoStatus::kLost, 0};
+}
+
+IoStatus SocketConnection::Await(short events, Deadline& deadline) noexcept
+{
+    while (socket_) {  // poll would wait for one that is not there
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline.Left());
+        pollfd one{socket_.Get(), events, 0};
+        const int ready =
+            poll(&one, 1, static_cast<int>(std::min<std::int64_t>(left.count(), INT_MAX)));
+        if (ready > 0) {
+            deadline.Left();
+            return IoStatus::kDone;
+        }
+        if (ready == 0 && deadline.Left() == Deadline::Clock::duration::zero()) {
+            return IoStatus::kTimeout;
+        }
+        if (ready < 0 && errno != EINTR) {
+            return IoStatus::kLost;
+        }
+    }
+    return IoStatus::kLost;
+}
+
+bool SocketConnection::BoundReceives() noexcept
+{
+    if (!receivesBounded_) {
+        const timeval bound{0, std::chrono::microseconds(kPatience).count()};
+        receivesBounded_ =
+            setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof(bound)) == 0;
+    }
+    return receivesBounded_;
+}
+
+void SocketConnection::UnboundReceives() noexcept
+{
+    if (receivesBounded_) {
+        const timeval forever{};
+        setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, &forever, sizeof(forever));
+        receivesBounded_ = false;
+    }
+}
+
+}  // namespace pelacon::ipc

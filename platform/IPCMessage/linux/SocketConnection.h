@@ -1,0 +1,63 @@
+// A connection over a SOCK_SEQPACKET socket, which keeps frames apart by itself.
+#pragma once
+
+#include "Descriptor.h"
+
+#include <IPCMessage/Transport.h>
+
+#include <sys/socket.h>
+
+#include <memory>
+
+namespace pelacon::ipc {
+
+class SocketConnection final : public Connection {
+  public:
+    /// Takes the connected socket, and asks the kernel who is at its other end.
+    template <typename Open>
+    explicit SocketConnection(const Open& open) : SocketConnection()
+    {
+        if (socket_.Take(open)) {
+            IdentifyPeer();
+        }
+    }
+
+    ~SocketConnection() override;
+
+    bool IsOpen() const noexcept { return static_cast<bool>(socket_); }
+    int Socket() const noexcept { return socket_.Get(); }
+
+    /// To be asked again once a socket made by Take is connected.
+    void IdentifyPeer();
+    uid_t PeerUser() const noexcept { return user_; }
+
+    const Peer& GetPeer() const noexcept override { return peer_; }
+    IoStatus Send(std::span<const std::uint8_t> frame) override;
+    IoStatus Send(std::span<const std::uint8_t> frame, Deadline& deadline) override;
+    IoStatus TrySend(std::span<const std::uint8_t> frame) override;
+    IoResult Receive(std::span<std::uint8_t> room) override;
+    IoResult Receive(std::span<std::uint8_t> room, Deadline& deadline) override;
+    IoStatus ReceiveSome(FrameBatch& batch) override;
+    void Shutdown() noexcept override;
+
+  private:
+    SocketConnection();
+
+    IoResult ReceiveOnce(std::span<std::uint8_t> room, int flags) noexcept;
+    IoStatus Await(short events, Deadline& deadline) noexcept;
+    bool BoundReceives() noexcept;
+    void UnboundReceives() noexcept;
+
+    struct BatchHeaders;
+
+    Descriptor socket_;
+    bool receivesBounded_ = false;
+    std::unique_ptr<BatchHeaders> batchHeaders_;
+    uid_t user_ = static_cast<uid_t>(-1);
+    Peer peer_;
+};
+
+/// A new unconnected socket, close-on-exec; -1 if the system has none to give.
+int OpenSocket() noexcept;
+
+}  // namespace pelacon::ipc
