@@ -55,9 +55,15 @@ set(PELACON_STAGE "${CMAKE_BINARY_DIR}/stage")
 
 # pelacon_stage(<target>) puts a program or library where the install puts it, below the stage.
 function(pelacon_stage target folder)
+    get_target_property(type ${target} TYPE)
+    set(program_folder ${folder})
+    if(type STREQUAL SHARED_LIBRARY)
+        set(program_folder bin)  # where a DLL lies, beside the programs that load it
+    endif()
     set_target_properties(${target} PROPERTIES
-        RUNTIME_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}"
-        LIBRARY_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}")
+        RUNTIME_OUTPUT_DIRECTORY "${PELACON_STAGE}/${program_folder}"
+        LIBRARY_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}"
+        ARCHIVE_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}")
 endfunction()
 
 # Where the service executable is expected to be installed. After a restart announcement the library
