@@ -1,0 +1,17 @@
+// Files that must not be left half written, and descriptors that a program was started with.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace pelacon::os {
+
+/// Puts a file with these contents in place of the one before, such that after a crash there is
+/// either the old one or the new one, whole. Throws std::system_error.
+void ReplaceFile(const std::string& path, std::string_view contents);
+
+/// Writes all of the text to a descriptor that the program inherited, and closes it. False when it
+/// is not open for writing.
+bool WriteAndClose(int descriptor, std::string_view text);
+
+}  // namespace pelacon::os

@@ -1,0 +1,62 @@
+#include <os/Files.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace pelacon::os {
+
+namespace {
+
+bool WriteAll(int descriptor, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        if (written > 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        }
+    }
+    return true;
+}
+
+[[noreturn]] void Fail(const std::string& path)
+{
+    throw std::system_error(errno, std::generic_category(), path);
+}
+
+}  // namespace
+
+void ReplaceFile(const std::string& path, std::string_view contents)
+{
+    const std::string next = path + ".next";
+    const int file = open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW,
+                          S_IRUSR | S_IWUSR);
+    if (file < 0) {
+        Fail(next);
+    }
+    const bool written = WriteAll(file, contents) && fsync(file) == 0;
+    const int error = errno;
+    close(file);
+    if (!written) {
+        errno = error;
+        Fail(next);
+    }
+    if (std::rename(next.c_str(), path.c_str()) != 0) {
+        Fail(path);
+    }
+}
+
+bool WriteAndClose(int descriptor, std::string_view text)
+{
+    const bool written = WriteAll(descriptor, text);
+    close(descriptor);
+    return written;
+}
+
+}  // namespace pelacon::os

@@ -1,0 +1,58 @@
+#include "Handle.h"
+
+#include <os/Files.h>
+
+#include <io.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace pelacon::os {
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& path)
+{
+    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), path);
+}
+
+}  // namespace
+
+void ReplaceFile(const std::string& path, std::string_view contents)
+{
+    const std::wstring wide = std::filesystem::path(path).wstring();
+    const std::wstring next = wide + L".next";
+    {
+        const OwnedHandle file =
+            MakeHandle(CreateFileW(next.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                   FILE_ATTRIBUTE_NORMAL, nullptr));
+        DWORD written = 0;
+        if (!file ||
+            WriteFile(file.get(), contents.data(), static_cast<DWORD>(contents.size()), &written,
+                      nullptr) == FALSE ||
+            written != contents.size()) {
+            Fail(path);
+        }
+    }
+    if (MoveFileExW(next.c_str(), wide.c_str(),
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE) {
+        Fail(path);
+    }
+}
+
+bool WriteAndClose(int descriptor, std::string_view text)
+{
+    bool written = true;
+    while (written && !text.empty()) {
+        const int count = _write(descriptor, text.data(), static_cast<unsigned>(text.size()));
+        written = count > 0;
+        if (written) {
+            text.remove_prefix(static_cast<std::size_t>(count));
+        }
+    }
+    _close(descriptor);
+    return written;
+}
+
+}  // namespace pelacon::os

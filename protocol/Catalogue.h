@@ -1,0 +1,169 @@
+// Every message of the contract, as data: for the tracer, the monitor, and faults by name.
+#pragma once
+
+#include <protocol/BleManager.h>
+#include <protocol/Operation.h>
+#include <protocol/ServiceLink.h>
+
+#include <algorithm>
+#include <chrono>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <type_traits>
+
+namespace pelacon::protocol {
+
+/// What a payload is, as far as can be said without its record.
+enum class PayloadForm : std::uint8_t { kNothing, kRecord, kText, kBytes };
+
+/// Where a reply carries its status.
+struct StatusPlace {
+    std::uint32_t offset;
+    std::uint32_t size;  ///< 4, or 1 for a reply that is one byte
+};
+
+/// One message of the contract.
+struct CatalogueEntry {
+    enum class Kind : std::uint8_t {
+        kRequest,
+        kPosted,  ///< sent to the service like a request, but without a reply
+        kNotification,
+    };
+
+    Kind kind;
+    std::int32_t id;
+    const char* name;
+    std::chrono::milliseconds timeout;  ///< 0 where nobody waits
+    PayloadForm form;                   ///< of the request, or the notification
+    std::uint32_t size;                 ///< of its record; 0 for other forms
+    PayloadForm replyForm;
+    std::uint32_t replySize;
+    std::optional<StatusPlace> status;  ///< none where the reply has no such place
+
+    bool IsSentToService() const noexcept { return kind != Kind::kNotification; }
+};
+
+template <typename Record>
+constexpr PayloadForm FormOf()
+{
+    if constexpr (std::is_same_v<Record, Nothing>) {
+        return PayloadForm::kNothing;
+    } else if constexpr (std::is_same_v<Record, Text>) {
+        return PayloadForm::kText;
+    } else if constexpr (std::is_same_v<Record, Bytes>) {
+        return PayloadForm::kBytes;
+    } else {
+        return PayloadForm::kRecord;
+    }
+}
+
+/// A reply's status is its field `status` or `errorCode`; a reply that is a single value has it
+/// there.
+template <typename Reply>
+constexpr std::optional<StatusPlace> StatusPlaceOf()
+{
+    if constexpr (requires(Reply reply) {
+                      {
+                          reply.status
+                          } -> std::convertible_to<std::int32_t>;
+                  }) {
+        return StatusPlace{offsetof(Reply, status), sizeof(Reply::status)};
+    } else if constexpr (requires(Reply reply) {
+                             {
+                                 reply.errorCode
+                                 } -> std::convertible_to<std::int32_t>;
+                         }) {
+        return StatusPlace{offsetof(Reply, errorCode), sizeof(Reply::errorCode)};
+    } else if constexpr (FormOf<Reply>() == PayloadForm::kRecord &&
+                         (sizeof(Reply) == 1 || sizeof(Reply) == 4)) {
+        return StatusPlace{0, sizeof(Reply)};
+    } else {
+        return std::nullopt;
+    }
+}
+
+/// An operation whose reply is Nothing is posted.
+template <typename Request, typename Reply>
+constexpr CatalogueEntry Describe(const Operation<Request, Reply>& operation)
+{
+    constexpr bool kPosted = std::is_same_v<Reply, Nothing>;
+    return {kPosted ? CatalogueEntry::Kind::kPosted : CatalogueEntry::Kind::kRequest,
+            operation.id,
+            operation.name,
+            operation.timeout,
+            FormOf<Request>(),
+            WireSize<Request>(),
+            FormOf<Reply>(),
+            WireSize<Reply>(),
+            StatusPlaceOf<Reply>()};
+}
+
+template <typename Record>
+constexpr CatalogueEntry Describe(const Notification<Record>& notification)
+{
+    return {CatalogueEntry::Kind::kNotification,
+            notification.id,
+            notification.name,
+            std::chrono::milliseconds(0),
+            FormOf<Record>(),
+            WireSize<Record>(),
+            PayloadForm::kNothing,
+            0,
+            std::nullopt};
+}
+
+/// One line per message, family by family.
+inline constexpr CatalogueEntry kCatalogue[] = {
+    // Service link
+    Describe(kRepairResource),
+    Describe(kServiceStarted),
+    // Adapter
+    Describe(kRegisterBtStateChange),
+    Describe(kBtEnable),
+    Describe(kBtDisable),
+    Describe(kIsBtEnabled),
+    Describe(kGetBtMacAndName),
+    Describe(kSetBtName),
+    Describe(kGetBtName),
+    Describe(kGetBtRunningState),
+    Describe(kIsDeviceConnected),
+    Describe(kBtStateChanged),
+};
+
+/// The message with this id that goes to the service. Where one id names two of them, the one whose
+/// record has the payload's length is meant, or the first if none has.
+constexpr const CatalogueEntry* FindRequest(std::int32_t id, std::size_t payloadLength)
+{
+    const CatalogueEntry* first = nullptr;
+    for (const CatalogueEntry& entry : kCatalogue) {
+        if (entry.id != id || !entry.IsSentToService()) {
+            continue;
+        }
+        if (entry.size == payloadLength) {
+            return &entry;
+        }
+        first = first != nullptr ? first : &entry;
+    }
+    return first;
+}
+
+constexpr const CatalogueEntry* FindNotification(std::int32_t id)
+{
+    const auto* const found = std::find_if(
+        std::begin(kCatalogue), std::end(kCatalogue),
+        [id](const CatalogueEntry& entry) { return entry.id == id && !entry.IsSentToService(); });
+    return found != std::end(kCatalogue) ? found : nullptr;
+}
+
+constexpr const CatalogueEntry* FindByName(std::string_view name)
+{
+    const auto* const found =
+        std::find_if(std::begin(kCatalogue), std::end(kCatalogue),
+                     [name](const CatalogueEntry& entry) { return entry.name == name; });
+    return found != std::end(kCatalogue) ? found : nullptr;
+}
+
+}  // namespace pelacon::protocol

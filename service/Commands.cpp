@@ -1,0 +1,55 @@
+#include <service/Commands.h>
+
+#include <exception>
+#include <utility>
+
+namespace pelacon::service {
+
+void Commands::Add(const std::string& name, const std::string& summary, Command command)
+{
+    commands_.emplace(name, Entry{summary, std::move(command)});
+}
+
+std::string Commands::Run(std::string_view text) const
+{
+    nlohmann::json answer;
+    try {
+        answer = Read(text)();
+        answer["ok"] = true;
+    } catch (const std::exception& failure) {
+        answer = {{"ok", false}, {"error", failure.what()}};
+    }
+    // Names of devices may be any bytes; the answer is UTF-8 all the same.
+    return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+Commands::Action Commands::Read(std::string_view text) const
+{
+    Action action;
+    const json::Document document = json::Parse(text, "command");
+    json::Reader(document).Object([&](json::Fields& fields) {
+        const json::Reader field = fields.Required("command");
+        const std::string name = field.Text(1, 64);
+        if (name == "help") {
+            action = [this] { return Describe(); };
+            return;
+        }
+        const auto found = commands_.find(name);
+        if (found == commands_.end()) {
+            field.Fail("there is no command \"" + name + "\"; {\"command\": \"help\"} lists them");
+        }
+        action = found->second.command(fields);
+    });
+    return action;
+}
+
+nlohmann::json Commands::Describe() const
+{
+    nlohmann::json list = nlohmann::json::object();
+    for (const auto& [name, entry] : commands_) {
+        list[name] = entry.summary;
+    }
+    return {{"commands", list}};
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,267 @@
+#include <os/Processes.h>
+#include <protocol/ServiceStatus.h>
+#include <service/Core.h>
+#include <service/CoreState.h>
+#include <service/Log.h>
+#include <service/Trace.h>
+#include <service/Version.h>
+#include <service/families/Families.h>
+
+#include <exception>
+#include <utility>
+
+namespace pelacon::service {
+
+namespace {
+
+ByteView PayloadOf(const TagIPCMessageItem& item)
+{
+    return item.message != nullptr ? ByteView(item.message, item.length) : ByteView();
+}
+
+IPCReply WithoutPayload()
+{
+    return {IPCReplyKind::kNoPayload, {}};
+}
+
+}  // namespace
+
+Core::State::State(World& world, const WorldFile& file, IdAllocator& ids, Line& line)
+    : radios(world, file), sessions(world, line, families)
+{
+    Context context{world, router, radios, ids, commands};
+    families = MakeFamilies(context);
+    router.Serve(protocol::kRepairResource,
+                 [this](Session& session, const protocol::RepairRequest& held) {
+                     for (const auto& family : families) {
+                         family->Repair(session, held);
+                     }
+                     return protocol::StatusReply{protocol::kStatusDone};
+                 });
+}
+
+Core::Core(Settings settings)
+    : settings_(std::move(settings)), world_(settings_.seed), faults_(settings_.seed)
+{
+    for (const FaultConfig& fault : settings_.world.faults) {
+        faults_.Add(fault);
+    }
+}
+
+Core::~Core()
+{
+    Stop();
+}
+
+void Core::Start(Line& line, const std::string& stateFile)
+{
+    startTried_ = true;
+    try {
+        const World::Guard lock = world_.Lock();
+        line_ = &line;
+        ids_.emplace(stateFile);
+        state_ = MakeState();
+    } catch (...) {
+        started_.count_down();
+        throw;
+    }
+    started_.count_down();
+}
+
+void Core::Stop()
+{
+    if (!startTried_.exchange(true)) {
+        started_.count_down();
+    }
+    world_.Stop();
+    const World::Guard lock = world_.Lock();
+    if (state_) {
+        state_->sessions.EndAll();
+        state_.reset();
+    }
+}
+
+std::shared_ptr<Core::State> Core::MakeState()
+{
+    auto state = std::make_shared<State>(world_, settings_.world, *ids_, *line_);
+    AddCommands(*state);
+    return state;
+}
+
+void Core::ClientArrived(const IPCClientInfo& client)
+{
+    started_.wait();
+    const World::Guard lock = world_.Lock();
+    if (state_) {
+        state_->sessions.Arrive(client);
+    }
+}
+
+void Core::ClientLeft(std::uint64_t clientId)
+{
+    started_.wait();
+    const World::Guard lock = world_.Lock();
+    if (state_) {
+        state_->sessions.Leave(clientId);
+    }
+}
+
+IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
+{
+    started_.wait();
+    const bool traced = log::IsWanted(LogLevel::kDebug);
+    const auto begin = traced ? World::Clock::now() : World::Clock::time_point();
+    // While the handler waits, the service may restart or end: the state that it works on and its
+    // session live as long as it does, and end under the lock.
+    const World::Guard lock = world_.Lock();
+    const std::shared_ptr<State> state = state_;
+    if (!state) {
+        return WithoutPayload();
+    }
+    const std::shared_ptr<Session> session = state->sessions.Of(clientId);
+    if (traced) {
+        TraceRequest(clientId, request.msgId, PayloadOf(request));
+    }
+    IPCReply reply = Answer(*state, *session, request);
+    if (traced) {
+        TraceReply(clientId, request.msgId, request.length, reply.payload,
+                   World::Clock::now() - begin);
+    }
+    return reply;
+}
+
+void Core::Posted(std::uint64_t clientId, const TagIPCMessageItem& item)
+{
+    Request(clientId, item);
+}
+
+IPCReply Core::Answer(State& state, Session& session, const TagIPCMessageItem& request)
+{
+    ++served_;
+    if (faults_.IsEmpty()) {
+        return Perform(state, session, request);
+    }
+    const FaultVerdict verdict = faults_.Judge(request.msgId, request.length);
+    if (verdict.delay.count() > 0) {
+        log::Info("fault: ", RequestName(request.msgId, request.length), " of client ",
+                  session.ClientId(), " waits ", verdict.delay.count(), " ms");
+        if (!session.WaitFor(verdict.delay)) {
+            return WithoutPayload();
+        }
+    }
+    return verdict.fault ? Spoil(state, session, request, *verdict.fault)
+                         : Perform(state, session, request);
+}
+
+IPCReply Core::Spoil(State& state, Session& session, const TagIPCMessageItem& request,
+                     const FaultConfig& fault)
+{
+    ++spoilt_;
+    log::Info("fault: ", RequestName(request.msgId, request.length), " of client ",
+              session.ClientId(), ": ", NameOf(fault.kind));
+    if (fault.perform) {
+        Perform(state, session, request);
+    }
+    switch (fault.kind) {
+        case FaultKind::kStatus:
+            return {
+                IPCReplyKind::kPayload,
+                ReplyWithStatus(protocol::FindRequest(request.msgId, request.length), fault.status)
+                    .value_or(Bytes())};
+        case FaultKind::kNever:
+            return {IPCReplyKind::kNever, {}};
+        case FaultKind::kDisconnect:
+            return {IPCReplyKind::kDisconnect, {}};
+        case FaultKind::kMalformed:
+            return {IPCReplyKind::kMalformed, {}};
+        case FaultKind::kDelay:
+        case FaultKind::kEmpty:
+            break;
+    }
+    return WithoutPayload();
+}
+
+IPCReply Core::Perform(State& state, Session& session, const TagIPCMessageItem& request)
+{
+    const Router::Route* const route = state.router.Find(request.msgId, request.length);
+    if (route == nullptr) {
+        ++unknown_;
+        log::Warning("client ", session.ClientId(), " asks for what is not known here: ",
+                     RequestName(request.msgId, request.length));
+        return WithoutPayload();
+    }
+    try {
+        std::optional<Bytes> payload = route->handler(session, PayloadOf(request));
+        return payload ? IPCReply{IPCReplyKind::kPayload, *std::move(payload)} : WithoutPayload();
+    } catch (const std::exception& failure) {
+        log::Error(route->name, " of client ", session.ClientId(), " failed: ", failure.what());
+        return WithoutPayload();
+    }
+}
+
+std::string Core::Control(std::string_view command)
+{
+    started_.wait();
+    std::string answer;
+    std::vector<std::function<void()>> afterwards;
+    {
+        const World::Guard lock = world_.Lock();
+        const std::shared_ptr<State> state = state_;
+        if (!state) {
+            return R"({"ok":false,"error":"the service is ending"})";
+        }
+        answer = state->commands.Run(command);
+        afterwards.swap(afterwards_);
+    }
+    for (const auto& action : afterwards) {
+        action();
+    }
+    return answer;
+}
+
+void Core::Restart()
+{
+    log::Info("restarting, as an operator wishes");
+    ++restarts_;
+    state_->sessions.EndAll();
+    state_ = MakeState();
+    afterwards_.emplace_back([this] { line_->DisconnectAll(); });
+}
+
+nlohmann::json Core::Status() const
+{
+    using std::chrono::duration_cast;
+    using std::chrono::milliseconds;
+    const Line::Statistics line = line_->GetStatistics();
+    nlohmann::json clients = nlohmann::json::array();
+    for (const Session* session : state_->sessions.Present()) {
+        clients.push_back({{"client", session->ClientId()}, {"pid", session->ProcessId()}});
+    }
+    nlohmann::json status{
+        {"version", kVersion},
+        {"pid", os::CurrentProcessId()},
+        {"uptimeMs", duration_cast<milliseconds>(World::Clock::now() - begin_).count()},
+        {"world", settings_.worldName},
+        {"seed", settings_.seed},
+        {"clients", clients},
+        {"faults", faults_.Describe()},
+        {"counters",
+         {{"requests", served_},
+          {"unknownRequests", unknown_},
+          {"faults", spoilt_},
+          {"restarts", restarts_},
+          {"callConnections", line.callConnections},
+          {"repliesToNobody", line.repliesToNobody},
+          {"notifications", line.notifications},
+          {"notificationsDropped", line.notificationsDropped},
+          {"slowClients", line.slowClients},
+          {"malformedFrames", line.malformedFrames},
+          {"refusedPeers", line.refusedPeers}}},
+    };
+    for (const auto& family : state_->families) {
+        family->Describe(status);
+    }
+    return status;
+}
+
+}  // namespace pelacon::service

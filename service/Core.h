@@ -1,0 +1,88 @@
+// The service without its pipe: sessions, requests, families, faults, commands.
+#pragma once
+
+#include <IPCMessage/IPCMessageServer.h>
+#include <service/Commands.h>
+#include <service/Faults.h>
+#include <service/IdAllocator.h>
+#include <service/Line.h>
+#include <service/World.h>
+#include <service/WorldFile.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace pelacon::service {
+
+class Session;
+
+struct Settings {
+    WorldFile world;
+    std::string worldName = "built in";  ///< for people
+    std::uint64_t seed = 0;
+};
+
+/// Answers clients and operators. Handler calls may come at once, from any thread; they wait until
+/// the core is started.
+class Core : public IPCServerHandler {
+  public:
+    explicit Core(Settings settings);
+
+    /// As Stop. The line has made its last call by then.
+    ~Core() override;
+
+    Core(const Core&) = delete;
+    Core& operator=(const Core&) = delete;
+
+    /// Begins to answer. Throws IdError (the core is then stopped). The line outlives the core.
+    void Start(Line& line, const std::string& stateFile);
+
+    /// Ends all that waits; later requests are answered without payload. May be repeated.
+    void Stop();
+
+    void ClientArrived(const IPCClientInfo& client) override;
+    void ClientLeft(std::uint64_t clientId) override;
+    IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) override;
+    void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) override;
+    std::string Control(std::string_view command) override;
+
+  private:
+    struct State;
+
+    std::shared_ptr<State> MakeState();
+    IPCReply Answer(State& state, Session& session, const TagIPCMessageItem& request);
+    IPCReply Perform(State& state, Session& session, const TagIPCMessageItem& request);
+    IPCReply Spoil(State& state, Session& session, const TagIPCMessageItem& request,
+                   const FaultConfig& fault);
+
+    void AddCommands(State& state);
+    void AddFaultCommands(Commands& commands);
+    void AddClientCommands(Commands& commands);
+    nlohmann::json Status() const;
+    void Restart();
+
+    Settings settings_;
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    World world_;
+    std::latch started_{1};
+    std::atomic<bool> startTried_{false};
+
+    // All that follows is used under the world's lock.
+    Line* line_ = nullptr;
+    std::optional<IdAllocator> ids_;
+    Faults faults_;
+    std::shared_ptr<State> state_;
+    std::vector<std::function<void()>> afterwards_;  // to be done without the lock
+    std::uint64_t served_ = 0;
+    std::uint64_t unknown_ = 0;
+    std::uint64_t spoilt_ = 0;
+    std::uint64_t restarts_ = 0;
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,194 @@
+#include <service/Core.h>
+#include <service/CoreState.h>
+#include <service/Log.h>
+#include <service/Trace.h>
+
+#include <charconv>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace pelacon::service {
+
+namespace {
+
+constexpr std::size_t kLargestPayload = 64UL * 1024;
+
+/// Whom a command is about.
+struct Whom {
+    std::optional<std::uint64_t> client;
+    std::optional<std::uint32_t> processId;
+};
+
+Whom ReadWhom(json::Fields& fields)
+{
+    Whom whom;
+    if (const auto client = fields.Optional("client")) {
+        whom.client = client->Integer<std::uint64_t>(1, INT64_MAX);
+    }
+    if (const auto processId = fields.Optional("pid")) {
+        whom.processId = processId->Integer<std::uint32_t>(1);
+    }
+    return whom;
+}
+
+/// The clients that are meant; all of them where none is named.
+std::vector<Session*> Choose(const Sessions& sessions, const Whom& whom)
+{
+    std::vector<Session*> chosen;
+    for (Session* session : sessions.Present()) {
+        if ((!whom.client || *whom.client == session->ClientId()) &&
+            (!whom.processId || *whom.processId == session->ProcessId())) {
+            chosen.push_back(session);
+        }
+    }
+    if (chosen.empty() && (whom.client || whom.processId)) {
+        throw std::runtime_error("there is no such client");
+    }
+    return chosen;
+}
+
+/// A notification's id, by its name or its number.
+std::int32_t ReadNotificationId(const json::Reader& reader)
+{
+    if (!reader.IsText()) {
+        return reader.Integer<std::int32_t>(1);
+    }
+    const std::string text = reader.Text(1, 64);
+    const protocol::CatalogueEntry* const entry = protocol::FindByName(text);
+    if (entry != nullptr && !entry->IsSentToService()) {
+        return entry->id;
+    }
+    std::int32_t id = 0;
+    const char* const end = text.data() + text.size();
+    if (text.starts_with("0x") && std::from_chars(text.data() + 2, end, id, 16).ptr == end &&
+        id > 0) {
+        return id;
+    }
+    reader.Fail("must be a notification's name, or its id such as \"0xD80062\"");
+}
+
+/// What is to be pushed, and to whom.
+struct Push {
+    std::int32_t id = 0;
+    Bytes payload;
+    Whom whom;
+    std::uint64_t count = 1;
+    Line::Urgency urgency = Line::Urgency::kKept;
+};
+
+Push ReadPush(json::Fields& fields)
+{
+    Push push;
+    push.id = ReadNotificationId(fields.Required("id"));
+    if (const auto payload = fields.Optional("payload")) {
+        push.payload = payload->Hex(0, kLargestPayload);
+    } else if (const auto* entry = protocol::FindNotification(push.id)) {
+        push.payload.resize(entry->size);
+    }
+    push.whom = ReadWhom(fields);
+    return push;
+}
+
+nlohmann::json Send(const Sessions& sessions, const Push& push)
+{
+    std::uint64_t sent = 0;
+    for (Session* session : Choose(sessions, push.whom)) {
+        for (std::uint64_t i = 0; i < push.count; ++i) {
+            sent += session->Notify(push.id, push.payload, push.urgency) ? 1 : 0;
+        }
+    }
+    return {{"sent", sent}};
+}
+
+}  // namespace
+
+void Core::AddCommands(State& state)
+{
+    state.commands.Add("status", "what the service does: clients, counters, faults, radios",
+                       [this](json::Fields&) { return [this] { return Status(); }; });
+    state.commands.Add(
+        "restart", "drops all connections and forgets everything, as a service that was restarted",
+        [this](json::Fields&) {
+            return [this] {
+                Restart();
+                return nlohmann::json::object();
+            };
+        });
+    AddFaultCommands(state.commands);
+    AddClientCommands(state.commands);
+}
+
+void Core::AddFaultCommands(Commands& commands)
+{
+    commands.Add("fault.add", "puts a fault in force: fault (as in a world file)",
+                 [this](json::Fields& fields) {
+                     const FaultConfig fault = ReadFault(fields.Required("fault"));
+                     return [this, fault]() -> nlohmann::json {
+                         return {{"number", faults_.Add(fault)}};
+                     };
+                 });
+    commands.Add("fault.remove", "ends a fault: number", [this](json::Fields& fields) {
+        const auto number = fields.Required("number").Integer<std::uint64_t>();
+        return [this, number] {
+            if (!faults_.Remove(number)) {
+                throw std::runtime_error("there is no fault with this number");
+            }
+            return nlohmann::json::object();
+        };
+    });
+    commands.Add("fault.list", "the faults in force", [this](json::Fields&) {
+        return [this]() -> nlohmann::json { return {{"faults", faults_.Describe()}}; };
+    });
+    commands.Add("fault.clear", "ends all faults", [this](json::Fields&) {
+        return [this] {
+            faults_.Clear();
+            return nlohmann::json::object();
+        };
+    });
+}
+
+void Core::AddClientCommands(Commands& commands)
+{
+    commands.Add("notify", "sends a notification: id, payload (hexadecimal), client or pid",
+                 [this](json::Fields& fields) {
+                     const Push push = ReadPush(fields);
+                     return [this, push] { return Send(state_->sessions, push); };
+                 });
+    commands.Add(
+        "flood", "sends many notifications at once: id, count, payload, droppable, client or pid",
+        [this](json::Fields& fields) {
+            Push push = ReadPush(fields);
+            push.count = fields.Required("count").Integer<std::uint64_t>(1, 1'000'000);
+            if (const auto droppable = fields.Optional("droppable")) {
+                push.urgency = droppable->Bool() ? Line::Urgency::kDroppable : Line::Urgency::kKept;
+            }
+            return [this, push] { return Send(state_->sessions, push); };
+        });
+    commands.Add("malformed", "sends bytes that are no message, as a notification: client or pid",
+                 [this](json::Fields& fields) {
+                     const Whom whom = ReadWhom(fields);
+                     return [this, whom]() -> nlohmann::json {
+                         const auto chosen = Choose(state_->sessions, whom);
+                         for (const Session* session : chosen) {
+                             afterwards_.emplace_back(
+                                 [this, id = session->ClientId()] { line_->SendMalformed(id); });
+                         }
+                         return {{"sent", chosen.size()}};
+                     };
+                 });
+    commands.Add("disconnect", "closes the event connection, as if it had failed: client or pid",
+                 [this](json::Fields& fields) {
+                     const Whom whom = ReadWhom(fields);
+                     return [this, whom]() -> nlohmann::json {
+                         const auto chosen = Choose(state_->sessions, whom);
+                         for (const Session* session : chosen) {
+                             afterwards_.emplace_back(
+                                 [this, id = session->ClientId()] { line_->Disconnect(id); });
+                         }
+                         return {{"disconnected", chosen.size()}};
+                     };
+                 });
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,73 @@
+// The service's own log: one line per event, to stderr.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace pelacon::service {
+
+enum class LogLevel : std::uint8_t {
+    kError,    ///< something failed that should not
+    kWarning,  ///< something odd, from outside
+    kInfo,     ///< starting, ending, clients coming and going, faults
+    kDebug,    ///< each request and notification, by name
+    kTrace,    ///< and their bytes
+};
+
+/// The level with this name ("error", "warning", "info", "debug", "trace").
+std::optional<LogLevel> LogLevelOf(std::string_view name);
+
+namespace log {
+
+using Sink = std::function<void(LogLevel level, std::string_view line)>;
+
+inline std::atomic<LogLevel> wantedLevel{LogLevel::kInfo};
+
+inline bool IsWanted(LogLevel level) noexcept
+{
+    return level <= wantedLevel.load(std::memory_order_relaxed);
+}
+
+/// Sends lines elsewhere than stderr; an empty sink sends them there again.
+void SetSink(Sink sink);
+
+void WriteLine(LogLevel level, std::string_view line);
+
+template <typename... Pieces>
+void Write(LogLevel level, const Pieces&... pieces)
+{
+    if (IsWanted(level)) {
+        std::ostringstream line;
+        (line << ... << pieces);
+        WriteLine(level, line.str());
+    }
+}
+
+template <typename... Pieces>
+void Error(const Pieces&... pieces)
+{
+    Write(LogLevel::kError, pieces...);
+}
+template <typename... Pieces>
+void Warning(const Pieces&... pieces)
+{
+    Write(LogLevel::kWarning, pieces...);
+}
+template <typename... Pieces>
+void Info(const Pieces&... pieces)
+{
+    Write(LogLevel::kInfo, pieces...);
+}
+template <typename... Pieces>
+void Debug(const Pieces&... pieces)
+{
+    Write(LogLevel::kDebug, pieces...);
+}
+
+}  // namespace log
+}  // namespace pelacon::service

@@ -1,0 +1,37 @@
+// The service on its pipe.
+#pragma once
+
+#include <IPCMessage/IPCMessageServer.h>
+#include <service/Core.h>
+#include <service/Line.h>
+
+#include <optional>
+#include <string>
+
+namespace pelacon::service {
+
+/// Serves a pipe for as long as it lives.
+class PipeService : private Line {
+  public:
+    /// Throws IPCServerError and IdError.
+    PipeService(const std::wstring& pipeName, Settings settings);
+    ~PipeService() override;
+    PipeService(const PipeService&) = delete;
+    PipeService& operator=(const PipeService&) = delete;
+
+    /// Where it listens, for people.
+    const std::string& Address() const { return server_->Address(); }
+
+  private:
+    bool Notify(std::uint64_t clientId, std::int32_t messageId,
+                std::span<const std::uint8_t> payload, Urgency urgency) override;
+    void Disconnect(std::uint64_t clientId) override { server_->Disconnect(clientId); }
+    void DisconnectAll() override { server_->DisconnectAll(); }
+    void SendMalformed(std::uint64_t clientId) override { server_->SendMalformed(clientId); }
+    Statistics GetStatistics() const override { return server_->GetStatistics(); }
+
+    Core core_;
+    std::optional<IPCMessageServer> server_;
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,74 @@
+// One client program of the service.
+#pragma once
+
+#include <protocol/Operation.h>
+#include <service/Line.h>
+#include <service/Wire.h>
+#include <service/World.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace pelacon::service {
+
+/// A client, from its first message or its arrival until its event connection is gone. Used under
+/// the world's lock. Families may keep a pointer to it until Family::ClientLeft has returned.
+class Session {
+  public:
+    Session(World& world, Line& line, std::uint64_t clientId, std::uint32_t processId)
+        : world_(world), line_(line), clientId_(clientId), processId_(processId)
+    {}
+
+    std::uint64_t ClientId() const noexcept { return clientId_; }
+
+    /// As the kernel knows it; 0 while the client has not arrived.
+    std::uint32_t ProcessId() const noexcept { return processId_; }
+
+    /// Whether the client is still there, as far as the service has been told.
+    bool IsPresent() const noexcept { return present_; }
+
+    /// Sends a notification; false when the client has no event connection. Never blocks.
+    template <typename Record>
+    bool Notify(const protocol::Notification<Record>& notification, const Record& record,
+                Line::Urgency urgency = Line::Urgency::kKept)
+    {
+        return Notify(notification.id, AsBytes(record), urgency);
+    }
+    bool Notify(const protocol::Notification<protocol::Nothing>& notification)
+    {
+        return Notify(notification.id, {}, Line::Urgency::kKept);
+    }
+    bool Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
+                Line::Urgency urgency);
+
+    /// Has a request's handler wait, without the world's lock. False when there is no point in
+    /// going on: the client left, or the service ends or restarts. Then the handler returns at once
+    /// and touches nothing of the family's.
+    [[nodiscard]] bool WaitFor(World::Duration time);
+
+    /// Waits for a result; nothing when it did not come within the limit, or there is no point in
+    /// going on (see WaitFor; IsPresent tells the two apart).
+    template <typename Result>
+    [[nodiscard]] std::optional<Result> Await(const Completion<Result>& completion,
+                                              World::Duration limit)
+    {
+        world_.Wait(limit, [&] { return !present_ || completion.Get().has_value(); });
+        return GoesOn() ? completion.Get() : std::nullopt;
+    }
+
+    /// For the core: the client's process became known; the client is gone.
+    void Arrive(std::uint32_t processId) noexcept { processId_ = processId; }
+    void End();
+
+  private:
+    bool GoesOn() const noexcept { return present_ && !world_.IsStopping(); }
+
+    World& world_;
+    Line& line_;
+    std::uint64_t clientId_;
+    std::uint32_t processId_;
+    bool present_ = true;
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,80 @@
+#include <protocol/ServiceLink.h>
+#include <service/Log.h>
+#include <service/Sessions.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelacon::service {
+
+void Sessions::Arrive(const IPCClientInfo& client)
+{
+    log::Info("client ", client.id, " (process ", client.processId, ") ",
+              client.returning ? "returned" : "arrived");
+    const std::shared_ptr<Session> session = Of(client.id);
+    Entry& entry = entries_.at(client.id);
+    entry.arrived = true;
+    entry.grace.Cancel();
+    session->Arrive(client.processId);
+    if (client.returning) {
+        session->Notify(protocol::kServiceStarted);
+    }
+    for (const auto& family : families_) {
+        family->ClientArrived(*session, client.returning);
+    }
+}
+
+void Sessions::Leave(std::uint64_t clientId)
+{
+    const auto found = entries_.find(clientId);
+    if (found == entries_.end()) {
+        return;
+    }
+    log::Info("client ", clientId, " left");
+    const Entry entry = std::move(found->second);
+    entries_.erase(found);
+    entry.session->End();
+    for (const auto& family : families_) {
+        family->ClientLeft(*entry.session);
+    }
+}
+
+void Sessions::EndAll()
+{
+    for (const auto& [id, entry] : entries_) {
+        entry.session->End();
+    }
+}
+
+std::shared_ptr<Session> Sessions::Of(std::uint64_t clientId)
+{
+    const auto found = entries_.find(clientId);
+    if (found != entries_.end()) {
+        return found->second.session;
+    }
+    Entry entry{std::make_shared<Session>(world_, line_, clientId, 0), false,
+                world_.After(kGrace, [this, clientId] { Leave(clientId); })};
+    return entries_.emplace(clientId, std::move(entry)).first->second.session;
+}
+
+Session* Sessions::Find(std::uint64_t clientId) const
+{
+    const auto found = entries_.find(clientId);
+    return found != entries_.end() && found->second.arrived ? found->second.session.get() : nullptr;
+}
+
+std::vector<Session*> Sessions::Present() const
+{
+    std::vector<Session*> sessions;
+    for (const auto& [id, entry] : entries_) {
+        if (entry.arrived) {
+            sessions.push_back(entry.session.get());
+        }
+    }
+    std::sort(sessions.begin(), sessions.end(), [](const Session* one, const Session* other) {
+        return one->ClientId() < other->ClientId();
+    });
+    return sessions;
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,56 @@
+// The clients of one run of the service.
+#pragma once
+
+#include <service/Family.h>
+#include <service/Session.h>
+
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace pelacon::service {
+
+/// All sessions, and the families that are told of them. Used under the world's lock.
+class Sessions {
+  public:
+    /// A client whose requests come without its ever having arrived is forgotten after this time.
+    static constexpr std::chrono::seconds kGrace{60};
+
+    using Families = std::vector<std::unique_ptr<Family>>;
+
+    Sessions(World& world, Line& line, const Families& families)
+        : world_(world), line_(line), families_(families)
+    {}
+
+    /// Greets the client if it returns, and tells the families.
+    void Arrive(const IPCClientInfo& client);
+
+    void Leave(std::uint64_t clientId);
+
+    /// Ends them all, without a word to the families: for those that end, too.
+    void EndAll();
+
+    /// The client's session; a new one where requests come before the client arrives.
+    std::shared_ptr<Session> Of(std::uint64_t clientId);
+
+    /// The session of a client that is there; null for others.
+    Session* Find(std::uint64_t clientId) const;
+
+    /// All clients that are there, in the order of their ids.
+    std::vector<Session*> Present() const;
+
+  private:
+    struct Entry {
+        std::shared_ptr<Session> session;
+        bool arrived = false;
+        Timer grace;
+    };
+
+    World& world_;
+    Line& line_;
+    const Families& families_;
+    std::unordered_map<std::uint64_t, Entry> entries_;
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,93 @@
+#include <protocol/Catalogue.h>
+#include <service/Log.h>
+#include <service/Trace.h>
+
+#include <algorithm>
+#include <iomanip>
+#include <sstream>
+
+namespace pelacon::service {
+
+namespace {
+
+std::string HexId(std::int32_t id)
+{
+    std::ostringstream text;
+    text << "0x" << std::uppercase << std::hex << static_cast<std::uint32_t>(id);
+    return text.str();
+}
+
+std::string NameOf(const protocol::CatalogueEntry* entry, std::int32_t id)
+{
+    return entry != nullptr ? std::string(entry->name) + " " + HexId(id) : HexId(id);
+}
+
+std::string Contents(ByteView payload)
+{
+    std::string text = std::to_string(payload.size()) + " bytes";
+    if (log::IsWanted(LogLevel::kTrace) && !payload.empty()) {
+        text.append(": ").append(HexOf(payload));
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string RequestName(std::int32_t id, std::size_t payloadLength)
+{
+    return NameOf(protocol::FindRequest(id, payloadLength), id);
+}
+
+std::string NotificationName(std::int32_t id)
+{
+    return NameOf(protocol::FindNotification(id), id);
+}
+
+std::string HexOf(ByteView bytes, std::size_t most)
+{
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string text;
+    for (const std::uint8_t byte : bytes.first(std::min(most, bytes.size()))) {
+        text.push_back(kDigits[byte >> 4U]);
+        text.push_back(kDigits[byte & 15U]);
+    }
+    if (bytes.size() > most) {
+        text.append("...");
+    }
+    return text;
+}
+
+void TraceRequest(std::uint64_t clientId, std::int32_t id, ByteView payload)
+{
+    if (log::IsWanted(LogLevel::kDebug)) {
+        log::Debug("client ", clientId, " > ", RequestName(id, payload.size()), ", ",
+                   Contents(payload));
+    }
+}
+
+void TraceReply(std::uint64_t clientId, std::int32_t id, std::size_t requestLength,
+                ByteView payload, std::chrono::steady_clock::duration took)
+{
+    if (!log::IsWanted(LogLevel::kDebug)) {
+        return;
+    }
+    const protocol::CatalogueEntry* entry = protocol::FindRequest(id, requestLength);
+    std::string status;
+    if (entry != nullptr && entry->status && entry->status->size == sizeof(std::int32_t) &&
+        payload.size() >= entry->status->offset + sizeof(std::int32_t)) {
+        status = ", status " +
+                 std::to_string(ReadPadded<std::int32_t>(payload.subspan(entry->status->offset)));
+    }
+    log::Debug("client ", clientId, " < ", NameOf(entry, id), status, ", ", Contents(payload), ", ",
+               std::chrono::duration_cast<std::chrono::microseconds>(took).count(), " us");
+}
+
+void TraceNotification(std::uint64_t clientId, std::int32_t id, ByteView payload, bool sent)
+{
+    if (log::IsWanted(LogLevel::kDebug)) {
+        log::Debug("client ", clientId, " ! ", NotificationName(id), ", ", Contents(payload),
+                   sent ? "" : ", not there");
+    }
+}
+
+}  // namespace pelacon::service

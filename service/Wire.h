@@ -1,0 +1,65 @@
+// Records to bytes and back.
+#pragma once
+
+#include <protocol/Operation.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace pelacon::service {
+
+using Bytes = std::vector<std::uint8_t>;
+using ByteView = std::span<const std::uint8_t>;
+
+/// A record's bytes. Every one of them must be a field's: bytes of padding would carry whatever
+/// the service's memory held to another process.
+template <typename Record>
+ByteView AsBytes(const Record& record)
+{
+    static_assert(std::has_unique_object_representations_v<Record>,
+                  "the record has padding: give it a name, as a reserved field");
+    return {reinterpret_cast<const std::uint8_t*>(&record), sizeof record};
+}
+
+/// The record at the front of a payload, which is read as if zeros followed it.
+template <typename Record>
+Record ReadPadded(ByteView payload)
+{
+    static_assert(std::is_trivially_copyable_v<Record>);
+    Record record{};
+    if (!payload.empty()) {
+        std::memcpy(&record, payload.data(), std::min(sizeof record, payload.size()));
+    }
+    return record;
+}
+
+/// The text at the front of some bytes: up to the first NUL, or all of them.
+inline std::string_view TextIn(ByteView bytes)
+{
+    const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
+    return {reinterpret_cast<const char*>(bytes.data()),
+            static_cast<std::size_t>(end - bytes.begin())};
+}
+
+/// The text in a record's fixed field, up to its NUL or the field's end.
+template <std::size_t Size>
+std::string_view TextIn(const char (&field)[Size])
+{
+    return {field, static_cast<std::size_t>(std::find(field, field + Size, '\0') - field)};
+}
+
+/// Puts text into a record's fixed field, cut to fit, with zeros behind it.
+template <std::size_t Size>
+void PutText(char (&field)[Size], std::string_view text)
+{
+    const std::size_t length = std::min(Size, text.size());
+    std::fill(std::copy_n(text.data(), length, field), field + Size, '\0');
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,121 @@
+#include <service/Log.h>
+#include <service/World.h>
+
+#include <algorithm>
+#include <exception>
+
+namespace pelacon::service {
+
+void Timer::Cancel() noexcept
+{
+    if (world_ != nullptr) {
+        std::exchange(world_, nullptr)->Remove(id_);
+    }
+}
+
+bool Timer::IsPending() const
+{
+    return world_ != nullptr && world_->tasks_.contains(id_);
+}
+
+World::World(std::uint64_t seed) : random_(seed), thread_([this] { RunTimers(); }) {}
+
+World::~World()
+{
+    Stop();
+}
+
+Timer World::After(Duration delay, std::function<void()> task)
+{
+    return Add(delay, Duration::zero(), std::move(task));
+}
+
+Timer World::Every(Duration period, std::function<void()> task)
+{
+    const Duration shortest = std::chrono::milliseconds(1);
+    return Add(std::max(period, shortest), std::max(period, shortest), std::move(task));
+}
+
+Timer World::Add(Duration delay, Duration period, std::function<void()> body)
+{
+    const std::uint64_t id = ++lastTimer_;
+    const Clock::time_point due = Clock::now() + delay;
+    const bool isNext = queue_.empty() || due < queue_.begin()->first;
+    tasks_.emplace(id, Task{due, period, std::make_shared<std::function<void()>>(std::move(body))});
+    queue_.emplace(due, id);
+    if (isNext) {
+        timersChanged_.notify_one();
+    }
+    return {*this, id};
+}
+
+void World::Remove(std::uint64_t id) noexcept
+{
+    const auto found = tasks_.find(id);
+    if (found != tasks_.end()) {
+        queue_.erase({found->second.due, id});
+        tasks_.erase(found);
+    }
+}
+
+bool World::Wait(Duration limit, const std::function<bool()>& done)
+{
+    Guard lock(mutex_, std::adopt_lock);
+    waiters_.wait_until(lock, Clock::now() + limit, [&] { return stopping_ || done(); });
+    static_cast<void>(lock.release());  // the caller holds the lock, as before
+    return done();
+}
+
+void World::Stop()
+{
+    {
+        const Guard lock = Lock();
+        stopping_ = true;
+        waiters_.notify_all();
+        timersChanged_.notify_all();
+    }
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+void World::RunTimers()
+{
+    Guard lock = Lock();
+    while (!stopping_) {
+        if (queue_.empty()) {
+            timersChanged_.wait(lock);
+        } else if (const Clock::time_point due = queue_.begin()->first; Clock::now() < due) {
+            timersChanged_.wait_until(lock, due);
+        } else {
+            RunNext(lock);
+        }
+    }
+}
+
+void World::RunNext(Guard& lock)
+{
+    const std::uint64_t id = queue_.begin()->second;
+    queue_.erase(queue_.begin());
+    const auto found = tasks_.find(id);
+    const Duration period = found->second.period;
+    // The task may cancel its own timer while it runs.
+    const std::shared_ptr<std::function<void()>> body = found->second.body;
+    if (period == Duration::zero()) {
+        tasks_.erase(found);
+    }
+    try {
+        (*body)();
+    } catch (const std::exception& failure) {
+        log::Error("a timer's task failed: ", failure.what());
+    }
+    if (const auto again = tasks_.find(id); again != tasks_.end()) {
+        again->second.due = std::max(again->second.due + period, Clock::now());
+        queue_.emplace(again->second.due, id);
+    }
+    // Requests get their turn between two tasks.
+    lock.unlock();
+    lock.lock();
+}
+
+}  // namespace pelacon::service

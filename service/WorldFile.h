@@ -1,0 +1,31 @@
+// The description of the simulated world.
+#pragma once
+
+#include <service/Faults.h>
+#include <service/simulation/AdapterConfig.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pelacon::service {
+
+/// All that a world file says; docs/world.md explains it field by field.
+struct WorldFile {
+    std::optional<std::uint64_t> seed;
+    simulation::AdapterConfig adapter;
+    std::vector<FaultConfig> faults;
+};
+
+/// Reads a world file's text. Throws json::Error, which names file, line and field.
+WorldFile ReadWorldFile(std::string_view text, const std::string& name);
+
+/// Reads a world file. Throws json::Error, also when the file cannot be read.
+WorldFile LoadWorldFile(const std::string& path);
+
+/// The text of the world that is built in: data/default-world.json.
+std::string_view DefaultWorldText();
+
+}  // namespace pelacon::service

@@ -1,0 +1,102 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/AdapterFamily.h>
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace pelacon::service {
+
+using protocol::ByteReply;
+using protocol::Int32Record;
+using protocol::Nothing;
+using protocol::StatusReply;
+
+AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.GetAdapter())
+{
+    adapter_.Observe([this](radio::AdapterState state) { TellState(state); });
+
+    Router& router = context.router;
+    router.Serve(protocol::kRegisterBtStateChange, [this](Session& session, const Nothing&) {
+        listeners_.insert(&session);
+        return StatusReply{protocol::kStatusDone};
+    });
+    router.Serve(protocol::kBtEnable, [this](Session&, const Nothing&) {
+        adapter_.SwitchOn();
+        return StatusReply{protocol::kStatusDone};
+    });
+    router.Serve(protocol::kBtDisable, [this](Session&, const Nothing&) {
+        adapter_.SwitchOff();
+        return StatusReply{protocol::kStatusDone};
+    });
+    router.Serve(protocol::kIsBtEnabled, [this](Session&, const Nothing&) {
+        return ByteReply{static_cast<std::uint8_t>(adapter_.IsOn())};
+    });
+    router.Serve(protocol::kGetBtRunningState, [this](Session&, const Nothing&) {
+        return Int32Record{static_cast<std::int32_t>(adapter_.State())};
+    });
+    router.Serve(protocol::kGetBtMacAndName,
+                 [this](Session&, const Nothing&) { return MacAndName(); });
+    router.Serve(protocol::kSetBtName,
+                 [this](Session&, std::string_view name) { return Rename(name); });
+    router.Serve(protocol::kGetBtName, [this](Session&, const Nothing&) {
+        protocol::BtNameReply reply{};
+        PutText(reply.name, adapter_.Name());
+        return reply;
+    });
+    router.Serve(protocol::kIsDeviceConnected,
+                 [this](Session&, const protocol::DeviceConnectedRequest& request) {
+                     const auto type = static_cast<radio::BluetoothType>(request.type);
+                     return Int32Record{adapter_.IsConnected(request.address, type) ? 1 : 0};
+                 });
+}
+
+// The library does not register again with a service that was restarted; what nobody listens to it
+// drops.
+void AdapterFamily::ClientArrived(Session& session, bool returning)
+{
+    if (returning) {
+        listeners_.insert(&session);
+    }
+}
+
+void AdapterFamily::ClientLeft(Session& session)
+{
+    listeners_.erase(&session);
+}
+
+StatusReply AdapterFamily::Rename(std::string_view name)
+{
+    if (name.empty() || name.size() > protocol::kBtNameSize) {
+        return {protocol::kStatusInvalidArgument};
+    }
+    adapter_.Rename(std::string(name));
+    return {protocol::kStatusDone};
+}
+
+protocol::MacAndNameReply AdapterFamily::MacAndName() const
+{
+    protocol::MacAndNameReply reply{};
+    reply.mac = adapter_.Address();
+    PutText(reply.name, adapter_.Name());
+    return reply;
+}
+
+void AdapterFamily::TellState(radio::AdapterState state) const
+{
+    for (Session* session : listeners_) {
+        session->Notify(protocol::kBtStateChanged, {static_cast<std::int32_t>(state)});
+    }
+}
+
+void AdapterFamily::Describe(nlohmann::json& status) const
+{
+    constexpr const char* kStates[] = {"off", "turning on", "on", "turning off"};
+    status["adapter"] = {
+        {"state", kStates[static_cast<std::size_t>(adapter_.State())]},
+        {"name", adapter_.Name()},
+        {"listeners", listeners_.size()},
+    };
+}
+
+}  // namespace pelacon::service

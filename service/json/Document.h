@@ -1,0 +1,48 @@
+// A JSON text that remembers on which line each of its values stands.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace pelacon::service::json {
+
+/// What is wrong with a text, and where: "world.json:12: adapter.name: must be text".
+class Error : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Member;
+
+struct Value {
+    using List = std::vector<Value>;
+    using Object = std::vector<Member>;
+
+    /// Whole numbers that fit are std::int64_t, larger ones std::uint64_t.
+    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, List,
+                 Object>
+        data;
+    std::size_t line = 0;
+};
+
+struct Member {
+    std::string name;
+    std::size_t line = 0;  // of its name
+    Value value;
+};
+
+struct Document {
+    std::string name;  // for people; a file's name
+    Value root;
+};
+
+/// Reads JSON, in which // and /* */ comments may stand. Throws Error: what is no JSON, a name that
+/// stands twice in one object, nesting without end.
+Document Parse(std::string_view text, const std::string& name);
+
+}  // namespace pelacon::service::json

@@ -1,0 +1,155 @@
+// Typed, strict reading of a JSON document: whatever is not as expected is an error that names
+// file, line and field.
+#pragma once
+
+#include <service/json/Document.h>
+
+#include <chrono>
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::json {
+
+class Fields;
+
+/// One value of a document, and where it stands. The document must outlive it. All members throw
+/// Error.
+class Reader {
+  public:
+    explicit Reader(const Document& document) : Reader(document, document.root, {}) {}
+
+    bool Bool() const;
+
+    /// A whole number within these limits, both included.
+    template <std::integral Number>
+    Number Integer(std::type_identity_t<Number> lowest = std::numeric_limits<Number>::min(),
+                   std::type_identity_t<Number> highest = std::numeric_limits<Number>::max()) const
+    {
+        const std::optional<Number> number = As<Number>();
+        if (!number || *number < lowest || *number > highest) {
+            FailRange(std::to_string(lowest), std::to_string(highest), "a whole number ");
+        }
+        return *number;
+    }
+
+    /// Any number within these limits.
+    double Number(double lowest, double highest) const;
+
+    /// A whole number of milliseconds.
+    std::chrono::milliseconds Milliseconds(std::chrono::milliseconds shortest,
+                                           std::chrono::milliseconds longest) const;
+
+    /// Text of so many bytes, without NULs.
+    std::string Text(std::size_t shortest, std::size_t longest) const;
+
+    /// A device's address, "01:23:45:67:89:AB", in the low six bytes, its first octet the most
+    /// significant.
+    std::uint64_t Address() const;
+
+    /// Bytes as hexadecimal digits, which may stand apart ("02 01 06").
+    std::vector<std::uint8_t> Hex(std::size_t shortest, std::size_t longest) const;
+
+    /// One of these words, and what it means.
+    template <typename Meaning>
+    Meaning Choice(std::initializer_list<std::pair<std::string_view, Meaning>> choices) const
+    {
+        std::string words;
+        const std::string* const text = AsText();
+        for (const auto& [word, meaning] : choices) {
+            if (text != nullptr && *text == word) {
+                return meaning;
+            }
+            words.append(words.empty() ? "\"" : ", \"").append(word).append("\"");
+        }
+        Fail("must be one of " + words);
+    }
+
+    /// A list, each of whose elements is read by the function.
+    template <typename Function>
+    auto List(Function readElement) const
+        -> std::vector<std::invoke_result_t<Function, const Reader&>>
+    {
+        std::vector<std::invoke_result_t<Function, const Reader&>> elements;
+        for (std::size_t i = 0; i < ListOrFail().size(); ++i) {
+            elements.push_back(readElement(Element(i)));
+        }
+        return elements;
+    }
+
+    /// An object, whose fields the function reads. Those that it does not ask for are errors.
+    void Object(const std::function<void(Fields&)>& readFields) const;
+
+    bool IsText() const { return AsText() != nullptr; }
+    bool IsNull() const { return std::holds_alternative<std::monostate>(value_->data); }
+
+    /// Throws an error about this value: "world.json:12: adapter.name: " and what is wrong.
+    [[noreturn]] void Fail(const std::string& what) const;
+
+    std::size_t Line() const noexcept { return value_->line; }
+
+  private:
+    friend class Fields;
+
+    Reader(const Document& document, const Value& value, std::string path)
+        : document_(&document), value_(&value), path_(std::move(path))
+    {}
+
+    [[noreturn]] void FailRange(const std::string& lowest, const std::string& highest,
+                                const char* kind) const;
+    const std::string* AsText() const { return std::get_if<std::string>(&value_->data); }
+    const Value::List& ListOrFail() const;
+    Reader Element(std::size_t index) const;
+
+    template <typename Number>
+    std::optional<Number> As() const
+    {
+        if (const auto* const number = std::get_if<std::int64_t>(&value_->data)) {
+            return std::in_range<Number>(*number) ? std::optional(static_cast<Number>(*number))
+                                                  : std::nullopt;
+        }
+        if (const auto* const number = std::get_if<std::uint64_t>(&value_->data)) {
+            return std::in_range<Number>(*number) ? std::optional(static_cast<Number>(*number))
+                                                  : std::nullopt;
+        }
+        return std::nullopt;
+    }
+
+    const Document* document_;
+    const Value* value_;
+    std::string path_;
+};
+
+/// The fields of one object.
+class Fields {
+  public:
+    /// The field with this name, or nothing.
+    std::optional<Reader> Optional(std::string_view name);
+
+    /// The field with this name; an error if there is none.
+    Reader Required(std::string_view name);
+
+    /// Throws an error about the object as a whole.
+    [[noreturn]] void Fail(const std::string& what) const { reader_.Fail(what); }
+
+  private:
+    friend class Reader;
+
+    Fields(const Reader& reader, const Value::Object& object) : reader_(reader), object_(object) {}
+    void RefuseOthers() const;
+    std::string PathOf(std::string_view name) const;
+
+    const Reader& reader_;
+    const Value::Object& object_;
+    std::vector<std::string> known_;
+};
+
+}  // namespace pelacon::service::json

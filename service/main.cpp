@@ -1,0 +1,179 @@
+// PelaconService, the program.
+#include <os/Files.h>
+#include <os/Termination.h>
+#include <protocol/Operation.h>
+#include <service/Log.h>
+#include <service/PipeService.h>
+#include <service/Version.h>
+#include <service/WorldFile.h>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+using namespace pelacon;  // NOLINT(google-build-using-namespace)
+
+enum ExitCode : int {
+    kEnded = 0,
+    kFailed = 1,
+    kUsage = 2,
+    kWorldWrong = 3,
+    kPipeUnusable = 4,
+};
+
+constexpr char kDescription[] =
+    "PelaconService answers programs that use PelaconSDK, with simulated radios behind it.\n"
+    "It runs in the foreground until SIGTERM or Ctrl-C, and logs to stderr.\n";
+
+constexpr char kFooter[] = R"(
+Where it listens
+  In the folder that the environment variable PELACON_RUNTIME_DIR names; without it, in the
+  system's run directory for root and the service account, else in XDG_RUNTIME_DIR. Programs
+  look in the same places. When it listens, it prints "ready" and the address to stdout.
+
+Examples
+  PelaconService                         the built-in world
+  PelaconService --print-world > my.json then edit it, and
+  PelaconService --world my.json --log debug
+  PELACON_RUNTIME_DIR=$(mktemp -d) PelaconService
+                                         beside another service, for tests
+
+Exit codes
+  0  ended by a signal    1  failed unexpectedly    2  wrong options
+  3  the world file is wrong or cannot be read
+  4  the pipe cannot be had: another service has it, or its folder is not writable)";
+
+struct Options {
+    std::string world;
+    std::string pipe;
+    std::string logLevel = "info";
+    bool trace = false;
+    std::optional<std::uint64_t> seed;
+    int readyFd = -1;
+    bool check = false;
+    bool printWorld = false;
+};
+
+void Declare(CLI::App& app, Options& options)
+{
+    app.footer(kFooter);
+    app.set_version_flag("--version", std::string("PelaconService ") + service::kVersion);
+    app.add_option("--world", options.world,
+                   "The world to simulate: a JSON file, see docs/world.md")
+        ->type_name("FILE");
+    app.add_option("--seed", options.seed,
+                   "Start of the simulation's chance, so that a run repeats; else the world "
+                   "file's, else drawn and logged")
+        ->type_name("N");
+    app.add_option("--log", options.logLevel, "What to log: error, warning, info, debug, trace")
+        ->type_name("LEVEL")
+        ->check(CLI::IsMember({"error", "warning", "info", "debug", "trace"}))
+        ->capture_default_str();
+    app.add_flag("--trace", options.trace,
+                 "Log each request and notification with its bytes; as --log trace");
+    app.add_option("--pipe", options.pipe, "Listen under another pipe name")->type_name("NAME");
+    app.add_option("--ready-fd", options.readyFd,
+                   "When ready, write \"ready\" and the address to this file descriptor too, and "
+                   "close it")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
+    app.add_flag("--check", options.check, "Only read the world file, and say whether it is right");
+    app.add_flag("--print-world", options.printWorld, "Print the built-in world, and end");
+}
+
+/// A name alone means a pipe beside the usual one.
+std::wstring PipeName(const std::string& option)
+{
+    constexpr std::wstring_view kFolder = L"\\\\.\\Pipe\\";
+    if (option.empty()) {
+        return protocol::kServicePipe;
+    }
+    const std::wstring name(option.begin(), option.end());
+    return name.starts_with(L"\\\\") ? name : std::wstring(kFolder) + name;
+}
+
+service::Settings ReadSettings(const Options& options)
+{
+    service::Settings settings;
+    if (options.world.empty()) {
+        settings.world = service::ReadWorldFile(service::DefaultWorldText(), "default-world.json");
+    } else {
+        settings.world = service::LoadWorldFile(options.world);
+        settings.worldName = options.world;
+    }
+    const auto seed = options.seed ? options.seed : settings.world.seed;
+    settings.seed = seed ? *seed : std::random_device()();
+    return settings;
+}
+
+void TellReady(const Options& options, const std::string& address)
+{
+    const std::string line = "ready " + address + "\n";
+    std::fputs(line.c_str(), stdout);
+    std::fflush(stdout);
+    if (options.readyFd >= 0 && !os::WriteAndClose(options.readyFd, line)) {
+        service::log::Warning("cannot write to file descriptor ", options.readyFd);
+    }
+}
+
+int Run(const Options& options)
+{
+    os::Termination termination;
+    service::log::wantedLevel =
+        options.trace ? service::LogLevel::kTrace : *service::LogLevelOf(options.logLevel);
+    service::Settings settings = ReadSettings(options);
+    if (options.check) {
+        std::printf("%s: right\n", settings.worldName.c_str());
+        return kEnded;
+    }
+    const std::string world = settings.worldName;
+    const std::uint64_t seed = settings.seed;
+    const service::PipeService service(PipeName(options.pipe), std::move(settings));
+    service::log::Info("PelaconService ", service::kVersion, " listens at ", service.Address(),
+                       "; world ", world, ", seed ", seed);
+    TellReady(options, service.Address());
+    service::log::Info("ending: ", termination.Wait());
+    return kEnded;
+}
+
+int Complain(ExitCode code, const std::exception& failure)
+{
+    std::fprintf(stderr, "PelaconService: %s\n", failure.what());
+    return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        CLI::App app(kDescription, "PelaconService");
+        Options options;
+        Declare(app, options);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& outcome) {
+            return app.exit(outcome) == 0 ? kEnded : kUsage;
+        }
+        if (options.printWorld) {
+            const std::string_view text = service::DefaultWorldText();
+            std::fwrite(text.data(), 1, text.size(), stdout);
+            return kEnded;
+        }
+        return Run(options);
+    } catch (const service::json::Error& failure) {
+        return Complain(kWorldWrong, failure);
+    } catch (const IPCServerError& failure) {
+        return Complain(kPipeUnusable, failure);
+    } catch (const std::exception& failure) {
+        return Complain(kFailed, failure);
+    }
+}

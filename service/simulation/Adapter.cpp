@@ -1,0 +1,56 @@
+#include <service/simulation/Adapter.h>
+
+namespace pelacon::service::simulation {
+
+using radio::AdapterState;
+
+Adapter::Adapter(World& world, const AdapterConfig& config)
+    : world_(world), config_(config), state_(config.on ? AdapterState::kOn : AdapterState::kOff)
+{
+    for (const ConnectedDevice& device : config.connected) {
+        SetConnected(device.address, device.type, true);
+    }
+}
+
+void Adapter::SwitchOn()
+{
+    Switch(AdapterState::kTurningOn, AdapterState::kOn, config_.turnOnDelay);
+}
+
+void Adapter::SwitchOff()
+{
+    Switch(AdapterState::kTurningOff, AdapterState::kOff, config_.turnOffDelay);
+}
+
+bool Adapter::IsConnected(std::uint64_t address, radio::BluetoothType type) const
+{
+    return IsOn() && connected_.contains({type, address});
+}
+
+void Adapter::SetConnected(std::uint64_t address, radio::BluetoothType type, bool connected)
+{
+    if (connected) {
+        connected_.emplace(type, address);
+    } else {
+        connected_.erase({type, address});
+    }
+}
+
+void Adapter::Switch(AdapterState onTheWay, AdapterState goal, World::Duration delay)
+{
+    if (state_ == goal || state_ == onTheWay) {
+        return;
+    }
+    switching_ = world_.After(delay, [this, goal] { Enter(goal); });
+    Enter(onTheWay);
+}
+
+void Adapter::Enter(AdapterState state)
+{
+    state_ = state;
+    for (const StateObserver& observer : observers_) {
+        observer(state);
+    }
+}
+
+}  // namespace pelacon::service::simulation
