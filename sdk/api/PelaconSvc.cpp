@@ -32,6 +32,20 @@ std::unique_ptr<IPCMessageClient> MakeClient()
     }
 }
 
+/// Ends the client, if there is one. The sender forgets it first, so that no request reaches one
+/// that is being destroyed.
+bool EndClient()
+{
+    const std::unique_ptr<IPCMessageClient> client(g_pelaconSdkIPCSender.exchange(nullptr));
+    if (!client) {
+        return false;
+    }
+    IPCMessageSender::GetInstance().ForgetClient();
+    client->UnRegisterMessageCallbackAll();
+    IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
+    return true;
+}
+
 int Init()
 {
     if (started) {
@@ -44,29 +58,26 @@ int Init()
         Log(kLogFailure, "Init", "g_pelaconSdkIPCSender  nullptr");
         return -1;
     }
-    IPCMessageSender::GetInstance().SetIPCMessageSender(client);
-    pelacon::RegIpcMessage(client);
+    try {
+        IPCMessageSender::GetInstance().SetIPCMessageSender(client);
+        pelacon::RegIpcMessage(client);
+    } catch (...) {
+        EndClient();
+        throw;
+    }
     started = true;
     Log(kLogTrace, "Init", "succ");
     return 0;
 }
 
-/// Whoever takes the pointer ends the client; a second stop, from a callback that the first one
-/// waits for, finds nothing to do. The sender forgets the client first, so that no request reaches
-/// one that is being destroyed.
+/// Only the stop that ends the client clears the flag: while it waits for a callback, neither a
+/// stop nor a start by that callback gets in between.
 int Uninit()
 {
     Log(kLogMilestone, "Uninit", "Enter!");
-    if (!started) {
-        return 0;
+    if (started && EndClient()) {
+        started = false;
     }
-    const std::unique_ptr<IPCMessageClient> client(g_pelaconSdkIPCSender.exchange(nullptr));
-    if (client) {
-        IPCMessageSender::GetInstance().ForgetClient();
-        client->UnRegisterMessageCallbackAll();
-        IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
-    }
-    started = false;
     return 0;
 }
 

@@ -11,13 +11,18 @@ namespace pelacon {
 namespace {
 
 constexpr int kMostThreads = 10;
+constexpr int kMostProcesses = 1024;
 std::atomic<int> threadsStarted{0};
 
 void LogProcesses()
 {
-    os::VisitProcessNames([](std::uint32_t processId, const std::wstring& name) {
-        diag::Log(kLogTrace, "TraverseProcesses", "traverseProcesses, processID:", processId,
-                  ", Process Name:", name);
+    int logged = 0;
+    os::VisitProcessNames([&](std::uint32_t processId, const std::wstring& name) {
+        if (processId != 0 && logged < kMostProcesses) {
+            ++logged;
+            diag::Log(kLogTrace, "TraverseProcesses", "traverseProcesses, processID:", processId,
+                      ", Process Name:", name);
+        }
     });
 }
 

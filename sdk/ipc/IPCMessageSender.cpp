@@ -1,3 +1,4 @@
+#include <os/Fork.h>
 #include <os/Processes.h>
 #include <protocol/Operation.h>
 #include <sdk/diag/Log.h>
@@ -14,6 +15,9 @@ namespace {
 /// The one message that is posted, and its length.
 constexpr std::int32_t kPostedMessage = 0xD70048;
 constexpr std::uint32_t kPostedLength = 16;
+
+/// Requests and posts that are using the client.
+constinit std::atomic<std::int32_t> clientUses{0};
 
 TagIPCMessageItem MessageToService(std::int32_t messageId, const void* payload,
                                    std::uint32_t length)
@@ -39,16 +43,21 @@ void LogNoClient(const char* function)
 /// the uses to end. Both sides need sequential consistency, or each could miss the other.
 class IPCMessageSender::ClientUse {
   public:
-    explicit ClientUse(IPCMessageSender& sender) : uses_(sender.clientUses_)
+    explicit ClientUse(const std::atomic<IPCMessageClient*>& client)
     {
-        uses_.fetch_add(1);
-        client_ = sender.client_.load();
+        if (client.load() != nullptr) {  // what is refused anyway does not hold up stop
+            clientUses.fetch_add(1);
+            client_ = client.load();
+            counted_ = true;
+        }
     }
 
     ~ClientUse()
     {
-        uses_.fetch_sub(1);
-        uses_.notify_all();
+        if (counted_) {
+            clientUses.fetch_sub(1);
+            clientUses.notify_all();
+        }
     }
 
     ClientUse(const ClientUse&) = delete;
@@ -57,14 +66,20 @@ class IPCMessageSender::ClientUse {
     const IPCMessageClient* Client() const { return client_; }
 
   private:
-    std::atomic<std::int32_t>& uses_;
-    const IPCMessageClient* client_;
+    const IPCMessageClient* client_ = nullptr;
+    bool counted_ = false;
 };
 
 IPCMessageSender& IPCMessageSender::GetInstance()
 {
     static IPCMessageSender& sender = *new IPCMessageSender;
     return sender;
+}
+
+IPCMessageSender::IPCMessageSender()
+{
+    // The threads whose uses these are stay behind in the parent.
+    os::OnForkedChild([] { clientUses = 0; });
 }
 
 void IPCMessageSender::SetIPCMessageSender(IPCMessageClient* client)
@@ -82,8 +97,8 @@ void IPCMessageSender::ForgetClient()
 
 void IPCMessageSender::WaitUntilClientIsUnused()
 {
-    for (std::int32_t uses = clientUses_.load(); uses != 0; uses = clientUses_.load()) {
-        clientUses_.wait(uses);
+    for (std::int32_t uses = clientUses.load(); uses != 0; uses = clientUses.load()) {
+        clientUses.wait(uses);
     }
 }
 
@@ -92,7 +107,7 @@ bool IPCMessageSender::SendIPCMessageToService(std::int32_t messageId, const voi
                                                TagIPCMessageItem& reply)
 {
     {
-        const ClientUse use(*this);
+        const ClientUse use(client_);
         if (const IPCMessageClient* client = use.Client()) {
             TagIPCMessageItem request = MessageToService(messageId, payload, length);
             request.processId = os::CurrentProcessId();
@@ -107,7 +122,7 @@ bool IPCMessageSender::SendIPCMessageToService(std::int32_t messageId, const voi
 bool IPCMessageSender::PostIPCMessageToService(std::int32_t /*messageId*/, const void* payload)
 {
     {
-        const ClientUse use(*this);
+        const ClientUse use(client_);
         if (const IPCMessageClient* client = use.Client()) {
             client->PostIPCMessage(MessageToService(kPostedMessage, payload, kPostedLength));
             return true;

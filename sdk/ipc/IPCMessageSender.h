@@ -8,8 +8,10 @@
 #include <sdk/ipc/GattServerCallbacks.h>
 #include <sdk/ipc/ScanCallbacks.h>
 #include <sdk/ipc/SoftApCallbacks.h>
+#include <sdk/ipc/SoftApListeners.h>
 #include <sdk/ipc/TargetAdvCallbacks.h>
 #include <sdk/ipc/WifiConfigCallbacks.h>
+#include <sdk/ipc/WifiStateListeners.h>
 
 #include <atomic>
 #include <cstdint>
@@ -26,7 +28,9 @@ class IPCMessageSender : public BleManagerCallbacks,
                          public GattClientCallbacks,
                          public GattServerCallbacks,
                          public SoftApCallbacks,
-                         public WifiConfigCallbacks {
+                         public WifiConfigCallbacks,
+                         public SoftApListeners,
+                         public WifiStateListeners {
   public:
     static IPCMessageSender& GetInstance();
 
@@ -59,13 +63,15 @@ class IPCMessageSender : public BleManagerCallbacks,
   private:
     class ClientUse;
 
-    IPCMessageSender() = default;
+    IPCMessageSender();
     ~IPCMessageSender() = default;
 
     void SendRepairRequest();
 
+    /// Asks the service again for the Wi-Fi notifications that somebody is registered for.
+    void RestoreSoftAp();
+
     std::atomic<IPCMessageClient*> client_{nullptr};
-    std::atomic<std::int32_t> clientUses_{0};
 };
 
 }  // namespace pelacon

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <system_error>
 #include <utility>
@@ -203,6 +204,12 @@ void Channel::FailNextConstruction()
     state_.failConstruction = true;
 }
 
+void Channel::FailNextRegistration()
+{
+    const std::lock_guard lock(mutex_);
+    state_.failRegistration = true;
+}
+
 void Channel::Deliver(std::int32_t messageId, const ByteVector& payload)
 {
     const auto copy = ExactCopy(payload);
@@ -298,6 +305,9 @@ void Channel::Reset()
 {
     const std::lock_guard lock(mutex_);
     state_ = {};
+    if (!open_) {
+        registrations_.clear();
+    }
 }
 
 }  // namespace pelacon::test
@@ -336,6 +346,9 @@ void IPCMessageClient::RegisterMessageCallback(int messageId, MessageCallback ca
 {
     Channel& channel = Channel::Get();
     const std::lock_guard lock(channel.mutex_);
+    if (std::exchange(channel.state_.failRegistration, false)) {
+        throw std::bad_alloc();
+    }
     channel.registrations_.push_back({messageId, std::move(callback)});
     Journal::Note("register " + pelacon::test::Hex(messageId));
 }

@@ -62,6 +62,8 @@ class Channel {
     void OnUnregister(std::function<void()> hook);
     /// The next client cannot be constructed: std::system_error.
     void FailNextConstruction();
+    /// The next registration fails: std::bad_alloc.
+    void FailNextRegistration();
 
     /// Delivers a notification on the calling thread, through the callback registered for its id.
     /// The payload is allocated exactly as long as given.
@@ -89,6 +91,7 @@ class Channel {
     struct State {
         bool fillLengths = false;
         bool failConstruction = false;
+        bool failRegistration = false;
         std::map<std::int32_t, ByteVector> replies;
         std::map<std::int32_t, Hook> requestHooks;
         Hook postHook;

@@ -1,0 +1,244 @@
+#include <PelaconSDK/BleManager.h>
+#include <PelaconSDK/PelaconSvc.h>
+#include <tests/support/SdkTest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace pelacon::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr std::int32_t kBtEnable = 0xD7005C;
+constexpr std::int32_t kBtStateChanged = 0xD80062;
+constexpr auto kLimit = 10s;
+
+std::vector<std::string> JournalWithoutRegistrations()
+{
+    std::vector<std::string> journal = Journal::Entries();
+    std::erase_if(journal, [](const std::string& entry) { return entry.starts_with("register"); });
+    return journal;
+}
+
+TEST_F(StoppedSdkTest, Start)
+{
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    EXPECT_THAT(JournalWithoutRegistrations(),
+                ElementsAre("log 2 Init start!(PelaconSvcStart)", "construct",
+                            "log 1 start(IPCMessageSender::SetIPCMessageSender)",
+                            "log 1 end(IPCMessageSender::SetIPCMessageSender)",
+                            "log 1 reg start notify(RegIpcMessage)", "log 1 succ(Init)"));
+    EXPECT_EQ(Journal::Entries().size(), 6U + 26U);
+}
+
+TEST_F(StoppedSdkTest, StartMakesTheClientOfTheServicePipe)
+{
+    PelaconSvcStart();
+    ASSERT_THAT(channel.Constructions(), SizeIs(1));
+    const Channel::Construction construction = channel.Constructions().front();
+    EXPECT_EQ(construction.moduleId, 0xD80000);
+    EXPECT_FALSE(construction.reserved1);
+    EXPECT_FALSE(construction.reserved2);
+    EXPECT_EQ(construction.pipeName, L"\\\\.\\Pipe\\KvPelaconService");
+}
+
+TEST_F(StoppedSdkTest, StartTwiceRegistersOnce)
+{
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    ForgetWhatHappened();
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    EXPECT_THAT(Journal::Entries(), ElementsAre("log 2 Init start!(PelaconSvcStart)"));
+    EXPECT_THAT(channel.Constructions(), SizeIs(1));
+    EXPECT_THAT(channel.Registrations(), SizeIs(26));
+}
+
+TEST_F(StoppedSdkTest, StartThatFailsLeavesTheLibraryStopped)
+{
+    channel.FailNextConstruction();
+    EXPECT_EQ(PelaconSvcStart(), -1);
+    const std::vector<LogLine> lines = LogLines::All();
+    ASSERT_GE(lines.size(), 3U);
+    EXPECT_EQ(lines.front(), Line(2, "Init start!", "PelaconSvcStart"));
+    EXPECT_EQ(lines[lines.size() - 2], Line(4, "g_pelaconSdkIPCSender  nullptr", "Init"));
+    EXPECT_EQ(lines.back(), Line(4, "Init failed!", "PelaconSvcStart"));
+    EXPECT_THAT(channel.Registrations(), IsEmpty());
+
+    ForgetWhatHappened();
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start("BleManager::BtEnable"), NotStarted()));
+
+    EXPECT_EQ(PelaconSvcStart(), 0) << "it can be started later";
+    channel.Reply(kBtEnable, Bytes().I32(0));
+    EXPECT_EQ(BleManager::BtEnable(), 0);
+}
+
+TEST_F(StoppedSdkTest, StartThatRunsOutOfMemoryLeavesTheLibraryStopped)
+{
+    channel.FailNextRegistration();
+    EXPECT_EQ(PelaconSvcStart(), -1);
+    EXPECT_EQ(channel.Destructions(), 1);
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    EXPECT_THAT(channel.Constructions(), SizeIs(2));
+}
+
+TEST_F(StoppedSdkTest, StopWithoutStart)
+{
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_THAT(Journal::Entries(),
+                ElementsAre("log 2 Uninit start!(PelaconSvcStop)", "log 2 Enter!(Uninit)"));
+}
+
+TEST_F(SdkTest, Stop)
+{
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_THAT(Journal::Entries(),
+                ElementsAre("log 2 Uninit start!(PelaconSvcStop)", "log 2 Enter!(Uninit)",
+                            "unregister all", "destroy"));
+    ForgetWhatHappened();
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_THAT(Journal::Entries(),
+                ElementsAre("log 2 Uninit start!(PelaconSvcStop)", "log 2 Enter!(Uninit)"));
+}
+
+TEST_F(SdkTest, RequestsAfterStopAreRefused)
+{
+    channel.Reply(kBtEnable, Bytes().I32(0));
+    EXPECT_EQ(BleManager::BtEnable(), 0);
+    PelaconSvcStop();
+    ForgetWhatHappened();
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start("BleManager::BtEnable"), NotStarted()));
+}
+
+TEST_F(SdkTest, EachStartMakesANewClient)
+{
+    channel.Reply(kBtEnable, Bytes().I32(0));
+    for (int round = 1; round <= 3; ++round) {
+        PelaconSvcStop();
+        EXPECT_EQ(channel.Destructions(), round);
+        EXPECT_EQ(PelaconSvcStart(), 0);
+        EXPECT_THAT(channel.Constructions(), SizeIs(round + 1));
+        EXPECT_THAT(channel.Registrations(), SizeIs(26));
+        EXPECT_EQ(BleManager::BtEnable(), 0);
+    }
+}
+
+TEST_F(SdkTest, RequestsAreRefusedFromTheMomentThatStopUnregisters)
+{
+    channel.Reply(kBtEnable, Bytes().I32(0));
+    BleStatusC duringStop = kBleStatusSuccess;
+    channel.OnUnregister([&] { duringStop = BleManager::BtEnable(); });
+    PelaconSvcStop();
+    EXPECT_EQ(duringStop, -1);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+}
+
+TEST_F(SdkTest, StopWaitsForARequestThatItEnded)
+{
+    std::promise<void> inRequest;
+    std::promise<void> unregistered;
+    channel.OnRequest(kBtEnable, [&](const Sent&) {
+        inRequest.set_value();
+        EXPECT_EQ(unregistered.get_future().wait_for(kLimit), std::future_status::ready);
+        Journal::Note("request ends");
+    });
+    channel.OnUnregister([&] { unregistered.set_value(); });
+    std::future<BleStatusC> caller =
+        std::async(std::launch::async, [] { return BleManager::BtEnable(); });
+    ASSERT_EQ(inRequest.get_future().wait_for(kLimit), std::future_status::ready);
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_EQ(caller.get(), kBleStatusNoReply) << "it was sent, and not answered";
+
+    std::vector<std::string> journal = Journal::Entries();
+    std::erase_if(journal, [](const std::string& entry) { return entry.starts_with("log"); });
+    EXPECT_THAT(journal,
+                ElementsAre("request 0xD7005C", "unregister all", "request ends", "destroy"));
+}
+
+TEST_F(SdkTest, StopInsideACallback)
+{
+    auto& table = Lasting<BtManagerCallbacksC>({[](int32_t) {
+        EXPECT_EQ(PelaconSvcStop(), 0);
+        Journal::Note("stopped");
+    }});
+    channel.Reply(0xD7005A, Bytes().I32(0));
+    ASSERT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), 0);
+    channel.Deliver(kBtStateChanged, Bytes().I32(1));
+    EXPECT_EQ(channel.Destructions(), 1);
+    EXPECT_EQ(Journal::Entries().back(), "log 1 end(IPCMessageSender::OnBtStateChanged)");
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+    BleManager::UnRegisterBtStateChangeCallbacks(&table);
+}
+
+TEST_F(SdkTest, RequestInsideACallback)
+{
+    auto& table =
+        Lasting<BtManagerCallbacksC>({[](int32_t) { EXPECT_EQ(BleManager::BtEnable(), 6); }});
+    channel.Reply(0xD7005A, Bytes().I32(0));
+    channel.Reply(kBtEnable, Bytes().I32(6));
+    ASSERT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), 0);
+    channel.ForgetSent();
+    channel.Deliver(kBtStateChanged, Bytes().I32(1));
+    EXPECT_THAT(channel.Requests(), SizeIs(1));
+    BleManager::UnRegisterBtStateChangeCallbacks(&table);
+}
+
+// What a callback does that stop is waiting for.
+TEST_F(SdkTest, StopAndStartDuringAStopChangeNothing)
+{
+    channel.OnUnregister([&] {
+        EXPECT_EQ(PelaconSvcStop(), 0);
+        EXPECT_EQ(PelaconSvcStart(), 0);
+    });
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_THAT(channel.Constructions(), SizeIs(1)) << "no client that the stop would leave behind";
+    EXPECT_EQ(channel.Destructions(), 1);
+    channel.OnUnregister(nullptr);
+
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    EXPECT_THAT(channel.Constructions(), SizeIs(2));
+}
+
+TEST_F(SdkTest, StopWhileManyThreadsSendRequests)
+{
+    channel.Reply(kBtEnable, Bytes().I32(0));
+    std::promise<void> begin;
+    const std::shared_future<void> begun = begin.get_future().share();
+    std::vector<std::thread> callers;
+    for (int caller = 0; caller < 4; ++caller) {
+        callers.emplace_back([&] {
+            ASSERT_EQ(begun.wait_for(kLimit), std::future_status::ready);
+            BleStatusC status = kBleStatusSuccess;
+            // A request that is under way when the callbacks go gets no answer any more.
+            for (int request = 0; request < 100000 && status == kBleStatusSuccess; ++request) {
+                status = BleManager::BtEnable();
+            }
+            EXPECT_TRUE(status == kBleStatusFailed || status == kBleStatusNoReply) << status;
+        });
+    }
+    begin.set_value();
+    while (channel.Requests().size() < 20) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_EQ(channel.Destructions(), 1);
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+}
+
+}  // namespace
+
+}  // namespace pelacon::test

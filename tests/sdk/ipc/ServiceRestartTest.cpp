@@ -1,0 +1,132 @@
+#include <sdk/ipc/IPCMessageSender.h>
+#include <tests/support/SdkTest.h>
+
+#include <cctype>
+#include <string>
+
+namespace pelacon::test {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr std::int32_t kServiceStarted = 0xD700A0;
+constexpr std::int32_t kRepair = 0xD700A1;
+constexpr auto kHandler = "IPCMessageSender::ServiceStartNotifyCallback";
+
+LogLine NoService()
+{
+    return Line(4, "service process not exist", kHandler);
+}
+
+/// The lines between those of the receiver.
+std::vector<LogLine> LinesOfHandler()
+{
+    std::vector<LogLine> lines = LogLines::All();
+    if (lines.size() < 2) {
+        ADD_FAILURE() << "the receiver's lines are missing";
+        return lines;
+    }
+    return {lines.begin() + 1, lines.end() - 1};
+}
+
+TEST_F(SdkTest, RepairsWhenTheInstalledServiceRuns)
+{
+    channel.DeliverWithoutPayload(kServiceStarted);
+    ASSERT_FALSE(channel.Requests().empty());
+    // Nothing is registered in this process: no ids.
+    EXPECT_THAT(channel.Requests().front(), RequestIs(kRepair, ByteVector(120), 10000));
+    EXPECT_EQ(LinesOfHandler().front(), Start(kHandler));
+    EXPECT_EQ(LinesOfHandler().back(), End(kHandler));
+}
+
+TEST_F(SdkTest, TheRepairReplyIsNotLookedAt)
+{
+    channel.DeliverWithoutPayload(kServiceStarted);
+    const std::vector<LogLine> unanswered = LogLines::All();
+    LogLines::Clear();
+    channel.Reply(kRepair, Bytes().I32(-5));
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_EQ(LogLines::All(), unanswered);
+}
+
+TEST_F(SdkTest, NoRepairWhenTheServiceRunsFromAnotherPath)
+{
+    const std::string path = Processes::kServicePath;
+    Processes::Set({{1, "/sbin/init", L"init"},
+                    {2, "PelaconService", L"PelaconService"},
+                    {3, path + ".old", L"PelaconService"},
+                    {4, path.substr(0, path.size() - 1), L"PelaconServic"},
+                    {5, "/tmp" + path, L"PelaconService"}});
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+    EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService()));
+    EXPECT_EQ(Processes::Visited().size(), 5U) << "every process was looked at";
+}
+
+TEST_F(SdkTest, ThePathIsComparedIgnoringCase)
+{
+    std::string path = Processes::kServicePath;
+    for (char& character : path) {
+        character = static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
+    }
+    ASSERT_NE(path, Processes::kServicePath);
+    Processes::Set({{9, path, L"PELACONSERVICE"}});
+    channel.DeliverWithoutPayload(kServiceStarted);
+    ASSERT_FALSE(channel.Requests().empty());
+    EXPECT_EQ(channel.Requests().front().item.msgId, kRepair);
+}
+
+TEST_F(SdkTest, CharactersBesideTheLettersAreNotMixedUp)
+{
+    // '[' and '{', '@' and '`' differ in the bit that tells upper from lower case.
+    std::string path = Processes::kServicePath;
+    path.front() = '\x0F';  // '/' without that bit
+    Processes::Set({{9, path, L"PelaconService"}});
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+}
+
+TEST_F(SdkTest, TheWalkEndsAtTheFirstMatch)
+{
+    Processes::Set({{1, "/sbin/init", L"init"},
+                    {2, Processes::kServicePath, L"PelaconService"},
+                    {3, Processes::kServicePath, L"PelaconService"}});
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(Processes::Visited(), ElementsAre("/sbin/init", Processes::kServicePath));
+}
+
+TEST_F(SdkTest, AProcessIdOfZeroIsNoMatch)
+{
+    Processes::Set({{0, Processes::kServicePath, L"PelaconService"}});
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+    EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService()));
+}
+
+TEST_F(SdkTest, NoRepairWhenProcessesCannotBeListed)
+{
+    Processes::FailSnapshots();
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+    EXPECT_THAT(
+        LinesOfHandler(),
+        ElementsAre(Start(kHandler), Line(4, "CreateToolhelp32Snapshot Error!", "GetProcessId"),
+                    NoService()));
+}
+
+TEST_F(StoppedSdkTest, ARepairThatIsNotSentIsLoggedAndTheRestGoesOn)
+{
+    IPCMessageSender::GetInstance().ServiceStartNotifyCallback();
+    const std::vector<LogLine> lines = LogLines::All();
+    ASSERT_GE(lines.size(), 4U);
+    EXPECT_EQ(lines[0], Start(kHandler));
+    EXPECT_EQ(lines[1], NotStarted());
+    EXPECT_EQ(lines[2], Line(4, "repair resource request failed", kHandler));
+    EXPECT_EQ(lines.back(), End(kHandler));
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
