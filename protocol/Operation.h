@@ -28,6 +28,9 @@ struct Text {};
 /// A payload of any number of bytes, described where the operation is.
 struct Bytes {};
 
+/// A reply that only says that the request was taken: its bytes mean nothing.
+using Acknowledged = Bytes;
+
 /// A request and its reply. A record type is one of the three above or a wire record.
 template <typename RequestRecord, typename ReplyRecord>
 struct Operation {
@@ -69,9 +72,15 @@ struct ByteReply {
 struct Int32Record {
     std::int32_t value;
 };
+
+/// A request that is yes or no.
+struct FlagRequest {
+    std::uint8_t flag;
+};
 static_assert(sizeof(StatusReply) == 4);
 static_assert(sizeof(ValueStatusReply) == 8);
 static_assert(sizeof(ByteReply) == 1);
 static_assert(sizeof(Int32Record) == 4);
+static_assert(sizeof(FlagRequest) == 1);
 
 }  // namespace pelacon::protocol

@@ -19,6 +19,13 @@
 #define PELACON_API __attribute__((visibility("default")))
 #endif
 
+/* Marks a class that applications derive from: it is the same type in every module. */
+#if defined(_WIN32)
+#define PELACON_INTERFACE
+#else
+#define PELACON_INTERFACE __attribute__((visibility("default")))
+#endif
+
 #ifdef __cplusplus
 #define PELACON_C_BEGIN extern "C" {
 #define PELACON_C_END }

@@ -1,16 +1,20 @@
 #include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
 #include <protocol/BleScanner.h>
+#include <protocol/ErrorStatus.h>
 #include <protocol/GattClient.h>
 #include <protocol/GattServer.h>
 #include <protocol/ServiceLink.h>
+#include <protocol/SoftAp.h>
 #include <protocol/TargetAdv.h>
 #include <protocol/Vod2dConfig.h>
 #include <protocol/Vod2dGroup.h>
+#include <protocol/WifiState.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/Receivers.h>
+#include <sdk/wifi/ErrorStatus.h>
 
 #include <algorithm>
 #include <bit>
@@ -123,9 +127,31 @@ void OnWifiCardState(const TagIPCMessageItem& item)
     Sender().WifiCardStateChangeCallback(item.message);
 }
 
-void OnWifiConnectChannel(const TagIPCMessageItem& /*item*/)
+void OnWifiConnectChannel(const TagIPCMessageItem& item)
 {
     Log(kLogFailure, "WifiConnectChannelCallbackCb", kCardStateEnter);
+    Sender().WifiConnectChannelCallback(FirstWord(item));
+}
+
+void OnSoftApConnectStatus(const TagIPCMessageItem& item)
+{
+    Sender().ConnectStatusCallBack(FirstWord(item));
+}
+
+void OnSoftApAdvertisement(const TagIPCMessageItem& item)
+{
+    Sender().SoftapAdvertisemenStatusBack(static_cast<std::uint32_t>(FirstWord(item)));
+    Sender().SoftapAdvertisemenStateBack(item.message);
+}
+
+void OnSoftApDeviceConnection(const TagIPCMessageItem& item)
+{
+    Sender().SoftapDeviceConnectionStatusBack(static_cast<std::uint32_t>(FirstWord(item)));
+}
+
+void OnErrorStatus(const TagIPCMessageItem& item)
+{
+    ErrorStatus::GetInstance()->PostNotification(static_cast<ConnectErrorCode>(FirstWord(item)));
 }
 
 void OnSoftApGroupsChange(const TagIPCMessageItem& item)
@@ -156,12 +182,11 @@ void OnServiceStarted(const TagIPCMessageItem& /*item*/)
     LogEnd(kFunction);
 }
 
-void OnWifiSwitchState(const TagIPCMessageItem& /*item*/)
+void OnWifiSwitchState(const TagIPCMessageItem& item)
 {
     Log(kLogTrace, "WifiSwitchStateChangeCallback", "PelaconSDK rcv default wifi switch msg");
+    Sender().WifiSwitchStateChangeCallback(FirstWord(item));
 }
-
-void NotHandledYet(const TagIPCMessageItem& /*item*/) {}
 
 enum class WithoutPayload { kDropped, kPassedOn };
 
@@ -172,9 +197,9 @@ struct Route {
 };
 
 constexpr Route kRoutes[] = {
-    {0xD80006, NotHandledYet},
-    {0xD80007, NotHandledYet},
-    {0xD80008, NotHandledYet},
+    {protocol::kSoftApConnectStatus.id, OnSoftApConnectStatus},
+    {protocol::kSoftApAdvertisement.id, OnSoftApAdvertisement},
+    {protocol::kSoftApDeviceConnection.id, OnSoftApDeviceConnection},
     {protocol::kSoftApGroupsChange.id, OnSoftApGroupsChange},
     {protocol::kSoftApConnectionStateChange.id, OnSoftApConnectionStateChange},
     {protocol::kAdvertiseDisabled.id, OnAdvertiseDisabled},
@@ -194,13 +219,13 @@ constexpr Route kRoutesExt[] = {
     {protocol::kGattMtuChanged.id, OnGattMtuChanged},
     {protocol::kGattPeerReads.id, OnGattPeerReads},
     {protocol::kGattPeerWrites.id, OnGattPeerWrites},
-    {0xD80028, NotHandledYet},
+    {protocol::kErrorStatus.id, OnErrorStatus},
     {protocol::kWifiCfgChanged.id, OnWifiCfg},
     {protocol::kConnNotify.id, OnConnNotify},
     {protocol::kWifiCardStateChange.id, OnWifiCardState},
-    {0xD70008, OnWifiConnectChannel},
+    {protocol::kWifiConnectChannel.id, OnWifiConnectChannel},
     {protocol::kServiceStarted.id, OnServiceStarted, WithoutPayload::kPassedOn},
-    {0xD80096, OnWifiSwitchState},
+    {protocol::kWifiSwitchState.id, OnWifiSwitchState},
 };
 
 static_assert(std::size(kRoutes) + std::size(kRoutesExt) == 26);

@@ -70,6 +70,7 @@ void IPCMessageSender::ServiceStartNotifyCallback()
     }
     SendRepairRequest();
     WifiExceptCallback();
+    RestoreSoftAp();
     LogEnd(kFunction);
 }
 

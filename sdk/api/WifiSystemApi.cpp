@@ -1,0 +1,43 @@
+// The object itself, the errors that it passes on, and the scan.
+#include <PelaconSDK/WifiSystemApi.h>
+#include <sdk/wifi/ErrorStatus.h>
+#include <sdk/wifi/WlanScan.h>
+
+using pelacon::ErrorStatus;
+
+WifiSystemApi& WifiSystemApi::GetInstance()
+{
+    // Never destroyed: threads may use it until the process ends.
+    static WifiSystemApi& instance = *new WifiSystemApi;
+    return instance;
+}
+
+bool WifiSystemApi::Scan()
+{
+    return pelacon::StartWlanScan("WifiSystemApi::Scan");
+}
+
+bool WifiSystemApi::RegistListener(ErrorListener* listener)
+{
+    return ErrorStatus::GetInstance()->RegistListener(listener);
+}
+
+bool WifiSystemApi::UnregistListener(ErrorListener* listener)
+{
+    return ErrorStatus::GetInstance()->UnregistListener(listener);
+}
+
+void WifiSystemApi::PostNotification(ConnectErrorCode code)
+{
+    ErrorStatus::GetInstance()->PostNotification(code);
+}
+
+std::string WifiSystemApi::GetErrorString(ConnectErrorCode code)
+{
+    return ErrorStatus::GetInstance()->GetErrorString(code);
+}
+
+void WifiSystemApi::DestroyInstance()
+{
+    ErrorStatus::GetInstance()->DestroyInstance();
+}

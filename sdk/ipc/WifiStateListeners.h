@@ -1,0 +1,39 @@
+// Who hears of the Wi-Fi switch, and of the channel of the Wi-Fi connection.
+#pragma once
+
+#include <PelaconSDK/WifiState.h>
+#include <sdk/ipc/Registry.h>
+
+#include <cstdint>
+#include <mutex>
+
+namespace pelacon {
+
+class WifiStateListeners {
+  public:
+    /// For the channel. An object that is there already is not added again.
+    void AddWifiStateCallback(WifiRealMonitorStateCallBack* callback);
+
+    /// Tells every object of the channel, in the order of registration, with the list locked.
+    void WifiConnectChannelCallback(std::int32_t channel);
+
+    /// For the switch. An object is added as often as this is called, null never.
+    void AddWifiStateChangeCallback(IWifiStateChangeNotification* observer);
+    void RemoveWifiStateChangeCallback(IWifiStateChangeNotification* observer);
+
+    /// Tells every object of the switch's new state, likewise.
+    void WifiSwitchStateChangeCallback(std::int32_t state);
+
+    /// Whether there is anybody to hear of each.
+    bool HasWifiStateCallbacks() const;
+    bool HasWifiStateChangeCallbacks() const;
+
+  private:
+    mutable std::mutex channelMutex_;
+    PointerList<WifiRealMonitorStateCallBack> channelCallbacks_;
+
+    mutable std::mutex switchMutex_;
+    PointerList<IWifiStateChangeNotification> switchObservers_;
+};
+
+}  // namespace pelacon

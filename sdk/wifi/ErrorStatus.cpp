@@ -1,0 +1,162 @@
+#include <sdk/diag/Log.h>
+#include <sdk/wifi/ErrorStatus.h>
+
+#include <chrono>
+#include <ratio>
+#include <utility>
+
+namespace pelacon {
+
+using diag::Log;
+using diag::LogEnd;
+using diag::LogStart;
+
+namespace {
+
+/// The system clock in steps of 100 nanoseconds, on every platform.
+std::int64_t CurrentTicks()
+{
+    using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<Ticks>(now).count();
+}
+
+}  // namespace
+
+ErrorStatus* ErrorStatus::GetInstance()
+{
+    static std::mutex& instanceMutex = *new std::mutex;
+    const std::lock_guard lock(instanceMutex);
+    static ErrorStatus* const instance = new ErrorStatus;
+    return instance;
+}
+
+ErrorStatus::ErrorStatus()
+    : errorStrings_({{kConnectSuccess, "success"},
+                     {kConnectGoAlreadyExist, "go already exist"},
+                     {kConnectBleSendFail, "ble send fail"}},
+                    kBuckets),
+      listeners_(kBuckets)
+{
+    workers_.emplace_back([this] {
+        constexpr auto kFunction = "ErrorStatus::ErrorStatus::Worker";
+        LogStart(kFunction);
+        while (const std::function<void()> deliver = TakeTask(kFunction)) {
+            deliver();
+        }
+        LogEnd(kFunction);
+    });
+}
+
+std::function<void()> ErrorStatus::TakeTask(const char* function)
+{
+    std::unique_lock lock(mutex_);
+    condition_.wait(lock, [this] { return stop_ || !tasks_.empty(); });
+    if (tasks_.empty()) {
+        lock.unlock();
+        Log(kLogTrace, function, "task queue empty, stop");
+        return {};
+    }
+    if (!listeners_.contains(tasks_.front().listener)) {
+        lock.unlock();
+        Log(kLogFailure, function, "listeners not found, stop");
+        return {};
+    }
+    std::function<void()> deliver = std::move(tasks_.front().deliver);
+    tasks_.pop_front();
+    return deliver;
+}
+
+bool ErrorStatus::Insert(ErrorListener* listener)
+{
+    const std::lock_guard lock(mutex_);
+    return listeners_.try_emplace(listener, true).second;
+}
+
+bool ErrorStatus::Erase(ErrorListener* listener)
+{
+    const std::lock_guard lock(mutex_);
+    return listeners_.erase(listener) != 0;
+}
+
+bool ErrorStatus::RegistListener(ErrorListener* listener)
+{
+    constexpr auto kFunction = "ErrorStatus::RegistListener";
+    LogStart(kFunction);
+    if (listener == nullptr) {
+        return false;
+    }
+    if (!Insert(listener)) {
+        Log(kLogFailure, kFunction, "listeners found");
+        return false;
+    }
+    LogEnd(kFunction);
+    return true;
+}
+
+bool ErrorStatus::UnregistListener(ErrorListener* listener)
+{
+    constexpr auto kFunction = "ErrorStatus::UnregistListener";
+    LogStart(kFunction);
+    if (listener == nullptr) {
+        return false;
+    }
+    if (!Erase(listener)) {
+        Log(kLogFailure, kFunction, "listeners not found");
+        return false;
+    }
+    LogEnd(kFunction);
+    return true;
+}
+
+void ErrorStatus::PostNotification(ConnectErrorCode code)
+{
+    constexpr auto kFunction = "ErrorStatus::PostNotification";
+    LogStart(kFunction);
+    std::string text = GetErrorString(code);
+    {
+        const std::lock_guard lock(mutex_);
+        if (history_.size() >= historyLimit_) {
+            history_.pop_front();
+        }
+        if (code == kConnectSuccess) {
+            history_.clear();
+        }
+        history_.push_back({CurrentTicks(), code, std::move(text)});
+        const ErrorDetail& detail = history_.back();
+        for (const auto& [listener, registered] : listeners_) {
+            tasks_.push_back({listener, [to = listener, detail] { to->OnError(detail); }});
+        }
+    }
+    condition_.notify_all();
+    LogEnd(kFunction);
+}
+
+std::string ErrorStatus::GetErrorString(ConnectErrorCode code) const
+{
+    constexpr auto kFunction = "ErrorStatus::GetErrorString";
+    LogStart(kFunction);
+    const auto found = errorStrings_.find(code);
+    std::string text = found != errorStrings_.end() ? found->second : "unknow";
+    LogEnd(kFunction);
+    return text;
+}
+
+void ErrorStatus::DestroyInstance()
+{
+    constexpr auto kFunction = "ErrorStatus::DestroyInstance";
+    LogStart(kFunction);
+    stop_ = true;
+    {
+        // Not for the flag's sake: the worker may just have seen it clear and be about to wait.
+        // Once the mutex was free it either waits, and is woken, or sees the flag.
+        const std::lock_guard lock(mutex_);
+    }
+    condition_.notify_all();
+    for (std::thread& worker : workers_) {
+        worker.join();
+    }
+    LogEnd(kFunction);
+}
+
+}  // namespace pelacon
