@@ -1,0 +1,101 @@
+#include <tests/sdk/api/GattOperation.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+namespace pelacon::test {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+/// The lines of one call: "start", those of before the request, and what came then.
+std::vector<LogLine> LinesOf(const GattOperation& operation, std::vector<LogLine> then)
+{
+    std::vector<LogLine> lines{Start(operation.Function())};
+    for (const LogLine& line : operation.linesBeforeRequest) {
+        lines.push_back(Line(line.level, line.text, operation.Function()));
+    }
+    lines.insert(lines.end(), then.begin(), then.end());
+    return lines;
+}
+
+}  // namespace
+
+TEST_P(GattOperationTest, SendsItsRequestAndReturnsTheStatus)
+{
+    const GattOperation& operation = GetParam();
+    for (const std::int32_t status : {7, -3, 100000}) {
+        ForgetWhatHappened();
+        channel.Reply(operation.id, operation.reply(status));
+        EXPECT_EQ(operation.call(), status);
+        EXPECT_THAT(channel.OnlyRequest(), RequestIs(operation.id, operation.payload, 10000));
+        std::vector<LogLine> then;
+        for (const LogLine& line : operation.linesAfterReply) {
+            then.push_back(Line(line.level, line.text, operation.Function()));
+        }
+        then.push_back(End(operation.Function()));
+        EXPECT_EQ(LogLines::All(), LinesOf(operation, then));
+        EXPECT_THAT(Events::All(), IsEmpty());
+    }
+}
+
+TEST_P(GattOperationTest, ReturnsSuccess)
+{
+    channel.Reply(GetParam().id, GetParam().reply(0));
+    EXPECT_EQ(GetParam().call(), 0);
+}
+
+TEST_P(GattOperationTest, SaysThatThereIsNoReply)
+{
+    const GattOperation& operation = GetParam();
+    EXPECT_EQ(operation.call(), -9);
+    std::vector<LogLine> then = operation.eventLines;
+    then.push_back(NoReply(operation.Function()));
+    EXPECT_EQ(LogLines::All(), LinesOf(operation, then));
+    if (operation.event) {
+        EXPECT_THAT(Events::All(), ElementsAre(*operation.event));
+    } else {
+        EXPECT_THAT(Events::All(), IsEmpty());
+    }
+}
+
+TEST_P(StoppedGattOperationTest, IsRefused)
+{
+    const GattOperation& operation = GetParam();
+    EXPECT_EQ(operation.call(), -1);
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+    EXPECT_EQ(LogLines::All(), LinesOf(operation, {NotStarted()}));
+    EXPECT_THAT(Events::All(), IsEmpty());
+}
+
+void ExpectSerial(Channel& channel, std::int32_t firstId, const std::function<void()>& first,
+                  std::int32_t secondId, const std::function<void()>& second)
+{
+    std::promise<void> firstWaits;
+    std::promise<void> answerFirst;
+    channel.Reply(firstId, Bytes().I32(0));
+    channel.Reply(secondId, Bytes().I32(0));
+    channel.OnRequest(firstId, [&](const Sent&) {
+        firstWaits.set_value();
+        answerFirst.get_future().wait();
+        Journal::Note("first answered");
+    });
+    std::thread firstThread(first);
+    firstWaits.get_future().wait();
+    std::future<void> secondEnds = std::async(std::launch::async, second);
+    // That it would wait for ever cannot be shown; it is given a while to be wrong.
+    EXPECT_EQ(secondEnds.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    answerFirst.set_value();
+    firstThread.join();
+    secondEnds.wait();
+
+    std::vector<std::string> entries = Journal::Entries();
+    std::erase_if(entries, [](const std::string& entry) { return entry.starts_with("log"); });
+    EXPECT_THAT(entries, ElementsAre("request " + Hex(firstId), "first answered",
+                                     "request " + Hex(secondId)));
+}
+
+}  // namespace pelacon::test
