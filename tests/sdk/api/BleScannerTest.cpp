@@ -1,0 +1,485 @@
+// The scanner's requests. What its registry does with what comes back: ScanCallbacksTest.
+#include <PelaconSDK/BleScanner.h>
+#include <tests/sdk/api/BleMembers.h>
+#include <tests/support/SdkTest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <future>
+#include <thread>
+
+namespace pelacon::test {
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr std::int32_t kRegister = 0xD70064;
+constexpr std::int32_t kUnregister = 0xD70065;
+constexpr std::int32_t kStart = 0xD70066;
+constexpr std::int32_t kStop = 0xD70068;
+constexpr std::int32_t kSetFilter = 0xD70076;
+constexpr std::int32_t kRemoveFilter = 0xD70077;
+constexpr std::int32_t kRegisterTargetAdv = 0xD7007C;
+constexpr std::int32_t kUnregisterTargetAdv = 0xD7007D;
+constexpr std::int32_t kPushTargetAdv = 0xD8007B;
+
+constexpr BleScanPolicy kPolicy = static_cast<BleScanPolicy>(0x12345678);
+
+ByteVector Nothing(std::int32_t /*id*/)
+{
+    return {};
+}
+
+ByteVector IdAlone(std::int32_t id)
+{
+    return Bytes().I32(id);
+}
+
+/// A filter whose every byte is different.
+BleScanFilter Filter(std::uint8_t first, std::uint32_t patternLength)
+{
+    BleScanFilter filter{};
+    filter.type = 0x01020304 + first;
+    filter.patternLength = patternLength;
+    for (std::size_t i = 0; i < sizeof filter.patternData; ++i) {
+        filter.patternData[i] = static_cast<std::uint8_t>(first + i);
+    }
+    return filter;
+}
+
+ByteVector Raw(const BleScanFilter& filter)
+{
+    ByteVector bytes(sizeof filter);
+    std::memcpy(bytes.data(), &filter, sizeof filter);
+    return bytes;
+}
+
+TargetAdvInfo Info(std::int32_t business)
+{
+    TargetAdvInfo info{};
+    info.business = static_cast<BleTargetBusiness>(business);
+    for (std::size_t i = 0; i < sizeof info.data; ++i) {
+        info.data[i] = static_cast<std::uint8_t>(200 + i);
+    }
+    return info;
+}
+
+std::vector<BleMember> Members()
+{
+    return {
+        {"BleScanRegisterCallbacks", "BleScanner",
+         [](int) {
+             int id = 0;
+             return BleScanner::BleScanRegisterCallbacks(&Lasting<BleScanCallbacksC>(), &id);
+         },
+         kRegister, Nothing, true},
+        {"BleScanUnRegisterCallbacks", "BleScanner",
+         [](int id) { return BleScanner::BleScanUnRegisterCallbacks(id); }, kUnregister, IdAlone,
+         false, "UnRegister end"},
+        {"StartBleScan", "BleScanner", [](int id) { return BleScanner::StartBleScan(id, kPolicy); },
+         kStart, [](int id) -> ByteVector { return Bytes().I32(id).I32(kPolicy); }},
+        {"StopBleScan", "BleScanner", [](int id) { return BleScanner::StopBleScan(id); }, kStop,
+         IdAlone},
+        {"SetScanFilter", "BleScanner",
+         [](int id) { return BleScanner::SetScanFilter(id, nullptr, 0); }, kSetFilter,
+         [](int id) -> ByteVector { return Bytes().I32(id).Zeros(208); }, false, "end",
+         "Set scan filter ipc send error"},
+        {"RemoveScanFilter", "BleScanner", [](int id) { return BleScanner::RemoveScanFilter(id); },
+         kRemoveFilter, IdAlone, false, "end", "Remove scan filter ipc send error"},
+        {"BleRegisterTargetAdvCallback", "BleScanner",
+         [](int id) {
+             TargetAdvFilter filter{};
+             std::memset(&filter, 0x5A, sizeof filter);
+             filter.business = static_cast<BleTargetBusiness>(id);
+             return BleScanner::BleRegisterTargetAdvCallback(filter,
+                                                             &Lasting<VoviewRecvAdvCallbacksC>());
+         },
+         kRegisterTargetAdv, Nothing},
+        {"BleUnRegisterTargetAdvCallback", "BleScanner",
+         [](int id) {
+             return BleScanner::BleUnRegisterTargetAdvCallback(static_cast<BleTargetBusiness>(id));
+         },
+         kUnregisterTargetAdv, IdAlone, false, "UnRegister end"},
+        {"BleOnRecvVoviewData", "BleScanner",
+         [](int id) { return BleScanner::BleOnRecvVoviewData(Info(id)); }, kPushTargetAdv,
+         [](int id) -> ByteVector {
+             Bytes bytes;
+             bytes.I32(id);
+             for (int i = 0; i < 36; ++i) {
+                 bytes.U8(static_cast<std::uint8_t>(200 + i));
+             }
+             return bytes;
+         },
+         false, "end", "recv voview data ipc send error"},
+    };
+}
+
+class BleScannerMembers : public SdkTest, public ::testing::WithParamInterface<BleMember> {};
+
+TEST_P(BleScannerMembers, Answered)
+{
+    CheckAnswered(channel, GetParam());
+}
+
+TEST_P(BleScannerMembers, AnsweredWithNothing)
+{
+    CheckAnsweredWithNothing(channel, GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Started, BleScannerMembers, ::testing::ValuesIn(Members()),
+                         [](const auto& member) { return member.param.name; });
+
+class BleScannerMembersStopped : public StoppedSdkTest,
+                                 public ::testing::WithParamInterface<BleMember> {};
+
+TEST_P(BleScannerMembersStopped, Refused)
+{
+    CheckNotStarted(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Stopped, BleScannerMembersStopped, ::testing::ValuesIn(Members()),
+                         [](const auto& member) { return member.param.name; });
+
+// ---- Registering and unregistering
+
+TEST_F(SdkTest, ScanRegisterStoresTheIdOnSuccessOnly)
+{
+    BleScanCallbacksC& table = Lasting<BleScanCallbacksC>();
+    int id = 77;
+    channel.Reply(kRegister, Bytes().I32(123456).I32(5));
+    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(&table, &id), 5);
+    EXPECT_EQ(id, 77);
+    channel.ReplyNothing(kRegister);
+    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(&table, &id), -9);
+    EXPECT_EQ(id, 77);
+    const std::int32_t given = FreshId();
+    channel.Reply(kRegister, Bytes().I32(given).I32(0));
+    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(&table, &id), 0);
+    EXPECT_EQ(id, given);
+    BleScanner::BleScanUnRegisterCallbacks(id);
+}
+
+TEST_F(SdkTest, ScanRegisterLogsItsSteps)
+{
+    constexpr auto kFunction = "BleScanner::BleScanRegisterCallbacks";
+    int id = 0;
+    channel.Reply(kRegister, Bytes().I32(FreshId()).I32(0));
+    BleScanner::BleScanRegisterCallbacks(&Lasting<BleScanCallbacksC>(), &id);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kFunction), Start("IPCMessageSender::AddScanCb"),
+                                             End("IPCMessageSender::AddScanCb"), End(kFunction)));
+    BleScanner::BleScanUnRegisterCallbacks(id);
+}
+
+TEST_F(SdkTest, ScanRegisterWithoutReplyReportsAnEvent)
+{
+    constexpr auto kFunction = "BleScanner::BleScanRegisterCallbacks";
+    int id = 0;
+    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(&Lasting<BleScanCallbacksC>(), &id), -9);
+    EXPECT_THAT(Events::All(),
+                ElementsAre(Event{954082007, {Int("EventType", 1), Int("ErrorCode", 2)}}));
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kFunction),
+                                             Line(2, "[VoView]EventType:1 ,ErrorCode:2", kFunction),
+                                             NoReply(kFunction)));
+    EXPECT_THAT(Journal::Entries(),
+                ElementsAre(HasSubstr("start("), "request 0xD70064", "event 954082007",
+                            HasSubstr("[VoView]"), HasSubstr("recvMsg.message is nullptr")));
+}
+
+TEST_F(SdkTest, ScanRegisterOfNullStillGivesAnId)
+{
+    int id = 0;
+    const std::int32_t given = FreshId();
+    channel.Reply(kRegister, Bytes().I32(given).I32(0));
+    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(nullptr, &id), 0);
+    EXPECT_EQ(id, given);
+    EXPECT_EQ(channel.OnlyRequest().item.msgId, kRegister);
+}
+
+TEST_F(SdkTest, ScanUnregisterForgetsTheTableBeforeItAsks)
+{
+    int id = 0;
+    channel.Reply(kRegister, Bytes().I32(FreshId()).I32(0));
+    BleScanner::BleScanRegisterCallbacks(&Lasting<BleScanCallbacksC>(), &id);
+    ForgetWhatHappened();
+    BleScanner::BleScanUnRegisterCallbacks(id);  // and is not answered
+    EXPECT_THAT(Journal::Entries(),
+                ElementsAre("log 1 start(BleScanner::BleScanUnRegisterCallbacks)",
+                            "log 1 start(IPCMessageSender::RemoveScanCb)",
+                            "log 1 remove callback(IPCMessageSender::RemoveScanCb)",
+                            "log 1 end(IPCMessageSender::RemoveScanCb)", "request 0xD70065",
+                            HasSubstr("log 3 recvMsg.message is nullptr, return")));
+    EXPECT_THAT(Events::All(), IsEmpty());
+}
+
+// ---- Starting and stopping
+
+TEST_F(SdkTest, StartScanWithoutReplyReportsAnEvent)
+{
+    constexpr auto kFunction = "BleScanner::StartBleScan";
+    EXPECT_EQ(BleScanner::StartBleScan(-5, static_cast<BleScanPolicy>(7)), -9);
+    EXPECT_THAT(Events::All(), ElementsAre(Event{954082007,
+                                                 {Int("EventType", 2), Int("ErrorCode", 2),
+                                                  Int("listenerId", -5), Int("Policy", 7)}}));
+    EXPECT_THAT(
+        LogLines::All(),
+        ElementsAre(Start(kFunction), Line(2, "[VoView]==== 954082007 ====", kFunction),
+                    Line(2, "[VoView]EventType:2 ,ErrorCode:2", kFunction), NoReply(kFunction)));
+}
+
+TEST_F(SdkTest, StartScanCountsAsScanningOnSuccessOnly)
+{
+    const std::int32_t id = FreshId();
+    channel.Reply(kStart, Bytes().I32(1));
+    BleScanner::StartBleScan(id, kBleScanBalanced);
+    channel.ReplyNothing(kStart);
+    BleScanner::StartBleScan(id, kBleScanBalanced);
+    EXPECT_THAT(Journal::Entries(), Not(Contains(HasSubstr("IPCMessageSender::ScanStart"))));
+    channel.Reply(kStart, Bytes().I32(0));
+    ForgetWhatHappened();
+    EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanBalanced), 0);
+    const std::string number = std::to_string(id);
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Start("BleScanner::StartBleScan"),
+                            Line(1, "start:" + number, "IPCMessageSender::ScanStart"),
+                            End("IPCMessageSender::ScanStart"), End("BleScanner::StartBleScan")));
+    ForgetWhatHappened();
+    EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanLowLatency), 0);
+    EXPECT_THAT(LogLines::All(),
+                Contains(Line(1, "already start:" + number, "IPCMessageSender::ScanStart")));
+    channel.Reply(kStop, Bytes().I32(0));
+    BleScanner::StopBleScan(id);
+}
+
+TEST_F(SdkTest, StopScanStopsHereWhateverTheAnswer)
+{
+    const std::int32_t id = FreshId();
+    const std::string number = std::to_string(id);
+    const LogLine stopped = Line(1, "stop ok:" + number, "IPCMessageSender::ScanStop");
+    channel.Reply(kStart, Bytes().I32(0));
+
+    BleScanner::StartBleScan(id, kBleScanBalanced);
+    channel.Reply(kStop, Bytes().I32(-3));
+    ForgetWhatHappened();
+    EXPECT_EQ(BleScanner::StopBleScan(id), -3);
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Start("BleScanner::StopBleScan"),
+                            Line(1, "start:" + number, "IPCMessageSender::ScanStop"), stopped,
+                            End("IPCMessageSender::ScanStop"), End("BleScanner::StopBleScan")));
+
+    BleScanner::StartBleScan(id, kBleScanBalanced);
+    channel.ReplyNothing(kStop);
+    ForgetWhatHappened();
+    EXPECT_EQ(BleScanner::StopBleScan(id), -9);
+    EXPECT_THAT(LogLines::All(), Contains(stopped));
+    EXPECT_EQ(LogLines::All().back(), NoReply("BleScanner::StopBleScan"));
+    EXPECT_THAT(Journal::Entries()[1], "request 0xD70068") << "stopped once the request was sent";
+
+    ForgetWhatHappened();
+    BleScanner::StopBleScan(id);
+    EXPECT_THAT(LogLines::All(), Not(Contains(stopped))) << "it does not scan any more";
+}
+
+TEST_F(StoppedSdkTest, StopScanThatIsNotSentStopsNothing)
+{
+    EXPECT_EQ(BleScanner::StopBleScan(FreshId()), -1);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start("BleScanner::StopBleScan"), NotStarted()));
+}
+
+// ---- Filters
+
+TEST_F(SdkTest, SetScanFilterOfFiveFillsAllSlots)
+{
+    channel.Reply(kSetFilter, Bytes().I32(0));
+    BleScanFilter filters[5];
+    Bytes expected;
+    expected.I32(9);
+    for (std::uint8_t i = 0; i < 5; ++i) {
+        filters[i] = Filter(static_cast<std::uint8_t>(40 * i), 3);
+        expected.Raw(Raw(filters[i]));
+    }
+    EXPECT_EQ(BleScanner::SetScanFilter(9, filters, 5), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kSetFilter, expected.I32(5).U32(0), 5000));
+    EXPECT_EQ(channel.OnlyRequest().item.length, 212U);
+}
+
+TEST_F(SdkTest, SetScanFilterOfTwoLeavesTheOtherSlotsZero)
+{
+    channel.Reply(kSetFilter, Bytes().I32(0));
+    const BleScanFilter one = Filter(1, 32);
+    const BleScanFilter two = Filter(2, 0);
+    BleScanFilter filters[] = {one, two};
+    EXPECT_EQ(BleScanner::SetScanFilter(-9, filters, 2), 0);
+    EXPECT_THAT(
+        channel.OnlyRequest(),
+        RequestIs(kSetFilter, Bytes().I32(-9).Raw(Raw(one)).Raw(Raw(two)).Zeros(120).I32(2).U32(0),
+                  5000));
+}
+
+TEST_F(SdkTest, SetScanFilterOfNone)
+{
+    channel.Reply(kSetFilter, Bytes().I32(0));
+    BleScanFilter filter = Filter(1, 1);
+    EXPECT_EQ(BleScanner::SetScanFilter(9, &filter, 0), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kSetFilter, Bytes().I32(9).Zeros(208), 5000));
+}
+
+TEST_F(SdkTest, SetScanFilterOfANegativeCountCopiesNothingAndSendsTheCount)
+{
+    channel.Reply(kSetFilter, Bytes().I32(0));
+    for (const int count : {-1, -2147483647 - 1}) {
+        channel.ForgetSent();
+        BleScanFilter filter = Filter(1, 1);
+        EXPECT_EQ(BleScanner::SetScanFilter(9, &filter, count), 0);
+        EXPECT_THAT(channel.OnlyRequest(),
+                    RequestIs(kSetFilter, Bytes().I32(9).Zeros(200).I32(count).U32(0), 5000));
+        EXPECT_EQ(BleScanner::SetScanFilter(9, nullptr, count), 0);
+    }
+}
+
+TEST_F(SdkTest, SetScanFilterRefusesMoreThanFive)
+{
+    constexpr auto kFunction = "BleScanner::SetScanFilter";
+    BleScanFilter filters[6]{};
+    for (const int count : {6, 7, 2147483647}) {
+        LogLines::Clear();
+        EXPECT_EQ(BleScanner::SetScanFilter(31, filters, count), -1);
+        EXPECT_THAT(LogLines::All(),
+                    ElementsAre(Line(1, "start listenerId:31", kFunction),
+                                Line(4, "invalid filterSize" + std::to_string(count), kFunction)));
+    }
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+}
+
+TEST_F(SdkTest, SetScanFilterRefusesANullArrayOfSome)
+{
+    EXPECT_EQ(BleScanner::SetScanFilter(31, nullptr, 1), -1);
+    EXPECT_EQ(LogLines::All().back(), Line(4, "invalid filterSize1", "BleScanner::SetScanFilter"));
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+}
+
+TEST_F(SdkTest, SetScanFilterLogsThePatterns)
+{
+    constexpr auto kFunction = "BleScanner::SetScanFilter";
+    channel.Reply(kSetFilter, Bytes().I32(0));
+    BleScanFilter filters[3]{};
+    filters[0].patternLength = 3;
+    filters[0].patternData[0] = 0x0A;
+    filters[0].patternData[1] = 0x1B;
+    filters[0].patternData[2] = 0xFF;
+    filters[1].patternLength = 0;
+    filters[2].patternLength = 1;
+    BleScanner::SetScanFilter(31, filters, 3);
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Line(1, "start listenerId:31", kFunction),
+                            Line(1, "scanFilter[0],patternData:0A:1B:FF", kFunction),
+                            Line(1, "scanFilter[1],patternData:", kFunction),
+                            Line(1, "scanFilter[2],patternData:00", kFunction), End(kFunction)));
+}
+
+TEST_F(SdkTest, SetScanFilterReadsNoPatternBeyondItsField)
+{
+    channel.Reply(kSetFilter, Bytes().I32(0));
+    for (const std::uint32_t length : {33U, 0xFFFFFFFFU}) {
+        ForgetWhatHappened();
+        // On the heap, with nothing behind it.
+        const auto filter = std::make_unique<BleScanFilter>(Filter(0xE0, length));
+        EXPECT_EQ(BleScanner::SetScanFilter(8, filter.get(), 1), 0);
+        std::string pattern;
+        for (int byte = 0xE0; byte <= 0xFF; ++byte) {
+            constexpr char kDigits[] = "0123456789ABCDEF";
+            pattern += pattern.empty() ? "" : ":";
+            pattern += {kDigits[byte / 16], kDigits[byte % 16]};
+        }
+        EXPECT_EQ(LogLines::All()[1],
+                  Line(1, "scanFilter[0],patternData:" + pattern, "BleScanner::SetScanFilter"));
+        EXPECT_THAT(
+            channel.OnlyRequest(),
+            RequestIs(kSetFilter, Bytes().I32(8).Raw(Raw(*filter)).Zeros(160).I32(1).U32(0), 5000));
+    }
+}
+
+TEST_F(StoppedSdkTest, SetScanFilterThatIsNotSent)
+{
+    constexpr auto kFunction = "BleScanner::SetScanFilter";
+    EXPECT_EQ(BleScanner::SetScanFilter(3, nullptr, 0), -1);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Line(1, "start listenerId:3", kFunction), NotStarted(),
+                                             Line(4, "Set scan filter ipc send error", kFunction)));
+}
+
+// ---- One at a time
+
+/// Holds a request until it is let go, and says when it is there.
+class HeldRequest {
+  public:
+    HeldRequest(Channel& channel, std::int32_t messageId)
+    {
+        channel.OnRequest(messageId, [this](const Sent&) {
+            arrived_.set_value();
+            go_.get_future().wait_for(std::chrono::seconds(10));
+        });
+    }
+
+    bool Wait()
+    {
+        return arrived_.get_future().wait_for(std::chrono::seconds(10)) ==
+               std::future_status::ready;
+    }
+    void LetGo() { go_.set_value(); }
+
+  private:
+    std::promise<void> arrived_;
+    std::promise<void> go_;
+};
+
+TEST_F(SdkTest, ListenerOperationsWaitForEachOther)
+{
+    HeldRequest held(channel, kRemoveFilter);
+    std::thread first([] { BleScanner::RemoveScanFilter(1); });
+    ASSERT_TRUE(held.Wait());
+    int id = 0;
+    std::vector<std::function<void()>> others = {
+        [&] { BleScanner::BleScanRegisterCallbacks(nullptr, &id); },
+        [] { BleScanner::BleScanUnRegisterCallbacks(2); },
+        [] { BleScanner::StartBleScan(2, kBleScanBalanced); },
+        [] { BleScanner::StopBleScan(2); },
+        [] { BleScanner::SetScanFilter(2, nullptr, 0); },
+    };
+    std::atomic<std::size_t> begun{0};
+    std::vector<std::thread> threads;
+    for (const auto& other : others) {
+        threads.emplace_back([&] {
+            ++begun;
+            other();
+        });
+    }
+    while (begun < others.size()) {
+        std::this_thread::yield();
+    }
+    // Those that do not take the lock are let through meanwhile.
+    EXPECT_EQ(BleScanner::BleOnRecvVoviewData(Info(1)), -9);
+    EXPECT_EQ(BleScanner::SetScanFilter(2, nullptr, 6), -1);
+    const auto soon = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+    while (channel.Requests().size() == 2 && std::chrono::steady_clock::now() < soon) {
+        std::this_thread::yield();
+    }
+    const std::vector<Sent> sent = channel.Requests();
+    EXPECT_EQ(sent.size(), 2U) << "the others wait";
+    EXPECT_EQ(sent[0].item.msgId, kRemoveFilter);
+    EXPECT_EQ(sent[1].item.msgId, kPushTargetAdv);
+    held.LetGo();
+    first.join();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(channel.Requests().size(), 7U);
+}
+
+}  // namespace
+
+}  // namespace pelacon::test

@@ -1,0 +1,506 @@
+// What becomes of scan statuses and results, and the registry behind them.
+#include <PelaconSDK/BleScanner.h>
+#include <PelaconSDK/PelaconSvc.h>
+#include <sdk/ipc/IPCMessageSender.h>
+#include <tests/support/SdkTest.h>
+
+#include <cstring>
+#include <future>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+namespace pelacon::test {
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::UnorderedElementsAre;
+
+constexpr auto kOnStatus = "IPCMessageSender::OnScanStatus";
+constexpr auto kOnResult = "IPCMessageSender::OnScanResult";
+
+IPCMessageSender& Sender()
+{
+    return IPCMessageSender::GetInstance();
+}
+
+ByteVector Raw(const BleScanResultC& result)
+{
+    ByteVector bytes(sizeof result);
+    std::memcpy(bytes.data(), &result, sizeof result);
+    return bytes;
+}
+
+/// One call of a slot.
+struct Call {
+    int table;
+    std::int32_t listenerId;
+    std::int32_t status;  ///< zero for results
+    ByteVector result;    ///< empty for statuses
+    std::thread::id thread;
+};
+
+struct Calls {
+    std::mutex mutex;
+    std::vector<Call> calls;
+};
+
+Calls& TheCalls()
+{
+    static Calls& calls = *new Calls;
+    return calls;
+}
+
+void Note(Call call)
+{
+    const std::lock_guard lock(TheCalls().mutex);
+    call.thread = std::this_thread::get_id();
+    TheCalls().calls.push_back(std::move(call));
+}
+
+template <int Table>
+BleScanCallbacksC Recording()
+{
+    return {[](std::int32_t id, std::int32_t status) {
+                Note({Table, id, status, {}, {}});
+            },
+            [](std::int32_t id, BleScanResultC result) {
+                Note({Table, id, 0, Raw(result), {}});
+            }};
+}
+
+class ScanNotifications : public SdkTest {
+  protected:
+    void SetUp() override
+    {
+        SdkTest::SetUp();
+        TheCalls().calls.clear();
+        for (const std::int32_t request : {0xD70065, 0xD70066, 0xD70068}) {
+            channel.Reply(request, Bytes().I32(0));
+        }
+    }
+
+    void TearDown() override
+    {
+        Threads::WaitForAll();
+        for (const std::int32_t id : ids_) {
+            Sender().ScanStop(id);
+            Sender().RemoveScanCb(id);
+        }
+        SdkTest::TearDown();
+    }
+
+    /// A listener with this table, or with none.
+    std::int32_t Register(BleScanCallbacksC* table)
+    {
+        const std::int32_t id = FreshId();
+        RegisterAs(id, table);
+        return id;
+    }
+    void RegisterAs(std::int32_t id, BleScanCallbacksC* table)
+    {
+        int given = 0;
+        channel.Reply(0xD70064, Bytes().I32(id).I32(0));
+        EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(table, &given), 0);
+        EXPECT_EQ(given, id);
+        ids_.push_back(id);
+    }
+    template <int Table>
+    std::int32_t RegisterRecording()
+    {
+        return Register(&Lasting<BleScanCallbacksC>(Recording<Table>()));
+    }
+    std::int32_t Scanning(std::int32_t id)
+    {
+        EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanBalanced), 0);
+        return id;
+    }
+
+    void Status(std::int32_t id, std::int32_t status)
+    {
+        channel.Deliver(0xD8006A, Bytes().I32(id).I32(status));
+    }
+    /// A result whose 64 bytes begin with this one and count up; the 8 before them are no matter.
+    ByteVector Result(std::uint8_t first)
+    {
+        ByteVector bytes(64);
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<std::uint8_t>(first + i);
+        }
+        channel.Deliver(0xD8006B, Bytes().Fill(8, 0xEE).Raw(bytes));
+        return bytes;
+    }
+
+    /// All calls so far, when the threads that make them have ended.
+    static std::vector<Call> Delivered()
+    {
+        Threads::WaitForAll();
+        const std::lock_guard lock(TheCalls().mutex);
+        return TheCalls().calls;
+    }
+    static std::vector<std::pair<int, std::int32_t>> DeliveredTo()
+    {
+        std::vector<std::pair<int, std::int32_t>> to;
+        for (const Call& call : Delivered()) {
+            to.emplace_back(call.table, call.listenerId);
+        }
+        return to;
+    }
+
+  private:
+    std::vector<std::int32_t> ids_;
+};
+
+// ---- Statuses
+
+TEST_F(ScanNotifications, AStatusReachesItsListenerOnTheReceiveThread)
+{
+    const std::int32_t one = RegisterRecording<1>();
+    RegisterRecording<2>();
+    ForgetWhatHappened();
+    Status(one, -12);
+    ASSERT_EQ(Delivered().size(), 1U);
+    EXPECT_EQ(Delivered()[0].table, 1);
+    EXPECT_EQ(Delivered()[0].listenerId, one);
+    EXPECT_EQ(Delivered()[0].status, -12);
+    EXPECT_EQ(Delivered()[0].thread, std::this_thread::get_id());
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Start(kOnStatus), Line(1, "call callback", kOnStatus), End(kOnStatus)));
+}
+
+TEST_F(ScanNotifications, AStatusDoesNotNeedScanning)
+{
+    const std::int32_t id = Scanning(RegisterRecording<1>());
+    BleScanner::StopBleScan(id);
+    Status(id, 3);
+    EXPECT_EQ(Delivered().size(), 1U);
+}
+
+TEST_F(ScanNotifications, AStatusThatNobodyWantsIsDropped)
+{
+    const std::int32_t withoutSlot =
+        Register(&Lasting<BleScanCallbacksC>({nullptr, Recording<1>().onScanResult}));
+    const std::int32_t withoutTable = Register(nullptr);
+    const std::int32_t gone = RegisterRecording<2>();
+    BleScanner::BleScanUnRegisterCallbacks(gone);
+    for (const std::int32_t id : {withoutSlot, withoutTable, gone, FreshId()}) {
+        ForgetWhatHappened();
+        Status(id, 1);
+        EXPECT_THAT(LogLines::All(), ElementsAre(Start(kOnStatus), End(kOnStatus)));
+    }
+    EXPECT_THAT(Delivered(), IsEmpty());
+}
+
+TEST_F(ScanNotifications, WithoutPayloadAreDroppedSilently)
+{
+    Scanning(RegisterRecording<1>());
+    ForgetWhatHappened();
+    channel.DeliverWithoutPayload(0xD8006A);
+    channel.DeliverWithoutPayload(0xD8006B);
+    EXPECT_THAT(LogLines::All(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
+}
+
+TEST_F(ScanNotifications, TheRegistryIsLockedWhileAStatusIsTold)
+{
+    static std::promise<void>* entered;
+    static std::shared_future<void>* leave;
+    std::promise<void> inside;
+    std::promise<void> go;
+    std::shared_future<void> gone = go.get_future().share();
+    entered = &inside;
+    leave = &gone;
+    const std::int32_t id =
+        Register(&Lasting<BleScanCallbacksC>({[](std::int32_t, std::int32_t) {
+                                                  entered->set_value();
+                                                  leave->wait_for(std::chrono::seconds(10));
+                                              },
+                                              nullptr}));
+    std::thread receiver([&] { Status(id, 0); });
+    ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    auto change = std::async(std::launch::async, [] { Sender().ScanStop(-1); });
+    EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    go.set_value();
+    receiver.join();
+    EXPECT_EQ(change.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
+// ---- Results
+
+TEST_F(ScanNotifications, AResultReachesEveryListenerThatScansOnAThreadOfItsOwn)
+{
+    const std::int32_t one = Scanning(RegisterRecording<1>());
+    RegisterRecording<2>();
+    const std::int32_t three = Scanning(RegisterRecording<3>());
+    ForgetWhatHappened();
+    const ByteVector bytes = Result(100);
+    EXPECT_THAT(DeliveredTo(), UnorderedElementsAre(std::pair(1, one), std::pair(3, three)));
+    EXPECT_EQ(Threads::Started(), 2);
+    EXPECT_EQ(Delivered()[0].result, bytes);
+    EXPECT_EQ(Delivered()[1].result, bytes);
+    EXPECT_NE(Delivered()[0].thread, std::this_thread::get_id());
+    EXPECT_NE(Delivered()[0].thread, Delivered()[1].thread);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kOnResult), End(kOnResult)));
+}
+
+TEST_F(ScanNotifications, ListenersAreToldInTheOrderInWhichTheyStarted)
+{
+    Threads::Use(ThreadMode::kKept);
+    const std::int32_t one = RegisterRecording<1>();
+    const std::int32_t two = RegisterRecording<2>();
+    const std::int32_t three = RegisterRecording<3>();
+    for (const std::int32_t id : {two, three, one}) {
+        Scanning(id);
+    }
+    Result(1);
+    BleScanner::StopBleScan(three);
+    Result(1);
+    Threads::RunKept();
+    EXPECT_THAT(DeliveredTo(),
+                ElementsAre(std::pair(2, two), std::pair(3, three), std::pair(1, one),
+                            std::pair(2, two), std::pair(1, one)));
+}
+
+TEST_F(ScanNotifications, EachDeliveryOwnsItsCopy)
+{
+    Threads::Use(ThreadMode::kKept);
+    Scanning(RegisterRecording<1>());
+    const ByteVector first = Result(0);
+    const ByteVector second = Result(128);
+    EXPECT_THAT(Delivered(), IsEmpty());
+    Threads::RunKept();  // what the notifications brought is long gone
+    ASSERT_EQ(Delivered().size(), 2U);
+    EXPECT_EQ(Delivered()[0].result, first);
+    EXPECT_EQ(Delivered()[1].result, second);
+}
+
+TEST_F(ScanNotifications, AResultWhileNobodyScansStartsNoThread)
+{
+    RegisterRecording<1>();
+    BleScanner::StopBleScan(Scanning(RegisterRecording<2>()));
+    Result(1);
+    EXPECT_EQ(Threads::Started(), 0);
+    EXPECT_THAT(Delivered(), IsEmpty());
+}
+
+TEST_F(ScanNotifications, AResultThatAListenerCannotTakeStartsNoThread)
+{
+    Scanning(Register(nullptr));
+    Scanning(Register(&Lasting<BleScanCallbacksC>({Recording<1>().onScanStatus, nullptr})));
+    const std::int32_t gone = Scanning(RegisterRecording<2>());
+    BleScanner::BleScanUnRegisterCallbacks(gone);
+    Result(1);
+    EXPECT_EQ(Threads::Started(), 0);
+    EXPECT_THAT(Delivered(), IsEmpty());
+}
+
+TEST_F(ScanNotifications, UnregisteringLeavesTheIdScanning)
+{
+    const std::int32_t id = Scanning(RegisterRecording<1>());
+    BleScanner::BleScanUnRegisterCallbacks(id);
+    RegisterAs(id, &Lasting<BleScanCallbacksC>(Recording<2>()));
+    Result(1);
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(2, id)));
+}
+
+TEST_F(ScanNotifications, StartingTwiceDeliversOnce)
+{
+    const std::int32_t id = Scanning(Scanning(RegisterRecording<1>()));
+    Result(1);
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
+    BleScanner::StopBleScan(id);
+    Result(1);
+    EXPECT_EQ(Threads::Started(), 1) << "one stop is enough";
+}
+
+TEST_F(ScanNotifications, TheFirstTableOfAnIdStays)
+{
+    const std::int32_t id = RegisterRecording<1>();
+    RegisterAs(id, &Lasting<BleScanCallbacksC>(Recording<2>()));
+    Result(1);
+    Scanning(id);
+    Result(1);
+    Status(id, 0);
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id), std::pair(1, id)));
+}
+
+TEST_F(ScanNotifications, AThreadThatCannotBeCreatedCostsOnlyThatResult)
+{
+    const std::int32_t one = Scanning(RegisterRecording<1>());
+    const std::int32_t two = Scanning(RegisterRecording<2>());
+    ForgetWhatHappened();
+    Threads::Use(ThreadMode::kFailing);
+    Result(1);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kOnResult), Line(4, "catch error", kOnResult),
+                                             Line(4, "catch error", kOnResult), End(kOnResult)));
+    Threads::Use(ThreadMode::kDetached);
+    Result(2);
+    EXPECT_THAT(DeliveredTo(), UnorderedElementsAre(std::pair(1, one), std::pair(2, two)));
+}
+
+TEST_F(ScanNotifications, ADeliveryDoesNotNeedTheTableOfAListenerThatIsGone)
+{
+    Threads::Use(ThreadMode::kKept);
+    auto table = std::make_unique<BleScanCallbacksC>(Recording<1>());
+    const std::int32_t id = Scanning(Register(table.get()));
+    Result(1);
+    BleScanner::BleScanUnRegisterCallbacks(id);
+    table.reset();
+    Threads::RunKept();
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
+}
+
+TEST_F(ScanNotifications, AResultCallbackMayCallTheScanner)
+{
+    const std::int32_t id = Scanning(Register(
+        &Lasting<BleScanCallbacksC>({nullptr, [](std::int32_t listener, BleScanResultC result) {
+                                         BleScanner::StopBleScan(listener);
+                                         BleScanner::BleScanUnRegisterCallbacks(listener);
+                                         Note({1, listener, 0, Raw(result), {}});
+                                     }})));
+    Result(1);
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
+    Result(1);
+    EXPECT_EQ(Threads::Started(), 1);
+}
+
+TEST_F(ScanNotifications, ASlowCallbackHoldsUpNobody)
+{
+    std::promise<void> go;
+    static std::shared_future<void> held;
+    held = go.get_future().share();
+    const std::int32_t slow = Scanning(Register(&Lasting<BleScanCallbacksC>(
+        {nullptr, [](std::int32_t, BleScanResultC) { held.wait_for(std::chrono::seconds(10)); }})));
+    const std::int32_t quick = Scanning(RegisterRecording<1>());
+    for (int i = 0; i < 20; ++i) {
+        Result(1);
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    std::size_t delivered = 0;
+    while (delivered < 20 && std::chrono::steady_clock::now() < deadline) {
+        const std::lock_guard lock(TheCalls().mutex);
+        delivered = TheCalls().calls.size();
+    }
+    EXPECT_EQ(delivered, 20U);
+    EXPECT_EQ(BleScanner::StopBleScan(slow), 0);
+    EXPECT_EQ(BleScanner::BleScanUnRegisterCallbacks(quick), 0);
+    go.set_value();
+}
+
+// The header's word for callbacks that throw: the process ends, and says why.
+using ScanNotificationsDeathTest = ScanNotifications;
+
+TEST_F(ScanNotificationsDeathTest, AResultCallbackThatThrowsEndsTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Scanning(Register(&Lasting<BleScanCallbacksC>({nullptr, [](std::int32_t, BleScanResultC) {
+                                                       throw std::runtime_error(
+                                                           "the listener failed");
+                                                   }})));
+    EXPECT_DEATH(
+        {
+            Result(1);
+            Threads::WaitForAll();
+        },
+        "the listener failed");
+}
+
+// ---- The registry by itself
+
+TEST_F(ScanNotifications, RegistryOperationsAreLogged)
+{
+    const std::int32_t id = FreshId();
+    const std::string number = std::to_string(id);
+    BleScanCallbacksC& table = Lasting<BleScanCallbacksC>();
+    Sender().AddScanCb(&table, id);
+    Sender().AddScanCb(&table, id);
+    Sender().AddScanCb(nullptr, id);
+    EXPECT_THAT(LogLines::All(), Each(::testing::AnyOf(Start("IPCMessageSender::AddScanCb"),
+                                                       End("IPCMessageSender::AddScanCb"))));
+    EXPECT_EQ(LogLines::All().size(), 6U);
+
+    LogLines::Clear();
+    Sender().RemoveScanCb(id);
+    Sender().RemoveScanCb(id);
+    constexpr auto kRemove = "IPCMessageSender::RemoveScanCb";
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kRemove), Line(1, "remove callback", kRemove),
+                                             End(kRemove), Start(kRemove), End(kRemove)));
+
+    LogLines::Clear();
+    constexpr auto kStart = "IPCMessageSender::ScanStart";
+    Sender().ScanStart(id);
+    Sender().ScanStart(id);
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Line(1, "start:" + number, kStart), End(kStart),
+                            Line(1, "start:" + number, kStart),
+                            Line(1, "already start:" + number, kStart), End(kStart)));
+
+    LogLines::Clear();
+    constexpr auto kStop = "IPCMessageSender::ScanStop";
+    Sender().ScanStop(id);
+    Sender().ScanStop(id);
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Line(1, "start:" + number, kStop), Line(1, "stop ok:" + number, kStop),
+                            End(kStop), Line(1, "start:" + number, kStop), End(kStop)));
+}
+
+TEST_F(ScanNotifications, RegistrationsSurviveStopAndStart)
+{
+    const std::int32_t id = Scanning(RegisterRecording<1>());
+    PelaconSvcStop();
+    ASSERT_EQ(PelaconSvcStart(), 0);
+    Result(1);
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
+}
+
+// ---- The ids that the library names after a restart of the service
+
+ByteVector RepairPayload(Channel& channel)
+{
+    channel.ForgetSent();
+    channel.Reply(0xD700A1, Bytes().I32(0));
+    channel.DeliverWithoutPayload(0xD700A0);
+    for (const Sent& sent : channel.Requests()) {
+        if (sent.item.msgId == 0xD700A1) {
+            return sent.payload;
+        }
+    }
+    ADD_FAILURE() << "no repair request";
+    return {};
+}
+
+TEST_F(ScanNotifications, TheRepairNamesTheTenLowestListeners)
+{
+    // The one with a null table, and the one that is gone, are not held; scanning is no matter.
+    std::vector<std::int32_t> ids = {-5, 40, 7, 2000000, 12, 9, 11, 500, 501, 499, 3};
+    for (const std::int32_t id : ids) {
+        RegisterAs(id, &Lasting<BleScanCallbacksC>());
+    }
+    RegisterAs(1, nullptr);
+    RegisterAs(2, &Lasting<BleScanCallbacksC>());
+    BleScanner::BleScanUnRegisterCallbacks(2);
+    Bytes expected;
+    expected.Zeros(40);
+    for (const std::int32_t id : {-5, 3, 7, 9, 11, 12, 40, 499, 500, 501}) {
+        expected.I32(id);
+    }
+    expected.Zeros(40);
+    EXPECT_EQ(RepairPayload(channel), ByteVector(expected));
+}
+
+TEST_F(ScanNotifications, UnusedSlotsOfTheRepairAreZero)
+{
+    RegisterAs(8, &Lasting<BleScanCallbacksC>());
+    RegisterAs(6, &Lasting<BleScanCallbacksC>());
+    EXPECT_EQ(RepairPayload(channel), ByteVector(Bytes().Zeros(40).I32(6).I32(8).Zeros(72)));
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
