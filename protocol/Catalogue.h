@@ -1,9 +1,16 @@
 // Every message of the contract, as data: for the tracer, the monitor, and faults by name.
 #pragma once
 
+#include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
+#include <protocol/BleScanner.h>
+#include <protocol/GattClient.h>
+#include <protocol/GattServer.h>
 #include <protocol/Operation.h>
 #include <protocol/ServiceLink.h>
+#include <protocol/TargetAdv.h>
+#include <protocol/Vod2dConfig.h>
+#include <protocol/Vod2dGroup.h>
 
 #include <algorithm>
 #include <chrono>
@@ -131,13 +138,90 @@ inline constexpr CatalogueEntry kCatalogue[] = {
     Describe(kGetBtRunningState),
     Describe(kIsDeviceConnected),
     Describe(kBtStateChanged),
+    // Scanner
+    Describe(kRegisterScanListener),
+    Describe(kUnregisterScanListener),
+    Describe(kStartBleScan),
+    Describe(kStopBleScan),
+    Describe(kSetScanFilter),
+    Describe(kRemoveScanFilter),
+    Describe(kScanStatus),
+    Describe(kScanResult),
+    // Targeted advertisements
+    Describe(kRegisterTargetAdv),
+    Describe(kUnregisterTargetAdv),
+    Describe(kPushTargetAdv),
+    Describe(kTargetAdvReceived),
+    // Advertiser
+    Describe(kRegisterAdvertiser),
+    Describe(kUnregisterAdvertiser),
+    Describe(kStartAdvertise),
+    Describe(kStopAdvertise),
+    Describe(kAdvertiseDisabled),
+    // GATT client
+    Describe(kGattClientRegister),
+    Describe(kGattClientUnRegister),
+    Describe(kGattClientConnect),
+    Describe(kGattClientDisconnect),
+    Describe(kGattClientSearchServices),
+    Describe(kGattClientGetService),
+    Describe(kGattClientRead),
+    Describe(kGattClientWrite),
+    Describe(kGattClientRegisterNotification),
+    Describe(kGattClientGetMtu),
+    Describe(kGattConnectionState),
+    Describe(kGattConnectionEnd),
+    Describe(kGattNotification),
+    // GATT server
+    Describe(kGattServerRegister),
+    Describe(kGattServerUnRegister),
+    Describe(kGattServerAddService),
+    Describe(kGattServerDeleteService),
+    Describe(kGattServerAddCharacteristic),
+    Describe(kGattServerStartService),
+    Describe(kGattServerStopService),
+    Describe(kGattServerPublishNotify),
+    Describe(kGattPeerConnected),
+    Describe(kGattPeerDisconnected),
+    Describe(kGattNotifySent),
+    Describe(kGattMtuChanged),
+    Describe(kGattPeerReads),
+    Describe(kGattPeerWrites),
+    // Wi-Fi Direct group
+    Describe(kGetChannelListFor5G),
+    Describe(kGetFrequency),
+    Describe(kGetBaseMacAddress),
+    Describe(kGetGroupConfig),
+    Describe(kCreateGroup),
+    Describe(kRemoveGroup),
+    Describe(kIsWifiActive),
+    Describe(kGetGroupInfoConnected),
+    Describe(kRegisterSoftApStateChanged),
+    Describe(kUnRegisterSoftApStateChanged),
+    Describe(kSoftApGroupsChange),
+    Describe(kSoftApConnectionStateChange),
+    // Wi-Fi Direct configuration
+    Describe(kGetSelfWifiCfgInfo),
+    Describe(kSetPeerWifiCfgInfo),
+    Describe(kSharedlinkIncrease),
+    Describe(kSharedlinkDecrease),
+    Describe(kGetIfaceCoexistCap),
+    Describe(kGetRecommendChannel),
+    Describe(kSetConnNotify),
+    Describe(kSetUpperScene),
+    Describe(kRegisterWifiCfg),
+    Describe(kGetGuidByInterfaceName),
+    Describe(kSetWifiCardStateNotify),
+    Describe(kWifiCfgChanged),
+    Describe(kConnNotify),
+    Describe(kWifiCardStateChange),
 };
 
 /// The message with this id that goes to the service. Where one id names two of them, the one whose
-/// record has the payload's length is meant, or the first if none has.
+/// record is as long as the payload is meant, or else the one with the longer record.
 constexpr const CatalogueEntry* FindRequest(std::int32_t id, std::size_t payloadLength)
 {
-    const CatalogueEntry* first = nullptr;
+    const CatalogueEntry* longest = nullptr;
     for (const CatalogueEntry& entry : kCatalogue) {
         if (entry.id != id || !entry.IsSentToService()) {
             continue;
@@ -145,9 +229,9 @@ constexpr const CatalogueEntry* FindRequest(std::int32_t id, std::size_t payload
         if (entry.size == payloadLength) {
             return &entry;
         }
-        first = first != nullptr ? first : &entry;
+        longest = longest == nullptr || entry.size > longest->size ? &entry : longest;
     }
-    return first;
+    return longest;
 }
 
 constexpr const CatalogueEntry* FindNotification(std::int32_t id)

@@ -1,9 +1,19 @@
 #include <service/Commands.h>
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
 namespace pelacon::service {
+
+namespace {
+
+bool IsOfWord(char character)
+{
+    return (character >= 'a' && character <= 'z') || character == '.';
+}
+
+}  // namespace
 
 void Commands::Add(const std::string& name, const std::string& summary, Command command)
 {
@@ -26,7 +36,9 @@ std::string Commands::Run(std::string_view text) const
 Commands::Action Commands::Read(std::string_view text) const
 {
     Action action;
-    const json::Document document = json::Parse(text, "command");
+    const bool isWord = std::all_of(text.begin(), text.end(), IsOfWord);
+    const json::Document document = json::Parse(
+        isWord ? R"({"command":")" + std::string(text) + "\"}" : std::string(text), "command");
     json::Reader(document).Object([&](json::Fields& fields) {
         const json::Reader field = fields.Required("command");
         const std::string name = field.Text(1, 64);

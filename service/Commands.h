@@ -13,7 +13,8 @@
 namespace pelacon::service {
 
 /// Commands by name. A command is a JSON object such as {"command": "disconnect", "client": 3}; its
-/// answer is one too, with "ok" in it, and with "error" where that is false.
+/// answer is one too, with "ok" in it, and with "error" where that is false. A word alone is a
+/// command without fields.
 class Commands {
   public:
     /// Does it, and returns the fields of the answer. Runs under the world's lock.

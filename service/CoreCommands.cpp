@@ -105,6 +105,8 @@ nlohmann::json Send(const Sessions& sessions, const Push& push)
 
 void Core::AddCommands(State& state)
 {
+    state.commands.Add("ping", "nothing but an answer",
+                       [](json::Fields&) { return [] { return nlohmann::json::object(); }; });
     state.commands.Add("status", "what the service does: clients, counters, faults, radios",
                        [this](json::Fields&) { return [this] { return Status(); }; });
     state.commands.Add(

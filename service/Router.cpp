@@ -15,7 +15,10 @@ void Router::Add(std::int32_t id, Route route)
     if (taken) {
         throw std::logic_error(std::string("served twice: ") + route.name);
     }
-    routes.push_back(std::move(route));
+    const auto place = std::find_if(routes.begin(), routes.end(), [&](const Route& other) {
+        return other.requestSize < route.requestSize;
+    });
+    routes.insert(place, std::move(route));
 }
 
 const Router::Route* Router::Find(std::int32_t id, std::size_t payloadLength) const

@@ -102,13 +102,14 @@ class Router {
                            }});
     }
 
-    /// The route for such a request; null when nobody serves it.
+    /// The route for such a request; null when nobody serves it. Of two with one id, the one whose
+    /// record is as long as the payload, or else the one with the longer record.
     const Route* Find(std::int32_t id, std::size_t payloadLength) const;
 
   private:
     void Add(std::int32_t id, Route route);
 
-    std::unordered_map<std::int32_t, std::vector<Route>> routes_;
+    std::unordered_map<std::int32_t, std::vector<Route>> routes_;  // the longest record first
 };
 
 }  // namespace pelacon::service

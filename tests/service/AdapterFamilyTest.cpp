@@ -1,0 +1,175 @@
+#include <protocol/BleManager.h>
+#include <protocol/ServiceStatus.h>
+#include <tests/service/ServiceFixture.h>
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace pelacon::service::tests {
+namespace {
+
+using protocol::kStatusDone;
+using protocol::kStatusInvalidArgument;
+
+enum State : std::int32_t { kOff = 0, kTurningOn = 1, kOn = 2, kTurningOff = 3 };
+
+constexpr char kWorld[] = R"({"adapter": {
+    "address": "12:34:56:78:9A:BC", "name": "Desk", "turnOnMs": 1, "turnOffMs": 1,
+    "connected": [{"address": "AA:00:00:00:00:01", "type": "classic"},
+                  {"address": "AA:00:00:00:00:02"}]}})";
+
+class AdapterFamilyTest : public ServiceTest {
+  protected:
+    AdapterFamilyTest() { StartService(kWorld); }
+
+    static std::int32_t StateOf(TestClient& client)
+    {
+        return client.Call(protocol::kGetBtRunningState)->value;
+    }
+    static std::int32_t NextState(TestClient& client)
+    {
+        return client.Next(protocol::kBtStateChanged).value;
+    }
+};
+
+TEST_F(AdapterFamilyTest, TellsAddressAndName)
+{
+    TestClient client(PipeName());
+    const auto info = client.Call(protocol::kGetBtMacAndName);
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->mac, 0x123456789ABCU);
+    EXPECT_EQ(TextIn(info->name), "Desk");
+    EXPECT_EQ(info->status, kStatusDone);
+    const auto name = client.Call(protocol::kGetBtName);
+    ASSERT_TRUE(name);
+    EXPECT_EQ(TextIn(name->name), "Desk");
+    EXPECT_EQ(name->status, kStatusDone);
+}
+
+TEST_F(AdapterFamilyTest, SwitchesOffAndOnByWayOfTheStatesBetween)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kRegisterBtStateChange)->status, kStatusDone);
+    EXPECT_EQ(client.Call(protocol::kIsBtEnabled)->value, 1);
+
+    EXPECT_EQ(client.Call(protocol::kBtDisable)->status, kStatusDone);
+    EXPECT_EQ(NextState(client), kTurningOff);
+    EXPECT_EQ(NextState(client), kOff);
+    EXPECT_EQ(StateOf(client), kOff);
+    EXPECT_EQ(client.Call(protocol::kIsBtEnabled)->value, 0);
+
+    EXPECT_EQ(client.Call(protocol::kBtEnable)->status, kStatusDone);
+    EXPECT_EQ(NextState(client), kTurningOn);
+    EXPECT_EQ(NextState(client), kOn);
+    EXPECT_EQ(StateOf(client), kOn);
+}
+
+TEST_F(AdapterFamilyTest, SwitchingOnWhatIsOnChangesNothing)
+{
+    TestClient client(PipeName());
+    client.Call(protocol::kRegisterBtStateChange);
+    EXPECT_EQ(client.Call(protocol::kBtEnable)->status, kStatusDone);
+    EXPECT_EQ(StateOf(client), kOn);
+    client.Call(protocol::kBtDisable);
+    EXPECT_EQ(NextState(client), kTurningOff) << "nothing was told before";
+}
+
+TEST_F(AdapterFamilyTest, ThoseWhoRegisteredHearOfWhatOthersDo)
+{
+    TestClient listener(PipeName());
+    TestClient deaf(PipeName());
+    TestClient actor(PipeName());
+    listener.Call(protocol::kRegisterBtStateChange);
+    actor.Call(protocol::kRegisterBtStateChange);
+    deaf.Call(protocol::kIsBtEnabled);
+    actor.Call(protocol::kBtDisable);
+    EXPECT_EQ(NextState(listener), kTurningOff);
+    EXPECT_EQ(NextState(listener), kOff);
+    EXPECT_EQ(NextState(actor), kTurningOff);
+    EXPECT_EQ(NextState(actor), kOff);
+    EXPECT_EQ(deaf.Waiting(protocol::kBtStateChanged.id), 0U);
+}
+
+TEST_F(AdapterFamilyTest, ANameIsKeptAndSeenByAll)
+{
+    TestClient one(PipeName());
+    TestClient other(PipeName());
+    EXPECT_EQ(one.Call(protocol::kSetBtName, "Sofa")->status, kStatusDone);
+    EXPECT_EQ(TextIn(other.Call(protocol::kGetBtName)->name), "Sofa");
+    EXPECT_EQ(TextIn(other.Call(protocol::kGetBtMacAndName)->name), "Sofa");
+}
+
+TEST_F(AdapterFamilyTest, ANameMayFillItsFieldButNotMore)
+{
+    TestClient client(PipeName());
+    const std::string longest(64, 'x');
+    EXPECT_EQ(client.Call(protocol::kSetBtName, longest)->status, kStatusDone);
+    EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), longest);
+    EXPECT_EQ(client.Call(protocol::kSetBtName, longest + "y")->status, kStatusInvalidArgument);
+    EXPECT_EQ(client.Call(protocol::kSetBtName, "")->status, kStatusInvalidArgument);
+    EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), longest);
+}
+
+TEST_F(AdapterFamilyTest, ANameNeedsNoNul)
+{
+    TestClient client(PipeName());
+    const Bytes text{'C', 'a', 'r'};
+    EXPECT_EQ(client.CallRaw(protocol::kSetBtName.id, text), (Bytes{0, 0, 0, 0}));
+    EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), "Car");
+}
+
+TEST_F(AdapterFamilyTest, KnowsWhichDevicesAreConnected)
+{
+    TestClient client(PipeName());
+    const auto connected = [&](std::int32_t type, std::uint64_t address) {
+        return client.Call(protocol::kIsDeviceConnected, {type, {}, address})->value;
+    };
+    EXPECT_EQ(connected(0, 0xAA0000000001), 1);
+    EXPECT_EQ(connected(1, 0xAA0000000001), 0);
+    EXPECT_EQ(connected(1, 0xAA0000000002), 1);
+    EXPECT_EQ(connected(0, 0xAA0000000002), 0);
+    EXPECT_EQ(connected(7, 0xAA0000000001), 0);
+    EXPECT_EQ(connected(1, 0), 0);
+    client.Call(protocol::kBtDisable);
+    EXPECT_EQ(connected(0, 0xAA0000000001), 0) << "nothing is connected while it is off";
+}
+
+TEST_F(AdapterFamilyTest, ItsStateOutlivesItsClients)
+{
+    {
+        TestClient client(PipeName());
+        client.Call(protocol::kSetBtName, "Kept");
+        client.Call(protocol::kBtDisable);
+    }
+    TestClient client(PipeName());
+    EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), "Kept");
+    EXPECT_TRUE(Eventually([&] { return StateOf(client) == kOff; }));
+}
+
+TEST_F(AdapterFamilyTest, AClientThatLeftIsForgotten)
+{
+    const auto listeners = [&] { return Command({{"command", "status"}})["adapter"]["listeners"]; };
+    {
+        TestClient client(PipeName());
+        client.Call(protocol::kRegisterBtStateChange);
+        EXPECT_EQ(listeners(), 1);
+    }
+    EXPECT_TRUE(Eventually([&] { return listeners() == 0; }));
+}
+
+TEST_F(AdapterFamilyTest, ChangingItsMindOnTheWayEndsInTheLastWish)
+{
+    EndService();
+    StartService(R"({"adapter": {"turnOnMs": 1, "turnOffMs": 60000}})");
+    TestClient client(PipeName());
+    client.Call(protocol::kRegisterBtStateChange);
+    client.Call(protocol::kBtDisable);
+    client.Call(protocol::kBtEnable);
+    EXPECT_EQ(NextState(client), kTurningOff);
+    EXPECT_EQ(NextState(client), kTurningOn);
+    EXPECT_EQ(NextState(client), kOn);
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests

@@ -1,0 +1,71 @@
+#include <IPCMessage/IPCControl.h>
+#include <os/Processes.h>
+#include <service/Log.h>
+#include <tests/service/RuntimeFolder.h>
+#include <tests/service/ServiceFixture.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+
+namespace pelacon::service::tests {
+
+namespace {
+
+std::wstring UniquePipeName()
+{
+    static std::atomic<int> last{0};
+    return L"\\\\.\\Pipe\\PelaconTest" + std::to_wstring(os::CurrentProcessId()) + L"-" +
+           std::to_wstring(++last);
+}
+
+}  // namespace
+
+ServiceTest::ServiceTest() : pipeName_(UniquePipeName())
+{
+    UseOwnRuntimeFolder();
+    log::wantedLevel = LogLevel::kError;
+}
+
+void ServiceTest::StartService(const std::string& world, std::uint64_t seed)
+{
+    Settings settings;
+    settings.world = ReadWorldFile(world, "world.json");
+    settings.worldName = "world.json";
+    settings.seed = seed;
+    service_.emplace(pipeName_, std::move(settings));
+}
+
+nlohmann::json ServiceTest::Command(const nlohmann::json& command)
+{
+    nlohmann::json answer = CommandText(command.dump());
+    EXPECT_EQ(answer.value("ok", false), true) << command << " -> " << answer;
+    return answer;
+}
+
+nlohmann::json ServiceTest::CommandText(const std::string& command)
+{
+    IPCControlError error{};
+    const auto answer = IPCSendControl(pipeName_, command, kPatience, error);
+    if (!answer) {
+        throw std::runtime_error("no answer to a command: " + error.message);
+    }
+    return nlohmann::json::parse(*answer);
+}
+
+bool ServiceTest::Eventually(const std::function<bool()>& condition)
+{
+    std::mutex mutex;
+    std::condition_variable never;
+    std::unique_lock lock(mutex);
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        never.wait_for(lock, std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+}  // namespace pelacon::service::tests

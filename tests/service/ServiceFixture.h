@@ -1,0 +1,42 @@
+// A service in the test's own process, on a pipe of its own.
+#pragma once
+
+#include <service/PipeService.h>
+#include <tests/service/TestClient.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace pelacon::service::tests {
+
+/// Base of tests that speak with a whole service over a real pipe.
+class ServiceTest : public testing::Test {
+  protected:
+    ServiceTest();
+
+    /// Starts a service with this world. One that ran before has to be ended first.
+    void StartService(const std::string& world = "{}", std::uint64_t seed = 1);
+    void EndService() { service_.reset(); }
+
+    const std::wstring& PipeName() const noexcept { return pipeName_; }
+
+    /// Sends an operator's command, and expects that it is done. Returns its answer.
+    nlohmann::json Command(const nlohmann::json& command);
+
+    /// Sends an operator's command as it is. Returns its answer, whatever it is.
+    nlohmann::json CommandText(const std::string& command);
+
+    /// Waits until the condition holds, which is asked every few milliseconds; false when it never
+    /// does. For what no notification tells of.
+    static bool Eventually(const std::function<bool()>& condition);
+
+  private:
+    std::wstring pipeName_;
+    std::optional<PipeService> service_;
+};
+
+}  // namespace pelacon::service::tests

@@ -1,0 +1,94 @@
+// A client program, within the test.
+#pragma once
+
+#include <IPCMessage/IPCMessageClient.h>
+#include <protocol/Operation.h>
+#include <service/Router.h>
+#include <service/Wire.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace pelacon::service::tests {
+
+/// No wait of a test is longer; one that gets there has failed.
+inline constexpr std::chrono::seconds kPatience{10};
+
+/// Speaks the protocol over a real pipe, and keeps every notification of the catalogue until the
+/// test asks for it.
+class TestClient {
+  public:
+    explicit TestClient(const std::wstring& pipeName);
+
+    /// Sends a request and decodes the reply; nothing when it is not answered, or without payload.
+    /// A request that is text is a std::string_view, one that is bytes a ByteView.
+    template <typename Request, typename Reply>
+    auto Call(const protocol::Operation<Request, Reply>& operation,
+              const typename detail::ReplyOf<Request>::Type& request,
+              std::chrono::milliseconds timeout = kPatience)
+        -> std::optional<typename detail::ReplyOf<Reply>::Type>
+    {
+        return CallWith(operation, detail::Encode(request), timeout);
+    }
+    template <typename Reply>
+    auto Call(const protocol::Operation<protocol::Nothing, Reply>& operation,
+              std::chrono::milliseconds timeout = kPatience)
+        -> std::optional<typename detail::ReplyOf<Reply>::Type>
+    {
+        return CallWith(operation, {}, timeout);
+    }
+
+    /// Sends any payload; nothing when it is not answered, or without payload.
+    std::optional<Bytes> CallRaw(std::int32_t id, ByteView payload,
+                                 std::chrono::milliseconds timeout = kPatience);
+
+    template <typename Request>
+    bool Post(const protocol::Operation<Request, protocol::Nothing>& operation,
+              const Request& request)
+    {
+        return PostRaw(operation.id, AsBytes(request));
+    }
+    bool PostRaw(std::int32_t id, ByteView payload);
+
+    /// The next notification of this kind, which is waited for. Throws when none comes.
+    template <typename Record>
+    Record Next(const protocol::Notification<Record>& notification)
+    {
+        return ReadPadded<Record>(NextRaw(notification.id));
+    }
+    void Next(const protocol::Notification<protocol::Nothing>& notification)
+    {
+        NextRaw(notification.id);
+    }
+    Bytes NextRaw(std::int32_t id);
+
+    /// How many of this kind have come and were not asked for yet.
+    std::size_t Waiting(std::int32_t id) const;
+
+  private:
+    template <typename Request, typename Reply>
+    auto CallWith(const protocol::Operation<Request, Reply>& operation, ByteView payload,
+                  std::chrono::milliseconds timeout)
+        -> std::optional<typename detail::ReplyOf<Reply>::Type>
+    {
+        const std::optional<Bytes> reply = CallRaw(operation.id, payload, timeout);
+        if (!reply) {
+            return std::nullopt;
+        }
+        using Result = typename detail::ReplyOf<Reply>::Type;
+        return Result(detail::Decode<Reply>(*reply));
+    }
+
+    mutable std::mutex mutex_;
+    std::condition_variable arrived_;
+    std::map<std::int32_t, std::deque<Bytes>> notifications_;
+    IPCMessageClient client_;  // last: its thread uses the rest
+};
+
+}  // namespace pelacon::service::tests
