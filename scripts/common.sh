@@ -49,6 +49,8 @@ configure() {
 build() {
     local preset="$1"
     shift
-    cmake --build "build/$preset" ${1:+--target "$@"} ||
+    local quiet=()
+    [ -t 1 ] || quiet=(-- --quiet)
+    cmake --build "build/$preset" ${1:+--target "$@"} "${quiet[@]}" ||
         fail "The build failed; the lines above say why."
 }
