@@ -1,0 +1,609 @@
+#include <PelaconSDK/Vod2dApi.h>
+#include <tests/support/SdkTest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace pelacon::test {
+
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr std::int32_t kGroupFrequency = 0xD7002A;
+constexpr std::int32_t kGetSelf = 0xD70034;
+constexpr std::int32_t kSetPeer = 0xD70035;
+constexpr std::int32_t kIncrease = 0xD70036;
+constexpr std::int32_t kDecrease = 0xD70037;
+constexpr std::int32_t kCoexist = 0xD7007D;
+constexpr std::int32_t kRecommend = 0xD7007E;
+constexpr std::int32_t kConnNotify = 0xD7007F;
+constexpr std::int32_t kScene = 0xD70080;
+constexpr std::int32_t kRegisterCfg = 0xD70081;
+constexpr std::int32_t kGuid = 0xD70082;
+constexpr std::int32_t kCardState = 0xD70083;
+
+// What members are called with where it does not matter.
+std::uint8_t blob[512];
+char text[256];
+std::int32_t number = 0;
+RecommendChannelResponse response;
+WifiCardStateInfo card;
+Vod2dWifiCfgCallback cfgTable;
+WifiCardStateCallback cardTable;
+Vod2dConnNotifyRequest connRequest;
+char ifName[] = "wlan0";
+
+Vod2dUpperScene Scene()
+{
+    Vod2dUpperScene scene{};
+    const ByteVector data = Counting(16);
+    std::copy(data.begin(), data.end(), scene.data);
+    scene.scene = -9;
+    return scene;
+}
+
+ByteVector SceneRequest(const std::string& name, std::int32_t length)
+{
+    return Bytes().Text(name, 32).I32(length).Raw(Counting(16)).I32(-9);
+}
+
+ByteVector SelfReply(const ByteVector& data, std::int32_t length, std::int32_t status)
+{
+    return Bytes().Raw(data, 512).I32(length).I32(status);
+}
+
+ByteVector CoexistReply(const std::string& data, std::int32_t length, std::int32_t status)
+{
+    return Bytes().Text(data, 256).I32(length).I32(status);
+}
+
+ByteVector CardReply(const ByteVector& entries, std::int32_t count, std::int32_t status)
+{
+    return Bytes().Raw(entries, 40).I32(count).I32(status);
+}
+
+// ---- What all members share, by rows.
+
+struct Member {
+    const char* name;
+    std::function<int()> call;
+    std::int32_t requestId;
+    ByteVector request;
+    ByteVector reply;  ///< one whose result is 42
+};
+
+void PrintTo(const Member& member, std::ostream* out)
+{
+    *out << member.name;
+}
+
+std::string Function(const Member& member)
+{
+    return std::string("Vod2dApi::") + member.name;
+}
+
+std::vector<Member> Members()
+{
+    const ByteVector answer = Bytes().I32(42);
+    return {
+        {"Vod2dOrvidSharedlinkIncrease",
+         [] { return Vod2dApi::Vod2dOrvidSharedlinkIncrease(); },
+         kIncrease,
+         {},
+         answer},
+        {"Vod2dOrvidSharedlinkDecrease",
+         [] { return Vod2dApi::Vod2dOrvidSharedlinkDecrease(); },
+         kDecrease,
+         {},
+         answer},
+        {"Vod2dGetSelfWifiCfgInfo",
+         [] {
+             return Vod2dApi::Vod2dGetSelfWifiCfgInfo(static_cast<SelfCfgType>(7), blob, &number);
+         },
+         kGetSelf, Bytes().I32(7), SelfReply({}, 0, 42)},
+        {"Vod2dSetPeerWifiCfgInfo",
+         [] {
+             std::uint8_t data[3] = {1, 2, 3};
+             return Vod2dApi::Vod2dSetPeerWifiCfgInfo(static_cast<PeerCfgType>(-7), data, 3);
+         },
+         kSetPeer, Bytes().I32(-7).Raw(Counting(3), 512).I32(3), answer},
+        {"Vod2dGetIfaceCoexistCap",
+         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(text, &number); },
+         kCoexist,
+         {},
+         CoexistReply("", 0, 42)},
+        {"Vod2dRegisterWifiCfgCallback",
+         [] { return Vod2dApi::Vod2dRegisterWifiCfgCallback(&cfgTable); },
+         kRegisterCfg,
+         {},
+         answer},
+        {"Vod2dGetRecommendChannel",
+         [] {
+             const RecommendChannelRequest request{1, 2, 3, {4, 5, 6}};
+             return Vod2dApi::Vod2dGetRecommendChannel(&request, 1, &response);
+         },
+         kRecommend, Bytes().I32(1).I32(2).I32(3).I32(4).I32(5).I32(6).PadTo(68),
+         Bytes().Zeros(24).I32(42)},
+        {"Vod2dSetWifiCardStateNotify",
+         [] {
+             card = {3, -4};
+             return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, &number, &cardTable);
+         },
+         kCardState, Bytes().I32(3).I32(-4), CardReply({}, 0, 42)},
+        {"Vod2dSetConnNotify",
+         [] {
+             const ByteVector bytes = Counting(32);
+             std::memcpy(&connRequest, bytes.data(), sizeof connRequest);
+             return Vod2dApi::Vod2dSetConnNotify(&connRequest, &cfgTable);
+         },
+         kConnNotify, Counting(32), answer},
+        {"Vod2dSetUpperScene", [] { return Vod2dApi::Vod2dSetUpperScene(ifName, 5, Scene()); },
+         kScene, SceneRequest("wlan0", 5), answer},
+        {"GetGuidByInterfaceName",
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 39, text); }, kGuid,
+         Bytes().Text("wlan0").U8(0), Bytes().Zeros(44).I32(42)},
+    };
+}
+
+class Vod2dConfigMembers : public SdkTest, public ::testing::WithParamInterface<Member> {};
+
+TEST_P(Vod2dConfigMembers, Answered)
+{
+    const Member& member = GetParam();
+    channel.Reply(member.requestId, member.reply);
+    EXPECT_EQ(member.call(), 42);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(member.requestId, member.request, 5000));
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(Function(member)), End(Function(member))));
+    EXPECT_THAT(Events::All(), IsEmpty());
+    EXPECT_EQ(Threads::Started(), 0);
+}
+
+TEST_P(Vod2dConfigMembers, AnsweredWithNothing)
+{
+    const Member& member = GetParam();
+    EXPECT_EQ(member.call(), -12);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(member.requestId, member.request, 5000));
+    ASSERT_GE(LogLines::All().size(), 2U);
+    EXPECT_EQ(LogLines::All().front(), Start(Function(member)));
+    EXPECT_EQ(LogLines::All().back(), NoReply(Function(member)));
+}
+
+TEST_P(Vod2dConfigMembers, DoOneThingAtATime)
+{
+    // While the member waits for its answer, another one does not even send.
+    const Member& member = GetParam();
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool otherSent = false;
+    channel.OnRequest(kGroupFrequency, [&](const Sent& /*sent*/) {
+        const std::lock_guard lock(mutex);
+        otherSent = true;
+        changed.notify_all();
+    });
+    std::thread other;
+    bool sentMeanwhile = true;
+    channel.OnRequest(member.requestId, [&](const Sent& /*sent*/) {
+        other = std::thread([] { Vod2dApi::Vod2dGetFrequency(); });
+        std::unique_lock lock(mutex);
+        sentMeanwhile =
+            changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return otherSent; });
+    });
+    channel.Reply(member.requestId, member.reply);
+    EXPECT_EQ(member.call(), 42);
+    other.join();
+    EXPECT_FALSE(sentMeanwhile);
+    EXPECT_TRUE(otherSent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Started, Vod2dConfigMembers, ::testing::ValuesIn(Members()),
+                         [](const auto& row) { return row.param.name; });
+
+class Vod2dConfigMembersStopped : public StoppedSdkTest,
+                                  public ::testing::WithParamInterface<Member> {};
+
+TEST_P(Vod2dConfigMembersStopped, Refused)
+{
+    const Member& member = GetParam();
+    EXPECT_EQ(member.call(), -1);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(Function(member)), NotStarted()));
+    EXPECT_THAT(Events::All(), IsEmpty());
+    EXPECT_EQ(Threads::Started(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Stopped, Vod2dConfigMembersStopped, ::testing::ValuesIn(Members()),
+                         [](const auto& row) { return row.param.name; });
+
+// ---- Arguments that are refused
+
+struct Refusal {
+    const char* member;
+    std::function<int()> call;
+    int result;
+    int level;
+    const char* text;
+};
+
+TEST_F(SdkTest, Vod2dConfigRefusesArguments)
+{
+    const SelfCfgType self = kSelfCfgGroupOwner;
+    const PeerCfgType peer = kPeerCfgStation;
+    const RecommendChannelRequest requests[11] = {};
+    std::uint8_t large[513] = {};
+    const Refusal refusals[] = {
+        {"Vod2dGetSelfWifiCfgInfo",
+         [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, nullptr, &number); }, -1, 3,
+         "cfgData is nullptr, return"},
+        {"Vod2dGetSelfWifiCfgInfo",
+         [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, blob, nullptr); }, -1, 3,
+         "len is nullptr, return"},
+        {"Vod2dSetPeerWifiCfgInfo",
+         [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, nullptr, 3); }, -1, 3,
+         "cfgData is nullptr, return"},
+        {"Vod2dSetPeerWifiCfgInfo",
+         [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, blob, -1); }, -1, 4,
+         "cfgData len is invalid"},
+        {"Vod2dSetPeerWifiCfgInfo",
+         [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, large, 513); }, -16, 4,
+         "memcpy failed!"},
+        {"Vod2dGetIfaceCoexistCap",
+         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(nullptr, &number); }, -1, 3,
+         "ifaceCoexCap is nullptr, return"},
+        {"Vod2dGetIfaceCoexistCap", [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(text, nullptr); },
+         -1, 3, "validLen is nullptr, return"},
+        {"Vod2dRegisterWifiCfgCallback",
+         [] { return Vod2dApi::Vod2dRegisterWifiCfgCallback(nullptr); }, -1, 3,
+         "callback is nullptr, return"},
+        {"Vod2dGetRecommendChannel",
+         [] { return Vod2dApi::Vod2dGetRecommendChannel(nullptr, 1, &response); }, -1, 3,
+         "request is nullptr, return"},
+        {"Vod2dGetRecommendChannel",
+         [&] { return Vod2dApi::Vod2dGetRecommendChannel(requests, 1, nullptr); }, -1, 3,
+         "resp is nullptr, return"},
+        {"Vod2dGetRecommendChannel",
+         [&] { return Vod2dApi::Vod2dGetRecommendChannel(requests, -1, &response); }, -1, 4,
+         "count is invalid"},
+        {"Vod2dGetRecommendChannel",
+         [&] { return Vod2dApi::Vod2dGetRecommendChannel(requests, 11, &response); }, -16, 4,
+         "memcpy failed!"},
+        {"Vod2dSetWifiCardStateNotify",
+         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, nullptr, &cardTable); }, -1, 3,
+         "curState is nullptr, return"},
+        {"Vod2dSetWifiCardStateNotify",
+         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, &number, nullptr); }, -1, 3,
+         "callback is nullptr, return"},
+        {"Vod2dSetWifiCardStateNotify",
+         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(nullptr, &number, &cardTable); }, -1, 3,
+         "info is nullptr, return"},
+        {"Vod2dSetConnNotify", [] { return Vod2dApi::Vod2dSetConnNotify(nullptr, &cfgTable); }, -1,
+         3, "request is nullptr, return"},
+        {"Vod2dSetConnNotify", [] { return Vod2dApi::Vod2dSetConnNotify(&connRequest, nullptr); },
+         -1, 3, "callback is nullptr, return"},
+        {"Vod2dSetUpperScene", [] { return Vod2dApi::Vod2dSetUpperScene(nullptr, 5, Scene()); }, -1,
+         3, "ifName is nullptr, return"},
+        {"Vod2dSetUpperScene", [] { return Vod2dApi::Vod2dSetUpperScene(ifName, -1, Scene()); }, -1,
+         4, "ifName len is invalid"},
+        {"GetGuidByInterfaceName",
+         [] { return Vod2dApi::GetGuidByInterfaceName(nullptr, 5, 39, text); }, -1, 3,
+         "ifName is nullptr, return"},
+        {"GetGuidByInterfaceName",
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 39, nullptr); }, -1, 3,
+         "guid is nullptr, return"},
+        {"GetGuidByInterfaceName",
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", -1, 39, text); }, -1, 4,
+         "len is invalid"},
+        {"GetGuidByInterfaceName",
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, -1, text); }, -1, 4,
+         "len is invalid"},
+    };
+    for (const Refusal& refusal : refusals) {
+        ForgetWhatHappened();
+        EXPECT_EQ(refusal.call(), refusal.result) << refusal.member << ": " << refusal.text;
+        EXPECT_THAT(channel.Requests(), IsEmpty()) << refusal.member << ": " << refusal.text;
+        const std::string function = std::string("Vod2dApi::") + refusal.member;
+        EXPECT_THAT(LogLines::All(),
+                    ElementsAre(Start(function), Line(refusal.level, refusal.text, function)));
+    }
+}
+
+// ---- The shared link
+
+TEST_F(SdkTest, SharedlinkDecreaseWithoutAReplyListsProcesses)
+{
+    Threads::Use(ThreadMode::kKept);
+    EXPECT_EQ(Vod2dApi::Vod2dOrvidSharedlinkDecrease(), -12);
+    const std::string function = "(Vod2dApi::Vod2dOrvidSharedlinkDecrease)";
+    EXPECT_THAT(Journal::Entries(),
+                ElementsAre("log 1 start" + function, "request 0xD70037",
+                            "log 1 Vod2dOrvidSharedlinkDecrease timeout" + function, "thread",
+                            "log 3 recvMsg.message is nullptr, return" + function));
+    EXPECT_THAT(Events::All(), IsEmpty());
+}
+
+TEST_F(SdkTest, SharedlinkIncreaseWithoutAReplyDoesNot)
+{
+    EXPECT_EQ(Vod2dApi::Vod2dOrvidSharedlinkIncrease(), -12);
+    EXPECT_EQ(Threads::Started(), 0);
+    EXPECT_EQ(LogLines::All().size(), 2U);
+}
+
+// ---- Configurations
+
+TEST_F(SdkTest, SelfConfigurationIsCopiedAsFarAsItGoes)
+{
+    channel.Reply(kGetSelf, SelfReply(Counting(512), 5, 3));
+    std::vector<std::uint8_t> data(512, 0x5A);
+    std::int32_t length = 77;
+    EXPECT_EQ(Vod2dApi::Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, data.data(), &length), 3)
+        << "whatever the status";
+    EXPECT_EQ(length, 5);
+    EXPECT_EQ(ByteVector(data.begin(), data.begin() + 5), Counting(5));
+    EXPECT_THAT(ByteVector(data.begin() + 5, data.end()), Each(0x5A));
+}
+
+TEST_F(SdkTest, SelfConfigurationMayFillItsField)
+{
+    channel.Reply(kGetSelf, SelfReply(Counting(512), 512, 0));
+    std::vector<std::uint8_t> data(512);
+    std::int32_t length = 0;
+    EXPECT_EQ(Vod2dApi::Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, data.data(), &length), 0);
+    EXPECT_EQ(length, 512);
+    EXPECT_EQ(data, Counting(512));
+}
+
+TEST_F(SdkTest, SelfConfigurationOfAnImpossibleLengthIsNotCopied)
+{
+    constexpr auto kFunction = "Vod2dApi::Vod2dGetSelfWifiCfgInfo";
+    for (const std::int32_t impossible : {513, 2147483647, -1, -2147483647 - 1}) {
+        ForgetWhatHappened();
+        channel.Reply(kGetSelf, SelfReply(Counting(512), impossible, 0));
+        std::vector<std::uint8_t> data(512);
+        std::int32_t length = 77;
+        EXPECT_EQ(Vod2dApi::Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, data.data(), &length), -16);
+        EXPECT_EQ(length, 77);
+        EXPECT_THAT(data, Each(0));
+        EXPECT_THAT(
+            LogLines::All(),
+            ElementsAre(Start(kFunction), Line(4, "memcpy failed!", kFunction), End(kFunction)));
+    }
+}
+
+TEST_F(SdkTest, PeerConfigurationOfTheWholeFieldIsSent)
+{
+    channel.Reply(kSetPeer, Bytes().I32(0));
+    std::vector<std::uint8_t> data = Counting(512);
+    EXPECT_EQ(Vod2dApi::Vod2dSetPeerWifiCfgInfo(kPeerCfgStation, data.data(), 512), 0);
+    EXPECT_THAT(channel.OnlyRequest(),
+                RequestIs(kSetPeer, Bytes().I32(1).Raw(Counting(512)).I32(512), 5000));
+    EXPECT_EQ(channel.OnlyRequest().item.length, 520U);
+}
+
+TEST_F(SdkTest, PeerConfigurationMayBeEmpty)
+{
+    channel.Reply(kSetPeer, Bytes().I32(0));
+    std::uint8_t data = 9;
+    EXPECT_EQ(Vod2dApi::Vod2dSetPeerWifiCfgInfo(kPeerCfgGroupOwner, &data, 0), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kSetPeer, Bytes().Zeros(520), 5000));
+}
+
+// ---- Coexistence
+
+TEST_F(SdkTest, CoexistenceIsCopiedAsFarAsItGoes)
+{
+    channel.Reply(kCoexist, CoexistReply("sta+p2p and more", 7, 3));
+    char capability[256];
+    std::memset(capability, 0x5A, sizeof capability);
+    std::int32_t length = 77;
+    EXPECT_EQ(Vod2dApi::Vod2dGetIfaceCoexistCap(capability, &length), 3);
+    EXPECT_EQ(length, 7);
+    EXPECT_EQ(std::string(capability, 8), "sta+p2p\x5A");
+}
+
+TEST_F(SdkTest, CoexistenceMayFillItsFieldButNotMore)
+{
+    constexpr auto kFunction = "Vod2dApi::Vod2dGetIfaceCoexistCap";
+    const std::string whole(256, 'c');
+    char capability[256];
+    std::int32_t length = 0;
+    channel.Reply(kCoexist, CoexistReply(whole, 256, 0));
+    EXPECT_EQ(Vod2dApi::Vod2dGetIfaceCoexistCap(capability, &length), 0);
+    EXPECT_EQ(std::string(capability, 256), whole);
+    EXPECT_EQ(length, 256);
+    for (const std::int32_t impossible : {257, -1}) {
+        ForgetWhatHappened();
+        channel.Reply(kCoexist, CoexistReply(whole, impossible, 0));
+        EXPECT_EQ(Vod2dApi::Vod2dGetIfaceCoexistCap(capability, &length), -16);
+        EXPECT_EQ(length, 256) << "as before";
+        EXPECT_EQ(LogLines::All()[1], Line(4, "memcpy failed!", kFunction));
+    }
+}
+
+// ---- The recommended channel
+
+TEST_F(SdkTest, TenRequestsForARecommendedChannelAreSent)
+{
+    RecommendChannelRequest requests[10];
+    const ByteVector bytes = Counting(680);
+    static_assert(sizeof requests == 680);
+    std::memcpy(requests, bytes.data(), sizeof requests);
+    channel.Reply(kRecommend, Bytes().Zeros(28));
+    EXPECT_EQ(Vod2dApi::Vod2dGetRecommendChannel(requests, 10, &response), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRecommend, bytes, 5000));
+}
+
+TEST_F(SdkTest, NoRequestForARecommendedChannelIsSentAsNone)
+{
+    const RecommendChannelRequest unread{};
+    channel.Reply(kRecommend, Bytes().Zeros(28));
+    EXPECT_EQ(Vod2dApi::Vod2dGetRecommendChannel(&unread, 0, &response), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRecommend, {}, 5000));
+}
+
+TEST_F(SdkTest, TheRecommendedChannelIsFilledWhateverTheStatus)
+{
+    channel.Reply(kRecommend, Bytes().I32(149).I32(5745).I32(2).I32(80).I32(17).I32(4).I32(9));
+    const RecommendChannelRequest request{};
+    RecommendChannelResponse filled{};
+    EXPECT_EQ(Vod2dApi::Vod2dGetRecommendChannel(&request, 1, &filled), 9);
+    EXPECT_EQ(filled.channel, 149);
+    EXPECT_EQ(filled.frequency, 5745);
+    EXPECT_EQ(filled.band, 2);
+    EXPECT_EQ(filled.bandwidth, 80);
+    EXPECT_EQ(filled.load, 17);
+    EXPECT_EQ(filled.satisfied, 4);
+}
+
+TEST_F(SdkTest, ARecommendationWithoutAReplyReportsAnEvent)
+{
+    const RecommendChannelRequest request{};
+    RecommendChannelResponse left{7, 7, 7, 7, 7, 7};
+    EXPECT_EQ(Vod2dApi::Vod2dGetRecommendChannel(&request, 1, &left), -12);
+    EXPECT_EQ(left.channel, 7);
+    EXPECT_THAT(Events::All(), ElementsAre(Event{954079014,
+                                                 {Int("ErrorCode", 5), Str("Tavimo", "0.0.0.0"),
+                                                  Str("WifiDriver", "0.0.0.0"),
+                                                  Str("DriverApiLibVersion", "0.0.0.0")}}));
+    ASSERT_EQ(LogLines::All().size(), 7U) << "five of them the event's";
+    EXPECT_EQ(LogLines::All()[2].text,
+              "[PelaconSDK][VoView]ErrorCode:5(VoviewDataReport::ReportApplicationInterface)");
+    EXPECT_EQ(Threads::Started(), 0);
+}
+
+// ---- The scene, and the name of an interface
+
+TEST_F(SdkTest, AnInterfaceNameMayLeaveRoomForItsNulOnly)
+{
+    channel.Reply(kScene, Bytes().I32(0));
+    std::string name(31, 'w');
+    EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(name.data(), 31, Scene()), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kScene, SceneRequest(name, 31), 5000));
+}
+
+TEST_F(SdkTest, AnInterfaceNameThatDoesNotFitIsCut)
+{
+    channel.Reply(kScene, Bytes().I32(0));
+    for (const std::size_t length : {32U, 33U, 60U, 5000U}) {
+        channel.ForgetSent();
+        std::string name(length, 'w');
+        const auto given = static_cast<std::int32_t>(length);
+        EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(name.data(), given, Scene()), 0);
+        EXPECT_THAT(channel.OnlyRequest(),
+                    RequestIs(kScene, SceneRequest(std::string(31, 'w'), given), 5000));
+        EXPECT_EQ(channel.OnlyRequest().item.length, 56U);
+    }
+}
+
+TEST_F(SdkTest, AnInterfaceNameEndsWithItsLength)
+{
+    channel.Reply(kScene, Bytes().I32(0));
+    EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(ifName, 0, Scene()), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kScene, SceneRequest("", 0), 5000));
+}
+
+TEST_F(SdkTest, TheSceneHasTwentyBytes)
+{
+    static_assert(sizeof(Vod2dUpperScene) == 20);
+    static_assert(offsetof(Vod2dUpperScene, scene) == 16);
+    static_assert(sizeof(RecommendChannelRequest) == 68);
+    static_assert(sizeof(RecommendChannelResponse) == 24);
+    static_assert(sizeof(Vod2dConnNotifyRequest) == 32);
+    static_assert(sizeof(WifiCardStateInfo) == 8);
+}
+
+TEST_F(SdkTest, TheGuidIsAlwaysThirtyNineBytes)
+{
+    const std::string guid = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
+    ASSERT_EQ(guid.size(), 38U);
+    channel.Reply(kGuid, Bytes().I32(99).Text(guid, 39).U8(0xEE).I32(3));
+    char buffer[64];
+    std::memset(buffer, 0x5A, sizeof buffer);
+    EXPECT_EQ(Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 64, buffer), 3) << "whatever the status";
+    EXPECT_STREQ(buffer, guid.c_str());
+    EXPECT_EQ(buffer[39], 0x5A);
+}
+
+TEST_F(SdkTest, TheGuidNeedsThirtyNineBytes)
+{
+    constexpr auto kFunction = "Vod2dApi::GetGuidByInterfaceName";
+    channel.Reply(kGuid, Bytes().I32(0).Text("{}", 39).U8(0).I32(0));
+    char buffer[40];
+    std::memset(buffer, 0x5A, sizeof buffer);
+    EXPECT_EQ(Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 38, buffer), -16);
+    EXPECT_EQ(buffer[38], 0x5A);
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kFunction), Line(4, "memcpy failed!", kFunction),
+                                             End(kFunction)));
+    channel.ForgetSent();
+    EXPECT_EQ(Vod2dApi::GetGuidByInterfaceName("eth", 0, 39, buffer), 0);
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kGuid, Bytes().U8(0), 5000));
+}
+
+// ---- Card states
+
+TEST_F(SdkTest, OneCardStateIsCopied)
+{
+    channel.Reply(kCardState, CardReply(Bytes().I32(2).I32(1), 1, 0));
+    WifiCardStateInfo asked[2] = {{2, 0}, {77, 77}};
+    std::int32_t count = 77;
+    EXPECT_EQ(
+        Vod2dApi::Vod2dSetWifiCardStateNotify(asked, &count, &Lasting<WifiCardStateCallback>()), 0);
+    EXPECT_EQ(asked[0].card, 2);
+    EXPECT_EQ(asked[0].state, 1);
+    EXPECT_EQ(asked[1].card, 77);
+    EXPECT_EQ(count, 1);
+}
+
+TEST_F(SdkTest, NoCardStateLeavesTheRecordAsItWas)
+{
+    channel.Reply(kCardState, CardReply({}, 0, 0));
+    WifiCardStateInfo asked{2, 5};
+    std::int32_t count = 77;
+    EXPECT_EQ(
+        Vod2dApi::Vod2dSetWifiCardStateNotify(&asked, &count, &Lasting<WifiCardStateCallback>()),
+        0);
+    EXPECT_EQ(asked.state, 5);
+    EXPECT_EQ(count, 0);
+}
+
+TEST_F(SdkTest, MoreThanOneCardStateDoesNotFit)
+{
+    constexpr auto kFunction = "Vod2dApi::Vod2dSetWifiCardStateNotify";
+    for (const std::int32_t impossible : {2, 5, 2147483647, -1, 0x20000001, -2147483647 - 1}) {
+        ForgetWhatHappened();
+        channel.Reply(kCardState, CardReply(Counting(40), impossible, 0));
+        WifiCardStateInfo asked[2] = {{2, 5}, {77, 77}};
+        std::int32_t count = 77;
+        EXPECT_EQ(
+            Vod2dApi::Vod2dSetWifiCardStateNotify(asked, &count, &Lasting<WifiCardStateCallback>()),
+            -16)
+            << impossible;
+        EXPECT_EQ(count, 77);
+        EXPECT_EQ(asked[0].card, 0) << "zeroed";
+        EXPECT_EQ(asked[1].card, 77);
+        EXPECT_THAT(
+            LogLines::All(),
+            ElementsAre(Start(kFunction), Line(4, "memcpy failed!", kFunction), End(kFunction)));
+    }
+}
+
+TEST_F(SdkTest, ARefusedCardStateLeavesEverythingAsItWas)
+{
+    channel.Reply(kCardState, CardReply(Counting(40), 1, 7));
+    WifiCardStateInfo asked{2, 5};
+    std::int32_t count = 77;
+    EXPECT_EQ(Vod2dApi::Vod2dSetWifiCardStateNotify(&asked, &count, &cardTable), 7);
+    EXPECT_EQ(asked.card, 2);
+    EXPECT_EQ(asked.state, 5);
+    EXPECT_EQ(count, 77);
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
