@@ -61,14 +61,14 @@ void Console::Say(std::string_view line) const
     }
 }
 
-void Console::Report(const nlohmann::json& record, std::string_view line) const
+void Console::Report(const nlohmann::ordered_json& record, std::string_view line) const
 {
     if (!json_) {
         Write(line);
         return;
     }
     // Names that come from radios may be anything; what is not UTF-8 in them is replaced.
-    Write(record.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    Write(record.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 void Console::Write(std::string_view line) const

@@ -33,7 +33,7 @@ class Console {
     void Say(std::string_view line) const;
 
     /// What happened, in both forms, of which one is written.
-    void Report(const nlohmann::json& record, std::string_view line) const;
+    void Report(const nlohmann::ordered_json& record, std::string_view line) const;
 
   private:
     void Write(std::string_view line) const;

@@ -1,56 +1,46 @@
-#include <protocol/Operation.h>
+#include <protocol/ServiceStatus.h>
+#include <tools/pelaconctl/Control.h>
+#include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Session.h>
 
-#include <optional>
+#include <string>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Kind = IPCControlError::Kind;
-
-constexpr auto kProbeTimeout = std::chrono::seconds(2);
-
-/// Throws when the service is not there, or does not answer. One that does not take commands from
-/// this user is there.
-void ProbeService()
+/// Why a service refused, to follow "refused:".
+std::string ReasonOf(std::int32_t status)
 {
-    IPCControlError error{};
-    if (!IPCSendControl(protocol::kServicePipe, "ping", kProbeTimeout, error) &&
-        error.kind != Kind::kRefused) {
-        throw FailureOf(error);
+    switch (status) {
+        case protocol::kStatusRadioOff:
+            return "the radio is off";
+        case protocol::kStatusUnknownId:
+            return "it knows no such id";
+        case protocol::kStatusBusy:
+            return "that is under way already, or not possible now";
+        case protocol::kStatusLimitReached:
+            return "it holds as many of these as it can";
+        case protocol::kStatusInvalidArgument:
+            return "a value cannot be used";
+        case protocol::kStatusNotConnected:
+            return "the peer is not connected";
+        case protocol::kStatusNotFound:
+            return "there is no such thing";
+        case protocol::kStatusNotPermitted:
+            return "that is not permitted";
+        case protocol::kStatusPeerUnreachable:
+            return "the peer did not answer";
+        case protocol::kStatusNotSupported:
+            return "the radio cannot do it";
+        case protocol::kStatusInterrupted:
+            return "it was restarted meanwhile";
+        default:
+            return "for reasons of its own";
     }
 }
 
 }  // namespace
-
-Failure FailureOf(const IPCControlError& error)
-{
-    switch (error.kind) {
-        case Kind::kNoService:
-            return {ExitStatus::kNoService,
-                    "PelaconService is not running. Start it and try again."};
-        case Kind::kRefused:
-            return {ExitStatus::kNotAllowed, "PelaconService refused: " + error.message +
-                                                 " Only its own user and root may do this."};
-        case Kind::kTimeout:
-            return {ExitStatus::kNoAnswer, "PelaconService is there but does not answer."};
-        case Kind::kLost:
-            break;
-    }
-    return {ExitStatus::kNoService, "PelaconService went away."};
-}
-
-std::string SendControl(std::string_view command, std::chrono::milliseconds timeout)
-{
-    IPCControlError error{};
-    std::optional<std::string> answer =
-        IPCSendControl(protocol::kServicePipe, command, timeout, error);
-    if (!answer) {
-        throw FailureOf(error);
-    }
-    return *answer;
-}
 
 Session::Session()
 {
@@ -74,24 +64,29 @@ void Session::RequireBluetooth() const
     }
 }
 
-void Check(BleStatusC status, std::string_view request)
+void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request)
 {
-    if (status == kBleStatusSuccess) {
+    if (result == protocol::kStatusDone) {
         return;
     }
-    if (status == kBleStatusNoReply) {
+    if (result == noAnswer) {
         FailForNoAnswer(request);
     }
-    throw Failure(ExitStatus::kFailed, "The request to " + std::string(request) +
-                                           " was refused with code " + std::to_string(status) +
-                                           ".");
+    const std::string code = " (code " + std::to_string(result) + ").";
+    if (result < 0) {
+        throw Failure(ExitStatus::kFailed,
+                      "The library refused to send the request to " + request + code);
+    }
+    throw Failure(
+        result == protocol::kStatusRadioOff ? ExitStatus::kAdapterOff : ExitStatus::kFailed,
+        "PelaconService refused to " + request + ": " + ReasonOf(result) + code);
 }
 
-void FailForNoAnswer(std::string_view request)
+void FailForNoAnswer(const std::string& request)
 {
     ProbeService();
     throw Failure(ExitStatus::kNoAnswer,
-                  "PelaconService did not answer the request to " + std::string(request) + ".");
+                  "PelaconService did not answer the request to " + request + ".");
 }
 
 }  // namespace pelacon::ctl

@@ -1,22 +1,12 @@
 // The library as a command uses it.
 #pragma once
 
-#include <IPCMessage/IPCControl.h>
 #include <PelaconSDK/PelaconSDK.h>
-#include <tools/pelaconctl/Failure.h>
 
-#include <chrono>
+#include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace pelacon::ctl {
-
-/// What an operator's connection ended with, as the failure of a command.
-Failure FailureOf(const IPCControlError& error);
-
-/// Sends an operator's command to the service and returns its answer. Throws Failure.
-std::string SendControl(std::string_view command,
-                        std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
 /// The library, started for as long as this lives.
 class Session {
@@ -32,11 +22,18 @@ class Session {
     void RequireBluetooth() const;
 };
 
-/// Throws what the result of a Bluetooth operation means, unless it is success. `request` says what
-/// was asked for, to follow "the request to": "switch Bluetooth on".
-void Check(BleStatusC status, std::string_view request);
+/// Throws what an operation's result means, unless it is 0. `noAnswer` is the result that stands
+/// for a missing answer in the operation's family. `request` says what was asked for, to follow
+/// "refused to": "switch Bluetooth on".
+void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request);
+
+/// The same for Bluetooth.
+inline void Check(BleStatusC status, const std::string& request)
+{
+    CheckResult(status, kBleStatusNoReply, request);
+}
 
 /// Throws what a missing answer means: no service any more, or one that did not answer.
-[[noreturn]] void FailForNoAnswer(std::string_view request);
+[[noreturn]] void FailForNoAnswer(const std::string& request);
 
 }  // namespace pelacon::ctl

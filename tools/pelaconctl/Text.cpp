@@ -1,7 +1,11 @@
+#include <PelaconSDK/BleManager.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Text.h>
 
+#include <ctime>
+#include <iomanip>
 #include <optional>
+#include <sstream>
 
 namespace pelacon::ctl {
 
@@ -57,6 +61,18 @@ std::string Digits(std::uint64_t value, std::size_t count, const char* digits)
     return text;
 }
 
+/// The time of day as the format says, with its milliseconds.
+std::string Formatted(const std::tm& parts, const char* format,
+                      std::chrono::system_clock::time_point time)
+{
+    const auto sinceSecond = time - std::chrono::floor<std::chrono::seconds>(time);
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(sinceSecond).count();
+    std::ostringstream text;
+    text << std::put_time(&parts, format) << '.' << std::setw(3) << std::setfill('0')
+         << milliseconds;
+    return text.str();
+}
+
 constexpr auto kUpper = "0123456789ABCDEF";
 constexpr auto kLower = "0123456789abcdef";
 
@@ -109,6 +125,34 @@ std::string FormatHex(std::span<const std::uint8_t> bytes)
         text += Digits(byte, 2, kLower);
     }
     return text;
+}
+
+std::string FormatTime(std::chrono::system_clock::time_point time)
+{
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    return Formatted(*std::gmtime(&seconds), "%Y-%m-%dT%H:%M:%S", time) + "Z";
+}
+
+std::string FormatClock(std::chrono::system_clock::time_point time)
+{
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    return Formatted(*std::localtime(&seconds), "%H:%M:%S", time);
+}
+
+std::string BtStateName(std::int32_t state)
+{
+    switch (state) {
+        case kBtStateOff:
+            return "off";
+        case kBtStateTurningOn:
+            return "turning on";
+        case kBtStateOn:
+            return "on";
+        case kBtStateTurningOff:
+            return "turning off";
+        default:
+            return "in state " + std::to_string(state);
+    }
 }
 
 std::string FormatMessageId(std::int32_t id)

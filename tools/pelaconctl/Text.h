@@ -1,6 +1,7 @@
-// Addresses and bytes, as people write them.
+// Addresses, bytes, times and states, as people write them.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -22,6 +23,15 @@ std::vector<std::uint8_t> ParseHex(std::string_view text);
 
 /// "0a1bff"
 std::string FormatHex(std::span<const std::uint8_t> bytes);
+
+/// "2024-05-17T09:30:12.345Z", for programs.
+std::string FormatTime(std::chrono::system_clock::time_point time);
+
+/// "11:30:12.345", where the user is.
+std::string FormatClock(std::chrono::system_clock::time_point time);
+
+/// An adapter's state in words: "turning on".
+std::string BtStateName(std::int32_t state);
 
 /// "0xD80062"
 std::string FormatMessageId(std::int32_t id);

@@ -8,6 +8,8 @@
 
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -51,16 +53,27 @@ std::string FullName(const CLI::App* command)
 std::string UsageSentence(const CLI::App& program, const CLI::ParseError& error)
 {
     const CLI::App* const command = LastCommand(&program);
-    std::string sentence = error.what();
+    const std::string name = FullName(command);
     const auto subcommands = command->get_subcommands([](const CLI::App*) { return true; });
-    if (!subcommands.empty() &&
-        error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
-        sentence = FullName(command) + " needs to know what to do:";
-        for (const CLI::App* subcommand : subcommands) {
-            sentence += (subcommand == subcommands.front() ? " " : ", ") + subcommand->get_name();
-        }
+    if (subcommands.empty() ||
+        error.get_exit_code() != static_cast<int>(CLI::ExitCodes::RequiredError)) {
+        return std::string(error.what()) + ". See: " + name + " --help";
     }
-    return sentence + ". See: " + FullName(command) + " --help";
+    const std::vector<std::string> unknown = program.remaining(true);
+    std::string sentence = unknown.empty()
+                               ? "\"" + name + "\" alone does nothing. It has:"
+                               : "\"" + name + "\" has no \"" + unknown.front() + "\", but:";
+    for (const CLI::App* subcommand : subcommands) {
+        sentence += (subcommand == subcommands.front() ? " " : ", ") + subcommand->get_name();
+    }
+    return sentence + ". See: " + name + " --help";
+}
+
+std::string HelpText(const CLI::App& program)
+{
+    const CLI::App* const command = LastCommand(&program);
+    const CLI::App* const parent = command->get_parent();
+    return command->help(parent != nullptr ? FullName(parent) : "");
 }
 
 int Fail(ExitStatus status, const std::string& sentence)
@@ -91,7 +104,7 @@ int Run(int argc, char** argv)
         program.parse(argc, argv);
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::CallForHelp&) {
-        std::cout << LastCommand(&program)->help();
+        std::cout << HelpText(program);
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::ParseError& error) {
         return Fail(ExitStatus::kUsage, UsageSentence(program, error));

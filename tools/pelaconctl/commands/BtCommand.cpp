@@ -17,22 +17,6 @@ namespace pelacon::ctl {
 
 namespace {
 
-std::string StateName(std::int32_t state)
-{
-    switch (state) {
-        case kBtStateOff:
-            return "off";
-        case kBtStateTurningOn:
-            return "turning on";
-        case kBtStateOn:
-            return "on";
-        case kBtStateTurningOff:
-            return "turning off";
-        default:
-            return "in state " + std::to_string(state);
-    }
-}
-
 BtRunningState State()
 {
     const BtRunningState state = GetBtRunningState();
@@ -49,7 +33,7 @@ void ShowStatus(const Console& console)
     Check(GetBtMacAndName(&info), "read the adapter's address and name");
     const std::string_view field(info.name, sizeof info.name);
     const std::string name(field.substr(0, field.find('\0')));
-    const std::string state = StateName(State());
+    const std::string state = BtStateName(State());
     console.Report({{"state", state}, {"name", name}, {"address", FormatAddress(info.mac)}},
                    "Bluetooth is " + console.Styled(Console::Style::kBold, state) + ".\n" +
                        "Name     " + name + "\n" + "Address  " + FormatAddress(info.mac));
@@ -102,7 +86,7 @@ void SwitchTo(const Switch& change, double seconds, const Console& console)
     while (state != change.wanted) {
         const auto next = StateChanges().Next(deadline);
         if (!next) {
-            throw Failure(ExitStatus::kNoAnswer, "Bluetooth is still " + StateName(state) +
+            throw Failure(ExitStatus::kNoAnswer, "Bluetooth is still " + BtStateName(state) +
                                                      ", though the request to switch it " + name +
                                                      " was accepted.");
         }

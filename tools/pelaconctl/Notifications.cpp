@@ -1,0 +1,230 @@
+#include <protocol/BleAdvertiser.h>
+#include <protocol/BleManager.h>
+#include <protocol/BleScanner.h>
+#include <protocol/Catalogue.h>
+#include <protocol/ErrorStatus.h>
+#include <protocol/GattClient.h>
+#include <protocol/GattServer.h>
+#include <protocol/ServiceLink.h>
+#include <protocol/SoftAp.h>
+#include <protocol/TargetAdv.h>
+#include <protocol/Vod2dConfig.h>
+#include <protocol/Vod2dGroup.h>
+#include <protocol/WifiState.h>
+#include <tools/pelaconctl/Notifications.h>
+#include <tools/pelaconctl/Text.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+namespace pelacon::ctl {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Payload = std::span<const std::uint8_t>;
+
+template <std::size_t Size>
+std::string Text(const char (&field)[Size])
+{
+    const std::string_view all(field, Size);
+    return std::string(all.substr(0, all.find('\0')));
+}
+
+/// The first `length` bytes of a field, or all of it where it has fewer.
+template <std::size_t Size, typename Length>
+std::string Bytes(const std::uint8_t (&field)[Size], Length length)
+{
+    const auto wanted = length > Length{0} ? static_cast<std::size_t>(length) : 0;
+    return FormatHex(Payload(field).first(std::min(wanted, Size)));
+}
+
+// One function per record. What a record holds is said in protocol/; here only names are given.
+
+Json Fields(const protocol::AdvertiserStatusRecord& record)
+{
+    return {{"advertiser", record.advertiserId}, {"status", record.status}};
+}
+
+Json Fields(const protocol::ScanStatusRecord& record)
+{
+    return {{"listener", record.listenerId}, {"status", record.status}};
+}
+
+Json Fields(const protocol::ScanResultRecord& record)
+{
+    const protocol::ScanResult& result = record.result;
+    return {{"address", FormatAddress(result.address)},
+            {"rssi", result.rssi},
+            {"eventType", result.eventType},
+            {"data", Bytes(result.data, result.dataLength)}};
+}
+
+Json Fields(const protocol::TargetAdvRecord& record)
+{
+    return {{"business", record.business}, {"data", FormatHex(record.data)}};
+}
+
+Json Fields(const protocol::GattConnectionState& record)
+{
+    return {{"client", record.clientId}, {"state", record.state}, {"reason", record.reason}};
+}
+
+Json Fields(const protocol::GattValueRecord& record)
+{
+    return {{"client", record.clientId},
+            {"service", Text(record.serviceUuid)},
+            {"characteristic", Text(record.charUuid)},
+            {"value", Bytes(record.value, record.dataLen)},
+            {"status", record.status}};
+}
+
+Json Fields(const protocol::GattPeerRecord& record)
+{
+    return {{"server", record.serverId}, {"peer", FormatAddress(record.peer)}};
+}
+
+Json Fields(const protocol::GattPeerValueRecord& record)
+{
+    return {
+        {"server", record.serverId}, {"peer", FormatAddress(record.peer)}, {"value", record.value}};
+}
+
+Json Fields(const protocol::GattPeerRequestRecord& record)
+{
+    return {{"server", record.serverId},
+            {"peer", FormatAddress(record.peer)},
+            {"characteristic", Text(record.charUuid)},
+            {"data", Bytes(record.data, record.dataLen)}};
+}
+
+Json Fields(const protocol::WifiCfg& record)
+{
+    return {{"type", record.type}, {"data", Bytes(record.blob, record.length)}};
+}
+
+Json Fields(const protocol::CardStateChange& record)
+{
+    Json cards = Json::array();
+    const auto count = static_cast<std::size_t>(std::max(0, record.count));
+    for (const protocol::CardState& card :
+         std::span(record.entries).first(std::min(count, protocol::kMostCards))) {
+        cards.push_back({{"card", card.card}, {"state", card.state}});
+    }
+    return {{"changed", record.changed}, {"cards", cards}};
+}
+
+Json Fields(const protocol::GroupChange& record)
+{
+    return {{"state", record.state}, {"reason", record.reason}};
+}
+
+Json Fields(const protocol::StationChange& record)
+{
+    return {{"state", record.state},
+            {"station", Text(record.address)},
+            {"ipAddress", Text(record.ipAddress)}};
+}
+
+Json NoFields()
+{
+    return Json::object();
+}
+
+/// Reads one kind of notification.
+struct Reader {
+    std::int32_t id;
+    Json (*read)(Payload payload);
+};
+
+template <typename Record>
+Record Padded(Payload payload)
+{
+    Record record{};
+    std::memcpy(&record, payload.data(), std::min(payload.size(), sizeof record));
+    return record;
+}
+
+template <typename Record>
+constexpr Reader ReaderOf(const protocol::Notification<Record>& notification)
+{
+    return {notification.id, [](Payload payload) { return Fields(Padded<Record>(payload)); }};
+}
+
+/// For records of one number, which only the notification gives a meaning.
+template <const char* Name>
+constexpr Reader NumberReader(const protocol::Notification<protocol::Int32Record>& notification)
+{
+    return {notification.id, [](Payload payload) -> Json {
+                return {{Name, Padded<protocol::Int32Record>(payload).value}};
+            }};
+}
+
+constexpr char kState[] = "state";
+constexpr char kStatus[] = "status";
+constexpr char kChannel[] = "channel";
+constexpr char kCode[] = "code";
+
+constexpr Reader kReaders[] = {
+    {protocol::kServiceStarted.id, [](Payload) { return NoFields(); }},
+    {protocol::kBtStateChanged.id,
+     [](Payload payload) -> Json {
+         return {{"state", BtStateName(Padded<protocol::Int32Record>(payload).value)}};
+     }},
+    ReaderOf(protocol::kAdvertiseDisabled),
+    ReaderOf(protocol::kScanStatus),
+    ReaderOf(protocol::kScanResult),
+    ReaderOf(protocol::kTargetAdvReceived),
+    ReaderOf(protocol::kGattConnectionState),
+    ReaderOf(protocol::kGattConnectionEnd),
+    ReaderOf(protocol::kGattNotification),
+    ReaderOf(protocol::kGattPeerConnected),
+    ReaderOf(protocol::kGattPeerDisconnected),
+    ReaderOf(protocol::kGattNotifySent),
+    ReaderOf(protocol::kGattMtuChanged),
+    ReaderOf(protocol::kGattPeerReads),
+    ReaderOf(protocol::kGattPeerWrites),
+    ReaderOf(protocol::kWifiCfgChanged),
+    ReaderOf(protocol::kConnNotify),
+    ReaderOf(protocol::kWifiCardStateChange),
+    ReaderOf(protocol::kSoftApGroupsChange),
+    ReaderOf(protocol::kSoftApConnectionStateChange),
+    NumberReader<kState>(protocol::kSoftApConnectStatus),
+    NumberReader<kStatus>({protocol::kSoftApAdvertisement.id, protocol::kSoftApAdvertisement.name}),
+    NumberReader<kState>(protocol::kSoftApDeviceConnection),
+    NumberReader<kChannel>(protocol::kWifiConnectChannel),
+    NumberReader<kState>(protocol::kWifiSwitchState),
+    NumberReader<kCode>(protocol::kErrorStatus),
+};
+
+}  // namespace
+
+std::string NotificationName(std::int32_t id)
+{
+    const protocol::CatalogueEntry* const entry = protocol::FindNotification(id);
+    return entry != nullptr ? entry->name : FormatMessageId(id);
+}
+
+nlohmann::ordered_json NotificationFields(std::int32_t id, std::span<const std::uint8_t> payload)
+{
+    const auto* const reader =
+        std::find_if(std::begin(kReaders), std::end(kReaders),
+                     [id](const Reader& candidate) { return candidate.id == id; });
+    return reader != std::end(kReaders) ? reader->read(payload) : Json();
+}
+
+std::string FieldsLine(const nlohmann::ordered_json& fields)
+{
+    std::string line;
+    for (const auto& [name, value] : fields.items()) {
+        line += (line.empty() ? "" : " ") + name + "=";
+        line += value.is_string() ? value.get<std::string>() : value.dump();
+    }
+    return line;
+}
+
+}  // namespace pelacon::ctl
