@@ -83,8 +83,7 @@ EnvironmentOutput& Environment()
 
 struct ApplicationOutput {
     pelacon::os::SinkSlot<LOG_MESSAGE_LEVEL, std::wstring_view> slot;
-    std::atomic<std::int32_t> lowest{kNothing};
-    std::mutex exchange;
+    std::mutex exchange;  ///< keeps the sink and the level that is wanted in step
 };
 
 ApplicationOutput& Application()
@@ -108,7 +107,7 @@ void KvLogger::Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& line) noex
     try {
         const std::wstring text = line.str();
         Environment().Write(level, text);
-        if (level >= Application().lowest.load(std::memory_order_relaxed)) {
+        if (Application().slot.IsSet()) {
             Application().slot.Deliver(level, text);
         }
     } catch (...) {  // NOLINT(bugprone-empty-catch): a line lost for want of memory
@@ -118,11 +117,20 @@ void KvLogger::Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& line) noex
 void KvLogger::SetSink(Sink sink, LOG_MESSAGE_LEVEL lowest)
 {
     ApplicationOutput& application = Application();
-    {
-        const std::int32_t wanted = sink ? static_cast<std::int32_t>(lowest) : kNothing;
-        const std::lock_guard lock(application.exchange);
-        application.lowest.store(wanted, std::memory_order_relaxed);
-        lowestWanted_.store(std::min(wanted, Environment().Lowest()), std::memory_order_relaxed);
+    const std::int32_t wanted = sink ? static_cast<std::int32_t>(lowest) : kNothing;
+    Sink fromLowest;
+    if (sink) {
+        fromLowest = [sink = std::move(sink), lowest](LOG_MESSAGE_LEVEL level,
+                                                      std::wstring_view line) {
+            if (level >= lowest) {
+                sink(level, line);
+            }
+        };
     }
-    application.slot.Set(std::move(sink));
+    const auto replaced = [&] {
+        const std::lock_guard lock(application.exchange);
+        lowestWanted_.store(std::min(wanted, Environment().Lowest()), std::memory_order_relaxed);
+        return application.slot.Exchange(std::move(fromLowest));
+    }();
+    replaced.Wait();
 }

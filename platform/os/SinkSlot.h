@@ -14,24 +14,42 @@ namespace pelacon::os {
 /// again from inside itself, and what it throws ends with it.
 template <typename... Arguments>
 class SinkSlot {
+    struct Entry;
+
   public:
     using Sink = std::function<void(Arguments...)>;
+
+    /// A sink that was taken out and may still be running.
+    class Replaced {
+      public:
+        /// Returns when the sink has ended its last call; at once inside a sink.
+        void Wait() const
+        {
+            if (entry_ && !insideSink_) {
+                entry_->WaitUntilIdle();
+            }
+        }
+
+      private:
+        friend class SinkSlot;
+        explicit Replaced(std::shared_ptr<Entry> entry) : entry_(std::move(entry)) {}
+
+        std::shared_ptr<Entry> entry_;
+    };
 
     /// Puts a sink in place of the one before; an empty one takes nothing more. When this returns
     /// the old sink has ended its last call and gets no other (unless called from inside a sink,
     /// which cannot wait for itself).
-    void Set(Sink sink)
+    void Set(Sink sink) { Exchange(std::move(sink)).Wait(); }
+
+    /// Set in two steps, for an owner that keeps more than the sink in step: the first only puts
+    /// the sink in place, the second waits for the one before.
+    [[nodiscard]] Replaced Exchange(Sink sink)
     {
         std::shared_ptr<Entry> next = sink ? std::make_shared<Entry>(std::move(sink)) : nullptr;
-        std::shared_ptr<Entry> last;
-        {
-            const std::lock_guard lock(mutex_);
-            last = std::exchange(entry_, std::move(next));
-            present_.store(entry_ != nullptr, std::memory_order_release);
-        }
-        if (last && !insideSink_) {
-            last->WaitUntilIdle();
-        }
+        const std::lock_guard lock(mutex_);
+        present_.store(next != nullptr, std::memory_order_release);
+        return Replaced(std::exchange(entry_, std::move(next)));
     }
 
     /// Whether there is a sink; one load.

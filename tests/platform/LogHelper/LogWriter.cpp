@@ -1,0 +1,27 @@
+// Writes one line of each level, as a program under PELACON_LOG does. With an argument it also sets
+// a sink, from the milestones on, that prints what it is given to stdout.
+#include <LogHelper/KvLogger.h>
+
+#include <cstdio>
+
+int main(int argc, char** /*argv*/)
+{
+    KvLogger& logger = KvLogger::GetInstance();
+    if (argc > 1) {
+        logger.SetSink(
+            [](LOG_MESSAGE_LEVEL level, std::wstring_view line) {
+                std::printf("sink %d %zu\n", static_cast<int>(level), line.size());
+            },
+            kLogMilestone);
+    }
+    for (const auto level : {kLogTrace, kLogMilestone, kLogIncomplete, kLogFailure}) {
+        std::wstringstream line;
+        line << L"line " << static_cast<int>(level) << L" \u20AC";
+        logger.Log(level, line);
+    }
+    for (int level = kLogTrace; level <= kLogFailure; ++level) {
+        std::printf("wanted %d %d\n", level,
+                    logger.IsWanted(static_cast<LOG_MESSAGE_LEVEL>(level)) ? 1 : 0);
+    }
+    return 0;
+}
