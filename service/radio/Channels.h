@@ -1,0 +1,38 @@
+// Wi-Fi channels, their bands and their frequencies.
+#pragma once
+
+#include <cstdint>
+
+namespace pelacon::service::radio {
+
+/// The values are those of Vod2dBand in the public headers.
+enum class Band : std::int32_t { kNone = 0, k24GHz = 1, k5GHz = 2 };
+
+/// The band that a channel number belongs to; none where there is no such channel.
+constexpr Band BandOf(std::int32_t channel)
+{
+    if (channel >= 1 && channel <= 14) {
+        return Band::k24GHz;
+    }
+    const bool isLow = channel >= 32 && channel <= 68 && channel % 4 == 0;
+    const bool isMiddle = channel >= 96 && channel <= 144 && channel % 4 == 0;
+    const bool isHigh = channel >= 149 && channel <= 177 && channel % 4 == 1;
+    return isLow || isMiddle || isHigh ? Band::k5GHz : Band::kNone;
+}
+
+/// The centre of a channel in MHz; 0 where there is no such channel.
+constexpr std::int32_t FrequencyOf(std::int32_t channel)
+{
+    constexpr std::int32_t kStep = 5;
+    switch (BandOf(channel)) {
+        case Band::k24GHz:
+            return channel == 14 ? 2484 : 2407 + kStep * channel;
+        case Band::k5GHz:
+            return 5000 + kStep * channel;
+        case Band::kNone:
+            break;
+    }
+    return 0;
+}
+
+}  // namespace pelacon::service::radio

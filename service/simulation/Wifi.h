@@ -1,0 +1,52 @@
+// A Wi-Fi adapter that exists in memory.
+#pragma once
+
+#include <service/World.h>
+#include <service/radio/Wifi.h>
+#include <service/simulation/WifiConfig.h>
+
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+class Wifi : public radio::Wifi {
+  public:
+    Wifi(World& world, const WifiConfig& config)
+        : world_(world), config_(config), on_(config.on), goal_(config.on)
+    {}
+
+    bool IsOn() const override { return on_; }
+    void Switch(bool on) override;
+    std::uint64_t Address() const override { return config_.address; }
+    const std::vector<Channel>& Channels() const override { return config_.channels; }
+    std::optional<Connection> CurrentConnection() const override
+    {
+        return on_ ? config_.connected : std::nullopt;
+    }
+    void ObserveSwitch(SwitchObserver observer) override
+    {
+        switchObservers_.push_back(std::move(observer));
+    }
+    void ObserveConnection(ConnectionObserver observer) override
+    {
+        connectionObservers_.push_back(std::move(observer));
+    }
+
+    /// For the simulation: connects to this access point, or to none.
+    void Connect(std::optional<Connection> connection);
+
+  private:
+    void Enter(bool on);
+    void TellConnection() const;
+
+    World& world_;
+    WifiConfig config_;
+    bool on_;
+    bool goal_;
+    std::vector<SwitchObserver> switchObservers_;
+    std::vector<ConnectionObserver> connectionObservers_;
+    Timer switching_;
+};
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,94 @@
+#include <service/simulation/WifiConfig.h>
+
+#include <algorithm>
+
+namespace pelacon::service::simulation {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+namespace {
+
+constexpr std::size_t kLongestSsid = 32;
+constexpr std::int32_t kWidest = 160;
+
+radio::Wifi::Channel ReadChannel(const json::Reader& reader)
+{
+    radio::Wifi::Channel channel;
+    reader.Object([&](json::Fields& fields) {
+        channel.number = ReadChannelNumber(fields.Required("channel"));
+        channel.bandwidth = radio::BandOf(channel.number) == radio::Band::k5GHz ? 80 : 20;
+        if (const auto load = fields.Optional("load")) {
+            channel.load = load->Integer<std::int32_t>(0, 100);
+        }
+        if (const auto bandwidth = fields.Optional("bandwidth")) {
+            channel.bandwidth = bandwidth->Integer<std::int32_t>(20, kWidest);
+        }
+    });
+    return channel;
+}
+
+std::vector<radio::Wifi::Channel> ReadChannels(const json::Reader& reader)
+{
+    std::vector<radio::Wifi::Channel> channels = reader.List(&ReadChannel);
+    const auto number = [](const radio::Wifi::Channel& channel) { return channel.number; };
+    std::ranges::sort(channels, {}, number);
+    if (std::ranges::adjacent_find(channels, {}, number) != channels.end()) {
+        reader.Fail("names a channel twice");
+    }
+    return channels;
+}
+
+radio::Wifi::Connection ReadConnection(const json::Reader& reader)
+{
+    radio::Wifi::Connection connection;
+    reader.Object([&](json::Fields& fields) {
+        connection.ssid = fields.Required("ssid").Text(1, kLongestSsid);
+        connection.channel = ReadChannelNumber(fields.Required("channel"));
+    });
+    return connection;
+}
+
+}  // namespace
+
+std::vector<radio::Wifi::Channel> UsualChannels()
+{
+    // Loads as in a house with neighbours.
+    return {{1, 60, 40},   {2, 45, 20},   {3, 40, 20},   {4, 35, 20},  {5, 35, 20},  {6, 70, 40},
+            {7, 40, 20},   {8, 30, 20},   {9, 30, 20},   {10, 35, 20}, {11, 55, 40}, {12, 20, 20},
+            {13, 15, 20},  {36, 25, 80},  {40, 20, 80},  {44, 15, 80}, {48, 10, 80}, {149, 5, 80},
+            {153, 10, 80}, {157, 10, 80}, {161, 15, 80}, {165, 20, 20}};
+}
+
+std::int32_t ReadChannelNumber(const json::Reader& reader)
+{
+    const auto number = reader.Integer<std::int32_t>(1, 177);
+    if (radio::BandOf(number) == radio::Band::kNone) {
+        reader.Fail("is no channel of the 2.4 GHz or the 5 GHz band");
+    }
+    return number;
+}
+
+WifiConfig ReadWifi(const json::Reader& reader)
+{
+    WifiConfig config;
+    reader.Object([&](json::Fields& fields) {
+        if (const auto address = fields.Optional("address")) {
+            config.address = address->Address();
+        }
+        if (const auto on = fields.Optional("on")) {
+            config.on = on->Bool();
+        }
+        if (const auto delay = fields.Optional("switchMs")) {
+            config.switchDelay = delay->Milliseconds(0ms, 1min);
+        }
+        if (const auto channels = fields.Optional("channels")) {
+            config.channels = ReadChannels(*channels);
+        }
+        if (const auto connected = fields.Optional("connected")) {
+            config.connected = ReadConnection(*connected);
+        }
+    });
+    return config;
+}
+
+}  // namespace pelacon::service::simulation
