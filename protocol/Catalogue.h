@@ -4,13 +4,17 @@
 #include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
 #include <protocol/BleScanner.h>
+#include <protocol/ErrorStatus.h>
 #include <protocol/GattClient.h>
 #include <protocol/GattServer.h>
 #include <protocol/Operation.h>
 #include <protocol/ServiceLink.h>
+#include <protocol/SoftAp.h>
 #include <protocol/TargetAdv.h>
 #include <protocol/Vod2dConfig.h>
 #include <protocol/Vod2dGroup.h>
+#include <protocol/WifiChannels.h>
+#include <protocol/WifiState.h>
 
 #include <algorithm>
 #include <chrono>
@@ -215,6 +219,62 @@ inline constexpr CatalogueEntry kCatalogue[] = {
     Describe(kWifiCfgChanged),
     Describe(kConnNotify),
     Describe(kWifiCardStateChange),
+    // Soft AP
+    Describe(kSystemRefreshSoftAPChannel),
+    Describe(kSystemCreateSoftAP),
+    Describe(kSystemDestroySoftAP),
+    Describe(kRegistSoftApConnectStatus),
+    Describe(kGetSoftAPChannel),
+    Describe(kSetPairDeviceModelName),
+    Describe(kGetPairDeviceModelName),
+    Describe(kGetRestartMobileHotpotFlag),
+    Describe(kSetRestartMobileHotpotFlag),
+    Describe(kGetLegacyAPIP),
+    Describe(kResetWakeUpCount),
+    Describe(kGetWakeUpRestartCount),
+    Describe(kGetRestartCount),
+    Describe(kRestartWiFiDirectVirtualAdapter),
+    Describe(kGetAdapterIndex),
+    Describe(kGetAdapterGuid),
+    Describe(kCheckMySoftAPExist),
+    Describe(kGetSSID),
+    Describe(kChangeSSIDAndPasswd),
+    Describe(kSetListProductType),
+    Describe(kGetSoftApError),
+    Describe(kIsAPConnected),
+    Describe(kRegisterSoftApNotification),
+    Describe(kUnRegisterSoftApNotification),
+    Describe(kSoftApConnectStatus),
+    Describe(kSoftApAdvertisement),
+    Describe(kSoftApDeviceConnection),
+    // Channel bookkeeping
+    Describe(kGetPCChannelList),
+    Describe(kSetPhoneCurrentChannel),
+    Describe(kAddPhoneSupportChannel),
+    Describe(kRemovePhoneSupportChannels),
+    Describe(kCheckIsSet5GFailed),
+    Describe(kAddPhoneSupport24Channel),
+    Describe(kRepickChannelWithoutEffect),
+    Describe(kGetFrequenceType),
+    Describe(kGetRecordPhone24GChannelList),
+    Describe(kGetRecordPhoneChannelList),
+    Describe(kGetPCSupportChannelList),
+    Describe(kGetRecordPhoneChannel),
+    Describe(kGetPhoneChannelList),
+    Describe(kIs5GChannel),
+    Describe(kIs24GChannel),
+    Describe(kGetFrequencyFromChannel),
+    Describe(kSetAPFrequence),
+    // Wi-Fi state
+    Describe(kEnableWifi),
+    Describe(kGetWifiState),
+    Describe(kRegistWifiStateChangeCallback),
+    Describe(kUnRegistWifiStateChangeCallback),
+    Describe(kRegistWifiStateChangeCallBack),
+    Describe(kWifiConnectChannel),
+    Describe(kWifiSwitchState),
+    // Connection errors
+    Describe(kErrorStatus),
 };
 
 /// The message with this id that goes to the service. Where one id names two of them, the one whose

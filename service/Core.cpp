@@ -185,9 +185,7 @@ IPCReply Core::Perform(State& state, Session& session, const TagIPCMessageItem& 
 {
     const Router::Route* const route = state.router.Find(request.msgId, request.length);
     if (route == nullptr) {
-        ++unknown_;
-        log::Warning("client ", session.ClientId(), " asks for what is not known here: ",
-                     RequestName(request.msgId, request.length));
+        NoteUnknown(session, request);
         return WithoutPayload();
     }
     try {
@@ -197,6 +195,16 @@ IPCReply Core::Perform(State& state, Session& session, const TagIPCMessageItem& 
         log::Error(route->name, " of client ", session.ClientId(), " failed: ", failure.what());
         return WithoutPayload();
     }
+}
+
+// Once per id, lest a client fill the log.
+void Core::NoteUnknown(const Session& session, const TagIPCMessageItem& request)
+{
+    constexpr std::size_t kMostIds = 256;
+    ++unknown_;
+    const bool isNew = unknownIds_.size() < kMostIds && unknownIds_.insert(request.msgId).second;
+    log::Write(isNew ? LogLevel::kWarning : LogLevel::kDebug, "client ", session.ClientId(),
+               " asks for what is not known here: ", RequestName(request.msgId, request.length));
 }
 
 std::string Core::Control(std::string_view command)

@@ -12,9 +12,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <latch>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -61,6 +63,8 @@ class Core : public IPCServerHandler {
     IPCReply Spoil(State& state, Session& session, const TagIPCMessageItem& request,
                    const FaultConfig& fault);
 
+    void NoteUnknown(const Session& session, const TagIPCMessageItem& request);
+
     void AddCommands(State& state);
     void AddFaultCommands(Commands& commands);
     void AddClientCommands(Commands& commands);
@@ -81,6 +85,7 @@ class Core : public IPCServerHandler {
     std::vector<std::function<void()>> afterwards_;  // to be done without the lock
     std::uint64_t served_ = 0;
     std::uint64_t unknown_ = 0;
+    std::set<std::int32_t> unknownIds_;
     std::uint64_t spoilt_ = 0;
     std::uint64_t restarts_ = 0;
 };

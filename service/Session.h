@@ -39,6 +39,11 @@ class Session {
     {
         return Notify(notification.id, {}, Line::Urgency::kKept);
     }
+    bool Notify(const protocol::Notification<protocol::Bytes>& notification, ByteView payload,
+                Line::Urgency urgency = Line::Urgency::kKept)
+    {
+        return Notify(notification.id, payload, urgency);
+    }
     bool Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
                 Line::Urgency urgency);
 

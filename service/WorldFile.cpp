@@ -1,9 +1,11 @@
 #include <service/WorldFile.h>
 #include <service/json/Reader.h>
 
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
+#include <sstream>
+#include <system_error>
 
 namespace pelacon::service {
 
@@ -18,6 +20,15 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
         if (const auto adapter = fields.Optional("adapter")) {
             file.adapter = simulation::ReadAdapter(*adapter);
         }
+        if (const auto errors = fields.Optional("errors")) {
+            file.errors = errors->List(&simulation::ReadError);
+        }
+        if (const auto peripherals = fields.Optional("peripherals")) {
+            file.peripherals = simulation::ReadPeripherals(*peripherals);
+        }
+        if (const auto targetAdvs = fields.Optional("targetedAdvertisements")) {
+            file.targetAdvs = targetAdvs->List(&simulation::ReadTargetAdv);
+        }
         if (const auto faults = fields.Optional("faults")) {
             file.faults = faults->List(&ReadFault);
         }
@@ -28,11 +39,13 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
 WorldFile LoadWorldFile(const std::string& path)
 {
     std::ifstream stream(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    if (!stream || stream.bad()) {
+    std::error_code ignored;
+    if (!stream || std::filesystem::is_directory(path, ignored)) {
         throw json::Error(path + ": cannot be read");
     }
-    return ReadWorldFile(text, path);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return ReadWorldFile(text.str(), path);
 }
 
 }  // namespace pelacon::service

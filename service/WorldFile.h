@@ -3,6 +3,9 @@
 
 #include <service/Faults.h>
 #include <service/simulation/AdapterConfig.h>
+#include <service/simulation/PeripheralConfig.h>
+#include <service/simulation/TargetAdvConfig.h>
+#include <service/simulation/ErrorConfig.h>
 
 #include <cstdint>
 #include <optional>
@@ -16,6 +19,9 @@ namespace pelacon::service {
 struct WorldFile {
     std::optional<std::uint64_t> seed;
     simulation::AdapterConfig adapter;
+    std::vector<simulation::PeripheralConfig> peripherals;
+    std::vector<simulation::TargetAdvConfig> targetAdvs;
+    std::vector<simulation::ErrorConfig> errors;
     std::vector<FaultConfig> faults;
 };
 

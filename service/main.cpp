@@ -9,6 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <optional>
@@ -62,6 +64,15 @@ struct Options {
     bool printWorld = false;
 };
 
+/// What is wrong with a pipe's name; nothing if it can be used.
+std::string CheckPipeName(const std::string& name)
+{
+    const bool plain = std::all_of(name.begin(), name.end(), [](char character) {
+        return character > ' ' && character <= '~';
+    });
+    return plain && !name.empty() ? "" : "a pipe's name is made of ASCII characters, not blank";
+}
+
 void Declare(CLI::App& app, Options& options)
 {
     app.footer(kFooter);
@@ -79,7 +90,9 @@ void Declare(CLI::App& app, Options& options)
         ->capture_default_str();
     app.add_flag("--trace", options.trace,
                  "Log each request and notification with its bytes; as --log trace");
-    app.add_option("--pipe", options.pipe, "Listen under another pipe name")->type_name("NAME");
+    app.add_option("--pipe", options.pipe, "Listen under another pipe name")
+        ->type_name("NAME")
+        ->check(&CheckPipeName);
     app.add_option("--ready-fd", options.readyFd,
                    "When ready, write \"ready\" and the address to this file descriptor too, and "
                    "close it")

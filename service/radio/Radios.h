@@ -2,6 +2,8 @@
 #pragma once
 
 #include <service/radio/Adapter.h>
+#include <service/radio/Errors.h>
+#include <service/radio/Wifi.h>
 
 namespace pelacon::service::radio {
 
@@ -15,6 +17,8 @@ class Radios {
     Radios& operator=(const Radios&) = delete;
 
     virtual Adapter& GetAdapter() = 0;
+    virtual Wifi& GetWifi() = 0;
+    virtual Errors& GetErrors() = 0;
 };
 
 }  // namespace pelacon::service::radio

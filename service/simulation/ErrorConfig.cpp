@@ -1,0 +1,20 @@
+#include <service/simulation/ErrorConfig.h>
+
+namespace pelacon::service::simulation {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+ErrorConfig ReadError(const json::Reader& reader)
+{
+    ErrorConfig config;
+    reader.Object([&](json::Fields& fields) {
+        config.code = fields.Required("code").Integer<std::int32_t>();
+        config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
+        if (const auto every = fields.Optional("everyMs")) {
+            config.every = every->Milliseconds(1ms, 24h);
+        }
+    });
+    return config;
+}
+
+}  // namespace pelacon::service::simulation

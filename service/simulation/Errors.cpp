@@ -1,0 +1,29 @@
+#include <service/simulation/Errors.h>
+
+namespace pelacon::service::simulation {
+
+Errors::Errors(World& world, const std::vector<ErrorConfig>& configs) : world_(world)
+{
+    for (const ErrorConfig& config : configs) {
+        const std::size_t index = planned_.size();
+        planned_.push_back({config, world.After(config.after, [this, index] { Strike(index); })});
+    }
+}
+
+void Errors::Report(std::int32_t code) const
+{
+    for (const Observer& observer : observers_) {
+        observer(code);
+    }
+}
+
+void Errors::Strike(std::size_t index)
+{
+    Planned& planned = planned_[index];
+    Report(planned.config.code);
+    if (planned.config.every.count() != 0) {
+        planned.timer = world_.After(planned.config.every, [this, index] { Strike(index); });
+    }
+}
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,37 @@
+// Errors that are made up.
+#pragma once
+
+#include <service/World.h>
+#include <service/radio/Errors.h>
+#include <service/simulation/ErrorConfig.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+class Errors : public radio::Errors {
+  public:
+    Errors(World& world, const std::vector<ErrorConfig>& configs);
+
+    void Observe(Observer observer) override { observers_.push_back(std::move(observer)); }
+
+    /// For the other simulated radios: something went wrong.
+    void Report(std::int32_t code) const;
+
+  private:
+    struct Planned {
+        ErrorConfig config;
+        Timer timer;
+    };
+
+    void Strike(std::size_t index);
+
+    World& world_;
+    std::vector<Observer> observers_;
+    std::vector<Planned> planned_;
+};
+
+}  // namespace pelacon::service::simulation
