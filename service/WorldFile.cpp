@@ -20,6 +20,9 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
         if (const auto adapter = fields.Optional("adapter")) {
             file.adapter = simulation::ReadAdapter(*adapter);
         }
+        if (const auto wifi = fields.Optional("wifi")) {
+            file.wifi = simulation::ReadWifi(*wifi);
+        }
         if (const auto errors = fields.Optional("errors")) {
             file.errors = errors->List(&simulation::ReadError);
         }

@@ -4,6 +4,7 @@
 #include <service/Faults.h>
 #include <service/simulation/AdapterConfig.h>
 #include <service/simulation/PeripheralConfig.h>
+#include <service/simulation/WifiConfig.h>
 #include <service/simulation/TargetAdvConfig.h>
 #include <service/simulation/ErrorConfig.h>
 
@@ -19,6 +20,7 @@ namespace pelacon::service {
 struct WorldFile {
     std::optional<std::uint64_t> seed;
     simulation::AdapterConfig adapter;
+    simulation::WifiConfig wifi;
     std::vector<simulation::PeripheralConfig> peripherals;
     std::vector<simulation::TargetAdvConfig> targetAdvs;
     std::vector<simulation::ErrorConfig> errors;

@@ -1,0 +1,24 @@
+// A device in the neighbourhood, as the world file describes it.
+#pragma once
+
+#include <service/json/Reader.h>
+#include <service/simulation/AdvertisingConfig.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+struct PeripheralConfig {
+    std::uint64_t address = 0;
+    std::string name;
+    std::int32_t rssi = -60;
+    std::int32_t rssiVariation = 3;  // to either side
+    AdvertisingConfig advertising;
+};
+
+/// Reads a list of them. No two have one address.
+std::vector<PeripheralConfig> ReadPeripherals(const json::Reader& reader);
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,27 @@
+#include <service/simulation/TargetAdvConfig.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+TargetAdvConfig ReadTargetAdv(const json::Reader& reader)
+{
+    TargetAdvConfig config;
+    reader.Object([&](json::Fields& fields) {
+        config.advertisement.business = fields.Required("business").Integer<std::int32_t>();
+        if (const auto data = fields.Optional("data")) {
+            const std::vector<std::uint8_t> bytes = data->Hex(0, config.advertisement.data.size());
+            std::copy(bytes.begin(), bytes.end(), config.advertisement.data.begin());
+        }
+        if (const auto every = fields.Optional("everyMs")) {
+            config.every = every->Milliseconds(1ms, 1h);
+        }
+    });
+    return config;
+}
+
+}  // namespace pelacon::service::simulation
