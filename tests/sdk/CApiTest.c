@@ -1,0 +1,290 @@
+/* Every C entry point from a C11 program, with the library as applications get it and no service:
+ * before the start operations are refused, after it they are not answered, after the stop they are
+ * refused again. */
+#include <PelaconSDK/PelaconSDK.h>
+
+#include <stdio.h>
+#include <string.h>
+
+static int failures = 0;
+
+static void Expect(const char* what, long is, long shouldBe)
+{
+    if (is != shouldBe) {
+        printf("%s is %ld, not %ld\n", what, is, shouldBe);
+        ++failures;
+    }
+}
+
+/* What operations return for want of a library that is started, or of a service. */
+typedef struct Failed {
+    BleStatusC ble;
+    BleStatusC posted;
+    WifiErrorCode wifi;
+} Failed;
+
+static const Failed refused = {kBleStatusFailed, kBleStatusFailed, kWifiFailed};
+static const Failed unanswered = {kBleStatusNoReply, kBleStatusSuccess, kWifiNoReply};
+
+/* Tables that stay with the library for good. */
+static BtGattClientCallbacksC clientTable;
+
+static void CallBleManager(Failed failed)
+{
+    BtManagerCallbacksC table = {NULL};
+    BtInfo info;
+    uint8_t name[64];
+    int32_t size = (int32_t)sizeof name;
+    Expect("RegisterBtStateChangeCallbacks", RegisterBtStateChangeCallbacks(&table), failed.ble);
+    Expect("UnRegisterBtStateChangeCallbacks", UnRegisterBtStateChangeCallbacks(&table), 0);
+    Expect("BtEnable", BtEnable(), failed.ble);
+    Expect("BtDisable", BtDisable(), failed.ble);
+    Expect("IsBtEnabled", IsBtEnabled(), false);
+    Expect("GetBtRunningState", GetBtRunningState(), kBtStateUnknown);
+    Expect("GetBtMacAndName", GetBtMacAndName(&info), failed.ble);
+    Expect("SetBtName", SetBtName("name", 4), failed.ble);
+    Expect("GetBtName", GetBtName(name, &size), failed.ble);
+    Expect("IsDeviceConnected", IsDeviceConnected(1, kBluetoothLe), kDeviceConnectUnknown);
+
+    Expect("RegisterBtStateChangeCallbacks(NULL)", RegisterBtStateChangeCallbacks(NULL),
+           kBleStatusFailed);
+    Expect("GetBtMacAndName(NULL)", GetBtMacAndName(NULL), kBleStatusFailed);
+    Expect("SetBtName(NULL)", SetBtName(NULL, 0), kBleStatusFailed);
+    Expect("SetBtName(-1)", SetBtName("name", -1), kBleStatusFailed);
+}
+
+static void CallBleScanner(Failed failed)
+{
+    BleScanCallbacksC table = {NULL, NULL};
+    VoviewRecvAdvCallbacksC targetTable = {NULL};
+    BleScanFilter filter;
+    TargetAdvFilter targetFilter;
+    TargetAdvInfo target;
+    int listener = 0;
+    memset(&filter, 0, sizeof filter);
+    memset(&targetFilter, 0, sizeof targetFilter);
+    memset(&target, 0, sizeof target);
+    Expect("BleScanRegisterCallbacks", BleScanRegisterCallbacks(&table, &listener), failed.ble);
+    Expect("StartBleScan", StartBleScan(1, kBleScanLowLatency), failed.ble);
+    Expect("StopBleScan", StopBleScan(1), failed.ble);
+    Expect("SetScanFilter", SetScanFilter(1, &filter, 1), failed.ble);
+    Expect("RemoveScanFilter", RemoveScanFilter(1), failed.ble);
+    Expect("BleScanUnRegisterCallbacks", BleScanUnRegisterCallbacks(1), failed.ble);
+    Expect("BleRegisterTargetAdvCallback", BleRegisterTargetAdvCallback(targetFilter, &targetTable),
+           failed.ble);
+    Expect("BleUnRegisterTargetAdvCallback", BleUnRegisterTargetAdvCallback(kBleTargetPairing),
+           failed.ble);
+    Expect("BleOnRecvVoviewData", BleOnRecvVoviewData(target), failed.ble);
+}
+
+static void CallBleAdvertiser(Failed failed)
+{
+    static const uint8_t bytes[] = {2, 1, 6};
+    BleAdvCallbacksC table = {NULL};
+    BleAdvertiseParamsC params;
+    BleAdvertiseDataC data = {sizeof bytes, bytes, 0, NULL};
+    int advertiser = 0;
+    memset(&params, 0, sizeof params);
+    Expect("BleAdvRegisterCallbacks", BleAdvRegisterCallbacks(&table, &advertiser), failed.ble);
+    Expect("BleStartAdvertise", BleStartAdvertise(1, &params, &data), failed.ble);
+    Expect("BleStopAdvertise", BleStopAdvertise(1), failed.ble);
+    Expect("BleAdvUnRegisterCallbacks", BleAdvUnRegisterCallbacks(1), failed.ble);
+}
+
+static void CallGattClient(Failed failed)
+{
+    uint8_t value[kBleGattMaxValueLength] = {0};
+    uint32_t length = 0;
+    int32_t client = 0;
+    int32_t mtu = 0;
+    Expect("BleGattClientRegister", BleGattClientRegister(&client), failed.ble);
+    Expect("BleGattClientConnect", BleGattClientConnect(1, 2, &clientTable), failed.posted);
+    Expect("BleGattClientSearchServices", BleGattClientSearchServices(1), failed.ble);
+    Expect("BleGattClientGetService", BleGattClientGetService(1, "180D"), failed.ble);
+    Expect("BleGattClientReadCharacteristic",
+           BleGattClientReadCharacteristic(1, "180D", "2A37", value, &length), failed.ble);
+    Expect("BleGattClientWriteCharacteristic",
+           BleGattClientWriteCharacteristic(1, "180D", "2A37", value, 1), failed.ble);
+    Expect("BleGattClientRegisterNotification",
+           BleGattClientRegisterNotification(1, "180D", "2A37", true), failed.ble);
+    Expect("BleGattClientGetMtu", BleGattClientGetMtu(1, &mtu), failed.ble);
+    Expect("BleGattClientDisconnect", BleGattClientDisconnect(1), failed.ble);
+    Expect("BleGattClientUnRegister", BleGattClientUnRegister(1), failed.ble);
+}
+
+static void CallGattServer(Failed failed)
+{
+    static const uint8_t value[] = {1};
+    BtGattServerCallbacksC table;
+    BLECharacteristicInfoC characteristic;
+    BleGattNotifyInfoC notify;
+    int32_t server = 0;
+    int32_t service = 0;
+    memset(&table, 0, sizeof table);
+    memset(&characteristic, 0, sizeof characteristic);
+    memset(&notify, 0, sizeof notify);
+    notify.valueLen = 1;
+    Expect("BleGattServerRegister", BleGattServerRegister(&table, &server), failed.ble);
+    Expect("BleGattServerAddService", BleGattServerAddService(1, "180D", &service), failed.ble);
+    Expect("BleGattServerAddCharacteristic", BleGattServerAddCharacteristic(1, 2, &characteristic),
+           failed.ble);
+    Expect("BleGattServerStartService", BleGattServerStartService(1, 2), failed.ble);
+    Expect("BleGattServerPublishNotify",
+           BleGattServerPublishNotify(1, 2, "2A37", value, sizeof value, 3), failed.ble);
+    Expect("BleGattServerPublishNotifyExt", BleGattServerPublishNotifyExt(&notify), failed.ble);
+    Expect("BleGattServerStopService", BleGattServerStopService(1, 2), failed.ble);
+    Expect("BleGattServerDeleteService", BleGattServerDeleteService(1, 2), failed.ble);
+    Expect("BleGattServerUnRegister", BleGattServerUnRegister(1), failed.ble);
+}
+
+static void CallVod2dGroup(Failed failed)
+{
+    Vod2dWifiBroadcastRecvCb table = {NULL, NULL};
+    Vod2dSoftAPInfo info;
+    Vod2dLinkGroup group;
+    int32_t channels[1020];
+    char address[6];
+    bool active = false;
+    memset(&info, 0, sizeof info);
+    Expect("Vod2dCreateGroup", Vod2dCreateGroup(&info), failed.wifi);
+    Expect("Vod2dRemoveGroup", Vod2dRemoveGroup(), failed.wifi);
+    Expect("Vod2dGetGroupConfig", Vod2dGetGroupConfig(&info), failed.wifi);
+    Expect("Vod2dGetGroupInfoConnected", Vod2dGetGroupInfoConnected(&group), failed.wifi);
+    Expect("Vod2dIsWifiActive", Vod2dIsWifiActive(&active), failed.wifi);
+    Expect("Vod2dGetFrequency", Vod2dGetFrequency(), failed.wifi);
+    Expect("Vod2dGetChannelListFor5G", Vod2dGetChannelListFor5G(channels, 1020), failed.wifi);
+    Expect("Vod2dGetBaseMacAddress", Vod2dGetBaseMacAddress(address, 6), failed.wifi);
+    Expect("Vod2dRegisterSoftAPStateChangedCallback",
+           Vod2dRegisterSoftAPStateChangedCallback(&table), failed.wifi);
+    Expect("Vod2dUnRegisterSoftAPStateChangedCallback",
+           Vod2dUnRegisterSoftAPStateChangedCallback(&table), failed.wifi);
+}
+
+static void CallVod2dConfig(Failed failed)
+{
+    Vod2dWifiCfgCallback table = {NULL};
+    WifiCardStateCallback cardTable = {NULL};
+    RecommendChannelRequest wish;
+    RecommendChannelResponse channel;
+    WifiCardStateInfo card = {0, 0};
+    Vod2dConnNotifyRequest connections;
+    Vod2dUpperScene scene;
+    uint8_t configuration[512] = {0};
+    char capabilities[256];
+    char interfaceName[] = "wlan0";
+    char guid[39];
+    int32_t length = 0;
+    memset(&wish, 0, sizeof wish);
+    memset(&connections, 0, sizeof connections);
+    memset(&scene, 0, sizeof scene);
+    Expect("Vod2dGetSelfWifiCfgInfo",
+           Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, configuration, &length), failed.wifi);
+    Expect("Vod2dSetPeerWifiCfgInfo", Vod2dSetPeerWifiCfgInfo(kPeerCfgStation, configuration, 1),
+           failed.wifi);
+    Expect("Vod2dRegisterWifiCfgCallback", Vod2dRegisterWifiCfgCallback(&table), failed.wifi);
+    Expect("Vod2dGetIfaceCoexistCap", Vod2dGetIfaceCoexistCap(capabilities, &length), failed.wifi);
+    Expect("Vod2dGetRecommendChannel", Vod2dGetRecommendChannel(&wish, 1, &channel), failed.wifi);
+    Expect("Vod2dSetWifiCardStateNotify", Vod2dSetWifiCardStateNotify(&card, &length, &cardTable),
+           failed.wifi);
+    Expect("Vod2dSetConnNotify", Vod2dSetConnNotify(&connections, &table), failed.wifi);
+    Expect("Vod2dSetUpperScene", Vod2dSetUpperScene(interfaceName, 5, scene), failed.wifi);
+    Expect("GetGuidByInterfaceName", GetGuidByInterfaceName(interfaceName, 5, 39, guid),
+           failed.wifi);
+    Expect("Vod2dOrvidSharedlinkIncrease", Vod2dOrvidSharedlinkIncrease(), failed.wifi);
+    Expect("Vod2dOrvidSharedlinkDecrease", Vod2dOrvidSharedlinkDecrease(), failed.wifi);
+}
+
+static void CallEverything(Failed failed)
+{
+    CallBleManager(failed);
+    CallBleScanner(failed);
+    CallBleAdvertiser(failed);
+    CallGattClient(failed);
+    CallGattServer(failed);
+    CallVod2dGroup(failed);
+    CallVod2dConfig(failed);
+}
+
+/* What needs neither the library to be started nor a service. */
+static void ReadAdvertisingData(void)
+{
+    static const uint8_t advertisement[] = {2, 1, 6,    4,    0xFF, 0x34, 0x12,
+                                            7, 4, 0x16, 0x0D, 0x18, 9};
+    uint8_t* data = NULL;
+    uint32_t length = 0;
+    Expect("BleGetAdvDataByType",
+           BleGetAdvDataByType(advertisement, sizeof advertisement, 1, &data, &length), 0);
+    Expect("flags", length == 1 ? data[0] : -1, 6);
+    Expect("BleGetManufacturerDataByCompanyId",
+           BleGetManufacturerDataByCompanyId(advertisement, sizeof advertisement, 0x1234, &data,
+                                             &length),
+           0);
+    Expect("manufacturer's data", length == 1 ? data[0] : -1, 7);
+    Expect("BleGetServiceDataByUuid",
+           BleGetServiceDataByUuid(advertisement, sizeof advertisement, 0x180D, &data, &length), 0);
+    Expect("service data", length == 1 ? data[0] : -1, 9);
+    Expect("BleGetAdvDataByType of a type that is not there",
+           BleGetAdvDataByType(advertisement, sizeof advertisement, 9, &data, &length),
+           kBleStatusNotFound);
+}
+
+typedef struct Counted {
+    int lines;
+    int startLines;
+    int events;
+    int32_t lastEvent;
+} Counted;
+
+static void CountLine(void* context, PelaconLogLevel level, const char* line)
+{
+    Counted* counted = context;
+    ++counted->lines;
+    if (level == kPelaconLogTrace && strcmp(line, "[PelaconSDK]start(BleManager::BtEnable)") == 0) {
+        ++counted->startLines;
+    }
+}
+
+static void CountEvent(void* context, int32_t eventId, const PelaconEventEntry* entries,
+                       uint32_t count)
+{
+    Counted* counted = context;
+    ++counted->events;
+    counted->lastEvent = eventId;
+    Expect("entries", (long)count, 2);
+    Expect("first key", strcmp(entries[0].key, "EventType"), 0);
+    Expect("first number", (long)entries[0].number, 1);
+}
+
+static void TakeLinesAndEvents(void)
+{
+    Counted counted = {0, 0, 0, 0};
+    BtInfo info;
+    PelaconSetLogSink(CountLine, &counted, kPelaconLogTrace);
+    PelaconSetEventSink(CountEvent, &counted);
+    BtEnable();
+    GetBtMacAndName(&info);
+    PelaconSetLogSink(NULL, NULL, kPelaconLogTrace);
+    PelaconSetEventSink(NULL, NULL);
+    const int lines = counted.lines;
+    BtEnable();
+    GetBtMacAndName(&info);
+    Expect("start lines", counted.startLines, 1);
+    Expect("lines after the sink was taken away", counted.lines - lines, 0);
+    Expect("events", counted.events, 1);
+    Expect("event", counted.lastEvent, 954082006);
+}
+
+int main(void)
+{
+    ReadAdvertisingData();
+    CallEverything(refused);
+    Expect("PelaconSvcStop before the start", PelaconSvcStop(), 0);
+    Expect("PelaconSvcStart", PelaconSvcStart(), 0);
+    Expect("PelaconSvcStart again", PelaconSvcStart(), 0);
+    CallEverything(unanswered);
+    TakeLinesAndEvents();
+    Expect("PelaconSvcStop", PelaconSvcStop(), 0);
+    CallEverything(refused);
+    Expect("PelaconSvcStop again", PelaconSvcStop(), 0);
+    return failures == 0 ? 0 : 1;
+}

@@ -1,0 +1,39 @@
+# Compares what the library exports with the list in LIST, and sees that the C program in C_PROGRAM
+# calls every C function of it. NM and LIBRARY name the tool and the library. With UPDATE the list
+# is written anew instead:
+#     cmake -DNM=nm -DLIBRARY=... -DLIST=tests/sdk/exported-symbols.txt -DUPDATE=ON -P ...
+
+execute_process(COMMAND "${NM}" -D --defined-only -C "${LIBRARY}"
+    OUTPUT_VARIABLE exported COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "(^|\n)[0-9a-f]* *[A-Za-z] " "\\1" exported "${exported}")
+string(REPLACE "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
+    "std::string" exported "${exported}")
+string(REPLACE "[abi:cxx11]" "" exported "${exported}")  # brackets would upset CMake's lists
+string(STRIP "${exported}" exported)
+string(REPLACE "\n" ";" exported "${exported}")
+list(SORT exported)
+
+if(UPDATE)
+    list(JOIN exported "\n" text)
+    file(WRITE "${LIST}" "${text}\n")
+    return()
+endif()
+
+file(STRINGS "${LIST}" listed)
+set(missing ${listed})
+list(REMOVE_ITEM missing ${exported})
+set(unlisted ${exported})
+list(REMOVE_ITEM unlisted ${listed})
+foreach(symbol IN LISTS missing)
+    message(SEND_ERROR "not exported any more: ${symbol}")
+endforeach()
+foreach(symbol IN LISTS unlisted)
+    message(SEND_ERROR "exported, but not listed: ${symbol}")
+endforeach()
+
+file(READ "${C_PROGRAM}" program)
+foreach(symbol IN LISTS exported)
+    if(symbol MATCHES "^[A-Za-z0-9_]+$" AND NOT program MATCHES "[^A-Za-z0-9_]${symbol}\\(")
+        message(SEND_ERROR "not called by the C program: ${symbol}")
+    endif()
+endforeach()

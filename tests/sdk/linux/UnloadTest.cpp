@@ -1,0 +1,63 @@
+// Loading the library, and unloading it, while the program runs.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+class UnloadTest : public ::testing::Test {
+  protected:
+    void SetUp() override
+    {
+        if (IsLoaded()) {
+            GTEST_SKIP() << "an earlier test of this process started it";
+        }
+        library_ = dlopen(PELACON_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library_, nullptr) << dlerror();
+    }
+
+    static bool IsLoaded()
+    {
+        void* handle = dlopen(PELACON_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
+        if (handle != nullptr) {
+            dlclose(handle);
+        }
+        return handle != nullptr;
+    }
+
+    int Call(const char* name)
+    {
+        const auto function = reinterpret_cast<int (*)()>(dlsym(library_, name));
+        EXPECT_NE(function, nullptr) << name;
+        return function != nullptr ? function() : -1000;
+    }
+
+    void Unload() { EXPECT_EQ(dlclose(library_), 0); }
+
+  private:
+    void* library_ = nullptr;
+};
+
+TEST_F(UnloadTest, AForkAfterUnloadingDoesNotReachIt)
+{
+    EXPECT_EQ(Call("BtEnable"), -1);
+    Unload();
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(7);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+}
+
+TEST_F(UnloadTest, TheLibraryStaysOnceItWasStarted)
+{
+    EXPECT_EQ(Call("PelaconSvcStart"), 0);
+    Unload();
+    EXPECT_TRUE(IsLoaded()) << "its receive thread runs";
+}
+
+}  // namespace
