@@ -35,6 +35,11 @@ Elsewhere install by hand what README.md lists, and build with CMake."
 build_packages=(g++ cmake ninja-build pkg-config ccache libcli11-dev nlohmann-json3-dev
     libnl-genl-3-dev libgtest-dev libgmock-dev libbenchmark-dev)
 
+clang_packages=(clang libclang-rt-14-dev)
+
+# Objects are the same wherever the tree lies, so the compiler's cache serves other clones, too.
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
+
 # configure PRESET: quick when it was configured before; says why when it fails.
 configure() {
     local log="build/$1/configure.log"
