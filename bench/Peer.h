@@ -1,0 +1,59 @@
+// The other process of a measurement.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace pelacon::bench {
+
+/// A folder below the system's temporary one that vanishes with this.
+class TemporaryFolder {
+  public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::string& Path() const { return path_; }
+
+  private:
+    std::string path_;
+};
+
+/// A child process; it ends with this, whatever becomes of the benchmark.
+class Peer {
+  public:
+    /// Runs a program. Its sockets are in the folder.
+    Peer(const std::string& program, const std::vector<std::string>& arguments,
+         const std::string& runtimeFolder);
+    ~Peer();
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    /// Runs this program in another role.
+    static Peer InRole(const std::string& role, const std::string& runtimeFolder);
+
+    void Tell(const std::string& line);
+
+    /// The next line of its output. Throws when it ended.
+    std::string Hear();
+
+    /// Tells it a line and waits until it has answered with one.
+    void Order(const std::string& line)
+    {
+        Tell(line);
+        Hear();
+    }
+
+  private:
+    pid_t process_ = -1;
+    int input_ = -1;
+    int output_ = -1;
+};
+
+/// Has the library, in this process, look for its service in the folder.
+void UseRuntimeFolder(const std::string& folder);
+
+}  // namespace pelacon::bench

@@ -1,0 +1,210 @@
+// Requests: how long one takes, and how many a number of threads make.
+#include <PelaconSDK/PelaconSDK.h>
+#include <bench/Bare.h>
+#include <bench/Callers.h>
+#include <bench/Scenarios.h>
+#include <bench/Statistics.h>
+
+#include <array>
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+
+namespace pelacon::bench {
+
+namespace {
+
+constexpr std::size_t kSmall = 64;
+constexpr std::size_t kLarge = 1108;
+
+/// Nanoseconds that each of the calls took.
+template <typename Call>
+std::vector<double> Durations(int calls, Call&& call)
+{
+    std::vector<double> durations;
+    durations.reserve(static_cast<std::size_t>(calls));
+    const int warmUp = calls / 20;
+    for (int number = -warmUp; number < calls; ++number) {
+        const std::int64_t start = Now();
+        call(static_cast<std::uint32_t>(number));
+        if (number >= 0) {
+            durations.push_back(static_cast<double>(Now() - start));
+        }
+    }
+    return durations;
+}
+
+/// The median and the 99th percentile of one kind of call.
+struct RowPair {
+    RowPair(const std::string& name, Target p50Target, std::optional<Target> p99Target)
+        : p50(name + ", p50", Unit::kNanoseconds, p50Target),
+          p99(name + ", p99", Unit::kNanoseconds, p99Target)
+    {}
+
+    void Add(const std::vector<double>& bare, const std::vector<double>& ours)
+    {
+        p50.Add(Median(bare), Median(ours));
+        p99.Add(Percentile(bare, 0.99), Percentile(ours, 0.99));
+    }
+
+    Row p50;
+    Row p99;
+};
+
+class RoundTrips : public Scenario {
+  public:
+    explicit RoundTrips(Peers& peers)
+        : peers_(peers),
+          client_(MakeEchoClient(peers)),
+          bareSmall_(peers.barePath, kSmall),
+          bareLarge_(peers.barePath, kLarge),
+          clientSmall_(*client_, kSmall),
+          clientLarge_(*client_, kLarge)
+    {}
+
+    std::string Heading() const override { return "One request at a time"; }
+
+    void Round(const Effort& effort) override
+    {
+        const auto bare = Durations(effort.calls, bareSmall_);
+        small_.Add(bare, Durations(effort.calls, clientSmall_));
+        api_.Add(bare, ApiDurations(effort.calls));
+        const auto bareLarge = Durations(effort.calls, bareLarge_);
+        large_.Add(bareLarge, Durations(effort.calls, clientLarge_));
+    }
+
+    std::vector<Row> Rows() const override
+    {
+        return {small_.p50, small_.p99, large_.p50, large_.p99, api_.p50, api_.p99};
+    }
+
+  private:
+    /// Bluetooth is on, so that an answer differs from a failure.
+    std::vector<double> ApiDurations(int calls) const
+    {
+        UseRuntimeFolder(peers_.serviceFolder);
+        PelaconSvcStart();
+        const auto durations = Durations(calls, [](std::uint32_t) {
+            if (!BleManager::IsBtEnabled()) {
+                throw std::runtime_error("IsBtEnabled was not answered with true.");
+            }
+        });
+        PelaconSvcStop();
+        return durations;
+    }
+
+    Peers& peers_;
+    std::unique_ptr<IPCMessageClient> client_;
+    BareCaller bareSmall_;
+    BareCaller bareLarge_;
+    ClientCaller clientSmall_;
+    ClientCaller clientLarge_;
+    RowPair small_{"IPCMessageClient, 64 bytes", AtMost(1.05), AtMost(1.3)};
+    RowPair large_{"IPCMessageClient, 1108 bytes", AtMost(1.05), AtMost(1.3)};
+    RowPair api_{"IsBtEnabled, real service (bare: 64 bytes)", AtMost(1.25), std::nullopt};
+};
+
+/// Calls a second that so many callers make, each on a thread of its own.
+template <typename Caller>
+double CallsPerSecond(std::vector<Caller>& callers, std::chrono::milliseconds duration)
+{
+    std::atomic<bool> ended{false};
+    std::atomic<std::uint64_t> calls{0};
+    std::atomic<bool> failed{false};
+    std::vector<std::thread> threads;
+    const std::int64_t start = Now();
+    for (Caller& caller : callers) {
+        threads.emplace_back([&] {
+            std::uint32_t number = 0;
+            try {
+                while (!ended.load(std::memory_order_relaxed)) {
+                    caller(number++);
+                }
+            } catch (const std::exception&) {
+                failed = true;
+            }
+            calls += number;
+        });
+    }
+    std::this_thread::sleep_for(duration);
+    ended = true;
+    const auto elapsed = static_cast<double>(Now() - start);
+    const auto counted = [&] {
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        return static_cast<double>(calls);
+    }();
+    if (failed) {
+        throw std::runtime_error("A call of several threads failed.");
+    }
+    return counted / elapsed * 1e9;
+}
+
+class Throughput : public Scenario {
+  public:
+    explicit Throughput(Peers& peers) : client_(MakeEchoClient(peers))
+    {
+        for (std::size_t index = 0; index < kThreadCounts.size(); ++index) {
+            const int count = kThreadCounts[index];
+            Group group{
+                Row(std::to_string(count) + (count == 1 ? " thread" : " threads"), Unit::kPerSecond,
+                    count > 1 ? std::optional(AtLeast(0.90)) : std::nullopt),
+                {},
+                {}};
+            for (int thread = 0; thread < count; ++thread) {
+                group.bare.emplace_back(peers.barePath, kSmall);
+                group.ours.emplace_back(*client_, kSmall);
+            }
+            groups_.push_back(std::move(group));
+        }
+    }
+
+    std::string Heading() const override
+    {
+        return "Requests a second through IPCMessageClient, 64 bytes";
+    }
+
+    void Round(const Effort& effort) override
+    {
+        for (Group& group : groups_) {
+            const double bare = CallsPerSecond(group.bare, effort.threads);
+            group.row.Add(bare, CallsPerSecond(group.ours, effort.threads));
+        }
+    }
+
+    std::vector<Row> Rows() const override
+    {
+        std::vector<Row> rows;
+        for (const Group& group : groups_) {
+            rows.push_back(group.row);
+        }
+        return rows;
+    }
+
+  private:
+    static constexpr std::array kThreadCounts{1, 2, 4, 8};
+
+    struct Group {
+        Row row;
+        std::vector<BareCaller> bare;
+        std::vector<ClientCaller> ours;
+    };
+
+    std::unique_ptr<IPCMessageClient> client_;
+    std::vector<Group> groups_;
+};
+
+}  // namespace
+
+std::unique_ptr<Scenario> MakeRoundTrips(Peers& peers)
+{
+    return std::make_unique<RoundTrips>(peers);
+}
+
+std::unique_ptr<Scenario> MakeThroughput(Peers& peers)
+{
+    return std::make_unique<Throughput>(peers);
+}
+
+}  // namespace pelacon::bench

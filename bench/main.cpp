@@ -1,0 +1,201 @@
+// Measures the library against bare blocking stream sockets between the same two processes, in the
+// same run, and says whether it is as near to them as it should be.
+#include <PelaconSDK/PelaconSDK.h>
+#include <bench/Scenarios.h>
+#include <bench/roles/Roles.h>
+#include <os/Terminal.h>
+
+#include <CLI/CLI.hpp>
+#include <sched.h>
+
+#include <chrono>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+
+namespace pelacon::bench {
+
+namespace {
+
+/// The service of the same build: both lie in folders of one stage.
+std::string ServicePath()
+{
+    const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    return here.parent_path() / "libexec/pelacon/PelaconService";
+}
+
+/// What is asked of the service is whether Bluetooth is on, so it must be.
+void SwitchBluetoothOn(const std::string& folder)
+{
+    UseRuntimeFolder(folder);
+    PelaconSvcStart();
+    BtEnable();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!IsBtEnabled()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("Bluetooth stays off.");
+        }
+    }
+    PelaconSvcStop();
+}
+
+/// Which processors this process may use, and with it those that it starts.
+class Processors {
+  public:
+    Processors() { sched_getaffinity(0, sizeof all_, &all_); }
+
+    /// Only the last of them; returns its number.
+    int PinToOne() const
+    {
+        int last = 0;
+        for (int number = 0; number < CPU_SETSIZE; ++number) {
+            if (CPU_ISSET(number, &all_)) {
+                last = number;
+            }
+        }
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(last, &one);
+        Use(one);
+        return last;
+    }
+
+    void UseAll() const { Use(all_); }
+
+  private:
+    static void Use(const cpu_set_t& set)
+    {
+        if (sched_setaffinity(0, sizeof set, &set) != 0) {
+            throw std::runtime_error("This process cannot be bound to a processor.");
+        }
+    }
+
+    cpu_set_t all_{};
+};
+
+void ShowProgress(const std::string& text)
+{
+    if (os::OutputIsTerminal()) {
+        std::cout << "\r\033[K" << text << std::flush;
+    }
+}
+
+Table Measure(const std::string& title, const Effort& effort, bool withTargets)
+{
+    const TemporaryFolder folder;
+    Peers peers(folder.Path());
+    std::vector<std::unique_ptr<Scenario>> scenarios;
+    for (const auto make : {&MakeRoundTrips, &MakeThroughput, &MakeNotificationRate,
+                            &MakeNotificationLatency, &MakeLifecycle}) {
+        scenarios.push_back(make(peers));
+    }
+    for (int round = 1; round <= effort.rounds; ++round) {
+        for (const auto& scenario : scenarios) {
+            ShowProgress("round " + std::to_string(round) + " of " + std::to_string(effort.rounds) +
+                         ": " + scenario->Heading());
+            scenario->Round(effort);
+        }
+    }
+    ShowProgress("");
+
+    Table table(title);
+    for (const auto& scenario : scenarios) {
+        table.Begin(scenario->Heading());
+        for (Row row : scenario->Rows()) {
+            if (!withTargets) {
+                row.DropTarget();
+            }
+            table.Add(std::move(row));
+        }
+    }
+    return table;
+}
+
+int Run(const Effort& effort, bool alsoUnpinned)
+{
+    const Processors processors;
+    const std::string rounds = "medians of " + std::to_string(effort.rounds) + " rounds";
+    const std::string cpu = std::to_string(processors.PinToOne());
+    const Table pinned =
+        Measure("Both processes on processor " + cpu + ", " + rounds, effort, true);
+    pinned.Print();
+    if (alsoUnpinned) {
+        processors.UseAll();
+        Measure("On all processors, " + rounds + " (no targets)", effort, false).Print();
+    }
+    const int missed = pinned.Missed();
+    std::cout << (missed == 0 ? "All targets are met." : std::to_string(missed) + " missed.")
+              << '\n';
+    return missed == 0 ? 0 : 1;
+}
+
+int RunRole(const std::string& role)
+{
+    if (role == "bare") {
+        return RunBareRole();
+    }
+    if (role == "echo") {
+        return RunEchoRole();
+    }
+    if (role == "flood") {
+        return RunFloodRole();
+    }
+    return RunIdleRole();
+}
+
+int Main(int argc, char** argv)
+{
+    CLI::App program("Measures the library against bare sockets.", "pelacon_bench");
+    bool quick = false;
+    bool unpinned = false;
+    int rounds = 0;
+    std::string role;
+    program.add_flag("--quick", quick, "A first look: fewer and shorter rounds");
+    program.add_flag("--unpinned", unpinned, "Measure on all processors as well");
+    program.add_option("--rounds", rounds, "How many rounds")->check(CLI::Range(1, 1000));
+    program.add_option("--role", role)->group("");
+    program.footer(
+        "Each figure is taken in every round, right after the bare one; the ratio is the median\n"
+        "of the rounds' ratios, and behind it stand the least and the largest of them.\n"
+        "Exit status: 0 all targets met, 1 some missed, 2 not measured.");
+    CLI11_PARSE(program, argc, argv);
+    if (!role.empty()) {
+        return RunRole(role);
+    }
+    Effort effort = quick ? kQuick : kFull;
+    effort.rounds = rounds > 0 ? rounds : effort.rounds;
+    return Run(effort, unpinned);
+}
+
+}  // namespace
+
+Peers::Peers(const std::string& folder)
+    : echoFolder(folder + "/echo"),
+      serviceFolder(folder + "/service"),
+      floodFolder(folder + "/flood"),
+      barePath(folder + "/bare.sock"),
+      bare(Peer::InRole("bare", folder)),
+      echo(Peer::InRole("echo", echoFolder)),
+      flood(Peer::InRole("flood", floodFolder)),
+      service(ServicePath(), {"--log", "warning"}, serviceFolder)
+{
+    for (Peer* peer : {&bare, &echo, &flood, &service}) {
+        peer->Hear();
+    }
+    SwitchBluetoothOn(serviceFolder);
+}
+
+}  // namespace pelacon::bench
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return pelacon::bench::Main(argc, argv);
+    } catch (const std::exception& exception) {
+        std::cerr << "pelacon_bench: " << exception.what() << '\n';
+        return 2;
+    }
+}

@@ -1,0 +1,73 @@
+// The floor's other side: one thread for each connection, blocking reads and writes.
+#include <bench/Bare.h>
+#include <bench/roles/Roles.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace pelacon::bench {
+
+namespace {
+
+void PingPong(const BareSocket& socket, std::span<std::uint8_t> message)
+{
+    while (socket.Read(message)) {
+        socket.Write(message);
+    }
+}
+
+void Stream(const BareSocket& socket, std::span<std::uint8_t> message, std::uint32_t count)
+{
+    std::uint8_t start = 0;
+    while (socket.Read({&start, 1})) {
+        for (std::uint32_t index = 0; index < count; ++index) {
+            std::memcpy(message.data(), &index, sizeof index);
+            socket.Write(message);
+        }
+    }
+}
+
+/// Until the other side has had enough, which the write tells.
+void Push(const BareSocket& socket, std::span<std::uint8_t> message,
+          std::chrono::microseconds interval)
+{
+    auto next = std::chrono::steady_clock::now();
+    do {
+        std::this_thread::sleep_until(next += interval);
+        const std::int64_t now = Now();
+        std::memcpy(message.data(), &now, sizeof now);
+    } while (socket.Write(message));
+}
+
+void Serve(const BareSocket& socket)
+{
+    BareJob job;
+    if (!socket.Read({reinterpret_cast<std::uint8_t*>(&job), sizeof job})) {
+        return;
+    }
+    std::vector<std::uint8_t> message(job.size);
+    switch (job.kind) {
+        case BareJob::Kind::kPingPong:
+            return PingPong(socket, message);
+        case BareJob::Kind::kStream:
+            return Stream(socket, message, job.count);
+        case BareJob::Kind::kPush:
+            return Push(socket, message, std::chrono::microseconds(job.interval));
+    }
+}
+
+}  // namespace
+
+int RunBareRole()
+{
+    const BareSocket listener =
+        BareSocket::Listen(std::getenv("PELACON_RUNTIME_DIR") + std::string("/bare.sock"));
+    Answer("ready");
+    for (;;) {
+        std::thread([socket = listener.Accept()] { Serve(socket); }).detach();
+    }
+}
+
+}  // namespace pelacon::bench

@@ -1,0 +1,55 @@
+// A client that has started the library and does nothing: what it costs.
+#include <PelaconSDK/PelaconSDK.h>
+#include <bench/roles/Roles.h>
+
+#include <chrono>
+#include <fstream>
+#include <iostream>
+#include <thread>
+
+namespace pelacon::bench {
+
+namespace {
+
+/// A number of /proc/self/status.
+long ProcessFigure(const std::string& key)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(key + ":")) {
+            return std::stol(line.substr(key.size() + 1));
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
+int RunIdleRole()
+{
+    // What the process uses anyway is used before the first look.
+    ProcessFigure("RssAnon");
+    Answer("ready");
+
+    const long memory = ProcessFigure("RssAnon");
+    const long threads = ProcessFigure("Threads");
+    PelaconSvcStart();
+    if (GetBtRunningState() == kBtStateUnknown) {
+        return 1;
+    }
+    // The receive thread has settled by then; idle is what is measured.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const long memoryStarted = ProcessFigure("RssAnon");
+    const long threadsStarted = ProcessFigure("Threads");
+    Answer(std::to_string(memoryStarted - memory));
+    Answer(std::to_string(threadsStarted - threads));
+    PelaconSvcStop();
+    return 0;
+}
+
+void Answer(const std::string& line)
+{
+    std::cout << line << '\n' << std::flush;
+}
+
+}  // namespace pelacon::bench
