@@ -1,6 +1,7 @@
 #include <IPCMessage/CallConnections.h>
 
-#include <cstdlib>
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace pelacon::ipc {
@@ -20,21 +21,6 @@ std::uint64_t NextPoolId() noexcept
 {
     static constinit std::atomic<std::uint64_t> last{0};
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-/// Moves the item's payload from the connection's buffer into memory of the caller's own.
-bool DetachPayload(TagIPCMessageItem& item)
-{
-    if (item.message == nullptr) {
-        return true;
-    }
-    const std::size_t room = PayloadRoom(item.length);
-    auto* const copy = static_cast<std::uint8_t*>(std::malloc(room));
-    if (copy != nullptr) {
-        std::memcpy(copy, item.message, room);  // the zeros behind it, too
-    }
-    item.message = copy;
-    return copy != nullptr;
 }
 
 }  // namespace
@@ -160,30 +146,21 @@ CallStatus CallConnections::Exchange(Slot& slot, const TagIPCMessageItem& reques
     if (!slot.buffer) {
         slot.buffer = std::make_unique<FrameBuffer>();
     }
-    const std::span<std::uint8_t> room = slot.buffer->Room();
-    FrameHeader header{.kind = FrameKind::kRequest, .sequence = ++slot.sequence, .order = order};
-    const IoStatus sent = SendRequest(slot, WriteItem(room, header, request), deadline);
+    FrameBuffer& buffer = *slot.buffer;
+    const FrameHeader header{
+        .kind = FrameKind::kRequest, .sequence = ++slot.sequence, .order = order};
+    const IoStatus sent = SendRequest(slot, buffer.Write(header, request), deadline);
     if (sent != IoStatus::kDone) {
         return sent == IoStatus::kTimeout ? CallStatus::kTimeout : CallStatus::kFailed;
     }
-    const IoResult received = slot.connection->Receive(room, deadline);
+    const IoResult received = slot.connection->Receive(buffer.Room(), deadline);
     if (received.status != IoStatus::kDone) {
         return received.status == IoStatus::kTimeout ? CallStatus::kTimeout : CallStatus::kFailed;
     }
-    if (received.size > room.size()) {
-        return CallStatus::kFailed;
-    }
-    const auto answer = ReadFrame(room.first(received.size));
-    if (!answer || answer->kind != FrameKind::kReply || answer->sequence != slot.sequence) {
-        return CallStatus::kFailed;
-    }
-    TagIPCMessageItem item;
-    ReadItem(room.data(), *answer, item);
-    if (!DetachPayload(item)) {
-        return CallStatus::kFailed;
-    }
-    reply = std::move(item);
-    return CallStatus::kAnswered;
+    const auto answer = buffer.Read(received.size);
+    const bool ours = answer && answer->kind == FrameKind::kReply &&
+                      answer->sequence == slot.sequence && buffer.CopyItem(*answer, reply);
+    return ours ? CallStatus::kAnswered : CallStatus::kFailed;
 }
 
 /// An idle connection may have been closed by a service that is gone since. Nothing of the request

@@ -38,7 +38,7 @@ class OperatorConnection {
         const std::span<const std::uint8_t> payload(
             reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
         const FrameHeader header{.kind = kind, .flags = kHasPayload, .sequence = kSequence};
-        return Check(connection_->Send(WriteFrame(buffer_.Room(), header, payload), deadline));
+        return Check(connection_->Send(buffer_.Write(header, payload), deadline));
     }
 
     /// Receives a frame of the wanted kind, in answer to the one sent.
@@ -49,9 +49,7 @@ class OperatorConnection {
             timedOut_ = received.status == IoStatus::kTimeout;
             return Check(received.status);
         }
-        const auto header = received.size <= kMaxFrame
-                                ? ReadFrame(buffer_.Room().first(received.size))
-                                : std::nullopt;
+        const auto header = buffer_.Read(received.size);
         if (header && header->kind == FrameKind::kRefused) {
             return Fail(IPCControlError::Kind::kRefused,
                         "the service takes commands from its own user and root only");
@@ -65,11 +63,12 @@ class OperatorConnection {
 
     bool TimedOut() const noexcept { return timedOut_; }
     const FrameHeader& Header() const noexcept { return header_; }
-    std::uint8_t* Frame() const noexcept { return buffer_.Room().data(); }
+    void Item(TagIPCMessageItem& item) { buffer_.Item(header_, item); }
 
     std::string_view Text() const noexcept
     {
-        return {reinterpret_cast<const char*>(buffer_.Payload()), header_.payloadLength};
+        const std::span<const std::uint8_t> text = buffer_.Payload(header_);
+        return {reinterpret_cast<const char*>(text.data()), text.size()};
     }
 
   private:
@@ -139,7 +138,7 @@ bool IPCWatchNotifications(const std::wstring& pipeName, std::chrono::millisecon
     for (;;) {
         Deadline deadline(idle);
         if (service.Receive(FrameKind::kNotification, deadline)) {
-            ReadItem(service.Frame(), service.Header(), item);
+            service.Item(item);
             if (!visitor(&item)) {
                 return true;
             }

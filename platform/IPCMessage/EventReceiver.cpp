@@ -79,7 +79,8 @@ bool EventReceiver::Greet(std::shared_ptr<Connection> connection)
         .kind = FrameKind::kHelloEvent,
         .flags = static_cast<std::uint16_t>(kHasPayload | (wasConnected_ ? kReturning : 0)),
         .order = order};
-    if (connection->TrySend(WriteFrame(sendBuffer_.Room(), header, token_)) != IoStatus::kDone) {
+    Deadline now(0ms);
+    if (connection->Send(sendBuffer_.Write(header, token_), now) != IoStatus::kDone) {
         return false;
     }
     order_.store(order + 1, std::memory_order_release);
@@ -97,7 +98,8 @@ bool EventReceiver::Post(const TagIPCMessageItem& item)
     }
     const std::uint64_t order = order_.load(std::memory_order_relaxed);
     const FrameHeader header{.kind = FrameKind::kPost, .order = order};
-    if (connection_->TrySend(WriteItem(sendBuffer_.Room(), header, item)) != IoStatus::kDone) {
+    Deadline now(0ms);
+    if (connection_->Send(sendBuffer_.Write(header, item), now) != IoStatus::kDone) {
         return false;
     }
     order_.store(order + 1, std::memory_order_release);
@@ -165,7 +167,7 @@ void EventReceiver::ReadUntilLost(Connection& connection)
     bool welcomed = false;
     while (connection.ReceiveSome(batch_) == IoStatus::kDone) {
         for (std::size_t index = 0; index < batch_.count; ++index) {
-            if (stopped_ || !Take(batch_.Room(index), batch_.sizes[index], welcomed)) {
+            if (stopped_ || !Take(batch_.frames[index], batch_.sizes[index], welcomed)) {
                 return;
             }
         }
@@ -173,12 +175,9 @@ void EventReceiver::ReadUntilLost(Connection& connection)
 }
 
 /// Takes one received frame; false if it is not what may come here.
-bool EventReceiver::Take(std::span<std::uint8_t> room, std::size_t size, bool& welcomed)
+bool EventReceiver::Take(FrameBuffer& frame, std::size_t size, bool& welcomed)
 {
-    if (size > room.size()) {
-        return false;
-    }
-    const auto header = ReadFrame(room.first(size));
+    const auto header = frame.Read(size);
     if (!header) {
         return false;
     }
@@ -192,7 +191,7 @@ bool EventReceiver::Take(std::span<std::uint8_t> room, std::size_t size, bool& w
     if (header->kind != FrameKind::kNotification) {
         return false;
     }
-    Deliver(room.data(), *header);
+    Deliver(frame, *header);
     return true;
 }
 
@@ -204,7 +203,7 @@ void EventReceiver::Welcomed()
     retryAfter_ = kFirstRetry;
 }
 
-void EventReceiver::Deliver(std::uint8_t* frame, const FrameHeader& header)
+void EventReceiver::Deliver(FrameBuffer& frame, const FrameHeader& header)
 {
     if (callbacksVersion_.load(std::memory_order_acquire) != versionInUse_) {
         const Lock lock(mutex_);
@@ -216,7 +215,7 @@ void EventReceiver::Deliver(std::uint8_t* frame, const FrameHeader& header)
         unhandled_.fetch_add(1, std::memory_order_relaxed);
         return;
     }
-    ReadItem(frame, header, item_);
+    frame.Item(header, item_);
     found->second(item_);
 }
 

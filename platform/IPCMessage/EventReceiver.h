@@ -61,9 +61,9 @@ class EventReceiver {
     void Run();
     std::shared_ptr<Connection> NextConnection();
     void ReadUntilLost(Connection& connection);
-    bool Take(std::span<std::uint8_t> room, std::size_t size, bool& welcomed);
+    bool Take(FrameBuffer& frame, std::size_t size, bool& welcomed);
     void Welcomed();
-    void Deliver(std::uint8_t* frame, const FrameHeader& header);
+    void Deliver(FrameBuffer& frame, const FrameHeader& header);
     void Lost();
 
     const PipePlaces places_;

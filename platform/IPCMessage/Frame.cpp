@@ -1,5 +1,9 @@
 #include <IPCMessage/Frame.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
 namespace pelacon::ipc {
 
 namespace {
@@ -11,6 +15,23 @@ constexpr bool IsSound(const FrameHeader& header) noexcept
            (header.flags & ~kAllFrameFlags) == 0 && header.payloadLength <= kMaxPayload &&
            header.nameLength <= kMaxName && header.zero == 0 &&
            (header.Has(kHasPayload) || header.payloadLength == 0);
+}
+
+/// All of an item but where its payload lies; name and payload of the frame are read from
+/// `payload` on.
+void ReadFields(const FrameHeader& header, const std::uint8_t* payload, TagIPCMessageItem& item)
+{
+    item.name.assign(reinterpret_cast<const char*>(payload + header.payloadLength),
+                     header.nameLength);
+    item.targetModuleId = header.targetModuleId;
+    item.sourceModuleId = header.sourceModuleId;
+    item.msgId = header.msgId;
+    item.reservedA = header.reservedA;
+    item.reservedB = header.reservedB;
+    item.reservedC = header.reservedC;
+    item.flag = header.Has(kItemFlag);
+    item.processId = header.processId;
+    item.length = header.payloadLength;
 }
 
 }  // namespace
@@ -52,8 +73,15 @@ bool FitsFrame(const TagIPCMessageItem& item) noexcept
            (item.message != nullptr || item.length == 0);
 }
 
-std::span<const std::uint8_t> WriteItem(std::span<std::uint8_t> room, FrameHeader header,
-                                        const TagIPCMessageItem& item)
+std::span<const std::uint8_t> FrameBuffer::Write(const FrameHeader& header,
+                                                 std::span<const std::uint8_t> payload)
+{
+    const auto frame = WriteFrame(Room(), header, payload);
+    used_ = std::max(used_, frame.size());
+    return frame;
+}
+
+std::span<const std::uint8_t> FrameBuffer::Write(FrameHeader header, const TagIPCMessageItem& item)
 {
     header.flags = static_cast<std::uint16_t>((item.message != nullptr ? kHasPayload : 0) |
                                               (item.flag ? kItemFlag : 0));
@@ -64,29 +92,47 @@ std::span<const std::uint8_t> WriteItem(std::span<std::uint8_t> room, FrameHeade
     header.reservedB = item.reservedB;
     header.reservedC = item.reservedC;
     header.processId = item.processId;
-    return WriteFrame(room, header, {item.message, item.length}, item.name);
+    const auto frame = WriteFrame(Room(), header, {item.message, item.length}, item.name);
+    used_ = std::max(used_, frame.size());
+    return frame;
 }
 
-void ReadItem(std::uint8_t* frame, const FrameHeader& header, TagIPCMessageItem& item)
+std::optional<FrameHeader> FrameBuffer::Read(std::size_t size)
 {
-    std::uint8_t* const payload = frame + sizeof(FrameHeader);
-    item.name.assign(reinterpret_cast<const char*>(payload + header.payloadLength),
-                     header.nameLength);
-    item.targetModuleId = header.targetModuleId;
-    item.sourceModuleId = header.sourceModuleId;
-    item.msgId = header.msgId;
-    item.reservedA = header.reservedA;
-    item.reservedB = header.reservedB;
-    item.reservedC = header.reservedC;
-    item.flag = header.Has(kItemFlag);
-    item.processId = header.processId;
-    item.length = header.payloadLength;
-    item.message = nullptr;
+    const std::span<const std::uint8_t> room = Room();
+    used_ = std::max(used_, std::min(size, room.size()));
+    return size <= room.size() ? ReadFrame(room.first(size)) : std::nullopt;
+}
+
+void FrameBuffer::Item(const FrameHeader& header, TagIPCMessageItem& item)
+{
+    std::uint8_t* const payload = bytes_.get() + sizeof(FrameHeader);
+    ReadFields(header, payload, item);
+    item.message = header.Has(kHasPayload) ? payload : nullptr;
+    // Only what an earlier frame, or this one's name, has left behind the payload is cleared.
+    const std::size_t end = sizeof(FrameHeader) + header.payloadLength;
+    const std::size_t clearTo = std::max(std::min(used_, kPadded), end + 1);
+    std::memset(bytes_.get() + end, 0, clearTo - end);
+    used_ = std::min(end, kPadded);
+}
+
+bool FrameBuffer::CopyItem(const FrameHeader& header, TagIPCMessageItem& item) const
+{
+    const std::uint8_t* const payload = bytes_.get() + sizeof(FrameHeader);
+    std::uint8_t* copy = nullptr;
     if (header.Has(kHasPayload)) {
-        item.message = payload;
-        std::memset(payload + header.payloadLength, 0,
-                    PayloadRoom(header.payloadLength) - header.payloadLength);
+        const std::size_t length = header.payloadLength;
+        const std::size_t room = PayloadRoom(length);
+        copy = static_cast<std::uint8_t*>(std::malloc(room));
+        if (copy == nullptr) {
+            return false;
+        }
+        std::memcpy(copy, payload, length);
+        std::memset(copy + length, 0, room - length);
     }
+    ReadFields(header, payload, item);
+    item.message = copy;
+    return true;
 }
 
 }  // namespace pelacon::ipc

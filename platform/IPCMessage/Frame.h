@@ -8,7 +8,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <span>
@@ -104,19 +103,6 @@ constexpr std::size_t PayloadRoom(std::size_t payloadLength)
 /// 128 random bits that all connections of one client carry.
 using Token = std::array<std::uint8_t, 16>;
 
-/// Room for one frame of any size.
-class FrameBuffer {
-  public:
-    /// Leaves the bytes unset: most of the room is never touched.
-    FrameBuffer() : bytes_(new std::uint8_t[kMaxFrame]) {}
-
-    std::span<std::uint8_t> Room() const noexcept { return {bytes_.get(), kMaxFrame}; }
-    std::uint8_t* Payload() const noexcept { return bytes_.get() + sizeof(FrameHeader); }
-
-  private:
-    std::unique_ptr<std::uint8_t[]> bytes_;
-};
-
 /// Writes a frame to the front of the room; payload and name are within their limits, and their
 /// lengths are filled in here. Returns the frame.
 std::span<const std::uint8_t> WriteFrame(std::span<std::uint8_t> room, FrameHeader header,
@@ -130,12 +116,44 @@ std::optional<FrameHeader> ReadFrame(std::span<const std::uint8_t> frame);
 /// Whether an item fits a frame: limits kept, and bytes where it says that there are some.
 bool FitsFrame(const TagIPCMessageItem& item) noexcept;
 
-/// Writes a frame that carries the item (which fits). The header brings kind, sequence and order.
-std::span<const std::uint8_t> WriteItem(std::span<std::uint8_t> room, FrameHeader header,
-                                        const TagIPCMessageItem& item);
+/// Room for one frame of any size, used again and again.
+class FrameBuffer {
+  public:
+    /// Leaves the bytes unset: most of the room is never touched.
+    FrameBuffer() : bytes_(new std::uint8_t[kMaxFrame]) {}
 
-/// Fills the item from a sound frame whose bytes lie at `frame`. Its payload is the frame's own,
-/// with zeros behind it as promised above (so the room goes on that far).
-void ReadItem(std::uint8_t* frame, const FrameHeader& header, TagIPCMessageItem& item);
+    /// Where to receive a frame; Read looks at it then.
+    std::span<std::uint8_t> Room() const noexcept { return {bytes_.get(), kMaxFrame}; }
+
+    /// Writes a frame, in place of what was there.
+    std::span<const std::uint8_t> Write(const FrameHeader& header,
+                                        std::span<const std::uint8_t> payload = {});
+
+    /// Writes a frame that carries the item (which fits). The header brings kind, sequence and
+    /// order.
+    std::span<const std::uint8_t> Write(FrameHeader header, const TagIPCMessageItem& item);
+
+    /// The header of the frame of this size that was received; nothing unless it is sound. The
+    /// size may be beyond the room.
+    std::optional<FrameHeader> Read(std::size_t size);
+
+    /// The payload of the frame that was read.
+    std::span<const std::uint8_t> Payload(const FrameHeader& header) const noexcept
+    {
+        return {bytes_.get() + sizeof(FrameHeader), header.payloadLength};
+    }
+
+    /// The frame that was read as an item. Its payload lies in this buffer, padded with zeros.
+    void Item(const FrameHeader& header, TagIPCMessageItem& item);
+
+    /// The same with the payload in memory of its own, from malloc; false if there is none.
+    bool CopyItem(const FrameHeader& header, TagIPCMessageItem& item) const;
+
+  private:
+    static constexpr std::size_t kPadded = sizeof(FrameHeader) + kPayloadRoom;
+
+    std::unique_ptr<std::uint8_t[]> bytes_;
+    std::size_t used_ = kPadded;  ///< of the bytes up to kPadded, all behind these are zero
+};
 
 }  // namespace pelacon::ipc

@@ -49,10 +49,7 @@ class IPCMessageServer::Implementation {
         FrameBuffer buffer;
         FrameHeader header;
 
-        std::span<const std::uint8_t> Payload() const noexcept
-        {
-            return {buffer.Payload(), header.payloadLength};
-        }
+        std::span<const std::uint8_t> Payload() const noexcept { return buffer.Payload(header); }
     };
 
     void Serve(const ConnectionPointer& connection);
@@ -181,7 +178,7 @@ bool IPCMessageServer::Implementation::Answer(Connection& connection, std::uint6
 {
     counters_.requests.fetch_add(1, std::memory_order_relaxed);
     TagIPCMessageItem request;
-    ReadItem(frame.buffer.Room().data(), frame.header, request);
+    frame.buffer.Item(frame.header, request);
     IPCReply reply = handler_.Request(clientId, request);
     if (reply.kind == IPCReplyKind::kPayload && reply.payload.size() > kMaxPayload) {
         reply = {IPCReplyKind::kNoPayload, {}};
@@ -194,10 +191,10 @@ bool IPCMessageServer::Implementation::Answer(Connection& connection, std::uint6
     switch (reply.kind) {
         case IPCReplyKind::kPayload:
             header.flags = kHasPayload;
-            bytes = WriteFrame(frame.buffer.Room(), header, reply.payload);
+            bytes = frame.buffer.Write(header, reply.payload);
             break;
         case IPCReplyKind::kNoPayload:
-            bytes = WriteFrame(frame.buffer.Room(), header, {});
+            bytes = frame.buffer.Write(header);
             break;
         case IPCReplyKind::kNever:
             return true;
@@ -248,7 +245,7 @@ void IPCMessageServer::Implementation::TakePosts(Connection& connection, ServerC
         if (frame.header.order != order) {
             return CountMalformed();
         }
-        ReadItem(frame.buffer.Room().data(), frame.header, item);
+        frame.buffer.Item(frame.header, item);
         handler_.Posted(client.Id(), item);
         client.Finish(++order);
     }
@@ -259,7 +256,7 @@ void IPCMessageServer::Implementation::ServeOperator(const ConnectionPointer& co
 {
     if (!connection->GetPeer().isOperator) {
         counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
-        connection->Send(WriteFrame(frame.buffer.Room(), {.kind = FrameKind::kRefused}, {}));
+        connection->Send(frame.buffer.Write({.kind = FrameKind::kRefused}));
         return;
     }
     connections_.SetApart(*connection);
@@ -285,8 +282,7 @@ void IPCMessageServer::Implementation::ServeControl(Connection& connection, Inco
             rest = rest.subspan(piece.size());
             more = !rest.empty();
             header.flags = static_cast<std::uint16_t>(kHasPayload | (more ? kMoreFollows : 0));
-            if (connection.Send(WriteFrame(frame.buffer.Room(), header, piece)) !=
-                IoStatus::kDone) {
+            if (connection.Send(frame.buffer.Write(header, piece)) != IoStatus::kDone) {
                 return;
             }
         }
@@ -320,9 +316,7 @@ bool IPCMessageServer::Implementation::Check(const IoResult& received, Incoming&
     if (received.status != IoStatus::kDone) {
         return false;
     }
-    const std::span<const std::uint8_t> room = frame.buffer.Room();
-    const auto header =
-        received.size <= room.size() ? ReadFrame(room.first(received.size)) : std::nullopt;
+    const auto header = frame.buffer.Read(received.size);
     if (!header) {
         CountMalformed();
         return false;

@@ -12,7 +12,7 @@ Outbox::Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
 bool Outbox::Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency)
 {
     const std::lock_guard lock(mutex_);
-    return SendOrQueue(WriteFrame(buffer_.Room(), header, payload), urgency);
+    return SendOrQueue(buffer_.Write(header, payload), urgency);
 }
 
 bool Outbox::PutBytes(std::span<const std::uint8_t> bytes)

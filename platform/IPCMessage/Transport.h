@@ -5,6 +5,7 @@
 #include <IPCMessage/Deadline.h>
 #include <IPCMessage/Frame.h>
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -34,24 +35,15 @@ struct Peer {
     bool isOperator = false;  ///< this process's own user, or the system's administrator
 };
 
-/// Frames that are read in one go.
-class FrameBatch {
-  public:
+/// Frames that are received in one go.
+struct FrameBatch {
     static constexpr std::size_t kFrames = 32;
 
-    FrameBatch() : bytes_(new std::uint8_t[kFrames * kStride]) {}
+    std::span<std::uint8_t> Room(std::size_t index) const noexcept { return frames[index].Room(); }
 
-    std::span<std::uint8_t> Room(std::size_t index) const noexcept
-    {
-        return {bytes_.get() + (index * kStride), kMaxFrame};
-    }
-
-    std::size_t count = 0;
+    std::array<FrameBuffer, kFrames> frames;
     std::array<std::size_t, kFrames> sizes{};
-
-  private:
-    static constexpr std::size_t kStride = (kMaxFrame + 63) / 64 * 64;
-    std::unique_ptr<std::uint8_t[]> bytes_;
+    std::size_t count = 0;
 };
 
 /// A connected pipe that carries whole frames, both ways. One thread may send while another
