@@ -1,0 +1,150 @@
+#include <PelaconSDK/WifiSystemApi.h>
+#include <tests/support/SdkTest.h>
+#include <tests/support/Wlan.h>
+
+#include <algorithm>
+#include <atomic>
+#include <future>
+#include <string>
+#include <vector>
+
+namespace pelacon::test {
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr auto kScan = "WifiSystemApi::Scan";
+
+/// Nothing here needs the library to be started. The process opens one handle that works, so the
+/// tests for handles that do not come first.
+class WlanScan : public StoppedSdkTest {
+  protected:
+    void SetUp() override
+    {
+        StoppedSdkTest::SetUp();
+        Wlan::Reset();
+    }
+    void TearDown() override
+    {
+        Wlan::Reset();
+        StoppedSdkTest::TearDown();
+    }
+
+    /// Opens the process's handle, if that has not happened yet.
+    static void Open()
+    {
+        WifiSystemApi::GetInstance().Scan();
+        ForgetWhatHappened();
+    }
+
+    /// What the library asked of the system, the handles left out.
+    static std::vector<std::string> Calls()
+    {
+        std::vector<std::string> calls;
+        for (const std::string& entry : Journal::Entries()) {
+            if (entry.starts_with("wlan ")) {
+                calls.push_back(entry.starts_with("wlan list") ? "wlan list" : entry);
+            }
+        }
+        return calls;
+    }
+};
+
+TEST_F(WlanScan, WithoutAHandleTheInterfacesAreAskedForInVainAndTheNextScanOpensAgain)
+{
+    Wlan::OpenGives(0);
+    Wlan::ListGives(2);
+    for (int scan = 0; scan < 2; ++scan) {
+        ForgetWhatHappened();
+        EXPECT_FALSE(WifiSystemApi::GetInstance().Scan());
+        EXPECT_THAT(Journal::Entries(),
+                    ElementsAre("log 1 start(WifiSystemApi::Scan)", "wlan open",
+                                "log 4 WlanOpenHandle failed(InstanceHandle)", "wlan list 0",
+                                "log 4 WlanEnumInterfaces failed(WifiSystemApi::Scan)"));
+    }
+}
+
+TEST_F(WlanScan, OfTwoHandlesOpenedAtTheSameMomentTheLaterIsKept)
+{
+    std::promise<void> firstOpens;
+    std::promise<void> secondOpens;
+    std::promise<void> firstIsDone;
+    std::atomic<int> openings{0};
+    Wlan::OnOpen([&] {
+        if (++openings == 1) {
+            firstOpens.set_value();
+            secondOpens.get_future().wait();
+        } else {
+            secondOpens.set_value();
+            firstIsDone.get_future().wait();
+        }
+    });
+    const auto scan = [] { WifiSystemApi::GetInstance().Scan(); };
+    auto first = std::async(std::launch::async, scan);
+    firstOpens.get_future().wait();
+    Wlan::OpenGives(2);
+    auto second = std::async(std::launch::async, scan);
+    first.get();
+    firstIsDone.set_value();
+    second.get();
+
+    ForgetWhatHappened();
+    scan();
+    EXPECT_THAT(Journal::Entries(), Contains("wlan list 2"));
+    EXPECT_THAT(Journal::Entries(), Not(Contains("wlan open")));
+}
+
+TEST_F(WlanScan, OpensOnce)
+{
+    Open();
+    WifiSystemApi::GetInstance().Scan();
+    WifiSystemApi::GetInstance().Scan();
+    EXPECT_EQ(std::ranges::count(Calls(), "wlan open"), 0);
+}
+
+TEST_F(WlanScan, OfTwoInterfacesOnlyTheFirstIsScanned)
+{
+    Open();
+    Wlan::ListGives(2);
+    EXPECT_TRUE(WifiSystemApi::GetInstance().Scan());
+    EXPECT_THAT(Calls(), ElementsAre("wlan list", "wlan scan 0", "wlan free"));
+    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kScan), End(kScan)));
+    EXPECT_EQ(Journal::Entries().back(), "log 1 end(WifiSystemApi::Scan)") << "freed before";
+}
+
+TEST_F(WlanScan, WithoutInterfacesTheListIsFreedAndNothingScanned)
+{
+    Open();
+    Wlan::ListGives(0);
+    EXPECT_FALSE(WifiSystemApi::GetInstance().Scan());
+    EXPECT_THAT(Calls(), ElementsAre("wlan list", "wlan free"));
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Start(kScan), Line(4, "WlanEnumInterfaces failed", kScan)));
+    EXPECT_EQ(Journal::Entries().back(), "log 4 WlanEnumInterfaces failed(WifiSystemApi::Scan)")
+        << "freed before";
+}
+
+TEST_F(WlanScan, WithoutAListNothingIsScanned)
+{
+    Open();
+    Wlan::ListGives(std::nullopt);
+    EXPECT_FALSE(WifiSystemApi::GetInstance().Scan());
+    EXPECT_THAT(Calls(), ElementsAre("wlan list"));
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Start(kScan), Line(4, "WlanEnumInterfaces failed", kScan)));
+}
+
+TEST_F(WlanScan, AsksNothingOfTheService)
+{
+    Wlan::ListGives(1);
+    EXPECT_TRUE(WifiSystemApi::GetInstance().Scan());
+    EXPECT_THAT(channel.Requests(), IsEmpty());
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
