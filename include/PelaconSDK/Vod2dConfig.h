@@ -96,7 +96,7 @@ typedef struct RecommendChannelResponse {
 /* Which connections an application wants to hear of. */
 typedef struct Vod2dConnNotifyRequest {
     int32_t events;       /* 1 for stations that join, 2 for those that leave, 3 for both */
-    char address[13];     /* one station's, twelve hexadecimal digits; empty for every one */
+    char address[13];     /* one station's, as Vod2dStationChange has it; empty for every one */
     uint8_t reserved[15]; /* 0 */
 } Vod2dConnNotifyRequest;
 

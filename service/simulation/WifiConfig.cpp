@@ -38,16 +38,6 @@ std::vector<radio::Wifi::Channel> ReadChannels(const json::Reader& reader)
     return channels;
 }
 
-radio::Wifi::Connection ReadConnection(const json::Reader& reader)
-{
-    radio::Wifi::Connection connection;
-    reader.Object([&](json::Fields& fields) {
-        connection.ssid = fields.Required("ssid").Text(1, kLongestSsid);
-        connection.channel = ReadChannelNumber(fields.Required("channel"));
-    });
-    return connection;
-}
-
 }  // namespace
 
 std::vector<radio::Wifi::Channel> UsualChannels()
@@ -57,6 +47,14 @@ std::vector<radio::Wifi::Channel> UsualChannels()
             {7, 40, 20},   {8, 30, 20},   {9, 30, 20},   {10, 35, 20}, {11, 55, 40}, {12, 20, 20},
             {13, 15, 20},  {36, 25, 80},  {40, 20, 80},  {44, 15, 80}, {48, 10, 80}, {149, 5, 80},
             {153, 10, 80}, {157, 10, 80}, {161, 15, 80}, {165, 20, 20}};
+}
+
+radio::Wifi::Connection ReadConnection(json::Fields& fields)
+{
+    radio::Wifi::Connection connection;
+    connection.ssid = fields.Required("ssid").Text(1, kLongestSsid);
+    connection.channel = ReadChannelNumber(fields.Required("channel"));
+    return connection;
 }
 
 std::int32_t ReadChannelNumber(const json::Reader& reader)
@@ -85,7 +83,8 @@ WifiConfig ReadWifi(const json::Reader& reader)
             config.channels = ReadChannels(*channels);
         }
         if (const auto connected = fields.Optional("connected")) {
-            config.connected = ReadConnection(*connected);
+            connected->Object(
+                [&](json::Fields& access) { config.connected = ReadConnection(access); });
         }
     });
     return config;

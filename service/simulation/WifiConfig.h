@@ -24,6 +24,9 @@ struct WifiConfig {
 
 WifiConfig ReadWifi(const json::Reader& reader);
 
+/// The fields "ssid" and "channel" of an access point.
+radio::Wifi::Connection ReadConnection(json::Fields& fields);
+
 /// The number of a channel that exists.
 std::int32_t ReadChannelNumber(const json::Reader& reader);
 

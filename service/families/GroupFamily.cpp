@@ -1,0 +1,266 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/ChannelChoice.h>
+#include <service/families/GroupFamily.h>
+#include <service/families/WifiText.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
+
+namespace pelacon::service {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using protocol::Int32Record;
+using protocol::Nothing;
+using protocol::ServiceStatus;
+using protocol::StatusReply;
+using radio::GroupOutcome;
+
+namespace {
+
+/// How long a handler waits for the radio; no radio takes as long.
+constexpr auto kPatience = 15min;
+constexpr std::int32_t kMostSharedLinks = 1000;
+
+ServiceStatus StatusOf(GroupOutcome outcome)
+{
+    switch (outcome) {
+        case GroupOutcome::kDone:
+            return protocol::kStatusDone;
+        case GroupOutcome::kWifiOff:
+            return protocol::kStatusRadioOff;
+        case GroupOutcome::kBusy:
+            return protocol::kStatusBusy;
+        case GroupOutcome::kNoGroup:
+            return protocol::kStatusNotFound;
+        case GroupOutcome::kAborted:
+            return protocol::kStatusInterrupted;
+        case GroupOutcome::kFailed:
+            break;
+    }
+    return protocol::kStatusNotSupported;
+}
+
+}  // namespace
+
+GroupFamily::GroupFamily(const Context& context)
+    : world_(context.world), wifi_(context.radios.GetWifi()), groups_(context.radios.GetGroups())
+{
+    groups_.ObserveGroup([this](bool exists, GroupOutcome reason) { TellGroup(exists, reason); });
+    groups_.ObserveStations(
+        [this](const radio::Station& station, bool joined) { TellStation(station, joined); });
+    ServeLife(context.router);
+    ServeQuestions(context.router);
+    ServeListeners(context.router);
+    ServeSharedLink(context.router);
+}
+
+void GroupFamily::ServeLife(Router& router)
+{
+    router.Serve(protocol::kCreateGroup,
+                 [this](Session& session, const protocol::CreateGroupRequest& request) {
+                     return Create(session, request.info.channel);
+                 });
+    router.Serve(protocol::kRemoveGroup,
+                 [this](Session& session, const Nothing&) { return Remove(session); });
+}
+
+void GroupFamily::ServeQuestions(Router& router)
+{
+    router.Serve(protocol::kGetGroupConfig, [this](Session&, const Nothing&) {
+        return protocol::GroupInfoReply{Info(), protocol::kStatusDone};
+    });
+    router.Serve(protocol::kGetGroupInfoConnected, [this](Session&, const Nothing&) {
+        return protocol::LinkGroupReply{groups_.Exists() ? 1 : 0,
+                                        static_cast<std::int32_t>(groups_.Stations().size()),
+                                        protocol::kStatusDone};
+    });
+    router.Serve(protocol::kIsWifiActive, [this](Session&, const Nothing&) {
+        return protocol::WifiActiveReply{
+            static_cast<std::uint8_t>(wifi_.IsOn()), {}, protocol::kStatusDone};
+    });
+    router.Serve(protocol::kGetFrequency,
+                 [this](Session&, const Nothing&) { return Int32Record{Frequency()}; });
+    router.Serve(protocol::kGetChannelListFor5G,
+                 [this](Session&, const Nothing&) { return ChannelList(); });
+    router.Serve(protocol::kGetBaseMacAddress, [this](Session&, const Nothing&) {
+        protocol::BaseMacReply reply{};
+        PutAddress(reply.mac, wifi_.Address());
+        return reply;
+    });
+}
+
+void GroupFamily::ServeListeners(Router& router)
+{
+    router.Serve(protocol::kRegisterSoftApStateChanged, [this](Session& session, const Nothing&) {
+        listeners_.insert(&session);
+        return StatusReply{protocol::kStatusDone};
+    });
+    // The client may have other tables registered: it goes on to hear of changes.
+    router.Serve(protocol::kUnRegisterSoftApStateChanged,
+                 [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
+}
+
+void GroupFamily::ServeSharedLink(Router& router)
+{
+    router.Serve(protocol::kSharedlinkIncrease, [this](Session& session, const Nothing&) {
+        std::int32_t& uses = sharedLinks_[&session];
+        if (uses == kMostSharedLinks) {
+            return StatusReply{protocol::kStatusLimitReached};
+        }
+        ++uses;
+        return StatusReply{protocol::kStatusDone};
+    });
+    router.Serve(protocol::kSharedlinkDecrease, [this](Session& session, const Nothing&) {
+        const auto uses = sharedLinks_.find(&session);
+        if (uses == sharedLinks_.end()) {
+            return StatusReply{protocol::kStatusInvalidArgument};
+        }
+        if (--uses->second == 0) {
+            sharedLinks_.erase(uses);
+        }
+        return StatusReply{protocol::kStatusDone};
+    });
+}
+
+// One that returns may have asked a service that has ended since, and wants to know what became of
+// its group; what nobody there listens to it drops.
+void GroupFamily::ClientArrived(Session& session, bool returning)
+{
+    if (returning) {
+        listeners_.insert(&session);
+        session.Notify(protocol::kSoftApGroupsChange,
+                       {groups_.Exists() ? 1 : 0, protocol::kStatusInterrupted});
+    }
+}
+
+void GroupFamily::ClientLeft(Session& session)
+{
+    listeners_.erase(&session);
+    sharedLinks_.erase(&session);
+}
+
+/// Begins something at the radio and waits for its end. Where there is no point in going on, the
+/// family may be gone, and is not touched.
+std::int32_t GroupFamily::WaitFor(Session& session,
+                                  const std::function<void(radio::Groups::Done)>& begin)
+{
+    const Completion<GroupOutcome> completion(world_);
+    begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
+    const auto outcome = session.Await(completion, kPatience);
+    return outcome ? StatusOf(*outcome) : protocol::kStatusInterrupted;
+}
+
+protocol::GroupInfoReply GroupFamily::Create(Session& session, std::int32_t channel)
+{
+    const std::int32_t chosen = ChooseChannel(channel);
+    if (chosen == 0) {
+        return {Info(), protocol::kStatusNotSupported};
+    }
+    const std::int32_t status = WaitFor(
+        session, [&](radio::Groups::Done done) { groups_.Create(chosen, std::move(done)); });
+    if (status == protocol::kStatusInterrupted) {
+        return {{}, status};
+    }
+    return {Info(), status};
+}
+
+StatusReply GroupFamily::Remove(Session& session)
+{
+    if (IsUsedByOthers(session)) {
+        return {protocol::kStatusNotPermitted};
+    }
+    return {WaitFor(session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); })};
+}
+
+bool GroupFamily::IsUsedByOthers(const Session& session) const
+{
+    return std::ranges::any_of(sharedLinks_,
+                               [&](const auto& uses) { return uses.first != &session; });
+}
+
+/// The channel wished for, if the adapter may use it; 0 where there is none.
+std::int32_t GroupFamily::ChooseChannel(std::int32_t wished) const
+{
+    if (wished == 0) {
+        const auto recommended = RecommendChannel(wifi_, {});
+        return recommended ? recommended->channel : 0;
+    }
+    const bool known = std::ranges::any_of(
+        wifi_.Channels(), [&](const auto& channel) { return channel.number == wished; });
+    return known ? wished : 0;
+}
+
+protocol::GroupInfo GroupFamily::Info() const
+{
+    const radio::Group group = groups_.Describe();
+    protocol::GroupInfo info{};
+    PutText(info.ssid, group.ssid);
+    PutText(info.pwd, group.passPhrase);
+    PutAddress(info.mac, group.address);
+    info.channel = group.channel;
+    info.active = groups_.Exists() ? 1 : 0;
+    PutText(info.ipAddress, group.ipAddress);
+    info.is5GHz = radio::BandOf(group.channel) == radio::Band::k5GHz ? 1 : 0;
+    return info;
+}
+
+protocol::ChannelListReply GroupFamily::ChannelList() const
+{
+    protocol::ChannelListReply reply{};
+    std::size_t count = 0;
+    for (const radio::Wifi::Channel& channel : wifi_.Channels()) {
+        if (radio::BandOf(channel.number) == radio::Band::k5GHz && count < reply.kMostChannels) {
+            reply.channels[count++] = channel.number;
+        }
+    }
+    reply.byteCount = static_cast<std::uint32_t>(count * sizeof reply.channels[0]);
+    return reply;
+}
+
+std::int32_t GroupFamily::Frequency() const
+{
+    if (groups_.Exists()) {
+        return radio::FrequencyOf(groups_.Describe().channel);
+    }
+    const auto connection = wifi_.CurrentConnection();
+    return connection ? radio::FrequencyOf(connection->channel) : 0;
+}
+
+void GroupFamily::TellGroup(bool exists, GroupOutcome reason) const
+{
+    for (Session* session : listeners_) {
+        session->Notify(protocol::kSoftApGroupsChange, {exists ? 1 : 0, StatusOf(reason)});
+    }
+}
+
+void GroupFamily::TellStation(const radio::Station& station, bool joined) const
+{
+    protocol::StationChange change{};
+    change.state = joined ? 1 : 0;
+    PutText(change.address, AddressDigits(station.address));
+    PutText(change.ipAddress, station.ipAddress);
+    for (Session* session : listeners_) {
+        session->Notify(protocol::kSoftApConnectionStateChange, change);
+    }
+}
+
+void GroupFamily::Describe(nlohmann::json& status) const
+{
+    std::int32_t sharedLinks = 0;
+    for (const auto& [session, uses] : sharedLinks_) {
+        sharedLinks += uses;
+    }
+    status["group"] = {
+        {"exists", groups_.Exists()},
+        {"channel", groups_.Describe().channel},
+        {"stations", groups_.Stations().size()},
+        {"sharedLinks", sharedLinks},
+        {"listeners", listeners_.size()},
+    };
+}
+
+}  // namespace pelacon::service

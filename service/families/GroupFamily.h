@@ -1,0 +1,48 @@
+// Wi-Fi Direct groups: their life, and who hears of it.
+#pragma once
+
+#include <protocol/Vod2dConfig.h>
+#include <protocol/Vod2dGroup.h>
+#include <service/Family.h>
+
+#include <cstdint>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace pelacon::service {
+
+class GroupFamily : public Family {
+  public:
+    explicit GroupFamily(const Context& context);
+
+    void ClientArrived(Session& session, bool returning) override;
+    void ClientLeft(Session& session) override;
+    void Describe(nlohmann::json& status) const override;
+
+  private:
+    void ServeLife(Router& router);
+    void ServeQuestions(Router& router);
+    void ServeListeners(Router& router);
+    void ServeSharedLink(Router& router);
+
+    protocol::GroupInfoReply Create(Session& session, std::int32_t channel);
+    protocol::StatusReply Remove(Session& session);
+    std::int32_t WaitFor(Session& session, const std::function<void(radio::Groups::Done)>& begin);
+    std::int32_t ChooseChannel(std::int32_t wished) const;
+    bool IsUsedByOthers(const Session& session) const;
+    protocol::GroupInfo Info() const;
+    protocol::ChannelListReply ChannelList() const;
+    std::int32_t Frequency() const;
+
+    void TellGroup(bool exists, radio::GroupOutcome reason) const;
+    void TellStation(const radio::Station& station, bool joined) const;
+
+    World& world_;
+    radio::Wifi& wifi_;
+    radio::Groups& groups_;
+    std::unordered_set<Session*> listeners_;  // clients that want to hear of changes
+    std::unordered_map<Session*, std::int32_t> sharedLinks_;
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,297 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/ChannelChoice.h>
+#include <service/families/WifiConfigFamily.h>
+#include <service/families/WifiText.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <set>
+#include <utility>
+
+namespace pelacon::service {
+
+using protocol::Nothing;
+using protocol::StatusReply;
+
+namespace {
+
+/// Types that there are: of an application's kinds of configuration, and of the scenes.
+constexpr std::int32_t kMostTypes = 16;
+constexpr std::int32_t kGroupOwner = 0;
+constexpr std::int32_t kStation = 1;
+
+constexpr std::int32_t kEveryCard = -1;
+
+/// Which events of a connection are wanted.
+constexpr std::int32_t kJoinedEvents = 1;
+constexpr std::int32_t kLeftEvents = 2;
+
+template <std::size_t Size>
+void PutBytes(std::uint8_t (&field)[Size], ByteView bytes)
+{
+    std::ranges::copy(bytes.first(std::min(Size, bytes.size())), field);
+}
+
+}  // namespace
+
+WifiConfigFamily::WifiConfigFamily(const Context& context)
+    : wifi_(context.radios.GetWifi()), cards_(context.radios.GetWifiCards())
+{
+    cards_.Observe([this](std::size_t changed) { TellCard(changed); });
+    context.radios.GetGroups().ObserveStations(
+        [this](const radio::Station& station, bool joined) { TellStation(station, joined); });
+    ServeConfigurations(context.router);
+    ServeChannels(context.router);
+    ServeInterfaces(context.router);
+    ServeNotifications(context.router);
+}
+
+void WifiConfigFamily::ServeConfigurations(Router& router)
+{
+    router.Serve(protocol::kGetSelfWifiCfgInfo,
+                 [this](Session& session, const protocol::Int32Record& request) {
+                     return SelfConfiguration(session, request.value);
+                 });
+    router.Serve(protocol::kSetPeerWifiCfgInfo,
+                 [this](Session& session, const protocol::WifiCfg& request) {
+                     return SetPeerConfiguration(session, request);
+                 });
+    router.Serve(protocol::kRegisterWifiCfg, [this](Session& session, const Nothing&) {
+        configurationListeners_.insert(&session);
+        return StatusReply{protocol::kStatusDone};
+    });
+}
+
+void WifiConfigFamily::ServeChannels(Router& router)
+{
+    router.Serve(protocol::kGetRecommendChannel,
+                 [this](Session&, ByteView request) { return Recommend(request); });
+}
+
+void WifiConfigFamily::ServeInterfaces(Router& router)
+{
+    router.Serve(protocol::kGetIfaceCoexistCap, [this](Session&, const Nothing&) {
+        protocol::IfaceCoexistCapReply reply{};
+        PutText(reply.capability, cards_.Coexistence());
+        reply.length = static_cast<std::int32_t>(cards_.Coexistence().size());
+        return reply;
+    });
+    router.Serve(
+        protocol::kSetUpperScene,
+        [this](Session&, const protocol::UpperSceneRequest& request) { return SetScene(request); });
+    router.Serve(protocol::kGetGuidByInterfaceName,
+                 [this](Session&, std::string_view name) { return Guid(name); });
+}
+
+void WifiConfigFamily::ServeNotifications(Router& router)
+{
+    router.Serve(protocol::kSetConnNotify,
+                 [this](Session& session, const protocol::ConnNotifyRequest& request) {
+                     connectionListeners_[&session] = request;
+                     return StatusReply{protocol::kStatusDone};
+                 });
+    router.Serve(protocol::kSetWifiCardStateNotify,
+                 [this](Session& session, const protocol::CardState& request) {
+                     return AskForCards(session, request.card);
+                 });
+}
+
+// What nobody there listens to a client drops.
+void WifiConfigFamily::ClientArrived(Session& session, bool returning)
+{
+    if (returning) {
+        configurationListeners_.insert(&session);
+        cardListeners_.insert(&session);
+    }
+}
+
+void WifiConfigFamily::ClientLeft(Session& session)
+{
+    configurationListeners_.erase(&session);
+    cardListeners_.erase(&session);
+    connectionListeners_.erase(&session);
+    ForgetSetter(session);
+}
+
+/// The others go on with what it set. Of two of one type that nobody can replace any more, the
+/// later one is enough.
+void WifiConfigFamily::ForgetSetter(const Session& session)
+{
+    std::set<std::int32_t> types;
+    std::vector<Setting> kept;
+    for (auto setting = settings_.rbegin(); setting != settings_.rend(); ++setting) {
+        if (setting->setter == &session) {
+            setting->setter = nullptr;
+        }
+        if (setting->setter != nullptr || types.insert(setting->type).second) {
+            kept.push_back(std::move(*setting));
+        }
+    }
+    settings_.assign(std::make_move_iterator(kept.rbegin()), std::make_move_iterator(kept.rend()));
+}
+
+protocol::SelfWifiCfgReply WifiConfigFamily::SelfConfiguration(const Session& session,
+                                                               std::int32_t type) const
+{
+    const auto setting = std::find_if(
+        settings_.rbegin(), settings_.rend(),
+        [&](const Setting& one) { return one.type == type && one.setter != &session; });
+    const Bytes blob = setting != settings_.rend() ? setting->blob : DefaultConfiguration(type);
+    protocol::SelfWifiCfgReply reply{};
+    PutBytes(reply.blob, blob);
+    reply.length = static_cast<std::int32_t>(blob.size());
+    reply.status = blob.empty() ? protocol::kStatusNotFound : protocol::kStatusDone;
+    return reply;
+}
+
+/// What the service itself says of this device, as text.
+Bytes WifiConfigFamily::DefaultConfiguration(std::int32_t type) const
+{
+    if (type != kGroupOwner && type != kStation) {
+        return {};
+    }
+    std::string text = type == kGroupOwner ? "role=owner" : "role=station";
+    text += ";address=" + AddressDigits(wifi_.Address()) + ";channels=";
+    for (const radio::Wifi::Channel& channel : wifi_.Channels()) {
+        text += std::to_string(channel.number) + ',';
+    }
+    text.pop_back();
+    return {text.begin(), text.begin() + static_cast<std::ptrdiff_t>(
+                                             std::min(text.size(), protocol::kWifiCfgSize))};
+}
+
+StatusReply WifiConfigFamily::SetPeerConfiguration(Session& session,
+                                                   const protocol::WifiCfg& request)
+{
+    const bool isTypeKnown = request.type >= 0 && request.type < kMostTypes;
+    if (!isTypeKnown || request.length < 0 ||
+        request.length > static_cast<std::int32_t>(protocol::kWifiCfgSize)) {
+        return {protocol::kStatusInvalidArgument};
+    }
+    std::erase_if(settings_, [&](const Setting& one) {
+        return one.setter == &session && one.type == request.type;
+    });
+    settings_.push_back(
+        {&session, request.type, Bytes(request.blob, request.blob + request.length)});
+    for (Session* listener : configurationListeners_) {
+        if (listener != &session) {
+            listener->Notify(protocol::kWifiCfgChanged, request);
+        }
+    }
+    return {protocol::kStatusDone};
+}
+
+protocol::RecommendChannelReply WifiConfigFamily::Recommend(ByteView request) const
+{
+    using protocol::ChannelWish;
+    std::vector<ChannelWish> wishes(request.size() / sizeof(ChannelWish));
+    if (wishes.size() > ChannelWish::kMostWishes || request.size() % sizeof(ChannelWish) != 0) {
+        return {{}, protocol::kStatusInvalidArgument};
+    }
+    if (!wishes.empty()) {
+        std::memcpy(wishes.data(), request.data(), request.size());
+    }
+    if (!std::ranges::all_of(wishes, &IsValid)) {
+        return {{}, protocol::kStatusInvalidArgument};
+    }
+    const auto recommended = RecommendChannel(wifi_, wishes);
+    return recommended ? protocol::RecommendChannelReply{*recommended, protocol::kStatusDone}
+                       : protocol::RecommendChannelReply{{}, protocol::kStatusNotFound};
+}
+
+const radio::WifiInterface* WifiConfigFamily::FindInterface(std::string_view name) const
+{
+    const auto& interfaces = cards_.Interfaces();
+    const auto found = std::ranges::find(interfaces, name, &radio::WifiInterface::name);
+    return found != interfaces.end() ? &*found : nullptr;
+}
+
+StatusReply WifiConfigFamily::SetScene(const protocol::UpperSceneRequest& request)
+{
+    const radio::WifiInterface* const found = FindInterface(TextIn(request.ifName));
+    if (found == nullptr) {
+        return {protocol::kStatusNotFound};
+    }
+    scenes_[found->name] = request.scene;
+    return {protocol::kStatusDone};
+}
+
+protocol::InterfaceGuidReply WifiConfigFamily::Guid(std::string_view name) const
+{
+    protocol::InterfaceGuidReply reply{};
+    if (const radio::WifiInterface* const found = FindInterface(name)) {
+        reply.index = found->index;
+        PutText(reply.guid, found->guid);
+    } else {
+        reply.status = protocol::kStatusNotFound;
+    }
+    return reply;
+}
+
+protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session, std::int32_t card)
+{
+    protocol::CardStateReply reply{};
+    const auto& states = cards_.States();
+    for (std::size_t index = 0; index < states.size(); ++index) {
+        const auto number = static_cast<std::int32_t>(index);
+        if (card == kEveryCard || card == number) {
+            reply.entries[reply.count++] = {number, static_cast<std::int32_t>(states[index])};
+        }
+    }
+    if (reply.count == 0) {
+        reply.status = protocol::kStatusNotFound;
+    } else {
+        cardListeners_.insert(&session);
+    }
+    return reply;
+}
+
+void WifiConfigFamily::TellCard(std::size_t changed) const
+{
+    protocol::CardStateChange change{};
+    const auto& states = cards_.States();
+    for (std::size_t index = 0; index < states.size(); ++index) {
+        change.entries[index] = {static_cast<std::int32_t>(index),
+                                 static_cast<std::int32_t>(states[index])};
+    }
+    change.changed = static_cast<std::int32_t>(changed);
+    change.count = static_cast<std::int32_t>(states.size());
+    for (Session* listener : cardListeners_) {
+        listener->Notify(protocol::kWifiCardStateChange, change);
+    }
+}
+
+void WifiConfigFamily::TellStation(const radio::Station& station, bool joined) const
+{
+    const std::string address = AddressDigits(station.address);
+    protocol::WifiCfg event{};
+    event.type = joined ? 1 : 0;
+    std::ranges::copy(address, event.blob);
+    event.length = static_cast<std::int32_t>(address.size());
+    for (const auto& [listener, request] : connectionListeners_) {
+        const bool isWanted = (request.events & (joined ? kJoinedEvents : kLeftEvents)) != 0;
+        const std::string_view only = TextIn(request.address);
+        if (isWanted && (only.empty() || only == address)) {
+            listener->Notify(protocol::kConnNotify, event);
+        }
+    }
+}
+
+void WifiConfigFamily::Describe(nlohmann::json& status) const
+{
+    nlohmann::json description{
+        {"configurations", settings_.size()},
+        {"configurationListeners", configurationListeners_.size()},
+        {"connectionListeners", connectionListeners_.size()},
+        {"cardListeners", cardListeners_.size()},
+    };
+    for (const auto& [name, scene] : scenes_) {
+        description["scene " + name] = scene;
+    }
+    status["wifiConfig"] = description;
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,61 @@
+// What two devices agree on before a Wi-Fi Direct link: configurations, channels, card states.
+#pragma once
+
+#include <protocol/Vod2dConfig.h>
+#include <service/Family.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace pelacon::service {
+
+/// Applications on the same service are each other's peers: what one sets as its peer's
+/// configuration the others read as their own, and hear of.
+class WifiConfigFamily : public Family {
+  public:
+    explicit WifiConfigFamily(const Context& context);
+
+    void ClientArrived(Session& session, bool returning) override;
+    void ClientLeft(Session& session) override;
+    void Describe(nlohmann::json& status) const override;
+
+  private:
+    /// A configuration that an application has set.
+    struct Setting {
+        Session* setter;  // null once it has left
+        std::int32_t type;
+        Bytes blob;
+    };
+
+    void ServeConfigurations(Router& router);
+    void ServeChannels(Router& router);
+    void ServeInterfaces(Router& router);
+    void ServeNotifications(Router& router);
+
+    protocol::SelfWifiCfgReply SelfConfiguration(const Session& session, std::int32_t type) const;
+    protocol::StatusReply SetPeerConfiguration(Session& session, const protocol::WifiCfg& request);
+    protocol::RecommendChannelReply Recommend(ByteView request) const;
+    protocol::StatusReply SetScene(const protocol::UpperSceneRequest& request);
+    protocol::InterfaceGuidReply Guid(std::string_view name) const;
+    protocol::CardStateReply AskForCards(Session& session, std::int32_t card);
+    void ForgetSetter(const Session& session);
+    Bytes DefaultConfiguration(std::int32_t type) const;
+    const radio::WifiInterface* FindInterface(std::string_view name) const;
+
+    void TellStation(const radio::Station& station, bool joined) const;
+    void TellCard(std::size_t changed) const;
+
+    radio::Wifi& wifi_;
+    radio::WifiCards& cards_;
+    std::vector<Setting> settings_;  // the latest last
+    std::unordered_set<Session*> configurationListeners_;
+    std::unordered_set<Session*> cardListeners_;
+    std::unordered_map<Session*, protocol::ConnNotifyRequest> connectionListeners_;
+    std::map<std::string, std::int32_t, std::less<>> scenes_;  // by interface
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,117 @@
+#include <service/simulation/GroupConfig.h>
+
+#include <charconv>
+#include <string_view>
+
+namespace pelacon::service::simulation {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+namespace {
+
+constexpr std::size_t kLongestSsid = 32;
+constexpr std::size_t kShortestPassPhrase = 8;
+constexpr std::size_t kLongestPassPhrase = 63;
+constexpr std::size_t kLongestIpAddress = 15;
+
+/// Whether the text is four numbers from 0 to 255 with dots between them.
+bool IsIpAddress(std::string_view text)
+{
+    const char* position = text.data();
+    const char* const end = position + text.size();
+    for (int part = 0; part < 4; ++part) {
+        if (part > 0 && (position == end || *position++ != '.')) {
+            return false;
+        }
+        unsigned value = 0;
+        const auto read = std::from_chars(position, end, value);
+        if (read.ec != std::errc() || read.ptr - position > 3 || value > 255) {
+            return false;
+        }
+        position = read.ptr;
+    }
+    return position == end;
+}
+
+CreationConfig ReadCreation(const json::Reader& reader)
+{
+    CreationConfig creation;
+    reader.Object([&](json::Fields& fields) {
+        if (const auto delay = fields.Optional("ms")) {
+            creation.delay = delay->Milliseconds(0ms, 10min);
+        }
+        if (const auto fails = fields.Optional("fails"); fails && fails->Bool()) {
+            creation.outcome = radio::GroupOutcome::kFailed;
+        }
+    });
+    return creation;
+}
+
+StationConfig ReadStation(const json::Reader& reader)
+{
+    StationConfig station;
+    reader.Object([&](json::Fields& fields) {
+        station.address = fields.Required("address").Address();
+        if (const auto ipAddress = fields.Optional("ipAddress")) {
+            station.ipAddress = ReadIpAddress(*ipAddress);
+        }
+        if (const auto joinAfter = fields.Optional("joinMs")) {
+            station.joinAfter = joinAfter->Milliseconds(0ms, 24h);
+        }
+        if (const auto stay = fields.Optional("stayMs")) {
+            station.stay = stay->Milliseconds(0ms, 24h);
+        }
+    });
+    return station;
+}
+
+/// Who owns the group.
+void ReadOwner(json::Fields& fields, GroupConfig& config)
+{
+    if (const auto ssid = fields.Optional("ssid")) {
+        config.ssid = ssid->Text(1, kLongestSsid);
+    }
+    if (const auto passPhrase = fields.Optional("passPhrase")) {
+        config.passPhrase = passPhrase->Text(kShortestPassPhrase, kLongestPassPhrase);
+    }
+    if (const auto address = fields.Optional("address")) {
+        config.address = address->Address();
+    }
+    if (const auto ipAddress = fields.Optional("ipAddress")) {
+        config.ipAddress = ReadIpAddress(*ipAddress);
+    }
+}
+
+}  // namespace
+
+std::string ReadIpAddress(const json::Reader& reader)
+{
+    std::string text = reader.Text(1, kLongestIpAddress);
+    if (!IsIpAddress(text)) {
+        reader.Fail("must be an IPv4 address such as \"192.168.137.1\"");
+    }
+    return text;
+}
+
+GroupConfig ReadGroup(const json::Reader& reader)
+{
+    GroupConfig config;
+    reader.Object([&](json::Fields& fields) {
+        ReadOwner(fields, config);
+        if (const auto creation = fields.Optional("creation")) {
+            config.creation = ReadCreation(*creation);
+        }
+        if (const auto first = fields.Optional("firstCreations")) {
+            config.firstCreations = first->List(&ReadCreation);
+        }
+        if (const auto delay = fields.Optional("removeMs")) {
+            config.removeDelay = delay->Milliseconds(0ms, 10min);
+        }
+        if (const auto stations = fields.Optional("stations")) {
+            config.stations = stations->List(&ReadStation);
+        }
+    });
+    return config;
+}
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,158 @@
+#include <service/simulation/Groups.h>
+
+#include <algorithm>
+
+namespace pelacon::service::simulation {
+
+using radio::GroupOutcome;
+using radio::Station;
+
+Groups::Groups(World& world, Wifi& wifi, const GroupConfig& config)
+    : world_(world), wifi_(wifi), config_(config)
+{
+    wifi_.ObserveSwitch([this](bool on) { OnWifiSwitched(on); });
+}
+
+radio::Group Groups::Describe() const
+{
+    return {config_.ssid, config_.passPhrase, config_.address, config_.ipAddress, channel_};
+}
+
+CreationConfig Groups::NextCreation()
+{
+    const std::size_t number = creations_++;
+    return number < config_.firstCreations.size() ? config_.firstCreations[number]
+                                                  : config_.creation;
+}
+
+void Groups::Create(std::int32_t channel, Done done)
+{
+    if (!wifi_.IsOn()) {
+        done(GroupOutcome::kWifiOff);
+    } else if (Exists() || IsCreating()) {
+        done(GroupOutcome::kBusy);
+    } else {
+        created_ = std::move(done);
+        const CreationConfig creation = NextCreation();
+        creating_ = world_.After(
+            creation.delay, [this, creation, channel] { EndCreation(creation.outcome, channel); });
+    }
+}
+
+void Groups::EndCreation(GroupOutcome outcome, std::int32_t channel)
+{
+    creating_.Cancel();
+    if (outcome == GroupOutcome::kDone) {
+        channel_ = channel;
+        AwaitStations();
+    }
+    TellGroup(outcome);
+    std::exchange(created_, nullptr)(outcome);
+}
+
+void Groups::Remove(Done done)
+{
+    if (IsCreating()) {
+        EndCreation(GroupOutcome::kAborted, 0);
+        done(GroupOutcome::kDone);
+    } else if (!Exists()) {
+        done(GroupOutcome::kNoGroup);
+    } else {
+        removed_.push_back(std::move(done));
+        if (!removing_.IsPending()) {
+            removing_ =
+                world_.After(config_.removeDelay, [this] { EndGroup(GroupOutcome::kDone); });
+        }
+    }
+}
+
+void Groups::EndGroup(GroupOutcome reason)
+{
+    removing_.Cancel();
+    comings_.clear();
+    while (!stations_.empty()) {
+        Leave(stations_.back().address);
+    }
+    channel_ = 0;
+    TellGroup(reason);
+    for (const Done& done : std::exchange(removed_, {})) {
+        done(GroupOutcome::kDone);
+    }
+}
+
+void Groups::OnWifiSwitched(bool on)
+{
+    if (on) {
+        return;
+    }
+    if (IsCreating()) {
+        EndCreation(GroupOutcome::kWifiOff, 0);
+    } else if (Exists()) {
+        EndGroup(GroupOutcome::kWifiOff);
+    }
+}
+
+void Groups::AwaitStations()
+{
+    for (const StationConfig& station : config_.stations) {
+        comings_.push_back(world_.After(
+            station.joinAfter, [this, station] { Join(station.address, station.ipAddress); }));
+        if (station.stay) {
+            comings_.push_back(world_.After(station.joinAfter + *station.stay,
+                                            [this, station] { Leave(station.address); }));
+        }
+    }
+}
+
+bool Groups::Join(std::uint64_t station, std::optional<std::string> ipAddress)
+{
+    const auto isIt = [station](const Station& one) { return one.address == station; };
+    if (!Exists() || std::ranges::any_of(stations_, isIt)) {
+        return false;
+    }
+    stations_.push_back({station, ipAddress ? *std::move(ipAddress) : FreeIpAddress()});
+    TellStation(stations_.back(), true);
+    return true;
+}
+
+bool Groups::Leave(std::uint64_t station)
+{
+    const auto found = std::ranges::find(stations_, station, &Station::address);
+    if (found == stations_.end()) {
+        return false;
+    }
+    const Station left{station, {}};
+    stations_.erase(found);
+    TellStation(left, false);
+    return true;
+}
+
+/// The owner's network has 255 addresses; the lowest that nobody has, behind the owner's.
+std::string Groups::FreeIpAddress() const
+{
+    const std::string network = config_.ipAddress.substr(0, config_.ipAddress.rfind('.') + 1);
+    for (int host = 2; host < 255; ++host) {
+        const std::string address = network + std::to_string(host);
+        if (address != config_.ipAddress &&
+            !std::ranges::count(stations_, address, &Station::ipAddress)) {
+            return address;
+        }
+    }
+    return {};
+}
+
+void Groups::TellGroup(GroupOutcome reason) const
+{
+    for (const GroupObserver& observer : groupObservers_) {
+        observer(Exists(), reason);
+    }
+}
+
+void Groups::TellStation(const Station& station, bool joined) const
+{
+    for (const StationObserver& observer : stationObservers_) {
+        observer(station, joined);
+    }
+}
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,69 @@
+// Groups that exist in memory.
+#pragma once
+
+#include <service/World.h>
+#include <service/radio/Groups.h>
+#include <service/simulation/GroupConfig.h>
+#include <service/simulation/Wifi.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+class Groups : public radio::Groups {
+  public:
+    Groups(World& world, Wifi& wifi, const GroupConfig& config);
+
+    bool Exists() const override { return channel_ != 0; }
+    radio::Group Describe() const override;
+    const std::vector<radio::Station>& Stations() const override { return stations_; }
+    void Create(std::int32_t channel, Done done) override;
+    void Remove(Done done) override;
+    void ObserveGroup(GroupObserver observer) override
+    {
+        groupObservers_.push_back(std::move(observer));
+    }
+    void ObserveStations(StationObserver observer) override
+    {
+        stationObservers_.push_back(std::move(observer));
+    }
+
+    /// For the simulation: a station joins, with the next free address where it brings none. False
+    /// when there is no group, or it has joined already.
+    bool Join(std::uint64_t station, std::optional<std::string> ipAddress);
+
+    /// A station leaves; false when it had not joined.
+    bool Leave(std::uint64_t station);
+
+  private:
+    bool IsCreating() const { return creating_.IsPending(); }
+    CreationConfig NextCreation();
+    void EndCreation(radio::GroupOutcome outcome, std::int32_t channel);
+    void EndGroup(radio::GroupOutcome reason);
+    void AwaitStations();
+    void OnWifiSwitched(bool on);
+    std::string FreeIpAddress() const;
+    void TellGroup(radio::GroupOutcome reason) const;
+    void TellStation(const radio::Station& station, bool joined) const;
+
+    World& world_;
+    Wifi& wifi_;
+    GroupConfig config_;
+    std::size_t creations_ = 0;
+    std::int32_t channel_ = 0;  // 0: there is no group
+    std::vector<radio::Station> stations_;
+    std::vector<GroupObserver> groupObservers_;
+    std::vector<StationObserver> stationObservers_;
+    Done created_;
+    std::vector<Done> removed_;
+    std::vector<Timer> comings_;  // and goings of stations
+    Timer creating_;
+    Timer removing_;
+};
+
+}  // namespace pelacon::service::simulation

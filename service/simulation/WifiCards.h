@@ -1,0 +1,49 @@
+// Wi-Fi hardware that exists in memory.
+#pragma once
+
+#include <service/json/Reader.h>
+#include <service/radio/WifiCards.h>
+#include <service/simulation/Wifi.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+struct WifiCardsConfig {
+    std::vector<radio::CardState> cards{radio::CardState::kOn};
+    std::vector<radio::WifiInterface> interfaces{
+        {"wlan0", "{5E1AC0DE-0000-4000-8000-000000000001}", 1},
+        {"p2p0", "{5E1AC0DE-0000-4000-8000-000000000002}", 2},
+    };
+    std::string coexistence = "station+group, station+access point";
+};
+
+WifiCardsConfig ReadWifiCards(const json::Reader& reader);
+
+/// The word for a card's state in world files and commands.
+radio::CardState ReadCardState(const json::Reader& reader);
+
+class WifiCards : public radio::WifiCards {
+  public:
+    WifiCards(Wifi& wifi, const WifiCardsConfig& config);
+
+    const std::vector<radio::CardState>& States() const override { return config_.cards; }
+    const std::vector<radio::WifiInterface>& Interfaces() const override
+    {
+        return config_.interfaces;
+    }
+    const std::string& Coexistence() const override { return config_.coexistence; }
+    void Observe(CardObserver observer) override { observers_.push_back(std::move(observer)); }
+
+    /// For the simulation: a card is put in or taken out, switched on or off. False when there is
+    /// no place with this number.
+    bool Set(std::size_t card, radio::CardState state);
+
+  private:
+    WifiCardsConfig config_;
+    std::vector<CardObserver> observers_;
+};
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,76 @@
+#include <service/simulation/WifiCommands.h>
+
+#include <stdexcept>
+
+namespace pelacon::service::simulation {
+
+namespace {
+
+/// The answer of a command that did something, or did not.
+nlohmann::json DoneOr(bool done, const char* why)
+{
+    if (!done) {
+        throw std::runtime_error(why);
+    }
+    return nlohmann::json::object();
+}
+
+void AddStationCommands(Commands& commands, Groups& groups)
+{
+    commands.Add("group.join", "a station joins the group: address, ipAddress",
+                 [&groups](json::Fields& fields) {
+                     const std::uint64_t address = fields.Required("address").Address();
+                     std::optional<std::string> ipAddress;
+                     if (const auto given = fields.Optional("ipAddress")) {
+                         ipAddress = ReadIpAddress(*given);
+                     }
+                     return [&groups, address, ipAddress] {
+                         return DoneOr(groups.Join(address, ipAddress),
+                                       "there is no group, or the station has joined it already");
+                     };
+                 });
+    commands.Add("group.leave", "a station leaves the group: address",
+                 [&groups](json::Fields& fields) {
+                     const std::uint64_t address = fields.Required("address").Address();
+                     return [&groups, address] {
+                         return DoneOr(groups.Leave(address), "there is no such station");
+                     };
+                 });
+}
+
+void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
+{
+    commands.Add("wifi.connect", "the adapter connects to an access point: ssid, channel",
+                 [&wifi](json::Fields& fields) {
+                     const radio::Wifi::Connection connection = ReadConnection(fields);
+                     return [&wifi, connection] {
+                         wifi.Connect(connection);
+                         return nlohmann::json::object();
+                     };
+                 });
+    commands.Add("wifi.disconnect", "the adapter loses its access point",
+                 [&wifi](json::Fields& /*fields*/) {
+                     return [&wifi] {
+                         wifi.Connect(std::nullopt);
+                         return nlohmann::json::object();
+                     };
+                 });
+    commands.Add("wifi.card", "a Wi-Fi card changes: card, state (absent, off, on)",
+                 [&cards](json::Fields& fields) {
+                     const auto card = fields.Required("card").Integer<std::size_t>(0, 4);
+                     const radio::CardState state = ReadCardState(fields.Required("state"));
+                     return [&cards, card, state] {
+                         return DoneOr(cards.Set(card, state), "there is no place for this card");
+                     };
+                 });
+}
+
+}  // namespace
+
+void AddWifiCommands(Commands& commands, Simulation& simulation)
+{
+    AddStationCommands(commands, simulation.GetGroups());
+    AddAdapterCommands(commands, simulation.GetWifi(), simulation.GetWifiCards());
+}
+
+}  // namespace pelacon::service::simulation
