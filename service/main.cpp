@@ -37,9 +37,10 @@ constexpr char kDescription[] =
 
 constexpr char kFooter[] = R"(
 Where it listens
-  In the folder that the environment variable PELACON_RUNTIME_DIR names; without it, in the
-  system's run directory for root and the service account, else in XDG_RUNTIME_DIR. Programs
-  look in the same places. When it listens, it prints "ready" and the address to stdout.
+  In the folder that the environment variable PELACON_RUNTIME_DIR names; without it, in
+  /run/pelacon if it runs as root or may write there, else in $XDG_RUNTIME_DIR/pelacon.
+  Programs look in the same places. When it takes connections, it prints "ready" and its
+  address to stdout.
 
 Examples
   PelaconService                         the built-in world
