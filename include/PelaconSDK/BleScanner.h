@@ -25,7 +25,7 @@ PELACON_ENUM(BleScanPolicy){
 
 /* What became of a listener's scan. Other values are the service's own. */
 PELACON_ENUM(BleScanStatus){
-    kBleScanStarted = 0,           /* it scans: after StartBleScan, or again after a restart */
+    kBleScanStarted = 0,           /* it scans */
     kBleScanStopped = 1,           /* it was told to stop */
     kBleScanStoppedAdapterOff = 2, /* the adapter was switched off; on again, start again */
 };
@@ -125,7 +125,8 @@ PELACON_API BleStatusC BleScanUnRegisterCallbacks(int listenerId);
 
 /* Begins to scan. Results go to every listener of this process that scans, whichever of them asked
  * for what is heard: the fastest of their policies counts, and a result passes if the filters of
- * one of them let it through. Starting a listener that scans already changes its policy.
+ * one of them let it through. Starting a listener that scans already changes its policy. After a
+ * restart of the service it scans on, at the fastest policy and without its filters.
  * kBleStatusNoReply also raises diagnostic event 954082007. */
 PELACON_API BleStatusC StartBleScan(int listenerId, BleScanPolicy policy);
 

@@ -2,8 +2,15 @@
 #pragma once
 
 #include <service/radio/Adapter.h>
+#include <service/radio/Advertiser.h>
 #include <service/radio/Errors.h>
+#include <service/radio/GattClient.h>
+#include <service/radio/GattServer.h>
+#include <service/radio/Groups.h>
+#include <service/radio/Scanner.h>
+#include <service/radio/TargetAdvs.h>
 #include <service/radio/Wifi.h>
+#include <service/radio/WifiCards.h>
 
 namespace pelacon::service::radio {
 
@@ -17,7 +24,14 @@ class Radios {
     Radios& operator=(const Radios&) = delete;
 
     virtual Adapter& GetAdapter() = 0;
+    virtual Scanner& GetScanner() = 0;
+    virtual Advertiser& GetAdvertiser() = 0;
+    virtual TargetAdvs& GetTargetAdvs() = 0;
+    virtual GattClient& GetGattClient() = 0;
+    virtual GattServer& GetGattServer() = 0;
     virtual Wifi& GetWifi() = 0;
+    virtual Groups& GetGroups() = 0;
+    virtual WifiCards& GetWifiCards() = 0;
     virtual Errors& GetErrors() = 0;
 };
 

@@ -32,8 +32,8 @@ class Scanner {
     Scanner(const Scanner&) = delete;
     Scanner& operator=(const Scanner&) = delete;
 
-    /// Has the observer told of what is heard from now on. It may start and end advertising, but no
-    /// scan. Nothing is heard while the adapter is off.
+    /// Has the observer told of what is heard from now on. It starts and ends no scan and no
+    /// advertising itself. Nothing is heard while the adapter is off.
     virtual std::unique_ptr<Scan> Start(ScanPolicy policy, Observer observer) = 0;
 };
 

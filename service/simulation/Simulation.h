@@ -5,7 +5,20 @@
 #include <service/WorldFile.h>
 #include <service/radio/Radios.h>
 #include <service/simulation/Adapter.h>
+#include <service/simulation/Advertiser.h>
+#include <service/simulation/Air.h>
 #include <service/simulation/Errors.h>
+#include <service/simulation/GattClient.h>
+#include <service/simulation/GattPeripheral.h>
+#include <service/simulation/GattServer.h>
+#include <service/simulation/Groups.h>
+#include <service/simulation/Peripheral.h>
+#include <service/simulation/Scanner.h>
+#include <service/simulation/TargetAdvs.h>
+#include <service/simulation/Wifi.h>
+#include <service/simulation/WifiCards.h>
+
+#include <list>
 
 namespace pelacon::service::simulation {
 
@@ -13,14 +26,50 @@ namespace pelacon::service::simulation {
 class Simulation : public radio::Radios {
   public:
     Simulation(World& world, const WorldFile& file)
-        : adapter_(world, file.adapter), errors_(world, file.errors)
-    {}
+        : adapter_(world, file.adapter),
+          air_(world),
+          scanner_(adapter_, air_),
+          advertiser_(world, adapter_, air_),
+          targetAdvs_(world, adapter_, file.targetAdvs),
+          gattClient_(world, adapter_, file.gatt),
+          gattServer_(adapter_, file.gatt),
+          wifi_(world, file.wifi),
+          groups_(world, wifi_, file.group),
+          wifiCards_(wifi_, file.wifiCards),
+          errors_(world, file.errors)
+    {
+        for (const PeripheralConfig& config : file.peripherals) {
+            Peripheral& peripheral = peripherals_.emplace_back(world, air_, config);
+            GattPeripheral& gatt = gattPeripherals_.emplace_back(world, adapter_, peripheral);
+            gattClient_.AddDevice(config.address, gatt);
+        }
+        gattClient_.AddDevice(adapter_.Address(), gattServer_);
+    }
 
     Adapter& GetAdapter() override { return adapter_; }
+    Scanner& GetScanner() override { return scanner_; }
+    Advertiser& GetAdvertiser() override { return advertiser_; }
+    TargetAdvs& GetTargetAdvs() override { return targetAdvs_; }
+    GattClient& GetGattClient() override { return gattClient_; }
+    GattServer& GetGattServer() override { return gattServer_; }
+    Wifi& GetWifi() override { return wifi_; }
+    Groups& GetGroups() override { return groups_; }
+    WifiCards& GetWifiCards() override { return wifiCards_; }
     Errors& GetErrors() override { return errors_; }
 
   private:
     Adapter adapter_;
+    Air air_;
+    Scanner scanner_;
+    Advertiser advertiser_;
+    TargetAdvs targetAdvs_;
+    std::list<Peripheral> peripherals_;
+    std::list<GattPeripheral> gattPeripherals_;
+    GattClient gattClient_;
+    GattServer gattServer_;
+    Wifi wifi_;
+    Groups groups_;
+    WifiCards wifiCards_;
     Errors errors_;
 };
 

@@ -1,0 +1,55 @@
+// Advertisers: what clients send out, and until when.
+#pragma once
+
+#include <protocol/BleAdvertiser.h>
+#include <service/Family.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace pelacon::service {
+
+class AdvertiserFamily : public Family {
+  public:
+    /// A client can have so many advertisers.
+    static constexpr std::size_t kMostAdvertisers = 64;
+
+    explicit AdvertiserFamily(const Context& context);
+
+    void ClientLeft(Session& session) override;
+
+    /// The ids alone are known: an advertiser that is held is there again but silent, and is told
+    /// so.
+    void Repair(Session& session, const protocol::RepairRequest& held) override;
+
+    void Describe(nlohmann::json& status) const override;
+
+  private:
+    struct Advertiser {
+        radio::Advertising advertising;
+        std::unique_ptr<radio::Advertisement> onAir;  // while it does not rest
+        Timer partTime;                               // turns between the air and rest
+        Timer totalTime;
+        bool active = false;
+    };
+    using Advertisers = std::map<std::int32_t, Advertiser>;
+
+    protocol::ValueStatusReply Register(Session& session);
+    std::int32_t Unregister(Session& session, std::int32_t id);
+    std::int32_t Start(Session& session, const protocol::StartAdvertiseRequest& request);
+    std::int32_t Stop(Session& session, std::int32_t id);
+
+    Advertiser* Find(Session& session, std::int32_t id);
+    void Turn(Advertiser& advertiser);
+    void GoSilentByItself(Session& session, std::int32_t id, Advertiser& advertiser,
+                          std::int32_t why);
+    void AdapterWentOff();
+
+    Context context_;
+    radio::Adapter& adapter_;
+    radio::Advertiser& radio_;
+    std::map<Session*, Advertisers> clients_;
+};
+
+}  // namespace pelacon::service

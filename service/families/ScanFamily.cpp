@@ -1,0 +1,235 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/ScanFamily.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace pelacon::service {
+
+using protocol::ScanListenerRequest;
+using protocol::StatusReply;
+using radio::ScanPolicy;
+
+namespace {
+
+/// What a listener is told; the values of BleScanStatus in the public headers.
+enum ListenerStatus : std::int32_t { kStarted = 0, kStopped = 1, kStoppedAdapterOff = 2 };
+
+protocol::ScanResultRecord RecordOf(const radio::Heard& heard)
+{
+    protocol::ScanResultRecord record{};
+    protocol::ScanResult& result = record.result;
+    result.address = heard.address;
+    result.rssi = heard.rssi;
+    result.eventType = static_cast<std::int32_t>(heard.kind);
+    const std::size_t length = std::min(heard.data.size(), sizeof result.data);
+    result.dataLength = static_cast<std::uint32_t>(length);
+    std::copy_n(heard.data.begin(), length, result.data);
+    return record;
+}
+
+bool IsPolicy(std::int32_t value)
+{
+    return value >= static_cast<std::int32_t>(ScanPolicy::kLowPower) &&
+           value <= static_cast<std::int32_t>(ScanPolicy::kLowLatency);
+}
+
+}  // namespace
+
+ScanFamily::ScanFamily(const Context& context)
+    : context_(context),
+      adapter_(context.radios.GetAdapter()),
+      scanner_(context.radios.GetScanner())
+{
+    adapter_.Observe([this](radio::AdapterState) {
+        if (!adapter_.IsOn()) {
+            AdapterWentOff();
+        }
+    });
+
+    Router& router = context.router;
+    router.Serve(protocol::kRegisterScanListener,
+                 [this](Session& session, const protocol::Nothing&) { return Register(session); });
+    router.Serve(protocol::kUnregisterScanListener,
+                 [this](Session& session, const ScanListenerRequest& request) {
+                     return StatusReply{Unregister(session, request.listenerId)};
+                 });
+    router.Serve(protocol::kStartBleScan,
+                 [this](Session& session, const protocol::StartScanRequest& request) {
+                     return StatusReply{Start(session, request)};
+                 });
+    router.Serve(protocol::kStopBleScan,
+                 [this](Session& session, const ScanListenerRequest& request) {
+                     return StatusReply{Stop(session, request.listenerId)};
+                 });
+    router.Serve(protocol::kSetScanFilter,
+                 [this](Session& session, const protocol::SetScanFilterRequest& request) {
+                     const auto filters = ScanFilters::From(request);
+                     return StatusReply{filters ? SetFilters(session, request.listenerId, *filters)
+                                                : protocol::kStatusInvalidArgument};
+                 });
+    router.Serve(protocol::kRemoveScanFilter,
+                 [this](Session& session, const ScanListenerRequest& request) {
+                     return StatusReply{SetFilters(session, request.listenerId, {})};
+                 });
+}
+
+void ScanFamily::ClientLeft(Session& session)
+{
+    clients_.erase(&session);
+}
+
+protocol::ValueStatusReply ScanFamily::Register(Session& session)
+{
+    Client& client = clients_[&session];
+    if (client.listeners.size() >= kMostListeners) {
+        return {0, protocol::kStatusLimitReached};
+    }
+    const std::int32_t id = context_.ids.Next();
+    client.listeners.emplace(id, Listener{});
+    return {id, protocol::kStatusDone};
+}
+
+std::int32_t ScanFamily::Unregister(Session& session, std::int32_t id)
+{
+    if (Find(session, id) == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    clients_[&session].listeners.erase(id);
+    FitScan(session);
+    return protocol::kStatusDone;
+}
+
+std::int32_t ScanFamily::Start(Session& session, const protocol::StartScanRequest& request)
+{
+    Listener* const listener = Find(session, request.listenerId);
+    if (listener == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    if (!IsPolicy(request.policy)) {
+        return protocol::kStatusInvalidArgument;
+    }
+    if (!adapter_.IsOn()) {
+        return protocol::kStatusRadioOff;
+    }
+    const bool wasScanning = listener->policy.has_value();
+    listener->policy = static_cast<ScanPolicy>(request.policy);
+    FitScan(session);
+    if (!wasScanning) {
+        session.Notify(protocol::kScanStatus, {request.listenerId, kStarted});
+    }
+    return protocol::kStatusDone;
+}
+
+std::int32_t ScanFamily::Stop(Session& session, std::int32_t id)
+{
+    Listener* const listener = Find(session, id);
+    if (listener == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    if (listener->policy) {
+        listener->policy.reset();
+        FitScan(session);
+        session.Notify(protocol::kScanStatus, {id, kStopped});
+    }
+    return protocol::kStatusDone;
+}
+
+std::int32_t ScanFamily::SetFilters(Session& session, std::int32_t id, const ScanFilters& filters)
+{
+    Listener* const listener = Find(session, id);
+    if (listener == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    listener->filters = filters;
+    return protocol::kStatusDone;
+}
+
+ScanFamily::Listener* ScanFamily::Find(Session& session, std::int32_t id)
+{
+    const auto client = clients_.find(&session);
+    if (client == clients_.end()) {
+        return nullptr;
+    }
+    const auto listener = client->second.listeners.find(id);
+    return listener != client->second.listeners.end() ? &listener->second : nullptr;
+}
+
+/// Starts the client's scan, ends it, or gives it another policy, as its listeners need it now.
+void ScanFamily::FitScan(Session& session)
+{
+    Client& client = clients_[&session];
+    std::optional<ScanPolicy> policy;
+    for (const auto& [id, listener] : client.listeners) {
+        policy = std::max(policy, listener.policy);
+    }
+    if (policy == client.policy) {
+        return;
+    }
+    client.policy = policy;
+    client.scan.reset();
+    if (policy) {
+        client.scan = scanner_.Start(
+            *policy, [this, &session](const radio::Heard& heard) { Tell(session, heard); });
+    }
+}
+
+void ScanFamily::Tell(Session& session, const radio::Heard& heard)
+{
+    const auto& listeners = clients_[&session].listeners;
+    const bool isWanted = std::any_of(listeners.begin(), listeners.end(), [&](const auto& entry) {
+        return entry.second.policy && entry.second.filters.Pass(heard);
+    });
+    if (isWanted) {
+        session.Notify(protocol::kScanResult, RecordOf(heard), Line::Urgency::kDroppable);
+    }
+}
+
+void ScanFamily::AdapterWentOff()
+{
+    for (auto& [session, client] : clients_) {
+        for (auto& [id, listener] : client.listeners) {
+            if (listener.policy) {
+                listener.policy.reset();
+                session->Notify(protocol::kScanStatus, {id, kStoppedAdapterOff});
+            }
+        }
+        FitScan(*session);
+    }
+}
+
+void ScanFamily::Repair(Session& session, const protocol::RepairRequest& held)
+{
+    Client& client = clients_[&session];
+    for (const std::int32_t id : held.scannerIds) {
+        if (id <= 0 || client.listeners.size() >= kMostListeners) {
+            continue;
+        }
+        const auto [entry, isNew] = client.listeners.try_emplace(id);
+        if (!isNew) {
+            continue;  // registered since the restart
+        }
+        if (adapter_.IsOn()) {
+            entry->second.policy = ScanPolicy::kLowLatency;
+        } else {
+            session.Notify(protocol::kScanStatus, {id, kStoppedAdapterOff});
+        }
+    }
+    FitScan(session);
+}
+
+void ScanFamily::Describe(nlohmann::json& status) const
+{
+    std::size_t listeners = 0;
+    std::size_t scanning = 0;
+    for (const auto& [session, client] : clients_) {
+        listeners += client.listeners.size();
+        scanning += static_cast<std::size_t>(
+            std::count_if(client.listeners.begin(), client.listeners.end(),
+                          [](const auto& entry) { return entry.second.policy.has_value(); }));
+    }
+    status["scanner"] = {{"listeners", listeners}, {"scanning", scanning}};
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,83 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/TargetAdvFamily.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace pelacon::service {
+
+using protocol::StatusReply;
+using protocol::TargetAdvRecord;
+
+namespace {
+
+constexpr std::uint64_t kUnknownMany = std::uint64_t{1} << 32U;
+
+}  // namespace
+
+TargetAdvFamily::TargetAdvFamily(const Context& context)
+{
+    context.radios.GetTargetAdvs().Observe([this](const radio::TargetAdv& received) {
+        TargetAdvRecord record{};
+        record.business = received.business;
+        static_assert(sizeof record.data == sizeof received.data);
+        std::copy(received.data.begin(), received.data.end(), record.data);
+        Tell(record);
+    });
+
+    Router& router = context.router;
+    router.Serve(protocol::kRegisterTargetAdv, [this](Session& session, const protocol::Nothing&) {
+        ++registrations_[&session];
+        return StatusReply{protocol::kStatusDone};
+    });
+    router.Serve(protocol::kUnregisterTargetAdv,
+                 [this](Session& session, const protocol::TargetAdvBusinessRequest&) {
+                     return StatusReply{Unregister(session)};
+                 });
+    router.Serve(protocol::kPushTargetAdv, [this](Session&, const TargetAdvRecord& record) {
+        Tell(record);
+        return StatusReply{protocol::kStatusDone};
+    });
+}
+
+// The library does not register again with a service that was restarted, so a client that returns
+// may hold any number of registrations: it is told until it leaves. What nobody listens to its
+// library drops.
+void TargetAdvFamily::ClientArrived(Session& session, bool returning)
+{
+    if (returning) {
+        registrations_.emplace(&session, kUnknownMany);
+    }
+}
+
+void TargetAdvFamily::ClientLeft(Session& session)
+{
+    registrations_.erase(&session);
+}
+
+std::int32_t TargetAdvFamily::Unregister(Session& session)
+{
+    const auto found = registrations_.find(&session);
+    if (found == registrations_.end()) {
+        return protocol::kStatusUnknownId;
+    }
+    if (--found->second == 0) {
+        registrations_.erase(found);
+    }
+    return protocol::kStatusDone;
+}
+
+void TargetAdvFamily::Tell(const TargetAdvRecord& record) const
+{
+    for (const auto& [session, count] : registrations_) {
+        session->Notify(protocol::kTargetAdvReceived, record);
+    }
+}
+
+void TargetAdvFamily::Describe(nlohmann::json& status) const
+{
+    status["targetedAdvertisements"] = {{"listeners", registrations_.size()}};
+}
+
+}  // namespace pelacon::service

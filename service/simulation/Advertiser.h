@@ -1,0 +1,37 @@
+// A sender of advertisements that exists in memory.
+#pragma once
+
+#include <service/radio/Advertiser.h>
+#include <service/simulation/Adapter.h>
+#include <service/simulation/Air.h>
+
+#include <memory>
+
+namespace pelacon::service::simulation {
+
+/// Sends under the adapter's address. While the adapter is off nobody hears it: all who listen do
+/// so through that adapter.
+class Advertiser : public radio::Advertiser {
+  public:
+    /// What is lost between two programs on one machine, in dB, and how much that varies.
+    static constexpr std::int32_t kPathLoss = 40;
+    static constexpr std::int32_t kVariation = 2;
+
+    Advertiser(World& world, const Adapter& adapter, Air& air)
+        : world_(world), adapter_(adapter), air_(air)
+    {}
+
+    std::unique_ptr<radio::Advertisement> Start(const radio::Advertising& advertising) override
+    {
+        const Signal signal{adapter_.Address(), advertising.txPower - kPathLoss, kVariation};
+        return std::make_unique<Transmitter>(world_, air_, signal, advertising,
+                                             World::Duration::zero());
+    }
+
+  private:
+    World& world_;
+    const Adapter& adapter_;
+    Air& air_;
+};
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,101 @@
+#include <service/simulation/Air.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelacon::service::simulation {
+
+namespace {
+
+/// Of so many advertisements of one device, a scan hears the first.
+std::uint32_t OneIn(radio::ScanPolicy policy)
+{
+    switch (policy) {
+        case radio::ScanPolicy::kLowPower:
+            return 10;
+        case radio::ScanPolicy::kBalanced:
+            return 4;
+        case radio::ScanPolicy::kLowLatency:
+            break;
+    }
+    return 1;
+}
+
+bool HasScanResponse(const radio::Advertising& advertising)
+{
+    return advertising.kind != radio::AdvertisementKind::kNonConnectable &&
+           !advertising.scanResponse.empty();
+}
+
+}  // namespace
+
+class Air::Receiver : public radio::Scan {
+  public:
+    Receiver(Air& air, radio::ScanPolicy policy, radio::Scanner::Observer observer)
+        : air_(air), oneIn_(OneIn(policy)), observer_(std::move(observer))
+    {
+        air_.receivers_.push_back(this);
+    }
+    ~Receiver() override { std::erase(air_.receivers_, this); }
+
+    /// Counts an advertisement of this transmitter: is it one of those that are heard?
+    bool Hears(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
+
+    void Tell(const radio::Heard& heard) const { observer_(heard); }
+    void Forget(const Transmitter& transmitter) { sent_.erase(&transmitter); }
+
+  private:
+    Air& air_;
+    std::uint32_t oneIn_;
+    radio::Scanner::Observer observer_;
+    std::map<const Transmitter*, std::uint32_t> sent_;
+};
+
+std::unique_ptr<radio::Scan> Air::Listen(radio::ScanPolicy policy,
+                                         radio::Scanner::Observer observer)
+{
+    return std::make_unique<Receiver>(*this, policy, std::move(observer));
+}
+
+void Air::Carry(const Transmitter& from, const Signal& signal,
+                const radio::Advertising& advertising)
+{
+    if (receivers_.empty()) {
+        return;
+    }
+    const auto rssi = [&] {
+        return signal.rssi + static_cast<std::int32_t>(world_.Chance().Between(
+                                 -signal.rssiVariation, signal.rssiVariation));
+    };
+    const radio::Heard heard{signal.address, rssi(), advertising.kind, advertising.data};
+    const radio::Heard response{signal.address, rssi(), radio::AdvertisementKind::kScanResponse,
+                                advertising.scanResponse};
+    for (Receiver* receiver : receivers_) {
+        if (!receiver->Hears(from)) {
+            continue;
+        }
+        receiver->Tell(heard);
+        if (HasScanResponse(advertising)) {
+            receiver->Tell(response);
+        }
+    }
+}
+
+void Air::Forget(const Transmitter& transmitter)
+{
+    for (Receiver* receiver : receivers_) {
+        receiver->Forget(transmitter);
+    }
+}
+
+Transmitter::Transmitter(World& world, Air& air, const Signal& signal,
+                         radio::Advertising advertising, World::Duration delay)
+    : air_(air), signal_(signal), advertising_(std::move(advertising))
+{
+    first_ = world.After(delay, [this, &world] {
+        others_ = world.Every(advertising_.interval, [this] { Send(); });
+        Send();
+    });
+}
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,63 @@
+// The air between simulated radios: what one sends, the others hear.
+#pragma once
+
+#include <service/World.h>
+#include <service/radio/Advertiser.h>
+#include <service/radio/Scanner.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+/// How a sender is heard.
+struct Signal {
+    std::uint64_t address = 0;
+    std::int32_t rssi = 0;
+    std::int32_t rssiVariation = 0;  ///< to either side
+};
+
+class Transmitter;
+
+/// Scans that go on, and who is told of what they hear. Outlives all scans and transmitters.
+class Air {
+  public:
+    explicit Air(World& world) : world_(world) {}
+
+    /// A scan that hears whatever is sent.
+    std::unique_ptr<radio::Scan> Listen(radio::ScanPolicy policy,
+                                        radio::Scanner::Observer observer);
+
+  private:
+    friend class Transmitter;
+    class Receiver;
+
+    void Carry(const Transmitter& from, const Signal& signal,
+               const radio::Advertising& advertising);
+    void Forget(const Transmitter& transmitter);
+
+    World& world_;
+    std::vector<Receiver*> receivers_;
+};
+
+/// A device that advertises for as long as this lives.
+class Transmitter : public radio::Advertisement {
+  public:
+    /// Sends for the first time after that delay, and then at each interval.
+    Transmitter(World& world, Air& air, const Signal& signal, radio::Advertising advertising,
+                World::Duration delay);
+    ~Transmitter() override { air_.Forget(*this); }
+
+  private:
+    void Send() { air_.Carry(*this, signal_, advertising_); }
+
+    Air& air_;
+    Signal signal_;
+    radio::Advertising advertising_;
+    Timer first_;
+    Timer others_;
+};
+
+}  // namespace pelacon::service::simulation

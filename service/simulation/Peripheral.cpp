@@ -1,0 +1,33 @@
+#include <service/simulation/Peripheral.h>
+
+#include <chrono>
+#include <utility>
+
+namespace pelacon::service::simulation {
+
+Peripheral::Peripheral(World& world, Air& air, PeripheralConfig config)
+    : world_(world), air_(air), config_(std::move(config))
+{
+    Advertise(true);
+}
+
+void Peripheral::Advertise(bool on)
+{
+    const AdvertisingConfig& advertising = config_.advertising;
+    if (!on || !advertising.on) {
+        transmitter_.reset();
+        return;
+    }
+    if (transmitter_) {
+        return;
+    }
+    // Devices that begin together do not go on in step.
+    const std::chrono::milliseconds delay(world_.Chance().Between(0, advertising.interval.count()));
+    transmitter_ = std::make_unique<Transmitter>(
+        world_, air_, Signal{config_.address, config_.rssi, config_.rssiVariation},
+        radio::Advertising{advertising.interval, advertising.kind, 0, advertising.data,
+                           advertising.scanResponse},
+        delay);
+}
+
+}  // namespace pelacon::service::simulation

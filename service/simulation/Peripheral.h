@@ -1,0 +1,29 @@
+// A device in the neighbourhood.
+#pragma once
+
+#include <service/World.h>
+#include <service/simulation/Air.h>
+#include <service/simulation/PeripheralConfig.h>
+
+#include <memory>
+
+namespace pelacon::service::simulation {
+
+class Peripheral {
+  public:
+    Peripheral(World& world, Air& air, PeripheralConfig config);
+
+    const PeripheralConfig& Config() const noexcept { return config_; }
+
+    /// Advertises or is silent from now on, if it advertises at all: one that is connected to does
+    /// not, as a rule.
+    void Advertise(bool on);
+
+  private:
+    World& world_;
+    Air& air_;
+    PeripheralConfig config_;
+    std::unique_ptr<Transmitter> transmitter_;
+};
+
+}  // namespace pelacon::service::simulation

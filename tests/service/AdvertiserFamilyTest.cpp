@@ -1,0 +1,296 @@
+#include <protocol/BleAdvertiser.h>
+#include <protocol/BleManager.h>
+#include <protocol/BleScanner.h>
+#include <protocol/ServiceLink.h>
+#include <protocol/ServiceStatus.h>
+#include <tests/service/ServiceFixture.h>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+
+namespace pelacon::service::tests {
+namespace {
+
+using protocol::kStatusDone;
+using protocol::kStatusInvalidArgument;
+using protocol::kStatusLimitReached;
+using protocol::kStatusRadioOff;
+using protocol::kStatusUnknownId;
+using protocol::StartAdvertiseRequest;
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+enum Silent : std::int32_t { kTimeOver = 0, kAdapterOff = 1, kServiceRestart = 2 };
+
+class AdvertiserFamilyTest : public ServiceTest {
+  protected:
+    AdvertiserFamilyTest()
+    {
+        StartService(R"({"adapter": {"address": "0A:0B:0C:0D:0E:0F", "turnOnMs": 1,
+                                     "turnOffMs": 1}})");
+    }
+
+    static std::int32_t Register(TestClient& client)
+    {
+        const auto reply = client.Call(protocol::kRegisterAdvertiser);
+        EXPECT_EQ(reply->status, kStatusDone);
+        EXPECT_GT(reply->value, 0);
+        return reply->value;
+    }
+    static StartAdvertiseRequest Request(std::int32_t id, const Bytes& data,
+                                         const Bytes& response = {})
+    {
+        StartAdvertiseRequest request{};
+        request.advertiserId = id;
+        request.minInterval = 20;
+        const auto fill = [](protocol::AdvertisingField& field, const Bytes& bytes) {
+            std::copy(bytes.begin(), bytes.end(), field.bytes);
+            field.length = static_cast<std::uint32_t>(bytes.size());
+        };
+        fill(request.advData, data);
+        fill(request.scanResp, response);
+        return request;
+    }
+    static std::int32_t Start(TestClient& client, const StartAdvertiseRequest& request)
+    {
+        return client.Call(protocol::kStartAdvertise, request)->status;
+    }
+    static void Listen(TestClient& client)
+    {
+        const auto reply = client.Call(protocol::kRegisterScanListener);
+        EXPECT_EQ(client.Call(protocol::kStartBleScan, {reply->value, 2})->status, kStatusDone);
+    }
+    static protocol::ScanResult Next(TestClient& client)
+    {
+        return client.Next(protocol::kScanResult).result;
+    }
+    static Bytes DataOf(const protocol::ScanResult& result)
+    {
+        return {result.data, result.data + result.dataLength};
+    }
+    nlohmann::json Advertising()
+    {
+        return Command({{"command", "status"}})["advertiser"]["advertising"];
+    }
+};
+
+TEST_F(AdvertiserFamilyTest, OthersHearAdvertisementAndScanResponse)
+{
+    TestClient sender(PipeName());
+    TestClient listener(PipeName());
+    Listen(listener);
+    const Bytes data{2, 1, 6};
+    const Bytes response{3, 9, 'm', 'e'};
+    auto request = Request(Register(sender), data, response);
+    request.txPower = -10;
+    ASSERT_EQ(Start(sender, request), kStatusDone);
+    const auto advertisement = Next(listener);
+    EXPECT_EQ(advertisement.address, 0x0A0B0C0D0E0FU);
+    EXPECT_EQ(advertisement.eventType, 0);
+    EXPECT_NEAR(advertisement.rssi, -50, 2);
+    EXPECT_EQ(DataOf(advertisement), data);
+    const auto scanResponse = Next(listener);
+    EXPECT_EQ(scanResponse.eventType, 3);
+    EXPECT_EQ(DataOf(scanResponse), response);
+}
+
+TEST_F(AdvertiserFamilyTest, ANonConnectableOneSendsNoScanResponse)
+{
+    TestClient sender(PipeName());
+    Listen(sender);  // a program hears itself, too
+    auto request = Request(Register(sender), {2, 1, 6}, {3, 9, 'm', 'e'});
+    request.advEventType = 2;
+    ASSERT_EQ(Start(sender, request), kStatusDone);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(Next(sender).eventType, 2);
+    }
+}
+
+TEST_F(AdvertiserFamilyTest, StartingAgainSendsTheNewData)
+{
+    TestClient sender(PipeName());
+    Listen(sender);
+    const std::int32_t id = Register(sender);
+    Start(sender, Request(id, {2, 1, 6}));
+    EXPECT_EQ(DataOf(Next(sender)), (Bytes{2, 1, 6}));
+    EXPECT_EQ(Start(sender, Request(id, Bytes(31, 7))), kStatusDone);
+    EXPECT_TRUE(Eventually([&] { return DataOf(Next(sender)) == Bytes(31, 7); }));
+    EXPECT_EQ(DataOf(Next(sender)), Bytes(31, 7));
+    EXPECT_EQ(Advertising(), 1);
+}
+
+TEST_F(AdvertiserFamilyTest, StopsWithoutAWord)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    Start(sender, Request(id, {2, 1, 6}));
+    EXPECT_EQ(Advertising(), 1);
+    EXPECT_EQ(sender.Call(protocol::kStopAdvertise, {id})->status, kStatusDone);
+    EXPECT_EQ(Advertising(), 0);
+    EXPECT_EQ(sender.Call(protocol::kStopAdvertise, {id})->status, kStatusDone);
+    EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U);
+}
+
+TEST_F(AdvertiserFamilyTest, EndsByItselfAfterItsTotalTime)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    auto request = Request(id, {2, 1, 6});
+    request.sendTotalTime = 60;
+    const auto begin = Clock::now();
+    ASSERT_EQ(Start(sender, request), kStatusDone);
+    const auto told = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_GE(Clock::now() - begin, milliseconds(60));
+    EXPECT_EQ(told.advertiserId, id);
+    EXPECT_EQ(told.status, kTimeOver);
+    EXPECT_EQ(Advertising(), 0);
+    EXPECT_EQ(Start(sender, request), kStatusDone) << "it is still registered";
+}
+
+TEST_F(AdvertiserFamilyTest, RestsInTurnWithItsPartTime)
+{
+    TestClient sender(PipeName());
+    Listen(sender);
+    auto request = Request(Register(sender), {2, 1, 6});
+    request.sendPartTime = 100;
+    request.sendTotalTime = 350;
+    ASSERT_EQ(Start(sender, request), kStatusDone);
+    // On the air from 0 to 100 and from 200 to 300 ms: the longest pause is the rest.
+    Next(sender);
+    auto last = Clock::now();
+    auto longest = milliseconds(0);
+    int heard = 1;
+    while (sender.Waiting(protocol::kAdvertiseDisabled.id) == 0) {
+        if (sender.Waiting(protocol::kScanResult.id) > 0) {
+            Next(sender);
+            ++heard;
+            const auto now = Clock::now();
+            longest = std::max(longest, std::chrono::duration_cast<milliseconds>(now - last));
+            last = now;
+        }
+    }
+    EXPECT_EQ(sender.Next(protocol::kAdvertiseDisabled).status, kTimeOver);
+    EXPECT_GE(longest, milliseconds(80));
+    EXPECT_GE(heard, 6);
+    EXPECT_LE(heard, 13) << "one in 20 ms, for 200 ms in all";
+}
+
+TEST_F(AdvertiserFamilyTest, GoesSilentWithTheAdapterAndSaysSo)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    Register(sender);
+    auto request = Request(id, {2, 1, 6});
+    request.sendTotalTime = 60000;
+    Start(sender, request);
+    sender.Call(protocol::kBtDisable);
+    const auto told = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(told.advertiserId, id);
+    EXPECT_EQ(told.status, kAdapterOff);
+    EXPECT_EQ(Start(sender, request), kStatusRadioOff);
+    EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U) << "the other was silent";
+}
+
+TEST_F(AdvertiserFamilyTest, WhatMakesNoSenseIsRefused)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    const auto expect = [&](std::int32_t status, auto change) {
+        StartAdvertiseRequest request = Request(id, {2, 1, 6});
+        change(request);
+        EXPECT_EQ(Start(client, request), status);
+    };
+    const auto refused = kStatusInvalidArgument;
+    expect(refused, [](auto& request) { request.minInterval = 19; });
+    expect(refused, [](auto& request) { request.minInterval = -1; });
+    expect(refused, [](auto& request) { request.minInterval = 10241; });
+    expect(refused, [](auto& request) { request.maxInterval = 19; });
+    expect(refused, [](auto& request) { request.maxInterval = 10241; });
+    expect(refused, [](auto& request) { request.channelMap = 8; });
+    expect(refused, [](auto& request) { request.channelMap = -1; });
+    expect(refused, [](auto& request) { request.advEventType = 3; });
+    expect(refused, [](auto& request) { request.advEventType = -1; });
+    expect(refused, [](auto& request) { request.txPower = 21; });
+    expect(refused, [](auto& request) { request.txPower = -128; });
+    expect(refused, [](auto& request) { request.sendTotalTime = -1; });
+    expect(refused, [](auto& request) { request.sendPartTime = -1; });
+    expect(refused, [](auto& request) {
+        request.sendTotalTime = 4;
+        request.sendPartTime = 5;
+    });
+    expect(refused, [](auto& request) { request.advData.length = 32; });
+    expect(refused, [](auto& request) { request.scanResp.length = 0xFFFFFFFF; });
+    EXPECT_EQ(Advertising(), 0);
+    expect(kStatusDone, [](auto& request) {
+        request.minInterval = 0;
+        request.channelMap = 7;
+        request.txPower = 20;
+        request.sendTotalTime = 1000;
+        request.sendPartTime = 1000;
+        request.advData.length = 31;
+    });
+}
+
+TEST_F(AdvertiserFamilyTest, IdsAreGoodForTheirClientOnly)
+{
+    TestClient client(PipeName());
+    TestClient other(PipeName());
+    const std::int32_t id = Register(client);
+    for (const std::int32_t unknown : {id, 0, -1, id + 1000}) {
+        EXPECT_EQ(Start(other, Request(unknown, {})), kStatusUnknownId);
+        EXPECT_EQ(other.Call(protocol::kStopAdvertise, {unknown})->status, kStatusUnknownId);
+        EXPECT_EQ(other.Call(protocol::kUnregisterAdvertiser, {unknown})->status, kStatusUnknownId);
+    }
+    Start(client, Request(id, {}));
+    EXPECT_EQ(client.Call(protocol::kUnregisterAdvertiser, {id})->status, kStatusDone);
+    EXPECT_EQ(Advertising(), 0);
+    EXPECT_EQ(client.Call(protocol::kStopAdvertise, {id})->status, kStatusUnknownId);
+}
+
+TEST_F(AdvertiserFamilyTest, AClientHasNoMoreAdvertisersThanFit)
+{
+    TestClient client(PipeName());
+    for (int i = 0; i < 64; ++i) {
+        Register(client);
+    }
+    EXPECT_EQ(client.Call(protocol::kRegisterAdvertiser)->status, kStatusLimitReached);
+}
+
+TEST_F(AdvertiserFamilyTest, EndsWithItsClient)
+{
+    {
+        TestClient client(PipeName());
+        auto request = Request(Register(client), {});
+        request.sendPartTime = 10;
+        request.sendTotalTime = 60000;
+        Start(client, request);
+        EXPECT_EQ(Advertising(), 1);
+    }
+    EXPECT_TRUE(Eventually([&] { return Advertising() == 0; }));
+}
+
+TEST_F(AdvertiserFamilyTest, OneThatIsHeldIsSilentAfterARestartAndToldSo)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    Start(client, Request(id, {2, 1, 6}));
+    Command({{"command", "restart"}});
+    client.Next(protocol::kServiceStarted);
+    EXPECT_EQ(Start(client, Request(id, {})), kStatusUnknownId);
+    protocol::RepairRequest held{};
+    held.advertiserIds[0] = id;
+    EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
+    const auto told = client.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(told.advertiserId, id);
+    EXPECT_EQ(told.status, kServiceRestart);
+    EXPECT_EQ(Advertising(), 0);
+    EXPECT_EQ(Start(client, Request(id, {})), kStatusDone);
+
+    // Named once more, it goes on.
+    EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
+    EXPECT_EQ(Advertising(), 1);
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests

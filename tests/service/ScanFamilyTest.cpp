@@ -1,0 +1,449 @@
+#include <protocol/BleManager.h>
+#include <protocol/BleScanner.h>
+#include <protocol/ServiceLink.h>
+#include <protocol/ServiceStatus.h>
+#include <tests/service/ServiceFixture.h>
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <set>
+
+namespace pelacon::service::tests {
+namespace {
+
+using protocol::kStatusDone;
+using protocol::kStatusInvalidArgument;
+using protocol::kStatusLimitReached;
+using protocol::kStatusRadioOff;
+using protocol::kStatusUnknownId;
+using ::testing::ElementsAre;
+
+enum Policy : std::int32_t { kLowPower = 0, kBalanced = 1, kLowLatency = 2 };
+enum Status : std::int32_t { kStarted = 0, kStopped = 1, kAdapterOff = 2 };
+enum Kind : std::int32_t { kConnectable = 0, kScannable = 1, kNonConnectable = 2, kResponse = 3 };
+
+constexpr std::uint64_t kLamp = 0xC00000000001;
+constexpr std::uint64_t kStrap = 0xC00000000002;
+constexpr std::uint64_t kBeacon = 0xD00000000003;
+
+constexpr char kWorld[] = R"({
+    "adapter": {"turnOnMs": 1, "turnOffMs": 1},
+    "peripherals": [
+        {"address": "C0:00:00:00:00:01", "name": "Lamp", "rssi": -50, "rssiVariation": 0,
+         "advertising": {"intervalMs": 2}},
+        {"address": "C0:00:00:00:00:02", "rssi": -70, "rssiVariation": 5,
+         "advertising": {"intervalMs": 2, "kind": "scannable",
+                         "data": [{"flags": 6}, {"service": "180D", "data": "0102"}],
+                         "scanResponse": [{"name": "Strap"}]}},
+        {"address": "D0:00:00:00:00:03", "advertising": {
+            "intervalMs": 2, "kind": "non-connectable",
+            "data": [{"manufacturer": "1234", "data": "AABBCC"}], "scanResponse": "0201FF"}},
+        {"address": "D0:00:00:00:00:04", "name": "Silent", "advertising": {"on": false}}
+    ]})";
+
+class ScanFamilyTest : public ServiceTest {
+  protected:
+    ScanFamilyTest() { StartService(kWorld); }
+
+    static std::int32_t Register(TestClient& client)
+    {
+        const auto reply = client.Call(protocol::kRegisterScanListener);
+        EXPECT_EQ(reply->status, kStatusDone);
+        EXPECT_GT(reply->value, 0);
+        return reply->value;
+    }
+    static std::int32_t Start(TestClient& client, std::int32_t id,
+                              std::int32_t policy = kLowLatency)
+    {
+        return client.Call(protocol::kStartBleScan, {id, policy})->status;
+    }
+    static std::int32_t Stop(TestClient& client, std::int32_t id)
+    {
+        return client.Call(protocol::kStopBleScan, {id})->status;
+    }
+    static std::int32_t Scanning(TestClient& client, std::int32_t policy = kLowLatency)
+    {
+        const std::int32_t id = Register(client);
+        EXPECT_EQ(Start(client, id, policy), kStatusDone);
+        return id;
+    }
+    static protocol::ScanResult Next(TestClient& client)
+    {
+        return client.Next(protocol::kScanResult).result;
+    }
+    static Bytes DataOf(const protocol::ScanResult& result)
+    {
+        return {result.data, result.data + result.dataLength};
+    }
+    static std::pair<std::int32_t, std::int32_t> NextStatus(TestClient& client)
+    {
+        const auto record = client.Next(protocol::kScanStatus);
+        return {record.listenerId, record.status};
+    }
+
+    /// The first result that meets the condition, of so many.
+    template <typename Condition>
+    static protocol::ScanResult NextThat(TestClient& client, const Condition& condition)
+    {
+        for (int i = 0; i < 2000; ++i) {
+            const protocol::ScanResult result = Next(client);
+            if (condition(result)) {
+                return result;
+            }
+        }
+        ADD_FAILURE() << "no such result";
+        return {};
+    }
+
+    static protocol::SetScanFilterRequest Filters(
+        std::int32_t id, const std::vector<std::pair<std::int32_t, Bytes>>& filters)
+    {
+        protocol::SetScanFilterRequest request{};
+        request.listenerId = id;
+        request.filterSize = static_cast<std::int32_t>(filters.size());
+        for (std::size_t i = 0; i < filters.size(); ++i) {
+            request.filters[i].type = filters[i].first;
+            request.filters[i].patternLength = static_cast<std::uint32_t>(filters[i].second.size());
+            std::copy(filters[i].second.begin(), filters[i].second.end(),
+                      request.filters[i].patternData);
+        }
+        return request;
+    }
+
+    /// Who is heard, when so many results are looked at.
+    static std::set<std::uint64_t> HeardOf(TestClient& client, int results = 60)
+    {
+        std::set<std::uint64_t> addresses;
+        for (int i = 0; i < results; ++i) {
+            addresses.insert(Next(client).address);
+        }
+        return addresses;
+    }
+
+    /// The same for a new client with these filters.
+    std::set<std::uint64_t> HeardThrough(const std::vector<std::pair<std::int32_t, Bytes>>& filters)
+    {
+        TestClient client(PipeName());
+        const std::int32_t id = Register(client);
+        EXPECT_EQ(client.Call(protocol::kSetScanFilter, Filters(id, filters))->status, kStatusDone);
+        Start(client, id);
+        return HeardOf(client);
+    }
+};
+
+TEST_F(ScanFamilyTest, HearsWhatPeripheralsAdvertise)
+{
+    TestClient client(PipeName());
+    Scanning(client);
+    const auto lamp = NextThat(client, [](const auto& result) { return result.address == kLamp; });
+    EXPECT_EQ(lamp.rssi, -50);
+    EXPECT_EQ(lamp.eventType, kConnectable);
+    EXPECT_EQ(DataOf(lamp), (Bytes{2, 1, 6, 5, 9, 'L', 'a', 'm', 'p'}));
+    EXPECT_EQ(HeardOf(client), (std::set{kLamp, kStrap, kBeacon})) << "and none that is silent";
+}
+
+TEST_F(ScanFamilyTest, HearsScanResponsesBehindTheirAdvertisement)
+{
+    TestClient client(PipeName());
+    Scanning(client);
+    const auto isStrap = [](const auto& result) { return result.address == kStrap; };
+    auto result = NextThat(
+        client, [&](const auto& one) { return isStrap(one) && one.eventType == kScannable; });
+    EXPECT_EQ(DataOf(result), (Bytes{2, 1, 6, 5, 0x16, 0x0D, 0x18, 1, 2}));
+    result = NextThat(client, isStrap);
+    EXPECT_EQ(result.eventType, kResponse);
+    EXPECT_EQ(DataOf(result), (Bytes{6, 9, 'S', 't', 'r', 'a', 'p'}));
+}
+
+TEST_F(ScanFamilyTest, WhoCannotBeAskedGivesNoScanResponse)
+{
+    TestClient client(PipeName());
+    Scanning(client);
+    for (int i = 0; i < 20; ++i) {
+        const auto result =
+            NextThat(client, [](const auto& one) { return one.address == kBeacon; });
+        ASSERT_EQ(result.eventType, kNonConnectable);
+        ASSERT_EQ(DataOf(result), (Bytes{6, 0xFF, 0x34, 0x12, 0xAA, 0xBB, 0xCC}));
+    }
+}
+
+TEST_F(ScanFamilyTest, TheSignalVariesWithinItsBounds)
+{
+    TestClient client(PipeName());
+    Scanning(client);
+    std::set<std::int32_t> seen;
+    for (int i = 0; i < 100; ++i) {
+        seen.insert(NextThat(client, [](const auto& one) { return one.address == kStrap; }).rssi);
+    }
+    EXPECT_GE(*seen.begin(), -75);
+    EXPECT_LE(*seen.rbegin(), -65);
+    EXPECT_GT(seen.size(), 3U);
+}
+
+// ---- Statuses
+
+TEST_F(ScanFamilyTest, TellsWhenAScanStartsAndStops)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Scanning(client);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStarted}));
+    EXPECT_EQ(Start(client, id, kBalanced), kStatusDone) << "only its policy changes";
+    EXPECT_EQ(Stop(client, id), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStopped}));
+    EXPECT_EQ(Stop(client, id), kStatusDone) << "it is stopped already";
+    EXPECT_EQ(client.Waiting(protocol::kScanStatus.id), 0U);
+}
+
+TEST_F(ScanFamilyTest, AnAdapterThatIsSwitchedOffStopsScansAndSaysSo)
+{
+    TestClient client(PipeName());
+    TestClient other(PipeName());
+    const std::int32_t scanning = Scanning(client);
+    Register(client);
+    const std::int32_t others = Scanning(other);
+    NextStatus(client);
+    NextStatus(other);
+    EXPECT_EQ(client.Call(protocol::kBtDisable)->status, kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(scanning, std::int32_t{kAdapterOff}));
+    EXPECT_EQ(NextStatus(other), std::pair(others, std::int32_t{kAdapterOff}));
+    EXPECT_EQ(Start(client, scanning), kStatusRadioOff);
+
+    EXPECT_TRUE(Eventually([&] {
+        client.Call(protocol::kBtEnable);
+        return client.Call(protocol::kIsBtEnabled)->value == 1;
+    }));
+    const std::size_t before = client.Waiting(protocol::kScanResult.id);
+    EXPECT_EQ(client.Call(protocol::kStopBleScan, {scanning})->status, kStatusDone);
+    EXPECT_EQ(client.Waiting(protocol::kScanResult.id), before) << "it does not scan by itself";
+    EXPECT_EQ(Start(client, scanning), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(scanning, std::int32_t{kStarted}))
+        << "nothing else was told";
+}
+
+TEST_F(ScanFamilyTest, AStoppedListenerHearsNothing)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Scanning(client);
+    Next(client);
+    Stop(client, id);
+    // What was sent before the status came before it.
+    NextStatus(client);
+    EXPECT_EQ(NextStatus(client).second, kStopped);
+    const std::size_t left = client.Waiting(protocol::kScanResult.id);
+    TestClient other(PipeName());
+    Scanning(other);
+    HeardOf(other);
+    EXPECT_EQ(client.Waiting(protocol::kScanResult.id), left);
+}
+
+// ---- Policies
+
+TEST_F(ScanFamilyTest, PoliciesChangeTheRate)
+{
+    // All at once, so that all have the same time.
+    TestClient clients[] = {TestClient(PipeName()), TestClient(PipeName()), TestClient(PipeName())};
+    for (std::int32_t policy : {kLowPower, kBalanced, kLowLatency}) {
+        Scanning(clients[policy], policy);
+    }
+    HeardOf(clients[kLowLatency], 4 * 200);  // four advertisements and responses a round
+    const double all = 800 + static_cast<double>(clients[kLowLatency].Waiting(0xD8006B));
+    const auto balanced = static_cast<double>(clients[kBalanced].Waiting(0xD8006B));
+    const auto lowPower = static_cast<double>(clients[kLowPower].Waiting(0xD8006B));
+    EXPECT_NEAR(balanced / all, 0.25, 0.05);
+    EXPECT_NEAR(lowPower / all, 0.10, 0.03);
+}
+
+TEST_F(ScanFamilyTest, TheFastestPolicyOfAClientCounts)
+{
+    TestClient client(PipeName());
+    TestClient reference(PipeName());
+    const std::int32_t fast = Scanning(client, kLowLatency);
+    Scanning(client, kLowPower);
+    Scanning(reference, kLowLatency);
+    HeardOf(reference, 200);
+    EXPECT_GT(client.Waiting(protocol::kScanResult.id), 150U);
+
+    Stop(client, fast);
+    TestClient later(PipeName());
+    Scanning(later, kLowLatency);
+    const std::size_t before = client.Waiting(protocol::kScanResult.id);
+    HeardOf(later, 400);
+    const std::size_t since = client.Waiting(protocol::kScanResult.id) - before;
+    EXPECT_LT(since, 100U) << "the slow one is left";
+    EXPECT_GT(since, 0U);
+}
+
+TEST_F(ScanFamilyTest, PoliciesThatThereAreNotAreRefused)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    for (const std::int32_t policy : {-1, 3, 2147483647}) {
+        EXPECT_EQ(Start(client, id, policy), kStatusInvalidArgument);
+    }
+}
+
+// ---- Filters
+
+TEST_F(ScanFamilyTest, FiltersLetThroughWhatMatchesOneOfThem)
+{
+    using Set = std::set<std::uint64_t>;
+    EXPECT_EQ(HeardThrough({}), (Set{kLamp, kStrap, kBeacon}));
+    EXPECT_EQ(HeardThrough({{0x09, {'L', 'a'}}}), Set{kLamp});
+    EXPECT_EQ(HeardThrough({{0x16, {0x0D, 0x18}}}), Set{kStrap});
+    EXPECT_EQ(HeardThrough({{0xFF, {}}}), Set{kBeacon}) << "the structure is there";
+    EXPECT_EQ(HeardThrough({{0, {0xBB, 0xCC}}}), Set{kBeacon}) << "anywhere";
+    EXPECT_EQ(HeardThrough({{256, {0xC0}}}), (Set{kLamp, kStrap}));
+    EXPECT_EQ(HeardThrough({{256, {0xC0, 0, 0, 0, 0, 1}}}), Set{kLamp});
+    EXPECT_EQ(HeardThrough({{0x09, {'x'}}, {256, {0xD0}}, {0x09, {'S'}}}), (Set{kBeacon, kStrap}));
+    EXPECT_EQ(HeardThrough({{0, {}}}), (Set{kLamp, kStrap, kBeacon}));
+}
+
+TEST_F(ScanFamilyTest, AFilterLooksAtEachMessageByItself)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    client.Call(protocol::kSetScanFilter, Filters(id, {{0x09, {'S', 't'}}}));
+    Start(client, id);
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(Next(client).eventType, kResponse) << "the name is in the scan response";
+    }
+}
+
+TEST_F(ScanFamilyTest, FiltersCanBeRemovedWhileScanning)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    client.Call(protocol::kSetScanFilter, Filters(id, {{256, {0xD0}}}));
+    Start(client, id);
+    EXPECT_EQ(HeardOf(client, 20), std::set{kBeacon});
+    EXPECT_EQ(client.Call(protocol::kRemoveScanFilter, {id})->status, kStatusDone);
+    NextThat(client, [](const auto& result) { return result.address == kLamp; });
+}
+
+TEST_F(ScanFamilyTest, ListenersOfOneClientShareTheirFilters)
+{
+    TestClient client(PipeName());
+    const std::int32_t one = Register(client);
+    const std::int32_t two = Register(client);
+    client.Call(protocol::kSetScanFilter, Filters(one, {{256, {0xD0}}}));
+    client.Call(protocol::kSetScanFilter, Filters(two, {{0x09, {'L'}}}));
+    Start(client, one);
+    EXPECT_EQ(HeardOf(client, 20), std::set{kBeacon}) << "the other does not scan";
+    Start(client, two);
+    NextThat(client, [](const auto& result) { return result.address == kLamp; });
+    EXPECT_EQ(HeardOf(client), (std::set{kLamp, kBeacon}));
+}
+
+TEST_F(ScanFamilyTest, FiltersThatMakeNoSenseAreRefused)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    const auto set = [&](const protocol::SetScanFilterRequest& request) {
+        return client.Call(protocol::kSetScanFilter, request)->status;
+    };
+    auto request = Filters(id, {{9, {1}}});
+    request.filterSize = -1;
+    EXPECT_EQ(set(request), kStatusInvalidArgument);
+    request.filterSize = 6;
+    EXPECT_EQ(set(request), kStatusInvalidArgument);
+    request = Filters(id, {{9, {1}}});
+    request.filters[0].patternLength = 33;
+    EXPECT_EQ(set(request), kStatusInvalidArgument);
+    request.filters[0].patternLength = 0xFFFFFFFF;
+    EXPECT_EQ(set(request), kStatusInvalidArgument);
+    EXPECT_EQ(set(Filters(id, {{257, {1}}})), kStatusInvalidArgument);
+    EXPECT_EQ(set(Filters(id, {{-1, {1}}})), kStatusInvalidArgument);
+    EXPECT_EQ(set(Filters(id, {{256, {1, 2, 3, 4, 5, 6, 7}}})), kStatusInvalidArgument);
+    EXPECT_EQ(set(Filters(id, {{9, Bytes(32, 1)}})), kStatusDone);
+}
+
+// ---- Ids
+
+TEST_F(ScanFamilyTest, IdsAreGoodForTheirClientOnly)
+{
+    TestClient client(PipeName());
+    TestClient other(PipeName());
+    const std::int32_t id = Scanning(client);
+    for (const std::int32_t unknown : {id, 0, -1, id + 1000}) {
+        EXPECT_EQ(Start(other, unknown), kStatusUnknownId);
+        EXPECT_EQ(Stop(other, unknown), kStatusUnknownId);
+        EXPECT_EQ(other.Call(protocol::kUnregisterScanListener, {unknown})->status,
+                  kStatusUnknownId);
+        EXPECT_EQ(other.Call(protocol::kSetScanFilter, Filters(unknown, {}))->status,
+                  kStatusUnknownId);
+        EXPECT_EQ(other.Call(protocol::kRemoveScanFilter, {unknown})->status, kStatusUnknownId);
+    }
+    EXPECT_EQ(Stop(client, id), kStatusDone);
+    EXPECT_EQ(client.Call(protocol::kUnregisterScanListener, {id})->status, kStatusDone);
+    EXPECT_EQ(Start(client, id), kStatusUnknownId) << "it is gone";
+}
+
+TEST_F(ScanFamilyTest, AClientHasNoMoreListenersThanFit)
+{
+    TestClient client(PipeName());
+    for (int i = 0; i < 64; ++i) {
+        Register(client);
+    }
+    EXPECT_EQ(client.Call(protocol::kRegisterScanListener)->status, kStatusLimitReached);
+    TestClient other(PipeName());
+    Register(other);
+}
+
+TEST_F(ScanFamilyTest, ListenersEndWithTheirClient)
+{
+    const auto scanning = [&] { return Command({{"command", "status"}})["scanner"]["scanning"]; };
+    {
+        TestClient client(PipeName());
+        Scanning(client);
+        EXPECT_EQ(scanning(), 1);
+    }
+    EXPECT_TRUE(Eventually([&] { return scanning() == 0; }));
+}
+
+// ---- After a restart
+
+TEST_F(ScanFamilyTest, AListenerThatIsHeldScansAgainAfterARestart)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Scanning(client);
+    EXPECT_EQ(NextStatus(client).second, kStarted);
+    Command({{"command", "restart"}});
+    client.Next(protocol::kServiceStarted);
+    EXPECT_EQ(Start(client, id), kStatusUnknownId);
+    protocol::RepairRequest held{};
+    held.scannerIds[0] = id;
+    EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
+    const std::size_t before = client.Waiting(protocol::kScanResult.id);
+    EXPECT_TRUE(Eventually([&] { return client.Waiting(protocol::kScanResult.id) > before + 10; }));
+    EXPECT_EQ(Stop(client, id), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStopped}));
+}
+
+TEST_F(ScanFamilyTest, ARepairLeavesWhatWasRegisteredSinceAlone)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    protocol::RepairRequest held{};
+    held.scannerIds[0] = id;
+    held.scannerIds[1] = -7;
+    EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
+    const auto status = Command({{"command", "status"}})["scanner"];
+    EXPECT_EQ(status["listeners"], 1);
+    EXPECT_EQ(status["scanning"], 0);
+}
+
+TEST_F(ScanFamilyTest, AListenerThatIsHeldWhileTheAdapterIsOffIsToldSo)
+{
+    EndService();
+    StartService(R"({"adapter": {"on": false}})");
+    TestClient client(PipeName());
+    protocol::RepairRequest held{};
+    held.scannerIds[0] = 71;
+    EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(71, std::int32_t{kAdapterOff}));
+    EXPECT_EQ(Start(client, 71), kStatusRadioOff) << "but it is known";
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests
