@@ -17,8 +17,8 @@ struct Core::State {
     simulation::Simulation radios;
     Router router;
     Commands commands;
+    Sessions sessions;  // families point at them to their own end
     Sessions::Families families;
-    Sessions sessions;
 };
 
 }  // namespace pelacon::service

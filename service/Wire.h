@@ -27,6 +27,12 @@ ByteView AsBytes(const Record& record)
     return {reinterpret_cast<const std::uint8_t*>(&record), sizeof record};
 }
 
+/// The answer to a request where it says nothing but that the request was taken.
+inline Bytes Acknowledgement()
+{
+    return {0};
+}
+
 /// The record at the front of a payload, which is read as if zeros followed it.
 template <typename Record>
 Record ReadPadded(ByteView payload)
@@ -60,6 +66,15 @@ void PutText(char (&field)[Size], std::string_view text)
 {
     const std::size_t length = std::min(Size, text.size());
     std::fill(std::copy_n(text.data(), length, field), field + Size, '\0');
+}
+
+/// Puts bytes into a record's fixed area, cut to fit, with zeros behind them. Returns how many.
+template <std::size_t Size>
+std::size_t PutBytes(std::uint8_t (&area)[Size], ByteView bytes)
+{
+    const std::size_t length = std::min(Size, bytes.size());
+    std::fill(std::copy_n(bytes.data(), length, area), area + Size, std::uint8_t{0});
+    return length;
 }
 
 }  // namespace pelacon::service

@@ -23,8 +23,23 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
         if (const auto wifi = fields.Optional("wifi")) {
             file.wifi = simulation::ReadWifi(*wifi);
         }
+        if (const auto group = fields.Optional("group")) {
+            file.group = simulation::ReadGroup(*group);
+        }
+        if (const auto softAp = fields.Optional("softAp")) {
+            file.softAp = simulation::ReadGroup(*softAp, simulation::UsualSoftAp());
+        }
+        if (const auto phone = fields.Optional("phone")) {
+            file.phone = simulation::ReadPhone(*phone);
+        }
+        if (const auto cards = fields.Optional("wifiCards")) {
+            file.wifiCards = simulation::ReadWifiCards(*cards);
+        }
         if (const auto errors = fields.Optional("errors")) {
             file.errors = errors->List(&simulation::ReadError);
+        }
+        if (const auto gatt = fields.Optional("gatt")) {
+            file.gatt = simulation::ReadGattLink(*gatt);
         }
         if (const auto peripherals = fields.Optional("peripherals")) {
             file.peripherals = simulation::ReadPeripherals(*peripherals);

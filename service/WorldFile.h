@@ -3,7 +3,11 @@
 
 #include <service/Faults.h>
 #include <service/simulation/AdapterConfig.h>
+#include <service/simulation/GattConfig.h>
+#include <service/simulation/GroupConfig.h>
 #include <service/simulation/PeripheralConfig.h>
+#include <service/simulation/PhoneConfig.h>
+#include <service/simulation/WifiCards.h>
 #include <service/simulation/WifiConfig.h>
 #include <service/simulation/TargetAdvConfig.h>
 #include <service/simulation/ErrorConfig.h>
@@ -21,6 +25,11 @@ struct WorldFile {
     std::optional<std::uint64_t> seed;
     simulation::AdapterConfig adapter;
     simulation::WifiConfig wifi;
+    simulation::GroupConfig group;
+    simulation::GroupConfig softAp = simulation::UsualSoftAp();
+    simulation::PhoneConfig phone;
+    simulation::WifiCardsConfig wifiCards;
+    simulation::GattLinkConfig gatt;
     std::vector<simulation::PeripheralConfig> peripherals;
     std::vector<simulation::TargetAdvConfig> targetAdvs;
     std::vector<simulation::ErrorConfig> errors;

@@ -6,8 +6,10 @@
 #include <service/families/GattServerFamily.h>
 #include <service/families/GroupFamily.h>
 #include <service/families/ScanFamily.h>
+#include <service/families/SoftApFamily.h>
 #include <service/families/TargetAdvFamily.h>
 #include <service/families/WifiConfigFamily.h>
+#include <service/families/WifiStateFamily.h>
 
 namespace pelacon::service {
 
@@ -22,6 +24,8 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Context& context)
     families.push_back(std::make_unique<GattServerFamily>(context));
     families.push_back(std::make_unique<GroupFamily>(context));
     families.push_back(std::make_unique<WifiConfigFamily>(context));
+    families.push_back(std::make_unique<SoftApFamily>(context));
+    families.push_back(std::make_unique<WifiStateFamily>(context));
     families.push_back(std::make_unique<ErrorFamily>(context));
     return families;
 }

@@ -29,12 +29,6 @@ constexpr std::int32_t kEveryCard = -1;
 constexpr std::int32_t kJoinedEvents = 1;
 constexpr std::int32_t kLeftEvents = 2;
 
-template <std::size_t Size>
-void PutBytes(std::uint8_t (&field)[Size], ByteView bytes)
-{
-    std::ranges::copy(bytes.first(std::min(Size, bytes.size())), field);
-}
-
 }  // namespace
 
 WifiConfigFamily::WifiConfigFamily(const Context& context)

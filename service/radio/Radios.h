@@ -7,6 +7,7 @@
 #include <service/radio/GattClient.h>
 #include <service/radio/GattServer.h>
 #include <service/radio/Groups.h>
+#include <service/radio/Phone.h>
 #include <service/radio/Scanner.h>
 #include <service/radio/TargetAdvs.h>
 #include <service/radio/Wifi.h>
@@ -31,6 +32,8 @@ class Radios {
     virtual GattServer& GetGattServer() = 0;
     virtual Wifi& GetWifi() = 0;
     virtual Groups& GetGroups() = 0;
+    virtual Groups& GetSoftAp() = 0;
+    virtual Phone& GetPhone() = 0;
     virtual WifiCards& GetWifiCards() = 0;
     virtual Errors& GetErrors() = 0;
 };

@@ -25,6 +25,9 @@ PeripheralConfig ReadPeripheral(const json::Reader& reader)
         if (const auto advertising = fields.Optional("advertising")) {
             config.advertising = ReadAdvertising(*advertising, config.advertising);
         }
+        if (const auto gatt = fields.Optional("gatt")) {
+            config.gatt = ReadGattPeripheral(*gatt);
+        }
     });
     return config;
 }

@@ -3,6 +3,7 @@
 
 #include <service/json/Reader.h>
 #include <service/simulation/AdvertisingConfig.h>
+#include <service/simulation/GattConfig.h>
 
 #include <cstdint>
 #include <string>
@@ -16,6 +17,7 @@ struct PeripheralConfig {
     std::int32_t rssi = -60;
     std::int32_t rssiVariation = 3;  // to either side
     AdvertisingConfig advertising;
+    GattPeripheralConfig gatt;
 };
 
 /// Reads a list of them. No two have one address.

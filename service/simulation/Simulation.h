@@ -13,6 +13,7 @@
 #include <service/simulation/GattServer.h>
 #include <service/simulation/Groups.h>
 #include <service/simulation/Peripheral.h>
+#include <service/simulation/Phone.h>
 #include <service/simulation/Scanner.h>
 #include <service/simulation/TargetAdvs.h>
 #include <service/simulation/Wifi.h>
@@ -35,6 +36,8 @@ class Simulation : public radio::Radios {
           gattServer_(adapter_, file.gatt),
           wifi_(world, file.wifi),
           groups_(world, wifi_, file.group),
+          softAp_(world, wifi_, file.softAp),
+          phone_(world, file.phone),
           wifiCards_(wifi_, file.wifiCards),
           errors_(world, file.errors)
     {
@@ -54,6 +57,8 @@ class Simulation : public radio::Radios {
     GattServer& GetGattServer() override { return gattServer_; }
     Wifi& GetWifi() override { return wifi_; }
     Groups& GetGroups() override { return groups_; }
+    Groups& GetSoftAp() override { return softAp_; }
+    Phone& GetPhone() override { return phone_; }
     WifiCards& GetWifiCards() override { return wifiCards_; }
     Errors& GetErrors() override { return errors_; }
 
@@ -69,6 +74,8 @@ class Simulation : public radio::Radios {
     GattServer gattServer_;
     Wifi wifi_;
     Groups groups_;
+    Groups softAp_;
+    Phone phone_;
     WifiCards wifiCards_;
     Errors errors_;
 };

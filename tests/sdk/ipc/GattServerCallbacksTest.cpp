@@ -215,7 +215,7 @@ struct PeerRequest {
     std::int32_t id;
     const char* told;
     const char* handler;
-    void (IPCMessageSender::*handle)(const protocol::GattPeerRequestRecord* record);
+    void (*handleNull)();
     bool isWrite;
 };
 
@@ -226,9 +226,9 @@ void PrintTo(const PeerRequest& request, std::ostream* out)
 
 const PeerRequest kPeerRequests[] = {
     {"Read", 0xD80079, "read", "IPCMessageSender::OnServerReadCallback",
-     &IPCMessageSender::OnServerReadCallback, false},
+     [] { IPCMessageSender::GetInstance().OnServerReadCallback(nullptr); }, false},
     {"Write", 0xD8007A, "write", "IPCMessageSender::OnServerWriteCallback",
-     &IPCMessageSender::OnServerWriteCallback, true},
+     [] { IPCMessageSender::GetInstance().OnServerWriteCallback(nullptr); }, true},
 };
 
 class GattPeerRequestTest : public GattServerCallbacksTest,
@@ -351,7 +351,7 @@ TEST_P(GattPeerRequestTest, WithoutPayloadIsDropped)
 
 TEST_P(GattPeerRequestTest, ANullRecordIsLogged)
 {
-    (sender.*GetParam().handle)(nullptr);
+    GetParam().handleNull();
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(GetParam().handler),
                                              HandlerLine(3, "callbackInfo is nullptr, return")));
 }

@@ -1,0 +1,322 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/GattClientFamily.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace pelacon::service {
+
+using protocol::GattConnectionState;
+using protocol::Nothing;
+using protocol::StatusReply;
+using radio::GattReason;
+using radio::GattStatus;
+using radio::Uuid;
+
+namespace {
+
+/// The values are those of BleGattConnectionState and BleGattNotificationKind in the public
+/// headers.
+enum State : std::int32_t { kDisconnected = 0, kConnected = 1 };
+enum Kind : std::int32_t { kNotification = 0, kIndication = 1 };
+
+struct Path {
+    Uuid service;
+    Uuid characteristic;
+
+    auto operator<=>(const Path&) const = default;
+};
+
+/// The characteristic that a request names; nothing where one of its texts is no UUID.
+template <typename Request>
+std::optional<Path> PathOf(const Request& request)
+{
+    const auto service = protocol::ParseUuid(TextIn(request.serviceUuid));
+    const auto characteristic = protocol::ParseUuid(TextIn(request.charUuid));
+    return service && characteristic ? std::optional(Path{*service, *characteristic})
+                                     : std::nullopt;
+}
+
+}  // namespace
+
+/// One client id of a program, with its connection while there is one.
+class GattClientFamily::Client : public radio::GattConnectionObserver {
+  public:
+    Client(Session& session, std::int32_t id) : session_(&session), id_(id) {}
+
+    const Session& Owner() const noexcept { return *session_; }
+    radio::GattConnection* Connection() noexcept { return connection_.get(); }
+    bool IsConnected() const { return connection_ != nullptr && connection_->IsUp(); }
+
+    void Connect(radio::GattClient& radio, std::uint64_t address)
+    {
+        Disconnect();
+        connection_ = radio.Connect(address, *this);
+    }
+
+    /// Ends the connection, or the attempt, and tells of it; false when there is none.
+    bool Disconnect()
+    {
+        if (connection_ == nullptr) {
+            return false;
+        }
+        Ended(GattReason::kLocal);
+        return true;
+    }
+
+    void Connected() override
+    {
+        wasUp_ = true;
+        session_->Notify(protocol::kGattConnectionState,
+                         {id_, kConnected, static_cast<std::int32_t>(GattReason::kNone)});
+    }
+
+    void Ended(GattReason reason) override
+    {
+        const std::unique_ptr<radio::GattConnection> ending = std::move(connection_);
+        texts_.clear();
+        session_->Notify(std::exchange(wasUp_, false) ? protocol::kGattConnectionEnd
+                                                      : protocol::kGattConnectionState,
+                         {id_, kDisconnected, static_cast<std::int32_t>(reason)});
+    }
+
+    void Notified(const Uuid& service, const Uuid& characteristic, const radio::GattValue& value,
+                  bool isIndication) override
+    {
+        const auto found = texts_.find({service, characteristic});
+        if (found == texts_.end()) {
+            return;
+        }
+        protocol::GattValueRecord record{};
+        record.clientId = id_;
+        PutText(record.serviceUuid, found->second.first);
+        PutText(record.charUuid, found->second.second);
+        record.dataLen = static_cast<std::uint32_t>(PutBytes(record.value, value));
+        record.status = isIndication ? kIndication : kNotification;
+        session_->Notify(protocol::kGattNotification, record);
+    }
+
+    /// Remembers the program's own texts for a characteristic, in which it will be told of it.
+    void Name(const Path& path, std::string_view service, std::string_view characteristic)
+    {
+        texts_[path] = {std::string(service), std::string(characteristic)};
+    }
+
+  private:
+    Session* session_;
+    std::int32_t id_;
+    std::unique_ptr<radio::GattConnection> connection_;
+    bool wasUp_ = false;
+    std::map<Path, std::pair<std::string, std::string>> texts_;
+};
+
+GattClientFamily::GattClientFamily(const Context& context)
+    : radio_(context.radios.GetGattClient()), ids_(context.ids)
+{
+    Router& router = context.router;
+    router.Serve(protocol::kGattClientRegister,
+                 [this](Session& session, const Nothing&) { return Register(session); });
+    router.Serve(protocol::kGattClientUnRegister,
+                 [this](Session& session, const protocol::GattClientRequest& request) {
+                     if (Find(session, request.clientId) == nullptr) {
+                         return StatusReply{protocol::kStatusUnknownId};
+                     }
+                     clients_.erase(request.clientId);
+                     return StatusReply{protocol::kStatusDone};
+                 });
+    router.Serve(protocol::kGattClientConnect,
+                 [this](Session& session, const protocol::GattConnectRequest& request) {
+                     Connect(session, request);
+                 });
+    router.Serve(protocol::kGattClientDisconnect,
+                 [this](Session& session, const protocol::GattClientRequest& request) {
+                     return StatusReply{Disconnect(session, request.clientId)};
+                 });
+    router.Serve(protocol::kGattClientSearchServices,
+                 [this](Session& session, const protocol::GattClientRequest& request) {
+                     return StatusReply{StatusOf(session, request.clientId, [](Client& client) {
+                         return client.Connection()->Discover();
+                     })};
+                 });
+    router.Serve(protocol::kGattClientGetService,
+                 [this](Session& session, const protocol::GattServiceRequest& request) {
+                     return StatusReply{GetService(session, request)};
+                 });
+    router.Serve(protocol::kGattClientRead,
+                 [this](Session& session, const protocol::GattCharacteristicRequest& request) {
+                     return Read(session, request);
+                 });
+    router.Serve(protocol::kGattClientWrite,
+                 [this](Session& session, const protocol::GattValueRequest& request) {
+                     return StatusReply{Write(session, request)};
+                 });
+    router.Serve(protocol::kGattClientRegisterNotification,
+                 [this](Session& session, const protocol::GattCharacteristicRequest& request) {
+                     return StatusReply{Subscribe(session, request)};
+                 });
+    router.Serve(protocol::kGattClientGetMtu, [this](Session& session,
+                                                     const protocol::GattClientRequest& request) {
+        Client* const client = Find(session, request.clientId);
+        if (client == nullptr) {
+            return protocol::ValueStatusReply{0, protocol::kStatusUnknownId};
+        }
+        if (!client->IsConnected()) {
+            return protocol::ValueStatusReply{0, protocol::kStatusNotConnected};
+        }
+        return protocol::ValueStatusReply{client->Connection()->Mtu(), protocol::kStatusDone};
+    });
+}
+
+GattClientFamily::~GattClientFamily() = default;
+
+void GattClientFamily::ClientLeft(Session& session)
+{
+    std::erase_if(clients_, [&](const auto& entry) { return &entry.second->Owner() == &session; });
+}
+
+void GattClientFamily::Describe(nlohmann::json& status) const
+{
+    const auto connected = std::count_if(clients_.begin(), clients_.end(), [](const auto& entry) {
+        return entry.second->IsConnected();
+    });
+    status["gattClients"] = {{"registered", clients_.size()}, {"connected", connected}};
+}
+
+GattClientFamily::Client* GattClientFamily::Find(const Session& session, std::int32_t clientId)
+{
+    const auto found = clients_.find(clientId);
+    return found != clients_.end() && &found->second->Owner() == &session ? found->second.get()
+                                                                          : nullptr;
+}
+
+std::size_t GattClientFamily::CountOf(const Session& session) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(clients_.begin(), clients_.end(),
+                      [&](const auto& entry) { return &entry.second->Owner() == &session; }));
+}
+
+protocol::ValueStatusReply GattClientFamily::Register(Session& session)
+{
+    if (CountOf(session) >= kMostClients) {
+        return {0, protocol::kStatusLimitReached};
+    }
+    const std::int32_t id = ids_.Next();
+    clients_.emplace(id, std::make_unique<Client>(session, id));
+    return {id, protocol::kStatusDone};
+}
+
+// Nobody waits for a reply: whoever connects with an id that is not known is told as if the peer
+// had not been found.
+void GattClientFamily::Connect(Session& session, const protocol::GattConnectRequest& request)
+{
+    Client* const client = Find(session, request.clientId);
+    if (client != nullptr) {
+        client->Connect(radio_, request.address);
+        return;
+    }
+    session.Notify(
+        protocol::kGattConnectionState,
+        {request.clientId, kDisconnected, static_cast<std::int32_t>(GattReason::kNotEstablished)});
+}
+
+std::int32_t GattClientFamily::Disconnect(Session& session, std::int32_t clientId)
+{
+    Client* const client = Find(session, clientId);
+    if (client == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    return client->Disconnect() ? protocol::kStatusDone : protocol::kStatusNotConnected;
+}
+
+template <typename Ask>
+std::int32_t GattClientFamily::StatusOf(Session& session, std::int32_t clientId, const Ask& ask)
+{
+    Client* const client = Find(session, clientId);
+    if (client == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    if (!client->IsConnected()) {
+        return protocol::kStatusNotConnected;
+    }
+    // While it is waited for, all may change: neither the client nor the family is touched again.
+    const auto status = session.Await(ask(*client), kPeerTime);
+    return status ? static_cast<std::int32_t>(*status) : protocol::kStatusPeerUnreachable;
+}
+
+std::int32_t GattClientFamily::GetService(Session& session,
+                                          const protocol::GattServiceRequest& request)
+{
+    Client* const client = Find(session, request.clientId);
+    if (client == nullptr) {
+        return protocol::kStatusUnknownId;
+    }
+    const auto uuid = protocol::ParseUuid(TextIn(request.serviceUuid));
+    if (!uuid) {
+        return protocol::kStatusInvalidArgument;
+    }
+    if (!client->IsConnected()) {
+        return protocol::kStatusNotConnected;
+    }
+    return client->Connection()->HasService(*uuid) ? protocol::kStatusDone
+                                                   : protocol::kStatusNotFound;
+}
+
+protocol::GattValueRecord GattClientFamily::Read(Session& session,
+                                                 const protocol::GattCharacteristicRequest& request)
+{
+    protocol::GattValueRecord reply{};
+    reply.clientId = request.clientId;
+    PutText(reply.serviceUuid, TextIn(request.serviceUuid));
+    PutText(reply.charUuid, TextIn(request.charUuid));
+    Client* const client = Find(session, request.clientId);
+    const auto path = PathOf(request);
+    if (client == nullptr || !path || !client->IsConnected()) {
+        reply.status = client == nullptr ? protocol::kStatusUnknownId
+                       : !path           ? protocol::kStatusInvalidArgument
+                                         : protocol::kStatusNotConnected;
+        return reply;
+    }
+    const auto result =
+        session.Await(client->Connection()->Read(path->service, path->characteristic), kPeerTime);
+    reply.status = protocol::kStatusPeerUnreachable;
+    if (result) {
+        reply.status = static_cast<std::int32_t>(result->status);
+        reply.dataLen = static_cast<std::uint32_t>(PutBytes(reply.value, result->value));
+    }
+    return reply;
+}
+
+std::int32_t GattClientFamily::Write(Session& session, const protocol::GattValueRequest& request)
+{
+    const auto path = PathOf(request);
+    if (!path || request.dataLen > sizeof request.value) {
+        return Find(session, request.clientId) == nullptr ? protocol::kStatusUnknownId
+                                                          : protocol::kStatusInvalidArgument;
+    }
+    return StatusOf(session, request.clientId, [&](Client& client) {
+        return client.Connection()->Write(
+            path->service, path->characteristic,
+            radio::GattValue(request.value, request.value + request.dataLen));
+    });
+}
+
+std::int32_t GattClientFamily::Subscribe(Session& session,
+                                         const protocol::GattCharacteristicRequest& request)
+{
+    const auto path = PathOf(request);
+    if (!path) {
+        return Find(session, request.clientId) == nullptr ? protocol::kStatusUnknownId
+                                                          : protocol::kStatusInvalidArgument;
+    }
+    return StatusOf(session, request.clientId, [&](Client& client) {
+        client.Name(*path, TextIn(request.serviceUuid), TextIn(request.charUuid));
+        return client.Connection()->Subscribe(path->service, path->characteristic,
+                                              request.enable != 0);
+    });
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,51 @@
+// The GATT client's operations: connecting to peers, reading and writing their characteristics.
+#pragma once
+
+#include <protocol/GattClient.h>
+#include <service/Family.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace pelacon::service {
+
+class GattClientFamily : public Family {
+  public:
+    /// What one program may hold.
+    static constexpr std::size_t kMostClients = 64;
+
+    /// How long a peer is given to answer: less than the library waits.
+    static constexpr std::chrono::seconds kPeerTime{9};
+
+    explicit GattClientFamily(const Context& context);
+    ~GattClientFamily() override;
+
+    void ClientLeft(Session& session) override;
+    void Describe(nlohmann::json& status) const override;
+
+  private:
+    class Client;
+
+    protocol::ValueStatusReply Register(Session& session);
+    void Connect(Session& session, const protocol::GattConnectRequest& request);
+    std::int32_t Disconnect(Session& session, std::int32_t clientId);
+    std::int32_t GetService(Session& session, const protocol::GattServiceRequest& request);
+    protocol::GattValueRecord Read(Session& session,
+                                   const protocol::GattCharacteristicRequest& request);
+    std::int32_t Write(Session& session, const protocol::GattValueRequest& request);
+    std::int32_t Subscribe(Session& session, const protocol::GattCharacteristicRequest& request);
+
+    Client* Find(const Session& session, std::int32_t clientId);
+    std::size_t CountOf(const Session& session) const;
+
+    /// Asks the client's connection and waits for what becomes of it: a protocol::ServiceStatus.
+    template <typename Ask>
+    std::int32_t StatusOf(Session& session, std::int32_t clientId, const Ask& ask);
+
+    radio::GattClient& radio_;
+    IdAllocator& ids_;
+    std::map<std::int32_t, std::unique_ptr<Client>> clients_;
+};
+
+}  // namespace pelacon::service

@@ -1,0 +1,44 @@
+#include <service/simulation/GattClient.h>
+
+#include <algorithm>
+
+namespace pelacon::service::simulation {
+
+GattClient::GattClient(World& world, Adapter& adapter, const GattLinkConfig& config)
+    : world_(world), adapter_(adapter), config_(config)
+{
+    adapter.Observe([this](radio::AdapterState state) {
+        if (state != radio::AdapterState::kOn) {
+            EndLinks(links_, radio::GattReason::kLocal);
+        }
+    });
+}
+
+std::unique_ptr<radio::GattConnection> GattClient::Connect(std::uint64_t address,
+                                                           radio::GattConnectionObserver& observer)
+{
+    return std::make_unique<GattLink>(world_, *this, address, observer);
+}
+
+GattDevice* GattClient::Find(std::uint64_t address) const
+{
+    const auto found = devices_.find(address);
+    return found != devices_.end() ? found->second : nullptr;
+}
+
+std::int32_t GattClient::MtuWith(const GattDevice& device) const
+{
+    return std::min(config_.mtu, device.Config().mtu);
+}
+
+void EndLinks(const std::vector<GattLink*>& links, radio::GattReason reason)
+{
+    const std::vector<GattLink*> before = links;
+    for (GattLink* const link : before) {
+        if (std::find(links.begin(), links.end(), link) != links.end()) {
+            link->End(reason);
+        }
+    }
+}
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,48 @@
+// What simulated devices are as GATT peers, as the world file describes them.
+#pragma once
+
+#include <service/json/Reader.h>
+#include <service/radio/Gatt.h>
+
+#include <chrono>
+#include <optional>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+/// How a device answers; this machine's own is `gatt` at the top of the file.
+struct GattLinkConfig {
+    std::chrono::milliseconds connectDelay{20};
+    std::chrono::milliseconds responseDelay{0};  // of each request
+    std::int32_t mtu = 247;
+};
+
+struct GattCharacteristicConfig {
+    radio::Uuid uuid;
+    std::int32_t flags = radio::kGattRead;
+    radio::GattValue value;
+    std::chrono::milliseconds notifyEvery{0};    // zero: only what is written is told
+    std::vector<radio::GattValue> notifyValues;  // one after the other; none: the value there is
+};
+
+struct GattServiceConfig {
+    radio::Uuid uuid;
+    std::vector<GattCharacteristicConfig> characteristics;
+};
+
+struct GattDisconnectConfig {
+    std::chrono::milliseconds after{0};  // from the connection on
+    radio::GattReason reason = radio::GattReason::kPeer;
+};
+
+struct GattPeripheralConfig {
+    GattLinkConfig link;
+    bool refuses = false;
+    std::optional<GattDisconnectConfig> disconnect;
+    std::vector<GattServiceConfig> services;
+};
+
+GattLinkConfig ReadGattLink(const json::Reader& reader);
+GattPeripheralConfig ReadGattPeripheral(const json::Reader& reader);
+
+}  // namespace pelacon::service::simulation

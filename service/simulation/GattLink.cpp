@@ -1,0 +1,141 @@
+#include <service/simulation/GattClient.h>
+#include <service/simulation/GattLink.h>
+
+#include <utility>
+
+namespace pelacon::service::simulation {
+
+using radio::GattReason;
+using radio::GattStatus;
+using radio::GattValue;
+using radio::Uuid;
+
+namespace {
+
+/// How long a device is looked for that is not there.
+constexpr std::chrono::milliseconds kSearchTime(100);
+
+}  // namespace
+
+GattLink::GattLink(World& world, GattClient& client, std::uint64_t address,
+                   radio::GattConnectionObserver& observer)
+    : world_(world), client_(client), address_(address), observer_(observer)
+{
+    client_.Add(*this);
+    const GattDevice* device = client_.Find(address);
+    const auto delay = device != nullptr ? device->Config().connectDelay : kSearchTime;
+    establishing_ = world.After(delay, [this] { Establish(); });
+}
+
+void GattLink::Establish()
+{
+    if (!client_.IsRadioOn()) {
+        End(GattReason::kLocal);
+        return;
+    }
+    GattDevice* const device = client_.Find(address_);
+    const GattReason reason = device != nullptr ? device->Join(*this) : GattReason::kNotEstablished;
+    if (reason != GattReason::kNone) {
+        End(reason);
+        return;
+    }
+    device_ = device;
+    observer_.Connected();
+}
+
+void GattLink::Close()
+{
+    if (std::exchange(isClosed_, true)) {
+        return;
+    }
+    client_.Remove(*this);
+    establishing_.Cancel();
+    if (GattDevice* const device = std::exchange(device_, nullptr)) {
+        device->Leave(*this);
+    }
+    for (const auto& [id, request] : std::exchange(pending_, {})) {
+        request.abandon();
+    }
+}
+
+void GattLink::End(GattReason reason)
+{
+    Close();
+    observer_.Ended(reason);
+}
+
+void GattLink::Notify(const Uuid& service, const Uuid& characteristic, const GattValue& value,
+                      bool isIndication)
+{
+    observer_.Notified(service, characteristic, value, isIndication);
+}
+
+std::int32_t GattLink::Mtu() const
+{
+    return device_ != nullptr ? client_.MtuWith(*device_) : 0;
+}
+
+/// Answers a request in the device's time.
+template <typename Result>
+Completion<Result> GattLink::Ask(Result whenEnded, std::function<Result()> answer)
+{
+    const Completion<Result> completion(world_);
+    if (device_ == nullptr) {
+        completion.Set(std::move(whenEnded));
+        return completion;
+    }
+    const auto delay = device_->Config().responseDelay;
+    if (delay.count() == 0) {
+        completion.Set(answer());
+        return completion;
+    }
+    const std::uint64_t id = ++lastRequest_;
+    Pending& request = pending_[id];
+    request.abandon = [completion, whenEnded = std::move(whenEnded)] { completion.Set(whenEnded); };
+    request.answer = world_.After(delay, [this, id, completion, answer = std::move(answer)] {
+        pending_.erase(id);
+        completion.Set(answer());
+    });
+    return completion;
+}
+
+Completion<GattStatus> GattLink::Discover()
+{
+    return Ask<GattStatus>(GattStatus::kNotConnected, [this] {
+        isDiscovered_ = true;
+        return GattStatus::kDone;
+    });
+}
+
+bool GattLink::HasService(const Uuid& service) const
+{
+    return isDiscovered_ && device_ != nullptr && device_->HasService(service);
+}
+
+Completion<GattLink::ReadResult> GattLink::Read(const Uuid& service, const Uuid& characteristic)
+{
+    return Ask<ReadResult>({GattStatus::kNotConnected, {}}, [=, this] {
+        return isDiscovered_ ? device_->Read(*this, service, characteristic)
+                             : ReadResult{GattStatus::kNotFound, {}};
+    });
+}
+
+Completion<GattStatus> GattLink::Write(const Uuid& service, const Uuid& characteristic,
+                                       GattValue value)
+{
+    return Ask<GattStatus>(GattStatus::kNotConnected, [=, this, value = std::move(value)] {
+        return isDiscovered_ ? device_->Write(*this, service, characteristic, value)
+                             : GattStatus::kNotFound;
+    });
+}
+
+Completion<GattStatus> GattLink::Subscribe(const Uuid& service, const Uuid& characteristic,
+                                           bool enable)
+{
+    return Ask<GattStatus>(GattStatus::kNotConnected, [=, this] {
+        return isDiscovered_ ? device_->Subscribe(*this, service, characteristic, enable)
+                             : GattStatus::kNotFound;
+    });
+}
+
+}  // namespace pelacon::service::simulation

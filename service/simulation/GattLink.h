@@ -1,0 +1,95 @@
+// A GATT connection that exists in memory, and the device at its other end.
+#pragma once
+
+#include <service/World.h>
+#include <service/radio/GattClient.h>
+#include <service/simulation/GattConfig.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+
+namespace pelacon::service::simulation {
+
+class GattClient;
+class GattLink;
+
+/// A device that can be connected to.
+class GattDevice {
+  public:
+    using ReadResult = radio::GattConnection::ReadResult;
+
+    GattDevice() = default;
+    virtual ~GattDevice() = default;
+    GattDevice(const GattDevice&) = delete;
+    GattDevice& operator=(const GattDevice&) = delete;
+
+    virtual const GattLinkConfig& Config() const = 0;
+
+    /// The link wants to come up; returns kNone, or why it may not.
+    virtual radio::GattReason Join(GattLink& link) = 0;
+
+    /// The link is gone. Only called for those that have joined.
+    virtual void Leave(GattLink& link) = 0;
+
+    virtual bool HasService(const radio::Uuid& service) const = 0;
+    virtual ReadResult Read(GattLink& link, const radio::Uuid& service,
+                            const radio::Uuid& characteristic) = 0;
+    virtual radio::GattStatus Write(GattLink& link, const radio::Uuid& service,
+                                    const radio::Uuid& characteristic, radio::GattValue value) = 0;
+    virtual radio::GattStatus Subscribe(GattLink& link, const radio::Uuid& service,
+                                        const radio::Uuid& characteristic, bool enable) = 0;
+};
+
+/// A connection from this machine to a device.
+class GattLink : public radio::GattConnection {
+  public:
+    GattLink(World& world, GattClient& client, std::uint64_t address,
+             radio::GattConnectionObserver& observer);
+    ~GattLink() override { Close(); }
+
+    bool IsUp() const override { return device_ != nullptr; }
+    std::int32_t Mtu() const override;
+    Completion<radio::GattStatus> Discover() override;
+    bool HasService(const radio::Uuid& service) const override;
+    Completion<ReadResult> Read(const radio::Uuid& service,
+                                const radio::Uuid& characteristic) override;
+    Completion<radio::GattStatus> Write(const radio::Uuid& service,
+                                        const radio::Uuid& characteristic,
+                                        radio::GattValue value) override;
+    Completion<radio::GattStatus> Subscribe(const radio::Uuid& service,
+                                            const radio::Uuid& characteristic,
+                                            bool enable) override;
+
+    /// For the device: tells the observer of a value; ends the connection (which destroys it, as a
+    /// rule).
+    void Notify(const radio::Uuid& service, const radio::Uuid& characteristic,
+                const radio::GattValue& value, bool isIndication);
+    void End(radio::GattReason reason);
+
+  private:
+    /// A request that the device has not answered yet.
+    struct Pending {
+        Timer answer;
+        std::function<void()> abandon;
+    };
+
+    void Establish();
+    void Close();
+
+    template <typename Result>
+    Completion<Result> Ask(Result whenEnded, std::function<Result()> answer);
+
+    World& world_;
+    GattClient& client_;
+    std::uint64_t address_;
+    radio::GattConnectionObserver& observer_;
+    GattDevice* device_ = nullptr;  // while it is up
+    bool isClosed_ = false;
+    bool isDiscovered_ = false;
+    Timer establishing_;
+    std::map<std::uint64_t, Pending> pending_;
+    std::uint64_t lastRequest_ = 0;
+};
+
+}  // namespace pelacon::service::simulation

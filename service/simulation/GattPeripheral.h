@@ -1,0 +1,53 @@
+// A device in the neighbourhood, as a GATT server.
+#pragma once
+
+#include <service/World.h>
+#include <service/simulation/Adapter.h>
+#include <service/simulation/GattLink.h>
+#include <service/simulation/Peripheral.h>
+
+#include <cstddef>
+#include <map>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+/// Keeps the values that are written, tells subscribers of them, and has values of its own to tell
+/// from time to time. Silent on the air while something is connected to it.
+class GattPeripheral : public GattDevice {
+  public:
+    GattPeripheral(World& world, Adapter& adapter, Peripheral& peripheral);
+
+    const GattLinkConfig& Config() const override { return config_.link; }
+    radio::GattReason Join(GattLink& link) override;
+    void Leave(GattLink& link) override;
+    bool HasService(const radio::Uuid& service) const override;
+    ReadResult Read(GattLink& link, const radio::Uuid& service,
+                    const radio::Uuid& characteristic) override;
+    radio::GattStatus Write(GattLink& link, const radio::Uuid& service,
+                            const radio::Uuid& characteristic, radio::GattValue value) override;
+    radio::GattStatus Subscribe(GattLink& link, const radio::Uuid& service,
+                                const radio::Uuid& characteristic, bool enable) override;
+
+  private:
+    struct Characteristic {
+        radio::Uuid service;
+        GattCharacteristicConfig config;  // its value changes
+        std::vector<GattLink*> subscribers;
+        Timer telling;
+        std::size_t nextValue = 0;
+    };
+
+    Characteristic* Find(const radio::Uuid& service, const radio::Uuid& characteristic);
+    static void Tell(const Characteristic& characteristic);
+    void TellNext(Characteristic& characteristic);
+
+    World& world_;
+    Adapter& adapter_;
+    Peripheral& peripheral_;
+    GattPeripheralConfig config_;
+    std::vector<Characteristic> characteristics_;
+    std::map<GattLink*, Timer> links_;  // with the end that the device will put to them
+};
+
+}  // namespace pelacon::service::simulation

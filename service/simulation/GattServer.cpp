@@ -1,0 +1,227 @@
+#include <service/simulation/GattClient.h>
+#include <service/simulation/GattServer.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelacon::service::simulation {
+
+using radio::GattReason;
+using radio::GattStatus;
+using radio::GattValue;
+using radio::Uuid;
+
+class GattServer::Service : public radio::LocalGattService {
+  public:
+    struct Characteristic {
+        radio::GattCharacteristic shown;
+        std::vector<GattLink*> subscribers;
+    };
+
+    Service(GattServer& device, const Uuid& uuid,
+            const std::vector<radio::GattCharacteristic>& shown, radio::GattServiceHost& host)
+        : device_(device), uuid_(uuid), host_(host)
+    {
+        for (const radio::GattCharacteristic& characteristic : shown) {
+            characteristics_.push_back({characteristic, {}});
+        }
+        device_.services_.push_back(this);
+    }
+    ~Service() override { std::erase(device_.services_, this); }
+
+    void Notify(std::uint64_t peer, std::size_t characteristic, const GattValue& value,
+                std::function<void(GattStatus)> sent) override
+    {
+        const Characteristic& one = characteristics_.at(characteristic);
+        GattLink* const link = device_.LinkOf(peer);
+        if (std::ranges::find(one.subscribers, link) == one.subscribers.end()) {
+            sent(GattStatus::kNotPermitted);
+            return;
+        }
+        const bool isIndication = (one.shown.flags & radio::kGattNotify) == 0;
+        link->Notify(uuid_, one.shown.uuid, value, isIndication);
+        sent(GattStatus::kDone);
+    }
+
+    std::vector<std::uint64_t> Subscribers(std::size_t characteristic) const override
+    {
+        std::vector<std::uint64_t> peers;
+        for (GattLink* const link : characteristics_.at(characteristic).subscribers) {
+            peers.push_back(device_.PeerOf(*link));
+        }
+        return peers;
+    }
+
+    void Forget(GattLink& link)
+    {
+        for (Characteristic& characteristic : characteristics_) {
+            std::erase(characteristic.subscribers, &link);
+        }
+    }
+
+    const Uuid& GetUuid() const noexcept { return uuid_; }
+    radio::GattServiceHost& Host() const noexcept { return host_; }
+    std::vector<Characteristic>& Characteristics() noexcept { return characteristics_; }
+    std::int32_t FlagsOf(std::size_t characteristic) const
+    {
+        return characteristics_.at(characteristic).shown.flags;
+    }
+
+  private:
+    GattServer& device_;
+    Uuid uuid_;
+    radio::GattServiceHost& host_;
+    std::vector<Characteristic> characteristics_;
+};
+
+class GattServer::Server : public radio::LocalGattServer {
+  public:
+    Server(GattServer& device, radio::GattPeerObserver& observer)
+        : device_(device), observer_(observer)
+    {
+        device_.servers_.push_back(this);
+    }
+    ~Server() override { device_.Close(*this); }
+
+    std::unique_ptr<radio::LocalGattService> Show(
+        const Uuid& service, const std::vector<radio::GattCharacteristic>& characteristics,
+        radio::GattServiceHost& host) override
+    {
+        return std::make_unique<Service>(device_, service, characteristics, host);
+    }
+
+    bool IsConnected(std::uint64_t peer) const override { return device_.LinkOf(peer) != nullptr; }
+
+    radio::GattPeerObserver& Observer() const noexcept { return observer_; }
+
+  private:
+    GattServer& device_;
+    radio::GattPeerObserver& observer_;
+};
+
+std::unique_ptr<radio::LocalGattServer> GattServer::Open(radio::GattPeerObserver& observer)
+{
+    return std::make_unique<Server>(*this, observer);
+}
+
+void GattServer::Close(const Server& server)
+{
+    std::erase(servers_, &server);
+    if (servers_.empty()) {
+        EndLinks(links_, GattReason::kPeer);
+    }
+}
+
+GattReason GattServer::Join(GattLink& link)
+{
+    if (services_.empty()) {
+        return GattReason::kNotEstablished;
+    }
+    const std::uint64_t peer = ++lastPeer_;
+    links_.push_back(&link);
+    peers_.emplace(&link, peer);
+    adapter_.SetConnected(peer, radio::BluetoothType::kLe, true);
+    adapter_.SetConnected(adapter_.Address(), radio::BluetoothType::kLe, true);
+    for (Server* const server : servers_) {
+        server->Observer().PeerConnected(peer);
+        server->Observer().PeerMtuChanged(peer, config_.mtu);
+    }
+    return GattReason::kNone;
+}
+
+void GattServer::Leave(GattLink& link)
+{
+    const std::uint64_t peer = PeerOf(link);
+    std::erase(links_, &link);
+    peers_.erase(&link);
+    for (Service* const service : services_) {
+        service->Forget(link);
+    }
+    adapter_.SetConnected(peer, radio::BluetoothType::kLe, false);
+    if (links_.empty()) {
+        adapter_.SetConnected(adapter_.Address(), radio::BluetoothType::kLe, false);
+    }
+    for (Server* const server : servers_) {
+        server->Observer().PeerDisconnected(peer);
+    }
+}
+
+GattLink* GattServer::LinkOf(std::uint64_t peer) const
+{
+    const auto found =
+        std::ranges::find_if(links_, [&](const GattLink* link) { return peers_.at(link) == peer; });
+    return found != links_.end() ? *found : nullptr;
+}
+
+GattServer::Service* GattServer::FindService(const Uuid& service) const
+{
+    const auto found = std::ranges::find(services_, service, &Service::GetUuid);
+    return found != services_.end() ? *found : nullptr;
+}
+
+GattServer::Place GattServer::Find(const Uuid& service, const Uuid& characteristic) const
+{
+    Service* const found = FindService(service);
+    if (found == nullptr) {
+        return {};
+    }
+    const auto& characteristics = found->Characteristics();
+    for (std::size_t i = 0; i < characteristics.size(); ++i) {
+        if (characteristics[i].shown.uuid == characteristic) {
+            return {found, i};
+        }
+    }
+    return {};
+}
+
+bool GattServer::HasService(const Uuid& service) const
+{
+    return FindService(service) != nullptr;
+}
+
+GattServer::ReadResult GattServer::Read(GattLink& link, const Uuid& service,
+                                        const Uuid& characteristic)
+{
+    const Place place = Find(service, characteristic);
+    if (place.service == nullptr) {
+        return {GattStatus::kNotFound, {}};
+    }
+    if ((place.service->FlagsOf(place.characteristic) & radio::kGattRead) == 0) {
+        return {GattStatus::kNotPermitted, {}};
+    }
+    return {GattStatus::kDone, place.service->Host().PeerReads(PeerOf(link), place.characteristic)};
+}
+
+GattStatus GattServer::Write(GattLink& link, const Uuid& service, const Uuid& characteristic,
+                             GattValue value)
+{
+    const Place place = Find(service, characteristic);
+    if (place.service == nullptr) {
+        return GattStatus::kNotFound;
+    }
+    if ((place.service->FlagsOf(place.characteristic) & radio::kGattAnyWrite) == 0) {
+        return GattStatus::kNotPermitted;
+    }
+    place.service->Host().PeerWrites(PeerOf(link), place.characteristic, std::move(value));
+    return GattStatus::kDone;
+}
+
+GattStatus GattServer::Subscribe(GattLink& link, const Uuid& service, const Uuid& characteristic,
+                                 bool enable)
+{
+    const Place place = Find(service, characteristic);
+    if (place.service == nullptr) {
+        return GattStatus::kNotFound;
+    }
+    if ((place.service->FlagsOf(place.characteristic) & radio::kGattAnyNotify) == 0) {
+        return GattStatus::kNotPermitted;
+    }
+    auto& subscribers = place.service->Characteristics()[place.characteristic].subscribers;
+    std::erase(subscribers, &link);
+    if (enable) {
+        subscribers.push_back(&link);
+    }
+    return GattStatus::kDone;
+}
+
+}  // namespace pelacon::service::simulation
