@@ -47,6 +47,16 @@ struct ModelNameReply {
 static_assert(sizeof(ModelNameReply) == 257);
 static_assert(offsetof(ModelNameReply, result) == 256);
 
+/// Only the status is read by the library; what follows is passed on as it comes.
+struct SoftApAdvertisement {
+    std::uint32_t status;
+    std::int32_t channel;
+    char ssid[kSoftApSsidSize];
+};
+static_assert(sizeof(SoftApAdvertisement) == 40);
+static_assert(offsetof(SoftApAdvertisement, channel) == 4);
+static_assert(offsetof(SoftApAdvertisement, ssid) == 8);
+
 #pragma pack(push, 1)  // the record ends with its one-byte answer
 struct ApConnectedReply {
     std::int32_t value;
@@ -109,7 +119,8 @@ inline constexpr Operation<Nothing, StatusReply> kUnRegisterSoftApNotification{
 inline constexpr Notification<Int32Record> kSoftApConnectStatus{0xD80006, "SoftApConnectStatus"};
 
 /// The state of the soft AP's advertisement: its status first, the rest is the service's.
-inline constexpr Notification<Bytes> kSoftApAdvertisement{0xD80007, "SoftApAdvertisement"};
+inline constexpr Notification<SoftApAdvertisement> kSoftApAdvertisement{0xD80007,
+                                                                        "SoftApAdvertisement"};
 
 /// The state of a device's connection.
 inline constexpr Notification<Int32Record> kSoftApDeviceConnection{0xD80008,

@@ -1,8 +1,15 @@
+#include <protocol/SoftAp.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/SoftApListeners.h>
 
 namespace pelacon {
+
+static_assert(sizeof(SoftApAdvertisementState) == sizeof(protocol::SoftApAdvertisement));
+static_assert(offsetof(SoftApAdvertisementState, channel) ==
+              offsetof(protocol::SoftApAdvertisement, channel));
+static_assert(offsetof(SoftApAdvertisementState, ssid) ==
+              offsetof(protocol::SoftApAdvertisement, ssid));
 
 using diag::Log;
 using diag::LogEnd;

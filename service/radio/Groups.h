@@ -1,4 +1,4 @@
-// Wi-Fi Direct groups of which this machine is the owner.
+// Wi-Fi Direct groups of which this machine is the owner. A soft AP is one, to the radio.
 #pragma once
 
 #include <cstdint>
@@ -60,6 +60,13 @@ class Groups {
     /// Begins to remove the group, or ends the making of one; `done` likewise. The observers hear
     /// of the stations first, each of which leaves.
     virtual void Remove(Done done) = 0;
+
+    /// What groups are called from the next one on.
+    virtual void Rename(std::string ssid, std::string passPhrase) = 0;
+
+    /// Has the group go on on another channel, which the adapter may use. Nothing happens where
+    /// there is none.
+    virtual void Move(std::int32_t channel) = 0;
 
     /// Have the observer told of each change, after those who came before it. Observers live as
     /// long as the radio.

@@ -93,9 +93,17 @@ std::string ReadIpAddress(const json::Reader& reader)
     return text;
 }
 
-GroupConfig ReadGroup(const json::Reader& reader)
+GroupConfig UsualSoftAp()
 {
     GroupConfig config;
+    config.ssid = "Pelacon-AP";
+    config.address = 0x02'00'00'00'00'12;
+    config.ipAddress = "192.168.173.1";
+    return config;
+}
+
+GroupConfig ReadGroup(const json::Reader& reader, GroupConfig config)
+{
     reader.Object([&](json::Fields& fields) {
         ReadOwner(fields, config);
         if (const auto creation = fields.Optional("creation")) {

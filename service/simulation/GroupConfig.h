@@ -1,4 +1,4 @@
-// Wi-Fi Direct groups as the world file describes them.
+// Wi-Fi Direct groups, and the soft AP, as the world file describes them.
 #pragma once
 
 #include <service/json/Reader.h>
@@ -37,7 +37,11 @@ struct GroupConfig {
     std::vector<StationConfig> stations;
 };
 
-GroupConfig ReadGroup(const json::Reader& reader);
+/// A soft AP in a world that describes none.
+GroupConfig UsualSoftAp();
+
+/// Reads what differs from these.
+GroupConfig ReadGroup(const json::Reader& reader, GroupConfig config = {});
 
 /// An IPv4 address, dotted.
 std::string ReadIpAddress(const json::Reader& reader);

@@ -33,6 +33,7 @@ void Groups::Create(std::int32_t channel, Done done)
         done(GroupOutcome::kBusy);
     } else {
         created_ = std::move(done);
+        TakeNewName();
         const CreationConfig creation = NextCreation();
         creating_ = world_.After(
             creation.delay, [this, creation, channel] { EndCreation(creation.outcome, channel); });
@@ -74,9 +75,35 @@ void Groups::EndGroup(GroupOutcome reason)
         Leave(stations_.back().address);
     }
     channel_ = 0;
+    TakeNewName();
     TellGroup(reason);
     for (const Done& done : std::exchange(removed_, {})) {
         done(GroupOutcome::kDone);
+    }
+}
+
+void Groups::Rename(std::string ssid, std::string passPhrase)
+{
+    newName_ = {std::move(ssid), std::move(passPhrase)};
+    if (!Exists() && !IsCreating()) {
+        TakeNewName();
+    }
+}
+
+void Groups::TakeNewName()
+{
+    if (newName_) {
+        config_.ssid = std::move(newName_->ssid);
+        config_.passPhrase = std::move(newName_->passPhrase);
+        newName_.reset();
+    }
+}
+
+void Groups::Move(std::int32_t channel)
+{
+    if (Exists() && channel_ != channel) {
+        channel_ = channel;
+        TellGroup(GroupOutcome::kDone);
     }
 }
 

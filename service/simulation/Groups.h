@@ -24,6 +24,8 @@ class Groups : public radio::Groups {
     const std::vector<radio::Station>& Stations() const override { return stations_; }
     void Create(std::int32_t channel, Done done) override;
     void Remove(Done done) override;
+    void Rename(std::string ssid, std::string passPhrase) override;
+    void Move(std::int32_t channel) override;
     void ObserveGroup(GroupObserver observer) override
     {
         groupObservers_.push_back(std::move(observer));
@@ -41,8 +43,14 @@ class Groups : public radio::Groups {
     bool Leave(std::uint64_t station);
 
   private:
+    struct Name {
+        std::string ssid;
+        std::string passPhrase;
+    };
+
     bool IsCreating() const { return creating_.IsPending(); }
     CreationConfig NextCreation();
+    void TakeNewName();
     void EndCreation(radio::GroupOutcome outcome, std::int32_t channel);
     void EndGroup(radio::GroupOutcome reason);
     void AwaitStations();
@@ -54,6 +62,7 @@ class Groups : public radio::Groups {
     World& world_;
     Wifi& wifi_;
     GroupConfig config_;
+    std::optional<Name> newName_;  // for the next group
     std::size_t creations_ = 0;
     std::int32_t channel_ = 0;  // 0: there is no group
     std::vector<radio::Station> stations_;

@@ -1,6 +1,7 @@
 #include <service/simulation/WifiCommands.h>
 
 #include <stdexcept>
+#include <string>
 
 namespace pelacon::service::simulation {
 
@@ -15,9 +16,11 @@ nlohmann::json DoneOr(bool done, const char* why)
     return nlohmann::json::object();
 }
 
-void AddStationCommands(Commands& commands, Groups& groups)
+/// For groups or the soft AP, whose commands begin with this word.
+void AddStationCommands(Commands& commands, const std::string& word, const std::string& name,
+                        Groups& groups)
 {
-    commands.Add("group.join", "a station joins the group: address, ipAddress",
+    commands.Add(word + ".join", "a station joins the " + name + ": address, ipAddress",
                  [&groups](json::Fields& fields) {
                      const std::uint64_t address = fields.Required("address").Address();
                      std::optional<std::string> ipAddress;
@@ -26,10 +29,10 @@ void AddStationCommands(Commands& commands, Groups& groups)
                      }
                      return [&groups, address, ipAddress] {
                          return DoneOr(groups.Join(address, ipAddress),
-                                       "there is no group, or the station has joined it already");
+                                       "there is none, or the station has joined it already");
                      };
                  });
-    commands.Add("group.leave", "a station leaves the group: address",
+    commands.Add(word + ".leave", "a station leaves the " + name + ": address",
                  [&groups](json::Fields& fields) {
                      const std::uint64_t address = fields.Required("address").Address();
                      return [&groups, address] {
@@ -65,11 +68,25 @@ void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
                  });
 }
 
+void AddPhoneCommand(Commands& commands, Phone& phone)
+{
+    commands.Add("phone.channel", "the phone's Wi-Fi connects, or is lost: channel (0: lost)",
+                 [&phone](json::Fields& fields) {
+                     const auto channel = ReadConnectionChannel(fields.Required("channel"));
+                     return [&phone, channel] {
+                         phone.Connect(channel);
+                         return nlohmann::json::object();
+                     };
+                 });
+}
+
 }  // namespace
 
 void AddWifiCommands(Commands& commands, Simulation& simulation)
 {
-    AddStationCommands(commands, simulation.GetGroups());
+    AddStationCommands(commands, "group", "group", simulation.GetGroups());
+    AddStationCommands(commands, "softap", "soft AP", simulation.GetSoftAp());
+    AddPhoneCommand(commands, simulation.GetPhone());
     AddAdapterCommands(commands, simulation.GetWifi(), simulation.GetWifiCards());
 }
 

@@ -1,0 +1,155 @@
+// The channels of the soft AP, the machine and the phone.
+#include <protocol/ServiceStatus.h>
+#include <service/families/SoftApFamily.h>
+
+namespace pelacon::service {
+
+using protocol::ByteReply;
+using protocol::FlagRequest;
+using protocol::Int32Record;
+using protocol::Nothing;
+using radio::Band;
+using radio::BandOf;
+
+namespace {
+
+/// The values are those of WifiFrequenceType in the public headers.
+std::int32_t FrequenceTypeOf(std::int32_t channel)
+{
+    switch (BandOf(channel)) {
+        case Band::k24GHz:
+            return 0;
+        case Band::k5GHz:
+            return 1;
+        case Band::kNone:
+            break;
+    }
+    return -1;
+}
+
+ByteReply Flag(bool value)
+{
+    return {static_cast<std::uint8_t>(value)};
+}
+
+}  // namespace
+
+void SoftApFamily::ServePhone(Router& router)
+{
+    router.Serve(protocol::kSetPhoneCurrentChannel, [this](Session&, const Int32Record& request) {
+        phone_.connectionChannel = BandOf(request.value) == Band::kNone ? 0 : request.value;
+        return Acknowledgement();
+    });
+    router.Serve(protocol::kGetRecordPhoneChannel, [this](Session&, const Nothing&) {
+        return Int32Record{phone_.connectionChannel};
+    });
+    router.Serve(protocol::kAddPhoneSupportChannel, [this](Session&, const Int32Record& request) {
+        phone_.Add(Band::k5GHz, request.value);
+        return Acknowledgement();
+    });
+    router.Serve(protocol::kAddPhoneSupport24Channel, [this](Session&, const Int32Record& request) {
+        phone_.Add(Band::k24GHz, request.value);
+        return Acknowledgement();
+    });
+    router.Serve(protocol::kRemovePhoneSupportChannels, [this](Session&, const Nothing&) {
+        phone_.channels24GHz.clear();
+        phone_.channels5GHz.clear();
+        avoid5GHz_ = false;
+        return Acknowledgement();
+    });
+    router.Serve(protocol::kGetRecordPhoneChannelList,
+                 [this](Session&, const Nothing&) { return ChannelText(phone_.channels5GHz); });
+    router.Serve(protocol::kGetRecordPhone24GChannelList,
+                 [this](Session&, const Nothing&) { return ChannelText(phone_.channels24GHz); });
+    router.Serve(protocol::kGetPhoneChannelList, [this](Session&, const Nothing&) {
+        std::vector<std::int32_t> all = phone_.channels24GHz;
+        all.insert(all.end(), phone_.channels5GHz.begin(), phone_.channels5GHz.end());
+        return ChannelText(all);
+    });
+}
+
+void SoftApFamily::ServeChannels(Router& router)
+{
+    router.Serve(protocol::kGetPCChannelList,
+                 [this](Session&, const Nothing&) { return PcChannels(); });
+    router.Serve(protocol::kGetPCSupportChannelList,
+                 [this](Session&, const Nothing&) { return PcChannels(); });
+    router.Serve(protocol::kGetSoftAPChannel, [this](Session&, const Nothing&) {
+        return ByteReply{static_cast<std::uint8_t>(Channel())};
+    });
+    router.Serve(protocol::kSystemRefreshSoftAPChannel, [this](Session&, const Nothing&) {
+        return ByteReply{static_cast<std::uint8_t>(MoveTo(BandOf(Channel())))};
+    });
+    router.Serve(protocol::kRepickChannelWithoutEffect,
+                 [this](Session&, const FlagRequest& request) {
+                     return Int32Record{ChannelFor(request.flag != 0 ? Band::k5GHz : Band::k24GHz)};
+                 });
+    router.Serve(protocol::kSetAPFrequence, [this](Session&, const FlagRequest& request) {
+        const Band band = request.flag != 0 ? Band::k5GHz : Band::k24GHz;
+        missed5GHz_ = band == Band::k5GHz && ChannelFor(band) == 0;
+        return Int32Record{MoveTo(band)};
+    });
+    router.Serve(protocol::kCheckIsSet5GFailed, [this](Session&, const Nothing&) {
+        if (missed5GHz_) {
+            missed5GHz_ = false;
+            avoid5GHz_ = true;
+            MoveTo(Band::k24GHz);
+        }
+        return Acknowledgement();
+    });
+}
+
+void SoftApFamily::ServeBands(Router& router)
+{
+    router.Serve(protocol::kGetFrequenceType, [](Session&, const Int32Record& request) {
+        return Int32Record{FrequenceTypeOf(request.value)};
+    });
+    router.Serve(protocol::kIs5GChannel, [](Session&, const Int32Record& request) {
+        return Flag(BandOf(request.value) == Band::k5GHz);
+    });
+    router.Serve(protocol::kIs24GChannel, [](Session&, const Int32Record& request) {
+        return Flag(BandOf(request.value) == Band::k24GHz);
+    });
+    router.Serve(protocol::kGetFrequencyFromChannel, [](Session&, const Int32Record& request) {
+        return Int32Record{radio::FrequencyOf(request.value)};
+    });
+}
+
+/// The channel for a wish; 0 where there is none. Any band will not be the 5 GHz band where that
+/// has failed.
+std::int32_t SoftApFamily::ChannelFor(Band band) const
+{
+    if (band == Band::kNone && avoid5GHz_) {
+        if (const std::int32_t channel = MeetingChannel(wifi_, phone_, Band::k24GHz)) {
+            return channel;
+        }
+    }
+    return MeetingChannel(wifi_, phone_, band);
+}
+
+/// Has the soft AP go to a channel of the band, if there is one. Returns the channel that it is on.
+std::int32_t SoftApFamily::MoveTo(Band band)
+{
+    const std::int32_t channel = ChannelFor(band);
+    if (channel != 0) {
+        ap_.Move(channel);
+    }
+    return Channel();
+}
+
+protocol::PcChannelsReply SoftApFamily::PcChannels() const
+{
+    std::vector<std::int32_t> low;
+    std::vector<std::int32_t> high;
+    for (const radio::Wifi::Channel& channel : wifi_.Channels()) {
+        (BandOf(channel.number) == Band::k5GHz ? high : low).push_back(channel.number);
+    }
+    protocol::PcChannelsReply reply{};
+    PutText(reply.first, ChannelText(low));
+    PutText(reply.second, ChannelText(high));
+    const auto connection = wifi_.CurrentConnection();
+    reply.value = connection ? connection->channel : 0;
+    return reply;
+}
+
+}  // namespace pelacon::service

@@ -1,0 +1,354 @@
+#include <protocol/ServiceStatus.h>
+#include <service/families/SoftApFamily.h>
+#include <service/families/WifiText.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace pelacon::service {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using protocol::ByteReply;
+using protocol::FlagRequest;
+using protocol::Int32Record;
+using protocol::Nothing;
+using protocol::SoftApInfoMessage;
+using protocol::StatusReply;
+using radio::Band;
+using radio::GroupOutcome;
+
+namespace {
+
+/// How long a handler waits for the radio; no radio takes as long.
+constexpr auto kPatience = 15min;
+constexpr auto kAdapterRestart = 100ms;
+constexpr std::int32_t kAnyPurpose = 0;
+constexpr std::size_t kMostProductTypes = 64;
+constexpr std::size_t kLongestProductType = 64;
+
+/// The result for what became of it, the service's own statuses but for one.
+std::int32_t ResultOf(GroupOutcome outcome)
+{
+    switch (outcome) {
+        case GroupOutcome::kDone:
+            return protocol::kStatusDone;
+        case GroupOutcome::kWifiOff:
+            return protocol::kStatusRadioOff;
+        case GroupOutcome::kBusy:
+            return radio::Errors::kGroupExists;
+        case GroupOutcome::kNoGroup:
+            return protocol::kStatusNotFound;
+        case GroupOutcome::kAborted:
+            return protocol::kStatusInterrupted;
+        case GroupOutcome::kFailed:
+            break;
+    }
+    return protocol::kStatusNotSupported;
+}
+
+/// The elements of a text in which each is followed by a comma.
+std::vector<std::string> SplitTypes(std::string_view text)
+{
+    std::vector<std::string> types;
+    for (std::size_t comma = text.find(','); comma != std::string_view::npos;
+         comma = text.find(',')) {
+        types.emplace_back(text.substr(0, comma));
+        text.remove_prefix(comma + 1);
+    }
+    return types;
+}
+
+}  // namespace
+
+SoftApFamily::SoftApFamily(const Context& context)
+    : world_(context.world),
+      wifi_(context.radios.GetWifi()),
+      cards_(context.radios.GetWifiCards()),
+      ap_(context.radios.GetSoftAp())
+{
+    radio::Phone& phone = context.radios.GetPhone();
+    phone_.model = phone.Model();
+    phone_.connectionChannel = phone.ConnectionChannel();
+    for (const std::int32_t channel : phone.Channels()) {
+        phone_.Add(radio::BandOf(channel), channel);
+    }
+    phone.Observe([this](std::int32_t channel) { phone_.connectionChannel = channel; });
+    ap_.ObserveGroup([this](bool /*exists*/, GroupOutcome /*reason*/) { TellAdvertisement(); });
+    ap_.ObserveStations(
+        [this](const radio::Station& /*station*/, bool joined) { TellStation(joined); });
+    ServeLife(context.router);
+    ServeQuestions(context.router);
+    ServeAdapter(context.router);
+    ServeDevices(context.router);
+    ServeListeners(context.router);
+    ServePhone(context.router);
+    ServeChannels(context.router);
+    ServeBands(context.router);
+}
+
+void SoftApFamily::ServeLife(Router& router)
+{
+    router.Serve(protocol::kSystemCreateSoftAP,
+                 [this](Session& session, const SoftApInfoMessage& request) {
+                     return Create(session, request);
+                 });
+    router.Serve(protocol::kSystemDestroySoftAP,
+                 [this](Session& session, const Int32Record& request) {
+                     return Int32Record{Destroy(session, request.value)};
+                 });
+    router.Serve(protocol::kChangeSSIDAndPasswd, [this](Session&, const Nothing&) {
+        DrawName();
+        return Acknowledgement();
+    });
+}
+
+void SoftApFamily::ServeQuestions(Router& router)
+{
+    router.Serve(protocol::kCheckMySoftAPExist, [this](Session&, const Nothing&) {
+        return ByteReply{static_cast<std::uint8_t>(ap_.Exists())};
+    });
+    router.Serve(protocol::kGetSSID,
+                 [this](Session&, const Nothing&) { return ap_.Describe().ssid; });
+    router.Serve(protocol::kGetLegacyAPIP, [this](Session&, const Nothing&) {
+        return ap_.Exists() ? ap_.Describe().ipAddress : std::string();
+    });
+    router.Serve(protocol::kGetSoftApError,
+                 [this](Session&, const Nothing&) { return Int32Record{lastError_}; });
+    router.Serve(protocol::kIsAPConnected, [this](Session&, const Nothing&) {
+        protocol::ApConnectedReply reply{};
+        if (const auto connection = wifi_.CurrentConnection()) {
+            reply.value = connection->channel;
+            PutText(reply.text, connection->ssid);
+            reply.connected = 1;
+        }
+        return reply;
+    });
+}
+
+void SoftApFamily::ServeAdapter(Router& router)
+{
+    router.Serve(protocol::kRestartWiFiDirectVirtualAdapter,
+                 [this](Session& session, const FlagRequest& request) {
+                     const bool restarted = RestartAdapter(session, request.flag != 0);
+                     return ByteReply{static_cast<std::uint8_t>(restarted)};
+                 });
+    router.Serve(protocol::kGetRestartCount, [this](Session&, const Nothing&) {
+        return Int32Record{static_cast<std::int32_t>(restarts_)};
+    });
+    router.Serve(protocol::kGetWakeUpRestartCount, [this](Session&, const Nothing&) {
+        return Int32Record{static_cast<std::int32_t>(wakeUpRestarts_)};
+    });
+    router.Serve(protocol::kResetWakeUpCount, [this](Session&, const Nothing&) {
+        wakeUpRestarts_ = 0;
+        return Acknowledgement();
+    });
+    // The soft AP runs on the machine's last interface.
+    router.Serve(protocol::kGetAdapterIndex, [this](Session&, const Nothing&) {
+        return Int32Record{cards_.Interfaces().empty() ? 0 : cards_.Interfaces().back().index};
+    });
+    router.Serve(protocol::kGetAdapterGuid, [this](Session&, const Nothing&) {
+        return cards_.Interfaces().empty() ? std::string() : cards_.Interfaces().back().guid;
+    });
+}
+
+void SoftApFamily::ServeDevices(Router& router)
+{
+    router.Serve(protocol::kSetPairDeviceModelName, [this](Session&, std::string_view name) {
+        phone_.model = name.substr(0, PairedPhone::kLongestModel);
+        return ByteReply{1};
+    });
+    router.Serve(protocol::kGetPairDeviceModelName, [this](Session&, const Nothing&) {
+        protocol::ModelNameReply reply{};
+        PutText(reply.name, phone_.model);
+        reply.result = phone_.model.empty() ? 0 : 1;
+        return reply;
+    });
+    router.Serve(protocol::kSetListProductType, [this](Session&, ByteView text) {
+        std::vector<std::string> types = SplitTypes(TextIn(text));
+        const bool fit = types.size() <= kMostProductTypes &&
+                         std::ranges::all_of(types, [](const std::string& type) {
+                             return type.size() <= kLongestProductType;
+                         });
+        if (fit) {
+            productTypes_ = std::move(types);
+        }
+        return ByteReply{static_cast<std::uint8_t>(fit)};
+    });
+    router.Serve(protocol::kGetRestartMobileHotpotFlag, [this](Session&, const Nothing&) {
+        return ByteReply{static_cast<std::uint8_t>(restartHotspot_)};
+    });
+    router.Serve(protocol::kSetRestartMobileHotpotFlag,
+                 [this](Session&, const FlagRequest& request) {
+                     restartHotspot_ = request.flag != 0;
+                     return Acknowledgement();
+                 });
+}
+
+void SoftApFamily::ServeListeners(Router& router)
+{
+    router.Serve(protocol::kRegistSoftApConnectStatus, [this](Session& session, const Nothing&) {
+        connectionListeners_.insert(&session);
+        return Acknowledgement();
+    });
+    router.Serve(protocol::kRegisterSoftApNotification, [this](Session& session, const Nothing&) {
+        listeners_.insert(&session);
+        return StatusReply{protocol::kStatusDone};
+    });
+    // The client may have other objects registered: it goes on to hear of the soft AP.
+    router.Serve(protocol::kUnRegisterSoftApNotification,
+                 [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
+}
+
+void SoftApFamily::ClientLeft(Session& session)
+{
+    connectionListeners_.erase(&session);
+    listeners_.erase(&session);
+}
+
+/// Begins something at the radio and waits for its end. Where there is no point in going on, the
+/// family may be gone, and is not touched.
+std::int32_t SoftApFamily::WaitFor(Session& session,
+                                   const std::function<void(radio::Groups::Done)>& begin)
+{
+    const Completion<GroupOutcome> completion(world_);
+    begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
+    const auto outcome = session.Await(completion, kPatience);
+    return outcome ? ResultOf(*outcome) : protocol::kStatusInterrupted;
+}
+
+SoftApInfoMessage SoftApFamily::Create(Session& session, const SoftApInfoMessage& request)
+{
+    const auto band = static_cast<Band>(request.requestByte);
+    const std::int32_t channel = ChannelFor(band);
+    missed5GHz_ = band == Band::k5GHz && channel == 0;
+    if (channel == 0) {
+        lastError_ = protocol::kStatusNotSupported;
+        return Info(lastError_);
+    }
+    const std::int32_t result =
+        WaitFor(session, [&](radio::Groups::Done done) { ap_.Create(channel, std::move(done)); });
+    if (result == protocol::kStatusInterrupted) {
+        SoftApInfoMessage reply{};
+        reply.errorCode = result;
+        return reply;
+    }
+    if (result == protocol::kStatusDone) {
+        purpose_ = request.requestInt;
+    }
+    lastError_ = result;
+    return Info(result);
+}
+
+std::int32_t SoftApFamily::Destroy(Session& session, std::int32_t purpose)
+{
+    if (ap_.Exists() && purpose != kAnyPurpose && purpose_ != kAnyPurpose && purpose != purpose_) {
+        lastError_ = protocol::kStatusBusy;
+        return lastError_;
+    }
+    const std::int32_t result =
+        WaitFor(session, [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
+    if (result != protocol::kStatusInterrupted) {
+        lastError_ = result;
+    }
+    return result;
+}
+
+bool SoftApFamily::RestartAdapter(Session& session, bool afterWakeUp)
+{
+    if (!wifi_.IsOn()) {
+        return false;
+    }
+    const std::int32_t removed =
+        WaitFor(session, [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
+    if (removed == protocol::kStatusInterrupted || !session.WaitFor(kAdapterRestart)) {
+        return false;
+    }
+    ++restarts_;
+    wakeUpRestarts_ += afterWakeUp ? 1 : 0;
+    return true;
+}
+
+SoftApInfoMessage SoftApFamily::Info(std::int32_t errorCode) const
+{
+    const radio::Group ap = ap_.Describe();
+    SoftApInfoMessage info{};
+    PutText(info.ssid, ap.ssid);
+    PutText(info.password, ap.passPhrase);
+    PutAddress(info.mac, ap.address);
+    info.apByte1 = static_cast<std::uint8_t>(ap.channel);
+    PutText(info.ipAddress, ap.ipAddress);
+    info.apByte2 = static_cast<std::uint8_t>(radio::BandOf(ap.channel));
+    info.errorCode = errorCode;
+    return info;
+}
+
+void SoftApFamily::DrawName()
+{
+    // Without those that are mistaken for each other.
+    constexpr std::string_view kLetters = "abcdefghijkmnpqrstuvwxyz23456789";
+    constexpr int kNameLetters = 4;
+    constexpr int kPassPhraseLetters = 12;
+    const auto draw = [&](int count) {
+        std::string text;
+        while (count-- > 0) {
+            text += kLetters[world_.Chance().Next() % kLetters.size()];
+        }
+        return text;
+    };
+    const std::string ssid = "Pelacon-" + draw(kNameLetters);
+    ap_.Rename(ssid, draw(kPassPhraseLetters));
+}
+
+void SoftApFamily::TellAdvertisement()
+{
+    enum Status : std::uint32_t { kStopped = 0, kStarted = 1, kMoved = 2 };
+    const std::int32_t channel = Channel();
+    const std::int32_t before = std::exchange(advertisedChannel_, channel);
+    if (channel == before) {
+        return;
+    }
+    protocol::SoftApAdvertisement advertisement{};
+    advertisement.channel = channel;
+    if (channel != 0) {
+        advertisement.status = before == 0 ? kStarted : kMoved;
+        PutText(advertisement.ssid, ap_.Describe().ssid);
+    }
+    for (Session* session : listeners_) {
+        session->Notify(protocol::kSoftApAdvertisement, advertisement);
+    }
+}
+
+void SoftApFamily::TellStation(bool joined)
+{
+    for (Session* session : listeners_) {
+        session->Notify(protocol::kSoftApDeviceConnection, {joined ? 1 : 0});
+    }
+    const bool first = joined && ap_.Stations().size() == 1;
+    const bool last = !joined && ap_.Stations().empty();
+    if (first || last) {
+        for (Session* session : connectionListeners_) {
+            session->Notify(protocol::kSoftApConnectStatus, {first ? 1 : 0});
+        }
+    }
+}
+
+void SoftApFamily::Describe(nlohmann::json& status) const
+{
+    status["softAp"] = {
+        {"exists", ap_.Exists()},         {"ssid", ap_.Describe().ssid},
+        {"channel", Channel()},           {"stations", ap_.Stations().size()},
+        {"lastError", lastError_},        {"restarts", restarts_},
+        {"listeners", listeners_.size()}, {"connectionListeners", connectionListeners_.size()},
+    };
+    status["phone"] = {
+        {"model", phone_.model},
+        {"connectionChannel", phone_.connectionChannel},
+        {"channels24GHz", phone_.channels24GHz},
+        {"channels5GHz", phone_.channels5GHz},
+    };
+}
+
+}  // namespace pelacon::service

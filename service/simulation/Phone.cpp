@@ -1,0 +1,23 @@
+#include <service/simulation/Phone.h>
+
+namespace pelacon::service::simulation {
+
+Phone::Phone(World& world, const PhoneConfig& config) : config_(config)
+{
+    for (const PhoneMove& move : config_.moves) {
+        moves_.push_back(world.After(move.after, [this, move] { Connect(move.channel); }));
+    }
+}
+
+void Phone::Connect(std::int32_t channel)
+{
+    if (config_.connectionChannel == channel) {
+        return;
+    }
+    config_.connectionChannel = channel;
+    for (const ChannelObserver& observer : observers_) {
+        observer(channel);
+    }
+}
+
+}  // namespace pelacon::service::simulation

@@ -1,0 +1,32 @@
+// A phone that exists in memory.
+#pragma once
+
+#include <service/World.h>
+#include <service/radio/Phone.h>
+#include <service/simulation/PhoneConfig.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+class Phone : public radio::Phone {
+  public:
+    Phone(World& world, const PhoneConfig& config);
+
+    const std::string& Model() const override { return config_.model; }
+    const std::vector<std::int32_t>& Channels() const override { return config_.channels; }
+    std::int32_t ConnectionChannel() const override { return config_.connectionChannel; }
+    void Observe(ChannelObserver observer) override { observers_.push_back(std::move(observer)); }
+
+    /// For the simulation: its Wi-Fi connects on this channel, or with 0 is lost.
+    void Connect(std::int32_t channel);
+
+  private:
+    PhoneConfig config_;
+    std::vector<ChannelObserver> observers_;
+    std::vector<Timer> moves_;
+};
+
+}  // namespace pelacon::service::simulation

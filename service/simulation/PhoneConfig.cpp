@@ -1,0 +1,49 @@
+#include <service/simulation/PhoneConfig.h>
+#include <service/simulation/WifiConfig.h>
+
+namespace pelacon::service::simulation {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+namespace {
+
+constexpr std::size_t kLongestModel = 255;
+
+PhoneMove ReadMove(const json::Reader& reader)
+{
+    PhoneMove move;
+    reader.Object([&](json::Fields& fields) {
+        move.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
+        move.channel = ReadConnectionChannel(fields.Required("channel"));
+    });
+    return move;
+}
+
+}  // namespace
+
+std::int32_t ReadConnectionChannel(const json::Reader& reader)
+{
+    return reader.Integer<std::int32_t>(0, 177) == 0 ? 0 : ReadChannelNumber(reader);
+}
+
+PhoneConfig ReadPhone(const json::Reader& reader)
+{
+    PhoneConfig config;
+    reader.Object([&](json::Fields& fields) {
+        if (const auto model = fields.Optional("model")) {
+            config.model = model->Text(0, kLongestModel);
+        }
+        if (const auto channels = fields.Optional("channels")) {
+            config.channels = channels->List(&ReadChannelNumber);
+        }
+        if (const auto channel = fields.Optional("connectionChannel")) {
+            config.connectionChannel = ReadConnectionChannel(*channel);
+        }
+        if (const auto moves = fields.Optional("moves")) {
+            config.moves = moves->List(&ReadMove);
+        }
+    });
+    return config;
+}
+
+}  // namespace pelacon::service::simulation

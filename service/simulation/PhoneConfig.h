@@ -1,0 +1,31 @@
+// The paired phone as the world file describes it.
+#pragma once
+
+#include <service/json/Reader.h>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace pelacon::service::simulation {
+
+/// The phone's Wi-Fi connection comes to a channel, or with 0 is lost.
+struct PhoneMove {
+    std::chrono::milliseconds after{0};  ///< the service's start
+    std::int32_t channel = 0;
+};
+
+struct PhoneConfig {
+    std::string model;
+    std::vector<std::int32_t> channels;
+    std::int32_t connectionChannel = 0;
+    std::vector<PhoneMove> moves;
+};
+
+PhoneConfig ReadPhone(const json::Reader& reader);
+
+/// The number of a channel that exists, or 0 for none.
+std::int32_t ReadConnectionChannel(const json::Reader& reader);
+
+}  // namespace pelacon::service::simulation
