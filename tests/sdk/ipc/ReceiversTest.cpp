@@ -95,6 +95,65 @@ TEST_F(SdkTest, IgnoresUnknownIdsAndThoseOfTheOtherReceiver)
     EXPECT_THAT(Journal::Entries(), IsEmpty());
 }
 
+// ---- Which handler a notification reaches, seen by the handler's own first line.
+
+struct Route {
+    std::int32_t id;
+    std::vector<std::string> handlers;
+};
+
+void PrintTo(const Route& route, std::ostream* out)
+{
+    *out << Hex(route.id);
+}
+
+class Routes : public SdkTest, public ::testing::WithParamInterface<Route> {};
+
+TEST_P(Routes, ReachTheirHandlers)
+{
+    channel.Deliver(GetParam().id, Bytes().PadTo(kBufferSize));
+    const std::vector<LogLine> lines = LogLines::All();
+    auto next = lines.begin();
+    for (const std::string& handler : GetParam().handlers) {
+        next = std::find_if(next, lines.end(), [&](const LogLine& line) {
+            return line.text.ends_with("(" + handler + ")");
+        });
+        ASSERT_NE(next, lines.end()) << handler;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Catalogue, Routes,
+    ::testing::Values(Route{0xD80006, {"IPCMessageSender::ConnectStatusCallBack"}},
+                      Route{0xD80007,
+                            {"IPCMessageSender::SoftapAdvertisemenStatusBack",
+                             "IPCMessageSender::SoftapAdvertisemenStateBack"}},
+                      Route{0xD80008, {"IPCMessageSender::SoftapDeviceConnectionStatusBack"}},
+                      Route{0xD80038, {"IPCMessageSender::SoftAPGroupsChangeCallBack"}},
+                      Route{0xD80039, {"IPCMessageSender::SoftAPConnectionStateChangeCallBack"}},
+                      Route{0xD80044, {"IPCMessageSender::AdvertiseDisableCallback"}},
+                      Route{0xD80048, {"IPCMessageSender::OnConnectionStateCallback"}},
+                      Route{0xD80049, {"IPCMessageSender::OnConnectionStateCallback"}},
+                      Route{0xD80053, {"IPCMessageSender::OnNotificationReceiveCallback"}},
+                      Route{0xD80062, {"IPCMessageSender::OnBtStateChanged"}},
+                      Route{0xD8006A, {"IPCMessageSender::OnScanStatus"}},
+                      Route{0xD8006B, {"IPCMessageSender::OnScanResult"}},
+                      Route{0xD8007E, {"OnRecvTargertAdvCb"}},
+                      Route{0xD80075, {"IPCMessageSender::ConnectServerCallback"}},
+                      Route{0xD80076, {"IPCMessageSender::DisconnectServerCallback"}},
+                      Route{0xD80077, {"IPCMessageSender::NotifySendCallback"}},
+                      Route{0xD80078, {"IPCMessageSender::MtuChangeCallback"}},
+                      Route{0xD80079, {"IPCMessageSender::OnServerReadCallback"}},
+                      Route{0xD8007A, {"IPCMessageSender::OnServerWriteCallback"}},
+                      Route{0xD80028, {"ErrorStatus::PostNotification"}},
+                      Route{0xD80087, {"IPCMessageSender::WifiCfgCallback"}},
+                      Route{0xD80088, {"IPCMessageSender::ConnNotifyCallback"}},
+                      Route{0xD8008B, {"IPCMessageSender::WifiCardStateChangeCallback"}},
+                      Route{0xD70008, {"IPCMessageSender::WifiConnectChannelCallback"}},
+                      Route{0xD700A0, {"IPCMessageSender::ServiceStartNotifyCallback"}},
+                      Route{0xD80096, {"IPCMessageSender::WifiSwitchStateChangeCallback"}}),
+    [](const auto& row) { return Hex(row.param.id); });
+
 TEST_F(SdkTest, LogsTheLengthOfAServerWrite)
 {
     channel.Deliver(0xD8007A, Bytes().Zeros(1080).U32(0xFFFFFFF0).PadTo(kBufferSize));

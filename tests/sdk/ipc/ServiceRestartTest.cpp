@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <string>
+#include <vector>
 
 namespace pelacon::test {
 
@@ -39,6 +40,20 @@ TEST_F(SdkTest, RepairsWhenTheInstalledServiceRuns)
     EXPECT_THAT(channel.Requests().front(), RequestIs(kRepair, ByteVector(120), 10000));
     EXPECT_EQ(LinesOfHandler().front(), Start(kHandler));
     EXPECT_EQ(LinesOfHandler().back(), End(kHandler));
+}
+
+TEST_F(SdkTest, TheWifiHooksFollowTheRepairInOrder)
+{
+    channel.DeliverWithoutPayload(kServiceStarted);
+    std::vector<std::string> journal = Journal::Entries();
+    std::erase_if(journal, [](const std::string& entry) {
+        return entry != "request 0xD700A1" && !entry.starts_with("log 1 start");
+    });
+    EXPECT_THAT(journal,
+                ElementsAre("log 1 start(ServiceStartNotifyCallbackCb)",
+                            "log 1 start(IPCMessageSender::ServiceStartNotifyCallback)",
+                            "request 0xD700A1", "log 1 start(IPCMessageSender::WifiExceptCallback)",
+                            "log 1 start(IPCMessageSender::RestoreSoftAp)"));
 }
 
 TEST_F(SdkTest, TheRepairReplyIsNotLookedAt)
