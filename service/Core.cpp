@@ -6,6 +6,7 @@
 #include <service/Trace.h>
 #include <service/Version.h>
 #include <service/families/Families.h>
+#include <service/simulation/WifiCommands.h>
 
 #include <exception>
 #include <utility>
@@ -31,6 +32,7 @@ Core::State::State(World& world, const WorldFile& file, IdAllocator& ids, Line& 
 {
     Context context{world, router, radios, ids, commands};
     families = MakeFamilies(context);
+    simulation::AddWifiCommands(commands, radios);
     router.Serve(protocol::kRepairResource,
                  [this](Session& session, const protocol::RepairRequest& held) {
                      for (const auto& family : families) {

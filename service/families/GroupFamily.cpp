@@ -256,6 +256,7 @@ void GroupFamily::Describe(nlohmann::json& status) const
     }
     status["group"] = {
         {"exists", groups_.Exists()},
+        {"beingMade", groups_.IsCreating()},
         {"channel", groups_.Describe().channel},
         {"stations", groups_.Stations().size()},
         {"sharedLinks", sharedLinks},

@@ -48,6 +48,9 @@ class Groups {
 
     virtual bool Exists() const = 0;
 
+    /// Whether one is being made.
+    virtual bool IsCreating() const = 0;
+
     /// The group, or what one would be; its channel is 0 then.
     virtual Group Describe() const = 0;
 

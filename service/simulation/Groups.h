@@ -20,6 +20,7 @@ class Groups : public radio::Groups {
     Groups(World& world, Wifi& wifi, const GroupConfig& config);
 
     bool Exists() const override { return channel_ != 0; }
+    bool IsCreating() const override { return creating_.IsPending(); }
     radio::Group Describe() const override;
     const std::vector<radio::Station>& Stations() const override { return stations_; }
     void Create(std::int32_t channel, Done done) override;
@@ -48,7 +49,6 @@ class Groups : public radio::Groups {
         std::string passPhrase;
     };
 
-    bool IsCreating() const { return creating_.IsPending(); }
     CreationConfig NextCreation();
     void TakeNewName();
     void EndCreation(radio::GroupOutcome outcome, std::int32_t channel);
