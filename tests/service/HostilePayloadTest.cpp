@@ -1,0 +1,96 @@
+// What clients may send that no library would.
+#include <protocol/Catalogue.h>
+#include <service/Core.h>
+#include <service/Log.h>
+#include <service/Random.h>
+#include <tests/service/RecordingLine.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace pelacon::service::tests {
+namespace {
+
+/// A whole service without a pipe: what it is given lies in storage of exactly its length, so that
+/// a sanitizer sees every byte that is read too far.
+class HostilePayloadTest : public testing::Test {
+  protected:
+    HostilePayloadTest() : core_(MakeSettings())
+    {
+        log::wantedLevel = LogLevel::kError;
+        std::filesystem::remove(stateFile_);
+        core_.Start(line_, stateFile_);
+        core_.ClientArrived({1, 1, false});
+    }
+    ~HostilePayloadTest() override
+    {
+        core_.Stop();
+        std::filesystem::remove(stateFile_);
+    }
+
+    static Settings MakeSettings()
+    {
+        Settings settings;
+        settings.world = ReadWorldFile(DefaultWorldText(), "default-world.json");
+        return settings;
+    }
+
+    IPCReply Send(const protocol::CatalogueEntry& entry, const Bytes& payload)
+    {
+        const std::unique_ptr<std::uint8_t[]> exact(new std::uint8_t[payload.size()]);
+        std::copy(payload.begin(), payload.end(), exact.get());
+        TagIPCMessageItem item;
+        item.msgId = entry.id;
+        item.length = static_cast<std::uint32_t>(payload.size());
+        item.message = payload.empty() ? nullptr : exact.get();
+        if (entry.kind == protocol::CatalogueEntry::Kind::kPosted) {
+            core_.Posted(1, item);
+            return {};
+        }
+        return core_.Request(1, item);
+    }
+
+    Bytes RandomBytes(std::size_t length)
+    {
+        Bytes bytes(length);
+        for (std::uint8_t& byte : bytes) {
+            byte = static_cast<std::uint8_t>(random_.Next());
+        }
+        return bytes;
+    }
+
+    std::string stateFile_ = testing::TempDir() + "pelacon-hostile.state";
+    RecordingLine line_;
+    Random random_{20};
+    Core core_;
+};
+
+TEST_F(HostilePayloadTest, AnyLengthOfAnyRequestIsAnsweredInFull)
+{
+    for (const protocol::CatalogueEntry& entry : protocol::kCatalogue) {
+        if (!entry.IsSentToService()) {
+            continue;
+        }
+        const std::size_t size = entry.size;
+        for (const std::size_t length :
+             std::set<std::size_t>{0, 1, 3, size / 2, size - (size > 0 ? 1 : 0), size, size + 1,
+                                   2 * size + 7, 2048, 64 * 1024}) {
+            for (const Bytes& payload :
+                 {Bytes(length, 0), Bytes(length, 0xFF), RandomBytes(length)}) {
+                const IPCReply reply = Send(entry, payload);
+                if (reply.kind == IPCReplyKind::kPayload && entry.replySize != 0 &&
+                    protocol::FindRequest(entry.id, length) == &entry) {
+                    EXPECT_EQ(reply.payload.size(), entry.replySize) << entry.name;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests

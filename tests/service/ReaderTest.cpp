@@ -1,0 +1,227 @@
+#include <service/json/Reader.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+namespace pelacon::service::json {
+namespace {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+/// What reading this text by this function complains about; nothing if it does not.
+std::string Complaint(const std::string& text, const std::function<void(const Reader&)>& read)
+{
+    try {
+        const Document document = Parse(text, "f.json");
+        read(Reader(document));
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return {};
+}
+
+std::string ParseComplaint(const std::string& text)
+{
+    return Complaint(text, [](const Reader&) {});
+}
+
+/// Reads the field "x" of the text's object.
+std::string FieldComplaint(const std::string& text, const std::function<void(const Reader&)>& read)
+{
+    return Complaint(text, [&](const Reader& reader) {
+        reader.Object([&](Fields& fields) { read(fields.Required("x")); });
+    });
+}
+
+std::size_t LineOf(const std::string& text, const std::string& name)
+{
+    std::size_t line = 0;
+    const Document document = Parse(text, "f.json");
+    for (const Member& member : std::get<Value::Object>(document.root.data)) {
+        if (member.name == name) {
+            line = member.value.line;
+        }
+    }
+    return line;
+}
+
+TEST(DocumentTest, RemembersTheLineOfEachValue)
+{
+    const std::string text =
+        "{ // comments count\n"
+        "\"integer\": 12\n"
+        ",\"negative\":\n"
+        "-5,\n"
+        "/* two\n"
+        "lines */ \"real\": 1.5\n"
+        ", \"text\": \"a\",\r\n"
+        "\"list\": [\n"
+        "1], \"object\": {\n"
+        "}, \"flag\": true\n"
+        ", \"none\": null, \"huge\": 18446744073709551615\n"
+        "}";
+    EXPECT_EQ(LineOf(text, "integer"), 2U);
+    EXPECT_EQ(LineOf(text, "negative"), 4U);
+    EXPECT_EQ(LineOf(text, "real"), 6U);
+    EXPECT_EQ(LineOf(text, "text"), 7U);
+    EXPECT_EQ(LineOf(text, "list"), 8U);
+    EXPECT_EQ(LineOf(text, "object"), 9U);
+    EXPECT_EQ(LineOf(text, "flag"), 10U);
+    EXPECT_EQ(LineOf(text, "none"), 11U);
+    EXPECT_EQ(LineOf(text, "huge"), 11U);
+}
+
+TEST(DocumentTest, WhatIsNoJsonIsRefusedWithItsLine)
+{
+    EXPECT_TRUE(ParseComplaint("").starts_with("f.json:1: ")) << ParseComplaint("");
+    EXPECT_TRUE(ParseComplaint("{\n\"a\": ,\n}").starts_with("f.json:2: "));
+    EXPECT_TRUE(ParseComplaint("{\n\"a\": 1\n\"b\": 2}").starts_with("f.json:3: "));
+    EXPECT_TRUE(ParseComplaint("{\n\"a\": 1,\n}").starts_with("f.json:3: "));
+    EXPECT_TRUE(ParseComplaint("{} {}").starts_with("f.json:1: "));
+    EXPECT_TRUE(ParseComplaint("{\n\n\"a\": 00}").starts_with("f.json:3: "));
+    EXPECT_TRUE(ParseComplaint("[1,\n\"\xff\"]").starts_with("f.json:2: "));
+    EXPECT_TRUE(ParseComplaint("{\"a\": 1").starts_with("f.json:1: "));
+}
+
+TEST(DocumentTest, ANameMayStandOnceInAnObject)
+{
+    EXPECT_EQ(ParseComplaint("{\"a\": 1,\n\"a\": 2}"), "f.json:2: a: stands here twice");
+    EXPECT_EQ(ParseComplaint("{\"a\": {\"a\": 1}, \"b\": {\"a\": 2}}"), "");
+}
+
+TEST(DocumentTest, NestingHasAnEnd)
+{
+    EXPECT_EQ(ParseComplaint(std::string(32, '[') + std::string(32, ']')), "");
+    EXPECT_EQ(ParseComplaint(std::string(1'000'000, '[')), "f.json:1: nested too deeply");
+}
+
+TEST(ReaderTest, ReadsWhatIsThere)
+{
+    const Document document = Parse(
+        R"({"flag": true, "number": -3, "real": 2.5, "ms": 40, "text": "hi",
+            "address": "01:23:45:67:89:aB", "hex": "02 01 06ff", "word": "two",
+            "list": [1, 2, 3]})",
+        "f.json");
+    Reader(document).Object([](Fields& fields) {
+        EXPECT_TRUE(fields.Required("flag").Bool());
+        EXPECT_EQ(fields.Required("number").Integer<std::int32_t>(), -3);
+        EXPECT_EQ(fields.Required("real").Number(0, 3), 2.5);
+        EXPECT_EQ(fields.Required("ms").Number(0, 100), 40.0);
+        EXPECT_EQ(fields.Required("ms").Milliseconds(0ms, 1s), 40ms);
+        EXPECT_EQ(fields.Required("text").Text(1, 2), "hi");
+        EXPECT_EQ(fields.Required("address").Address(), 0x0123456789ABU);
+        EXPECT_EQ(fields.Required("hex").Hex(0, 9), (std::vector<std::uint8_t>{2, 1, 6, 255}));
+        EXPECT_EQ(fields.Required("word").Choice<int>({{"one", 1}, {"two", 2}}), 2);
+        const auto list = fields.Required("list").List(
+            [](const Reader& reader) { return reader.Integer<int>(); });
+        EXPECT_EQ(list, (std::vector{1, 2, 3}));
+        EXPECT_FALSE(fields.Optional("absent"));
+    });
+}
+
+TEST(ReaderTest, AWrongTypeIsNamedWithFileLineAndField)
+{
+    const std::string text = "{\n\"x\": []}";
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Bool(); }),
+              "f.json:2: x: must be true or false");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Integer<int>(1, 5); }),
+              "f.json:2: x: must be a whole number between 1 and 5");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Number(0.5, 1); }),
+              "f.json:2: x: must be a number between 0.5 and 1");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Milliseconds(1ms, 2s); }),
+              "f.json:2: x: must be a whole number between 1 and 2000");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Text(1, 9); }),
+              "f.json:2: x: must be text of 1 to 9 bytes");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Address(); }),
+              "f.json:2: x: must be an address such as \"01:23:45:67:89:AB\"");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Hex(1, 3); }),
+              "f.json:2: x: must be 1 to 3 bytes in hexadecimal, such as \"02 01 06\"");
+    EXPECT_EQ(FieldComplaint(text,
+                             [](const Reader& x) {
+                                 x.Choice<int>({{"a", 1}, {"b", 2}});
+                             }),
+              "f.json:2: x: must be one of \"a\", \"b\"");
+    EXPECT_EQ(FieldComplaint(text, [](const Reader& x) { x.Object([](Fields&) {}); }),
+              "f.json:2: x: must be an object, in braces");
+    EXPECT_EQ(FieldComplaint("{\"x\": 1}",
+                             [](const Reader& x) { x.List([](const Reader&) { return 0; }); }),
+              "f.json:1: x: must be a list, in brackets");
+}
+
+TEST(ReaderTest, ANumberOutsideItsLimitsIsRefused)
+{
+    const auto complains = [](const std::string& number, auto read) {
+        return !FieldComplaint("{\"x\": " + number + "}", read).empty();
+    };
+    const auto byte = [](const Reader& x) { x.Integer<std::uint8_t>(); };
+    EXPECT_FALSE(complains("255", byte));
+    EXPECT_TRUE(complains("256", byte));
+    EXPECT_TRUE(complains("-1", byte));
+    EXPECT_TRUE(complains("1.0", byte));
+    EXPECT_TRUE(complains("\"1\"", byte));
+    const auto large = [](const Reader& x) { x.Integer<std::uint64_t>(); };
+    EXPECT_FALSE(complains("18446744073709551615", large));
+    const auto whole = [](const Reader& x) { x.Integer<std::int64_t>(); };
+    EXPECT_TRUE(complains("18446744073709551615", whole));
+    EXPECT_FALSE(complains("-9223372036854775808", whole));
+    EXPECT_TRUE(complains("1e400", [](const Reader& x) { x.Number(-1, 1); }));
+}
+
+TEST(ReaderTest, AddressesAndHexAreReadToTheLetter)
+{
+    const auto badAddress = [](const std::string& text) {
+        return !FieldComplaint("{\"x\": \"" + text + "\"}", [](const Reader& x) {
+                    x.Address();
+                }).empty();
+    };
+    EXPECT_FALSE(badAddress("00:11:22:33:44:55"));
+    for (const char* text :
+         {"", "00:11:22:33:44", "00:11:22:33:44:55:66", "001122334455", "00:11:22:33:44:5",
+          "00:11:22:33:44:5g", "00-11-22-33-44-55", ":00:11:22:33:44:55", "00:11:22:33:44:55:"}) {
+        EXPECT_TRUE(badAddress(text)) << text;
+    }
+    const auto badHex = [](const std::string& text) {
+        return !FieldComplaint("{\"x\": \"" + text + "\"}", [](const Reader& x) {
+                    x.Hex(0, 3);
+                }).empty();
+    };
+    EXPECT_FALSE(badHex(""));
+    EXPECT_FALSE(badHex("0a0B0c"));
+    for (const char* text : {"0", "0a0", "0a 0", "0x01", " 01", "01 ", "01  02", "01020304"}) {
+        EXPECT_TRUE(badHex(text)) << text;
+    }
+}
+
+TEST(ReaderTest, TextHoldsNoNul)
+{
+    EXPECT_EQ(FieldComplaint(R"({"x": "a\u0000b"})", [](const Reader& x) { x.Text(0, 9); }),
+              "f.json:1: x: must not hold a NUL");
+}
+
+TEST(ReaderTest, UnknownAndMissingFieldsAreNamedWithTheirPlace)
+{
+    const auto read = [](const Reader& reader) {
+        reader.Object([](Fields& fields) {
+            fields.Required("things").List([](const Reader& thing) {
+                thing.Object([](Fields& inner) {
+                    inner.Required("size").Integer<int>(1, 9);
+                    inner.Optional("colour");
+                });
+                return 0;
+            });
+        });
+    };
+    EXPECT_EQ(Complaint("{\"things\": [{\"size\": 1},\n{\"size\": 1,\n\"colur\": 2}]}", read),
+              "f.json:3: things[1].colur: unknown field; there may be size, colour");
+    EXPECT_EQ(Complaint("{\"things\": [{\"size\": 1},\n{\"colour\": 1}]}", read),
+              "f.json:2: things[1]: the field \"size\" is missing");
+    EXPECT_EQ(Complaint("{\"things\": [\n{\"size\":\n10}]}", read),
+              "f.json:3: things[0].size: must be a whole number between 1 and 9");
+    EXPECT_EQ(Complaint("{\"thing\": []}", read), "f.json:1: the field \"things\" is missing");
+    EXPECT_EQ(Complaint("[]", read), "f.json:1: must be an object, in braces");
+}
+
+}  // namespace
+}  // namespace pelacon::service::json

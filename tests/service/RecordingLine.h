@@ -1,0 +1,37 @@
+// A line that leads to the test.
+#pragma once
+
+#include <service/Line.h>
+#include <service/Wire.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace pelacon::service::tests {
+
+/// Keeps what is sent. Used by one thread at a time.
+class RecordingLine : public Line {
+  public:
+    struct Sent {
+        std::uint64_t clientId;
+        std::int32_t messageId;
+        Bytes payload;
+        Urgency urgency;
+    };
+
+    bool Notify(std::uint64_t clientId, std::int32_t messageId,
+                std::span<const std::uint8_t> payload, Urgency urgency) override
+    {
+        sent.push_back({clientId, messageId, {payload.begin(), payload.end()}, urgency});
+        return true;
+    }
+    void Disconnect(std::uint64_t clientId) override { disconnected.push_back(clientId); }
+    void DisconnectAll() override {}
+    void SendMalformed(std::uint64_t /*clientId*/) override {}
+    Statistics GetStatistics() const override { return {}; }
+
+    std::vector<Sent> sent;
+    std::vector<std::uint64_t> disconnected;
+};
+
+}  // namespace pelacon::service::tests

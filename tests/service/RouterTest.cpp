@@ -1,0 +1,114 @@
+#include <service/Router.h>
+#include <tests/service/RecordingLine.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace pelacon::service::tests {
+namespace {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using protocol::Nothing;
+using protocol::Operation;
+
+struct Pair {
+    std::int32_t one;
+    std::int32_t other;
+};
+
+constexpr Operation<Nothing, protocol::StatusReply> kPlain{0xD70001, "Plain", 1ms};
+constexpr Operation<Pair, Pair> kSwap{0xD70002, "Swap", 1ms};
+constexpr Operation<protocol::Text, protocol::Text> kEcho{0xD70003, "Echo", 1ms};
+constexpr Operation<protocol::Bytes, protocol::Bytes> kReverse{0xD70004, "Reverse", 1ms};
+constexpr Operation<Pair, Nothing> kPosted{0xD70005, "Posted", 1ms};
+constexpr Operation<protocol::Int32Record, protocol::StatusReply> kTwinWithRecord{
+    0xD70006, "TwinWithRecord", 1ms};
+constexpr Operation<Nothing, protocol::StatusReply> kTwinWithout{0xD70006, "TwinWithout", 1ms};
+
+class RouterTest : public testing::Test {
+  protected:
+    std::optional<Bytes> Send(std::int32_t id, const Bytes& payload)
+    {
+        const Router::Route* const route = router_.Find(id, payload.size());
+        if (route == nullptr) {
+            throw std::logic_error("no route");
+        }
+        return route->handler(session_, payload);
+    }
+
+    World world_{1};
+    RecordingLine line_;
+    Session session_{world_, line_, 1, 1};
+    Router router_;
+};
+
+TEST_F(RouterTest, GivesTheRecordToItsHandlerAndTheReplyBack)
+{
+    router_.Serve(kSwap, [](Session&, const Pair& pair) { return Pair{pair.other, pair.one}; });
+    EXPECT_EQ(Send(kSwap.id, {1, 0, 0, 0, 2, 0, 0, 0}), (Bytes{2, 0, 0, 0, 1, 0, 0, 0}));
+}
+
+TEST_F(RouterTest, PadsAShortRecordAndIgnoresWhatIsTooLong)
+{
+    router_.Serve(kSwap, [](Session&, const Pair& pair) { return Pair{pair.other, pair.one}; });
+    EXPECT_EQ(Send(kSwap.id, {}), (Bytes{0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(Send(kSwap.id, {9}), (Bytes{0, 0, 0, 0, 9, 0, 0, 0}));
+    EXPECT_EQ(Send(kSwap.id, Bytes(100, 1)), Bytes(8, 1));
+}
+
+TEST_F(RouterTest, GivesTextUpToItsNulAndReturnsItWithOne)
+{
+    router_.Serve(kEcho, [](Session&, std::string_view text) { return std::string(text) + "!"; });
+    EXPECT_EQ(Send(kEcho.id, {'a', 'b', 0, 'c'}), (Bytes{'a', 'b', '!', 0}));
+    EXPECT_EQ(Send(kEcho.id, {}), (Bytes{'!', 0}));
+}
+
+TEST_F(RouterTest, GivesBytesAsTheyAre)
+{
+    router_.Serve(kReverse,
+                  [](Session&, ByteView bytes) { return Bytes(bytes.rbegin(), bytes.rend()); });
+    EXPECT_EQ(Send(kReverse.id, {1, 2, 3}), (Bytes{3, 2, 1}));
+    EXPECT_EQ(Send(kReverse.id, {}), Bytes());
+}
+
+TEST_F(RouterTest, WhatIsPostedHasNoReply)
+{
+    std::int32_t seen = 0;
+    router_.Serve(kPosted, [&](Session&, const Pair& pair) { seen = pair.one; });
+    EXPECT_EQ(Send(kPosted.id, {5}), std::nullopt);
+    EXPECT_EQ(seen, 5);
+}
+
+TEST_F(RouterTest, TellsTwoOperationsWithOneIdByTheirLength)
+{
+    router_.Serve(kTwinWithout, [](Session&, const Nothing&) { return protocol::StatusReply{1}; });
+    router_.Serve(kTwinWithRecord, [](Session&, const protocol::Int32Record& record) {
+        return protocol::StatusReply{100 + record.value};
+    });
+    EXPECT_EQ(Send(0xD70006, {}), (Bytes{1, 0, 0, 0}));
+    EXPECT_EQ(Send(0xD70006, {7, 0, 0, 0}), (Bytes{107, 0, 0, 0}));
+    // Neither fits: only the one with the record can make something of it.
+    EXPECT_EQ(Send(0xD70006, {7}), (Bytes{107, 0, 0, 0}));
+    EXPECT_EQ(Send(0xD70006, {7, 0, 0, 0, 9}), (Bytes{107, 0, 0, 0}));
+}
+
+TEST_F(RouterTest, KnowsWhatItDoesNotServe)
+{
+    EXPECT_EQ(router_.Find(0xD70001, 0), nullptr);
+    router_.Serve(kPlain, [](Session&, const Nothing&) { return protocol::StatusReply{0}; });
+    EXPECT_NE(router_.Find(0xD70001, 0), nullptr);
+    EXPECT_NE(router_.Find(0xD70001, 55), nullptr);
+    EXPECT_EQ(router_.Find(-1, 0), nullptr);
+}
+
+TEST_F(RouterTest, ServingTwiceIsAMistake)
+{
+    const auto handler = [](Session&, const Nothing&) { return protocol::StatusReply{0}; };
+    router_.Serve(kPlain, handler);
+    EXPECT_THROW(router_.Serve(kPlain, handler), std::logic_error);
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests

@@ -1,0 +1,59 @@
+#include <protocol/BleManager.h>
+#include <service/Wire.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace pelacon::service::tests {
+namespace {
+
+struct Pair {
+    std::int32_t one;
+    std::int32_t other;
+};
+
+TEST(WireTest, AShortPayloadIsReadAsIfZerosFollowed)
+{
+    // In storage of exactly its length, so that reading further would be seen.
+    const std::unique_ptr<std::uint8_t[]> payload(new std::uint8_t[5]{1, 0, 0, 0, 7});
+    const Pair pair = ReadPadded<Pair>({payload.get(), 5});
+    EXPECT_EQ(pair.one, 1);
+    EXPECT_EQ(pair.other, 7);
+    EXPECT_EQ(ReadPadded<Pair>({}).one, 0);
+}
+
+TEST(WireTest, ALongPayloadIsReadAsFarAsTheRecordGoes)
+{
+    const Bytes payload{1, 0, 0, 0, 2, 0, 0, 0, 3};
+    EXPECT_EQ(ReadPadded<Pair>(payload).other, 2);
+}
+
+TEST(WireTest, TextEndsAtItsNulOrItsField)
+{
+    EXPECT_EQ(TextIn(ByteView()), "");
+    EXPECT_EQ(TextIn(Bytes{'a', 'b'}), "ab");
+    EXPECT_EQ(TextIn(Bytes{'a', 0, 'b'}), "a");
+    const char field[3] = {'x', 'y', 'z'};
+    EXPECT_EQ(TextIn(field), "xyz");
+}
+
+TEST(WireTest, TextIsCutToItsFieldAndZerosFollowIt)
+{
+    char field[4] = {'#', '#', '#', '#'};
+    PutText(field, "ab");
+    EXPECT_EQ(std::string(field, 4), std::string("ab\0\0", 4));
+    PutText(field, "abcdef");
+    EXPECT_EQ(std::string(field, 4), "abcd");
+}
+
+TEST(WireTest, ARecordsBytesAreAllOfIt)
+{
+    const Pair pair{1, 2};
+    EXPECT_EQ(AsBytes(pair).size(), 8U);
+    EXPECT_EQ(AsBytes(pair)[4], 2);
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests
