@@ -4,6 +4,8 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/IPCMessageSender.h>
 
+#include <algorithm>
+
 namespace pelacon {
 
 using diag::Log;
@@ -102,6 +104,11 @@ void IPCMessageSender::WaitUntilClientIsUnused()
     }
 }
 
+void IPCMessageSender::LimitWaits(std::chrono::milliseconds longest)
+{
+    longestWaitMs_ = static_cast<std::uint32_t>(longest.count());
+}
+
 bool IPCMessageSender::SendIPCMessageToService(std::int32_t messageId, const void* payload,
                                                std::uint32_t length, std::uint32_t timeoutMs,
                                                TagIPCMessageItem& reply)
@@ -111,7 +118,7 @@ bool IPCMessageSender::SendIPCMessageToService(std::int32_t messageId, const voi
         if (const IPCMessageClient* client = use.Client()) {
             TagIPCMessageItem request = MessageToService(messageId, payload, length);
             request.processId = os::CurrentProcessId();
-            client->SendIPCMessage(request, reply, timeoutMs);
+            client->SendIPCMessage(request, reply, std::min(timeoutMs, longestWaitMs_.load()));
             return true;
         }
     }

@@ -14,7 +14,9 @@
 #include <sdk/ipc/WifiStateListeners.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <limits>
 
 namespace pelacon {
 
@@ -56,6 +58,10 @@ class IPCMessageSender : public BleManagerCallbacks,
     /// whatever id is given. False when there is no client.
     bool PostIPCMessageToService(std::int32_t messageId, const void* payload);
 
+    /// Has no request wait longer than this. For tests of what comes after a long wait: what the
+    /// library exports does not lead here.
+    void LimitWaits(std::chrono::milliseconds longest);
+
     /// The service has started anew: tells it what the library still holds, if it is the service
     /// that was installed.
     void ServiceStartNotifyCallback();
@@ -72,6 +78,7 @@ class IPCMessageSender : public BleManagerCallbacks,
     void RestoreSoftAp();
 
     std::atomic<IPCMessageClient*> client_{nullptr};
+    std::atomic<std::uint32_t> longestWaitMs_{std::numeric_limits<std::uint32_t>::max()};
 };
 
 }  // namespace pelacon
