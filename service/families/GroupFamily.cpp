@@ -254,11 +254,16 @@ void GroupFamily::Describe(nlohmann::json& status) const
     for (const auto& [session, uses] : sharedLinks_) {
         sharedLinks += uses;
     }
+    nlohmann::json stations = nlohmann::json::array();
+    for (const radio::Station& station : groups_.Stations()) {
+        stations.push_back(
+            {{"address", AddressDigits(station.address)}, {"ipAddress", station.ipAddress}});
+    }
     status["group"] = {
         {"exists", groups_.Exists()},
         {"beingMade", groups_.IsCreating()},
         {"channel", groups_.Describe().channel},
-        {"stations", groups_.Stations().size()},
+        {"stations", stations},
         {"sharedLinks", sharedLinks},
         {"listeners", listeners_.size()},
     };
