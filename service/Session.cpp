@@ -1,6 +1,8 @@
 #include <service/Session.h>
 #include <service/Trace.h>
 
+#include <utility>
+
 namespace pelacon::service {
 
 bool Session::Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
@@ -9,9 +11,25 @@ bool Session::Notify(std::int32_t messageId, std::span<const std::uint8_t> paylo
     if (!present_) {
         return false;
     }
+    if (!arrived_) {
+        if (urgency == Line::Urgency::kDroppable || held_.size() >= kMostHeld) {
+            return false;
+        }
+        held_.push_back({messageId, Bytes(payload.begin(), payload.end())});
+        return true;
+    }
     const bool sent = line_.Notify(clientId_, messageId, payload, urgency);
     TraceNotification(clientId_, messageId, payload, sent);
     return sent;
+}
+
+void Session::Arrive(std::uint32_t processId)
+{
+    processId_ = processId;
+    arrived_ = true;
+    for (const Held& notification : std::exchange(held_, {})) {
+        Notify(notification.messageId, notification.payload, Line::Urgency::kKept);
+    }
 }
 
 bool Session::WaitFor(World::Duration time)

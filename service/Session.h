@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace pelacon::service {
 
@@ -28,7 +29,12 @@ class Session {
     /// Whether the client is still there, as far as the service has been told.
     bool IsPresent() const noexcept { return present_; }
 
-    /// Sends a notification; false when the client has no event connection. Never blocks.
+    /// Most notifications that are kept for a client that has not arrived.
+    static constexpr std::size_t kMostHeld = 256;
+
+    /// Sends a notification; false when the client has no event connection. Never blocks. One for a
+    /// client that has not arrived yet is kept until it does, unless it may be dropped: a client
+    /// that comes back may ask for something before its event connection is up again.
     template <typename Record>
     bool Notify(const protocol::Notification<Record>& notification, const Record& record,
                 Line::Urgency urgency = Line::Urgency::kKept)
@@ -62,11 +68,16 @@ class Session {
         return GoesOn() ? completion.Get() : std::nullopt;
     }
 
-    /// For the core: the client's process became known; the client is gone.
-    void Arrive(std::uint32_t processId) noexcept { processId_ = processId; }
+    /// For the core: the client's event connection is up; the client is gone.
+    void Arrive(std::uint32_t processId);
     void End();
 
   private:
+    struct Held {
+        std::int32_t messageId;
+        Bytes payload;
+    };
+
     bool GoesOn() const noexcept { return present_ && !world_.IsStopping(); }
 
     World& world_;
@@ -74,6 +85,8 @@ class Session {
     std::uint64_t clientId_;
     std::uint32_t processId_;
     bool present_ = true;
+    bool arrived_ = false;
+    std::vector<Held> held_;
 };
 
 }  // namespace pelacon::service
