@@ -1,5 +1,6 @@
 #include <LogHelper/KvLogger.h>
 #include <os/Environment.h>
+#include <os/Files.h>
 #include <os/SinkSlot.h>
 #include <os/Utf8.h>
 
@@ -48,7 +49,7 @@ class EnvironmentOutput {
         if (wish->size() == 1) {
             file_ = stderr;
         } else if ((*wish)[1] == ':') {
-            file_ = std::fopen(wish->c_str() + 2, "a");
+            file_ = pelacon::os::OpenToAppend(wish->substr(2));
         }
         if (file_ != nullptr) {
             lowest_ = (*wish)[0] - '0';

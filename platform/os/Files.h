@@ -1,6 +1,8 @@
-// Files that must not be left half written, and descriptors that a program was started with.
+// Files that must not be left half written or handed on, and descriptors that a program was started
+// with.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -9,6 +11,10 @@ namespace pelacon::os {
 /// Puts a file with these contents in place of the one before, such that after a crash there is
 /// either the old one or the new one, whole. Throws std::system_error.
 void ReplaceFile(const std::string& path, std::string_view contents);
+
+/// Opens a file to write at its end; it is made if need be. Programs that this one starts do not
+/// inherit it. Null when it cannot be opened.
+std::FILE* OpenToAppend(const std::string& path);
 
 /// Writes all of the text to a descriptor that the program inherited, and closes it. False when it
 /// is not open for writing.

@@ -52,6 +52,11 @@ void ReplaceFile(const std::string& path, std::string_view contents)
     }
 }
 
+std::FILE* OpenToAppend(const std::string& path)
+{
+    return std::fopen(path.c_str(), "ae");
+}
+
 bool WriteAndClose(int descriptor, std::string_view text)
 {
     const bool written = WriteAll(descriptor, text);

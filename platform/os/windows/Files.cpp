@@ -5,6 +5,7 @@
 #include <io.h>
 #include <windows.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -39,6 +40,11 @@ void ReplaceFile(const std::string& path, std::string_view contents)
                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE) {
         Fail(path);
     }
+}
+
+std::FILE* OpenToAppend(const std::string& path)
+{
+    return std::fopen(path.c_str(), "aN");
 }
 
 bool WriteAndClose(int descriptor, std::string_view text)
