@@ -6,7 +6,9 @@
 #include <tests/service/RecordingLine.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -33,10 +35,18 @@ class HostilePayloadTest : public testing::Test {
         std::filesystem::remove(stateFile_);
     }
 
+    /// The built-in world, where nothing takes its time.
     static Settings MakeSettings()
     {
+        using std::chrono_literals::operator""ms;
         Settings settings;
         settings.world = ReadWorldFile(DefaultWorldText(), "default-world.json");
+        settings.world.wifi.switchDelay = 0ms;
+        for (simulation::GroupConfig* group : {&settings.world.group, &settings.world.softAp}) {
+            group->creation.delay = 0ms;
+            group->firstCreations.clear();
+            group->removeDelay = 0ms;
+        }
         return settings;
     }
 
@@ -55,11 +65,14 @@ class HostilePayloadTest : public testing::Test {
         return core_.Request(1, item);
     }
 
-    Bytes RandomBytes(std::size_t length)
+    /// All zeros, all ones, or anything, by turns.
+    Bytes NextPayload(std::size_t length)
     {
-        Bytes bytes(length);
-        for (std::uint8_t& byte : bytes) {
-            byte = static_cast<std::uint8_t>(random_.Next());
+        const int turn = turn_++ % 3;
+        Bytes bytes(length, turn == 0 ? 0 : 0xFF);
+        if (turn == 2) {
+            std::generate(bytes.begin(), bytes.end(),
+                          [this] { return static_cast<std::uint8_t>(random_.Next()); });
         }
         return bytes;
     }
@@ -67,6 +80,7 @@ class HostilePayloadTest : public testing::Test {
     std::string stateFile_ = testing::TempDir() + "pelacon-hostile.state";
     RecordingLine line_;
     Random random_{20};
+    int turn_ = 0;
     Core core_;
 };
 
@@ -80,14 +94,23 @@ TEST_F(HostilePayloadTest, AnyLengthOfAnyRequestIsAnsweredInFull)
         for (const std::size_t length :
              std::set<std::size_t>{0, 1, 3, size / 2, size - (size > 0 ? 1 : 0), size, size + 1,
                                    2 * size + 7, 2048, 64 * 1024}) {
-            for (const Bytes& payload :
-                 {Bytes(length, 0), Bytes(length, 0xFF), RandomBytes(length)}) {
-                const IPCReply reply = Send(entry, payload);
-                if (reply.kind == IPCReplyKind::kPayload && entry.replySize != 0 &&
-                    protocol::FindRequest(entry.id, length) == &entry) {
-                    EXPECT_EQ(reply.payload.size(), entry.replySize) << entry.name;
-                }
+            const Bytes payload = NextPayload(length);
+            const IPCReply reply = Send(entry, payload);
+            if (reply.kind == IPCReplyKind::kPayload && entry.replySize != 0 &&
+                protocol::FindRequest(entry.id, length) == &entry) {
+                EXPECT_EQ(reply.payload.size(), entry.replySize) << entry.name;
             }
+        }
+    }
+}
+
+TEST_F(HostilePayloadTest, EveryOperationOfTheContractIsServed)
+{
+    for (const protocol::CatalogueEntry& entry : protocol::kCatalogue) {
+        if (entry.IsSentToService()) {
+            Send(entry, Bytes(entry.size));
+            const auto status = nlohmann::json::parse(core_.Control("status"));
+            ASSERT_EQ(status["counters"]["unknownRequests"], 0) << entry.name;
         }
     }
 }
