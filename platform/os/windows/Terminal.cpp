@@ -12,13 +12,28 @@ bool OutputIsTerminal()
            SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
-int TerminalWidth()
+namespace {
+
+/// The part of the console that can be seen; nothing wide and high where there is none.
+SMALL_RECT Window()
 {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info) == 0) {
-        return 0;
-    }
-    return info.srWindow.Right - info.srWindow.Left + 1;
+    const bool known = GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info) != 0;
+    return known ? info.srWindow : SMALL_RECT{0, 0, -1, -1};
+}
+
+}  // namespace
+
+int TerminalWidth()
+{
+    const SMALL_RECT window = Window();
+    return window.Right - window.Left + 1;
+}
+
+int TerminalHeight()
+{
+    const SMALL_RECT window = Window();
+    return window.Bottom - window.Top + 1;
 }
 
 }  // namespace pelacon::os

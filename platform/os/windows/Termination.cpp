@@ -1,23 +1,51 @@
 #include <os/Termination.h>
+#include <os/windows/Handle.h>
 
 #include <windows.h>
 
 #include <atomic>
-#include <cstddef>
+#include <stdexcept>
+#include <string>
 
 namespace pelacon::os {
 
 namespace {
 
-/// The event that came, plus one; 0 while none has.
-std::atomic<DWORD> happened{0};
+const char* const kEndEvent = "its end event was set";
+
+/// What came first, for people.
+std::atomic<const char*> happened{kEndEvent};
+
+/// Set when the program is to end. A program without a console is told so by setting the event
+/// "Local\Pelacon.end." with its process id behind it.
+HANDLE EndEvent()
+{
+    static const HANDLE event =
+        CreateEventA(nullptr, TRUE, FALSE,
+                     ("Local\\Pelacon.end." + std::to_string(GetCurrentProcessId())).c_str());
+    return event;
+}
+
+const char* NameOf(DWORD event)
+{
+    switch (event) {
+        case CTRL_C_EVENT:
+            return "Ctrl-C";
+        case CTRL_BREAK_EVENT:
+            return "Ctrl-Break";
+        case CTRL_CLOSE_EVENT:
+            return "its console was closed";
+        default:
+            return "the system ends the session";
+    }
+}
 
 // The system ends the process when this returns from one of the last three, so it does not: the
 // main thread's return ends it.
 BOOL WINAPI OnControl(DWORD event)
 {
-    happened.store(event + 1);
-    happened.notify_all();
+    happened = NameOf(event);
+    SetEvent(EndEvent());
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
         Sleep(INFINITE);
     }
@@ -28,23 +56,17 @@ BOOL WINAPI OnControl(DWORD event)
 
 Termination::Termination()
 {
+    if (EndEvent() == nullptr) {
+        throw std::runtime_error("cannot create the end event");
+    }
     SetConsoleCtrlHandler(nullptr, FALSE);
     SetConsoleCtrlHandler(&OnControl, TRUE);
 }
 
 const char* Termination::Wait()
 {
-    happened.wait(0);
-    switch (happened.load() - 1) {
-        case CTRL_C_EVENT:
-            return "Ctrl-C";
-        case CTRL_BREAK_EVENT:
-            return "Ctrl-Break";
-        case CTRL_CLOSE_EVENT:
-            return "its console was closed";
-        default:
-            return "the system ends the session";
-    }
+    WaitForSingleObject(EndEvent(), INFINITE);
+    return happened;
 }
 
 }  // namespace pelacon::os

@@ -1,0 +1,111 @@
+#include <IPCMessage/IPCControl.h>
+#include <os/Processes.h>
+#include <protocol/Operation.h>
+#include <tests/service/RuntimeFolder.h>
+#include <tests/support/ServiceProcess.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+namespace pelacon::test {
+
+namespace {
+
+std::string WriteWorld(const std::string& world)
+{
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() /
+        ("pelacon-world-" + std::to_string(os::CurrentProcessId()) + ".json");
+    std::ofstream(file) << world;
+    return file.string();
+}
+
+}  // namespace
+
+ServiceProcess::ServiceProcess(std::optional<std::string> world)
+{
+    service::tests::UseOwnRuntimeFolder();
+    if (world) {
+        worldFile_ = WriteWorld(*world);
+    }
+    Start();
+}
+
+ServiceProcess::~ServiceProcess()
+{
+    process_.reset();
+    if (worldFile_) {
+        std::error_code ignored;
+        std::filesystem::remove(*worldFile_, ignored);
+    }
+}
+
+void ServiceProcess::Start()
+{
+    std::vector<std::string> arguments{"--seed", "1"};
+    if (worldFile_) {
+        arguments.insert(arguments.end(), {"--world", *worldFile_});
+    }
+    process_.emplace(PELACON_SERVICE_EXECUTABLE, arguments);
+    const std::optional<std::string> line = process_->NextLine();
+    if (!line || !line->starts_with("ready ")) {
+        throw std::runtime_error("the service does not start: " + process_->Errors());
+    }
+}
+
+void ServiceProcess::End()
+{
+    process_->Terminate();
+    EXPECT_EQ(process_->Wait(), 0) << process_->Errors();
+}
+
+void ServiceProcess::Restart()
+{
+    End();
+    Start();
+}
+
+nlohmann::json ServiceProcess::Command(const nlohmann::json& command) const
+{
+    IPCControlError error{};
+    const auto answer =
+        IPCSendControl(protocol::kServicePipe, command.dump(), ChildProcess::kPatience, error);
+    if (!answer) {
+        throw std::runtime_error("no answer to a command: " + error.message);
+    }
+    nlohmann::json fields = nlohmann::json::parse(*answer);
+    EXPECT_EQ(fields.value("ok", false), true) << command << " -> " << fields;
+    return fields;
+}
+
+CommandResult Pelaconctl(const std::vector<std::string>& arguments)
+{
+    ChildProcess process(PelaconctlPath(), arguments);
+    const int exitCode = process.Wait();
+    return {exitCode, process.Output(), process.Errors()};
+}
+
+const std::string& PelaconctlPath()
+{
+    static const std::string path = PELACON_CTL_EXECUTABLE;
+    return path;
+}
+
+bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+}  // namespace pelacon::test

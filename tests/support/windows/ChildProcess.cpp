@@ -1,0 +1,271 @@
+#include <os/windows/Handle.h>
+#include <tests/support/ChildProcess.h>
+#include <tests/support/TextStream.h>
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <stdexcept>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+namespace pelacon::test {
+
+namespace {
+
+using os::MakeHandle;
+using os::OwnedHandle;
+using Clock = std::chrono::steady_clock;
+
+[[noreturn]] void Fail(const std::string& what)
+{
+    throw std::runtime_error(what + ": error " + std::to_string(GetLastError()));
+}
+
+SECURITY_ATTRIBUTES Inheritable()
+{
+    return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+}
+
+/// Where output is read, and where the child writes it.
+struct Channel {
+    OwnedHandle reading;
+    OwnedHandle writing;
+};
+
+Channel MakePipe()
+{
+    SECURITY_ATTRIBUTES attributes = Inheritable();
+    HANDLE reading = nullptr;
+    HANDLE writing = nullptr;
+    if (CreatePipe(&reading, &writing, &attributes, 0) == 0) {
+        Fail("CreatePipe");
+    }
+    SetHandleInformation(reading, HANDLE_FLAG_INHERIT, 0);
+    return {OwnedHandle(reading), OwnedHandle(writing)};
+}
+
+/// A word of a command line, quoted so that the program reads it back as it is.
+std::string Quoted(const std::string& word)
+{
+    std::string quoted = "\"";
+    std::size_t backslashes = 0;
+    for (const char character : word) {
+        if (character == '"') {
+            quoted.append(backslashes + 1, '\\');
+        }
+        backslashes = character == '\\' ? backslashes + 1 : 0;
+        quoted += character;
+    }
+    quoted.append(backslashes, '\\');
+    return quoted + "\"";
+}
+
+std::string CommandLine(const std::string& program, const std::vector<std::string>& arguments)
+{
+    std::string line = Quoted(program);
+    for (const std::string& argument : arguments) {
+        line += " " + Quoted(argument);
+    }
+    return line;
+}
+
+/// This process's environment with some variables replaced, as CreateProcess wants it.
+std::string EnvironmentWith(const std::vector<std::string>& additions)
+{
+    std::string block;
+    const auto add = [&](std::string_view variable) { block.append(variable).push_back('\0'); };
+    char* const own = GetEnvironmentStringsA();
+    for (const char* variable = own; *variable != '\0';
+         variable += std::string_view(variable).size() + 1) {
+        const std::string_view text(variable);
+        const std::string_view name = text.substr(0, text.find('=', 1) + 1);
+        bool replaced = false;
+        for (const std::string& added : additions) {
+            replaced = replaced || std::string_view(added).starts_with(name);
+        }
+        if (!replaced) {
+            add(text);
+        }
+    }
+    FreeEnvironmentStringsA(own);
+    for (const std::string& added : additions) {
+        add(added);
+    }
+    block.push_back('\0');
+    return block;
+}
+
+/// Text that comes in on a thread of its own, with the line ends of all other systems.
+class Stream {
+  public:
+    explicit Stream(OwnedHandle from) : from_(std::move(from)), thread_([this] { Read(); }) {}
+    ~Stream() { Join(); }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    /// Until the other end is closed.
+    void Join()
+    {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+
+    TextStream& Text() { return text_; }
+
+  private:
+    void Read()
+    {
+        char bytes[4096];
+        DWORD count = 0;
+        while (ReadFile(from_.get(), bytes, sizeof bytes, &count, nullptr) != 0) {
+            std::string text(bytes, count);
+            std::erase(text, '\r');
+            text_.Append(text);
+        }
+        text_.End();
+    }
+
+    OwnedHandle from_;
+    TextStream text_;
+    std::thread thread_;
+};
+
+PROCESS_INFORMATION Spawn(const std::string& program, const std::vector<std::string>& arguments,
+                          const ChildProcess::Options& options, HANDLE output, HANDLE errors)
+{
+    SECURITY_ATTRIBUTES attributes = Inheritable();
+    const OwnedHandle input =
+        MakeHandle(CreateFileA("NUL", GENERIC_READ, 0, &attributes, OPEN_EXISTING, 0, nullptr));
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = input.get();
+    startup.hStdOutput = output;
+    startup.hStdError = errors;
+    std::string line = CommandLine(program, arguments);
+    std::string environment = EnvironmentWith(options.environment);
+    PROCESS_INFORMATION process{};
+    if (CreateProcessA(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                       CREATE_NEW_PROCESS_GROUP, environment.data(), nullptr, &startup,
+                       &process) == 0) {
+        Fail(program);
+    }
+    CloseHandle(process.hThread);
+    return process;
+}
+
+}  // namespace
+
+class ChildProcess::Implementation {
+  public:
+    Implementation(const std::string& program, const std::vector<std::string>& arguments,
+                   const Options& options)
+    {
+        if (options.terminal) {
+            throw std::runtime_error("there are no terminals to run programs in here");
+        }
+        Channel output = MakePipe();
+        Channel errors = MakePipe();
+        const PROCESS_INFORMATION process =
+            Spawn(program, arguments, options, output.writing.get(), errors.writing.get());
+        process_.reset(process.hProcess);
+        id_ = process.dwProcessId;
+        output_.emplace(std::move(output.reading));
+        errors_.emplace(std::move(errors.reading));
+    }
+
+    ~Implementation()
+    {
+        Kill();
+        WaitForSingleObject(process_.get(), INFINITE);
+    }
+
+    DWORD Id() const { return id_; }
+    void Kill() { TerminateProcess(process_.get(), static_cast<UINT>(-1)); }
+
+    int Wait(std::chrono::milliseconds patience)
+    {
+        if (WaitForSingleObject(process_.get(), static_cast<DWORD>(patience.count())) !=
+            WAIT_OBJECT_0) {
+            ADD_FAILURE() << "the program does not end; its output: " << Output().Text();
+            return -1;
+        }
+        output_->Join();
+        errors_->Join();
+        DWORD exitCode = 0;
+        GetExitCodeProcess(process_.get(), &exitCode);
+        return static_cast<int>(exitCode);
+    }
+
+    TextStream& Output() { return output_->Text(); }
+    TextStream& Errors() { return errors_->Text(); }
+
+  private:
+    OwnedHandle process_;
+    DWORD id_ = 0;
+    std::optional<Stream> output_;
+    std::optional<Stream> errors_;
+};
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
+                           const Options& options)
+    : implementation_(std::make_unique<Implementation>(program, arguments, options))
+{}
+
+ChildProcess::~ChildProcess() = default;
+
+std::uint32_t ChildProcess::Id() const
+{
+    return implementation_->Id();
+}
+
+void ChildProcess::Interrupt()
+{
+    if (GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, implementation_->Id()) == 0) {
+        ADD_FAILURE() << "there is no console to interrupt the program from";
+    }
+}
+
+void ChildProcess::Terminate()
+{
+    const std::string name = "Local\\Pelacon.end." + std::to_string(implementation_->Id());
+    const OwnedHandle event(OpenEventA(EVENT_MODIFY_STATE, FALSE, name.c_str()));
+    if (!event || SetEvent(event.get()) == 0) {
+        ADD_FAILURE() << "the program does not wait to be ended";
+    }
+}
+
+void ChildProcess::Kill()
+{
+    implementation_->Kill();
+}
+
+int ChildProcess::Wait(std::chrono::milliseconds patience)
+{
+    return implementation_->Wait(patience);
+}
+
+std::optional<std::string> ChildProcess::NextLine(std::chrono::milliseconds patience)
+{
+    return implementation_->Output().NextLine(Clock::now() + patience);
+}
+
+bool ChildProcess::WaitForOutput(const std::string& text, std::chrono::milliseconds patience)
+{
+    return implementation_->Output().WaitFor(text, Clock::now() + patience);
+}
+
+std::string ChildProcess::Output() const
+{
+    return implementation_->Output().Text();
+}
+
+std::string ChildProcess::Errors() const
+{
+    return implementation_->Errors().Text();
+}
+
+}  // namespace pelacon::test
