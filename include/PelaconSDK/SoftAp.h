@@ -15,7 +15,7 @@ PELACON_ENUM(SoftApResult){
     kSoftApWifiOff = 1,      /* Wi-Fi is switched off */
     kSoftApOtherPurpose = 3, /* it was created for another purpose than it is destroyed for */
     kSoftApNotExisting = 7,  /* there is none to destroy */
-    kSoftApNoChannel = 10,   /* no channel that both this computer and the phone support */
+    kSoftApNotPossible = 10, /* the radio could not; such as for want of a channel for both sides */
     kSoftApAlreadyExists = 0x10000001, /* there is one already; as kConnectGoAlreadyExist */
 };
 

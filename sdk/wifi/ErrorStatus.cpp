@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <ratio>
+#include <system_error>
 #include <utility>
 
 namespace pelacon {
@@ -154,6 +155,10 @@ void ErrorStatus::DestroyInstance()
     }
     condition_.notify_all();
     for (std::thread& worker : workers_) {
+        if (worker.get_id() == std::this_thread::get_id()) {
+            // Not every system finds this out by itself.
+            throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+        }
         worker.join();
     }
     LogEnd(kFunction);

@@ -338,10 +338,15 @@ void SoftApFamily::TellStation(bool joined)
 void SoftApFamily::Describe(nlohmann::json& status) const
 {
     status["softAp"] = {
-        {"exists", ap_.Exists()},         {"ssid", ap_.Describe().ssid},
-        {"channel", Channel()},           {"stations", ap_.Stations().size()},
-        {"lastError", lastError_},        {"restarts", restarts_},
-        {"listeners", listeners_.size()}, {"connectionListeners", connectionListeners_.size()},
+        {"exists", ap_.Exists()},
+        {"beingMade", ap_.IsCreating()},
+        {"ssid", ap_.Describe().ssid},
+        {"channel", Channel()},
+        {"stations", ap_.Stations().size()},
+        {"lastError", lastError_},
+        {"restarts", restarts_},
+        {"listeners", listeners_.size()},
+        {"connectionListeners", connectionListeners_.size()},
     };
     status["phone"] = {
         {"model", phone_.model},

@@ -82,7 +82,11 @@ class TestClient {
             return std::nullopt;
         }
         using Result = typename detail::ReplyOf<Reply>::Type;
-        return Result(detail::Decode<Reply>(*reply));
+        if constexpr (std::is_same_v<Result, Bytes>) {
+            return reply;
+        } else {
+            return Result(detail::Decode<Reply>(*reply));
+        }
     }
 
     mutable std::mutex mutex_;

@@ -49,6 +49,11 @@ std::vector<LogLine> LinesOf(const std::string& function)
 /// A notifier of the test's own.
 class ErrorStatusTest : public StoppedSdkTest {
   protected:
+    void SetUp() override
+    {
+        StoppedSdkTest::SetUp();
+        status = ErrorStatusAccess::Make();
+    }
     void TearDown() override
     {
         Finish();
@@ -64,7 +69,7 @@ class ErrorStatusTest : public StoppedSdkTest {
         }
     }
 
-    ErrorStatusAccess::Owned status = ErrorStatusAccess::Make();
+    ErrorStatusAccess::Owned status;
 
   private:
     bool ended_ = false;

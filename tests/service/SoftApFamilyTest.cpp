@@ -1,0 +1,518 @@
+#include <protocol/ServiceStatus.h>
+#include <protocol/SoftAp.h>
+#include <protocol/WifiChannels.h>
+#include <protocol/WifiState.h>
+#include <tests/service/ServiceFixture.h>
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <set>
+#include <string>
+
+namespace pelacon::service::tests {
+namespace {
+
+using protocol::kStatusBusy;
+using protocol::kStatusDone;
+using protocol::kStatusNotFound;
+using protocol::kStatusNotSupported;
+using protocol::kStatusRadioOff;
+using protocol::SoftApInfoMessage;
+using ::testing::ElementsAre;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+constexpr char kWorld[] = R"({
+    "wifi": {"switchMs": 1,
+             "channels": [{"channel": 149, "load": 30}, {"channel": 6, "load": 10},
+                          {"channel": 1, "load": 5}, {"channel": 36, "load": 20}],
+             "connected": {"ssid": "Home", "channel": 149}},
+    "wifiCards": {"interfaces": [
+        {"name": "wlan0", "guid": "{5E1AC0DE-0000-4000-8000-000000000001}"},
+        {"name": "ap0", "guid": "{5E1AC0DE-0000-4000-8000-00000000000A}"}]},
+    "softAp": {"ssid": "Desk AP", "passPhrase": "eight letters", "address": "AA:BB:CC:DD:EE:0F",
+               "ipAddress": "10.0.0.1", "creation": {"ms": 1}, "removeMs": 1},
+    "phone": {"model": "Phone 9", "channels": [36, 149, 6, 157], "connectionChannel": 6}})";
+
+constexpr std::uint8_t kAny = 0;
+constexpr std::uint8_t k24G = 1;
+constexpr std::uint8_t k5G = 2;
+constexpr std::int32_t kAlreadyExists = 0x10000001;
+
+class SoftApFamilyTest : public ServiceTest {
+  protected:
+    SoftApFamilyTest() { StartService(kWorld); }
+
+    void StartAnew(const std::string& world)
+    {
+        EndService();
+        StartService(world);
+    }
+
+    static SoftApInfoMessage Create(TestClient& client, std::uint8_t band = kAny,
+                                    std::int32_t purpose = 0)
+    {
+        SoftApInfoMessage request{};
+        request.requestByte = band;
+        request.requestInt = purpose;
+        const auto reply = client.Call(protocol::kSystemCreateSoftAP, request);
+        EXPECT_TRUE(reply);
+        return reply.value_or(SoftApInfoMessage{});
+    }
+    static std::int32_t Destroy(TestClient& client, std::int32_t purpose = 0)
+    {
+        const auto reply = client.Call(protocol::kSystemDestroySoftAP, {purpose});
+        return reply.value_or(protocol::Int32Record{-99}).value;
+    }
+    static std::int32_t LastError(TestClient& client)
+    {
+        return client.Call(protocol::kGetSoftApError)->value;
+    }
+    static int Channel(TestClient& client)
+    {
+        return client.Call(protocol::kGetSoftAPChannel)->value;
+    }
+    static bool Exists(TestClient& client)
+    {
+        return client.Call(protocol::kCheckMySoftAPExist)->value != 0;
+    }
+    static void Listen(TestClient& client)
+    {
+        EXPECT_EQ(client.Call(protocol::kRegisterSoftApNotification)->status, kStatusDone);
+        EXPECT_TRUE(client.Call(protocol::kRegistSoftApConnectStatus));
+    }
+    static std::string NextAdvertisement(TestClient& client)
+    {
+        const auto told = client.Next(protocol::kSoftApAdvertisement);
+        return std::to_string(told.status) + ' ' + std::to_string(told.channel) + ' ' +
+               std::string(TextIn(told.ssid));
+    }
+    void Join(const char* address) { Command({{"command", "softap.join"}, {"address", address}}); }
+    void Leave(const char* address)
+    {
+        Command({{"command", "softap.leave"}, {"address", address}});
+    }
+};
+
+// ---- Its life
+
+TEST_F(SoftApFamilyTest, IsCreatedAndDescribed)
+{
+    TestClient client(PipeName());
+    EXPECT_FALSE(Exists(client));
+    EXPECT_EQ(client.Call(protocol::kGetLegacyAPIP), "");
+    const SoftApInfoMessage info = Create(client, k5G, 1);
+    EXPECT_EQ(info.errorCode, kStatusDone);
+    EXPECT_EQ(TextIn(info.ssid), "Desk AP");
+    EXPECT_EQ(TextIn(info.password), "eight letters");
+    EXPECT_THAT(info.mac, ElementsAre(0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0x0F));
+    EXPECT_EQ(TextIn(info.ipAddress), "10.0.0.1");
+    EXPECT_EQ(info.apByte1, 149);
+    EXPECT_EQ(info.apByte2, 2);
+    EXPECT_TRUE(Exists(client));
+    EXPECT_EQ(Channel(client), 149);
+    EXPECT_EQ(client.Call(protocol::kGetSSID), "Desk AP");
+    EXPECT_EQ(client.Call(protocol::kGetLegacyAPIP), "10.0.0.1");
+    EXPECT_EQ(LastError(client), kStatusDone);
+    EXPECT_EQ(Destroy(client, 1), kStatusDone);
+    EXPECT_FALSE(Exists(client));
+    EXPECT_EQ(Channel(client), 0);
+}
+
+TEST_F(SoftApFamilyTest, ThereIsOneAtATime)
+{
+    TestClient one(PipeName());
+    TestClient other(PipeName());
+    EXPECT_EQ(Create(one, k5G).errorCode, kStatusDone);
+    const SoftApInfoMessage second = Create(other, k24G);
+    EXPECT_EQ(second.errorCode, kAlreadyExists);
+    EXPECT_EQ(second.apByte1, 149) << "the one that there is";
+    EXPECT_EQ(LastError(other), kAlreadyExists);
+    EXPECT_EQ(Destroy(other), kStatusDone);
+    EXPECT_EQ(Destroy(one), kStatusNotFound);
+    EXPECT_EQ(LastError(one), kStatusNotFound);
+}
+
+TEST_F(SoftApFamilyTest, IsDestroyedForThePurposeItWasCreatedFor)
+{
+    TestClient client(PipeName());
+    Create(client, kAny, 1);
+    EXPECT_EQ(Destroy(client, 2), kStatusBusy);
+    EXPECT_EQ(LastError(client), kStatusBusy);
+    EXPECT_TRUE(Exists(client));
+    EXPECT_EQ(Destroy(client, 1), kStatusDone);
+    Create(client, kAny, 2);
+    EXPECT_EQ(Destroy(client, 0), kStatusDone) << "for any purpose";
+    Create(client, kAny, 0);
+    EXPECT_EQ(Destroy(client, 2), kStatusDone) << "was created for any purpose";
+}
+
+TEST_F(SoftApFamilyTest, IsThereOnlyWhileWifiIsOn)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    client.Call(protocol::kRegistWifiStateChangeCallback);
+    Create(client, k5G);
+    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP");
+    client.Call(protocol::kEnableWifi, {0});
+    EXPECT_EQ(NextAdvertisement(client), "0 0 ");
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, 1);
+    EXPECT_FALSE(Exists(client));
+    EXPECT_EQ(Create(client).errorCode, kStatusRadioOff);
+    EXPECT_EQ(LastError(client), kStatusRadioOff);
+}
+
+TEST_F(SoftApFamilyTest, ThatComesToNothingSaysSo)
+{
+    StartAnew(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
+    TestClient client(PipeName());
+    EXPECT_EQ(Create(client).errorCode, kStatusNotSupported);
+    EXPECT_EQ(LastError(client), kStatusNotSupported);
+    EXPECT_FALSE(Exists(client));
+}
+
+TEST_F(SoftApFamilyTest, ACreationThatTakesLongCanBeEnded)
+{
+    StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
+    TestClient client(PipeName());
+    auto creation = std::async(std::launch::async, [&] { return Create(client); });
+    EXPECT_TRUE(Eventually([&] {
+        return Command({{"command", "status"}})["softAp"]["beingMade"] == true;
+    }));
+    TestClient other(PipeName());
+    EXPECT_EQ(Create(other).errorCode, kAlreadyExists);
+    EXPECT_EQ(Destroy(other), kStatusDone) << "before it was there";
+    EXPECT_EQ(creation.get().errorCode, protocol::kStatusInterrupted);
+}
+
+// ---- Its name
+
+TEST_F(SoftApFamilyTest, IsGivenANewName)
+{
+    TestClient client(PipeName());
+    EXPECT_TRUE(client.Call(protocol::kChangeSSIDAndPasswd));
+    const auto ssid = client.Call(protocol::kGetSSID);
+    ASSERT_TRUE(ssid);
+    EXPECT_THAT(*ssid, StartsWith("Pelacon-"));
+    const SoftApInfoMessage info = Create(client);
+    EXPECT_EQ(TextIn(info.ssid), *ssid);
+    EXPECT_EQ(TextIn(info.password).size(), 12U);
+}
+
+TEST_F(SoftApFamilyTest, KeepsItsNameUntilItIsCreatedAgain)
+{
+    TestClient client(PipeName());
+    Create(client);
+    client.Call(protocol::kChangeSSIDAndPasswd);
+    EXPECT_EQ(client.Call(protocol::kGetSSID), "Desk AP");
+    Destroy(client);
+    EXPECT_THAT(*client.Call(protocol::kGetSSID), StartsWith("Pelacon-"));
+    EXPECT_THAT(std::string(TextIn(Create(client).ssid)), StartsWith("Pelacon-"));
+}
+
+TEST_F(SoftApFamilyTest, NamesAreDrawnDifferently)
+{
+    TestClient client(PipeName());
+    std::set<std::string> names;
+    for (int round = 0; round < 5; ++round) {
+        client.Call(protocol::kChangeSSIDAndPasswd);
+        names.insert(client.Call(protocol::kGetSSID).value_or(""));
+    }
+    EXPECT_EQ(names.size(), 5U);
+}
+
+// ---- Its adapter
+
+TEST_F(SoftApFamilyTest, RunsOnTheLastInterface)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kGetAdapterIndex)->value, 2);
+    EXPECT_EQ(client.Call(protocol::kGetAdapterGuid), "{5E1AC0DE-0000-4000-8000-00000000000A}");
+}
+
+TEST_F(SoftApFamilyTest, EndsWhenItsAdapterIsRestarted)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    Create(client, k24G);
+    EXPECT_EQ(NextAdvertisement(client), "1 6 Desk AP");
+    EXPECT_EQ(client.Call(protocol::kRestartWiFiDirectVirtualAdapter, {0})->value, 1);
+    EXPECT_EQ(NextAdvertisement(client), "0 0 ");
+    EXPECT_EQ(client.Call(protocol::kRestartWiFiDirectVirtualAdapter, {1})->value, 1);
+    EXPECT_EQ(client.Call(protocol::kGetRestartCount)->value, 2);
+    EXPECT_EQ(client.Call(protocol::kGetWakeUpRestartCount)->value, 1);
+    client.Call(protocol::kResetWakeUpCount);
+    EXPECT_EQ(client.Call(protocol::kGetRestartCount)->value, 2);
+    EXPECT_EQ(client.Call(protocol::kGetWakeUpRestartCount)->value, 0);
+}
+
+TEST_F(SoftApFamilyTest, TheAdapterDoesNotRestartWhileWifiIsOff)
+{
+    TestClient client(PipeName());
+    client.Call(protocol::kRegistWifiStateChangeCallback);
+    client.Call(protocol::kEnableWifi, {0});
+    client.Next(protocol::kWifiSwitchState);
+    EXPECT_EQ(client.Call(protocol::kRestartWiFiDirectVirtualAdapter, {1})->value, 0);
+    EXPECT_EQ(client.Call(protocol::kGetRestartCount)->value, 0);
+}
+
+// ---- What is kept for programs
+
+TEST_F(SoftApFamilyTest, KeepsTheModelName)
+{
+    TestClient client(PipeName());
+    auto model = client.Call(protocol::kGetPairDeviceModelName);
+    EXPECT_EQ(TextIn(model->name), "Phone 9");
+    EXPECT_EQ(model->result, 1);
+    EXPECT_EQ(client.Call(protocol::kSetPairDeviceModelName, std::string(300, 'x'))->value, 1);
+    model = client.Call(protocol::kGetPairDeviceModelName);
+    EXPECT_EQ(TextIn(model->name), std::string(255, 'x')) << "with room for the NUL";
+    client.Call(protocol::kSetPairDeviceModelName, "");
+    EXPECT_EQ(client.Call(protocol::kGetPairDeviceModelName)->result, 0);
+}
+
+TEST_F(SoftApFamilyTest, KeepsTheHotspotFlag)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kGetRestartMobileHotpotFlag)->value, 0);
+    client.Call(protocol::kSetRestartMobileHotpotFlag, {1});
+    EXPECT_EQ(client.Call(protocol::kGetRestartMobileHotpotFlag)->value, 1);
+    client.Call(protocol::kSetRestartMobileHotpotFlag, {0});
+    EXPECT_EQ(client.Call(protocol::kGetRestartMobileHotpotFlag)->value, 0);
+}
+
+TEST_F(SoftApFamilyTest, TakesProductTypesWithinLimits)
+{
+    TestClient client(PipeName());
+    const auto set = [&](const std::string& text) {
+        return client.Call(protocol::kSetListProductType, Bytes(text.begin(), text.end()))->value;
+    };
+    EXPECT_EQ(set("phone,tablet,"), 1);
+    EXPECT_EQ(set(""), 1);
+    EXPECT_EQ(set(std::string(65, 'x') + ","), 0);
+    EXPECT_EQ(set(std::string(65, ',')), 0) << "too many";
+}
+
+TEST_F(SoftApFamilyTest, TellsTheMachinesOwnConnection)
+{
+    TestClient client(PipeName());
+    auto connected = client.Call(protocol::kIsAPConnected);
+    EXPECT_EQ(connected->connected, 1);
+    EXPECT_EQ(connected->value, 149);
+    EXPECT_EQ(TextIn(connected->text), "Home");
+    Command({{"command", "wifi.disconnect"}});
+    connected = client.Call(protocol::kIsAPConnected);
+    EXPECT_EQ(connected->connected, 0);
+    EXPECT_EQ(connected->value, 0);
+    EXPECT_EQ(TextIn(connected->text), "");
+}
+
+// ---- Who hears of it
+
+TEST_F(SoftApFamilyTest, TellsOfDevicesAndOfTheFirstAndTheLast)
+{
+    TestClient client(PipeName());
+    TestClient deaf(PipeName());
+    Listen(client);
+    Create(client);
+    Join("02:00:00:00:00:01");
+    Join("02:00:00:00:00:02");
+    Leave("02:00:00:00:00:01");
+    Leave("02:00:00:00:00:02");
+    for (const std::int32_t status : {1, 1, 0, 0}) {
+        EXPECT_EQ(client.Next(protocol::kSoftApDeviceConnection).value, status);
+    }
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
+    EXPECT_EQ(client.Waiting(protocol::kSoftApConnectStatus.id), 0U);
+    EXPECT_EQ(deaf.Waiting(protocol::kSoftApDeviceConnection.id), 0U);
+}
+
+TEST_F(SoftApFamilyTest, DevicesOfTheWorldComeAndGo)
+{
+    StartAnew(R"({"softAp": {"creation": {"ms": 1}, "stations": [
+        {"address": "02:00:00:00:00:01", "joinMs": 1, "stayMs": 1}]}})");
+    TestClient client(PipeName());
+    Listen(client);
+    Create(client);
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
+}
+
+TEST_F(SoftApFamilyTest, DestroyingItSendsItsDevicesAway)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    Create(client);
+    Join("02:00:00:00:00:01");
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
+    Destroy(client);
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
+}
+
+TEST_F(SoftApFamilyTest, WhoUnregistersGoesOnToHear)
+{
+    // It may have registered other objects.
+    TestClient client(PipeName());
+    Listen(client);
+    EXPECT_EQ(client.Call(protocol::kUnRegisterSoftApNotification)->status, kStatusDone);
+    Create(client, k5G);
+    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP");
+}
+
+// ---- Channels
+
+TEST_F(SoftApFamilyTest, MeetsThePhoneWhereNeitherNeedsToHop)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(Create(client).apByte1, 6) << "the phone's own connection";
+    Destroy(client);
+    Command({{"command", "phone.channel"}, {"channel", 0}});
+    EXPECT_EQ(Create(client).apByte1, 149) << "the machine's";
+    Destroy(client);
+    Command({{"command", "wifi.disconnect"}});
+    EXPECT_EQ(Create(client).apByte1, 6) << "the least busy one that both support";
+    Destroy(client);
+    EXPECT_EQ(Create(client, k5G).apByte1, 36);
+}
+
+TEST_F(SoftApFamilyTest, NeedsAChannelThatBothSupport)
+{
+    TestClient client(PipeName());
+    client.Call(protocol::kRemovePhoneSupportChannels);
+    client.Call(protocol::kAddPhoneSupport24Channel, {11});
+    EXPECT_EQ(Create(client).errorCode, kStatusNotSupported);
+    client.Call(protocol::kAddPhoneSupport24Channel, {1});
+    EXPECT_EQ(Create(client).apByte1, 1);
+    Destroy(client);
+    EXPECT_EQ(Create(client, k5G).errorCode, kStatusNotSupported);
+    EXPECT_EQ(Create(client, 9).errorCode, kStatusNotSupported) << "there is no such band";
+}
+
+TEST_F(SoftApFamilyTest, MovesBetweenTheBands)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 0) << "there is none to move";
+    Create(client, k24G);
+    EXPECT_EQ(NextAdvertisement(client), "1 6 Desk AP");
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 149);
+    EXPECT_EQ(NextAdvertisement(client), "2 149 Desk AP");
+    EXPECT_EQ(client.Call(protocol::kRepickChannelWithoutEffect, {0})->value, 6);
+    EXPECT_EQ(Channel(client), 149) << "without effect";
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {0})->value, 6);
+    EXPECT_EQ(NextAdvertisement(client), "2 6 Desk AP");
+}
+
+TEST_F(SoftApFamilyTest, ItsChannelIsPickedAnew)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kSystemRefreshSoftAPChannel)->value, 0);
+    Command({{"command", "phone.channel"}, {"channel", 36}});
+    EXPECT_EQ(Create(client, k5G).apByte1, 36);
+    Command({{"command", "phone.channel"}, {"channel", 149}});
+    EXPECT_EQ(client.Call(protocol::kSystemRefreshSoftAPChannel)->value, 149);
+    EXPECT_EQ(Channel(client), 149);
+}
+
+TEST_F(SoftApFamilyTest, Avoids5GHzWhereItHasFailed)
+{
+    TestClient client(PipeName());
+    Command({{"command", "phone.channel"}, {"channel", 0}});
+    client.Call(protocol::kCheckIsSet5GFailed);
+    EXPECT_EQ(Create(client).apByte1, 149) << "nothing has failed";
+    Destroy(client);
+    client.Call(protocol::kRemovePhoneSupportChannels);
+    client.Call(protocol::kAddPhoneSupport24Channel, {6});
+    Create(client);
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 6) << "it stays";
+    client.Call(protocol::kAddPhoneSupportChannel, {149});
+    client.Call(protocol::kCheckIsSet5GFailed);
+    Destroy(client);
+    EXPECT_EQ(Create(client).apByte1, 6);
+    Destroy(client);
+    EXPECT_EQ(Create(client, k5G).apByte1, 149) << "the band itself can still be had";
+    Destroy(client);
+    client.Call(protocol::kRemovePhoneSupportChannels);
+    EXPECT_EQ(Create(client).apByte1, 149) << "another phone, another chance";
+}
+
+TEST_F(SoftApFamilyTest, TheMachinesChannelsAreListed)
+{
+    TestClient client(PipeName());
+    for (const auto& operation :
+         {protocol::kGetPCChannelList, protocol::kGetPCSupportChannelList}) {
+        const auto lists = client.Call(operation);
+        EXPECT_EQ(TextIn(lists->first), "1,6");
+        EXPECT_EQ(TextIn(lists->second), "36,149");
+        EXPECT_EQ(lists->value, 149);
+    }
+}
+
+TEST_F(SoftApFamilyTest, ThePhonesChannelsAreRecorded)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannelList), "36,149,157");
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhone24GChannelList), "6");
+    EXPECT_EQ(client.Call(protocol::kGetPhoneChannelList), "6,36,149,157");
+    client.Call(protocol::kRemovePhoneSupportChannels);
+    EXPECT_EQ(client.Call(protocol::kGetPhoneChannelList), "");
+    for (const std::int32_t channel : {44, 40, 44, 6, 0, -1, 37, 1000}) {
+        client.Call(protocol::kAddPhoneSupportChannel, {channel});
+    }
+    for (const std::int32_t channel : {13, 14, 15, 36}) {
+        client.Call(protocol::kAddPhoneSupport24Channel, {channel});
+    }
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannelList), "44,40");
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhone24GChannelList), "13,14");
+}
+
+TEST_F(SoftApFamilyTest, ThePhonesConnectionIsRecorded)
+{
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 6);
+    client.Call(protocol::kSetPhoneCurrentChannel, {157});
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 157);
+    client.Call(protocol::kSetPhoneCurrentChannel, {158});
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 0);
+    Command({{"command", "phone.channel"}, {"channel", 40}});
+    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 40);
+}
+
+TEST_F(SoftApFamilyTest, BandsAndFrequenciesAreThoseOfTheStandard)
+{
+    struct Row {
+        std::int32_t channel;
+        std::int32_t type;
+        std::int32_t megahertz;
+    };
+    TestClient client(PipeName());
+    for (const Row& row :
+         {Row{1, 0, 2412}, Row{6, 0, 2437}, Row{13, 0, 2472}, Row{14, 0, 2484}, Row{36, 1, 5180},
+          Row{64, 1, 5320}, Row{100, 1, 5500}, Row{144, 1, 5720}, Row{149, 1, 5745},
+          Row{165, 1, 5825}, Row{177, 1, 5885}, Row{0, -1, 0}, Row{15, -1, 0}, Row{-6, -1, 0},
+          Row{37, -1, 0}, Row{148, -1, 0}, Row{181, -1, 0}}) {
+        EXPECT_EQ(client.Call(protocol::kGetFrequenceType, {row.channel})->value, row.type);
+        EXPECT_EQ(client.Call(protocol::kIs24GChannel, {row.channel})->value, row.type == 0);
+        EXPECT_EQ(client.Call(protocol::kIs5GChannel, {row.channel})->value, row.type == 1);
+        EXPECT_EQ(client.Call(protocol::kGetFrequencyFromChannel, {row.channel})->value,
+                  row.megahertz)
+            << row.channel;
+    }
+}
+
+TEST_F(SoftApFamilyTest, IsPartOfTheStatus)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    Create(client, k5G);
+    const nlohmann::json status = Command({{"command", "status"}});
+    EXPECT_EQ(status["softAp"]["exists"], true);
+    EXPECT_EQ(status["softAp"]["channel"], 149);
+    EXPECT_EQ(status["softAp"]["listeners"], 1);
+    EXPECT_EQ(status["phone"]["model"], "Phone 9");
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests

@@ -1,0 +1,112 @@
+#include <protocol/WifiState.h>
+#include <tests/service/ServiceFixture.h>
+
+#include <gmock/gmock.h>
+
+namespace pelacon::service::tests {
+namespace {
+
+constexpr char kWorld[] = R"({"wifi": {"switchMs": 1}, "phone": {"connectionChannel": 6}})";
+
+enum State : std::int32_t { kOff = 1, kOn = 2 };
+
+class WifiStateFamilyTest : public ServiceTest {
+  protected:
+    WifiStateFamilyTest() { StartService(kWorld); }
+
+    static std::int32_t StateOf(TestClient& client)
+    {
+        return client.Call(protocol::kGetWifiState)->value;
+    }
+    static void ListenToSwitch(TestClient& client)
+    {
+        EXPECT_EQ(client.Call(protocol::kRegistWifiStateChangeCallback)->value, 1);
+    }
+    static void ListenToChannel(TestClient& client)
+    {
+        EXPECT_EQ(client.Call(protocol::kRegistWifiStateChangeCallBack)->value, 1);
+    }
+};
+
+TEST_F(WifiStateFamilyTest, SwitchesAndTellsThoseWhoRegistered)
+{
+    TestClient listener(PipeName());
+    TestClient actor(PipeName());
+    ListenToSwitch(listener);
+    EXPECT_EQ(StateOf(actor), kOn);
+    EXPECT_EQ(actor.Call(protocol::kEnableWifi, {0})->value, 0);
+    EXPECT_EQ(listener.Next(protocol::kWifiSwitchState).value, kOff);
+    EXPECT_EQ(StateOf(actor), kOff);
+    EXPECT_EQ(actor.Call(protocol::kEnableWifi, {1})->value, 0);
+    EXPECT_EQ(listener.Next(protocol::kWifiSwitchState).value, kOn);
+    EXPECT_EQ(actor.Waiting(protocol::kWifiSwitchState.id), 0U);
+}
+
+TEST_F(WifiStateFamilyTest, SwitchingToWhatItIsTellsNothing)
+{
+    TestClient client(PipeName());
+    ListenToSwitch(client);
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {1})->value, 0);
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 0);
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "nothing was told before";
+}
+
+TEST_F(WifiStateFamilyTest, WithoutAnAdapterNothingIsSwitched)
+{
+    EndService();
+    StartService(R"({"wifiCards": {"cards": ["absent"]}})");
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 2);
+}
+
+TEST_F(WifiStateFamilyTest, WhoUnregistersGoesOnToHear)
+{
+    // It may have registered other objects.
+    TestClient client(PipeName());
+    ListenToSwitch(client);
+    EXPECT_EQ(client.Call(protocol::kUnRegistWifiStateChangeCallback)->value, 1);
+    client.Call(protocol::kEnableWifi, {0});
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff);
+}
+
+TEST_F(WifiStateFamilyTest, ThePhonesChannelIsToldToThoseWhoRegistered)
+{
+    TestClient client(PipeName());
+    ListenToChannel(client);
+    const auto command = [](int channel) {
+        return nlohmann::json{{"command", "phone.channel"}, {"channel", channel}};
+    };
+    Command(command(149));
+    Command(command(149));
+    Command(command(0));
+    EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 149);
+    EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 0) << "each change once";
+    EXPECT_EQ(CommandText(command(37).dump())["ok"], false) << "no such channel";
+}
+
+TEST_F(WifiStateFamilyTest, ThePhoneOfTheWorldMoves)
+{
+    EndService();
+    StartService(R"({"phone": {"moves": [{"afterMs": 300, "channel": 11},
+                                         {"afterMs": 301, "channel": 0}]}})");
+    TestClient client(PipeName());
+    ListenToChannel(client);
+    EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 11);
+    EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 0);
+}
+
+TEST_F(WifiStateFamilyTest, NobodyHearsAfterLeaving)
+{
+    const auto listeners = [this] {
+        return Command({{"command", "status"}})["wifi"]["switchListeners"].get<int>();
+    };
+    {
+        TestClient client(PipeName());
+        ListenToSwitch(client);
+        EXPECT_EQ(listeners(), 1);
+    }
+    EXPECT_TRUE(Eventually([&] { return listeners() == 0; }));
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests
