@@ -10,4 +10,7 @@ bool OutputIsTerminal();
 /// Columns of the terminal that standard output goes to; 0 when there is none.
 int TerminalWidth();
 
+/// Rows of it; 0 when there is none.
+int TerminalHeight();
+
 }  // namespace pelacon::os

@@ -12,6 +12,7 @@ namespace pelacon::ctl {
 namespace {
 
 constexpr int kUsualWidth = 80;
+constexpr int kUsualHeight = 24;
 
 const char* ColourCode(Console::Style style)
 {
@@ -46,6 +47,12 @@ int Console::Width() const
     return width > 0 ? width : kUsualWidth;
 }
 
+int Console::Height() const
+{
+    const int height = os::TerminalHeight();
+    return height > 0 ? height : kUsualHeight;
+}
+
 std::string Console::Styled(Style style, std::string_view text) const
 {
     if (!colours_) {
@@ -73,7 +80,12 @@ void Console::Report(const nlohmann::ordered_json& record, std::string_view line
 
 void Console::Write(std::string_view line) const
 {
-    std::cout << line << '\n' << std::flush;
+    Put(std::string(line) + '\n');
+}
+
+void Console::Put(std::string_view text) const
+{
+    std::cout << text << std::flush;
     if (!std::cout) {
         throw Failure(ExitStatus::kFailed, "The output cannot be written.");
     }

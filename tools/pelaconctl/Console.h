@@ -26,6 +26,9 @@ class Console {
     /// Columns to lay tables out for: the terminal's, or 80 where there is none.
     int Width() const;
 
+    /// Rows of the terminal, or 24 where there is none.
+    int Height() const;
+
     /// The text as it should be written to appear in this style.
     std::string Styled(Style style, std::string_view text) const;
 
@@ -34,6 +37,9 @@ class Console {
 
     /// What happened, in both forms, of which one is written.
     void Report(const nlohmann::ordered_json& record, std::string_view line) const;
+
+    /// Text as it is, for what moves about on a terminal.
+    void Put(std::string_view text) const;
 
   private:
     void Write(std::string_view line) const;

@@ -2,6 +2,7 @@
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Text.h>
 
+#include <algorithm>
 #include <ctime>
 #include <iomanip>
 #include <optional>
@@ -71,6 +72,31 @@ std::string Formatted(const std::tm& parts, const char* format,
     text << std::put_time(&parts, format) << '.' << std::setw(3) << std::setfill('0')
          << milliseconds;
     return text.str();
+}
+
+/// Bytes of the UTF-8 character at the front of the text; 0 when there is none, or one that moves
+/// the cursor.
+std::size_t PrintableCharacter(std::string_view text)
+{
+    const auto byte = [&](std::size_t index) {
+        return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
+    };
+    const unsigned lead = byte(0);
+    if (lead < 0x80) {
+        return lead >= 0x20 && lead != 0x7F ? 1 : 0;
+    }
+    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    unsigned code = lead & (0x7FU >> size);
+    for (std::size_t i = 1; i < size; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80) {
+            return 0;
+        }
+        code = code << 6U | (byte(i) & 0x3FU);
+    }
+    constexpr unsigned kLowest[] = {0, 0, 0xA0, 0x800, 0x10000};  // below 0xA0 lie controls
+    const bool isCharacter = lead >= 0xC2 && lead <= 0xF4 && code >= kLowest[size] &&
+                             code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+    return isCharacter ? size : 0;
 }
 
 constexpr auto kUpper = "0123456789ABCDEF";
@@ -155,9 +181,38 @@ std::string BtStateName(std::int32_t state)
     }
 }
 
+std::string Printable(std::string_view text)
+{
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t size = PrintableCharacter(text);
+        result += size > 0 ? text.substr(0, size) : "?";
+        text.remove_prefix(size > 0 ? size : 1);
+    }
+    return result;
+}
+
+std::string Fit(std::string_view text, std::size_t columns)
+{
+    // Where each character begins, and where the text ends.
+    std::vector<std::size_t> starts;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80) {
+            starts.push_back(i);
+        }
+    }
+    if (starts.size() <= columns) {
+        return std::string(text) + std::string(columns - starts.size(), ' ');
+    }
+    constexpr std::string_view kMore = "..";
+    const std::size_t mark = std::min(columns, kMore.size());
+    return std::string(text.substr(0, starts[columns - mark])) + std::string(kMore.substr(0, mark));
+}
+
 std::string FormatMessageId(std::int32_t id)
 {
-    return "0x" + Digits(static_cast<std::uint32_t>(id), 6, kUpper);
+    const auto bits = static_cast<std::uint32_t>(id);
+    return "0x" + Digits(bits, bits > 0xFFFFFF ? 8 : 6, kUpper);
 }
 
 }  // namespace pelacon::ctl

@@ -33,6 +33,14 @@ std::string FormatClock(std::chrono::system_clock::time_point time);
 /// An adapter's state in words: "turning on".
 std::string BtStateName(std::int32_t state);
 
+/// Text that came from elsewhere, safe to show: control characters and what is not UTF-8 become
+/// question marks, so that nobody moves the cursor of somebody else's terminal.
+std::string Printable(std::string_view text);
+
+/// The text in exactly so many columns: cut, with ".." at the end, or with blanks behind it. It
+/// takes printable text, of which every character counts as one column.
+std::string Fit(std::string_view text, std::size_t columns);
+
 /// "0xD80062"
 std::string FormatMessageId(std::int32_t id);
 

@@ -20,6 +20,7 @@ using pelacon::ctl::Failure;
 constexpr auto kFooter = R"(Examples:
   pelaconctl bt on                   switch Bluetooth on and wait until it is
   pelaconctl bt status --json        the same for a program to read
+  pelaconctl scan --seconds 10       show the devices that advertise
   pelaconctl monitor                 watch what the service tells its clients
   pelaconctl service status          how the service is doing
 Each command explains itself: pelaconctl bt --help
@@ -97,6 +98,10 @@ int Run(int argc, char** argv)
         "Write JSON, one object a line; with every command, before or behind it");
 
     pelacon::ctl::AddBtCommand(program, console);
+    pelacon::ctl::AddScanCommand(program, console);
+    pelacon::ctl::AddAdvertiseCommand(program, console);
+    pelacon::ctl::AddTargetsCommand(program, console);
+    pelacon::ctl::AddGroupCommand(program, console);
     pelacon::ctl::AddMonitorCommand(program, console);
     pelacon::ctl::AddServiceCommand(program, console);
 

@@ -14,10 +14,24 @@ bool OutputIsTerminal()
     return isatty(STDOUT_FILENO) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
-int TerminalWidth()
+namespace {
+
+winsize Size()
 {
     winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
+}
+
+}  // namespace
+
+int TerminalWidth()
+{
+    return Size().ws_col;
+}
+
+int TerminalHeight()
+{
+    return Size().ws_row;
 }
 
 }  // namespace pelacon::os

@@ -10,8 +10,12 @@ namespace pelacon::ctl {
 
 class Console;
 
+void AddAdvertiseCommand(CLI::App& program, Console& console);
 void AddBtCommand(CLI::App& program, Console& console);
+void AddGroupCommand(CLI::App& program, Console& console);
 void AddMonitorCommand(CLI::App& program, Console& console);
+void AddScanCommand(CLI::App& program, Console& console);
 void AddServiceCommand(CLI::App& program, Console& console);
+void AddTargetsCommand(CLI::App& program, Console& console);
 
 }  // namespace pelacon::ctl

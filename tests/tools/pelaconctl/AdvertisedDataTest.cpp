@@ -1,0 +1,72 @@
+// What advertisements say, as people and programs read it.
+#include <tools/pelaconctl/AdvertisedData.h>
+#include <tools/pelaconctl/Failure.h>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <vector>
+
+namespace pelacon::ctl {
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using ::testing::ElementsAre;
+
+TEST(AdvertisedData, EveryPartIsRead)
+{
+    const Bytes bytes{2,    1,    6, 5,    3,    0x0F, 0x18, 0x09, 0x18, 4, 0x16, 0x0F,
+                      0x18, 0x64, 5, 0xFF, 0xFE, 0xCA, 1,    2,    3,    9, 'm',  'e'};
+    const AdvertisedData data = ReadAdvertisedData(bytes);
+    EXPECT_EQ(data.name, "me");
+    EXPECT_THAT(data.services, ElementsAre(0x180F, 0x1809));
+    ASSERT_TRUE(data.serviceData && data.manufacturer);
+    EXPECT_EQ(data.serviceData->identifier, 0x180F);
+    EXPECT_EQ(data.serviceData->data, Bytes{0x64});
+    EXPECT_EQ(DataText(data), "CAFE: 0102  180F: 64");
+    nlohmann::ordered_json record;
+    AddFields(record, data);
+    EXPECT_EQ(record.dump(), R"({"name":"me","services":["180F","1809"],)"
+                             R"("serviceData":{"uuid":"180F","data":"64"},)"
+                             R"("manufacturer":{"company":"CAFE","data":"0102"}})");
+}
+
+TEST(AdvertisedData, WhatIsNotThereIsLeftOut)
+{
+    const AdvertisedData data = ReadAdvertisedData(Bytes{2, 1, 6});
+    EXPECT_EQ(DataText(data), "");
+    nlohmann::ordered_json record = nlohmann::ordered_json::object();
+    AddFields(record, data);
+    EXPECT_EQ(record.dump(), "{}");
+}
+
+TEST(AdvertisedData, NonsenseIsNothing)
+{
+    for (const Bytes& bytes : {Bytes{}, Bytes{0}, Bytes{0, 9}, Bytes{9, 9, 'a'}, Bytes{2, 0x16, 1},
+                               Bytes{1, 0xFF}, Bytes{2, 3, 1}}) {
+        const AdvertisedData data = ReadAdvertisedData(bytes);
+        EXPECT_FALSE(data.name || data.serviceData || data.manufacturer);
+        EXPECT_TRUE(data.services.empty());
+    }
+}
+
+TEST(AdvertisedData, AShortNameIsBetterThanNone)
+{
+    EXPECT_EQ(ReadAdvertisedData(Bytes{3, 8, 'm', 'e'}).name, "me");
+    EXPECT_EQ(ReadAdvertisedData(Bytes{2, 8, 'm', 3, 9, 'm', 'e'}).name, "me");
+}
+
+TEST(AdvertisedData, IdentifiersAreFourDigits)
+{
+    EXPECT_EQ(FormatUuid16(0x0A), "000A");
+    EXPECT_EQ(ParseUuid16("180f"), 0x180F);
+    EXPECT_EQ(ParseUuid16("0x180F"), 0x180F);
+    for (const char* text : {"", "18", "180F00", "wxyz", "180"}) {
+        EXPECT_THROW(ParseUuid16(text), Failure) << text;
+    }
+}
+
+}  // namespace
+
+}  // namespace pelacon::ctl
