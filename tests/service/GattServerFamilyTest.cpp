@@ -1,4 +1,4 @@
-#include <protocol/BleAdvertiser.h>
+#include <protocol/ServiceLink.h>
 #include <tests/service/GattTest.h>
 
 #include <deque>
@@ -15,7 +15,7 @@ using protocol::kStatusNotConnected;
 using protocol::kStatusNotFound;
 using protocol::kStatusNotPermitted;
 using protocol::kStatusUnknownId;
-using ::testing::IsEmpty;
+using ::testing::AnyOf;
 
 enum Flags : std::int32_t { kRead = 0x02, kWriteOnly = 0x08, kNotify = 0x10, kIndicate = 0x20 };
 
@@ -193,14 +193,15 @@ TEST_F(GattServerFamilyTest, PublishingToWhomThatDoesNotReach)
     EXPECT_EQ(reading->Waiting(protocol::kGattNotification.id), 0U);
 }
 
-TEST_F(GattServerFamilyTest, FiftyPeersOfOneServer)
+TEST_F(GattServerFamilyTest, FiftyProgramsReadFromOne)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
+    std::deque<TestClient> programs;
     std::deque<GattCaller> clients;
     std::set<std::uint64_t> peers;
     for (int i = 0; i < 50; ++i) {
-        GattCaller& client = clients.emplace_back(*reading);
+        GattCaller& client = clients.emplace_back(programs.emplace_back(PipeName()));
         client.Connect(kThisMachine);
         peers.insert(server.Peer());
         EXPECT_EQ(client.Subscribe(kService, kRate), kStatusDone);
@@ -213,6 +214,36 @@ TEST_F(GattServerFamilyTest, FiftyPeersOfOneServer)
         EXPECT_EQ(peers.erase(peer), 1U);
         EXPECT_EQ(status, std::uint32_t{kStatusDone});
     }
+}
+
+/// It holds up nobody: its queue is bounded, and who lets it fill is taken for gone.
+TEST_F(GattServerFamilyTest, AProgramThatTakesNothingLosesItsConnections)
+{
+    GattPublisher server(*serving);
+    const std::int32_t handle = Serve(server);
+    TestClient another(PipeName());
+    GattCaller healthy(another);
+    healthy.Connect(kThisMachine);
+    server.Peer();
+    GattCaller slow(*reading);
+    slow.Connect(kThisMachine);
+    const std::uint64_t peer = server.Peer();
+    slow.Subscribe(kService, kRate);
+    reading->Pause(true);
+    int published = 0;
+    while (serving->Waiting(protocol::kGattPeerDisconnected.id) == 0) {
+        ASSERT_LT(++published, 20000);
+        ASSERT_THAT(server.Publish(handle, kRate, CountingBytes(1024), peer),
+                    AnyOf(kStatusDone, kStatusNotConnected));
+    }
+    EXPECT_GT(published, 1000) << "that many are kept for it";
+    EXPECT_EQ(server.PeerGone(), peer);
+    EXPECT_EQ(healthy.Read(kService, kRate).second, CountingBytes(1024));
+
+    reading->Pause(false);
+    reading->Next(protocol::kServiceStarted);
+    EXPECT_EQ(slow.Search(), kStatusUnknownId);
+    GattCaller(*reading).Connect(kThisMachine);
 }
 
 TEST_F(GattServerFamilyTest, AServiceIsSeenWhileItIsStarted)

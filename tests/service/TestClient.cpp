@@ -31,7 +31,8 @@ TestClient::TestClient(const std::wstring& pipeName)
             continue;
         }
         client_.RegisterMessageCallback(entry.id, [this](TagIPCMessageItem& item) {
-            const std::lock_guard lock(mutex_);
+            std::unique_lock lock(mutex_);
+            resumed_.wait(lock, [this] { return !paused_; });
             notifications_[item.msgId].emplace_back(item.message, item.message + item.length);
             arrived_.notify_all();
         });
@@ -64,6 +65,13 @@ Bytes TestClient::NextRaw(std::int32_t id)
     Bytes payload = std::move(notifications_[id].front());
     notifications_[id].pop_front();
     return payload;
+}
+
+void TestClient::Pause(bool pause)
+{
+    const std::lock_guard lock(mutex_);
+    paused_ = pause;
+    resumed_.notify_all();
 }
 
 std::size_t TestClient::Waiting(std::int32_t id) const

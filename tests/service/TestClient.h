@@ -25,6 +25,9 @@ inline constexpr std::chrono::seconds kPatience{10};
 class TestClient {
   public:
     explicit TestClient(const std::wstring& pipeName);
+    ~TestClient() { Pause(false); }
+    TestClient(const TestClient&) = delete;
+    TestClient& operator=(const TestClient&) = delete;
 
     /// Sends a request and decodes the reply; nothing when it is not answered, or without payload.
     /// A request that is text is a std::string_view, one that is bytes a ByteView.
@@ -68,6 +71,9 @@ class TestClient {
     }
     Bytes NextRaw(std::int32_t id);
 
+    /// Has the client take no further notifications, or take them again.
+    void Pause(bool pause);
+
     /// How many of this kind have come and were not asked for yet.
     std::size_t Waiting(std::int32_t id) const;
 
@@ -91,6 +97,8 @@ class TestClient {
 
     mutable std::mutex mutex_;
     std::condition_variable arrived_;
+    std::condition_variable resumed_;
+    bool paused_ = false;
     std::map<std::int32_t, std::deque<Bytes>> notifications_;
     IPCMessageClient client_;  // last: its thread uses the rest
 };
