@@ -183,7 +183,8 @@ IoStatus CallConnections::Open(Slot& slot, Deadline& deadline)
 {
     ConnectResult result = Connect(places_, deadline, stopped_);
     if (result.status != ConnectStatus::kConnected) {
-        return result.status == ConnectStatus::kBusy ? IoStatus::kTimeout : IoStatus::kLost;
+        const bool inTime = stopped_ || result.status != ConnectStatus::kBusy;
+        return inTime ? IoStatus::kLost : IoStatus::kTimeout;
     }
     Put(slot, std::move(result.connection));
     if (stopped_) {

@@ -69,7 +69,8 @@ LinkStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
     if (up) {
         return LinkStatus::kUp;
     }
-    return result.status == ConnectStatus::kBusy ? LinkStatus::kTimeout : LinkStatus::kDown;
+    const bool inTime = stopped_ || result.status != ConnectStatus::kBusy;
+    return inTime ? LinkStatus::kDown : LinkStatus::kTimeout;
 }
 
 bool EventReceiver::Greet(std::shared_ptr<Connection> connection)

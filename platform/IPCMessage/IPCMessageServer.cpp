@@ -71,6 +71,7 @@ class IPCMessageServer::Implementation {
     ServerCounters counters_;
     ServerClients clients_;
 
+    ServerCounters watcherCounters_;  // what they miss is no client's loss
     std::mutex watchersMutex_;
     std::list<std::shared_ptr<Outbox>> watchers_;
     std::atomic<std::size_t> watcherCount_{0};
@@ -292,7 +293,7 @@ void IPCMessageServer::Implementation::ServeControl(Connection& connection, Inco
 void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,
                                                   Incoming& frame)
 {
-    const auto outbox = std::make_shared<Outbox>(connection, counters_);
+    const auto outbox = std::make_shared<Outbox>(connection, watcherCounters_);
     outbox->Put({.kind = FrameKind::kWelcome}, {}, Urgency::kKept);
     {
         const std::lock_guard lock(watchersMutex_);

@@ -1,0 +1,232 @@
+// What the tests of the channel share: a service that does as it is told, and bounded waits.
+#pragma once
+
+#include <IPCMessage/IPCMessageClient.h>
+#include <IPCMessage/IPCMessageServer.h>
+#include <tests/platform/IPCMessage/Surroundings.h>
+#include <tests/support/Bytes.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace pelacon::test {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+/// Nothing takes as long as this unless something is broken.
+inline constexpr milliseconds kLongEnough = 20s;
+
+/// A time-out that is meant never to pass.
+inline constexpr unsigned kNoHurry = 20'000;
+
+inline constexpr bool kSanitized = PELACON_TEST_SANITIZED;
+inline constexpr bool kThreadSanitized = PELACON_TEST_THREAD_SANITIZED;
+
+inline const std::wstring kPipe = L"\\\\.\\Pipe\\ChannelTest";
+
+/// Lets threads wait for each other.
+class Gate {
+  public:
+    void Open()
+    {
+        const std::lock_guard lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+
+    /// False when nobody opens it for long.
+    bool Pass(milliseconds patience = kLongEnough)
+    {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, patience, [this] { return open_; });
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool open_ = false;
+};
+
+/// Values that one thread adds and another waits for.
+template <typename Value>
+class Mailbox {
+  public:
+    void Put(Value value)
+    {
+        const std::lock_guard lock(mutex_);
+        values_.push_back(std::move(value));
+        changed_.notify_all();
+    }
+
+    /// All values, once there are that many. Throws when they do not come.
+    std::vector<Value> WaitFor(std::size_t count, milliseconds patience = kLongEnough) const
+    {
+        std::unique_lock lock(mutex_);
+        if (!changed_.wait_for(lock, patience, [&] { return values_.size() >= count; })) {
+            throw std::runtime_error("waited in vain for " + std::to_string(count) + ", got " +
+                                     std::to_string(values_.size()));
+        }
+        return values_;
+    }
+
+    std::optional<Value> Last() const
+    {
+        const std::lock_guard lock(mutex_);
+        return values_.empty() ? std::nullopt : std::optional<Value>(values_.back());
+    }
+
+    std::vector<Value> All() const { return WaitFor(0); }
+    std::size_t Count() const
+    {
+        const std::lock_guard lock(mutex_);
+        return values_.size();
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    std::vector<Value> values_;
+};
+
+/// Waits for something that nobody announces; false when it does not come about.
+bool Eventually(const std::function<bool()>& condition, milliseconds patience = kLongEnough);
+
+/// How long it takes.
+template <typename Action>
+Clock::duration Duration(const Action& action)
+{
+    const auto start = Clock::now();
+    action();
+    return Clock::now() - start;
+}
+
+template <typename Value>
+Value Median(std::vector<Value> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+/// Runs the action on that many threads at once, told which one it is, and waits for them.
+void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& action);
+
+/// An item as it was sent, with a payload of its own.
+struct Message {
+    TagIPCMessageItem item;
+    bool hasPayload = false;
+    ByteVector payload;
+
+    Message() = default;
+    explicit Message(const TagIPCMessageItem& from);
+};
+
+/// A service's inside. Answers each request with its own payload unless told otherwise.
+class Handler : public IPCServerHandler {
+  public:
+    using RequestHook = std::function<IPCReply(std::uint64_t client, const TagIPCMessageItem&)>;
+
+    // Set before the server starts.
+    RequestHook onRequest;
+    std::function<void(const IPCClientInfo& client)> onArrived;
+    std::function<void(const TagIPCMessageItem& item)> onPosted;
+    std::function<std::string(std::string_view command)> onControl;
+
+    Mailbox<IPCClientInfo> arrived;
+    Mailbox<std::uint64_t> left;
+    Mailbox<Message> posted;
+
+    /// The id of the client that came last.
+    std::optional<std::uint64_t> LastArrived() const
+    {
+        const auto last = arrived.Last();
+        return last ? std::optional(last->id) : std::nullopt;
+    }
+
+    static IPCReply Echo(const TagIPCMessageItem& request);
+
+    void ClientArrived(const IPCClientInfo& client) override;
+    void ClientLeft(std::uint64_t clientId) override;
+    IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) override;
+    void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) override;
+    std::string Control(std::string_view command) override;
+};
+
+/// The answer to a request: nothing where the call failed.
+struct Answer {
+    TagIPCMessageItem item;
+    std::unique_ptr<std::uint8_t, void (*)(void*)> payload{nullptr, &std::free};
+
+    ByteVector Bytes() const { return {payload.get(), payload.get() + item.length}; }
+};
+
+/// Makes a request of that id, without a payload if there is none.
+std::optional<Answer> Request(const IPCMessageClient& client, std::int32_t messageId,
+                              const std::optional<ByteVector>& payload,
+                              unsigned timeoutMs = kNoHurry);
+
+/// Whether the client gets an answer.
+bool IsServed(const IPCMessageClient& client, unsigned timeoutMs = kNoHurry);
+
+bool Post(const IPCMessageClient& client, std::int32_t messageId, const ByteVector& payload);
+
+class ChannelTest : public testing::Test {
+  protected:
+    /// Ends client and server with its scope: declared behind what callbacks and hooks use of a
+    /// test's own variables.
+    class Ending {
+      public:
+        explicit Ending(ChannelTest& test) : test_(test) {}
+        ~Ending() { test_.End(); }
+        Ending(const Ending&) = delete;
+        Ending& operator=(const Ending&) = delete;
+
+      private:
+        ChannelTest& test_;
+    };
+
+    void TearDown() override { End(); }
+
+    void StartServer() { server = std::make_unique<IPCMessageServer>(kPipe, handler); }
+    void StartClient() { client = std::make_unique<IPCMessageClient>(1, false, false, kPipe); }
+
+    /// A server, and a client that has arrived at it.
+    void StartBoth()
+    {
+        StartServer();
+        StartClient();
+        clientId = handler.arrived.WaitFor(1).back().id;
+    }
+
+    void End()
+    {
+        gate.Open();
+        client.reset();
+        server.reset();
+    }
+
+    RuntimeFolder folder;
+    Gate gate;  ///< for hooks to wait at; opens in the end
+    Handler handler;
+    std::unique_ptr<IPCMessageServer> server;
+    std::unique_ptr<IPCMessageClient> client;
+    std::uint64_t clientId = 0;
+};
+
+}  // namespace pelacon::test

@@ -1,0 +1,196 @@
+// Services that go away and come back.
+#include <tests/platform/IPCMessage/Fixture.h>
+
+#include <atomic>
+
+namespace pelacon::test {
+
+namespace {
+
+using LossTest = ChannelTest;
+
+TEST_F(LossTest, EndsWaitingRequestsAtOnce)
+{
+    std::atomic<int> inside{0};
+    const Ending ending(*this);
+    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+        ++inside;
+        gate.Pass();
+        return Handler::Echo(request);
+    };
+    StartBoth();
+    Mailbox<Clock::time_point> ends;
+    std::thread callers([&] {
+        OnThreads(20, [&](std::size_t) {
+            EXPECT_FALSE(IsServed(*client));
+            ends.Put(Clock::now());
+        });
+    });
+    EXPECT_TRUE(Eventually([&] { return inside == 20; }));
+    const auto lost = Clock::now();
+    server->DisconnectAll();
+    callers.join();
+    EXPECT_LE(Median(ends.All()) - lost, 50ms);
+    EXPECT_EQ(client->GetStatistics().timedOut, 0U);
+}
+
+TEST_F(LossTest, EndsARequestWhoseConnectionIsClosed)
+{
+    handler.onRequest = [](std::uint64_t, const TagIPCMessageItem& request) {
+        return request.msgId == 9 ? IPCReply{IPCReplyKind::kDisconnect, {}}
+                                  : Handler::Echo(request);
+    };
+    StartBoth();
+    const auto duration = Duration([&] { EXPECT_FALSE(Request(*client, 9, std::nullopt)); });
+    EXPECT_LT(duration, 2s);
+    EXPECT_TRUE(IsServed(*client));
+    EXPECT_EQ(handler.left.Count(), 0U);
+}
+
+TEST_F(LossTest, TheClientComesBackByItselfAndSaysSo)
+{
+    StartBoth();
+    const IPCClientInfo first = handler.arrived.All().front();
+    EXPECT_FALSE(first.returning);
+    server.reset();
+    EXPECT_EQ(handler.left.WaitFor(1).front(), first.id);
+    StartServer();
+    const IPCClientInfo second = handler.arrived.WaitFor(2).back();
+    EXPECT_TRUE(second.returning);
+    EXPECT_EQ(second.processId, first.processId);
+    EXPECT_TRUE(Eventually([&] { return client->GetStatistics().connected == 2; }));
+    EXPECT_TRUE(IsServed(*client));
+}
+
+TEST_F(LossTest, OfTheEventConnectionAloneLeavesCallsGoingOn)
+{
+    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+        if (request.msgId == 2) {
+            gate.Pass();
+        }
+        return Handler::Echo(request);
+    };
+    StartBoth();
+    std::atomic<bool> served{false};
+    std::thread caller([&] { served = Request(*client, 2, Counting(3)).has_value(); });
+    EXPECT_TRUE(Eventually([&] { return server->GetStatistics().requests == 1; }));
+    server->Disconnect(clientId);
+    EXPECT_EQ(handler.left.WaitFor(1).front(), clientId);
+    const IPCClientInfo back = handler.arrived.WaitFor(2).back();
+    EXPECT_EQ(back.id, clientId);  // a connection was left
+    EXPECT_TRUE(back.returning);
+    gate.Open();
+    caller.join();
+    EXPECT_TRUE(served);
+}
+
+TEST_F(LossTest, AClientThatFindsNoServiceIsNotReturning)
+{
+    StartClient();
+    EXPECT_FALSE(IsServed(*client));
+    StartServer();
+    EXPECT_FALSE(handler.arrived.WaitFor(1).front().returning);
+}
+
+TEST_F(LossTest, ARequestDoesNotWaitForTheNextAttempt)
+{
+    StartBoth();
+    server.reset();
+    // The longer nobody is there, the longer the pauses.
+    EXPECT_TRUE(Eventually([&] { return !IsServed(*client); }));
+    std::this_thread::sleep_for(300ms);
+    StartServer();
+    const auto duration = Duration([&] { EXPECT_TRUE(IsServed(*client)); });
+    EXPECT_LT(duration, kSanitized ? 500ms : 100ms);
+    EXPECT_TRUE(handler.arrived.WaitFor(2).back().returning);
+}
+
+TEST_F(LossTest, ConnectionsLeftFromAServiceThatIsGoneFailNoRequest)
+{
+    StartBoth();
+    OnThreads(8, [&](std::size_t) { EXPECT_TRUE(IsServed(*client)); });
+    server.reset();
+    StartServer();
+    ASSERT_TRUE(Eventually([&] { return handler.arrived.Count() == 2; }));
+    ASSERT_TRUE(Eventually([&] { return client->GetStatistics().connected == 2; }));
+    OnThreads(8, [&](std::size_t) { EXPECT_TRUE(IsServed(*client)); });
+}
+
+TEST_F(LossTest, RequestsReachTheServiceAfterTheArrivalOfTheirClient)
+{
+    std::atomic<bool> arriving{false};
+    std::atomic<int> early{0};
+    const Ending ending(*this);
+    handler.onArrived = [&](const IPCClientInfo&) {
+        arriving = true;
+        std::this_thread::sleep_for(50ms);
+        arriving = false;
+    };
+    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+        early += arriving || handler.arrived.Count() == 0 ? 1 : 0;
+        return Handler::Echo(request);
+    };
+    StartServer();
+    StartClient();
+    EXPECT_TRUE(IsServed(*client));
+    server->Disconnect(handler.arrived.WaitFor(1).front().id);
+    handler.left.WaitFor(1);
+    while (handler.arrived.Count() < 2) {
+        EXPECT_TRUE(IsServed(*client));
+    }
+    EXPECT_EQ(early, 0);
+}
+
+TEST_F(LossTest, OneSessionEndsBeforeTheNextOfTheSameClientBegins)
+{
+    std::atomic<int> sessions{0};
+    std::atomic<int> overlaps{0};
+    class Sessions : public Handler {
+      public:
+        Sessions(std::atomic<int>& open, std::atomic<int>& both) : open_(open), both_(both) {}
+        void ClientArrived(const IPCClientInfo& info) override
+        {
+            both_ += ++open_ > 1 ? 1 : 0;
+            Handler::ClientArrived(info);
+        }
+        void ClientLeft(std::uint64_t id) override
+        {
+            std::this_thread::sleep_for(5ms);
+            --open_;
+            Handler::ClientLeft(id);
+        }
+
+      private:
+        std::atomic<int>& open_;
+        std::atomic<int>& both_;
+    } watching(sessions, overlaps);
+    const Ending ending(*this);
+    server = std::make_unique<IPCMessageServer>(kPipe, watching);
+    StartClient();
+    for (std::size_t round = 1; round <= 5; ++round) {
+        server->Disconnect(watching.arrived.WaitFor(round).back().id);
+        watching.left.WaitFor(round);
+        Eventually([&] { return IsServed(*client); });
+    }
+    EXPECT_EQ(overlaps, 0);
+    client.reset();
+    EXPECT_TRUE(Eventually([&] { return sessions == 0; }));
+}
+
+TEST_F(LossTest, ClientIdsAreNeverGivenTwice)
+{
+    StartServer();
+    std::vector<std::uint64_t> ids;
+    for (std::size_t round = 1; round <= 5; ++round) {
+        StartClient();
+        ids.push_back(handler.arrived.WaitFor(round).back().id);
+        client.reset();
+        handler.left.WaitFor(round);
+    }
+    std::sort(ids.begin(), ids.end());
+    EXPECT_EQ(std::unique(ids.begin(), ids.end()), ids.end());
+}
+
+}  // namespace
+
+}  // namespace pelacon::test

@@ -1,0 +1,217 @@
+// Where the socket lies, whose it is, and who may come.
+#include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/RawPeers.h>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <set>
+
+namespace pelacon::test {
+
+namespace {
+
+using testing::HasSubstr;
+
+class SocketsTest : public ChannelTest {
+  protected:
+    /// Why no server can be started; empty if one can.
+    std::string Refusal(const std::wstring& pipe = kPipe)
+    {
+        try {
+            const IPCMessageServer attempt(pipe, handler);
+            return {};
+        } catch (const IPCServerError& error) {
+            return error.what();
+        }
+    }
+
+    std::string Place(const char* suffix) const
+    {
+        return folder.Path() / (std::string("ChannelTest") + suffix);
+    }
+
+    static unsigned ModeOf(const std::string& path)
+    {
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+        return status.st_mode & 07777U;
+    }
+};
+
+TEST_F(SocketsTest, LiesInTheFolderThatTheEnvironmentNames)
+{
+    StartServer();
+    EXPECT_EQ(server->Address(), Place(".sock"));
+    EXPECT_EQ(server->StateFile(), Place(".state"));
+    EXPECT_TRUE(std::filesystem::is_socket(Place(".sock")));
+    server.reset();
+    EXPECT_FALSE(std::filesystem::exists(Place(".sock")));
+    EXPECT_EQ(Refusal(), "");
+}
+
+TEST_F(SocketsTest, LiesInTheUsersOwnFolderOtherwise)
+{
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "root listens in the system's folder";
+    }
+    unsetenv("PELACON_RUNTIME_DIR");
+    setenv("XDG_RUNTIME_DIR", folder.Path().c_str(), 1);
+    StartBoth();
+    EXPECT_EQ(server->Address(), folder.Path() / "pelacon/ChannelTest.sock");
+    EXPECT_TRUE(IsServed(*client));
+}
+
+TEST_F(SocketsTest, IsClosedToOthersWhateverTheUmask)
+{
+    const mode_t before = umask(0);
+    const auto inside = folder.Path() / "new";
+    setenv("PELACON_RUNTIME_DIR", inside.c_str(), 1);
+    StartServer();
+    umask(before);
+    EXPECT_EQ(ModeOf(inside), 0700U);
+    EXPECT_EQ(ModeOf(server->Address()), 0600U);
+    EXPECT_EQ(ModeOf(inside / "ChannelTest.lock"), 0600U);
+}
+
+TEST_F(SocketsTest, IsNotTakenFromAServiceThatRuns)
+{
+    StartBoth();
+    EXPECT_THAT(Refusal(), HasSubstr("another service is listening on " + Place(".sock")));
+    EXPECT_TRUE(IsServed(*client));
+    PeerProcess other("serve");
+    EXPECT_THAT(other.ReadLine(), HasSubstr("another service is listening"));
+    server.reset();
+    EXPECT_EQ(Refusal(), "");
+}
+
+TEST_F(SocketsTest, IsReplacedWhenItsServiceHasDied)
+{
+    PeerProcess dead("serve");
+    ASSERT_EQ(dead.ReadLine(), "ready");
+    dead.Kill();
+    dead.WaitForExit();
+    ASSERT_TRUE(std::filesystem::exists(Place(".sock")));
+    StartBoth();
+    EXPECT_TRUE(IsServed(*client));
+}
+
+TEST_F(SocketsTest, ReplacesAnythingElseThatLiesThere)
+{
+    std::ofstream(Place(".sock")) << "a file";
+    StartBoth();
+    EXPECT_TRUE(IsServed(*client));
+}
+
+TEST_F(SocketsTest, SaysWhyItCannotListen)
+{
+    std::filesystem::create_directory(Place(".sock"));
+    EXPECT_THAT(Refusal(), HasSubstr("cannot remove the stale socket " + Place(".sock")));
+
+    std::ofstream(folder.Path() / "file") << "a file";
+    const auto noFolder = folder.Path() / "file/inside";
+    setenv("PELACON_RUNTIME_DIR", noFolder.c_str(), 1);
+    EXPECT_THAT(Refusal(), HasSubstr("cannot create the folder " + noFolder.string()));
+    setenv("PELACON_RUNTIME_DIR", "/proc", 1);  // where not even root can write
+    EXPECT_THAT(Refusal(), HasSubstr("cannot create /proc/ChannelTest.lock"));
+
+    setenv("PELACON_RUNTIME_DIR", (folder.Path() / std::string(100, 'x')).c_str(), 1);
+    EXPECT_THAT(Refusal(), HasSubstr("too long"));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path() / std::string(100, 'x')));
+}
+
+TEST_F(SocketsTest, RefusesNamesThatAreNoPlainFileNames)
+{
+    for (const wchar_t* name : {L"", L"\\\\.\\Pipe\\", L"\\\\.\\Pipe\\..", L".hidden", L"a/b",
+                                L"a b", L"\\\\.\\Pipe\\\u00e9t\u00e9"}) {
+        EXPECT_THAT(Refusal(name), HasSubstr("the pipe's name")) << testing::PrintToString(name);
+        const IPCMessageClient useless(1, false, false, name);
+        EXPECT_FALSE(IsServed(useless));
+    }
+    EXPECT_EQ(Refusal(L"Plain-name_1.2"), "");
+}
+
+TEST_F(SocketsTest, EveryDescriptorIsClosedOnExec)
+{
+    const auto descriptors = [] {
+        std::set<int> numbers;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            numbers.insert(std::stoi(entry.path().filename()));
+        }
+        std::erase_if(numbers, [](int number) { return fcntl(number, F_GETFD) < 0; });
+        return numbers;
+    };
+    const std::set<int> before = descriptors();
+    StartBoth();
+    EXPECT_TRUE(IsServed(*client));
+    std::size_t ours = 0;
+    for (const int number : descriptors()) {
+        if (before.count(number) == 0) {
+            EXPECT_EQ(fcntl(number, F_GETFD), FD_CLOEXEC) << number;
+            ++ours;
+        }
+    }
+    EXPECT_GE(ours, 7U);  // lock, event, listener, and both ends of two connections
+}
+
+TEST_F(SocketsTest, AUsersServiceServesNoOtherUser)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    StartBoth();
+    // The modes keep them out already.
+    EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "not served");
+    EXPECT_EQ(server->GetStatistics().refusedPeers, 0U);
+    chmod(folder.Path().c_str(), 0755);
+    chmod(server->Address().c_str(), 0666);
+    EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "not served");
+    EXPECT_GE(server->GetStatistics().refusedPeers, 1U);
+    EXPECT_EQ(PeerProcess("call").ReadLine(), "served");
+    EXPECT_TRUE(IsServed(*client));
+}
+
+TEST_F(SocketsTest, AClientTrustsNoServiceOfAnotherUser)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    chmod(folder.Path().c_str(), 0777);
+    PeerProcess impostor("serve-as-nobody");
+    ASSERT_EQ(impostor.ReadLine(), "ready");
+    StartClient();
+    EXPECT_FALSE(IsServed(*client));
+    EXPECT_FALSE(Post(*client, 1, Counting(4)));
+    EXPECT_EQ(client->GetStatistics().connected, 0U);
+    // Who trusts it is served by it.
+    EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "served");
+}
+
+TEST_F(SocketsTest, ASystemsServiceServesWhomItsSocketLetsInAndObeysRoot)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root";
+    }
+    PeerProcess system("serve-system");
+    const std::string socket = system.ReadLine();
+    if (socket == "cannot") {
+        GTEST_SKIP() << "no /run of its own to be had";
+    }
+    EXPECT_EQ(socket, "/run/pelacon/ChannelTest.sock");
+    EXPECT_EQ(system.ReadLine(), "755 660");
+    EXPECT_EQ(system.ReadLine(), "not served");  // by the mode
+    EXPECT_EQ(system.ReadLine(), "served");      // once the mode allows it
+    EXPECT_EQ(system.ReadLine(), "refused");
+    EXPECT_EQ(system.ReadLine(), "command");
+    EXPECT_EQ(system.ReadLine(), "1");
+}
+
+}  // namespace
+
+}  // namespace pelacon::test

@@ -1,0 +1,115 @@
+// The channel's other end for the tests, in a process of its own. The first argument is its role;
+// it writes a line when it is ready, and ends when its input does.
+#include <IPCMessage/IPCMessageClient.h>
+#include <IPCMessage/IPCMessageServer.h>
+#include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/Scenarios.h>
+#include <tests/platform/IPCMessage/peer/Roles.h>
+
+#include <atomic>
+#include <iostream>
+#include <string>
+
+namespace pelacon::test {
+
+namespace {
+
+void Say(const std::string& line)
+{
+    std::cout << line << std::endl;
+}
+
+void WaitForEndOfInput()
+{
+    std::string ignored;
+    while (std::getline(std::cin, ignored)) {
+    }
+}
+
+/// Answers requests, but those of id 2 never.
+int Serve()
+{
+    Handler handler;
+    Gate never;
+    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+        if (request.msgId == 2) {
+            never.Pass(24h);
+        }
+        return Handler::Echo(request);
+    };
+    IPCMessageServer server(kPipe, handler);
+    Say("ready");
+    WaitForEndOfInput();
+    std::_Exit(0);  // whatever is still waiting
+}
+
+/// Sends notifications without end to who came last.
+int ServeStream()
+{
+    Handler handler;
+    IPCMessageServer server(kPipe, handler);
+    Say("ready");
+    const Stream stream(handler, server);
+    WaitForEndOfInput();
+    return 0;
+}
+
+/// An application that leaves main while its callbacks are running and requests are under way.
+int LeaveMain()
+{
+    static IPCMessageClient* const client = new IPCMessageClient(1, false, false, kPipe);
+    static std::atomic<int> calls{0};
+    client->RegisterMessageCallback(7, [](TagIPCMessageItem&) {
+        if (++calls % 16 == 0) {
+            IsServed(*client);
+        }
+    });
+    std::thread([] {
+        for (;;) {
+            IsServed(*client);
+        }
+    }).detach();
+    while (calls < 100) {
+        std::this_thread::yield();
+    }
+    return 42;
+}
+
+/// Makes one request and tells how it went.
+int Call()
+{
+    const IPCMessageClient client(1, false, false, kPipe);
+    Say(IsServed(client) ? "served" : "not served");
+    return 0;
+}
+
+}  // namespace
+
+int PlayRole(const std::string& role)
+{
+    if (role == "serve") {
+        return Serve();
+    }
+    if (role == "stream") {
+        return ServeStream();
+    }
+    if (role == "leave-main") {
+        return LeaveMain();
+    }
+    if (role == "call") {
+        return Call();
+    }
+    return PlayPlatformRole(role);
+}
+
+}  // namespace pelacon::test
+
+int main(int argc, char** argv)
+{
+    try {
+        return pelacon::test::PlayRole(argc > 1 ? argv[1] : "");
+    } catch (const std::exception& error) {
+        std::cout << error.what() << std::endl;
+        return 1;
+    }
+}
