@@ -1,0 +1,44 @@
+// The wait of 20 s for a group, waited out.
+#include <PelaconSDK/PelaconSDK.h>
+#include <tests/end_to_end/Inbox.h>
+#include <tests/support/ServiceProcess.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+
+namespace pelacon::test {
+
+namespace {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+Inbox<std::int32_t>& States()
+{
+    static auto& states = *new Inbox<std::int32_t>;
+    return states;
+}
+
+TEST(LateGroupLong, IsRemovedByTheLibrary)
+{
+    const ServiceProcess service(
+        R"({"group": {"removeMs": 1, "firstCreations": [{"ms": 21500}]}})");
+    ASSERT_EQ(PelaconSvcStart(), 0);
+    static Vod2dWifiBroadcastRecvCb table{
+        [](Vod2dGroupChange change) { States().Put(change.state); }, nullptr};
+    ASSERT_EQ(Vod2dRegisterSoftAPStateChangedCallback(&table), kWifiSuccess);
+    const auto begin = std::chrono::steady_clock::now();
+    Vod2dSoftAPInfo info{};
+    EXPECT_EQ(Vod2dCreateGroup(&info), kWifiNoReply);
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, 20s);
+    EXPECT_LT(waited, 21s);
+    EXPECT_EQ(States().Next(), kVod2dGroupNone) << "not told that there was one";
+    EXPECT_FALSE(service.Command({{"command", "status"}})["group"]["exists"].get<bool>());
+    EXPECT_EQ(PelaconSvcStop(), 0);
+}
+
+}  // namespace
+
+}  // namespace pelacon::test

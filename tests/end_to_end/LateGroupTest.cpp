@@ -1,0 +1,172 @@
+// Groups that appear when nobody waits for them any more, made by a real service that takes its
+// time. The library's wait is cut short here; LateGroupLongTest waits it out.
+#include <PelaconSDK/PelaconSvc.h>
+#include <PelaconSDK/Vod2dApi.h>
+#include <sdk/ipc/IPCMessageSender.h>
+#include <tests/end_to_end/Inbox.h>
+#include <tests/support/ServiceProcess.h>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace pelacon::test {
+
+namespace {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+constexpr auto kShortWait = 40ms;
+constexpr auto kFullWait = 20s;
+
+Inbox<std::string>& Told()
+{
+    static auto& told = *new Inbox<std::string>;
+    return told;
+}
+
+Vod2dWifiBroadcastRecvCb table{
+    [](Vod2dGroupChange change) {
+        Told().Put(std::to_string(change.state) + " because " + std::to_string(change.reason));
+    },
+    nullptr,
+};
+
+class LateGroup : public ::testing::Test {
+  protected:
+    LateGroup() { Told().Clear(); }
+    ~LateGroup() override
+    {
+        LimitWaits(kFullWait);
+        Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&table);
+        PelaconSvcStop();
+    }
+
+    /// Starts the service with creations that go like this, and listens.
+    void StartService(const std::string& firstCreations)
+    {
+        service.emplace(R"({"group": {"creation": {"ms": 1}, "removeMs": 1, "firstCreations": )" +
+                        firstCreations + "}}");
+        EXPECT_EQ(PelaconSvcStart(), 0);
+        EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&table), 0);
+    }
+
+    static void LimitWaits(std::chrono::milliseconds longest)
+    {
+        IPCMessageSender::GetInstance().LimitWaits(longest);
+    }
+
+    static WifiErrorCode Create()
+    {
+        Vod2dSoftAPInfo info{};
+        return Vod2dApi::Vod2dCreateGroup(&info);
+    }
+    /// A creation that the library does not wait for to the end. What it then does by itself has
+    /// time again.
+    static void CreateInVain()
+    {
+        LimitWaits(kShortWait);
+        EXPECT_EQ(Create(), kWifiNoReply);
+        LimitWaits(kFullWait);
+    }
+    bool GroupExists() const
+    {
+        return service->Command({{"command", "status"}})["group"]["exists"].get<bool>();
+    }
+
+    std::optional<ServiceProcess> service;
+};
+
+TEST_F(LateGroup, IsRemovedWithoutTheApplicationBeingTold)
+{
+    StartService(R"([{"ms": 300}])");
+    CreateInVain();
+    // The first that is told is the removal that the library itself has asked for.
+    EXPECT_EQ(Told().Next(), "0 because 0");
+    EXPECT_FALSE(GroupExists());
+    EXPECT_EQ(service->Command({{"command", "status"}})["counters"]["repliesToNobody"], 1);
+    // That ends the matter: the next group is the application's.
+    EXPECT_EQ(Create(), kWifiSuccess);
+    EXPECT_EQ(Told().Next(), "1 because 0");
+    EXPECT_TRUE(GroupExists());
+}
+
+TEST_F(LateGroup, ThatFailsIsToldAndEndsTheMatter)
+{
+    StartService(R"([{"ms": 300, "fails": true}])");
+    CreateInVain();
+    EXPECT_EQ(Told().Next(), "0 because 10");
+    EXPECT_EQ(Create(), kWifiSuccess);
+    EXPECT_EQ(Told().Next(), "1 because 0");
+    EXPECT_TRUE(GroupExists());
+}
+
+TEST_F(LateGroup, ThatARestartPreventsEndsTheMatter)
+{
+    StartService(R"([{"ms": 600000}])");
+    CreateInVain();
+    service->Restart();
+    EXPECT_EQ(Told().Next(), "0 because 11") << "there is none, says the new service";
+    Vod2dSoftAPInfo info{};
+    EXPECT_EQ(Vod2dApi::Vod2dGetGroupConfig(&info), 0);
+}
+
+TEST_F(LateGroup, ThatIsRemovedBeforeItAppearsEndsTheMatter)
+{
+    StartService(R"([{"ms": 600000}])");
+    CreateInVain();
+    EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiSuccess);
+    EXPECT_EQ(Told().Next(), "0 because 11");
+    EXPECT_EQ(Create(), kWifiSuccess);
+    EXPECT_EQ(Told().Next(), "1 because 0");
+}
+
+TEST_F(LateGroup, ComesToAnEndWithTheServiceThatMakesIt)
+{
+    StartService(R"([{"ms": 600000}])");
+    std::thread ending([&] {
+        EXPECT_TRUE(Eventually([&] {
+            return service->Command({{"command", "status"}})["group"]["beingMade"].get<bool>();
+        }));
+        service->End();
+    });
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Create(), kWifiInterrupted);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kFullWait / 2) << "at once, not in 20 s";
+    ending.join();
+}
+
+TEST_F(LateGroup, IsRemovedAlsoWhileTheApplicationAsksForSomethingElse)
+{
+    // The removal, on the receive thread, waits for its turn behind the application's request.
+    StartService(R"([{"ms": 300}])");
+    service->Command({{"command", "fault.add"},
+                      {"fault", {{"request", "Vod2dGetFrequency"}, {"do", "delay"}, {"ms", 600}}}});
+    CreateInVain();
+    EXPECT_EQ(Vod2dApi::Vod2dGetFrequency(), 5745) << "the late group is there meanwhile";
+    EXPECT_EQ(Told().Next(), "0 because 0");
+    EXPECT_FALSE(GroupExists());
+}
+
+TEST_F(LateGroup, WhoseRemovalIsNotAnsweredStays)
+{
+    StartService(R"([{"ms": 300}])");
+    service->Command({{"command", "fault.add"},
+                      {"fault", {{"request", "Vod2dRemoveGroup"}, {"do", "empty"}, {"times", 1}}}});
+    CreateInVain();
+    EXPECT_TRUE(Eventually([&] {
+        return service->Command({{"command", "status"}})["counters"]["faults"] == 1;
+    }));
+    EXPECT_TRUE(GroupExists());
+    EXPECT_EQ(Told().Size(), 0U) << "the application was not told of it";
+    EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiSuccess);
+    EXPECT_EQ(Told().Next(), "0 because 0");
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
