@@ -106,9 +106,9 @@ void Recommend(const Wishes& wishes, const Console& console)
         throw Failure(ExitStatus::kFailed, "No channel of this adapter suits any side.");
     }
     CheckWifi(result, "recommend a channel");
-    const std::string sides = std::to_string(best.satisfied) + " of " +
-                              std::to_string(requests.size()) +
-                              (requests.size() == 1 ? " side" : " sides");
+    const std::string suits = wishes.sides.empty() ? ""
+                                                   : ", suits " + std::to_string(best.satisfied) +
+                                                         " of " + std::to_string(requests.size());
     console.Report({{"channel", best.channel},
                     {"frequency", best.frequency},
                     {"bandwidth", best.bandwidth},
@@ -117,7 +117,7 @@ void Recommend(const Wishes& wishes, const Console& console)
                     {"sides", requests.size()}},
                    console.Styled(Console::Style::kBold, ChannelText(best.channel)) + "  " +
                        std::to_string(best.frequency) + " MHz, " + std::to_string(best.bandwidth) +
-                       " MHz wide, " + std::to_string(best.load) + " % busy, suits " + sides);
+                       " MHz wide, " + std::to_string(best.load) + " % busy" + suits);
 }
 
 }  // namespace
