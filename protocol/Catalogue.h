@@ -44,15 +44,15 @@ struct CatalogueEntry {
         kNotification,
     };
 
-    Kind kind;
-    std::int32_t id;
     const char* name;
     std::chrono::milliseconds timeout;  ///< 0 where nobody waits
-    PayloadForm form;                   ///< of the request, or the notification
-    std::uint32_t size;                 ///< of its record; 0 for other forms
-    PayloadForm replyForm;
+    std::int32_t id;
+    std::uint32_t size;  ///< of its record; 0 for other forms
     std::uint32_t replySize;
     std::optional<StatusPlace> status;  ///< none where the reply has no such place
+    Kind kind;
+    PayloadForm form;  ///< of the request, or the notification
+    PayloadForm replyForm;
 
     bool IsSentToService() const noexcept { return kind != Kind::kNotification; }
 };
@@ -101,29 +101,33 @@ template <typename Request, typename Reply>
 constexpr CatalogueEntry Describe(const Operation<Request, Reply>& operation)
 {
     constexpr bool kPosted = std::is_same_v<Reply, Nothing>;
-    return {kPosted ? CatalogueEntry::Kind::kPosted : CatalogueEntry::Kind::kRequest,
-            operation.id,
-            operation.name,
-            operation.timeout,
-            FormOf<Request>(),
-            WireSize<Request>(),
-            FormOf<Reply>(),
-            WireSize<Reply>(),
-            StatusPlaceOf<Reply>()};
+    return {
+        .name = operation.name,
+        .timeout = operation.timeout,
+        .id = operation.id,
+        .size = WireSize<Request>(),
+        .replySize = WireSize<Reply>(),
+        .status = StatusPlaceOf<Reply>(),
+        .kind = kPosted ? CatalogueEntry::Kind::kPosted : CatalogueEntry::Kind::kRequest,
+        .form = FormOf<Request>(),
+        .replyForm = FormOf<Reply>(),
+    };
 }
 
 template <typename Record>
 constexpr CatalogueEntry Describe(const Notification<Record>& notification)
 {
-    return {CatalogueEntry::Kind::kNotification,
-            notification.id,
-            notification.name,
-            std::chrono::milliseconds(0),
-            FormOf<Record>(),
-            WireSize<Record>(),
-            PayloadForm::kNothing,
-            0,
-            std::nullopt};
+    return {
+        .name = notification.name,
+        .timeout = std::chrono::milliseconds(0),
+        .id = notification.id,
+        .size = WireSize<Record>(),
+        .replySize = 0,
+        .status = std::nullopt,
+        .kind = CatalogueEntry::Kind::kNotification,
+        .form = FormOf<Record>(),
+        .replyForm = PayloadForm::kNothing,
+    };
 }
 
 /// One line per message, family by family.
