@@ -1,0 +1,87 @@
+// Measures what scanning costs within the library: no service, no pipe, real threads.
+#include <bench/scan/Scenarios.h>
+
+#include <CLI/CLI.hpp>
+#include <sched.h>
+
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace pelacon::bench {
+
+namespace {
+
+/// Threads that are delivered on other processors than they are made on cost what it costs to wake
+/// those: on one processor it is the work that is compared.
+void UseOneProcessor()
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(0, &set);
+    if (sched_setaffinity(0, sizeof set, &set) != 0) {
+        throw std::runtime_error("This process cannot be bound to a processor.");
+    }
+}
+
+int Run(const Effort& effort, bool onOneProcessor)
+{
+    if (onOneProcessor) {
+        UseOneProcessor();
+    }
+    std::vector<std::unique_ptr<Scenario>> scenarios;
+    scenarios.push_back(MakeDelivery());
+    scenarios.push_back(MakeBurst());
+    scenarios.push_back(MakeParsing());
+    for (int round = 1; round <= effort.rounds; ++round) {
+        const Turn turn = round % 2 == 0 ? Turn::kBareFirst : Turn::kOursFirst;
+        for (const auto& scenario : scenarios) {
+            scenario->Round(effort, turn);
+        }
+    }
+    Table table(std::string("Scanning, on ") +
+                (onOneProcessor ? "one processor" : "all processors") + ", medians of " +
+                std::to_string(effort.rounds) + " rounds");
+    for (const auto& scenario : scenarios) {
+        table.Begin(scenario->Heading());
+        for (Row& row : scenario->Rows()) {
+            table.Add(std::move(row));
+        }
+    }
+    table.Print();
+    return table.Missed() == 0 ? 0 : 1;
+}
+
+int Main(int argc, char** argv)
+{
+    CLI::App program("Measures scanning against bare threads and copies.", "pelacon_scan_bench");
+    bool quick = false;
+    bool unpinned = false;
+    std::optional<int> rounds;
+    program.add_flag("--quick", quick, "A first look: fewer and shorter rounds");
+    program.add_flag("--unpinned", unpinned, "Measure on all processors instead");
+    program.add_option("--rounds", rounds, "How many rounds")->check(CLI::Range(1, 1000));
+    program.footer("Exit status: 0 all targets met, 1 some missed, 2 not measured.");
+    CLI11_PARSE(program, argc, argv);
+    Effort effort = quick ? kQuick : kFull;
+    effort.rounds = rounds.value_or(effort.rounds);
+    return Run(effort, !unpinned);
+}
+
+}  // namespace
+
+}  // namespace pelacon::bench
+
+int main(int argc, char** argv)
+{
+    try {
+        return pelacon::bench::Main(argc, argv);
+    } catch (const std::exception& exception) {
+        std::cerr << "pelacon_scan_bench: " << exception.what() << '\n';
+        return 2;
+    }
+}
