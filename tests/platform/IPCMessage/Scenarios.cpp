@@ -20,6 +20,18 @@ std::uint32_t CallsThatWentWrong(const IPCMessageClient& client, std::size_t thr
     return wrong;
 }
 
+Clock::duration Overrun(const IPCMessageClient& client, milliseconds timeout)
+{
+    Mailbox<Clock::duration> durations;
+    OnThreads(20, [&](std::size_t) {
+        const auto duration = Duration(
+            [&] { EXPECT_FALSE(IsServed(client, static_cast<unsigned>(timeout.count()))); });
+        EXPECT_GE(duration, timeout);
+        durations.Put(duration);
+    });
+    return Median(durations.All()) - timeout;
+}
+
 Stream::Stream(Handler& handler, IPCMessageServer& server)
     : thread_([this, &handler, &server] {
           while (!ended_) {

@@ -15,6 +15,13 @@ namespace pelacon::test {
 std::uint32_t CallsThatWentWrong(const IPCMessageClient& client, std::size_t threads,
                                  std::uint32_t each);
 
+/// By how much requests that get no answer outlast their time-out: the median of twenty. None may
+/// end before it.
+Clock::duration Overrun(const IPCMessageClient& client, milliseconds timeout);
+
+/// How far that may go.
+inline constexpr Clock::duration kOverrunLimit = kSanitized ? 100ms : 20ms;
+
 /// Sends notifications (id 7) to whoever has arrived, as long as it lives.
 class Stream {
   public:
