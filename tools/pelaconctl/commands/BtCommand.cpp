@@ -17,6 +17,8 @@ namespace pelacon::ctl {
 
 namespace {
 
+constexpr std::size_t kLongestName = sizeof(BtInfo::name);
+
 BtRunningState State()
 {
     const BtRunningState state = GetBtRunningState();
@@ -105,6 +107,10 @@ void ShowName(const Console& console)
 
 void SetName(const std::string& name, const Console& console)
 {
+    if (name.empty() || name.size() > kLongestName) {
+        throw Failure(ExitStatus::kUsage, "A name has 1 to 64 bytes; this one has " +
+                                              std::to_string(name.size()) + ".");
+    }
     const Session session;
     Check(BleManager::SetBtName(name), "name the adapter");
     console.Report({{"name", name}}, "The adapter is now called \"" + name + "\".");
@@ -153,7 +159,7 @@ void AddBtCommand(CLI::App& program, Console& console)
     const auto name = std::make_shared<std::string>();
     CLI::App* const nameCommand = bt->add_subcommand("name", "Show the adapter's name, or set it");
     const CLI::Option* const newName =
-        nameCommand->add_option("NEW", *name, "The new name: at most 64 bytes of UTF-8");
+        nameCommand->add_option("NEW", *name, "The new name: 1 to 64 bytes of UTF-8");
     nameCommand->callback([&console, name, newName] {
         newName->count() > 0 ? SetName(*name, console) : ShowName(console);
     });

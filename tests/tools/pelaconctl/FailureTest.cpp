@@ -1,0 +1,79 @@
+// What becomes of a failure: its exit status and its sentence.
+#include <protocol/ServiceStatus.h>
+#include <tools/pelaconctl/Control.h>
+#include <tools/pelaconctl/Session.h>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace pelacon::ctl {
+
+namespace {
+
+using ::testing::HasSubstr;
+
+struct Outcome {
+    ExitStatus status;
+    std::string sentence;
+};
+
+Outcome OutcomeOf(std::int32_t result)
+{
+    try {
+        CheckResult(result, kBleStatusNoReply, "do it");
+        return {ExitStatus::kDone, ""};
+    } catch (const Failure& failure) {
+        return {failure.Status(), failure.what()};
+    }
+}
+
+TEST(Failure, SuccessIsNone)
+{
+    EXPECT_EQ(OutcomeOf(0).status, ExitStatus::kDone);
+}
+
+TEST(Failure, RefusalsOfTheServiceSayWhy)
+{
+    const Outcome busy = OutcomeOf(protocol::kStatusBusy);
+    EXPECT_EQ(busy.status, ExitStatus::kFailed);
+    EXPECT_THAT(busy.sentence, HasSubstr("refused to do it: that is under way already"));
+    EXPECT_THAT(busy.sentence, HasSubstr("(code 3)"));
+    EXPECT_THAT(OutcomeOf(4711).sentence, HasSubstr("(code 4711)"));
+}
+
+TEST(Failure, ARadioThatIsOffHasItsOwnStatus)
+{
+    EXPECT_EQ(OutcomeOf(protocol::kStatusRadioOff).status, ExitStatus::kAdapterOff);
+}
+
+TEST(Failure, RefusalsOfTheLibraryAreToldApart)
+{
+    const Outcome refused = OutcomeOf(kBleStatusFailed);
+    EXPECT_EQ(refused.status, ExitStatus::kFailed);
+    EXPECT_THAT(refused.sentence, HasSubstr("The library refused"));
+}
+
+TEST(Failure, OperatorsConnectionsFailInFourWays)
+{
+    using Kind = IPCControlError::Kind;
+    EXPECT_EQ(FailureOf({Kind::kNoService, ""}).Status(), ExitStatus::kNoService);
+    EXPECT_EQ(FailureOf({Kind::kLost, "it went away"}).Status(), ExitStatus::kNoService);
+    EXPECT_EQ(FailureOf({Kind::kTimeout, ""}).Status(), ExitStatus::kNoAnswer);
+    const Failure refused = FailureOf({Kind::kRefused, "only root may"});
+    EXPECT_EQ(refused.Status(), ExitStatus::kNotAllowed);
+    EXPECT_STREQ(refused.what(), "Not allowed: only root may.");
+}
+
+TEST(Failure, CommandsOfTheUserAreObjects)
+{
+    EXPECT_EQ(ParseCommand(R"({"command": "status"})").at("command"), "status");
+    for (const char* text : {"", "status", "[1]", "{\"command\"", "1"}) {
+        EXPECT_THROW(ParseCommand(text), Failure) << text;
+    }
+}
+
+}  // namespace
+
+}  // namespace pelacon::ctl
