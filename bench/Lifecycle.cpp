@@ -14,7 +14,7 @@ class Lifecycle : public Scenario {
 
     std::string Heading() const override { return "The library itself, with a service there"; }
 
-    void Round(const Effort& effort) override
+    void Round(const Effort& effort, Turn /*turn*/) override
     {
         UseRuntimeFolder(peers_.serviceFolder);
         std::vector<double> durations;

@@ -87,7 +87,7 @@ class NotificationRate : public Scenario {
         return "Notifications a second to an application callback";
     }
 
-    void Round(const Effort& effort) override
+    void Round(const Effort& effort, Turn turn) override
     {
         UseRuntimeFolder(peers_.floodFolder);
         PelaconSvcStart();
@@ -95,8 +95,10 @@ class NotificationRate : public Scenario {
             throw std::runtime_error("The callback could not be registered.");
         }
         for (Size& size : sizes_) {
-            const double bare = BareRate(size.bytes, effort.notifications);
-            size.row.Add(bare, Rate(size.bytes, effort.notifications));
+            const auto [bare, ours] = Both(
+                turn, [&] { return BareRate(size.bytes, effort.notifications); },
+                [&] { return Rate(size.bytes, effort.notifications); });
+            size.row.Add(bare, ours);
         }
         UnRegisterBtStateChangeCallbacks(&CountingTable());
         PelaconSvcStop();
@@ -195,10 +197,11 @@ class NotificationLatency : public Scenario {
         return "From the sending of a notification to its callback, while a thread makes requests";
     }
 
-    void Round(const Effort& effort) override
+    void Round(const Effort& effort, Turn turn) override
     {
-        const auto bare = BareDelays(effort.pushing);
-        const auto ours = OurDelays(effort.pushing);
+        const auto [bare, ours] = Both(
+            turn, [&] { return BareDelays(effort.pushing); },
+            [&] { return OurDelays(effort.pushing); });
         if (bare.empty() || ours.empty()) {
             throw std::runtime_error("No notification came.");
         }

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -33,6 +34,13 @@ struct Pipe {
     int writing;
 };
 
+std::int64_t TimeOf(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
 }  // namespace
 
 TemporaryFolder::TemporaryFolder()
@@ -51,6 +59,7 @@ TemporaryFolder::~TemporaryFolder()
 
 Peer::Peer(const std::string& program, const std::vector<std::string>& arguments,
            const std::string& runtimeFolder)
+    : name_(program)
 {
     std::vector<char*> argv{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments) {
@@ -100,7 +109,7 @@ void Peer::Tell(const std::string& line)
 {
     const std::string text = line + "\n";
     if (write(input_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-        throw std::runtime_error("A process of the benchmark ended early.");
+        Ended();
     }
 }
 
@@ -113,7 +122,26 @@ std::string Peer::Hear()
         }
         line += character;
     }
-    throw std::runtime_error("A process of the benchmark ended early.");
+    Ended();
+}
+
+void Peer::Ended() const
+{
+    throw std::runtime_error(name_ + " cannot be run, or ended early.");
+}
+
+std::int64_t Peer::ProcessorTime() const
+{
+    clockid_t clock{};
+    if (clock_getcpuclockid(process_, &clock) != 0) {
+        Ended();
+    }
+    return TimeOf(clock);
+}
+
+std::int64_t ProcessorTime()
+{
+    return TimeOf(CLOCK_PROCESS_CPUTIME_ID);
 }
 
 void UseRuntimeFolder(const std::string& folder)

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,9 @@ class Peer {
     /// The next line of its output. Throws when it ended.
     std::string Hear();
 
+    /// Nanoseconds that it has been running on a processor.
+    std::int64_t ProcessorTime() const;
+
     /// Tells it a line and waits until it has answered with one.
     void Order(const std::string& line)
     {
@@ -48,10 +52,16 @@ class Peer {
     }
 
   private:
+    [[noreturn]] void Ended() const;
+
+    std::string name_;
     pid_t process_ = -1;
     int input_ = -1;
     int output_ = -1;
 };
+
+/// Nanoseconds that this process has been running on a processor.
+std::int64_t ProcessorTime();
 
 /// Has the library, in this process, look for its service in the folder.
 void UseRuntimeFolder(const std::string& folder);

@@ -5,7 +5,6 @@
 #include <bench/Scenarios.h>
 #include <bench/Statistics.h>
 
-#include <array>
 #include <atomic>
 #include <stdexcept>
 #include <thread>
@@ -64,13 +63,18 @@ class RoundTrips : public Scenario {
 
     std::string Heading() const override { return "One request at a time"; }
 
-    void Round(const Effort& effort) override
+    void Round(const Effort& effort, Turn turn) override
     {
-        const auto bare = Durations(effort.calls, bareSmall_);
-        small_.Add(bare, Durations(effort.calls, clientSmall_));
-        api_.Add(bare, ApiDurations(effort.calls));
-        const auto bareLarge = Durations(effort.calls, bareLarge_);
-        large_.Add(bareLarge, Durations(effort.calls, clientLarge_));
+        const auto timed = [&](auto& caller) {
+            return [&] { return Durations(effort.calls, caller); };
+        };
+        const auto [bare, ours] = Both(turn, timed(bareSmall_), timed(clientSmall_));
+        small_.Add(bare, ours);
+        const auto [bareLarge, oursLarge] = Both(turn, timed(bareLarge_), timed(clientLarge_));
+        large_.Add(bareLarge, oursLarge);
+        const auto [bareAgain, api] =
+            Both(turn, timed(bareSmall_), [&] { return ApiDurations(effort.calls); });
+        api_.Add(bareAgain, api);
     }
 
     std::vector<Row> Rows() const override
@@ -104,59 +108,56 @@ class RoundTrips : public Scenario {
     RowPair api_{"IsBtEnabled, real service (bare: 64 bytes)", AtMost(1.25), std::nullopt};
 };
 
-/// Calls a second that so many callers make, each on a thread of its own.
+/// What so many callers, each on a thread of its own, make of a while.
+struct Yield {
+    double callsPerSecond;
+    double processorTimePerCall;  ///< nanoseconds, both processes together
+};
+
 template <typename Caller>
-double CallsPerSecond(std::vector<Caller>& callers, std::chrono::milliseconds duration)
+Yield Run(std::vector<Caller>& callers, const Peer& peer, std::chrono::milliseconds duration)
 {
     std::atomic<bool> ended{false};
     std::atomic<std::uint64_t> calls{0};
     std::atomic<bool> failed{false};
-    std::vector<std::thread> threads;
+    const std::int64_t processorTime = ProcessorTime() + peer.ProcessorTime();
     const std::int64_t start = Now();
-    for (Caller& caller : callers) {
-        threads.emplace_back([&] {
-            std::uint32_t number = 0;
-            try {
-                while (!ended.load(std::memory_order_relaxed)) {
-                    caller(number++);
+    {
+        std::vector<std::jthread> threads;
+        for (Caller& caller : callers) {
+            threads.emplace_back([&] {
+                std::uint32_t number = 0;
+                try {
+                    while (!ended.load(std::memory_order_relaxed)) {
+                        caller(number++);
+                    }
+                } catch (const std::exception&) {
+                    failed = true;
                 }
-            } catch (const std::exception&) {
-                failed = true;
-            }
-            calls += number;
-        });
-    }
-    std::this_thread::sleep_for(duration);
-    ended = true;
-    const auto elapsed = static_cast<double>(Now() - start);
-    const auto counted = [&] {
-        for (std::thread& thread : threads) {
-            thread.join();
+                calls += number;
+            });
         }
-        return static_cast<double>(calls);
-    }();
+        std::this_thread::sleep_for(duration);
+        ended = true;
+    }
     if (failed) {
         throw std::runtime_error("A call of several threads failed.");
     }
-    return counted / elapsed * 1e9;
+    const auto count = static_cast<double>(calls);
+    const std::int64_t used = ProcessorTime() + peer.ProcessorTime() - processorTime;
+    return {count / static_cast<double>(Now() - start) * 1e9, static_cast<double>(used) / count};
 }
 
 class Throughput : public Scenario {
   public:
-    explicit Throughput(Peers& peers) : client_(MakeEchoClient(peers))
+    explicit Throughput(Peers& peers) : peers_(peers), client_(MakeEchoClient(peers))
     {
-        for (std::size_t index = 0; index < kThreadCounts.size(); ++index) {
-            const int count = kThreadCounts[index];
-            Group group{
-                Row(std::to_string(count) + (count == 1 ? " thread" : " threads"), Unit::kPerSecond,
-                    count > 1 ? std::optional(AtLeast(0.90)) : std::nullopt),
-                {},
-                {}};
+        for (const int count : {1, 2, 4, 8}) {
+            Group& group = groups_.emplace_back(count);
             for (int thread = 0; thread < count; ++thread) {
                 group.bare.emplace_back(peers.barePath, kSmall);
                 group.ours.emplace_back(*client_, kSmall);
             }
-            groups_.push_back(std::move(group));
         }
     }
 
@@ -165,11 +166,14 @@ class Throughput : public Scenario {
         return "Requests a second through IPCMessageClient, 64 bytes";
     }
 
-    void Round(const Effort& effort) override
+    void Round(const Effort& effort, Turn turn) override
     {
         for (Group& group : groups_) {
-            const double bare = CallsPerSecond(group.bare, effort.threads);
-            group.row.Add(bare, CallsPerSecond(group.ours, effort.threads));
+            const auto [bare, ours] = Both(
+                turn, [&] { return Run(group.bare, peers_.bare, effort.threads); },
+                [&] { return Run(group.ours, peers_.echo, effort.threads); });
+            group.rate.Add(bare.callsPerSecond, ours.callsPerSecond);
+            group.cost.Add(bare.processorTimePerCall, ours.processorTimePerCall);
         }
     }
 
@@ -177,20 +181,34 @@ class Throughput : public Scenario {
     {
         std::vector<Row> rows;
         for (const Group& group : groups_) {
-            rows.push_back(group.row);
+            rows.push_back(group.rate);
+        }
+        for (const Group& group : groups_) {
+            rows.push_back(group.cost);
         }
         return rows;
     }
 
   private:
-    static constexpr std::array kThreadCounts{1, 2, 4, 8};
-
     struct Group {
-        Row row;
+        explicit Group(int count)
+            : rate(Threads(count), Unit::kPerSecond,
+                   count > 1 ? std::optional(AtLeast(0.90)) : std::nullopt),
+              cost(Threads(count) + ", processor time of each", Unit::kNanoseconds)
+        {}
+
+        static std::string Threads(int count)
+        {
+            return std::to_string(count) + (count == 1 ? " thread" : " threads");
+        }
+
+        Row rate;
+        Row cost;
         std::vector<BareCaller> bare;
         std::vector<ClientCaller> ours;
     };
 
+    Peers& peers_;
     std::unique_ptr<IPCMessageClient> client_;
     std::vector<Group> groups_;
 };

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pelacon::bench {
@@ -22,10 +23,19 @@ struct Effort {
     int starts;                         ///< start and stop in a round
 };
 
-inline constexpr Effort kFull{
-    9, 20'000, std::chrono::milliseconds(250), 300'000, std::chrono::milliseconds(500), 100};
-inline constexpr Effort kQuick{
-    3, 5'000, std::chrono::milliseconds(60), 50'000, std::chrono::milliseconds(150), 20};
+/// Many short rounds rather than few long ones: what else the machine does then weighs less.
+inline constexpr Effort kFull{.rounds = 15,
+                              .calls = 10'000,
+                              .threads = std::chrono::milliseconds(100),
+                              .notifications = 100'000,
+                              .pushing = std::chrono::milliseconds(250),
+                              .starts = 40};
+inline constexpr Effort kQuick{.rounds = 3,
+                               .calls = 5'000,
+                               .threads = std::chrono::milliseconds(50),
+                               .notifications = 50'000,
+                               .pushing = std::chrono::milliseconds(150),
+                               .starts = 20};
 
 /// The processes that are measured against; all there during all rounds.
 struct Peers {
@@ -45,6 +55,21 @@ struct Peers {
 /// The pipe of the process that answers each request with its own payload.
 inline constexpr auto kEchoPipe = L"\\\\.\\Pipe\\PelaconBenchEcho";
 
+/// Which of the two is measured first; it changes from round to round, so that neither gains by it.
+enum class Turn { kBareFirst, kOursFirst };
+
+/// Measures both, one right after the other.
+template <typename Bare, typename Ours>
+auto Both(Turn turn, const Bare& bare, const Ours& ours)
+{
+    if (turn == Turn::kBareFirst) {
+        auto first = bare();
+        return std::pair(std::move(first), ours());
+    }
+    auto first = ours();
+    return std::pair(bare(), std::move(first));
+}
+
 class Scenario {
   public:
     Scenario() = default;
@@ -53,7 +78,7 @@ class Scenario {
     Scenario& operator=(const Scenario&) = delete;
 
     virtual std::string Heading() const = 0;
-    virtual void Round(const Effort& effort) = 0;
+    virtual void Round(const Effort& effort, Turn turn) = 0;
     virtual std::vector<Row> Rows() const = 0;
 };
 

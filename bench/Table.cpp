@@ -23,6 +23,9 @@ std::string Figure(Unit unit, double value)
 {
     switch (unit) {
         case Unit::kNanoseconds:
+            if (value < 1e2) {
+                return Format("%.2f ns", value);
+            }
             return value < 1e6 ? Format("%.2f us", value / 1e3) : Format("%.2f ms", value / 1e6);
         case Unit::kPerSecond:
             return value < 1e6 ? Format("%.0f k/s", value / 1e3) : Format("%.2f M/s", value / 1e6);
@@ -57,7 +60,7 @@ std::string Verdict(bool passed)
 
 void PrintLine(const std::string& name, const std::array<std::string, 5>& columns)
 {
-    std::printf("  %-44s %11s %11s %7s  %-12s %s\n", name.c_str(), columns[0].c_str(),
+    std::printf("  %-48s %11s %11s %7s  %-12s %s\n", name.c_str(), columns[0].c_str(),
                 columns[1].c_str(), columns[2].c_str(), columns[3].c_str(), columns[4].c_str());
 }
 
@@ -94,7 +97,7 @@ void Table::PrintRow(const Row& row) const
     std::array<std::string, 5> columns;
     columns[0] = isRatio ? Figure(row.unit_, Median(row.bare_)) : "";
     columns[1] = Figure(row.unit_, Median(row.ours_));
-    columns[2] = isRatio ? Format("%.2f", Median(row.ratios_)) : "";
+    columns[2] = isRatio ? Format("%.3f", Median(row.ratios_)) : "";
     if (row.target_) {
         columns[3] = Limit(*row.target_, row.unit_, isRatio);
         columns[4] = Verdict(row.Passed());

@@ -8,12 +8,18 @@
 #include <CLI/CLI.hpp>
 #include <sched.h>
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <csignal>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace pelacon::bench {
 
@@ -82,20 +88,45 @@ void ShowProgress(const std::string& text)
     }
 }
 
-Table Measure(const std::string& title, const Effort& effort, bool withTargets)
+/// What is measured, and how.
+struct Options {
+    Effort effort = kFull;
+    std::string only;
+    bool unpinned = false;
+};
+
+/// Whether a heading contains the text, whatever the case of the letters.
+bool Contains(const std::string& heading, const std::string& text)
 {
+    const auto same = [](unsigned char left, unsigned char right) {
+        return std::tolower(left) == std::tolower(right);
+    };
+    return text.empty() || std::search(heading.begin(), heading.end(), text.begin(), text.end(),
+                                       same) != heading.end();
+}
+
+Table Measure(const std::string& title, const Options& options, bool withTargets)
+{
+    const Effort& effort = options.effort;
     const TemporaryFolder folder;
     Peers peers(folder.Path());
     std::vector<std::unique_ptr<Scenario>> scenarios;
     for (const auto make : {&MakeRoundTrips, &MakeThroughput, &MakeNotificationRate,
                             &MakeNotificationLatency, &MakeLifecycle}) {
-        scenarios.push_back(make(peers));
+        auto scenario = make(peers);
+        if (Contains(scenario->Heading(), options.only)) {
+            scenarios.push_back(std::move(scenario));
+        }
+    }
+    if (scenarios.empty()) {
+        throw std::runtime_error("There is no such measurement: " + options.only);
     }
     for (int round = 1; round <= effort.rounds; ++round) {
+        const Turn turn = round % 2 == 0 ? Turn::kBareFirst : Turn::kOursFirst;
         for (const auto& scenario : scenarios) {
             ShowProgress("round " + std::to_string(round) + " of " + std::to_string(effort.rounds) +
                          ": " + scenario->Heading());
-            scenario->Round(effort);
+            scenario->Round(effort, turn);
         }
     }
     ShowProgress("");
@@ -113,20 +144,21 @@ Table Measure(const std::string& title, const Effort& effort, bool withTargets)
     return table;
 }
 
-int Run(const Effort& effort, bool alsoUnpinned)
+int Run(const Options& options)
 {
     const Processors processors;
-    const std::string rounds = "medians of " + std::to_string(effort.rounds) + " rounds";
+    const std::string rounds = "medians of " + std::to_string(options.effort.rounds) + " rounds";
     const std::string cpu = std::to_string(processors.PinToOne());
     const Table pinned =
-        Measure("Both processes on processor " + cpu + ", " + rounds, effort, true);
+        Measure("Both processes on processor " + cpu + ", " + rounds, options, true);
     pinned.Print();
-    if (alsoUnpinned) {
+    if (options.unpinned) {
         processors.UseAll();
-        Measure("On all processors, " + rounds + " (no targets)", effort, false).Print();
+        Measure("On all processors, " + rounds + " (no targets)", options, false).Print();
     }
     const int missed = pinned.Missed();
-    std::cout << (missed == 0 ? "All targets are met." : std::to_string(missed) + " missed.")
+    std::cout << (missed == 0 ? "All targets are met."
+                              : "Targets missed: " + std::to_string(missed) + ".")
               << '\n';
     return missed == 0 ? 0 : 1;
 }
@@ -148,12 +180,13 @@ int RunRole(const std::string& role)
 int Main(int argc, char** argv)
 {
     CLI::App program("Measures the library against bare sockets.", "pelacon_bench");
-    bool quick = false;
-    bool unpinned = false;
-    int rounds = 0;
+    Options options;
     std::string role;
+    bool quick = false;
+    std::optional<int> rounds;
     program.add_flag("--quick", quick, "A first look: fewer and shorter rounds");
-    program.add_flag("--unpinned", unpinned, "Measure on all processors as well");
+    program.add_flag("--unpinned", options.unpinned, "Measure on all processors as well");
+    program.add_option("--only", options.only, "Only measurements with this text in their heading");
     program.add_option("--rounds", rounds, "How many rounds")->check(CLI::Range(1, 1000));
     program.add_option("--role", role)->group("");
     program.footer(
@@ -164,9 +197,9 @@ int Main(int argc, char** argv)
     if (!role.empty()) {
         return RunRole(role);
     }
-    Effort effort = quick ? kQuick : kFull;
-    effort.rounds = rounds > 0 ? rounds : effort.rounds;
-    return Run(effort, unpinned);
+    options.effort = quick ? kQuick : kFull;
+    options.effort.rounds = rounds.value_or(options.effort.rounds);
+    return Run(options);
 }
 
 }  // namespace

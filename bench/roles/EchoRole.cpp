@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstring>
 #include <iostream>
+#include <mutex>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -40,11 +41,12 @@ class EchoHandler : public IPCServerHandler {
     void Posted(std::uint64_t /*clientId*/, const TagIPCMessageItem& /*item*/) override {}
     std::string Control(std::string_view /*command*/) override { return {}; }
 
+    /// To the client that came last: there are others, of other measurements.
     void PushTo(IPCMessageServer& server, std::span<const std::uint8_t> payload)
     {
         const std::lock_guard lock(mutex_);
-        for (const std::uint64_t client : clients_) {
-            server.Notify(client, protocol::kBtStateChanged.id, payload);
+        if (!clients_.empty()) {
+            server.Notify(*clients_.rbegin(), protocol::kBtStateChanged.id, payload);
         }
     }
 

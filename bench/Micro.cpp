@@ -1,0 +1,59 @@
+// What single steps of the library cost, without any other process.
+#include <IPCMessage/Frame.h>
+#include <LogHelper/KvLogger.h>
+#include <sdk/diag/Log.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace {
+
+using namespace pelacon;  // NOLINT(google-build-using-namespace)
+
+/// Each operation has two of these; without a sink they should cost next to nothing.
+void LogLineNobodyWants(benchmark::State& state)
+{
+    std::uint32_t value = 0;
+    for (auto _ : state) {
+        diag::Log(kLogTrace, "BleManager::BtEnable", "value:", ++value);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(LogLineNobodyWants);
+
+void FrameWritten(benchmark::State& state)
+{
+    std::vector<std::uint8_t> payload(static_cast<std::size_t>(state.range(0)));
+    TagIPCMessageItem item;
+    item.message = payload.data();
+    item.length = static_cast<std::uint32_t>(payload.size());
+    ipc::FrameBuffer buffer;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(buffer.Write({.kind = ipc::FrameKind::kRequest}, item).data());
+    }
+}
+BENCHMARK(FrameWritten)->Arg(64)->Arg(1108);
+
+/// As a notification is read: checked, and turned into an item with zeros behind its payload.
+void FrameRead(benchmark::State& state)
+{
+    std::vector<std::uint8_t> payload(static_cast<std::size_t>(state.range(0)));
+    TagIPCMessageItem item;
+    item.message = payload.data();
+    item.length = static_cast<std::uint32_t>(payload.size());
+    ipc::FrameBuffer buffer;
+    const std::size_t size = buffer.Write({.kind = ipc::FrameKind::kNotification}, item).size();
+    for (auto _ : state) {
+        const auto header = buffer.Read(size);
+        TagIPCMessageItem read;
+        buffer.Item(*header, read);
+        benchmark::DoNotOptimize(read.message);
+    }
+}
+BENCHMARK(FrameRead)->Arg(72)->Arg(1112);
+
+}  // namespace
+
+BENCHMARK_MAIN();
