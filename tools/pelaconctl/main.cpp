@@ -102,6 +102,10 @@ int Run(int argc, char** argv)
     pelacon::ctl::AddAdvertiseCommand(program, console);
     pelacon::ctl::AddTargetsCommand(program, console);
     pelacon::ctl::AddGroupCommand(program, console);
+    pelacon::ctl::AddApCommand(program, console);
+    pelacon::ctl::AddWifiCommand(program, console);
+    pelacon::ctl::AddErrorsCommand(program, console);
+    pelacon::ctl::AddGattCommand(program, console);
     pelacon::ctl::AddMonitorCommand(program, console);
     pelacon::ctl::AddServiceCommand(program, console);
 

@@ -1,0 +1,36 @@
+// Services to serve, as a JSON file describes them.
+#pragma once
+
+#include <protocol/Uuid.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pelacon::ctl {
+
+struct ServedCharacteristic {
+    protocol::Uuid uuid;
+    std::int32_t flags = 0;
+    std::vector<std::uint8_t> value;
+};
+
+struct ServedService {
+    protocol::Uuid uuid;
+    std::vector<ServedCharacteristic> characteristics;
+};
+
+/// Reads a text such as
+///
+///     {"services": [{"uuid": "180D", "characteristics": [
+///         {"uuid": "2A37", "flags": ["read", "notify"], "value": "0048"}]}]}
+///
+/// Values are hexadecimal, or {"text": "on"}; comments may stand in it. Throws Failure, which names
+/// the file and the field.
+std::vector<ServedService> ReadServices(std::string_view text, const std::string& name);
+
+/// The same from a file. Throws Failure, also when it cannot be read.
+std::vector<ServedService> LoadServices(const std::string& path);
+
+}  // namespace pelacon::ctl
