@@ -1,0 +1,124 @@
+// A Wi-Fi Direct group: on the channel that suits both sides, for the first device that joins.
+#include <PelaconSDK/PelaconSDK.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <iterator>
+#include <mutex>
+#include <string>
+
+namespace {
+
+std::mutex mutex;
+std::condition_variable changed;
+std::string firstStation;
+bool groupGone = false;
+
+// Both run on the library's receive thread: note what happened, and leave.
+void OnGroupChanged(Vod2dGroupChange change)
+{
+    std::printf("  callback: the group is %s\n",
+                change.state == kVod2dGroupExists ? "there" : "gone");
+    const std::lock_guard lock(mutex);
+    groupGone = change.state != kVod2dGroupExists;
+    changed.notify_all();
+}
+
+void OnConnection(const Vod2dWifiCfgEvent* event)
+{
+    const std::string address(event->blob, event->blob + event->length);
+    std::printf("  callback: %s joined\n", address.c_str());
+    const std::lock_guard lock(mutex);
+    if (firstStation.empty()) {
+        firstStation = address;
+    }
+    changed.notify_all();
+}
+
+template <typename Condition>
+bool WaitFor(Condition condition)
+{
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, std::chrono::seconds(10), condition);
+}
+
+/// Where the peer, which can use these channels only, and this computer meet best.
+std::int32_t ChooseChannel()
+{
+    const RecommendChannelRequest sides[] = {
+        {kVod2dBandAny, 0, 0, {}},                 // this computer: whatever it can
+        {kVod2dBandAny, 80, 4, {6, 36, 44, 149}},  // the peer
+    };
+    RecommendChannelResponse best{};
+    if (Vod2dApi::Vod2dGetRecommendChannel(sides, static_cast<int32_t>(std::size(sides)), &best) !=
+        kWifiSuccess) {
+        return 0;  // any will do
+    }
+    std::printf("  channel %d (%d MHz) suits %d of %zu sides\n", best.channel, best.frequency,
+                best.satisfied, std::size(sides));
+    return best.channel;
+}
+
+/// Tells the programs on the peer's side how to join.
+bool TellPeer(const Vod2dSoftAPInfo& group)
+{
+    // A name that fills its field has no NUL.
+    const std::string ssid(group.ssid, std::find(group.ssid, std::end(group.ssid), '\0'));
+    std::string text = "ssid=" + ssid + ";channel=" + std::to_string(group.channel);
+    return Vod2dApi::Vod2dSetPeerWifiCfgInfo(
+               kPeerCfgStation, reinterpret_cast<std::uint8_t*>(text.data()),
+               static_cast<std::int32_t>(text.size())) == kWifiSuccess;
+}
+
+/// A creation that is not answered may still lead to a group, which the library then removes; it
+/// hears of that while it is started.
+bool MakeGroup()
+{
+    Vod2dSoftAPInfo group{};
+    group.channel = ChooseChannel();
+    const WifiErrorCode result = Vod2dApi::Vod2dCreateGroup(&group);
+    if (result != kWifiSuccess) {
+        std::printf("  no group was made (%d)\n", result);
+        return false;
+    }
+    std::printf("  group \"%.32s\" on channel %d, at %s\n", group.ssid, group.channel,
+                group.ipAddress);
+    return TellPeer(group);
+}
+
+bool WaitForStation()
+{
+    if (!WaitFor([] { return !firstStation.empty(); })) {
+        std::puts("  nobody joined");
+        return false;
+    }
+    Vod2dLinkGroup link{};
+    Vod2dApi::Vod2dGetGroupInfoConnected(&link);
+    std::printf("  stations connected: %d\n", link.stationCount);
+    return true;
+}
+
+}  // namespace
+
+int main()
+{
+    PelaconSvcStart();
+    static Vod2dWifiBroadcastRecvCb callbacks{&OnGroupChanged, nullptr};
+    static Vod2dWifiCfgCallback connections{&OnConnection};
+    Vod2dConnNotifyRequest joiningOnly{1, "", {}};
+    if (Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&callbacks) != kWifiSuccess ||
+        Vod2dApi::Vod2dSetConnNotify(&joiningOnly, &connections) != kWifiSuccess) {
+        std::fputs("The service does not answer: is PelaconService running?\n", stderr);
+        return 1;
+    }
+
+    bool done = MakeGroup() && WaitForStation();
+    done = Vod2dApi::Vod2dRemoveGroup() == kWifiSuccess && done;
+    done = WaitFor([] { return groupGone; }) && done;
+
+    Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&callbacks);
+    PelaconSvcStop();
+    return done ? 0 : 1;
+}
