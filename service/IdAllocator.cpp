@@ -62,7 +62,7 @@ void IdAllocator::ReserveBlock()
     }
     const std::int32_t end = end_ + kBlock;
     try {
-        os::ReplaceFile(file_, std::string(kHead) + std::to_string(end) + '\n');
+        os::SaveFile(file_, std::string(kHead) + std::to_string(end) + '\n');
     } catch (const std::system_error& failure) {
         throw IdError(std::string("cannot remember which ids were given out: ") + failure.what());
     }

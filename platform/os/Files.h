@@ -10,7 +10,7 @@ namespace pelacon::os {
 
 /// Puts a file with these contents in place of the one before, such that after a crash there is
 /// either the old one or the new one, whole. Throws std::system_error.
-void ReplaceFile(const std::string& path, std::string_view contents);
+void SaveFile(const std::string& path, std::string_view contents);
 
 /// Opens a file to write at its end; it is made if need be. Programs that this one starts do not
 /// inherit it. Null when it cannot be opened.

@@ -32,7 +32,7 @@ bool WriteAll(int descriptor, std::string_view text)
 
 }  // namespace
 
-void ReplaceFile(const std::string& path, std::string_view contents)
+void SaveFile(const std::string& path, std::string_view contents)
 {
     const std::string next = path + ".next";
     const int file = open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW,

@@ -20,7 +20,7 @@ namespace {
 
 }  // namespace
 
-void ReplaceFile(const std::string& path, std::string_view contents)
+void SaveFile(const std::string& path, std::string_view contents)
 {
     const std::wstring wide = std::filesystem::path(path).wstring();
     const std::wstring next = wide + L".next";
