@@ -21,10 +21,11 @@ typedef void (*PelaconLogSink)(void* context, PelaconLogLevel level, const char*
 /* Sends all lines of at least this level to the sink, in place of the sink before; null takes that
  * one away. When this returns, the sink before is not called any more.
  *
- * The sink is called on whichever thread writes the line, on several at once, with no lock of the
- * library's held. It must not throw; an exception is dropped. Lines that it causes itself do not
- * reach it. Lines also go to where the environment variable PELACON_LOG says (see the manual),
- * whether or not there is a sink. */
+ * The sink is called on whichever thread writes the line, on several at once. Some lines are
+ * written with a lock held that an operation or its callbacks need, so the sink must not call
+ * operations of the library. It must not throw; an exception is dropped. Lines that it causes
+ * itself do not reach it. Lines also go to where the environment variable PELACON_LOG says (see the
+ * manual), whether or not there is a sink. */
 PELACON_API void PelaconSetLogSink(PelaconLogSink sink, void* context, PelaconLogLevel lowest);
 
 /* One entry of a diagnostic event: a key, and either a number or a text. */
