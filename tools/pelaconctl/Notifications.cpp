@@ -130,6 +130,11 @@ Json Fields(const protocol::StationChange& record)
             {"ipAddress", Text(record.ipAddress)}};
 }
 
+Json Fields(const protocol::SoftApAdvertisement& record)
+{
+    return {{"status", record.status}, {"channel", record.channel}, {"ssid", Text(record.ssid)}};
+}
+
 Json NoFields()
 {
     return Json::object();
@@ -165,7 +170,6 @@ constexpr Reader NumberReader(const protocol::Notification<protocol::Int32Record
 }
 
 constexpr char kState[] = "state";
-constexpr char kStatus[] = "status";
 constexpr char kChannel[] = "channel";
 constexpr char kCode[] = "code";
 
@@ -194,7 +198,7 @@ constexpr Reader kReaders[] = {
     ReaderOf(protocol::kSoftApGroupsChange),
     ReaderOf(protocol::kSoftApConnectionStateChange),
     NumberReader<kState>(protocol::kSoftApConnectStatus),
-    NumberReader<kStatus>({protocol::kSoftApAdvertisement.id, protocol::kSoftApAdvertisement.name}),
+    ReaderOf(protocol::kSoftApAdvertisement),
     NumberReader<kState>(protocol::kSoftApDeviceConnection),
     NumberReader<kChannel>(protocol::kWifiConnectChannel),
     NumberReader<kState>(protocol::kWifiSwitchState),
@@ -222,7 +226,9 @@ std::string FieldsLine(const nlohmann::ordered_json& fields)
     std::string line;
     for (const auto& [name, value] : fields.items()) {
         line += (line.empty() ? "" : " ") + name + "=";
-        line += value.is_string() ? value.get<std::string>() : value.dump();
+        line += Printable(value.is_string()
+                              ? value.get<std::string>()
+                              : value.dump(-1, ' ', false, Json::error_handler_t::replace));
     }
     return line;
 }

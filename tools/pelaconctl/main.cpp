@@ -74,7 +74,8 @@ std::string HelpText(const CLI::App& program)
 {
     const CLI::App* const command = LastCommand(&program);
     const CLI::App* const parent = command->get_parent();
-    return command->help(parent != nullptr ? FullName(parent) : "");
+    const std::string text = command->help(parent != nullptr ? FullName(parent) : "");
+    return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
 int Fail(ExitStatus status, const std::string& sentence)
@@ -113,7 +114,8 @@ int Run(int argc, char** argv)
         program.parse(argc, argv);
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::CallForHelp&) {
-        std::cout << HelpText(program);
+        console.SetJson(false);  // help is for people
+        console.Say(HelpText(program));
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::ParseError& error) {
         return Fail(ExitStatus::kUsage, UsageSentence(program, error));

@@ -1,9 +1,7 @@
 // pelaconctl group watch.
 #include <PelaconSDK/Vod2dApi.h>
 #include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/ServiceWatch.h>
+#include <tools/pelaconctl/Happenings.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/GroupParts.h>
@@ -11,8 +9,6 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <span>
@@ -21,20 +17,6 @@
 namespace pelacon::ctl {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-/// One thing that happened, for programs and for people.
-struct Happening {
-    Json record;
-    std::string line;
-};
-
-Mailbox<Happening>& Happenings()
-{
-    static auto& happenings = *new Mailbox<Happening>;
-    return happenings;
-}
 
 void OnGroup(Vod2dGroupChange change)
 {
@@ -111,26 +93,6 @@ class Listener {
     }
 };
 
-void Watch(std::optional<double> seconds, const Console& console)
-{
-    const Session session;
-    const std::optional<Deadline> end = After(seconds);
-    const UntilInterrupt interrupt([] { Happenings().Close(); });
-    const Listener listener;
-    console.Say(console.Styled(Console::Style::kDim, "Watching, until Ctrl-C."));
-    ServiceWatch watch;
-    while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
-        const Deadline look = ServiceWatch::Clock::now() + ServiceWatch::kEvery;
-        if (auto happening = Happenings().Next(end ? std::min(*end, look) : look)) {
-            const auto now = std::chrono::system_clock::now();
-            Json record{{"time", FormatTime(now)}};
-            record.update(happening->record);
-            console.Report(record, FormatClock(now) + "  " + happening->line);
-        }
-        watch.Look();
-    }
-}
-
 }  // namespace
 
 void AddGroupWatch(CLI::App& group, const Console& console)
@@ -140,7 +102,7 @@ void AddGroupWatch(CLI::App& group, const Console& console)
         "watch", "Show what happens to the group, its stations, configurations and cards");
     watch->add_option("--seconds", *seconds, "End after so many seconds")
         ->check(CLI::NonNegativeNumber);
-    watch->callback([&console, seconds] { Watch(*seconds, console); });
+    watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
 }
 
 }  // namespace pelacon::ctl

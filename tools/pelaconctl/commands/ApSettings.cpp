@@ -1,0 +1,216 @@
+// pelaconctl ap rename, move, refresh, restart, device.
+#include <PelaconSDK/WifiSystemApi.h>
+#include <tools/pelaconctl/Console.h>
+#include <tools/pelaconctl/Control.h>
+#include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/Session.h>
+#include <tools/pelaconctl/Spinner.h>
+#include <tools/pelaconctl/Text.h>
+#include <tools/pelaconctl/WifiText.h>
+#include <tools/pelaconctl/commands/ApParts.h>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace pelacon::ctl {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kLongestModel = 255;
+
+WifiSystemApi& Api()
+{
+    return WifiSystemApi::GetInstance();
+}
+
+void RequireSoftAp()
+{
+    if (!Api().CheckMySoftAPExist()) {
+        ProbeService();
+        throw Failure(ExitStatus::kFailed,
+                      "There is no soft AP. Create one with: pelaconctl ap create");
+    }
+}
+
+void Rename(const Console& console)
+{
+    const Session session;
+    Api().ChangeSSIDAndPasswd();
+    const bool exists = Api().CheckMySoftAPExist();
+    const std::string ssid = Printable(Api().GetSSID());
+    if (ssid.empty()) {
+        FailForNoAnswer("name the soft AP anew");
+    }
+    console.Report({{"ssid", ssid}, {"fromNow", !exists}},
+                   exists ? "The soft AP keeps its name, " + ssid + ", until it is created again."
+                          : "The soft AP will be called " + ssid + ".");
+}
+
+void ReportChannel(int channel, const std::string& line, const Console& console)
+{
+    if (channel == 0) {
+        ProbeService();
+        throw Failure(ExitStatus::kFailed, "There is no channel for that.");
+    }
+    console.Report({{"channel", channel}, {"frequency", Api().GetFrequencyFromChannel(channel)}},
+                   line + ChannelText(channel) + ".");
+}
+
+void Move(const std::string& band, bool onlyShow, const Console& console)
+{
+    const Session session;
+    const bool want5G = band == "5";
+    if (onlyShow) {
+        ReportChannel(Api().RepickChannelWithoutEffect(want5G), "The soft AP would be on ",
+                      console);
+        return;
+    }
+    RequireSoftAp();
+    const int channel = Api().SetAPFrequence(want5G);
+    if (channel != 0 && Api().Is5GChannel(channel) != want5G) {
+        throw Failure(ExitStatus::kFailed,
+                      "There is no channel in that band: the soft AP is "
+                      "still on " +
+                          ChannelText(channel) + ".");
+    }
+    ReportChannel(channel, "The soft AP is on ", console);
+}
+
+void Refresh(const Console& console)
+{
+    const Session session;
+    RequireSoftAp();
+    ReportChannel(Api().SystemRefreshSoftAPChannel(), "The soft AP is on ", console);
+}
+
+void Restart(bool afterWakeUp, const Console& console)
+{
+    const Session session;
+    bool restarted = false;
+    {
+        const Spinner spinner(console, "Restarting the adapter");
+        restarted = Api().RestartWiFiDirectVirtualAdapter(afterWakeUp);
+    }
+    if (!restarted) {
+        ProbeService();
+        throw Failure(ExitStatus::kAdapterOff,
+                      "The adapter did not restart. Is Wi-Fi on? See: pelaconctl wifi status");
+    }
+    const unsigned restarts = Api().GetRestartCount();
+    const unsigned wakeUps = Api().GetWakeUpRestartCount();
+    console.Report({{"restarts", restarts}, {"wakeUpRestarts", wakeUps}},
+                   "The adapter is restarted. Restarts so far: " + std::to_string(restarts) + ", " +
+                       std::to_string(wakeUps) + " of them after a wake-up.");
+}
+
+void ResetWakeUps(const Console& console)
+{
+    const Session session;
+    Api().ResetWakeUpCount();
+    const unsigned wakeUps = Api().GetWakeUpRestartCount();
+    ProbeService();
+    console.Report({{"wakeUpRestarts", wakeUps}}, "Restarts after a wake-up are counted anew.");
+}
+
+/// What is kept about the paired device, as options say it.
+struct Device {
+    std::optional<std::string> model;
+    std::vector<std::string> types;
+    std::optional<std::string> restartHotspot;
+};
+
+void Keep(const Device& device)
+{
+    if (device.model && !Api().SetPairDeviceModelName(*device.model)) {
+        FailForNoAnswer("keep the model's name");
+    }
+    if (!device.types.empty() &&
+        !Api().SetListProductType({device.types.begin(), device.types.end()})) {
+        ProbeService();
+        throw Failure(ExitStatus::kFailed, "PelaconService did not take these product types.");
+    }
+    if (device.restartHotspot) {
+        Api().SetRestartMobileHotpotFlag(*device.restartHotspot == "on");
+    }
+}
+
+void ShowDevice(const Device& device, const Console& console)
+{
+    if (device.model && device.model->size() > kLongestModel) {
+        throw Failure(ExitStatus::kUsage, "A model's name has 255 bytes at most.");
+    }
+    const Session session;
+    Keep(device);
+    std::string model;
+    const bool known = Api().GetPairDeviceModelName(model);
+    const bool restart = Api().GetRestartMobileHotpotFlag();
+    ProbeService();
+    console.Report(
+        {{"model", known ? Json(Printable(model)) : Json()}, {"restartHotspot", restart}},
+        "Model            " + (known ? Printable(model) : "not known") + "\nRestart hotspot  " +
+            (restart ? "on" : "off"));
+}
+
+void AddDevice(CLI::App& ap, const Console& console)
+{
+    const auto device = std::make_shared<Device>();
+    CLI::App* const command =
+        ap.add_subcommand("device", "Show what is kept about the paired device, or set it");
+    command->add_option("--model", device->model, "Its model's name, at most 255 bytes");
+    command->add_option("--types", device->types, "The product types that the soft AP is for")
+        ->delimiter(',');
+    command
+        ->add_option("--restart-hotspot", device->restartHotspot,
+                     "Whether the mobile hotspot has to be restarted: on or off")
+        ->check(CLI::IsMember({"on", "off"}));
+    command->callback([&console, device] { ShowDevice(*device, console); });
+}
+
+void AddChannel(CLI::App& ap, const Console& console)
+{
+    const auto band = std::make_shared<std::string>();
+    const auto onlyShow = std::make_shared<bool>(false);
+    CLI::App* const move = ap.add_subcommand("move", "Move the soft AP to the other band");
+    move->add_option("BAND", *band, "2.4 or 5")->required()->check(CLI::IsMember({"2.4", "5"}));
+    move->add_flag("--dry-run", *onlyShow, "Only show the channel that it would get");
+    move->callback([&console, band, onlyShow] { Move(*band, *onlyShow, console); });
+
+    ap.add_subcommand("refresh", "Pick the soft AP's channel anew, in its band")
+        ->callback([&console] { Refresh(console); });
+}
+
+void AddAdapter(CLI::App& ap, const Console& console)
+{
+    const auto afterWakeUp = std::make_shared<bool>(false);
+    const auto reset = std::make_shared<bool>(false);
+    CLI::App* const restart =
+        ap.add_subcommand("restart", "Restart the adapter, which ends the soft AP");
+    CLI::Option* const wakeUp =
+        restart->add_flag("--wake-up", *afterWakeUp, "Count it as one after a wake-up");
+    restart->add_flag("--reset-count", *reset, "Restart nothing: count wake-ups anew")
+        ->excludes(wakeUp);
+    restart->callback([&console, afterWakeUp, reset] {
+        *reset ? ResetWakeUps(console) : Restart(*afterWakeUp, console);
+    });
+}
+
+}  // namespace
+
+void AddApSettings(CLI::App& ap, const Console& console)
+{
+    ap.add_subcommand("rename", "Draw a new name and pass phrase for the soft AP")
+        ->callback([&console] { Rename(console); });
+    AddChannel(ap, console);
+    AddAdapter(ap, console);
+    AddDevice(ap, console);
+}
+
+}  // namespace pelacon::ctl
