@@ -154,7 +154,7 @@ Result Exchange(std::string_view function, const protocol::Operation<Request, Re
         diag::LogNoReply(function);
         return failures.noReply;
     }
-    const Result result = onReply(detail::Decoded<Reply>(reply.message));
+    Result result = onReply(detail::Decoded<Reply>(reply.message));
     diag::Log(kLogTrace, function, lastLine);
     return result;
 }

@@ -158,6 +158,7 @@ TEST_F(KvLoggerTest, SinkIsCalledOnSeveralThreadsAtOnce)
         EXPECT_EQ(allInside.wait_for(kLimit), std::future_status::ready);
     });
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([] { Log(kLogTrace, L"together"); });
     }
@@ -170,8 +171,10 @@ TEST_F(KvLoggerTest, SinkIsCalledOnSeveralThreadsAtOnce)
 TEST_F(KvLoggerTest, SinksMayBeExchangedWhileLinesAreWritten)
 {
     std::atomic<bool> stop{false};
+    constexpr int kWriters = 3;
     std::vector<std::thread> writers;
-    for (int writer = 0; writer < 3; ++writer) {
+    writers.reserve(kWriters);
+    for (int writer = 0; writer < kWriters; ++writer) {
         writers.emplace_back([&] {
             while (!stop) {
                 Log(kLogFailure, L"line");

@@ -57,9 +57,9 @@ TEST(VisitProcessNamesTest, FindsOurselves)
     EXPECT_EQ(own.substr(0, 15), std::wstring(L"platform_os_test").substr(0, 15));
 }
 
-TEST(ServiceInstallPathTest, IsAFullPath)
+TEST(ServiceInstallPathTest, BeginsAtTheRoot)
 {
-    EXPECT_TRUE(fs::path(ServiceInstallPath()).is_absolute()) << ServiceInstallPath();
+    EXPECT_TRUE(fs::path(ServiceInstallPath()).has_root_directory()) << ServiceInstallPath();
     EXPECT_EQ(fs::path(ServiceInstallPath()).stem().string(), "PelaconService");
 }
 

@@ -9,7 +9,6 @@ namespace pelacon::test {
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 TEST_F(SdkTest, CFormsForward)

@@ -11,7 +11,6 @@ namespace pelacon::test {
 
 namespace {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

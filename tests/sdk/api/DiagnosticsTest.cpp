@@ -12,7 +12,6 @@ namespace pelacon::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 struct Taken {
     PelaconLogLevel level;

@@ -3,6 +3,7 @@
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <string>
@@ -213,25 +214,29 @@ TEST_F(SdkTest, StopAndStartDuringAStopChangeNothing)
 
 TEST_F(SdkTest, StopWhileManyThreadsSendRequests)
 {
+    constexpr std::size_t kThreads = 4;
     channel.Reply(kBtEnable, Bytes().I32(0));
-    std::promise<void> begin;
-    const std::shared_future<void> begun = begin.get_future().share();
+    std::atomic<int> requests{0};
+    std::promise<void> busy;
+    channel.OnRequest(kBtEnable, [&](const Sent&) {
+        if (++requests == 20) {
+            busy.set_value();
+        }
+    });
     std::vector<std::thread> callers;
-    for (int caller = 0; caller < 4; ++caller) {
-        callers.emplace_back([&] {
-            ASSERT_EQ(begun.wait_for(kLimit), std::future_status::ready);
+    callers.reserve(kThreads);
+    for (std::size_t caller = 0; caller < kThreads; ++caller) {
+        callers.emplace_back([] {
+            const auto end = std::chrono::steady_clock::now() + kLimit;
             BleStatusC status = kBleStatusSuccess;
-            // A request that is under way when the callbacks go gets no answer any more.
-            for (int request = 0; request < 100000 && status == kBleStatusSuccess; ++request) {
+            while (status == kBleStatusSuccess && std::chrono::steady_clock::now() < end) {
                 status = BleManager::BtEnable();
             }
+            // A request that is under way when the callbacks go gets no answer any more.
             EXPECT_TRUE(status == kBleStatusFailed || status == kBleStatusNoReply) << status;
         });
     }
-    begin.set_value();
-    while (channel.Requests().size() < 20) {
-        std::this_thread::yield();
-    }
+    EXPECT_EQ(busy.get_future().wait_for(kLimit), std::future_status::ready);
     EXPECT_EQ(PelaconSvcStop(), 0);
     EXPECT_EQ(channel.Destructions(), 1);
     for (std::thread& caller : callers) {

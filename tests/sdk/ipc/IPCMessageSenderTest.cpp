@@ -149,6 +149,7 @@ TEST_F(SdkTest, RequestsOfSeveralThreadsRunSideBySide)
     });
     channel.Reply(kRequest, Bytes().I32(3));
     std::vector<std::thread> callers;
+    callers.reserve(kThreads);
     for (int caller = 0; caller < kThreads; ++caller) {
         callers.emplace_back([] {
             ReplyRecord reply;
