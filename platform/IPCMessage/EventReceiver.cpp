@@ -2,6 +2,7 @@
 #include <os/Threads.h>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace pelacon::ipc {
@@ -16,6 +17,17 @@ constexpr std::chrono::milliseconds kLastRetry = 2s;
 /// How long a post waits for a connection, where there is none: as good as not at all, but enough
 /// for one that is being made.
 constexpr std::chrono::milliseconds kPostPatience = 50ms;
+
+/// Finds no service when there is no memory for one.
+ConnectResult TryToConnect(const PipePlaces& places, Deadline& deadline,
+                           const std::atomic<bool>& cancelled) noexcept
+{
+    try {
+        return Connect(places, deadline, cancelled);
+    } catch (const std::exception&) {
+        return {};
+    }
+}
 
 /// The receiver whose thread this is.
 thread_local constinit const EventReceiver* ownReceiver = nullptr;
@@ -61,7 +73,7 @@ LinkStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
     }
     connecting_ = true;
     lock.unlock();
-    ConnectResult result = ipc::Connect(places_, deadline, stopped_);
+    ConnectResult result = TryToConnect(places_, deadline, stopped_);
     lock.lock();
     connecting_ = false;
     const bool up = result.connection && !stopped_ && Greet(std::move(result.connection));
@@ -140,6 +152,9 @@ void EventReceiver::Run()
     ownReceiver = this;
     while (const std::shared_ptr<Connection> connection = NextConnection()) {
         ReadUntilLost(*connection);
+        if (ForkGeneration() != generation_) {
+            return;  // a child that fork made inside a callback: all else is its parent's
+        }
         Lost();
     }
     callbacksInUse_.reset();  // what they hold ends before Stop returns

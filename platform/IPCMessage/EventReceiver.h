@@ -68,6 +68,7 @@ class EventReceiver {
 
     const PipePlaces places_;
     const Token token_;
+    const std::uint64_t generation_ = ForkGeneration();
 
     std::atomic<bool> up_{false};
     std::atomic<bool> stopped_{false};

@@ -85,7 +85,7 @@ static_assert(offsetof(FrameHeader, payloadLength) == 52);
 static_assert(offsetof(FrameHeader, nameLength) == 56);
 static_assert(offsetof(FrameHeader, zero) == 60);
 
-inline constexpr std::size_t kMaxPayload = 64 * 1024;
+inline constexpr std::size_t kMaxPayload = 65'536;
 inline constexpr std::size_t kMaxName = 255;
 inline constexpr std::size_t kMaxFrame = sizeof(FrameHeader) + kMaxPayload + kMaxName;
 

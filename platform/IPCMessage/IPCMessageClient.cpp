@@ -38,6 +38,9 @@ class IPCMessageClient::Implementation {
         events_->Stop();
     }
 
+    /// Never to be destroyed.
+    void Keep(std::shared_ptr<Implementation> self) noexcept { self_ = std::move(self); }
+
     EventReceiver& Events() const noexcept { return *events_; }
 
     std::atomic<std::uint64_t> timedOut{0};
@@ -51,6 +54,7 @@ class IPCMessageClient::Implementation {
 
     const std::uint64_t generation_ = pelacon::ipc::ForkGeneration();
     std::shared_ptr<EventReceiver> events_;  // its thread holds it, too
+    std::shared_ptr<Implementation> self_;
     CallConnections calls_;
 };
 
@@ -63,7 +67,7 @@ IPCMessageClient::~IPCMessageClient()
     if (implementation_->IsInherited()) {
         // Its locks may be held, and waited for, by threads that exist in the parent only: left as
         // it is.
-        static_cast<void>(new std::shared_ptr<Implementation>(std::move(implementation_)));
+        implementation_->Keep(implementation_);
         return;
     }
     implementation_->Stop();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <list>
+#include <system_error>
 #include <utility>
 
 using namespace pelacon::ipc;
@@ -17,6 +18,18 @@ constexpr std::chrono::milliseconds kGreetingTimeout{5000};
 
 /// What is sent to provoke a client: no frame begins like this.
 constexpr std::array<std::uint8_t, 24> kNoFrame{0xDE, 0xAD, 0xBE, 0xEF};
+
+/// An outbox with the welcome in it; null if there can be no thread for it.
+std::shared_ptr<Outbox> OpenOutbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
+{
+    try {
+        auto outbox = std::make_shared<Outbox>(std::move(connection), counters);
+        outbox->Put({.kind = FrameKind::kWelcome}, {}, Outbox::Urgency::kKept);
+        return outbox;
+    } catch (const std::system_error&) {
+        return nullptr;
+    }
+}
 
 }  // namespace
 
@@ -220,9 +233,8 @@ void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& conn
         return CountMalformed();
     }
     const ServerClients::Membership client(clients_, *key);
-    const auto outbox = std::make_shared<Outbox>(connection, counters_);
-    outbox->Put({.kind = FrameKind::kWelcome}, {}, Urgency::kKept);
-    if (client->Arrive(outbox)) {
+    const auto outbox = OpenOutbox(connection, counters_);
+    if (outbox && client->Arrive(outbox)) {
         ++counters_.clients;
         handler_.ClientArrived({client->Id(), key->processId, frame.header.Has(kReturning)});
         TakePosts(*connection, *client, frame);
@@ -232,7 +244,6 @@ void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& conn
         handler_.ClientLeft(client->Id());
         client->EndLeave();
     }
-    outbox->Close();
 }
 
 /// Until the connection is lost. `frame` is the greeting that came first.
@@ -293,8 +304,10 @@ void IPCMessageServer::Implementation::ServeControl(Connection& connection, Inco
 void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,
                                                   Incoming& frame)
 {
-    const auto outbox = std::make_shared<Outbox>(connection, watcherCounters_);
-    outbox->Put({.kind = FrameKind::kWelcome}, {}, Urgency::kKept);
+    const auto outbox = OpenOutbox(connection, watcherCounters_);
+    if (!outbox) {
+        return;
+    }
     {
         const std::lock_guard lock(watchersMutex_);
         watchers_.push_back(outbox);

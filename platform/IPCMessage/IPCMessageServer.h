@@ -45,17 +45,20 @@ class IPCServerHandler {
   public:
     virtual ~IPCServerHandler() = default;
 
-    /// The client's event connection is up: notifications can be sent to it.
+    /// The client's event connection is up. From the moment of this call Notify reaches the client,
+    /// so what is sent from inside it comes first. Requests that the client makes over a connection
+    /// that is up come after this returns.
     virtual void ClientArrived(const IPCClientInfo& client) = 0;
 
     /// The client's event connection is gone, and with it everything the service holds for it.
-    /// Requests of the same client may still come, and it may arrive again.
+    /// Requests of the same client may still come, and it may arrive again, with the same id as
+    /// long as one of its connections is left; that is told after this returns.
     virtual void ClientLeft(std::uint64_t clientId) = 0;
 
     /// Answers a request. May block for as long as it likes: it holds up nobody but its caller.
     virtual IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) = 0;
 
-    /// Takes a posted message. Requests that the client made after it are answered after it.
+    /// Takes a posted message. Requests that the client made after it come after this returns.
     virtual void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) = 0;
 
     /// Answers a command of an operator (the service's own user, or root).
@@ -80,7 +83,7 @@ class IPCMessageServer {
         std::uint64_t notificationsDropped = 0;  ///< droppable ones that made room
         std::uint64_t slowClients = 0;      ///< event connections closed because of a full queue
         std::uint64_t malformedFrames = 0;  ///< connections closed because of what they sent
-        std::uint64_t refusedPeers = 0;     ///< connections of users not admitted
+        std::uint64_t refusedPeers = 0;     ///< connections of users not admitted, or too many
     };
 
     static constexpr std::size_t kQueueLimit = 1024;  ///< notifications queued for one client
@@ -96,7 +99,8 @@ class IPCMessageServer {
     IPCMessageServer(const IPCMessageServer&) = delete;
     IPCMessageServer& operator=(const IPCMessageServer&) = delete;
 
-    /// Sends a notification to one client; false when it has no event connection. Never blocks.
+    /// Sends a notification to one client; false when it has no event connection, or the payload is
+    /// larger than a frame takes (65,536 bytes). Never blocks.
     /// Notifications to one client arrive in the order of these calls. May be called from inside
     /// the handler, and with the caller's own locks held.
     bool Notify(std::uint64_t clientId, std::int32_t messageId,
@@ -105,7 +109,8 @@ class IPCMessageServer {
     /// Closes the event connection of one client, as if the line had failed.
     void Disconnect(std::uint64_t clientId);
 
-    /// Closes every connection, as a service that dies does, and goes on listening.
+    /// Closes every connection of a client, as a service that dies does, and goes on listening.
+    /// Operators' connections stay, so that the command that asked for this is answered.
     void DisconnectAll();
 
     /// Sends bytes that are no frame on a client's event connection.

@@ -24,7 +24,11 @@ struct ClientKey {
     std::uint32_t processId = 0;
     std::string user;
 
-    auto operator<=>(const ClientKey&) const = default;
+    bool operator<(const ClientKey& other) const
+    {
+        return std::tie(token, processId, user) <
+               std::tie(other.token, other.processId, other.user);
+    }
 };
 
 /// One client, as long as it has a connection.

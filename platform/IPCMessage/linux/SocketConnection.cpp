@@ -44,8 +44,7 @@ void SocketConnection::IdentifyPeer()
 {
     ucred credentials{};
     socklen_t length = sizeof(credentials);
-    if (getsockopt(socket_.Get(), SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0 ||
-        credentials.pid <= 0) {
+    if (getsockopt(socket_.Get(), SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) {
         return;
     }
     user_ = credentials.uid;

@@ -112,8 +112,9 @@ class SocketListener final : public Listener {
 
     bool Admits(const Peer& peer) const override
     {
-        // Whom a system's service serves is up to the mode and group of its socket.
-        return peer.isOperator || (ofSystem_ && !peer.user.empty());
+        // Whom a system's service serves is up to the mode and group of its socket. A process that
+        // has no number here, since it lives in another container, cannot be told from others.
+        return peer.processId != 0 && (peer.isOperator || ofSystem_);
     }
 
     void Shutdown() noexcept override { eventfd_write(stop_.Get(), 1); }
