@@ -104,6 +104,14 @@ TEST(Notifications, LengthsAndTextsEndWithTheirFields)
     EXPECT_EQ(NotificationFields(0xD80039, station).at("station"), std::string(13, 'x'));
 }
 
+TEST(Notifications, TextsOfOthersAreSafeToShow)
+{
+    const ByteVector station = Bytes().I32(1).Text("a\033[2J\xFF", 13).Zeros(16);
+    const std::string line = FieldsLine(NotificationFields(0xD80039, station));
+    EXPECT_EQ(line.find('\033'), std::string::npos) << line;
+    EXPECT_EQ(FieldsLine({{"list", {{{"name", "\xFF"}}}}}).find('\xFF'), std::string::npos);
+}
+
 TEST(Notifications, UnknownOnesGoByTheirNumber)
 {
     EXPECT_TRUE(NotificationFields(0xD8FFFF, ByteVector(Bytes().I32(1))).is_null());

@@ -38,7 +38,8 @@ void ShowStatus(const Console& console)
     const std::string state = BtStateName(State());
     console.Report({{"state", state}, {"name", name}, {"address", FormatAddress(info.mac)}},
                    "Bluetooth is " + console.Styled(Console::Style::kBold, state) + ".\n" +
-                       "Name     " + name + "\n" + "Address  " + FormatAddress(info.mac));
+                       "Name     " + Printable(name) + "\n" + "Address  " +
+                       FormatAddress(info.mac));
 }
 
 /// Where state changes go while a command waits for one.
@@ -102,7 +103,7 @@ void ShowName(const Console& console)
     const Session session;
     std::string name;
     Check(BleManager::GetBtName(name), "read the adapter's name");
-    console.Report({{"name", name}}, name);
+    console.Report({{"name", name}}, Printable(name));
 }
 
 void SetName(const std::string& name, const Console& console)

@@ -8,11 +8,16 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace pelacon::ctl {
 
@@ -34,37 +39,71 @@ std::string Duration(std::int64_t milliseconds)
                : std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min";
 }
 
-std::string Row(const std::string& name, const std::string& contents)
+/// What a status says, by title.
+using Table = std::vector<std::pair<std::string, std::string>>;
+
+/// "softAp" -> "Soft ap"
+std::string TitleOf(const std::string& name)
 {
-    constexpr std::size_t kWidth = 12;
-    return "\n" + name + std::string(name.size() < kWidth ? kWidth - name.size() : 1, ' ') +
-           contents;
+    std::string title;
+    for (const char letter : name) {
+        const auto code = static_cast<unsigned char>(letter);
+        const bool isUpper = std::isupper(code) != 0;
+        title += isUpper && !title.empty() ? " " : "";
+        title += static_cast<char>(title.empty() ? std::toupper(code) : std::tolower(code));
+    }
+    return title;
 }
 
-/// What the service says of itself, with a line for each thing that it speaks of: what the radios
-/// say of themselves is up to them.
-std::string StatusText(const Json& status)
+/// A line for each thing that the service speaks of: what the radios say is up to them.
+Table StatusTable(const Json& status)
 {
-    std::string text = "PelaconService " + status.value("version", "") + " is running.";
-    text += Row("Process", std::to_string(status.value("pid", 0)) + ", up for " +
-                               Duration(status.value("uptimeMs", std::int64_t{0})));
-    text += Row("World", status.value("world", "") + ", seed " +
-                             std::to_string(status.value("seed", std::uint64_t{0})));
+    Table table{{"Process", std::to_string(status.value("pid", 0)) + ", up for " +
+                                Duration(status.value("uptimeMs", std::int64_t{0}))},
+                {"World", status.value("world", "") + ", seed " +
+                              std::to_string(status.value("seed", std::uint64_t{0}))}};
     for (const auto& [name, value] : status.items()) {
-        const bool isList = value.is_array();
-        if (!isList && !value.is_object()) {
-            continue;
-        }
-        const std::string title =
-            static_cast<char>(std::toupper(static_cast<unsigned char>(name.front()))) +
-            name.substr(1);
-        text += Row(title, isList ? (value.empty() ? "none" : std::to_string(value.size()))
-                                  : FieldsLine(value));
-        if (isList) {
+        if (value.is_object()) {
+            table.emplace_back(TitleOf(name), FieldsLine(value));
+        } else if (value.is_array()) {
+            table.emplace_back(TitleOf(name),
+                               value.empty() ? "none" : std::to_string(value.size()));
             for (const Json& entry : value) {
-                text += Row("", entry.is_object() ? FieldsLine(entry) : entry.dump());
+                table.emplace_back("", FieldsLine(entry));
             }
         }
+    }
+    return table;
+}
+
+/// Breaks contents at blanks, so that lines keep within the width; what follows is indented.
+std::string Wrapped(const std::string& contents, std::size_t indent, std::size_t width)
+{
+    std::string text;
+    std::size_t column = indent;
+    std::istringstream words(contents);
+    for (std::string word; words >> word; column += word.size() + 1) {
+        if (column != indent && column + word.size() > width) {
+            text += "\n" + std::string(indent, ' ');
+            column = indent;
+        }
+        text += (column != indent ? " " : "") + word;
+    }
+    return text;
+}
+
+std::string StatusText(const Json& status, const Console& console)
+{
+    const Table table = StatusTable(status);
+    std::size_t indent = 0;
+    for (const auto& [title, contents] : table) {
+        indent = std::max(indent, title.size() + 2);
+    }
+    std::string text = "PelaconService " + status.value("version", "") + " is running.";
+    for (const auto& [title, contents] : table) {
+        text += "\n" + console.Styled(Console::Style::kBold, title) +
+                std::string(indent - title.size(), ' ') +
+                Wrapped(contents, indent, static_cast<std::size_t>(console.Width()));
     }
     return text;
 }
@@ -94,7 +133,7 @@ void AddStatus(CLI::App& service, const Console& console)
         ->check(CLI::NonNegativeNumber);
     status->callback([&console, wait] {
         const Json answer = StatusWithin(*wait);
-        console.Report(answer, StatusText(answer));
+        console.Report(answer, StatusText(answer, console));
     });
 }
 
