@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -130,15 +129,18 @@ TEST_F(WorldTest, TheLockIsFreeWhileOneWaits)
 
 TEST_F(WorldTest, StoppingEndsAllWaiting)
 {
-    std::atomic<bool> waiting{false};
+    bool waiting = false;
     bool result = true;
     std::thread waiter([&] {
         const World::Guard lock = world_.Lock();
         waiting = true;
-        waiting.notify_all();
+        world_.Wake();
         result = world_.Wait(kPatience, [] { return false; });
     });
-    waiting.wait(false);
+    {
+        const World::Guard lock = world_.Lock();
+        ASSERT_TRUE(Until([&] { return waiting; }));
+    }
     const auto begin = World::Clock::now();
     world_.Stop();
     waiter.join();
@@ -153,12 +155,12 @@ TEST_F(WorldTest, NoTaskRunsAfterStop)
     {
         const World::Guard lock = world_.Lock();
         timer = world_.After(1ms, [&] { ran = true; });
-        ran = false;
     }
     world_.Stop();
     const World::Guard lock = world_.Lock();
     const bool ranBefore = ran;
-    EXPECT_FALSE(world_.Wait(5ms, [] { return false; }));
+    timer = world_.After(0ms, [&] { ran = !ranBefore; });
+    EXPECT_FALSE(world_.Wait(20ms, [] { return false; }));
     EXPECT_EQ(ran, ranBefore);
     timer.Cancel();
 }

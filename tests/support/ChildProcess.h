@@ -20,6 +20,8 @@ class ChildProcess {
         /// Its output goes to a terminal, which people would see, rather than to a pipe. Errors
         /// then come with the output.
         bool terminal = false;
+        /// It has a standard input, to which Write writes; otherwise an empty one.
+        bool input = false;
         /// "NAME=value", besides what this process has.
         std::vector<std::string> environment = {};
     };
@@ -42,6 +44,9 @@ class ChildProcess {
     void Terminate();
     /// Ends it at once, without its having a say.
     void Kill();
+
+    /// Writes a line to its standard input.
+    void Write(const std::string& line);
 
     /// Its exit code; -1 when it did not end in time or was killed.
     int Wait(std::chrono::milliseconds patience = kPatience);

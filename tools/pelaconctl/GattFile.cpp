@@ -75,8 +75,9 @@ class Node {
     template <typename Parse>
     auto Parsed(const Parse& parse) const
     {
+        const std::string text = Text();
         try {
-            return parse(Text());
+            return parse(text);
         } catch (const Failure& failure) {
             Fail(failure.what());
         }

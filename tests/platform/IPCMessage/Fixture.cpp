@@ -28,6 +28,15 @@ void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& 
     }
 }
 
+std::string PeerProcess::ReadLine()
+{
+    auto line = process_.NextLine(kLongEnough);
+    if (!line) {
+        throw std::runtime_error("the peer process says nothing: " + process_.Errors());
+    }
+    return std::move(*line);
+}
+
 Message::Message(const TagIPCMessageItem& from) : item(from), hasPayload(from.message != nullptr)
 {
     if (hasPayload) {

@@ -5,6 +5,7 @@
 #include <IPCMessage/IPCMessageServer.h>
 #include <tests/platform/IPCMessage/Surroundings.h>
 #include <tests/support/Bytes.h>
+#include <tests/support/ChildProcess.h>
 
 #include <gtest/gtest.h>
 
@@ -138,6 +139,27 @@ Clock::duration BestOfThree(Clock::duration limit, const Attempt& attempt)
 
 /// Runs the action on that many threads at once, told which one it is, and waits for them.
 void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& action);
+
+/// A program with a part to play at the other end of a pipe, or at this end in a process of its
+/// own. It is killed with this.
+class PeerProcess {
+  public:
+    /// See peer/main.cpp for the roles.
+    explicit PeerProcess(const std::string& role) : process_(CHANNEL_PEER, {role}, {.input = true})
+    {}
+
+    /// The next line that it writes; throws when there is none.
+    std::string ReadLine();
+
+    std::uint32_t Id() const { return process_.Id(); }
+    int WaitForExit() { return process_.Wait(kLongEnough); }
+    void Kill() { process_.Kill(); }
+    void Suspend() { SuspendProcess(Id()); }
+    void Resume() { ResumeProcess(Id()); }
+
+  private:
+    ChildProcess process_;
+};
 
 /// An item as it was sent, with a payload of its own.
 struct Message {

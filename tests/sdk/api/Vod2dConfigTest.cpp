@@ -1,4 +1,7 @@
 #include <PelaconSDK/Vod2dApi.h>
+#include <protocol/ServiceStatus.h>
+#include <service/radio/Channels.h>
+#include <service/radio/WifiCards.h>
 #include <tests/support/SdkTest.h>
 
 #include <chrono>
@@ -476,6 +479,32 @@ TEST_F(SdkTest, ARecommendationWithoutAReplyReportsAnEvent)
               "[PelaconSDK][VoView]ErrorCode:5(VoviewDataReport::ReportApplicationInterface)");
     EXPECT_EQ(Threads::Started(), 0);
 }
+
+// ---- Values that the library names as the service uses them
+
+static_assert(kWifiSuccess == protocol::kStatusDone);
+static_assert(kWifiIsOff == protocol::kStatusRadioOff);
+static_assert(kWifiBusy == protocol::kStatusBusy);
+static_assert(kWifiInvalidArgument == protocol::kStatusInvalidArgument);
+static_assert(kWifiNotFound == protocol::kStatusNotFound);
+static_assert(kWifiNotPermitted == protocol::kStatusNotPermitted);
+static_assert(kWifiNotSupported == protocol::kStatusNotSupported);
+static_assert(kWifiInterrupted == protocol::kStatusInterrupted);
+
+constexpr bool Is(service::radio::CardState ours, WifiCardState theirs)
+{
+    return static_cast<std::int32_t>(ours) == theirs;
+}
+static_assert(Is(service::radio::CardState::kAbsent, kWifiCardAbsent));
+static_assert(Is(service::radio::CardState::kOff, kWifiCardOff));
+static_assert(Is(service::radio::CardState::kOn, kWifiCardOn));
+
+constexpr bool Is(service::radio::Band ours, Vod2dBand theirs)
+{
+    return static_cast<std::int32_t>(ours) == theirs;
+}
+static_assert(Is(service::radio::Band::k24GHz, kVod2dBand24GHz));
+static_assert(Is(service::radio::Band::k5GHz, kVod2dBand5GHz));
 
 // ---- The scene, and the name of an interface
 

@@ -116,11 +116,15 @@ std::vector<std::string> EnvironmentWith(const std::vector<std::string>& additio
 }
 
 pid_t Spawn(const std::string& program, const std::vector<std::string>& arguments,
-            const ChildProcess::Options& options, int output, int errors)
+            const ChildProcess::Options& options, int input, int output, int errors)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (options.input) {
+        posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    }
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     posix_spawnattr_t attributes;
@@ -201,7 +205,10 @@ class ChildProcess::Implementation {
         Channel output = options.terminal ? MakeTerminal() : MakePipe();
         Channel errors = options.terminal ? Channel() : MakePipe();
         const Descriptor& errorsTo = options.terminal ? output.writing : errors.writing;
-        process_ = Spawn(program, arguments, options, output.writing.Get(), errorsTo.Get());
+        Channel input = options.input ? MakePipe() : Channel();
+        process_ = Spawn(program, arguments, options, input.reading.Get(), output.writing.Get(),
+                         errorsTo.Get());
+        input_ = std::move(input.writing);
         output_.emplace(std::move(output.reading));
         if (!options.terminal) {
             errors_.emplace(std::move(errors.reading));
@@ -223,6 +230,15 @@ class ChildProcess::Implementation {
     {
         if (!exitCode_) {
             kill(process_, signal);
+        }
+    }
+
+    void Write(const std::string& line) const
+    {
+        std::signal(SIGPIPE, SIG_IGN);  // a child that has ended is a failure, not an end
+        const std::string text = line + "\n";
+        if (write(input_.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+            ADD_FAILURE() << "the program takes no input";
         }
     }
 
@@ -253,6 +269,7 @@ class ChildProcess::Implementation {
   private:
     pid_t process_ = -1;
     std::optional<int> exitCode_;
+    Descriptor input_;
     std::optional<Stream> output_;
     std::optional<Stream> errors_;
 };
@@ -282,6 +299,11 @@ void ChildProcess::Terminate()
 void ChildProcess::Kill()
 {
     implementation_->Signal(SIGKILL);
+}
+
+void ChildProcess::Write(const std::string& line)
+{
+    implementation_->Write(line);
 }
 
 int ChildProcess::Wait(std::chrono::milliseconds patience)

@@ -46,6 +46,15 @@ Channel MakePipe()
     return {OwnedHandle(reading), OwnedHandle(writing)};
 }
 
+/// One that the child reads.
+Channel MakeInputPipe()
+{
+    Channel pipe = MakePipe();
+    SetHandleInformation(pipe.reading.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+    SetHandleInformation(pipe.writing.get(), HANDLE_FLAG_INHERIT, 0);
+    return pipe;
+}
+
 /// A word of a command line, quoted so that the program reads it back as it is.
 std::string Quoted(const std::string& word)
 {
@@ -134,15 +143,16 @@ class Stream {
 };
 
 PROCESS_INFORMATION Spawn(const std::string& program, const std::vector<std::string>& arguments,
-                          const ChildProcess::Options& options, HANDLE output, HANDLE errors)
+                          const ChildProcess::Options& options, HANDLE input, HANDLE output,
+                          HANDLE errors)
 {
     SECURITY_ATTRIBUTES attributes = Inheritable();
-    const OwnedHandle input =
+    const OwnedHandle empty =
         MakeHandle(CreateFileA("NUL", GENERIC_READ, 0, &attributes, OPEN_EXISTING, 0, nullptr));
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = input.get();
+    startup.hStdInput = options.input ? input : empty.get();
     startup.hStdOutput = output;
     startup.hStdError = errors;
     std::string line = CommandLine(program, arguments);
@@ -169,8 +179,10 @@ class ChildProcess::Implementation {
         }
         Channel output = MakePipe();
         Channel errors = MakePipe();
-        const PROCESS_INFORMATION process =
-            Spawn(program, arguments, options, output.writing.get(), errors.writing.get());
+        Channel input = options.input ? MakeInputPipe() : Channel();
+        const PROCESS_INFORMATION process = Spawn(program, arguments, options, input.reading.get(),
+                                                  output.writing.get(), errors.writing.get());
+        input_ = std::move(input.writing);
         process_.reset(process.hProcess);
         id_ = process.dwProcessId;
         output_.emplace(std::move(output.reading));
@@ -185,6 +197,16 @@ class ChildProcess::Implementation {
 
     DWORD Id() const { return id_; }
     void Kill() { TerminateProcess(process_.get(), static_cast<UINT>(-1)); }
+
+    void Write(const std::string& line) const
+    {
+        const std::string text = line + "\n";
+        DWORD written = 0;
+        if (WriteFile(input_.get(), text.data(), static_cast<DWORD>(text.size()), &written,
+                      nullptr) == 0) {
+            ADD_FAILURE() << "the program takes no input";
+        }
+    }
 
     int Wait(std::chrono::milliseconds patience)
     {
@@ -206,6 +228,7 @@ class ChildProcess::Implementation {
   private:
     OwnedHandle process_;
     DWORD id_ = 0;
+    OwnedHandle input_;
     std::optional<Stream> output_;
     std::optional<Stream> errors_;
 };
@@ -241,6 +264,11 @@ void ChildProcess::Terminate()
 void ChildProcess::Kill()
 {
     implementation_->Kill();
+}
+
+void ChildProcess::Write(const std::string& line)
+{
+    implementation_->Write(line);
 }
 
 int ChildProcess::Wait(std::chrono::milliseconds patience)

@@ -31,6 +31,9 @@ using Json = nlohmann::ordered_json;
 using protocol::LongText;
 using protocol::Uuid;
 
+/// How long nothing may be told before it is seen whether the connection is still known.
+constexpr std::chrono::milliseconds kLookEvery(250);
+
 /// What all commands that connect to a device share.
 struct PeerOptions {
     std::string address;
@@ -249,7 +252,7 @@ void Subscribe(const PeerOptions& options, const Target& target, const Subscribe
     std::uint64_t seen = 0;
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end) &&
            (!limits.count || seen < *limits.count)) {
-        const auto soon = ServiceWatch::Clock::now() + ServiceWatch::kEvery;
+        const auto soon = ServiceWatch::Clock::now() + kLookEvery;
         const auto event = Events().Next(end ? std::min(*end, soon) : soon);
         if (!event) {
             watch.Look();

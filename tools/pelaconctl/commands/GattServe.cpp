@@ -27,6 +27,9 @@ using Bytes = std::vector<std::uint8_t>;
 using Json = nlohmann::ordered_json;
 using protocol::Uuid;
 
+/// How long nothing may be told before it is seen whether the service still knows this server.
+constexpr std::chrono::milliseconds kLookEvery(250);
+
 /// What a peer did.
 struct PeerEvent {
     const char* what;  ///< for programs
@@ -236,7 +239,7 @@ void ServeGatt(const std::string& file, std::optional<double> seconds, const Con
     const auto end = After(seconds);
     ServiceWatch watch;
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
-        const auto soon = ServiceWatch::Clock::now() + ServiceWatch::kEvery;
+        const auto soon = ServiceWatch::Clock::now() + kLookEvery;
         const auto event = Events().Next(end ? std::min(*end, soon) : soon);
         if (!event) {
             watch.Look();
