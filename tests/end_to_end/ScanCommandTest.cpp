@@ -84,7 +84,7 @@ TEST_F(ScanCommand, WritesALineOfJsonForEachResult)
 TEST_F(ScanCommand, DrawsATableInPlaceOnATerminal)
 {
     ChildProcess scan(PelaconctlPath(), {"scan", "--sort", "signal"},
-                      {true, {"TERM=xterm", "NO_COLOR=1"}});
+                      {.terminal = true, .environment = {"TERM=xterm", "NO_COLOR=1"}});
     // Drawn again, over the lines before: up by heading, three devices and summary.
     ASSERT_TRUE(scan.WaitForOutput("\033[5A\r")) << scan.Output();
     scan.Interrupt();
@@ -102,9 +102,11 @@ TEST_F(ScanCommand, DrawsATableInPlaceOnATerminal)
 
 TEST_F(ScanCommand, ColoursAreForTerminalsThatWantThem)
 {
-    ChildProcess scan(PelaconctlPath(), {"scan"}, {true, {"TERM=xterm", "NO_COLOR="}});
+    ChildProcess scan(PelaconctlPath(), {"scan"},
+                      {.terminal = true, .environment = {"TERM=xterm", "NO_COLOR="}});
     EXPECT_TRUE(scan.WaitForOutput("\033[32m")) << scan.Output();
-    ChildProcess plain(PelaconctlPath(), {"scan", "--seconds", "0.3"}, {true, {"TERM=dumb"}});
+    ChildProcess plain(PelaconctlPath(), {"scan", "--seconds", "0.3"},
+                       {.terminal = true, .environment = {"TERM=dumb"}});
     EXPECT_EQ(plain.Wait(), 0);
     EXPECT_THAT(plain.Output(), Not(HasSubstr("\033")));
 }

@@ -148,23 +148,6 @@ TEST_F(WorldTest, StoppingEndsAllWaiting)
     EXPECT_FALSE(result);
 }
 
-TEST_F(WorldTest, NoTaskRunsAfterStop)
-{
-    bool ran = false;
-    Timer timer;
-    {
-        const World::Guard lock = world_.Lock();
-        timer = world_.After(1ms, [&] { ran = true; });
-    }
-    world_.Stop();
-    const World::Guard lock = world_.Lock();
-    const bool ranBefore = ran;
-    timer = world_.After(0ms, [&] { ran = !ranBefore; });
-    EXPECT_FALSE(world_.Wait(20ms, [] { return false; }));
-    EXPECT_EQ(ran, ranBefore);
-    timer.Cancel();
-}
-
 TEST_F(WorldTest, ACompletionWakesWhoAwaitsIt)
 {
     RecordingLine line;

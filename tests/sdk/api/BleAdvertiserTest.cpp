@@ -292,7 +292,7 @@ TEST_F(SdkTest, StartAdvertiseRefusesMoreThanThirtyOneBytes)
 {
     channel.Reply(kStart, Bytes().I32(0));
     const LogLine start = Line(1, "start sendTotalTime:500,sendPartTime:100", kStartFunction);
-    for (const std::size_t size : {32, 33, 100000}) {
+    for (const std::size_t size : {32U, 33U, 100000U}) {
         for (const BleAdvertiseData& data :
              {BleAdvertiseData{Counting(size), {}}, BleAdvertiseData{{}, Counting(size)},
               BleAdvertiseData{Counting(size), Counting(size)}}) {

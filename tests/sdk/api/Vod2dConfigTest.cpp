@@ -482,14 +482,14 @@ TEST_F(SdkTest, ARecommendationWithoutAReplyReportsAnEvent)
 
 // ---- Values that the library names as the service uses them
 
-static_assert(kWifiSuccess == protocol::kStatusDone);
-static_assert(kWifiIsOff == protocol::kStatusRadioOff);
-static_assert(kWifiBusy == protocol::kStatusBusy);
-static_assert(kWifiInvalidArgument == protocol::kStatusInvalidArgument);
-static_assert(kWifiNotFound == protocol::kStatusNotFound);
-static_assert(kWifiNotPermitted == protocol::kStatusNotPermitted);
-static_assert(kWifiNotSupported == protocol::kStatusNotSupported);
-static_assert(kWifiInterrupted == protocol::kStatusInterrupted);
+static_assert(int{kWifiSuccess} == int{protocol::kStatusDone});
+static_assert(int{kWifiIsOff} == int{protocol::kStatusRadioOff});
+static_assert(int{kWifiBusy} == int{protocol::kStatusBusy});
+static_assert(int{kWifiInvalidArgument} == int{protocol::kStatusInvalidArgument});
+static_assert(int{kWifiNotFound} == int{protocol::kStatusNotFound});
+static_assert(int{kWifiNotPermitted} == int{protocol::kStatusNotPermitted});
+static_assert(int{kWifiNotSupported} == int{protocol::kStatusNotSupported});
+static_assert(int{kWifiInterrupted} == int{protocol::kStatusInterrupted});
 
 constexpr bool Is(service::radio::CardState ours, WifiCardState theirs)
 {
