@@ -3,14 +3,14 @@
 
 #include <service/Faults.h>
 #include <service/simulation/AdapterConfig.h>
+#include <service/simulation/ErrorConfig.h>
 #include <service/simulation/GattConfig.h>
 #include <service/simulation/GroupConfig.h>
 #include <service/simulation/PeripheralConfig.h>
 #include <service/simulation/PhoneConfig.h>
+#include <service/simulation/TargetAdvConfig.h>
 #include <service/simulation/WifiCards.h>
 #include <service/simulation/WifiConfig.h>
-#include <service/simulation/TargetAdvConfig.h>
-#include <service/simulation/ErrorConfig.h>
 
 #include <cstdint>
 #include <optional>

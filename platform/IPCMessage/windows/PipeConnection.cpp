@@ -80,8 +80,8 @@ IoStatus PipeConnection::Send(std::span<const std::uint8_t> frame, Deadline& dea
     return SendFor(frame, &deadline);
 }
 
-// A pipe does not say beforehand whether it has room: the write is begun, and taken back if it would
-// have to wait.
+// A pipe does not say beforehand whether it has room: the write is begun, and taken back if it
+// would have to wait.
 IoStatus PipeConnection::TrySend(std::span<const std::uint8_t> frame)
 {
     Deadline now(std::chrono::milliseconds(0));
