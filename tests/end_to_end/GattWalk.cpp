@@ -1,0 +1,478 @@
+#include <PelaconSDK/PelaconSDK.h>
+#include <protocol/ServiceStatus.h>
+#include <tests/end_to_end/GattWalk.h>
+#include <tests/end_to_end/Inbox.h>
+#include <tests/support/ServiceProcess.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace pelacon::test {
+
+namespace {
+
+using ByteVector = std::vector<std::uint8_t>;
+
+// The service's statuses, as numbers: those of the library are another enumeration.
+constexpr std::int32_t kStatusDone = protocol::kStatusDone;
+constexpr std::int32_t kStatusUnknownId = protocol::kStatusUnknownId;
+constexpr std::int32_t kStatusInvalidArgument = protocol::kStatusInvalidArgument;
+constexpr std::int32_t kStatusNotConnected = protocol::kStatusNotConnected;
+constexpr std::int32_t kStatusNotFound = protocol::kStatusNotFound;
+
+constexpr std::uint64_t kHere = 0x0A0B0C0D0E0F;
+constexpr std::uint64_t kDevice = 0xC00000000001;
+constexpr std::size_t kMostWalkers = 8;
+
+/// What a callback told one walker: what it was, a number that goes with it, and data.
+struct Told {
+    std::string what;
+    std::int64_t number = 0;
+    ByteVector data = {};
+
+    bool operator==(const Told&) const = default;
+};
+
+void PrintTo(const Told& told, std::ostream* out)
+{
+    *out << told.what << " " << told.number << " " << ::testing::PrintToString(told.data);
+}
+
+/// What the walker's client and its server were told, each in its order.
+struct Inboxes {
+    Inbox<Told> client;
+    Inbox<Told> server;
+};
+
+Inboxes& InboxesOf(std::size_t walker)
+{
+    static auto& all = *new std::array<Inboxes, kMostWalkers>;
+    return all.at(walker);
+}
+
+/// Callbacks of clients are told apart by the id.
+class Clients {
+  public:
+    void Add(std::int32_t id, std::size_t walker)
+    {
+        const std::lock_guard lock(mutex_);
+        walkers_[id] = walker;
+    }
+    Inbox<Told>& InboxOf(std::int32_t id)
+    {
+        const std::lock_guard lock(mutex_);
+        return InboxesOf(walkers_.at(id)).client;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::map<std::int32_t, std::size_t> walkers_;
+};
+
+Clients& TheClients()
+{
+    static auto& clients = *new Clients;
+    return clients;
+}
+
+BtGattClientCallbacksC clientTable{
+    [](std::int32_t id, std::int32_t state, std::int32_t reason) {
+        TheClients().InboxOf(id).Put({"state", state * 1000 + reason});
+    },
+    [](std::int32_t id, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen,
+       std::int32_t kind) {
+        TheClients().InboxOf(id).Put({"value", kind, {data, data + dataLen}});
+    }};
+
+/// Callbacks of servers have no id: each walker has tables of its own. Connections of other walkers
+/// are of no interest.
+template <std::size_t Walker>
+BtGattServerCallbacksC serverTable{nullptr, nullptr,
+                                   [](std::uint64_t, std::uint32_t status) {
+                                       InboxesOf(Walker).server.Put({"sent", status});
+                                   },
+                                   nullptr};
+
+template <std::size_t Walker>
+BtGattCharCallbacksC charTable{
+    [](std::uint64_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen) {
+        InboxesOf(Walker).server.Put({"read", 0, {data, data + dataLen}});
+    },
+    [](std::uint64_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen) {
+        InboxesOf(Walker).server.Put({"write", 0, {data, data + dataLen}});
+    }};
+
+struct Tables {
+    BtGattServerCallbacksC* server;
+    BtGattCharCallbacksC* characteristic;
+};
+
+template <std::size_t... Walker>
+Tables TablesOf(std::size_t walker, std::index_sequence<Walker...> /*all*/)
+{
+    const Tables all[] = {{&serverTable<Walker>, &charTable<Walker>}...};
+    return all[walker];
+}
+
+const std::string kChar = "2a37";
+constexpr std::int64_t kIsConnected = 1000;
+constexpr std::int64_t kIsEnded = kBleGattReasonLocal;
+
+/// The service of a walker, on the device and on its own server.
+std::string ServiceOf(std::size_t walker)
+{
+    return "a00" + std::to_string(walker);
+}
+
+/// A world with one device that has a service for each walker.
+std::string WorldFor(unsigned walkers)
+{
+    nlohmann::json services = nlohmann::json::array();
+    for (std::size_t i = 0; i < walkers; ++i) {
+        services.push_back(
+            {{"uuid", ServiceOf(i)},
+             {"characteristics",
+              {{{"uuid", kChar}, {"flags", {"read", "write", "notify"}}, {"value", "00"}}}}});
+    }
+    return nlohmann::json{{"adapter", {{"address", "0A:0B:0C:0D:0E:0F"}}},
+                          {"gatt", {{"connectMs", 0}, {"mtu", 200}}},
+                          {"peripherals",
+                           {{{"address", "C0:00:00:00:00:01"},
+                             {"advertising", {{"on", false}}},
+                             {"gatt", {{"connectMs", 0}, {"mtu", 100}, {"services", services}}}}}}}
+        .dump();
+}
+
+/// One thread's client and server, and the model of both.
+class Walker {
+  public:
+    Walker(std::size_t number, unsigned seed)
+        : number_(number),
+          service_(ServiceOf(number)),
+          tables_(TablesOf(number, std::make_index_sequence<kMostWalkers>())),
+          random_(seed)
+    {
+        RegisterClient();
+        RegisterServer();
+    }
+    ~Walker()
+    {
+        BleGattClient::BleGattClientUnRegister(client_);
+        BleGattServer::BleGattServerUnRegister(server_);
+    }
+    Walker(const Walker&) = delete;
+    Walker& operator=(const Walker&) = delete;
+
+    void Step()
+    {
+        using Action = void (Walker::*)();
+        // What makes the rest possible comes more often than what ends it.
+        constexpr Action kActions[] = {
+            &Walker::Connect,    &Walker::Connect,   &Walker::Search,     &Walker::Search,
+            &Walker::Search,     &Walker::Read,      &Walker::Read,       &Walker::Write,
+            &Walker::Write,      &Walker::Subscribe, &Walker::Subscribe,  &Walker::Publish,
+            &Walker::Publish,    &Walker::Publish,   &Walker::GetService, &Walker::GetMtu,
+            &Walker::Start,      &Walker::Start,     &Walker::AddService, &Walker::AddService,
+            &Walker::Stop,       &Walker::Delete,    &Walker::Disconnect, &Walker::RenewClient,
+            &Walker::RenewServer};
+        (this->*kActions[Any(std::size(kActions))])();
+        if (::testing::Test::HasFailure()) {
+            ADD_FAILURE() << "walker " << number_;
+        }
+    }
+
+  private:
+    /// What is at the other end of the client's connection.
+    enum class End { kNone, kSimulated, kOwnServer };
+
+    std::size_t Any(std::size_t count) { return random_() % count; }
+    ByteVector AnyValue()
+    {
+        constexpr std::size_t kLengths[] = {0, 1, 2, 20, 1024};
+        ByteVector value(kLengths[Any(std::size(kLengths))]);
+        std::generate(value.begin(), value.end(),
+                      [this] { return static_cast<std::uint8_t>(random_()); });
+        return value;
+    }
+
+    void ExpectClientTold(const Told& told) { EXPECT_EQ(InboxesOf(number_).client.Next(), told); }
+    void ExpectServerTold(const Told& told) { EXPECT_EQ(InboxesOf(number_).server.Next(), told); }
+
+    // ---- The model
+
+    bool IsUp() const { return end_ != End::kNone; }
+    bool IsStarted() const { return isStarted_; }
+
+    /// The status of what needs the peer's characteristic, where nothing else is wrong with it.
+    std::int32_t PeerStatus() const
+    {
+        if (!IsUp()) {
+            return kStatusNotConnected;
+        }
+        const bool isThere = end_ == End::kSimulated || IsStarted();
+        return isDiscovered_ && isThere ? kStatusDone : kStatusNotFound;
+    }
+
+    ByteVector& PeerValue() { return end_ == End::kSimulated ? deviceValue_ : value_; }
+
+    void EndConnection()
+    {
+        end_ = End::kNone;
+        isDiscovered_ = false;
+        isSubscribed_ = false;
+    }
+
+    /// The service is not seen any more: who subscribed to it is forgotten.
+    void HideService()
+    {
+        isStarted_ = false;
+        if (end_ == End::kOwnServer) {
+            isSubscribed_ = false;
+        }
+    }
+
+    // ---- The client
+
+    void RegisterClient()
+    {
+        ASSERT_EQ(BleGattClient::BleGattClientRegister(&client_), 0);
+        TheClients().Add(client_, number_);
+    }
+
+    void Connect()
+    {
+        const bool isHere = Any(2) == 0;
+        ASSERT_EQ(
+            BleGattClient::BleGattClientConnect(client_, isHere ? kHere : kDevice, &clientTable),
+            0);
+        if (IsUp()) {
+            ExpectClientTold({"state", kIsEnded});
+        }
+        ExpectClientTold({"state", kIsConnected});
+        EndConnection();
+        end_ = isHere ? End::kOwnServer : End::kSimulated;
+    }
+
+    void Disconnect()
+    {
+        EXPECT_EQ(BleGattClient::BleGattClientDisconnect(client_),
+                  IsUp() ? kStatusDone : kStatusNotConnected);
+        if (IsUp()) {
+            ExpectClientTold({"state", kIsEnded});
+        }
+        EndConnection();
+    }
+
+    void RenewClient()
+    {
+        const std::int32_t before = client_;
+        EXPECT_EQ(BleGattClient::BleGattClientUnRegister(client_), 0);
+        EXPECT_EQ(BleGattClient::BleGattClientSearchServices(before), kStatusUnknownId);
+        EndConnection();
+        RegisterClient();
+        EXPECT_NE(client_, before);
+    }
+
+    void Search()
+    {
+        EXPECT_EQ(BleGattClient::BleGattClientSearchServices(client_),
+                  IsUp() ? kStatusDone : kStatusNotConnected);
+        isDiscovered_ = IsUp();
+    }
+
+    void GetService()
+    {
+        EXPECT_EQ(BleGattClient::BleGattClientGetService(client_, service_), PeerStatus());
+        EXPECT_EQ(BleGattClient::BleGattClientGetService(client_, "bad"), kStatusInvalidArgument);
+    }
+
+    void GetMtu()
+    {
+        std::int32_t mtu = -1;
+        EXPECT_EQ(BleGattClient::BleGattClientGetMtu(client_, &mtu),
+                  IsUp() ? kStatusDone : kStatusNotConnected);
+        EXPECT_EQ(mtu, !IsUp() ? -1 : end_ == End::kSimulated ? 100 : 200);
+    }
+
+    void Read()
+    {
+        ByteVector value;
+        EXPECT_EQ(BleGattClient::BleGattClientReadCharacteristic(client_, service_, kChar, &value),
+                  PeerStatus());
+        if (PeerStatus() != kStatusDone) {
+            EXPECT_TRUE(value.empty());
+            return;
+        }
+        EXPECT_EQ(value, PeerValue());
+        if (end_ == End::kOwnServer) {
+            ExpectServerTold({"read", 0, value});
+        }
+    }
+
+    void Write()
+    {
+        const ByteVector value = AnyValue();
+        EXPECT_EQ(BleGattClient::BleGattClientWriteCharacteristic(client_, service_, kChar, value),
+                  PeerStatus());
+        if (PeerStatus() != kStatusDone) {
+            return;
+        }
+        PeerValue() = value;
+        if (end_ == End::kOwnServer) {
+            ExpectServerTold({"write", 0, value});
+        } else if (isSubscribed_) {  // a device tells of what is written
+            ExpectClientTold({"value", kBleGattNotification, value});
+        }
+    }
+
+    void Subscribe()
+    {
+        const bool enable = Any(4) != 0;
+        EXPECT_EQ(
+            BleGattClient::BleGattClientRegisterNotification(client_, service_, kChar, enable),
+            PeerStatus());
+        if (PeerStatus() == kStatusDone) {
+            isSubscribed_ = enable;
+        }
+    }
+
+    // ---- The server
+
+    void RegisterServer()
+    {
+        ASSERT_EQ(BleGattServer::BleGattServerRegister(tables_.server, &server_), 0);
+    }
+
+    void RenewServer()
+    {
+        const std::int32_t before = server_;
+        EXPECT_EQ(BleGattServer::BleGattServerUnRegister(server_), 0);
+        EXPECT_EQ(BleGattServer::BleGattServerStartService(before, handle_), kStatusUnknownId);
+        HideService();
+        handle_ = 0;
+        RegisterServer();
+        EXPECT_NE(server_, before);
+    }
+
+    void AddService()
+    {
+        std::int32_t handle = -1;
+        const bool isThere = handle_ != 0;
+        EXPECT_EQ(BleGattServer::BleGattServerAddService(server_, service_, &handle),
+                  isThere ? kStatusInvalidArgument : kStatusDone);
+        if (isThere) {
+            EXPECT_EQ(handle, -1);
+            return;
+        }
+        handle_ = handle;
+        value_ = AnyValue();
+        BLECharacteristicInfo info{kChar, kBleGattCharRead | kBleGattCharWrite | kBleGattCharNotify,
+                                   tables_.characteristic, value_};
+        EXPECT_EQ(BleGattServer::BleGattServerAddCharacteristic(server_, handle_, &info), 0);
+        EXPECT_EQ(BleGattServer::BleGattServerAddCharacteristic(server_, handle_, &info),
+                  kStatusInvalidArgument);
+    }
+
+    std::int32_t HandleStatus() const { return handle_ != 0 ? kStatusDone : kStatusUnknownId; }
+
+    void Start()
+    {
+        EXPECT_EQ(BleGattServer::BleGattServerStartService(server_, handle_), HandleStatus());
+        isStarted_ = handle_ != 0;
+    }
+
+    void Stop()
+    {
+        EXPECT_EQ(BleGattServer::BleGattServerStopService(server_, handle_), HandleStatus());
+        HideService();
+    }
+
+    void Delete()
+    {
+        EXPECT_EQ(BleGattServer::BleGattServerDeleteService(server_, handle_), HandleStatus());
+        HideService();
+        handle_ = 0;
+    }
+
+    void Publish()
+    {
+        const ByteVector value = AnyValue();
+        EXPECT_EQ(BleGattServer::BleGattServerPublishNotify(server_, handle_, kChar, value, 0),
+                  HandleStatus());
+        if (handle_ == 0) {
+            return;
+        }
+        value_ = value;
+        if (end_ == End::kOwnServer && isSubscribed_) {
+            ExpectClientTold({"value", kBleGattNotification, value});
+            ExpectServerTold({"sent", kStatusDone});
+        }
+    }
+
+    std::size_t number_;
+    std::string service_;
+    Tables tables_;
+    std::mt19937 random_;
+
+    std::int32_t client_ = 0;
+    End end_ = End::kNone;
+    bool isDiscovered_ = false;
+    bool isSubscribed_ = false;
+    ByteVector deviceValue_{0};
+
+    std::int32_t server_ = 0;
+    std::int32_t handle_ = 0;  // 0: there is no service
+    bool isStarted_ = false;
+    ByteVector value_;
+};
+
+/// A server that is there all the time, so that this program can always be connected to, and
+/// connections to it last.
+void ServeAlways()
+{
+    static BtGattServerCallbacksC table{};
+    std::int32_t server = 0;
+    std::int32_t handle = 0;
+    ASSERT_EQ(BleGattServer::BleGattServerRegister(&table, &server), 0);
+    ASSERT_EQ(BleGattServer::BleGattServerAddService(server, "b000", &handle), 0);
+    ASSERT_EQ(BleGattServer::BleGattServerStartService(server, handle), 0);
+}
+
+}  // namespace
+
+void WalkGattRandomly(unsigned threads, unsigned operations, unsigned seed)
+{
+    ASSERT_LE(threads, kMostWalkers);
+    const ServiceProcess service(WorldFor(threads));
+    ASSERT_EQ(PelaconSvcStart(), 0);
+    ServeAlways();
+    std::vector<std::thread> walking;
+    for (unsigned i = 0; i < threads; ++i) {
+        walking.emplace_back([i, operations, seed] {
+            Walker walker(i, seed + i);
+            for (unsigned step = 0; step < operations && !::testing::Test::HasFailure(); ++step) {
+                walker.Step();
+            }
+        });
+    }
+    for (std::thread& thread : walking) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < threads; ++i) {
+        EXPECT_EQ(InboxesOf(i).client.Size(), 0U) << "told, though nothing was expected";
+        EXPECT_EQ(InboxesOf(i).server.Size(), 0U) << "told, though nothing was expected";
+    }
+    PelaconSvcStop();
+}
+
+}  // namespace pelacon::test
