@@ -235,9 +235,13 @@ typedef struct Counted {
     int32_t lastEvent;
 } Counted;
 
+/* Other threads write lines of their own meanwhile; only this one uses the adapter. */
 static void CountLine(void* context, PelaconLogLevel level, const char* line)
 {
     Counted* counted = context;
+    if (strstr(line, "(BleManager::") == NULL) {
+        return;
+    }
     ++counted->lines;
     if (level == kPelaconLogTrace && strcmp(line, "[PelaconSDK]start(BleManager::BtEnable)") == 0) {
         ++counted->startLines;
