@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <chrono>
 #include <list>
-#include <system_error>
 #include <utility>
 
 using namespace pelacon::ipc;
@@ -19,16 +18,11 @@ constexpr std::chrono::milliseconds kGreetingTimeout{5000};
 /// What is sent to provoke a client: no frame begins like this.
 constexpr std::array<std::uint8_t, 24> kNoFrame{0xDE, 0xAD, 0xBE, 0xEF};
 
-/// An outbox with the welcome in it; null if there can be no thread for it.
 std::shared_ptr<Outbox> OpenOutbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
 {
-    try {
-        auto outbox = std::make_shared<Outbox>(std::move(connection), counters);
-        outbox->Put({.kind = FrameKind::kWelcome}, {}, Outbox::Urgency::kKept);
-        return outbox;
-    } catch (const std::system_error&) {
-        return nullptr;
-    }
+    auto outbox = std::make_shared<Outbox>(std::move(connection), counters);
+    outbox->Put({.kind = FrameKind::kWelcome}, {}, Outbox::Urgency::kKept);
+    return outbox;
 }
 
 }  // namespace
@@ -234,7 +228,7 @@ void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& conn
     }
     const ServerClients::Membership client(clients_, *key);
     const auto outbox = OpenOutbox(connection, counters_);
-    if (outbox && client->Arrive(outbox)) {
+    if (client->Arrive(outbox)) {
         ++counters_.clients;
         handler_.ClientArrived({client->Id(), key->processId, frame.header.Has(kReturning)});
         TakePosts(*connection, *client, frame);
@@ -305,9 +299,6 @@ void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& conne
                                                   Incoming& frame)
 {
     const auto outbox = OpenOutbox(connection, watcherCounters_);
-    if (!outbox) {
-        return;
-    }
     {
         const std::lock_guard lock(watchersMutex_);
         watchers_.push_back(outbox);

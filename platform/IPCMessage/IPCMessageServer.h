@@ -40,7 +40,8 @@ struct IPCClientInfo {
 };
 
 /// What the service does with what clients send. Called on the server's threads, several at once;
-/// one client's requests may come concurrently, as its threads make them.
+/// one client's requests may come concurrently, as its threads make them. What it throws ends the
+/// process.
 class IPCServerHandler {
   public:
     virtual ~IPCServerHandler() = default;

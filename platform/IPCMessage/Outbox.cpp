@@ -1,12 +1,13 @@
 #include <IPCMessage/Outbox.h>
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace pelacon::ipc {
 
 Outbox::Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
-    : connection_(std::move(connection)), counters_(counters), thread_([this] { SendQueued(); })
+    : connection_(std::move(connection)), counters_(counters)
 {}
 
 bool Outbox::Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency)
@@ -51,7 +52,20 @@ bool Outbox::SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency)
     }
     queue_.push_back({{frame.begin(), frame.end()}, urgency});
     changed_.notify_one();
-    return true;
+    return StartThread();
+}
+
+/// Many clients never need it. Where there can be no thread, the connection is given up.
+bool Outbox::StartThread()
+{
+    if (!thread_.joinable()) {
+        try {
+            thread_ = std::thread([this] { SendQueued(); });
+        } catch (const std::system_error&) {
+            Lose();
+        }
+    }
+    return !lost_;
 }
 
 /// False if the new frame finds no place.

@@ -35,7 +35,6 @@ class Outbox {
   public:
     using Urgency = IPCMessageServer::Urgency;
 
-    /// Throws std::system_error if there can be no thread for the queue.
     Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters);
     ~Outbox() { Close(); }
     Outbox(const Outbox&) = delete;
@@ -63,6 +62,7 @@ class Outbox {
 
     bool SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency);
     bool MakeRoom(Urgency urgency);
+    bool StartThread();
     void Lose();
     void SendQueued();
 
@@ -74,7 +74,7 @@ class Outbox {
     bool sending_ = false;  // the thread has a frame that is no longer in the queue
     bool lost_ = false;
     FrameBuffer buffer_;
-    std::thread thread_;
+    std::thread thread_;  // once there was something to queue
 };
 
 }  // namespace pelacon::ipc
