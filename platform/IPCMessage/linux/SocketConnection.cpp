@@ -1,6 +1,7 @@
 #include "SocketConnection.h"
 
 #include <poll.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -24,6 +25,20 @@ constexpr auto kPatience = 50ms;
 constexpr bool WouldBlock(int error) noexcept
 {
     return error == EAGAIN || error == EWOULDBLOCK;
+}
+
+// The C library's send and recv are points at which a thread can be cancelled. What they do for
+// that is a measurable part of a round trip, and nobody cancels a thread in here: a request ends by
+// its time-out. So the kernel is called directly.
+
+ssize_t SendTo(int socket, std::span<const std::uint8_t> frame, int flags) noexcept
+{
+    return syscall(SYS_sendto, socket, frame.data(), frame.size(), flags, nullptr, 0);
+}
+
+ssize_t ReceiveFrom(int socket, std::span<std::uint8_t> room, int flags) noexcept
+{
+    return syscall(SYS_recvfrom, socket, room.data(), room.size(), flags, nullptr, nullptr);
 }
 
 /// Whether a receive that failed may succeed yet. ECONNRESET is said once, of a peer that left
@@ -55,7 +70,7 @@ void SocketConnection::IdentifyPeer()
 
 IoStatus SocketConnection::Send(std::span<const std::uint8_t> frame)
 {
-    while (send(socket_.Get(), frame.data(), frame.size(), MSG_NOSIGNAL) < 0) {
+    while (SendTo(socket_.Get(), frame, MSG_NOSIGNAL) < 0) {
         if (errno != EINTR && !WouldBlock(errno)) {
             return IoStatus::kLost;
         }
@@ -65,7 +80,7 @@ IoStatus SocketConnection::Send(std::span<const std::uint8_t> frame)
 
 IoStatus SocketConnection::TrySend(std::span<const std::uint8_t> frame)
 {
-    while (send(socket_.Get(), frame.data(), frame.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
+    while (SendTo(socket_.Get(), frame, MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
         if (WouldBlock(errno)) {
             return IoStatus::kWouldBlock;
         }
@@ -171,7 +186,7 @@ void SocketConnection::Shutdown() noexcept
 IoResult SocketConnection::ReceiveOnce(std::span<std::uint8_t> room, int flags) noexcept
 {
     // MSG_TRUNC: the result is the frame's real length, so that one too large is seen.
-    const ssize_t size = recv(socket_.Get(), room.data(), room.size(), flags | MSG_TRUNC);
+    const ssize_t size = ReceiveFrom(socket_.Get(), room, flags | MSG_TRUNC);
     if (size > 0) {
         return {IoStatus::kDone, static_cast<std::size_t>(size)};
     }
