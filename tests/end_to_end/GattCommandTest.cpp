@@ -1,11 +1,10 @@
 // pelaconctl gatt against the real service: other devices' services, and serving one's own.
-#include <os/Processes.h>
 #include <tests/support/ServiceProcess.h>
+#include <tests/support/TemporaryFolder.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -52,14 +51,7 @@ constexpr auto kServed = R"({"services": [
 
 class GattCommand : public ::testing::Test {
   protected:
-    GattCommand()
-        : file((std::filesystem::temp_directory_path() /
-                ("pelacon-gatt-" + std::to_string(os::CurrentProcessId()) + ".json"))
-                   .string())
-    {
-        std::ofstream(file) << kServed;
-    }
-    ~GattCommand() override { std::filesystem::remove(file); }
+    GattCommand() { std::ofstream(file) << kServed; }
 
     static CommandResult Gatt(std::vector<std::string> arguments)
     {
@@ -99,7 +91,8 @@ class GattCommand : public ::testing::Test {
     }
 
     ServiceProcess service{kWorld};
-    std::string file;
+    TemporaryFolder folder;
+    std::string file = folder.File("served.json");
 };
 
 TEST_F(GattCommand, ServicesAreAskedForOneByOne)

@@ -4,12 +4,12 @@
 #include <service/Log.h>
 #include <service/Random.h>
 #include <tests/service/RecordingLine.h>
+#include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -25,15 +25,10 @@ class HostilePayloadTest : public testing::Test {
     HostilePayloadTest() : core_(MakeSettings())
     {
         log::wantedLevel = LogLevel::kError;
-        std::filesystem::remove(stateFile_);
-        core_.Start(line_, stateFile_);
+        core_.Start(line_, folder_.File("ids"));
         core_.ClientArrived({1, 1, false});
     }
-    ~HostilePayloadTest() override
-    {
-        core_.Stop();
-        std::filesystem::remove(stateFile_);
-    }
+    ~HostilePayloadTest() override { core_.Stop(); }
 
     /// The built-in world, where nothing takes its time.
     static Settings MakeSettings()
@@ -77,7 +72,7 @@ class HostilePayloadTest : public testing::Test {
         return bytes;
     }
 
-    std::string stateFile_ = testing::TempDir() + "pelacon-hostile.state";
+    test::TemporaryFolder folder_;
     RecordingLine line_;
     Random random_{20};
     int turn_ = 0;

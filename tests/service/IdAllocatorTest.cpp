@@ -1,8 +1,8 @@
 #include <service/IdAllocator.h>
+#include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <set>
 #include <string>
@@ -10,24 +10,12 @@
 namespace pelacon::service::tests {
 namespace {
 
-namespace fs = std::filesystem;
-
 class IdAllocatorTest : public testing::Test {
   protected:
-    IdAllocatorTest()
-        : folder_(fs::path(testing::TempDir()) /
-                  (std::string("pelacon-ids-") +
-                   testing::UnitTest::GetInstance()->current_test_info()->name()))
-    {
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
-    }
-    ~IdAllocatorTest() override { fs::remove_all(folder_); }
-
-    std::string File() const { return (folder_ / "ids").string(); }
+    std::string File() const { return folder_.File("ids"); }
     void Write(const std::string& text) const { std::ofstream(File(), std::ios::binary) << text; }
 
-    fs::path folder_;
+    test::TemporaryFolder folder_;
 };
 
 TEST_F(IdAllocatorTest, IdsArePositiveAndNeverTheSame)
@@ -78,7 +66,7 @@ TEST_F(IdAllocatorTest, AFileThatIsNotItsOwnIsRefusedByName)
 
 TEST_F(IdAllocatorTest, AFolderThatIsNotThereIsAnError)
 {
-    EXPECT_THROW(IdAllocator((folder_ / "nowhere" / "ids").string()), IdError);
+    EXPECT_THROW(IdAllocator(folder_.File("nowhere/ids")), IdError);
 }
 
 TEST_F(IdAllocatorTest, WhenAllIdsAreGivenItSaysSo)

@@ -1,8 +1,8 @@
 #include <service/WorldFile.h>
+#include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -107,9 +107,9 @@ TEST(WorldFileTest, MistakesAreNamedWithLineAndField)
 TEST(WorldFileTest, AFileThatCannotBeReadIsNamed)
 {
     EXPECT_THROW(LoadWorldFile("no such file.json"), json::Error);
-    EXPECT_THROW(LoadWorldFile(testing::TempDir()), json::Error);
-    const std::string path =
-        (std::filesystem::path(testing::TempDir()) / "pelacon-world-test.json").string();
+    const test::TemporaryFolder folder;
+    EXPECT_THROW(LoadWorldFile(folder.Path().string()), json::Error);
+    const std::string path = folder.File("world.json");
     std::ofstream(path) << "{\n\"seed\": -1}";
     try {
         LoadWorldFile(path);
@@ -117,7 +117,6 @@ TEST(WorldFileTest, AFileThatCannotBeReadIsNamed)
     } catch (const json::Error& error) {
         EXPECT_TRUE(std::string(error.what()).starts_with(path + ":2: seed: ")) << error.what();
     }
-    std::filesystem::remove(path);
 }
 
 }  // namespace

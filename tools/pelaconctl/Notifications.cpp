@@ -150,7 +150,9 @@ template <typename Record>
 Record Padded(Payload payload)
 {
     Record record{};
-    std::memcpy(&record, payload.data(), std::min(payload.size(), sizeof record));
+    if (!payload.empty()) {
+        std::memcpy(&record, payload.data(), std::min(payload.size(), sizeof record));
+    }
     return record;
 }
 

@@ -25,6 +25,30 @@ TEST_F(ChannelLongTest, ALongTimeOutIsNotRoundedUp)
     EXPECT_LE(BestOfThree(kOverrunLimit, [&] { return Overrun(*client, 3s); }), kOverrunLimit);
 }
 
+TEST_F(ChannelLongTest, ThePausesBetweenAttemptsGrowToTwoSecondsAndNoLonger)
+{
+    RawService service;
+    StartClient();
+    const milliseconds pauses[] = {50ms, 100ms, 200ms, 400ms, 800ms, 1600ms, 2000ms, 2000ms};
+    for (const milliseconds pause : pauses) {
+        SCOPED_TRACE(pause.count());
+        const auto waited = PauseBetweenAttempts(service);
+        EXPECT_GE(waited, pause);
+        EXPECT_LT(waited, pause + 800ms);
+    }
+    client.reset();
+}
+
+TEST_F(ChannelLongTest, AConnectionThatSaysNothingIsNotKept)
+{
+    StartServer();
+    RawClient silent;
+    const auto kept = Duration([&] { EXPECT_TRUE(silent.IsClosed()); });
+    EXPECT_GE(kept, 4s);
+    EXPECT_LT(kept, 8s);
+    EXPECT_EQ(server->GetStatistics().malformedFrames, 0U);
+}
+
 TEST_F(ChannelLongTest, StartingAndStoppingAThousandTimesLeavesNoDescriptorAndNoThread)
 {
     StartServer();

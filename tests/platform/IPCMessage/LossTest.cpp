@@ -1,5 +1,6 @@
 // Services that go away and come back.
 #include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/Scenarios.h>
 
 #include <atomic>
 
@@ -107,6 +108,18 @@ TEST_F(LossTest, ARequestDoesNotWaitForTheNextAttempt)
     const auto duration = Duration([&] { EXPECT_TRUE(IsServed(*client)); });
     EXPECT_LT(duration, kSanitized ? 500ms : 100ms);
     EXPECT_TRUE(handler.arrived.WaitFor(2).back().returning);
+}
+
+TEST_F(LossTest, ThePausesBetweenAttemptsGrowUntilOneSucceeds)
+{
+    RawService service;
+    StartClient();
+    EXPECT_GE(PauseBetweenAttempts(service), 50ms);
+    EXPECT_GE(PauseBetweenAttempts(service), 100ms);
+    EXPECT_GE(PauseBetweenAttempts(service), 200ms);
+    service.AcceptEvents();  // and loses it at once
+    EXPECT_LT(PauseBetweenAttempts(service), 600ms) << "it would be 800 ms by now";
+    client.reset();
 }
 
 TEST_F(LossTest, ConnectionsLeftFromAServiceThatIsGoneFailNoRequest)

@@ -80,21 +80,29 @@ bool RawClient::Greet(FrameKind kind, std::uint8_t token, std::uint64_t order)
     return Send({.kind = kind, .order = order}, ByteVector(sizeof(ipc::Token), token));
 }
 
-std::unique_ptr<RawConnection> RawService::Accept(FrameKind kind)
+RawService::Waiting::iterator RawService::Find(FrameKind kind)
 {
-    for (;;) {
-        for (auto one = waiting_.begin(); one != waiting_.end(); ++one) {
-            if (one->first == kind) {
-                auto found = std::move(one->second);
-                waiting_.erase(one);
-                return found;
-            }
-        }
+    return std::find_if(waiting_.begin(), waiting_.end(),
+                        [kind](const auto& one) { return one.first == kind; });
+}
+
+void RawService::WaitFor(FrameKind kind)
+{
+    while (Find(kind) == waiting_.end()) {
         auto connection = std::make_unique<RawConnection>(listener_->Accept());
         if (const auto hello = connection->Receive()) {
             waiting_.emplace_back(hello->kind, std::move(connection));
         }
     }
+}
+
+std::unique_ptr<RawConnection> RawService::Accept(FrameKind kind)
+{
+    WaitFor(kind);
+    const auto one = Find(kind);
+    auto found = std::move(one->second);
+    waiting_.erase(one);
+    return found;
 }
 
 std::unique_ptr<RawConnection> RawService::AcceptEvents()

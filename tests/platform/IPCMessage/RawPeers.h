@@ -61,6 +61,9 @@ class RawService {
   public:
     RawService() : listener_(ipc::Listen(kPipe)) {}
 
+    /// Waits for a connection with a greeting of that kind, and keeps all that come.
+    void WaitFor(ipc::FrameKind kind);
+
     /// The next connection with its greeting read, of that kind: others are kept for later.
     std::unique_ptr<RawConnection> Accept(ipc::FrameKind kind);
 
@@ -68,8 +71,12 @@ class RawService {
     std::unique_ptr<RawConnection> AcceptEvents();
 
   private:
+    using Waiting = std::vector<std::pair<ipc::FrameKind, std::unique_ptr<RawConnection>>>;
+
+    Waiting::iterator Find(ipc::FrameKind kind);
+
     std::unique_ptr<ipc::Listener> listener_;
-    std::vector<std::pair<ipc::FrameKind, std::unique_ptr<RawConnection>>> waiting_;
+    Waiting waiting_;
 };
 
 }  // namespace pelacon::test

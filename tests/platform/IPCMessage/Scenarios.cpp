@@ -32,6 +32,15 @@ Clock::duration Overrun(const IPCMessageClient& client, milliseconds timeout)
     return Median(durations.All()) - timeout;
 }
 
+Clock::duration PauseBetweenAttempts(RawService& service)
+{
+    auto turnedAway = service.Accept(ipc::FrameKind::kHelloEvent);
+    return Duration([&] {
+        turnedAway.reset();
+        service.WaitFor(ipc::FrameKind::kHelloEvent);
+    });
+}
+
 Stream::Stream(Handler& handler, IPCMessageServer& server)
     : thread_([this, &handler, &server] {
           while (!ended_) {

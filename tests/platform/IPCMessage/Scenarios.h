@@ -2,6 +2,7 @@
 #pragma once
 
 #include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/RawPeers.h>
 
 #include <atomic>
 #include <cstddef>
@@ -21,6 +22,10 @@ Clock::duration Overrun(const IPCMessageClient& client, milliseconds timeout);
 
 /// How far that may go.
 inline constexpr Clock::duration kOverrunLimit = kSanitized ? 100ms : 20ms;
+
+/// Turns away the client that wants to connect its events, and tells how long it waits then before
+/// it tries again.
+Clock::duration PauseBetweenAttempts(RawService& service);
 
 /// Sends notifications (id 7) to whoever has arrived, as long as it lives.
 class Stream {

@@ -1,6 +1,8 @@
 // What the channel's tests need of the operating system.
 #pragma once
 
+#include <tests/support/TemporaryFolder.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -16,10 +18,10 @@ class RuntimeFolder {
     RuntimeFolder(const RuntimeFolder&) = delete;
     RuntimeFolder& operator=(const RuntimeFolder&) = delete;
 
-    const std::filesystem::path& Path() const { return path_; }
+    const std::filesystem::path& Path() const { return folder_.Path(); }
 
   private:
-    std::filesystem::path path_;
+    TemporaryFolder folder_;
 };
 
 /// Descriptors or handles that this process has open.

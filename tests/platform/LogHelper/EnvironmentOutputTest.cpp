@@ -1,16 +1,16 @@
 // What PELACON_LOG makes of a program's lines, seen from outside.
+#include <tests/support/TemporaryFolder.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 
-std::vector<std::string> LinesOf(const fs::path& file)
+std::vector<std::string> LinesOf(const std::string& file)
 {
     std::vector<std::string> lines;
     std::ifstream in(file, std::ios::binary);
@@ -38,33 +38,22 @@ auto LineOf(char letter, int level)
 
 class EnvironmentOutputTest : public ::testing::Test {
   protected:
-    void SetUp() override
-    {
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = fs::temp_directory_path() /
-                  (std::string("pelacon-log-test-") + test->name() + '-' +
-                   std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + '-' +
-                   std::to_string(reinterpret_cast<std::uintptr_t>(this)));
-        fs::create_directories(folder_);
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-
     /// Runs the writer with PELACON_LOG set to this.
     void Run(const std::string& wish, const std::string& argument = "")
     {
         const std::string command = std::string("\"") + CMAKE_PROGRAM +
                                     "\" -E env \"PELACON_LOG=" + wish + "\" \"" + LOG_WRITER +
-                                    "\" " + argument + " >\"" + (folder_ / "out").string() +
-                                    "\" 2>\"" + (folder_ / "err").string() + "\"";
+                                    "\" " + argument + " >\"" + folder_.File("out") + "\" 2>\"" +
+                                    folder_.File("err") + "\"";
         ASSERT_EQ(std::system(command.c_str()), 0) << command;
     }
 
-    std::vector<std::string> Output() const { return LinesOf(folder_ / "out"); }
-    std::vector<std::string> Errors() const { return LinesOf(folder_ / "err"); }
-    std::string LogFile() const { return (folder_ / "file.log").string(); }
+    std::vector<std::string> Output() const { return LinesOf(folder_.File("out")); }
+    std::vector<std::string> Errors() const { return LinesOf(folder_.File("err")); }
+    std::string LogFile() const { return folder_.File("file.log"); }
 
   private:
-    fs::path folder_;
+    pelacon::test::TemporaryFolder folder_;
 };
 
 TEST_F(EnvironmentOutputTest, ALevelSendsLinesToStderr)

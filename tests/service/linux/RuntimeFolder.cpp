@@ -1,10 +1,7 @@
 #include <tests/service/RuntimeFolder.h>
+#include <tests/support/TemporaryFolder.h>
 
-#include <array>
 #include <cstdlib>
-#include <filesystem>
-#include <stdexcept>
-#include <system_error>
 
 namespace pelacon::service::tests {
 
@@ -12,25 +9,10 @@ namespace {
 
 class OwnFolder {
   public:
-    OwnFolder()
-    {
-        std::string pattern = std::filesystem::temp_directory_path() / "pelacon-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a folder for the test");
-        }
-        path_ = pattern;
-        setenv("PELACON_RUNTIME_DIR", path_.c_str(), 1);
-    }
-    ~OwnFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    OwnFolder(const OwnFolder&) = delete;
-    OwnFolder& operator=(const OwnFolder&) = delete;
+    OwnFolder() { setenv("PELACON_RUNTIME_DIR", folder_.Path().c_str(), 1); }
 
   private:
-    std::filesystem::path path_;
+    test::TemporaryFolder folder_;
 };
 
 }  // namespace

@@ -3,11 +3,9 @@
 #include <signal.h>
 #include <sys/wait.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <iterator>
 #include <string>
-#include <system_error>
 
 namespace pelacon::test {
 
@@ -23,19 +21,12 @@ std::size_t EntriesOf(const char* folder)
 
 RuntimeFolder::RuntimeFolder()
 {
-    std::string pattern = std::filesystem::temp_directory_path() / "channel-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::system_error(errno, std::generic_category(), "mkdtemp");
-    }
-    path_ = pattern;
-    setenv("PELACON_RUNTIME_DIR", path_.c_str(), 1);
+    setenv("PELACON_RUNTIME_DIR", Path().c_str(), 1);
 }
 
 RuntimeFolder::~RuntimeFolder()
 {
     unsetenv("PELACON_RUNTIME_DIR");
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 std::size_t OpenDescriptors()

@@ -6,10 +6,8 @@
 #include <tlhelp32.h>
 // clang-format on
 
-#include <atomic>
 #include <cstdlib>
 #include <string>
-#include <system_error>
 
 namespace pelacon::test {
 
@@ -50,18 +48,12 @@ void ForEachThread(DWORD processId, void (*action)(HANDLE thread))
 
 RuntimeFolder::RuntimeFolder()
 {
-    static std::atomic<int> number{0};
-    path_ = std::filesystem::temp_directory_path() /
-            ("channel-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
-    std::filesystem::create_directories(path_);
-    _putenv_s("PELACON_RUNTIME_DIR", path_.string().c_str());
+    _putenv_s("PELACON_RUNTIME_DIR", Path().string().c_str());
 }
 
 RuntimeFolder::~RuntimeFolder()
 {
     _putenv_s("PELACON_RUNTIME_DIR", "");
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 std::size_t OpenDescriptors()

@@ -1,0 +1,38 @@
+// A folder for one test's files.
+#pragma once
+
+#include <filesystem>
+#include <random>
+#include <string>
+#include <system_error>
+
+namespace pelacon::test {
+
+/// A new, empty folder that nobody else uses, as long as this lives.
+class TemporaryFolder {
+  public:
+    TemporaryFolder()
+    {
+        std::random_device random;
+        do {
+            path_ =
+                std::filesystem::temp_directory_path() / ("pelacon-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(path_));
+    }
+    ~TemporaryFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::filesystem::path& Path() const noexcept { return path_; }
+    /// Where a file of this name lies, or would.
+    std::string File(const std::string& name) const { return (path_ / name).string(); }
+
+  private:
+    std::filesystem::path path_;
+};
+
+}  // namespace pelacon::test
