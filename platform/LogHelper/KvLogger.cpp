@@ -1,4 +1,5 @@
 #include <LogHelper/KvLogger.h>
+#include <os/Debugger.h>
 #include <os/Environment.h>
 #include <os/Files.h>
 #include <os/SinkSlot.h>
@@ -64,6 +65,9 @@ class EnvironmentOutput {
             return;
         }
         const std::string text = Decoration(level) + Utf8(line) + '\n';
+        if (file_ == stderr) {
+            pelacon::os::WriteToDebugger(line);  // a program with windows may have no stderr
+        }
         const std::lock_guard lock(mutex_);
         std::fwrite(text.data(), 1, text.size(), file_);
         std::fflush(file_);

@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -30,6 +31,18 @@ using InterfaceIndex = std::uint32_t;
 
 /// Answers of the kernel are waited for this long at most; they come at once.
 constexpr timeval kAnswerTimeout{1, 0};
+
+/// Null where the kernel gives none.
+Socket Connect()
+{
+    Socket socket(nl_socket_alloc());
+    if (!socket || genl_connect(socket.get()) < 0 ||
+        setsockopt(nl_socket_get_fd(socket.get()), SOL_SOCKET, SO_RCVTIMEO, &kAnswerTimeout,
+                   sizeof kAnswerTimeout) != 0) {
+        return nullptr;
+    }
+    return socket;
+}
 
 /// A request of the nl80211 family, without attributes yet; null for want of memory.
 Message MakeRequest(int family, int flags, std::uint8_t command)
@@ -62,7 +75,8 @@ int AddInterface(nl_msg* message, void* list)
 
 }  // namespace
 
-/// A socket of the kernel's generic netlink, which takes one conversation at a time.
+/// A socket of the kernel's generic netlink, which takes one conversation at a time. One on which a
+/// conversation failed is replaced, as a late answer would disturb the next.
 struct WlanClient {
     std::mutex mutex;
     Socket socket;
@@ -72,10 +86,8 @@ namespace {
 
 /// The interfaces in the kernel's order; false when the kernel knows no wireless at all, or does
 /// not answer.
-bool ListIndexes(WlanClient& client, std::vector<InterfaceIndex>& indexes)
+bool ListIndexes(nl_sock* socket, std::vector<InterfaceIndex>& indexes)
 {
-    const std::lock_guard lock(client.mutex);
-    nl_sock* const socket = client.socket.get();
     const int family = genl_ctrl_resolve(socket, NL80211_GENL_NAME);
     if (family < 0) {
         return false;
@@ -91,6 +103,33 @@ bool ListIndexes(WlanClient& client, std::vector<InterfaceIndex>& indexes)
     return listed;
 }
 
+/// Likewise; false when the kernel refuses.
+bool TriggerScan(nl_sock* socket, InterfaceIndex interface)
+{
+    const int family = genl_ctrl_resolve(socket, NL80211_GENL_NAME);
+    const Message request = MakeRequest(family, 0, NL80211_CMD_TRIGGER_SCAN);
+    return family >= 0 && request &&
+           nla_put_u32(request.get(), NL80211_ATTR_IFINDEX, interface) == 0 &&
+           AddAnyNetwork(request.get()) && nl_send_auto(socket, request.get()) >= 0 &&
+           nl_wait_for_ack(socket) >= 0;
+}
+
+/// Has the conversation take place, if there is a socket for it. False when there is none, or the
+/// conversation fails.
+template <typename Conversation>
+bool Converse(WlanClient& client, const Conversation& conversation)
+{
+    const std::lock_guard lock(client.mutex);
+    if (!client.socket) {
+        client.socket = Connect();
+    }
+    if (client.socket && conversation(client.socket.get())) {
+        return true;
+    }
+    client.socket.reset();
+    return false;
+}
+
 class KernelInterfaces : public WlanInterfaces {
   public:
     KernelInterfaces(WlanClient& client, std::vector<InterfaceIndex> indexes)
@@ -101,19 +140,7 @@ class KernelInterfaces : public WlanInterfaces {
 
     void RequestScan(std::size_t index) override
     {
-        const std::lock_guard lock(client_.mutex);
-        nl_sock* const socket = client_.socket.get();
-        const int family = genl_ctrl_resolve(socket, NL80211_GENL_NAME);
-        const Message request = MakeRequest(family, 0, NL80211_CMD_TRIGGER_SCAN);
-        if (family < 0 || !request ||
-            nla_put_u32(request.get(), NL80211_ATTR_IFINDEX, indexes_.at(index)) < 0 ||
-            !AddAnyNetwork(request.get())) {
-            return;
-        }
-        // The answer is taken off the socket, for the next conversation's sake, and dropped.
-        if (nl_send_auto(socket, request.get()) >= 0) {
-            nl_wait_for_ack(socket);
-        }
+        Converse(client_, [&](nl_sock* socket) { return TriggerScan(socket, indexes_.at(index)); });
     }
 
   private:
@@ -126,13 +153,8 @@ class KernelInterfaces : public WlanInterfaces {
 WlanHandle OpenWlan()
 {
     auto client = std::make_unique<WlanClient>();
-    client->socket.reset(nl_socket_alloc());
-    if (!client->socket || genl_connect(client->socket.get()) < 0) {
-        return nullptr;
-    }
-    const int descriptor = nl_socket_get_fd(client->socket.get());
-    if (setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &kAnswerTimeout, sizeof kAnswerTimeout) !=
-        0) {
+    client->socket = Connect();
+    if (!client->socket) {
         return nullptr;
     }
     return client.release();
@@ -141,7 +163,8 @@ WlanHandle OpenWlan()
 std::unique_ptr<WlanInterfaces> ListWlanInterfaces(WlanHandle handle)
 {
     std::vector<InterfaceIndex> indexes;
-    if (handle == nullptr || !ListIndexes(*handle, indexes)) {
+    if (handle == nullptr ||
+        !Converse(*handle, [&](nl_sock* socket) { return ListIndexes(socket, indexes); })) {
         return nullptr;
     }
     return std::make_unique<KernelInterfaces>(*handle, std::move(indexes));

@@ -1,6 +1,8 @@
 #include <os/Environment.h>
+#include <os/Utf8.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 namespace pelacon::os {
 
@@ -8,8 +10,8 @@ namespace pelacon::os {
 // mark, so there is nothing to guard against here.
 std::optional<std::string> EnvironmentVariable(const char* name)
 {
-    const char* value = std::getenv(name);
-    return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+    const wchar_t* value = _wgetenv(std::filesystem::path(name).c_str());
+    return value != nullptr ? std::optional(Utf8(value)) : std::nullopt;
 }
 
 }  // namespace pelacon::os

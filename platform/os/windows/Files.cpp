@@ -44,7 +44,7 @@ void SaveFile(const std::string& path, std::string_view contents)
 
 std::FILE* OpenToAppend(const std::string& path)
 {
-    return std::fopen(path.c_str(), "aN");
+    return _wfopen(std::filesystem::path(path).c_str(), L"aN");
 }
 
 bool WriteAndClose(int descriptor, std::string_view text)

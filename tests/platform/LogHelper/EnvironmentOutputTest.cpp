@@ -1,16 +1,19 @@
 // What PELACON_LOG makes of a program's lines, seen from outside.
+#include <tests/support/ChildProcess.h>
 #include <tests/support/TemporaryFolder.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
+using pelacon::test::ChildProcess;
+using pelacon::test::TemporaryFolder;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -18,14 +21,18 @@ using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 
-std::vector<std::string> LinesOf(const std::string& file)
+std::vector<std::string> LinesIn(std::istream&& in)
 {
     std::vector<std::string> lines;
-    std::ifstream in(file, std::ios::binary);
     for (std::string line; std::getline(in, line);) {
         lines.push_back(line);
     }
     return lines;
+}
+
+std::vector<std::string> LinesOf(const std::string& file)
+{
+    return LinesIn(std::ifstream(file));
 }
 
 /// A line of the output: time of day, the level's letter, the text in UTF-8.
@@ -39,21 +46,24 @@ auto LineOf(char letter, int level)
 class EnvironmentOutputTest : public ::testing::Test {
   protected:
     /// Runs the writer with PELACON_LOG set to this.
-    void Run(const std::string& wish, const std::string& argument = "")
+    void Run(const std::string& wish, const std::vector<std::string>& arguments = {})
     {
-        const std::string command = std::string("\"") + CMAKE_PROGRAM +
-                                    "\" -E env \"PELACON_LOG=" + wish + "\" \"" + LOG_WRITER +
-                                    "\" " + argument + " >\"" + folder_.File("out") + "\" 2>\"" +
-                                    folder_.File("err") + "\"";
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+        ChildProcess::Options options;
+        options.environment = {"PELACON_LOG=" + wish};
+        ChildProcess writer(LOG_WRITER, arguments, options);
+        ASSERT_EQ(writer.Wait(), 0) << wish;
+        output_ = writer.Output();
+        errors_ = writer.Errors();
     }
 
-    std::vector<std::string> Output() const { return LinesOf(folder_.File("out")); }
-    std::vector<std::string> Errors() const { return LinesOf(folder_.File("err")); }
+    std::vector<std::string> Output() const { return LinesIn(std::istringstream(output_)); }
+    std::vector<std::string> Errors() const { return LinesIn(std::istringstream(errors_)); }
     std::string LogFile() const { return folder_.File("file.log"); }
 
   private:
-    pelacon::test::TemporaryFolder folder_;
+    TemporaryFolder folder_;
+    std::string output_;
+    std::string errors_;
 };
 
 TEST_F(EnvironmentOutputTest, ALevelSendsLinesToStderr)
@@ -82,11 +92,11 @@ TEST_F(EnvironmentOutputTest, AFileIsAppendedTo)
 
 TEST_F(EnvironmentOutputTest, TheSinkAndTheFileEachHaveTheirLevel)
 {
-    Run("4:" + LogFile(), "sink");
+    Run("4:" + LogFile(), {"sink"});
     EXPECT_THAT(LinesOf(LogFile()), ElementsAre(LineOf('E', 4)));
     EXPECT_THAT(Output(), ElementsAre("sink 2 8", "sink 3 8", "sink 4 8", "wanted 1 0",
                                       "wanted 2 1", "wanted 3 1", "wanted 4 1"));
-    Run("1:" + LogFile(), "sink");
+    Run("1:" + LogFile(), {"sink"});
     EXPECT_EQ(LinesOf(LogFile()).size(), 1U + 4U);
     EXPECT_THAT(Output(),
                 AllOf(Contains("sink 2 8"), Not(Contains("sink 1 8")), Contains("wanted 1 1")));
