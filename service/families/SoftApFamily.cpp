@@ -219,6 +219,17 @@ std::int32_t SoftApFamily::WaitFor(Session& session,
     return outcome ? ResultOf(*outcome) : protocol::kStatusInterrupted;
 }
 
+/// Has the outcome be the last result as soon as the radio knows it: until the handler goes on,
+/// another client, told of the soft AP, may already act on it, and where this one has left, the
+/// handler does not go on at all.
+radio::Groups::Done SoftApFamily::Noting(radio::Groups::Done done)
+{
+    return [this, done = std::move(done)](GroupOutcome outcome) {
+        lastError_ = ResultOf(outcome);
+        done(outcome);
+    };
+}
+
 SoftApInfoMessage SoftApFamily::Create(Session& session, const SoftApInfoMessage& request)
 {
     const auto band = static_cast<Band>(request.requestByte);
@@ -228,17 +239,20 @@ SoftApInfoMessage SoftApFamily::Create(Session& session, const SoftApInfoMessage
         lastError_ = protocol::kStatusNotSupported;
         return Info(lastError_);
     }
-    const std::int32_t result =
-        WaitFor(session, [&](radio::Groups::Done done) { ap_.Create(channel, std::move(done)); });
+    const std::int32_t result = WaitFor(session, [&](radio::Groups::Done done) {
+        ap_.Create(channel, [this, purpose = request.requestInt,
+                             done = Noting(std::move(done))](GroupOutcome outcome) {
+            if (outcome == GroupOutcome::kDone) {
+                purpose_ = purpose;
+            }
+            done(outcome);
+        });
+    });
     if (result == protocol::kStatusInterrupted) {
         SoftApInfoMessage reply{};
         reply.errorCode = result;
         return reply;
     }
-    if (result == protocol::kStatusDone) {
-        purpose_ = request.requestInt;
-    }
-    lastError_ = result;
     return Info(result);
 }
 
@@ -248,12 +262,7 @@ std::int32_t SoftApFamily::Destroy(Session& session, std::int32_t purpose)
         lastError_ = protocol::kStatusBusy;
         return lastError_;
     }
-    const std::int32_t result =
-        WaitFor(session, [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
-    if (result != protocol::kStatusInterrupted) {
-        lastError_ = result;
-    }
-    return result;
+    return WaitFor(session, [&](radio::Groups::Done done) { ap_.Remove(Noting(std::move(done))); });
 }
 
 bool SoftApFamily::RestartAdapter(Session& session, bool afterWakeUp)

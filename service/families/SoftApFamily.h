@@ -39,6 +39,7 @@ class SoftApFamily : public Family {
     std::int32_t Destroy(Session& session, std::int32_t purpose);
     bool RestartAdapter(Session& session, bool afterWakeUp);
     std::int32_t WaitFor(Session& session, const std::function<void(radio::Groups::Done)>& begin);
+    radio::Groups::Done Noting(radio::Groups::Done done);
     protocol::SoftApInfoMessage Info(std::int32_t errorCode) const;
     std::int32_t Channel() const { return ap_.Describe().channel; }
     void DrawName();

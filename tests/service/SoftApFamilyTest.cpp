@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <future>
 #include <set>
 #include <string>
@@ -184,6 +185,25 @@ TEST_F(SoftApFamilyTest, ACreationThatTakesLongCanBeEnded)
     EXPECT_EQ(Create(other).errorCode, kAlreadyExists);
     EXPECT_EQ(Destroy(other), kStatusDone) << "before it was there";
     EXPECT_EQ(creation.get().errorCode, protocol::kStatusInterrupted);
+}
+
+TEST_F(SoftApFamilyTest, IsForItsPurposeThoughItsCreatorHasLeft)
+{
+    StartAnew(R"({"softAp": {"creation": {"ms": 300}}})");
+    const auto softAp = [this] { return Command({{"command", "status"}})["softAp"]; };
+    TestClient other(PipeName());
+    EXPECT_EQ(Destroy(other), kStatusNotFound);
+    {
+        TestClient creator(PipeName());
+        SoftApInfoMessage request{};
+        request.requestInt = 2;
+        EXPECT_FALSE(
+            creator.Call(protocol::kSystemCreateSoftAP, request, std::chrono::milliseconds(20)));
+    }
+    EXPECT_TRUE(Eventually([&] { return softAp()["exists"] == true; }));
+    EXPECT_EQ(LastError(other), kStatusDone);
+    EXPECT_EQ(Destroy(other, 1), kStatusBusy);
+    EXPECT_EQ(Destroy(other, 2), kStatusDone);
 }
 
 // ---- Its name
