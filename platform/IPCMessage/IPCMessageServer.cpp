@@ -32,7 +32,7 @@ class IPCMessageServer::Implementation {
     Implementation(const std::wstring& pipeName, IPCServerHandler& handler)
         : handler_(handler),
           connections_(Listen(pipeName), counters_,
-                       [this](const auto& connection) { Serve(connection); })
+                       [this](ServedConnection& served) { Serve(served); })
     {}
 
     ~Implementation() { clients_.Stop(); }
@@ -59,13 +59,13 @@ class IPCMessageServer::Implementation {
         std::span<const std::uint8_t> Payload() const noexcept { return buffer.Payload(header); }
     };
 
-    void Serve(const ConnectionPointer& connection);
-    void ServeCalls(Connection& connection, Incoming& frame);
+    void Serve(ServedConnection& served);
+    void ServeCalls(ServedConnection& served, Incoming& frame);
     bool Answer(Connection& connection, std::uint64_t clientId, Incoming& frame);
     void ServeEvents(const ConnectionPointer& connection, Incoming& frame);
     void TakePosts(Connection& connection, ServerClient& client, Incoming& frame);
-    void ServeOperator(const ConnectionPointer& connection, Incoming& frame);
-    void ServeControl(Connection& connection, Incoming& frame);
+    void ServeOperator(ServedConnection& served, Incoming& frame);
+    bool Obey(Connection& connection, Incoming& frame);
     void ServeWatch(const ConnectionPointer& connection, Incoming& frame);
 
     bool Check(const IoResult& received, Incoming& frame);
@@ -143,39 +143,40 @@ IPCMessageServer::Statistics IPCMessageServer::Implementation::GetStatistics() c
 }
 
 /// A connection's whole life. Its first frame says what it is for.
-void IPCMessageServer::Implementation::Serve(const ConnectionPointer& connection)
+void IPCMessageServer::Implementation::Serve(ServedConnection& served)
 {
     Incoming frame;
     Deadline deadline(kGreetingTimeout);
-    if (!Check(connection->Receive(frame.buffer.Room(), deadline), frame)) {
+    if (!Check(served.connection->Receive(frame.buffer.Room(), deadline), frame)) {
         return;
     }
     switch (frame.header.kind) {
         case FrameKind::kHelloCall:
-            return ServeCalls(*connection, frame);
+            return ServeCalls(served, frame);
         case FrameKind::kHelloEvent:
-            return ServeEvents(connection, frame);
+            return ServeEvents(served.connection, frame);
         case FrameKind::kControl:
         case FrameKind::kWatch:
-            return ServeOperator(connection, frame);
+            return ServeOperator(served, frame);
         default:
             return CountMalformed();
     }
 }
 
-void IPCMessageServer::Implementation::ServeCalls(Connection& connection, Incoming& frame)
+void IPCMessageServer::Implementation::ServeCalls(ServedConnection& served, Incoming& frame)
 {
+    Connection& connection = *served.connection;
     const auto key = KeyOf(connection, frame);
     if (!key) {
         return CountMalformed();
     }
     const ServerClients::Membership client(clients_, *key);
     ++counters_.callConnections;
-    while (Next(connection, FrameKind::kRequest, frame)) {
+    const auto answer = [&] {
         client->WaitFor(frame.header.order);
-        if (!Answer(connection, client->Id(), frame)) {
-            break;
-        }
+        return Answer(connection, client->Id(), frame);
+    };
+    while (Next(connection, FrameKind::kRequest, frame) && connections_.Answer(served, answer)) {
     }
     --counters_.callConnections;
 }
@@ -257,42 +258,43 @@ void IPCMessageServer::Implementation::TakePosts(Connection& connection, ServerC
     }
 }
 
-void IPCMessageServer::Implementation::ServeOperator(const ConnectionPointer& connection,
-                                                     Incoming& frame)
+void IPCMessageServer::Implementation::ServeOperator(ServedConnection& served, Incoming& frame)
 {
-    if (!connection->GetPeer().isOperator) {
+    Connection& connection = *served.connection;
+    if (!connection.GetPeer().isOperator) {
         counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
-        connection->Send(frame.buffer.Write({.kind = FrameKind::kRefused}));
+        connection.Send(frame.buffer.Write({.kind = FrameKind::kRefused}));
         return;
     }
-    connections_.SetApart(*connection);
-    if (frame.header.kind == FrameKind::kControl) {
-        ServeControl(*connection, frame);
-    } else {
-        ServeWatch(connection, frame);
+    connections_.SetApart(served);
+    if (frame.header.kind == FrameKind::kWatch) {
+        return ServeWatch(served.connection, frame);
+    }
+    const auto obey = [&] { return Obey(connection, frame); };
+    while (connections_.Answer(served, obey) && Next(connection, FrameKind::kControl, frame)) {
     }
 }
 
-void IPCMessageServer::Implementation::ServeControl(Connection& connection, Incoming& frame)
+/// Does what the frame commands, and says so. False if the connection is lost.
+bool IPCMessageServer::Implementation::Obey(Connection& connection, Incoming& frame)
 {
-    do {
-        const std::span<const std::uint8_t> command = frame.Payload();
-        const std::string answer =
-            handler_.Control({reinterpret_cast<const char*>(command.data()), command.size()});
-        std::span<const std::uint8_t> rest(reinterpret_cast<const std::uint8_t*>(answer.data()),
-                                           answer.size());
-        FrameHeader header{.kind = FrameKind::kControlReply, .sequence = frame.header.sequence};
-        bool more = true;
-        while (more) {
-            const auto piece = rest.first(std::min(rest.size(), kMaxPayload));
-            rest = rest.subspan(piece.size());
-            more = !rest.empty();
-            header.flags = static_cast<std::uint16_t>(kHasPayload | (more ? kMoreFollows : 0));
-            if (connection.Send(frame.buffer.Write(header, piece)) != IoStatus::kDone) {
-                return;
-            }
+    const std::span<const std::uint8_t> command = frame.Payload();
+    const std::string answer =
+        handler_.Control({reinterpret_cast<const char*>(command.data()), command.size()});
+    std::span<const std::uint8_t> rest(reinterpret_cast<const std::uint8_t*>(answer.data()),
+                                       answer.size());
+    FrameHeader header{.kind = FrameKind::kControlReply, .sequence = frame.header.sequence};
+    bool more = true;
+    while (more) {
+        const auto piece = rest.first(std::min(rest.size(), kMaxPayload));
+        rest = rest.subspan(piece.size());
+        more = !rest.empty();
+        header.flags = static_cast<std::uint16_t>(kHasPayload | (more ? kMoreFollows : 0));
+        if (connection.Send(frame.buffer.Write(header, piece)) != IoStatus::kDone) {
+            return false;
         }
-    } while (Next(connection, FrameKind::kControl, frame));
+    }
+    return true;
 }
 
 void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,

@@ -94,7 +94,8 @@ class IPCMessageServer {
     IPCMessageServer(const std::wstring& pipeName, IPCServerHandler& handler);
 
     /// Closes all connections and waits for the handler's running calls; ones that block must have
-    /// been told to end.
+    /// been told to end. Requests and commands whose calls end within half a second are
+    /// answered before their connection closes.
     ~IPCMessageServer();
 
     IPCMessageServer(const IPCMessageServer&) = delete;

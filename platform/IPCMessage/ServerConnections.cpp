@@ -19,29 +19,36 @@ ServerConnections::~ServerConnections()
 {
     listener_->Shutdown();
     acceptor_.join();
+    ending_ = true;
     std::unique_lock lock(mutex_);
-    for (const Entry& entry : entries_) {
-        entry.connection->Shutdown();
+    for (const ServedConnection& served : entries_) {
+        if (!served.answering) {
+            served.connection->Shutdown();
+        }
     }
-    emptied_.wait(lock, [this] { return entries_.empty(); });
+    const auto empty = [this] { return entries_.empty(); };
+    if (!emptied_.wait_for(lock, kLastAnswers, empty)) {
+        for (const ServedConnection& served : entries_) {
+            served.connection->Shutdown();
+        }
+        emptied_.wait(lock, empty);
+    }
 }
 
 void ServerConnections::Shutdown()
 {
     const std::lock_guard lock(mutex_);
-    for (const Entry& entry : entries_) {
-        if (!entry.apart) {
-            entry.connection->Shutdown();
+    for (const ServedConnection& served : entries_) {
+        if (!served.apart) {
+            served.connection->Shutdown();
         }
     }
 }
 
-void ServerConnections::SetApart(const Connection& connection)
+void ServerConnections::SetApart(ServedConnection& served)
 {
     const std::lock_guard lock(mutex_);
-    for (Entry& entry : entries_) {
-        entry.apart = entry.apart || entry.connection.get() == &connection;
-    }
+    served.apart = true;
 }
 
 void ServerConnections::AcceptAll()
@@ -58,7 +65,7 @@ void ServerConnections::Take(std::shared_ptr<Connection> connection)
         counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
         return;
     }
-    const auto entry = entries_.insert(entries_.end(), {std::move(connection)});
+    const auto entry = entries_.emplace(entries_.end(), std::move(connection));
     try {
         os::StartDetachedThread([this, entry] { Run(entry); });
     } catch (const std::system_error&) {
@@ -70,8 +77,8 @@ bool ServerConnections::HasRoomFor(const Peer& peer) const
 {
     std::size_t ofUser = 0;
     std::size_t ofProcess = 0;
-    for (const Entry& entry : entries_) {
-        const Peer& other = entry.connection->GetPeer();
+    for (const ServedConnection& served : entries_) {
+        const Peer& other = served.connection->GetPeer();
         ofUser += other.user == peer.user ? 1 : 0;
         ofProcess += other.processId == peer.processId ? 1 : 0;
     }
@@ -80,7 +87,7 @@ bool ServerConnections::HasRoomFor(const Peer& peer) const
 
 void ServerConnections::Run(Entries::iterator entry)
 {
-    serve_(entry->connection);
+    serve_(*entry);
     entry->connection->Shutdown();  // others may still hold it for a moment
     // Whoever waits in the destructor may go on as soon as the lock is released.
     const std::lock_guard lock(mutex_);

@@ -4,6 +4,8 @@
 #include <IPCMessage/Outbox.h>
 #include <IPCMessage/Transport.h>
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -11,8 +13,18 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace pelacon::ipc {
+
+/// An open connection, and what its thread is at.
+struct ServedConnection {
+    explicit ServedConnection(std::shared_ptr<Connection> open) : connection(std::move(open)) {}
+
+    const std::shared_ptr<Connection> connection;
+    std::atomic<bool> answering{false};  // see ServerConnections::Answer
+    bool apart = false;                  // see ServerConnections::SetApart
+};
 
 /// Accepts connections and runs each on a thread of its own until it is done.
 class ServerConnections {
@@ -23,12 +35,16 @@ class ServerConnections {
     static constexpr std::size_t kLimitPerUser = 1024;
     static constexpr std::size_t kLimitPerProcess = 512;
 
-    using Serve = std::function<void(const std::shared_ptr<Connection>& connection)>;
+    /// How long the end of all waits for answers that are under way. Whoever does not take his by
+    /// then gets none.
+    static constexpr std::chrono::milliseconds kLastAnswers{500};
+
+    using Serve = std::function<void(ServedConnection& served)>;
 
     /// `serve` is called on each connection's thread, and may begin at once.
     ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters, Serve serve);
 
-    /// Ends them all and waits for their threads.
+    /// Ends them all, those that are answering after that, and waits for their threads.
     ~ServerConnections();
 
     ServerConnections(const ServerConnections&) = delete;
@@ -40,14 +56,22 @@ class ServerConnections {
     void Shutdown();
 
     /// Keeps a connection out of Shutdown.
-    void SetApart(const Connection& connection);
+    void SetApart(ServedConnection& served);
+
+    /// Has a connection's thread answer what it has received. `answer` says whether the connection
+    /// goes on afterwards; false also when all of them end.
+    template <typename Action>
+    bool Answer(ServedConnection& served, const Action& answer) const
+    {
+        served.answering = true;
+        const bool goesOn = answer();
+        // Either the destructor sees that this is done, or the thread that all is to end.
+        served.answering = false;
+        return goesOn && !ending_;
+    }
 
   private:
-    struct Entry {
-        std::shared_ptr<Connection> connection;
-        bool apart = false;
-    };
-    using Entries = std::list<Entry>;
+    using Entries = std::list<ServedConnection>;
 
     void AcceptAll();
     void Take(std::shared_ptr<Connection> connection);
@@ -60,6 +84,7 @@ class ServerConnections {
     mutable std::mutex mutex_;
     std::condition_variable emptied_;
     Entries entries_;
+    std::atomic<bool> ending_{false};
     std::thread acceptor_;
 };
 

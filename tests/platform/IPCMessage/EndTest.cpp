@@ -1,0 +1,70 @@
+// Services that end in good order.
+#include <IPCMessage/IPCControl.h>
+#include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/RawPeers.h>
+
+#include <atomic>
+#include <optional>
+#include <string>
+
+namespace pelacon::test {
+
+namespace {
+
+using EndTest = ChannelTest;
+
+TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
+{
+    std::atomic<int> inside{0};
+    const Ending ending(*this);
+    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+        ++inside;
+        gate.Pass();
+        return Handler::Echo(request);
+    };
+    handler.onControl = [&](std::string_view) {
+        ++inside;
+        gate.Pass();
+        return std::string("done");
+    };
+    StartBoth();
+    bool served = false;
+    std::thread caller([&] { served = IsServed(*client); });
+    std::optional<std::string> answer;
+    std::thread commander([&] {
+        IPCControlError error{};
+        answer = IPCSendControl(kPipe, "do it", kLongEnough, error);
+    });
+    EXPECT_TRUE(Eventually([&] { return inside == 2; }));
+    std::thread ender([&] { server.reset(); });
+    handler.left.WaitFor(1);  // connections at which nobody waits for an answer end at once
+    gate.Open();
+    caller.join();
+    commander.join();
+    ender.join();
+    EXPECT_TRUE(served);
+    EXPECT_EQ(answer, "done");
+}
+
+TEST_F(EndTest, IsNotHeldUpByACallerThatTakesNoAnswer)
+{
+    handler.onRequest = [](std::uint64_t, const TagIPCMessageItem&) {
+        return IPCReply{IPCReplyKind::kPayload, ByteVector(60'000)};
+    };
+    StartServer();
+    RawClient caller;
+    ASSERT_TRUE(caller.Greet(ipc::FrameKind::kHelloCall));
+    const ByteVector request = MakeFrame({.kind = ipc::FrameKind::kRequest, .sequence = 1});
+    ipc::IoStatus asked = ipc::IoStatus::kDone;
+    while (asked == ipc::IoStatus::kDone) {
+        ipc::Deadline deadline(100ms);
+        asked = caller.Get().Send(request, deadline);
+    }
+    EXPECT_EQ(asked, ipc::IoStatus::kTimeout) << "until the server's thread is stuck";
+    EXPECT_LT(Duration([&] { server.reset(); }), 5s);
+    EXPECT_TRUE(caller.IsClosed());
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
