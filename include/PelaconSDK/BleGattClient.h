@@ -72,7 +72,11 @@ typedef struct BtGattClientCallbacksC {
 /* The C form. Each function does what the member of BleGattClient with its name does. Here and
  * there these results mean: 0 done; kBleStatusFailed the library is not started or an argument is
  * invalid, nothing was sent; kBleStatusNoReply no answer; kBleStatusDataTooLong what is said at the
- * function; others are the service's own. A null text is refused with kBleStatusFailed. */
+ * function; others are the service's own. A null text is refused with kBleStatusFailed.
+ *
+ * PelaconService's own are: 2 no such client id (any more), 4 too many of them, 5 a text is no
+ * UUID, 6 not connected, 7 the peer has no such service or characteristic, or they were not
+ * searched, 8 the characteristic does not allow it, 9 the peer did not answer. */
 
 /* Asks the service for a client id, with which everything else is done. *clientId is written only
  * when the result is 0; null is refused with kBleStatusFailed. kBleStatusNoReply also raises
@@ -96,8 +100,8 @@ PELACON_API BleStatusC BleGattClientDisconnect(int32_t clientId);
  * BleGattClientGetService. */
 PELACON_API BleStatusC BleGattClientSearchServices(int32_t clientId);
 
-/* Whether the peer has this service: 0, or the service's code. A UUID of more than 36 characters
- * gives kBleStatusDataTooLong, and nothing is sent. */
+/* Whether the peer has this service: 0 where it has, else the service's code (7, as above). A
+ * UUID of more than 36 characters gives kBleStatusDataTooLong, and nothing is sent. */
 PELACON_API BleStatusC BleGattClientGetService(int32_t clientId, const char* serviceUuid);
 
 /* Reads a characteristic's value into `data`, a buffer of at least 1024 bytes. *dataLen becomes the

@@ -95,14 +95,19 @@ typedef struct BleGattNotifyInfoC {
  * there these results mean: 0 done; kBleStatusFailed the library is not started or an argument is
  * null, nothing was sent; kBleStatusNoReply no answer; kBleStatusDataTooLong a UUID of more than 36
  * characters or a value of more than 1024 bytes, nothing was sent; others are the service's own.
- * Where diagnostic event 954082010 is named, kBleStatusNoReply raises it with that type. */
+ * Where diagnostic event 954082010 is named, kBleStatusNoReply raises it with that type.
+ *
+ * PelaconService's own are: 2 no such server id or service handle (any more), 3 a characteristic
+ * was added to a service that is started, 4 too many of them, 5 a text is no UUID, or what it names
+ * is there already, 6 the peer is not connected, 7 the service has no such characteristic. */
 
 /* Asks the service for a server id and keeps the table for it. *serverId is written only when the
  * result is 0. Neither may be null. Event type 1. */
 PELACON_API BleStatusC BleGattServerRegister(BtGattServerCallbacksC* callbacks, int32_t* serverId);
 
-/* Takes the server with all its services away: peers are disconnected. The tables are forgotten
- * when the result is 0, once a call of them that is running has ended. */
+/* Takes the server with all its services away. The tables are forgotten when the result is 0, once
+ * a call of them that is running has ended: its onDisconnect is not told any more. (PelaconService
+ * disconnects the peers with the last server of all programs.) */
 PELACON_API BleStatusC BleGattServerUnRegister(int32_t serverId);
 
 /* Adds a service, which peers see once it is started. *serviceHandle is written only when the
@@ -125,7 +130,8 @@ PELACON_API BleStatusC BleGattServerStartService(int32_t serverId, int32_t servi
 PELACON_API BleStatusC BleGattServerStopService(int32_t serverId, int32_t serviceHandle);
 
 /* Makes the first dataLen bytes of data (null only when dataLen is 0) the characteristic's value
- * and sends it to the peer, if that has subscribed to it; onNotifySent tells what became of it. */
+ * and sends it to the peer, if that has subscribed to it; onNotifySent tells what became of it.
+ * PelaconService takes a peer of 0 for all that have subscribed. */
 PELACON_API BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle,
                                                   const char* charUuid, const uint8_t* data,
                                                   uint32_t dataLen, uint64_t peer);
