@@ -53,7 +53,7 @@ std::shared_ptr<Session> Sessions::Of(std::uint64_t clientId)
         return found->second.session;
     }
     Entry entry{std::make_shared<Session>(world_, line_, clientId, 0), false,
-                world_.After(kGrace, [this, clientId] { Leave(clientId); })};
+                world_.After(grace_, [this, clientId] { Leave(clientId); })};
     return entries_.emplace(clientId, std::move(entry)).first->second.session;
 }
 

@@ -14,13 +14,13 @@ namespace pelacon::service {
 /// All sessions, and the families that are told of them. Used under the world's lock.
 class Sessions {
   public:
-    /// A client whose requests come without its ever having arrived is forgotten after this time.
     static constexpr std::chrono::seconds kGrace{60};
 
     using Families = std::vector<std::unique_ptr<Family>>;
 
-    Sessions(World& world, Line& line, const Families& families)
-        : world_(world), line_(line), families_(families)
+    /// A client whose requests come without its ever having arrived is forgotten after the grace.
+    Sessions(World& world, Line& line, const Families& families, World::Duration grace = kGrace)
+        : world_(world), line_(line), families_(families), grace_(grace)
     {}
 
     /// Greets the client if it returns, and tells the families.
@@ -50,6 +50,7 @@ class Sessions {
     World& world_;
     Line& line_;
     const Families& families_;
+    const World::Duration grace_;
     std::unordered_map<std::uint64_t, Entry> entries_;
 };
 

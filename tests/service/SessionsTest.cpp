@@ -1,0 +1,132 @@
+#include <protocol/BleManager.h>
+#include <protocol/ServiceLink.h>
+#include <service/Log.h>
+#include <service/Sessions.h>
+#include <tests/service/RecordingLine.h>
+#include <tests/service/TestClient.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace pelacon::service::tests {
+namespace {
+
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+/// Notes what it is told of clients.
+class NotingFamily : public Family {
+  public:
+    NotingFamily(World& world, std::string& notes) : world_(world), notes_(notes) {}
+
+    void ClientArrived(Session& session, bool returning) override
+    {
+        Note(returning ? "back" : "new", session);
+    }
+    void ClientLeft(Session& session) override { Note("gone", session); }
+
+  private:
+    void Note(const char* what, const Session& session)
+    {
+        notes_ += std::string(what) + std::to_string(session.ClientId()) + " ";
+        world_.Wake();
+    }
+
+    World& world_;
+    std::string& notes_;
+};
+
+class SessionsTest : public testing::Test {
+  protected:
+    SessionsTest()
+    {
+        log::wantedLevel = LogLevel::kError;
+        families_.push_back(std::make_unique<NotingFamily>(world_, notes_));
+    }
+
+    World world_{1};
+    RecordingLine line_;
+    std::string notes_;
+    Sessions::Families families_;
+    World::Guard lock_ = world_.Lock();  // let go of before what needs it
+    Sessions sessions_{world_, line_, families_, 1ms};
+};
+
+TEST_F(SessionsTest, FamiliesAreToldOfThoseWhoComeAndGo)
+{
+    sessions_.Arrive({3, 33, false});
+    sessions_.Arrive({4, 44, true});
+    EXPECT_EQ(sessions_.Find(3)->ProcessId(), 33U);
+    sessions_.Leave(3);
+    sessions_.Leave(3);
+    EXPECT_EQ(notes_, "new3 back4 gone3 ");
+    EXPECT_EQ(sessions_.Find(3), nullptr);
+}
+
+TEST_F(SessionsTest, OnlyThoseWhoReturnAreGreeted)
+{
+    sessions_.Arrive({3, 33, false});
+    EXPECT_TRUE(line_.sent.empty());
+    sessions_.Arrive({4, 44, true});
+    ASSERT_EQ(line_.sent.size(), 1U);
+    EXPECT_EQ(line_.sent[0].clientId, 4U);
+    EXPECT_EQ(line_.sent[0].messageId, protocol::kServiceStarted.id);
+}
+
+TEST_F(SessionsTest, AClientThatLeftComesBackToASessionOfItsOwn)
+{
+    sessions_.Arrive({3, 33, false});
+    const std::shared_ptr<Session> before = sessions_.Of(3);
+    sessions_.Leave(3);
+    EXPECT_FALSE(before->IsPresent());
+    sessions_.Arrive({3, 33, true});
+    EXPECT_NE(sessions_.Find(3), before.get());
+    EXPECT_TRUE(sessions_.Find(3)->IsPresent());
+}
+
+TEST_F(SessionsTest, WhoAsksBeforeArrivingHasASessionFromThenOn)
+{
+    const std::shared_ptr<Session> early = sessions_.Of(5);
+    EXPECT_EQ(sessions_.Find(5), nullptr) << "not there yet";
+    sessions_.Arrive({5, 55, false});
+    EXPECT_EQ(sessions_.Find(5), early.get());
+    EXPECT_EQ(early->ProcessId(), 55U);
+    EXPECT_FALSE(world_.Wait(5ms, [&] { return notes_ != "new5 "; })) << notes_;
+}
+
+TEST_F(SessionsTest, WhoAsksAndNeverArrivesIsForgotten)
+{
+    const std::shared_ptr<Session> early = sessions_.Of(5);
+    EXPECT_TRUE(world_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
+    EXPECT_FALSE(early->IsPresent());
+    EXPECT_NE(sessions_.Of(5), early);
+}
+
+TEST_F(SessionsTest, EndingThemAllTellsTheFamiliesNothing)
+{
+    sessions_.Arrive({3, 33, false});
+    const std::shared_ptr<Session> arrived = sessions_.Of(3);
+    const std::shared_ptr<Session> early = sessions_.Of(5);
+    sessions_.EndAll();
+    EXPECT_FALSE(arrived->IsPresent());
+    EXPECT_FALSE(early->IsPresent());
+    EXPECT_EQ(notes_, "new3 ");
+}
+
+TEST_F(SessionsTest, ThoseWhoAreThereAreListedInOrder)
+{
+    sessions_.Arrive({9, 1, false});
+    sessions_.Arrive({2, 1, false});
+    sessions_.Of(5);
+    sessions_.Arrive({7, 1, false});
+    std::string ids;
+    for (const Session* session : sessions_.Present()) {
+        ids += std::to_string(session->ClientId()) + " ";
+    }
+    EXPECT_EQ(ids, "2 7 9 ");
+}
+
+}  // namespace
+}  // namespace pelacon::service::tests
