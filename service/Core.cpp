@@ -132,9 +132,15 @@ IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
     return reply;
 }
 
+// Nothing answers it, but what strikes a connection strikes the one that it came on.
 void Core::Posted(std::uint64_t clientId, const TagIPCMessageItem& item)
 {
-    Request(clientId, item);
+    const IPCReplyKind outcome = Request(clientId, item).kind;
+    if (outcome == IPCReplyKind::kDisconnect) {
+        line_->Disconnect(clientId);
+    } else if (outcome == IPCReplyKind::kMalformed) {
+        line_->SendMalformed(clientId);
+    }
 }
 
 IPCReply Core::Answer(State& state, Session& session, const TagIPCMessageItem& request)

@@ -77,8 +77,9 @@ class Core : public IPCServerHandler {
     std::latch started_{1};
     std::atomic<bool> startTried_{false};
 
+    Line* line_ = nullptr;  // set before it is started
+
     // All that follows is used under the world's lock.
-    Line* line_ = nullptr;
     std::optional<IdAllocator> ids_;
     Faults faults_;
     std::shared_ptr<State> state_;

@@ -9,7 +9,7 @@
 namespace pelacon::service {
 
 /// What the core needs of the channel's server half. The pipe is one; tests have another. Notify
-/// may be called under any lock, the rest with none held.
+/// and GetStatistics may be called under any lock, the rest with none held.
 class Line {
   public:
     using Urgency = IPCMessageServer::Urgency;

@@ -1,5 +1,6 @@
 // Faults as clients meet them, over a real pipe.
 #include <protocol/BleManager.h>
+#include <protocol/GattClient.h>
 #include <protocol/ServiceLink.h>
 #include <tests/service/ServiceFixture.h>
 
@@ -98,6 +99,20 @@ TEST_F(FaultInjectionTest, AConnectionMayBeDroppedInsteadOfAnAnswer)
         EXPECT_LT(Clock::now() - begin, kPatience / 2) << "its end is noticed at once";
         EXPECT_TRUE(client.Call(protocol::kGetBtName)) << kind;
     }
+}
+
+TEST_F(FaultInjectionTest, APostedMessageCostsTheConnectionThatItCameOn)
+{
+    StartService();
+    TestClient client(PipeName());
+    EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
+    for (const char* kind : {"disconnect", "malformed"}) {
+        AddFault(std::string(R"({"request": "BleGattClientConnect", "times": 1, "do": ")") + kind +
+                 "\"}");
+        EXPECT_TRUE(client.Post(protocol::kGattClientConnect, {}));
+        client.Next(protocol::kServiceStarted);  // greeted as one who returns
+    }
+    EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
 }
 
 TEST_F(FaultInjectionTest, AnyRequestMayBeMeant)
