@@ -1,6 +1,7 @@
 // Events on their way from the library's threads to the command that waits for them.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -13,14 +14,16 @@ namespace pelacon::ctl {
 using Deadline = std::chrono::steady_clock::time_point;
 
 /// The moment so many seconds from now, as the options of commands count them; nothing, which is no
-/// limit, for nothing.
+/// limit, for nothing. More than a life is no more than a life, and so is what is no number.
 inline std::optional<Deadline> After(std::optional<double> seconds)
 {
+    constexpr double kLife = 1e9;
     if (!seconds) {
         return std::nullopt;
     }
-    return std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::milliseconds>(
-                                                  std::chrono::duration<double>(*seconds));
+    const std::chrono::duration<double> wait(std::min(kLife, *seconds));
+    return std::chrono::steady_clock::now() +
+           std::chrono::duration_cast<std::chrono::milliseconds>(wait);
 }
 
 /// Posted to by callbacks, read by the command. A callback of the library has no context argument:

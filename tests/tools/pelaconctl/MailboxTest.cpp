@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <thread>
 
 namespace pelacon::ctl {
@@ -18,6 +19,15 @@ TEST(Mailbox, EventsComeInTheOrderInWhichTheyWerePosted)
     mailbox.Post(2);
     EXPECT_EQ(mailbox.Next(std::nullopt), 1);
     EXPECT_EQ(mailbox.Next(After(10)), 2);
+}
+
+TEST(Mailbox, AWaitMayBeAsLongAsAnybodyLikes)
+{
+    using Clock = std::chrono::steady_clock;
+    for (const double seconds : {1e300, std::numeric_limits<double>::infinity()}) {
+        EXPECT_GT(After(seconds), Clock::now() + 24h) << seconds;
+    }
+    EXPECT_EQ(After(std::nullopt), std::nullopt);
 }
 
 TEST(Mailbox, AWaitEndsWithAnEventOfAnotherThread)
