@@ -126,6 +126,29 @@ TEST_F(SocketsTest, SaysWhyItCannotListen)
     EXPECT_FALSE(std::filesystem::exists(folder.Path() / std::string(100, 'x')));
 }
 
+TEST_F(SocketsTest, WhatAServiceSentBeforeItsDeathIsDelivered)
+{
+    RawService service;
+    StartClient();
+    Gate entered;
+    Mailbox<Message> received;
+    const Ending ending(*this);
+    client->RegisterMessageCallback(7, [&](TagIPCMessageItem& item) {
+        entered.Open();
+        gate.Pass();
+        received.Put(Message(item));
+    });
+    auto events = service.AcceptEvents();
+    ASSERT_TRUE(events->Send({.kind = ipc::FrameKind::kNotification, .msgId = 7}, Counting(1)));
+    ASSERT_TRUE(entered.Pass());
+    // A socket that is closed with something unread resets the connection.
+    EXPECT_TRUE(Post(*client, 1, Counting(4)));
+    EXPECT_TRUE(events->Send({.kind = ipc::FrameKind::kNotification, .msgId = 7}, Counting(2)));
+    events.reset();
+    gate.Open();
+    EXPECT_EQ(received.WaitFor(2).back().payload, Counting(2));
+}
+
 TEST_F(SocketsTest, RefusesNamesThatAreNoPlainFileNames)
 {
     for (const wchar_t* name : {L"", L"\\\\.\\Pipe\\", L"\\\\.\\Pipe\\..", L".hidden", L"a/b",
