@@ -1,0 +1,55 @@
+// Applications that end without stopping the library.
+#include <tests/support/ServiceProcess.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+#include <thread>
+
+namespace pelacon::test {
+
+namespace {
+
+/// Has the service send all its clients notifications without end, as long as it lives.
+class Streaming {
+  public:
+    explicit Streaming(const ServiceProcess& service) : thread_([this, &service] { Run(service); })
+    {}
+    ~Streaming()
+    {
+        ended_ = true;
+        thread_.join();
+    }
+    Streaming(const Streaming&) = delete;
+    Streaming& operator=(const Streaming&) = delete;
+
+  private:
+    void Run(const ServiceProcess& service) const
+    {
+        while (!ended_) {
+            for (const char* id : {"BtStateChanged", "ScanResult", "ErrorStatus"}) {
+                service.Command(
+                    {{"command", "flood"}, {"id", id}, {"count", 20}, {"droppable", true}});
+            }
+        }
+    }
+
+    std::atomic<bool> ended_{false};
+    std::thread thread_;
+};
+
+TEST(Exit, WithTheLibraryAtWorkKeepsTheApplicationsCode)
+{
+    const ServiceProcess service;
+    const Streaming streaming(service);
+    for (int round = 0; round < PELACON_TEST_ROUNDS; ++round) {
+        ChildProcess application(PELACON_LEAVER, {});
+        ASSERT_EQ(application.NextLine(), "ready") << application.Errors();
+        ASSERT_EQ(application.Wait(), 42) << application.Errors();
+    }
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
