@@ -77,7 +77,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
     void Ended(GattReason reason) override
     {
         const std::unique_ptr<radio::GattConnection> ending = std::move(connection_);
-        texts_.clear();
+        names_.clear();
         session_->Notify(std::exchange(wasUp_, false) ? protocol::kGattConnectionEnd
                                                       : protocol::kGattConnectionState,
                          {id_, kDisconnected, static_cast<std::int32_t>(reason)});
@@ -86,23 +86,24 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
     void Notified(const Uuid& service, const Uuid& characteristic, const radio::GattValue& value,
                   bool isIndication) override
     {
-        const auto found = texts_.find({service, characteristic});
-        if (found == texts_.end()) {
-            return;
-        }
+        const auto named = names_.find({service, characteristic});
+        const bool isNamed = named != names_.end();
         protocol::GattValueRecord record{};
         record.clientId = id_;
-        PutText(record.serviceUuid, found->second.first);
-        PutText(record.charUuid, found->second.second);
+        PutText(record.serviceUuid, isNamed ? named->second.first : protocol::LongText(service));
+        PutText(record.charUuid,
+                isNamed ? named->second.second : protocol::LongText(characteristic));
         record.dataLen = static_cast<std::uint32_t>(PutBytes(record.value, value));
         record.status = isIndication ? kIndication : kNotification;
         session_->Notify(protocol::kGattNotification, record);
     }
 
-    /// Remembers the program's own texts for a characteristic, in which it will be told of it.
+    /// Remembers the program's own words for a characteristic, in which it will be told of it.
     void Name(const Path& path, std::string_view service, std::string_view characteristic)
     {
-        texts_[path] = {std::string(service), std::string(characteristic)};
+        if (names_.size() < kMostNames || names_.contains(path)) {
+            names_[path] = {std::string(service), std::string(characteristic)};
+        }
     }
 
   private:
@@ -110,7 +111,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
     std::int32_t id_;
     std::unique_ptr<radio::GattConnection> connection_;
     bool wasUp_ = false;
-    std::map<Path, std::pair<std::string, std::string>> texts_;
+    std::map<Path, std::pair<std::string, std::string>> names_;
 };
 
 GattClientFamily::GattClientFamily(const Context& context)

@@ -15,6 +15,10 @@ class GattClientFamily : public Family {
     /// What one program may hold.
     static constexpr std::size_t kMostClients = 64;
 
+    /// Of how many characteristics a connection's values are told in the program's own words; of
+    /// any more, with their UUIDs in full.
+    static constexpr std::size_t kMostNames = 256;
+
     /// How long a peer is given to answer: less than the library waits.
     static constexpr std::chrono::seconds kPeerTime{9};
 

@@ -38,8 +38,8 @@ class LocalGattService {
     LocalGattService(const LocalGattService&) = delete;
     LocalGattService& operator=(const LocalGattService&) = delete;
 
-    /// Sends a value to a peer that subscribed to it. What became of it is told later, unless this
-    /// is destroyed before: kNotPermitted where the peer did not subscribe.
+    /// Sends a value to a peer that subscribed to it. What became of it is told at once or later,
+    /// unless this is destroyed before: kNotPermitted where the peer did not subscribe.
     virtual void Notify(std::uint64_t peer, std::size_t characteristic, const GattValue& value,
                         std::function<void(GattStatus)> sent) = 0;
 

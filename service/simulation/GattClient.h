@@ -36,7 +36,6 @@ class GattClient : public radio::GattClient {
     friend class GattLink;
     void Add(GattLink& link) { links_.push_back(&link); }
     void Remove(const GattLink& link) { std::erase(links_, &link); }
-    void EndAll();
 
     World& world_;
     Adapter& adapter_;

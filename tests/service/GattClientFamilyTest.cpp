@@ -262,6 +262,26 @@ TEST_F(GattClientFamilyTest, NotifiesInTheProgramsOwnWords)
     }
 }
 
+TEST_F(GattClientFamilyTest, RemembersTheWordsForSoManyCharacteristics)
+{
+    GattCaller client(*program);
+    client.Connect(kSensor);
+    EXPECT_EQ(client.Subscribe("180d", "2a3a"), kStatusDone);
+    for (int i = 0; i < 300; ++i) {
+        EXPECT_EQ(client.Subscribe("180d", std::to_string(3000 + i)), kStatusNotFound);
+    }
+    EXPECT_EQ(client.Write("180d", "2a3a", {1}), kStatusDone);
+    EXPECT_EQ(TextIn(program->Next(protocol::kGattNotification).charUuid), "2a3a");
+    EXPECT_EQ(client.Subscribe("180d", "2A3A"), kStatusDone) << "new words for what has some";
+    EXPECT_EQ(client.Write("180d", "2a3a", {2}), kStatusDone);
+    EXPECT_EQ(TextIn(program->Next(protocol::kGattNotification).charUuid), "2A3A");
+
+    EXPECT_EQ(client.Subscribe("180d", "2a37"), kStatusDone);
+    const auto record = program->Next(protocol::kGattNotification);
+    EXPECT_EQ(TextIn(record.serviceUuid), "0000180d-0000-1000-8000-00805f9b34fb");
+    EXPECT_EQ(TextIn(record.charUuid), "00002a37-0000-1000-8000-00805f9b34fb");
+}
+
 TEST_F(GattClientFamilyTest, NotifiesNoMoreThanIsWanted)
 {
     GattCaller client(*program);
