@@ -27,7 +27,7 @@ struct ServedService {
 ///         {"uuid": "2A37", "flags": ["read", "notify"], "value": "0048"}]}]}
 ///
 /// Values are hexadecimal, or {"text": "on"}; comments may stand in it. Throws Failure, which names
-/// the file and the field.
+/// the file, the line and the field.
 std::vector<ServedService> ReadServices(std::string_view text, const std::string& name);
 
 /// The same from a file. Throws Failure, also when it cannot be read.

@@ -111,26 +111,27 @@ TEST(GattFile, SaysWhatIsWrongAndWhere)
         }
         return std::string("none");
     };
-    EXPECT_THAT(error("{"), HasSubstr("hr.json: "));
-    EXPECT_EQ(error("[]"), "hr.json: must be an object.");
-    EXPECT_EQ(error("{}"), "hr.json: lacks the field \"services\".");
-    EXPECT_EQ(error(R"({"services": []})"), "hr.json: there is nothing to serve in it.");
-    EXPECT_EQ(error(R"({"services": {}})"), "hr.json.services: must be a list.");
-    EXPECT_EQ(error(R"({"services": [{}]})"), "hr.json.services[0]: lacks the field \"uuid\".");
-    EXPECT_EQ(error(R"({"services": [{"uuid": 1}]})"), "hr.json.services[0].uuid: must be text.");
+    EXPECT_THAT(error("{\n"), HasSubstr("hr.json:2: "));
+    EXPECT_EQ(error("[]"), "hr.json:1: must be an object, in braces.");
+    EXPECT_EQ(error("{}"), "hr.json:1: the field \"services\" is missing.");
+    EXPECT_EQ(error("{\n\"services\": []}"),
+              "hr.json:2: services: there is nothing to serve in it.");
+    EXPECT_EQ(error(R"({"services": {}})"), "hr.json:1: services: must be a list, in brackets.");
+    EXPECT_EQ(error(R"({"services": [{}]})"),
+              "hr.json:1: services[0]: the field \"uuid\" is missing.");
     EXPECT_THAT(error(R"({"services": [{"uuid": "18"}]})"),
-                HasSubstr("hr.json.services[0].uuid: \"18\" is no UUID"));
-    EXPECT_EQ(error(R"({"services": [{"uuid": "180D", "name": "x"}]})"),
-              "hr.json.services[0]: has an unknown field, \"name\".");
+                HasSubstr("hr.json:1: services[0].uuid: must be a UUID"));
+    EXPECT_EQ(error(R"({"services": [{"uuid": "180D"}, {"uuid": "0000180d"}]})"),
+              "hr.json:1: services: names 180d twice.");
     const std::string prefix =
         R"({"services": [{"uuid": "180D", "characteristics": [{"uuid": "2A37", )";
-    EXPECT_EQ(error(prefix + R"("flags": ["fly"]}]}]})"),
-              "hr.json.services[0].characteristics[0].flags[0]: must be one of read, write, "
-              "writeWithoutResponse, notify, indicate.");
+    EXPECT_THAT(error(prefix + R"("flags": ["fly"]}]}]})"),
+                HasSubstr("hr.json:1: services[0].characteristics[0].flags[0]: must be one of "));
     EXPECT_THAT(error(prefix + R"("value": "0"}]}]})"),
-                HasSubstr("hr.json.services[0].characteristics[0].value: "));
-    EXPECT_EQ(error(prefix + R"("value": {"hex": "0"}}]}]})"),
-              "hr.json.services[0].characteristics[0].value: has an unknown field, \"hex\".");
+                HasSubstr("hr.json:1: services[0].characteristics[0].value: "));
+    EXPECT_THAT(error(prefix + R"("notifyMs": 1}]}]})"), HasSubstr("notifyMs"));
+    EXPECT_EQ(error(prefix + R"("flags": []}, {"uuid": "2a37"}]}]})"),
+              "hr.json:1: services[0].characteristics: names 2a37 twice.");
 }
 
 TEST(GattFile, ThatCannotBeReadIsNamed)

@@ -1,0 +1,46 @@
+#include <service/json/GattFields.h>
+#include <service/radio/Gatt.h>
+
+namespace pelacon::service::json {
+
+protocol::Uuid ReadUuid(const Reader& reader)
+{
+    const auto uuid = protocol::ParseUuid(reader.Text(0, 64));
+    if (!uuid) {
+        reader.Fail(
+            "must be a UUID: four or eight hexadecimal digits, or 36 characters with dashes");
+    }
+    return *uuid;
+}
+
+std::vector<std::uint8_t> ReadGattValue(const Reader& reader)
+{
+    if (reader.IsText()) {
+        return reader.Hex(0, radio::kMostGattValue);
+    }
+    std::vector<std::uint8_t> value;
+    reader.Object([&](Fields& fields) {
+        const std::string text = fields.Required("text").Text(0, radio::kMostGattValue);
+        value.assign(text.begin(), text.end());
+    });
+    return value;
+}
+
+std::int32_t ReadGattFlags(const Reader& reader)
+{
+    std::int32_t flags = 0;
+    const auto combined = reader.List([](const Reader& element) {
+        return element.Choice<std::int32_t>(
+            {{"read", radio::kGattRead},
+             {"write", radio::kGattWrite},
+             {"writeWithoutResponse", radio::kGattWriteWithoutResponse},
+             {"notify", radio::kGattNotify},
+             {"indicate", radio::kGattIndicate}});
+    });
+    for (const std::int32_t flag : combined) {
+        flags |= flag;
+    }
+    return flags;
+}
+
+}  // namespace pelacon::service::json
