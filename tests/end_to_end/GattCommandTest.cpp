@@ -153,6 +153,17 @@ TEST_F(GattCommand, SubscribesUntilCtrlC)
     EXPECT_EQ(subscriber.Wait(), 0);
 }
 
+TEST_F(GattCommand, CtrlCEndsAnAttemptToConnect)
+{
+    ChildProcess subscriber(PelaconctlPath(), {"gatt", "subscribe", kFar, "180D", "2A37"});
+    EXPECT_TRUE(Eventually([&] {
+        return service.Command({{"command", "status"}})["gattClients"]["registered"] == 1;
+    }));
+    subscriber.Interrupt();
+    EXPECT_EQ(subscriber.Wait(), 130);
+    EXPECT_THAT(subscriber.Errors(), IsEmpty());
+}
+
 TEST_F(GattCommand, FailuresAreSentences)
 {
     ExpectFailure({"read", kRefusing, "180D", "2A38"}, 1, "refused the connection.");
@@ -206,13 +217,13 @@ TEST_F(GattCommand, ServesValuesFromItsInput)
                             {"gatt", "subscribe", kHere, "180D", "2A37", "--count", "1"});
     ASSERT_TRUE(subscriber.WaitForOutput("Subscribed"));
     serving.Write("2A37 0050");
-    EXPECT_TRUE(serving.WaitForOutput("2A37 is now 0050\n"));
+    EXPECT_TRUE(serving.WaitForOutput("\n180D/2A37 is now 0050\n"));
     EXPECT_TRUE(subscriber.WaitForOutput("  0050\n"));
     EXPECT_TRUE(serving.WaitForOutput(" was told\n"));
     EXPECT_EQ(subscriber.Wait(), 0);
 
     serving.Write("  180f/2a39   \"high up\"  ");
-    EXPECT_TRUE(serving.WaitForOutput("2A39 is now 68696768207570 \"high up\"\n"));
+    EXPECT_TRUE(serving.WaitForOutput("\n180F/2A39 is now 68696768207570 \"high up\"\n"));
     EXPECT_EQ(Said({"read", kHere, "180F", "2A39"}), "68696768207570 \"high up\"\n");
     EXPECT_EQ(Said({"read", kHere, "180D", "2A39"}), "(empty)\n");
 
@@ -278,6 +289,19 @@ TEST_F(GattCommand, ARestartOfTheService)
     EXPECT_THAT(subscriber.Errors(), HasSubstr("PelaconService was restarted"));
     EXPECT_TRUE(serving.WaitForOutput("PelaconService was restarted; serving again.\n"));
     EXPECT_EQ(Said({"read", kHere, "180D", "2A37"}), "0051\n") << "with the values that it had";
+}
+
+TEST_F(GattCommand, ARestartWhileValuesComeWithoutAPause)
+{
+    ChildProcess serving = Serving();
+    ASSERT_TRUE(serving.WaitForOutput("Serving"));
+    service.Restart();
+    EXPECT_TRUE(Eventually([&] {
+        serving.Write("2A37 0052");
+        return serving.Output().find("180D/2A37 is now 0052\n") != std::string::npos;
+    }));
+    EXPECT_THAT(serving.Output(), HasSubstr("PelaconService was restarted; serving again.\n"));
+    EXPECT_EQ(Said({"read", kHere, "180D", "2A37"}), "0052\n");
 }
 
 }  // namespace

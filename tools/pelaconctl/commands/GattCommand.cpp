@@ -241,8 +241,8 @@ void Subscribe(const PeerOptions& options, const Target& target, const Subscribe
 {
     const std::string service = LongText(target.Service());
     const std::string characteristic = LongText(target.Characteristic());
-    const UntilInterrupt interrupt([] { Events().Close(); });
     const Peer peer(options);
+    const UntilInterrupt interrupt([] { Events().Close(); });
     Check(
         BleGattClient::BleGattClientRegisterNotification(peer.Id(), service, characteristic, true),
         "subscribe to " + target.Name());

@@ -123,8 +123,9 @@ class Server {
         return true;
     }
 
-    /// Makes a value the current one and tells all that want to hear of it.
-    void SetValue(const std::optional<Uuid>& service, const Uuid& characteristic,
+    /// Makes a value the current one and tells all that want to hear of it: that of this service's
+    /// characteristic, or else of the first that has one with this UUID. Returns the service.
+    Uuid SetValue(const std::optional<Uuid>& service, const Uuid& characteristic,
                   const Bytes& value)
     {
         for (std::size_t i = 0; i < services_.size(); ++i) {
@@ -137,7 +138,7 @@ class Server {
                           id_, handles_[i], protocol::LongText(characteristic), value, 0),
                       "publish the value");
                 found->value = value;
-                return;
+                return services_[i].uuid;
             }
         }
         throw Failure(ExitStatus::kFailed,
@@ -204,11 +205,13 @@ void TakeInput(const std::string& line, Server& server, const Console& console)
         const Uuid characteristic =
             ParseUuidText(slash != std::string::npos ? path.substr(slash + 1) : path);
         const Bytes bytes = ParseValue(line.substr(value, end - value));
-        server.SetValue(service, characteristic, bytes);
+        const Uuid owner = server.SetValue(service, characteristic, bytes);
         Json record{{"event", "value"}};
+        AddUuid(record, "service", owner);
         AddUuid(record, "characteristic", characteristic);
         AddValue(record, bytes);
-        console.Report(record, FormatUuid(characteristic) + " is now " + FormatValue(bytes));
+        console.Report(record, FormatUuid(owner) + "/" + FormatUuid(characteristic) + " is now " +
+                                   FormatValue(bytes));
     } catch (const Failure& failure) {
         std::cerr << "pelaconctl: " << failure.what() << '\n';
     }
@@ -241,16 +244,19 @@ void ServeGatt(const std::string& file, std::optional<double> seconds, const Con
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
         const auto soon = ServiceWatch::Clock::now() + kLookEvery;
         const auto event = Events().Next(end ? std::min(*end, soon) : soon);
-        if (!event) {
-            watch.Look();
-            if (server.Renew()) {
-                console.Report({{"event", "restarted"}},
-                               "PelaconService was restarted; serving again.");
-            }
-        } else if (const auto* line = std::get_if<InputLine>(&*event)) {
-            TakeInput(line->text, server, console);
-        } else {
-            ReportPeer(std::get<PeerEvent>(*event), console);
+        const auto* peerEvent = event ? std::get_if<PeerEvent>(&*event) : nullptr;
+        if (peerEvent != nullptr) {
+            ReportPeer(*peerEvent, console);
+            continue;
+        }
+        // Looked after for each line, too: lines may come without a pause.
+        watch.Look();
+        if (server.Renew()) {
+            console.Report({{"event", "restarted"}},
+                           "PelaconService was restarted; serving again.");
+        }
+        if (event) {
+            TakeInput(std::get<InputLine>(*event).text, server, console);
         }
     }
 }
