@@ -378,11 +378,12 @@ TEST_F(BleGattClientTest, AFailedCopySendsNothing)
     }
 }
 
-TEST_F(BleGattClientTest, OperationsRunOneAfterTheOther)
+TEST_F(BleGattClientTest, ConnectWaitsForTheOperationBefore)
 {
-    ExpectSerial(
-        channel, 0xD7004A, [] { BleGattClient::BleGattClientSearchServices(kClient); }, 0xD70049,
-        [] { BleGattClient::BleGattClientDisconnect(kClient); });
+    ExpectWaits(
+        channel, "BleGattClient",
+        [] { EXPECT_EQ(BleGattClient::BleGattClientConnect(kClient, 1, nullptr), 0); },
+        "post 0xD70048");
 }
 
 }  // namespace

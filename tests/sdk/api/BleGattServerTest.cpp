@@ -1,7 +1,10 @@
+#include <PelaconSDK/BleGattClient.h>
 #include <PelaconSDK/BleGattServer.h>
 #include <tests/sdk/api/GattOperation.h>
 #include <tests/support/SdkTest.h>
 
+#include <chrono>
+#include <future>
 #include <string>
 #include <vector>
 
@@ -238,11 +241,18 @@ TEST_F(BleGattServerTest, ValuesOfEveryLengthAndAUuidThatJustFits)
     }
 }
 
-TEST_F(BleGattServerTest, OperationsRunOneAfterTheOther)
+TEST_F(BleGattServerTest, DoesNotWaitForTheClientsOperations)
 {
-    ExpectSerial(
-        channel, 0xD70073, [] { BleGattServer::BleGattServerStartService(kServer, kHandle); },
-        0xD70074, [] { BleGattServer::BleGattServerStopService(kServer, kHandle); });
+    std::future<BleStatusC> serving;
+    channel.Reply(0xD70073, Bytes().I32(0));
+    channel.OnRequest(0xD7004A, [&](const Sent&) {
+        serving = std::async(std::launch::async, [] {
+            return BleGattServer::BleGattServerStartService(kServer, kHandle);
+        });
+        EXPECT_EQ(serving.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    });
+    EXPECT_EQ(BleGattClient::BleGattClientSearchServices(1), -9);
+    EXPECT_EQ(serving.get(), 0);
 }
 
 }  // namespace

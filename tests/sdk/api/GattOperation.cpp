@@ -1,5 +1,8 @@
+#include <PelaconSDK/BleGattClient.h>
+#include <PelaconSDK/BleGattServer.h>
 #include <tests/sdk/api/GattOperation.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>
@@ -71,31 +74,47 @@ TEST_P(StoppedGattOperationTest, IsRefused)
     EXPECT_THAT(Events::All(), IsEmpty());
 }
 
-void ExpectSerial(Channel& channel, std::int32_t firstId, const std::function<void()>& first,
-                  std::int32_t secondId, const std::function<void()>& second)
+TEST_P(GattOperationTest, WaitsForTheOperationBefore)
 {
+    const GattOperation& operation = GetParam();
+    channel.Reply(operation.id, operation.reply(7));
+    ExpectWaits(
+        channel, operation.className, [&] { EXPECT_EQ(operation.call(), 7); },
+        "request " + Hex(operation.id));
+}
+
+void ExpectWaits(Channel& channel, const std::string& className,
+                 const std::function<void()>& second, const std::string& sent)
+{
+    const bool isClient = className == "BleGattClient";
+    const std::int32_t firstId = isClient ? 0xD7004A : 0xD70073;
     std::promise<void> firstWaits;
     std::promise<void> answerFirst;
-    channel.Reply(firstId, Bytes().I32(0));
-    channel.Reply(secondId, Bytes().I32(0));
+    std::atomic<bool> isFirst{true};
+    channel.Reply(firstId, Bytes().I32(7));
     channel.OnRequest(firstId, [&](const Sent&) {
-        firstWaits.set_value();
-        answerFirst.get_future().wait();
-        Journal::Note("first answered");
+        if (isFirst.exchange(false)) {
+            firstWaits.set_value();
+            answerFirst.get_future().wait();
+            Journal::Note("first answered");
+        }
     });
-    std::thread firstThread(first);
+    std::thread first([&] {
+        EXPECT_EQ(isClient ? BleGattClient::BleGattClientSearchServices(1)
+                           : BleGattServer::BleGattServerStartService(1, 2),
+                  7);
+    });
     firstWaits.get_future().wait();
     std::future<void> secondEnds = std::async(std::launch::async, second);
     // That it would wait for ever cannot be shown; it is given a while to be wrong.
     EXPECT_EQ(secondEnds.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
     answerFirst.set_value();
-    firstThread.join();
+    first.join();
     secondEnds.wait();
 
     std::vector<std::string> entries = Journal::Entries();
     std::erase_if(entries, [](const std::string& entry) { return entry.starts_with("log"); });
-    EXPECT_THAT(entries, ElementsAre("request " + Hex(firstId), "first answered",
-                                     "request " + Hex(secondId)));
+    EXPECT_THAT(entries, ElementsAre("request " + Hex(firstId), "first answered", sent));
 }
 
 }  // namespace pelacon::test

@@ -41,9 +41,9 @@ class GattOperationTest : public SdkTest, public ::testing::WithParamInterface<G
 class StoppedGattOperationTest : public StoppedSdkTest,
                                  public ::testing::WithParamInterface<GattOperation> {};
 
-/// Calls `second` while the request of `first` waits for its answer, and expects that the second
-/// one sends nothing until the first one has its answer.
-void ExpectSerial(Channel& channel, std::int32_t firstId, const std::function<void()>& first,
-                  std::int32_t secondId, const std::function<void()>& second);
+/// Calls `second` while a request of its class waits for its answer, and expects that it sends what
+/// it sends, an entry of the journal, only then.
+void ExpectWaits(Channel& channel, const std::string& className,
+                 const std::function<void()>& second, const std::string& sent);
 
 }  // namespace pelacon::test

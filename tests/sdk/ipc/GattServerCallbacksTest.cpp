@@ -3,6 +3,7 @@
 #include <tests/support/SdkTest.h>
 
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <future>
 #include <string>
@@ -294,6 +295,29 @@ TEST_P(GattPeerRequestTest, ALengthBeyondTheFieldIsCutToIt)
                       Line(1, "len :" + std::to_string(length), "OnServerWriteCallbackCb"));
         }
     }
+}
+
+TEST_P(GattPeerRequestTest, PointersLeadIntoTheRecord)
+{
+    static const std::uint8_t* expected;
+    static bool isInRecord;
+    const auto slot = [](std::uint64_t, const char*, const char* charUuid, const std::uint8_t* data,
+                         std::uint32_t) {
+        isInRecord = reinterpret_cast<const std::uint8_t*>(charUuid) == expected + 16 &&
+                     data == expected + 53;
+    };
+    Publish({"2a37"}, &Lasting<BtGattCharCallbacksC>({slot, slot}));
+    const ByteVector payload = Request("2a37", {1}, 1);
+    protocol::GattPeerRequestRecord record;
+    std::memcpy(&record, payload.data(), sizeof record);
+    expected = reinterpret_cast<const std::uint8_t*>(&record);
+    isInRecord = false;
+    if (GetParam().isWrite) {
+        sender.OnServerWriteCallback(&record);
+    } else {
+        sender.OnServerReadCallback(&record);
+    }
+    EXPECT_TRUE(isInRecord);
 }
 
 TEST_P(GattPeerRequestTest, OfAnUnknownServer)
