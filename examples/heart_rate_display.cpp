@@ -2,13 +2,13 @@
 // again when the connection is lost. heart_rate_display [COUNT] ends after so many measurements.
 #include <PelaconSDK/PelaconSDK.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -122,12 +122,19 @@ int main(int argc, char** argv)
         return 1;
     }
     BleGattClient::BleGattClientConnect(client, sensor, &clientCallbacks);
+    bool isThere = true;
     while (remaining != 0) {
         const Event event = Wait();
-        if (event.what == Event::kConnected && !Begin(client)) {
-            BleGattClient::BleGattClientDisconnect(client);
+        if (event.what == Event::kConnected) {
+            if (Begin(client)) {
+                isThere = true;
+            } else {
+                BleGattClient::BleGattClientDisconnect(client);
+            }
         } else if (event.what == Event::kDisconnected) {
-            std::puts("no sensor");
+            if (std::exchange(isThere, false)) {
+                std::puts("no sensor");
+            }
             BleGattClient::BleGattClientConnect(client, sensor, &clientCallbacks);
         } else if (event.what == Event::kMeasured && Print(event.data)) {
             --remaining;
