@@ -1,8 +1,9 @@
+#include "Wide.h"
+
 #include <os/Environment.h>
 #include <os/Utf8.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace pelacon::os {
 
@@ -10,7 +11,7 @@ namespace pelacon::os {
 // mark, so there is nothing to guard against here.
 std::optional<std::string> EnvironmentVariable(const char* name)
 {
-    const wchar_t* value = _wgetenv(std::filesystem::path(name).c_str());
+    const wchar_t* value = _wgetenv(Wide(name).c_str());
     return value != nullptr ? std::optional(Utf8(value)) : std::nullopt;
 }
 

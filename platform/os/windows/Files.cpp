@@ -1,4 +1,5 @@
 #include "Handle.h"
+#include "Wide.h"
 
 #include <os/Files.h>
 
@@ -6,7 +7,6 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <system_error>
 
 namespace pelacon::os {
@@ -22,7 +22,7 @@ namespace {
 
 void SaveFile(const std::string& path, std::string_view contents)
 {
-    const std::wstring wide = std::filesystem::path(path).wstring();
+    const std::wstring wide = Wide(path);
     const std::wstring next = wide + L".next";
     {
         const OwnedHandle file =
@@ -44,7 +44,7 @@ void SaveFile(const std::string& path, std::string_view contents)
 
 std::FILE* OpenToAppend(const std::string& path)
 {
-    return _wfopen(std::filesystem::path(path).c_str(), L"aN");
+    return _wfopen(Wide(path).c_str(), L"aN");
 }
 
 bool WriteAndClose(int descriptor, std::string_view text)

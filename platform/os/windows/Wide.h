@@ -1,0 +1,22 @@
+// UTF-8 as the wide text that the system's functions take.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+namespace pelacon::os {
+
+inline std::wstring Wide(std::string_view text)
+{
+    const auto convert = [&](wchar_t* room, int size) {
+        return MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), room,
+                                   size);
+    };
+    std::wstring wide(static_cast<std::size_t>(convert(nullptr, 0)), L'\0');
+    convert(wide.data(), static_cast<int>(wide.size()));
+    return wide;
+}
+
+}  // namespace pelacon::os
