@@ -16,6 +16,7 @@ PELACON_ENUM(SoftApResult){
     kSoftApOtherPurpose = 3, /* it was created for another purpose than it is destroyed for */
     kSoftApNotExisting = 7,  /* there is none to destroy */
     kSoftApNotPossible = 10, /* the radio could not; such as for want of a channel for both sides */
+    kSoftApInterrupted = 11, /* it was destroyed, or the service ended, before it was there */
     kSoftApAlreadyExists = 0x10000001, /* there is one already; as kConnectGoAlreadyExist */
 };
 
@@ -67,7 +68,7 @@ class PELACON_INTERFACE ISoftApConnectStatus {
 /* What the soft AP's advertisement is doing. */
 PELACON_ENUM(SoftApAdvertisementStatus){
     kSoftApAdvertisementStopped = 0, kSoftApAdvertisementStarted = 1,
-    kSoftApAdvertisementMoved = 2, /* to another channel, or under another name */
+    kSoftApAdvertisementMoved = 2, /* to another channel */
 };
 
 /* The advertisement in full. Only the status is part of every service's message; the fields behind

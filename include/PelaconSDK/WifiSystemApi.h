@@ -147,12 +147,14 @@ class PELACON_API WifiSystemApi {
     void GetPCSupportChannelList(std::list<int>& channels24G, std::list<int>& channels5G,
                                  int& current);
 
-    /* The channel that the phone's own Wi-Fi is on; 0 for none. Unanswered 0. */
+    /* The channel that the phone's own Wi-Fi is on; 0, or what is no channel, for none.
+     * Unanswered 0. */
     void SetPhoneCurrentChannel(int channel);
     int GetRecordPhoneChannel();
 
     /* The channels that the phone supports: added one by one to those of the 5 GHz and of the
-     * 2.4 GHz band, and all forgotten together. */
+     * 2.4 GHz band, and all forgotten together. One that is there already, or is no channel of the
+     * band, is not added. */
     void AddPhoneSupportChannel(int channel);
     void AddPhoneSupport24Channel(int channel);
     void RemovePhoneSupportChannels();

@@ -50,6 +50,10 @@ void CheckSoftAp(std::int32_t result, const std::string& request)
             throw Failure(ExitStatus::kFailed,
                           "The soft AP was created for another purpose. See: pelaconctl ap destroy "
                           "--help");
+        case kSoftApInterrupted:
+            throw Failure(ExitStatus::kFailed,
+                          "The soft AP was destroyed, or PelaconService restarted, before it was "
+                          "there.");
         case kSoftApNotPossible:
             throw Failure(ExitStatus::kFailed,
                           "A soft AP is not possible: the radio failed, or there is no channel "
@@ -61,10 +65,10 @@ void CheckSoftAp(std::int32_t result, const std::string& request)
 }
 
 /// A soft AP that nobody waits for any more is not to appear after this program has ended.
-void AbandonCreation(const Console& console)
+void AbandonCreation(std::int32_t purpose, const Console& console)
 {
     const Spinner spinner(console, "Taking the request back");
-    Api().SystemDestroySoftAP(kGoPurposeAny);
+    Api().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
 }
 
 void Create(const std::string& band, std::int32_t purpose, const Console& console)
@@ -84,12 +88,14 @@ void Create(const std::string& band, std::int32_t purpose, const Console& consol
     }
     if (interrupted) {
         PelaconSvcStart();
-        AbandonCreation(console);
-        throw Failure(ExitStatus::kInterrupted, "Interrupted: there is no soft AP.");
+        if (result == -1 || result == kSoftApSuccess) {  // otherwise any soft AP is not this one
+            AbandonCreation(purpose, console);
+        }
+        throw Failure(ExitStatus::kInterrupted, "Interrupted: no soft AP was created.");
     }
     if (result == -1) {
         ProbeService();
-        AbandonCreation(console);
+        AbandonCreation(purpose, console);
         throw Failure(ExitStatus::kNoAnswer,
                       "PelaconService did not create a soft AP in time; it was told to give up.");
     }

@@ -89,16 +89,22 @@ void ShowChannels(const Console& console)
         heading("This computer") + RowsOf(computer) + "\n" + heading("The phone") + RowsOf(phone));
 }
 
-void ShowChannel(int channel, const Console& console)
+/// The band of a channel. Throws for a number that is none.
+WifiFrequenceType RequireChannel(int channel)
 {
-    const Session session;
     const WifiFrequenceType type = Api().GetFrequenceType(channel);
     if (type == kWifiFrequenceUnknown) {
         ProbeService();
         throw Failure(ExitStatus::kFailed,
                       "There is no " + ChannelText(channel) + " in the 2.4 GHz or the 5 GHz band.");
     }
-    const std::string band = type == kWifiFrequence5G ? "5" : "2.4";
+    return type;
+}
+
+void ShowChannel(int channel, const Console& console)
+{
+    const Session session;
+    const std::string band = RequireChannel(channel) == kWifiFrequence5G ? "5" : "2.4";
     const int frequency = Api().GetFrequencyFromChannel(channel);
     console.Report(
         {{"channel", channel}, {"band", band}, {"frequency", frequency}},
@@ -116,17 +122,21 @@ struct PhoneOptions {
 void KeepPhone(const PhoneOptions& options, const Console& console)
 {
     const Session session;
+    // All are looked at before anything is changed.
+    for (const int channel : options.added) {
+        RequireChannel(channel);
+    }
+    if (options.current.value_or(0) != 0) {
+        RequireChannel(*options.current);
+    }
     if (options.clear) {
         Api().RemovePhoneSupportChannels();
     }
     for (const int channel : options.added) {
         if (Api().Is24GChannel(channel)) {
             Api().AddPhoneSupport24Channel(channel);
-        } else if (Api().Is5GChannel(channel)) {
-            Api().AddPhoneSupportChannel(channel);
         } else {
-            ProbeService();
-            throw Failure(ExitStatus::kFailed, "There is no " + ChannelText(channel) + ".");
+            Api().AddPhoneSupportChannel(channel);
         }
     }
     if (options.current) {

@@ -1,0 +1,15 @@
+// What the machine that the tests run on has.
+#pragma once
+
+#include <os/Wlan.h>
+
+namespace pelacon::test {
+
+/// Whether the system knows of a wireless interface.
+inline bool SystemHasWlan()
+{
+    const auto interfaces = os::ListWlanInterfaces(os::OpenWlan());
+    return interfaces && interfaces->Count() != 0;
+}
+
+}  // namespace pelacon::test
