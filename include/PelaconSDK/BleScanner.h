@@ -28,6 +28,8 @@ PELACON_ENUM(BleScanStatus){
     kBleScanStarted = 0,           /* it scans */
     kBleScanStopped = 1,           /* it was told to stop */
     kBleScanStoppedAdapterOff = 2, /* the adapter was switched off; on again, start again */
+    kBleScanServiceRestart = 3,    /* the service started anew: the id is valid; policy and filters
+                                      are forgotten, see StartBleScan */
 };
 
 /* What a scan result is. Other values are the service's own. */
@@ -126,7 +128,8 @@ PELACON_API BleStatusC BleScanUnRegisterCallbacks(int listenerId);
 /* Begins to scan. Results go to every listener of this process that scans, whichever of them asked
  * for what is heard: the fastest of their policies counts, and a result passes if the filters of
  * one of them let it through. Starting a listener that scans already changes its policy. After a
- * restart of the service it scans on, at the fastest policy and without its filters.
+ * restart of the service it scans on, at the fastest policy and without its filters, and is told
+ * so (kBleScanServiceRestart): set the filters and start again to have both as before.
  * kBleStatusNoReply also raises diagnostic event 954082007. */
 PELACON_API BleStatusC StartBleScan(int listenerId, BleScanPolicy policy);
 

@@ -14,7 +14,12 @@ using radio::ScanPolicy;
 namespace {
 
 /// What a listener is told; the values of BleScanStatus in the public headers.
-enum ListenerStatus : std::int32_t { kStarted = 0, kStopped = 1, kStoppedAdapterOff = 2 };
+enum ListenerStatus : std::int32_t {
+    kStarted = 0,
+    kStopped = 1,
+    kStoppedAdapterOff = 2,
+    kServiceRestart = 3
+};
 
 protocol::ScanResultRecord RecordOf(const radio::Heard& heard)
 {
@@ -210,11 +215,11 @@ void ScanFamily::Repair(Session& session, const protocol::RepairRequest& held)
         if (!isNew) {
             continue;  // registered since the restart
         }
-        if (adapter_.IsOn()) {
+        const bool scans = adapter_.IsOn();
+        if (scans) {
             entry->second.policy = ScanPolicy::kLowLatency;
-        } else {
-            session.Notify(protocol::kScanStatus, {id, kStoppedAdapterOff});
         }
+        session.Notify(protocol::kScanStatus, {id, scans ? kServiceRestart : kStoppedAdapterOff});
     }
     FitScan(session);
 }

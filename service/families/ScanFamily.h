@@ -25,7 +25,7 @@ class ScanFamily : public Family {
     void ClientLeft(Session& session) override;
 
     /// The ids alone are known: a listener that is held scans again, for everything, as it may have
-    /// been scanning.
+    /// been scanning, and is told so.
     void Repair(Session& session, const protocol::RepairRequest& held) override;
 
     void Describe(nlohmann::json& status) const override;

@@ -237,13 +237,13 @@ TEST_F(Scan, AListenerScansAgainAfterTheServiceRestarted)
 {
     const int id = Scanning();
     Results().Next();
+    EXPECT_EQ(Statuses().Next().status, kBleScanStarted);
     service.Restart();
-    EXPECT_TRUE(Eventually([&] {
-        return service.Command({{"command", "status"}})["scanner"]["scanning"] == 1;
-    })) << "the library named it in its repair";
+    const Status told = Statuses().Next();
+    EXPECT_EQ(told.listenerId, id) << "the library named it in its repair";
+    EXPECT_EQ(told.status, kBleScanServiceRestart);
     Results().Clear();
     EXPECT_EQ(Results().Next().listenerId, id);
-    Statuses().Clear();
     EXPECT_EQ(BleScanner::StopBleScan(id), 0);
     EXPECT_EQ(Statuses().Next().status, kBleScanStopped);
 }

@@ -20,7 +20,7 @@ using protocol::kStatusUnknownId;
 using ::testing::ElementsAre;
 
 enum Policy : std::int32_t { kLowPower = 0, kBalanced = 1, kLowLatency = 2 };
-enum Status : std::int32_t { kStarted = 0, kStopped = 1, kAdapterOff = 2 };
+enum Status : std::int32_t { kStarted = 0, kStopped = 1, kAdapterOff = 2, kRestarted = 3 };
 enum Kind : std::int32_t { kConnectable = 0, kScannable = 1, kNonConnectable = 2, kResponse = 3 };
 
 constexpr std::uint64_t kLamp = 0xC00000000001;
@@ -414,6 +414,7 @@ TEST_F(ScanFamilyTest, AListenerThatIsHeldScansAgainAfterARestart)
     protocol::RepairRequest held{};
     held.scannerIds[0] = id;
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kRestarted}));
     const std::size_t before = client.Waiting(protocol::kScanResult.id);
     EXPECT_TRUE(Eventually([&] { return client.Waiting(protocol::kScanResult.id) > before + 10; }));
     EXPECT_EQ(Stop(client, id), kStatusDone);
@@ -431,6 +432,7 @@ TEST_F(ScanFamilyTest, ARepairLeavesWhatWasRegisteredSinceAlone)
     const auto status = Command({{"command", "status"}})["scanner"];
     EXPECT_EQ(status["listeners"], 1);
     EXPECT_EQ(status["scanning"], 0);
+    EXPECT_EQ(client.Waiting(protocol::kScanStatus.id), 0U);
 }
 
 TEST_F(ScanFamilyTest, AListenerThatIsHeldWhileTheAdapterIsOffIsToldSo)
