@@ -1,6 +1,7 @@
 // Scanning: what is in the air, printed for five seconds.
 #include <PelaconSDK/PelaconSDK.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -19,11 +20,18 @@ std::string NameIn(const BleScanResultC& result)
     constexpr std::uint8_t kCompleteName = 0x09;
     std::uint8_t* name = nullptr;
     std::uint32_t length = 0;
+    // A length beyond the data (0xFFFFFFFF) is that of a structure which says that it is empty.
     if (BleGetAdvDataByType(result.data, result.dataLen, kCompleteName, &name, &length) !=
-        kBleStatusSuccess) {
+            kBleStatusSuccess ||
+        length > sizeof result.data) {
         return {};
     }
-    return std::string(name, name + length);
+    std::string text(name, name + length);
+    // It is a stranger's: nothing in it may move the cursor.
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; },
+        '?');
+    return text;
 }
 
 // Runs on a thread of its own for each result, several at once.
