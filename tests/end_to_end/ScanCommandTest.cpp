@@ -160,6 +160,25 @@ TEST_F(ScanCommand, RefusesFiltersThatAreNone)
     EXPECT_THAT(Pelaconctl(six).errors, HasSubstr("five filters at most"));
 }
 
+TEST_F(ScanCommand, RefusesValuesThatAreNoneAndSaysWhatThereIs)
+{
+    EXPECT_EQ(Pelaconctl({"scan", "--policy", "fast"}).errors,
+              "pelaconctl: --policy: \"fast\" is none of low-power, balanced, low-latency. See: "
+              "pelaconctl scan --help\n");
+    EXPECT_EQ(Pelaconctl({"scan", "--sort", "0"}).errors,
+              "pelaconctl: --sort: \"0\" is none of signal, address, name, count. See: "
+              "pelaconctl scan --help\n");
+    const CommandResult result = Pelaconctl({"scan", "--seconds", "-1"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(
+        result.errors,
+        "pelaconctl: --seconds: \"-1\" is no number from 0 on. See: pelaconctl scan --help\n");
+    EXPECT_THAT(Pelaconctl({"advertise", "--kind", "x"}).errors,
+                HasSubstr("\"x\" is none of connectable, scannable, non-connectable"));
+    EXPECT_THAT(Pelaconctl({"advertise", "--seconds", "0"}).errors,
+                HasSubstr("\"0\" is no number above 0"));
+}
+
 TEST_F(ScanCommand, SaysThatBluetoothIsOff)
 {
     ChildProcess scan(PelaconctlPath(), {"scan"});
@@ -180,6 +199,24 @@ TEST_F(ScanCommand, GoesOnWhenTheServiceRestarts)
     EXPECT_TRUE(Eventually([&] {
         return service.Command({{"command", "status"}})["scanner"]["scanning"] == 1;
     }));
+    scan.Interrupt();
+    EXPECT_EQ(scan.Wait(), 0) << scan.Errors();
+}
+
+TEST_F(ScanCommand, KeepsItsFiltersWhenTheServiceRestarts)
+{
+    ChildProcess scan(PelaconctlPath(), {"scan", "--filter", "name=La", "--json"});
+    ASSERT_TRUE(scan.NextLine());
+    service.Restart();
+    // The service has forgotten them: what it sends until the command has set them again may be of
+    // anybody. Three devices take turns.
+    int inARow = 0;
+    for (int lines = 0; lines < 1000 && inARow < 20; ++lines) {
+        const auto line = scan.NextLine();
+        ASSERT_TRUE(line) << scan.Errors();
+        inARow = nlohmann::json::parse(*line).value("name", "") == "Lamp" ? inARow + 1 : 0;
+    }
+    EXPECT_EQ(inARow, 20);
     scan.Interrupt();
     EXPECT_EQ(scan.Wait(), 0) << scan.Errors();
 }
@@ -243,6 +280,33 @@ TEST_F(ScanCommand, AdvertisesAgainWhenTheServiceRestarts)
     EXPECT_EQ(Pelaconctl({"bt", "off"}).exitCode, 0);
     EXPECT_EQ(advertise.Wait(), 5);
     EXPECT_THAT(advertise.Errors(), HasSubstr("Bluetooth was switched off"));
+}
+
+TEST_F(ScanCommand, AdvertisesNoLongerForARestart)
+{
+    ChildProcess advertise(PelaconctlPath(),
+                           {"advertise", "--seconds", "60", "--part", "60", "--json"});
+    ASSERT_TRUE(advertise.NextLine());
+    service.Restart();
+    const auto line = advertise.NextLine();
+    ASSERT_TRUE(line) << advertise.Errors();
+    const auto record = nlohmann::json::parse(*line);
+    EXPECT_EQ(record.at("event"), "restarted");
+    EXPECT_LT(record.at("secondsLeft"), 60);
+    EXPECT_GT(record.at("secondsLeft"), 30);
+    EXPECT_TRUE(Eventually([&] {
+        return service.Command({{"command", "status"}})["advertiser"]["advertising"] == 1;
+    })) << "the part is no longer than what is left";
+    advertise.Interrupt();
+    EXPECT_EQ(advertise.Wait(), 0) << advertise.Errors();
+}
+
+TEST_F(ScanCommand, AdvertisesNothingAtAll)
+{
+    const CommandResult result = Pelaconctl({"advertise", "--raw", "", "--seconds", "0.05"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_THAT(result.output, StartsWith("Advertising 0 of 31 bytes"));
+    EXPECT_EQ(Pelaconctl({"advertise", "--manufacturer", ""}).exitCode, 2);
 }
 
 // ---- targets

@@ -6,6 +6,7 @@
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/ServiceWatch.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Text.h>
@@ -14,9 +15,10 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,9 +36,9 @@ constexpr std::uint8_t kUsualFlags = 0x06;  // general discoverable, no classic 
 struct AdvertiseOptions {
     std::string name;
     std::vector<std::string> uuids;
-    std::string manufacturer;
-    std::string serviceData;
-    std::string raw;
+    std::optional<std::string> manufacturer;
+    std::optional<std::string> serviceData;
+    std::optional<std::string> raw;
     std::string response;
     std::string responseName;
     BleAdvEventType kind = kBleAdvConnectable;
@@ -133,19 +135,19 @@ void RefuseTooLong(const Bytes& bytes, const std::string& what)
 
 Bytes AdvertisementOf(const AdvertiseOptions& options)
 {
-    if (!options.raw.empty()) {
-        return ParseHex(options.raw);
+    if (options.raw) {
+        return ParseHex(*options.raw);
     }
     Bytes bytes;
     Append(bytes, protocol::kAdFlags, {kUsualFlags});
     if (!options.uuids.empty()) {
         Append(bytes, protocol::kAdUuids16, ParseUuids(options.uuids));
     }
-    if (!options.serviceData.empty()) {
-        Append(bytes, protocol::kAdServiceData16, ParseIdentified(options.serviceData));
+    if (options.serviceData) {
+        Append(bytes, protocol::kAdServiceData16, ParseIdentified(*options.serviceData));
     }
-    if (!options.manufacturer.empty()) {
-        Append(bytes, protocol::kAdManufacturer, ParseIdentified(options.manufacturer));
+    if (options.manufacturer) {
+        Append(bytes, protocol::kAdManufacturer, ParseIdentified(*options.manufacturer));
     }
     if (!options.name.empty()) {
         Append(bytes, protocol::kAdName, BytesOf(options.name));
@@ -188,17 +190,44 @@ BleAdvertiseParamsC ParamsOf(const AdvertiseOptions& options)
 
 // ---- The command
 
-/// What an advertiser that went silent means; true when the command is done.
-bool HandleSilence(std::int32_t status, const Console& console)
+/// Makes the times those that are left until the end; false when none is.
+bool Shorten(BleAdvertiseParamsC& params, Deadline end)
+{
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(end - Deadline::clock::now()).count();
+    if (left <= 0) {
+        return false;
+    }
+    params.sendTotalTime =
+        static_cast<std::int32_t>(std::min<milliseconds::rep>(params.sendTotalTime, left));
+    params.sendPartTime = std::min(params.sendPartTime, params.sendTotalTime);
+    return true;
+}
+
+/// Goes on after a restart of the service, for the time that is left; false when none is.
+bool GoOn(const Advertiser& advertiser, BleAdvertiseParamsC& params, const BleAdvertiseData& data,
+          Deadline end, const Console& console)
+{
+    nlohmann::ordered_json record{{"event", "restarted"}};
+    if (params.sendTotalTime != 0) {
+        if (!Shorten(params, end)) {
+            return false;
+        }
+        record["secondsLeft"] = params.sendTotalTime / 1000.0;
+    }
+    console.Report(record, "PelaconService was restarted; advertising again.");
+    advertiser.Start(params, data);
+    return true;
+}
+
+/// Why the advertiser is silent for good.
+void ReportEnd(std::int32_t status, const Console& console)
 {
     switch (status) {
         case kBleAdvTimeOver:
+        case kBleAdvServiceRestart:  // while the time ended
             console.Report({{"event", "ended"}}, "The time is over.");
-            return true;
-        case kBleAdvServiceRestart:
-            console.Report({{"event", "restarted"}},
-                           "PelaconService was restarted; advertising again.");
-            return false;
+            return;
         case kBleAdvAdapterOff:
             throw Failure(ExitStatus::kAdapterOff, "Bluetooth was switched off.");
         default:
@@ -210,12 +239,13 @@ bool HandleSilence(std::int32_t status, const Console& console)
 void Advertise(const AdvertiseOptions& options, const Console& console)
 {
     const BleAdvertiseData data = DataOf(options);
-    const BleAdvertiseParamsC params = ParamsOf(options);
+    BleAdvertiseParamsC params = ParamsOf(options);
     const Session session;
     session.RequireBluetooth();
     const UntilInterrupt interrupt([] { Disablings().Close(); });
     const Advertiser advertiser;
     advertiser.Start(params, data);
+    const auto end = Deadline::clock::now() + std::chrono::milliseconds(params.sendTotalTime);
     console.Report({{"event", "advertising"},
                     {"data", FormatHex(data.advData)},
                     {"scanResponse", FormatHex(data.scanResp)}},
@@ -224,11 +254,10 @@ void Advertise(const AdvertiseOptions& options, const Console& console)
     ServiceWatch watch;
     while (!interrupt.Happened()) {
         const auto status = Disablings().Next(ServiceWatch::Clock::now() + ServiceWatch::kEvery);
-        if (status) {
-            if (HandleSilence(*status, console)) {
-                return;
-            }
-            advertiser.Start(params, data);
+        if (status &&
+            (*status != kBleAdvServiceRestart || !GoOn(advertiser, params, data, end, console))) {
+            ReportEnd(*status, console);
+            return;
         }
         watch.Look();
     }
@@ -268,24 +297,23 @@ void AddAdvertiseCommand(CLI::App& program, Console& console)
                                                         "The whole scan response in hexadecimal");
     advertise->add_option("--response-name", options->responseName, "A name in the scan response")
         ->excludes(response);
-    const std::map<std::string, BleAdvEventType> kinds{{"connectable", kBleAdvConnectable},
-                                                       {"scannable", kBleAdvScannable},
-                                                       {"non-connectable", kBleAdvNonConnectable}};
     advertise
         ->add_option("--kind", options->kind,
                      "What others may do: connectable (the default), scannable, non-connectable")
-        ->transform(CLI::CheckedTransformer(kinds).description(""))
+        ->transform(OneOf<BleAdvEventType>({{"connectable", kBleAdvConnectable},
+                                            {"scannable", kBleAdvScannable},
+                                            {"non-connectable", kBleAdvNonConnectable}}))
         ->type_name("KIND");
     advertise->add_option("--interval", options->interval, "Milliseconds between two; else 100")
         ->check(CLI::Range(20, 10240));
     advertise->add_option("--power", options->power, "Sending power in dBm, -127 to 20; else 0")
         ->check(CLI::Range(-127, 20));
     advertise->add_option("--seconds", options->seconds, "End after so many seconds")
-        ->check(CLI::PositiveNumber);
+        ->check(AboveZero());
     advertise
         ->add_option("--part", options->part,
                      "Be on the air for so many seconds, rest for as long, and so on")
-        ->check(CLI::PositiveNumber);
+        ->check(AboveZero());
     advertise->callback([&console, options] { Advertise(*options, console); });
 }
 

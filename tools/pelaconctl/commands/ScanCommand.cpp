@@ -8,6 +8,7 @@
 #include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/LiveText.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/ServiceWatch.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Text.h>
@@ -18,7 +19,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -59,13 +59,10 @@ Mailbox<Event>& Events()
 class Listener {
   public:
     Listener(std::vector<BleScanFilter> filters, BleScanPolicy policy)
+        : filters_(std::move(filters)), policy_(policy)
     {
         Check(BleScanRegisterCallbacks(&Table(), &id_), "listen to advertisements");
-        if (!filters.empty()) {
-            Check(SetScanFilter(id_, filters.data(), static_cast<int>(filters.size())),
-                  "filter what is heard");
-        }
-        Check(StartBleScan(id_, policy), "scan");
+        Start();
     }
     ~Listener()
     {
@@ -74,6 +71,16 @@ class Listener {
     }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
+
+    /// Also after a restart of the service, which has forgotten both filters and policy.
+    void Start()
+    {
+        if (!filters_.empty()) {
+            Check(SetScanFilter(id_, filters_.data(), static_cast<int>(filters_.size())),
+                  "filter what is heard");
+        }
+        Check(StartBleScan(id_, policy_), "scan");
+    }
 
   private:
     static BleScanCallbacksC& Table()
@@ -84,6 +91,8 @@ class Listener {
         return table;
     }
 
+    std::vector<BleScanFilter> filters_;
+    BleScanPolicy policy_;
     int id_ = 0;
 };
 
@@ -245,11 +254,16 @@ class Display {
     Clock::time_point next_ = begin_;
 };
 
-void Handle(const Event& event, Display& display)
+void Handle(const Event& event, Display& display, Listener& listener)
 {
     if (const auto* result = std::get_if<BleScanResultC>(&event)) {
         display.Show(*result);
-    } else if (std::get<StatusChange>(event).status == kBleScanStoppedAdapterOff) {
+        return;
+    }
+    const std::int32_t status = std::get<StatusChange>(event).status;
+    if (status == kBleScanServiceRestart) {
+        listener.Start();
+    } else if (status == kBleScanStoppedAdapterOff) {
         display.Finish();
         throw Failure(ExitStatus::kAdapterOff, "Bluetooth was switched off.");
     }
@@ -264,11 +278,11 @@ void Scan(const ScanOptions& options, const Console& console)
     const UntilInterrupt interrupt([] { Events().Close(); });
     Display display(console, options.order);
     ServiceWatch watch;
-    const Listener listener(filters, options.policy);
+    Listener listener(filters, options.policy);
     while (!interrupt.Happened() && (!end || Clock::now() < *end)) {
         const Clock::time_point redraw = display.Redraw();
         if (const auto event = Events().Next(end ? std::min(*end, redraw) : redraw)) {
-            Handle(*event, display);
+            Handle(*event, display, listener);
         }
         watch.Look();
     }
@@ -300,25 +314,22 @@ void AddScanCommand(CLI::App& program, Console& console)
         "  pelaconctl scan --json | jq -r 'select(.rssi > -60) | .address'\n");
     const auto options = std::make_shared<ScanOptions>();
     scan->add_option("--seconds", options->seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+        ->check(NotNegative());
     scan->add_option("--filter", options->filters, "Show only what passes; may be repeated")
         ->allow_extra_args(false)
         ->type_name("FILTER");
-    const std::map<std::string, BleScanPolicy> policies{{"low-power", kBleScanLowPower},
-                                                        {"balanced", kBleScanBalanced},
-                                                        {"low-latency", kBleScanLowLatency}};
     scan->add_option("--policy", options->policy,
                      "How much is heard: low-power, balanced or low-latency (which is the default)")
-        ->transform(CLI::CheckedTransformer(policies).description(""))
+        ->transform(OneOf<BleScanPolicy>({{"low-power", kBleScanLowPower},
+                                          {"balanced", kBleScanBalanced},
+                                          {"low-latency", kBleScanLowLatency}}))
         ->type_name("POLICY");
-    const std::map<std::string, DeviceTable::Order> orders{
-        {"signal", DeviceTable::Order::kSignal},
-        {"address", DeviceTable::Order::kAddress},
-        {"name", DeviceTable::Order::kName},
-        {"count", DeviceTable::Order::kCount}};
     scan->add_option("--sort", options->order,
                      "Order of the table: signal (which is the default), address, name or count")
-        ->transform(CLI::CheckedTransformer(orders).description(""))
+        ->transform(OneOf<DeviceTable::Order>({{"signal", DeviceTable::Order::kSignal},
+                                               {"address", DeviceTable::Order::kAddress},
+                                               {"name", DeviceTable::Order::kName},
+                                               {"count", DeviceTable::Order::kCount}}))
         ->type_name("ORDER");
     scan->callback([&console, options] { Scan(*options, console); });
 }

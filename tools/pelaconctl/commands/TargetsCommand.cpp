@@ -4,6 +4,7 @@
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/ServiceWatch.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Text.h>
@@ -118,8 +119,7 @@ void AddTargetsCommand(CLI::App& program, Console& console)
     CLI::App* const listen =
         targets->add_subcommand("listen", "Show those of one or more businesses, until Ctrl-C");
     listen->add_option("BUSINESS", *businesses, "Its number")->required();
-    listen->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    listen->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     listen->callback([&console, businesses, seconds] { Listen(*businesses, *seconds, console); });
 
     const auto business = std::make_shared<std::int32_t>(0);
