@@ -20,6 +20,7 @@
 #include <bit>
 #include <iterator>
 #include <span>
+#include <system_error>
 
 namespace pelacon {
 
@@ -151,7 +152,12 @@ void OnSoftApDeviceConnection(const TagIPCMessageItem& item)
 
 void OnErrorStatus(const TagIPCMessageItem& item)
 {
-    ErrorStatus::GetInstance()->PostNotification(static_cast<ConnectErrorCode>(FirstWord(item)));
+    const auto code = static_cast<ConnectErrorCode>(FirstWord(item));
+    try {
+        ErrorStatus::GetInstance()->PostNotification(code);
+    } catch (const std::system_error&) {  // its worker cannot be started: nobody listens yet
+        Log(kLogFailure, "OnErrorStatus", "catch error");
+    }
 }
 
 void OnSoftApGroupsChange(const TagIPCMessageItem& item)
