@@ -2,6 +2,7 @@
 #include <PelaconSDK/WifiSystemApi.h>
 #include <tests/support/SdkTest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <future>
@@ -362,41 +363,62 @@ TEST_P(WifiSystemApiStoppedRows, NotStarted)
     EXPECT_THAT(Events::All(), IsEmpty());
 }
 
-/// While one operation waits for its reply, another that is serialised is called.
-TEST_P(WifiSystemApiRows, SerialisedWhereMarkedAndOnlyThere)
+/// A serialised operation that is not the row's.
+Row OtherThan(const Row& row)
 {
-    constexpr std::int32_t kGetSSID = 14090276;
-    constexpr std::int32_t kGetSoftApError = 14090390;
-    const Row& row = GetParam();
-    const bool rowIsGetSSID = row.requestId == kGetSSID;
-    std::promise<void> otherIsSent;
-    auto sent = otherIsSent.get_future();
-    channel.OnRequest(rowIsGetSSID ? kGetSoftApError : kGetSSID,
-                      [&](const Sent& /*sent*/) { otherIsSent.set_value(); });
-    std::thread other;
-    channel.OnRequest(row.requestId, [&](const Sent& /*sent*/) {
-        std::promise<void> begins;
-        other = std::thread([&begins, rowIsGetSSID] {
-            begins.set_value();
-            if (rowIsGetSSID) {
-                Api().GetSoftApError();
-            } else {
-                Api().GetSSID();
-            }
-        });
-        begins.get_future().wait();
-        if (row.lock == Lock::kSerialised) {
-            EXPECT_EQ(sent.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout)
-                << "the other operation did not wait";
-        } else {
-            EXPECT_EQ(sent.wait_for(std::chrono::seconds(10)), std::future_status::ready)
-                << "the other operation waited";
+    for (const Row& other : SoftApRows()) {
+        if (other.lock == Lock::kSerialised && other.requestId != row.requestId) {
+            return other;
         }
+    }
+    return row;
+}
+
+/// Whether an operation has begun, waited for.
+bool HasBegun(const Row& row)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::chrono::steady_clock::now() < end) {
+        const std::vector<LogLine> lines = LogLines::All();
+        if (std::ranges::find(lines, Start(Function(row))) != lines.end()) {
+            return true;
+        }
+        std::this_thread::yield();
+    }
+    return false;
+}
+
+/// Calls an operation and, when its request is out, another one. Whether the other one's request
+/// goes out before the first is answered.
+bool GoTogether(const Row& first, const Row& second)
+{
+    Channel& channel = Channel::Get();
+    std::promise<void> secondIsSent;
+    auto sent = secondIsSent.get_future();
+    channel.OnRequest(second.requestId, [&](const Sent& /*sent*/) { secondIsSent.set_value(); });
+    std::thread other;
+    bool together = false;
+    channel.OnRequest(first.requestId, [&](const Sent& /*sent*/) {
+        other = std::thread([&] { second.call(); });
+        EXPECT_TRUE(HasBegun(second)) << "it says so before it waits for its turn";
+        const bool mayGo = first.lock == Lock::kFree || second.lock == Lock::kFree;
+        const auto patience = mayGo ? std::chrono::seconds(10) : std::chrono::milliseconds(20);
+        together = sent.wait_for(patience) == std::future_status::ready;
     });
-    row.call();
-    ASSERT_TRUE(other.joinable());
+    first.call();
     other.join();
     EXPECT_EQ(sent.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    return together;
+}
+
+TEST_P(WifiSystemApiRows, SerialisedWhereMarkedAndOnlyThere)
+{
+    const Row& row = GetParam();
+    const Row serialised = OtherThan(row);
+    const bool waits = row.lock == Lock::kSerialised;
+    EXPECT_EQ(GoTogether(row, serialised), !waits);
+    ForgetWhatHappened();
+    EXPECT_EQ(GoTogether(serialised, row), !waits);
 }
 
 std::string NameOf(const ::testing::TestParamInfo<Row>& info)
