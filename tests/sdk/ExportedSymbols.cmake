@@ -1,11 +1,34 @@
 # Compares what the library exports with the list in LIST, and sees that the C program in C_PROGRAM
-# calls every C function of it. NM and LIBRARY name the tool and the library. With UPDATE the list
+# calls every C function of it. NM and LIBRARY name the tool and the library; of a DLL, OBJDUMP and
+# CXXFILT show the names, and what it needs besides is held against SYSTEM_DLLS. With UPDATE the list
 # is written anew instead:
 #     cmake -DNM=nm -DLIBRARY=... -DLIST=tests/sdk/exported-symbols.txt -DUPDATE=ON -P ...
 
-execute_process(COMMAND "${NM}" -D --defined-only -C "${LIBRARY}"
-    OUTPUT_VARIABLE exported COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX REPLACE "(^|\n)[0-9a-f]* *[A-Za-z] " "\\1" exported "${exported}")
+cmake_minimum_required(VERSION 3.25)
+
+if(OBJDUMP)
+    execute_process(COMMAND "${OBJDUMP}" -p "${LIBRARY}"
+        OUTPUT_VARIABLE tables COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "DLL Name: [^\r\n]+" needed "${tables}")
+    foreach(line IN LISTS needed)
+        string(REPLACE "DLL Name: " "" dll "${line}")
+        string(TOLOWER "${dll}" dll)
+        if(NOT dll IN_LIST SYSTEM_DLLS)
+            message(SEND_ERROR "needs ${dll}, which is none of the system's: ${SYSTEM_DLLS}")
+        endif()
+    endforeach()
+    string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table" "" names "${tables}")
+    string(REGEX REPLACE "\n\r?\n.*" "" names "${names}")
+    string(REGEX MATCHALL "\\[ *[0-9]+\\] [A-Za-z_][A-Za-z0-9_]*" names "${names}")
+    list(TRANSFORM names REPLACE ".*\\] " "")
+    execute_process(COMMAND "${CXXFILT}" ${names}
+        OUTPUT_VARIABLE exported COMMAND_ERROR_IS_FATAL ANY)
+    string(REPLACE "unsigned long long" "unsigned long" exported "${exported}")  # size_t
+else()
+    execute_process(COMMAND "${NM}" -D --defined-only -C "${LIBRARY}"
+        OUTPUT_VARIABLE exported COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX REPLACE "(^|\n)[0-9a-f]* *[A-Za-z] " "\\1" exported "${exported}")
+endif()
 string(REPLACE "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
     "std::string" exported "${exported}")
 string(REPLACE "[abi:cxx11]" "" exported "${exported}")  # brackets would upset CMake's lists
