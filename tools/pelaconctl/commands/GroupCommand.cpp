@@ -18,6 +18,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace pelacon::ctl {
 
@@ -80,6 +81,10 @@ void Create(std::int32_t channel, const Console& console)
     if (result == kWifiBusy) {
         throw Failure(ExitStatus::kFailed,
                       "There is a group already, or one is being made. See: pelaconctl group info");
+    }
+    if (result == kWifiNotSupported && channel != 0) {
+        throw Failure(ExitStatus::kFailed, "No group was made: the adapter may not use channel " +
+                                               std::to_string(channel) + ", or the radio failed.");
     }
     CheckWifi(result, "make a group");
     ReportGroup(info, Json::object(), "", console);
@@ -163,7 +168,7 @@ void ShowStations(const Console& console)
         console.Say("No station is connected.");
     }
     for (const Json& station : *stations) {
-        const std::string address = FormatAddress(ParseAddress(station.value("address", "")));
+        const std::string address = StationAddress(station.value("address", ""));
         const std::string ipAddress = Printable(station.value("ipAddress", ""));
         console.Report({{"address", address}, {"ipAddress", ipAddress}},
                        address + "  " + ipAddress);
@@ -175,7 +180,8 @@ void AddLife(CLI::App& group, const Console& console)
     const auto channel = std::make_shared<std::int32_t>(0);
     CLI::App* const create =
         group.add_subcommand("create", "Make a group, and wait up to 20 s until it is there");
-    create->add_option("--channel", *channel, "The channel wished for; without it, any");
+    create->add_option("--channel", *channel, "The channel wished for; without it, any")
+        ->check(CLI::NonNegativeNumber);
     create->callback([&console, channel] { Create(*channel, console); });
 
     group.add_subcommand("remove", "Remove the group, and wait until it is gone")
@@ -187,6 +193,15 @@ void AddLife(CLI::App& group, const Console& console)
 }
 
 }  // namespace
+
+std::string StationAddress(std::string_view digits)
+{
+    try {
+        return FormatAddress(ParseAddress(digits));
+    } catch (const Failure&) {
+        return Printable(digits);
+    }
+}
 
 void AddGroupCommand(CLI::App& program, Console& console)
 {

@@ -30,7 +30,7 @@ void OnGroup(Vod2dGroupChange change)
 void OnStation(const Vod2dStationChange* change)
 {
     const bool joined = change->state == kVod2dStationJoined;
-    const std::string address = Printable(FieldText(change->address));
+    const std::string address = StationAddress(FieldText(change->address));
     const std::string ipAddress = Printable(FieldText(change->ipAddress));
     Happenings().Post(
         {{{"event", "station"}, {"address", address}, {"ipAddress", ipAddress}, {"joined", joined}},
