@@ -24,6 +24,7 @@ constexpr auto kStrap = "C0:00:00:00:00:01";
 constexpr auto kRefusing = "C0:00:00:00:00:02";
 constexpr auto kLeaving = "C0:00:00:00:00:03";
 constexpr auto kFar = "C0:00:00:00:00:04";
+constexpr auto kBare = "C0:00:00:00:00:05";
 constexpr auto kNobody = "C0:FF:FF:FF:FF:FF";
 
 constexpr auto kWorld = R"({
@@ -40,7 +41,8 @@ constexpr auto kWorld = R"({
         {"address": "C0:00:00:00:00:03", "gatt": {"connectMs": 1,
          "disconnect": {"afterMs": 150},
          "services": [{"uuid": "180d", "characteristics": [{"uuid": "2a37", "flags": ["notify"]}]}]}},
-        {"address": "C0:00:00:00:00:04", "gatt": {"connectMs": 60000}}
+        {"address": "C0:00:00:00:00:04", "gatt": {"connectMs": 60000}},
+        {"address": "C0:00:00:00:00:05", "gatt": {"connectMs": 1}}
     ]})";
 
 constexpr auto kServed = R"({"services": [
@@ -109,6 +111,8 @@ TEST_F(GattCommand, ServicesAreAskedForOneByOne)
                                          {"name", "Heart Rate"}}));
     EXPECT_EQ(told["services"][2]["uuid"], "5e1ac0de-0001-4000-8000-000000000000");
     EXPECT_EQ(told["services"][2]["name"], nullptr);
+    EXPECT_THAT(Said({"services", kBare}), HasSubstr("No service was found.\nC0:00:00:00:00:05"));
+    EXPECT_EQ(Told({"services", kBare})["services"], json::array());
 }
 
 TEST_F(GattCommand, ReadsAndWrites)
@@ -229,12 +233,14 @@ TEST_F(GattCommand, ServesValuesFromItsInput)
 
     serving.Write("");
     serving.Write("2A99 00");
+    serving.Write("180F/2A37 00");
     serving.Write("nonsense");
     serving.Write("2A37 0");
     serving.Write("2A37");
     EXPECT_TRUE(serving.WaitForOutput("2A37 is now (empty)\n"));
     EXPECT_THAT(serving.Errors(),
                 AllOf(HasSubstr("There is no characteristic 2A99 to set."),
+                      HasSubstr("There is no characteristic 180F/2A37 to set."),
                       HasSubstr("\"nonsense\" is no UUID"), HasSubstr("hexadecimal")));
     serving.Interrupt();
     EXPECT_EQ(serving.Wait(), 0);

@@ -198,6 +198,9 @@ void ShowServices(const PeerOptions& options, const std::vector<std::string>& ot
         service["name"] = name.empty() ? Json() : Json(name);
         lines += FormatUuid(uuid) + (name.empty() ? "" : "  " + name) + "\n";
     }
+    if (services.empty()) {
+        lines = "No service was found.\n";
+    }
     console.Report({{"address", peer.Address()}, {"asked", uuids.size()}, {"services", services}},
                    lines + peer.Address() + " was asked for " + std::to_string(uuids.size()) +
                        " services: it cannot be asked for a list. Name others with --uuid.");

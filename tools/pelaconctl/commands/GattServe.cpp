@@ -141,8 +141,9 @@ class Server {
                 return services_[i].uuid;
             }
         }
-        throw Failure(ExitStatus::kFailed,
-                      "There is no characteristic " + FormatUuid(characteristic) + " to set.");
+        throw Failure(ExitStatus::kFailed, "There is no characteristic " +
+                                               (service ? FormatUuid(*service) + "/" : "") +
+                                               FormatUuid(characteristic) + " to set.");
     }
 
   private:
