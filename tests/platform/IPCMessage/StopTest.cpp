@@ -40,8 +40,8 @@ TEST_F(StopTest, EndsWaitingRequestsAtOnce)
     };
     StartBoth();
     std::thread callers([&] {
-        // More than there are connections, so that some wait for one.
-        OnThreads(70, [&](std::size_t) { EXPECT_FALSE(IsServed(*client)); });
+        // So many that more wait for a connection than there are.
+        OnThreads(140, [&](std::size_t) { EXPECT_FALSE(IsServed(*client)); });
     });
     EXPECT_TRUE(Eventually([&] { return inside == 64; }));
     const auto duration = Duration([&] {
