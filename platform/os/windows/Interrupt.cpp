@@ -1,3 +1,5 @@
+#include "EndEvent.h"
+
 #include <os/Interrupt.h>
 
 #include <windows.h>
@@ -24,13 +26,29 @@ BOOL WINAPI OnControl(DWORD event)
     return TRUE;
 }
 
+void CALLBACK OnEndEvent(void*, BOOLEAN)
+{
+    Action()();
+}
+
+/// The wait lasts as long as the process.
+void AwaitEndEvent()
+{
+    const HANDLE event =
+        CreateEventA(nullptr, FALSE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
+    HANDLE wait = nullptr;
+    RegisterWaitForSingleObject(&wait, event, &OnEndEvent, nullptr, INFINITE, WT_EXECUTEDEFAULT);
+}
+
 }  // namespace
 
-// The system calls the handler on a thread of its own, and not at all where Ctrl-C is ignored.
+// The system calls the handlers on threads of its own, and the first not at all where Ctrl-C is
+// ignored.
 void OnInterrupt(std::function<void()> action)
 {
     Action() = std::move(action);
     SetConsoleCtrlHandler(&OnControl, TRUE);
+    AwaitEndEvent();
 }
 
 }  // namespace pelacon::os

@@ -1,11 +1,10 @@
 #include <os/Termination.h>
-#include <os/windows/Handle.h>
+#include <os/windows/EndEvent.h>
 
 #include <windows.h>
 
 #include <atomic>
 #include <stdexcept>
-#include <string>
 
 namespace pelacon::os {
 
@@ -16,13 +15,11 @@ const char* const kEndEvent = "its end event was set";
 /// What came first, for people.
 std::atomic<const char*> happened{kEndEvent};
 
-/// Set when the program is to end. A program without a console is told so by setting the event
-/// "Local\Pelacon.end." with its process id behind it.
+/// Set when the program is to end.
 HANDLE EndEvent()
 {
     static const HANDLE event =
-        CreateEventA(nullptr, TRUE, FALSE,
-                     ("Local\\Pelacon.end." + std::to_string(GetCurrentProcessId())).c_str());
+        CreateEventA(nullptr, TRUE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
     return event;
 }
 

