@@ -6,6 +6,7 @@
 #include <chrono>
 #include <future>
 #include <set>
+#include <stdexcept>
 #include <thread>
 
 namespace pelacon::test {
@@ -461,6 +462,41 @@ TEST_F(AdvertisersGoSilent, StoppingKeepsTheTable)
     BleAdvertiser::BleStopAdvertise(id);
     Silence(id, 0);
     EXPECT_EQ(TheTold().size(), 1U);
+}
+
+TEST_F(AdvertisersGoSilent, TheRegistryIsLockedWhileOneIsTold)
+{
+    static std::promise<void>* entered;
+    static std::shared_future<void>* leave;
+    std::promise<void> inside;
+    std::promise<void> go;
+    std::shared_future<void> gone = go.get_future().share();
+    entered = &inside;
+    leave = &gone;
+    const std::int32_t id = FreshId();
+    RegisterAs(id, [](std::int32_t, std::int32_t) {
+        entered->set_value();
+        leave->wait_for(std::chrono::seconds(10));
+    });
+    std::thread receiver([&] { Silence(id, 0); });
+    ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    auto change = std::async(std::launch::async, [] { Sender().RemoveAdvCb(-1); });
+    EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    go.set_value();
+    receiver.join();
+    EXPECT_EQ(change.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
+// The header's word for callbacks that throw.
+using AdvertisersGoSilentDeathTest = AdvertisersGoSilent;
+
+TEST_F(AdvertisersGoSilentDeathTest, ACallbackThatThrowsEndsTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::int32_t id = FreshId();
+    RegisterAs(
+        id, [](std::int32_t, std::int32_t) { throw std::runtime_error("the advertiser failed"); });
+    EXPECT_DEATH(std::thread([&] { Silence(id, 0); }).join(), "the advertiser failed");
 }
 
 TEST_F(AdvertisersGoSilent, MayStartAgainFromInsideTheirCallback)

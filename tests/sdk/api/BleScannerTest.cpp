@@ -480,6 +480,34 @@ TEST_F(SdkTest, ListenerOperationsWaitForEachOther)
     EXPECT_EQ(channel.Requests().size(), 7U);
 }
 
+TEST_F(SdkTest, TargetedAdvertisementsWaitForNobody)
+{
+    struct Target {
+        std::int32_t requestId;
+        std::function<int()> call;
+    };
+    const std::vector<Target> targets = {
+        {kRegisterTargetAdv, [] { return BleScanner::BleRegisterTargetAdvCallback({}, nullptr); }},
+        {kUnregisterTargetAdv,
+         [] { return BleScanner::BleUnRegisterTargetAdvCallback(kBleTargetPairing); }},
+        {kPushTargetAdv, [] { return BleScanner::BleOnRecvVoviewData(Info(1)); }},
+    };
+    for (const Target& first : targets) {
+        HeldRequest held(channel, first.requestId);
+        std::thread waiting(first.call);
+        ASSERT_TRUE(held.Wait());
+        for (const Target& other : targets) {
+            if (other.requestId != first.requestId) {
+                channel.OnRequest(other.requestId, [](const Sent&) {});
+                auto answer = std::async(std::launch::async, other.call);
+                EXPECT_EQ(answer.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+            }
+        }
+        held.LetGo();
+        waiting.join();
+    }
+}
+
 }  // namespace
 
 }  // namespace pelacon::test

@@ -239,7 +239,11 @@ TEST_F(TargetAdvs, ANullTableIsNotRefusedAndNotKept)
     const std::int32_t business = FreshId();
     EXPECT_EQ(Register(business, nullptr), 0);
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegister, {}, 5000));
-    EXPECT_THAT(LogLines::All(), ::testing::Contains(Line(3, "callback is nullptr, return", kAdd)));
+    constexpr auto kFunction = "BleScanner::BleRegisterTargetAdvCallback";
+    EXPECT_THAT(
+        LogLines::All(),
+        ElementsAre(Start(kFunction), Line(1, "start: " + std::to_string(business), kAdd),
+                    Line(3, "callback is nullptr, return", kAdd), End(kAdd), End(kFunction)));
     RegisterRecording<2>(business);
     Receive(business, 1);
     EXPECT_THAT(DeliveredTo(), ElementsAre(2)) << "the business was still free";
