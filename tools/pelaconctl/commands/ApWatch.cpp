@@ -2,6 +2,7 @@
 #include <PelaconSDK/WifiSystemApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Happenings.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/ApParts.h>
@@ -69,8 +70,7 @@ void AddApWatch(CLI::App& ap, const Console& console)
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const watch =
         ap.add_subcommand("watch", "Show what happens to the soft AP and the devices on it");
-    watch->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
 }
 

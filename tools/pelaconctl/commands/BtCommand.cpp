@@ -3,6 +3,7 @@
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/commands/Commands.h>
@@ -153,7 +154,7 @@ void AddBtCommand(CLI::App& program, Console& console)
                                                  " and wait until it is");
         command->add_option("--wait", *seconds, "Seconds to wait for the change")
             ->capture_default_str()
-            ->check(CLI::NonNegativeNumber);
+            ->check(NotNegative());
         command->callback([&console, change, seconds] { SwitchTo(*change, *seconds, console); });
     }
 

@@ -2,6 +2,7 @@
 #include <PelaconSDK/WifiSystemApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Happenings.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/commands/Commands.h>
 
@@ -74,8 +75,7 @@ void AddErrorsCommand(CLI::App& program, Console& console)
 
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const watch = errors->add_subcommand("watch", "Show each error as it comes");
-    watch->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
 
     const auto code = std::make_shared<std::int32_t>(0);

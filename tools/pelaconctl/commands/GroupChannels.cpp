@@ -2,6 +2,7 @@
 #include <PelaconSDK/Vod2dApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/GroupParts.h>
 
@@ -137,7 +138,7 @@ void AddGroupChannels(CLI::App& group, const Console& console)
         ->check(CLI::IsMember({"any", "2.4", "5"}))
         ->capture_default_str();
     recommend->add_option("--bandwidth", wishes->bandwidth, "No wider than so many MHz")
-        ->check(CLI::NonNegativeNumber);
+        ->check(NotNegative());
     recommend->callback([&console, wishes] { Recommend(*wishes, console); });
 }
 

@@ -4,6 +4,7 @@
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/GroupParts.h>
@@ -169,8 +170,7 @@ void AddGroupConfiguration(CLI::App& group, const Console& console)
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const hold = group.add_subcommand(
         "hold", "Use the group's link until Ctrl-C, so that others do not remove it");
-    hold->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    hold->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     hold->callback([&console, seconds] { HoldLink(*seconds, console); });
 }
 

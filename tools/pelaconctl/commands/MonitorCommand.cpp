@@ -5,6 +5,7 @@
 #include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/Mailbox.h>
 #include <tools/pelaconctl/Notifications.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/commands/Commands.h>
 
@@ -75,8 +76,7 @@ void AddMonitorCommand(CLI::App& program, Console& console)
         "  pelaconctl monitor --seconds 10 | grep ScanResult\n"
         "  pelaconctl monitor --json | jq -r 'select(.name == \"BtStateChanged\") | .fields'\n");
     const auto seconds = std::make_shared<std::optional<double>>();
-    monitor->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    monitor->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     monitor->callback([&console, seconds] { Monitor(*seconds, console); });
 }
 

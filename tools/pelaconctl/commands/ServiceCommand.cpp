@@ -3,6 +3,7 @@
 #include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/Mailbox.h>
 #include <tools/pelaconctl/Notifications.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/commands/Commands.h>
 
 #include <CLI/CLI.hpp>
@@ -130,7 +131,7 @@ void AddStatus(CLI::App& service, const Console& console)
         service.add_subcommand("status", "Show the service's clients, counters, faults and radios");
     const auto wait = std::make_shared<std::optional<double>>();
     status->add_option("--wait", *wait, "Wait so many seconds for the service to come up")
-        ->check(CLI::NonNegativeNumber);
+        ->check(NotNegative());
     status->callback([&console, wait] {
         const Json answer = StatusWithin(*wait);
         console.Report(answer, StatusText(answer, console));

@@ -4,6 +4,7 @@
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Happenings.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
 #include <tools/pelaconctl/Text.h>
@@ -189,7 +190,7 @@ void AddSwitch(CLI::App& wifi, const Console& console)
             wifi.add_subcommand(name, "Switch Wi-Fi " + name + " and wait until it is");
         command->add_option("--wait", *seconds, "Seconds to wait for the change")
             ->capture_default_str()
-            ->check(CLI::NonNegativeNumber);
+            ->check(NotNegative());
         command->callback([&console, on, seconds] { SwitchTo(on, *seconds, console); });
     }
 }
@@ -199,8 +200,7 @@ void AddWatch(CLI::App& wifi, const Console& console)
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const watch =
         wifi.add_subcommand("watch", "Show changes of the switch and of the phone's channel");
-    watch->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
 }
 
