@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <string_view>
 #include <thread>
@@ -86,10 +87,8 @@ std::string EnvironmentWith(const std::vector<std::string>& additions)
 {
     std::string block;
     const auto add = [&](std::string_view variable) { block.append(variable).push_back('\0'); };
-    char* const own = GetEnvironmentStringsA();
-    for (const char* variable = own; *variable != '\0';
-         variable += std::string_view(variable).size() + 1) {
-        const std::string_view text(variable);
+    for (char** variable = _environ; *variable != nullptr; ++variable) {
+        const std::string_view text(*variable);
         const std::string_view name = text.substr(0, text.find('=', 1) + 1);
         bool replaced = false;
         for (const std::string& added : additions) {
@@ -99,7 +98,6 @@ std::string EnvironmentWith(const std::vector<std::string>& additions)
             add(text);
         }
     }
-    FreeEnvironmentStringsA(own);
     for (const std::string& added : additions) {
         add(added);
     }
