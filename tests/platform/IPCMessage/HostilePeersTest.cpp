@@ -1,4 +1,5 @@
 // Peers that send what no peer should: nobody else is harmed.
+#include <IPCMessage/ServerClients.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 
@@ -153,6 +154,26 @@ TEST_F(HostilePeersTest, ConnectionsOfOneClientAreTiedToItsProcess)
     RawClient other;
     ASSERT_TRUE(other.Greet(FrameKind::kHelloEvent, 6));
     EXPECT_NE(handler.arrived.WaitFor(4).back().id, first);
+}
+
+TEST(ServerClientsTest, OneTokenIsOneClientForOneProcessOfOneUserOnly)
+{
+    const ipc::ClientKey key{{1, 2, 3}, 4711, "1000"};
+    ipc::ClientKey otherToken = key;
+    otherToken.token.back() = 1;
+    ipc::ClientKey otherProcess = key;
+    otherProcess.processId = 4712;
+    ipc::ClientKey otherUser = key;
+    otherUser.user = "1001";
+
+    ipc::ServerClients clients;
+    using Membership = ipc::ServerClients::Membership;
+    const Membership first(clients, key);
+    EXPECT_EQ(Membership(clients, key)->Id(), first->Id());
+    for (const ipc::ClientKey& other : {otherToken, otherProcess, otherUser}) {
+        EXPECT_NE(Membership(clients, other)->Id(), first->Id());
+    }
+    EXPECT_EQ(Membership(clients, key)->Id(), first->Id());
 }
 
 TEST_F(HostilePeersTest, OneProcessCannotUseUpTheServersThreads)
