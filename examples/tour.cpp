@@ -113,12 +113,18 @@ std::uint64_t TourTheAdapter()
 void OnScanResult(std::int32_t /*listener*/, BleScanResultC result)
 {
     constexpr std::uint16_t kBattery = 0x180F;
-    std::uint8_t* level = nullptr;
+    constexpr std::uint16_t kCompany = 0xFFFF;
+    std::uint8_t* data = nullptr;
     std::uint32_t length = 0;
-    if (BleGetServiceDataByUuid(result.data, result.dataLen, kBattery, &level, &length) ==
+    if (BleGetServiceDataByUuid(result.data, result.dataLen, kBattery, &data, &length) ==
             kBleStatusSuccess &&
         length == 1) {
-        news.Tell("the thermometer's battery is at " + std::to_string(*level) + " %");
+        news.Tell("the thermometer's battery is at " + std::to_string(*data) + " %");
+    }
+    // Of whatever company: the two bytes before the data say which, and are not compared.
+    if (BleGetManufacturerDataByCompanyId(result.data, result.dataLen, kCompany, &data, &length) ==
+        kBleStatusSuccess) {
+        news.Tell("a beacon sends " + std::to_string(length) + " bytes of its maker's");
     }
 }
 
@@ -136,6 +142,9 @@ void TourScanning()
     std::puts("  Listening for the thermometer.");
     Expect(BleScanner::StartBleScan(listener, kBleScanLowLatency) == kBleStatusSuccess, "scanning");
     news.WaitFor("the thermometer's battery is at 100 %");
+    std::puts("  And for everybody.");
+    Expect(BleScanner::RemoveScanFilter(listener) == kBleStatusSuccess, "removing the filter");
+    news.WaitFor("a beacon sends 7 bytes of its maker's");
     BleScanner::StopBleScan(listener);
     BleScanner::BleScanUnRegisterCallbacks(listener);
 
@@ -177,6 +186,11 @@ void TourAdvertising()
     Expect(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data) == kBleStatusSuccess,
            "advertising");
     news.WaitFor("the advertiser has had its time");
+    std::puts("  Once more, until it is told to stop.");
+    parameters.sendTotalTime = 0;
+    Expect(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data) == kBleStatusSuccess,
+           "advertising again");
+    Expect(BleAdvertiser::BleStopAdvertise(advertiser) == kBleStatusSuccess, "stopping");
     BleAdvertiser::BleAdvUnRegisterCallbacks(advertiser);
 }
 
