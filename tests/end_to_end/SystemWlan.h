@@ -8,7 +8,8 @@ namespace pelacon::test {
 /// Whether the system knows of a wireless interface.
 inline bool SystemHasWlan()
 {
-    const auto interfaces = os::ListWlanInterfaces(os::OpenWlan());
+    static const os::WlanHandle handle = os::OpenWlan();
+    const auto interfaces = os::ListWlanInterfaces(handle);
     return interfaces && interfaces->Count() != 0;
 }
 

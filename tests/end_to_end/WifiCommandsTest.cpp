@@ -15,6 +15,7 @@ namespace pelacon::test {
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -105,7 +106,8 @@ TEST_F(WifiCommands, ApIsCreatedDescribedAndDestroyed)
     ExpectFailure({"ap", "destroy", "--purpose", "2"}, kFailed, "created for another purpose");
     EXPECT_EQ(Say({"ap", "destroy", "--purpose", "1"}), "The soft AP is gone.\n");
     ExpectFailure({"ap", "destroy"}, kFailed, "There is no soft AP.");
-    EXPECT_THAT(Say({"ap", "status"}), HasSubstr("There is no soft AP."));
+    EXPECT_THAT(Say({"ap", "status"}), AllOf(HasSubstr("There is no soft AP."),
+                                             HasSubstr("Last result  there was none\n")));
 }
 
 TEST_F(WifiCommands, ApMovesBetweenTheBands)
@@ -287,6 +289,7 @@ TEST_F(WifiCommands, ErrorsAreWatched)
 TEST_F(WifiCommands, ErrorsHaveTexts)
 {
     EXPECT_EQ(Say({"errors", "text", "268435457"}), "0x10000001  go already exist\n");
+    EXPECT_EQ(Say({"errors", "text", "0x20000000"}), "0x20000000  ble send fail\n");
     EXPECT_EQ(Report({"errors", "text", "-1"}),
               nlohmann::json::parse(R"({"code": -1, "message": "unknow"})"));
 }

@@ -64,6 +64,29 @@ void CheckSoftAp(std::int32_t result, const std::string& request)
     }
 }
 
+/// What became of creating or destroying, as the status has it.
+std::string ResultText(std::int32_t result)
+{
+    switch (result) {
+        case kSoftApSuccess:
+            return "done";
+        case kSoftApWifiOff:
+            return "Wi-Fi was off";
+        case kSoftApAlreadyExists:
+            return "there was one already";
+        case kSoftApNotExisting:
+            return "there was none";
+        case kSoftApOtherPurpose:
+            return "it was created for another purpose";
+        case kSoftApInterrupted:
+            return "destroyed before it was there";
+        case kSoftApNotPossible:
+            return "not possible";
+        default:
+            return "code " + std::to_string(result);
+    }
+}
+
 /// A soft AP that nobody waits for any more is not to appear after this program has ended.
 void AbandonCreation(std::int32_t purpose, const Console& console)
 {
@@ -154,8 +177,7 @@ void ShowStatus(const Console& console)
                        (exists ? "\nIP address   " + ipAddress : "") + "\nAdapter      " + guid +
                        ", index " + std::to_string(index) + "\nRestarts     " +
                        std::to_string(restarts) + ", " + std::to_string(wakeUps) +
-                       " after a wake-up\nLast result  " +
-                       (lastError == 0 ? "done" : std::to_string(lastError)));
+                       " after a wake-up\nLast result  " + ResultText(lastError));
 }
 
 void AddLife(CLI::App& ap, const Console& console)
