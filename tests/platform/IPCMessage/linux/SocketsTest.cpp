@@ -17,6 +17,7 @@ namespace pelacon::test {
 
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 class SocketsTest : public ChannelTest {
@@ -54,6 +55,17 @@ TEST_F(SocketsTest, LiesInTheFolderThatTheEnvironmentNames)
     server.reset();
     EXPECT_FALSE(std::filesystem::exists(Place(".sock")));
     EXPECT_EQ(Refusal(), "");
+}
+
+TEST_F(SocketsTest, IsLookedForInTheSystemsFolderAndThenInTheUsersOwn)
+{
+    setenv("XDG_RUNTIME_DIR", "/home/somebody", 1);
+    EXPECT_THAT(ipc::FindPipePlaces(kPipe), ElementsAre(Place(".sock")));
+    setenv("PELACON_RUNTIME_DIR", "", 1);  // as good as not set
+    EXPECT_THAT(ipc::FindPipePlaces(kPipe), ElementsAre("/run/pelacon/ChannelTest.sock",
+                                                        "/home/somebody/pelacon/ChannelTest.sock"));
+    unsetenv("XDG_RUNTIME_DIR");
+    EXPECT_THAT(ipc::FindPipePlaces(kPipe), ElementsAre("/run/pelacon/ChannelTest.sock"));
 }
 
 TEST_F(SocketsTest, LiesInTheUsersOwnFolderOtherwise)
