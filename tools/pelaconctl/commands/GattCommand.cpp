@@ -6,6 +6,7 @@
 #include <tools/pelaconctl/GattText.h>
 #include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/Mailbox.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/ServiceWatch.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Text.h>
@@ -294,7 +295,7 @@ CLI::App* AddPeerCommand(CLI::App& gatt, const std::string& name, const std::str
         ->required();
     command->add_option("--wait", options->wait, "Seconds to wait for the connection")
         ->capture_default_str()
-        ->check(CLI::PositiveNumber);
+        ->check(AboveZero());
     return command;
 }
 
@@ -358,9 +359,8 @@ void AddSubscribe(CLI::App& gatt, Console& console)
         AddPeerCommand(gatt, "subscribe", "Show each new value, until Ctrl-C", options);
     AddTarget(*command, target);
     command->add_option("--seconds", limits->seconds, "End after so many seconds")
-        ->check(CLI::PositiveNumber);
-    command->add_option("--count", limits->count, "End after so many values")
-        ->check(CLI::PositiveNumber);
+        ->check(AboveZero());
+    command->add_option("--count", limits->count, "End after so many values")->check(AboveZero());
     command->callback(
         [&console, options, target, limits] { Subscribe(*options, *target, *limits, console); });
 }
@@ -387,8 +387,7 @@ void AddServe(CLI::App& gatt, Console& console)
         "      {\"uuid\": \"2A37\", \"flags\": [\"read\", \"notify\"], \"value\": \"0048\"},\n"
         "      {\"uuid\": \"2A39\", \"flags\": [\"write\"], \"value\": {\"text\": \"on\"}}]}]}\n");
     command->add_option("FILE", *file, "The services, in JSON")->required();
-    command->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::PositiveNumber);
+    command->add_option("--seconds", *seconds, "End after so many seconds")->check(AboveZero());
     command->callback([&console, file, seconds] { ServeGatt(*file, *seconds, console); });
 }
 

@@ -5,6 +5,7 @@
 #include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Interrupt.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
 #include <tools/pelaconctl/Text.h>
@@ -181,7 +182,7 @@ void AddLife(CLI::App& group, const Console& console)
     CLI::App* const create =
         group.add_subcommand("create", "Make a group, and wait up to 20 s until it is there");
     create->add_option("--channel", *channel, "The channel wished for; without it, any")
-        ->check(CLI::NonNegativeNumber);
+        ->check(NotNegative());
     create->callback([&console, channel] { Create(*channel, console); });
 
     group.add_subcommand("remove", "Remove the group, and wait until it is gone")

@@ -2,6 +2,7 @@
 #include <PelaconSDK/Vod2dApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Happenings.h>
+#include <tools/pelaconctl/OptionValues.h>
 #include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/GroupParts.h>
@@ -100,8 +101,7 @@ void AddGroupWatch(CLI::App& group, const Console& console)
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const watch = group.add_subcommand(
         "watch", "Show what happens to the group, its stations, configurations and cards");
-    watch->add_option("--seconds", *seconds, "End after so many seconds")
-        ->check(CLI::NonNegativeNumber);
+    watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
     watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
 }
 
