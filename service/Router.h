@@ -83,7 +83,8 @@ class Router {
     /// Has the handler serve the operation. It is called under the world's lock, as
     /// `Reply(Session&, const Request&)`: a record of any length comes padded with zeros, a Text as
     /// std::string_view, Bytes as ByteView; it returns a record, std::string or Bytes, and nothing
-    /// for an operation without a reply. What it throws is logged, and answered without payload.
+    /// for an operation without a reply. An empty std::optional of these is answered without
+    /// payload; so is what it throws, which is logged.
     template <typename Request, typename Reply, typename Function>
     void Serve(const protocol::Operation<Request, Reply>& operation, Function handler)
     {
@@ -96,8 +97,9 @@ class Router {
                                    handler(session, request);
                                    return std::nullopt;
                                } else {
-                                   const Result result = handler(session, request);
-                                   return detail::Encode(result);
+                                   const std::optional<Result> result = handler(session, request);
+                                   return result ? std::optional(detail::Encode(*result))
+                                                 : std::nullopt;
                                }
                            }});
     }

@@ -143,37 +143,48 @@ void GroupFamily::ClientLeft(Session& session)
     sharedLinks_.erase(&session);
 }
 
-/// Begins something at the radio and waits for its end. Where there is no point in going on, the
-/// family may be gone, and is not touched.
-std::int32_t GroupFamily::WaitFor(Session& session,
-                                  const std::function<void(radio::Groups::Done)>& begin)
+/// Begins something at the radio and waits for its end. Nothing where the client has left meanwhile
+/// (its request's connection may be there yet): the group may still appear, so that no status would
+/// be true. Where there is no point in going on, the family may be gone, and is not touched.
+std::optional<std::int32_t> GroupFamily::WaitFor(
+    Session& session, const std::function<void(radio::Groups::Done)>& begin)
 {
+    const World& world = world_;
     const Completion<GroupOutcome> completion(world_);
     begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
-    const auto outcome = session.Await(completion, kPatience);
-    return outcome ? StatusOf(*outcome) : protocol::kStatusInterrupted;
+    if (const auto outcome = session.Await(completion, kPatience)) {
+        return StatusOf(*outcome);
+    }
+    return world.IsStopping() ? std::optional<std::int32_t>(protocol::kStatusInterrupted)
+                              : std::nullopt;
 }
 
-protocol::GroupInfoReply GroupFamily::Create(Session& session, std::int32_t channel)
+std::optional<protocol::GroupInfoReply> GroupFamily::Create(Session& session, std::int32_t channel)
 {
+    using protocol::GroupInfoReply;
     const std::int32_t chosen = ChooseChannel(channel);
     if (chosen == 0) {
-        return {Info(), protocol::kStatusNotSupported};
+        return GroupInfoReply{Info(), protocol::kStatusNotSupported};
     }
-    const std::int32_t status = WaitFor(
+    const auto status = WaitFor(
         session, [&](radio::Groups::Done done) { groups_.Create(chosen, std::move(done)); });
-    if (status == protocol::kStatusInterrupted) {
-        return {{}, status};
+    if (!status) {
+        return std::nullopt;
     }
-    return {Info(), status};
+    if (*status == protocol::kStatusInterrupted) {
+        return GroupInfoReply{{}, *status};
+    }
+    return GroupInfoReply{Info(), *status};
 }
 
-StatusReply GroupFamily::Remove(Session& session)
+std::optional<StatusReply> GroupFamily::Remove(Session& session)
 {
     if (IsUsedByOthers(session)) {
-        return {protocol::kStatusNotPermitted};
+        return StatusReply{protocol::kStatusNotPermitted};
     }
-    return {WaitFor(session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); })};
+    const auto status =
+        WaitFor(session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); });
+    return status ? std::optional(StatusReply{*status}) : std::nullopt;
 }
 
 bool GroupFamily::IsUsedByOthers(const Session& session) const

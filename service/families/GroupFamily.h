@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -26,9 +27,10 @@ class GroupFamily : public Family {
     void ServeListeners(Router& router);
     void ServeSharedLink(Router& router);
 
-    protocol::GroupInfoReply Create(Session& session, std::int32_t channel);
-    protocol::StatusReply Remove(Session& session);
-    std::int32_t WaitFor(Session& session, const std::function<void(radio::Groups::Done)>& begin);
+    std::optional<protocol::GroupInfoReply> Create(Session& session, std::int32_t channel);
+    std::optional<protocol::StatusReply> Remove(Session& session);
+    std::optional<std::int32_t> WaitFor(Session& session,
+                                        const std::function<void(radio::Groups::Done)>& begin);
     std::int32_t ChooseChannel(std::int32_t wished) const;
     bool IsUsedByOthers(const Session& session) const;
     protocol::GroupInfo Info() const;

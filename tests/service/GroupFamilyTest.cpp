@@ -227,12 +227,24 @@ TEST_F(GroupFamilyTest, WaitsEndWithTheService)
 {
     StartAnew(R"({"creation": {"ms": 600000}})");
     TestClient client(PipeName());
+    auto creation = std::async(std::launch::async, [&] { return Create(client).status; });
+    EXPECT_TRUE(Eventually([&] { return IsBeingMade(); }));
+    EndService();
+    EXPECT_EQ(creation.get(), kStatusInterrupted);
+}
+
+TEST_F(GroupFamilyTest, IsMadeWithoutAWordToAClientThatLosesItsEventConnection)
+{
+    StartAnew(R"({"creation": {"ms": 300}})");
+    TestClient client(PipeName());
     auto creation = std::async(std::launch::async, [&] {
         return client.Call(protocol::kCreateGroup, protocol::CreateGroupRequest{}).has_value();
     });
     EXPECT_TRUE(Eventually([&] { return IsBeingMade(); }));
-    EndService();
-    creation.get();  // with or without an answer, but now
+    Command({{"command", "disconnect"}});
+    EXPECT_FALSE(creation.get()) << "what became of it is not known yet";
+    EXPECT_EQ(NextChange(client), "0 because 11") << "there is none, to one who returns";
+    EXPECT_EQ(NextChange(client), "1 because 0");
 }
 
 // ---- Listeners

@@ -73,6 +73,14 @@ TEST_F(RouterTest, GivesBytesAsTheyAre)
     EXPECT_EQ(Send(kReverse.id, {}), Bytes());
 }
 
+TEST_F(RouterTest, AHandlerMayHaveNothingToSay)
+{
+    router_.Serve(kPlain, [](Session& session, const Nothing&) {
+        return session.ClientId() == 1 ? std::nullopt : std::optional(protocol::StatusReply{0});
+    });
+    EXPECT_EQ(Send(kPlain.id, {}), std::nullopt);
+}
+
 TEST_F(RouterTest, WhatIsPostedHasNoReply)
 {
     std::int32_t seen = 0;
