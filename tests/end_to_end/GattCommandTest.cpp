@@ -238,12 +238,12 @@ TEST_F(GattCommand, ServesValuesFromItsInput)
     serving.Write("2A37 0");
     serving.Write("2A37");
     EXPECT_TRUE(serving.WaitForOutput("2A37 is now (empty)\n"));
+    serving.Interrupt();
+    EXPECT_EQ(serving.Wait(), 0);
     EXPECT_THAT(serving.Errors(),
                 AllOf(HasSubstr("There is no characteristic 2A99 to set."),
                       HasSubstr("There is no characteristic 180F/2A37 to set."),
                       HasSubstr("\"nonsense\" is no UUID"), HasSubstr("hexadecimal")));
-    serving.Interrupt();
-    EXPECT_EQ(serving.Wait(), 0);
 }
 
 TEST_F(GattCommand, ServesInJson)
