@@ -40,7 +40,7 @@ PELACON_ENUM(BleScanEventType){
     kBleScanResponse = 3,       /* the scan response that goes with an advertisement */
 };
 
-/* One advertisement or scan response as it was heard. */
+/* One advertisement or scan response as it was heard, unchanged as the service sent it. */
 typedef struct BleScanResultC {
     uint64_t address;   /* the sender's, in the low six bytes, its first octet the most
                            significant */
