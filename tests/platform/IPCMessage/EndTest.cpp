@@ -36,8 +36,11 @@ TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
         answer = IPCSendControl(kPipe, "do it", kLongEnough, error);
     });
     EXPECT_TRUE(Eventually([&] { return inside == 2; }));
+    RawClient last;
+    EXPECT_TRUE(last.Greet(ipc::FrameKind::kHelloCall));
+    EXPECT_TRUE(Eventually([&] { return server->GetStatistics().callConnections == 2; }));
     std::thread ender([&] { server.reset(); });
-    handler.left.WaitFor(1);  // connections at which nobody waits for an answer end at once
+    EXPECT_TRUE(last.IsClosed()) << "nobody waits for an answer at it";
     gate.Open();
     caller.join();
     commander.join();
