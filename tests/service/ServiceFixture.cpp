@@ -1,7 +1,7 @@
 #include <IPCMessage/IPCControl.h>
 #include <os/Processes.h>
 #include <service/Log.h>
-#include <tests/service/RuntimeFolder.h>
+#include <tests/support/RuntimeFolder.h>
 #include <tests/service/ServiceFixture.h>
 
 #include <atomic>
@@ -23,7 +23,7 @@ std::wstring UniquePipeName()
 
 ServiceTest::ServiceTest() : pipeName_(UniquePipeName())
 {
-    UseOwnRuntimeFolder();
+    test::UseOwnRuntimeFolder();
     log::wantedLevel = LogLevel::kError;
 }
 

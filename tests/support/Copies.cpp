@@ -1,8 +1,8 @@
-#include <karvell_secure_c/securec.h>
 #include <tests/support/Copies.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 
 namespace pelacon::test {
 
@@ -28,16 +28,10 @@ void Copies::Reset()
     untilFailure = -1;
 }
 
-}  // namespace pelacon::test
-
-#ifndef _WIN32
-errno_t RealMemcpyS(void* destination, std::size_t destinationSize, const void* source,
-                    std::size_t count);
-
-errno_t memcpy_s(void* destination, std::size_t destinationSize, const void* source,
-                 std::size_t count)
+errno_t Copies::Copy(void* destination, std::size_t destinationSize, const void* source,
+                     std::size_t count)
 {
-    if (pelacon::test::untilFailure >= 0 && pelacon::test::untilFailure.fetch_sub(1) == 0) {
+    if (untilFailure >= 0 && untilFailure.fetch_sub(1) == 0) {
         if (destination != nullptr) {
             std::memset(destination, 0, destinationSize);
         }
@@ -45,4 +39,5 @@ errno_t memcpy_s(void* destination, std::size_t destinationSize, const void* sou
     }
     return RealMemcpyS(destination, destinationSize, source, count);
 }
-#endif
+
+}  // namespace pelacon::test

@@ -1,7 +1,7 @@
 #include <IPCMessage/IPCControl.h>
 #include <os/Processes.h>
 #include <protocol/Operation.h>
-#include <tests/service/RuntimeFolder.h>
+#include <tests/support/RuntimeFolder.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ std::string WriteWorld(const std::string& world)
 
 ServiceProcess::ServiceProcess(std::optional<std::string> world)
 {
-    service::tests::UseOwnRuntimeFolder();
+    UseOwnRuntimeFolder();
     if (world) {
         worldFile_ = WriteWorld(*world);
     }
@@ -54,6 +54,7 @@ void ServiceProcess::Start()
     process_.emplace(PELACON_SERVICE_EXECUTABLE, arguments);
     const std::optional<std::string> line = process_->NextLine();
     if (!line || !line->starts_with("ready ")) {
+        process_->Wait();
         throw std::runtime_error("the service does not start: " + process_->Errors());
     }
 }

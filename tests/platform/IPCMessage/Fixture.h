@@ -6,6 +6,7 @@
 #include <tests/platform/IPCMessage/Surroundings.h>
 #include <tests/support/Bytes.h>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/RuntimeFolder.h>
 
 #include <gtest/gtest.h>
 

@@ -71,18 +71,20 @@ TEST_F(QueueTest, DroppableNotificationsMakeRoomForOthers)
 {
     StartIdler();
     std::vector<std::uint32_t> kept;
-    for (std::uint32_t number = 0; number < 4000; ++number) {
+    std::uint32_t number = 0;
+    // How much the system itself takes in first differs.
+    for (; server->GetStatistics().notificationsDropped < 1000; ++number) {
+        ASSERT_LT(number, 100'000U) << "nothing is dropped";
         const bool keep = number % 8 == 0;
         ASSERT_TRUE(Notify(number, keep ? Urgency::kKept : Urgency::kDroppable));
         if (keep) {
             kept.push_back(number);
         }
     }
-    ASSERT_TRUE(Notify(4000, Urgency::kKept));
-    const std::vector<std::uint32_t> numbers = ReadUntil(4000);
+    ASSERT_TRUE(Notify(number, Urgency::kKept));
+    const std::vector<std::uint32_t> numbers = ReadUntil(number);
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
     EXPECT_TRUE(std::includes(numbers.begin(), numbers.end(), kept.begin(), kept.end()));
-    EXPECT_GT(server->GetStatistics().notificationsDropped, 0U);
 }
 
 TEST_F(QueueTest, AClientThatLetsOthersFillItLosesItsEventConnectionOnly)

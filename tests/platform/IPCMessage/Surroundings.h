@@ -1,28 +1,10 @@
 // What the channel's tests need of the operating system.
 #pragma once
 
-#include <tests/support/TemporaryFolder.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 
 namespace pelacon::test {
-
-/// Makes a folder of its own for the pipes of this process, and of those that it starts, as long as
-/// it lives.
-class RuntimeFolder {
-  public:
-    RuntimeFolder();
-    ~RuntimeFolder();
-    RuntimeFolder(const RuntimeFolder&) = delete;
-    RuntimeFolder& operator=(const RuntimeFolder&) = delete;
-
-    const std::filesystem::path& Path() const { return folder_.Path(); }
-
-  private:
-    TemporaryFolder folder_;
-};
 
 /// Descriptors or handles that this process has open.
 std::size_t OpenDescriptors();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,8 +19,8 @@ using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 using ::testing::Not;
+using ::testing::Truly;
 
 std::vector<std::string> LinesIn(std::istream&& in)
 {
@@ -38,9 +39,10 @@ std::vector<std::string> LinesOf(const std::string& file)
 /// A line of the output: time of day, the level's letter, the text in UTF-8.
 auto LineOf(char letter, int level)
 {
-    return MatchesRegex("[0-9]+-[0-9]+-[0-9]+ [0-9]+:[0-9]+:[0-9]+\\.[0-9]+Z " +
-                        std::string(1, letter) + " line " + std::to_string(level) +
-                        " \xE2\x82\xAC");
+    return Truly(
+        [pattern = std::regex("\\d+-\\d+-\\d+ \\d+:\\d+:\\d+\\.\\d+Z " + std::string(1, letter) +
+                              " line " + std::to_string(level) + " \xE2\x82\xAC")](
+            const std::string& line) { return std::regex_match(line, pattern); });
 }
 
 class EnvironmentOutputTest : public ::testing::Test {

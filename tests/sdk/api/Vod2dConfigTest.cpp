@@ -173,6 +173,7 @@ TEST_P(Vod2dConfigMembers, Answered)
 TEST_P(Vod2dConfigMembers, AnsweredWithNothing)
 {
     const Member& member = GetParam();
+    Threads::Use(ThreadMode::kKept);  // what else is looked into then
     EXPECT_EQ(member.call(), -12);
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(member.requestId, member.request, 5000));
     ASSERT_GE(LogLines::All().size(), 2U);

@@ -107,6 +107,7 @@ class SoftApChanges : public SdkTest {
     {
         Vod2dSoftAPInfo info{};
         EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&info), -12);
+        Threads::WaitForAll();
         ForgetWhatHappened();
     }
 

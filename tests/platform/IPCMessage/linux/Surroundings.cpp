@@ -3,9 +3,8 @@
 #include <signal.h>
 #include <sys/wait.h>
 
-#include <cstdlib>
+#include <filesystem>
 #include <iterator>
-#include <string>
 
 namespace pelacon::test {
 
@@ -18,16 +17,6 @@ std::size_t EntriesOf(const char* folder)
 }
 
 }  // namespace
-
-RuntimeFolder::RuntimeFolder()
-{
-    setenv("PELACON_RUNTIME_DIR", Path().c_str(), 1);
-}
-
-RuntimeFolder::~RuntimeFolder()
-{
-    unsetenv("PELACON_RUNTIME_DIR");
-}
 
 std::size_t OpenDescriptors()
 {

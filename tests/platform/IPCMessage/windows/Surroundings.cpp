@@ -6,9 +6,6 @@
 #include <tlhelp32.h>
 // clang-format on
 
-#include <cstdlib>
-#include <string>
-
 namespace pelacon::test {
 
 namespace {
@@ -45,16 +42,6 @@ void ForEachThread(DWORD processId, void (*action)(HANDLE thread))
 }
 
 }  // namespace
-
-RuntimeFolder::RuntimeFolder()
-{
-    _putenv_s("PELACON_RUNTIME_DIR", Path().string().c_str());
-}
-
-RuntimeFolder::~RuntimeFolder()
-{
-    _putenv_s("PELACON_RUNTIME_DIR", "");
-}
 
 std::size_t OpenDescriptors()
 {
