@@ -75,6 +75,12 @@ endfunction()
 # as its tests restart the service there; such a build is not for installing.
 if(PELACON_BUILD_TESTS)
     set(_pelacon_service_path "${PELACON_STAGE}/libexec/pelacon/PelaconService${CMAKE_EXECUTABLE_SUFFIX}")
+    if(WIN32)
+        if(CMAKE_CROSSCOMPILING)
+            string(PREPEND _pelacon_service_path "Z:")  # where Wine has all files
+        endif()
+        string(REPLACE "/" "\\" _pelacon_service_path "${_pelacon_service_path}")
+    endif()
 elseif(WIN32)
     set(_pelacon_service_path "C:\\Program Files\\Karvell\\Tavimo\\PelaconService.exe")
 else()

@@ -3,8 +3,9 @@
 
 include(CMakePackageConfigHelpers)
 
-string(FIND "${PELACON_SERVICE_PATH}" "${CMAKE_BINARY_DIR}/" _in_build_tree)
-if(_in_build_tree EQUAL 0)
+string(REPLACE "\\" "/" _service_path "${PELACON_SERVICE_PATH}")
+string(FIND "${_service_path}" "${CMAKE_BINARY_DIR}/" _in_build_tree)
+if(NOT _in_build_tree EQUAL -1)
     install(CODE "message(FATAL_ERROR \"This build expects the service in its own build tree \
 (it was configured with tests). Configure with -DPELACON_BUILD_TESTS=OFF to install it.\")")
 endif()

@@ -35,11 +35,10 @@ PELACON_ENUM(BleAdvDisableStatus){
 /* What an application wants to hear of its advertiser. The library keeps the pointer only: the
  * table stays valid and unchanged from its registration until BleAdvUnRegisterCallbacks returns.
  *
- * Called on the receive thread with the library's list of advertisers locked: it may call any
- * operation but those of advertisers. Registering and unregistering would wait for ever; starting
- * and stopping would when another thread registers or unregisters at that moment. While it runs no
- * other notification is delivered. An exception that leaves it ends the process (std::terminate).
- */
+ * Called on the receive thread with the library's list of advertisers locked: no other notification
+ * is delivered meanwhile. It may call operations of every family, those of this header included;
+ * each holds the receive thread up until it is answered. An exception that leaves it ends the
+ * process (std::terminate). */
 typedef struct BleAdvCallbacksC {
     /* The advertiser went silent by itself: a BleAdvDisableStatus. Its id stays registered. Null
      * when not wanted. */

@@ -73,9 +73,9 @@ typedef struct BleScanFilter {
  * An exception that leaves one of these functions ends the process (std::terminate). */
 typedef struct BleScanCallbacksC {
     /* The listener's scan started or stopped: a BleScanStatus. Called on the receive thread with
-     * the library's list of listeners locked: it may call any operation but those of listeners,
-     * which would wait for ever. While it runs no other notification is delivered, and listener
-     * operations of other threads wait for it. Null when not wanted. */
+     * the library's list of listeners locked: no other notification is delivered meanwhile, and
+     * operations of other threads that register, unregister, start or stop wait for it. It may
+     * call operations of every family, those of this header included. Null when not wanted. */
     void (*onScanStatus)(int32_t listenerId, int32_t status);
 
     /* Something was heard. Each call has a thread of its own and no lock of the library's held: it

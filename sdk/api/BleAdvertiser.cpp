@@ -1,6 +1,7 @@
 #include <PelaconSDK/BleAdvertiser.h>
 #include <karvell_secure_c/securec.h>
 #include <protocol/BleAdvertiser.h>
+#include <sdk/api/ApiLock.h>
 #include <sdk/api/BleFailures.h>
 #include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
@@ -65,7 +66,7 @@ BleStatusC BleAdvertiser::BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback,
 {
     constexpr auto kFunction = "BleAdvertiser::BleAdvRegisterCallbacks";
     LogStart(kFunction);
-    const std::lock_guard lock(advertiserMutex);
+    std::unique_lock lock(advertiserMutex);
     if (advCallback == nullptr) {
         Log(kLogIncomplete, kFunction, "advCallback is nullptr, return");
         return kBleStatusFailed;
@@ -78,6 +79,7 @@ BleStatusC BleAdvertiser::BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback,
                     kBleFailures.OnNoReply([] { ReportBroadcastError(kRegisterFailed, 0); }),
                     [&](const protocol::ValueStatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
+                            const auto registry = LockRegistry(lock, Sender().AdvertiserMutex());
                             Sender().AddAdvCb(advCallback, reply.value);
                             *businessId = reply.value;
                         }
@@ -89,8 +91,11 @@ BleStatusC BleAdvertiser::BleAdvUnRegisterCallbacks(int advId)
 {
     constexpr auto kFunction = "BleAdvertiser::BleAdvUnRegisterCallbacks";
     LogStart(kFunction);
-    const std::lock_guard lock(advertiserMutex);
-    Sender().RemoveAdvCb(advId);
+    std::unique_lock lock(advertiserMutex);
+    {
+        const auto registry = LockRegistry(lock, Sender().AdvertiserMutex());
+        Sender().RemoveAdvCb(advId);
+    }
     return Exchange(kFunction, protocol::kUnregisterAdvertiser, {advId}, kBleFailures, BleStatusOf);
 }
 

@@ -1,6 +1,7 @@
 #include <PelaconSDK/BleScanner.h>
 #include <protocol/BleScanner.h>
 #include <protocol/TargetAdv.h>
+#include <sdk/api/ApiLock.h>
 #include <sdk/api/BleFailures.h>
 #include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
@@ -62,7 +63,7 @@ BleStatusC BleScanner::BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, in
 {
     constexpr auto kFunction = "BleScanner::BleScanRegisterCallbacks";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
+    std::unique_lock lock(scannerMutex);
     const auto reportTimeout = [&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kRegisterFailed)
@@ -74,6 +75,7 @@ BleStatusC BleScanner::BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, in
                     kBleFailures.OnNoReply(reportTimeout),
                     [&](const protocol::ValueStatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
+                            const auto registry = LockRegistry(lock, Sender().ScanMutex());
                             Sender().AddScanCb(callbacks, reply.value);
                             *listenerId = reply.value;
                         }
@@ -85,8 +87,11 @@ BleStatusC BleScanner::BleScanUnRegisterCallbacks(int listenerId)
 {
     constexpr auto kFunction = "BleScanner::BleScanUnRegisterCallbacks";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
-    Sender().RemoveScanCb(listenerId);
+    std::unique_lock lock(scannerMutex);
+    {
+        const auto registry = LockRegistry(lock, Sender().ScanMutex());
+        Sender().RemoveScanCb(listenerId);
+    }
     return Exchange(kFunction, protocol::kUnregisterScanListener, {listenerId}, kBleFailures,
                     BleStatusOf, "UnRegister end");
 }
@@ -95,7 +100,7 @@ BleStatusC BleScanner::StartBleScan(int listenerId, BleScanPolicy policy)
 {
     constexpr auto kFunction = "BleScanner::StartBleScan";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
+    std::unique_lock lock(scannerMutex);
     const auto reportTimeout = [&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kStartFailed)
@@ -109,6 +114,7 @@ BleStatusC BleScanner::StartBleScan(int listenerId, BleScanPolicy policy)
     return Exchange(kFunction, protocol::kStartBleScan, {listenerId, policy},
                     kBleFailures.OnNoReply(reportTimeout), [&](const protocol::StatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
+                            const auto registry = LockRegistry(lock, Sender().ScanMutex());
                             Sender().ScanStart(listenerId);
                         }
                         return BleStatusOf(reply);
@@ -119,8 +125,11 @@ BleStatusC BleScanner::StopBleScan(int listenerId)
 {
     constexpr auto kFunction = "BleScanner::StopBleScan";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
-    const auto stop = [&] { Sender().ScanStop(listenerId); };
+    std::unique_lock lock(scannerMutex);
+    const auto stop = [&] {
+        const auto registry = LockRegistry(lock, Sender().ScanMutex());
+        Sender().ScanStop(listenerId);
+    };
     return Exchange(kFunction, protocol::kStopBleScan, {listenerId}, kBleFailures.OnNoReply(stop),
                     [&](const protocol::StatusReply& reply) {
                         stop();

@@ -23,8 +23,10 @@ class AdvertiserCallbacks {
     /// The lowest ids that have a table, in ascending order, at most so many.
     std::vector<std::int32_t> LowestAdvIds(std::size_t most);
 
+    std::recursive_mutex& AdvertiserMutex() { return mutex_; }
+
   private:
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;
     KeyedRegistry<std::int32_t, BleAdvCallbacksC*> tables_;
 };
 

@@ -33,8 +33,10 @@ class ScanCallbacks {
     /// The lowest ids that have a table, in ascending order, at most so many.
     std::vector<std::int32_t> LowestScanIds(std::size_t most);
 
+    std::recursive_mutex& ScanMutex() { return mutex_; }
+
   private:
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;
     KeyedRegistry<std::int32_t, BleScanCallbacksC*> tables_;
     std::vector<std::int32_t> scanning_;  // in the order of their starts, without duplicates
 };

@@ -267,6 +267,9 @@ TEST_F(PelaconctlGroup, WatchesForPeople)
 
 TEST_F(PelaconctlGroup, AWaitIsShownOnATerminal)
 {
+    if (const char* reason = ChildProcess::WhyNoTerminal()) {
+        GTEST_SKIP() << reason;
+    }
     StartService(kSlowWorld);
     std::optional<ChildProcess> creator;
     Started({"create"}, true, creator);

@@ -83,6 +83,9 @@ TEST_F(ScanCommand, WritesALineOfJsonForEachResult)
 
 TEST_F(ScanCommand, DrawsATableInPlaceOnATerminal)
 {
+    if (const char* reason = ChildProcess::WhyNoTerminal()) {
+        GTEST_SKIP() << reason;
+    }
     ChildProcess scan(PelaconctlPath(), {"scan", "--sort", "signal"},
                       {.terminal = true, .environment = {"TERM=xterm", "NO_COLOR=1"}});
     // Drawn again, over the lines before: up by heading, three devices and summary.
@@ -102,6 +105,9 @@ TEST_F(ScanCommand, DrawsATableInPlaceOnATerminal)
 
 TEST_F(ScanCommand, ColoursAreForTerminalsThatWantThem)
 {
+    if (const char* reason = ChildProcess::WhyNoTerminal()) {
+        GTEST_SKIP() << reason;
+    }
     ChildProcess scan(PelaconctlPath(), {"scan"},
                       {.terminal = true, .environment = {"TERM=xterm", "NO_COLOR="}});
     EXPECT_TRUE(scan.WaitForOutput("\033[32m")) << scan.Output();

@@ -16,6 +16,12 @@ class ChildProcess {
   public:
     static constexpr std::chrono::seconds kPatience{10};
 
+    /// Why a program that ends while its threads are at work may not come to its end here; null
+    /// where it must.
+    static const char* WhyItMayNotEnd();
+    /// Why a program cannot be given a terminal here; null where it can.
+    static const char* WhyNoTerminal();
+
     struct Options {
         /// Its output goes to a terminal, which people would see, rather than to a pipe. Errors
         /// then come with the output.

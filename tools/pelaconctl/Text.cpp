@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <ctime>
 #include <iomanip>
+#include <mutex>
 #include <optional>
 #include <sstream>
 
@@ -60,6 +61,16 @@ std::string Digits(std::uint64_t value, std::size_t count, const char* digits)
         *digit = digits[value & 0xF];
     }
     return text;
+}
+
+/// A time taken apart by gmtime or localtime, whose result all threads share.
+std::tm Fields(std::tm* (*takeApart)(const std::time_t*),
+               std::chrono::system_clock::time_point time)
+{
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    return *takeApart(&seconds);
 }
 
 /// The time of day as the format says, with its milliseconds.
@@ -155,14 +166,12 @@ std::string FormatHex(std::span<const std::uint8_t> bytes)
 
 std::string FormatTime(std::chrono::system_clock::time_point time)
 {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    return Formatted(*std::gmtime(&seconds), "%Y-%m-%dT%H:%M:%S", time) + "Z";
+    return Formatted(Fields(&std::gmtime, time), "%Y-%m-%dT%H:%M:%S", time) + "Z";
 }
 
 std::string FormatClock(std::chrono::system_clock::time_point time)
 {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    return Formatted(*std::localtime(&seconds), "%H:%M:%S", time);
+    return Formatted(Fields(&std::localtime, time), "%H:%M:%S", time);
 }
 
 std::string BtStateName(std::int32_t state)

@@ -1,12 +1,12 @@
 // What PELACON_LOG makes of a program's lines, seen from outside.
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Matches.h>
 #include <tests/support/TemporaryFolder.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -14,13 +14,13 @@
 namespace {
 
 using pelacon::test::ChildProcess;
+using pelacon::test::Matches;
 using pelacon::test::TemporaryFolder;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using ::testing::Truly;
 
 std::vector<std::string> LinesIn(std::istream&& in)
 {
@@ -39,10 +39,8 @@ std::vector<std::string> LinesOf(const std::string& file)
 /// A line of the output: time of day, the level's letter, the text in UTF-8.
 auto LineOf(char letter, int level)
 {
-    return Truly(
-        [pattern = std::regex("\\d+-\\d+-\\d+ \\d+:\\d+:\\d+\\.\\d+Z " + std::string(1, letter) +
-                              " line " + std::to_string(level) + " \xE2\x82\xAC")](
-            const std::string& line) { return std::regex_match(line, pattern); });
+    return Matches("\\d+-\\d+-\\d+ \\d+:\\d+:\\d+\\.\\d+Z " + std::string(1, letter) + " line " +
+                   std::to_string(level) + " \xE2\x82\xAC");
 }
 
 class EnvironmentOutputTest : public ::testing::Test {

@@ -510,6 +510,31 @@ TEST_F(AdvertisersGoSilent, MayStartAgainFromInsideTheirCallback)
     EXPECT_THAT(TheTold(), ElementsAre(Told{0, id, 0}));
 }
 
+TEST_F(AdvertisersGoSilent, MayStartAgainWhileAnotherThreadRegisters)
+{
+    static std::promise<void>* entered;
+    static std::shared_future<void>* registering;
+    std::promise<void> inside;
+    std::promise<void> asked;
+    std::shared_future<void> another = asked.get_future().share();
+    entered = &inside;
+    registering = &another;
+    const std::int32_t id = FreshId();
+    channel.Reply(kStart, Bytes().I32(0));
+    RegisterAs(id, [](std::int32_t advId, std::int32_t) {
+        entered->set_value();
+        registering->wait_for(std::chrono::seconds(10));
+        TheTold().push_back({0, advId, BleAdvertiser::BleStartAdvertise(advId, {}, {})});
+    });
+    std::thread receiver([&] { Silence(id, 0); });
+    ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    // It has the class's lock when it asks, and then waits for the registry's.
+    channel.OnRequest(kRegister, [&](const Sent&) { asked.set_value(); });
+    RegisterAs(FreshId(), nullptr);
+    receiver.join();
+    EXPECT_THAT(TheTold(), ElementsAre(Told{0, id, 0}));
+}
+
 TEST_F(AdvertisersGoSilent, TheRepairNamesTheTenLowestOfEleven)
 {
     const std::vector<std::int32_t> ids = {31, 29, 23, 19, 17, 13, 11, 7, 5, 3, -2};

@@ -190,6 +190,7 @@ TEST_P(Vod2dGroupMembers, Answered)
 TEST_P(Vod2dGroupMembers, AnsweredWithNothing)
 {
     const Member& member = GetParam();
+    Threads::Use(ThreadMode::kKept);  // what else is looked into then
     EXPECT_EQ(member.call(), -12);
     EXPECT_THAT(channel.OnlyRequest(),
                 RequestIs(member.requestId, member.request, member.timeoutMs));

@@ -281,6 +281,16 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 
 ChildProcess::~ChildProcess() = default;
 
+const char* ChildProcess::WhyItMayNotEnd()
+{
+    return nullptr;
+}
+
+const char* ChildProcess::WhyNoTerminal()
+{
+    return nullptr;
+}
+
 std::uint32_t ChildProcess::Id() const
 {
     return static_cast<std::uint32_t>(implementation_->Process());

@@ -239,6 +239,19 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 
 ChildProcess::~ChildProcess() = default;
 
+const char* ChildProcess::WhyItMayNotEnd()
+{
+    const bool underWine =
+        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+    return underWine ? "Wine ends threads that hold locks of its own, and then waits for these"
+                     : nullptr;
+}
+
+const char* ChildProcess::WhyNoTerminal()
+{
+    return "consoles show themselves; what is drawn on one cannot be read here";
+}
+
 std::uint32_t ChildProcess::Id() const
 {
     return implementation_->Id();
