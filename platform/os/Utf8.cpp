@@ -1,6 +1,7 @@
 #include <os/Utf8.h>
 
 #include <cstdint>
+#include <type_traits>
 
 namespace pelacon::os {
 
@@ -17,13 +18,18 @@ bool IsLowSurrogate(std::uint32_t unit)
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+/// One unit of wide text, of which some compilers hold the highest for negative.
+std::uint32_t Unit(wchar_t character)
+{
+    return static_cast<std::make_unsigned_t<wchar_t>>(character);
+}
+
 /// The character that begins at a position, which moves past it.
 std::uint32_t NextCharacter(std::wstring_view text, std::size_t& position)
 {
-    const auto unit = static_cast<std::uint32_t>(text[position++]);
-    if (IsHighSurrogate(unit) && position < text.size() &&
-        IsLowSurrogate(static_cast<std::uint32_t>(text[position]))) {
-        const auto low = static_cast<std::uint32_t>(text[position++]);
+    const auto unit = Unit(text[position++]);
+    if (IsHighSurrogate(unit) && position < text.size() && IsLowSurrogate(Unit(text[position]))) {
+        const auto low = Unit(text[position++]);
         return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
     }
     const bool none = unit > 0x10FFFF || IsHighSurrogate(unit) || IsLowSurrogate(unit);
