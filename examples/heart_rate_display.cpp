@@ -108,7 +108,7 @@ bool Print(const std::vector<uint8_t>& data)
 
 int main(int argc, char** argv)
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);  // each line at once, also into a pipe
     int remaining = argc > 1 ? std::atoi(argv[1]) : -1;
     PelaconSvcStart();
     int32_t client = 0;

@@ -104,7 +104,7 @@ void EndWithInput()
 
 int main()
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);  // each line at once, also into a pipe
     PelaconSvcStart();
     int32_t server = 0;
     int32_t service = 0;

@@ -13,7 +13,6 @@ using protocol::GattConnectionState;
 using protocol::Nothing;
 using protocol::StatusReply;
 using radio::GattReason;
-using radio::GattStatus;
 using radio::Uuid;
 
 namespace {
@@ -27,7 +26,7 @@ struct Path {
     Uuid service;
     Uuid characteristic;
 
-    auto operator<=>(const Path&) const = default;
+    auto operator<=>(const Path&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// The characteristic that a request names; nothing where one of its texts is no UUID.

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <set>
 #include <utility>
 
@@ -116,15 +115,17 @@ void WifiConfigFamily::ForgetSetter(const Session& session)
 {
     std::set<std::int32_t> types;
     std::vector<Setting> kept;
-    for (auto setting = settings_.rbegin(); setting != settings_.rend(); ++setting) {
-        if (setting->setter == &session) {
-            setting->setter = nullptr;
+    std::reverse(settings_.begin(), settings_.end());
+    for (Setting& setting : settings_) {
+        if (setting.setter == &session) {
+            setting.setter = nullptr;
         }
-        if (setting->setter != nullptr || types.insert(setting->type).second) {
-            kept.push_back(std::move(*setting));
+        if (setting.setter != nullptr || types.insert(setting.type).second) {
+            kept.push_back(std::move(setting));
         }
     }
-    settings_.assign(std::make_move_iterator(kept.rbegin()), std::make_move_iterator(kept.rend()));
+    std::reverse(kept.begin(), kept.end());
+    settings_ = std::move(kept);
 }
 
 protocol::SelfWifiCfgReply WifiConfigFamily::SelfConfiguration(const Session& session,
