@@ -16,7 +16,7 @@ namespace pelacon::protocol {
 struct Uuid {
     std::array<std::uint8_t, 16> bytes{};
 
-    constexpr auto operator<=>(const Uuid&) const = default;
+    constexpr auto operator<=>(const Uuid&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// What the short forms stand for: 0000xxxx-0000-1000-8000-00805f9b34fb.

@@ -33,7 +33,8 @@ std::int32_t GattClient::MtuWith(const GattDevice& device) const
 
 void EndLinks(const std::vector<GattLink*>& links, radio::GattReason reason)
 {
-    const std::vector<GattLink*> before = links;
+    // A link that ends leaves the list.
+    const std::vector<GattLink*> before = links;  // NOLINT(performance-unnecessary-copy-*)
     for (GattLink* const link : before) {
         if (std::find(links.begin(), links.end(), link) != links.end()) {
             link->End(reason);

@@ -79,7 +79,7 @@ std::int32_t GattLink::Mtu() const
 template <typename Result>
 Completion<Result> GattLink::Ask(Result whenEnded, std::function<Result()> answer)
 {
-    const Completion<Result> completion(world_);
+    Completion<Result> completion(world_);
     if (device_ == nullptr) {
         completion.Set(std::move(whenEnded));
         return completion;

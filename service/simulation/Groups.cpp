@@ -159,7 +159,7 @@ std::string Groups::FreeIpAddress() const
 {
     const std::string network = config_.ipAddress.substr(0, config_.ipAddress.rfind('.') + 1);
     for (int host = 2; host < 255; ++host) {
-        const std::string address = network + std::to_string(host);
+        std::string address = network + std::to_string(host);
         if (address != config_.ipAddress &&
             !std::ranges::count(stations_, address, &Station::ipAddress)) {
             return address;

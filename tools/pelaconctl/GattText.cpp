@@ -107,6 +107,7 @@ const std::vector<Uuid>& NamedServices()
 {
     static const std::vector<Uuid> uuids = [] {
         std::vector<Uuid> all;
+        all.reserve(kNamedServices.size());
         for (const NamedService& service : kNamedServices) {
             all.push_back(UuidOf(service.number));
         }
