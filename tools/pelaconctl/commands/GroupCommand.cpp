@@ -28,7 +28,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// The group as people and programs read it.
-void ReportGroup(const Vod2dSoftAPInfo& info, Json more, const std::string& rows,
+void ReportGroup(const Vod2dSoftAPInfo& info, const Json& more, const std::string& rows,
                  const Console& console)
 {
     const std::string ssid = Printable(FieldText(info.ssid));
@@ -171,8 +171,9 @@ void ShowStations(const Console& console)
     for (const Json& station : *stations) {
         const std::string address = StationAddress(station.value("address", ""));
         const std::string ipAddress = Printable(station.value("ipAddress", ""));
-        console.Report({{"address", address}, {"ipAddress", ipAddress}},
-                       address + "  " + ipAddress);
+        std::string line = address;
+        line.append("  ").append(ipAddress);
+        console.Report({{"address", address}, {"ipAddress", ipAddress}}, line);
     }
 }
 

@@ -151,6 +151,7 @@ std::vector<BleScanFilter> ParseFilters(const std::vector<std::string>& texts)
         throw Failure(ExitStatus::kUsage, "There can be five filters at most.");
     }
     std::vector<BleScanFilter> filters;
+    filters.reserve(texts.size());
     for (const std::string& text : texts) {
         filters.push_back(ParseFilter(text));
     }

@@ -69,6 +69,7 @@ void Listen(std::vector<std::int32_t> businesses, std::optional<double> seconds,
     const std::optional<Deadline> end = After(seconds);
     const UntilInterrupt interrupt([] { Received().Close(); });
     std::vector<std::unique_ptr<Listener>> listeners;
+    listeners.reserve(businesses.size());
     for (const std::int32_t business : businesses) {
         listeners.push_back(std::make_unique<Listener>(business));
     }
