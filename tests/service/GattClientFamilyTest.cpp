@@ -435,10 +435,10 @@ TEST_F(GattClientFamilyTest, ARestartForgetsAll)
     client.Connect(kSensor);
     client.Write("180d", "2a3a", {9});
     Command({{"command", "restart"}});
-    EXPECT_TRUE(Eventually([&] {
-        const auto reply = program->Call(protocol::kGattClientSearchServices, {client.Id()});
-        return reply && reply->status == kStatusUnknownId;
-    }));
+    program->Next(protocol::kServiceStarted);
+    const auto reply = program->Call(protocol::kGattClientSearchServices, {client.Id()});
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, kStatusUnknownId);
     GattCaller next(*program);
     EXPECT_NE(next.Id(), client.Id());
     next.Connect(kSensor);

@@ -429,10 +429,10 @@ TEST_F(GattServerFamilyTest, ARestartEndsBothRoles)
     GattCaller client(*reading);
     client.Connect(kThisMachine);
     Command({{"command", "restart"}});
-    EXPECT_TRUE(Eventually([&] {
-        const auto reply = serving->Call(protocol::kGattServerUnRegister, {server.Id()});
-        return reply && reply->status == kStatusUnknownId;
-    }));
+    serving->Next(protocol::kServiceStarted);
+    const auto reply = serving->Call(protocol::kGattServerUnRegister, {server.Id()});
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, kStatusUnknownId);
     GattPublisher again(*serving);
     EXPECT_NE(again.Id(), server.Id());
 }
