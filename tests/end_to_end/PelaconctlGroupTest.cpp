@@ -86,6 +86,7 @@ class PelaconctlGroup : public ::testing::Test {
         arguments.insert(arguments.begin(), "group");
         ChildProcess::Options options;
         options.terminal = terminal;
+        options.environment = {"TERM=xterm"};
         return process.emplace(PelaconctlPath(), arguments, options);
     }
 

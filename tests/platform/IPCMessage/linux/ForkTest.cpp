@@ -100,15 +100,21 @@ TEST_F(ForkTest, AChildKeepsNoConnectionOpenBehindItsParentsBack)
 {
     StartBoth();
     EXPECT_TRUE(IsServed(*client));
+    int begin[2];
     int end[2];
+    ASSERT_EQ(pipe(begin), 0);
     ASSERT_EQ(pipe(end), 0);
+    char byte = 0;
     const pid_t child = fork();
     if (child == 0) {
         close(end[1]);
-        char byte = 0;
-        _exit(read(end[0], &byte, 1) == 0 ? 0 : 1);
+        const bool told = write(begin[1], &byte, 1) == 1;
+        _exit(told && read(end[0], &byte, 1) == 0 ? 0 : 1);
     }
     close(end[0]);
+    ASSERT_EQ(read(begin[0], &byte, 1), 1) << "the child does not run";
+    close(begin[0]);
+    close(begin[1]);
     // Nothing in the client's last moments tells the service; it sees the descriptors close.
     const std::string address = server->Address();
     client.reset();
