@@ -380,7 +380,6 @@ std::string OnTerminal(const std::vector<std::string>& environment)
     ChildProcess::Options options;
     options.terminal = true;
     options.environment = environment;
-    options.environment.push_back("TERM=xterm");
     ChildProcess process(PelaconctlPath(), {"bt", "status"}, options);
     EXPECT_EQ(process.Wait(), kDone);
     return process.Output();
