@@ -1,8 +1,8 @@
 #include <IPCMessage/IPCControl.h>
 #include <os/Processes.h>
 #include <service/Log.h>
-#include <tests/support/RuntimeFolder.h>
 #include <tests/service/ServiceFixture.h>
+#include <tests/support/RuntimeFolder.h>
 
 #include <atomic>
 #include <condition_variable>
