@@ -17,11 +17,7 @@ TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
 {
     std::atomic<int> inside{0};
     const Ending ending(*this);
-    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
-        ++inside;
-        gate.Pass();
-        return Handler::Echo(request);
-    };
+    HoldRequests(inside);
     handler.onControl = [&](std::string_view) {
         ++inside;
         gate.Pass();

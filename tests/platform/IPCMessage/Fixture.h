@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -247,6 +248,16 @@ class ChannelTest : public testing::Test {
         StartServer();
         StartClient();
         clientId = handler.arrived.WaitFor(1).back().id;
+    }
+
+    /// Has requests wait at the gate, and counts those that have come to it.
+    void HoldRequests(std::atomic<int>& inside)
+    {
+        handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+            ++inside;
+            gate.Pass();
+            return Handler::Echo(request);
+        };
     }
 
     void End()

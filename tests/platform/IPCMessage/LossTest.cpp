@@ -14,11 +14,7 @@ TEST_F(LossTest, EndsWaitingRequestsAtOnce)
 {
     std::atomic<int> inside{0};
     const Ending ending(*this);
-    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
-        ++inside;
-        gate.Pass();
-        return Handler::Echo(request);
-    };
+    HoldRequests(inside);
     StartBoth();
     const auto attempt = [&] {
         inside = 0;

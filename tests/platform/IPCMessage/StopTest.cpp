@@ -33,11 +33,7 @@ TEST_F(StopTest, EndsWaitingRequestsAtOnce)
 {
     std::atomic<int> inside{0};
     const Ending ending(*this);
-    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
-        ++inside;
-        gate.Pass();
-        return Handler::Echo(request);
-    };
+    HoldRequests(inside);
     StartBoth();
     std::thread callers([&] {
         // So many that more wait for a connection than there are.
