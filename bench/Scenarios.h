@@ -24,7 +24,7 @@ struct Effort {
 };
 
 /// Many short rounds rather than few long ones: what else the machine does then weighs less.
-inline constexpr Effort kFull{.rounds = 15,
+inline constexpr Effort kFull{.rounds = 31,
                               .calls = 10'000,
                               .threads = std::chrono::milliseconds(100),
                               .notifications = 100'000,

@@ -60,7 +60,7 @@ class IPCMessageServer::Implementation {
     };
 
     void Serve(ServedConnection& served);
-    void ServeCalls(ServedConnection& served, Incoming& frame);
+    void ServeCalls(Connection& connection, Incoming& frame);
     bool Answer(Connection& connection, std::uint64_t clientId, Incoming& frame);
     void ServeEvents(const ConnectionPointer& connection, Incoming& frame);
     void TakePosts(Connection& connection, ServerClient& client, Incoming& frame);
@@ -152,7 +152,7 @@ void IPCMessageServer::Implementation::Serve(ServedConnection& served)
     }
     switch (frame.header.kind) {
         case FrameKind::kHelloCall:
-            return ServeCalls(served, frame);
+            return ServeCalls(*served.connection, frame);
         case FrameKind::kHelloEvent:
             return ServeEvents(served.connection, frame);
         case FrameKind::kControl:
@@ -163,20 +163,18 @@ void IPCMessageServer::Implementation::Serve(ServedConnection& served)
     }
 }
 
-void IPCMessageServer::Implementation::ServeCalls(ServedConnection& served, Incoming& frame)
+void IPCMessageServer::Implementation::ServeCalls(Connection& connection, Incoming& frame)
 {
-    Connection& connection = *served.connection;
     const auto key = KeyOf(connection, frame);
     if (!key) {
         return CountMalformed();
     }
     const ServerClients::Membership client(clients_, *key);
     ++counters_.callConnections;
-    const auto answer = [&] {
+    bool goesOn = true;
+    while (goesOn && Next(connection, FrameKind::kRequest, frame)) {
         client->WaitFor(frame.header.order);
-        return Answer(connection, client->Id(), frame);
-    };
-    while (Next(connection, FrameKind::kRequest, frame) && connections_.Answer(served, answer)) {
+        goesOn = Answer(connection, client->Id(), frame);
     }
     --counters_.callConnections;
 }
@@ -270,8 +268,7 @@ void IPCMessageServer::Implementation::ServeOperator(ServedConnection& served, I
     if (frame.header.kind == FrameKind::kWatch) {
         return ServeWatch(served.connection, frame);
     }
-    const auto obey = [&] { return Obey(connection, frame); };
-    while (connections_.Answer(served, obey) && Next(connection, FrameKind::kControl, frame)) {
+    while (Obey(connection, frame) && Next(connection, FrameKind::kControl, frame)) {
     }
 }
 

@@ -19,12 +19,9 @@ ServerConnections::~ServerConnections()
 {
     listener_->Shutdown();
     acceptor_.join();
-    ending_ = true;
     std::unique_lock lock(mutex_);
     for (const ServedConnection& served : entries_) {
-        if (!served.answering) {
-            served.connection->Shutdown();
-        }
+        served.connection->StopReceiving();
     }
     const auto empty = [this] { return entries_.empty(); };
     if (!emptied_.wait_for(lock, kLastAnswers, empty)) {

@@ -4,7 +4,6 @@
 #include <IPCMessage/Outbox.h>
 #include <IPCMessage/Transport.h>
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -17,13 +16,12 @@
 
 namespace pelacon::ipc {
 
-/// An open connection, and what its thread is at.
+/// An open connection.
 struct ServedConnection {
     explicit ServedConnection(std::shared_ptr<Connection> open) : connection(std::move(open)) {}
 
     const std::shared_ptr<Connection> connection;
-    std::atomic<bool> answering{false};  // see ServerConnections::Answer
-    bool apart = false;                  // see ServerConnections::SetApart
+    bool apart = false;  // see ServerConnections::SetApart
 };
 
 /// Accepts connections and runs each on a thread of its own until it is done.
@@ -44,7 +42,7 @@ class ServerConnections {
     /// `serve` is called on each connection's thread, and may begin at once.
     ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters, Serve serve);
 
-    /// Ends them all, those that are answering after that, and waits for their threads.
+    /// Ends them all, those whose thread is at an answer after that, and waits for the threads.
     ~ServerConnections();
 
     ServerConnections(const ServerConnections&) = delete;
@@ -57,18 +55,6 @@ class ServerConnections {
 
     /// Keeps a connection out of Shutdown.
     void SetApart(ServedConnection& served);
-
-    /// Has a connection's thread answer what it has received. `answer` says whether the connection
-    /// goes on afterwards; false also when all of them end.
-    template <typename Action>
-    bool Answer(ServedConnection& served, const Action& answer) const
-    {
-        served.answering = true;
-        const bool goesOn = answer();
-        // Either the destructor sees that this is done, or the thread that all is to end.
-        served.answering = false;
-        return goesOn && !ending_;
-    }
 
   private:
     using Entries = std::list<ServedConnection>;
@@ -84,7 +70,6 @@ class ServerConnections {
     mutable std::mutex mutex_;
     std::condition_variable emptied_;
     Entries entries_;
-    std::atomic<bool> ending_{false};
     std::thread acceptor_;
 };
 

@@ -47,9 +47,9 @@ struct FrameBatch {
 };
 
 /// A connected pipe that carries whole frames, both ways. One thread may send while another
-/// receives, but no two may send or receive at once; Shutdown may come from any thread at any time.
-/// In a child process made by fork, a connection of the parent's is lost and all else is left
-/// alone.
+/// receives, but no two may send or receive at once; StopReceiving and Shutdown may come from any
+/// thread at any time. In a child process made by fork, a connection of the parent's is lost and
+/// all else is left alone.
 class Connection {
   public:
     Connection() = default;
@@ -75,6 +75,10 @@ class Connection {
 
     /// Receives at least one frame, and those that wait already, as far as the batch goes.
     virtual IoStatus ReceiveSome(FrameBatch& batch) = 0;
+
+    /// Ends receiving only: whoever receives finds the connection lost, at the latest behind what
+    /// had come before. Sending goes on.
+    virtual void StopReceiving() noexcept = 0;
 
     /// Ends the connection for both ends and wakes whoever waits in it; later calls find it lost.
     virtual void Shutdown() noexcept = 0;

@@ -187,6 +187,11 @@ IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
     return batch.count != 0 ? IoStatus::kDone : IoStatus::kLost;
 }
 
+void SocketConnection::StopReceiving() noexcept
+{
+    shutdown(socket_.Get(), SHUT_RD);
+}
+
 void SocketConnection::Shutdown() noexcept
 {
     shutdown(socket_.Get(), SHUT_RDWR);

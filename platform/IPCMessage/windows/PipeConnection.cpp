@@ -38,10 +38,10 @@ Peer PeerOf(HANDLE pipe, PipeEnd end)
 /// last use to end: closing it is what tells the other end, and leaves it what was sent before.
 class PipeConnection::Use {
   public:
-    explicit Use(PipeConnection& connection) : connection_(connection)
+    Use(PipeConnection& connection, const Direction& direction) : connection_(connection)
     {
         const std::lock_guard lock(connection_.mutex_);
-        if (!connection_.down_) {
+        if (!direction.ended) {
             ++connection_.uses_;
             pipe_ = connection_.pipe_.get();
         }
@@ -50,7 +50,7 @@ class PipeConnection::Use {
     ~Use()
     {
         const std::lock_guard lock(connection_.mutex_);
-        if (pipe_ != nullptr && --connection_.uses_ == 0 && connection_.down_) {
+        if (pipe_ != nullptr && --connection_.uses_ == 0 && connection_.sending_.ended) {
             connection_.pipe_.reset();
         }
     }
@@ -58,7 +58,7 @@ class PipeConnection::Use {
     Use(const Use&) = delete;
     Use& operator=(const Use&) = delete;
 
-    /// Null once the connection was shut down.
+    /// Null once the direction has ended.
     HANDLE Pipe() const { return pipe_; }
 
   private:
@@ -107,14 +107,17 @@ IoStatus PipeConnection::ReceiveSome(FrameBatch& batch)
     return received.status;
 }
 
+void PipeConnection::StopReceiving() noexcept
+{
+    const std::lock_guard lock(mutex_);
+    receiving_.End();
+}
+
 void PipeConnection::Shutdown() noexcept
 {
     const std::lock_guard lock(mutex_);
-    if (down_) {
-        return;
-    }
-    down_ = true;
-    SetEvent(downEvent_.get());
+    receiving_.End();
+    sending_.End();
     if (uses_ == 0) {
         pipe_.reset();
     }
@@ -122,7 +125,7 @@ void PipeConnection::Shutdown() noexcept
 
 IoStatus PipeConnection::SendFor(std::span<const std::uint8_t> frame, Deadline* deadline)
 {
-    const Use use(*this);
+    const Use use(*this, sending_);
     if (use.Pipe() == nullptr) {
         return IoStatus::kLost;
     }
@@ -135,7 +138,7 @@ IoStatus PipeConnection::SendFor(std::span<const std::uint8_t> frame, Deadline* 
 
 IoResult PipeConnection::ReceiveFor(std::span<std::uint8_t> room, Deadline* deadline)
 {
-    const Use use(*this);
+    const Use use(*this, receiving_);
     if (use.Pipe() == nullptr) {
         return {};
     }
@@ -155,7 +158,7 @@ IoResult PipeConnection::Finish(Direction& direction, BOOL begun, Deadline* dead
     if (begun == FALSE && GetLastError() != ERROR_IO_PENDING && GetLastError() != ERROR_MORE_DATA) {
         return {};
     }
-    const HANDLE events[] = {direction.done.get(), downEvent_.get()};
+    const HANDLE events[] = {direction.done.get(), direction.end.get()};
     const DWORD woken = WaitForMultipleObjects(2, events, FALSE, MillisecondsOf(deadline));
     if (woken == WAIT_OBJECT_0) {
         return Outcome(direction);

@@ -25,15 +25,24 @@ class PipeConnection final : public Connection {
     IoResult Receive(std::span<std::uint8_t> room) override;
     IoResult Receive(std::span<std::uint8_t> room, Deadline& deadline) override;
     IoStatus ReceiveSome(FrameBatch& batch) override;
+    void StopReceiving() noexcept override;
     void Shutdown() noexcept override;
 
   private:
     class Use;
 
-    /// What one direction needs while a transfer is under way.
+    /// Sending, or receiving.
     struct Direction {
+        void End() noexcept
+        {
+            ended = true;
+            SetEvent(end.get());
+        }
+
         os::OwnedHandle done{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-        OVERLAPPED overlapped{};
+        os::OwnedHandle end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+        OVERLAPPED overlapped{};  // of the transfer that is under way
+        bool ended = false;
     };
 
     IoStatus SendFor(std::span<const std::uint8_t> frame, Deadline* deadline);
@@ -41,10 +50,8 @@ class PipeConnection final : public Connection {
     IoResult Finish(Direction& direction, BOOL begun, Deadline* deadline);
     IoResult Outcome(Direction& direction) noexcept;
 
-    std::mutex mutex_;  // guards pipe_'s closing, down_ and uses_
+    std::mutex mutex_;  // guards pipe_'s closing, uses_ and what has ended
     os::OwnedHandle pipe_;
-    os::OwnedHandle downEvent_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    bool down_ = false;
     int uses_ = 0;
     Direction sending_;
     Direction receiving_;

@@ -47,6 +47,7 @@ class ReluctantConnection : public ipc::Connection {
         return {};
     }
     IoStatus ReceiveSome(ipc::FrameBatch& /*batch*/) override { return IoStatus::kLost; }
+    void StopReceiving() noexcept override {}
     void Shutdown() noexcept override { room.Open(); }
 
   private:
