@@ -89,14 +89,16 @@ inline constexpr std::size_t kMaxPayload = 65'536;
 inline constexpr std::size_t kMaxName = 255;
 inline constexpr std::size_t kMaxFrame = sizeof(FrameHeader) + kMaxPayload + kMaxName;
 
-/// The payloads of requests and notifications have at least this room and are zero behind their end,
-/// so that a fixed record read from a short payload reads zeros.
+/// Payload buffers that reach a message's receiver are at least this long and zero behind the
+/// payload, so that a fixed record read from a short payload reads zeros.
 inline constexpr std::size_t kPayloadRoom = 2048;
 static_assert(kPayloadRoom <= kMaxPayload);
 
-/// The same of a reply's payload, which lies in memory of its own: as much as malloc gives without
-/// taking a lock, which shows in the number of requests a second.
-inline constexpr std::size_t kReplyRoom = 1024;
+/// The length of the buffer for a payload: at least one zero stands behind it, so that text ends.
+constexpr std::size_t PayloadRoom(std::size_t payloadLength)
+{
+    return std::max(payloadLength + 1, kPayloadRoom);
+}
 
 /// 128 random bits that all connections of one client carry.
 using Token = std::array<std::uint8_t, 16>;

@@ -5,8 +5,6 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/IPCMessageSender.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -52,8 +50,8 @@ std::string FixedText(const char (&field)[Size])
     return {field, end != nullptr ? static_cast<const char*>(end) : field + Size};
 }
 
-/// The record that a notification's payload begins with. Goes by the record's layout alone: the
-/// message client sees to it that the payload has room for any.
+/// The record that a payload begins with. Goes by the record's layout alone: the message client
+/// sees to it that a payload is never shorter than what is read.
 template <typename Record>
 Record ReadRecord(const std::uint8_t* payload)
 {
@@ -62,17 +60,8 @@ Record ReadRecord(const std::uint8_t* payload)
     return record;
 }
 
-/// The record that a reply's payload begins with; what the payload lacks of it is zero.
-template <typename Record>
-Record ReadRecord(const std::uint8_t* payload, std::size_t length)
-{
-    Record record{};
-    std::memcpy(&record, payload, std::min(length, sizeof record));
-    return record;
-}
-
-/// A notification's record where it stands, for those who hand pointers into it on. Payloads are
-/// aligned like everything that malloc gives.
+/// The same, where it stands, for those who hand pointers into it on. Payloads are aligned like
+/// everything that malloc gives.
 template <typename Record>
 const Record* RecordIn(const std::uint8_t* payload)
 {
@@ -127,16 +116,16 @@ struct RequestArgument<protocol::Bytes> {
 };
 
 template <typename Reply>
-auto Decoded(const TagIPCMessageItem& reply)
+auto Decoded(const std::uint8_t* payload)
 {
     if constexpr (std::is_same_v<Reply, protocol::Text>) {
-        return std::string(reinterpret_cast<const char*>(reply.message));
+        return std::string(reinterpret_cast<const char*>(payload));
     } else if constexpr (std::is_same_v<Reply, protocol::Bytes>) {
-        return static_cast<const std::uint8_t*>(reply.message);
+        return payload;
     } else if constexpr (std::is_same_v<Reply, protocol::Nothing>) {
         return protocol::Nothing{};
     } else {
-        return ReadRecord<Reply>(reply.message, reply.length);
+        return ReadRecord<Reply>(payload);
     }
 }
 
@@ -165,7 +154,7 @@ Result Exchange(std::string_view function, const protocol::Operation<Request, Re
         diag::LogNoReply(function);
         return failures.noReply;
     }
-    Result result = onReply(detail::Decoded<Reply>(reply));
+    Result result = onReply(detail::Decoded<Reply>(reply.message));
     diag::Log(kLogTrace, function, lastLine);
     return result;
 }

@@ -1,5 +1,6 @@
 // The soft AP and the phone in a world file.
 #include <service/WorldFile.h>
+#include <tests/service/WorldText.h>
 
 #include <gmock/gmock.h>
 
@@ -12,21 +13,6 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-WorldFile Read(const std::string& text)
-{
-    return ReadWorldFile(text, "world.json");
-}
-
-std::string Complaint(const std::string& text)
-{
-    try {
-        Read(text);
-    } catch (const json::Error& error) {
-        return error.what();
-    }
-    return "none";
-}
 
 TEST(SoftApWorldTest, HasASoftApUnlikeAGroup)
 {

@@ -1,5 +1,6 @@
 // The Wi-Fi sections of a world file.
 #include <service/WorldFile.h>
+#include <tests/service/WorldText.h>
 
 #include <gmock/gmock.h>
 
@@ -10,21 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using ::testing::HasSubstr;
-
-WorldFile Read(const std::string& text)
-{
-    return ReadWorldFile(text, "world.json");
-}
-
-std::string Complaint(const std::string& text)
-{
-    try {
-        Read(text);
-    } catch (const json::Error& error) {
-        return error.what();
-    }
-    return "none";
-}
 
 TEST(WifiWorldTest, ReadsTheAdapter)
 {

@@ -1,4 +1,5 @@
 #include <service/WorldFile.h>
+#include <tests/service/WorldText.h>
 #include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
@@ -10,16 +11,6 @@ namespace pelacon::service::tests {
 namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
-
-std::string Complaint(const std::string& text)
-{
-    try {
-        ReadWorldFile(text, "world.json");
-    } catch (const json::Error& error) {
-        return error.what();
-    }
-    return {};
-}
 
 TEST(WorldFileTest, TheBuiltInWorldIsRight)
 {

@@ -174,6 +174,12 @@ void Channel::ReplyNothing(std::int32_t messageId)
     state_.replies.erase(messageId);
 }
 
+void Channel::FillLengths(bool fill)
+{
+    const std::lock_guard lock(mutex_);
+    state_.fillLengths = fill;
+}
+
 void Channel::OnRequest(std::int32_t messageId, Hook hook)
 {
     const std::lock_guard lock(mutex_);
@@ -389,7 +395,9 @@ bool IPCMessageClient::SendIPCMessage(TagIPCMessageItem& request, TagIPCMessageI
     }
     reply.msgId = request.msgId;
     reply.message = pelacon::test::ExactCopy(scripted->second).release();
-    reply.length = static_cast<std::uint32_t>(scripted->second.size());
+    if (channel.state_.fillLengths) {
+        reply.length = static_cast<std::uint32_t>(scripted->second.size());
+    }
     return true;
 }
 

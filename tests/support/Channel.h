@@ -51,6 +51,9 @@ class Channel {
     void Reply(std::int32_t messageId, const ByteVector& payload);
     /// Answers with nothing again.
     void ReplyNothing(std::int32_t messageId);
+    /// Whether replies say how long they are. They do not unless asked to: records are decoded by
+    /// their layout.
+    void FillLengths(bool fill);
     /// Runs inside each request of that id, before it is answered; it may script the answer, look
     /// at what the library did so far, or block.
     void OnRequest(std::int32_t messageId, Hook hook);
@@ -86,6 +89,7 @@ class Channel {
   private:
     friend class ::IPCMessageClient;
     struct State {
+        bool fillLengths = false;
         bool failConstruction = false;
         bool failRegistration = false;
         std::map<std::int32_t, ByteVector> replies;

@@ -1,3 +1,5 @@
+#include "Vod2dMembers.h"
+
 #include <PelaconSDK/Vod2dApi.h>
 #include <protocol/ServiceStatus.h>
 #include <service/radio/Channels.h>
@@ -76,25 +78,7 @@ ByteVector CardReply(const ByteVector& entries, std::int32_t count, std::int32_t
 
 // ---- What all members share, by rows.
 
-struct Member {
-    const char* name;
-    std::function<int()> call;
-    std::int32_t requestId;
-    ByteVector request;
-    ByteVector reply;  ///< one whose result is 42
-};
-
-void PrintTo(const Member& member, std::ostream* out)
-{
-    *out << member.name;
-}
-
-std::string Function(const Member& member)
-{
-    return std::string("Vod2dApi::") + member.name;
-}
-
-std::vector<Member> Members()
+std::vector<Vod2dMember> Members()
 {
     const ByteVector answer = Bytes().I32(42);
     return {
@@ -157,84 +141,12 @@ std::vector<Member> Members()
     };
 }
 
-class Vod2dConfigMembers : public SdkTest, public ::testing::WithParamInterface<Member> {};
-
-TEST_P(Vod2dConfigMembers, Answered)
-{
-    const Member& member = GetParam();
-    channel.Reply(member.requestId, member.reply);
-    EXPECT_EQ(member.call(), 42);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(member.requestId, member.request, 5000));
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(Function(member)), End(Function(member))));
-    EXPECT_THAT(Events::All(), IsEmpty());
-    EXPECT_EQ(Threads::Started(), 0);
-}
-
-TEST_P(Vod2dConfigMembers, AnsweredWithNothing)
-{
-    const Member& member = GetParam();
-    Threads::Use(ThreadMode::kKept);  // what else is looked into then
-    EXPECT_EQ(member.call(), -12);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(member.requestId, member.request, 5000));
-    ASSERT_GE(LogLines::All().size(), 2U);
-    EXPECT_EQ(LogLines::All().front(), Start(Function(member)));
-    EXPECT_EQ(LogLines::All().back(), NoReply(Function(member)));
-}
-
-TEST_P(Vod2dConfigMembers, DoOneThingAtATime)
-{
-    // While the member waits for its answer, another one does not even send.
-    const Member& member = GetParam();
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool otherSent = false;
-    channel.OnRequest(kGroupFrequency, [&](const Sent& /*sent*/) {
-        const std::lock_guard lock(mutex);
-        otherSent = true;
-        changed.notify_all();
-    });
-    std::thread other;
-    bool sentMeanwhile = true;
-    channel.OnRequest(member.requestId, [&](const Sent& /*sent*/) {
-        other = std::thread([] { Vod2dApi::Vod2dGetFrequency(); });
-        std::unique_lock lock(mutex);
-        sentMeanwhile =
-            changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return otherSent; });
-    });
-    channel.Reply(member.requestId, member.reply);
-    EXPECT_EQ(member.call(), 42);
-    other.join();
-    EXPECT_FALSE(sentMeanwhile);
-    EXPECT_TRUE(otherSent);
-}
-
-INSTANTIATE_TEST_SUITE_P(Started, Vod2dConfigMembers, ::testing::ValuesIn(Members()),
+INSTANTIATE_TEST_SUITE_P(Config, Vod2dMembers, ::testing::ValuesIn(Members()),
                          [](const auto& row) { return row.param.name; });
-
-class Vod2dConfigMembersStopped : public StoppedSdkTest,
-                                  public ::testing::WithParamInterface<Member> {};
-
-TEST_P(Vod2dConfigMembersStopped, Refused)
-{
-    const Member& member = GetParam();
-    EXPECT_EQ(member.call(), -1);
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(Function(member)), NotStarted()));
-    EXPECT_THAT(Events::All(), IsEmpty());
-    EXPECT_EQ(Threads::Started(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Stopped, Vod2dConfigMembersStopped, ::testing::ValuesIn(Members()),
+INSTANTIATE_TEST_SUITE_P(Config, Vod2dMembersStopped, ::testing::ValuesIn(Members()),
                          [](const auto& row) { return row.param.name; });
 
 // ---- Arguments that are refused
-
-struct Refusal {
-    const char* member;
-    std::function<int()> call;
-    int result;
-    int level;
-    const char* text;
-};
 
 TEST_F(SdkTest, Vod2dConfigRefusesArguments)
 {
@@ -242,7 +154,7 @@ TEST_F(SdkTest, Vod2dConfigRefusesArguments)
     const PeerCfgType peer = kPeerCfgStation;
     const RecommendChannelRequest requests[11] = {};
     std::uint8_t large[513] = {};
-    const Refusal refusals[] = {
+    const Vod2dRefusal refusals[] = {
         {"Vod2dGetSelfWifiCfgInfo",
          [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, nullptr, &number); }, -1, 3,
          "cfgData is nullptr, return"},
@@ -308,14 +220,7 @@ TEST_F(SdkTest, Vod2dConfigRefusesArguments)
          [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, -1, text); }, -1, 4,
          "len is invalid"},
     };
-    for (const Refusal& refusal : refusals) {
-        ForgetWhatHappened();
-        EXPECT_EQ(refusal.call(), refusal.result) << refusal.member << ": " << refusal.text;
-        EXPECT_THAT(channel.Requests(), IsEmpty()) << refusal.member << ": " << refusal.text;
-        const std::string function = std::string("Vod2dApi::") + refusal.member;
-        EXPECT_THAT(LogLines::All(),
-                    ElementsAre(Start(function), Line(refusal.level, refusal.text, function)));
-    }
+    ExpectRefusals(refusals);
 }
 
 // ---- The shared link

@@ -1,3 +1,5 @@
+#include "Vod2dMembers.h"
+
 #include <PelaconSDK/Vod2dApi.h>
 #include <tests/support/SdkTest.h>
 
@@ -88,26 +90,7 @@ Vod2dWifiBroadcastRecvCb& UnusedTable()
 
 // ---- What all members share, by rows.
 
-struct Member {
-    const char* name;
-    std::function<int()> call;
-    std::int32_t requestId;
-    ByteVector request;
-    unsigned timeoutMs;
-    ByteVector reply;  ///< one whose result is 42
-};
-
-void PrintTo(const Member& member, std::ostream* out)
-{
-    *out << member.name;
-}
-
-std::string Function(const Member& member)
-{
-    return std::string("Vod2dApi::") + member.name;
-}
-
-std::vector<Member> Members()
+std::vector<Vod2dMember> Members()
 {
     static std::int32_t channels[4];
     static char mac[6];
@@ -118,136 +101,56 @@ std::vector<Member> Members()
          [] { return Vod2dApi::Vod2dGetChannelListFor5G(channels, 4); },
          kChannelList,
          {},
-         5000,
          ChannelReply({}, 0, 42)},
         {"Vod2dGetFrequency",
          [] { return Vod2dApi::Vod2dGetFrequency(); },
          kFrequency,
          {},
-         5000,
          Bytes().I32(42)},
         {"Vod2dGetBaseMacAddress",
          [] { return Vod2dApi::Vod2dGetBaseMacAddress(mac, 6); },
          kBaseMac,
          {},
-         5000,
          Bytes().Zeros(8).I32(42)},
         {"Vod2dGetGroupConfig",
          [] { return Vod2dApi::Vod2dGetGroupConfig(&AnyInfo()); },
          kGroupConfig,
          {},
-         5000,
          GroupReply(42)},
         {"Vod2dCreateGroup", [] { return Vod2dApi::Vod2dCreateGroup(&AnyInfo()); }, kCreateGroup,
-         CreateRequest(40), 20000, GroupReply(42)},
+         CreateRequest(40), GroupReply(42), 20000},
         {"Vod2dRemoveGroup",
          [] { return Vod2dApi::Vod2dRemoveGroup(); },
          kRemoveGroup,
          {},
-         20000,
-         Bytes().I32(42)},
+         Bytes().I32(42),
+         20000},
         {"Vod2dIsWifiActive",
          [] { return Vod2dApi::Vod2dIsWifiActive(&active); },
          kWifiActive,
          {},
-         5000,
          Bytes().Zeros(4).I32(42)},
         {"Vod2dGetGroupInfoConnected",
          [] { return Vod2dApi::Vod2dGetGroupInfoConnected(&group); },
          kGroupConnected,
          {},
-         5000,
          Bytes().Zeros(8).I32(42)},
         {"Vod2dRegisterSoftAPStateChangedCallback",
          [] { return Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&UnusedTable()); },
          kRegister,
          {},
-         5000,
          Bytes().I32(42)},
         {"Vod2dUnRegisterSoftAPStateChangedCallback",
          [] { return Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&UnusedTable()); },
          kUnregister,
          {},
-         5000,
          Bytes().I32(42)},
     };
 }
 
-class Vod2dGroupMembers : public SdkTest, public ::testing::WithParamInterface<Member> {};
-
-TEST_P(Vod2dGroupMembers, Answered)
-{
-    const Member& member = GetParam();
-    channel.Reply(member.requestId, member.reply);
-    EXPECT_EQ(member.call(), 42);
-    EXPECT_THAT(channel.OnlyRequest(),
-                RequestIs(member.requestId, member.request, member.timeoutMs));
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(Function(member)), End(Function(member))));
-    EXPECT_THAT(Events::All(), IsEmpty());
-    EXPECT_EQ(Threads::Started(), 0);
-}
-
-TEST_P(Vod2dGroupMembers, AnsweredWithNothing)
-{
-    const Member& member = GetParam();
-    Threads::Use(ThreadMode::kKept);  // what else is looked into then
-    EXPECT_EQ(member.call(), -12);
-    EXPECT_THAT(channel.OnlyRequest(),
-                RequestIs(member.requestId, member.request, member.timeoutMs));
-    ASSERT_GE(LogLines::All().size(), 2U);
-    EXPECT_EQ(LogLines::All().front(), Start(Function(member)));
-    EXPECT_EQ(LogLines::All().back(), NoReply(Function(member)));
-}
-
-TEST_P(Vod2dGroupMembers, OneAtATime)
-{
-    // While the member waits for its answer, another one does not even send.
-    const Member& member = GetParam();
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool otherSent = false;
-    const auto note = [&](const Sent& /*sent*/) {
-        const std::lock_guard lock(mutex);
-        otherSent = true;
-        changed.notify_all();
-    };
-    const std::int32_t otherId = member.requestId == kFrequency ? kWifiActive : kFrequency;
-    channel.OnRequest(otherId, note);
-    std::thread other;
-    bool sentMeanwhile = true;
-    channel.OnRequest(member.requestId, [&](const Sent& /*sent*/) {
-        other = std::thread([&] {
-            bool active = false;
-            return member.requestId == kFrequency ? Vod2dApi::Vod2dIsWifiActive(&active)
-                                                  : Vod2dApi::Vod2dGetFrequency();
-        });
-        std::unique_lock lock(mutex);
-        sentMeanwhile =
-            changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return otherSent; });
-    });
-    channel.Reply(member.requestId, member.reply);
-    EXPECT_EQ(member.call(), 42);
-    other.join();
-    EXPECT_FALSE(sentMeanwhile);
-    EXPECT_TRUE(otherSent);
-}
-
-INSTANTIATE_TEST_SUITE_P(Started, Vod2dGroupMembers, ::testing::ValuesIn(Members()),
+INSTANTIATE_TEST_SUITE_P(Group, Vod2dMembers, ::testing::ValuesIn(Members()),
                          [](const auto& row) { return row.param.name; });
-
-class Vod2dGroupMembersStopped : public StoppedSdkTest,
-                                 public ::testing::WithParamInterface<Member> {};
-
-TEST_P(Vod2dGroupMembersStopped, Refused)
-{
-    const Member& member = GetParam();
-    EXPECT_EQ(member.call(), -1);
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(Function(member)), NotStarted()));
-    EXPECT_THAT(Events::All(), IsEmpty());
-    EXPECT_EQ(Threads::Started(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Stopped, Vod2dGroupMembersStopped, ::testing::ValuesIn(Members()),
+INSTANTIATE_TEST_SUITE_P(Group, Vod2dMembersStopped, ::testing::ValuesIn(Members()),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(SdkTest, Vod2dStatusesPassThrough)
@@ -262,46 +165,32 @@ TEST_F(SdkTest, Vod2dStatusesPassThrough)
 
 // ---- Arguments that are refused
 
-struct Refusal {
-    const char* member;
-    std::function<int()> call;
-    int level;
-    const char* text;
-};
-
 TEST_F(SdkTest, Vod2dGroupRefusesArguments)
 {
     std::int32_t channels[4] = {};
     char mac[6] = {};
-    const Refusal refusals[] = {
-        {"Vod2dGetGroupConfig", [] { return Vod2dApi::Vod2dGetGroupConfig(nullptr); }, 3,
+    const Vod2dRefusal refusals[] = {
+        {"Vod2dGetGroupConfig", [] { return Vod2dApi::Vod2dGetGroupConfig(nullptr); }, -1, 3,
          "apInfo is nullptr, return"},
-        {"Vod2dCreateGroup", [] { return Vod2dApi::Vod2dCreateGroup(nullptr); }, 3,
+        {"Vod2dCreateGroup", [] { return Vod2dApi::Vod2dCreateGroup(nullptr); }, -1, 3,
          "apInfo is nullptr, return"},
         {"Vod2dGetChannelListFor5G", [] { return Vod2dApi::Vod2dGetChannelListFor5G(nullptr, 4); },
-         3, "chanList is nullptr, return"},
+         -1, 3, "chanList is nullptr, return"},
         {"Vod2dGetChannelListFor5G",
-         [&] { return Vod2dApi::Vod2dGetChannelListFor5G(channels, -1); }, 4,
+         [&] { return Vod2dApi::Vod2dGetChannelListFor5G(channels, -1); }, -1, 4,
          "chanList len is invalid"},
-        {"Vod2dGetBaseMacAddress", [] { return Vod2dApi::Vod2dGetBaseMacAddress(nullptr, 6); }, 3,
-         "macAddr is nullptr, return"},
-        {"Vod2dGetBaseMacAddress", [&] { return Vod2dApi::Vod2dGetBaseMacAddress(mac, 5); }, 4,
+        {"Vod2dGetBaseMacAddress", [] { return Vod2dApi::Vod2dGetBaseMacAddress(nullptr, 6); }, -1,
+         3, "macAddr is nullptr, return"},
+        {"Vod2dGetBaseMacAddress", [&] { return Vod2dApi::Vod2dGetBaseMacAddress(mac, 5); }, -1, 4,
          "mac len is invalid"},
-        {"Vod2dGetBaseMacAddress", [&] { return Vod2dApi::Vod2dGetBaseMacAddress(mac, -6); }, 4,
+        {"Vod2dGetBaseMacAddress", [&] { return Vod2dApi::Vod2dGetBaseMacAddress(mac, -6); }, -1, 4,
          "mac len is invalid"},
-        {"Vod2dIsWifiActive", [] { return Vod2dApi::Vod2dIsWifiActive(nullptr); }, 3,
+        {"Vod2dIsWifiActive", [] { return Vod2dApi::Vod2dIsWifiActive(nullptr); }, -1, 3,
          "active is nullptr, return"},
         {"Vod2dGetGroupInfoConnected", [] { return Vod2dApi::Vod2dGetGroupInfoConnected(nullptr); },
-         3, "group is nullptr, return"},
+         -1, 3, "group is nullptr, return"},
     };
-    for (const Refusal& refusal : refusals) {
-        ForgetWhatHappened();
-        EXPECT_EQ(refusal.call(), -1) << refusal.text;
-        EXPECT_THAT(channel.Requests(), IsEmpty()) << refusal.text;
-        const std::string function = std::string("Vod2dApi::") + refusal.member;
-        EXPECT_THAT(LogLines::All(),
-                    ElementsAre(Start(function), Line(refusal.level, refusal.text, function)));
-    }
+    ExpectRefusals(refusals);
 }
 
 // ---- The group's record

@@ -1,5 +1,6 @@
 // What all requests of WifiSystemApi share, by rows.
 #include <PelaconSDK/WifiSystemApi.h>
+#include <tests/sdk/Deaf.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -30,19 +31,6 @@ WifiSystemApi& Api()
 static_assert(!std::is_default_constructible_v<WifiSystemApi>);
 static_assert(!std::is_destructible_v<WifiSystemApi>);
 static_assert(std::is_copy_assignable_v<WifiSystemApi>);
-
-/// Objects that are registered and do nothing.
-struct Deaf : ISoftApConnectStatus,
-              ISoftAPNotification,
-              IWifiStateChangeNotification,
-              WifiRealMonitorStateCallBack {
-    void OnConnectStatus(int32_t /*status*/) override {}
-    void OnAdvertisementStatus(uint32_t /*status*/) override {}
-    void OnAdvertisementState(const SoftApAdvertisementState* /*state*/) override {}
-    void OnDeviceConnectionStatus(uint32_t /*status*/) override {}
-    void OnWifiStateChanged(int32_t /*state*/) override {}
-    void OnConnectChannel(int32_t /*channel*/) override {}
-};
 
 Deaf& DeafOnes()
 {

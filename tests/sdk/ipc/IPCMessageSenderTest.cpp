@@ -112,6 +112,7 @@ TEST_F(SdkTest, RequestIsTrueWithoutAnAnswer)
 TEST_F(SdkTest, ReplyIsHandedToTheCaller)
 {
     channel.Reply(kRequest, Counting(7));
+    channel.FillLengths(true);
     ReplyRecord reply;
     EXPECT_TRUE(Sender().SendIPCMessageToService(kRequest, nullptr, 0, 10000, reply));
     EXPECT_EQ(reply.msgId, kRequest);

@@ -1,6 +1,7 @@
 // What is asked of the service again after its restart.
 #include <PelaconSDK/Vod2dApi.h>
 #include <PelaconSDK/WifiSystemApi.h>
+#include <tests/sdk/Deaf.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -20,18 +21,6 @@ using ::testing::Not;
 constexpr std::int32_t kServiceStarted = 0xD700A0;
 constexpr std::int32_t kRepair = 0xD700A1;
 constexpr auto kRestore = "IPCMessageSender::RestoreSoftAp";
-
-struct Deaf : ISoftApConnectStatus,
-              ISoftAPNotification,
-              IWifiStateChangeNotification,
-              WifiRealMonitorStateCallBack {
-    void OnConnectStatus(int32_t /*status*/) override {}
-    void OnAdvertisementStatus(uint32_t /*status*/) override {}
-    void OnAdvertisementState(const SoftApAdvertisementState* /*state*/) override {}
-    void OnDeviceConnectionStatus(uint32_t /*status*/) override {}
-    void OnWifiStateChanged(int32_t /*state*/) override {}
-    void OnConnectChannel(int32_t /*channel*/) override {}
-};
 
 /// What was asked for again: every request behind the repair.
 std::vector<Sent> AskedAgain()

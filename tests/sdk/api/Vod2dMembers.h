@@ -1,0 +1,46 @@
+// What all members of Vod2dApi share, to be instantiated with rows of them.
+#pragma once
+
+#include <tests/support/SdkTest.h>
+
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <span>
+#include <string>
+
+namespace pelacon::test {
+
+struct Vod2dMember {
+    const char* name;
+    std::function<int()> call;
+    std::int32_t requestId;
+    ByteVector request;
+    ByteVector reply;  ///< one whose result is 42
+    unsigned timeoutMs = 5000;
+
+    std::string Function() const { return std::string("Vod2dApi::") + name; }
+};
+
+inline void PrintTo(const Vod2dMember& member, std::ostream* out)
+{
+    *out << member.name;
+}
+
+class Vod2dMembers : public SdkTest, public ::testing::WithParamInterface<Vod2dMember> {};
+class Vod2dMembersStopped : public StoppedSdkTest,
+                            public ::testing::WithParamInterface<Vod2dMember> {};
+
+/// A call whose arguments are refused before anything is sent.
+struct Vod2dRefusal {
+    const char* member;
+    std::function<int()> call;
+    int result;
+    int level;
+    const char* text;
+};
+
+/// Makes the calls, in a library that is started.
+void ExpectRefusals(std::span<const Vod2dRefusal> refusals);
+
+}  // namespace pelacon::test

@@ -1,0 +1,26 @@
+// World files as text.
+#pragma once
+
+#include <service/WorldFile.h>
+
+#include <string>
+
+namespace pelacon::service::tests {
+
+inline WorldFile Read(const std::string& text)
+{
+    return ReadWorldFile(text, "world.json");
+}
+
+/// What is said against it.
+inline std::string Complaint(const std::string& text)
+{
+    try {
+        Read(text);
+    } catch (const json::Error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+}  // namespace pelacon::service::tests
