@@ -8,7 +8,7 @@ PipeService::PipeService(const std::wstring& pipeName, Settings settings)
     : core_(std::move(settings))
 {
     try {
-        server_.emplace(pipeName, core_);
+        server_ = std::make_unique<IPCMessageServer>(pipeName, core_);
         core_.Start(*this, server_->StateFile());
     } catch (...) {
         core_.Stop();  // whoever connected already waits for it

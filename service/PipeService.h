@@ -5,7 +5,7 @@
 #include <service/Core.h>
 #include <service/Line.h>
 
-#include <optional>
+#include <memory>
 #include <string>
 
 namespace pelacon::service {
@@ -31,7 +31,7 @@ class PipeService : private Line {
     Statistics GetStatistics() const override { return server_->GetStatistics(); }
 
     Core core_;
-    std::optional<IPCMessageServer> server_;
+    std::unique_ptr<IPCMessageServer> server_;  // its threads use it until it is gone
 };
 
 }  // namespace pelacon::service

@@ -74,8 +74,8 @@ typedef struct BleScanFilter {
 typedef struct BleScanCallbacksC {
     /* The listener's scan started or stopped: a BleScanStatus. Called on the receive thread with
      * the library's list of listeners locked: no other notification is delivered meanwhile, and
-     * operations of other threads that register, unregister, start or stop wait for it. It may
-     * call operations of every family, those of this header included. Null when not wanted. */
+     * operations of other threads that register or unregister wait for it. It may call operations
+     * of every family, those of this header included. Null when not wanted. */
     void (*onScanStatus)(int32_t listenerId, int32_t status);
 
     /* Something was heard. Each call has a thread of its own and no lock of the library's held: it

@@ -27,7 +27,8 @@ PELACON_API int PelaconSvcStart(void);
  *
  * Callback tables and listeners stay registered with the library and are used again after the next
  * start. May be called twice, without a start, while other threads are in operations, and from
- * inside a callback; there it does not wait for that callback. A process may also end without
+ * inside a callback; there it does not wait for that callback, which shall not register or
+ * unregister anything once it has started the library again. A process may also end without
  * calling it.
  *
  * Always returns 0. */

@@ -120,8 +120,7 @@ CallConnections::Slot* CallConnections::TryClaim()
 CallConnections::Slot* CallConnections::TryClaimFrom(std::size_t index, State wanted) noexcept
 {
     Slot& slot = slots_[index];
-    if (!slot.state.compare_exchange_strong(wanted, State::kBusy, std::memory_order_acquire,
-                                            std::memory_order_relaxed)) {
+    if (!slot.state.compare_exchange_strong(wanted, State::kBusy)) {  // see Release for the order
         return nullptr;
     }
     lastUsed = {id_, index};

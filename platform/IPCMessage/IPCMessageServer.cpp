@@ -173,8 +173,7 @@ void IPCMessageServer::Implementation::ServeCalls(Connection& connection, Incomi
     ++counters_.callConnections;
     bool goesOn = true;
     while (goesOn && Next(connection, FrameKind::kRequest, frame)) {
-        client->WaitFor(frame.header.order);
-        goesOn = Answer(connection, client->Id(), frame);
+        goesOn = client->WaitFor(frame.header.order) && Answer(connection, client->Id(), frame);
     }
     --counters_.callConnections;
 }

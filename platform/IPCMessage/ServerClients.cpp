@@ -57,7 +57,7 @@ void ServerClient::Finish(std::uint64_t order)
     changed_.notify_all();
 }
 
-void ServerClient::WaitLong(std::uint64_t order)
+bool ServerClient::WaitLong(std::uint64_t order)
 {
     std::unique_lock lock(mutex_);
     auto lost = Deadline::Clock::now() + kLostAfter;
@@ -69,6 +69,7 @@ void ServerClient::WaitLong(std::uint64_t order)
             finished_.store(order, std::memory_order_release);
         }
     }
+    return !stopped_;
 }
 
 void ServerClient::Stop()

@@ -56,12 +56,11 @@ class ServerClient {
     /// with.
     void Finish(std::uint64_t order);
 
-    /// Waits until that is so. What got lost with its connection is not waited for.
-    void WaitFor(std::uint64_t order)
+    /// Waits until that is so. What got lost with its connection is not waited for. False if the
+    /// server stops first.
+    bool WaitFor(std::uint64_t order)
     {
-        if (order > finished_.load(std::memory_order_acquire)) {
-            WaitLong(order);
-        }
+        return order <= finished_.load(std::memory_order_acquire) || WaitLong(order);
     }
 
     /// Ends all waits.
@@ -70,7 +69,7 @@ class ServerClient {
   private:
     friend class ServerClients;
 
-    void WaitLong(std::uint64_t order);
+    bool WaitLong(std::uint64_t order);
 
     const std::uint64_t id_;
     const ClientKey key_;

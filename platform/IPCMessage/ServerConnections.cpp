@@ -19,23 +19,24 @@ ServerConnections::~ServerConnections()
 {
     listener_->Shutdown();
     acceptor_.join();
-    std::unique_lock lock(mutex_);
-    for (const ServedConnection& served : entries_) {
+    listener_->Close();
+    std::unique_lock lock(open_->mutex);
+    for (const ServedConnection& served : open_->entries) {
         served.connection->StopReceiving();
     }
-    const auto empty = [this] { return entries_.empty(); };
-    if (!emptied_.wait_for(lock, kLastAnswers, empty)) {
-        for (const ServedConnection& served : entries_) {
+    const auto empty = [this] { return open_->entries.empty(); };
+    if (!open_->emptied.wait_for(lock, kLastAnswers, empty)) {
+        for (const ServedConnection& served : open_->entries) {
             served.connection->Shutdown();
         }
-        emptied_.wait(lock, empty);
+        open_->emptied.wait(lock, empty);
     }
 }
 
 void ServerConnections::Shutdown()
 {
-    const std::lock_guard lock(mutex_);
-    for (const ServedConnection& served : entries_) {
+    const std::lock_guard lock(open_->mutex);
+    for (const ServedConnection& served : open_->entries) {
         if (!served.apart) {
             served.connection->Shutdown();
         }
@@ -44,7 +45,7 @@ void ServerConnections::Shutdown()
 
 void ServerConnections::SetApart(ServedConnection& served)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(open_->mutex);
     served.apart = true;
 }
 
@@ -57,16 +58,19 @@ void ServerConnections::AcceptAll()
 
 void ServerConnections::Take(std::shared_ptr<Connection> connection)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(open_->mutex);
     if (!listener_->Admits(connection->GetPeer()) || !HasRoomFor(connection->GetPeer())) {
         counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
         return;
     }
-    const auto entry = entries_.emplace(entries_.end(), std::move(connection));
+    const auto entry = open_->entries.emplace(open_->entries.end(), std::move(connection));
     try {
-        os::StartDetachedThread([this, entry] { Run(entry); });
+        os::StartDetachedThread([this, entry, open = open_] {
+            serve_(*entry);
+            Forget(*open, entry);
+        });
     } catch (const std::system_error&) {
-        entries_.erase(entry);
+        open_->entries.erase(entry);
     }
 }
 
@@ -74,22 +78,21 @@ bool ServerConnections::HasRoomFor(const Peer& peer) const
 {
     std::size_t ofUser = 0;
     std::size_t ofProcess = 0;
-    for (const ServedConnection& served : entries_) {
+    for (const ServedConnection& served : open_->entries) {
         const Peer& other = served.connection->GetPeer();
         ofUser += other.user == peer.user ? 1 : 0;
         ofProcess += other.processId == peer.processId ? 1 : 0;
     }
-    return entries_.size() < kLimit && ofUser < kLimitPerUser && ofProcess < kLimitPerProcess;
+    return open_->entries.size() < kLimit && ofUser < kLimitPerUser && ofProcess < kLimitPerProcess;
 }
 
-void ServerConnections::Run(Entries::iterator entry)
+/// Whoever waits in the destructor may go on as soon as the lock is released.
+void ServerConnections::Forget(Open& open, Entries::iterator entry)
 {
-    serve_(*entry);
     entry->connection->Shutdown();  // others may still hold it for a moment
-    // Whoever waits in the destructor may go on as soon as the lock is released.
-    const std::lock_guard lock(mutex_);
-    entries_.erase(entry);
-    emptied_.notify_all();
+    const std::lock_guard lock(open.mutex);
+    open.entries.erase(entry);
+    open.emptied.notify_all();
 }
 
 }  // namespace pelacon::ipc

@@ -59,17 +59,22 @@ class ServerConnections {
   private:
     using Entries = std::list<ServedConnection>;
 
+    /// Each thread holds it to its very end, which may come after the destructor's.
+    struct Open {
+        std::mutex mutex;
+        std::condition_variable emptied;
+        Entries entries;
+    };
+
     void AcceptAll();
     void Take(std::shared_ptr<Connection> connection);
     bool HasRoomFor(const Peer& peer) const;
-    void Run(Entries::iterator entry);
+    static void Forget(Open& open, Entries::iterator entry);
 
     const std::unique_ptr<Listener> listener_;
     ServerCounters& counters_;
     const Serve serve_;
-    mutable std::mutex mutex_;
-    std::condition_variable emptied_;
-    Entries entries_;
+    const std::shared_ptr<Open> open_ = std::make_shared<Open>();
     std::thread acceptor_;
 };
 

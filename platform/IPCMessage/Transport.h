@@ -122,6 +122,9 @@ class Listener {
     /// Makes Accept return null, now and later.
     virtual void Shutdown() noexcept = 0;
 
+    /// Turns away whoever comes from now on; the name stays taken. Not beside Accept.
+    virtual void Close() noexcept = 0;
+
     virtual const std::string& Address() const noexcept = 0;
     virtual const std::string& StateFile() const noexcept = 0;
 };

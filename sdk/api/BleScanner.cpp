@@ -100,7 +100,7 @@ BleStatusC BleScanner::StartBleScan(int listenerId, BleScanPolicy policy)
 {
     constexpr auto kFunction = "BleScanner::StartBleScan";
     LogStart(kFunction);
-    std::unique_lock lock(scannerMutex);
+    const std::lock_guard lock(scannerMutex);
     const auto reportTimeout = [&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kStartFailed)
@@ -114,7 +114,6 @@ BleStatusC BleScanner::StartBleScan(int listenerId, BleScanPolicy policy)
     return Exchange(kFunction, protocol::kStartBleScan, {listenerId, policy},
                     kBleFailures.OnNoReply(reportTimeout), [&](const protocol::StatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
-                            const auto registry = LockRegistry(lock, Sender().ScanMutex());
                             Sender().ScanStart(listenerId);
                         }
                         return BleStatusOf(reply);
@@ -125,11 +124,8 @@ BleStatusC BleScanner::StopBleScan(int listenerId)
 {
     constexpr auto kFunction = "BleScanner::StopBleScan";
     LogStart(kFunction);
-    std::unique_lock lock(scannerMutex);
-    const auto stop = [&] {
-        const auto registry = LockRegistry(lock, Sender().ScanMutex());
-        Sender().ScanStop(listenerId);
-    };
+    const std::lock_guard lock(scannerMutex);
+    const auto stop = [&] { Sender().ScanStop(listenerId); };
     return Exchange(kFunction, protocol::kStopBleScan, {listenerId}, kBleFailures.OnNoReply(stop),
                     [&](const protocol::StatusReply& reply) {
                         stop();

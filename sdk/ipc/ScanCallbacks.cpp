@@ -36,7 +36,7 @@ void ScanCallbacks::RemoveScanCb(int listenerId)
 void ScanCallbacks::ScanStart(int listenerId)
 {
     constexpr auto kFunction = "IPCMessageSender::ScanStart";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(scanningMutex_);
     Log(kLogTrace, kFunction, "start:", listenerId);
     if (std::find(scanning_.begin(), scanning_.end(), listenerId) != scanning_.end()) {
         Log(kLogTrace, kFunction, "already start:", listenerId);
@@ -49,7 +49,7 @@ void ScanCallbacks::ScanStart(int listenerId)
 void ScanCallbacks::ScanStop(int listenerId)
 {
     constexpr auto kFunction = "IPCMessageSender::ScanStop";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(scanningMutex_);
     Log(kLogTrace, kFunction, "start:", listenerId);
     const auto found = std::find(scanning_.begin(), scanning_.end(), listenerId);
     if (found != scanning_.end()) {
@@ -75,7 +75,7 @@ void ScanCallbacks::OnScanStatus(int listenerId, int status)
 void ScanCallbacks::OnScanResult(const BleScanResultC* result)
 {
     constexpr auto kFunction = "IPCMessageSender::OnScanResult";
-    const std::lock_guard lock(mutex_);
+    const std::scoped_lock lock(mutex_, scanningMutex_);
     LogStart(kFunction);
     for (const std::int32_t listenerId : scanning_) {
         const auto* table = tables_.Find(listenerId);

@@ -36,8 +36,12 @@ class ScanCallbacks {
     std::recursive_mutex& ScanMutex() { return mutex_; }
 
   private:
-    std::recursive_mutex mutex_;
+    std::recursive_mutex mutex_;  // held while a status callback runs
     KeyedRegistry<std::int32_t, BleScanCallbacksC*> tables_;
+
+    // Never held while application code runs, so starts and stops need not wait for a callback and
+    // are recorded in the order in which the service took them. Taken after the other, if both are.
+    std::mutex scanningMutex_;
     std::vector<std::int32_t> scanning_;  // in the order of their starts, without duplicates
 };
 

@@ -77,13 +77,7 @@ class SocketListener final : public Listener {
         Bind(*address);
     }
 
-    /// The lock, released last, keeps others off until the socket is gone.
-    ~SocketListener() override
-    {
-        if (socket_) {  // not in a child that fork made
-            unlink(path_.c_str());
-        }
-    }
+    ~SocketListener() override { Close(); }
 
     std::unique_ptr<Connection> Accept() override
     {
@@ -118,6 +112,14 @@ class SocketListener final : public Listener {
     }
 
     void Shutdown() noexcept override { eventfd_write(stop_.Get(), 1); }
+
+    void Close() noexcept override
+    {
+        if (socket_) {              // not in a child that fork made
+            unlink(path_.c_str());  // nobody else's, while we have the lock
+            socket_.Close();
+        }
+    }
 
     const std::string& Address() const noexcept override { return path_; }
     const std::string& StateFile() const noexcept override { return stateFile_; }

@@ -61,6 +61,7 @@ class PipeListener final : public Listener {
     }
 
     void Shutdown() noexcept override { SetEvent(down_.get()); }
+    void Close() noexcept override { next_.reset(); }
 
     const std::string& Address() const noexcept override { return pipe_; }
     const std::string& StateFile() const noexcept override { return stateFile_; }

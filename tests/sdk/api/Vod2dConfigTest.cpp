@@ -6,13 +6,8 @@
 #include <service/radio/WifiCards.h>
 #include <tests/support/SdkTest.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <cstring>
-#include <functional>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace pelacon::test {
@@ -23,7 +18,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kGroupFrequency = 0xD7002A;
 constexpr std::int32_t kGetSelf = 0xD70034;
 constexpr std::int32_t kSetPeer = 0xD70035;
 constexpr std::int32_t kIncrease = 0xD70036;
@@ -148,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Config, Vod2dMembersStopped, ::testing::ValuesIn(Member
 
 // ---- Arguments that are refused
 
-TEST_F(SdkTest, Vod2dConfigRefusesArguments)
+TEST_F(Vod2dArguments, OfConfigurationsAreRefused)
 {
     const SelfCfgType self = kSelfCfgGroupOwner;
     const PeerCfgType peer = kPeerCfgStation;

@@ -3,13 +3,8 @@
 #include <PelaconSDK/Vod2dApi.h>
 #include <tests/support/SdkTest.h>
 
-#include <atomic>
-#include <condition_variable>
 #include <cstring>
-#include <functional>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace pelacon::test {
@@ -165,7 +160,7 @@ TEST_F(SdkTest, Vod2dStatusesPassThrough)
 
 // ---- Arguments that are refused
 
-TEST_F(SdkTest, Vod2dGroupRefusesArguments)
+TEST_F(Vod2dArguments, OfTheGroupAreRefused)
 {
     std::int32_t channels[4] = {};
     char mac[6] = {};

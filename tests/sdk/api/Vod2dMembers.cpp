@@ -79,14 +79,14 @@ TEST_P(Vod2dMembersStopped, Refused)
     EXPECT_EQ(Threads::Started(), 0);
 }
 
-void ExpectRefusals(std::span<const Vod2dRefusal> refusals)
+void Vod2dArguments::ExpectRefusals(std::span<const Vod2dRefusal> refusals) const
 {
     for (const Vod2dRefusal& refusal : refusals) {
         const std::string function = std::string("Vod2dApi::") + refusal.member;
         SCOPED_TRACE(function + ": " + refusal.text);
         ForgetWhatHappened();
         EXPECT_EQ(refusal.call(), refusal.result);
-        EXPECT_THAT(Channel::Get().Requests(), IsEmpty());
+        EXPECT_THAT(channel.Requests(), IsEmpty());
         EXPECT_THAT(LogLines::All(),
                     ElementsAre(Start(function), Line(refusal.level, refusal.text, function)));
     }

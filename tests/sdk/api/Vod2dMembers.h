@@ -40,7 +40,9 @@ struct Vod2dRefusal {
     const char* text;
 };
 
-/// Makes the calls, in a library that is started.
-void ExpectRefusals(std::span<const Vod2dRefusal> refusals);
+class Vod2dArguments : public SdkTest {
+  protected:
+    void ExpectRefusals(std::span<const Vod2dRefusal> refusals) const;
+};
 
 }  // namespace pelacon::test

@@ -224,7 +224,8 @@ TEST_F(ScanNotifications, TheRegistryIsLockedWhileAStatusIsTold)
                                               nullptr}));
     std::thread receiver([&] { Status(id, 0); });
     ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    auto change = std::async(std::launch::async, [] { Sender().ScanStop(-1); });
+    Sender().ScanStop(-1);  // waits for nobody
+    auto change = std::async(std::launch::async, [] { Sender().RemoveScanCb(-1); });
     EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     go.set_value();
     receiver.join();
@@ -367,6 +368,32 @@ TEST_F(ScanNotifications, AResultCallbackMayCallTheScanner)
     EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
     Result(1);
     EXPECT_EQ(Threads::Started(), 1);
+}
+
+TEST_F(ScanNotifications, AScanThatItsStatusCallbackStartsAnewIsHeard)
+{
+    // The service says that the scan has stopped before it answers.
+    static std::promise<void>* entered;
+    std::promise<void> inside;
+    entered = &inside;
+    const std::int32_t id = Scanning(Register(
+        &Lasting<BleScanCallbacksC>({[](std::int32_t listener, std::int32_t /*status*/) {
+                                         entered->set_value();
+                                         BleScanner::StartBleScan(listener, kBleScanBalanced);
+                                     },
+                                     [](std::int32_t listener, BleScanResultC result) {
+                                         Note({1, listener, 0, Raw(result), {}});
+                                     }})));
+    std::thread receiver;
+    channel.OnRequest(0xD70068, [&](const Sent& /*sent*/) {
+        receiver = std::thread([&] { Status(id, kBleScanStopped); });
+        EXPECT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)),
+                  std::future_status::ready);
+    });
+    EXPECT_EQ(BleScanner::StopBleScan(id), 0);
+    receiver.join();
+    Result(1);
+    EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
 }
 
 TEST_F(ScanNotifications, ASlowCallbackHoldsUpNobody)
