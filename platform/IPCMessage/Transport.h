@@ -122,7 +122,8 @@ class Listener {
     /// Makes Accept return null, now and later.
     virtual void Shutdown() noexcept = 0;
 
-    /// Turns away whoever comes from now on; the name stays taken. Not beside Accept.
+    /// Turns away whoever comes from now on; the name stays taken. Not beside Accept. On Windows a
+    /// pipe is busy, to those who come, as long as anybody is connected.
     virtual void Close() noexcept = 0;
 
     virtual const std::string& Address() const noexcept = 0;

@@ -45,27 +45,6 @@ TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
     EXPECT_EQ(answer, "done");
 }
 
-TEST_F(EndTest, TurnsAwayWhoComesMeanwhile)
-{
-    std::atomic<int> inside{0};
-    const Ending ending(*this);
-    HoldRequests(inside);
-    StartBoth();
-    bool served = false;
-    std::thread caller([&] { served = IsServed(*client); });
-    EXPECT_TRUE(Eventually([&] { return inside == 1; }));
-    RawClient idle;
-    EXPECT_TRUE(idle.Greet(ipc::FrameKind::kHelloCall));
-    std::thread ender([&] { server.reset(); });
-    EXPECT_TRUE(idle.IsClosed());
-    EXPECT_LT(Duration([&] { EXPECT_FALSE(IsServed(*client)); }), 300ms);
-    gate.Open();
-    caller.join();
-    ender.join();
-    EXPECT_TRUE(served);
-    EXPECT_EQ(inside, 1);
-}
-
 TEST_F(EndTest, LetsNoRequestOvertakeAPost)
 {
     std::atomic<int> inside{0};

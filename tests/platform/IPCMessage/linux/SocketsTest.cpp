@@ -9,9 +9,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <set>
+#include <thread>
 
 namespace pelacon::test {
 
@@ -245,6 +247,27 @@ TEST_F(SocketsTest, ASystemsServiceServesWhomItsSocketLetsInAndObeysRoot)
     EXPECT_EQ(system.ReadLine(), "refused");
     EXPECT_EQ(system.ReadLine(), "command");
     EXPECT_EQ(system.ReadLine(), "1");
+}
+
+TEST_F(SocketsTest, TurnAwayWhoComesWhileTheServerEnds)
+{
+    std::atomic<int> inside{0};
+    const Ending ending(*this);
+    HoldRequests(inside);
+    StartBoth();
+    bool served = false;
+    std::thread caller([&] { served = IsServed(*client); });
+    EXPECT_TRUE(Eventually([&] { return inside == 1; }));
+    RawClient idle;
+    EXPECT_TRUE(idle.Greet(ipc::FrameKind::kHelloCall));
+    std::thread ender([&] { server.reset(); });
+    EXPECT_TRUE(idle.IsClosed());
+    EXPECT_LT(Duration([&] { EXPECT_FALSE(IsServed(*client)); }), 300ms);
+    gate.Open();
+    caller.join();
+    ender.join();
+    EXPECT_TRUE(served);
+    EXPECT_EQ(inside, 1);
 }
 
 }  // namespace
