@@ -122,7 +122,7 @@ bool FrameBuffer::CopyItem(const FrameHeader& header, TagIPCMessageItem& item) c
     std::uint8_t* copy = nullptr;
     if (header.Has(kHasPayload)) {
         const std::size_t length = header.payloadLength;
-        const std::size_t room = PayloadRoom(length);
+        const std::size_t room = ReplyRoom(length);
         copy = static_cast<std::uint8_t*>(std::malloc(room));
         if (copy == nullptr) {
             return false;

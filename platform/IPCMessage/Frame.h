@@ -94,10 +94,16 @@ inline constexpr std::size_t kMaxFrame = sizeof(FrameHeader) + kMaxPayload + kMa
 inline constexpr std::size_t kPayloadRoom = 2048;
 static_assert(kPayloadRoom <= kMaxPayload);
 
-/// The length of the buffer for a payload: at least one zero stands behind it, so that text ends.
-constexpr std::size_t PayloadRoom(std::size_t payloadLength)
+/// What a reply's payload has at least, in memory of its own, where its length says how much of a
+/// record is there: as much as malloc gives without taking a lock. The rest would be one percent of
+/// all that a small request takes.
+inline constexpr std::size_t kReplyRoom = 1024;
+
+/// The length of the buffer for a reply's payload. At least one zero stands behind it, so that text
+/// ends.
+constexpr std::size_t ReplyRoom(std::size_t payloadLength)
 {
-    return std::max(payloadLength + 1, kPayloadRoom);
+    return payloadLength != 0 ? std::max(payloadLength + 1, kReplyRoom) : kPayloadRoom;
 }
 
 /// 128 random bits that all connections of one client carry.

@@ -48,10 +48,11 @@ class IPCMessageClient {
     bool UnRegisterMessageCallbackAll();
 
     /// Sends a request and waits for its reply, at most timeoutMs from the call on. On an answer
-    /// fills the reply and returns true; its payload is allocated with malloc, holds at least 2,048
-    /// bytes, is zero behind `length`, and belongs to the caller. An answer without payload leaves
-    /// `message` null. Returns false, the reply untouched, when there is no service, it does not
-    /// answer in time, goes away meanwhile, or the payload is too large for a frame.
+    /// fills the reply and returns true; its payload is allocated with malloc, holds at least 1,024
+    /// bytes (2,048 if `length` is 0), is zero behind `length`, and belongs to the caller. An
+    /// answer without payload leaves `message` null. Returns false, the reply untouched, when there
+    /// is no service, it does not answer in time, goes away meanwhile, or the payload is too large
+    /// for a frame.
     bool SendIPCMessage(TagIPCMessageItem& request, TagIPCMessageItem& reply,
                         unsigned timeoutMs) const;
 

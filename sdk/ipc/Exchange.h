@@ -5,6 +5,8 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/IPCMessageSender.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -50,8 +52,8 @@ std::string FixedText(const char (&field)[Size])
     return {field, end != nullptr ? static_cast<const char*>(end) : field + Size};
 }
 
-/// The record that a payload begins with. Goes by the record's layout alone: the message client
-/// sees to it that a payload is never shorter than what is read.
+/// The record that a notification's payload begins with. Goes by the record's layout alone: the
+/// message client sees to it that the payload has room for any.
 template <typename Record>
 Record ReadRecord(const std::uint8_t* payload)
 {
@@ -60,8 +62,19 @@ Record ReadRecord(const std::uint8_t* payload)
     return record;
 }
 
-/// The same, where it stands, for those who hand pointers into it on. Payloads are aligned like
-/// everything that malloc gives.
+/// The record that a reply begins with. What a short reply lacks of it is zero; a message client
+/// that does not say how long a reply is goes by the record's layout.
+template <typename Record>
+Record ReadReply(const TagIPCMessageItem& reply)
+{
+    Record record{};
+    const std::size_t told = reply.length != 0 ? reply.length : sizeof record;
+    std::memcpy(&record, reply.message, std::min(told, sizeof record));
+    return record;
+}
+
+/// A notification's record where it stands, for those who hand pointers into it on. Payloads are
+/// aligned like everything that malloc gives.
 template <typename Record>
 const Record* RecordIn(const std::uint8_t* payload)
 {
@@ -116,16 +129,16 @@ struct RequestArgument<protocol::Bytes> {
 };
 
 template <typename Reply>
-auto Decoded(const std::uint8_t* payload)
+auto Decoded(const TagIPCMessageItem& reply)
 {
     if constexpr (std::is_same_v<Reply, protocol::Text>) {
-        return std::string(reinterpret_cast<const char*>(payload));
+        return std::string(reinterpret_cast<const char*>(reply.message));
     } else if constexpr (std::is_same_v<Reply, protocol::Bytes>) {
-        return payload;
+        return static_cast<const std::uint8_t*>(reply.message);
     } else if constexpr (std::is_same_v<Reply, protocol::Nothing>) {
         return protocol::Nothing{};
     } else {
-        return ReadRecord<Reply>(payload);
+        return ReadReply<Reply>(reply);
     }
 }
 
@@ -154,7 +167,7 @@ Result Exchange(std::string_view function, const protocol::Operation<Request, Re
         diag::LogNoReply(function);
         return failures.noReply;
     }
-    Result result = onReply(detail::Decoded<Reply>(reply.message));
+    Result result = onReply(detail::Decoded<Reply>(reply));
     diag::Log(kLogTrace, function, lastLine);
     return result;
 }

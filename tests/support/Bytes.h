@@ -57,7 +57,7 @@ class Bytes {
         return Raw(bytes).PadField(bytes.size(), fieldSize);
     }
 
-    /// Zeros up to a size that the whole payload then has, as the real client pads to 2,048 bytes.
+    /// Zeros up to a size that the whole payload then has.
     Bytes& PadTo(std::size_t size) { return PadField(bytes_.size(), size); }
 
     std::size_t Size() const { return bytes_.size(); }

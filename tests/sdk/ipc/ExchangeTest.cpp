@@ -124,6 +124,24 @@ TEST_F(SdkTest, ExchangeReceivesTextUpToItsNul)
         "blue");
 }
 
+TEST_F(SdkTest, ExchangeReadsZerosWhereAReplyIsTooShort)
+{
+    constexpr protocol::Operation<protocol::Nothing, protocol::ValueStatusReply> operation{
+        kId, "Short", 5000ms};
+    channel.FillLengths(true);
+    const ByteVector whole = Bytes().I32(0x04030201).I32(0x08070605);
+    for (std::size_t length = 1; length <= whole.size(); ++length) {
+        SCOPED_TRACE(length);
+        ByteVector padded(whole.begin(), whole.begin() + static_cast<long>(length));
+        channel.Reply(kId, padded);
+        padded.resize(whole.size());
+        const auto isPadded = [&](const protocol::ValueStatusReply& reply) {
+            return std::memcmp(&reply, padded.data(), sizeof reply);
+        };
+        EXPECT_EQ(Exchange(kFunction, operation, {}, kFailures, isPadded), 0);
+    }
+}
+
 TEST(FixedTextTest, EndsAtItsNulOrItsField)
 {
     const char terminated[4] = {'a', 'b', '\0', 'c'};
