@@ -410,6 +410,7 @@ TEST_F(ScanNotifications, ASlowCallbackHoldsUpNobody)
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     std::size_t delivered = 0;
     while (delivered < 20 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));  // who delivers needs the lock
         const std::lock_guard lock(TheCalls().mutex);
         delivered = TheCalls().calls.size();
     }
