@@ -25,6 +25,7 @@ struct State {
     ThreadMode mode = ThreadMode::kDetached;
     int started = 0;
     int running = 0;
+    std::vector<std::thread> threads;  // until they are waited for
     std::vector<Body> kept;
 };
 
@@ -36,16 +37,16 @@ State& TheState()
 
 void RunDetached(const Body& body)
 {
-    {
-        const std::lock_guard lock(TheState().mutex);
-        ++TheState().running;
-    }
-    std::thread([body] {
+    // Not detached really: where threads are made of others, one that ends while it is being
+    // detached may never get to its end.
+    const std::lock_guard lock(TheState().mutex);
+    TheState().threads.emplace_back([body] {
         body();
-        const std::lock_guard lock(TheState().mutex);
+        const std::lock_guard ending(TheState().mutex);
         --TheState().running;
         TheState().ended.notify_all();
-    }).detach();
+    });
+    ++TheState().running;
 }
 
 }  // namespace
@@ -80,6 +81,13 @@ void Threads::WaitForAll()
     if (!TheState().ended.wait_for(lock, std::chrono::seconds(10),
                                    [] { return TheState().running == 0; })) {
         ADD_FAILURE() << TheState().running << " detached threads have not ended";
+        return;
+    }
+    std::vector<std::thread> ended;
+    ended.swap(TheState().threads);
+    lock.unlock();
+    for (std::thread& thread : ended) {
+        thread.join();
     }
 }
 
