@@ -12,7 +12,6 @@
 
 namespace pelacon::service {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using protocol::Int32Record;
 using protocol::Nothing;
 using protocol::ServiceStatus;
@@ -21,8 +20,6 @@ using radio::GroupOutcome;
 
 namespace {
 
-/// How long a handler waits for the radio; no radio takes as long.
-constexpr auto kPatience = 15min;
 constexpr std::int32_t kMostSharedLinks = 1000;
 
 ServiceStatus StatusOf(GroupOutcome outcome)
@@ -152,7 +149,7 @@ std::optional<std::int32_t> GroupFamily::WaitFor(
     const World& world = world_;
     const Completion<GroupOutcome> completion(world_);
     begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
-    if (const auto outcome = session.Await(completion, kPatience)) {
+    if (const auto outcome = session.Await(completion, radio::kGroupPatience)) {
         return StatusOf(*outcome);
     }
     return world.IsStopping() ? std::optional<std::int32_t>(protocol::kStatusInterrupted)

@@ -18,7 +18,7 @@ enum ListenerStatus : std::int32_t {
     kStarted = 0,
     kStopped = 1,
     kStoppedAdapterOff = 2,
-    kServiceRestart = 3
+    kStoppedServiceRestart = 3
 };
 
 protocol::ScanResultRecord RecordOf(const radio::Heard& heard)
@@ -219,7 +219,8 @@ void ScanFamily::Repair(Session& session, const protocol::RepairRequest& held)
         if (scans) {
             entry->second.policy = ScanPolicy::kLowLatency;
         }
-        session.Notify(protocol::kScanStatus, {id, scans ? kServiceRestart : kStoppedAdapterOff});
+        session.Notify(protocol::kScanStatus,
+                       {id, scans ? kStoppedServiceRestart : kStoppedAdapterOff});
     }
     FitScan(session);
 }

@@ -22,8 +22,6 @@ using radio::GroupOutcome;
 
 namespace {
 
-/// How long a handler waits for the radio; no radio takes as long.
-constexpr auto kPatience = 15min;
 constexpr auto kAdapterRestart = 100ms;
 constexpr std::int32_t kAnyPurpose = 0;
 constexpr std::size_t kMostProductTypes = 64;
@@ -215,7 +213,7 @@ std::int32_t SoftApFamily::WaitFor(Session& session,
 {
     const Completion<GroupOutcome> completion(world_);
     begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
-    const auto outcome = session.Await(completion, kPatience);
+    const auto outcome = session.Await(completion, radio::kGroupPatience);
     return outcome ? ResultOf(*outcome) : protocol::kStatusInterrupted;
 }
 

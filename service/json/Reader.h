@@ -51,6 +51,9 @@ class Reader {
     /// Text of so many bytes, without NULs.
     std::string Text(std::size_t shortest, std::size_t longest) const;
 
+    /// A network's name: text of 1 to 32 bytes.
+    std::string Ssid() const { return Text(1, 32); }
+
     /// A device's address, "01:23:45:67:89:AB", in the low six bytes, its first octet the most
     /// significant.
     std::uint64_t Address() const;

@@ -1,6 +1,7 @@
 // Wi-Fi Direct groups of which this machine is the owner. A soft AP is one, to the radio.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -8,6 +9,9 @@
 #include <vector>
 
 namespace pelacon::service::radio {
+
+/// How long to wait for what becomes of a group; no radio takes as long.
+inline constexpr std::chrono::minutes kGroupPatience{15};
 
 /// What became of a group, or why.
 enum class GroupOutcome : std::uint8_t {

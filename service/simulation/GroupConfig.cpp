@@ -9,7 +9,6 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 
 namespace {
 
-constexpr std::size_t kLongestSsid = 32;
 constexpr std::size_t kShortestPassPhrase = 8;
 constexpr std::size_t kLongestPassPhrase = 63;
 constexpr std::size_t kLongestIpAddress = 15;
@@ -69,7 +68,7 @@ StationConfig ReadStation(const json::Reader& reader)
 void ReadOwner(json::Fields& fields, GroupConfig& config)
 {
     if (const auto ssid = fields.Optional("ssid")) {
-        config.ssid = ssid->Text(1, kLongestSsid);
+        config.ssid = ssid->Ssid();
     }
     if (const auto passPhrase = fields.Optional("passPhrase")) {
         config.passPhrase = passPhrase->Text(kShortestPassPhrase, kLongestPassPhrase);

@@ -8,7 +8,6 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 
 namespace {
 
-constexpr std::size_t kLongestSsid = 32;
 constexpr std::int32_t kWidest = 160;
 
 radio::Wifi::Channel ReadChannel(const json::Reader& reader)
@@ -52,7 +51,7 @@ std::vector<radio::Wifi::Channel> UsualChannels()
 radio::Wifi::Connection ReadConnection(json::Fields& fields)
 {
     radio::Wifi::Connection connection;
-    connection.ssid = fields.Required("ssid").Text(1, kLongestSsid);
+    connection.ssid = fields.Required("ssid").Ssid();
     connection.channel = ReadChannelNumber(fields.Required("channel"));
     return connection;
 }

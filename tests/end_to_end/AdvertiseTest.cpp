@@ -1,6 +1,7 @@
 // Advertising, heard by a scanner.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/end_to_end/Inbox.h>
+#include <tests/support/Bytes.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -23,7 +24,7 @@ Inbox<Silent>& Silences()
     return silences;
 }
 
-Inbox<BleScanResultC>& Results()
+Inbox<BleScanResultC>& Hears()
 {
     static auto& results = *new Inbox<BleScanResultC>;
     return results;
@@ -33,16 +34,14 @@ BleAdvCallbacksC advTable{[](std::int32_t advId, std::int32_t status) {
     Silences().Put({advId, status});
 }};
 BleScanCallbacksC scanTable{nullptr,
-                            [](std::int32_t, BleScanResultC result) { Results().Put(result); }};
-
-using ByteVector = std::vector<std::uint8_t>;
+                            [](std::int32_t, BleScanResultC result) { Hears().Put(result); }};
 
 class Advertise : public ::testing::Test {
   protected:
     Advertise()
     {
         Silences().Clear();
-        Results().Clear();
+        Hears().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~Advertise() override
@@ -98,10 +97,10 @@ TEST_F(Advertise, AScannerHearsDataAndScanResponse)
     const ByteVector data(31, 7);
     const ByteVector response{3, 9, 'm', 'e'};
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {data, response}), 0);
-    BleScanResultC heard = Results().NextThat([](const auto& one) { return !IsResponse(one); });
+    BleScanResultC heard = Hears().NextThat([](const auto& one) { return !IsResponse(one); });
     EXPECT_EQ(heard.address, 0x0A0B0C0D0E0FU);
     EXPECT_EQ(DataOf(heard), data);
-    heard = Results().NextThat(IsResponse);
+    heard = Hears().NextThat(IsResponse);
     EXPECT_EQ(DataOf(heard), response);
     EXPECT_EQ(BleAdvertiser::BleStopAdvertise(id), 0);
 }
@@ -110,7 +109,7 @@ TEST_F(Advertise, AnotherProgramIsHeardToo)
 {
     Listen();
     ChildProcess other(PelaconctlPath(), {"advertise", "--name", "Neighbour"});
-    const BleScanResultC heard = Results().Next();
+    const BleScanResultC heard = Hears().Next();
     std::uint8_t* name = nullptr;
     std::uint32_t length = 0;
     ASSERT_EQ(BleGetAdvDataByType(heard.data, heard.dataLen, 0x09, &name, &length), 0);
@@ -150,7 +149,7 @@ TEST_F(Advertise, IsSilentAfterARestartAndCanStartAgain)
     EXPECT_EQ(told.status, kBleAdvServiceRestart);
     Listen();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {{2, 1, 6}, {}}), 0);
-    EXPECT_EQ(DataOf(Results().Next()), (ByteVector{2, 1, 6}));
+    EXPECT_EQ(DataOf(Hears().Next()), (ByteVector{2, 1, 6}));
 }
 
 TEST_F(Advertise, IdsThatAreGoneAreUnknown)

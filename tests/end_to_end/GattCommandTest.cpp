@@ -20,8 +20,8 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 
 constexpr auto kHere = "0A:0B:0C:0D:0E:0F";
-constexpr auto kStrap = "C0:00:00:00:00:01";
-constexpr auto kRefusing = "C0:00:00:00:00:02";
+constexpr auto kStrapAddress = "C0:00:00:00:00:01";
+constexpr auto kRefusingAddress = "C0:00:00:00:00:02";
 constexpr auto kLeaving = "C0:00:00:00:00:03";
 constexpr auto kFar = "C0:00:00:00:00:04";
 constexpr auto kBare = "C0:00:00:00:00:05";
@@ -99,12 +99,12 @@ class GattCommand : public ::testing::Test {
 
 TEST_F(GattCommand, ServicesAreAskedForOneByOne)
 {
-    const std::string said = Said({"services", kStrap});
+    const std::string said = Said({"services", kStrapAddress});
     EXPECT_THAT(said, AllOf(HasSubstr("180D  Heart Rate\n"), HasSubstr("180F  Battery\n"),
                             Not(HasSubstr("5e1ac0de")), HasSubstr("cannot be asked for a list")));
-    const json told = Told(
-        {"services", kStrap, "--uuid", "5E1AC0DE-0001-4000-8000-000000000000", "--uuid", "1234"});
-    EXPECT_EQ(told["address"], kStrap);
+    const json told = Told({"services", kStrapAddress, "--uuid",
+                            "5E1AC0DE-0001-4000-8000-000000000000", "--uuid", "1234"});
+    EXPECT_EQ(told["address"], kStrapAddress);
     ASSERT_EQ(told["services"].size(), 3U);
     EXPECT_EQ(told["services"][0], json({{"uuid", "180D"},
                                          {"uuid128", "0000180d-0000-1000-8000-00805f9b34fb"},
@@ -117,41 +117,41 @@ TEST_F(GattCommand, ServicesAreAskedForOneByOne)
 
 TEST_F(GattCommand, ReadsAndWrites)
 {
-    EXPECT_EQ(Said({"read", kStrap, "180D", "0x2a38"}), "7772697374 \"wrist\"\n");
-    EXPECT_EQ(Said({"write", kStrap, "180D", "2A38", "00 ff"}), "180D/2A38 is now 00ff\n");
-    EXPECT_EQ(Told({"read", kStrap, "0000180d-0000-1000-8000-00805f9b34fb", "2a38"}),
-              json({{"address", kStrap},
+    EXPECT_EQ(Said({"read", kStrapAddress, "180D", "0x2a38"}), "7772697374 \"wrist\"\n");
+    EXPECT_EQ(Said({"write", kStrapAddress, "180D", "2A38", "00 ff"}), "180D/2A38 is now 00ff\n");
+    EXPECT_EQ(Told({"read", kStrapAddress, "0000180d-0000-1000-8000-00805f9b34fb", "2a38"}),
+              json({{"address", kStrapAddress},
                     {"service", "180D"},
                     {"service128", "0000180d-0000-1000-8000-00805f9b34fb"},
                     {"characteristic", "2A38"},
                     {"characteristic128", "00002a38-0000-1000-8000-00805f9b34fb"},
                     {"value", "00ff"}}));
-    EXPECT_EQ(Told({"write", kStrap, "180D", "2A38", "--text", "hip"})["text"], "hip");
-    EXPECT_EQ(Said({"write", kStrap, "180D", "2A38", ""}), "180D/2A38 is now (empty)\n");
-    EXPECT_EQ(Said({"read", kStrap, "180D", "2A38"}), "(empty)\n");
+    EXPECT_EQ(Told({"write", kStrapAddress, "180D", "2A38", "--text", "hip"})["text"], "hip");
+    EXPECT_EQ(Said({"write", kStrapAddress, "180D", "2A38", ""}), "180D/2A38 is now (empty)\n");
+    EXPECT_EQ(Said({"read", kStrapAddress, "180D", "2A38"}), "(empty)\n");
 }
 
 TEST_F(GattCommand, ShowsTheMtu)
 {
-    EXPECT_EQ(Said({"mtu", kStrap}), "100\n");
-    EXPECT_EQ(Told({"mtu", kStrap}), json({{"address", kStrap}, {"mtu", 100}}));
+    EXPECT_EQ(Said({"mtu", kStrapAddress}), "100\n");
+    EXPECT_EQ(Told({"mtu", kStrapAddress}), json({{"address", kStrapAddress}, {"mtu", 100}}));
 }
 
 TEST_F(GattCommand, SubscribesForSoManyValuesOrSeconds)
 {
-    const std::string said = Said({"subscribe", kStrap, "180D", "2A37", "--count", "3"});
+    const std::string said = Said({"subscribe", kStrapAddress, "180D", "2A37", "--count", "3"});
     EXPECT_THAT(said, AllOf(HasSubstr("  0048\n"), HasSubstr("  0049\n")));
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 4);
-    const json told = Told({"subscribe", kStrap, "180D", "2A37", "--count", "1"});
+    const json told = Told({"subscribe", kStrapAddress, "180D", "2A37", "--count", "1"});
     EXPECT_THAT(told["value"], ::testing::AnyOf("0048", "0049"));
     EXPECT_EQ(told["indication"], false);
     EXPECT_TRUE(told.contains("time"));
-    Said({"subscribe", kStrap, "180D", "2A37", "--seconds", "0.05"});
+    Said({"subscribe", kStrapAddress, "180D", "2A37", "--seconds", "0.05"});
 }
 
 TEST_F(GattCommand, SubscribesUntilCtrlC)
 {
-    ChildProcess subscriber(PelaconctlPath(), {"gatt", "subscribe", kStrap, "180D", "2A37"});
+    ChildProcess subscriber(PelaconctlPath(), {"gatt", "subscribe", kStrapAddress, "180D", "2A37"});
     EXPECT_TRUE(subscriber.WaitForOutput("  0048\n"));
     subscriber.Interrupt();
     EXPECT_EQ(subscriber.Wait(), 0);
@@ -170,24 +170,25 @@ TEST_F(GattCommand, CtrlCEndsAnAttemptToConnect)
 
 TEST_F(GattCommand, FailuresAreSentences)
 {
-    ExpectFailure({"read", kRefusing, "180D", "2A38"}, 1, "refused the connection.");
+    ExpectFailure({"read", kRefusingAddress, "180D", "2A38"}, 1, "refused the connection.");
     ExpectFailure({"read", kNobody, "180D", "2A38"}, 1, "No device with the address");
     ExpectFailure({"mtu", kFar, "--wait", "0.05"}, 4, "did not answer in time.");
-    ExpectFailure({"read", kStrap, "180D", "2A99"}, 1, "refused to read 180D/2A99: there is no");
-    ExpectFailure({"read", kStrap, "180D", "2A37"}, 1, "not permitted");
-    ExpectFailure({"subscribe", kStrap, "180D", "2A38"}, 1, "not permitted");
-    ExpectFailure({"read", kStrap, "heart", "2A37"}, 2, "\"heart\" is no UUID");
+    ExpectFailure({"read", kStrapAddress, "180D", "2A99"}, 1,
+                  "refused to read 180D/2A99: there is no");
+    ExpectFailure({"read", kStrapAddress, "180D", "2A37"}, 1, "not permitted");
+    ExpectFailure({"subscribe", kStrapAddress, "180D", "2A38"}, 1, "not permitted");
+    ExpectFailure({"read", kStrapAddress, "heart", "2A37"}, 2, "\"heart\" is no UUID");
     ExpectFailure({"read", "strap", "180D", "2A37"}, 2, "is no address");
-    ExpectFailure({"write", kStrap, "180D", "2A38"}, 2, "There is no value");
-    ExpectFailure({"write", kStrap, "180D", "2A38", "0"}, 2, "hexadecimal");
-    ExpectFailure({"write", kStrap, "180D", "2A38", std::string(2050, '0')}, 2, "1,024");
-    ExpectFailure({"write", kStrap, "180D", "2A38", "00", "--text", "x"}, 2, "excludes");
+    ExpectFailure({"write", kStrapAddress, "180D", "2A38"}, 2, "There is no value");
+    ExpectFailure({"write", kStrapAddress, "180D", "2A38", "0"}, 2, "hexadecimal");
+    ExpectFailure({"write", kStrapAddress, "180D", "2A38", std::string(2050, '0')}, 2, "1,024");
+    ExpectFailure({"write", kStrapAddress, "180D", "2A38", "00", "--text", "x"}, 2, "excludes");
     ExpectFailure({"serve", "no/such/file"}, 2, "cannot be read");
     EXPECT_EQ(Pelaconctl({"bt", "off"}).exitCode, 0);
-    ExpectFailure({"read", kStrap, "180D", "2A38"}, 5, "Bluetooth");
+    ExpectFailure({"read", kStrapAddress, "180D", "2A38"}, 5, "Bluetooth");
     ExpectFailure({"serve", file}, 5, "Bluetooth");
     service.End();
-    ExpectFailure({"read", kStrap, "180D", "2A38"}, 3, "PelaconService");
+    ExpectFailure({"read", kStrapAddress, "180D", "2A38"}, 3, "PelaconService");
 }
 
 TEST_F(GattCommand, SubscriptionsEndWithTheDevice)

@@ -1,6 +1,7 @@
 // Both GATT roles: one program serves, another reads; here both are this one.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/end_to_end/Inbox.h>
+#include <tests/support/Bytes.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -20,8 +21,6 @@ namespace pelacon::test {
 
 namespace {
 
-using ByteVector = std::vector<std::uint8_t>;
-
 constexpr std::uint64_t kThisMachine = 0x0A0B0C0D0E0F;
 constexpr std::uint64_t kStrap = 0xC00000000001;
 constexpr std::uint64_t kRefusing = 0xC00000000002;
@@ -33,7 +32,7 @@ const std::string kRate = "2a37";
 const std::string kPlace = "2a38";
 const std::string kControl = "2a39";
 
-constexpr auto kWorld = R"({
+constexpr auto kGattWorld = R"({
     "adapter": {"address": "0A:0B:0C:0D:0E:0F", "turnOnMs": 1, "turnOffMs": 1},
     "gatt": {"connectMs": 1, "mtu": 185},
     "peripherals": [
@@ -139,7 +138,7 @@ ByteVector Counting(std::size_t count)
 
 class Gatt : public ::testing::Test {
   protected:
-    Gatt() : Gatt(kWorld) {}
+    Gatt() : Gatt(kGattWorld) {}
 
     explicit Gatt(const std::string& world) : service(world)
     {

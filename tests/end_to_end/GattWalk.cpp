@@ -2,6 +2,7 @@
 #include <protocol/ServiceStatus.h>
 #include <tests/end_to_end/GattWalk.h>
 #include <tests/end_to_end/Inbox.h>
+#include <tests/support/Bytes.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -21,8 +22,6 @@ namespace pelacon::test {
 
 namespace {
 
-using ByteVector = std::vector<std::uint8_t>;
-
 // The service's statuses, as numbers: those of the library are another enumeration.
 constexpr std::int32_t kStatusDone = protocol::kStatusDone;
 constexpr std::int32_t kStatusUnknownId = protocol::kStatusUnknownId;
@@ -30,28 +29,28 @@ constexpr std::int32_t kStatusInvalidArgument = protocol::kStatusInvalidArgument
 constexpr std::int32_t kStatusNotConnected = protocol::kStatusNotConnected;
 constexpr std::int32_t kStatusNotFound = protocol::kStatusNotFound;
 
-constexpr std::uint64_t kHere = 0x0A0B0C0D0E0F;
+constexpr std::uint64_t kOwnAddress = 0x0A0B0C0D0E0F;
 constexpr std::uint64_t kDevice = 0xC00000000001;
 constexpr std::size_t kMostWalkers = 8;
 
 /// What a callback told one walker: what it was, a number that goes with it, and data.
-struct Told {
+struct WalkEvent {
     std::string what;
     std::int64_t number = 0;
     ByteVector data = {};
 
-    bool operator==(const Told&) const = default;
+    bool operator==(const WalkEvent&) const = default;
 };
 
-void PrintTo(const Told& told, std::ostream* out)
+void PrintTo(const WalkEvent& told, std::ostream* out)
 {
     *out << told.what << " " << told.number << " " << ::testing::PrintToString(told.data);
 }
 
 /// What the walker's client and its server were told, each in its order.
 struct Inboxes {
-    Inbox<Told> client;
-    Inbox<Told> server;
+    Inbox<WalkEvent> client;
+    Inbox<WalkEvent> server;
 };
 
 Inboxes& InboxesOf(std::size_t walker)
@@ -68,7 +67,7 @@ class Clients {
         const std::lock_guard lock(mutex_);
         walkers_[id] = walker;
     }
-    Inbox<Told>& InboxOf(std::int32_t id)
+    Inbox<WalkEvent>& InboxOf(std::int32_t id)
     {
         const std::lock_guard lock(mutex_);
         return InboxesOf(walkers_.at(id)).client;
@@ -85,7 +84,7 @@ Clients& TheClients()
     return clients;
 }
 
-BtGattClientCallbacksC clientTable{
+BtGattClientCallbacksC walkingClient{
     [](std::int32_t id, std::int32_t state, std::int32_t reason) {
         TheClients().InboxOf(id).Put({"state", state * 1000 + reason});
     },
@@ -97,14 +96,14 @@ BtGattClientCallbacksC clientTable{
 /// Callbacks of servers have no id: each walker has tables of its own. Connections of other walkers
 /// are of no interest.
 template <std::size_t Walker>
-BtGattServerCallbacksC serverTable{nullptr, nullptr,
-                                   [](std::uint64_t, std::uint32_t status) {
-                                       InboxesOf(Walker).server.Put({"sent", status});
-                                   },
-                                   nullptr};
+BtGattServerCallbacksC walkingServer{nullptr, nullptr,
+                                     [](std::uint64_t, std::uint32_t status) {
+                                         InboxesOf(Walker).server.Put({"sent", status});
+                                     },
+                                     nullptr};
 
 template <std::size_t Walker>
-BtGattCharCallbacksC charTable{
+BtGattCharCallbacksC walkingChar{
     [](std::uint64_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen) {
         InboxesOf(Walker).server.Put({"read", 0, {data, data + dataLen}});
     },
@@ -120,7 +119,7 @@ struct Tables {
 template <std::size_t... Walker>
 Tables TablesOf(std::size_t walker, std::index_sequence<Walker...> /*all*/)
 {
-    const Tables all[] = {{&serverTable<Walker>, &charTable<Walker>}...};
+    const Tables all[] = {{&walkingServer<Walker>, &walkingChar<Walker>}...};
     return all[walker];
 }
 
@@ -205,8 +204,14 @@ class Walker {
         return value;
     }
 
-    void ExpectClientTold(const Told& told) { EXPECT_EQ(InboxesOf(number_).client.Next(), told); }
-    void ExpectServerTold(const Told& told) { EXPECT_EQ(InboxesOf(number_).server.Next(), told); }
+    void ExpectClientTold(const WalkEvent& told)
+    {
+        EXPECT_EQ(InboxesOf(number_).client.Next(), told);
+    }
+    void ExpectServerTold(const WalkEvent& told)
+    {
+        EXPECT_EQ(InboxesOf(number_).server.Next(), told);
+    }
 
     // ---- The model
 
@@ -252,9 +257,9 @@ class Walker {
     void Connect()
     {
         const bool isHere = Any(2) == 0;
-        ASSERT_EQ(
-            BleGattClient::BleGattClientConnect(client_, isHere ? kHere : kDevice, &clientTable),
-            0);
+        ASSERT_EQ(BleGattClient::BleGattClientConnect(client_, isHere ? kOwnAddress : kDevice,
+                                                      &walkingClient),
+                  0);
         if (IsUp()) {
             ExpectClientTold({"state", kIsEnded});
         }
@@ -440,10 +445,10 @@ class Walker {
 /// connections to it last.
 void ServeAlways()
 {
-    static BtGattServerCallbacksC table{};
+    static BtGattServerCallbacksC callbacks{};
     std::int32_t server = 0;
     std::int32_t handle = 0;
-    ASSERT_EQ(BleGattServer::BleGattServerRegister(&table, &server), 0);
+    ASSERT_EQ(BleGattServer::BleGattServerRegister(&callbacks, &server), 0);
     ASSERT_EQ(BleGattServer::BleGattServerAddService(server, "b000", &handle), 0);
     ASSERT_EQ(BleGattServer::BleGattServerStartService(server, handle), 0);
 }

@@ -28,7 +28,7 @@ constexpr int kNoAnswer = 4;
 constexpr int kRadioOff = 5;
 constexpr int kInterrupted = 130;
 
-constexpr char kWorld[] = R"({
+constexpr char kGroupWorld[] = R"({
     "wifi": {"address": "12:34:56:78:9A:BC", "connected": {"ssid": "Home", "channel": 36},
              "channels": [{"channel": 6, "load": 10}, {"channel": 36, "load": 20},
                           {"channel": 149, "load": 5}]},
@@ -99,7 +99,7 @@ class PelaconctlGroup : public ::testing::Test {
         return Pelaconctl(arguments);
     }
 
-    std::optional<ServiceProcess> service_{kWorld};
+    std::optional<ServiceProcess> service_{kGroupWorld};
 };
 
 TEST_F(PelaconctlGroup, MakesDescribesAndRemovesOne)
@@ -306,7 +306,7 @@ TEST_F(PelaconctlGroup, ACreationThatIsNotAnsweredIsTakenBack)
 {
     Fault("Vod2dCreateGroup", "empty");
     ExpectFailure({"create"}, kNoAnswer, "did not make a group in time");
-    StartService(kWorld);
+    StartService(kGroupWorld);
     Service().Command(
         {{"command", "fault.add"},
          {"fault", {{"request", "Vod2dCreateGroup"}, {"do", "empty"}, {"perform", true}}}});

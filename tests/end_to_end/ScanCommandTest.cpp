@@ -19,7 +19,7 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr char kWorld[] = R"({
+constexpr char kScanWorld[] = R"({
     "adapter": {"turnOnMs": 1, "turnOffMs": 1},
     "peripherals": [
         {"address": "C0:00:00:00:00:01", "name": "Thermometer", "rssi": -58,
@@ -45,7 +45,7 @@ std::vector<std::string> LinesOf(const std::string& text)
 
 class ScanCommand : public ::testing::Test {
   protected:
-    ServiceProcess service{kWorld};
+    ServiceProcess service{kScanWorld};
 };
 
 // ---- scan

@@ -53,7 +53,7 @@ Inbox<Status>& Statuses()
     return statuses;
 }
 
-BleScanCallbacksC table{
+BleScanCallbacksC listenerTable{
     [](std::int32_t id, std::int32_t status) {
         Statuses().Put({id, status});
     },
@@ -79,7 +79,7 @@ class Scan : public ::testing::Test {
         PelaconSvcStop();
     }
 
-    int Register(BleScanCallbacksC* callbacks = &table)
+    int Register(BleScanCallbacksC* callbacks = &listenerTable)
     {
         int id = 0;
         EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(callbacks, &id), 0);
@@ -255,7 +255,7 @@ TEST_F(Scan, WithoutAServiceThereIsNoAnswer)
     EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanBalanced), kBleStatusNoReply);
     EXPECT_EQ(BleScanner::StopBleScan(id), kBleStatusNoReply);
     int other = 77;
-    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(&table, &other), kBleStatusNoReply);
+    EXPECT_EQ(BleScanner::BleScanRegisterCallbacks(&listenerTable, &other), kBleStatusNoReply);
     EXPECT_EQ(other, 77);
     PelaconSvcStop();
     EXPECT_EQ(BleScanner::StopBleScan(id), kBleStatusFailed);

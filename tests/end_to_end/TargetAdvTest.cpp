@@ -23,7 +23,7 @@ Inbox<Received>& All()
 }
 
 template <int Table>
-VoviewRecvAdvCallbacksC table{[](TargetAdvInfo info) {
+VoviewRecvAdvCallbacksC targetTable{[](TargetAdvInfo info) {
     All().Put({Table, info});
 }};
 
@@ -55,8 +55,8 @@ class TargetAdv : public ::testing::Test {
 
 TEST_F(TargetAdv, ReachesItsBusinessOnly)
 {
-    Register(41, &table<1>);
-    Register(42, &table<2>);
+    Register(41, &targetTable<1>);
+    Register(42, &targetTable<2>);
     const TargetAdvInfo info = Info(42, 0xA5);
     EXPECT_EQ(BleScanner::BleOnRecvVoviewData(info), 0);
     const Received received = All().Next();
@@ -71,7 +71,7 @@ TEST_F(TargetAdv, ReachesItsBusinessOnly)
 
 TEST_F(TargetAdv, TravelsBetweenPrograms)
 {
-    Register(43, &table<3>);
+    Register(43, &targetTable<3>);
     const CommandResult sent = Pelaconctl({"targets", "send", "43", "0a0b"});
     EXPECT_EQ(sent.exitCode, 0) << sent.errors;
     const Received received = All().Next();
@@ -84,7 +84,7 @@ TEST_F(TargetAdv, TravelsBetweenPrograms)
 
 TEST_F(TargetAdv, IsHeardAgainAfterARestart)
 {
-    Register(44, &table<4>);
+    Register(44, &targetTable<4>);
     service.Restart();
     EXPECT_TRUE(Eventually([&] {
         return service.Command({{"command", "status"}})["targetedAdvertisements"]["listeners"] == 1;

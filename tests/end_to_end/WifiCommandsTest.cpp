@@ -28,7 +28,7 @@ constexpr int kNoAnswer = 4;
 constexpr int kRadioOff = 5;
 constexpr int kInterrupted = 130;
 
-constexpr char kWorld[] = R"({
+constexpr char kWifiWorld[] = R"({
     "wifi": {"switchMs": 1, "channels": [{"channel": 1}, {"channel": 6}, {"channel": 149}],
              "connected": {"ssid": "Home", "channel": 149}},
     "softAp": {"ssid": "Desk AP", "passPhrase": "eight letters", "address": "AA:BB:CC:DD:EE:0F",
@@ -85,7 +85,7 @@ class WifiCommands : public ::testing::Test {
         service.emplace(world);
     }
 
-    std::optional<ServiceProcess> service{std::in_place, kWorld};
+    std::optional<ServiceProcess> service{std::in_place, kWifiWorld};
 };
 
 // ---- ap

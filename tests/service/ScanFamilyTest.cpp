@@ -20,7 +20,7 @@ using protocol::kStatusUnknownId;
 using ::testing::ElementsAre;
 
 enum Policy : std::int32_t { kLowPower = 0, kBalanced = 1, kLowLatency = 2 };
-enum Status : std::int32_t { kStarted = 0, kStopped = 1, kAdapterOff = 2, kRestarted = 3 };
+enum Status : std::int32_t { kStarted = 0, kStopped = 1, kStoppedAdapterOff = 2, kRestarted = 3 };
 enum Kind : std::int32_t { kConnectable = 0, kScannable = 1, kNonConnectable = 2, kResponse = 3 };
 
 constexpr std::uint64_t kLamp = 0xC00000000001;
@@ -205,8 +205,8 @@ TEST_F(ScanFamilyTest, AnAdapterThatIsSwitchedOffStopsScansAndSaysSo)
     NextStatus(client);
     NextStatus(other);
     EXPECT_EQ(client.Call(protocol::kBtDisable)->status, kStatusDone);
-    EXPECT_EQ(NextStatus(client), std::pair(scanning, std::int32_t{kAdapterOff}));
-    EXPECT_EQ(NextStatus(other), std::pair(others, std::int32_t{kAdapterOff}));
+    EXPECT_EQ(NextStatus(client), std::pair(scanning, std::int32_t{kStoppedAdapterOff}));
+    EXPECT_EQ(NextStatus(other), std::pair(others, std::int32_t{kStoppedAdapterOff}));
     EXPECT_EQ(Start(client, scanning), kStatusRadioOff);
 
     EXPECT_TRUE(Eventually([&] {
@@ -443,7 +443,7 @@ TEST_F(ScanFamilyTest, AListenerThatIsHeldWhileTheAdapterIsOffIsToldSo)
     protocol::RepairRequest held{};
     held.scannerIds[0] = 71;
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
-    EXPECT_EQ(NextStatus(client), std::pair(71, std::int32_t{kAdapterOff}));
+    EXPECT_EQ(NextStatus(client), std::pair(71, std::int32_t{kStoppedAdapterOff}));
     EXPECT_EQ(Start(client, 71), kStatusRadioOff) << "but it is known";
 }
 

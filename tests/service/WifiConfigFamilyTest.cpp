@@ -16,7 +16,7 @@ using protocol::kStatusDone;
 using protocol::kStatusInvalidArgument;
 using protocol::kStatusNotFound;
 
-constexpr char kWorld[] = R"({
+constexpr char kWifiWorld[] = R"({
     "wifi": {"address": "12:34:56:78:9A:BC", "switchMs": 1,
              "channels": [{"channel": 6, "load": 10}, {"channel": 36, "load": 20}]},
     "group": {"creation": {"ms": 1}, "removeMs": 1},
@@ -27,7 +27,7 @@ constexpr char kWorld[] = R"({
 
 class WifiConfigFamilyTest : public ServiceTest {
   protected:
-    WifiConfigFamilyTest() { StartService(kWorld); }
+    WifiConfigFamilyTest() { StartService(kWifiWorld); }
 
     static std::int32_t Set(TestClient& client, std::int32_t type, const std::string& text)
     {

@@ -6,13 +6,13 @@
 namespace pelacon::service::tests {
 namespace {
 
-constexpr char kWorld[] = R"({"wifi": {"switchMs": 1}, "phone": {"connectionChannel": 6}})";
+constexpr char kSwitchWorld[] = R"({"wifi": {"switchMs": 1}, "phone": {"connectionChannel": 6}})";
 
 enum State : std::int32_t { kOff = 1, kOn = 2 };
 
 class WifiStateFamilyTest : public ServiceTest {
   protected:
-    WifiStateFamilyTest() { StartService(kWorld); }
+    WifiStateFamilyTest() { StartService(kSwitchWorld); }
 
     static std::int32_t StateOf(TestClient& client)
     {

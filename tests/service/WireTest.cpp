@@ -9,7 +9,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-struct Pair {
+struct Padded {
     std::int32_t one;
     std::int32_t other;
 };
@@ -18,16 +18,16 @@ TEST(WireTest, AShortPayloadIsReadAsIfZerosFollowed)
 {
     // In storage of exactly its length, so that reading further would be seen.
     const std::unique_ptr<std::uint8_t[]> payload(new std::uint8_t[5]{1, 0, 0, 0, 7});
-    const Pair pair = ReadPadded<Pair>({payload.get(), 5});
+    const Padded pair = ReadPadded<Padded>({payload.get(), 5});
     EXPECT_EQ(pair.one, 1);
     EXPECT_EQ(pair.other, 7);
-    EXPECT_EQ(ReadPadded<Pair>({}).one, 0);
+    EXPECT_EQ(ReadPadded<Padded>({}).one, 0);
 }
 
 TEST(WireTest, ALongPayloadIsReadAsFarAsTheRecordGoes)
 {
     const Bytes payload{1, 0, 0, 0, 2, 0, 0, 0, 3};
-    EXPECT_EQ(ReadPadded<Pair>(payload).other, 2);
+    EXPECT_EQ(ReadPadded<Padded>(payload).other, 2);
 }
 
 TEST(WireTest, TextEndsAtItsNulOrItsField)
@@ -50,7 +50,7 @@ TEST(WireTest, TextIsCutToItsFieldAndZerosFollowIt)
 
 TEST(WireTest, ARecordsBytesAreAllOfIt)
 {
-    const Pair pair{1, 2};
+    const Padded pair{1, 2};
     EXPECT_EQ(AsBytes(pair).size(), 8U);
     EXPECT_EQ(AsBytes(pair)[4], 2);
 }

@@ -37,7 +37,7 @@ std::string Text(const char (&field)[Size])
 
 /// The first `length` bytes of a field, or all of it where it has fewer.
 template <std::size_t Size, typename Length>
-std::string Bytes(const std::uint8_t (&field)[Size], Length length)
+std::string HexText(const std::uint8_t (&field)[Size], Length length)
 {
     const auto wanted = length > Length{0} ? static_cast<std::size_t>(length) : 0;
     return FormatHex(Payload(field).first(std::min(wanted, Size)));
@@ -61,7 +61,7 @@ Json Fields(const protocol::ScanResultRecord& record)
     return {{"address", FormatAddress(result.address)},
             {"rssi", result.rssi},
             {"eventType", result.eventType},
-            {"data", Bytes(result.data, result.dataLength)}};
+            {"data", HexText(result.data, result.dataLength)}};
 }
 
 Json Fields(const protocol::TargetAdvRecord& record)
@@ -79,7 +79,7 @@ Json Fields(const protocol::GattValueRecord& record)
     return {{"client", record.clientId},
             {"service", Text(record.serviceUuid)},
             {"characteristic", Text(record.charUuid)},
-            {"value", Bytes(record.value, record.dataLen)},
+            {"value", HexText(record.value, record.dataLen)},
             {"status", record.status}};
 }
 
@@ -99,12 +99,12 @@ Json Fields(const protocol::GattPeerRequestRecord& record)
     return {{"server", record.serverId},
             {"peer", FormatAddress(record.peer)},
             {"characteristic", Text(record.charUuid)},
-            {"data", Bytes(record.data, record.dataLen)}};
+            {"data", HexText(record.data, record.dataLen)}};
 }
 
 Json Fields(const protocol::WifiCfg& record)
 {
-    return {{"type", record.type}, {"data", Bytes(record.blob, record.length)}};
+    return {{"type", record.type}, {"data", HexText(record.blob, record.length)}};
 }
 
 Json Fields(const protocol::CardStateChange& record)

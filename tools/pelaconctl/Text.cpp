@@ -35,7 +35,7 @@ bool IsSeparator(char character)
 }
 
 /// The bytes, or nothing when the text is something else. Both digits of a byte stand together.
-std::optional<std::vector<std::uint8_t>> Bytes(std::string_view text)
+std::optional<std::vector<std::uint8_t>> BytesOf(std::string_view text)
 {
     std::vector<std::uint8_t> bytes;
     for (std::size_t at = 0; at < text.size();) {
@@ -117,7 +117,7 @@ constexpr auto kLower = "0123456789abcdef";
 
 std::uint64_t ParseAddress(std::string_view text)
 {
-    const auto bytes = Bytes(text);
+    const auto bytes = BytesOf(text);
     if (!bytes || bytes->size() != kAddressBytes) {
         throw Failure(ExitStatus::kUsage, "\"" + std::string(text) +
                                               "\" is no address: six bytes in hexadecimal, such "
@@ -146,7 +146,7 @@ std::vector<std::uint8_t> ParseHex(std::string_view text)
     if (digits.starts_with("0x") || digits.starts_with("0X")) {
         digits.remove_prefix(2);
     }
-    auto bytes = Bytes(digits);
+    auto bytes = BytesOf(digits);
     if (!bytes) {
         throw Failure(
             ExitStatus::kUsage,

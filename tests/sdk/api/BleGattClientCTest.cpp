@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleGattClient.h>
+#include <tests/sdk/GattIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <array>
@@ -14,22 +15,12 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kClient = 7;
-constexpr auto kService = "180d";
-constexpr auto kChar = "2a37";
-const std::string kTooLong(37, 'a');
-
-Bytes Ids()
-{
-    return Bytes().I32(kClient).Text(kService, 37).Text(kChar, 37);
-}
-
 /// The C form: what it adds to the members.
 class BleGattClientCTest : public SdkTest {
   protected:
     void ReplyToRead(const ByteVector& value, std::uint32_t dataLen, std::int32_t status)
     {
-        channel.Reply(0xD7004E, Ids().Raw(value, 1024).Zeros(2).U32(dataLen).I32(status));
+        channel.Reply(0xD7004E, ClientIds().Raw(value, 1024).Zeros(2).U32(dataLen).I32(status));
     }
 
     void ExpectRefused(const char* function)
@@ -87,7 +78,7 @@ TEST_F(BleGattClientCTest, RegisterNotification)
 {
     channel.Reply(0xD70052, Bytes().I32(9));
     EXPECT_EQ(BleGattClientRegisterNotification(kClient, kService, kChar, true), 9);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70052, Ids().U8(1).Zeros(1), 10000));
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70052, ClientIds().U8(1).Zeros(1), 10000));
 }
 
 TEST_F(BleGattClientCTest, NullTextsAreRefused)
@@ -203,7 +194,7 @@ TEST_F(BleGattClientCTest, WritesValuesOfEveryLength)
         EXPECT_EQ(BleGattClientWriteCharacteristic(kClient, kService, kChar, value.data(), length),
                   0);
         EXPECT_THAT(channel.OnlyRequest(),
-                    RequestIs(0xD70050, Ids().Raw(value, 1024).Zeros(2).U32(length), 10000));
+                    RequestIs(0xD70050, ClientIds().Raw(value, 1024).Zeros(2).U32(length), 10000));
         ForgetWhatHappened();
     }
 }
@@ -212,7 +203,7 @@ TEST_F(BleGattClientCTest, WritesNothingFromNoBuffer)
 {
     channel.Reply(0xD70050, Bytes().I32(0));
     EXPECT_EQ(BleGattClientWriteCharacteristic(kClient, kService, kChar, nullptr, 0), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70050, Ids().Zeros(1024 + 2 + 4), 10000));
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70050, ClientIds().Zeros(1024 + 2 + 4), 10000));
 }
 
 TEST_F(BleGattClientCTest, WritesNoMoreThan1024Bytes)

@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleGattClient.h>
+#include <tests/sdk/GattIds.h>
 #include <tests/sdk/api/GattOperation.h>
 #include <tests/support/SdkTest.h>
 
@@ -12,20 +13,10 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kClient = 0x01020304;
-const std::string kService = "0000180d-0000-1000-8000-00805f9b34fb";  // exactly 36 characters
-const std::string kChar = "2a37";
-const std::string kTooLong(37, 'a');
-
-Bytes Ids()
-{
-    return Bytes().I32(kClient).Text(kService, 37).Text(kChar, 37);
-}
-
 /// A read's answer with this value and status.
 Bytes ReadReply(const ByteVector& value, std::uint32_t dataLen, std::int32_t status)
 {
-    return Ids().Raw(value, 1024).Zeros(2).U32(dataLen).I32(status);
+    return ClientIds().Raw(value, 1024).Zeros(2).U32(dataLen).I32(status);
 }
 
 ByteVector Status(std::int32_t status)
@@ -89,7 +80,7 @@ std::vector<GattOperation> Operations()
          .reply = Status},
         Reporting({.name = "BleGattClientReadCharacteristic",
                    .id = 0xD7004E,
-                   .payload = Ids().Zeros(2),
+                   .payload = ClientIds().Zeros(2),
                    .call =
                        [] {
                            return BleGattClient::BleGattClientReadCharacteristic(kClient, kService,
@@ -102,7 +93,7 @@ std::vector<GattOperation> Operations()
                   5, kClient, kChar),
         Reporting({.name = "BleGattClientWriteCharacteristic",
                    .id = 0xD70050,
-                   .payload = Ids().Raw({9, 0, 8}, 1024).Zeros(2).U32(3),
+                   .payload = ClientIds().Raw({9, 0, 8}, 1024).Zeros(2).U32(3),
                    .call =
                        [] {
                            return BleGattClient::BleGattClientWriteCharacteristic(kClient, kService,
@@ -113,7 +104,7 @@ std::vector<GattOperation> Operations()
                   4, kClient, kChar),
         Reporting({.name = "BleGattClientRegisterNotification",
                    .id = 0xD70052,
-                   .payload = Ids().U8(1).Zeros(1),
+                   .payload = ClientIds().U8(1).Zeros(1),
                    .call =
                        [] {
                            return BleGattClient::BleGattClientRegisterNotification(
@@ -291,7 +282,7 @@ TEST_F(BleGattClientTest, WritesValuesOfEveryLength)
         EXPECT_THAT(
             channel.OnlyRequest(),
             RequestIs(0xD70050,
-                      Ids().Raw(value, 1024).Zeros(2).U32(static_cast<std::uint32_t>(length)),
+                      ClientIds().Raw(value, 1024).Zeros(2).U32(static_cast<std::uint32_t>(length)),
                       10000));
         ForgetWhatHappened();
     }
@@ -301,7 +292,7 @@ TEST_F(BleGattClientTest, RegisterNotificationSaysWhetherToTell)
 {
     channel.Reply(0xD70052, Bytes().I32(0));
     BleGattClient::BleGattClientRegisterNotification(kClient, kService, kChar, false);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70052, Ids().Zeros(2), 10000));
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70052, ClientIds().Zeros(2), 10000));
 }
 
 TEST_F(BleGattClientTest, ReadsValuesOfEveryLength)

@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleGattServer.h>
+#include <tests/sdk/GattIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -11,24 +12,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr std::int32_t kServer = 7;
-constexpr std::int32_t kHandle = 8;
-constexpr std::uint64_t kPeer = 0x1122334455667788;
-const std::string kTooLong(37, 'a');
-
-Bytes Publish(const std::string& uuid, const ByteVector& value)
-{
-    return Bytes()
-        .I32(kServer)
-        .I32(kHandle)
-        .Text(uuid, 37)
-        .Raw(value, 1024)
-        .Zeros(3)
-        .U32(static_cast<std::uint32_t>(value.size()))
-        .Zeros(4)
-        .U64(kPeer);
-}
 
 /// The C form: what it adds to the members.
 class BleGattServerCTest : public SdkTest {};

@@ -1,5 +1,6 @@
 #include <PelaconSDK/BleGattClient.h>
 #include <PelaconSDK/BleGattServer.h>
+#include <tests/sdk/GattIds.h>
 #include <tests/sdk/api/GattOperation.h>
 #include <tests/support/SdkTest.h>
 
@@ -15,11 +16,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kServer = 0x01020304;
-constexpr std::int32_t kHandle = 0x05060708;
-constexpr std::uint64_t kPeer = 0x1122334455667788;
 const std::string kUuid = "0000180d-0000-1000-8000-00805f9b34fb";  // exactly 36 characters
-const std::string kTooLong(37, 'a');
 
 ByteVector Status(std::int32_t status)
 {
@@ -30,14 +27,9 @@ ByteVector ValueAndStatus(std::int32_t status)
     return Bytes().I32(77).I32(status);
 }
 
-Bytes Handle()
-{
-    return Bytes().I32(kServer).I32(kHandle);
-}
-
 Bytes AddCharacteristic(const std::string& uuid, std::int32_t flags, const ByteVector& value)
 {
-    return Handle()
+    return ServerIds()
         .Text(uuid, 37)
         .Zeros(3)
         .I32(flags)
@@ -45,17 +37,6 @@ Bytes AddCharacteristic(const std::string& uuid, std::int32_t flags, const ByteV
         .Raw(value, 1024)
         .U32(static_cast<std::uint32_t>(value.size()))
         .Zeros(4);
-}
-
-Bytes Publish(const std::string& uuid, const ByteVector& value)
-{
-    return Handle()
-        .Text(uuid, 37)
-        .Raw(value, 1024)
-        .Zeros(3)
-        .U32(static_cast<std::uint32_t>(value.size()))
-        .Zeros(4)
-        .U64(kPeer);
 }
 
 BLECharacteristicInfo& Info(std::string uuid, ByteVector value)
@@ -110,7 +91,7 @@ std::vector<GattOperation> Operations()
                 [] { return BleGattServer::BleGattServerAddService(kServer, kUuid, &output); },
                 ValueAndStatus),
             2, kUuid, kServer, 0),
-        Operation("BleGattServerDeleteService", 0xD70071, Handle(),
+        Operation("BleGattServerDeleteService", 0xD70071, ServerIds(),
                   [] { return BleGattServer::BleGattServerDeleteService(kServer, kHandle); }),
         Reporting(Operation("BleGattServerAddCharacteristic", 0xD70072,
                             AddCharacteristic("2a37", -6, {1, 0, 2}),
@@ -120,10 +101,10 @@ std::vector<GattOperation> Operations()
                             }),
                   4, "2a37", kServer, kHandle),
         Reporting(
-            Operation("BleGattServerStartService", 0xD70073, Handle(),
+            Operation("BleGattServerStartService", 0xD70073, ServerIds(),
                       [] { return BleGattServer::BleGattServerStartService(kServer, kHandle); }),
             3, "NA", kServer, kHandle),
-        Operation("BleGattServerStopService", 0xD70074, Handle(),
+        Operation("BleGattServerStopService", 0xD70074, ServerIds(),
                   [] { return BleGattServer::BleGattServerStopService(kServer, kHandle); }),
         Operation("BleGattServerPublishNotify", 0xD70075, Publish("2a37", {1, 0, 2}),
                   [] {

@@ -24,16 +24,13 @@ constexpr std::int32_t kIncrease = 0xD70036;
 constexpr std::int32_t kDecrease = 0xD70037;
 constexpr std::int32_t kCoexist = 0xD7007D;
 constexpr std::int32_t kRecommend = 0xD7007E;
-constexpr std::int32_t kConnNotify = 0xD7007F;
 constexpr std::int32_t kScene = 0xD70080;
-constexpr std::int32_t kRegisterCfg = 0xD70081;
 constexpr std::int32_t kGuid = 0xD70082;
-constexpr std::int32_t kCardState = 0xD70083;
 
 // What members are called with where it does not matter.
-std::uint8_t blob[512];
-char text[256];
-std::int32_t number = 0;
+std::uint8_t anyBlob[512];
+char anyText[256];
+std::int32_t anyNumber = 0;
 RecommendChannelResponse response;
 WifiCardStateInfo card;
 Vod2dWifiCfgCallback cfgTable;
@@ -88,7 +85,8 @@ std::vector<Vod2dMember> Members()
          answer},
         {"Vod2dGetSelfWifiCfgInfo",
          [] {
-             return Vod2dApi::Vod2dGetSelfWifiCfgInfo(static_cast<SelfCfgType>(7), blob, &number);
+             return Vod2dApi::Vod2dGetSelfWifiCfgInfo(static_cast<SelfCfgType>(7), anyBlob,
+                                                      &anyNumber);
          },
          kGetSelf, Bytes().I32(7), SelfReply({}, 0, 42)},
         {"Vod2dSetPeerWifiCfgInfo",
@@ -98,7 +96,7 @@ std::vector<Vod2dMember> Members()
          },
          kSetPeer, Bytes().I32(-7).Raw(Counting(3), 512).I32(3), answer},
         {"Vod2dGetIfaceCoexistCap",
-         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(text, &number); },
+         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(anyText, &anyNumber); },
          kCoexist,
          {},
          CoexistReply("", 0, 42)},
@@ -117,20 +115,20 @@ std::vector<Vod2dMember> Members()
         {"Vod2dSetWifiCardStateNotify",
          [] {
              card = {3, -4};
-             return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, &number, &cardTable);
+             return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, &anyNumber, &cardTable);
          },
-         kCardState, Bytes().I32(3).I32(-4), CardReply({}, 0, 42)},
+         kSetCardState, Bytes().I32(3).I32(-4), CardReply({}, 0, 42)},
         {"Vod2dSetConnNotify",
          [] {
              const ByteVector bytes = Counting(32);
              std::memcpy(&connRequest, bytes.data(), sizeof connRequest);
              return Vod2dApi::Vod2dSetConnNotify(&connRequest, &cfgTable);
          },
-         kConnNotify, Counting(32), answer},
+         kSetConnNotify, Counting(32), answer},
         {"Vod2dSetUpperScene", [] { return Vod2dApi::Vod2dSetUpperScene(ifName, 5, Scene()); },
          kScene, SceneRequest("wlan0", 5), answer},
         {"GetGuidByInterfaceName",
-         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 39, text); }, kGuid,
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 39, anyText); }, kGuid,
          Bytes().Text("wlan0").U8(0), Bytes().Zeros(44).I32(42)},
     };
 }
@@ -150,25 +148,26 @@ TEST_F(Vod2dArguments, OfConfigurationsAreRefused)
     std::uint8_t large[513] = {};
     const Vod2dRefusal refusals[] = {
         {"Vod2dGetSelfWifiCfgInfo",
-         [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, nullptr, &number); }, -1, 3,
+         [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, nullptr, &anyNumber); }, -1, 3,
          "cfgData is nullptr, return"},
         {"Vod2dGetSelfWifiCfgInfo",
-         [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, blob, nullptr); }, -1, 3,
+         [&] { return Vod2dApi::Vod2dGetSelfWifiCfgInfo(self, anyBlob, nullptr); }, -1, 3,
          "len is nullptr, return"},
         {"Vod2dSetPeerWifiCfgInfo",
          [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, nullptr, 3); }, -1, 3,
          "cfgData is nullptr, return"},
         {"Vod2dSetPeerWifiCfgInfo",
-         [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, blob, -1); }, -1, 4,
+         [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, anyBlob, -1); }, -1, 4,
          "cfgData len is invalid"},
         {"Vod2dSetPeerWifiCfgInfo",
          [&] { return Vod2dApi::Vod2dSetPeerWifiCfgInfo(peer, large, 513); }, -16, 4,
          "memcpy failed!"},
         {"Vod2dGetIfaceCoexistCap",
-         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(nullptr, &number); }, -1, 3,
+         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(nullptr, &anyNumber); }, -1, 3,
          "ifaceCoexCap is nullptr, return"},
-        {"Vod2dGetIfaceCoexistCap", [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(text, nullptr); },
-         -1, 3, "validLen is nullptr, return"},
+        {"Vod2dGetIfaceCoexistCap",
+         [] { return Vod2dApi::Vod2dGetIfaceCoexistCap(anyText, nullptr); }, -1, 3,
+         "validLen is nullptr, return"},
         {"Vod2dRegisterWifiCfgCallback",
          [] { return Vod2dApi::Vod2dRegisterWifiCfgCallback(nullptr); }, -1, 3,
          "callback is nullptr, return"},
@@ -188,11 +187,11 @@ TEST_F(Vod2dArguments, OfConfigurationsAreRefused)
          [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, nullptr, &cardTable); }, -1, 3,
          "curState is nullptr, return"},
         {"Vod2dSetWifiCardStateNotify",
-         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, &number, nullptr); }, -1, 3,
+         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(&card, &anyNumber, nullptr); }, -1, 3,
          "callback is nullptr, return"},
         {"Vod2dSetWifiCardStateNotify",
-         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(nullptr, &number, &cardTable); }, -1, 3,
-         "info is nullptr, return"},
+         [] { return Vod2dApi::Vod2dSetWifiCardStateNotify(nullptr, &anyNumber, &cardTable); }, -1,
+         3, "info is nullptr, return"},
         {"Vod2dSetConnNotify", [] { return Vod2dApi::Vod2dSetConnNotify(nullptr, &cfgTable); }, -1,
          3, "request is nullptr, return"},
         {"Vod2dSetConnNotify", [] { return Vod2dApi::Vod2dSetConnNotify(&connRequest, nullptr); },
@@ -202,16 +201,16 @@ TEST_F(Vod2dArguments, OfConfigurationsAreRefused)
         {"Vod2dSetUpperScene", [] { return Vod2dApi::Vod2dSetUpperScene(ifName, -1, Scene()); }, -1,
          4, "ifName len is invalid"},
         {"GetGuidByInterfaceName",
-         [] { return Vod2dApi::GetGuidByInterfaceName(nullptr, 5, 39, text); }, -1, 3,
+         [] { return Vod2dApi::GetGuidByInterfaceName(nullptr, 5, 39, anyText); }, -1, 3,
          "ifName is nullptr, return"},
         {"GetGuidByInterfaceName",
          [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 39, nullptr); }, -1, 3,
          "guid is nullptr, return"},
         {"GetGuidByInterfaceName",
-         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", -1, 39, text); }, -1, 4,
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", -1, 39, anyText); }, -1, 4,
          "len is invalid"},
         {"GetGuidByInterfaceName",
-         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, -1, text); }, -1, 4,
+         [] { return Vod2dApi::GetGuidByInterfaceName("wlan0", 5, -1, anyText); }, -1, 4,
          "len is invalid"},
     };
     ExpectRefusals(refusals);
@@ -478,7 +477,7 @@ TEST_F(SdkTest, TheGuidNeedsThirtyNineBytes)
 
 TEST_F(SdkTest, OneCardStateIsCopied)
 {
-    channel.Reply(kCardState, CardReply(Bytes().I32(2).I32(1), 1, 0));
+    channel.Reply(kSetCardState, CardReply(Bytes().I32(2).I32(1), 1, 0));
     WifiCardStateInfo asked[2] = {{2, 0}, {77, 77}};
     std::int32_t count = 77;
     EXPECT_EQ(
@@ -491,7 +490,7 @@ TEST_F(SdkTest, OneCardStateIsCopied)
 
 TEST_F(SdkTest, NoCardStateLeavesTheRecordAsItWas)
 {
-    channel.Reply(kCardState, CardReply({}, 0, 0));
+    channel.Reply(kSetCardState, CardReply({}, 0, 0));
     WifiCardStateInfo asked{2, 5};
     std::int32_t count = 77;
     EXPECT_EQ(
@@ -506,7 +505,7 @@ TEST_F(SdkTest, MoreThanOneCardStateDoesNotFit)
     constexpr auto kFunction = "Vod2dApi::Vod2dSetWifiCardStateNotify";
     for (const std::int32_t impossible : {2, 5, 2147483647, -1, 0x20000001, -2147483647 - 1}) {
         ForgetWhatHappened();
-        channel.Reply(kCardState, CardReply(Counting(40), impossible, 0));
+        channel.Reply(kSetCardState, CardReply(Counting(40), impossible, 0));
         WifiCardStateInfo asked[2] = {{2, 5}, {77, 77}};
         std::int32_t count = 77;
         EXPECT_EQ(
@@ -524,7 +523,7 @@ TEST_F(SdkTest, MoreThanOneCardStateDoesNotFit)
 
 TEST_F(SdkTest, ARefusedCardStateLeavesEverythingAsItWas)
 {
-    channel.Reply(kCardState, CardReply(Counting(40), 1, 7));
+    channel.Reply(kSetCardState, CardReply(Counting(40), 1, 7));
     WifiCardStateInfo asked{2, 5};
     std::int32_t count = 77;
     EXPECT_EQ(Vod2dApi::Vod2dSetWifiCardStateNotify(&asked, &count, &cardTable), 7);

@@ -15,16 +15,10 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::int32_t kChannelList = 0xD70029;
-constexpr std::int32_t kFrequency = 0xD7002A;
 constexpr std::int32_t kBaseMac = 0xD7002B;
 constexpr std::int32_t kGroupConfig = 0xD7002D;
-constexpr std::int32_t kCreateGroup = 0xD7002E;
-constexpr std::int32_t kRemoveGroup = 0xD7002F;
 constexpr std::int32_t kWifiActive = 0xD70030;
 constexpr std::int32_t kGroupConnected = 0xD70031;
-constexpr std::int32_t kRegister = 0xD70032;
-constexpr std::int32_t kUnregister = 0xD70033;
-constexpr std::int32_t kGroupsChange = 0xD80038;
 
 /// A group with something in every byte that counts.
 ByteVector GroupReply(std::int32_t status)

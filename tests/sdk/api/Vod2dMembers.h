@@ -1,6 +1,7 @@
 // What all members of Vod2dApi share, to be instantiated with rows of them.
 #pragma once
 
+#include <tests/sdk/Vod2dIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <cstdint>

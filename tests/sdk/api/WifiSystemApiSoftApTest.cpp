@@ -1,5 +1,6 @@
 // What is particular to single operations on the soft AP.
 #include <PelaconSDK/WifiSystemApi.h>
+#include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -21,11 +22,6 @@ constexpr std::int32_t kCreate = 0xD70002;
 constexpr std::int32_t kDestroy = 0xD70003;
 constexpr auto kCreateFunction = "WifiSystemApi::SystemCreateSoftAP";
 constexpr auto kReportFunction = "VoviewDataReport::ReportApplicationInterface";
-
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
 
 /// The next allocation of an array that says when it fails, fails.
 bool failNextArray = false;

@@ -1,6 +1,6 @@
 // What all requests of WifiSystemApi share, by rows.
 #include <PelaconSDK/WifiSystemApi.h>
-#include <tests/sdk/Deaf.h>
+#include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -22,11 +22,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::PrintToString;
-
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
 
 static_assert(!std::is_default_constructible_v<WifiSystemApi>);
 static_assert(!std::is_destructible_v<WifiSystemApi>);

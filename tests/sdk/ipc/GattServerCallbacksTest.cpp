@@ -1,5 +1,6 @@
 #include <PelaconSDK/BleGattServer.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/GattIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <chrono>
@@ -15,9 +16,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr std::uint64_t kPeer = 0x1122334455667788;
-constexpr std::int32_t kHandle = 31;
 
 std::vector<std::string> told;
 std::function<void()> inCallback;
@@ -417,8 +415,9 @@ TEST_F(GattServerCallbacksTest, TheFirstUuidOfAServiceStays)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     sender.AddGattServerService(server, kHandle, "180f");
-    EXPECT_THAT(LogLines::All(), ElementsAre(Line(4, "serviceHandle already exist: 31",
-                                                  "IPCMessageSender::AddGattServerService")));
+    EXPECT_THAT(LogLines::All(),
+                ElementsAre(Line(4, "serviceHandle already exist: " + std::to_string(kHandle),
+                                 "IPCMessageSender::AddGattServerService")));
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
     EXPECT_THAT(told, ElementsAre("read peer 180d 2a37 {}"));
 }
@@ -478,8 +477,8 @@ TEST_F(GattServerCallbacksTest, RemovingAServerForgetsAllUnderIt)
     EXPECT_THAT(LogLines::All(), IsEmpty());
     sender.AddGattServer(&Lasting(ServerTable()), server);
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
-    EXPECT_EQ(LogLines::All().back(),
-              Line(4, "serviceHandle not found: 31", "IPCMessageSender::OnServerReadCallback"));
+    EXPECT_EQ(LogLines::All().back(), Line(4, "serviceHandle not found: " + std::to_string(kHandle),
+                                           "IPCMessageSender::OnServerReadCallback"));
 }
 
 /// The members change the registry when the service has said 0, and only then.
@@ -505,7 +504,8 @@ TEST_F(GattServerCallbacksTest, MembersChangeTheRegistryOnSuccessOnly)
     const std::string suffix = "(IPCMessageSender::OnServerReadCallback)";
     const std::string noServer =
         "[PelaconSDK]serverId not found: " + std::to_string(server) + suffix;
-    const std::string noService = "[PelaconSDK]serviceHandle not found: 31" + suffix;
+    const std::string noService =
+        "[PelaconSDK]serviceHandle not found: " + std::to_string(kHandle) + suffix;
     const std::string noCharacteristic = "[PelaconSDK]char uuid not found" + suffix;
     const std::string success = "read peer 180d 2a37 {}";
 

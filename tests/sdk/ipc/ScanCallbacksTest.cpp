@@ -38,7 +38,7 @@ ByteVector Raw(const BleScanResultC& result)
 }
 
 /// One call of a slot.
-struct Call {
+struct ScanCall {
     int table;
     std::int32_t listenerId;
     std::int32_t status;  ///< zero for results
@@ -46,22 +46,22 @@ struct Call {
     std::thread::id thread;
 };
 
-struct Calls {
+struct ScanCalls {
     std::mutex mutex;
-    std::vector<Call> calls;
+    std::vector<ScanCall> calls;
 };
 
-Calls& TheCalls()
+ScanCalls& TheScanCalls()
 {
-    static Calls& calls = *new Calls;
+    static ScanCalls& calls = *new ScanCalls;
     return calls;
 }
 
-void Note(Call call)
+void Note(ScanCall call)
 {
-    const std::lock_guard lock(TheCalls().mutex);
+    const std::lock_guard lock(TheScanCalls().mutex);
     call.thread = std::this_thread::get_id();
-    TheCalls().calls.push_back(std::move(call));
+    TheScanCalls().calls.push_back(std::move(call));
 }
 
 template <int Table>
@@ -80,7 +80,7 @@ class ScanNotifications : public SdkTest {
     void SetUp() override
     {
         SdkTest::SetUp();
-        TheCalls().calls.clear();
+        TheScanCalls().calls.clear();
         for (const std::int32_t request : {0xD70065, 0xD70066, 0xD70068}) {
             channel.Reply(request, Bytes().I32(0));
         }
@@ -138,16 +138,16 @@ class ScanNotifications : public SdkTest {
     }
 
     /// All calls so far, when the threads that make them have ended.
-    static std::vector<Call> Delivered()
+    static std::vector<ScanCall> Delivered()
     {
         Threads::WaitForAll();
-        const std::lock_guard lock(TheCalls().mutex);
-        return TheCalls().calls;
+        const std::lock_guard lock(TheScanCalls().mutex);
+        return TheScanCalls().calls;
     }
     static std::vector<std::pair<int, std::int32_t>> DeliveredTo()
     {
         std::vector<std::pair<int, std::int32_t>> to;
-        for (const Call& call : Delivered()) {
+        for (const ScanCall& call : Delivered()) {
             to.emplace_back(call.table, call.listenerId);
         }
         return to;
@@ -411,8 +411,8 @@ TEST_F(ScanNotifications, ASlowCallbackHoldsUpNobody)
     std::size_t delivered = 0;
     while (delivered < 20 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));  // who delivers needs the lock
-        const std::lock_guard lock(TheCalls().mutex);
-        delivered = TheCalls().calls.size();
+        const std::lock_guard lock(TheScanCalls().mutex);
+        delivered = TheScanCalls().calls.size();
     }
     EXPECT_EQ(delivered, 20U);
     EXPECT_EQ(BleScanner::StopBleScan(slow), 0);
@@ -460,21 +460,22 @@ TEST_F(ScanNotifications, RegistryOperationsAreLogged)
                                              End(kRemove), Start(kRemove), End(kRemove)));
 
     LogLines::Clear();
-    constexpr auto kStart = "IPCMessageSender::ScanStart";
+    constexpr auto kScanStart = "IPCMessageSender::ScanStart";
     Sender().ScanStart(id);
     Sender().ScanStart(id);
     EXPECT_THAT(LogLines::All(),
-                ElementsAre(Line(1, "start:" + number, kStart), End(kStart),
-                            Line(1, "start:" + number, kStart),
-                            Line(1, "already start:" + number, kStart), End(kStart)));
+                ElementsAre(Line(1, "start:" + number, kScanStart), End(kScanStart),
+                            Line(1, "start:" + number, kScanStart),
+                            Line(1, "already start:" + number, kScanStart), End(kScanStart)));
 
     LogLines::Clear();
-    constexpr auto kStop = "IPCMessageSender::ScanStop";
+    constexpr auto kScanStop = "IPCMessageSender::ScanStop";
     Sender().ScanStop(id);
     Sender().ScanStop(id);
-    EXPECT_THAT(LogLines::All(),
-                ElementsAre(Line(1, "start:" + number, kStop), Line(1, "stop ok:" + number, kStop),
-                            End(kStop), Line(1, "start:" + number, kStop), End(kStop)));
+    EXPECT_THAT(
+        LogLines::All(),
+        ElementsAre(Line(1, "start:" + number, kScanStop), Line(1, "stop ok:" + number, kScanStop),
+                    End(kScanStop), Line(1, "start:" + number, kScanStop), End(kScanStop)));
 }
 
 TEST_F(ScanNotifications, RegistrationsSurviveStopAndStart)

@@ -1,6 +1,7 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/Vod2dApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/Vod2dIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -19,13 +20,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kFrequency = 0xD7002A;
-constexpr std::int32_t kCreateGroup = 0xD7002E;
-constexpr std::int32_t kRemoveGroup = 0xD7002F;
-constexpr std::int32_t kRegister = 0xD70032;
-constexpr std::int32_t kUnregister = 0xD70033;
 constexpr std::int32_t kServiceStarted = 0xD700A0;
-constexpr std::int32_t kGroupsChange = 0xD80038;
 constexpr std::int32_t kConnectionChange = 0xD80039;
 
 constexpr auto kGroups = "IPCMessageSender::SoftAPGroupsChangeCallBack";

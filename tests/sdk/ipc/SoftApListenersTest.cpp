@@ -2,6 +2,7 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
 #include <chrono>
@@ -27,57 +28,6 @@ constexpr std::int32_t kUnRegister = 0xD70099;
 constexpr std::int32_t kConnectStatus = 0xD80006;
 constexpr std::int32_t kAdvertisement = 0xD80007;
 constexpr std::int32_t kDeviceConnection = 0xD80008;
-
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
-
-/// Notes what it is told, under its name.
-class Named : public ISoftApConnectStatus, public ISoftAPNotification {
-  public:
-    explicit Named(std::string name) : name_(std::move(name)) {}
-
-    void OnConnectStatus(int32_t status) override { Tell("connect " + std::to_string(status)); }
-    void OnAdvertisementStatus(uint32_t status) override
-    {
-        Tell("status " + std::to_string(status));
-    }
-    void OnAdvertisementState(const SoftApAdvertisementState* state) override
-    {
-        Tell("state " + std::to_string(state->status) + ' ' + std::to_string(state->channel) + ' ' +
-             std::string(state->ssid, strnlen(state->ssid, sizeof state->ssid)));
-    }
-    void OnDeviceConnectionStatus(uint32_t status) override
-    {
-        Tell("device " + std::to_string(status));
-    }
-
-    std::function<void()> meanwhile;
-
-  private:
-    void Tell(const std::string& what)
-    {
-        Journal::Note(name_ + ": " + what);
-        if (meanwhile) {
-            meanwhile();
-        }
-    }
-
-    std::string name_;
-};
-
-/// What the listeners noted.
-std::vector<std::string> Told()
-{
-    std::vector<std::string> told;
-    for (const std::string& entry : Journal::Entries()) {
-        if (entry.starts_with("A: ") || entry.starts_with("B: ")) {
-            told.push_back(entry);
-        }
-    }
-    return told;
-}
 
 /// Nobody hears anything to begin with.
 class SoftApListenersTest : public SdkTest {

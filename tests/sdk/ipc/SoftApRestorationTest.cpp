@@ -1,7 +1,7 @@
 // What is asked of the service again after its restart.
 #include <PelaconSDK/Vod2dApi.h>
 #include <PelaconSDK/WifiSystemApi.h>
-#include <tests/sdk/Deaf.h>
+#include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>

@@ -21,24 +21,24 @@ constexpr auto kThread = "IPCMessageSender::OnRecvTargetAdvThread";
 constexpr auto kAdd = "IPCMessageSender::AddTargetAdvCb";
 constexpr auto kRemove = "IPCMessageSender::RemoveTargetAdvCb";
 
-constexpr std::int32_t kRegister = 0xD7007C;
-constexpr std::int32_t kUnregister = 0xD7007D;
+constexpr std::int32_t kRegisterAdv = 0xD7007C;
+constexpr std::int32_t kUnregisterAdv = 0xD7007D;
 constexpr std::int32_t kReceived = 0xD8007E;
 
-struct Call {
+struct TargetCall {
     int table;
     ByteVector info;
     std::thread::id thread;
 };
 
-struct Calls {
+struct TargetCalls {
     std::mutex mutex;
-    std::vector<Call> calls;
+    std::vector<TargetCall> calls;
 };
 
-Calls& TheCalls()
+TargetCalls& TheTargetCalls()
 {
-    static Calls& calls = *new Calls;
+    static TargetCalls& calls = *new TargetCalls;
     return calls;
 }
 
@@ -47,8 +47,8 @@ void Record(TargetAdvInfo info)
 {
     ByteVector bytes(sizeof info);
     std::memcpy(bytes.data(), &info, sizeof info);
-    const std::lock_guard lock(TheCalls().mutex);
-    TheCalls().calls.push_back({Table, bytes, std::this_thread::get_id()});
+    const std::lock_guard lock(TheTargetCalls().mutex);
+    TheTargetCalls().calls.push_back({Table, bytes, std::this_thread::get_id()});
 }
 
 class TargetAdvs : public SdkTest {
@@ -56,9 +56,9 @@ class TargetAdvs : public SdkTest {
     void SetUp() override
     {
         SdkTest::SetUp();
-        TheCalls().calls.clear();
-        channel.Reply(kRegister, Bytes().I32(0));
-        channel.Reply(kUnregister, Bytes().I32(0));
+        TheTargetCalls().calls.clear();
+        channel.Reply(kRegisterAdv, Bytes().I32(0));
+        channel.Reply(kUnregisterAdv, Bytes().I32(0));
     }
 
     int Register(std::int32_t business, VoviewRecvAdvCallbacksC* callbacks)
@@ -84,16 +84,16 @@ class TargetAdvs : public SdkTest {
         return info;
     }
 
-    static std::vector<Call> Delivered()
+    static std::vector<TargetCall> Delivered()
     {
         Threads::WaitForAll();
-        const std::lock_guard lock(TheCalls().mutex);
-        return TheCalls().calls;
+        const std::lock_guard lock(TheTargetCalls().mutex);
+        return TheTargetCalls().calls;
     }
     static std::vector<int> DeliveredTo()
     {
         std::vector<int> tables;
-        for (const Call& call : Delivered()) {
+        for (const TargetCall& call : Delivered()) {
             tables.push_back(call.table);
         }
         return tables;
@@ -226,9 +226,9 @@ TEST_F(TargetAdvs, ATableIsKeptOnSuccessOnly)
 {
     const std::int32_t business = FreshId();
     auto& table = Lasting<VoviewRecvAdvCallbacksC>({Record<1>});
-    channel.Reply(kRegister, Bytes().I32(1));
+    channel.Reply(kRegisterAdv, Bytes().I32(1));
     EXPECT_EQ(Register(business, &table), 1);
-    channel.ReplyNothing(kRegister);
+    channel.ReplyNothing(kRegisterAdv);
     EXPECT_EQ(Register(business, &table), -9);
     Receive(business, 1);
     EXPECT_THAT(Delivered(), IsEmpty());
@@ -238,7 +238,7 @@ TEST_F(TargetAdvs, ANullTableIsNotRefusedAndNotKept)
 {
     const std::int32_t business = FreshId();
     EXPECT_EQ(Register(business, nullptr), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegister, {}, 5000));
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegisterAdv, {}, 5000));
     constexpr auto kFunction = "BleScanner::BleRegisterTargetAdvCallback";
     EXPECT_THAT(
         LogLines::All(),
@@ -257,13 +257,13 @@ TEST_F(TargetAdvs, UnregisteringForgetsTheTableBeforeItAsks)
         RegisterRecording<1>(business);
         ForgetWhatHappened();
         if (answered) {
-            channel.Reply(kUnregister, Bytes().I32(-4));
+            channel.Reply(kUnregisterAdv, Bytes().I32(-4));
             EXPECT_EQ(Unregister(business), -4);
             EXPECT_THAT(LogLines::All(),
                         ElementsAre(Start(kFunction), Line(1, "remove callback", kRemove),
                                     Line(1, "UnRegister end", kFunction)));
         } else {
-            channel.ReplyNothing(kUnregister);
+            channel.ReplyNothing(kUnregisterAdv);
             EXPECT_EQ(Unregister(business), -9);
             EXPECT_THAT(LogLines::All(),
                         ElementsAre(Start(kFunction), Line(1, "remove callback", kRemove),
@@ -279,7 +279,7 @@ TEST_F(TargetAdvs, UnregisteringABusinessThatNobodyKnowsAsksTheService)
 {
     const std::int32_t business = FreshId();
     EXPECT_EQ(Unregister(business), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kUnregister, Bytes().I32(business), 5000));
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kUnregisterAdv, Bytes().I32(business), 5000));
 }
 
 }  // namespace

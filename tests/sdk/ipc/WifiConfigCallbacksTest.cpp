@@ -1,6 +1,7 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/Vod2dApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/Vod2dIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <algorithm>
@@ -19,10 +20,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kFrequency = 0xD7002A;
-constexpr std::int32_t kSetConnNotify = 0xD7007F;
-constexpr std::int32_t kRegisterCfg = 0xD70081;
-constexpr std::int32_t kSetCardState = 0xD70083;
 constexpr std::int32_t kServiceStarted = 0xD700A0;
 constexpr std::int32_t kRepair = 0xD700A1;
 constexpr std::int32_t kWifiCfg = 0xD80087;

@@ -1,6 +1,7 @@
 // Who hears of the Wi-Fi switch, and of the connection's channel.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
 #include <chrono>
@@ -26,47 +27,6 @@ constexpr std::int32_t kSwitchState = 0xD80096;
 constexpr std::int32_t kConnectChannel = 0xD70008;
 constexpr auto kAddSwitch = "IPCMessageSender::AddWifiStateChangeCallback";
 constexpr auto kRemoveSwitch = "IPCMessageSender::RemoveWifiStateChangeCallback";
-
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
-
-/// Notes what it is told, under its name.
-class Named : public IWifiStateChangeNotification, public WifiRealMonitorStateCallBack {
-  public:
-    explicit Named(std::string name) : name_(std::move(name)) {}
-
-    void OnWifiStateChanged(int32_t state) override { Tell("switch " + std::to_string(state)); }
-    void OnConnectChannel(int32_t channel) override { Tell("channel " + std::to_string(channel)); }
-
-    std::function<void()> meanwhile;
-
-  private:
-    void Tell(const std::string& what)
-    {
-        Journal::Note(name_ + ": " + what);
-        if (meanwhile) {
-            meanwhile();
-        }
-    }
-
-    std::string name_;
-};
-
-/// What the objects with these names noted.
-std::vector<std::string> Told(const std::vector<std::string>& names = {"A", "B"})
-{
-    std::vector<std::string> told;
-    for (const std::string& entry : Journal::Entries()) {
-        for (const std::string& name : names) {
-            if (entry.starts_with(name + ": ")) {
-                told.push_back(entry);
-            }
-        }
-    }
-    return told;
-}
 
 std::vector<LogLine> LinesOf(const std::string& function)
 {

@@ -1,4 +1,5 @@
 // What advertisements say, as people and programs read it.
+#include <tests/support/Bytes.h>
 #include <tools/pelaconctl/AdvertisedData.h>
 #include <tools/pelaconctl/Failure.h>
 
@@ -11,19 +12,19 @@ namespace pelacon::ctl {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using test::ByteVector;
 using ::testing::ElementsAre;
 
 TEST(AdvertisedData, EveryPartIsRead)
 {
-    const Bytes bytes{2,    1,    6, 5,    3,    0x0F, 0x18, 0x09, 0x18, 4, 0x16, 0x0F,
-                      0x18, 0x64, 5, 0xFF, 0xFE, 0xCA, 1,    2,    3,    9, 'm',  'e'};
+    const ByteVector bytes{2,    1,    6, 5,    3,    0x0F, 0x18, 0x09, 0x18, 4, 0x16, 0x0F,
+                           0x18, 0x64, 5, 0xFF, 0xFE, 0xCA, 1,    2,    3,    9, 'm',  'e'};
     const AdvertisedData data = ReadAdvertisedData(bytes);
     EXPECT_EQ(data.name, "me");
     EXPECT_THAT(data.services, ElementsAre(0x180F, 0x1809));
     ASSERT_TRUE(data.serviceData && data.manufacturer);
     EXPECT_EQ(data.serviceData->identifier, 0x180F);
-    EXPECT_EQ(data.serviceData->data, Bytes{0x64});
+    EXPECT_EQ(data.serviceData->data, ByteVector{0x64});
     EXPECT_EQ(DataText(data), "CAFE: 0102  180F: 64");
     nlohmann::ordered_json record;
     AddFields(record, data);
@@ -34,7 +35,7 @@ TEST(AdvertisedData, EveryPartIsRead)
 
 TEST(AdvertisedData, WhatIsNotThereIsLeftOut)
 {
-    const AdvertisedData data = ReadAdvertisedData(Bytes{2, 1, 6});
+    const AdvertisedData data = ReadAdvertisedData(ByteVector{2, 1, 6});
     EXPECT_EQ(DataText(data), "");
     nlohmann::ordered_json record = nlohmann::ordered_json::object();
     AddFields(record, data);
@@ -43,8 +44,9 @@ TEST(AdvertisedData, WhatIsNotThereIsLeftOut)
 
 TEST(AdvertisedData, NonsenseIsNothing)
 {
-    for (const Bytes& bytes : {Bytes{}, Bytes{0}, Bytes{0, 9}, Bytes{9, 9, 'a'}, Bytes{2, 0x16, 1},
-                               Bytes{1, 0xFF}, Bytes{2, 3, 1}}) {
+    for (const ByteVector& bytes :
+         {ByteVector{}, ByteVector{0}, ByteVector{0, 9}, ByteVector{9, 9, 'a'},
+          ByteVector{2, 0x16, 1}, ByteVector{1, 0xFF}, ByteVector{2, 3, 1}}) {
         const AdvertisedData data = ReadAdvertisedData(bytes);
         EXPECT_FALSE(data.name || data.serviceData || data.manufacturer);
         EXPECT_TRUE(data.services.empty());
@@ -53,8 +55,8 @@ TEST(AdvertisedData, NonsenseIsNothing)
 
 TEST(AdvertisedData, AShortNameIsBetterThanNone)
 {
-    EXPECT_EQ(ReadAdvertisedData(Bytes{3, 8, 'm', 'e'}).name, "me");
-    EXPECT_EQ(ReadAdvertisedData(Bytes{2, 8, 'm', 3, 9, 'm', 'e'}).name, "me");
+    EXPECT_EQ(ReadAdvertisedData(ByteVector{3, 8, 'm', 'e'}).name, "me");
+    EXPECT_EQ(ReadAdvertisedData(ByteVector{2, 8, 'm', 3, 9, 'm', 'e'}).name, "me");
 }
 
 TEST(AdvertisedData, IdentifiersAreFourDigits)

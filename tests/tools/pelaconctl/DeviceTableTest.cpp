@@ -1,4 +1,5 @@
 // The table of devices that were heard.
+#include <tests/support/Bytes.h>
 #include <tools/pelaconctl/DeviceTable.h>
 
 #include <gmock/gmock.h>
@@ -13,18 +14,18 @@ namespace pelacon::ctl {
 namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using test::ByteVector;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-using Bytes = std::vector<std::uint8_t>;
 using News = DeviceTable::News;
 using Order = DeviceTable::Order;
 
 const DeviceTable::Clock::time_point kNow{};
 
-BleScanResultC Result(std::uint64_t address, std::int32_t rssi, const Bytes& data,
+BleScanResultC Result(std::uint64_t address, std::int32_t rssi, const ByteVector& data,
                       std::int32_t eventType = kBleScanConnectable)
 {
     BleScanResultC result{};
@@ -36,9 +37,9 @@ BleScanResultC Result(std::uint64_t address, std::int32_t rssi, const Bytes& dat
     return result;
 }
 
-Bytes Name(const std::string& name)
+ByteVector Name(const std::string& name)
 {
-    Bytes bytes{static_cast<std::uint8_t>(name.size() + 1), 9};
+    ByteVector bytes{static_cast<std::uint8_t>(name.size() + 1), 9};
     bytes.insert(bytes.end(), name.begin(), name.end());
     return bytes;
 }

@@ -1,3 +1,4 @@
+#include <tests/support/Bytes.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/GattFile.h>
 #include <tools/pelaconctl/GattText.h>
@@ -12,7 +13,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using test::ByteVector;
 using ::testing::HasSubstr;
 
 constexpr auto kOwn = "5e1ac0de-0001-4000-8000-000000000000";
@@ -47,10 +48,10 @@ TEST(GattText, AssignedServicesHaveNames)
 
 TEST(GattText, ValuesAreReadAsHexadecimalOrText)
 {
-    EXPECT_EQ(ParseValue("00 48"), (Bytes{0, 0x48}));
-    EXPECT_EQ(ParseValue(""), Bytes());
-    EXPECT_EQ(ParseValue("\"on\""), (Bytes{'o', 'n'}));
-    EXPECT_EQ(ParseValue("\"\""), Bytes());
+    EXPECT_EQ(ParseValue("00 48"), (ByteVector{0, 0x48}));
+    EXPECT_EQ(ParseValue(""), ByteVector());
+    EXPECT_EQ(ParseValue("\"on\""), (ByteVector{'o', 'n'}));
+    EXPECT_EQ(ParseValue("\"\""), ByteVector());
     EXPECT_EQ(ParseValue(std::string(2048, '0')).size(), 1024U);
     EXPECT_THROW(ParseValue(std::string(2050, '0')), Failure);
     EXPECT_THROW(ParseValue("\"" + std::string(1025, 'x') + "\""), Failure);
@@ -60,17 +61,17 @@ TEST(GattText, ValuesAreReadAsHexadecimalOrText)
 
 TEST(GattText, ValuesAreWrittenAsBoth)
 {
-    EXPECT_EQ(FormatValue(Bytes()), "(empty)");
-    EXPECT_EQ(FormatValue(Bytes{'o', 'n'}), "6f6e \"on\"");
-    EXPECT_EQ(FormatValue(Bytes{0, 'n'}), "006e");
-    EXPECT_EQ(FormatValue(Bytes{0x1B, '['}), "1b5b") << "nothing that moves the cursor";
-    EXPECT_EQ(FormatValue(Bytes{0xC3}), "c3") << "no UTF-8";
+    EXPECT_EQ(FormatValue(ByteVector()), "(empty)");
+    EXPECT_EQ(FormatValue(ByteVector{'o', 'n'}), "6f6e \"on\"");
+    EXPECT_EQ(FormatValue(ByteVector{0, 'n'}), "006e");
+    EXPECT_EQ(FormatValue(ByteVector{0x1B, '['}), "1b5b") << "nothing that moves the cursor";
+    EXPECT_EQ(FormatValue(ByteVector{0xC3}), "c3") << "no UTF-8";
 
     nlohmann::ordered_json record;
-    AddValue(record, Bytes{'o', 'n'});
+    AddValue(record, ByteVector{'o', 'n'});
     EXPECT_EQ(record.dump(), R"({"value":"6f6e","text":"on"})");
     record.clear();
-    AddValue(record, Bytes{0});
+    AddValue(record, ByteVector{0});
     EXPECT_EQ(record.dump(), R"({"value":"00"})");
     record.clear();
     AddUuid(record, "service", ParseUuidText("180D"));
@@ -93,9 +94,9 @@ TEST(GattFile, SaysWhatToServe)
     ASSERT_EQ(characteristics.size(), 3U);
     EXPECT_EQ(characteristics[0].uuid, ParseUuidText("2A37"));
     EXPECT_EQ(characteristics[0].flags, 0x32);
-    EXPECT_EQ(characteristics[0].value, (Bytes{0, 0x48}));
+    EXPECT_EQ(characteristics[0].value, (ByteVector{0, 0x48}));
     EXPECT_EQ(characteristics[1].flags, 0x0C);
-    EXPECT_EQ(characteristics[1].value, (Bytes{'o', 'n'}));
+    EXPECT_EQ(characteristics[1].value, (ByteVector{'o', 'n'}));
     EXPECT_EQ(characteristics[2].flags, 0x02);
     EXPECT_TRUE(services[1].characteristics.empty());
 }

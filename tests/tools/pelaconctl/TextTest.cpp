@@ -1,4 +1,5 @@
 // Addresses, bytes, times and states, as people write them.
+#include <tests/support/Bytes.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Text.h>
 
@@ -11,7 +12,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using test::ByteVector;
 
 TEST(Text, AddressesAreReadAsPeopleWriteThem)
 {
@@ -39,9 +40,9 @@ TEST(Text, AddressesAreWrittenOctetByOctet)
 TEST(Text, HexadecimalIsReadWithOrWithoutSeparators)
 {
     for (const char* text : {"0a1Bff", "0A 1B FF", "0a:1b:ff", "0x0a1bff", "0a-1b-ff"}) {
-        EXPECT_EQ(ParseHex(text), (Bytes{0x0A, 0x1B, 0xFF})) << text;
+        EXPECT_EQ(ParseHex(text), (ByteVector{0x0A, 0x1B, 0xFF})) << text;
     }
-    EXPECT_EQ(ParseHex(""), Bytes());
+    EXPECT_EQ(ParseHex(""), ByteVector());
 }
 
 TEST(Text, WhatIsNotHexadecimalIsRefused)
@@ -53,8 +54,8 @@ TEST(Text, WhatIsNotHexadecimalIsRefused)
 
 TEST(Text, BytesAndIdsAreWrittenInFull)
 {
-    EXPECT_EQ(FormatHex(Bytes{0x00, 0x0A, 0xFF}), "000aff");
-    EXPECT_EQ(FormatHex(Bytes()), "");
+    EXPECT_EQ(FormatHex(ByteVector{0x00, 0x0A, 0xFF}), "000aff");
+    EXPECT_EQ(FormatHex(ByteVector()), "");
     EXPECT_EQ(FormatMessageId(0xD80062), "0xD80062");
     EXPECT_EQ(FormatMessageId(0x62), "0x000062");
     EXPECT_EQ(FormatMessageId(-1), "0xFFFFFFFF");

@@ -30,7 +30,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t kMostBytes = 31;
+constexpr std::size_t kMostData = 31;
 constexpr std::uint8_t kUsualFlags = 0x06;  // general discoverable, no classic Bluetooth
 
 struct AdvertiseOptions {
@@ -92,7 +92,7 @@ Bytes BytesOf(const std::string& text)
 /// Adds a structure, unless it would not fit a length byte; what is too long is refused as a whole.
 void Append(Bytes& bytes, std::uint8_t type, const Bytes& data)
 {
-    if (data.size() > kMostBytes) {
+    if (data.size() > kMostData) {
         bytes.insert(bytes.end(), data.size() + 2, 0);
         return;
     }
@@ -125,7 +125,7 @@ Bytes ParseUuids(const std::vector<std::string>& texts)
 
 void RefuseTooLong(const Bytes& bytes, const std::string& what)
 {
-    if (bytes.size() > kMostBytes) {
+    if (bytes.size() > kMostData) {
         throw Failure(ExitStatus::kUsage,
                       what + " would take " + std::to_string(bytes.size()) +
                           " bytes, and there is room for 31: shorten a name or leave something "

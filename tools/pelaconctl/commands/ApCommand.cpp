@@ -1,6 +1,5 @@
 // pelaconctl ap: the soft access point that phones join.
 #include <PelaconSDK/PelaconSvc.h>
-#include <PelaconSDK/WifiSystemApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/Failure.h>
@@ -8,6 +7,7 @@
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
 #include <tools/pelaconctl/Text.h>
+#include <tools/pelaconctl/WifiApi.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/ApParts.h>
 #include <tools/pelaconctl/commands/Commands.h>
@@ -24,11 +24,6 @@ namespace pelacon::ctl {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
 
 const std::map<std::string, SoftApBand> kBands{
     {"any", kSoftApBandAny}, {"2.4", kSoftApBand24G}, {"5", kSoftApBand5G}};
@@ -91,7 +86,7 @@ std::string ResultText(std::int32_t result)
 void AbandonCreation(std::int32_t purpose, const Console& console)
 {
     const Spinner spinner(console, "Taking the request back");
-    Api().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
+    Wifi().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
 }
 
 void Create(const std::string& band, std::int32_t purpose, const Console& console)
@@ -106,7 +101,7 @@ void Create(const std::string& band, std::int32_t purpose, const Console& consol
         // Stopping the library ends the wait.
         const UntilInterrupt interrupt([] { PelaconSvcStop(); });
         const Spinner spinner(console, "Creating a soft AP");
-        result = Api().SystemCreateSoftAP(info);
+        result = Wifi().SystemCreateSoftAP(info);
         interrupted = interrupt.Happened();
     }
     if (interrupted) {
@@ -142,7 +137,7 @@ void Destroy(std::int32_t purpose, const Console& console)
     std::int32_t result = -1;
     {
         const Spinner spinner(console, "Destroying the soft AP");
-        result = Api().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
+        result = Wifi().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
     }
     CheckSoftAp(result, "destroy the soft AP");
     console.Report({{"destroyed", true}}, "The soft AP is gone.");
@@ -151,15 +146,15 @@ void Destroy(std::int32_t purpose, const Console& console)
 void ShowStatus(const Console& console)
 {
     const Session session;
-    const bool exists = Api().CheckMySoftAPExist();
-    const std::string ssid = Printable(Api().GetSSID());
-    const int channel = Api().GetSoftAPChannel();
-    const std::string ipAddress = Printable(Api().GetLegacyAPIP());
-    const unsigned long index = Api().GetAdapterIndex();
-    const std::string guid = Printable(Api().GetAdapterGuid());
-    const unsigned restarts = Api().GetRestartCount();
-    const unsigned wakeUps = Api().GetWakeUpRestartCount();
-    const std::int32_t lastError = Api().GetSoftApError();
+    const bool exists = Wifi().CheckMySoftAPExist();
+    const std::string ssid = Printable(Wifi().GetSSID());
+    const int channel = Wifi().GetSoftAPChannel();
+    const std::string ipAddress = Printable(Wifi().GetLegacyAPIP());
+    const unsigned long index = Wifi().GetAdapterIndex();
+    const std::string guid = Printable(Wifi().GetAdapterGuid());
+    const unsigned restarts = Wifi().GetRestartCount();
+    const unsigned wakeUps = Wifi().GetWakeUpRestartCount();
+    const std::int32_t lastError = Wifi().GetSoftApError();
     if (lastError == -1) {
         FailForNoAnswer("describe the soft AP");
     }
@@ -180,7 +175,7 @@ void ShowStatus(const Console& console)
                        " after a wake-up\nLast result  " + ResultText(lastError));
 }
 
-void AddLife(CLI::App& ap, const Console& console)
+void AddApLife(CLI::App& ap, const Console& console)
 {
     const auto band = std::make_shared<std::string>("any");
     const auto createPurpose = std::make_shared<std::int32_t>(kGoPurposeAny);
@@ -215,7 +210,7 @@ void AddApCommand(CLI::App& program, Console& console)
         "  pelaconctl ap watch --json | jq -c 'select(.event == \"device\")'\n"
         "  pelaconctl ap move 2.4\n"
         "  pelaconctl ap rename && pelaconctl ap status\n");
-    AddLife(*ap, console);
+    AddApLife(*ap, console);
     AddApSettings(*ap, console);
     AddApWatch(*ap, console);
 }

@@ -1,11 +1,11 @@
 // pelaconctl ap rename, move, refresh, restart, device.
-#include <PelaconSDK/WifiSystemApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
 #include <tools/pelaconctl/Text.h>
+#include <tools/pelaconctl/WifiApi.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/ApParts.h>
 
@@ -26,14 +26,9 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kLongestModel = 255;
 
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
-
 void RequireSoftAp()
 {
-    if (!Api().CheckMySoftAPExist()) {
+    if (!Wifi().CheckMySoftAPExist()) {
         ProbeService();
         throw Failure(ExitStatus::kFailed,
                       "There is no soft AP. Create one with: pelaconctl ap create");
@@ -43,9 +38,9 @@ void RequireSoftAp()
 void Rename(const Console& console)
 {
     const Session session;
-    Api().ChangeSSIDAndPasswd();
-    const bool exists = Api().CheckMySoftAPExist();
-    const std::string ssid = Printable(Api().GetSSID());
+    Wifi().ChangeSSIDAndPasswd();
+    const bool exists = Wifi().CheckMySoftAPExist();
+    const std::string ssid = Printable(Wifi().GetSSID());
     if (ssid.empty()) {
         FailForNoAnswer("name the soft AP anew");
     }
@@ -60,7 +55,7 @@ void ReportChannel(int channel, const std::string& line, const Console& console)
         ProbeService();
         throw Failure(ExitStatus::kFailed, "There is no channel for that.");
     }
-    console.Report({{"channel", channel}, {"frequency", Api().GetFrequencyFromChannel(channel)}},
+    console.Report({{"channel", channel}, {"frequency", Wifi().GetFrequencyFromChannel(channel)}},
                    line + ChannelText(channel) + ".");
 }
 
@@ -69,13 +64,13 @@ void Move(const std::string& band, bool onlyShow, const Console& console)
     const Session session;
     const bool want5G = band == "5";
     if (onlyShow) {
-        ReportChannel(Api().RepickChannelWithoutEffect(want5G), "The soft AP would be on ",
+        ReportChannel(Wifi().RepickChannelWithoutEffect(want5G), "The soft AP would be on ",
                       console);
         return;
     }
     RequireSoftAp();
-    const int channel = Api().SetAPFrequence(want5G);
-    if (channel != 0 && Api().Is5GChannel(channel) != want5G) {
+    const int channel = Wifi().SetAPFrequence(want5G);
+    if (channel != 0 && Wifi().Is5GChannel(channel) != want5G) {
         throw Failure(ExitStatus::kFailed,
                       "There is no channel in that band: the soft AP is "
                       "still on " +
@@ -88,7 +83,7 @@ void Refresh(const Console& console)
 {
     const Session session;
     RequireSoftAp();
-    ReportChannel(Api().SystemRefreshSoftAPChannel(), "The soft AP is on ", console);
+    ReportChannel(Wifi().SystemRefreshSoftAPChannel(), "The soft AP is on ", console);
 }
 
 void Restart(bool afterWakeUp, const Console& console)
@@ -97,15 +92,15 @@ void Restart(bool afterWakeUp, const Console& console)
     bool restarted = false;
     {
         const Spinner spinner(console, "Restarting the adapter");
-        restarted = Api().RestartWiFiDirectVirtualAdapter(afterWakeUp);
+        restarted = Wifi().RestartWiFiDirectVirtualAdapter(afterWakeUp);
     }
     if (!restarted) {
         ProbeService();
         throw Failure(ExitStatus::kAdapterOff,
                       "The adapter did not restart. Is Wi-Fi on? See: pelaconctl wifi status");
     }
-    const unsigned restarts = Api().GetRestartCount();
-    const unsigned wakeUps = Api().GetWakeUpRestartCount();
+    const unsigned restarts = Wifi().GetRestartCount();
+    const unsigned wakeUps = Wifi().GetWakeUpRestartCount();
     console.Report({{"restarts", restarts}, {"wakeUpRestarts", wakeUps}},
                    "The adapter is restarted. Restarts so far: " + std::to_string(restarts) + ", " +
                        std::to_string(wakeUps) + " of them after a wake-up.");
@@ -114,8 +109,8 @@ void Restart(bool afterWakeUp, const Console& console)
 void ResetWakeUps(const Console& console)
 {
     const Session session;
-    Api().ResetWakeUpCount();
-    const unsigned wakeUps = Api().GetWakeUpRestartCount();
+    Wifi().ResetWakeUpCount();
+    const unsigned wakeUps = Wifi().GetWakeUpRestartCount();
     ProbeService();
     console.Report({{"wakeUpRestarts", wakeUps}}, "Restarts after a wake-up are counted anew.");
 }
@@ -129,16 +124,16 @@ struct Device {
 
 void Keep(const Device& device)
 {
-    if (device.model && !Api().SetPairDeviceModelName(*device.model)) {
+    if (device.model && !Wifi().SetPairDeviceModelName(*device.model)) {
         FailForNoAnswer("keep the model's name");
     }
     if (!device.types.empty() &&
-        !Api().SetListProductType({device.types.begin(), device.types.end()})) {
+        !Wifi().SetListProductType({device.types.begin(), device.types.end()})) {
         ProbeService();
         throw Failure(ExitStatus::kFailed, "PelaconService did not take these product types.");
     }
     if (device.restartHotspot) {
-        Api().SetRestartMobileHotpotFlag(*device.restartHotspot == "on");
+        Wifi().SetRestartMobileHotpotFlag(*device.restartHotspot == "on");
     }
 }
 
@@ -150,8 +145,8 @@ void ShowDevice(const Device& device, const Console& console)
     const Session session;
     Keep(device);
     std::string model;
-    const bool known = Api().GetPairDeviceModelName(model);
-    const bool restart = Api().GetRestartMobileHotpotFlag();
+    const bool known = Wifi().GetPairDeviceModelName(model);
+    const bool restart = Wifi().GetRestartMobileHotpotFlag();
     ProbeService();
     console.Report(
         {{"model", known ? Json(Printable(model)) : Json()}, {"restartHotspot", restart}},

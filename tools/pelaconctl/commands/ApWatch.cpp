@@ -19,7 +19,7 @@ namespace pelacon::ctl {
 namespace {
 
 /// Posts what it is told.
-class Ears : public ISoftApConnectStatus, public ISoftAPNotification {
+class ApEars : public ISoftApConnectStatus, public ISoftAPNotification {
   public:
     void OnConnectStatus(int32_t status) override
     {
@@ -53,10 +53,10 @@ class Ears : public ISoftApConnectStatus, public ISoftAPNotification {
 };
 
 /// Registers ears for good, as the one for connections cannot be taken back.
-struct Listener {
-    Listener()
+struct ApListener {
+    ApListener()
     {
-        static Ears& ears = *new Ears;
+        static ApEars& ears = *new ApEars;
         WifiSystemApi& api = WifiSystemApi::GetInstance();
         CheckResult(api.RegisterSoftApNotificationEventCallback(&ears), -1, "watch the soft AP");
         api.RegistSoftApConnectStatus(&ears);
@@ -71,7 +71,7 @@ void AddApWatch(CLI::App& ap, const Console& console)
     CLI::App* const watch =
         ap.add_subcommand("watch", "Show what happens to the soft AP and the devices on it");
     watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
-    watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
+    watch->callback([&console, seconds] { Watch<ApListener>(*seconds, console); });
 }
 
 }  // namespace pelacon::ctl

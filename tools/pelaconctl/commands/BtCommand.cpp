@@ -29,7 +29,7 @@ BtRunningState State()
     return state;
 }
 
-void ShowStatus(const Console& console)
+void ShowBluetooth(const Console& console)
 {
     const Session session;
     BtInfo info{};
@@ -145,7 +145,7 @@ void AddBtCommand(CLI::App& program, Console& console)
         "  pelaconctl bt connected 5C:F3:70:8B:12:34\n");
 
     bt->add_subcommand("status", "Show whether the adapter is on, its name and its address")
-        ->callback([&console] { ShowStatus(console); });
+        ->callback([&console] { ShowBluetooth(console); });
 
     for (const Switch* change : {&kOn, &kOff}) {
         const auto seconds = std::make_shared<double>(10.0);

@@ -30,7 +30,7 @@ std::string CodeText(std::int32_t code)
 }
 
 /// Posts what it is told. An error brings the time at which it was posted itself.
-class Ears : public ErrorListener {
+class ErrorEars : public ErrorListener {
   public:
     void OnError(ErrorDetail detail) override
     {
@@ -46,10 +46,10 @@ class Ears : public ErrorListener {
 
 /// Registers ears for good: a listener that is taken away while an error is on its way would end
 /// the delivery to all others.
-struct Listener {
-    Listener()
+struct ErrorsListener {
+    ErrorsListener()
     {
-        static Ears& ears = *new Ears;
+        static ErrorEars& ears = *new ErrorEars;
         WifiSystemApi::GetInstance().RegistListener(&ears);
     }
 };
@@ -76,7 +76,7 @@ void AddErrorsCommand(CLI::App& program, Console& console)
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const watch = errors->add_subcommand("watch", "Show each error as it comes");
     watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
-    watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
+    watch->callback([&console, seconds] { Watch<ErrorsListener>(*seconds, console); });
 
     const auto code = std::make_shared<std::int32_t>(0);
     CLI::App* const text = errors->add_subcommand("text", "Show the text of a code");

@@ -49,11 +49,11 @@ struct Notified {
     Bytes value;
     std::int32_t kind;
 };
-using Event = std::variant<ConnectionState, Notified>;
+using GattEvent = std::variant<ConnectionState, Notified>;
 
-Mailbox<Event>& Events()
+Mailbox<GattEvent>& GattEvents()
 {
-    static auto& events = *new Mailbox<Event>;
+    static auto& events = *new Mailbox<GattEvent>;
     return events;
 }
 
@@ -61,11 +61,11 @@ BtGattClientCallbacksC& Table()
 {
     static BtGattClientCallbacksC table{
         [](std::int32_t, std::int32_t state, std::int32_t reason) {
-            Events().Post(ConnectionState{state, reason});
+            GattEvents().Post(ConnectionState{state, reason});
         },
         [](std::int32_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen,
            std::int32_t kind) {
-            Events().Post(Notified{{data, data + dataLen}, kind});
+            GattEvents().Post(Notified{{data, data + dataLen}, kind});
         }};
     return table;
 }
@@ -143,7 +143,7 @@ class Peer {
     void Connect(std::optional<Deadline> deadline)
     {
         Check(BleGattClientConnect(id_, address_, &Table()), "connect to " + Address());
-        const auto event = Events().Next(deadline);
+        const auto event = GattEvents().Next(deadline);
         if (!event) {
             throw Failure(ExitStatus::kNoAnswer, Address() + " did not answer in time.");
         }
@@ -246,7 +246,7 @@ void Subscribe(const PeerOptions& options, const Target& target, const Subscribe
     const std::string service = LongText(target.Service());
     const std::string characteristic = LongText(target.Characteristic());
     const Peer peer(options);
-    const UntilInterrupt interrupt([] { Events().Close(); });
+    const UntilInterrupt interrupt([] { GattEvents().Close(); });
     Check(
         BleGattClient::BleGattClientRegisterNotification(peer.Id(), service, characteristic, true),
         "subscribe to " + target.Name());
@@ -257,7 +257,7 @@ void Subscribe(const PeerOptions& options, const Target& target, const Subscribe
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end) &&
            (!limits.count || seen < *limits.count)) {
         const auto soon = ServiceWatch::Clock::now() + kLookEvery;
-        const auto event = Events().Next(end ? std::min(*end, soon) : soon);
+        const auto event = GattEvents().Next(end ? std::min(*end, soon) : soon);
         if (!event) {
             watch.Look();
             peer.CheckThatItLasts();

@@ -43,11 +43,11 @@ struct InputLine {
     std::string text;
 };
 
-using Event = std::variant<PeerEvent, InputLine>;
+using ServerEvent = std::variant<PeerEvent, InputLine>;
 
-Mailbox<Event>& Events()
+Mailbox<ServerEvent>& ServerEvents()
 {
-    static auto& events = *new Mailbox<Event>;
+    static auto& events = *new Mailbox<ServerEvent>;
     return events;
 }
 
@@ -63,28 +63,28 @@ void PostRequest(const char* what, const char* verb, std::uint64_t peer, const c
     AddUuid(event.fields, "service", serviceUuid);
     AddUuid(event.fields, "characteristic", charUuid);
     AddValue(event.fields, value);
-    Events().Post(std::move(event));
+    ServerEvents().Post(std::move(event));
 }
 
 BtGattServerCallbacksC& ServerTable()
 {
     static BtGattServerCallbacksC table{
         [](std::uint64_t peer) {
-            Events().Post(PeerEvent{"connected", peer, " connected"});
+            ServerEvents().Post(PeerEvent{"connected", peer, " connected"});
         },
         [](std::uint64_t peer) {
-            Events().Post(PeerEvent{"disconnected", peer, " disconnected"});
+            ServerEvents().Post(PeerEvent{"disconnected", peer, " disconnected"});
         },
         [](std::uint64_t peer, std::uint32_t status) {
             const bool arrived = status == 0;
-            Events().Post(PeerEvent{
+            ServerEvents().Post(PeerEvent{
                 "sent",
                 peer,
                 arrived ? " was told" : " was not told (code " + std::to_string(status) + ")",
                 {{"status", status}}});
         },
         [](std::uint64_t peer, std::uint32_t mtu) {
-            Events().Post(
+            ServerEvents().Post(
                 PeerEvent{"mtu", peer, " has MTU " + std::to_string(mtu), {{"mtu", mtu}}});
         }};
     return table;
@@ -180,7 +180,7 @@ void ReadInput()
     os::StartDetachedThread([] {
         std::string line;
         while (std::getline(std::cin, line)) {
-            Events().Post(InputLine{line});
+            ServerEvents().Post(InputLine{line});
         }
     });
 }
@@ -234,7 +234,7 @@ void ServeGatt(const std::string& file, std::optional<double> seconds, const Con
     session.RequireBluetooth();
     BtInfo info{};
     Check(GetBtMacAndName(&info), "read the adapter's address");
-    const UntilInterrupt interrupt([] { Events().Close(); });
+    const UntilInterrupt interrupt([] { ServerEvents().Close(); });
     Server server(services);
     console.Report({{"event", "serving"}, {"address", FormatAddress(info.mac)}},
                    "Serving under " + FormatAddress(info.mac) +
@@ -244,7 +244,7 @@ void ServeGatt(const std::string& file, std::optional<double> seconds, const Con
     ServiceWatch watch;
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
         const auto soon = ServiceWatch::Clock::now() + kLookEvery;
-        const auto event = Events().Next(end ? std::min(*end, soon) : soon);
+        const auto event = ServerEvents().Next(end ? std::min(*end, soon) : soon);
         const auto* peerEvent = event ? std::get_if<PeerEvent>(&*event) : nullptr;
         if (peerEvent != nullptr) {
             ReportPeer(*peerEvent, console);

@@ -177,7 +177,7 @@ void ShowStations(const Console& console)
     }
 }
 
-void AddLife(CLI::App& group, const Console& console)
+void AddGroupLife(CLI::App& group, const Console& console)
 {
     const auto channel = std::make_shared<std::int32_t>(0);
     CLI::App* const create =
@@ -216,7 +216,7 @@ void AddGroupCommand(CLI::App& program, Console& console)
         "  pelaconctl group watch --json | jq -c 'select(.event == \"station\")'\n"
         "  pelaconctl group recommend 36,40,44 40,149 --band 5\n"
         "  pelaconctl group config station --set 'role=station'\n");
-    AddLife(*group, console);
+    AddGroupLife(*group, console);
     AddGroupChannels(*group, console);
     AddGroupConfiguration(*group, console);
     AddGroupWatch(*group, console);

@@ -23,7 +23,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr std::size_t kMostBytes = 512;
+constexpr std::size_t kBlobSize = 512;
 
 std::int32_t TypeOf(const std::string& role)
 {
@@ -33,7 +33,7 @@ std::int32_t TypeOf(const std::string& role)
 void ShowConfiguration(const std::string& role, const Console& console)
 {
     const Session session;
-    std::uint8_t blob[kMostBytes];
+    std::uint8_t blob[kBlobSize];
     std::int32_t length = 0;
     const WifiErrorCode result =
         Vod2dGetSelfWifiCfgInfo(static_cast<SelfCfgType>(TypeOf(role)), blob, &length);
@@ -50,13 +50,13 @@ void ShowConfiguration(const std::string& role, const Console& console)
 void SetConfiguration(const std::string& role, std::vector<std::uint8_t> bytes,
                       const Console& console)
 {
-    if (bytes.size() > kMostBytes) {
+    if (bytes.size() > kBlobSize) {
         throw Failure(ExitStatus::kUsage, "A configuration has 512 bytes at most; this one has " +
                                               std::to_string(bytes.size()) + ".");
     }
     const Session session;
     const auto length = static_cast<std::int32_t>(bytes.size());
-    bytes.resize(kMostBytes);
+    bytes.resize(kBlobSize);
     CheckWifi(Vod2dSetPeerWifiCfgInfo(static_cast<PeerCfgType>(TypeOf(role)), bytes.data(), length),
               "set the configuration");
     bytes.resize(static_cast<std::size_t>(length));

@@ -70,9 +70,9 @@ void OnCard(const WifiCardStateEvent* event)
 }
 
 /// Hears of the group as long as it lives; of the rest for ever, as there is no way back.
-class Listener {
+class GroupListener {
   public:
-    Listener()
+    GroupListener()
     {
         static Vod2dWifiCfgCallback configurations{&OnConfiguration};
         static WifiCardStateCallback cards{&OnCard};
@@ -82,9 +82,9 @@ class Listener {
         std::int32_t count = 0;
         CheckWifi(Vod2dSetWifiCardStateNotify(&first, &count, &cards), "watch cards");
     }
-    ~Listener() { Vod2dUnRegisterSoftAPStateChangedCallback(&Table()); }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
+    ~GroupListener() { Vod2dUnRegisterSoftAPStateChangedCallback(&Table()); }
+    GroupListener(const GroupListener&) = delete;
+    GroupListener& operator=(const GroupListener&) = delete;
 
   private:
     static Vod2dWifiBroadcastRecvCb& Table()
@@ -102,7 +102,7 @@ void AddGroupWatch(CLI::App& group, const Console& console)
     CLI::App* const watch = group.add_subcommand(
         "watch", "Show what happens to the group, its stations, configurations and cards");
     watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
-    watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
+    watch->callback([&console, seconds] { Watch<GroupListener>(*seconds, console); });
 }
 
 }  // namespace pelacon::ctl

@@ -47,30 +47,30 @@ struct ScanOptions {
 struct StatusChange {
     std::int32_t status;
 };
-using Event = std::variant<BleScanResultC, StatusChange>;
+using ScanEvent = std::variant<BleScanResultC, StatusChange>;
 
-Mailbox<Event>& Events()
+Mailbox<ScanEvent>& ScanEvents()
 {
-    static auto& events = *new Mailbox<Event>;
+    static auto& events = *new Mailbox<ScanEvent>;
     return events;
 }
 
 /// Scans as long as it lives.
-class Listener {
+class ScanListener {
   public:
-    Listener(std::vector<BleScanFilter> filters, BleScanPolicy policy)
+    ScanListener(std::vector<BleScanFilter> filters, BleScanPolicy policy)
         : filters_(std::move(filters)), policy_(policy)
     {
         Check(BleScanRegisterCallbacks(&Table(), &id_), "listen to advertisements");
         Start();
     }
-    ~Listener()
+    ~ScanListener()
     {
         StopBleScan(id_);
         BleScanUnRegisterCallbacks(id_);
     }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
+    ScanListener(const ScanListener&) = delete;
+    ScanListener& operator=(const ScanListener&) = delete;
 
     /// Also after a restart of the service, which has forgotten both filters and policy.
     void Start()
@@ -86,8 +86,8 @@ class Listener {
     static BleScanCallbacksC& Table()
     {
         static BleScanCallbacksC table{
-            [](std::int32_t, std::int32_t status) { Events().Post(StatusChange{status}); },
-            [](std::int32_t, BleScanResultC result) { Events().Post(result); }};
+            [](std::int32_t, std::int32_t status) { ScanEvents().Post(StatusChange{status}); },
+            [](std::int32_t, BleScanResultC result) { ScanEvents().Post(result); }};
         return table;
     }
 
@@ -255,7 +255,7 @@ class Display {
     Clock::time_point next_ = begin_;
 };
 
-void Handle(const Event& event, Display& display, Listener& listener)
+void Handle(const ScanEvent& event, Display& display, ScanListener& listener)
 {
     if (const auto* result = std::get_if<BleScanResultC>(&event)) {
         display.Show(*result);
@@ -276,13 +276,13 @@ void Scan(const ScanOptions& options, const Console& console)
     const Session session;
     session.RequireBluetooth();
     const std::optional<Deadline> end = After(options.seconds);
-    const UntilInterrupt interrupt([] { Events().Close(); });
+    const UntilInterrupt interrupt([] { ScanEvents().Close(); });
     Display display(console, options.order);
     ServiceWatch watch;
-    Listener listener(filters, options.policy);
+    ScanListener listener(filters, options.policy);
     while (!interrupt.Happened() && (!end || Clock::now() < *end)) {
         const Clock::time_point redraw = display.Redraw();
-        if (const auto event = Events().Next(end ? std::min(*end, redraw) : redraw)) {
+        if (const auto event = ScanEvents().Next(end ? std::min(*end, redraw) : redraw)) {
             Handle(*event, display, listener);
         }
         watch.Look();

@@ -24,7 +24,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr std::size_t kMostBytes = sizeof(TargetAdvInfo::data);
+constexpr std::size_t kMostTargetData = sizeof(TargetAdvInfo::data);
 
 Mailbox<TargetAdvInfo>& Received()
 {
@@ -33,18 +33,19 @@ Mailbox<TargetAdvInfo>& Received()
 }
 
 /// Hears one business as long as it lives.
-class Listener {
+class TargetsListener {
   public:
-    explicit Listener(std::int32_t business) : business_(static_cast<BleTargetBusiness>(business))
+    explicit TargetsListener(std::int32_t business)
+        : business_(static_cast<BleTargetBusiness>(business))
     {
         static VoviewRecvAdvCallbacksC table{[](TargetAdvInfo info) { Received().Post(info); }};
         TargetAdvFilter filter{};
         filter.business = business_;
         Check(BleRegisterTargetAdvCallback(filter, &table), "listen to targeted advertisements");
     }
-    ~Listener() { BleUnRegisterTargetAdvCallback(business_); }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
+    ~TargetsListener() { BleUnRegisterTargetAdvCallback(business_); }
+    TargetsListener(const TargetsListener&) = delete;
+    TargetsListener& operator=(const TargetsListener&) = delete;
 
   private:
     BleTargetBusiness business_;
@@ -68,10 +69,10 @@ void Listen(std::vector<std::int32_t> businesses, std::optional<double> seconds,
     const Session session;
     const std::optional<Deadline> end = After(seconds);
     const UntilInterrupt interrupt([] { Received().Close(); });
-    std::vector<std::unique_ptr<Listener>> listeners;
+    std::vector<std::unique_ptr<TargetsListener>> listeners;
     listeners.reserve(businesses.size());
     for (const std::int32_t business : businesses) {
-        listeners.push_back(std::make_unique<Listener>(business));
+        listeners.push_back(std::make_unique<TargetsListener>(business));
     }
     ServiceWatch watch;
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
@@ -86,7 +87,7 @@ void Listen(std::vector<std::int32_t> businesses, std::optional<double> seconds,
 void Send(std::int32_t business, const std::string& hex, const Console& console)
 {
     const std::vector<std::uint8_t> bytes = ParseHex(hex);
-    if (bytes.size() > kMostBytes) {
+    if (bytes.size() > kMostTargetData) {
         throw Failure(ExitStatus::kUsage,
                       "A targeted advertisement has 36 bytes at most; this one "
                       "has " +

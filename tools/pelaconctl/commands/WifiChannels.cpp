@@ -1,9 +1,9 @@
 // pelaconctl wifi channels, channel, phone.
-#include <PelaconSDK/WifiSystemApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Session.h>
+#include <tools/pelaconctl/WifiApi.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/WifiParts.h>
 
@@ -21,11 +21,6 @@ namespace pelacon::ctl {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
 
 std::string Listed(const std::list<int>& channels)
 {
@@ -48,7 +43,7 @@ Side ThisComputer()
     constexpr int kUntouched = -1;
     Side side;
     side.current = kUntouched;
-    Api().GetPCSupportChannelList(side.channels24G, side.channels5G, side.current);
+    Wifi().GetPCSupportChannelList(side.channels24G, side.channels5G, side.current);
     if (side.current == kUntouched) {
         FailForNoAnswer("list the channels");
     }
@@ -57,8 +52,8 @@ Side ThisComputer()
 
 Side Phone()
 {
-    Side side{Api().GetRecordPhone24GChannelList(), Api().GetRecordPhoneChannelList(),
-              Api().GetRecordPhoneChannel()};
+    Side side{Wifi().GetRecordPhone24GChannelList(), Wifi().GetRecordPhoneChannelList(),
+              Wifi().GetRecordPhoneChannel()};
     ProbeService();
     return side;
 }
@@ -76,7 +71,7 @@ std::string RowsOf(const Side& side)
            "\n  now on   " + (side.current != 0 ? std::to_string(side.current) : "none");
 }
 
-void ShowChannels(const Console& console)
+void ShowWifiChannels(const Console& console)
 {
     const Session session;
     const Side computer = ThisComputer();
@@ -92,7 +87,7 @@ void ShowChannels(const Console& console)
 /// The band of a channel. Throws for a number that is none.
 WifiFrequenceType RequireChannel(int channel)
 {
-    const WifiFrequenceType type = Api().GetFrequenceType(channel);
+    const WifiFrequenceType type = Wifi().GetFrequenceType(channel);
     if (type == kWifiFrequenceUnknown) {
         ProbeService();
         throw Failure(ExitStatus::kFailed,
@@ -105,7 +100,7 @@ void ShowChannel(int channel, const Console& console)
 {
     const Session session;
     const std::string band = RequireChannel(channel) == kWifiFrequence5G ? "5" : "2.4";
-    const int frequency = Api().GetFrequencyFromChannel(channel);
+    const int frequency = Wifi().GetFrequencyFromChannel(channel);
     console.Report(
         {{"channel", channel}, {"band", band}, {"frequency", frequency}},
         ChannelText(channel) + ": " + std::to_string(frequency) + " MHz, " + band + " GHz band");
@@ -130,20 +125,20 @@ void KeepPhone(const PhoneOptions& options, const Console& console)
         RequireChannel(*options.current);
     }
     if (options.clear) {
-        Api().RemovePhoneSupportChannels();
+        Wifi().RemovePhoneSupportChannels();
     }
     for (const int channel : options.added) {
-        if (Api().Is24GChannel(channel)) {
-            Api().AddPhoneSupport24Channel(channel);
+        if (Wifi().Is24GChannel(channel)) {
+            Wifi().AddPhoneSupport24Channel(channel);
         } else {
-            Api().AddPhoneSupportChannel(channel);
+            Wifi().AddPhoneSupportChannel(channel);
         }
     }
     if (options.current) {
-        Api().SetPhoneCurrentChannel(*options.current);
+        Wifi().SetPhoneCurrentChannel(*options.current);
     }
     if (options.check5G) {
-        Api().CheckIsSet5GFailed();
+        Wifi().CheckIsSet5GFailed();
     }
     const Side phone = Phone();
     console.Report({{"phone", RecordOf(phone)}},
@@ -155,7 +150,7 @@ void KeepPhone(const PhoneOptions& options, const Console& console)
 void AddWifiChannels(CLI::App& wifi, const Console& console)
 {
     wifi.add_subcommand("channels", "List the channels of this computer and of the phone")
-        ->callback([&console] { ShowChannels(console); });
+        ->callback([&console] { ShowWifiChannels(console); });
 
     const auto channel = std::make_shared<int>(0);
     CLI::App* const one = wifi.add_subcommand("channel", "Show a channel's band and frequency");

@@ -1,5 +1,4 @@
 // pelaconctl wifi: the switch, the connection, the scan for networks.
-#include <PelaconSDK/WifiSystemApi.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Happenings.h>
@@ -8,6 +7,7 @@
 #include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
 #include <tools/pelaconctl/Text.h>
+#include <tools/pelaconctl/WifiApi.h>
 #include <tools/pelaconctl/WifiText.h>
 #include <tools/pelaconctl/commands/Commands.h>
 #include <tools/pelaconctl/commands/WifiParts.h>
@@ -25,12 +25,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-WifiSystemApi& Api()
-{
-    return WifiSystemApi::GetInstance();
-}
-
-std::string StateName(std::int32_t state)
+std::string WifiStateName(std::int32_t state)
 {
     switch (state) {
         case kWifiStateOff:
@@ -42,27 +37,27 @@ std::string StateName(std::int32_t state)
     }
 }
 
-SystemApiWifiState State()
+SystemApiWifiState WifiState()
 {
-    const SystemApiWifiState state = Api().GetWifiState();
+    const SystemApiWifiState state = Wifi().GetWifiState();
     if (state == kWifiStateUnknown) {
         FailForNoAnswer("read the state of Wi-Fi");
     }
     return state;
 }
 
-void ShowStatus(const Console& console)
+void ShowWifi(const Console& console)
 {
     const Session session;
-    const std::string state = StateName(State());
+    const std::string state = WifiStateName(WifiState());
     int channel = 0;
     std::string ssid;
-    const bool connected = Api().IsAPConnected(channel, ssid);
+    const bool connected = Wifi().IsAPConnected(channel, ssid);
     Json record{{"state", state}, {"connected", connected}};
     std::string line =
         "Wi-Fi is " + console.Styled(Console::Style::kBold, state) + ", and not connected.";
     if (connected) {
-        const int frequency = Api().GetFrequencyFromChannel(channel);
+        const int frequency = Wifi().GetFrequencyFromChannel(channel);
         record.update(
             Json{{"ssid", Printable(ssid)}, {"channel", channel}, {"frequency", frequency}});
         line = "Wi-Fi is " + console.Styled(Console::Style::kBold, state) + ".\nConnected to  " +
@@ -73,7 +68,7 @@ void ShowStatus(const Console& console)
 }
 
 /// Where changes of the switch go while a command waits for one.
-Mailbox<std::int32_t>& StateChanges()
+Mailbox<std::int32_t>& WifiStateChanges()
 {
     static auto& changes = *new Mailbox<std::int32_t>;
     return changes;
@@ -84,11 +79,11 @@ class SwitchWatch {
   public:
     SwitchWatch()
     {
-        if (!Api().RegistWifiStateChangeCallback(&Observer())) {
+        if (!Wifi().RegistWifiStateChangeCallback(&Observer())) {
             FailForNoAnswer("follow the state of Wi-Fi");
         }
     }
-    ~SwitchWatch() { Api().UnRegistWifiStateChangeCallback(&Observer()); }
+    ~SwitchWatch() { Wifi().UnRegistWifiStateChangeCallback(&Observer()); }
 
     SwitchWatch(const SwitchWatch&) = delete;
     SwitchWatch& operator=(const SwitchWatch&) = delete;
@@ -98,7 +93,7 @@ class SwitchWatch {
     {
         class Poster : public IWifiStateChangeNotification {
           public:
-            void OnWifiStateChanged(int32_t state) override { StateChanges().Post(state); }
+            void OnWifiStateChanged(int32_t state) override { WifiStateChanges().Post(state); }
         };
         static Poster& observer = *new Poster;
         return observer;
@@ -118,21 +113,21 @@ void SwitchTo(bool on, double seconds, const Console& console)
 {
     const Session session;
     const SystemApiWifiState wanted = on ? kWifiStateOn : kWifiStateOff;
-    const std::string name = StateName(wanted);
+    const std::string name = WifiStateName(wanted);
     const auto report = [&](const std::string& line) {
         console.Report({{"state", name}}, "Wi-Fi is " + line + ".");
     };
-    if (State() == wanted) {
+    if (WifiState() == wanted) {
         return report(name + " already");
     }
     const SwitchWatch watch;
-    CheckEnabled(Api().EnableWifi(on), "switch Wi-Fi " + name);
+    CheckEnabled(Wifi().EnableWifi(on), "switch Wi-Fi " + name);
     const auto deadline = After(seconds);
-    std::int32_t state = State();
+    std::int32_t state = WifiState();
     while (state != wanted) {
-        const auto next = StateChanges().Next(deadline);
+        const auto next = WifiStateChanges().Next(deadline);
         if (!next) {
-            throw Failure(ExitStatus::kNoAnswer, "Wi-Fi is still " + StateName(state) +
+            throw Failure(ExitStatus::kNoAnswer, "Wi-Fi is still " + WifiStateName(state) +
                                                      ", though the request to switch it " + name +
                                                      " was accepted.");
         }
@@ -144,7 +139,7 @@ void SwitchTo(bool on, double seconds, const Console& console)
 // The library need not be started for this one, nor the service be there.
 void Scan(const Console& console)
 {
-    if (!Api().Scan()) {
+    if (!Wifi().Scan()) {
         throw Failure(ExitStatus::kFailed,
                       "This machine has no Wi-Fi interface that the system knows of.");
     }
@@ -154,12 +149,12 @@ void Scan(const Console& console)
 }
 
 /// Posts what it is told.
-class Ears : public IWifiStateChangeNotification, public WifiRealMonitorStateCallBack {
+class WifiEars : public IWifiStateChangeNotification, public WifiRealMonitorStateCallBack {
   public:
     void OnWifiStateChanged(int32_t state) override
     {
-        Happenings().Post(
-            {{{"event", "switch"}, {"state", StateName(state)}}, "Wi-Fi is " + StateName(state)});
+        Happenings().Post({{{"event", "switch"}, {"state", WifiStateName(state)}},
+                           "Wi-Fi is " + WifiStateName(state)});
     }
     void OnConnectChannel(int32_t channel) override
     {
@@ -170,21 +165,21 @@ class Ears : public IWifiStateChangeNotification, public WifiRealMonitorStateCal
 };
 
 /// Registers ears for good, as the one for the channel cannot be taken back.
-struct Listener {
-    Listener()
+struct WifiListener {
+    WifiListener()
     {
-        static Ears& ears = *new Ears;
-        if (!Api().RegistWifiStateChangeCallback(&ears)) {
+        static WifiEars& ears = *new WifiEars;
+        if (!Wifi().RegistWifiStateChangeCallback(&ears)) {
             FailForNoAnswer("watch Wi-Fi");
         }
-        Api().RegistWifiStateChangeCallBack(&ears);
+        Wifi().RegistWifiStateChangeCallBack(&ears);
     }
 };
 
 void AddSwitch(CLI::App& wifi, const Console& console)
 {
     for (const bool on : {true, false}) {
-        const std::string name = StateName(on ? kWifiStateOn : kWifiStateOff);
+        const std::string name = WifiStateName(on ? kWifiStateOn : kWifiStateOff);
         const auto seconds = std::make_shared<double>(10.0);
         CLI::App* const command =
             wifi.add_subcommand(name, "Switch Wi-Fi " + name + " and wait until it is");
@@ -201,7 +196,7 @@ void AddWatch(CLI::App& wifi, const Console& console)
     CLI::App* const watch =
         wifi.add_subcommand("watch", "Show changes of the switch and of the phone's channel");
     watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
-    watch->callback([&console, seconds] { Watch<Listener>(*seconds, console); });
+    watch->callback([&console, seconds] { Watch<WifiListener>(*seconds, console); });
 }
 
 }  // namespace
@@ -218,7 +213,7 @@ void AddWifiCommand(CLI::App& program, Console& console)
         "  pelaconctl wifi phone --clear --add 1,6,36,149 --current 36\n"
         "  pelaconctl wifi watch\n");
     wifi->add_subcommand("status", "Show whether Wi-Fi is on, and what it is connected to")
-        ->callback([&console] { ShowStatus(console); });
+        ->callback([&console] { ShowWifi(console); });
     AddSwitch(*wifi, console);
     AddWifiChannels(*wifi, console);
     wifi->add_subcommand("scan", "Have the system scan for networks; the service is not asked")
