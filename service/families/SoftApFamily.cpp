@@ -311,7 +311,7 @@ void SoftApFamily::DrawName()
 
 void SoftApFamily::TellAdvertisement()
 {
-    enum Status : std::uint32_t { kStopped = 0, kStarted = 1, kMoved = 2 };
+    enum Status : std::uint32_t { kApStopped = 0, kApStarted = 1, kApMoved = 2 };
     const std::int32_t channel = Channel();
     const std::int32_t before = std::exchange(advertisedChannel_, channel);
     if (channel == before) {
@@ -320,7 +320,7 @@ void SoftApFamily::TellAdvertisement()
     protocol::SoftApAdvertisement advertisement{};
     advertisement.channel = channel;
     if (channel != 0) {
-        advertisement.status = before == 0 ? kStarted : kMoved;
+        advertisement.status = before == 0 ? kApStarted : kApMoved;
         PutText(advertisement.ssid, ap_.Describe().ssid);
     }
     for (Session* session : listeners_) {

@@ -17,7 +17,6 @@ using ::testing::IsEmpty;
 constexpr std::int32_t kChannelList = 0xD70029;
 constexpr std::int32_t kBaseMac = 0xD7002B;
 constexpr std::int32_t kGroupConfig = 0xD7002D;
-constexpr std::int32_t kWifiActive = 0xD70030;
 constexpr std::int32_t kGroupConnected = 0xD70031;
 
 /// A group with something in every byte that counts.

@@ -39,7 +39,6 @@ TEST_P(Vod2dMembers, AnsweredWithNothing)
 TEST_P(Vod2dMembers, OneAtATime)
 {
     // While the member waits for its answer, another one does not even send.
-    constexpr std::int32_t kWifiActive = 0xD70030;
     const Vod2dMember& member = GetParam();
     const bool isFrequency = member.requestId == kFrequency;
     std::mutex mutex;

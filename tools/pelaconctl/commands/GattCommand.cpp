@@ -33,7 +33,7 @@ using protocol::LongText;
 using protocol::Uuid;
 
 /// How long nothing may be told before it is seen whether the connection is still known.
-constexpr std::chrono::milliseconds kLookEvery(250);
+constexpr std::chrono::milliseconds kLookAtConnection(250);
 
 /// What all commands that connect to a device share.
 struct PeerOptions {
@@ -57,7 +57,7 @@ Mailbox<GattEvent>& GattEvents()
     return events;
 }
 
-BtGattClientCallbacksC& Table()
+BtGattClientCallbacksC& ClientTable()
 {
     static BtGattClientCallbacksC table{
         [](std::int32_t, std::int32_t state, std::int32_t reason) {
@@ -142,7 +142,7 @@ class Peer {
   private:
     void Connect(std::optional<Deadline> deadline)
     {
-        Check(BleGattClientConnect(id_, address_, &Table()), "connect to " + Address());
+        Check(BleGattClientConnect(id_, address_, &ClientTable()), "connect to " + Address());
         const auto event = GattEvents().Next(deadline);
         if (!event) {
             throw Failure(ExitStatus::kNoAnswer, Address() + " did not answer in time.");
@@ -256,7 +256,7 @@ void Subscribe(const PeerOptions& options, const Target& target, const Subscribe
     std::uint64_t seen = 0;
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end) &&
            (!limits.count || seen < *limits.count)) {
-        const auto soon = ServiceWatch::Clock::now() + kLookEvery;
+        const auto soon = ServiceWatch::Clock::now() + kLookAtConnection;
         const auto event = GattEvents().Next(end ? std::min(*end, soon) : soon);
         if (!event) {
             watch.Look();

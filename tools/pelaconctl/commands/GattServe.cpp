@@ -28,7 +28,7 @@ using Json = nlohmann::ordered_json;
 using protocol::Uuid;
 
 /// How long nothing may be told before it is seen whether the service still knows this server.
-constexpr std::chrono::milliseconds kLookEvery(250);
+constexpr std::chrono::milliseconds kLookAtServer(250);
 
 /// What a peer did.
 struct PeerEvent {
@@ -243,7 +243,7 @@ void ServeGatt(const std::string& file, std::optional<double> seconds, const Con
     const auto end = After(seconds);
     ServiceWatch watch;
     while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
-        const auto soon = ServiceWatch::Clock::now() + kLookEvery;
+        const auto soon = ServiceWatch::Clock::now() + kLookAtServer;
         const auto event = ServerEvents().Next(end ? std::min(*end, soon) : soon);
         const auto* peerEvent = event ? std::get_if<PeerEvent>(&*event) : nullptr;
         if (peerEvent != nullptr) {
