@@ -35,7 +35,7 @@ else()
     endif()
     if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
         # GCC takes a source that a unity build includes for a header.
-        add_compile_options(-Wno-subobject-linkage)
+        add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
     endif()
     if(PELACON_WARNINGS_AS_ERRORS)
         add_compile_options(-Werror)
