@@ -25,11 +25,15 @@ PELACON_API int PelaconSvcStart(void);
  * as before the first start. Deliveries on threads of their own (scan results, targeted
  * advertisements, error listeners) that are under way may still run to their end.
  *
- * Callback tables and listeners stay registered with the library and are used again after the next
- * start. May be called twice, without a start, while other threads are in operations, and from
- * inside a callback; there it does not wait for that callback, which shall not register or
- * unregister anything once it has started the library again. A process may also end without
- * calling it.
+ * Callback tables and listeners stay registered with the library, but the service forgets with the
+ * stop what it was to tell this application, and what it made for it (listeners, advertisers, GATT
+ * clients and servers). Whatever is wanted again after the next start is to be unregistered before
+ * the stop and registered anew after the start.
+ *
+ * May be called twice, without a start, while other threads are in operations, and from inside a
+ * callback; there it does not wait for that callback, which shall not register or unregister
+ * anything once it has started the library again. A stop that finds the library stopped, or being
+ * stopped by another thread, waits for nothing. A process may also end without calling it.
  *
  * Always returns 0. */
 PELACON_API int PelaconSvcStop(void);

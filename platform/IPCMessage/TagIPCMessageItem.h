@@ -1,6 +1,7 @@
 // The record of every request, reply and notification.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,9 +16,11 @@ struct TagIPCMessageItem {
     std::int32_t reservedA = -1;
     std::int32_t reservedB = -1;
     std::int32_t reservedC = 0;
-    std::uint32_t length = 0;         ///< bytes at message
+    std::uint32_t length = 0;  ///< bytes at message
+    std::uint32_t gap = 0;
     std::uint8_t* message = nullptr;  ///< the payload, or null where there is none
     bool flag = false;
+    std::array<std::uint8_t, 3> padding{};
     std::uint32_t processId = 0;  ///< the sender's process, in a request
 };
 
@@ -31,6 +34,8 @@ static_assert(offsetof(TagIPCMessageItem, reservedA) == 44);
 static_assert(offsetof(TagIPCMessageItem, reservedB) == 48);
 static_assert(offsetof(TagIPCMessageItem, reservedC) == 52);
 static_assert(offsetof(TagIPCMessageItem, length) == 56);
+static_assert(offsetof(TagIPCMessageItem, gap) == 60);
 static_assert(offsetof(TagIPCMessageItem, message) == 64);
 static_assert(offsetof(TagIPCMessageItem, flag) == 72);
+static_assert(offsetof(TagIPCMessageItem, padding) == 73);
 static_assert(offsetof(TagIPCMessageItem, processId) == 76);

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 
-#ifndef _WIN32
 errno_t memcpy_s(void* destination, std::size_t destinationSize, const void* source,
                  std::size_t count)
 {
@@ -19,7 +18,6 @@ errno_t memcpy_s(void* destination, std::size_t destinationSize, const void* sou
     std::memcpy(destination, source, count);
     return 0;
 }
-#endif
 
 errno_t memset_s(void* destination, std::size_t destinationSize, int value, std::size_t count)
 {

@@ -1,11 +1,16 @@
-// Bounds-checked copies: memcpy_s as the C runtime of Windows defines it, and memset_s.
+// Bounds-checked copies, memcpy_s and memset_s, that say no and nothing else.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
 
-#ifndef _WIN32
+#ifdef _WIN32
+// The C runtime has a function of this name, and some versions of it end the process where this one
+// returns an error.
+#define memcpy_s karvell_memcpy_s
+#else
 using errno_t = int;
+#endif
 
 /// Copies count bytes into a destination that holds destinationSize. Returns 0 on success; a count
 /// of 0 always succeeds and touches nothing. When the destination is null the result is EINVAL.
@@ -13,7 +18,6 @@ using errno_t = int;
 /// destination is zeroed and nothing is copied.
 errno_t memcpy_s(void* destination, std::size_t destinationSize, const void* source,
                  std::size_t count);
-#endif
 
 /// Sets count bytes of a destination that holds destinationSize. Returns 0 on success. When the
 /// destination is null the result is EINVAL; when count exceeds the destination, all of the

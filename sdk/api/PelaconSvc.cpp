@@ -27,7 +27,7 @@ std::unique_ptr<IPCMessageClient> MakeClient()
         return std::make_unique<IPCMessageClient>(pelacon::protocol::kSdkModule, false, false,
                                                   pelacon::protocol::kServicePipe);
     } catch (const std::exception& exception) {
-        Log(kLogFailure, "Init", "IPCMessageClient: ", exception.what());
+        Log(kLogTrace, "Init", "IPCMessageClient: ", exception.what());
         return nullptr;
     }
 }
@@ -61,9 +61,10 @@ int Init()
     try {
         IPCMessageSender::GetInstance().SetIPCMessageSender(client);
         pelacon::RegIpcMessage(client);
-    } catch (...) {
+    } catch (const std::exception& exception) {
+        Log(kLogTrace, "Init", "RegIpcMessage: ", exception.what());
         EndClient();
-        throw;
+        return -1;
     }
     started = true;
     Log(kLogTrace, "Init", "succ");

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -96,6 +97,13 @@ struct PayloadView {
     std::uint32_t length = 0;
 };
 
+/// What does not even fit the length field stays too long for a frame.
+inline std::uint32_t LengthOf(std::size_t size)
+{
+    return static_cast<std::uint32_t>(
+        std::min<std::size_t>(size, std::numeric_limits<std::uint32_t>::max()));
+}
+
 template <typename Record>
 PayloadView ViewOf(const Record& record)
 {
@@ -107,11 +115,11 @@ inline PayloadView ViewOf(const protocol::Nothing& /*none*/)
 }
 inline PayloadView ViewOf(const std::string& text)
 {
-    return {text.c_str(), static_cast<std::uint32_t>(text.size() + 1)};
+    return {text.c_str(), LengthOf(text.size() + 1)};
 }
 inline PayloadView ViewOf(const std::span<const std::uint8_t>& bytes)
 {
-    return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
+    return {bytes.data(), LengthOf(bytes.size())};
 }
 
 /// What an operation is given to send, by the kind of its request.

@@ -1,3 +1,4 @@
+#include <os/SharedLibrary.h>
 #include <sdk/diag/Log.h>
 #include <sdk/wifi/ErrorStatus.h>
 
@@ -39,6 +40,7 @@ ErrorStatus::ErrorStatus()
                     kBuckets),
       listeners_(kBuckets)
 {
+    os::PinThisLibrary();
     workers_.emplace_back([this] {
         constexpr auto kFunction = "ErrorStatus::ErrorStatus::Worker";
         LogStart(kFunction);

@@ -178,13 +178,13 @@ IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
     batch.count = 0;
     for (int index = 0; index < count; ++index) {
         const mmsghdr& message = messages[static_cast<std::size_t>(index)];
-        if (message.msg_len == 0) {
-            break;  // the end, and the same again behind it
-        }
         const bool cut = (message.msg_hdr.msg_flags & MSG_TRUNC) != 0;
         batch.sizes[batch.count++] = cut ? kMaxFrame + 1 : message.msg_len;
+        if (message.msg_len == 0) {
+            break;  // the end, or an empty frame: no frame to whoever reads the batch
+        }
     }
-    return batch.count != 0 ? IoStatus::kDone : IoStatus::kLost;
+    return count > 0 && batch.sizes[0] != 0 ? IoStatus::kDone : IoStatus::kLost;
 }
 
 void SocketConnection::StopReceiving() noexcept

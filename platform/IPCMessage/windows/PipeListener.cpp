@@ -20,6 +20,8 @@ namespace {
 using os::MakeHandle;
 using os::OwnedHandle;
 
+constexpr DWORD kRetryMs = 50;
+
 std::string ErrorText(DWORD error)
 {
     return std::system_category().message(static_cast<int>(error));
@@ -42,10 +44,14 @@ class PipeListener final : public Listener {
     std::unique_ptr<Connection> Accept() override
     {
         for (;;) {
-            if (!next_) {
+            while (!next_) {
                 next_ = OfferInstance(0);
+                // Want of memory or handles passes.
+                if (!next_ && WaitForSingleObject(down_.get(), kRetryMs) == WAIT_OBJECT_0) {
+                    return nullptr;
+                }
             }
-            if (!next_ || !AwaitClient()) {
+            if (!AwaitClient()) {
                 return nullptr;
             }
             OwnedHandle connected = std::move(next_);

@@ -266,7 +266,7 @@ TEST_F(HostilePeersTest, AClientLeavesABadEventConnectionAndComesBack)
     client->RegisterMessageCallback(7, [&](TagIPCMessageItem&) { ++calls; });
     const std::vector<ByteVector> bad = {
         ByteVector(80, 0x33), MakeFrame({.kind = FrameKind::kWelcome}),
-        MakeFrame({.kind = FrameKind::kReply}), ByteVector(ipc::kMaxFrame + 1, 0)};
+        MakeFrame({.kind = FrameKind::kReply}), ByteVector(ipc::kMaxFrame + 1, 0), ByteVector()};
     for (const ByteVector& bytes : bad) {
         auto events = service.AcceptEvents();
         EXPECT_TRUE(events->Send({.kind = FrameKind::kNotification, .msgId = 7}, Counting(4)));

@@ -89,7 +89,8 @@ TEST_F(SdkTest, RequestRecordByteByByte)
     EXPECT_EQ(word(48), -1);
     EXPECT_EQ(word(52), 0);
     EXPECT_EQ(word(56), 3);
-    EXPECT_EQ(raw[72], 0);
+    EXPECT_EQ(word(60), 0);
+    EXPECT_EQ(word(72), 0);
     EXPECT_EQ(word(76), static_cast<std::int32_t>(Processes::kOwnId));
 }
 

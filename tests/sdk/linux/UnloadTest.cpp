@@ -33,6 +33,14 @@ class UnloadTest : public ::testing::Test {
         return function != nullptr ? function() : -1000;
     }
 
+    /// Calls a function of two pointers by its symbol.
+    bool Call(const char* symbol, void* first, void* second)
+    {
+        const auto function = reinterpret_cast<bool (*)(void*, void*)>(dlsym(library_, symbol));
+        EXPECT_NE(function, nullptr) << symbol;
+        return function != nullptr && function(first, second);
+    }
+
     void Unload() { EXPECT_EQ(dlclose(library_), 0); }
 
   private:
@@ -58,6 +66,14 @@ TEST_F(UnloadTest, TheLibraryStaysOnceItWasStarted)
     EXPECT_EQ(Call("PelaconSvcStart"), 0);
     Unload();
     EXPECT_TRUE(IsLoaded()) << "its receive thread runs";
+}
+
+TEST_F(UnloadTest, TheLibraryStaysOnceItWasAskedForErrors)
+{
+    int api = 0;  // whatever: the operation has no use for it
+    EXPECT_FALSE(Call("_ZN13WifiSystemApi14RegistListenerEP13ErrorListener", &api, nullptr));
+    Unload();
+    EXPECT_TRUE(IsLoaded()) << "its worker runs";
 }
 
 }  // namespace
