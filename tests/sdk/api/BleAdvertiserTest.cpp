@@ -1,6 +1,7 @@
 #include <PelaconSDK/BleAdvertiser.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/sdk/api/BleMembers.h>
+#include <tests/support/HeldCallback.h>
 #include <tests/support/SdkTest.h>
 
 #include <chrono>
@@ -466,25 +467,10 @@ TEST_F(AdvertisersGoSilent, StoppingKeepsTheTable)
 
 TEST_F(AdvertisersGoSilent, TheRegistryIsLockedWhileOneIsTold)
 {
-    static std::promise<void>* entered;
-    static std::shared_future<void>* leave;
-    std::promise<void> inside;
-    std::promise<void> go;
-    std::shared_future<void> gone = go.get_future().share();
-    entered = &inside;
-    leave = &gone;
     const std::int32_t id = FreshId();
-    RegisterAs(id, [](std::int32_t, std::int32_t) {
-        entered->set_value();
-        leave->wait_for(std::chrono::seconds(10));
-    });
-    std::thread receiver([&] { Silence(id, 0); });
-    ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    auto change = std::async(std::launch::async, [] { Sender().RemoveAdvCb(-1); });
-    EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    go.set_value();
-    receiver.join();
-    EXPECT_EQ(change.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    RegisterAs(id, [](std::int32_t, std::int32_t) { HeldCallback::Hold(); });
+    HeldCallback held([&] { Silence(id, 0); });
+    EXPECT_TRUE(held.HoldsUp([] { Sender().RemoveAdvCb(-1); }));
 }
 
 // The header's word for callbacks that throw.

@@ -66,15 +66,16 @@ TEST_F(StoppedSdkTest, StartThatFailsLeavesTheLibraryStopped)
 {
     channel.FailNextConstruction();
     EXPECT_EQ(PelaconSvcStart(), -1);
-    EXPECT_THAT(LogLines::All(),
-                ElementsAre(Line(2, "Init start!", "PelaconSvcStart"),
-                            Line(1, "IPCMessageClient: no thread: " +
-                                        std::make_error_code(
-                                            std::errc::resource_unavailable_try_again)
-                                            .message(),
-                                 "Init"),
-                            Line(4, "g_pelaconSdkIPCSender  nullptr", "Init"),
-                            Line(4, "Init failed!", "PelaconSvcStart")));
+    EXPECT_THAT(
+        LogLines::All(),
+        ElementsAre(
+            Line(2, "Init start!", "PelaconSvcStart"),
+            Line(1,
+                 "IPCMessageClient: no thread: " +
+                     std::make_error_code(std::errc::resource_unavailable_try_again).message(),
+                 "Init"),
+            Line(4, "g_pelaconSdkIPCSender  nullptr", "Init"),
+            Line(4, "Init failed!", "PelaconSvcStart")));
     EXPECT_THAT(channel.Registrations(), IsEmpty());
 
     ForgetWhatHappened();

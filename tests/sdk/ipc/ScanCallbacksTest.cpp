@@ -2,6 +2,7 @@
 #include <PelaconSDK/BleScanner.h>
 #include <PelaconSDK/PelaconSvc.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/support/HeldCallback.h>
 #include <tests/support/SdkTest.h>
 
 #include <cstring>
@@ -209,27 +210,11 @@ TEST_F(ScanNotifications, WithoutPayloadAreDroppedSilently)
 
 TEST_F(ScanNotifications, TheRegistryIsLockedWhileAStatusIsTold)
 {
-    static std::promise<void>* entered;
-    static std::shared_future<void>* leave;
-    std::promise<void> inside;
-    std::promise<void> go;
-    std::shared_future<void> gone = go.get_future().share();
-    entered = &inside;
-    leave = &gone;
-    const std::int32_t id =
-        Register(&Lasting<BleScanCallbacksC>({[](std::int32_t, std::int32_t) {
-                                                  entered->set_value();
-                                                  leave->wait_for(std::chrono::seconds(10));
-                                              },
-                                              nullptr}));
-    std::thread receiver([&] { Status(id, 0); });
-    ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    const std::int32_t id = Register(&Lasting<BleScanCallbacksC>(
+        {[](std::int32_t, std::int32_t) { HeldCallback::Hold(); }, nullptr}));
+    HeldCallback held([&] { Status(id, 0); });
     Sender().ScanStop(-1);  // waits for nobody
-    auto change = std::async(std::launch::async, [] { Sender().RemoveScanCb(-1); });
-    EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    go.set_value();
-    receiver.join();
-    EXPECT_EQ(change.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_TRUE(held.HoldsUp([] { Sender().RemoveScanCb(-1); }));
 }
 
 // ---- Results

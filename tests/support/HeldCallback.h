@@ -1,0 +1,62 @@
+// A callback that a test holds open, to see what waits for it.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <thread>
+#include <utility>
+
+namespace pelacon::test {
+
+class HeldCallback {
+  public:
+    /// Has the delivery made on a thread of its own, and waits until the callback of it is inside.
+    explicit HeldCallback(std::function<void()> deliver)
+    {
+        current_ = this;
+        receiver_ = std::thread(std::move(deliver));
+        isInside_ = entered_.get_future().wait_for(kPatience) == std::future_status::ready;
+    }
+    ~HeldCallback() { LetGo(); }
+
+    HeldCallback(const HeldCallback&) = delete;
+    HeldCallback& operator=(const HeldCallback&) = delete;
+
+    /// What the callback calls: returns once the test lets go.
+    static void Hold()
+    {
+        current_->entered_.set_value();
+        current_->leave_.get_future().wait_for(kPatience);
+    }
+
+    /// Whether the callback was reached, the action waited until it returned, and no longer.
+    bool HoldsUp(std::function<void()> action)
+    {
+        auto acting = std::async(std::launch::async, std::move(action));
+        const bool waits =
+            acting.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
+        LetGo();
+        return isInside_ && waits && acting.wait_for(kPatience) == std::future_status::ready;
+    }
+
+  private:
+    static constexpr std::chrono::seconds kPatience{10};
+
+    void LetGo()
+    {
+        if (receiver_.joinable()) {
+            leave_.set_value();
+            receiver_.join();
+        }
+    }
+
+    static inline HeldCallback* current_ = nullptr;
+
+    std::promise<void> entered_;
+    std::promise<void> leave_;
+    std::thread receiver_;
+    bool isInside_ = false;
+};
+
+}  // namespace pelacon::test
