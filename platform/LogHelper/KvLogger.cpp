@@ -68,13 +68,12 @@ class EnvironmentOutput {
         if (file_ == stderr) {
             pelacon::os::WriteToDebugger(line);  // a program with windows may have no stderr
         }
-        const std::lock_guard lock(mutex_);
+        // Lines stay whole by the stream's own lock, which fork frees in a child.
         std::fwrite(text.data(), 1, text.size(), file_);
         std::fflush(file_);
     }
 
   private:
-    std::mutex mutex_;
     std::FILE* file_ = nullptr;
     std::int32_t lowest_ = kNothing;
 };

@@ -27,6 +27,9 @@ Peer PeerOf(HANDLE pipe, PipeEnd end)
     if (known != FALSE) {
         peer.processId = processId;
         peer.user = UserOfProcess(processId);
+        if (peer.user.empty() && end == PipeEnd::kClient) {
+            peer.user = OwnerOfPipe(pipe);  // the system's processes are not for everybody to open
+        }
         peer.isOperator = !peer.user.empty() && (peer.user == OwnUser() || IsSystem(peer.user));
     }
     return peer;

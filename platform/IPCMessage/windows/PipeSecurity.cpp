@@ -2,6 +2,7 @@
 
 #include <os/windows/Handle.h>
 
+#include <aclapi.h>
 #include <sddl.h>
 
 #include <array>
@@ -65,6 +66,18 @@ std::string UserOfProcess(DWORD processId)
     return process ? UserOfToken(process.get()) : std::string();
 }
 
+std::string OwnerOfPipe(HANDLE pipe)
+{
+    PSID owner = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (GetSecurityInfo(pipe, SE_KERNEL_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr,
+                        nullptr, nullptr, &descriptor) != ERROR_SUCCESS) {
+        return {};
+    }
+    const SecurityDescriptor keeper(descriptor);
+    return TextOf(owner);
+}
+
 const std::string& OwnUser()
 {
     static const std::string& user = *new std::string(UserOfToken(GetCurrentProcess()));
@@ -84,7 +97,8 @@ bool IsTrustedServer(const std::string& user)
 
 SecurityDescriptor PipeAccess()
 {
-    std::string access = "D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + OwnUser() + ")";
+    std::string access =
+        "O:" + OwnUser() + "D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + OwnUser() + ")";
     if (IsSystem(OwnUser())) {
         char rights[16];
         std::snprintf(rights, sizeof rights, "0x%lx", kClientAccess);

@@ -11,6 +11,10 @@ namespace pelacon::ipc {
 /// The user of a process as a SID's text; empty where it cannot be told.
 std::string UserOfProcess(DWORD processId);
 
+/// The user who offers a pipe, as whoever has opened it sees it: whom the pipe belongs to, which is
+/// nobody's to choose but its offerer's own account. Empty where it cannot be told.
+std::string OwnerOfPipe(HANDLE pipe);
+
 /// The user of this process.
 const std::string& OwnUser();
 
@@ -26,9 +30,9 @@ struct LocalMemory {
 };
 using SecurityDescriptor = std::unique_ptr<void, LocalMemory>;
 
-/// Who may open the pipe of a service that this process runs: the system, administrators and this
-/// user; where the service runs as the system, whoever is logged on may use it too, but not offer a
-/// pipe of the same name. Null for want of memory.
+/// The pipe of a service that this process runs belongs to its user. The system, administrators and
+/// this user may open it; where the service runs as the system, whoever is logged on may use it
+/// too, but not offer a pipe of the same name. Null for want of memory.
 SecurityDescriptor PipeAccess();
 
 /// What a client asks for when it opens a pipe: all but offering one.

@@ -243,8 +243,10 @@ TEST_F(SdkTest, GetBtMacAndNameWhoseCopyFails)
     Copies::FailNext();
     BtInfo info{};
     EXPECT_EQ(BleManager::GetBtMacAndName(&info), -10);
-    ASSERT_GE(LogLines::All().size(), 2U);
-    EXPECT_EQ(LogLines::All()[1], Line(4, "memcpy_s failed!", "BleManager::GetBtMacAndName"));
+    constexpr auto kFunction = "BleManager::GetBtMacAndName";
+    EXPECT_THAT(
+        LogLines::All(),
+        ElementsAre(Start(kFunction), Line(4, "memcpy_s failed!", kFunction), End(kFunction)));
     EXPECT_THAT(Events::All(), IsEmpty());
 }
 
