@@ -24,7 +24,7 @@ Inbox<Silent>& Silences()
     return silences;
 }
 
-Inbox<BleScanResultC>& Hears()
+Inbox<BleScanResultC>& HeardResults()
 {
     static auto& results = *new Inbox<BleScanResultC>;
     return results;
@@ -33,15 +33,15 @@ Inbox<BleScanResultC>& Hears()
 BleAdvCallbacksC advTable{[](std::int32_t advId, std::int32_t status) {
     Silences().Put({advId, status});
 }};
-BleScanCallbacksC scanTable{nullptr,
-                            [](std::int32_t, BleScanResultC result) { Hears().Put(result); }};
+BleScanCallbacksC scanTable{
+    nullptr, [](std::int32_t, BleScanResultC result) { HeardResults().Put(result); }};
 
 class Advertise : public ::testing::Test {
   protected:
     Advertise()
     {
         Silences().Clear();
-        Hears().Clear();
+        HeardResults().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~Advertise() override
@@ -97,10 +97,11 @@ TEST_F(Advertise, AScannerHearsDataAndScanResponse)
     const ByteVector data(31, 7);
     const ByteVector response{3, 9, 'm', 'e'};
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {data, response}), 0);
-    BleScanResultC heard = Hears().NextThat([](const auto& one) { return !IsResponse(one); });
+    BleScanResultC heard =
+        HeardResults().NextThat([](const auto& one) { return !IsResponse(one); });
     EXPECT_EQ(heard.address, 0x0A0B0C0D0E0FU);
     EXPECT_EQ(DataOf(heard), data);
-    heard = Hears().NextThat(IsResponse);
+    heard = HeardResults().NextThat(IsResponse);
     EXPECT_EQ(DataOf(heard), response);
     EXPECT_EQ(BleAdvertiser::BleStopAdvertise(id), 0);
 }
@@ -109,7 +110,7 @@ TEST_F(Advertise, AnotherProgramIsHeardToo)
 {
     Listen();
     ChildProcess other(PelaconctlPath(), {"advertise", "--name", "Neighbour"});
-    const BleScanResultC heard = Hears().Next();
+    const BleScanResultC heard = HeardResults().Next();
     std::uint8_t* name = nullptr;
     std::uint32_t length = 0;
     ASSERT_EQ(BleGetAdvDataByType(heard.data, heard.dataLen, 0x09, &name, &length), 0);
@@ -149,7 +150,7 @@ TEST_F(Advertise, IsSilentAfterARestartAndCanStartAgain)
     EXPECT_EQ(told.status, kBleAdvServiceRestart);
     Listen();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {{2, 1, 6}, {}}), 0);
-    EXPECT_EQ(DataOf(Hears().Next()), (ByteVector{2, 1, 6}));
+    EXPECT_EQ(DataOf(HeardResults().Next()), (ByteVector{2, 1, 6}));
 }
 
 TEST_F(Advertise, IdsThatAreGoneAreUnknown)

@@ -11,8 +11,8 @@ namespace pelacon::ipc {
 /// The user of a process as a SID's text; empty where it cannot be told.
 std::string UserOfProcess(DWORD processId);
 
-/// The user who offers a pipe, as whoever has opened it sees it: whom the pipe belongs to, which is
-/// nobody's to choose but its offerer's own account. Empty where it cannot be told.
+/// The account that an opened pipe belongs to, which can be none but that of the process that
+/// offers it. Empty where it cannot be told.
 std::string OwnerOfPipe(HANDLE pipe);
 
 /// The user of this process.

@@ -1,6 +1,7 @@
 #include <sdk/ipc/Exchange.h>
 #include <tests/support/SdkTest.h>
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
@@ -150,6 +151,13 @@ TEST(FixedTextTest, EndsAtItsNulOrItsField)
     EXPECT_EQ(FixedText(terminated), "ab");
     EXPECT_EQ(FixedText(full), "abc");
     EXPECT_EQ(FixedText(empty), "");
+}
+
+TEST(ExchangeLengthTest, WhatTheLengthFieldCannotHoldIsNotCut)
+{
+    EXPECT_EQ(detail::LengthOf(0xFFFFFFFE), 0xFFFFFFFEU);
+    EXPECT_EQ(detail::LengthOf(std::size_t{1} << 32U), 0xFFFFFFFFU);
+    EXPECT_EQ(detail::LengthOf((std::size_t{1} << 32U) + 7), 0xFFFFFFFFU);
 }
 
 }  // namespace
