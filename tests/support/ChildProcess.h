@@ -16,8 +16,8 @@ class ChildProcess {
   public:
     static constexpr std::chrono::seconds kPatience{10};
 
-    /// Why a program that ends while its threads are at work may not come to its end here; null
-    /// where it must.
+    /// Why a program that ends while its threads are in system calls may hang on this system; null
+    /// where it must end.
     static const char* WhyItMayNotEnd();
     /// Why a program cannot be given a terminal here; null where it can.
     static const char* WhyNoTerminal();

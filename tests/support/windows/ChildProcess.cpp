@@ -243,7 +243,8 @@ const char* ChildProcess::WhyItMayNotEnd()
 {
     const bool underWine =
         GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-    return underWine ? "Wine ends threads that hold locks of its own, and then waits for these"
+    return underWine ? "Wine ends a thread that holds Wine's lock of the address space, and then "
+                       "waits for that lock (docs/windows.md)"
                      : nullptr;
 }
 
