@@ -235,6 +235,11 @@ std::string Core::Control(std::string_view command)
     return answer;
 }
 
+void Core::Warn(std::string_view sentence)
+{
+    log::Warning(sentence);
+}
+
 void Core::Restart()
 {
     log::Info("restarting, as an operator wishes");
@@ -250,7 +255,7 @@ nlohmann::json Core::Status() const
     using std::chrono::milliseconds;
     const Line::Statistics line = line_->GetStatistics();
     nlohmann::json clients = nlohmann::json::array();
-    for (const Session* session : state_->sessions.Present()) {
+    for (const auto& session : state_->sessions.Present()) {
         clients.push_back({{"client", session->ClientId()}, {"pid", session->ProcessId()}});
     }
     nlohmann::json status{

@@ -33,10 +33,10 @@ Whom ReadWhom(json::Fields& fields)
 }
 
 /// The clients that are meant; all of them where none is named.
-std::vector<Session*> Choose(const Sessions& sessions, const Whom& whom)
+std::vector<std::shared_ptr<Session>> Choose(const Sessions& sessions, const Whom& whom)
 {
-    std::vector<Session*> chosen;
-    for (Session* session : sessions.Present()) {
+    std::vector<std::shared_ptr<Session>> chosen;
+    for (const auto& session : sessions.Present()) {
         if ((!whom.client || *whom.client == session->ClientId()) &&
             (!whom.processId || *whom.processId == session->ProcessId())) {
             chosen.push_back(session);
@@ -90,12 +90,21 @@ Push ReadPush(json::Fields& fields)
     return push;
 }
 
-nlohmann::json Send(const Sessions& sessions, const Push& push)
+/// Sends it to those sessions, and now and then lets others have the lock.
+nlohmann::json Send(World& world, const std::vector<std::shared_ptr<Session>>& sessions,
+                    const Push& push)
 {
+    constexpr std::uint64_t kAtOnce = 1000;
     std::uint64_t sent = 0;
-    for (Session* session : Choose(sessions, push.whom)) {
-        for (std::uint64_t i = 0; i < push.count; ++i) {
+    for (const std::shared_ptr<Session>& session : sessions) {
+        for (std::uint64_t i = 1; i <= push.count && session->IsPresent(); ++i) {
             sent += session->Notify(push.id, push.payload, push.urgency) ? 1 : 0;
+            if (i % kAtOnce == 0) {
+                world.Pause();
+                if (world.IsStopping()) {
+                    break;
+                }
+            }
         }
     }
     return {{"sent", sent}};
@@ -155,7 +164,9 @@ void Core::AddClientCommands(Commands& commands)
     commands.Add("notify", "sends a notification: id, payload (hexadecimal), client or pid",
                  [this](json::Fields& fields) {
                      const Push push = ReadPush(fields);
-                     return [this, push] { return Send(state_->sessions, push); };
+                     return [this, push] {
+                         return Send(world_, Choose(state_->sessions, push.whom), push);
+                     };
                  });
     commands.Add(
         "flood", "sends many notifications at once: id, count, payload, droppable, client or pid",
@@ -165,14 +176,14 @@ void Core::AddClientCommands(Commands& commands)
             if (const auto droppable = fields.Optional("droppable")) {
                 push.urgency = droppable->Bool() ? Line::Urgency::kDroppable : Line::Urgency::kKept;
             }
-            return [this, push] { return Send(state_->sessions, push); };
+            return [this, push] { return Send(world_, Choose(state_->sessions, push.whom), push); };
         });
     commands.Add("malformed", "sends bytes that are no message, as a notification: client or pid",
                  [this](json::Fields& fields) {
                      const Whom whom = ReadWhom(fields);
                      return [this, whom]() -> nlohmann::json {
                          const auto chosen = Choose(state_->sessions, whom);
-                         for (const Session* session : chosen) {
+                         for (const auto& session : chosen) {
                              afterwards_.emplace_back(
                                  [this, id = session->ClientId()] { line_->SendMalformed(id); });
                          }
@@ -184,7 +195,7 @@ void Core::AddClientCommands(Commands& commands)
                      const Whom whom = ReadWhom(fields);
                      return [this, whom]() -> nlohmann::json {
                          const auto chosen = Choose(state_->sessions, whom);
-                         for (const Session* session : chosen) {
+                         for (const auto& session : chosen) {
                              afterwards_.emplace_back(
                                  [this, id = session->ClientId()] { line_->Disconnect(id); });
                          }

@@ -19,8 +19,12 @@ constexpr std::string_view kHead = "pelacon-next-id ";
 std::int32_t ReadFile(const std::string& file)
 {
     std::error_code error;
-    if (!std::filesystem::exists(file, error)) {
+    const auto type = std::filesystem::status(file, error).type();
+    if (type == std::filesystem::file_type::not_found) {
         return 1;
+    }
+    if (type != std::filesystem::file_type::regular) {
+        throw IdError(file + ": is not a file; this service keeps there which ids were given out");
     }
     std::ifstream stream(file, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};

@@ -8,8 +8,8 @@
 
 namespace pelacon::service {
 
-/// What the core needs of the channel's server half. The pipe is one; tests have another. Notify
-/// and GetStatistics may be called under any lock, the rest with none held.
+/// What the core needs of the channel's server half. The pipe is one; tests have another. Notify,
+/// IsConnected and GetStatistics may be called under any lock, the rest with none held.
 class Line {
   public:
     using Urgency = IPCMessageServer::Urgency;
@@ -22,6 +22,7 @@ class Line {
 
     virtual bool Notify(std::uint64_t clientId, std::int32_t messageId,
                         std::span<const std::uint8_t> payload, Urgency urgency) = 0;
+    virtual bool IsConnected(std::uint64_t clientId) const = 0;
     virtual void Disconnect(std::uint64_t clientId) = 0;
     virtual void DisconnectAll() = 0;
     virtual void SendMalformed(std::uint64_t clientId) = 0;

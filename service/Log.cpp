@@ -1,9 +1,13 @@
+#include <os/StandardStreams.h>
+#include <os/Threads.h>
 #include <service/Log.h>
 
 #include <array>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace pelacon::service {
@@ -11,17 +15,6 @@ namespace pelacon::service {
 namespace {
 
 constexpr std::array<std::string_view, 5> kNames{"error", "warning", "info", "debug", "trace"};
-
-struct Output {
-    std::mutex mutex;
-    log::Sink sink;
-};
-
-Output& TheOutput()
-{
-    static Output& output = *new Output;
-    return output;
-}
 
 /// Date and time in UTC, to the millisecond.
 std::string Now()
@@ -41,6 +34,98 @@ std::string Now()
     return text.data();
 }
 
+std::string Format(LogLevel level, std::string_view line)
+{
+    std::string text = Now();
+    text.append(" ").append(kNames[static_cast<std::size_t>(level)]).append(": ");
+    return text.append(line).append("\n");
+}
+
+/// Lives as long as the process: its thread is never joined, as it may wait for a reader for ever.
+class Output {
+  public:
+    static Output& The()
+    {
+        static Output& output = *new Output;
+        return output;
+    }
+
+    void SetSink(log::Sink sink)
+    {
+        const std::lock_guard lock(mutex_);
+        sink_ = std::move(sink);
+    }
+
+    void Put(LogLevel level, std::string_view line)
+    {
+        const std::lock_guard lock(mutex_);
+        if (sink_) {
+            sink_(level, line);
+        } else {
+            Queue(Format(level, line));
+        }
+    }
+
+    void Flush(std::chrono::milliseconds limit)
+    {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, limit, [this] { return queue_.empty() && !writing_; });
+    }
+
+  private:
+    static constexpr std::size_t kMostBytes = 1024UL * 1024;
+
+    void Queue(const std::string& text)
+    {
+        if (queue_.size() + text.size() > kMostBytes) {
+            ++dropped_;
+            return;
+        }
+        queue_ += text;
+        StartThread();
+        changed_.notify_all();
+    }
+
+    void StartThread()
+    {
+        try {
+            if (!started_) {
+                os::StartDetachedThread([this] { WriteAll(); });
+                started_ = true;
+            }
+        } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): the next line tries
+        }
+    }
+
+    void WriteAll()
+    {
+        std::unique_lock lock(mutex_);
+        for (;;) {
+            changed_.wait(lock, [this] { return !queue_.empty(); });
+            std::string lines = std::exchange(queue_, {});
+            if (const std::uint64_t dropped = std::exchange(dropped_, 0); dropped != 0) {
+                lines += Format(LogLevel::kWarning,
+                                std::to_string(dropped) +
+                                    " lines of the log are missing here: its reader was too slow");
+            }
+            writing_ = true;
+            lock.unlock();
+            os::WriteToStandardError(lines);
+            lock.lock();
+            writing_ = false;
+            changed_.notify_all();
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    log::Sink sink_;
+    std::string queue_;
+    std::uint64_t dropped_ = 0;  // behind those that are queued
+    bool writing_ = false;
+    bool started_ = false;
+};
+
 }  // namespace
 
 std::optional<LogLevel> LogLevelOf(std::string_view name)
@@ -55,23 +140,17 @@ std::optional<LogLevel> LogLevelOf(std::string_view name)
 
 void log::SetSink(Sink sink)
 {
-    Output& output = TheOutput();
-    const std::lock_guard lock(output.mutex);
-    output.sink = std::move(sink);
+    Output::The().SetSink(std::move(sink));
 }
 
 void log::WriteLine(LogLevel level, std::string_view line)
 {
-    Output& output = TheOutput();
-    const std::lock_guard lock(output.mutex);
-    if (output.sink) {
-        output.sink(level, line);
-        return;
-    }
-    std::string text = Now();
-    text.append(" ").append(kNames[static_cast<std::size_t>(level)]).append(": ");
-    text.append(line).append("\n");
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    Output::The().Put(level, line);
+}
+
+void log::Flush(std::chrono::milliseconds limit)
+{
+    Output::The().Flush(limit);
 }
 
 }  // namespace pelacon::service

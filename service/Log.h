@@ -1,7 +1,8 @@
-// The service's own log: one line per event, to stderr.
+// The service's own log: one line per event, to standard error.
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -33,10 +34,16 @@ inline bool IsWanted(LogLevel level) noexcept
     return level <= wantedLevel.load(std::memory_order_relaxed);
 }
 
-/// Sends lines elsewhere than stderr; an empty sink sends them there again.
+/// Sends lines elsewhere than to standard error; an empty sink sends them there again.
 void SetSink(Sink sink);
 
+/// Queues a line, and never blocks: a thread of the log's own writes to standard error. While its
+/// reader does not keep up, at most 1 MiB of lines wait; later ones are dropped, and a line that is
+/// written in their place says how many.
 void WriteLine(LogLevel level, std::string_view line);
+
+/// Waits until all lines are written, or the time is up.
+void Flush(std::chrono::milliseconds limit);
 
 template <typename... Pieces>
 void Write(LogLevel level, const Pieces&... pieces)

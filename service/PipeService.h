@@ -25,6 +25,10 @@ class PipeService : private Line {
   private:
     bool Notify(std::uint64_t clientId, std::int32_t messageId,
                 std::span<const std::uint8_t> payload, Urgency urgency) override;
+    bool IsConnected(std::uint64_t clientId) const override
+    {
+        return server_->IsConnected(clientId);
+    }
     void Disconnect(std::uint64_t clientId) override { server_->Disconnect(clientId); }
     void DisconnectAll() override { server_->DisconnectAll(); }
     void SendMalformed(std::uint64_t clientId) override { server_->SendMalformed(clientId); }

@@ -1,6 +1,8 @@
 #include <service/Session.h>
 #include <service/Trace.h>
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace pelacon::service {
@@ -34,7 +36,16 @@ void Session::Arrive(std::uint32_t processId)
 
 bool Session::WaitFor(World::Duration time)
 {
-    world_.Wait(time, [this] { return !present_; });
+    // A client that posted something is not known to have left before that is done, so its
+    // connection is looked at.
+    constexpr std::chrono::milliseconds kLookAgain{250};
+    const auto end = World::Clock::now() + time;
+    for (auto left = time; left > World::Duration::zero(); left = end - World::Clock::now()) {
+        world_.Wait(std::min<World::Duration>(left, kLookAgain), [this] { return !present_; });
+        if (!GoesOn() || (arrived_ && !line_.IsConnected(clientId_))) {
+            return false;
+        }
+    }
     return GoesOn();
 }
 

@@ -48,13 +48,15 @@ void Sessions::EndAll()
 
 std::shared_ptr<Session> Sessions::Of(std::uint64_t clientId)
 {
-    const auto found = entries_.find(clientId);
-    if (found != entries_.end()) {
-        return found->second.session;
+    auto found = entries_.find(clientId);
+    if (found == entries_.end()) {
+        Entry entry{std::make_shared<Session>(world_, line_, clientId, 0), false, {}};
+        found = entries_.emplace(clientId, std::move(entry)).first;
     }
-    Entry entry{std::make_shared<Session>(world_, line_, clientId, 0), false,
-                world_.After(grace_, [this, clientId] { Leave(clientId); })};
-    return entries_.emplace(clientId, std::move(entry)).first->second.session;
+    if (!found->second.arrived) {
+        found->second.grace = world_.After(grace_, [this, clientId] { Leave(clientId); });
+    }
+    return found->second.session;
 }
 
 Session* Sessions::Find(std::uint64_t clientId) const
@@ -63,15 +65,15 @@ Session* Sessions::Find(std::uint64_t clientId) const
     return found != entries_.end() && found->second.arrived ? found->second.session.get() : nullptr;
 }
 
-std::vector<Session*> Sessions::Present() const
+std::vector<std::shared_ptr<Session>> Sessions::Present() const
 {
-    std::vector<Session*> sessions;
+    std::vector<std::shared_ptr<Session>> sessions;
     for (const auto& [id, entry] : entries_) {
         if (entry.arrived) {
-            sessions.push_back(entry.session.get());
+            sessions.push_back(entry.session);
         }
     }
-    std::sort(sessions.begin(), sessions.end(), [](const Session* one, const Session* other) {
+    std::sort(sessions.begin(), sessions.end(), [](const auto& one, const auto& other) {
         return one->ClientId() < other->ClientId();
     });
     return sessions;

@@ -18,7 +18,8 @@ class Sessions {
 
     using Families = std::vector<std::unique_ptr<Family>>;
 
-    /// A client whose requests come without its ever having arrived is forgotten after the grace.
+    /// A client that has not arrived is forgotten when it makes no request for as long as the
+    /// grace.
     Sessions(World& world, Line& line, const Families& families, World::Duration grace = kGrace)
         : world_(world), line_(line), families_(families), grace_(grace)
     {}
@@ -38,7 +39,7 @@ class Sessions {
     Session* Find(std::uint64_t clientId) const;
 
     /// All clients that are there, in the order of their ids.
-    std::vector<Session*> Present() const;
+    std::vector<std::shared_ptr<Session>> Present() const;
 
   private:
     struct Entry {

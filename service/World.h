@@ -85,6 +85,12 @@ class World {
     /// request's handler or a command may wait, never a timer's task.
     bool Wait(Duration limit, const std::function<bool()>& done);
 
+    /// Lets others have the lock for a moment, while something takes long.
+    void Pause()
+    {
+        Wait(std::chrono::microseconds(100), [] { return false; });
+    }
+
     /// Has all who wait look again.
     void Wake() noexcept { waiters_.notify_all(); }
 

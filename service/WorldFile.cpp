@@ -1,10 +1,11 @@
 #include <service/WorldFile.h>
 #include <service/json/Reader.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <sstream>
+#include <string>
 #include <system_error>
 
 namespace pelacon::service {
@@ -56,14 +57,29 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
 
 WorldFile LoadWorldFile(const std::string& path)
 {
+    constexpr std::size_t kMostBytes = 16UL * 1024 * 1024;
+    std::error_code error;
+    const auto type = std::filesystem::status(path, error).type();
+    if (error || type == std::filesystem::file_type::not_found) {
+        throw json::Error(path + ": cannot be read: " + error.message());
+    }
+    if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::fifo) {
+        throw json::Error(path + ": cannot be read: it is neither a file nor a pipe");
+    }
     std::ifstream stream(path, std::ios::binary);
-    std::error_code ignored;
-    if (!stream || std::filesystem::is_directory(path, ignored)) {
+    std::string text;
+    std::array<char, 64UL * 1024> piece;
+    while (text.size() <= kMostBytes && stream) {
+        stream.read(piece.data(), piece.size());
+        text.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
+    }
+    if (text.size() > kMostBytes) {
+        throw json::Error(path + ": is larger than a world file may be (16 MiB)");
+    }
+    if (!stream.eof()) {
         throw json::Error(path + ": cannot be read");
     }
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return ReadWorldFile(text.str(), path);
+    return ReadWorldFile(text, path);
 }
 
 }  // namespace pelacon::service

@@ -1,5 +1,7 @@
 // PelaconService, the program.
+#include <os/FileLimit.h>
 #include <os/Files.h>
+#include <os/StandardStreams.h>
 #include <os/Termination.h>
 #include <protocol/Operation.h>
 #include <service/Log.h>
@@ -10,9 +12,12 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <optional>
 #include <random>
 #include <string>
@@ -30,6 +35,9 @@ enum ExitCode : int {
     kWorldWrong = 3,
     kPipeUnusable = 4,
 };
+
+/// How long the program's end waits for a reader of the log that does not read.
+constexpr std::chrono::milliseconds kLastLines{300};
 
 constexpr char kDescription[] =
     "PelaconService answers programs that use PelaconSDK, with simulated radios behind it.\n"
@@ -55,7 +63,7 @@ Exit codes
   4  the pipe cannot be had: another service has it, or its folder is not writable)";
 
 struct Options {
-    std::string world;
+    std::optional<std::string> world;
     std::string pipe;
     std::string logLevel = "info";
     bool trace = false;
@@ -74,17 +82,46 @@ std::string CheckPipeName(const std::string& name)
     return plain && !name.empty() ? "" : "a pipe's name is made of ASCII characters, not blank";
 }
 
+/// What is wrong with a number that is written as text; nothing if it is one from 0 to the limit.
+template <typename Number>
+std::string CheckNumber(const std::string& text, Number limit)
+{
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end && number >= 0 && number <= limit
+               ? ""
+               : "must be a whole number from 0 to " + std::to_string(limit);
+}
+
+std::string CheckSeed(const std::string& text)
+{
+    return CheckNumber(text, std::numeric_limits<std::uint64_t>::max());
+}
+
+std::string CheckDescriptor(const std::string& text)
+{
+    return CheckNumber(text, std::numeric_limits<int>::max());
+}
+
+std::string CheckWorldName(const std::string& name)
+{
+    return name.empty() ? "the file's name is empty" : "";
+}
+
 void Declare(CLI::App& app, Options& options)
 {
     app.footer(kFooter);
     app.set_version_flag("--version", std::string("PelaconService ") + service::kVersion);
     app.add_option("--world", options.world,
                    "The world to simulate: a JSON file, see docs/world.md")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(&CheckWorldName);
     app.add_option("--seed", options.seed,
                    "Start of the simulation's chance, so that a run repeats; else the world "
                    "file's, else drawn and logged")
-        ->type_name("N");
+        ->type_name("N")
+        ->check(&CheckSeed);
     app.add_option("--log", options.logLevel, "What to log: error, warning, info, debug, trace")
         ->type_name("LEVEL")
         ->check(CLI::IsMember({"error", "warning", "info", "debug", "trace"}))
@@ -98,7 +135,7 @@ void Declare(CLI::App& app, Options& options)
                    "When ready, write \"ready\" and the address to this file descriptor too, and "
                    "close it")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+        ->check(&CheckDescriptor);
     app.add_flag("--check", options.check, "Only read the world file, and say whether it is right");
     app.add_flag("--print-world", options.printWorld, "Print the built-in world, and end");
 }
@@ -117,11 +154,11 @@ std::wstring PipeName(const std::string& option)
 service::Settings ReadSettings(const Options& options)
 {
     service::Settings settings;
-    if (options.world.empty()) {
-        settings.world = service::ReadWorldFile(service::DefaultWorldText(), "default-world.json");
+    if (options.world) {
+        settings.world = service::LoadWorldFile(*options.world);
+        settings.worldName = *options.world;
     } else {
-        settings.world = service::LoadWorldFile(options.world);
-        settings.worldName = options.world;
+        settings.world = service::ReadWorldFile(service::DefaultWorldText(), "default-world.json");
     }
     const auto seed = options.seed ? options.seed : settings.world.seed;
     settings.seed = seed ? *seed : std::random_device()();
@@ -138,9 +175,17 @@ void TellReady(const Options& options, const std::string& address)
     }
 }
 
+/// Writes what has been logged, at the latest when it is destroyed.
+struct LogFlush {
+    LogFlush() = default;
+    ~LogFlush() { service::log::Flush(kLastLines); }
+    LogFlush(const LogFlush&) = delete;
+    LogFlush& operator=(const LogFlush&) = delete;
+};
+
 int Run(const Options& options)
 {
-    os::Termination termination;
+    const LogFlush flush;
     service::log::wantedLevel =
         options.trace ? service::LogLevel::kTrace : *service::LogLevelOf(options.logLevel);
     service::Settings settings = ReadSettings(options);
@@ -148,6 +193,9 @@ int Run(const Options& options)
         std::printf("%s: right\n", settings.worldName.c_str());
         return kEnded;
     }
+    // Not before the world file is read: a signal ends a program that waits for one in a pipe.
+    os::Termination termination;
+    os::RaiseFileLimit();
     const std::string world = settings.worldName;
     const std::uint64_t seed = settings.seed;
     const service::PipeService service(PipeName(options.pipe), std::move(settings));
@@ -168,6 +216,7 @@ int Complain(ExitCode code, const std::exception& failure)
 
 int main(int argc, char** argv)
 {
+    os::OpenMissingStandardStreams();
     try {
         CLI::App app(kDescription, "PelaconService");
         Options options;

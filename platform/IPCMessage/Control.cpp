@@ -24,8 +24,11 @@ class OperatorConnection {
             case ConnectStatus::kBusy:
                 return FailByTimeout();
             case ConnectStatus::kUntrusted:
-                return Fail(IPCControlError::Kind::kRefused,
+                return Fail(IPCControlError::Kind::kNoAccess,
                             "what listens on the pipe is no service that is trusted");
+            case ConnectStatus::kForbidden:
+                return Fail(IPCControlError::Kind::kNoAccess,
+                            "this user may not connect to the service's pipe");
         }
         return false;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace pelacon::ipc {
 
@@ -119,19 +120,19 @@ void FrameBuffer::Item(const FrameHeader& header, TagIPCMessageItem& item)
 bool FrameBuffer::CopyItem(const FrameHeader& header, TagIPCMessageItem& item) const
 {
     const std::uint8_t* const payload = bytes_.get() + sizeof(FrameHeader);
-    std::uint8_t* copy = nullptr;
+    std::unique_ptr<std::uint8_t, decltype(&std::free)> copy(nullptr, &std::free);
     if (header.Has(kHasPayload)) {
         const std::size_t length = header.payloadLength;
         const std::size_t room = ReplyRoom(length);
-        copy = static_cast<std::uint8_t*>(std::malloc(room));
-        if (copy == nullptr) {
+        copy.reset(static_cast<std::uint8_t*>(std::malloc(room)));
+        if (!copy) {
             return false;
         }
-        std::memcpy(copy, payload, length);
-        std::memset(copy + length, 0, room - length);
+        std::memcpy(copy.get(), payload, length);
+        std::memset(copy.get() + length, 0, room - length);
     }
     ReadFields(header, payload, item);
-    item.message = copy;
+    item.message = copy.release();
     return true;
 }
 

@@ -11,7 +11,13 @@
 
 /// Why an operator's connection ended, in a sentence for people.
 struct IPCControlError {
-    enum class Kind { kNoService, kRefused, kTimeout, kLost };
+    enum class Kind {
+        kNoService,
+        kNoAccess,  ///< not trusted, or not open to this user
+        kRefused,   ///< the service takes no commands from this user
+        kTimeout,
+        kLost,
+    };
     Kind kind;
     std::string message;
 };

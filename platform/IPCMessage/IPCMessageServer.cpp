@@ -31,8 +31,9 @@ class IPCMessageServer::Implementation {
   public:
     Implementation(const std::wstring& pipeName, IPCServerHandler& handler)
         : handler_(handler),
-          connections_(Listen(pipeName), counters_,
-                       [this](ServedConnection& served) { Serve(served); })
+          connections_(
+              Listen(pipeName, WarnHandler()), counters_,
+              [this](ServedConnection& served) { Serve(served); }, WarnHandler())
     {}
 
     ~Implementation() { clients_.Stop(); }
@@ -42,6 +43,7 @@ class IPCMessageServer::Implementation {
 
     bool Notify(std::uint64_t clientId, std::int32_t messageId,
                 std::span<const std::uint8_t> payload, Urgency urgency);
+    bool IsConnected(std::uint64_t clientId) const;
     void Disconnect(std::uint64_t clientId);
     void DisconnectAll() { connections_.Shutdown(); }
     void SendMalformed(std::uint64_t clientId);
@@ -58,6 +60,22 @@ class IPCMessageServer::Implementation {
 
         std::span<const std::uint8_t> Payload() const noexcept { return buffer.Payload(header); }
     };
+
+    pelacon::ipc::Warn WarnHandler()
+    {
+        return [this](std::string_view sentence) { handler_.Warn(sentence); };
+    }
+
+    /// Runs the action; without memory to go on, it ends early and operators are warned.
+    template <typename Action>
+    void Attempt(const Action& action)
+    {
+        try {
+            action();
+        } catch (const std::bad_alloc&) {
+            connections_.ReportNoMemory();
+        }
+    }
 
     void Serve(ServedConnection& served);
     void ServeCalls(Connection& connection, Incoming& frame);
@@ -119,6 +137,13 @@ void IPCMessageServer::Implementation::Mirror(FrameHeader header,
     }
 }
 
+bool IPCMessageServer::Implementation::IsConnected(std::uint64_t clientId) const
+{
+    std::uint32_t processId = 0;
+    const auto outbox = clients_.FindOutbox(clientId, processId);
+    return outbox && outbox->IsConnected();
+}
+
 void IPCMessageServer::Implementation::Disconnect(std::uint64_t clientId)
 {
     std::uint32_t processId = 0;
@@ -151,13 +176,17 @@ void IPCMessageServer::Implementation::Serve(ServedConnection& served)
         return;
     }
     switch (frame.header.kind) {
-        case FrameKind::kHelloCall:
-            return ServeCalls(*served.connection, frame);
-        case FrameKind::kHelloEvent:
-            return ServeEvents(served.connection, frame);
         case FrameKind::kControl:
         case FrameKind::kWatch:
             return ServeOperator(served, frame);
+        case FrameKind::kHelloCall:
+        case FrameKind::kHelloEvent:
+            if (served.place == ConnectionPlace::kCommands) {
+                return connections_.Refuse(served, "the places left are for operators' commands");
+            }
+            return frame.header.kind == FrameKind::kHelloCall
+                       ? ServeCalls(*served.connection, frame)
+                       : ServeEvents(served.connection, frame);
         default:
             return CountMalformed();
     }
@@ -171,10 +200,12 @@ void IPCMessageServer::Implementation::ServeCalls(Connection& connection, Incomi
     }
     const ServerClients::Membership client(clients_, *key);
     ++counters_.callConnections;
-    bool goesOn = true;
-    while (goesOn && Next(connection, FrameKind::kRequest, frame)) {
-        goesOn = client->WaitFor(frame.header.order) && Answer(connection, client->Id(), frame);
-    }
+    Attempt([&] {
+        bool goesOn = true;
+        while (goesOn && Next(connection, FrameKind::kRequest, frame)) {
+            goesOn = client->WaitFor(frame.header.order) && Answer(connection, client->Id(), frame);
+        }
+    });
     --counters_.callConnections;
 }
 
@@ -228,12 +259,14 @@ void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& conn
     const auto outbox = OpenOutbox(connection, counters_);
     if (client->Arrive(outbox)) {
         ++counters_.clients;
-        handler_.ClientArrived({client->Id(), key->processId, frame.header.Has(kReturning)});
-        TakePosts(*connection, *client, frame);
+        Attempt([&] {
+            handler_.ClientArrived({client->Id(), key->processId, frame.header.Has(kReturning)});
+            TakePosts(*connection, *client, frame);
+        });
         client->BeginLeave();
         --counters_.clients;
         outbox->Close();
-        handler_.ClientLeft(client->Id());
+        Attempt([&] { handler_.ClientLeft(client->Id()); });
         client->EndLeave();
     }
 }
@@ -363,6 +396,11 @@ bool IPCMessageServer::Notify(std::uint64_t clientId, std::int32_t messageId,
                               std::span<const std::uint8_t> payload, Urgency urgency)
 {
     return implementation_->Notify(clientId, messageId, payload, urgency);
+}
+
+bool IPCMessageServer::IsConnected(std::uint64_t clientId) const
+{
+    return implementation_->IsConnected(clientId);
 }
 
 void IPCMessageServer::Disconnect(std::uint64_t clientId)

@@ -40,8 +40,8 @@ struct IPCClientInfo {
 };
 
 /// What the service does with what clients send. Called on the server's threads, several at once;
-/// one client's requests may come concurrently, as its threads make them. What it throws ends the
-/// process.
+/// one client's requests may come concurrently, as its threads make them. std::bad_alloc closes the
+/// connection that the call is about; anything else that it throws ends the process.
 class IPCServerHandler {
   public:
     virtual ~IPCServerHandler() = default;
@@ -64,6 +64,10 @@ class IPCServerHandler {
 
     /// Answers a command of an operator (the service's own user, or root).
     virtual std::string Control(std::string_view command) = 0;
+
+    /// Takes a sentence that operators should read, such as why callers are turned away. Called
+    /// rarely, and possibly before the server's constructor has returned. Must not block.
+    virtual void Warn(std::string_view /*sentence*/) {}
 };
 
 /// Listens on a pipe and serves the clients that connect to it.
@@ -84,7 +88,7 @@ class IPCMessageServer {
         std::uint64_t notificationsDropped = 0;  ///< droppable ones that made room
         std::uint64_t slowClients = 0;      ///< event connections closed because of a full queue
         std::uint64_t malformedFrames = 0;  ///< connections closed because of what they sent
-        std::uint64_t refusedPeers = 0;     ///< connections of users not admitted, or too many
+        std::uint64_t refusedPeers = 0;     ///< connections that were turned away
     };
 
     static constexpr std::size_t kQueueLimit = 1024;  ///< notifications queued for one client
@@ -107,6 +111,10 @@ class IPCMessageServer {
     /// the handler, and with the caller's own locks held.
     bool Notify(std::uint64_t clientId, std::int32_t messageId,
                 std::span<const std::uint8_t> payload, Urgency urgency = Urgency::kKept);
+
+    /// Whether a client's event connection is up, also while the handler has a call of that client
+    /// and cannot be called with ClientLeft.
+    bool IsConnected(std::uint64_t clientId) const;
 
     /// Closes the event connection of one client, as if the line had failed.
     void Disconnect(std::uint64_t clientId);

@@ -48,6 +48,8 @@ class Outbox {
     /// The same with bytes as they are.
     bool PutBytes(std::span<const std::uint8_t> bytes);
 
+    bool IsConnected() const noexcept { return connection_->IsConnected(); }
+
     /// Ends the connection, so that whoever reads from it notices.
     void Shutdown() noexcept { connection_->Shutdown(); }
 

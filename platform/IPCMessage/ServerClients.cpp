@@ -106,10 +106,11 @@ void ServerClients::Stop()
 std::shared_ptr<ServerClient> ServerClients::Join(const ClientKey& key)
 {
     const std::lock_guard lock(mutex_);
-    std::shared_ptr<ServerClient>& client = byKey_[key];
+    std::shared_ptr<ServerClient>& client = byKey_[key];  // one left null is filled in next time
     if (!client) {
-        client = std::make_shared<ServerClient>(++lastId_, key);
-        byId_.emplace(client->Id(), client);
+        auto made = std::make_shared<ServerClient>(++lastId_, key);
+        byId_.emplace(made->Id(), made);
+        client = std::move(made);
         if (stopped_) {
             client->Stop();
         }

@@ -1,17 +1,26 @@
 #include <IPCMessage/ServerConnections.h>
 #include <os/Threads.h>
 
-#include <algorithm>
+#include <new>
 #include <system_error>
 #include <utility>
 
 namespace pelacon::ipc {
 
+namespace {
+
+/// How long no connection is accepted after memory ran out.
+constexpr std::chrono::milliseconds kNoMemoryPause{50};
+
+}  // namespace
+
 ServerConnections::ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters,
-                                     Serve serve)
+                                     Serve serve, Warn warn)
     : listener_(std::move(listener)),
       counters_(counters),
       serve_(std::move(serve)),
+      warn_(std::move(warn)),
+      limits_(listener_->MostConnections()),
       acceptor_([this] { AcceptAll(); })
 {}
 
@@ -51,42 +60,104 @@ void ServerConnections::SetApart(ServedConnection& served)
 
 void ServerConnections::AcceptAll()
 {
-    while (std::shared_ptr<Connection> connection = listener_->Accept()) {
-        Take(std::move(connection));
+    for (;;) {
+        try {
+            std::shared_ptr<Connection> connection = listener_->Accept();
+            if (!connection) {
+                return;
+            }
+            Take(std::move(connection));
+        } catch (const std::bad_alloc&) {
+            ReportNoMemory();
+            std::this_thread::sleep_for(kNoMemoryPause);
+        }
     }
 }
 
 void ServerConnections::Take(std::shared_ptr<Connection> connection)
 {
-    const std::lock_guard lock(open_->mutex);
-    if (!listener_->Admits(connection->GetPeer()) || !HasRoomFor(connection->GetPeer())) {
-        counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
-        return;
+    const Peer peer = connection->GetPeer();
+    if (!listener_->HasRoom()) {
+        return Refuse(peer, "the system has no file descriptor left");
     }
-    const auto entry = open_->entries.emplace(open_->entries.end(), std::move(connection));
+    if (!listener_->Admits(peer)) {
+        return Refuse(peer, "this service does not serve it");
+    }
+    const ConnectionCounts counts = Count(peer);
+    const ConnectionPlace place = limits_.PlaceFor(counts, peer.isOperator);
+    if (place == ConnectionPlace::kNone) {
+        return Refuse(peer, std::to_string(counts.all) + " connections are open, " +
+                                std::to_string(counts.ofUser) + " of this user, " +
+                                std::to_string(counts.ofProcess) + " of this process");
+    }
+    try {
+        Start(std::move(connection), place);
+    } catch (const std::system_error& failure) {
+        Refuse(peer, failure.what());
+    }
+}
+
+void ServerConnections::Start(std::shared_ptr<Connection> connection, ConnectionPlace place)
+{
+    const std::lock_guard lock(open_->mutex);
+    const auto entry = open_->entries.emplace(open_->entries.end(), std::move(connection), place);
     try {
         os::StartDetachedThread([this, entry, open = open_] {
-            serve_(*entry);
+            try {
+                serve_(*entry);
+            } catch (const std::bad_alloc&) {
+                ReportNoMemory();
+            }
             Forget(*open, entry);
         });
-    } catch (const std::system_error&) {
+    } catch (...) {
         open_->entries.erase(entry);
+        throw;
     }
 }
 
-bool ServerConnections::HasRoomFor(const Peer& peer) const
+ConnectionCounts ServerConnections::Count(const Peer& peer) const
 {
-    std::size_t ofUser = 0;
-    std::size_t ofProcess = 0;
+    const std::lock_guard lock(open_->mutex);
+    ConnectionCounts counts{open_->entries.size()};
     for (const ServedConnection& served : open_->entries) {
         const Peer& other = served.connection->GetPeer();
-        ofUser += other.user == peer.user ? 1 : 0;
-        ofProcess += other.processId == peer.processId ? 1 : 0;
+        counts.ofUser += other.user == peer.user ? 1 : 0;
+        counts.ofProcess += other.processId == peer.processId ? 1 : 0;
     }
-    return open_->entries.size() < kLimit && ofUser < kLimitPerUser && ofProcess < kLimitPerProcess;
+    return counts;
 }
 
-/// Whoever waits in the destructor may go on as soon as the lock is released.
+void ServerConnections::Refuse(const Peer& peer, const std::string& reason) noexcept
+{
+    counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
+    try {
+        Report("a connection of process " + std::to_string(peer.processId) + ", user " + peer.user +
+               ", is turned away: " + reason);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): it has been counted
+    }
+}
+
+void ServerConnections::Report(const std::string& what) noexcept
+{
+    try {
+        std::uint64_t untold = 0;
+        {
+            const std::lock_guard lock(reports_.mutex);
+            const auto now = std::chrono::steady_clock::now();
+            if (now < reports_.next) {
+                ++reports_.untold;
+                return;
+            }
+            reports_.next = now + kReportEvery;
+            untold = std::exchange(reports_.untold, 0);
+        }
+        warn_(untold == 0 ? what : what + "; " + std::to_string(untold) + " more before this one");
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): no memory to say so
+    }
+}
+
+/// The destructor, if it waits, returns as soon as the lock is released.
 void ServerConnections::Forget(Open& open, Entries::iterator entry)
 {
     entry->connection->Shutdown();  // others may still hold it for a moment

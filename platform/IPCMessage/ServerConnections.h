@@ -1,6 +1,7 @@
 // A service's open connections, each with its thread.
 #pragma once
 
+#include <IPCMessage/ConnectionLimits.h>
 #include <IPCMessage/Outbox.h>
 #include <IPCMessage/Transport.h>
 
@@ -11,6 +12,8 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -18,29 +21,31 @@ namespace pelacon::ipc {
 
 /// An open connection.
 struct ServedConnection {
-    explicit ServedConnection(std::shared_ptr<Connection> open) : connection(std::move(open)) {}
+    ServedConnection(std::shared_ptr<Connection> open, ConnectionPlace granted)
+        : connection(std::move(open)), place(granted)
+    {}
 
     const std::shared_ptr<Connection> connection;
+    const ConnectionPlace place;
     bool apart = false;  // see ServerConnections::SetApart
 };
 
 /// Accepts connections and runs each on a thread of its own until it is done.
 class ServerConnections {
   public:
-    /// How many there may be at once: nobody shall use up the service's threads, neither a program
-    /// that is at odds with itself nor a user who means it.
-    static constexpr std::size_t kLimit = 2048;
-    static constexpr std::size_t kLimitPerUser = 1024;
-    static constexpr std::size_t kLimitPerProcess = 512;
-
-    /// How long the end of all waits for answers that are under way. Whoever does not take his by
-    /// then gets none.
+    /// How long the destructor waits for answers that are under way. An answer that its client has
+    /// not taken by then is lost.
     static constexpr std::chrono::milliseconds kLastAnswers{500};
+
+    /// Connections that are turned away are reported once in this time.
+    static constexpr std::chrono::minutes kReportEvery{1};
 
     using Serve = std::function<void(ServedConnection& served)>;
 
-    /// `serve` is called on each connection's thread, and may begin at once.
-    ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters, Serve serve);
+    /// `serve` is called on each connection's thread, possibly before this returns. `warn` is
+    /// called without any lock.
+    ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters, Serve serve,
+                      Warn warn);
 
     /// Ends them all, those whose thread is at an answer after that, and waits for the threads.
     ~ServerConnections();
@@ -56,6 +61,15 @@ class ServerConnections {
     /// Keeps a connection out of Shutdown.
     void SetApart(ServedConnection& served);
 
+    /// Counts a connection that is turned away, and reports it unless one was reported lately.
+    void Refuse(const ServedConnection& served, const std::string& reason) noexcept
+    {
+        Refuse(served.connection->GetPeer(), reason);
+    }
+
+    /// Reports, unless one was reported lately, that a connection ended for want of memory.
+    void ReportNoMemory() noexcept { Report("a connection is closed: no memory is left"); }
+
   private:
     using Entries = std::list<ServedConnection>;
 
@@ -66,14 +80,27 @@ class ServerConnections {
         Entries entries;
     };
 
+    /// What was reported last.
+    struct Reports {
+        std::mutex mutex;
+        std::chrono::steady_clock::time_point next;
+        std::uint64_t untold = 0;
+    };
+
     void AcceptAll();
     void Take(std::shared_ptr<Connection> connection);
-    bool HasRoomFor(const Peer& peer) const;
+    void Start(std::shared_ptr<Connection> connection, ConnectionPlace place);
+    ConnectionCounts Count(const Peer& peer) const;
+    void Refuse(const Peer& peer, const std::string& reason) noexcept;
+    void Report(const std::string& what) noexcept;
     static void Forget(Open& open, Entries::iterator entry);
 
     const std::unique_ptr<Listener> listener_;
     ServerCounters& counters_;
     const Serve serve_;
+    const Warn warn_;
+    const ConnectionLimits limits_;
+    Reports reports_;
     const std::shared_ptr<Open> open_ = std::make_shared<Open>();
     std::thread acceptor_;
 };

@@ -9,9 +9,11 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pelacon::ipc {
@@ -76,6 +78,9 @@ class Connection {
     /// Receives at least one frame, and those that wait already, as far as the batch goes.
     virtual IoStatus ReceiveSome(FrameBatch& batch) = 0;
 
+    /// Whether the other end is still there, as far as shows without receiving. Any thread may ask.
+    virtual bool IsConnected() noexcept = 0;
+
     /// Ends receiving only: whoever receives finds the connection lost, at the latest behind what
     /// had come before. Sending goes on.
     virtual void StopReceiving() noexcept = 0;
@@ -93,6 +98,7 @@ enum class ConnectStatus {
     kNoService,
     kBusy,       ///< a service is there but did not take the connection in time
     kUntrusted,  ///< what listens there runs as a user that this process does not trust
+    kForbidden,  ///< this user may not connect to what is there
 };
 
 struct ConnectResult {
@@ -119,6 +125,13 @@ class Listener {
     /// Whether this peer may be served at all.
     virtual bool Admits(const Peer& peer) const = 0;
 
+    /// How many connections the system lets this process have.
+    virtual std::size_t MostConnections() const noexcept = 0;
+
+    /// Whether the connection accepted last may stay. False: it took the means that are kept for
+    /// turning callers away, and is to be closed before the next call of Accept.
+    virtual bool HasRoom() = 0;
+
     /// Makes Accept return null, now and later.
     virtual void Shutdown() noexcept = 0;
 
@@ -130,8 +143,11 @@ class Listener {
     virtual const std::string& StateFile() const noexcept = 0;
 };
 
-/// Throws IPCServerError.
-std::unique_ptr<Listener> Listen(const std::wstring& pipeName);
+/// Takes a sentence that operators should read.
+using Warn = std::function<void(std::string_view sentence)>;
+
+/// `warn` is called from inside Accept. Throws IPCServerError.
+std::unique_ptr<Listener> Listen(const std::wstring& pipeName, Warn warn = {});
 
 /// Fills the token from the system's source of randomness.
 Token DrawToken();

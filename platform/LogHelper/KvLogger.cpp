@@ -3,6 +3,7 @@
 #include <os/Environment.h>
 #include <os/Files.h>
 #include <os/SinkSlot.h>
+#include <os/StandardStreams.h>
 #include <os/Utf8.h>
 
 #include <algorithm>
@@ -19,6 +20,10 @@ using pelacon::os::EnvironmentVariable;
 using pelacon::os::Utf8;
 
 constexpr std::int32_t kNothing = kLogFailure + 1;
+
+/// As the library was loaded: once the application runs, whatever it opens may get the number of a
+/// standard error that was closed.
+const bool standardErrorTakesLogs = pelacon::os::IsStandardErrorForLogs();
 
 /// Time of day in UTC with milliseconds, and the level's letter.
 std::string Decoration(LOG_MESSAGE_LEVEL level)
@@ -48,7 +53,7 @@ class EnvironmentOutput {
             return;
         }
         if (wish->size() == 1) {
-            file_ = stderr;
+            file_ = standardErrorTakesLogs ? stderr : nullptr;
         } else if ((*wish)[1] == ':') {
             file_ = pelacon::os::OpenToAppend(wish->substr(2));
         }

@@ -5,6 +5,7 @@
 #include <tests/service/ServiceFixture.h>
 
 #include <chrono>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -172,6 +173,43 @@ TEST_F(FaultInjectionTest, AClientThatLeavesEndsItsDelays)
     EXPECT_TRUE(Eventually([&] {
         return Command({{"command", "status"}})["counters"]["callConnections"] == 0;
     }));
+}
+
+TEST_F(FaultInjectionTest, ADelayedPostDoesNotOutliveItsClient)
+{
+    StartService(
+        R"({"faults": [{"request": "BleGattClientConnect", "do": "delay", "ms": 3600000}]})");
+    {
+        TestClient client(PipeName());
+        EXPECT_TRUE(client.Post(protocol::kGattClientConnect, {}));
+        EXPECT_TRUE(Eventually([&] {
+            return Command({{"command", "status"}})["counters"]["requests"] == 1;
+        }));
+    }
+    EXPECT_TRUE(Eventually([&] { return Command({{"command", "status"}})["clients"].empty(); }));
+}
+
+TEST_F(FaultInjectionTest, AFloodHoldsUpNobody)
+{
+    StartService();
+    TestClient flooded(PipeName());
+    EXPECT_TRUE(flooded.Call(protocol::kIsBtEnabled));
+    TestClient other(PipeName());
+    EXPECT_TRUE(other.Call(protocol::kIsBtEnabled));
+    flooded.Pause(true);  // so that the flood has to be dropped
+    std::future<nlohmann::json> flood = std::async(std::launch::async, [&] {
+        return Command({{"command", "flood"},
+                        {"id", "BtStateChanged"},
+                        {"client", 1},
+                        {"count", 1'000'000},
+                        {"droppable", true}});
+    });
+    EXPECT_TRUE(Eventually([&] {
+        return Command({{"command", "status"}})["counters"]["notificationsDropped"] > 0;
+    }));
+    EXPECT_TRUE(other.Call(protocol::kIsBtEnabled));
+    EXPECT_EQ(flood.wait_for(100ms), std::future_status::timeout) << "nothing is tested";
+    EXPECT_EQ(flood.get()["sent"], 1'000'000);
 }
 
 TEST_F(FaultInjectionTest, ARestartDropsAllForgetsAllAndGreetsThoseWhoReturn)

@@ -25,6 +25,7 @@ class RecordingLine : public Line {
         sent.push_back({clientId, messageId, {payload.begin(), payload.end()}, urgency});
         return true;
     }
+    bool IsConnected(std::uint64_t /*clientId*/) const override { return true; }
     void Disconnect(std::uint64_t clientId) override { disconnected.push_back(clientId); }
     void DisconnectAll() override {}
     void SendMalformed(std::uint64_t /*clientId*/) override {}

@@ -104,6 +104,18 @@ TEST_F(SessionsTest, WhoAsksAndNeverArrivesIsForgotten)
     EXPECT_NE(sessions_.Of(5), early);
 }
 
+TEST_F(SessionsTest, WhoHasNotArrivedIsKeptFromRequestToRequest)
+{
+    constexpr auto kGrace = 200ms;
+    Sessions sessions(world_, line_, families_, kGrace);
+    sessions.Of(5);
+    EXPECT_FALSE(world_.Wait(kGrace / 2, [&] { return !notes_.empty(); })) << notes_;
+    const auto asked = World::Clock::now();
+    sessions.Of(5);
+    EXPECT_TRUE(world_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
+    EXPECT_GE(World::Clock::now() - asked, kGrace);
+}
+
 TEST_F(SessionsTest, EndingThemAllTellsTheFamiliesNothing)
 {
     sessions_.Arrive({3, 33, false});
@@ -122,7 +134,7 @@ TEST_F(SessionsTest, ThoseWhoAreThereAreListedInOrder)
     sessions_.Of(5);
     sessions_.Arrive({7, 1, false});
     std::string ids;
-    for (const Session* session : sessions_.Present()) {
+    for (const auto& session : sessions_.Present()) {
         ids += std::to_string(session->ClientId()) + " ";
     }
     EXPECT_EQ(ids, "2 7 9 ");

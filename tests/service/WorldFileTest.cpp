@@ -56,6 +56,27 @@ TEST(WorldFileTest, ReadsErrors)
     EXPECT_EQ(world.errors[1].every, 7ms);
 }
 
+TEST(WorldFileTest, IsAFileOfBoundedSize)
+{
+    const test::TemporaryFolder folder;
+    const std::string file = folder.File("world.json");
+    const auto complaint = [](const std::string& path) {
+        try {
+            LoadWorldFile(path);
+            return std::string();
+        } catch (const json::Error& error) {
+            return std::string(error.what());
+        }
+    };
+    EXPECT_NE(complaint(file).find(": cannot be read"), std::string::npos);
+    std::ofstream(file) << "{}";
+    EXPECT_EQ(complaint(file), "");
+    std::ofstream(file) << std::string(16UL * 1024 * 1024 + 1, ' ');
+    EXPECT_EQ(complaint(file), file + ": is larger than a world file may be (16 MiB)");
+    EXPECT_EQ(complaint(folder.File("")),
+              folder.File("") + ": cannot be read: it is neither a file nor a pipe");
+}
+
 TEST(WorldFileTest, MistakesAreNamedWithLineAndField)
 {
     EXPECT_EQ(Complaint("{\n\"adaptor\": {}}").substr(0, 40),

@@ -34,6 +34,7 @@ Failure FailureOf(const IPCControlError& error)
         case Kind::kNoService:
             return {ExitStatus::kNoService,
                     "PelaconService is not running. Start it and try again."};
+        case Kind::kNoAccess:
         case Kind::kRefused:
             return {ExitStatus::kNotAllowed, Sentence("Not allowed: " + error.message)};
         case Kind::kTimeout:

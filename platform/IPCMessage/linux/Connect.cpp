@@ -54,7 +54,7 @@ ConnectStatus ConnectSocket(int socket, const SocketAddress& address, Deadline& 
             return ConnectStatus::kConnected;
         }
         if (errno != EAGAIN && errno != EINTR) {
-            return ConnectStatus::kNoService;
+            return errno == EACCES ? ConnectStatus::kForbidden : ConnectStatus::kNoService;
         }
         if (deadline.Left() == Deadline::Clock::duration::zero() || cancelled) {
             return ConnectStatus::kBusy;

@@ -2,10 +2,12 @@
 
 #include <IPCMessage/Transport.h>
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <mutex>
 
 namespace pelacon::ipc {
@@ -47,6 +49,18 @@ Descriptor::ForkGuard::ForkGuard() noexcept
 Descriptor::ForkGuard::~ForkGuard()
 {
     listMutex.unlock();
+}
+
+int Descriptor::AboveStandard(int descriptor) noexcept
+{
+    if (descriptor < 0 || descriptor > STDERR_FILENO) {
+        return descriptor;
+    }
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return moved;
 }
 
 void Descriptor::Enlist() noexcept

@@ -5,9 +5,10 @@
 
 namespace pelacon::ipc {
 
-/// Owns a file descriptor. In a child that fork makes of this process every one of them is closed
-/// on the spot and reads as -1: the child cannot disturb the parent's connections, nor keep them
-/// open when the parent dies.
+/// Owns a file descriptor, never one of the standard three: where a program was started without
+/// those, what is written to them by mistake must not end up in a connection. In a child that fork
+/// makes of this process every one of them is closed on the spot and reads as -1: the child cannot
+/// disturb the parent's connections, nor keep them open when the parent dies.
 class Descriptor {
   public:
     Descriptor() = default;
@@ -22,7 +23,7 @@ class Descriptor {
     {
         Close();
         const ForkGuard guard;
-        fd_ = open();
+        fd_ = AboveStandard(open());
         if (fd_ >= 0) {
             Enlist();
         }
@@ -46,6 +47,7 @@ class Descriptor {
         ForkGuard& operator=(const ForkGuard&) = delete;
     };
 
+    static int AboveStandard(int descriptor) noexcept;
     void Enlist() noexcept;
 
     int fd_ = -1;

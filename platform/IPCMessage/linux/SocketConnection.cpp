@@ -187,6 +187,12 @@ IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
     return count > 0 && batch.sizes[0] != 0 ? IoStatus::kDone : IoStatus::kLost;
 }
 
+bool SocketConnection::IsConnected() noexcept
+{
+    pollfd one{socket_.Get(), POLLRDHUP, 0};
+    return socket_ && poll(&one, 1, 0) <= 0;
+}
+
 void SocketConnection::StopReceiving() noexcept
 {
     shutdown(socket_.Get(), SHUT_RD);

@@ -38,6 +38,7 @@ class SocketConnection final : public Connection {
     IoResult Receive(std::span<std::uint8_t> room) override;
     IoResult Receive(std::span<std::uint8_t> room, Deadline& deadline) override;
     IoStatus ReceiveSome(FrameBatch& batch) override;
+    bool IsConnected() noexcept override;
     void StopReceiving() noexcept override;
     void Shutdown() noexcept override;
 

@@ -9,12 +9,16 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace pelacon::ipc {
 
@@ -25,6 +29,12 @@ constexpr int kBacklog = 128;
 
 /// How long to wait when the system is out of descriptors or memory.
 constexpr int kExhaustedPauseMs = 50;
+
+/// How often to look whether the socket's file is still there.
+constexpr int kLookAgainMs = 2000;
+
+/// File descriptors that the process uses for other things than connections.
+constexpr std::size_t kOtherDescriptors = 64;
 
 [[noreturn]] void Fail(const std::string& what)
 {
@@ -53,9 +63,31 @@ void PrepareFolder(const SocketFolder& folder)
     }
 }
 
+/// What tells one file from another; that of no file is 0.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t number = 0;
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+FileIdentity FileAt(const std::string& path)
+{
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 ? FileIdentity{status.st_dev, status.st_ino}
+                                             : FileIdentity{};
+}
+
+FileIdentity FileOf(int descriptor)
+{
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 ? FileIdentity{status.st_dev, status.st_ino}
+                                           : FileIdentity{};
+}
+
 class SocketListener final : public Listener {
   public:
-    explicit SocketListener(const std::wstring& pipeName)
+    SocketListener(const std::wstring& pipeName, Warn warn) : warn_(std::move(warn))
     {
         const auto name = SocketBaseName(pipeName);
         if (!name) {
@@ -63,18 +95,21 @@ class SocketListener final : public Listener {
                 "the pipe's name is empty or has characters other than letters, "
                 "digits, '-', '_' and '.'");
         }
-        const SocketFolder folder = ChooseFolder();
-        const std::string base = folder.path + "/" + *name;
-        ofSystem_ = folder.ofSystem;
+        folder_ = ChooseFolder();
+        const std::string base = folder_.path + "/" + *name;
         path_ = base + ".sock";
+        lockFile_ = base + ".lock";
         stateFile_ = base + ".state";
         const auto address = MakeSocketAddress(path_);
         if (!address) {
             throw IPCServerError("the socket's path is too long: " + path_);
         }
-        PrepareFolder(folder);
-        Lock(base + ".lock");
-        Bind(*address);
+        address_ = *address;
+        if (!stop_.Take([] { return eventfd(0, EFD_CLOEXEC); })) {
+            Fail("cannot create an event");
+        }
+        TakePlace();
+        TakeSpare();
     }
 
     ~SocketListener() override { Close(); }
@@ -82,20 +117,23 @@ class SocketListener final : public Listener {
     std::unique_ptr<Connection> Accept() override
     {
         for (;;) {
-            pollfd waits[] = {{socket_.Get(), POLLIN, 0}, {stop_.Get(), POLLIN, 0}};
-            if (poll(waits, 2, -1) < 0 && errno != EINTR) {
+            TakeSpare();  // one that was turned away may have taken it
+            pollfd waits[] = {{socket_->Get(), POLLIN, 0}, {stop_.Get(), POLLIN, 0}};
+            const int ready = poll(waits, 2, kLookAgainMs);
+            if ((ready < 0 && errno != EINTR) || !*socket_ || waits[1].revents != 0) {
                 return nullptr;
             }
-            if (!socket_ || waits[1].revents != 0) {
-                return nullptr;
+            if (ready <= 0) {
+                KeepPlace();
+                continue;
             }
             int error = 0;
-            auto connection = std::make_unique<SocketConnection>([&] {
-                const int accepted = accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC);
-                error = errno;
-                return accepted;
-            });
-            if (connection->IsOpen()) {
+            auto connection = TryAccept(error);
+            if ((error == EMFILE || error == ENFILE) && spare_) {
+                spare_.Close();
+                connection = TryAccept(error);
+            }
+            if (connection) {
                 return connection;
             }
             if (error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS) {
@@ -108,16 +146,27 @@ class SocketListener final : public Listener {
     {
         // Whom a system's service serves is up to the mode and group of its socket. A process that
         // has no number here, since it lives in another container, cannot be told from others.
-        return peer.processId != 0 && (peer.isOperator || ofSystem_);
+        return peer.processId != 0 && (peer.isOperator || folder_.ofSystem);
     }
+
+    std::size_t MostConnections() const noexcept override
+    {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        return limit.rlim_cur - std::min<rlim_t>(limit.rlim_cur, kOtherDescriptors);
+    }
+
+    bool HasRoom() override { return TakeSpare(); }
 
     void Shutdown() noexcept override { eventfd_write(stop_.Get(), 1); }
 
     void Close() noexcept override
     {
-        if (socket_) {              // not in a child that fork made
-            unlink(path_.c_str());  // nobody else's, while we have the lock
-            socket_.Close();
+        if (*socket_) {                    // not in a child that fork made
+            if (FileAt(path_) == file_) {  // not of a service that has taken the place since
+                unlink(path_.c_str());
+            }
+            socket_->Close();
         }
     }
 
@@ -125,27 +174,74 @@ class SocketListener final : public Listener {
     const std::string& StateFile() const noexcept override { return stateFile_; }
 
   private:
-    void Lock(const std::string& path)
+    bool TakeSpare()
     {
-        if (!lock_.Take([&] {
-                return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-            })) {
-            Fail("cannot create " + path);
+        return spare_ || spare_.Take([] { return open("/dev/null", O_RDONLY | O_CLOEXEC); });
+    }
+
+    std::unique_ptr<SocketConnection> TryAccept(int& error)
+    {
+        auto connection = std::make_unique<SocketConnection>([&] {
+            const int accepted = accept4(socket_->Get(), nullptr, nullptr, SOCK_CLOEXEC);
+            error = errno;
+            return accepted;
+        });
+        return connection->IsOpen() ? std::move(connection) : nullptr;
+    }
+
+    /// Takes lock and socket, unless they are this listener's still.
+    void TakePlace()
+    {
+        PrepareFolder(folder_);
+        if (!lock_ || FileAt(lockFile_) != FileOf(lock_->Get())) {
+            lock_ = Lock();
         }
-        if (flock(lock_.Get(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno == EWOULDBLOCK) {
-                throw IPCServerError("another service is listening on " + path_);
-            }
-            Fail("cannot lock " + path);
+        if (!socket_ || FileAt(path_) != file_) {
+            socket_ = Bind();
+            file_ = FileAt(path_);
         }
     }
 
-    void Bind(const SocketAddress& address)
+    /// Makes the socket's file again where somebody deleted it: no client would find this service.
+    void KeepPlace()
     {
-        if (!stop_.Take([] { return eventfd(0, EFD_CLOEXEC); })) {
-            Fail("cannot create an event");
+        if (FileAt(path_) == file_ && FileAt(lockFile_) == FileOf(lock_->Get())) {
+            lastReport_.clear();
+            return;
         }
-        if (!socket_.Take(
+        std::string report = "the socket " + path_ + " or its lock was deleted: made again";
+        try {
+            TakePlace();
+        } catch (const IPCServerError& failure) {
+            report = "the socket " + path_ + " was deleted: " + failure.what();
+        }
+        if (warn_ && report != lastReport_) {
+            warn_(report);
+        }
+        lastReport_ = report;
+    }
+
+    std::unique_ptr<Descriptor> Lock() const
+    {
+        auto lock = std::make_unique<Descriptor>();
+        if (!lock->Take([&] {
+                return open(lockFile_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+            })) {
+            Fail("cannot create " + lockFile_);
+        }
+        if (flock(lock->Get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno == EWOULDBLOCK) {
+                throw IPCServerError("another service is listening on " + path_);
+            }
+            Fail("cannot lock " + lockFile_);
+        }
+        return lock;
+    }
+
+    std::unique_ptr<Descriptor> Bind() const
+    {
+        auto made = std::make_unique<Descriptor>();
+        if (!made->Take(
                 [] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); })) {
             Fail("cannot create a socket");
         }
@@ -154,30 +250,37 @@ class SocketListener final : public Listener {
             Fail("cannot remove the stale socket " + path_);
         }
         // The socket's file inherits this mode, so it is never open to more users than in the end.
-        const mode_t mode = ofSystem_ ? 0660 : 0600;
-        if (fchmod(socket_.Get(), mode) != 0 ||
-            bind(socket_.Get(), address.Get(), address.length) != 0) {
+        const mode_t mode = folder_.ofSystem ? 0660 : 0600;
+        if (fchmod(made->Get(), mode) != 0 ||
+            bind(made->Get(), address_.Get(), address_.length) != 0) {
             Fail("cannot create the socket " + path_);
         }
         chmod(path_.c_str(), mode);
-        if (listen(socket_.Get(), kBacklog) != 0) {
+        if (listen(made->Get(), kBacklog) != 0) {
             Fail("cannot listen on " + path_);
         }
+        return made;
     }
 
-    bool ofSystem_ = false;
+    const Warn warn_;
+    SocketFolder folder_;
     std::string path_;
+    SocketAddress address_;
+    std::string lockFile_;
     std::string stateFile_;
-    Descriptor lock_;
+    std::string lastReport_;  // what KeepPlace warned of last
     Descriptor stop_;
-    Descriptor socket_;
+    std::unique_ptr<Descriptor> lock_;
+    std::unique_ptr<Descriptor> socket_;
+    FileIdentity file_;  // of the socket
+    Descriptor spare_;   // given up to accept a caller that is turned away
 };
 
 }  // namespace
 
-std::unique_ptr<Listener> Listen(const std::wstring& pipeName)
+std::unique_ptr<Listener> Listen(const std::wstring& pipeName, Warn warn)
 {
-    return std::make_unique<SocketListener>(pipeName);
+    return std::make_unique<SocketListener>(pipeName, std::move(warn));
 }
 
 }  // namespace pelacon::ipc

@@ -110,6 +110,13 @@ IoStatus PipeConnection::ReceiveSome(FrameBatch& batch)
     return received.status;
 }
 
+bool PipeConnection::IsConnected() noexcept
+{
+    const std::lock_guard lock(mutex_);
+    return !receiving_.ended && pipe_ != nullptr &&
+           PeekNamedPipe(pipe_.get(), nullptr, 0, nullptr, nullptr, nullptr) != FALSE;
+}
+
 void PipeConnection::StopReceiving() noexcept
 {
     const std::lock_guard lock(mutex_);
@@ -209,7 +216,7 @@ ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
                 return {ConnectStatus::kConnected, std::move(connection)};
             }
             if (GetLastError() == ERROR_ACCESS_DENIED) {
-                return {ConnectStatus::kUntrusted, nullptr};
+                return {ConnectStatus::kForbidden, nullptr};
             }
             if (GetLastError() != ERROR_PIPE_BUSY) {
                 break;

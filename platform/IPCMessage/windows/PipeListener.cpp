@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <array>
+#include <limits>
 #include <system_error>
 // clang-format off: builds on windows.h
 #include <bcrypt.h>
@@ -65,6 +66,12 @@ class PipeListener final : public Listener {
     {
         return !peer.user.empty() && (IsSystem(OwnUser()) || peer.isOperator);
     }
+
+    std::size_t MostConnections() const noexcept override
+    {
+        return std::numeric_limits<std::size_t>::max();
+    }
+    bool HasRoom() override { return true; }
 
     void Shutdown() noexcept override { SetEvent(down_.get()); }
     void Close() noexcept override { next_.reset(); }
@@ -135,7 +142,7 @@ class PipeListener final : public Listener {
 
 }  // namespace
 
-std::unique_ptr<Listener> Listen(const std::wstring& pipeName)
+std::unique_ptr<Listener> Listen(const std::wstring& pipeName, Warn /*warn*/)
 {
     const auto place = FindPipePlace(pipeName);
     if (!place) {

@@ -153,6 +153,8 @@ class PeerProcess {
     /// The next line that it writes; throws when there is none.
     std::string ReadLine();
 
+    void WriteLine(const std::string& line) { process_.Write(line); }
+
     std::uint32_t Id() const { return process_.Id(); }
     int WaitForExit() { return process_.Wait(kLongEnough); }
     void Kill() { process_.Kill(); }
@@ -187,6 +189,7 @@ class Handler : public IPCServerHandler {
     Mailbox<IPCClientInfo> arrived;
     Mailbox<std::uint64_t> left;
     Mailbox<Message> posted;
+    Mailbox<std::string> warnings;
 
     /// The id of the client that came last.
     std::optional<std::uint64_t> LastArrived() const
@@ -202,6 +205,7 @@ class Handler : public IPCServerHandler {
     IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) override;
     void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) override;
     std::string Control(std::string_view command) override;
+    void Warn(std::string_view sentence) override { warnings.Put(std::string(sentence)); }
 };
 
 /// The answer to a request: nothing where the call failed.

@@ -204,6 +204,36 @@ TEST_F(LossTest, ClientIdsAreNeverGivenTwice)
     EXPECT_EQ(std::unique(ids.begin(), ids.end()), ids.end());
 }
 
+TEST_F(LossTest, WantOfMemoryInTheHandlerCostsTheConnectionOnly)
+{
+    std::atomic<int> failures{0};
+    const auto failOnce = [&failures](int upTo) {
+        if (failures < upTo) {
+            ++failures;
+            throw std::bad_alloc();
+        }
+    };
+    handler.onArrived = [&](const IPCClientInfo&) { failOnce(1); };
+    handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
+        failOnce(2);
+        return Handler::Echo(request);
+    };
+    handler.onPosted = [&](const TagIPCMessageItem&) { failOnce(3); };
+    const Ending ending(*this);
+    StartServer();
+    StartClient();
+    handler.left.WaitFor(1);     // its arrival failed
+    handler.arrived.WaitFor(1);  // and it came back
+    EXPECT_FALSE(IsServed(*client));
+    EXPECT_TRUE(IsServed(*client));
+    EXPECT_TRUE(Post(*client, 1, Counting(4)));
+    handler.left.WaitFor(2);
+    handler.arrived.WaitFor(2);
+    EXPECT_TRUE(IsServed(*client));
+    EXPECT_EQ(failures, 3);
+    EXPECT_GE(handler.warnings.Count(), 1U);
+}
+
 }  // namespace
 
 }  // namespace pelacon::test

@@ -47,6 +47,7 @@ class ReluctantConnection : public ipc::Connection {
         return {};
     }
     IoStatus ReceiveSome(ipc::FrameBatch& /*batch*/) override { return IoStatus::kLost; }
+    bool IsConnected() noexcept override { return true; }
     void StopReceiving() noexcept override {}
     void Shutdown() noexcept override { room.Open(); }
 

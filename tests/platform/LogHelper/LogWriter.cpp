@@ -1,11 +1,13 @@
 // Writes one line of each level, as a program under PELACON_LOG does. With an argument it also sets
-// a sink, from the milestones on, that prints what it is given to stdout.
+// a sink, from the milestones on, that prints what it is given to stdout; with two, it opens the
+// file that the second names before it logs.
 #include <LogHelper/KvLogger.h>
 
 #include <cstdio>
 
-int main(int argc, char** /*argv*/)
+int main(int argc, char** argv)
 {
+    std::FILE* const opened = argc > 2 ? std::fopen(argv[2], "w") : nullptr;
     KvLogger& logger = KvLogger::GetInstance();
     if (argc > 1) {
         logger.SetSink(
@@ -22,6 +24,9 @@ int main(int argc, char** /*argv*/)
     for (int level = kLogTrace; level <= kLogFailure; ++level) {
         std::printf("wanted %d %d\n", level,
                     logger.IsWanted(static_cast<LOG_MESSAGE_LEVEL>(level)) ? 1 : 0);
+    }
+    if (opened != nullptr) {
+        std::fclose(opened);
     }
     return 0;
 }

@@ -36,6 +36,15 @@ start() {
     [ "$ready" = "ready $folder/KvPelaconService.sock" ] || complain "ready says '$ready'"
 }
 
+# Waits until the file that a service has as its ready descriptor says that it listens.
+await_ready() {
+    for _ in $(seq 200); do
+        grep -qs '^ready' "$folder/ready" && return
+        sleep 0.05
+    done
+    complain "no word in the ready file"
+}
+
 # ends SIGNAL: the service ends with code 0 when it gets the signal.
 ends() {
     kill "-$1" "$id"
@@ -50,7 +59,11 @@ expect 0 'Exit codes' "$service" --help
 expect 0 'PelaconService ' "$service" --version
 expect 2 'wrnog' "$service" --wrnog
 expect 2 'loud' "$service" --log loud
-expect 2 '--seed' "$service" --seed many
+expect 2 '--seed: must be a whole number from 0 to 18446744073709551615' "$service" --seed many
+expect 2 '--seed: must be a whole number from 0' "$service" --seed -1
+expect 2 '--seed: must be a whole number from 0' "$service" --seed 18446744073709551616
+expect 2 '--ready-fd: must be a whole number from 0 to 2147483647' "$service" --ready-fd -1
+expect 2 "--world: the file's name is empty" "$service" --world ''
 expect 0 '"adapter"' "$service" --print-world
 
 printf '{\n"adapter": {"on": 1}}' >"$folder/wrong.json"
@@ -59,6 +72,28 @@ expect 3 "$folder/wrong.json:2: " "$service" --check --world "$folder/wrong.json
 expect 3 "$folder/none.json: cannot be read" "$service" --world "$folder/none.json"
 "$service" --print-world >"$folder/own.json"
 expect 0 'right' "$service" --check --world "$folder/own.json"
+
+# A world comes from a file or a pipe, and from nothing without an end.
+expect 0 'right' "$service" --check --world <("$service" --print-world)
+expect 3 'neither a file nor a pipe' "$service" --world /dev/full
+expect 3 'neither a file nor a pipe' "$service" --world "$folder"
+head -c 17000000 /dev/zero >"$folder/large.json"
+expect 3 'larger than a world file may be' "$service" --world "$folder/large.json"
+
+# Signals end it while it waits for its world.
+mkfifo "$folder/world"
+for signal in TERM HUP; do  # bash has background programs ignore SIGINT
+    "$service" --world "$folder/world" 2>/dev/null &
+    id=$!
+    running+=("$id")
+    for _ in $(seq 200); do
+        grep -q wait_for_partner "/proc/$id/wchan" && break
+        sleep 0.05
+    done
+    timeout 20 tail --pid="$id" -f /dev/null &
+    kill "-$signal" "$id"
+    wait $! || complain "SIG$signal does not end it while it waits for its world"
+done
 
 for signal in TERM INT HUP; do
     start --world "$folder/own.json"
@@ -85,6 +120,32 @@ done
 grep -q "^ready $folder/Another.sock" "$folder/another" || complain "--pipe is not heard"
 
 PELACON_RUNTIME_DIR="$folder/wrong.json/below" expect 4 'PelaconService: ' "$service"
+# Without standard streams nothing else gets what is meant for them.
+"$service" --trace --ready-fd 3 3>"$folder/ready" <&- >&- 2>&- &
+id=$!
+running+=("$id")
+await_ready
+[ -s "$folder/KvPelaconService.lock" ] && complain "the lock file was written to"
+kill "$id"
+wait "$id" || complain "without standard streams it does not end well"
+
+# Nobody reads its log: it says no less, and ends as soon.
+mkfifo "$folder/unread"
+rm "$folder/ready"
+exec 8<>"$folder/unread"
+head -c 65536 /dev/zero >&8
+"$service" --ready-fd 3 3>"$folder/ready" >/dev/null 2>"$folder/unread" &
+id=$!
+running+=("$id")
+await_ready
+begin=$(date +%s%N)
+kill "$id"
+wait "$id" || complain "with an unread log it does not end well"
+[ $((($(date +%s%N) - begin) / 1000000)) -lt 5000 ] || complain "with an unread log it ends late"
+exec 8>&-
+
+mkdir "$folder/Other.state"
+expect 1 'Other.state: is not a file' "$service" --pipe Other
 printf 'not ours' >"$folder/KvPelaconService.state"
 expect 1 'KvPelaconService.state' "$service"
 

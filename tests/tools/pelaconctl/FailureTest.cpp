@@ -61,6 +61,7 @@ TEST(Failure, OperatorsConnectionsFailInFourWays)
     EXPECT_EQ(FailureOf({Kind::kNoService, ""}).Status(), ExitStatus::kNoService);
     EXPECT_EQ(FailureOf({Kind::kLost, "it went away"}).Status(), ExitStatus::kNoService);
     EXPECT_EQ(FailureOf({Kind::kTimeout, ""}).Status(), ExitStatus::kNoAnswer);
+    EXPECT_EQ(FailureOf({Kind::kNoAccess, "no trust"}).Status(), ExitStatus::kNotAllowed);
     const Failure refused = FailureOf({Kind::kRefused, "only root may"});
     EXPECT_EQ(refused.Status(), ExitStatus::kNotAllowed);
     EXPECT_STREQ(refused.what(), "Not allowed: only root may.");

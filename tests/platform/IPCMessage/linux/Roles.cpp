@@ -1,10 +1,13 @@
 #include <IPCMessage/IPCControl.h>
 #include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/RawPeers.h>
 #include <tests/platform/IPCMessage/peer/Roles.h>
 
+#include <fcntl.h>
 #include <grp.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,11 +22,16 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
+void Become(uid_t user)
+{
+    if (setgroups(0, nullptr) != 0 || setgid(user) != 0 || setuid(user) != 0) {
+        throw std::runtime_error("cannot become another user");
+    }
+}
+
 void BecomeNobody()
 {
-    if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) {
-        throw std::runtime_error("cannot become nobody");
-    }
+    Become(kNobody);
 }
 
 int Control()
@@ -58,17 +66,97 @@ std::string ModeOf(const std::string& path)
     return text.data();
 }
 
-/// A service that all users share, in a /run of its own. Writes what becomes of its visitors.
-int ServeSystem()
+/// Puts this process where a service of the system listens in a /run of its own; false, and says
+/// so, where that is not allowed.
+bool EnterOwnSystem()
 {
     if (unshare(CLONE_NEWNS) != 0 ||
         mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         mount("none", "/run", "tmpfs", 0, nullptr) != 0) {
         std::cout << "cannot" << std::endl;
-        return 0;
+        return false;
     }
     unsetenv("PELACON_RUNTIME_DIR");
     unsetenv("XDG_RUNTIME_DIR");
+    return true;
+}
+
+/// Opens connections until one is refused, says how many it has, and keeps them until its input
+/// ends.
+int Hoard()
+{
+    constexpr std::size_t kMore = 1000;
+    std::vector<std::unique_ptr<RawClient>> hoarded;
+    while (hoarded.size() < kMore) {
+        auto next = std::make_unique<RawClient>();
+        next->Greet(ipc::FrameKind::kHelloCall);
+        next->Send({.kind = ipc::FrameKind::kRequest, .sequence = 1});
+        if (!next->Receive()) {
+            break;
+        }
+        hoarded.push_back(std::move(next));
+    }
+    std::cout << hoarded.size() << std::endl;
+    std::string ignored;
+    while (std::getline(std::cin, ignored)) {
+    }
+    return 0;
+}
+
+/// A service that all users share and that has few places. Writes who finds one.
+int ServeCrowd()
+{
+    if (!EnterOwnSystem()) {
+        return 0;
+    }
+    const rlimit few{320, 320};
+    setrlimit(RLIMIT_NOFILE, &few);
+    Handler handler;
+    const IPCMessageServer server(kPipe, handler);
+    chmod(server.Address().c_str(), 0666);
+    std::cout << "256 places" << std::endl;
+    std::vector<std::unique_ptr<PeerProcess>> hoarders;
+    const auto hoard = [&](uid_t user, const char* whose) {
+        hoarders.push_back(std::make_unique<PeerProcess>("hoard-as-" + std::to_string(user)));
+        std::cout << hoarders.back()->ReadLine() << whose << std::endl;
+    };
+    const auto say = [](const char* what, const std::string& outcome) {
+        std::cout << what << outcome << std::endl;
+    };
+    hoard(60001, " of the first user's first process");
+    hoard(60001, " of its second");
+    hoard(60001, " of its third");
+    say("a program of another user: ", Outcome("call-as-nobody"));
+    hoard(60002, " of the second user's first process");
+    hoard(60002, " of its second");
+    say("a program of another user: ", Outcome("call-as-nobody"));
+    hoard(60003, " of a third user");
+    hoard(60004, " of a fourth user");
+    say("a program of another user: ", Outcome("call-as-nobody"));
+    say("an operator's command: ", Outcome("control"));
+    say("an operator's program: ", Outcome("call"));
+    std::cout << handler.warnings.Count() << " warning" << std::endl;
+    return 0;
+}
+
+/// Makes a request without standard input and error.
+int CallWithoutStreams()
+{
+    close(STDIN_FILENO);
+    close(STDERR_FILENO);
+    const IPCMessageClient client(1, false, false, kPipe);
+    std::cout << (IsServed(client) ? "served" : "not served");
+    const bool closed = fcntl(STDIN_FILENO, F_GETFD) < 0 && fcntl(STDERR_FILENO, F_GETFD) < 0;
+    std::cout << (closed ? ", 0 and 2 closed" : ", 0 or 2 open") << std::endl;
+    return 0;
+}
+
+/// A service that all users share, in a /run of its own. Writes what becomes of its visitors.
+int ServeSystem()
+{
+    if (!EnterOwnSystem()) {
+        return 0;
+    }
     Handler handler;
     const IPCMessageServer server(kPipe, handler);
     const std::string& socket = server.Address();
@@ -101,6 +189,16 @@ int PlayPlatformRole(const std::string& role)
     }
     if (role == "control") {
         return Control();
+    }
+    if (constexpr std::string_view kHoard = "hoard-as-"; role.starts_with(kHoard)) {
+        Become(static_cast<uid_t>(std::stoul(role.substr(kHoard.size()))));
+        return Hoard();
+    }
+    if (role == "call-without-streams") {
+        return CallWithoutStreams();
+    }
+    if (role == "serve-crowd") {
+        return ServeCrowd();
     }
     if (role == "serve-system") {
         return ServeSystem();

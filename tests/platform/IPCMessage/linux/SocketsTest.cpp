@@ -1,4 +1,5 @@
 // Where the socket lies, whose it is, and who may come.
+#include <IPCMessage/IPCControl.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 
@@ -123,6 +124,51 @@ TEST_F(SocketsTest, ReplacesAnythingElseThatLiesThere)
     EXPECT_TRUE(IsServed(*client));
 }
 
+TEST_F(SocketsTest, IsMadeAgainWhenItsFileIsDeleted)
+{
+    StartServer();
+    std::filesystem::remove(Place(".sock"));
+    ASSERT_TRUE(Eventually([&] { return std::filesystem::is_socket(Place(".sock")); }));
+    EXPECT_EQ(ModeOf(Place(".sock")), 0600U);
+    StartClient();
+    EXPECT_TRUE(IsServed(*client));
+    EXPECT_THAT(handler.warnings.All(), ElementsAre(HasSubstr("made again")));
+    EXPECT_THAT(Refusal(), HasSubstr("another service is listening"));
+    server.reset();
+    EXPECT_FALSE(std::filesystem::exists(Place(".sock")));
+}
+
+TEST_F(SocketsTest, IsMadeAgainWhenTheWholeFolderIsDeleted)
+{
+    StartServer();
+    std::filesystem::remove_all(folder.Path());
+    ASSERT_TRUE(Eventually([&] { return std::filesystem::is_socket(Place(".sock")); }));
+    EXPECT_THAT(Refusal(), HasSubstr("another service is listening"));
+    StartClient();
+    EXPECT_TRUE(IsServed(*client));
+}
+
+TEST_F(SocketsTest, IsLeftToAServiceThatHasTakenThePlace)
+{
+    StartServer();
+    std::filesystem::remove(Place(".sock"));
+    std::filesystem::remove(Place(".lock"));
+    Handler otherHandler;
+    const IPCMessageServer other(kPipe, otherHandler);
+    handler.warnings.WaitFor(1);
+    EXPECT_THAT(handler.warnings.All(), ElementsAre(HasSubstr("another service is listening")));
+    server.reset();
+    StartClient();
+    EXPECT_TRUE(IsServed(*client));
+    EXPECT_EQ(otherHandler.arrived.WaitFor(1).size(), 1U);
+}
+
+TEST_F(SocketsTest, ConnectionsTakeNoStandardStreamsNumber)
+{
+    StartServer();
+    EXPECT_EQ(PeerProcess("call-without-streams").ReadLine(), "served, 0 and 2 closed");
+}
+
 TEST_F(SocketsTest, SaysWhyItCannotListen)
 {
     std::filesystem::create_directory(Place(".sock"));
@@ -205,6 +251,8 @@ TEST_F(SocketsTest, AUsersServiceServesNoOtherUser)
     StartBoth();
     // The modes keep them out already.
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "not served");
+    EXPECT_EQ(PeerProcess("control-as-nobody").ReadLine(),
+              "this user may not connect to the service's pipe");
     EXPECT_EQ(server->GetStatistics().refusedPeers, 0U);
     chmod(folder.Path().c_str(), 0755);
     chmod(server->Address().c_str(), 0666);
@@ -226,6 +274,10 @@ TEST_F(SocketsTest, AClientTrustsNoServiceOfAnotherUser)
     EXPECT_FALSE(IsServed(*client));
     EXPECT_FALSE(Post(*client, 1, Counting(4)));
     EXPECT_EQ(client->GetStatistics().connected, 0U);
+    IPCControlError error{};
+    EXPECT_FALSE(IPCSendControl(kPipe, "command", kLongEnough, error));
+    EXPECT_EQ(error.kind, IPCControlError::Kind::kNoAccess);
+    EXPECT_THAT(error.message, HasSubstr("no service that is trusted"));
     // Who trusts it is served by it.
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "served");
 }

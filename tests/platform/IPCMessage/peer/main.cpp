@@ -83,6 +83,16 @@ int Call()
     return 0;
 }
 
+/// Makes a request for each line of its input, over a connection of its own, and tells how it went.
+int CallOnLine()
+{
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        Call();
+    }
+    return 0;
+}
+
 }  // namespace
 
 int PlayRole(const std::string& role)
@@ -98,6 +108,9 @@ int PlayRole(const std::string& role)
     }
     if (role == "call") {
         return Call();
+    }
+    if (role == "call-on-line") {
+        return CallOnLine();
     }
     return PlayPlatformRole(role);
 }
