@@ -1,0 +1,40 @@
+// A controller's advertising reports as they are heard.
+#pragma once
+
+#include <service/linux/FileDescriptor.h>
+#include <service/linux/Loop.h>
+#include <service/linux/bluetooth/AdvertisingReport.h>
+
+#include <cstdint>
+#include <functional>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+/// A raw socket beside bluetoothd. It switches nothing on: reports come while somebody scans. In
+/// the loop's thread.
+class Hci : private Loop::Source {
+  public:
+    /// Hears each report; must not destroy the socket.
+    using OnReport = std::function<void(AdvertisingReport&)>;
+
+    /// Takes what is bound to a controller already (see OpenReports), or a stand-in of it. `lost`
+    /// is called once, when the controller is gone; it may destroy this.
+    Hci(Loop& loop, FileDescriptor socket, OnReport heard, std::function<void()> lost);
+    ~Hci() override;
+
+    /// A socket that gets advertising reports only. Throws std::system_error; with
+    /// operation_not_permitted where CAP_NET_RAW is missing.
+    static FileDescriptor OpenReports(std::uint16_t controller);
+
+  private:
+    Loop::Interest Wants() override;
+    void Ready(short events) override;
+
+    Loop& loop_;
+    FileDescriptor socket_;
+    OnReport heard_;
+    std::function<void()> lost_;
+    ReportAssembler assembler_;
+};
+
+}  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,0 +1,21 @@
+// Names that the bus itself and all its objects have, and how sd-bus says that something failed.
+#pragma once
+
+#include <system_error>
+
+namespace pelacon::service::linux_radios::dbus {
+
+inline constexpr const char* kBus = "org.freedesktop.DBus";
+inline constexpr const char* kBusPath = "/org/freedesktop/DBus";
+inline constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
+inline constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
+
+/// Throws what a negative result means.
+inline void Check(int result, const char* what)
+{
+    if (result < 0) {
+        throw std::system_error(-result, std::generic_category(), what);
+    }
+}
+
+}  // namespace pelacon::service::linux_radios::dbus

@@ -1,0 +1,171 @@
+#include <service/linux/dbus/Names.h>
+#include <service/linux/dbus/ObjectMirror.h>
+
+#include <utility>
+
+namespace pelacon::service::linux_radios::dbus {
+
+namespace {
+
+SignalFilter From(const std::string& sender, const char* interface)
+{
+    SignalFilter filter;
+    filter.sender = sender;
+    filter.interface = interface;
+    return filter;
+}
+
+template <typename Type>
+const Type* At(const Arguments& arguments, std::size_t place)
+{
+    return place < arguments.size() ? arguments[place].As<Type>() : nullptr;
+}
+
+}  // namespace
+
+ObjectMirror::ObjectMirror(Bus& bus, std::string service, Observer& observer)
+    : bus_(bus), service_(std::move(service)), observer_(observer)
+{
+    // The bus delivers in order, so what is asked for last misses nothing.
+    SignalFilter filter = From(kBus, kBus);
+    filter.name = "NameOwnerChanged";
+    filter.firstArgument = service_;
+    owners_ = bus_.Watch(filter, [this](const Signal& signal) {
+        if (const auto* const owner = At<std::string>(signal.arguments, 2)) {
+            ownerCall_.Reset();
+            OwnerIs(*owner);
+        }
+    });
+    managed_ =
+        bus_.Watch(From(service_, kObjectManager), [this](const Signal& signal) { Heard(signal); });
+    changes_ =
+        bus_.Watch(From(service_, kProperties), [this](const Signal& signal) { Heard(signal); });
+    ownerCall_ =
+        bus_.Call({kBus, kBusPath, kBus, "GetNameOwner"}, {service_}, [this](const Reply& reply) {
+            const auto* const owner = reply.First<std::string>();
+            OwnerIs(owner != nullptr ? *owner : "");
+        });
+}
+
+const Properties* ObjectMirror::Find(const std::string& path, const std::string& interface) const
+{
+    const auto object = objects_.find(path);
+    if (object == objects_.end()) {
+        return nullptr;
+    }
+    const auto found = object->second.find(interface);
+    return found != object->second.end() ? &found->second : nullptr;
+}
+
+void ObjectMirror::OwnerIs(const std::string& owner)
+{
+    pictureCall_.Reset();
+    owner_ = owner;
+    Clear();
+    if (std::exchange(isThere_, false) || owner_.empty()) {
+        observer_.Vanished();
+    }
+    if (!owner_.empty()) {
+        pictureCall_ = bus_.Call({owner_, "/", kObjectManager, "GetManagedObjects"}, {},
+                                 [this](const Reply& reply) { Picture(reply); });
+    }
+}
+
+void ObjectMirror::Picture(const Reply& reply)
+{
+    const auto* const objects = reply.First<Dictionary>();
+    if (objects == nullptr) {
+        observer_.Vanished();
+        return;
+    }
+    // What was added before the picture was made is in it; what was said since comes behind it.
+    isThere_ = true;
+    for (const auto& [key, interfaces] : objects->entries) {
+        if (const auto* const path = key.As<ObjectPath>()) {
+            Insert(path->text, ReadInterfaces(interfaces));
+        }
+    }
+    observer_.Appeared();
+}
+
+void ObjectMirror::Heard(const Signal& signal)
+{
+    if (!isThere_ || signal.sender != owner_) {
+        return;
+    }
+    if (signal.name == "PropertiesChanged") {
+        Change(signal.path, signal);
+        return;
+    }
+    const auto* const path = At<ObjectPath>(signal.arguments, 0);
+    if (path == nullptr || signal.arguments.size() < 2) {
+        return;
+    }
+    if (signal.name == "InterfacesAdded") {
+        Insert(path->text, ReadInterfaces(signal.arguments[1]));
+    } else if (signal.name == "InterfacesRemoved") {
+        for (const std::string& interface : ReadTexts(signal.arguments[1])) {
+            Remove(path->text, interface);
+        }
+    }
+}
+
+void ObjectMirror::Insert(const std::string& path, const Interfaces& interfaces)
+{
+    // All of an object is there before any of it is told.
+    for (const auto& [interface, properties] : interfaces) {
+        objects_[path].insert_or_assign(interface, properties);
+    }
+    for (const auto& [interface, properties] : interfaces) {
+        observer_.Added(path, interface);
+    }
+}
+
+void ObjectMirror::Remove(const std::string& path, const std::string& interface)
+{
+    const auto object = objects_.find(path);
+    if (object == objects_.end()) {
+        return;
+    }
+    const auto removed = object->second.extract(interface);
+    if (object->second.empty()) {
+        objects_.erase(object);
+    }
+    if (!removed.empty()) {
+        observer_.Removed(path, interface, removed.mapped());
+    }
+}
+
+void ObjectMirror::Change(const std::string& path, const Signal& signal)
+{
+    const auto* const interface = At<std::string>(signal.arguments, 0);
+    const auto object = objects_.find(path);
+    if (interface == nullptr || signal.arguments.size() < 3 || object == objects_.end()) {
+        return;
+    }
+    const auto kept = object->second.find(*interface);
+    if (kept == object->second.end()) {
+        return;
+    }
+    const Properties changed = ReadProperties(signal.arguments[1]);
+    for (const auto& [name, value] : changed) {
+        kept->second.insert_or_assign(name, value);
+    }
+    for (const std::string& name : ReadTexts(signal.arguments[2])) {
+        kept->second.erase(name);
+    }
+    observer_.Changed(path, *interface, changed);
+}
+
+void ObjectMirror::Clear()
+{
+    while (!objects_.empty() && !objects_.rbegin()->second.empty()) {
+        // The last in order first: what lies below an object goes before it.
+        const std::string path = objects_.rbegin()->first;
+        const std::string interface = objects_.rbegin()->second.begin()->first;
+        Remove(path, interface);
+    }
+    objects_.clear();
+}
+
+}  // namespace pelacon::service::linux_radios::dbus

@@ -1,0 +1,77 @@
+// What another program shows on the bus, as it is now.
+#pragma once
+
+#include <service/linux/dbus/Bus.h>
+
+#include <map>
+#include <string>
+
+namespace pelacon::service::linux_radios::dbus {
+
+/// Keeps a copy of all objects of a service that has an ObjectManager at its root, and says what
+/// changes. In the loop's thread.
+class ObjectMirror {
+  public:
+    /// Hears of each change, after the copy has it. Must not destroy the mirror.
+    class Observer {
+      public:
+        Observer() = default;
+        virtual ~Observer() = default;
+        Observer(const Observer&) = delete;
+        Observer& operator=(const Observer&) = delete;
+
+        /// The service is there, and the copy whole for the first time since.
+        virtual void Appeared() = 0;
+
+        /// The service is gone, or there is none, or it does not answer. The objects are gone, too,
+        /// and were reported so before.
+        virtual void Vanished() = 0;
+
+        virtual void Added(const std::string& path, const std::string& interface) = 0;
+
+        /// The copy has it no more.
+        virtual void Removed(const std::string& path, const std::string& interface,
+                             const Properties& last) = 0;
+
+        /// `changed` has only what was told; a property that became invalid is absent in the copy.
+        virtual void Changed(const std::string& path, const std::string& interface,
+                             const Properties& changed) = 0;
+    };
+
+    using Objects = std::map<std::string, Interfaces>;
+
+    /// Both outlive the mirror.
+    ObjectMirror(Bus& bus, std::string service, Observer& observer);
+
+    ObjectMirror(const ObjectMirror&) = delete;
+    ObjectMirror& operator=(const ObjectMirror&) = delete;
+
+    bool IsThere() const noexcept { return isThere_; }
+    const Objects& All() const noexcept { return objects_; }
+
+    /// Nothing where there is no such object, or it has no such interface.
+    const Properties* Find(const std::string& path, const std::string& interface) const;
+
+  private:
+    void OwnerIs(const std::string& owner);
+    void Picture(const Reply& reply);
+    void Heard(const Signal& signal);
+    void Insert(const std::string& path, const Interfaces& interfaces);
+    void Remove(const std::string& path, const std::string& interface);
+    void Change(const std::string& path, const Signal& signal);
+    void Clear();
+
+    Bus& bus_;
+    std::string service_;
+    Observer& observer_;
+    std::string owner_;
+    bool isThere_ = false;
+    Objects objects_;
+    Bus::Slot ownerCall_;
+    Bus::Slot pictureCall_;
+    Bus::Slot owners_;
+    Bus::Slot managed_;
+    Bus::Slot changes_;
+};
+
+}  // namespace pelacon::service::linux_radios::dbus

@@ -1,0 +1,53 @@
+// Objects of our own on the bus.
+#pragma once
+
+#include <service/linux/dbus/Bus.h>
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace pelacon::service::linux_radios::dbus {
+
+/// Objects below a root, which lists them as an ObjectManager. Others may read their properties and
+/// call their methods, as far as the bus lets them. In the loop's thread.
+class ObjectTree {
+  public:
+    /// Answers a call of a method, at once or later.
+    using Handler = std::function<void(const Incoming&, Invocation)>;
+
+    struct Interface {
+        Properties properties;
+        std::map<std::string, Handler> methods;
+    };
+
+    /// The bus outlives the tree. With the tree its objects are gone, without a signal.
+    ObjectTree(Bus& bus, std::string root);
+
+    ObjectTree(const ObjectTree&) = delete;
+    ObjectTree& operator=(const ObjectTree&) = delete;
+
+    const std::string& Root() const noexcept { return root_; }
+
+    /// Adds an interface to the object at a path, which is the root or below it. There is no signal
+    /// of it: whoever is to see it is asked to look afterwards.
+    void Add(const std::string& path, const std::string& name, Interface interface);
+
+    /// Gives a property a new value, and says so to all who listen.
+    void Set(const std::string& path, const std::string& interface, const std::string& property,
+             Value value);
+
+  private:
+    using Object = std::map<std::string, Interface>;
+
+    void Answer(const Incoming& call, Invocation invocation);
+    void Manage(Invocation invocation) const;
+    static void ReadProperty(const Object& object, const Incoming& call, Invocation invocation);
+
+    Bus& bus_;
+    std::string root_;
+    std::map<std::string, Object> objects_;
+    Bus::Slot served_;
+};
+
+}  // namespace pelacon::service::linux_radios::dbus

@@ -1,0 +1,300 @@
+#!/usr/bin/python3
+"""Plays bluetoothd on the system's bus, as a test tells it.
+
+Commands come as JSON, one object a line, and are answered by a line of JSON. They name what to do in
+"do" (see the functions called do_...) and have its arguments beside it. Paths are below /org/bluez.
+"""
+import json
+import os
+import sys
+
+import dbus
+import dbus.mainloop.glib
+import dbus.service
+from gi.repository import GLib
+
+SERVICE = 'org.bluez'
+ROOT = '/org/bluez'
+MANAGER = 'org.freedesktop.DBus.ObjectManager'
+PROPERTIES = 'org.freedesktop.DBus.Properties'
+ADAPTER = 'org.bluez.Adapter1'
+DEVICE = 'org.bluez.Device1'
+GATT_SERVICE = 'org.bluez.GattService1'
+CHARACTERISTIC = 'org.bluez.GattCharacteristic1'
+
+# The types that BlueZ gives its properties, where they are not texts or truth values.
+TYPES = {
+    'Class': dbus.UInt32, 'RSSI': dbus.Int16, 'TxPower': dbus.Int16, 'MTU': dbus.UInt16,
+    'Adapter': dbus.ObjectPath, 'Device': dbus.ObjectPath, 'Service': dbus.ObjectPath,
+    'Appearance': dbus.UInt16,
+}
+
+
+def octets(data):
+    return dbus.Array([dbus.Byte(octet) for octet in data], signature='y')
+
+
+def to_bus(name, value):
+    """A property's value from JSON: bytes are texts of hexadecimal digits."""
+    if name in TYPES:
+        return TYPES[name](value)
+    if name == 'Value':
+        return octets(bytes.fromhex(value))
+    if name == 'ManufacturerData':
+        return dbus.Dictionary({dbus.UInt16(int(key)): octets(bytes.fromhex(data))
+                                for key, data in value.items()}, signature='qv')
+    if name == 'ServiceData':
+        return dbus.Dictionary({key: octets(bytes.fromhex(data)) for key, data in value.items()},
+                               signature='sv')
+    if isinstance(value, list):
+        return dbus.Array(value, signature='s')
+    return value
+
+
+class Failure(dbus.DBusException):
+    def __init__(self, name, message):
+        super().__init__(message)
+        self.name = name
+
+    def get_dbus_name(self):
+        return self.name
+
+
+class Faults:
+    """What becomes of the next calls of a method, by its name."""
+
+    def __init__(self):
+        self.planned = {}
+        self.calls = []
+
+    def answer(self, method, arguments, perform, reply, fail):
+        """Performs the call, unless something else is planned for it."""
+        self.calls.append([method, *arguments])
+        planned = self.planned.get(method)
+        if not planned:
+            self.finish(perform, reply, fail)
+            return
+        fault = planned[0]
+        if fault.get('times', 1) == 1:
+            planned.pop(0)
+        else:
+            fault['times'] -= 1
+        if fault.get('never'):
+            return
+        if 'error' in fault:
+            def act():
+                fail(Failure(fault['error'], fault.get('message', '')))
+        else:
+            def act():
+                self.finish(perform, reply, fail)
+        GLib.timeout_add(fault.get('delay', 0), lambda: act() and False)
+
+    @staticmethod
+    def finish(perform, reply, fail):
+        try:
+            result = perform()
+        except Failure as failure:
+            fail(failure)
+            return
+        if result is None:
+            reply()
+        else:
+            reply(result)
+
+
+faults = Faults()
+
+
+class Exported(dbus.service.Object):
+    """An object with properties, listed by the object manager while it is there."""
+
+    def __init__(self, path, interface, properties):
+        self.path, self.interface = path, interface
+        self.properties = {name: to_bus(name, value) for name, value in properties.items()}
+        super().__init__(bus, path)
+        objects[path] = self
+        root.InterfacesAdded(dbus.ObjectPath(path), {interface: self.properties})
+
+    def remove(self):
+        for path in [path for path in objects if path.startswith(self.path + '/')]:
+            objects[path].remove()
+        del objects[self.path]
+        root.InterfacesRemoved(dbus.ObjectPath(self.path), [self.interface])
+        self.remove_from_connection()
+
+    def change(self, properties):
+        changed = {name: to_bus(name, value) for name, value in properties.items()}
+        self.properties.update(changed)
+        self.PropertiesChanged(self.interface, changed, [])
+
+    @dbus.service.signal(PROPERTIES, signature='sa{sv}as')
+    def PropertiesChanged(self, interface, changed, invalidated):
+        pass
+
+    @dbus.service.method(PROPERTIES, in_signature='s', out_signature='a{sv}')
+    def GetAll(self, interface):
+        return self.properties
+
+    @dbus.service.method(PROPERTIES, in_signature='ssv', async_callbacks=('reply', 'fail'))
+    def Set(self, interface, name, value, reply, fail):
+        faults.answer('Set' + str(name), [self.path, value],
+                      lambda: self.written(str(name), value), reply, fail)
+
+    def written(self, name, value):
+        self.properties[name] = value
+        self.PropertiesChanged(self.interface, {name: value}, [])
+
+
+class Adapter(Exported):
+    def __init__(self, name, properties):
+        super().__init__(ROOT + '/' + name, ADAPTER, {
+            'Address': '00:00:00:00:00:00', 'Alias': name, 'Powered': False, 'Discovering': False,
+            **properties})
+
+    @dbus.service.method(ADAPTER, in_signature='a{sv}', async_callbacks=('reply', 'fail'))
+    def SetDiscoveryFilter(self, wanted, reply, fail):
+        faults.answer('SetDiscoveryFilter', [self.path], lambda: None, reply, fail)
+
+    @dbus.service.method(ADAPTER, async_callbacks=('reply', 'fail'))
+    def StartDiscovery(self, reply, fail):
+        faults.answer('StartDiscovery', [self.path], lambda: self.discover(True), reply, fail)
+
+    @dbus.service.method(ADAPTER, async_callbacks=('reply', 'fail'))
+    def StopDiscovery(self, reply, fail):
+        faults.answer('StopDiscovery', [self.path], lambda: self.discover(False), reply, fail)
+
+    def discover(self, on):
+        if not self.properties['Powered']:
+            raise Failure('org.bluez.Error.NotReady', 'Resource Not Ready')
+        self.change({'Discovering': on})
+
+
+class Device(Exported):
+    def __init__(self, path, properties):
+        super().__init__(path, DEVICE, {
+            'Adapter': path.rsplit('/', 1)[0], 'AddressType': 'public', 'Connected': False,
+            'ServicesResolved': False, **properties})
+
+    @dbus.service.method(DEVICE, async_callbacks=('reply', 'fail'))
+    def Connect(self, reply, fail):
+        faults.answer('Connect', [self.path], lambda: self.change({'Connected': True}), reply, fail)
+
+    @dbus.service.method(DEVICE, async_callbacks=('reply', 'fail'))
+    def Disconnect(self, reply, fail):
+        faults.answer('Disconnect', [self.path],
+                      lambda: self.change({'Connected': False, 'ServicesResolved': False}), reply, fail)
+
+
+class Characteristic(Exported):
+    def __init__(self, path, properties):
+        super().__init__(path, CHARACTERISTIC, {'Service': path.rsplit('/', 1)[0], 'Flags': [], 'Value': '',
+                                                **properties})
+
+    @dbus.service.method(CHARACTERISTIC, in_signature='a{sv}', out_signature='ay',
+                         async_callbacks=('reply', 'fail'))
+    def ReadValue(self, options, reply, fail):
+        faults.answer('ReadValue', [self.path], lambda: self.properties['Value'], reply, fail)
+
+    @dbus.service.method(CHARACTERISTIC, in_signature='aya{sv}', async_callbacks=('reply', 'fail'))
+    def WriteValue(self, value, options, reply, fail):
+        faults.answer('WriteValue', [self.path, bytes(value).hex(), options.get('type', '')],
+                      lambda: self.properties.update(Value=value), reply, fail)
+
+
+class Root(dbus.service.Object):
+    @dbus.service.method(MANAGER, out_signature='a{oa{sa{sv}}}', async_callbacks=('reply', 'fail'))
+    def GetManagedObjects(self, reply, fail):
+        faults.answer('GetManagedObjects', [], lambda: dbus.Dictionary(
+            {dbus.ObjectPath(path): {one.interface: one.properties} for path, one in objects.items()},
+            signature='oa{sa{sv}}'), reply, fail)
+
+    @dbus.service.signal(MANAGER, signature='oa{sa{sv}}')
+    def InterfacesAdded(self, path, interfaces):
+        pass
+
+    @dbus.service.signal(MANAGER, signature='oas')
+    def InterfacesRemoved(self, path, interfaces):
+        pass
+
+
+def do_adapter(name, **properties):
+    Adapter(name, properties)
+
+
+def do_device(path, **properties):
+    Device(ROOT + '/' + path, properties)
+
+
+def do_service(path, **properties):
+    Exported(ROOT + '/' + path, GATT_SERVICE, properties)
+
+
+def do_characteristic(path, **properties):
+    Characteristic(ROOT + '/' + path, properties)
+
+
+def do_remove(path):
+    objects[ROOT + '/' + path].remove()
+
+
+def do_change(path, **properties):
+    objects[ROOT + '/' + path].change(properties)
+
+
+def do_fail(method, **fault):
+    """The next call (or the next so many "times") of the method ends in an "error", after a "delay" in
+    ms, or "never". A delay alone makes it late."""
+    faults.planned.setdefault(method, []).append(fault)
+
+
+def do_calls():
+    """All calls since the last time: each the method's name, the object's path, and what was given."""
+    calls, faults.calls = faults.calls, []
+    return calls
+
+
+def do_leave():
+    """The name is given up, as when bluetoothd ends."""
+    bus.release_name(SERVICE)
+    for one in list(objects.values()):
+        if one.path in objects:
+            one.remove()
+
+
+def do_come():
+    bus.request_name(SERVICE)
+
+
+def command(line):
+    try:
+        arguments = json.loads(line)
+        result = globals()['do_' + arguments.pop('do')](**arguments)
+    except Exception as failure:  # the test is told, whatever it is
+        result = {'failed': repr(failure)}
+    # What was said on the bus is there before the answer is.
+    bus.call_blocking('org.freedesktop.DBus', '/', 'org.freedesktop.DBus', 'GetId', '', ())
+    print(json.dumps(result), flush=True)
+
+
+def read_commands(source, condition, pending=bytearray()):
+    data = os.read(0, 65536)
+    if not data:
+        loop.quit()
+        return False
+    pending += data
+    while b'\n' in pending:
+        line, _, rest = pending.partition(b'\n')
+        pending[:] = rest
+        command(line)
+    return True
+
+
+dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+bus = dbus.SystemBus()
+objects = {}
+root = Root(bus, '/')
+bus.request_name(SERVICE)
+loop = GLib.MainLoop()
+GLib.io_add_watch(0, GLib.IO_IN | GLib.IO_HUP, read_commands)
+print('ready', flush=True)
+loop.run()
