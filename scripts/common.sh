@@ -33,7 +33,11 @@ Elsewhere install by hand what README.md lists, and build with CMake."
 }
 
 build_packages=(g++ cmake ninja-build pkg-config ccache libcli11-dev nlohmann-json3-dev
-    libnl-genl-3-dev libgtest-dev libgmock-dev libbenchmark-dev)
+    libnl-genl-3-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
+    dbus python3-dbus python3-gi)
+
+# To build and run the virtual machine of tests/radios.
+radio_packages=(qemu-system-x86 mmdebstrap kmod cpio zstd e2fsprogs python3)
 
 clang_packages=(clang libclang-rt-14-dev)
 

@@ -1,0 +1,75 @@
+# For tests in the guest, which begin with: . /mnt/tests/lib.sh
+
+# A line with the time since the boot.
+up() { local t _; read -r t _ </proc/uptime; echo "[$t] $*"; }
+
+# check NAME COMMAND...: prints PASS or FAIL with the name, and what a command that failed printed.
+check() {
+    local name=$1
+    shift
+    if "$@" >/tmp/check.log 2>&1; then
+        echo "PASS $name"
+    else
+        echo "FAIL $name"
+        tail -n 20 /tmp/check.log
+        return 1
+    fi
+}
+
+# wait_for SECONDS COMMAND...: until the command succeeds.
+wait_for() {
+    local end=$((SECONDS + $1))
+    shift
+    while ! "$@" >/dev/null 2>&1; do
+        [ "$SECONDS" -lt "$end" ] || return 1
+        sleep 0.1
+    done
+}
+
+# bluez ARGUMENTS OF BUSCTL: without having the bus start a bluetoothd that is not there.
+bluez() { busctl --system --auto-start=no --timeout=${BLUEZ_LIMIT:-40} "$@"; }
+
+dbus_start() { [ -e /run/dbus/system_bus_socket ] || dbus-daemon --system --fork --nopidfile; }
+
+# controllers_start: two LE controllers that hear each other, hci0 and hci1. Without -L (classic, too)
+# pairing would end in a kernel bug.
+controllers_start() {
+    # The kernel gives a new controller two seconds for its first answer, and btvirt gives none while these
+    # are loaded for it.
+    modprobe -a hci_vhci algif_hash algif_skcipher aes_generic cmac ecb
+    dbus_start
+    local tries
+    for tries in 1 2 3; do
+        btvirt -l2 -L >/tmp/btvirt.log 2>&1 &
+        BTVIRT=$!
+        if wait_for 10 python3 /mnt/tests/hci.py --ready 2; then
+            return 0
+        fi
+        # On a machine this busy a controller was given up by the kernel: as if it were plugged in again.
+        kill $BTVIRT
+        wait $BTVIRT
+    done
+    return 1
+}
+
+adapter_is_there() { bluez get-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Address; }
+
+# bluetoothd_start [OPTIONS]: -E switches its experimental interfaces on. It misses controllers that the
+# kernel is still setting up.
+bluetoothd_start() {
+    /usr/libexec/bluetooth/bluetoothd -n "$@" >>/tmp/bluetoothd.log 2>&1 &
+    BLUETOOTHD=$!
+    BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci0 && BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci1
+}
+
+bluetooth_start() {
+    check "two controllers" controllers_start && check "bluetoothd" bluetoothd_start "$@"
+}
+
+# power CONTROLLER true|false
+power() { bluez set-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Powered b "$2"; }
+
+# address_of CONTROLLER: as BlueZ writes it.
+address_of() {
+    bluez get-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Address | tr -d '"' | cut -d ' ' -f 2
+}
