@@ -15,7 +15,7 @@ int main()
     if (BleManager::GetBtName(name) == kBleStatusSuccess) {
         std::printf("%s is %s\n", name.c_str(), BleManager::IsBtEnabled() ? "on" : "off");
     }
-    BleManager::BtDisable();  // heard in the callback
+    BleManager::BtDisable();  // the callback reports the change
     std::this_thread::sleep_for(std::chrono::seconds(1));
     BleManager::BtEnable();
     std::this_thread::sleep_for(std::chrono::seconds(1));

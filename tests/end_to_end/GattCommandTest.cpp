@@ -174,16 +174,16 @@ TEST_F(GattCommand, FailuresAreSentences)
     ExpectFailure({"read", kNobody, "180D", "2A38"}, 1, "No device with the address");
     ExpectFailure({"mtu", kFar, "--wait", "0.05"}, 4, "did not answer in time.");
     ExpectFailure({"read", kStrapAddress, "180D", "2A99"}, 1,
-                  "refused to read 180D/2A99: there is no");
+                  "refused to read 180D/2A99: it was not found");
     ExpectFailure({"read", kStrapAddress, "180D", "2A37"}, 1, "not permitted");
     ExpectFailure({"subscribe", kStrapAddress, "180D", "2A38"}, 1, "not permitted");
-    ExpectFailure({"read", kStrapAddress, "heart", "2A37"}, 2, "\"heart\" is no UUID");
-    ExpectFailure({"read", "strap", "180D", "2A37"}, 2, "is no address");
-    ExpectFailure({"write", kStrapAddress, "180D", "2A38"}, 2, "There is no value");
+    ExpectFailure({"read", kStrapAddress, "heart", "2A37"}, 2, "\"heart\" is not a UUID");
+    ExpectFailure({"read", "strap", "180D", "2A37"}, 2, "is not an address");
+    ExpectFailure({"write", kStrapAddress, "180D", "2A38"}, 2, "A value is missing");
     ExpectFailure({"write", kStrapAddress, "180D", "2A38", "0"}, 2, "hexadecimal");
     ExpectFailure({"write", kStrapAddress, "180D", "2A38", std::string(2050, '0')}, 2, "1,024");
     ExpectFailure({"write", kStrapAddress, "180D", "2A38", "00", "--text", "x"}, 2, "excludes");
-    ExpectFailure({"serve", "no/such/file"}, 2, "cannot be read");
+    ExpectFailure({"serve", "no/such/file"}, 2, "Cannot read the file");
     EXPECT_EQ(Pelaconctl({"bt", "off"}).exitCode, 0);
     ExpectFailure({"read", kStrapAddress, "180D", "2A38"}, 5, "Bluetooth");
     ExpectFailure({"serve", file}, 5, "Bluetooth");
@@ -224,7 +224,7 @@ TEST_F(GattCommand, ServesValuesFromItsInput)
     serving.Write("2A37 0050");
     EXPECT_TRUE(serving.WaitForOutput("\n180D/2A37 is now 0050\n"));
     EXPECT_TRUE(subscriber.WaitForOutput("  0050\n"));
-    EXPECT_TRUE(serving.WaitForOutput(" was told\n"));
+    EXPECT_TRUE(serving.WaitForOutput(" was notified\n"));
     EXPECT_EQ(subscriber.Wait(), 0);
 
     serving.Write("  180f/2a39   \"high up\"  ");
@@ -244,7 +244,7 @@ TEST_F(GattCommand, ServesValuesFromItsInput)
     EXPECT_THAT(serving.Errors(),
                 AllOf(HasSubstr("There is no characteristic 2A99 to set."),
                       HasSubstr("There is no characteristic 180F/2A37 to set."),
-                      HasSubstr("\"nonsense\" is no UUID"), HasSubstr("hexadecimal")));
+                      HasSubstr("\"nonsense\" is not a UUID"), HasSubstr("hexadecimal")));
 }
 
 TEST_F(GattCommand, ServesInJson)

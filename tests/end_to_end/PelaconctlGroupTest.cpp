@@ -152,21 +152,21 @@ TEST_F(PelaconctlGroup, ListsAndRecommendsChannels)
     EXPECT_EQ(best["satisfied"], 2);
     EXPECT_EQ(best["sides"], 2);
     EXPECT_THAT(Said({"recommend", "149", "6"}), HasSubstr("suits 1 of 2"));
-    ExpectFailure({"recommend", "40,44"}, kFailed, "No channel");
+    ExpectFailure({"recommend", "40,44"}, kFailed, "no channel that suits any side");
 }
 
 TEST_F(PelaconctlGroup, RefusesNonsense)
 {
     for (const char* side : {"x", "36,", ",36", "36,,40", "36;40", "99999999999",
                              "1,2,3,4,5,6,7,8,9,10,11,12,13,14,15"}) {
-        ExpectFailure({"recommend", side}, kUsage, "is no list of channels");
+        ExpectFailure({"recommend", side}, kUsage, "is not a list of channels");
     }
     Arguments many(12, "36");
     many[0] = "recommend";
-    ExpectFailure(many, kUsage, "ten sides at most");
+    ExpectFailure(many, kUsage, "at most ten sides");
     ExpectFailure({"recommend", "--band", "6"}, kUsage, "");
     ExpectFailure({"config", "nobody"}, kUsage, "");
-    ExpectFailure({"config", "owner", "--set", std::string(513, 'x')}, kUsage, "512 bytes at most");
+    ExpectFailure({"config", "owner", "--set", std::string(513, 'x')}, kUsage, "at most 512 bytes");
     ExpectFailure({"config", "owner", "--set-hex", "0g"}, kUsage, "is not hexadecimal");
     ExpectFailure({"config", "owner", "--set", "a", "--set-hex", "00"}, kUsage, "");
     ExpectFailure({"interface", "--scene", "1"}, kUsage, "");
@@ -181,13 +181,13 @@ TEST_F(PelaconctlGroup, ShowsAndSetsConfigurations)
     EXPECT_EQ(Reported({"config", "station", "--set-hex", "00 ff 10"})["data"], "00ff10");
     EXPECT_EQ(Said({"config", "station"}), "00ff10\n") << "no text";
     EXPECT_EQ(Said({"config", "station", "--set", std::string(512, 'x')}),
-              "Other programs read it as their own now.\n");
+              "Other programs now read it as their own configuration.\n");
     EXPECT_EQ(Said({"config", "station"}), std::string(512, 'x') + '\n');
 }
 
 TEST_F(PelaconctlGroup, KnowsInterfaces)
 {
-    EXPECT_EQ(Said({"interface"}), "Side by side: one+two\n");
+    EXPECT_EQ(Said({"interface"}), "Coexistence: one+two\n");
     EXPECT_EQ(Said({"interface", "wlan0"}), "{00000000-0000-0000-0000-00000000000A}\n");
     EXPECT_EQ(Reported({"interface", "wlan0", "--scene", "5"})["guid"],
               "{00000000-0000-0000-0000-00000000000A}");
@@ -205,7 +205,7 @@ TEST_F(PelaconctlGroup, HoldsTheLink)
     holder->Interrupt();
     EXPECT_EQ(holder->Wait(), kDone) << holder->Errors();
     Said({"remove"});
-    EXPECT_THAT(Said({"hold", "--seconds", "0"}), HasSubstr("Let go."));
+    EXPECT_THAT(Said({"hold", "--seconds", "0"}), HasSubstr("The link was released."));
 }
 
 TEST_F(PelaconctlGroup, WatchesWhatHappens)
@@ -249,19 +249,19 @@ TEST_F(PelaconctlGroup, WatchesForPeople)
 {
     std::optional<ChildProcess> watcher;
     Started({"watch"}, false, watcher);
-    ASSERT_TRUE(watcher->WaitForOutput("Watching, until Ctrl-C."));
+    ASSERT_TRUE(watcher->WaitForOutput("Watching. Press Ctrl-C to stop."));
     Said({"create"});
-    EXPECT_TRUE(watcher->WaitForOutput("  group is there\n"));
+    EXPECT_TRUE(watcher->WaitForOutput("  group was created\n"));
     Join("00:00:00:00:00:01");
     EXPECT_TRUE(watcher->WaitForOutput("  station 00:00:00:00:00:01 joined, 10.0.0.2\n"));
     Said({"config", "station", "--set", "hello"});
     EXPECT_TRUE(watcher->WaitForOutput("  configuration of station: hello\n"));
     Said({"remove"});
     EXPECT_TRUE(watcher->WaitForOutput("  station 00:00:00:00:00:01 left\n"));
-    EXPECT_TRUE(watcher->WaitForOutput("  group is gone\n"));
+    EXPECT_TRUE(watcher->WaitForOutput("  group was removed\n"));
     watcher->Interrupt();
     EXPECT_EQ(watcher->Wait(), kDone);
-    EXPECT_EQ(Said({"watch", "--seconds", "0.01"}), "Watching, until Ctrl-C.\n");
+    EXPECT_EQ(Said({"watch", "--seconds", "0.01"}), "Watching. Press Ctrl-C to stop.\n");
 }
 
 // ---- What takes long
@@ -274,9 +274,9 @@ TEST_F(PelaconctlGroup, AWaitIsShownOnATerminal)
     StartService(kSlowWorld);
     std::optional<ChildProcess> creator;
     Started({"create"}, true, creator);
-    EXPECT_TRUE(creator->WaitForOutput("Making a group"));
+    EXPECT_TRUE(creator->WaitForOutput("Creating a group"));
     EXPECT_TRUE(creator->WaitForOutput("⠙")) << "it moves";
-    EXPECT_TRUE(creator->WaitForOutput("0 s, Ctrl-C ends it"));
+    EXPECT_TRUE(creator->WaitForOutput("0 s, press Ctrl-C to cancel"));
     creator->Interrupt();
     EXPECT_EQ(creator->Wait(), kInterrupted);
     EXPECT_THAT(creator->Output(), HasSubstr("\r\033[Kpelaconctl: Interrupted"))
@@ -286,7 +286,7 @@ TEST_F(PelaconctlGroup, AWaitIsShownOnATerminal)
 TEST_F(PelaconctlGroup, AWaitIsNotShownElsewhere)
 {
     StartService(R"({"group": {"creation": {"ms": 400}}})");
-    EXPECT_THAT(Said({"create"}), Not(HasSubstr("Making")));
+    EXPECT_THAT(Said({"create"}), Not(HasSubstr("Creating")));
 }
 
 TEST_F(PelaconctlGroup, AnInterruptedCreationIsTakenBack)
@@ -305,19 +305,20 @@ TEST_F(PelaconctlGroup, AnInterruptedCreationIsTakenBack)
 TEST_F(PelaconctlGroup, ACreationThatIsNotAnsweredIsTakenBack)
 {
     Fault("Vod2dCreateGroup", "empty");
-    ExpectFailure({"create"}, kNoAnswer, "did not make a group in time");
+    ExpectFailure({"create"}, kNoAnswer, "did not create a group in time");
     StartService(kGroupWorld);
     Service().Command(
         {{"command", "fault.add"},
          {"fault", {{"request", "Vod2dCreateGroup"}, {"do", "empty"}, {"perform", true}}}});
-    ExpectFailure({"create"}, kNoAnswer, "it was told to give up");
+    ExpectFailure({"create"}, kNoAnswer, "the request was cancelled");
     EXPECT_EQ(Status()["exists"], false);
 }
 
 TEST_F(PelaconctlGroup, FailuresHaveTheirExitCodes)
 {
     Fault("Vod2dGetGroupConfig", "empty");
-    ExpectFailure({"info"}, kNoAnswer, "did not answer the request to describe the group");
+    ExpectFailure({"info"}, kNoAnswer,
+                  "did not answer the request to read the group's configuration");
     Fault("Vod2dRemoveGroup", "empty");
     ExpectFailure({"remove"}, kNoAnswer, "did not answer the request to remove the group");
     Fault("Vod2dGetRecommendChannel", "empty");

@@ -119,8 +119,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(PelaconctlUsage, NamesWhatThereIs)
 {
-    ExpectFailure({"bt", "onn"}, kUsage, "has no \"onn\", but: status, on, off, name, connected");
-    ExpectFailure({"bt"}, kUsage, "status, on, off, name, connected");
+    ExpectFailure({"bt", "onn"}, kUsage,
+                  "has no subcommand \"onn\". Subcommands: status, on, off, name, connected");
+    ExpectFailure({"bt"}, kUsage, "needs a subcommand: status, on, off, name, connected");
 }
 
 /// Asks each command for its help, and those below it.

@@ -163,26 +163,28 @@ TEST_F(ScanCommand, RefusesFiltersThatAreNone)
     for (int i = 0; i < 6; ++i) {
         six.insert(six.end(), {"--filter", "name=x"});
     }
-    EXPECT_THAT(Pelaconctl(six).errors, HasSubstr("five filters at most"));
+    EXPECT_THAT(Pelaconctl(six).errors, HasSubstr("At most five filters"));
 }
 
 TEST_F(ScanCommand, RefusesValuesThatAreNoneAndSaysWhatThereIs)
 {
-    EXPECT_EQ(Pelaconctl({"scan", "--policy", "fast"}).errors,
-              "pelaconctl: --policy: \"fast\" is none of low-power, balanced, low-latency. See: "
-              "pelaconctl scan --help\n");
+    EXPECT_EQ(
+        Pelaconctl({"scan", "--policy", "fast"}).errors,
+        "pelaconctl: --policy: must be one of low-power, balanced, low-latency, not \"fast\". See: "
+        "pelaconctl scan --help\n");
     EXPECT_EQ(Pelaconctl({"scan", "--sort", "0"}).errors,
-              "pelaconctl: --sort: \"0\" is none of signal, address, name, count. See: "
+              "pelaconctl: --sort: must be one of signal, address, name, count, not \"0\". See: "
               "pelaconctl scan --help\n");
     const CommandResult result = Pelaconctl({"scan", "--seconds", "-1"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(
         result.errors,
-        "pelaconctl: --seconds: \"-1\" is no number from 0 on. See: pelaconctl scan --help\n");
+        "pelaconctl: --seconds: must be a number, 0 or more, not \"-1\". See: pelaconctl scan "
+        "--help\n");
     EXPECT_THAT(Pelaconctl({"advertise", "--kind", "x"}).errors,
-                HasSubstr("\"x\" is none of connectable, scannable, non-connectable"));
+                HasSubstr("must be one of connectable, scannable, non-connectable, not \"x\""));
     EXPECT_THAT(Pelaconctl({"advertise", "--seconds", "0"}).errors,
-                HasSubstr("\"0\" is no number above 0"));
+                HasSubstr("must be a number above 0, not \"0\""));
 }
 
 TEST_F(ScanCommand, SaysThatBluetoothIsOff)
@@ -252,7 +254,7 @@ TEST_F(ScanCommand, RefusesMoreThanFits)
     const std::string longName(27, 'x');
     CommandResult result = Pelaconctl({"advertise", "--name", longName});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(result.errors, HasSubstr("would take 32 bytes, and there is room for 31"));
+    EXPECT_THAT(result.errors, HasSubstr("would take 32 bytes, but the limit is 31"));
     result = Pelaconctl({"advertise", "--response-name", std::string(300, 'x')});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("The scan response would take 302 bytes"));
@@ -326,7 +328,7 @@ TEST_F(ScanCommand, PassesOnTargetedAdvertisements)
     EXPECT_EQ(Pelaconctl({"targets", "send", "9", "01"}).exitCode, 0);
     const CommandResult sent = Pelaconctl({"targets", "send", "8", "ca fe"});
     EXPECT_EQ(sent.exitCode, 0) << sent.errors;
-    EXPECT_EQ(sent.output, "Sent to those who listen for business 8.\n");
+    EXPECT_EQ(sent.output, "Sent to the programs that listen for business 8.\n");
     const auto line = listen.NextLine();
     ASSERT_TRUE(line) << listen.Errors();
     const auto record = nlohmann::json::parse(*line);
@@ -342,7 +344,7 @@ TEST_F(ScanCommand, RefusesTargetsThatAreNone)
     EXPECT_EQ(Pelaconctl({"targets", "send", "x"}).exitCode, 2);
     const CommandResult result = Pelaconctl({"targets", "send", "1", std::string(74, '0')});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(result.errors, HasSubstr("36 bytes at most; this one has 37"));
+    EXPECT_THAT(result.errors, HasSubstr("at most 36 bytes; this one has 37"));
 }
 
 TEST(WithoutAService, CommandsSaySo)

@@ -104,10 +104,10 @@ TEST_F(WifiCommands, ApIsCreatedDescribedAndDestroyed)
     EXPECT_THAT(Say({"ap", "status"}), HasSubstr("There is a soft AP on channel 149."));
     ExpectFailure({"ap", "create"}, kFailed, "There is a soft AP already");
     ExpectFailure({"ap", "destroy", "--purpose", "2"}, kFailed, "created for another purpose");
-    EXPECT_EQ(Say({"ap", "destroy", "--purpose", "1"}), "The soft AP is gone.\n");
+    EXPECT_EQ(Say({"ap", "destroy", "--purpose", "1"}), "The soft AP was destroyed.\n");
     ExpectFailure({"ap", "destroy"}, kFailed, "There is no soft AP.");
     EXPECT_THAT(Say({"ap", "status"}), AllOf(HasSubstr("There is no soft AP."),
-                                             HasSubstr("Last result  there was none\n")));
+                                             HasSubstr("Last result  there was no soft AP\n")));
 }
 
 TEST_F(WifiCommands, ApMovesBetweenTheBands)
@@ -144,7 +144,7 @@ TEST_F(WifiCommands, ApKeepsTheDevice)
                       "--restart-hotspot", "on"}),
               nlohmann::json::parse(R"({"model": "Phone 10", "restartHotspot": true})"));
     ExpectFailure({"ap", "device", "--model", std::string(256, 'x')}, kUsage, "255 bytes");
-    ExpectFailure({"ap", "device", "--types", std::string(65, 'x')}, kFailed, "did not take");
+    ExpectFailure({"ap", "device", "--types", std::string(65, 'x')}, kFailed, "did not accept");
 }
 
 TEST_F(WifiCommands, ApIsWatched)
@@ -194,7 +194,7 @@ TEST_F(WifiCommands, AnApThatSomebodyElseDestroysIsNotThere)
     }));
     Say({"ap", "destroy"});
     EXPECT_EQ(create.Wait(), kFailed);
-    EXPECT_THAT(create.Errors(), HasSubstr("before it was there"));
+    EXPECT_THAT(create.Errors(), HasSubstr("before the soft AP was ready"));
 }
 
 TEST_F(WifiCommands, AnApThatComesToNothingSaysWhy)

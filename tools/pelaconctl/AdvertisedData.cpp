@@ -101,12 +101,7 @@ void AddFields(nlohmann::ordered_json& record, const AdvertisedData& data)
 
 std::string FormatUuid16(std::uint16_t identifier)
 {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string text;
-    for (unsigned shift = 16; shift > 0; shift -= 4) {
-        text += kDigits[identifier >> (shift - 4) & 0xFU];
-    }
-    return text;
+    return FormatHexNumber(identifier, 4);
 }
 
 std::uint16_t ParseUuid16(const std::string& text)
@@ -115,10 +110,16 @@ std::uint16_t ParseUuid16(const std::string& text)
     if (bytes.size() != 2) {
         throw Failure(ExitStatus::kUsage,
                       "\"" + text +
-                          "\" is no 16-bit identifier: four hexadecimal digits, such as "
+                          "\" is not a 16-bit identifier: four hexadecimal digits, such as "
                           "180F.");
     }
     return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+}
+
+void AppendUuid16(std::vector<std::uint8_t>& bytes, std::uint16_t identifier)
+{
+    bytes.push_back(static_cast<std::uint8_t>(identifier));
+    bytes.push_back(static_cast<std::uint8_t>(identifier >> 8));
 }
 
 }  // namespace pelacon::ctl

@@ -1,4 +1,4 @@
-// What an advertisement says, as people read it.
+// The contents of advertisements, and their text forms.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -11,15 +11,15 @@
 
 namespace pelacon::ctl {
 
-/// The parts of an advertisement or scan response that are shown; of each kind the first.
+/// The parts of an advertisement or scan response that are shown; the first of each kind.
 struct AdvertisedData {
-    /// A 16-bit identifier with the data that it gives a meaning.
+    /// Data, and the 16-bit identifier of the company or service that defines their meaning.
     struct Identified {
         std::uint16_t identifier = 0;
         std::vector<std::uint8_t> data;
     };
 
-    std::optional<std::string> name;  ///< as it was sent: any bytes
+    std::optional<std::string> name;  ///< as sent: any bytes
     std::vector<std::uint16_t> services;
     std::optional<Identified> serviceData;
     std::optional<Identified> manufacturer;
@@ -27,10 +27,10 @@ struct AdvertisedData {
 
 AdvertisedData ReadAdvertisedData(std::span<const std::uint8_t> bytes);
 
-/// "FFFF: 0215", or "" for nothing: the data that are the sender's own. Manufacturer first.
+/// "FFFF: 0215": the manufacturer's data, then the service's; "" where there are none.
 std::string DataText(const AdvertisedData& data);
 
-/// Adds a field for each part that is there.
+/// Adds a field for each part present.
 void AddFields(nlohmann::ordered_json& record, const AdvertisedData& data);
 
 /// "180F"
@@ -38,5 +38,8 @@ std::string FormatUuid16(std::uint16_t identifier);
 
 /// Reads "180F", or "0x180f". Throws Failure.
 std::uint16_t ParseUuid16(const std::string& text);
+
+/// Adds an identifier as advertising data carry it: the low byte first.
+void AppendUuid16(std::vector<std::uint8_t>& bytes, std::uint16_t identifier);
 
 }  // namespace pelacon::ctl

@@ -5,14 +5,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <iostream>
+#include <sstream>
 
 namespace pelacon::ctl {
 
 namespace {
 
-constexpr int kUsualWidth = 80;
-constexpr int kUsualHeight = 24;
+constexpr int kDefaultWidth = 80;
+constexpr int kDefaultHeight = 24;
 
 const char* ColourCode(Console::Style style)
 {
@@ -31,6 +33,25 @@ const char* ColourCode(Console::Style style)
     return "";
 }
 
+/// Breaks the contents at blanks into lines within the width, and indents all but the first.
+std::string Wrapped(const std::string& contents, std::size_t indent, std::size_t width)
+{
+    if (width - indent >= contents.size()) {
+        return contents;
+    }
+    std::string text;
+    std::size_t column = indent;
+    std::istringstream words(contents);
+    for (std::string word; words >> word; column += word.size() + 1) {
+        if (column != indent && column + word.size() > width) {
+            text += "\n" + std::string(indent, ' ');
+            column = indent;
+        }
+        text += (column != indent ? " " : "") + word;
+    }
+    return text;
+}
+
 bool ColoursWanted()
 {
     const auto noColour = os::EnvironmentVariable("NO_COLOR");
@@ -44,13 +65,13 @@ Console::Console() : terminal_(os::OutputIsTerminal()), colours_(terminal_ && Co
 int Console::Width() const
 {
     const int width = os::TerminalWidth();
-    return width > 0 ? width : kUsualWidth;
+    return width > 0 ? width : kDefaultWidth;
 }
 
 int Console::Height() const
 {
     const int height = os::TerminalHeight();
-    return height > 0 ? height : kUsualHeight;
+    return height > 0 ? height : kDefaultHeight;
 }
 
 std::string Console::Styled(Style style, std::string_view text) const
@@ -59,6 +80,20 @@ std::string Console::Styled(Style style, std::string_view text) const
         return std::string(text);
     }
     return ColourCode(style) + std::string(text) + "\033[0m";
+}
+
+std::string Console::Rows(const std::vector<Row>& rows, std::size_t width) const
+{
+    std::size_t indent = 0;
+    for (const auto& [title, contents] : rows) {
+        indent = std::max(indent, title.size() + 2);
+    }
+    std::string text;
+    for (const auto& [title, contents] : rows) {
+        text += "\n" + Styled(Style::kBold, title) + std::string(indent - title.size(), ' ') +
+                Wrapped(contents, indent, std::max(width, indent));
+    }
+    return text;
 }
 
 void Console::Say(std::string_view line) const
@@ -74,7 +109,7 @@ void Console::Report(const nlohmann::ordered_json& record, std::string_view line
         Write(line);
         return;
     }
-    // Names that come from radios may be anything; what is not UTF-8 in them is replaced.
+    // Names of other devices may be any bytes: those that are not UTF-8 are replaced.
     Write(record.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
@@ -87,7 +122,7 @@ void Console::Put(std::string_view text) const
 {
     std::cout << text << std::flush;
     if (!std::cout) {
-        throw Failure(ExitStatus::kFailed, "The output cannot be written.");
+        throw Failure(ExitStatus::kFailed, "Cannot write the output.");
     }
 }
 

@@ -1,18 +1,21 @@
-// What a command says on standard output: lines for people, or JSON lines for programs.
+// Standard output: lines for people, or JSON lines for programs.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <cstddef>
+#include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace pelacon::ctl {
 
-/// One line each, written and flushed at once, so that a reader at the end of a pipe keeps up.
+/// Each line is flushed at once, so that a reader at the other end of a pipe keeps up.
 class Console {
   public:
-    /// How a piece of text is to look. Plain wherever colours are not wanted: where the output is
-    /// no terminal, or NO_COLOR is set.
+    /// How text looks. Without effect where the output is not a terminal, or NO_COLOR is set.
     enum class Style { kBold, kDim, kGood, kWarning, kBad };
 
     Console();
@@ -23,22 +26,30 @@ class Console {
 
     bool IsTerminal() const { return terminal_; }
 
-    /// Columns to lay tables out for: the terminal's, or 80 where there is none.
+    /// Columns of the terminal; 80 where the output is not a terminal.
     int Width() const;
 
-    /// Rows of the terminal, or 24 where there is none.
+    /// Rows of the terminal; 24 where the output is not a terminal.
     int Height() const;
 
-    /// The text as it should be written to appear in this style.
+    /// The text with the escape sequences that show it in this style.
     std::string Styled(Style style, std::string_view text) const;
 
-    /// A line for people. With --json it is not written: what a program needs goes into a record.
+    /// A title and contents.
+    using Row = std::pair<std::string, std::string>;
+
+    /// Rows in two columns, to follow a heading: each row begins with a line break. Contents that
+    /// are too wide are broken at blanks.
+    std::string Rows(const std::vector<Row>& rows,
+                     std::size_t width = std::numeric_limits<std::size_t>::max()) const;
+
+    /// A line for people, which is not written with --json.
     void Say(std::string_view line) const;
 
-    /// What happened, in both forms, of which one is written.
+    /// A result in both forms: writes the record with --json, otherwise the line.
     void Report(const nlohmann::ordered_json& record, std::string_view line) const;
 
-    /// Text as it is, for what moves about on a terminal.
+    /// Text without a line end, such as escape sequences that move the cursor.
     void Put(std::string_view text) const;
 
   private:

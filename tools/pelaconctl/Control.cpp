@@ -38,7 +38,7 @@ Failure FailureOf(const IPCControlError& error)
         case Kind::kRefused:
             return {ExitStatus::kNotAllowed, Sentence("Not allowed: " + error.message)};
         case Kind::kTimeout:
-            return {ExitStatus::kNoAnswer, "PelaconService is there but does not answer."};
+            return {ExitStatus::kNoAnswer, "PelaconService is running but does not answer."};
         case Kind::kLost:
             break;
     }
@@ -55,7 +55,7 @@ Json Control(const Json& command)
     }
     Json answer = Json::parse(*text, nullptr, false);
     if (!answer.is_object() || !answer.contains("ok")) {
-        throw Failure(ExitStatus::kFailed, "PelaconService answered something else than JSON.");
+        throw Failure(ExitStatus::kFailed, "PelaconService sent an answer that is not JSON.");
     }
     if (answer["ok"] != true) {
         throw Failure(ExitStatus::kFailed,

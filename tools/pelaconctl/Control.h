@@ -1,4 +1,4 @@
-// Talking to the service as its operator.
+// Commands to the service, as its operator.
 #pragma once
 
 #include <IPCMessage/IPCControl.h>
@@ -11,18 +11,18 @@
 
 namespace pelacon::ctl {
 
-/// What an operator's connection ended with, as the failure of a command.
+/// The Failure for an error of an operator's connection.
 Failure FailureOf(const IPCControlError& error);
 
-/// Has the service do something, and returns its answer. Throws Failure, also when the service
-/// says that it cannot be done.
+/// Sends a command to the service and returns the answer. Throws Failure, also when the service
+/// answers with an error.
 nlohmann::ordered_json Control(const nlohmann::ordered_json& command);
 
-/// What a user typed as a command for the service. Throws Failure when it is no JSON object.
+/// Reads a command that a user typed. Throws Failure when it is not a JSON object.
 nlohmann::ordered_json ParseCommand(std::string_view text);
 
-/// Throws Failure when the service is not there, or does not answer. One that takes no commands
-/// from this user is there.
+/// Throws Failure when the service is not running, or does not answer. A service that takes no
+/// commands from this user counts as running.
 void ProbeService();
 
 }  // namespace pelacon::ctl

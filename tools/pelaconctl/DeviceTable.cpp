@@ -18,7 +18,7 @@ constexpr std::size_t kLeastName = 8;
 constexpr std::size_t kMostName = 24;
 constexpr char kGap[] = "  ";
 
-/// A device that was not heard for so long is shown as gone, perhaps.
+/// A device that sent nothing for this long is dimmed.
 constexpr auto kLongAgo = std::chrono::seconds(5);
 
 std::string PadLeft(const std::string& text, std::size_t columns)
@@ -49,7 +49,7 @@ Console::Style SignalStyle(double rssi)
     return rssi >= -80 ? Console::Style::kWarning : Console::Style::kBad;
 }
 
-/// One line of the table, cell by cell.
+/// The cells of one line of the table.
 struct Row {
     std::string address;
     std::string signal;
@@ -59,7 +59,7 @@ struct Row {
     std::string age;
 };
 
-/// The row in so many columns: name and data share what the other cells leave.
+/// The row in this many columns: name and data share the columns that the other cells leave.
 std::string Text(const Row& row, std::size_t width)
 {
     constexpr std::size_t kGaps = 5 * (sizeof kGap - 1);
@@ -75,7 +75,7 @@ std::string Text(const Row& row, std::size_t width)
     return Fit(text, width);
 }
 
-/// The same with its signal coloured.
+/// The line with its signal coloured.
 std::string WithColour(const std::string& text, double rssi, const Console& console)
 {
     constexpr std::size_t kBegin = kAddressColumns + sizeof kGap - 1;
@@ -97,13 +97,13 @@ std::string SignalBar(std::int32_t rssi)
            std::string(static_cast<std::size_t>(kColumns - full), '.');
 }
 
-DeviceTable::News DeviceTable::Add(const BleScanResultC& result, Clock::time_point when)
+DeviceTable::Change DeviceTable::Add(const BleScanResultC& result, Clock::time_point when)
 {
     constexpr double kWeight = 0.2;
     const std::span<const std::uint8_t> bytes(
         result.data, std::min<std::size_t>(result.dataLen, sizeof result.data));
-    const AdvertisedData said = ReadAdvertisedData(bytes);
-    const std::string data = DataText(said);
+    const AdvertisedData advertised = ReadAdvertisedData(bytes);
+    const std::string data = DataText(advertised);
 
     const auto [entry, isNew] = devices_.try_emplace(result.address);
     Device& device = entry->second;
@@ -115,16 +115,16 @@ DeviceTable::News DeviceTable::Add(const BleScanResultC& result, Clock::time_poi
     ++results_;
 
     bool changed = false;
-    if (said.name && *said.name != device.name) {
-        device.name = *said.name;
+    if (advertised.name && *advertised.name != device.name) {
+        device.name = *advertised.name;
         changed = true;
     }
-    // A scan response without data of its own leaves those of the advertisement.
+    // A scan response without data does not replace the data of the advertisement.
     if (data != device.data && (!data.empty() || result.eventType != kBleScanResponse)) {
         device.data = data;
         changed = true;
     }
-    return isNew ? News::kDevice : changed ? News::kData : News::kNothing;
+    return isNew ? Change::kNewDevice : changed ? Change::kNewData : Change::kNone;
 }
 
 std::vector<const DeviceTable::Device*> DeviceTable::Sorted(Order order) const
@@ -133,7 +133,7 @@ std::vector<const DeviceTable::Device*> DeviceTable::Sorted(Order order) const
     for (const auto& [address, device] : devices_) {
         devices.push_back(&device);
     }
-    // They come in the order of their addresses, and stay so where nothing else tells them apart.
+    // The map's order is by address, which the stable sort keeps among equals.
     std::stable_sort(devices.begin(), devices.end(), [order](const Device* a, const Device* b) {
         switch (order) {
             case Order::kSignal:

@@ -1,4 +1,4 @@
-// Devices that were heard, as a table.
+// The devices found by a scan, as a table.
 #pragma once
 
 #include <PelaconSDK/BleScanner.h>
@@ -12,37 +12,37 @@
 
 namespace pelacon::ctl {
 
-/// What is known of each device: from its advertisements and scan responses, the latest of each.
+/// Each device with the latest data of its advertisements and scan responses.
 class DeviceTable {
   public:
     using Clock = std::chrono::steady_clock;
 
     enum class Order { kSignal, kAddress, kName, kCount };
 
-    /// What became of a result.
-    enum class News {
-        kNothing,  ///< the device says what it said before
-        kDevice,   ///< it was not known
-        kData,     ///< its name or data were others, or none
+    /// What a result changed.
+    enum class Change {
+        kNone,       ///< name and data are as before
+        kNewDevice,  ///< the device was not in the table
+        kNewData,    ///< its name or data differ
     };
 
-    News Add(const BleScanResultC& result, Clock::time_point when);
+    Change Add(const BleScanResultC& result, Clock::time_point when);
 
     std::size_t Devices() const { return devices_.size(); }
     std::uint64_t Results() const { return results_; }
 
-    /// A heading, and a line for each device, cut to the width. Devices that do not fit into the
-    /// height are counted in a last line.
+    /// A heading and a line for each device, cut to the width. If the height is too small for all
+    /// devices, the last line says how many are left out.
     std::vector<std::string> Lines(const Console& console, Order order, Clock::time_point now,
                                    std::size_t width, std::size_t height) const;
 
-    /// One device on a line of its own, for outputs that are no terminal.
+    /// One device as a line, for outputs that are not terminals.
     std::string Line(std::uint64_t address) const;
 
   private:
     struct Device {
         std::uint64_t address = 0;
-        double rssi = 0;  // smoothed, so that the order of devices keeps still
+        double rssi = 0;  // smoothed, so that the order of devices is stable
         std::int32_t lastRssi = 0;
         std::string name;
         std::string data;
@@ -56,7 +56,7 @@ class DeviceTable {
     std::uint64_t results_ = 0;
 };
 
-/// Five columns: "####." for a strong signal, "....." for one that is hardly heard.
+/// Five columns, from "....." for a very weak signal to "#####" for a strong one.
 std::string SignalBar(std::int32_t rssi);
 
 }  // namespace pelacon::ctl

@@ -1,4 +1,4 @@
-// How a command fails: an exit status for scripts, a sentence for people.
+// How a command fails: with an exit status for scripts, and a sentence for people.
 #pragma once
 
 #include <stdexcept>
@@ -6,19 +6,19 @@
 
 namespace pelacon::ctl {
 
-/// What the program ends with; documented in --help and docs/pelaconctl.md.
+/// The program's exit statuses, documented in --help and docs/pelaconctl.md.
 enum class ExitStatus {
     kDone = 0,
-    kFailed = 1,      ///< the service answered, and the answer was no
-    kUsage = 2,       ///< the command line cannot be understood
-    kNoService = 3,   ///< PelaconService is not running, or went away
-    kNoAnswer = 4,    ///< it is running, but the answer or the change did not come
+    kFailed = 1,      ///< the service refused, or something else failed
+    kUsage = 2,       ///< the command line is not valid
+    kNoService = 3,   ///< PelaconService is not running, or has ended
+    kNoAnswer = 4,    ///< the service is running, but an answer or a change is missing
     kAdapterOff = 5,  ///< the radio that the command needs is switched off
-    kNotAllowed = 6,  ///< the service does not take this from this user
+    kNotAllowed = 6,  ///< the service accepts this only from its operator
     kInterrupted = 130,
 };
 
-/// Ends the command. The message is one plain sentence or two: what is wrong, then what helps.
+/// Ends the command. The message is one sentence or two: what is wrong, then what to do about it.
 class Failure : public std::runtime_error {
   public:
     Failure(ExitStatus status, const std::string& message)

@@ -50,7 +50,7 @@ std::vector<ServedService> ReadServices(std::string_view text, const std::string
             const json::Reader list = fields.Required("services");
             services = json::ReadDistinct(list, &ReadService);
             if (services.empty()) {
-                list.Fail("there is nothing to serve in it");
+                list.Fail("must not be empty");
             }
         });
     } catch (const json::Error& error) {
@@ -65,7 +65,7 @@ std::vector<ServedService> LoadServices(const std::string& path)
     std::ostringstream text;
     text << stream.rdbuf();
     if (!stream) {
-        throw Failure(ExitStatus::kUsage, "The file " + path + " cannot be read.");
+        throw Failure(ExitStatus::kUsage, "Cannot read the file " + path + ".");
     }
     return ReadServices(text.str(), path);
 }

@@ -1,4 +1,4 @@
-// Services to serve, as a JSON file describes them.
+// Reads the JSON file of `gatt serve`: services to serve.
 #pragma once
 
 #include <protocol/Uuid.h>
@@ -26,11 +26,11 @@ struct ServedService {
 ///     {"services": [{"uuid": "180D", "characteristics": [
 ///         {"uuid": "2A37", "flags": ["read", "notify"], "value": "0048"}]}]}
 ///
-/// Values are hexadecimal, or {"text": "on"}; comments may stand in it. Throws Failure, which names
-/// the file, the line and the field.
+/// Values are hexadecimal, or {"text": "on"}. Comments are allowed. Throws Failure, which names the
+/// file, the line and the field.
 std::vector<ServedService> ReadServices(std::string_view text, const std::string& name);
 
-/// The same from a file. Throws Failure, also when it cannot be read.
+/// The same for a file. Throws Failure, also when the file cannot be read.
 std::vector<ServedService> LoadServices(const std::string& path);
 
 }  // namespace pelacon::ctl

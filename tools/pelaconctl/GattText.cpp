@@ -77,10 +77,11 @@ Uuid ParseUuidText(std::string_view text)
     const bool hasPrefix = text.starts_with("0x") || text.starts_with("0X");
     const auto uuid = protocol::ParseUuid(text.substr(hasPrefix ? 2 : 0));
     if (!uuid) {
-        throw Failure(ExitStatus::kUsage,
-                      "\"" + std::string(text) +
-                          "\" is no UUID: four hexadecimal digits, such as 180D, or 36 characters "
-                          "with dashes.");
+        throw Failure(
+            ExitStatus::kUsage,
+            "\"" + std::string(text) +
+                "\" is not a UUID: four hexadecimal digits, such as 180D, or 36 characters "
+                "with dashes.");
     }
     return *uuid;
 }
@@ -125,7 +126,7 @@ std::vector<std::uint8_t> ParseValue(std::string_view text)
         value = ParseHex(text);
     }
     if (value.size() > kBleGattMaxValueLength) {
-        throw Failure(ExitStatus::kUsage, "A value has 1,024 bytes at most; this one has " +
+        throw Failure(ExitStatus::kUsage, "A value has at most 1,024 bytes; this one has " +
                                               std::to_string(value.size()) + ".");
     }
     return value;

@@ -1,4 +1,4 @@
-// UUIDs and values, as people write them.
+// UUIDs and values, read and written as text.
 #pragma once
 
 #include <protocol/Uuid.h>
@@ -16,26 +16,27 @@ namespace pelacon::ctl {
 /// Reads "180D", "0x180d", "0000180d" or all 36 characters. Throws Failure.
 protocol::Uuid ParseUuidText(std::string_view text);
 
-/// "180D" where there is a short form, otherwise all 36 characters.
+/// "180D" for UUIDs that have a short form, otherwise all 36 characters.
 std::string FormatUuid(const protocol::Uuid& uuid);
 
-/// What the Bluetooth organisation calls a service with a 16-bit UUID; "" where it has no name
-/// here.
+/// The assigned name of a service with a 16-bit UUID, such as "Heart Rate"; "" where pelaconctl
+/// does not know one.
 std::string_view ServiceName(const protocol::Uuid& uuid);
 
-/// The services that have names.
+/// The services that ServiceName knows.
 const std::vector<protocol::Uuid>& NamedServices();
 
 /// Reads a value: hexadecimal, or text in double quotes. At most 1,024 bytes. Throws Failure.
 std::vector<std::uint8_t> ParseValue(std::string_view text);
 
-/// "6f6e \"on\"": a value in hexadecimal, and as text where it is some; "(empty)".
+/// `6f6e "on"`: a value in hexadecimal, and as text where it is printable; "(empty)" if it is
+/// empty.
 std::string FormatValue(std::span<const std::uint8_t> value);
 
-/// Adds the fields "value" (hexadecimal) and, where it is some, "text".
+/// Adds the fields "value" (hexadecimal) and, where the value is printable, "text".
 void AddValue(nlohmann::ordered_json& record, std::span<const std::uint8_t> value);
 
-/// Adds a UUID under this name in its shortest form, and with "128" behind it in full.
+/// Adds two fields: `name` with the UUID in its shortest form, and `name`128 with the UUID in full.
 void AddUuid(nlohmann::ordered_json& record, const std::string& name, const protocol::Uuid& uuid);
 
 }  // namespace pelacon::ctl

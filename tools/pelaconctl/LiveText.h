@@ -1,4 +1,4 @@
-// Lines that are drawn over and over in one place of a terminal.
+// Lines on a terminal that are drawn again and again in the same place.
 #pragma once
 
 #include <tools/pelaconctl/Console.h>
@@ -13,8 +13,8 @@ class LiveText {
   public:
     explicit LiveText(const Console& console) : console_(console) {}
 
-    /// Draws these lines in place of the ones before. None may be wider than the terminal, nor all
-    /// of them higher.
+    /// Replaces the lines drawn before. A line must not be wider than the terminal, and there must
+    /// not be more lines than rows.
     void Draw(const std::vector<std::string>& lines);
 
   private:

@@ -28,14 +28,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Payload = std::span<const std::uint8_t>;
 
-template <std::size_t Size>
-std::string Text(const char (&field)[Size])
-{
-    const std::string_view all(field, Size);
-    return std::string(all.substr(0, all.find('\0')));
-}
-
-/// The first `length` bytes of a field, or all of it where it has fewer.
+/// The first `length` bytes of a field, or the whole field if it is shorter.
 template <std::size_t Size, typename Length>
 std::string HexText(const std::uint8_t (&field)[Size], Length length)
 {
@@ -43,7 +36,7 @@ std::string HexText(const std::uint8_t (&field)[Size], Length length)
     return FormatHex(Payload(field).first(std::min(wanted, Size)));
 }
 
-// One function per record. What a record holds is said in protocol/; here only names are given.
+// One function per record, which names its fields. The records are described in protocol/.
 
 Json Fields(const protocol::AdvertiserStatusRecord& record)
 {
@@ -77,8 +70,8 @@ Json Fields(const protocol::GattConnectionState& record)
 Json Fields(const protocol::GattValueRecord& record)
 {
     return {{"client", record.clientId},
-            {"service", Text(record.serviceUuid)},
-            {"characteristic", Text(record.charUuid)},
+            {"service", FieldText(record.serviceUuid)},
+            {"characteristic", FieldText(record.charUuid)},
             {"value", HexText(record.value, record.dataLen)},
             {"status", record.status}};
 }
@@ -98,7 +91,7 @@ Json Fields(const protocol::GattPeerRequestRecord& record)
 {
     return {{"server", record.serverId},
             {"peer", FormatAddress(record.peer)},
-            {"characteristic", Text(record.charUuid)},
+            {"characteristic", FieldText(record.charUuid)},
             {"data", HexText(record.data, record.dataLen)}};
 }
 
@@ -126,13 +119,14 @@ Json Fields(const protocol::GroupChange& record)
 Json Fields(const protocol::StationChange& record)
 {
     return {{"state", record.state},
-            {"station", Text(record.address)},
-            {"ipAddress", Text(record.ipAddress)}};
+            {"station", FieldText(record.address)},
+            {"ipAddress", FieldText(record.ipAddress)}};
 }
 
 Json Fields(const protocol::SoftApAdvertisement& record)
 {
-    return {{"status", record.status}, {"channel", record.channel}, {"ssid", Text(record.ssid)}};
+    return {
+        {"status", record.status}, {"channel", record.channel}, {"ssid", FieldText(record.ssid)}};
 }
 
 Json NoFields()
@@ -162,7 +156,7 @@ constexpr Reader ReaderOf(const protocol::Notification<Record>& notification)
     return {notification.id, [](Payload payload) { return Fields(Padded<Record>(payload)); }};
 }
 
-/// For records of one number, which only the notification gives a meaning.
+/// For records of one number, whose meaning depends on the notification.
 template <const char* Name>
 constexpr Reader NumberReader(const protocol::Notification<protocol::Int32Record>& notification)
 {

@@ -1,4 +1,4 @@
-// Notifications as people read them.
+// Names and fields of notifications, as text.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -9,11 +9,11 @@
 
 namespace pelacon::ctl {
 
-/// The notification's name, or its number where it has none.
+/// The notification's name, or its id where it has none.
 std::string NotificationName(std::int32_t id);
 
-/// What the payload says, field by field; null where nobody here knows how to read it. A payload
-/// shorter than its record reads as if zeros followed.
+/// The fields of the payload; null where its record is not known. A payload shorter than its record
+/// is read as if zeros followed.
 nlohmann::ordered_json NotificationFields(std::int32_t id, std::span<const std::uint8_t> payload);
 
 /// The fields on one line: "state=on reason=0".

@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <optional>
 
 namespace pelacon::ctl {
 
@@ -19,24 +18,36 @@ std::optional<double> ReadNumber(const std::string& text)
     return number;
 }
 
-}  // namespace
-
-CLI::Validator NotNegative()
+CLI::Validator NumberThat(bool (*fits)(double), const std::string& requirement)
 {
-    const auto check = [](std::string& text) -> std::string {
+    const auto check = [fits, requirement](std::string& text) -> std::string {
         const auto number = ReadNumber(text);
-        return number && *number >= 0 ? "" : "\"" + text + "\" is no number from 0 on";
+        return number && fits(*number) ? "" : "must be " + requirement + ", not \"" + text + "\"";
     };
     return {check, ""};
 }
 
+}  // namespace
+
+CLI::Validator NotNegative()
+{
+    return NumberThat([](double number) { return number >= 0; }, "a number, 0 or more");
+}
+
 CLI::Validator AboveZero()
 {
-    const auto check = [](std::string& text) -> std::string {
-        const auto number = ReadNumber(text);
-        return number && *number > 0 ? "" : "\"" + text + "\" is no number above 0";
-    };
-    return {check, ""};
+    return NumberThat([](double number) { return number > 0; }, "a number above 0");
+}
+
+void AddSeconds(CLI::App& command, std::optional<double>& seconds, const CLI::Validator& check)
+{
+    command.add_option("--seconds", seconds, "End after this many seconds")->check(check);
+}
+
+void AddWait(CLI::App& command, double& seconds, const std::string& description,
+             const CLI::Validator& check)
+{
+    command.add_option("--wait", seconds, description)->capture_default_str()->check(check);
 }
 
 }  // namespace pelacon::ctl

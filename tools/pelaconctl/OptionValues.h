@@ -1,9 +1,10 @@
-// What the values of options may be, and a sentence for those that are not.
+// Options that several commands have, and checks of their values.
 #pragma once
 
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +17,7 @@ CLI::Validator NotNegative();
 /// For check(): a finite number above 0.
 CLI::Validator AboveZero();
 
-/// For transform(): one of these words, which becomes its value.
+/// For transform(): one of these words, which is replaced by its value.
 template <typename Value>
 CLI::Validator OneOf(std::vector<std::pair<std::string, Value>> values)
 {
@@ -29,9 +30,17 @@ CLI::Validator OneOf(std::vector<std::pair<std::string, Value>> values)
             }
             words += (words.empty() ? "" : ", ") + word;
         }
-        return "\"" + text + "\" is none of " + words;
+        return "must be one of " + words + ", not \"" + text + "\"";
     };
     return {read, ""};
 }
+
+/// Adds --seconds: how long the command runs.
+void AddSeconds(CLI::App& command, std::optional<double>& seconds,
+                const CLI::Validator& check = NotNegative());
+
+/// Adds --wait: how long the command waits for what the description says.
+void AddWait(CLI::App& command, double& seconds, const std::string& description,
+             const CLI::Validator& check = NotNegative());
 
 }  // namespace pelacon::ctl

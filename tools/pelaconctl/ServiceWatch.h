@@ -1,4 +1,4 @@
-// Seeing that the service is still there, for commands that wait for it to tell something.
+// Checks that the service is still running.
 #pragma once
 
 #include <tools/pelaconctl/Control.h>
@@ -7,28 +7,29 @@
 
 namespace pelacon::ctl {
 
-/// The library returns to a service that was restarted by itself, so a service that is away for a
-/// moment is nothing to end for.
+/// For commands that wait for notifications, which do not come when the service is gone. A short
+/// absence is not a failure: the library connects again to a service that was restarted.
 class ServiceWatch {
   public:
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::chrono::seconds kEvery{1};
-    static constexpr std::chrono::seconds kPatience{4};
+    static constexpr std::chrono::seconds kInterval{1};
+    static constexpr std::chrono::seconds kLongestAbsence{4};
 
-    /// To be called now and then. Throws Failure once the service has been away for too long.
-    void Look()
+    /// To be called again and again; probes the service once per interval. Throws Failure when the
+    /// service has been away for longer than kLongestAbsence.
+    void Check()
     {
         const Clock::time_point now = Clock::now();
         if (now < next_) {
             return;
         }
-        next_ = now + kEvery;
+        next_ = now + kInterval;
         try {
             ProbeService();
             seen_ = now;
         } catch (const Failure&) {
-            if (now - seen_ > kPatience) {
+            if (now - seen_ > kLongestAbsence) {
                 throw;
             }
         }
@@ -36,7 +37,7 @@ class ServiceWatch {
 
   private:
     Clock::time_point seen_ = Clock::now();
-    Clock::time_point next_ = seen_ + kEvery;
+    Clock::time_point next_ = seen_ + kInterval;
 };
 
 }  // namespace pelacon::ctl

@@ -10,7 +10,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What is done in a moment needs no spinner.
+// Short operations show no spinner.
 constexpr std::chrono::milliseconds kBeforeFirst{250};
 constexpr std::chrono::milliseconds kEachStep{100};
 constexpr const char* kSteps[] = {"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
@@ -52,8 +52,7 @@ void Spinner::Run()
             changed_.wait_for(lock, kEachStep, ended);
         }
         console_.Put(kClearLine);
-    } catch (
-        const Failure&) {  // NOLINT(bugprone-empty-catch): the command's own output will say so
+    } catch (const Failure&) {  // NOLINT(bugprone-empty-catch): the command's output fails, too
     }
 }
 
@@ -61,7 +60,7 @@ void Spinner::Draw(std::size_t step, std::chrono::seconds waited) const
 {
     const std::string seconds = std::to_string(waited.count()) + " s";
     console_.Put(kClearLine + console_.Styled(Console::Style::kBold, kSteps[step]) + ' ' + what_ +
-                 ' ' + console_.Styled(Console::Style::kDim, seconds + ", Ctrl-C ends it"));
+                 ' ' + console_.Styled(Console::Style::kDim, seconds + ", press Ctrl-C to cancel"));
 }
 
 }  // namespace pelacon::ctl

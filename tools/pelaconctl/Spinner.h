@@ -1,4 +1,4 @@
-// Showing that something takes a while.
+// Shows that an operation takes a while.
 #pragma once
 
 #include <tools/pelaconctl/Console.h>
@@ -11,9 +11,9 @@
 
 namespace pelacon::ctl {
 
-/// While one of these lives, the terminal shows that the program waits, what for and since when;
-/// afterwards that line is gone. Shows nothing where the output is no terminal, or JSON. Nothing
-/// else may be written meanwhile.
+/// While an object lives, a line on the terminal shows what the program waits for, and for how
+/// long; the destructor clears the line. Shows nothing where the output is JSON or not a terminal.
+/// Nothing else may be written in the meantime.
 class Spinner {
   public:
     Spinner(const Console& console, std::string what);

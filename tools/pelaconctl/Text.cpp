@@ -34,7 +34,8 @@ bool IsSeparator(char character)
     return character == ' ' || character == ':' || character == '-';
 }
 
-/// The bytes, or nothing when the text is something else. Both digits of a byte stand together.
+/// The bytes, or nothing when the text is not hexadecimal. The two digits of a byte must not be
+/// separated.
 std::optional<std::vector<std::uint8_t>> BytesOf(std::string_view text)
 {
     std::vector<std::uint8_t> bytes;
@@ -63,17 +64,16 @@ std::string Digits(std::uint64_t value, std::size_t count, const char* digits)
     return text;
 }
 
-/// A time taken apart by gmtime or localtime, whose result all threads share.
-std::tm Fields(std::tm* (*takeApart)(const std::time_t*),
-               std::chrono::system_clock::time_point time)
+/// A time in fields. `convert` is gmtime or localtime, whose result all threads share.
+std::tm Fields(std::tm* (*convert)(const std::time_t*), std::chrono::system_clock::time_point time)
 {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    return *takeApart(&seconds);
+    return *convert(&seconds);
 }
 
-/// The time of day as the format says, with its milliseconds.
+/// The time in this format, with milliseconds.
 std::string Formatted(const std::tm& parts, const char* format,
                       std::chrono::system_clock::time_point time)
 {
@@ -85,8 +85,8 @@ std::string Formatted(const std::tm& parts, const char* format,
     return text.str();
 }
 
-/// Bytes of the UTF-8 character at the front of the text; 0 when there is none, or one that moves
-/// the cursor.
+/// Bytes of the UTF-8 character at the front of the text; 0 when there is none, or a control
+/// character.
 std::size_t PrintableCharacter(std::string_view text)
 {
     const auto byte = [&](std::size_t index) {
@@ -104,7 +104,8 @@ std::size_t PrintableCharacter(std::string_view text)
         }
         code = code << 6U | (byte(i) & 0x3FU);
     }
-    constexpr unsigned kLowest[] = {0, 0, 0xA0, 0x800, 0x10000};  // below 0xA0 lie controls
+    constexpr unsigned kLowest[] = {0, 0, 0xA0, 0x800,
+                                    0x10000};  // control characters lie below 0xA0
     const bool isCharacter = lead >= 0xC2 && lead <= 0xF4 && code >= kLowest[size] &&
                              code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
     return isCharacter ? size : 0;
@@ -119,9 +120,10 @@ std::uint64_t ParseAddress(std::string_view text)
 {
     const auto bytes = BytesOf(text);
     if (!bytes || bytes->size() != kAddressBytes) {
-        throw Failure(ExitStatus::kUsage, "\"" + std::string(text) +
-                                              "\" is no address: six bytes in hexadecimal, such "
-                                              "as 5C:F3:70:8B:12:34.");
+        throw Failure(ExitStatus::kUsage,
+                      "\"" + std::string(text) +
+                          "\" is not an address: six bytes in hexadecimal, such "
+                          "as 5C:F3:70:8B:12:34.");
     }
     std::uint64_t address = 0;
     for (const std::uint8_t byte : *bytes) {
@@ -134,10 +136,19 @@ std::string FormatAddress(std::uint64_t address)
 {
     std::string text;
     for (std::size_t index = kAddressBytes; index-- > 0;) {
-        text += Digits(address >> (8 * index), 2, kUpper);
+        text += FormatHexNumber(address >> (8 * index), 2);
         text += index > 0 ? ":" : "";
     }
     return text;
+}
+
+std::string FormatStation(std::string_view address)
+{
+    try {
+        return FormatAddress(ParseAddress(address));
+    } catch (const Failure&) {
+        return Printable(address);
+    }
 }
 
 std::vector<std::uint8_t> ParseHex(std::string_view text)
@@ -164,6 +175,11 @@ std::string FormatHex(std::span<const std::uint8_t> bytes)
     return text;
 }
 
+std::string FormatHexNumber(std::uint64_t value, std::size_t digits)
+{
+    return Digits(value, digits, kUpper);
+}
+
 std::string FormatTime(std::chrono::system_clock::time_point time)
 {
     return Formatted(Fields(&std::gmtime, time), "%Y-%m-%dT%H:%M:%S", time) + "Z";
@@ -174,20 +190,30 @@ std::string FormatClock(std::chrono::system_clock::time_point time)
     return Formatted(Fields(&std::localtime, time), "%H:%M:%S", time);
 }
 
+std::string NameOf(std::int32_t number,
+                   std::initializer_list<std::pair<std::int32_t, const char*>> names,
+                   const std::string& otherwise)
+{
+    for (const auto& [candidate, name] : names) {
+        if (candidate == number) {
+            return name;
+        }
+    }
+    return otherwise;
+}
+
+std::string StateName(std::int32_t state,
+                      std::initializer_list<std::pair<std::int32_t, const char*>> names)
+{
+    return NameOf(state, names, "in state " + std::to_string(state));
+}
+
 std::string BtStateName(std::int32_t state)
 {
-    switch (state) {
-        case kBtStateOff:
-            return "off";
-        case kBtStateTurningOn:
-            return "turning on";
-        case kBtStateOn:
-            return "on";
-        case kBtStateTurningOff:
-            return "turning off";
-        default:
-            return "in state " + std::to_string(state);
-    }
+    return StateName(state, {{kBtStateOff, "off"},
+                             {kBtStateTurningOn, "turning on"},
+                             {kBtStateOn, "on"},
+                             {kBtStateTurningOff, "turning off"}});
 }
 
 std::string Printable(std::string_view text)
@@ -203,7 +229,7 @@ std::string Printable(std::string_view text)
 
 std::string Fit(std::string_view text, std::size_t columns)
 {
-    // Where each character begins, and where the text ends.
+    // Where each character begins.
     std::vector<std::size_t> starts;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if ((static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80) {
@@ -221,7 +247,7 @@ std::string Fit(std::string_view text, std::size_t columns)
 std::string FormatMessageId(std::int32_t id)
 {
     const auto bits = static_cast<std::uint32_t>(id);
-    return "0x" + Digits(bits, bits > 0xFFFFFF ? 8 : 6, kUpper);
+    return "0x" + FormatHexNumber(bits, bits > 0xFFFFFF ? 8 : 6);
 }
 
 }  // namespace pelacon::ctl

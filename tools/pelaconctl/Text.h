@@ -1,44 +1,70 @@
-// Addresses, bytes, times and states, as people write them.
+// Addresses, bytes, times and states, read and written as text.
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace pelacon::ctl {
 
-/// Reads "5C:F3:70:8B:12:34" (or with hyphens, or without separators) into the low six bytes, first
-/// octet most significant. Throws Failure.
+/// Reads "5C:F3:70:8B:12:34" (hyphens or no separators are allowed as well) into the low six bytes,
+/// the first octet most significant. Throws Failure.
 std::uint64_t ParseAddress(std::string_view text);
 
 /// "5C:F3:70:8B:12:34"
 std::string FormatAddress(std::uint64_t address);
 
-/// Reads "0a 1B:ff", upper or lower case, blanks, colons and hyphens between bytes as one likes, a
-/// leading "0x" as well. Throws Failure.
+/// The same for a station's address from the library. Text that is not an address stays as it is.
+std::string FormatStation(std::string_view address);
+
+/// Reads "0a 1B:ff": upper or lower case, blanks, colons and hyphens between bytes are allowed, and
+/// so is a leading "0x". Throws Failure.
 std::vector<std::uint8_t> ParseHex(std::string_view text);
 
 /// "0a1bff"
 std::string FormatHex(std::span<const std::uint8_t> bytes);
 
+/// A number in this many hexadecimal digits: "00D8".
+std::string FormatHexNumber(std::uint64_t value, std::size_t digits);
+
 /// "2024-05-17T09:30:12.345Z", for programs.
 std::string FormatTime(std::chrono::system_clock::time_point time);
 
-/// "11:30:12.345", where the user is.
+/// "11:30:12.345", in local time.
 std::string FormatClock(std::chrono::system_clock::time_point time);
+
+/// The name of a number in a list of numbers and names; `otherwise` for numbers not in the list.
+std::string NameOf(std::int32_t number,
+                   std::initializer_list<std::pair<std::int32_t, const char*>> names,
+                   const std::string& otherwise);
+
+/// The name of a state; "in state 7" for numbers not in the list.
+std::string StateName(std::int32_t state,
+                      std::initializer_list<std::pair<std::int32_t, const char*>> names);
 
 /// An adapter's state in words: "turning on".
 std::string BtStateName(std::int32_t state);
 
-/// Text that came from elsewhere, safe to show: control characters and what is not UTF-8 become
-/// question marks, so that nobody moves the cursor of somebody else's terminal.
+/// The text of a fixed field, up to its NUL or the field's end.
+template <std::size_t Size>
+std::string_view FieldText(const char (&field)[Size])
+{
+    const std::string_view all(field, Size);
+    return all.substr(0, all.find('\0'));
+}
+
+/// Text from another device or program, safe to show: control characters and bytes that are not
+/// UTF-8 become question marks, so that the text cannot control the terminal.
 std::string Printable(std::string_view text);
 
-/// The text in exactly so many columns: cut, with ".." at the end, or with blanks behind it. It
-/// takes printable text, of which every character counts as one column.
+/// The text in exactly this many columns: cut, with ".." at the end, or padded with blanks. The
+/// text must be printable; each character counts as one column.
 std::string Fit(std::string_view text, std::size_t columns);
 
 /// "0xD80062"

@@ -1,7 +1,7 @@
 // pelaconctl: Bluetooth and Wi-Fi from the command line, through PelaconService.
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
+#include <tools/pelaconctl/UntilInterrupt.h>
 #include <tools/pelaconctl/commands/Commands.h>
 
 #include <CLI/CLI.hpp>
@@ -18,25 +18,25 @@ using pelacon::ctl::ExitStatus;
 using pelacon::ctl::Failure;
 
 constexpr auto kFooter = R"(Examples:
-  pelaconctl bt on                   switch Bluetooth on and wait until it is
-  pelaconctl bt status --json        the same for a program to read
+  pelaconctl bt on                   switch Bluetooth on, and wait until it is on
+  pelaconctl bt status --json        show its state in JSON
   pelaconctl scan --seconds 10       show the devices that advertise
-  pelaconctl monitor                 watch what the service tells its clients
-  pelaconctl service status          how the service is doing
-Each command explains itself: pelaconctl bt --help
+  pelaconctl monitor                 show all notifications to clients
+  pelaconctl service status          show the state of the service
+Each command has its own help: pelaconctl bt --help
 
 Exit status:
-  0    done
+  0    success
   1    the service refused, or something else failed
-  2    the command line cannot be understood
-  3    PelaconService is not running, or went away
+  2    the command line is not valid
+  3    PelaconService is not running, or has ended
   4    no answer in time
-  5    Bluetooth (or the Wi-Fi that is needed) is off
-  6    not allowed: only the service's own user and root may
+  5    Bluetooth, or Wi-Fi for a Wi-Fi command, is off
+  6    not allowed: only for the service's own user and root
   130  interrupted with Ctrl-C
 )";
 
-/// The command that the user named last: the one whose help would have helped.
+/// The last command on the command line, whose help is shown.
 const CLI::App* LastCommand(const CLI::App* command)
 {
     while (!command->get_subcommands().empty()) {
@@ -61,9 +61,9 @@ std::string UsageSentence(const CLI::App& program, const CLI::ParseError& error)
         return std::string(error.what()) + ". See: " + name + " --help";
     }
     const std::vector<std::string> unknown = program.remaining(true);
-    std::string sentence = unknown.empty()
-                               ? "\"" + name + "\" alone does nothing. It has:"
-                               : "\"" + name + "\" has no \"" + unknown.front() + "\", but:";
+    std::string sentence = unknown.empty() ? "\"" + name + "\" needs a subcommand:"
+                                           : "\"" + name + "\" has no subcommand \"" +
+                                                 unknown.front() + "\". Subcommands:";
     for (const CLI::App* subcommand : subcommands) {
         sentence += (subcommand == subcommands.front() ? " " : ", ") + subcommand->get_name();
     }
@@ -96,17 +96,17 @@ int Run(int argc, char** argv)
     program.footer(kFooter);
     program.add_flag_callback(
         "--json", [&console] { console.SetJson(true); },
-        "Write JSON, one object a line; with every command, before or behind it");
+        "Write JSON, one object per line; with any command, before or after it");
 
     pelacon::ctl::AddBtCommand(program, console);
     pelacon::ctl::AddScanCommand(program, console);
     pelacon::ctl::AddAdvertiseCommand(program, console);
     pelacon::ctl::AddTargetsCommand(program, console);
+    pelacon::ctl::AddGattCommand(program, console);
     pelacon::ctl::AddGroupCommand(program, console);
     pelacon::ctl::AddApCommand(program, console);
     pelacon::ctl::AddWifiCommand(program, console);
     pelacon::ctl::AddErrorsCommand(program, console);
-    pelacon::ctl::AddGattCommand(program, console);
     pelacon::ctl::AddMonitorCommand(program, console);
     pelacon::ctl::AddServiceCommand(program, console);
 
@@ -114,7 +114,7 @@ int Run(int argc, char** argv)
         program.parse(argc, argv);
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::CallForHelp&) {
-        console.SetJson(false);  // help is for people
+        console.SetJson(false);  // help is text
         console.Say(HelpText(program));
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::ParseError& error) {

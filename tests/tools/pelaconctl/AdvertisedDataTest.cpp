@@ -15,7 +15,7 @@ namespace {
 using test::ByteVector;
 using ::testing::ElementsAre;
 
-TEST(AdvertisedData, EveryPartIsRead)
+TEST(AdvertisedData, ReadsEachPart)
 {
     const ByteVector bytes{2,    1,    6, 5,    3,    0x0F, 0x18, 0x09, 0x18, 4, 0x16, 0x0F,
                            0x18, 0x64, 5, 0xFF, 0xFE, 0xCA, 1,    2,    3,    9, 'm',  'e'};
@@ -33,7 +33,7 @@ TEST(AdvertisedData, EveryPartIsRead)
                              R"("manufacturer":{"company":"CAFE","data":"0102"}})");
 }
 
-TEST(AdvertisedData, WhatIsNotThereIsLeftOut)
+TEST(AdvertisedData, OmitsMissingParts)
 {
     const AdvertisedData data = ReadAdvertisedData(ByteVector{2, 1, 6});
     EXPECT_EQ(DataText(data), "");
@@ -42,7 +42,7 @@ TEST(AdvertisedData, WhatIsNotThereIsLeftOut)
     EXPECT_EQ(record.dump(), "{}");
 }
 
-TEST(AdvertisedData, NonsenseIsNothing)
+TEST(AdvertisedData, MalformedDataHaveNoParts)
 {
     for (const ByteVector& bytes :
          {ByteVector{}, ByteVector{0}, ByteVector{0, 9}, ByteVector{9, 9, 'a'},
@@ -53,13 +53,13 @@ TEST(AdvertisedData, NonsenseIsNothing)
     }
 }
 
-TEST(AdvertisedData, AShortNameIsBetterThanNone)
+TEST(AdvertisedData, UsesTheShortNameWithoutACompleteOne)
 {
     EXPECT_EQ(ReadAdvertisedData(ByteVector{3, 8, 'm', 'e'}).name, "me");
     EXPECT_EQ(ReadAdvertisedData(ByteVector{2, 8, 'm', 3, 9, 'm', 'e'}).name, "me");
 }
 
-TEST(AdvertisedData, IdentifiersAreFourDigits)
+TEST(AdvertisedData, FormatsIdentifiersWithFourDigits)
 {
     EXPECT_EQ(FormatUuid16(0x0A), "000A");
     EXPECT_EQ(ParseUuid16("180f"), 0x180F);

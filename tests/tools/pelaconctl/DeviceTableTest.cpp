@@ -20,7 +20,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-using News = DeviceTable::News;
+using Change = DeviceTable::Change;
 using Order = DeviceTable::Order;
 
 const DeviceTable::Clock::time_point kNow{};
@@ -90,7 +90,7 @@ TEST_F(DeviceTableTest, LinesAreNeverWiderThanTheTerminal)
     }
 }
 
-TEST_F(DeviceTableTest, NoMoreLinesThanTheTerminalHas)
+TEST_F(DeviceTableTest, HasNoMoreLinesThanTheTerminal)
 {
     for (std::uint64_t address = 0; address < 10; ++address) {
         table.Add(Result(address, -50, {}), kNow);
@@ -102,7 +102,7 @@ TEST_F(DeviceTableTest, NoMoreLinesThanTheTerminalHas)
     EXPECT_EQ(Lines(Order::kAddress, 80, 1).size(), 2U);
 }
 
-TEST_F(DeviceTableTest, IsSortedAsWanted)
+TEST_F(DeviceTableTest, SortsByEachOrder)
 {
     table.Add(Result(0x1, -80, Name("b")), kNow);
     table.Add(Result(0x2, -50, {}), kNow);
@@ -114,7 +114,7 @@ TEST_F(DeviceTableTest, IsSortedAsWanted)
     EXPECT_EQ(Addresses(Order::kCount), "02 01 03 ");
 }
 
-TEST_F(DeviceTableTest, ASignalIsSmoothed)
+TEST_F(DeviceTableTest, SmoothsTheSignal)
 {
     table.Add(Result(0x1, -50, {}), kNow);
     table.Add(Result(0x1, -100, {}), kNow);
@@ -122,32 +122,33 @@ TEST_F(DeviceTableTest, ASignalIsSmoothed)
     EXPECT_THAT(table.Line(0x1), EndsWith("-100 dBm"));
 }
 
-TEST_F(DeviceTableTest, TellsWhatIsNew)
+TEST_F(DeviceTableTest, AddReturnsWhatChanged)
 {
-    EXPECT_EQ(table.Add(Result(0x1, -50, {2, 1, 6}), kNow), News::kDevice);
-    EXPECT_EQ(table.Add(Result(0x1, -51, {2, 1, 6}), kNow), News::kNothing);
-    EXPECT_EQ(table.Add(Result(0x1, -50, Name("x"), kBleScanResponse), kNow), News::kData);
-    EXPECT_EQ(table.Add(Result(0x1, -50, Name("x"), kBleScanResponse), kNow), News::kNothing);
-    EXPECT_EQ(table.Add(Result(0x1, -50, {4, 0x16, 0x0F, 0x18, 1}), kNow), News::kData);
-    EXPECT_EQ(table.Add(Result(0x1, -50, Name("x"), kBleScanResponse), kNow), News::kNothing)
+    EXPECT_EQ(table.Add(Result(0x1, -50, {2, 1, 6}), kNow), Change::kNewDevice);
+    EXPECT_EQ(table.Add(Result(0x1, -51, {2, 1, 6}), kNow), Change::kNone);
+    EXPECT_EQ(table.Add(Result(0x1, -50, Name("x"), kBleScanResponse), kNow), Change::kNewData);
+    EXPECT_EQ(table.Add(Result(0x1, -50, Name("x"), kBleScanResponse), kNow), Change::kNone);
+    EXPECT_EQ(table.Add(Result(0x1, -50, {4, 0x16, 0x0F, 0x18, 1}), kNow), Change::kNewData);
+    EXPECT_EQ(table.Add(Result(0x1, -50, Name("x"), kBleScanResponse), kNow), Change::kNone)
         << "a scan response does not take the advertisement's data away";
     EXPECT_EQ(table.Line(0x1), "00:00:00:00:00:01   -50 dBm  x  180F: 01");
-    EXPECT_EQ(table.Add(Result(0x1, -50, {4, 0x16, 0x0F, 0x18, 2}), kNow), News::kData);
-    EXPECT_EQ(table.Add(Result(0x1, -50, {2, 1, 6}), kNow), News::kData) << "the data are gone";
+    EXPECT_EQ(table.Add(Result(0x1, -50, {4, 0x16, 0x0F, 0x18, 2}), kNow), Change::kNewData);
+    EXPECT_EQ(table.Add(Result(0x1, -50, {2, 1, 6}), kNow), Change::kNewData)
+        << "the data are gone";
 }
 
-TEST_F(DeviceTableTest, NamesCannotMoveTheCursor)
+TEST_F(DeviceTableTest, ReplacesControlCharactersInNames)
 {
     table.Add(Result(0x1, -50, Name("a\033[2J\nb")), kNow);
     EXPECT_THAT(Lines()[1], HasSubstr("a?[2J?b"));
     EXPECT_THAT(table.Line(0x1), Not(HasSubstr("\033")));
 }
 
-TEST_F(DeviceTableTest, DataBeyondTheirFieldAreNotRead)
+TEST_F(DeviceTableTest, CutsDataLengthToTheField)
 {
     BleScanResultC result = Result(0x1, -50, {});
     result.dataLen = 0xFFFFFFFF;
-    EXPECT_EQ(table.Add(result, kNow), News::kDevice);
+    EXPECT_EQ(table.Add(result, kNow), Change::kNewDevice);
 }
 
 TEST(SignalBar, HasFiveColumns)

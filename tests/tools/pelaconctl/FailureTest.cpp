@@ -1,7 +1,7 @@
-// What becomes of a failure: its exit status and its sentence.
+// Failures: their exit statuses and sentences.
 #include <protocol/ServiceStatus.h>
 #include <tools/pelaconctl/Control.h>
-#include <tools/pelaconctl/Session.h>
+#include <tools/pelaconctl/LibrarySession.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -29,16 +29,16 @@ Outcome OutcomeOf(std::int32_t result)
     }
 }
 
-TEST(Failure, SuccessIsNone)
+TEST(Failure, ThereIsNoneForSuccess)
 {
     EXPECT_EQ(OutcomeOf(0).status, ExitStatus::kDone);
 }
 
-TEST(Failure, RefusalsOfTheServiceSayWhy)
+TEST(Failure, ARefusalOfTheServiceHasAReason)
 {
     const Outcome busy = OutcomeOf(protocol::kStatusBusy);
     EXPECT_EQ(busy.status, ExitStatus::kFailed);
-    EXPECT_THAT(busy.sentence, HasSubstr("refused to do it: that is under way already"));
+    EXPECT_THAT(busy.sentence, HasSubstr("refused to do it: that is in progress already"));
     EXPECT_THAT(busy.sentence, HasSubstr("(code 3)"));
     EXPECT_THAT(OutcomeOf(4711).sentence, HasSubstr("(code 4711)"));
 }
@@ -48,18 +48,19 @@ TEST(Failure, ARadioThatIsOffHasItsOwnStatus)
     EXPECT_EQ(OutcomeOf(protocol::kStatusRadioOff).status, ExitStatus::kAdapterOff);
 }
 
-TEST(Failure, RefusalsOfTheLibraryAreToldApart)
+TEST(Failure, ARefusalOfTheLibraryNamesTheLibrary)
 {
     const Outcome refused = OutcomeOf(kBleStatusFailed);
     EXPECT_EQ(refused.status, ExitStatus::kFailed);
     EXPECT_THAT(refused.sentence, HasSubstr("The library refused"));
 }
 
-TEST(Failure, OperatorsConnectionsFailInFourWays)
+TEST(Failure, EachErrorOfAnOperatorsConnectionHasItsStatus)
 {
     using Kind = IPCControlError::Kind;
     EXPECT_EQ(FailureOf({Kind::kNoService, ""}).Status(), ExitStatus::kNoService);
-    EXPECT_EQ(FailureOf({Kind::kLost, "it went away"}).Status(), ExitStatus::kNoService);
+    EXPECT_EQ(FailureOf({Kind::kLost, "the connection was closed"}).Status(),
+              ExitStatus::kNoService);
     EXPECT_EQ(FailureOf({Kind::kTimeout, ""}).Status(), ExitStatus::kNoAnswer);
     EXPECT_EQ(FailureOf({Kind::kNoAccess, "no trust"}).Status(), ExitStatus::kNotAllowed);
     const Failure refused = FailureOf({Kind::kRefused, "only root may"});
@@ -67,7 +68,7 @@ TEST(Failure, OperatorsConnectionsFailInFourWays)
     EXPECT_STREQ(refused.what(), "Not allowed: only root may.");
 }
 
-TEST(Failure, CommandsOfTheUserAreObjects)
+TEST(ParseCommand, AcceptsObjectsOnly)
 {
     EXPECT_EQ(ParseCommand(R"({"command": "status"})").at("command"), "status");
     for (const char* text : {"", "status", "[1]", "{\"command\"", "1"}) {

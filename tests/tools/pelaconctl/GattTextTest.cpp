@@ -18,7 +18,7 @@ using ::testing::HasSubstr;
 
 constexpr auto kOwn = "5e1ac0de-0001-4000-8000-000000000000";
 
-TEST(GattText, UuidsAreReadInEachForm)
+TEST(GattText, ParsesEachFormOfAUuid)
 {
     for (const char* text :
          {"180D", "180d", "0x180d", "0000180D", "0000180d-0000-1000-8000-00805F9B34FB"}) {
@@ -28,7 +28,7 @@ TEST(GattText, UuidsAreReadInEachForm)
     EXPECT_EQ(FormatUuid(ParseUuidText("12345678")), "12345678");
 }
 
-TEST(GattText, WhatIsNoUuidIsRefused)
+TEST(GattText, RejectsTextThatIsNotAUuid)
 {
     for (const char* text :
          {"", "0x", "180", "180DD", "heart", "0x0x180D", "0000180d00001000800000805f9b34fb"}) {
@@ -36,7 +36,7 @@ TEST(GattText, WhatIsNoUuidIsRefused)
     }
 }
 
-TEST(GattText, AssignedServicesHaveNames)
+TEST(GattText, KnowsTheNamesOfAssignedServices)
 {
     EXPECT_EQ(ServiceName(ParseUuidText("180D")), "Heart Rate");
     EXPECT_EQ(ServiceName(ParseUuidText(kOwn)), "");
@@ -46,7 +46,7 @@ TEST(GattText, AssignedServicesHaveNames)
     EXPECT_GT(NamedServices().size(), 20U);
 }
 
-TEST(GattText, ValuesAreReadAsHexadecimalOrText)
+TEST(GattText, ParsesValuesInHexadecimalAndText)
 {
     EXPECT_EQ(ParseValue("00 48"), (ByteVector{0, 0x48}));
     EXPECT_EQ(ParseValue(""), ByteVector());
@@ -59,7 +59,7 @@ TEST(GattText, ValuesAreReadAsHexadecimalOrText)
     EXPECT_THROW(ParseValue("\"on"), Failure);
 }
 
-TEST(GattText, ValuesAreWrittenAsBoth)
+TEST(GattText, FormatsValuesInHexadecimalAndText)
 {
     EXPECT_EQ(FormatValue(ByteVector()), "(empty)");
     EXPECT_EQ(FormatValue(ByteVector{'o', 'n'}), "6f6e \"on\"");
@@ -79,7 +79,7 @@ TEST(GattText, ValuesAreWrittenAsBoth)
               R"({"service":"180D","service128":"0000180d-0000-1000-8000-00805f9b34fb"})");
 }
 
-TEST(GattFile, SaysWhatToServe)
+TEST(GattFile, ReadsServicesAndCharacteristics)
 {
     const auto services = ReadServices(R"({"services": [ // two of them
         {"uuid": "180D", "characteristics": [
@@ -101,7 +101,7 @@ TEST(GattFile, SaysWhatToServe)
     EXPECT_TRUE(services[1].characteristics.empty());
 }
 
-TEST(GattFile, SaysWhatIsWrongAndWhere)
+TEST(GattFile, ErrorsNameFileLineAndField)
 {
     const auto error = [](const std::string& text) {
         try {
@@ -115,8 +115,7 @@ TEST(GattFile, SaysWhatIsWrongAndWhere)
     EXPECT_THAT(error("{\n"), HasSubstr("hr.json:2: "));
     EXPECT_EQ(error("[]"), "hr.json:1: must be an object, in braces.");
     EXPECT_EQ(error("{}"), "hr.json:1: the field \"services\" is missing.");
-    EXPECT_EQ(error("{\n\"services\": []}"),
-              "hr.json:2: services: there is nothing to serve in it.");
+    EXPECT_EQ(error("{\n\"services\": []}"), "hr.json:2: services: must not be empty.");
     EXPECT_EQ(error(R"({"services": {}})"), "hr.json:1: services: must be a list, in brackets.");
     EXPECT_EQ(error(R"({"services": [{}]})"),
               "hr.json:1: services[0]: the field \"uuid\" is missing.");
@@ -135,7 +134,7 @@ TEST(GattFile, SaysWhatIsWrongAndWhere)
               "hr.json:1: services[0].characteristics: names 2a37 twice.");
 }
 
-TEST(GattFile, ThatCannotBeReadIsNamed)
+TEST(GattFile, NamesAFileThatCannotBeRead)
 {
     EXPECT_THROW(LoadServices("no/such/file.json"), Failure);
 }

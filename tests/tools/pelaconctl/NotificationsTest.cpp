@@ -76,7 +76,7 @@ const Case kCases[] = {
 INSTANTIATE_TEST_SUITE_P(All, Notification, ::testing::ValuesIn(kCases),
                          [](const auto& one) { return std::string(one.param.name); });
 
-TEST(Notifications, EachOfTheCatalogueCanBeRead)
+TEST(Notifications, HasFieldsForEachNotificationOfTheCatalogue)
 {
     for (const protocol::CatalogueEntry& entry : protocol::kCatalogue) {
         if (!entry.IsSentToService()) {
@@ -85,14 +85,14 @@ TEST(Notifications, EachOfTheCatalogueCanBeRead)
     }
 }
 
-TEST(Notifications, AShortPayloadReadsAsIfZerosFollowed)
+TEST(Notifications, ShortPayloadsArePaddedWithZeros)
 {
     EXPECT_EQ(FieldsLine(NotificationFields(0xD8006A, ByteVector(Bytes().I32(5)))),
               "listener=5 status=0");
     EXPECT_EQ(FieldsLine(NotificationFields(0xD80062, {})), "state=off");
 }
 
-TEST(Notifications, LengthsAndTextsEndWithTheirFields)
+TEST(Notifications, CutsLengthsAndTextsToTheirFields)
 {
     const ByteVector scanResult = Bytes().Zeros(24).U32(0xFFFFFFFF).Fill(31, 0xEE).Zeros(13);
     EXPECT_EQ(NotificationFields(0xD8006B, scanResult).at("data").get<std::string>().size(), 62U);
@@ -104,7 +104,7 @@ TEST(Notifications, LengthsAndTextsEndWithTheirFields)
     EXPECT_EQ(NotificationFields(0xD80039, station).at("station"), std::string(13, 'x'));
 }
 
-TEST(Notifications, TextsOfOthersAreSafeToShow)
+TEST(Notifications, FieldsLineReplacesControlCharacters)
 {
     const ByteVector station = Bytes().I32(1).Text("a\033[2J\xFF", 13).Zeros(16);
     const std::string line = FieldsLine(NotificationFields(0xD80039, station));
@@ -112,7 +112,7 @@ TEST(Notifications, TextsOfOthersAreSafeToShow)
     EXPECT_EQ(FieldsLine({{"list", {{{"name", "\xFF"}}}}}).find('\xFF'), std::string::npos);
 }
 
-TEST(Notifications, UnknownOnesGoByTheirNumber)
+TEST(Notifications, UnknownNotificationsAreNamedByTheirId)
 {
     EXPECT_TRUE(NotificationFields(0xD8FFFF, ByteVector(Bytes().I32(1))).is_null());
     EXPECT_EQ(NotificationName(0xD8FFFF), "0xD8FFFF");

@@ -1,4 +1,4 @@
-// What the values of options may be.
+// The checks of the values of options.
 #include <tools/pelaconctl/OptionValues.h>
 
 #include <gtest/gtest.h>
@@ -9,33 +9,34 @@ namespace pelacon::ctl {
 
 namespace {
 
-/// What is said against the value; nothing when it is taken.
-std::string Against(const CLI::Validator& validator, std::string text)
+/// The error for the value; "" when it is valid.
+std::string ErrorFor(const CLI::Validator& validator, std::string text)
 {
     return validator(text);
 }
 
-TEST(OptionValues, NumbersFromZeroOn)
+TEST(OptionValues, NotNegativeAcceptsNumbersFromZero)
 {
     for (const char* number : {"0", "2", "0.25", "1e3"}) {
-        EXPECT_EQ(Against(NotNegative(), number), "") << number;
+        EXPECT_EQ(ErrorFor(NotNegative(), number), "") << number;
     }
     for (const std::string text : {"-1", "nan", "inf", "1e999", "", "two", "2s"}) {
-        EXPECT_EQ(Against(NotNegative(), text), "\"" + text + "\" is no number from 0 on");
+        EXPECT_EQ(ErrorFor(NotNegative(), text),
+                  "must be a number, 0 or more, not \"" + text + "\"");
     }
 }
 
-TEST(OptionValues, NumbersAboveZero)
+TEST(OptionValues, AboveZeroAcceptsNumbersAboveZero)
 {
-    EXPECT_EQ(Against(AboveZero(), "0.001"), "");
+    EXPECT_EQ(ErrorFor(AboveZero(), "0.001"), "");
     for (const std::string text : {"0", "-0.0", "-1", "nan", "inf", "x"}) {
-        EXPECT_EQ(Against(AboveZero(), text), "\"" + text + "\" is no number above 0");
+        EXPECT_EQ(ErrorFor(AboveZero(), text), "must be a number above 0, not \"" + text + "\"");
     }
 }
 
 enum class Pace { kSlow = 4, kQuick = 9 };
 
-TEST(OptionValues, WordsAndNothingElse)
+TEST(OptionValues, OneOfAcceptsItsWordsOnly)
 {
     CLI::App program;
     Pace pace = Pace::kSlow;
@@ -48,7 +49,8 @@ TEST(OptionValues, WordsAndNothingElse)
             program.parse("--pace " + text);
             ADD_FAILURE() << text;
         } catch (const CLI::ValidationError& error) {
-            EXPECT_EQ(std::string(error.what()), "--pace: \"" + text + "\" is none of slow, quick");
+            EXPECT_EQ(std::string(error.what()),
+                      "--pace: must be one of slow, quick, not \"" + text + "\"");
         }
     }
 }

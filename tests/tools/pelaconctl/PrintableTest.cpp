@@ -9,7 +9,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-TEST(Printable, TextStaysAsItIs)
+TEST(Printable, KeepsText)
 {
     for (const std::string text : {"", "Front desk",
                                    "K\xC3\xBC"
@@ -19,7 +19,7 @@ TEST(Printable, TextStaysAsItIs)
     }
 }
 
-TEST(Printable, ControlsAndBrokenCharactersBecomeQuestionMarks)
+TEST(Printable, ReplacesControlCharactersAndInvalidUtf8)
 {
     EXPECT_EQ(Printable("a\033[2Jb\r\n\t\x7F"), "a?[2Jb????");
     EXPECT_EQ(Printable(std::string("a\0b", 3)), "a?b");

@@ -14,7 +14,7 @@ namespace {
 
 using test::ByteVector;
 
-TEST(Text, AddressesAreReadAsPeopleWriteThem)
+TEST(Text, ParsesAddressesWithAndWithoutSeparators)
 {
     for (const char* text : {"5C:F3:70:8B:12:34", "5c:f3:70:8b:12:34", "5C-F3-70-8B-12-34",
                              "5CF3708B1234", "5C F3 70 8B 12 34"}) {
@@ -22,7 +22,7 @@ TEST(Text, AddressesAreReadAsPeopleWriteThem)
     }
 }
 
-TEST(Text, WhatIsNoAddressIsRefused)
+TEST(Text, RejectsTextThatIsNotAnAddress)
 {
     for (const char* text : {"", "5C:F3:70:8B:12", "5C:F3:70:8B:12:34:56", "5C:F3:70:8B:12:3G",
                              "5C:F3:70:8B:1:234", "0x5CF3708B1234", "localhost"}) {
@@ -30,14 +30,14 @@ TEST(Text, WhatIsNoAddressIsRefused)
     }
 }
 
-TEST(Text, AddressesAreWrittenOctetByOctet)
+TEST(Text, FormatsAddressesOctetByOctet)
 {
     EXPECT_EQ(FormatAddress(0x5CF3708B1234U), "5C:F3:70:8B:12:34");
     EXPECT_EQ(FormatAddress(0x0000000000AAU), "00:00:00:00:00:AA");
     EXPECT_EQ(FormatAddress(0xFFFF5CF3708B1234U), "5C:F3:70:8B:12:34") << "the low six bytes";
 }
 
-TEST(Text, HexadecimalIsReadWithOrWithoutSeparators)
+TEST(Text, ParsesHexadecimalWithAndWithoutSeparators)
 {
     for (const char* text : {"0a1Bff", "0A 1B FF", "0a:1b:ff", "0x0a1bff", "0a-1b-ff"}) {
         EXPECT_EQ(ParseHex(text), (ByteVector{0x0A, 0x1B, 0xFF})) << text;
@@ -45,14 +45,14 @@ TEST(Text, HexadecimalIsReadWithOrWithoutSeparators)
     EXPECT_EQ(ParseHex(""), ByteVector());
 }
 
-TEST(Text, WhatIsNotHexadecimalIsRefused)
+TEST(Text, RejectsTextThatIsNotHexadecimal)
 {
     for (const char* text : {"0", "0a1", "0g", "0 a", "0a,1b", "\xC3\xA4"}) {
         EXPECT_THROW(ParseHex(text), Failure) << text;
     }
 }
 
-TEST(Text, BytesAndIdsAreWrittenInFull)
+TEST(Text, FormatsBytesAndIdsWithAllDigits)
 {
     EXPECT_EQ(FormatHex(ByteVector{0x00, 0x0A, 0xFF}), "000aff");
     EXPECT_EQ(FormatHex(ByteVector()), "");
@@ -69,7 +69,7 @@ TEST(Text, TimesHaveMilliseconds)
     EXPECT_THAT(FormatClock(time), ::testing::MatchesRegex("..:..:12\\.045"));
 }
 
-TEST(Text, StatesBeyondTheKnownOnesAreNumbers)
+TEST(Text, UnknownStatesAreNamedByTheirNumber)
 {
     EXPECT_EQ(BtStateName(0), "off");
     EXPECT_EQ(BtStateName(1), "turning on");

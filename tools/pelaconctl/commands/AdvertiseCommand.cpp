@@ -1,37 +1,18 @@
-// pelaconctl advertise: being heard.
+// pelaconctl advertise: advertising to other devices.
 #include <PelaconSDK/BleAdvertiser.h>
 #include <protocol/AdStructure.h>
 #include <tools/pelaconctl/AdvertisedData.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/ServiceWatch.h>
-#include <tools/pelaconctl/Session.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/commands/Commands.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <limits>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-constexpr std::size_t kMostData = 31;
-constexpr std::uint8_t kUsualFlags = 0x06;  // general discoverable, no classic Bluetooth
+constexpr std::size_t kMaxData = 31;
+constexpr std::uint8_t kDefaultFlags = 0x06;  // general discoverable, no classic Bluetooth
 
 struct AdvertiseOptions {
     std::string name;
@@ -48,13 +29,12 @@ struct AdvertiseOptions {
     double part = 0;
 };
 
-Mailbox<std::int32_t>& Disablings()
-{
-    static auto& disablings = *new Mailbox<std::int32_t>;
-    return disablings;
-}
+/// The advertising stopped, with this status.
+struct AdvertisingStopped {
+    std::int32_t status;
+};
 
-/// Registered as long as it lives.
+/// Registered while it lives.
 class Advertiser {
   public:
     Advertiser() { Check(BleAdvRegisterCallbacks(&Table(), &id_), "become an advertiser"); }
@@ -74,37 +54,39 @@ class Advertiser {
   private:
     static BleAdvCallbacksC& Table()
     {
-        static BleAdvCallbacksC table{
-            [](std::int32_t, std::int32_t status) { Disablings().Post(status); }};
+        static BleAdvCallbacksC table{[](std::int32_t, std::int32_t status) {
+            Events<AdvertisingStopped>().Post(AdvertisingStopped{status});
+        }};
         return table;
     }
 
     int id_ = 0;
 };
 
-// ---- What is sent
+// ---- The data and the parameters
 
 Bytes BytesOf(const std::string& text)
 {
     return {text.begin(), text.end()};
 }
 
-/// Adds a structure, unless it would not fit a length byte; what is too long is refused as a whole.
+/// Adds a structure. One that is too long for its length byte adds zeros instead: RefuseTooLong
+/// will refuse the whole.
 void Append(Bytes& bytes, std::uint8_t type, const Bytes& data)
 {
-    if (data.size() > kMostData) {
+    if (data.size() > kMaxData) {
         bytes.insert(bytes.end(), data.size() + 2, 0);
         return;
     }
     protocol::AppendAdStructure(bytes, type, data);
 }
 
-/// Reads "180F:64" or "180F": an identifier, as it is sent, and its data.
+/// Reads "180F:64" or "180F" into an identifier, low byte first, and its data.
 Bytes ParseIdentified(const std::string& text)
 {
     const std::size_t colon = text.find(':');
-    const std::uint16_t identifier = ParseUuid16(text.substr(0, colon));
-    Bytes bytes{static_cast<std::uint8_t>(identifier), static_cast<std::uint8_t>(identifier >> 8)};
+    Bytes bytes;
+    AppendUuid16(bytes, ParseUuid16(text.substr(0, colon)));
     if (colon != std::string::npos) {
         const Bytes data = ParseHex(text.substr(colon + 1));
         bytes.insert(bytes.end(), data.begin(), data.end());
@@ -116,20 +98,17 @@ Bytes ParseUuids(const std::vector<std::string>& texts)
 {
     Bytes bytes;
     for (const std::string& text : texts) {
-        const std::uint16_t uuid = ParseUuid16(text);
-        bytes.push_back(static_cast<std::uint8_t>(uuid));
-        bytes.push_back(static_cast<std::uint8_t>(uuid >> 8));
+        AppendUuid16(bytes, ParseUuid16(text));
     }
     return bytes;
 }
 
 void RefuseTooLong(const Bytes& bytes, const std::string& what)
 {
-    if (bytes.size() > kMostData) {
+    if (bytes.size() > kMaxData) {
         throw Failure(ExitStatus::kUsage,
                       what + " would take " + std::to_string(bytes.size()) +
-                          " bytes, and there is room for 31: shorten a name or leave something "
-                          "out.");
+                          " bytes, but the limit is 31: shorten a name or leave something out.");
     }
 }
 
@@ -139,7 +118,7 @@ Bytes AdvertisementOf(const AdvertiseOptions& options)
         return ParseHex(*options.raw);
     }
     Bytes bytes;
-    Append(bytes, protocol::kAdFlags, {kUsualFlags});
+    Append(bytes, protocol::kAdFlags, {kDefaultFlags});
     if (!options.uuids.empty()) {
         Append(bytes, protocol::kAdUuids16, ParseUuids(options.uuids));
     }
@@ -166,12 +145,12 @@ BleAdvertiseData DataOf(const AdvertiseOptions& options)
     return data;
 }
 
-/// Whole milliseconds, of which there is at least one where there is any time at all.
+/// Whole milliseconds, rounded up: 0 would mean no limit.
 std::int32_t Milliseconds(double seconds)
 {
     const double milliseconds = std::ceil(seconds * 1000);
-    constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
-    return milliseconds < kMost ? static_cast<std::int32_t>(milliseconds) : kMost;
+    constexpr auto kMax = std::numeric_limits<std::int32_t>::max();
+    return milliseconds < kMax ? static_cast<std::int32_t>(milliseconds) : kMax;
 }
 
 BleAdvertiseParamsC ParamsOf(const AdvertiseOptions& options)
@@ -190,7 +169,7 @@ BleAdvertiseParamsC ParamsOf(const AdvertiseOptions& options)
 
 // ---- The command
 
-/// Makes the times those that are left until the end; false when none is.
+/// Shortens the times to those left until the end; false when no time is left.
 bool Shorten(BleAdvertiseParamsC& params, Deadline end)
 {
     using std::chrono::milliseconds;
@@ -204,11 +183,11 @@ bool Shorten(BleAdvertiseParamsC& params, Deadline end)
     return true;
 }
 
-/// Goes on after a restart of the service, for the time that is left; false when none is.
-bool GoOn(const Advertiser& advertiser, BleAdvertiseParamsC& params, const BleAdvertiseData& data,
-          Deadline end, const Console& console)
+/// Advertises again after a restart of the service, for the time left; false when no time is left.
+bool Resume(const Advertiser& advertiser, BleAdvertiseParamsC& params, const BleAdvertiseData& data,
+            Deadline end, const Console& console)
 {
-    nlohmann::ordered_json record{{"event", "restarted"}};
+    Json record{{"event", "restarted"}};
     if (params.sendTotalTime != 0) {
         if (!Shorten(params, end)) {
             return false;
@@ -220,12 +199,12 @@ bool GoOn(const Advertiser& advertiser, BleAdvertiseParamsC& params, const BleAd
     return true;
 }
 
-/// Why the advertiser is silent for good.
+/// Reports why the advertising has ended.
 void ReportEnd(std::int32_t status, const Console& console)
 {
     switch (status) {
         case kBleAdvTimeOver:
-        case kBleAdvServiceRestart:  // while the time ended
+        case kBleAdvServiceRestart:  // and no time is left
             console.Report({{"event", "ended"}}, "The time is over.");
             return;
         case kBleAdvAdapterOff:
@@ -240,9 +219,9 @@ void Advertise(const AdvertiseOptions& options, const Console& console)
 {
     const BleAdvertiseData data = DataOf(options);
     BleAdvertiseParamsC params = ParamsOf(options);
-    const Session session;
+    const LibrarySession session;
     session.RequireBluetooth();
-    const UntilInterrupt interrupt([] { Disablings().Close(); });
+    EventLoop<AdvertisingStopped> loop;
     const Advertiser advertiser;
     advertiser.Start(params, data);
     const auto end = Deadline::clock::now() + std::chrono::milliseconds(params.sendTotalTime);
@@ -250,28 +229,26 @@ void Advertise(const AdvertiseOptions& options, const Console& console)
                     {"data", FormatHex(data.advData)},
                     {"scanResponse", FormatHex(data.scanResp)}},
                    "Advertising " + std::to_string(data.advData.size()) +
-                       " of 31 bytes: " + FormatHex(data.advData) + ". Ctrl-C ends it.");
-    ServiceWatch watch;
-    while (!interrupt.Happened()) {
-        const auto status = Disablings().Next(ServiceWatch::Clock::now() + ServiceWatch::kEvery);
-        if (status &&
-            (*status != kBleAdvServiceRestart || !GoOn(advertiser, params, data, end, console))) {
-            ReportEnd(*status, console);
-            return;
+                       " of 31 bytes: " + FormatHex(data.advData) + ". Press Ctrl-C to stop.");
+    while (loop.Continues()) {
+        const auto event = loop.Next();
+        if (event && (event->status != kBleAdvServiceRestart ||
+                      !Resume(advertiser, params, data, end, console))) {
+            return ReportEnd(event->status, console);
         }
-        watch.Look();
     }
 }
 
 }  // namespace
 
-void AddAdvertiseCommand(CLI::App& program, Console& console)
+void AddAdvertiseCommand(CLI::App& program, const Console& console)
 {
-    CLI::App* const advertise = program.add_subcommand(
-        "advertise", "Be heard by others as a Bluetooth device, until Ctrl-C");
+    CLI::App* const advertise =
+        program.add_subcommand("advertise", "Advertise to other Bluetooth devices, until Ctrl-C");
     advertise->footer(
-        "All of it has 31 bytes, the scan response 31 more: each part takes two and its own; the\n"
-        "flags, which come first, take three.\n"
+        "The advertisement has at most 31 bytes, and so has the scan response. Each part takes "
+        "its\n"
+        "own bytes and two more; the flags, which come first, take three bytes.\n"
         "\n"
         "Examples:\n"
         "  pelaconctl advertise --name \"Front desk\" --uuid 180F\n"
@@ -285,11 +262,11 @@ void AddAdvertiseCommand(CLI::App& program, Console& console)
                                      "A 16-bit service, such as 180F; may be repeated")
                         ->allow_extra_args(false));
     parts.push_back(advertise->add_option("--manufacturer", options->manufacturer,
-                                          "A company's identifier and its data: FFFF:0215"));
+                                          "A company identifier and its data: FFFF:0215"));
     parts.push_back(advertise->add_option("--service-data", options->serviceData,
                                           "A 16-bit service and its data: 180F:64"));
     CLI::Option* const raw = advertise->add_option(
-        "--raw", options->raw, "The whole advertisement in hexadecimal, flags and all");
+        "--raw", options->raw, "The whole advertisement in hexadecimal, including the flags");
     for (CLI::Option* part : parts) {
         raw->excludes(part);
     }
@@ -299,20 +276,22 @@ void AddAdvertiseCommand(CLI::App& program, Console& console)
         ->excludes(response);
     advertise
         ->add_option("--kind", options->kind,
-                     "What others may do: connectable (the default), scannable, non-connectable")
+                     "What others may do: connectable (default), scannable, non-connectable")
         ->transform(OneOf<BleAdvEventType>({{"connectable", kBleAdvConnectable},
                                             {"scannable", kBleAdvScannable},
                                             {"non-connectable", kBleAdvNonConnectable}}))
         ->type_name("KIND");
-    advertise->add_option("--interval", options->interval, "Milliseconds between two; else 100")
-        ->check(CLI::Range(20, 10240));
-    advertise->add_option("--power", options->power, "Sending power in dBm, -127 to 20; else 0")
-        ->check(CLI::Range(-127, 20));
-    advertise->add_option("--seconds", options->seconds, "End after so many seconds")
-        ->check(AboveZero());
+    advertise
+        ->add_option("--interval", options->interval,
+                     "Milliseconds between advertisements, 20 to 10240; 100 by default")
+        ->check(CLI::Range(20, 10240).description(""));
+    advertise
+        ->add_option("--power", options->power, "Transmit power in dBm, -127 to 20; 0 by default")
+        ->check(CLI::Range(-127, 20).description(""));
+    AddSeconds(*advertise, options->seconds, AboveZero());
     advertise
         ->add_option("--part", options->part,
-                     "Be on the air for so many seconds, rest for as long, and so on")
+                     "Alternate: advertise for this many seconds, then pause for as long")
         ->check(AboveZero());
     advertise->callback([&console, options] { Advertise(*options, console); });
 }

@@ -1,34 +1,13 @@
 // pelaconctl ap: the soft access point that phones join.
-#include <PelaconSDK/PelaconSvc.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Control.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/WifiApi.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/ApParts.h>
-#include <tools/pelaconctl/commands/Commands.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <map>
-#include <memory>
-#include <string>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-const std::map<std::string, SoftApBand> kBands{
-    {"any", kSoftApBandAny}, {"2.4", kSoftApBand24G}, {"5", kSoftApBand5G}};
-
-/// Throws what the result of creating or destroying means, unless it is 0.
+/// Throws the Failure for the result of creating or destroying, unless it is 0.
 void CheckSoftAp(std::int32_t result, const std::string& request)
 {
     switch (result) {
@@ -37,8 +16,8 @@ void CheckSoftAp(std::int32_t result, const std::string& request)
                           "Wi-Fi is off. Switch it on with: pelaconctl wifi on");
         case kSoftApAlreadyExists:
             throw Failure(ExitStatus::kFailed,
-                          "There is a soft AP already, or one is being made. See: pelaconctl ap "
-                          "status");
+                          "There is a soft AP already, or one is being created. See: pelaconctl "
+                          "ap status");
         case kSoftApNotExisting:
             throw Failure(ExitStatus::kFailed, "There is no soft AP.");
         case kSoftApOtherPurpose:
@@ -47,75 +26,61 @@ void CheckSoftAp(std::int32_t result, const std::string& request)
                           "--help");
         case kSoftApInterrupted:
             throw Failure(ExitStatus::kFailed,
-                          "The soft AP was destroyed, or PelaconService restarted, before it was "
-                          "there.");
+                          "The soft AP was destroyed, or PelaconService was restarted, before the "
+                          "soft AP was ready.");
         case kSoftApNotPossible:
             throw Failure(ExitStatus::kFailed,
                           "A soft AP is not possible: the radio failed, or there is no channel "
-                          "that both this machine and the phone support. See: pelaconctl wifi "
+                          "that both this computer and the phone support. See: pelaconctl wifi "
                           "channels");
         default:
             CheckResult(result, -1, request);
     }
 }
 
-/// What became of creating or destroying, as the status has it.
+/// The last result of creating or destroying, for `ap status`.
 std::string ResultText(std::int32_t result)
 {
-    switch (result) {
-        case kSoftApSuccess:
-            return "done";
-        case kSoftApWifiOff:
-            return "Wi-Fi was off";
-        case kSoftApAlreadyExists:
-            return "there was one already";
-        case kSoftApNotExisting:
-            return "there was none";
-        case kSoftApOtherPurpose:
-            return "it was created for another purpose";
-        case kSoftApInterrupted:
-            return "destroyed before it was there";
-        case kSoftApNotPossible:
-            return "not possible";
-        default:
-            return "code " + std::to_string(result);
-    }
+    return NameOf(result,
+                  {{kSoftApSuccess, "success"},
+                   {kSoftApWifiOff, "Wi-Fi was off"},
+                   {kSoftApAlreadyExists, "a soft AP existed already"},
+                   {kSoftApNotExisting, "there was no soft AP"},
+                   {kSoftApOtherPurpose, "it was created for another purpose"},
+                   {kSoftApInterrupted, "destroyed before it was ready"},
+                   {kSoftApNotPossible, "not possible"}},
+                  "code " + std::to_string(result));
 }
 
-/// A soft AP that nobody waits for any more is not to appear after this program has ended.
-void AbandonCreation(std::int32_t purpose, const Console& console)
+/// Destroys a soft AP that may still be under creation, so that it does not appear after this
+/// program has ended.
+void CancelCreation(std::int32_t purpose, const Console& console)
 {
-    const Spinner spinner(console, "Taking the request back");
+    const Spinner spinner(console, "Cancelling the request");
     Wifi().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
 }
 
-void Create(const std::string& band, std::int32_t purpose, const Console& console)
+void Create(SoftApBand band, std::int32_t purpose, const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     SoftAPInfo info;
-    info.requestByte = static_cast<std::uint8_t>(kBands.at(band));
+    info.requestByte = static_cast<std::uint8_t>(band);
     info.requestInt = purpose;
     std::int32_t result = -1;
-    bool interrupted = false;
-    {
-        // Stopping the library ends the wait.
-        const UntilInterrupt interrupt([] { PelaconSvcStop(); });
-        const Spinner spinner(console, "Creating a soft AP");
-        result = Wifi().SystemCreateSoftAP(info);
-        interrupted = interrupt.Happened();
-    }
-    if (interrupted) {
-        PelaconSvcStart();
-        if (result == -1 || result == kSoftApSuccess) {  // otherwise any soft AP is not this one
-            AbandonCreation(purpose, console);
+    if (session.RunInterruptibly(console, "Creating the soft AP",
+                                 [&] { result = Wifi().SystemCreateSoftAP(info); })) {
+        // With any other result a soft AP that exists is not this program's.
+        if (result == -1 || result == kSoftApSuccess) {
+            CancelCreation(purpose, console);
         }
         throw Failure(ExitStatus::kInterrupted, "Interrupted: no soft AP was created.");
     }
     if (result == -1) {
         ProbeService();
-        AbandonCreation(purpose, console);
-        throw Failure(ExitStatus::kNoAnswer,
-                      "PelaconService did not create a soft AP in time; it was told to give up.");
+        CancelCreation(purpose, console);
+        throw Failure(
+            ExitStatus::kNoAnswer,
+            "PelaconService did not create a soft AP in time; the request was cancelled.");
     }
     CheckSoftAp(result, "create a soft AP");
     const std::string address = FormatAddress(AddressOf(info.mac));
@@ -126,26 +91,27 @@ void Create(const std::string& band, std::int32_t purpose, const Console& consol
                     {"ipAddress", Printable(info.ipAddress)},
                     {"channel", info.apByte1}},
                    console.Styled(Console::Style::kBold, "There is a soft AP on " + channel + ".") +
-                       "\nName         " + Printable(info.ssid) + "\nPass phrase  " +
-                       Printable(info.password) + "\nAddress      " + address + "\nIP address   " +
-                       Printable(info.ipAddress));
+                       console.Rows({{"Name", Printable(info.ssid)},
+                                     {"Pass phrase", Printable(info.password)},
+                                     {"Address", address},
+                                     {"IP address", Printable(info.ipAddress)}}));
 }
 
 void Destroy(std::int32_t purpose, const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     std::int32_t result = -1;
     {
         const Spinner spinner(console, "Destroying the soft AP");
         result = Wifi().SystemDestroySoftAP(static_cast<EGoPurpose>(purpose));
     }
     CheckSoftAp(result, "destroy the soft AP");
-    console.Report({{"destroyed", true}}, "The soft AP is gone.");
+    console.Report({{"destroyed", true}}, "The soft AP was destroyed.");
 }
 
 void ShowStatus(const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     const bool exists = Wifi().CheckMySoftAPExist();
     const std::string ssid = Printable(Wifi().GetSSID());
     const int channel = Wifi().GetSoftAPChannel();
@@ -159,7 +125,15 @@ void ShowStatus(const Console& console)
         FailForNoAnswer("describe the soft AP");
     }
     const std::string where = exists ? "There is a soft AP on " + ChannelText(channel) + "."
-                                     : std::string("There is no soft AP. One would be:");
+                                     : std::string("There is no soft AP. The next one will use:");
+    std::vector<Console::Row> rows{{"Name", ssid},
+                                   {"Adapter", guid + ", index " + std::to_string(index)},
+                                   {"Restarts", std::to_string(restarts) + ", " +
+                                                    std::to_string(wakeUps) + " after a wake-up"},
+                                   {"Last result", ResultText(lastError)}};
+    if (exists) {
+        rows.insert(rows.begin() + 1, {"IP address", ipAddress});
+    }
     console.Report({{"exists", exists},
                     {"ssid", ssid},
                     {"channel", channel},
@@ -168,39 +142,37 @@ void ShowStatus(const Console& console)
                     {"restarts", restarts},
                     {"wakeUpRestarts", wakeUps},
                     {"lastError", lastError}},
-                   console.Styled(Console::Style::kBold, where) + "\nName         " + ssid +
-                       (exists ? "\nIP address   " + ipAddress : "") + "\nAdapter      " + guid +
-                       ", index " + std::to_string(index) + "\nRestarts     " +
-                       std::to_string(restarts) + ", " + std::to_string(wakeUps) +
-                       " after a wake-up\nLast result  " + ResultText(lastError));
+                   console.Styled(Console::Style::kBold, where) + console.Rows(rows));
 }
 
 void AddApLife(CLI::App& ap, const Console& console)
 {
-    const auto band = std::make_shared<std::string>("any");
+    const auto band = std::make_shared<SoftApBand>(kSoftApBandAny);
     const auto createPurpose = std::make_shared<std::int32_t>(kGoPurposeAny);
     CLI::App* const create =
-        ap.add_subcommand("create", "Create the soft AP, and wait up to 20 s until it is there");
-    create->add_option("--band", *band, "The band wished for: 2.4, 5 or any")
-        ->check(CLI::IsMember({"any", "2.4", "5"}))
-        ->capture_default_str();
+        ap.add_subcommand("create", "Create the soft AP, and wait up to 20 s until it is ready");
+    create->add_option("--band", *band, "The preferred band: 2.4, 5 or any (default)")
+        ->transform(OneOf<SoftApBand>(
+            {{"any", kSoftApBandAny}, {"2.4", kSoftApBand24G}, {"5", kSoftApBand5G}}))
+        ->type_name("BAND");
     create->add_option("--purpose", *createPurpose,
-                       "What it is for: 0 anything, 1 passing files on, 2 sharing a screen");
+                       "What it is for: 0 anything (default), 1 file transfer, 2 screen sharing");
     create->callback([&console, band, createPurpose] { Create(*band, *createPurpose, console); });
 
     const auto destroyPurpose = std::make_shared<std::int32_t>(kGoPurposeAny);
     CLI::App* const destroy = ap.add_subcommand("destroy", "Destroy the soft AP");
     destroy->add_option("--purpose", *destroyPurpose,
-                        "Only if it is for this; 0, without the option, whatever it is for");
+                        "Destroy it only if it is for this purpose; 0 (default): for any");
     destroy->callback([&console, destroyPurpose] { Destroy(*destroyPurpose, console); });
 
-    ap.add_subcommand("status", "Describe the soft AP, and the adapter that it is on")
-        ->callback([&console] { ShowStatus(console); });
+    ap.add_subcommand("status", "Show the soft AP and its adapter")->callback([&console] {
+        ShowStatus(console);
+    });
 }
 
 }  // namespace
 
-void AddApCommand(CLI::App& program, Console& console)
+void AddApCommand(CLI::App& program, const Console& console)
 {
     CLI::App* const ap = program.add_subcommand("ap", "The soft access point that phones join");
     ap->require_subcommand(1);

@@ -1,33 +1,22 @@
 // pelaconctl ap watch.
-#include <PelaconSDK/WifiSystemApi.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Happenings.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/ApParts.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <memory>
-#include <optional>
-#include <string>
+#include <tools/pelaconctl/Watch.h>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
 
 namespace {
 
-/// Posts what it is told.
-class ApEars : public ISoftApConnectStatus, public ISoftAPNotification {
+class ApPoster : public ISoftApConnectStatus, public ISoftAPNotification {
   public:
     void OnConnectStatus(int32_t status) override
     {
-        Happenings().Post({{{"event", "connection"}, {"status", status}},
-                           status != 0 ? "somebody is connected" : "nobody is connected any more"});
+        Events<WatchedEvent>().Post(
+            {{{"event", "connection"}, {"status", status}},
+             status != 0 ? "a device is connected" : "no device is connected"});
     }
 
-    // The state, which follows, says this too.
+    // OnAdvertisementState, which follows, has the same information.
     void OnAdvertisementStatus(uint32_t /*status*/) override {}
 
     void OnAdvertisementState(const SoftApAdvertisementState* state) override
@@ -35,31 +24,32 @@ class ApEars : public ISoftApConnectStatus, public ISoftAPNotification {
         const std::string ssid = Printable(FieldText(state->ssid));
         const std::string where = ssid + " on " + ChannelText(state->channel);
         const std::string line =
-            state->status == kSoftApAdvertisementStopped ? "the soft AP is gone"
-            : state->status == kSoftApAdvertisementMoved ? "the soft AP has moved: " + where
-                                                         : "the soft AP is there: " + where;
-        Happenings().Post({{{"event", "advertisement"},
-                            {"status", state->status},
-                            {"ssid", ssid},
-                            {"channel", state->channel}},
-                           line});
+            state->status == kSoftApAdvertisementStopped ? "the soft AP was destroyed"
+            : state->status == kSoftApAdvertisementMoved ? "the soft AP moved: " + where
+                                                         : "the soft AP was created: " + where;
+        Events<WatchedEvent>().Post({{{"event", "advertisement"},
+                                      {"status", state->status},
+                                      {"ssid", ssid},
+                                      {"channel", state->channel}},
+                                     line});
     }
 
     void OnDeviceConnectionStatus(uint32_t status) override
     {
-        Happenings().Post({{{"event", "device"}, {"connected", status != 0}},
-                           status != 0 ? "a device has connected" : "a device is gone"});
+        Events<WatchedEvent>().Post({{{"event", "device"}, {"connected", status != 0}},
+                                     status != 0 ? "a device connected" : "a device disconnected"});
     }
 };
 
-/// Registers ears for good, as the one for connections cannot be taken back.
+/// Registers a poster that is never destroyed, as a listener for connections cannot be
+/// unregistered.
 struct ApListener {
     ApListener()
     {
-        static ApEars& ears = *new ApEars;
-        WifiSystemApi& api = WifiSystemApi::GetInstance();
-        CheckResult(api.RegisterSoftApNotificationEventCallback(&ears), -1, "watch the soft AP");
-        api.RegistSoftApConnectStatus(&ears);
+        static ApPoster& poster = *new ApPoster;
+        CheckResult(Wifi().RegisterSoftApNotificationEventCallback(&poster), -1,
+                    "watch the soft AP");
+        Wifi().RegistSoftApConnectStatus(&poster);
     }
 };
 
@@ -67,11 +57,7 @@ struct ApListener {
 
 void AddApWatch(CLI::App& ap, const Console& console)
 {
-    const auto seconds = std::make_shared<std::optional<double>>();
-    CLI::App* const watch =
-        ap.add_subcommand("watch", "Show what happens to the soft AP and the devices on it");
-    watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
-    watch->callback([&console, seconds] { Watch<ApListener>(*seconds, console); });
+    AddWatch<ApListener>(ap, "Show changes of the soft AP and of the devices on it", console);
 }
 
 }  // namespace pelacon::ctl

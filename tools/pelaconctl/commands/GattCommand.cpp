@@ -1,164 +1,33 @@
-// pelaconctl gatt: other devices' services, and one's own.
+// pelaconctl gatt: the services of other devices, and this device's own.
 #include <PelaconSDK/PelaconSDK.h>
-#include <protocol/ServiceStatus.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/GattPeer.h>
 #include <tools/pelaconctl/GattText.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/ServiceWatch.h>
-#include <tools/pelaconctl/Session.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/commands/Commands.h>
-#include <tools/pelaconctl/commands/GattServe.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <memory>
-#include <optional>
-#include <string>
 #include <variant>
-#include <vector>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using Json = nlohmann::ordered_json;
 using protocol::LongText;
 using protocol::Uuid;
 
-/// How long nothing may be told before it is seen whether the connection is still known.
-constexpr std::chrono::milliseconds kLookAtConnection(250);
+/// How often a subscription checks its connection while no value comes.
+constexpr std::chrono::milliseconds kCheckConnection(250);
 
-/// What all commands that connect to a device share.
+/// The options of all commands that connect to a device.
 struct PeerOptions {
     std::string address;
     double wait = 30;
 };
 
-struct ConnectionState {
-    std::int32_t state;
-    std::int32_t reason;
-};
-struct Notified {
-    Bytes value;
-    std::int32_t kind;
-};
-using GattEvent = std::variant<ConnectionState, Notified>;
-
-Mailbox<GattEvent>& GattEvents()
+GattPeer ConnectTo(const PeerOptions& options)
 {
-    static auto& events = *new Mailbox<GattEvent>;
-    return events;
+    return {ParseAddress(options.address), options.wait};
 }
 
-BtGattClientCallbacksC& ClientTable()
-{
-    static BtGattClientCallbacksC table{
-        [](std::int32_t, std::int32_t state, std::int32_t reason) {
-            GattEvents().Post(ConnectionState{state, reason});
-        },
-        [](std::int32_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen,
-           std::int32_t kind) {
-            GattEvents().Post(Notified{{data, data + dataLen}, kind});
-        }};
-    return table;
-}
-
-std::string EndReason(const std::string& address, std::int32_t reason)
-{
-    switch (reason) {
-        case kBleGattReasonTimeout:
-            return address + " is not heard any more.";
-        case kBleGattReasonRefused:
-            return address + " refused the connection.";
-        case kBleGattReasonPeer:
-            return address + " ended the connection.";
-        case kBleGattReasonLocal:
-            return "The connection to " + address + " was ended on this side: is Bluetooth on?";
-        case kBleGattReasonNotEstablished:
-            return "No device with the address " + address + " was found.";
-        default:
-            return "There is no connection to " + address + " (reason " + std::to_string(reason) +
-                   ").";
-    }
-}
-
-/// A device that is connected as long as this lives, its services searched.
-class Peer {
-  public:
-    explicit Peer(const PeerOptions& options) : address_(ParseAddress(options.address))
-    {
-        session_.RequireBluetooth();
-        Check(BleGattClientRegister(&id_), "become a GATT client");
-        Connect(After(options.wait));
-        Check(BleGattClientSearchServices(id_), "search the services of " + Address());
-    }
-    ~Peer() { BleGattClientUnRegister(id_); }
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-
-    std::int32_t Id() const { return id_; }
-    std::string Address() const { return FormatAddress(address_); }
-
-    /// Whether the device has this service.
-    bool HasService(const Uuid& service) const
-    {
-        const BleStatusC status = BleGattClient::BleGattClientGetService(id_, LongText(service));
-        if (std::int32_t{status} == protocol::kStatusNotFound) {
-            return false;
-        }
-        Check(status, "look for service " + FormatUuid(service));
-        return true;
-    }
-
-    std::int32_t Mtu() const
-    {
-        std::int32_t mtu = 0;
-        Check(BleGattClientGetMtu(id_, &mtu), "read the MTU");
-        return mtu;
-    }
-
-    /// Throws Failure when the service has forgotten the connection: it was restarted.
-    void CheckThatItLasts() const
-    {
-        std::int32_t mtu = 0;
-        if (std::int32_t{BleGattClientGetMtu(id_, &mtu)} == protocol::kStatusUnknownId) {
-            throw Failure(ExitStatus::kNoService,
-                          "PelaconService was restarted; the connection is gone.");
-        }
-    }
-
-    [[noreturn]] void FailFor(const ConnectionState& end) const
-    {
-        throw Failure(ExitStatus::kFailed, EndReason(Address(), end.reason));
-    }
-
-  private:
-    void Connect(std::optional<Deadline> deadline)
-    {
-        Check(BleGattClientConnect(id_, address_, &ClientTable()), "connect to " + Address());
-        const auto event = GattEvents().Next(deadline);
-        if (!event) {
-            throw Failure(ExitStatus::kNoAnswer, Address() + " did not answer in time.");
-        }
-        const auto& outcome = std::get<ConnectionState>(*event);
-        if (outcome.state != kBleGattConnected) {
-            FailFor(outcome);
-        }
-    }
-
-    std::uint64_t address_;
-    Session session_;
-    std::int32_t id_ = 0;
-};
-
-/// A characteristic that a command is about.
+/// The characteristic that a command reads, writes or subscribes to.
 struct Target {
     std::string serviceText;
     std::string characteristicText;
@@ -167,7 +36,7 @@ struct Target {
     Uuid Characteristic() const { return ParseUuidText(characteristicText); }
     std::string Name() const { return FormatUuid(Service()) + "/" + FormatUuid(Characteristic()); }
 
-    Json Record(const Peer& peer) const
+    Json Record(const GattPeer& peer) const
     {
         Json record{{"address", peer.Address()}};
         AddUuid(record, "service", Service());
@@ -186,7 +55,7 @@ void ShowServices(const PeerOptions& options, const std::vector<std::string>& ot
             uuids.push_back(uuid);
         }
     }
-    const Peer peer(options);
+    const GattPeer peer = ConnectTo(options);
     Json services = Json::array();
     std::string lines;
     for (const Uuid& uuid : uuids) {
@@ -203,15 +72,16 @@ void ShowServices(const PeerOptions& options, const std::vector<std::string>& ot
         lines = "No service was found.\n";
     }
     console.Report({{"address", peer.Address()}, {"asked", uuids.size()}, {"services", services}},
-                   lines + peer.Address() + " was asked for " + std::to_string(uuids.size()) +
-                       " services: it cannot be asked for a list. Name others with --uuid.");
+                   lines + peer.Address() + " was checked for " + std::to_string(uuids.size()) +
+                       " known services, as it cannot be asked for a list. Check others with "
+                       "--uuid.");
 }
 
 void Read(const PeerOptions& options, const Target& target, const Console& console)
 {
     const std::string service = LongText(target.Service());
     const std::string characteristic = LongText(target.Characteristic());
-    const Peer peer(options);
+    const GattPeer peer = ConnectTo(options);
     Bytes value;
     Check(
         BleGattClient::BleGattClientReadCharacteristic(peer.Id(), service, characteristic, &value),
@@ -226,7 +96,7 @@ void Write(const PeerOptions& options, const Target& target, const Bytes& value,
 {
     const std::string service = LongText(target.Service());
     const std::string characteristic = LongText(target.Characteristic());
-    const Peer peer(options);
+    const GattPeer peer = ConnectTo(options);
     Check(
         BleGattClient::BleGattClientWriteCharacteristic(peer.Id(), service, characteristic, value),
         "write " + target.Name());
@@ -240,46 +110,46 @@ struct SubscribeLimits {
     std::optional<std::uint64_t> count;
 };
 
+void ShowValue(const GattNotified& notified, const Target& target, const GattPeer& peer,
+               const Console& console)
+{
+    const auto now = std::chrono::system_clock::now();
+    Json record{{"time", FormatTime(now)}};
+    record.update(target.Record(peer));
+    AddValue(record, notified.value);
+    record["indication"] = notified.kind == kBleGattIndication;
+    console.Report(record, FormatClock(now) + "  " + FormatValue(notified.value));
+}
+
 void Subscribe(const PeerOptions& options, const Target& target, const SubscribeLimits& limits,
                const Console& console)
 {
     const std::string service = LongText(target.Service());
     const std::string characteristic = LongText(target.Characteristic());
-    const Peer peer(options);
-    const UntilInterrupt interrupt([] { GattEvents().Close(); });
+    const GattPeer peer = ConnectTo(options);
+    EventLoop<GattEvent> loop(limits.seconds);
     Check(
         BleGattClient::BleGattClientRegisterNotification(peer.Id(), service, characteristic, true),
         "subscribe to " + target.Name());
-    console.Say("Subscribed to " + target.Name() + " of " + peer.Address() + ". Ctrl-C ends it.");
-    const auto end = After(limits.seconds);
-    ServiceWatch watch;
-    std::uint64_t seen = 0;
-    while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end) &&
-           (!limits.count || seen < *limits.count)) {
-        const auto soon = ServiceWatch::Clock::now() + kLookAtConnection;
-        const auto event = GattEvents().Next(end ? std::min(*end, soon) : soon);
+    console.Say("Subscribed to " + target.Name() + " of " + peer.Address() +
+                ". Press Ctrl-C to stop.");
+    std::uint64_t shown = 0;
+    while (loop.Continues() && (!limits.count || shown < *limits.count)) {
+        const auto event = loop.Next(kCheckConnection);
         if (!event) {
-            watch.Look();
-            peer.CheckThatItLasts();
-            continue;
+            peer.CheckConnection();
+        } else if (const auto* change = std::get_if<GattConnectionChange>(&*event)) {
+            peer.FailFor(*change);
+        } else {
+            ShowValue(std::get<GattNotified>(*event), target, peer, console);
+            ++shown;
         }
-        if (const auto* state = std::get_if<ConnectionState>(&*event)) {
-            peer.FailFor(*state);
-        }
-        const auto& notified = std::get<Notified>(*event);
-        const auto now = std::chrono::system_clock::now();
-        Json record{{"time", FormatTime(now)}};
-        record.update(target.Record(peer));
-        AddValue(record, notified.value);
-        record["indication"] = notified.kind == kBleGattIndication;
-        console.Report(record, FormatClock(now) + "  " + FormatValue(notified.value));
-        ++seen;
     }
 }
 
 void ShowMtu(const PeerOptions& options, const Console& console)
 {
-    const Peer peer(options);
+    const GattPeer peer = ConnectTo(options);
     const std::int32_t mtu = peer.Mtu();
     console.Report({{"address", peer.Address()}, {"mtu", mtu}}, std::to_string(mtu));
 }
@@ -293,9 +163,7 @@ CLI::App* AddPeerCommand(CLI::App& gatt, const std::string& name, const std::str
     CLI::App* const command = gatt.add_subcommand(name, description);
     command->add_option("ADDRESS", options->address, "The device, such as 5C:F3:70:8B:12:34")
         ->required();
-    command->add_option("--wait", options->wait, "Seconds to wait for the connection")
-        ->capture_default_str()
-        ->check(AboveZero());
+    AddWait(*command, options->wait, "Seconds to wait for the connection", AboveZero());
     return command;
 }
 
@@ -309,18 +177,18 @@ void AddTarget(CLI::App& command, const std::shared_ptr<Target>& target)
         ->required();
 }
 
-void AddServices(CLI::App& gatt, Console& console)
+void AddServices(CLI::App& gatt, const Console& console)
 {
     const auto options = std::make_shared<PeerOptions>();
     const auto others = std::make_shared<std::vector<std::string>>();
     CLI::App* const command =
-        AddPeerCommand(gatt, "services", "Find out which services a device has", options);
-    command->add_option("--uuid", *others, "Ask for this one, too; may be repeated")
+        AddPeerCommand(gatt, "services", "Show which of the known services a device has", options);
+    command->add_option("--uuid", *others, "Check for this service as well; may be repeated")
         ->allow_extra_args(false);
     command->callback([&console, options, others] { ShowServices(*options, *others, console); });
 }
 
-void AddRead(CLI::App& gatt, Console& console)
+void AddRead(CLI::App& gatt, const Console& console)
 {
     const auto options = std::make_shared<PeerOptions>();
     const auto target = std::make_shared<Target>();
@@ -329,7 +197,7 @@ void AddRead(CLI::App& gatt, Console& console)
     command->callback([&console, options, target] { Read(*options, *target, console); });
 }
 
-void AddWrite(CLI::App& gatt, Console& console)
+void AddWrite(CLI::App& gatt, const Console& console)
 {
     const auto options = std::make_shared<PeerOptions>();
     const auto target = std::make_shared<Target>();
@@ -343,14 +211,14 @@ void AddWrite(CLI::App& gatt, Console& console)
     command->callback([&console, options, target, hex, text, value, asText] {
         if (value->count() + asText->count() == 0) {
             throw Failure(ExitStatus::kUsage,
-                          "There is no value: give it in hexadecimal, or with --text.");
+                          "A value is missing: give it in hexadecimal, or with --text.");
         }
         Write(*options, *target, ParseValue(asText->count() > 0 ? "\"" + *text + "\"" : *hex),
               console);
     });
 }
 
-void AddSubscribe(CLI::App& gatt, Console& console)
+void AddSubscribe(CLI::App& gatt, const Console& console)
 {
     const auto options = std::make_shared<PeerOptions>();
     const auto target = std::make_shared<Target>();
@@ -358,45 +226,25 @@ void AddSubscribe(CLI::App& gatt, Console& console)
     CLI::App* const command =
         AddPeerCommand(gatt, "subscribe", "Show each new value, until Ctrl-C", options);
     AddTarget(*command, target);
-    command->add_option("--seconds", limits->seconds, "End after so many seconds")
-        ->check(AboveZero());
-    command->add_option("--count", limits->count, "End after so many values")->check(AboveZero());
+    AddSeconds(*command, limits->seconds, AboveZero());
+    command->add_option("--count", limits->count, "End after this many values")->check(AboveZero());
     command->callback(
         [&console, options, target, limits] { Subscribe(*options, *target, *limits, console); });
 }
 
-void AddMtu(CLI::App& gatt, Console& console)
+void AddMtu(CLI::App& gatt, const Console& console)
 {
     const auto options = std::make_shared<PeerOptions>();
-    AddPeerCommand(gatt, "mtu", "Show the MTU of a connection, in bytes", options)
+    AddPeerCommand(gatt, "mtu", "Show the MTU of a connection to a device, in bytes", options)
         ->callback([&console, options] { ShowMtu(*options, console); });
-}
-
-void AddServe(CLI::App& gatt, Console& console)
-{
-    const auto file = std::make_shared<std::string>();
-    const auto seconds = std::make_shared<std::optional<double>>();
-    CLI::App* const command = gatt.add_subcommand(
-        "serve", "Serve what a file describes, until Ctrl-C; show what peers read and write");
-    command->footer(
-        "A line on standard input sets a value, and tells those that subscribed to it:\n"
-        "  2A37 0048            the first characteristic with this UUID, in hexadecimal\n"
-        "  180F/2A19 \"high\"     the one of this service, as text\n"
-        "The file:\n"
-        "  {\"services\": [{\"uuid\": \"180D\", \"characteristics\": [\n"
-        "      {\"uuid\": \"2A37\", \"flags\": [\"read\", \"notify\"], \"value\": \"0048\"},\n"
-        "      {\"uuid\": \"2A39\", \"flags\": [\"write\"], \"value\": {\"text\": \"on\"}}]}]}\n");
-    command->add_option("FILE", *file, "The services, in JSON")->required();
-    command->add_option("--seconds", *seconds, "End after so many seconds")->check(AboveZero());
-    command->callback([&console, file, seconds] { ServeGatt(*file, *seconds, console); });
 }
 
 }  // namespace
 
-void AddGattCommand(CLI::App& program, Console& console)
+void AddGattCommand(CLI::App& program, const Console& console)
 {
     CLI::App* const gatt = program.add_subcommand(
-        "gatt", "Bluetooth services: read, write and subscribe to other devices', serve one's own");
+        "gatt", "Bluetooth services: read, write and subscribe to values, or serve them");
     gatt->require_subcommand(1);
     gatt->footer(
         "Examples:\n"
@@ -410,7 +258,7 @@ void AddGattCommand(CLI::App& program, Console& console)
     AddWrite(*gatt, console);
     AddSubscribe(*gatt, console);
     AddMtu(*gatt, console);
-    AddServe(*gatt, console);
+    AddGattServe(*gatt, console);
 }
 
 }  // namespace pelacon::ctl

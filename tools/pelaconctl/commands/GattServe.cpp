@@ -1,40 +1,28 @@
+// pelaconctl gatt serve: serving values to other devices.
 #include <PelaconSDK/PelaconSDK.h>
 #include <os/Threads.h>
 #include <protocol/ServiceStatus.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/GattFile.h>
 #include <tools/pelaconctl/GattText.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/ServiceWatch.h>
-#include <tools/pelaconctl/Session.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/commands/GattServe.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
 #include <iostream>
 #include <variant>
-#include <vector>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using Json = nlohmann::ordered_json;
 using protocol::Uuid;
 
-/// How long nothing may be told before it is seen whether the service still knows this server.
-constexpr std::chrono::milliseconds kLookAtServer(250);
+/// How often the command checks that the service still knows this server, while nothing happens.
+constexpr std::chrono::milliseconds kCheckServer(250);
 
 /// What a peer did.
 struct PeerEvent {
     const char* what;  ///< for programs
     std::uint64_t peer;
-    std::string line;  ///< for people, behind the peer's address
+    std::string line;  ///< for people, after the peer's address
     Json fields = Json::object();
 };
 
@@ -44,12 +32,6 @@ struct InputLine {
 };
 
 using ServerEvent = std::variant<PeerEvent, InputLine>;
-
-Mailbox<ServerEvent>& ServerEvents()
-{
-    static auto& events = *new Mailbox<ServerEvent>;
-    return events;
-}
 
 void PostRequest(const char* what, const char* verb, std::uint64_t peer, const char* service,
                  const char* characteristic, const std::uint8_t* data, std::uint32_t dataLen)
@@ -63,28 +45,29 @@ void PostRequest(const char* what, const char* verb, std::uint64_t peer, const c
     AddUuid(event.fields, "service", serviceUuid);
     AddUuid(event.fields, "characteristic", charUuid);
     AddValue(event.fields, value);
-    ServerEvents().Post(std::move(event));
+    Events<ServerEvent>().Post(std::move(event));
 }
 
 BtGattServerCallbacksC& ServerTable()
 {
     static BtGattServerCallbacksC table{
         [](std::uint64_t peer) {
-            ServerEvents().Post(PeerEvent{"connected", peer, " connected"});
+            Events<ServerEvent>().Post(PeerEvent{"connected", peer, " connected"});
         },
         [](std::uint64_t peer) {
-            ServerEvents().Post(PeerEvent{"disconnected", peer, " disconnected"});
+            Events<ServerEvent>().Post(PeerEvent{"disconnected", peer, " disconnected"});
         },
         [](std::uint64_t peer, std::uint32_t status) {
-            const bool arrived = status == 0;
-            ServerEvents().Post(PeerEvent{
-                "sent",
-                peer,
-                arrived ? " was told" : " was not told (code " + std::to_string(status) + ")",
-                {{"status", status}}});
+            const bool notified = status == 0;
+            Events<ServerEvent>().Post(
+                PeerEvent{"sent",
+                          peer,
+                          notified ? " was notified"
+                                   : " was not notified (code " + std::to_string(status) + ")",
+                          {{"status", status}}});
         },
         [](std::uint64_t peer, std::uint32_t mtu) {
-            ServerEvents().Post(
+            Events<ServerEvent>().Post(
                 PeerEvent{"mtu", peer, " has MTU " + std::to_string(mtu), {{"mtu", mtu}}});
         }};
     return table;
@@ -104,7 +87,7 @@ BtGattCharCallbacksC& CharTable()
     return table;
 }
 
-/// Serves as long as it lives.
+/// Serves while it lives.
 class Server {
   public:
     explicit Server(const std::vector<ServedService>& services) : services_(services) { Publish(); }
@@ -112,8 +95,8 @@ class Server {
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    /// Serves anew where the service has forgotten all; true when it had.
-    bool Renew()
+    /// Serves again if PelaconService was restarted and does not know the server; true if so.
+    bool RestartIfForgotten()
     {
         const std::int32_t status = BleGattServer::BleGattServerStartService(id_, handles_.front());
         if (status != protocol::kStatusUnknownId) {
@@ -123,8 +106,8 @@ class Server {
         return true;
     }
 
-    /// Makes a value the current one and tells all that want to hear of it: that of this service's
-    /// characteristic, or else of the first that has one with this UUID. Returns the service.
+    /// Sets a value and notifies the subscribed peers. Without a service, the first one with this
+    /// characteristic is meant. Returns the service.
     Uuid SetValue(const std::optional<Uuid>& service, const Uuid& characteristic,
                   const Bytes& value)
     {
@@ -150,7 +133,7 @@ class Server {
     void Publish()
     {
         handles_.clear();
-        Check(BleGattServer::BleGattServerRegister(&ServerTable(), &id_), "become a GATT server");
+        Check(BleGattServer::BleGattServerRegister(&ServerTable(), &id_), "register a GATT server");
         for (const ServedService& service : services_) {
             std::int32_t handle = 0;
             const std::string uuid = FormatUuid(service.uuid);
@@ -169,24 +152,39 @@ class Server {
         }
     }
 
-    std::vector<ServedService> services_;  // with the values that they have now
+    std::vector<ServedService> services_;  // with the current values
     std::int32_t id_ = 0;
     std::vector<std::int32_t> handles_;
 };
 
-/// Reads standard input until its end, on a thread of its own: it may block for ever.
+/// Reads standard input until its end, on a detached thread, as reading may block for ever.
 void ReadInput()
 {
     os::StartDetachedThread([] {
         std::string line;
         while (std::getline(std::cin, line)) {
-            ServerEvents().Post(InputLine{line});
+            Events<ServerEvent>().Post(InputLine{line});
         }
     });
 }
 
-/// Does what a line such as `2A37 0048` or `180F/2A19 "high"` says. What is wrong with it is said,
-/// and does not end the command.
+/// Where a line of standard input puts a value.
+struct InputTarget {
+    std::optional<Uuid> service;
+    Uuid characteristic;
+};
+
+/// Reads "2A37" or "180F/2A19". Throws Failure.
+InputTarget ParseTarget(const std::string& path)
+{
+    const std::size_t slash = path.find('/');
+    if (slash == std::string::npos) {
+        return {std::nullopt, ParseUuidText(path)};
+    }
+    return {ParseUuidText(path.substr(0, slash)), ParseUuidText(path.substr(slash + 1))};
+}
+
+/// Sets the value of a line such as `2A37 0048` or `180F/2A19 "high"`. Throws Failure.
 void TakeInput(const std::string& line, Server& server, const Console& console)
 {
     const std::size_t begin = line.find_first_not_of(" \t\r");
@@ -195,27 +193,16 @@ void TakeInput(const std::string& line, Server& server, const Console& console)
     }
     const std::size_t end = line.find_last_not_of(" \t\r") + 1;
     const std::size_t blank = std::min(line.find_first_of(" \t", begin), end);
-    const std::string path = line.substr(begin, blank - begin);
     const std::size_t value = std::min(line.find_first_not_of(" \t", blank), end);
-    try {
-        const std::size_t slash = path.find('/');
-        std::optional<Uuid> service;
-        if (slash != std::string::npos) {
-            service = ParseUuidText(path.substr(0, slash));
-        }
-        const Uuid characteristic =
-            ParseUuidText(slash != std::string::npos ? path.substr(slash + 1) : path);
-        const Bytes bytes = ParseValue(line.substr(value, end - value));
-        const Uuid owner = server.SetValue(service, characteristic, bytes);
-        Json record{{"event", "value"}};
-        AddUuid(record, "service", owner);
-        AddUuid(record, "characteristic", characteristic);
-        AddValue(record, bytes);
-        console.Report(record, FormatUuid(owner) + "/" + FormatUuid(characteristic) + " is now " +
-                                   FormatValue(bytes));
-    } catch (const Failure& failure) {
-        std::cerr << "pelaconctl: " << failure.what() << '\n';
-    }
+    const InputTarget target = ParseTarget(line.substr(begin, blank - begin));
+    const Bytes bytes = ParseValue(line.substr(value, end - value));
+    const Uuid service = server.SetValue(target.service, target.characteristic, bytes);
+    Json record{{"event", "value"}};
+    AddUuid(record, "service", service);
+    AddUuid(record, "characteristic", target.characteristic);
+    AddValue(record, bytes);
+    console.Report(record, FormatUuid(service) + "/" + FormatUuid(target.characteristic) +
+                               " is now " + FormatValue(bytes));
 }
 
 void ReportPeer(const PeerEvent& event, const Console& console)
@@ -225,41 +212,59 @@ void ReportPeer(const PeerEvent& event, const Console& console)
     console.Report(record, FormatAddress(event.peer) + event.line);
 }
 
-}  // namespace
-
-void ServeGatt(const std::string& file, std::optional<double> seconds, const Console& console)
+void Serve(const std::string& file, std::optional<double> seconds, const Console& console)
 {
     const std::vector<ServedService> services = LoadServices(file);
-    const Session session;
+    const LibrarySession session;
     session.RequireBluetooth();
     BtInfo info{};
     Check(GetBtMacAndName(&info), "read the adapter's address");
-    const UntilInterrupt interrupt([] { ServerEvents().Close(); });
+    EventLoop<ServerEvent> loop(seconds);
     Server server(services);
     console.Report({{"event", "serving"}, {"address", FormatAddress(info.mac)}},
                    "Serving under " + FormatAddress(info.mac) +
-                       ". Lines such as 2A37 0048 set values; Ctrl-C ends it.");
+                       ". Lines such as 2A37 0048 set values. Press Ctrl-C to stop.");
     ReadInput();
-    const auto end = After(seconds);
-    ServiceWatch watch;
-    while (!interrupt.Happened() && (!end || ServiceWatch::Clock::now() < *end)) {
-        const auto soon = ServiceWatch::Clock::now() + kLookAtServer;
-        const auto event = ServerEvents().Next(end ? std::min(*end, soon) : soon);
-        const auto* peerEvent = event ? std::get_if<PeerEvent>(&*event) : nullptr;
-        if (peerEvent != nullptr) {
-            ReportPeer(*peerEvent, console);
+    while (loop.Continues()) {
+        const auto event = loop.Next(kCheckServer);
+        if (event && std::holds_alternative<PeerEvent>(*event)) {
+            ReportPeer(std::get<PeerEvent>(*event), console);
             continue;
         }
-        // Looked after for each line, too: lines may come without a pause.
-        watch.Look();
-        if (server.Renew()) {
+        // Before each line of input as well: lines may come without a pause.
+        if (server.RestartIfForgotten()) {
             console.Report({{"event", "restarted"}},
                            "PelaconService was restarted; serving again.");
         }
         if (event) {
-            TakeInput(std::get<InputLine>(*event).text, server, console);
+            try {
+                TakeInput(std::get<InputLine>(*event).text, server, console);
+            } catch (const Failure& failure) {
+                std::cerr << "pelaconctl: " << failure.what() << '\n';
+            }
         }
     }
+}
+
+}  // namespace
+
+void AddGattServe(CLI::App& gatt, const Console& console)
+{
+    const auto file = std::make_shared<std::string>();
+    const auto seconds = std::make_shared<std::optional<double>>();
+    CLI::App* const command = gatt.add_subcommand(
+        "serve", "Serve the services of a file, until Ctrl-C; show what peers read and write");
+    command->footer(
+        "A line on standard input sets a value and notifies the subscribed peers:\n"
+        "  2A37 0048            the first characteristic with this UUID, in hexadecimal\n"
+        "  180F/2A19 \"high\"     a characteristic of this service, as text\n"
+        "The file:\n"
+        "  {\"services\": [{\"uuid\": \"180D\", \"characteristics\": [\n"
+        "      {\"uuid\": \"2A37\", \"flags\": [\"read\", \"notify\"], \"value\": \"0048\"},\n"
+        "      {\"uuid\": \"2A39\", \"flags\": [\"write\"], \"value\": {\"text\": \"on\"}}]}]}\n");
+    command->add_option("FILE", *file, "The services, in JSON")->required();
+    AddSeconds(*command, *seconds, AboveZero());
+    command->callback([&console, file, seconds] { Serve(*file, *seconds, console); });
 }
 
 }  // namespace pelacon::ctl

@@ -1,34 +1,22 @@
 // pelaconctl group channels, recommend.
 #include <PelaconSDK/Vod2dApi.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/GroupParts.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 #include <array>
 #include <charconv>
 #include <iterator>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-constexpr std::size_t kMostSides = 10;
+constexpr std::size_t kMaxSides = 10;
 
 void ShowChannels(const Console& console)
 {
-    const Session session;
-    std::array<std::int32_t, 1020> channels{};  // any list fits: see Vod2dGetChannelListFor5G
+    const LibrarySession session;
+    std::array<std::int32_t, 1020> channels{};  // enough for any list: see Vod2dGetChannelListFor5G
     CheckWifi(Vod2dGetChannelListFor5G(channels.data(), static_cast<std::int32_t>(channels.size())),
               "list the channels");
     Json list = Json::array();
@@ -40,12 +28,12 @@ void ShowChannels(const Console& console)
         }
     }
     console.Report({{"channels", list}},
-                   line.empty() ? "No channel of the 5 GHz band may be used." : line);
+                   line.empty() ? "No channel of the 5 GHz band is allowed." : line);
 }
 
-/// What one side of a link can do, as options say it.
-struct Wishes {
-    std::string band = "any";
+/// The options of `group recommend`.
+struct RecommendOptions {
+    std::int32_t band = kVod2dBandAny;
     std::int32_t bandwidth = 0;
     std::vector<std::string> sides;
 };
@@ -57,8 +45,8 @@ RecommendChannelRequest ReadSide(std::string_view text)
     const char* const end = position + text.size();
     const auto refuse = [&]() -> void {
         throw Failure(ExitStatus::kUsage, "\"" + std::string(text) +
-                                              "\" is no list of channels: up to 14 numbers with "
-                                              "commas between them, such as 36,40,44.");
+                                              "\" is not a list of channels: up to 14 numbers "
+                                              "separated by commas, such as 36,40,44.");
     };
     while (position != end) {
         if (side.channelCount == static_cast<std::int32_t>(std::size(side.channels))) {
@@ -75,41 +63,39 @@ RecommendChannelRequest ReadSide(std::string_view text)
     return side;
 }
 
-std::vector<RecommendChannelRequest> RequestsOf(const Wishes& wishes)
+std::vector<RecommendChannelRequest> RequestsOf(const RecommendOptions& options)
 {
-    if (wishes.sides.size() > kMostSides) {
-        throw Failure(ExitStatus::kUsage, "A link has ten sides at most.");
+    if (options.sides.size() > kMaxSides) {
+        throw Failure(ExitStatus::kUsage, "A link has at most ten sides.");
     }
     std::vector<RecommendChannelRequest> requests;
-    for (const std::string& side : wishes.sides) {
+    for (const std::string& side : options.sides) {
         requests.push_back(ReadSide(side));
     }
     if (requests.empty()) {
         requests.emplace_back();
     }
     for (RecommendChannelRequest& request : requests) {
-        request.band = wishes.band == "5"     ? kVod2dBand5GHz
-                       : wishes.band == "2.4" ? kVod2dBand24GHz
-                                              : kVod2dBandAny;
-        request.bandwidth = wishes.bandwidth;
+        request.band = options.band;
+        request.bandwidth = options.bandwidth;
     }
     return requests;
 }
 
-void Recommend(const Wishes& wishes, const Console& console)
+void Recommend(const RecommendOptions& options, const Console& console)
 {
-    const std::vector<RecommendChannelRequest> requests = RequestsOf(wishes);
-    const Session session;
+    const std::vector<RecommendChannelRequest> requests = RequestsOf(options);
+    const LibrarySession session;
     RecommendChannelResponse best{};
     const WifiErrorCode result = Vod2dGetRecommendChannel(
         requests.data(), static_cast<std::int32_t>(requests.size()), &best);
     if (result == kWifiNotFound) {
-        throw Failure(ExitStatus::kFailed, "No channel of this adapter suits any side.");
+        throw Failure(ExitStatus::kFailed, "This adapter has no channel that suits any side.");
     }
     CheckWifi(result, "recommend a channel");
-    const std::string suits = wishes.sides.empty() ? ""
-                                                   : ", suits " + std::to_string(best.satisfied) +
-                                                         " of " + std::to_string(requests.size());
+    const std::string suits = options.sides.empty() ? ""
+                                                    : ", suits " + std::to_string(best.satisfied) +
+                                                          " of " + std::to_string(requests.size());
     console.Report({{"channel", best.channel},
                     {"frequency", best.frequency},
                     {"bandwidth", best.bandwidth},
@@ -125,21 +111,22 @@ void Recommend(const Wishes& wishes, const Console& console)
 
 void AddGroupChannels(CLI::App& group, const Console& console)
 {
-    group.add_subcommand("channels", "List the channels of the 5 GHz band that may be used")
+    group.add_subcommand("channels", "List the allowed channels of the 5 GHz band")
         ->callback([&console] { ShowChannels(console); });
 
-    const auto wishes = std::make_shared<Wishes>();
+    const auto options = std::make_shared<RecommendOptions>();
     CLI::App* const recommend = group.add_subcommand(
-        "recommend", "Recommend a channel that suits all sides of a link, or most of them");
-    recommend->add_option("SIDE", wishes->sides,
-                          "The channels that one side can use, such as 36,40,44; up to ten sides. "
-                          "Without any, all channels");
-    recommend->add_option("--band", wishes->band, "Only this band: 2.4, 5 or any")
-        ->check(CLI::IsMember({"any", "2.4", "5"}))
-        ->capture_default_str();
-    recommend->add_option("--bandwidth", wishes->bandwidth, "No wider than so many MHz")
+        "recommend", "Recommend a channel that suits all sides of a link, or most sides");
+    recommend->add_option("SIDE", options->sides,
+                          "The channels that one side can use, such as 36,40,44; up to ten sides.\n"
+                          "Without sides, all channels are considered");
+    recommend->add_option("--band", options->band, "Only this band: 2.4, 5 or any (default)")
+        ->transform(OneOf<std::int32_t>(
+            {{"any", kVod2dBandAny}, {"2.4", kVod2dBand24GHz}, {"5", kVod2dBand5GHz}}))
+        ->type_name("BAND");
+    recommend->add_option("--bandwidth", options->bandwidth, "At most this many MHz wide")
         ->check(NotNegative());
-    recommend->callback([&console, wishes] { Recommend(*wishes, console); });
+    recommend->callback([&console, options] { Recommend(*options, console); });
 }
 
 }  // namespace pelacon::ctl

@@ -1,35 +1,16 @@
-// pelaconctl group: Wi-Fi Direct groups, made, described and removed.
-#include <PelaconSDK/PelaconSvc.h>
+// pelaconctl group: creating, showing and removing Wi-Fi Direct groups.
 #include <PelaconSDK/Vod2dApi.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Control.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/Session.h>
 #include <tools/pelaconctl/Spinner.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/Commands.h>
-#include <tools/pelaconctl/commands/GroupParts.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-/// The group as people and programs read it.
-void ReportGroup(const Vod2dSoftAPInfo& info, const Json& more, const std::string& rows,
-                 const Console& console)
+/// Reports the group. `more` are further fields of the record, `moreRows` further lines.
+void ReportGroup(const Vod2dSoftAPInfo& info, const Json& more,
+                 const std::vector<Console::Row>& moreRows, const Console& console)
 {
     const std::string ssid = Printable(FieldText(info.ssid));
     const std::string passPhrase = Printable(FieldText(info.pwd));
@@ -40,60 +21,57 @@ void ReportGroup(const Vod2dSoftAPInfo& info, const Json& more, const std::strin
     record.update(more);
     const std::string where = info.active != 0
                                   ? "There is a group on " + ChannelText(info.channel) + "."
-                                  : std::string("There is no group. One would be:");
-    console.Report(record, console.Styled(Console::Style::kBold, where) + "\nName         " + ssid +
-                               "\nPass phrase  " + passPhrase + "\nAddress      " + address +
-                               "\nIP address   " + ipAddress + rows);
+                                  : std::string("There is no group. The next one will use:");
+    std::vector<Console::Row> rows{{"Name", ssid},
+                                   {"Pass phrase", passPhrase},
+                                   {"Address", address},
+                                   {"IP address", ipAddress}};
+    rows.insert(rows.end(), moreRows.begin(), moreRows.end());
+    console.Report(record, console.Styled(Console::Style::kBold, where) + console.Rows(rows));
 }
 
-/// A group that nobody waits for any more is not to appear after this program has ended, when its
-/// library cannot remove it.
-void AbandonCreation(const Console& console)
+/// Removes a group that may still be under creation, so that it does not appear after this program
+/// has ended, when its library can no longer remove it.
+void CancelCreation(const Console& console)
 {
-    const Spinner spinner(console, "Taking the request back");
+    const Spinner spinner(console, "Cancelling the request");
     Vod2dRemoveGroup();
 }
 
 void Create(std::int32_t channel, const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     Vod2dSoftAPInfo info{};
     info.channel = channel;
     WifiErrorCode result = kWifiFailed;
-    bool interrupted = false;
-    {
-        // Stopping the library ends the wait.
-        const UntilInterrupt interrupt([] { PelaconSvcStop(); });
-        const Spinner spinner(console, "Making a group");
-        result = Vod2dCreateGroup(&info);
-        interrupted = interrupt.Happened();
-    }
-    if (interrupted) {
-        PelaconSvcStart();
-        AbandonCreation(console);
+    if (session.RunInterruptibly(console, "Creating a group",
+                                 [&] { result = Vod2dCreateGroup(&info); })) {
+        CancelCreation(console);
         throw Failure(ExitStatus::kInterrupted, "Interrupted: there is no group.");
     }
     if (result == kWifiNoReply) {
         ProbeService();
-        AbandonCreation(console);
+        CancelCreation(console);
         throw Failure(ExitStatus::kNoAnswer,
-                      "PelaconService did not make a group in time; it was told to give up.");
+                      "PelaconService did not create a group in time; the request was cancelled.");
     }
     if (result == kWifiBusy) {
-        throw Failure(ExitStatus::kFailed,
-                      "There is a group already, or one is being made. See: pelaconctl group info");
+        throw Failure(
+            ExitStatus::kFailed,
+            "There is a group already, or one is being created. See: pelaconctl group info");
     }
     if (result == kWifiNotSupported && channel != 0) {
-        throw Failure(ExitStatus::kFailed, "No group was made: the adapter may not use channel " +
-                                               std::to_string(channel) + ", or the radio failed.");
+        throw Failure(ExitStatus::kFailed,
+                      "No group was created: the adapter may not use channel " +
+                          std::to_string(channel) + ", or the radio failed.");
     }
-    CheckWifi(result, "make a group");
-    ReportGroup(info, Json::object(), "", console);
+    CheckWifi(result, "create a group");
+    ReportGroup(info, Json::object(), {}, console);
 }
 
 void Remove(const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     WifiErrorCode result = kWifiFailed;
     {
         const Spinner spinner(console, "Removing the group");
@@ -107,18 +85,18 @@ void Remove(const Console& console)
                       "Other programs use the group's link, so it was not removed.");
     }
     CheckWifi(result, "remove the group");
-    console.Report({{"removed", true}}, "The group is removed.");
+    console.Report({{"removed", true}}, "The group was removed.");
 }
 
 void ShowInfo(const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     Vod2dSoftAPInfo info{};
-    CheckWifi(Vod2dGetGroupConfig(&info), "describe the group");
+    CheckWifi(Vod2dGetGroupConfig(&info), "read the group's configuration");
     Vod2dLinkGroup link{};
     CheckWifi(Vod2dGetGroupInfoConnected(&link), "count the stations");
     bool active = false;
-    CheckWifi(Vod2dIsWifiActive(&active), "say whether Wi-Fi is on");
+    CheckWifi(Vod2dIsWifiActive(&active), "read the state of Wi-Fi");
     const std::int32_t frequency = Vod2dGetFrequency();
     if (frequency < 0) {
         FailForNoAnswer("read the frequency");
@@ -126,19 +104,20 @@ void ShowInfo(const Console& console)
     char mac[6] = {};
     CheckWifi(Vod2dGetBaseMacAddress(mac, sizeof mac), "read the adapter's address");
     const std::string adapter = FormatAddress(AddressOf(mac));
-    ReportGroup(info,
-                {{"stations", link.stationCount},
-                 {"wifi", active},
-                 {"frequency", frequency},
-                 {"adapter", adapter}},
-                "\nStations     " + std::to_string(link.stationCount) + "\nAdapter      " +
-                    adapter + ", " + (active ? "on" : "off") +
-                    (frequency > 0 ? ", at " + std::to_string(frequency) + " MHz" : ""),
-                console);
+    ReportGroup(
+        info,
+        {{"stations", link.stationCount},
+         {"wifi", active},
+         {"frequency", frequency},
+         {"adapter", adapter}},
+        {{"Stations", std::to_string(link.stationCount)},
+         {"Adapter", adapter + ", " + (active ? "on" : "off") +
+                         (frequency > 0 ? ", at " + std::to_string(frequency) + " MHz" : "")}},
+        console);
 }
 
-/// The stations by name, as the service tells its operator only; nothing for others.
-std::optional<Json> NamedStations()
+/// The stations' addresses, which the service gives to its operator only; nothing for other users.
+std::optional<Json> StationList()
 {
     try {
         return Control({{"command", "status"}}).at("group").at("stations");
@@ -152,14 +131,14 @@ std::optional<Json> NamedStations()
 
 void ShowStations(const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     Vod2dLinkGroup link{};
     CheckWifi(Vod2dGetGroupInfoConnected(&link), "count the stations");
     if (link.groupState != kVod2dGroupExists) {
         throw Failure(ExitStatus::kFailed,
-                      "There is no group. Make one with: pelaconctl group create");
+                      "There is no group. Create one with: pelaconctl group create");
     }
-    const std::optional<Json> stations = NamedStations();
+    const std::optional<Json> stations = StationList();
     if (!stations) {
         console.Report({{"stations", link.stationCount}},
                        "Stations connected: " + std::to_string(link.stationCount));
@@ -169,11 +148,10 @@ void ShowStations(const Console& console)
         console.Say("No station is connected.");
     }
     for (const Json& station : *stations) {
-        const std::string address = StationAddress(station.value("address", ""));
+        const std::string address = FormatStation(station.value("address", ""));
         const std::string ipAddress = Printable(station.value("ipAddress", ""));
-        std::string line = address;
-        line.append("  ").append(ipAddress);
-        console.Report({{"address", address}, {"ipAddress", ipAddress}}, line);
+        console.Report({{"address", address}, {"ipAddress", ipAddress}},
+                       address + "  " + ipAddress);
     }
 }
 
@@ -181,34 +159,25 @@ void AddGroupLife(CLI::App& group, const Console& console)
 {
     const auto channel = std::make_shared<std::int32_t>(0);
     CLI::App* const create =
-        group.add_subcommand("create", "Make a group, and wait up to 20 s until it is there");
-    create->add_option("--channel", *channel, "The channel wished for; without it, any")
-        ->check(NotNegative());
+        group.add_subcommand("create", "Create a group, and wait up to 20 s until it is ready");
+    create->add_option("--channel", *channel, "The channel; any by default")->check(NotNegative());
     create->callback([&console, channel] { Create(*channel, console); });
 
-    group.add_subcommand("remove", "Remove the group, and wait until it is gone")
+    group.add_subcommand("remove", "Remove the group, and wait until it is removed")
         ->callback([&console] { Remove(console); });
-    group.add_subcommand("info", "Describe the group, and the adapter that it is on")
-        ->callback([&console] { ShowInfo(console); });
+    group.add_subcommand("info", "Show the group and its adapter")->callback([&console] {
+        ShowInfo(console);
+    });
     group.add_subcommand("stations", "List the devices that have joined the group")
         ->callback([&console] { ShowStations(console); });
 }
 
 }  // namespace
 
-std::string StationAddress(std::string_view digits)
+void AddGroupCommand(CLI::App& program, const Console& console)
 {
-    try {
-        return FormatAddress(ParseAddress(digits));
-    } catch (const Failure&) {
-        return Printable(digits);
-    }
-}
-
-void AddGroupCommand(CLI::App& program, Console& console)
-{
-    CLI::App* const group =
-        program.add_subcommand("group", "Wi-Fi Direct groups: made, watched, and what goes before");
+    CLI::App* const group = program.add_subcommand(
+        "group", "Wi-Fi Direct groups, and the agreements that precede a link");
     group->require_subcommand(1);
     group->footer(
         "Examples:\n"

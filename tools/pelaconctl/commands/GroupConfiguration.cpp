@@ -1,23 +1,7 @@
 // pelaconctl group config, interface, hold.
 #include <PelaconSDK/Vod2dApi.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/GroupParts.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <memory>
-#include <optional>
-#include <span>
-#include <string>
-#include <vector>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
 
@@ -32,7 +16,7 @@ std::int32_t TypeOf(const std::string& role)
 
 void ShowConfiguration(const std::string& role, const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     std::uint8_t blob[kBlobSize];
     std::int32_t length = 0;
     const WifiErrorCode result =
@@ -51,33 +35,33 @@ void SetConfiguration(const std::string& role, std::vector<std::uint8_t> bytes,
                       const Console& console)
 {
     if (bytes.size() > kBlobSize) {
-        throw Failure(ExitStatus::kUsage, "A configuration has 512 bytes at most; this one has " +
+        throw Failure(ExitStatus::kUsage, "A configuration has at most 512 bytes; this one has " +
                                               std::to_string(bytes.size()) + ".");
     }
-    const Session session;
+    const LibrarySession session;
     const auto length = static_cast<std::int32_t>(bytes.size());
     bytes.resize(kBlobSize);
     CheckWifi(Vod2dSetPeerWifiCfgInfo(static_cast<PeerCfgType>(TypeOf(role)), bytes.data(), length),
               "set the configuration");
     bytes.resize(static_cast<std::size_t>(length));
     console.Report({{"role", role}, {"data", FormatHex(bytes)}},
-                   "Other programs read it as their own now.");
+                   "Other programs now read it as their own configuration.");
 }
 
 void ShowCoexistence(const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     char capability[256];
     std::int32_t length = 0;
-    CheckWifi(Vod2dGetIfaceCoexistCap(capability, &length), "say what can work side by side");
+    CheckWifi(Vod2dGetIfaceCoexistCap(capability, &length), "read the coexistence capability");
     const std::string text = Printable({capability, static_cast<std::size_t>(length)});
-    console.Report({{"coexistence", text}}, "Side by side: " + text);
+    console.Report({{"coexistence", text}}, "Coexistence: " + text);
 }
 
 void ShowInterface(const std::string& name, std::optional<std::int32_t> scene,
                    const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     const auto length = static_cast<std::int32_t>(name.size());
     char guid[39] = {};
     const WifiErrorCode result = GetGuidByInterfaceName(name.c_str(), length, sizeof guid, guid);
@@ -93,22 +77,20 @@ void ShowInterface(const std::string& name, std::optional<std::int32_t> scene,
     console.Report({{"name", name}, {"guid", text}}, text);
 }
 
-/// Nothing is posted here: it is only waited on.
-Mailbox<int>& Ending()
-{
-    static auto& ending = *new Mailbox<int>;
-    return ending;
-}
+/// No event is ever posted: the command waits for Ctrl-C or the end of its time.
+struct NoEvent {};
 
 void HoldLink(std::optional<double> seconds, const Console& console)
 {
-    const Session session;
-    const UntilInterrupt interrupt([] { Ending().Close(); });
-    CheckWifi(Vod2dOrvidSharedlinkIncrease(), "count one more use of the link");
-    console.Report({{"holding", true}}, "Holding the link: the group is not removed by others.");
-    Ending().Next(After(seconds));
-    CheckWifi(Vod2dOrvidSharedlinkDecrease(), "count one use of the link less");
-    console.Report({{"holding", false}}, "Let go.");
+    const LibrarySession session;
+    const UntilInterrupt interrupt([] { Events<NoEvent>().Close(); });
+    CheckWifi(Vod2dOrvidSharedlinkIncrease(), "count one more user of the link");
+    console.Report(
+        {{"holding", true}},
+        "Holding the link: other programs cannot remove the group. Press Ctrl-C to stop.");
+    Events<NoEvent>().Next(After(seconds));
+    CheckWifi(Vod2dOrvidSharedlinkDecrease(), "count one user of the link less");
+    console.Report({{"holding", false}}, "The link was released.");
 }
 
 void AddConfig(CLI::App& group, const Console& console)
@@ -120,8 +102,10 @@ void AddConfig(CLI::App& group, const Console& console)
     };
     const auto options = std::make_shared<Options>();
     CLI::App* const config = group.add_subcommand(
-        "config", "Show this device's configuration, or set the one of the other programs");
-    config->add_option("ROLE", options->role, "For whom: the group's owner, or a station")
+        "config", "Show this device's configuration, or set that of the peers");
+    config
+        ->add_option("ROLE", options->role,
+                     "The role that the configuration is for: owner or station")
         ->required()
         ->check(CLI::IsMember({"owner", "station"}));
     CLI::Option* const text = config->add_option("--set", options->text, "Set it to this text");
@@ -147,9 +131,12 @@ void AddInterface(CLI::App& group, const Console& console)
     };
     const auto options = std::make_shared<Options>();
     CLI::App* const interfaces = group.add_subcommand(
-        "interface", "Show an interface's GUID; without a name, what can work side by side");
-    CLI::Option* const name = interfaces->add_option("NAME", options->name, "Such as wlan0");
-    interfaces->add_option("--scene", options->scene, "Say what it is used for: a number")
+        "interface", "Show an interface's GUID; without a name, the interfaces' coexistence");
+    CLI::Option* const name =
+        interfaces->add_option("NAME", options->name, "The interface, such as wlan0");
+    interfaces
+        ->add_option("--scene", options->scene,
+                     "Set the number of the scene that the interface is used for")
         ->needs(name);
     interfaces->callback([&console, options] {
         if (options->name) {
@@ -169,8 +156,8 @@ void AddGroupConfiguration(CLI::App& group, const Console& console)
 
     const auto seconds = std::make_shared<std::optional<double>>();
     CLI::App* const hold = group.add_subcommand(
-        "hold", "Use the group's link until Ctrl-C, so that others do not remove it");
-    hold->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
+        "hold", "Use the group's link until Ctrl-C, so that others cannot remove the group");
+    AddSeconds(*hold, *seconds);
     hold->callback([&console, seconds] { HoldLink(*seconds, console); });
 }
 

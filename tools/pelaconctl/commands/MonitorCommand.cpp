@@ -1,30 +1,16 @@
 // pelaconctl monitor: every notification that the service sends, one line each.
 #include <protocol/Operation.h>
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Control.h>
-#include <tools/pelaconctl/Interrupt.h>
-#include <tools/pelaconctl/Mailbox.h>
 #include <tools/pelaconctl/Notifications.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/commands/Commands.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <chrono>
-#include <memory>
-#include <optional>
-#include <string>
+#include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
 
 namespace {
 
-/// How soon Ctrl-C and the end of the time are noticed.
+/// How often Ctrl-C and the end of the time are checked.
 constexpr auto kIdle = std::chrono::milliseconds(50);
 
-/// Names in a column of their own, as wide as the longest of them.
+/// The column of names: as wide as the longest name, and a gap.
 constexpr std::size_t kNameWidth = 28;
 
 void ShowNotification(const TagIPCMessageItem& item, const Console& console)
@@ -32,7 +18,7 @@ void ShowNotification(const TagIPCMessageItem& item, const Console& console)
     const auto now = std::chrono::system_clock::now();
     const std::string name = NotificationName(item.msgId);
     const std::span<const std::uint8_t> payload(item.message, item.length);
-    const nlohmann::ordered_json fields = NotificationFields(item.msgId, payload);
+    const Json fields = NotificationFields(item.msgId, payload);
     const std::string bytes = FormatHex(payload);
     const std::string padding(name.size() < kNameWidth ? kNameWidth - name.size() : 1, ' ');
     console.Report({{"time", FormatTime(now)},
@@ -63,20 +49,20 @@ void Monitor(std::optional<double> seconds, const Console& console)
 
 }  // namespace
 
-void AddMonitorCommand(CLI::App& program, Console& console)
+void AddMonitorCommand(CLI::App& program, const Console& console)
 {
     CLI::App* const monitor = program.add_subcommand(
-        "monitor", "Watch what the service tells its clients, one line each, until Ctrl-C");
+        "monitor", "Show each notification that the service sends to a client, until Ctrl-C");
     monitor->footer(
-        "Each line shows when, what and its fields; with --json the bytes as well. What is sent\n"
-        "to several clients shows once for each of them.\n"
+        "Each line shows the time, the name and the fields; with --json the bytes as well. A\n"
+        "notification to several clients is shown once for each of them.\n"
         "\n"
         "Examples:\n"
         "  pelaconctl monitor\n"
         "  pelaconctl monitor --seconds 10 | grep ScanResult\n"
         "  pelaconctl monitor --json | jq -r 'select(.name == \"BtStateChanged\") | .fields'\n");
     const auto seconds = std::make_shared<std::optional<double>>();
-    monitor->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
+    AddSeconds(*monitor, *seconds);
     monitor->callback([&console, seconds] { Monitor(*seconds, console); });
 }
 

@@ -1,37 +1,18 @@
-// pelaconctl scan: what is in the air.
+// pelaconctl scan: the devices that advertise.
 #include <PelaconSDK/BleScanner.h>
 #include <protocol/AdStructure.h>
 #include <tools/pelaconctl/AdvertisedData.h>
-#include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/DeviceTable.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
 #include <tools/pelaconctl/LiveText.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/ServiceWatch.h>
-#include <tools/pelaconctl/Session.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/commands/Commands.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <chrono>
-#include <memory>
-#include <optional>
-#include <string>
 #include <variant>
-#include <vector>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Clock = DeviceTable::Clock;
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kMostFilters = 5;
 constexpr auto kRedrawEvery = std::chrono::milliseconds(200);
@@ -43,19 +24,13 @@ struct ScanOptions {
     DeviceTable::Order order = DeviceTable::Order::kSignal;
 };
 
-/// A listener's status, as its callback gets it.
+/// A change of the listener's status.
 struct StatusChange {
     std::int32_t status;
 };
 using ScanEvent = std::variant<BleScanResultC, StatusChange>;
 
-Mailbox<ScanEvent>& ScanEvents()
-{
-    static auto& events = *new Mailbox<ScanEvent>;
-    return events;
-}
-
-/// Scans as long as it lives.
+/// Scans while it lives.
 class ScanListener {
   public:
     ScanListener(std::vector<BleScanFilter> filters, BleScanPolicy policy)
@@ -72,12 +47,12 @@ class ScanListener {
     ScanListener(const ScanListener&) = delete;
     ScanListener& operator=(const ScanListener&) = delete;
 
-    /// Also after a restart of the service, which has forgotten both filters and policy.
+    /// Called again after a restart of the service, which forgets filters and policy.
     void Start()
     {
         if (!filters_.empty()) {
             Check(SetScanFilter(id_, filters_.data(), static_cast<int>(filters_.size())),
-                  "filter what is heard");
+                  "set the scan filters");
         }
         Check(StartBleScan(id_, policy_), "scan");
     }
@@ -86,8 +61,10 @@ class ScanListener {
     static BleScanCallbacksC& Table()
     {
         static BleScanCallbacksC table{
-            [](std::int32_t, std::int32_t status) { ScanEvents().Post(StatusChange{status}); },
-            [](std::int32_t, BleScanResultC result) { ScanEvents().Post(result); }};
+            [](std::int32_t, std::int32_t status) {
+                Events<ScanEvent>().Post(StatusChange{status});
+            },
+            [](std::int32_t, BleScanResultC result) { Events<ScanEvent>().Post(result); }};
         return table;
     }
 
@@ -103,7 +80,7 @@ BleScanFilter MakeFilter(std::int32_t type, const Bytes& pattern, const std::str
     BleScanFilter filter{};
     if (pattern.size() > sizeof filter.patternData) {
         throw Failure(ExitStatus::kUsage,
-                      "The filter \"" + text + "\" is too long: a pattern has 32 bytes at most.");
+                      "The filter \"" + text + "\" is too long: a pattern has at most 32 bytes.");
     }
     filter.type = type;
     filter.patternLength = static_cast<std::uint32_t>(pattern.size());
@@ -111,12 +88,14 @@ BleScanFilter MakeFilter(std::int32_t type, const Bytes& pattern, const std::str
     return filter;
 }
 
-Bytes LittleEndian(std::uint16_t identifier)
+Bytes IdentifierBytes(const std::string& text)
 {
-    return {static_cast<std::uint8_t>(identifier), static_cast<std::uint8_t>(identifier >> 8)};
+    Bytes bytes;
+    AppendUuid16(bytes, ParseUuid16(text));
+    return bytes;
 }
 
-/// Reads "name=Lamp" and its like.
+/// Reads "name=Lamp" and the other kinds of filters.
 BleScanFilter ParseFilter(const std::string& text)
 {
     const std::size_t equals = text.find('=');
@@ -130,10 +109,10 @@ BleScanFilter ParseFilter(const std::string& text)
             return MakeFilter(kBleScanFilterAddress, ParseHex(value), text);
         }
         if (kind == "service") {
-            return MakeFilter(protocol::kAdServiceData16, LittleEndian(ParseUuid16(value)), text);
+            return MakeFilter(protocol::kAdServiceData16, IdentifierBytes(value), text);
         }
         if (kind == "manufacturer") {
-            return MakeFilter(protocol::kAdManufacturer, LittleEndian(ParseUuid16(value)), text);
+            return MakeFilter(protocol::kAdManufacturer, IdentifierBytes(value), text);
         }
         if (kind == "hex") {
             return MakeFilter(kBleScanFilterAnywhere, ParseHex(value), text);
@@ -141,14 +120,14 @@ BleScanFilter ParseFilter(const std::string& text)
     }
     throw Failure(ExitStatus::kUsage,
                   "\"" + text +
-                      "\" is no filter. There are: name=TEXT, address=HEX, service=UUID, "
-                      "manufacturer=ID, hex=BYTES.");
+                      "\" is not a filter. Filters are name=TEXT, address=HEX, service=UUID, "
+                      "manufacturer=ID and hex=BYTES.");
 }
 
 std::vector<BleScanFilter> ParseFilters(const std::vector<std::string>& texts)
 {
     if (texts.size() > kMostFilters) {
-        throw Failure(ExitStatus::kUsage, "There can be five filters at most.");
+        throw Failure(ExitStatus::kUsage, "At most five filters are allowed.");
     }
     std::vector<BleScanFilter> filters;
     filters.reserve(texts.size());
@@ -158,22 +137,16 @@ std::vector<BleScanFilter> ParseFilters(const std::vector<std::string>& texts)
     return filters;
 }
 
-// ---- Showing what is heard
+// ---- Showing results
 
-const char* EventName(std::int32_t eventType)
+std::string EventName(std::int32_t eventType)
 {
-    switch (eventType) {
-        case kBleScanConnectable:
-            return "connectable";
-        case kBleScanScannable:
-            return "scannable";
-        case kBleScanNonConnectable:
-            return "non-connectable";
-        case kBleScanResponse:
-            return "scan response";
-        default:
-            return "unknown";
-    }
+    return NameOf(eventType,
+                  {{kBleScanConnectable, "connectable"},
+                   {kBleScanScannable, "scannable"},
+                   {kBleScanNonConnectable, "non-connectable"},
+                   {kBleScanResponse, "scan response"}},
+                  "unknown");
 }
 
 Json RecordOf(const BleScanResultC& result)
@@ -189,8 +162,8 @@ Json RecordOf(const BleScanResultC& result)
     return record;
 }
 
-/// A table on a terminal, JSON lines for programs, and otherwise a line for each device that is
-/// new or says something new.
+/// Shows a table on a terminal, JSON lines for programs, and otherwise a line for each device whose
+/// name or data are new.
 class Display {
   public:
     Display(const Console& console, DeviceTable::Order order)
@@ -202,23 +175,23 @@ class Display {
 
     void Show(const BleScanResultC& result)
     {
-        const DeviceTable::News news = table_.Add(result, Clock::now());
+        const DeviceTable::Change change = table_.Add(result, Clock::now());
         if (console_.Json()) {
             console_.Report(RecordOf(result), "");
-        } else if (!redraws_ && news != DeviceTable::News::kNothing) {
+        } else if (!redraws_ && change != DeviceTable::Change::kNone) {
             console_.Say(table_.Line(result.address));
         }
     }
 
-    /// Draws the table anew where it is time to. Returns when it will be the next time.
-    Clock::time_point Redraw()
+    /// Draws the table again if it is time to. Returns the time left until the next drawing.
+    Clock::duration Redraw()
     {
         const Clock::time_point now = Clock::now();
         if (now >= next_) {
             next_ = now + kRedrawEvery;
             Draw(now);
         }
-        return next_;
+        return next_ - now;
     }
 
     void Finish() { Draw(Clock::now()); }
@@ -229,8 +202,8 @@ class Display {
         if (!redraws_) {
             return;
         }
-        // The summary and the line that the cursor is left on take two rows. The last column stays
-        // empty: some terminals go to the next line when it is written to.
+        // The summary and the line of the cursor take two rows. The last column stays empty, as
+        // some terminals start a new line when it is written to.
         constexpr int kOtherRows = 2;
         std::vector<std::string> lines = table_.Lines(
             console_, order_, now, static_cast<std::size_t>(std::max(1, console_.Width() - 1)),
@@ -273,60 +246,55 @@ void Handle(const ScanEvent& event, Display& display, ScanListener& listener)
 void Scan(const ScanOptions& options, const Console& console)
 {
     const std::vector<BleScanFilter> filters = ParseFilters(options.filters);
-    const Session session;
+    const LibrarySession session;
     session.RequireBluetooth();
-    const std::optional<Deadline> end = After(options.seconds);
-    const UntilInterrupt interrupt([] { ScanEvents().Close(); });
+    EventLoop<ScanEvent> loop(options.seconds);
     Display display(console, options.order);
-    ServiceWatch watch;
     ScanListener listener(filters, options.policy);
-    while (!interrupt.Happened() && (!end || Clock::now() < *end)) {
-        const Clock::time_point redraw = display.Redraw();
-        if (const auto event = ScanEvents().Next(end ? std::min(*end, redraw) : redraw)) {
+    while (loop.Continues()) {
+        if (const auto event = loop.Next(display.Redraw())) {
             Handle(*event, display, listener);
         }
-        watch.Look();
     }
     display.Finish();
 }
 
 }  // namespace
 
-void AddScanCommand(CLI::App& program, Console& console)
+void AddScanCommand(CLI::App& program, const Console& console)
 {
     CLI::App* const scan =
         program.add_subcommand("scan", "Show the Bluetooth devices that advertise, until Ctrl-C");
     scan->footer(
-        "On a terminal it is a table that is kept up to date. Where the output is none, a line is\n"
-        "written for each device that is new or says something new; with --json, one for each\n"
-        "result.\n"
+        "A terminal shows a table that is kept up to date. Other outputs get a line for each "
+        "device\n"
+        "that is new or whose name or data change; with --json, a line for each result.\n"
         "\n"
-        "A filter is one of the following; a result is shown if it passes one of up to five.\n"
-        "  name=TEXT        the complete name begins so\n"
-        "  address=HEX      the address begins so\n"
-        "  service=UUID     it carries data of this 16-bit service\n"
-        "  manufacturer=ID  it carries data of this manufacturer\n"
-        "  hex=BYTES        these bytes occur in it\n"
-        "Each advertisement and each scan response is looked at by itself.\n"
+        "There may be up to five filters; a result is shown if it matches one of them:\n"
+        "  name=TEXT        the complete name begins with TEXT\n"
+        "  address=HEX      the address begins with HEX\n"
+        "  service=UUID     it contains data of this 16-bit service\n"
+        "  manufacturer=ID  it contains data of this manufacturer\n"
+        "  hex=BYTES        it contains these bytes\n"
+        "Filters apply to each advertisement and each scan response separately.\n"
         "\n"
         "Examples:\n"
         "  pelaconctl scan\n"
         "  pelaconctl scan --seconds 5 --filter name=Thermo --filter service=180F\n"
         "  pelaconctl scan --json | jq -r 'select(.rssi > -60) | .address'\n");
     const auto options = std::make_shared<ScanOptions>();
-    scan->add_option("--seconds", options->seconds, "End after so many seconds")
-        ->check(NotNegative());
-    scan->add_option("--filter", options->filters, "Show only what passes; may be repeated")
+    AddSeconds(*scan, options->seconds);
+    scan->add_option("--filter", options->filters, "Show only results that match; may be repeated")
         ->allow_extra_args(false)
         ->type_name("FILTER");
     scan->add_option("--policy", options->policy,
-                     "How much is heard: low-power, balanced or low-latency (which is the default)")
+                     "How much is received: low-power, balanced or low-latency (default)")
         ->transform(OneOf<BleScanPolicy>({{"low-power", kBleScanLowPower},
                                           {"balanced", kBleScanBalanced},
                                           {"low-latency", kBleScanLowLatency}}))
         ->type_name("POLICY");
     scan->add_option("--sort", options->order,
-                     "Order of the table: signal (which is the default), address, name or count")
+                     "Order of the table: signal (default), address, name or count")
         ->transform(OneOf<DeviceTable::Order>({{"signal", DeviceTable::Order::kSignal},
                                                {"address", DeviceTable::Order::kAddress},
                                                {"name", DeviceTable::Order::kName},

@@ -1,26 +1,12 @@
 // pelaconctl wifi channels, channel, phone.
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Control.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Session.h>
-#include <tools/pelaconctl/WifiApi.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/WifiParts.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 #include <list>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace pelacon::ctl {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string Listed(const std::list<int>& channels)
 {
@@ -31,7 +17,7 @@ std::string Listed(const std::list<int>& channels)
     return text.empty() ? "none" : text;
 }
 
-/// The channels that one side supports, and the one that it is on.
+/// The channels that one side supports, and its current channel.
 struct Side {
     std::list<int> channels24G;
     std::list<int> channels5G;
@@ -40,11 +26,11 @@ struct Side {
 
 Side ThisComputer()
 {
-    constexpr int kUntouched = -1;
+    constexpr int kUnset = -1;  // the library leaves it so when there is no answer
     Side side;
-    side.current = kUntouched;
+    side.current = kUnset;
     Wifi().GetPCSupportChannelList(side.channels24G, side.channels5G, side.current);
-    if (side.current == kUntouched) {
+    if (side.current == kUnset) {
         FailForNoAnswer("list the channels");
     }
     return side;
@@ -68,12 +54,12 @@ Json RecordOf(const Side& side)
 std::string RowsOf(const Side& side)
 {
     return "\n  2.4 GHz  " + Listed(side.channels24G) + "\n  5 GHz    " + Listed(side.channels5G) +
-           "\n  now on   " + (side.current != 0 ? std::to_string(side.current) : "none");
+           "\n  current  " + (side.current != 0 ? std::to_string(side.current) : "none");
 }
 
 void ShowWifiChannels(const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     const Side computer = ThisComputer();
     const Side phone = Phone();
     const auto heading = [&](const char* text) {
@@ -84,7 +70,7 @@ void ShowWifiChannels(const Console& console)
         heading("This computer") + RowsOf(computer) + "\n" + heading("The phone") + RowsOf(phone));
 }
 
-/// The band of a channel. Throws for a number that is none.
+/// The band of a channel. Throws Failure for a number that is not a channel.
 WifiFrequenceType RequireChannel(int channel)
 {
     const WifiFrequenceType type = Wifi().GetFrequenceType(channel);
@@ -98,7 +84,7 @@ WifiFrequenceType RequireChannel(int channel)
 
 void ShowChannel(int channel, const Console& console)
 {
-    const Session session;
+    const LibrarySession session;
     const std::string band = RequireChannel(channel) == kWifiFrequence5G ? "5" : "2.4";
     const int frequency = Wifi().GetFrequencyFromChannel(channel);
     console.Report(
@@ -106,7 +92,7 @@ void ShowChannel(int channel, const Console& console)
         ChannelText(channel) + ": " + std::to_string(frequency) + " MHz, " + band + " GHz band");
 }
 
-/// What is to be kept of the phone, as options say it.
+/// The options of `wifi phone`.
 struct PhoneOptions {
     bool clear = false;
     std::vector<int> added;
@@ -114,10 +100,10 @@ struct PhoneOptions {
     bool check5G = false;
 };
 
-void KeepPhone(const PhoneOptions& options, const Console& console)
+void UpdatePhone(const PhoneOptions& options, const Console& console)
 {
-    const Session session;
-    // All are looked at before anything is changed.
+    const LibrarySession session;
+    // All channels are checked before anything is changed.
     for (const int channel : options.added) {
         RequireChannel(channel);
     }
@@ -154,20 +140,20 @@ void AddWifiChannels(CLI::App& wifi, const Console& console)
 
     const auto channel = std::make_shared<int>(0);
     CLI::App* const one = wifi.add_subcommand("channel", "Show a channel's band and frequency");
-    one->add_option("CHANNEL", *channel, "Its number")->required();
+    one->add_option("CHANNEL", *channel, "The channel's number")->required();
     one->callback([&console, channel] { ShowChannel(*channel, console); });
 
     const auto options = std::make_shared<PhoneOptions>();
-    CLI::App* const phone =
-        wifi.add_subcommand("phone", "Show what is kept of the phone's channels, or change it");
-    phone->add_flag("--clear", options->clear, "First forget the channels that it supports");
-    phone->add_option("--add", options->added, "Channels that it supports, such as 6,36,149")
+    CLI::App* const phone = wifi.add_subcommand(
+        "phone", "Show or set the phone's channels, as recorded by the service");
+    phone->add_flag("--clear", options->clear, "First remove all supported channels");
+    phone->add_option("--add", options->added, "Add supported channels, such as 6,36,149")
         ->delimiter(',');
     phone->add_option("--current", options->current,
-                      "The channel that its own connection is on; 0 for none");
+                      "The channel of the phone's own connection; 0 for none");
     phone->add_flag("--check-5g", options->check5G,
-                    "Have the soft AP keep to the 2.4 GHz band if it could not get to the other");
-    phone->callback([&console, options] { KeepPhone(*options, console); });
+                    "Move the soft AP to the 2.4 GHz band if it failed to move to the 5 GHz band");
+    phone->callback([&console, options] { UpdatePhone(*options, console); });
 }
 
 }  // namespace pelacon::ctl

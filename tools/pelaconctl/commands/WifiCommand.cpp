@@ -1,55 +1,72 @@
-// pelaconctl wifi: the switch, the connection, the scan for networks.
-#include <tools/pelaconctl/Console.h>
-#include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Happenings.h>
-#include <tools/pelaconctl/Mailbox.h>
-#include <tools/pelaconctl/OptionValues.h>
-#include <tools/pelaconctl/Session.h>
-#include <tools/pelaconctl/Spinner.h>
-#include <tools/pelaconctl/Text.h>
-#include <tools/pelaconctl/WifiApi.h>
-#include <tools/pelaconctl/WifiText.h>
-#include <tools/pelaconctl/commands/Commands.h>
-#include <tools/pelaconctl/commands/WifiParts.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include <memory>
-#include <optional>
-#include <string>
+// pelaconctl wifi: on and off, the connection, the scan for networks.
+#include <tools/pelaconctl/RadioSwitch.h>
+#include <tools/pelaconctl/Watch.h>
+#include <tools/pelaconctl/WifiCommon.h>
+#include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+/// The Wi-Fi adapter, for RadioSwitch.h.
+class WifiRadio {
+  public:
+    static constexpr const char* kName = "Wi-Fi";
+    static constexpr std::int32_t kOn = kWifiStateOn;
+    static constexpr std::int32_t kOff = kWifiStateOff;
 
-std::string WifiStateName(std::int32_t state)
-{
-    switch (state) {
-        case kWifiStateOff:
-            return "off";
-        case kWifiStateOn:
-            return "on";
-        default:
-            return "in state " + std::to_string(state);
+    static std::int32_t State()
+    {
+        const SystemApiWifiState state = Wifi().GetWifiState();
+        if (state == kWifiStateUnknown) {
+            FailForNoAnswer("read the state of Wi-Fi");
+        }
+        return state;
     }
-}
+    static std::string StateName(std::int32_t state)
+    {
+        return ctl::StateName(state, {{kWifiStateOff, "off"}, {kWifiStateOn, "on"}});
+    }
+    static void Request(bool on)
+    {
+        const SystemApiEnableWifiResult result = Wifi().EnableWifi(on);
+        if (result == kEnableWifiNoAdapter) {
+            throw Failure(ExitStatus::kFailed, "There is no Wi-Fi adapter.");
+        }
+        CheckResult(result, kEnableWifiNoAnswer,
+                    std::string("switch Wi-Fi ") + (on ? "on" : "off"));
+    }
 
-SystemApiWifiState WifiState()
-{
-    const SystemApiWifiState state = Wifi().GetWifiState();
-    if (state == kWifiStateUnknown) {
-        FailForNoAnswer("read the state of Wi-Fi");
+    WifiRadio()
+    {
+        if (!Wifi().RegistWifiStateChangeCallback(&Observer())) {
+            FailForNoAnswer("follow the state of Wi-Fi");
+        }
     }
-    return state;
-}
+    ~WifiRadio() { Wifi().UnRegistWifiStateChangeCallback(&Observer()); }
+
+    WifiRadio(const WifiRadio&) = delete;
+    WifiRadio& operator=(const WifiRadio&) = delete;
+
+  private:
+    static IWifiStateChangeNotification& Observer()
+    {
+        class Poster : public IWifiStateChangeNotification {
+          public:
+            void OnWifiStateChanged(int32_t state) override
+            {
+                Events<RadioState>().Post(RadioState{state});
+            }
+        };
+        static Poster& observer = *new Poster;
+        return observer;
+    }
+};
 
 void ShowWifi(const Console& console)
 {
-    const Session session;
-    const std::string state = WifiStateName(WifiState());
+    const LibrarySession session;
+    const std::string state = WifiRadio::StateName(WifiRadio::State());
     int channel = 0;
     std::string ssid;
     const bool connected = Wifi().IsAPConnected(channel, ssid);
@@ -67,144 +84,52 @@ void ShowWifi(const Console& console)
     console.Report(record, line);
 }
 
-/// Where changes of the switch go while a command waits for one.
-Mailbox<std::int32_t>& WifiStateChanges()
-{
-    static auto& changes = *new Mailbox<std::int32_t>;
-    return changes;
-}
-
-/// Hears of the switch as long as it lives.
-class SwitchWatch {
-  public:
-    SwitchWatch()
-    {
-        if (!Wifi().RegistWifiStateChangeCallback(&Observer())) {
-            FailForNoAnswer("follow the state of Wi-Fi");
-        }
-    }
-    ~SwitchWatch() { Wifi().UnRegistWifiStateChangeCallback(&Observer()); }
-
-    SwitchWatch(const SwitchWatch&) = delete;
-    SwitchWatch& operator=(const SwitchWatch&) = delete;
-
-  private:
-    static IWifiStateChangeNotification& Observer()
-    {
-        class Poster : public IWifiStateChangeNotification {
-          public:
-            void OnWifiStateChanged(int32_t state) override { WifiStateChanges().Post(state); }
-        };
-        static Poster& observer = *new Poster;
-        return observer;
-    }
-};
-
-void CheckEnabled(SystemApiEnableWifiResult result, const std::string& request)
-{
-    if (result == kEnableWifiNoAdapter) {
-        throw Failure(ExitStatus::kFailed, "There is no Wi-Fi adapter.");
-    }
-    CheckResult(result, kEnableWifiNoAnswer, request);
-}
-
-/// Asks for the change and waits until the adapter has made it.
-void SwitchTo(bool on, double seconds, const Console& console)
-{
-    const Session session;
-    const SystemApiWifiState wanted = on ? kWifiStateOn : kWifiStateOff;
-    const std::string name = WifiStateName(wanted);
-    const auto report = [&](const std::string& line) {
-        console.Report({{"state", name}}, "Wi-Fi is " + line + ".");
-    };
-    if (WifiState() == wanted) {
-        return report(name + " already");
-    }
-    const SwitchWatch watch;
-    CheckEnabled(Wifi().EnableWifi(on), "switch Wi-Fi " + name);
-    const auto deadline = After(seconds);
-    std::int32_t state = WifiState();
-    while (state != wanted) {
-        const auto next = WifiStateChanges().Next(deadline);
-        if (!next) {
-            throw Failure(ExitStatus::kNoAnswer, "Wi-Fi is still " + WifiStateName(state) +
-                                                     ", though the request to switch it " + name +
-                                                     " was accepted.");
-        }
-        state = *next;
-    }
-    report(name);
-}
-
-// The library need not be started for this one, nor the service be there.
+// Works without the service, and with the library not started.
 void Scan(const Console& console)
 {
     if (!Wifi().Scan()) {
-        throw Failure(ExitStatus::kFailed,
-                      "This machine has no Wi-Fi interface that the system knows of.");
+        throw Failure(ExitStatus::kFailed, "The system has no Wi-Fi interface.");
     }
     console.Report({{"requested", true}},
-                   "The system was asked to scan on its first Wi-Fi interface. What becomes of it "
-                   "is not known here; it may take the right to administer networks.");
+                   "A scan was requested on the system's first Wi-Fi interface. Its outcome is not "
+                   "known here; scanning may need the right to administer networks.");
 }
 
-/// Posts what it is told.
-class WifiEars : public IWifiStateChangeNotification, public WifiRealMonitorStateCallBack {
+class WifiPoster : public IWifiStateChangeNotification, public WifiRealMonitorStateCallBack {
   public:
     void OnWifiStateChanged(int32_t state) override
     {
-        Happenings().Post({{{"event", "switch"}, {"state", WifiStateName(state)}},
-                           "Wi-Fi is " + WifiStateName(state)});
+        const std::string name = WifiRadio::StateName(state);
+        Events<WatchedEvent>().Post({{{"event", "switch"}, {"state", name}}, "Wi-Fi is " + name});
     }
     void OnConnectChannel(int32_t channel) override
     {
-        Happenings().Post({{{"event", "phone"}, {"channel", channel}},
-                           channel != 0 ? "the phone's connection is on " + ChannelText(channel)
-                                        : "the phone has no connection"});
+        Events<WatchedEvent>().Post({{{"event", "phone"}, {"channel", channel}},
+                                     channel != 0
+                                         ? "the phone's connection is on " + ChannelText(channel)
+                                         : "the phone has no connection"});
     }
 };
 
-/// Registers ears for good, as the one for the channel cannot be taken back.
+/// Registers a poster that is never destroyed, as a listener for the channel cannot be
+/// unregistered.
 struct WifiListener {
     WifiListener()
     {
-        static WifiEars& ears = *new WifiEars;
-        if (!Wifi().RegistWifiStateChangeCallback(&ears)) {
+        static WifiPoster& poster = *new WifiPoster;
+        if (!Wifi().RegistWifiStateChangeCallback(&poster)) {
             FailForNoAnswer("watch Wi-Fi");
         }
-        Wifi().RegistWifiStateChangeCallBack(&ears);
+        Wifi().RegistWifiStateChangeCallBack(&poster);
     }
 };
 
-void AddSwitch(CLI::App& wifi, const Console& console)
-{
-    for (const bool on : {true, false}) {
-        const std::string name = WifiStateName(on ? kWifiStateOn : kWifiStateOff);
-        const auto seconds = std::make_shared<double>(10.0);
-        CLI::App* const command =
-            wifi.add_subcommand(name, "Switch Wi-Fi " + name + " and wait until it is");
-        command->add_option("--wait", *seconds, "Seconds to wait for the change")
-            ->capture_default_str()
-            ->check(NotNegative());
-        command->callback([&console, on, seconds] { SwitchTo(on, *seconds, console); });
-    }
-}
-
-void AddWatch(CLI::App& wifi, const Console& console)
-{
-    const auto seconds = std::make_shared<std::optional<double>>();
-    CLI::App* const watch =
-        wifi.add_subcommand("watch", "Show changes of the switch and of the phone's channel");
-    watch->add_option("--seconds", *seconds, "End after so many seconds")->check(NotNegative());
-    watch->callback([&console, seconds] { Watch<WifiListener>(*seconds, console); });
-}
-
 }  // namespace
 
-void AddWifiCommand(CLI::App& program, Console& console)
+void AddWifiCommand(CLI::App& program, const Console& console)
 {
     CLI::App* const wifi =
-        program.add_subcommand("wifi", "Wi-Fi: its switch, its channels and those of the phone");
+        program.add_subcommand("wifi", "Wi-Fi: on and off, its channels and those of the phone");
     wifi->require_subcommand(1);
     wifi->footer(
         "Examples:\n"
@@ -212,13 +137,15 @@ void AddWifiCommand(CLI::App& program, Console& console)
         "  pelaconctl wifi channels --json | jq '.pc.channels5G'\n"
         "  pelaconctl wifi phone --clear --add 1,6,36,149 --current 36\n"
         "  pelaconctl wifi watch\n");
-    wifi->add_subcommand("status", "Show whether Wi-Fi is on, and what it is connected to")
+    wifi->add_subcommand("status",
+                         "Show whether Wi-Fi is on, and the network that it is connected to")
         ->callback([&console] { ShowWifi(console); });
-    AddSwitch(*wifi, console);
+    AddSwitch<WifiRadio>(*wifi, "Wi-Fi", console);
     AddWifiChannels(*wifi, console);
-    wifi->add_subcommand("scan", "Have the system scan for networks; the service is not asked")
+    wifi->add_subcommand("scan", "Request a scan from the system, without the service")
         ->callback([&console] { Scan(console); });
-    AddWatch(*wifi, console);
+    AddWatch<WifiListener>(*wifi, "Show changes of the Wi-Fi state and of the phone's channel",
+                           console);
 }
 
 }  // namespace pelacon::ctl

@@ -1,4 +1,4 @@
-// Ctrl-C: the end of the program, or, for commands that run until then, just the end of the wait.
+// Ctrl-C: ends the program, or, for commands that run until Ctrl-C, only their wait.
 #pragma once
 
 #include <atomic>
@@ -6,21 +6,21 @@
 
 namespace pelacon::ctl {
 
-/// Makes Ctrl-C end the program with status 130, at any point. To be called first in main.
+/// Makes Ctrl-C end the program with status 130 at any point. Called first in main.
 void HandleInterrupts();
 
-/// While one of these lives, Ctrl-C is the command's ordinary end and does not end the program.
-/// A second Ctrl-C does. At most one at a time.
+/// While an object lives, the first Ctrl-C does not end the program: it sets Happened and calls
+/// `wake`. A second Ctrl-C ends the program. There may be one object at a time.
 class UntilInterrupt {
   public:
-    /// `wake` runs on another thread when Ctrl-C comes; it should end what the command waits for.
+    /// `wake` is called on another thread; it should end the command's wait.
     explicit UntilInterrupt(std::function<void()> wake = nullptr);
     ~UntilInterrupt();
 
     UntilInterrupt(const UntilInterrupt&) = delete;
     UntilInterrupt& operator=(const UntilInterrupt&) = delete;
 
-    /// Whether Ctrl-C came.
+    /// Whether Ctrl-C was pressed.
     bool Happened() const { return happened_; }
 
   private:

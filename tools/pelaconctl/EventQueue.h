@@ -1,4 +1,4 @@
-// Events on their way from the library's threads to the command that waits for them.
+// Events on their way from the library's callbacks to the command that waits for them.
 #pragma once
 
 #include <algorithm>
@@ -13,23 +13,21 @@ namespace pelacon::ctl {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-/// The moment so many seconds from now, as the options of commands count them; nothing, which is no
-/// limit, for nothing. More than a life is no more than a life, and so is what is no number.
+/// The time this many seconds from now, or no deadline. Waits are cut to some 30 years, so that any
+/// number fits the clock.
 inline std::optional<Deadline> After(std::optional<double> seconds)
 {
-    constexpr double kLife = 1e9;
+    constexpr double kLongest = 1e9;
     if (!seconds) {
         return std::nullopt;
     }
-    const std::chrono::duration<double> wait(std::min(kLife, *seconds));
+    const std::chrono::duration<double> wait(std::min(kLongest, *seconds));
     return std::chrono::steady_clock::now() +
            std::chrono::duration_cast<std::chrono::milliseconds>(wait);
 }
 
-/// Posted to by callbacks, read by the command. A callback of the library has no context argument:
-/// it reaches its mailbox through a static one, which must outlive the callback's registration.
 template <typename Event>
-class Mailbox {
+class EventQueue {
   public:
     void Post(Event event)
     {
@@ -38,7 +36,7 @@ class Mailbox {
         changed_.notify_one();
     }
 
-    /// Has Next return nothing from now on: the command is to end.
+    /// From now on Next returns nothing.
     void Close()
     {
         const std::lock_guard lock(mutex_);
@@ -46,7 +44,8 @@ class Mailbox {
         changed_.notify_all();
     }
 
-    /// The next event, waited for; nothing once the deadline has passed or the mailbox was closed.
+    /// Waits for the next event. Returns nothing when the deadline has passed or the queue is
+    /// closed.
     std::optional<Event> Next(std::optional<Deadline> deadline)
     {
         const auto ready = [this] { return closed_ || !events_.empty(); };
@@ -70,5 +69,14 @@ class Mailbox {
     std::deque<Event> events_;
     bool closed_ = false;
 };
+
+/// The program's queue of events of this type: the library's callbacks have no context argument.
+/// Never destroyed, as a callback may still run when main has returned.
+template <typename Event>
+EventQueue<Event>& Events()
+{
+    static auto& events = *new EventQueue<Event>;
+    return events;
+}
 
 }  // namespace pelacon::ctl

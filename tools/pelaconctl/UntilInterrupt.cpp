@@ -1,6 +1,6 @@
 #include <os/Interrupt.h>
 #include <tools/pelaconctl/Failure.h>
-#include <tools/pelaconctl/Interrupt.h>
+#include <tools/pelaconctl/UntilInterrupt.h>
 
 #include <cstdlib>
 #include <mutex>
@@ -10,17 +10,17 @@ namespace pelacon::ctl {
 
 namespace {
 
-/// The command that Ctrl-C is told to. Never destroyed: the thread that hears of interrupts may
-/// still use them when main has returned.
-struct Listener {
+/// The object that receives Ctrl-C. Never destroyed: the thread that handles interrupts may still
+/// use it when main has returned.
+struct Receiver {
     std::mutex mutex;
     UntilInterrupt* current = nullptr;
 };
 
-Listener& TheListener()
+Receiver& TheReceiver()
 {
-    static auto& listener = *new Listener;
-    return listener;
+    static auto& receiver = *new Receiver;
+    return receiver;
 }
 
 }  // namespace
@@ -28,8 +28,8 @@ Listener& TheListener()
 void HandleInterrupts()
 {
     os::OnInterrupt([] {
-        const std::lock_guard lock(TheListener().mutex);
-        UntilInterrupt* const current = TheListener().current;
+        const std::lock_guard lock(TheReceiver().mutex);
+        UntilInterrupt* const current = TheReceiver().current;
         if (current == nullptr || current->Happened()) {
             std::_Exit(static_cast<int>(ExitStatus::kInterrupted));
         }
@@ -39,14 +39,14 @@ void HandleInterrupts()
 
 UntilInterrupt::UntilInterrupt(std::function<void()> wake) : wake_(std::move(wake))
 {
-    const std::lock_guard lock(TheListener().mutex);
-    TheListener().current = this;
+    const std::lock_guard lock(TheReceiver().mutex);
+    TheReceiver().current = this;
 }
 
 UntilInterrupt::~UntilInterrupt()
 {
-    const std::lock_guard lock(TheListener().mutex);
-    TheListener().current = nullptr;
+    const std::lock_guard lock(TheReceiver().mutex);
+    TheReceiver().current = nullptr;
 }
 
 void UntilInterrupt::Happen()

@@ -1,0 +1,99 @@
+#include <protocol/ServiceStatus.h>
+#include <tools/pelaconctl/Control.h>
+#include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/LibrarySession.h>
+#include <tools/pelaconctl/Spinner.h>
+#include <tools/pelaconctl/Text.h>
+#include <tools/pelaconctl/UntilInterrupt.h>
+
+#include <string>
+
+namespace pelacon::ctl {
+
+namespace {
+
+/// Why the service refused a request.
+std::string ReasonOf(std::int32_t status)
+{
+    return NameOf(status,
+                  {{protocol::kStatusRadioOff, "the radio is off"},
+                   {protocol::kStatusUnknownId, "the id is unknown"},
+                   {protocol::kStatusBusy, "that is in progress already, or not possible now"},
+                   {protocol::kStatusLimitReached, "there are as many of these as it allows"},
+                   {protocol::kStatusInvalidArgument, "a value is not valid"},
+                   {protocol::kStatusNotConnected, "the peer is not connected"},
+                   {protocol::kStatusNotFound, "it was not found"},
+                   {protocol::kStatusNotPermitted, "that is not permitted"},
+                   {protocol::kStatusPeerUnreachable, "the peer did not answer"},
+                   {protocol::kStatusNotSupported, "the radio does not support it"},
+                   {protocol::kStatusInterrupted, "it was restarted in the meantime"}},
+                  "for an unknown reason");
+}
+
+}  // namespace
+
+LibrarySession::LibrarySession()
+{
+    ProbeService();
+    if (PelaconSvcStart() != 0) {
+        throw Failure(ExitStatus::kFailed,
+                      "The library cannot be started: no memory or no threads.");
+    }
+}
+
+LibrarySession::~LibrarySession()
+{
+    PelaconSvcStop();
+}
+
+void LibrarySession::RequireBluetooth() const
+{
+    if (!IsBtEnabled()) {
+        ProbeService();
+        throw Failure(ExitStatus::kAdapterOff,
+                      "Bluetooth is off. Switch it on with: pelaconctl bt on");
+    }
+}
+
+bool LibrarySession::RunInterruptibly(const Console& console, const std::string& what,
+                                      const std::function<void()>& operation) const
+{
+    bool interrupted = false;
+    {
+        const UntilInterrupt interrupt([] { PelaconSvcStop(); });
+        const Spinner spinner(console, what);
+        operation();
+        interrupted = interrupt.Happened();
+    }
+    if (interrupted) {
+        PelaconSvcStart();
+    }
+    return interrupted;
+}
+
+void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request)
+{
+    if (result == protocol::kStatusDone) {
+        return;
+    }
+    if (result == noAnswer) {
+        FailForNoAnswer(request);
+    }
+    const std::string code = " (code " + std::to_string(result) + ").";
+    if (result < 0) {
+        throw Failure(ExitStatus::kFailed,
+                      "The library refused to send the request to " + request + code);
+    }
+    throw Failure(
+        result == protocol::kStatusRadioOff ? ExitStatus::kAdapterOff : ExitStatus::kFailed,
+        "PelaconService refused to " + request + ": " + ReasonOf(result) + code);
+}
+
+void FailForNoAnswer(const std::string& request)
+{
+    ProbeService();
+    throw Failure(ExitStatus::kNoAnswer,
+                  "PelaconService did not answer the request to " + request + ".");
+}
+
+}  // namespace pelacon::ctl

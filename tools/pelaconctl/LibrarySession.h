@@ -1,0 +1,48 @@
+// The library as a command uses it.
+#pragma once
+
+#include <PelaconSDK/PelaconSDK.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace pelacon::ctl {
+
+class Console;
+
+/// Starts the library; stops it when destroyed.
+class LibrarySession {
+  public:
+    /// Throws Failure when the service is not running or does not answer.
+    LibrarySession();
+    ~LibrarySession();
+
+    LibrarySession(const LibrarySession&) = delete;
+    LibrarySession& operator=(const LibrarySession&) = delete;
+
+    /// Throws Failure when Bluetooth is off.
+    void RequireBluetooth() const;
+
+    /// Runs an operation that takes long, and shows that it does. Returns whether Ctrl-C was
+    /// pressed, which stops the library to end the operation's wait, and starts it again
+    /// afterwards.
+    bool RunInterruptibly(const Console& console, const std::string& what,
+                          const std::function<void()>& operation) const;
+};
+
+/// Throws the Failure for an operation's result, unless it is 0. `noAnswer` is the result that
+/// stands for a missing answer. `request` says what was requested, to follow "refused to": "switch
+/// Bluetooth on".
+void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request);
+
+/// CheckResult for Bluetooth operations.
+inline void Check(BleStatusC status, const std::string& request)
+{
+    CheckResult(status, kBleStatusNoReply, request);
+}
+
+/// Throws the Failure for a missing answer: the service is not running, or did not answer.
+[[noreturn]] void FailForNoAnswer(const std::string& request);
+
+}  // namespace pelacon::ctl

@@ -1,0 +1,41 @@
+// What the Wi-Fi commands share.
+#pragma once
+
+#include <PelaconSDK/WifiStatus.h>
+#include <PelaconSDK/WifiSystemApi.h>
+#include <tools/pelaconctl/LibrarySession.h>
+
+#include <cstdint>
+#include <string>
+
+namespace pelacon::ctl {
+
+inline WifiSystemApi& Wifi()
+{
+    return WifiSystemApi::GetInstance();
+}
+
+/// CheckResult for Wi-Fi Direct operations.
+inline void CheckWifi(std::int32_t result, const std::string& request)
+{
+    CheckResult(result, kWifiNoReply, request);
+}
+
+/// The address with these octets, the first one most significant.
+template <typename Octet>
+std::uint64_t AddressOf(const Octet (&octets)[6])
+{
+    std::uint64_t address = 0;
+    for (const Octet octet : octets) {
+        address = address << 8 | static_cast<std::uint8_t>(octet);
+    }
+    return address;
+}
+
+/// "channel 36"
+inline std::string ChannelText(std::int32_t channel)
+{
+    return "channel " + std::to_string(channel);
+}
+
+}  // namespace pelacon::ctl

@@ -1,0 +1,30 @@
+// What almost every command uses, in one include.
+#pragma once
+
+#include <tools/pelaconctl/Console.h>
+#include <tools/pelaconctl/Control.h>
+#include <tools/pelaconctl/EventLoop.h>
+#include <tools/pelaconctl/Failure.h>
+#include <tools/pelaconctl/LibrarySession.h>
+#include <tools/pelaconctl/OptionValues.h>
+#include <tools/pelaconctl/Text.h>
+#include <tools/pelaconctl/commands/Commands.h>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace pelacon::ctl {
+
+using Json = nlohmann::ordered_json;
+using Bytes = std::vector<std::uint8_t>;
+
+}  // namespace pelacon::ctl
