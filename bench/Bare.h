@@ -1,4 +1,4 @@
-// The floor: blocking stream sockets, with nothing around them.
+// The baseline: bare blocking stream sockets.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,7 @@
 
 namespace pelacon::bench {
 
-/// What a connection to the bare peer is for: the first thing sent on it.
+/// The use of a connection to the bare peer, which is sent first.
 struct BareJob {
     enum class Kind : std::uint32_t {
         kPingPong,  ///< sends back each message of `size` bytes
@@ -22,13 +22,13 @@ struct BareJob {
     std::uint32_t interval = 0;
 };
 
-/// Nanoseconds on the clock that all processes of the machine share.
+/// Nanoseconds of a clock that all processes share.
 inline std::int64_t Now()
 {
     return std::chrono::steady_clock::now().time_since_epoch().count();
 }
 
-/// A blocking stream socket. Throws std::system_error for what should not happen.
+/// A blocking stream socket. Throws std::system_error for unexpected failures.
 class BareSocket {
   public:
     explicit BareSocket(int descriptor) : descriptor_(descriptor) {}
@@ -40,13 +40,13 @@ class BareSocket {
     static BareSocket Listen(const std::string& path);
     BareSocket Accept() const;
 
-    /// Writes it all; false when the other end is gone.
+    /// Writes all bytes; false when the peer has closed the connection.
     bool Write(std::span<const std::uint8_t> bytes) const;
 
-    /// Fills the whole span, with one read where that is possible; false at the stream's end.
+    /// Fills the span, with one read if possible; false at the end of the stream.
     bool Read(std::span<std::uint8_t> bytes) const;
 
-    /// Ends the stream both ways, and whoever reads it.
+    /// Shuts the stream down in both directions, which ends blocked reads.
     void Shutdown() const;
 
   private:

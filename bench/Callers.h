@@ -1,4 +1,4 @@
-// One request and its answer, bare and through the message client; each checks what came back.
+// One request and its answer, bare and through the message client; both check the answer.
 #pragma once
 
 #include <IPCMessage/IPCMessageClient.h>
@@ -16,7 +16,7 @@
 
 namespace pelacon::bench {
 
-/// A bare connection with a message that goes back and forth on it.
+/// A bare connection on which a message is sent and returned.
 class BareCaller {
   public:
     BareCaller(const std::string& path, std::size_t size)

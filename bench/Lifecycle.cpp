@@ -1,4 +1,4 @@
-// What it costs to start the library, and to have it started.
+// The cost of starting the library, and of a started library.
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
 #include <bench/Scenarios.h>

@@ -1,4 +1,4 @@
-// What single steps of the library cost, without any other process.
+// The cost of single steps of the library, within one process.
 #include <IPCMessage/Frame.h>
 #include <LogHelper/KvLogger.h>
 #include <sdk/diag/Log.h>
@@ -12,7 +12,7 @@ namespace {
 
 using namespace pelacon;  // NOLINT(google-build-using-namespace)
 
-/// Each operation has two of these; without a sink they should cost next to nothing.
+/// Each operation writes two lines; without a sink their cost should be negligible.
 void LogLineNobodyWants(benchmark::State& state)
 {
     std::uint32_t value = 0;
@@ -36,7 +36,7 @@ void FrameWritten(benchmark::State& state)
 }
 BENCHMARK(FrameWritten)->Arg(64)->Arg(1108);
 
-/// As a notification is read: checked, and turned into an item with zeros behind its payload.
+/// Reading a notification: check it and make an item, with zeros after its payload.
 void FrameRead(benchmark::State& state)
 {
     std::vector<std::uint8_t> payload(static_cast<std::size_t>(state.range(0)));

@@ -1,4 +1,4 @@
-// Notifications: how many a second reach the application, and how soon one does while it calls.
+// Notifications: their throughput, and their latency while the application makes requests.
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
 #include <bench/Callers.h>
@@ -18,7 +18,7 @@ namespace pelacon::bench {
 
 namespace {
 
-/// Takes numbered messages as they come and tells how fast they did.
+/// Receives numbered messages and measures their rate.
 class Arrivals {
   public:
     void Expect(std::uint32_t count)
@@ -43,7 +43,7 @@ class Arrivals {
         }
     }
 
-    /// Messages a second, once all have come.
+    /// Messages per second, when all have arrived.
     double Rate()
     {
         std::unique_lock lock(mutex_);
@@ -141,7 +141,7 @@ class NotificationRate : public Scenario {
                                 {1112, Row("1112 bytes", Unit::kPerSecond, AtLeast(0.7))}}};
 };
 
-/// A thread that does something again and again, as long as this lives.
+/// A thread that repeats an action while this object lives.
 class Repeating {
   public:
     template <typename Action>
@@ -165,7 +165,7 @@ class Repeating {
     std::thread thread_;
 };
 
-/// How long messages that carry their time of sending were under way.
+/// The latencies of messages that contain their time of sending.
 class Delays {
   public:
     void Take(const std::uint8_t* message)

@@ -9,7 +9,7 @@
 
 namespace pelacon::bench {
 
-/// A folder below the system's temporary one that vanishes with this.
+/// A temporary folder, removed by the destructor.
 class TemporaryFolder {
   public:
     TemporaryFolder();
@@ -23,28 +23,28 @@ class TemporaryFolder {
     std::string path_;
 };
 
-/// A child process; it ends with this, whatever becomes of the benchmark.
+/// A child process, which the destructor ends.
 class Peer {
   public:
-    /// Runs a program. Its sockets are in the folder.
+    /// Starts a program whose sockets are in the folder.
     Peer(const std::string& program, const std::vector<std::string>& arguments,
          const std::string& runtimeFolder);
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    /// Runs this program in another role.
+    /// Starts this program in another role.
     static Peer InRole(const std::string& role, const std::string& runtimeFolder);
 
     void Tell(const std::string& line);
 
-    /// The next line of its output. Throws when it ended.
+    /// The next line of its output. Throws when the process has ended.
     std::string Hear();
 
-    /// Nanoseconds that it has been running on a processor.
+    /// The processor time that it has used, in nanoseconds.
     std::int64_t ProcessorTime() const;
 
-    /// Tells it a line and waits until it has answered with one.
+    /// Writes a line to its input and waits for a line in return.
     void Order(const std::string& line)
     {
         Tell(line);
@@ -60,10 +60,10 @@ class Peer {
     int output_ = -1;
 };
 
-/// Nanoseconds that this process has been running on a processor.
+/// The processor time that this process has used, in nanoseconds.
 std::int64_t ProcessorTime();
 
-/// Has the library, in this process, look for its service in the folder.
+/// Makes the library of this process search its service in the folder.
 void UseRuntimeFolder(const std::string& folder);
 
 }  // namespace pelacon::bench

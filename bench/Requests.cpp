@@ -1,4 +1,4 @@
-// Requests: how long one takes, and how many a number of threads make.
+// Requests: the latency of one, and the throughput of several threads.
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
 #include <bench/Callers.h>
@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kSmall = 64;
 constexpr std::size_t kLarge = 1108;
 
-/// Nanoseconds that each of the calls took.
+/// The duration of each call in nanoseconds.
 template <typename Call>
 std::vector<double> Durations(int calls, Call&& call)
 {
@@ -83,7 +83,7 @@ class RoundTrips : public Scenario {
     }
 
   private:
-    /// Bluetooth is on, so that an answer differs from a failure.
+    /// Bluetooth must be on, so that an answer differs from a failure.
     std::vector<double> ApiDurations(int calls) const
     {
         UseRuntimeFolder(peers_.serviceFolder);
@@ -108,7 +108,7 @@ class RoundTrips : public Scenario {
     RowPair api_{"IsBtEnabled, real service (bare: 64 bytes)", AtMost(1.25), std::nullopt};
 };
 
-/// What so many callers, each on a thread of its own, make of a while.
+/// The throughput of several callers, each on its own thread.
 struct Yield {
     double callsPerSecond;
     double processorTimePerCall;  ///< nanoseconds, both processes together

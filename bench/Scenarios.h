@@ -1,5 +1,5 @@
-// What is measured. Each scenario takes its figures once a round, bare and ours in turn, and has
-// its rows at the end.
+// The measurements. Each scenario measures once per round, bare and the library in turn, and
+// provides its rows at the end.
 #pragma once
 
 #include <bench/Peer.h>
@@ -13,7 +13,7 @@
 
 namespace pelacon::bench {
 
-/// How much is measured.
+/// The number and length of the rounds.
 struct Effort {
     int rounds;
     int calls;                          ///< round trips of one kind in a round
@@ -23,7 +23,7 @@ struct Effort {
     int starts;                         ///< start and stop in a round
 };
 
-/// Many short rounds rather than few long ones: what else the machine does then weighs less.
+/// Many short rounds instead of a few long ones reduce the influence of other processes.
 inline constexpr Effort kFull{.rounds = 31,
                               .calls = 10'000,
                               .threads = std::chrono::milliseconds(100),
@@ -37,9 +37,9 @@ inline constexpr Effort kQuick{.rounds = 3,
                                .pushing = std::chrono::milliseconds(150),
                                .starts = 20};
 
-/// The processes that are measured against; all there during all rounds.
+/// The other processes of the measurements, which run during all rounds.
 struct Peers {
-    /// Waits until all can be measured.
+    /// Waits until all are ready.
     explicit Peers(const std::string& folder);
 
     std::string echoFolder;
@@ -52,13 +52,13 @@ struct Peers {
     Peer service;
 };
 
-/// The pipe of the process that answers each request with its own payload.
+/// The pipe of the process that returns the payload of each request.
 inline constexpr auto kEchoPipe = L"\\\\.\\Pipe\\PelaconBenchEcho";
 
-/// Which of the two is measured first; it changes from round to round, so that neither gains by it.
+/// Which of the two is measured first; alternates, so that neither has an advantage.
 enum class Turn { kBareFirst, kOursFirst };
 
-/// Measures both, one right after the other.
+/// Measures both in succession.
 template <typename Bare, typename Ours>
 auto Both(Turn turn, const Bare& bare, const Ours& ours)
 {

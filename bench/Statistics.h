@@ -7,7 +7,7 @@
 
 namespace pelacon::bench {
 
-/// The value that a share of the values (0 to 1) does not exceed; there is at least one value.
+/// The quantile for a share of 0 to 1. There must be at least one value.
 template <typename Value>
 Value Percentile(std::vector<Value> values, double share)
 {

@@ -43,7 +43,7 @@ std::string Limit(const Target& target, Unit unit, bool isRatio)
     return sense + (isRatio ? Format("%.2f", target.limit) : Figure(unit, target.limit));
 }
 
-/// Where the output is a terminal that takes colours.
+/// Whether the output is a terminal that shows colours.
 bool Coloured()
 {
     static const bool coloured = os::OutputIsTerminal() && !os::EnvironmentVariable("NO_COLOR");

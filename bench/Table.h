@@ -1,4 +1,4 @@
-// What was measured, beside what it should be.
+// The results and their targets, as a table.
 #pragma once
 
 #include <optional>
@@ -8,10 +8,10 @@
 
 namespace pelacon::bench {
 
-/// How a figure is written.
+/// The unit of a figure.
 enum class Unit { kNanoseconds, kPerSecond, kKilobytes, kCount };
 
-/// What a figure, or its ratio to the bare one, must reach.
+/// The target of a figure, or of its ratio to the bare figure.
 struct Target {
     enum class Sense { kAtMost, kAtLeast };
     Sense sense;
@@ -32,7 +32,7 @@ constexpr Target AtLeast(double limit)
     return {Target::Sense::kAtLeast, limit};
 }
 
-/// One line of the table: a figure taken in each round, beside the bare one of the same round.
+/// One line of the table: the figures of all rounds, with the bare figures of the same rounds.
 class Row {
   public:
     Row(std::string name, Unit unit, std::optional<Target> target = std::nullopt)
@@ -46,13 +46,13 @@ class Row {
         ratios_.push_back(ours / bare);
     }
 
-    /// A figure that stands for itself; its target is for the figure.
+    /// A figure without a bare one; its target is for the figure itself.
     void Add(double ours) { ours_.push_back(ours); }
 
-    /// Whether the median of the ratios, or of the figures, keeps the target.
+    /// Whether the median of the ratios, or of the figures, meets the target.
     bool Passed() const;
 
-    /// Forgets the target: where the table is only for looking at.
+    /// Removes the target, for information only.
     void DropTarget() { target_.reset(); }
 
   private:

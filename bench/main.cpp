@@ -1,5 +1,5 @@
-// Measures the library against bare blocking stream sockets between the same two processes, in the
-// same run, and says whether it is as near to them as it should be.
+// Compares the library with bare blocking stream sockets between the same two processes, in the
+// same run, and checks the ratios against targets.
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Scenarios.h>
 #include <bench/roles/Roles.h>
@@ -25,14 +25,14 @@ namespace pelacon::bench {
 
 namespace {
 
-/// The service of the same build: both lie in folders of one stage.
+/// The service of the same build, in the same stage.
 std::string ServicePath()
 {
     const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     return here.parent_path() / "libexec/pelacon/PelaconService";
 }
 
-/// What is asked of the service is whether Bluetooth is on, so it must be.
+/// The benchmark asks the service whether Bluetooth is on, so Bluetooth must be on.
 void SwitchBluetoothOn(const std::string& folder)
 {
     UseRuntimeFolder(folder);
@@ -41,18 +41,18 @@ void SwitchBluetoothOn(const std::string& folder)
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!IsBtEnabled()) {
         if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("Bluetooth stays off.");
+            throw std::runtime_error("Bluetooth cannot be switched on.");
         }
     }
     PelaconSvcStop();
 }
 
-/// Which processors this process may use, and with it those that it starts.
+/// The processors that this process and its children may use.
 class Processors {
   public:
     Processors() { sched_getaffinity(0, sizeof all_, &all_); }
 
-    /// Only the last of them; returns its number.
+    /// Restricts them to the last one; returns its number.
     int PinToOne() const
     {
         int last = 0;
@@ -74,7 +74,7 @@ class Processors {
     static void Use(const cpu_set_t& set)
     {
         if (sched_setaffinity(0, sizeof set, &set) != 0) {
-            throw std::runtime_error("This process cannot be bound to a processor.");
+            throw std::runtime_error("Cannot bind this process to a processor.");
         }
     }
 
@@ -88,14 +88,14 @@ void ShowProgress(const std::string& text)
     }
 }
 
-/// What is measured, and how.
+/// The options of a run.
 struct Options {
     Effort effort = kFull;
     std::string only;
     bool unpinned = false;
 };
 
-/// Whether a heading contains the text, whatever the case of the letters.
+/// Whether a heading contains the text, ignoring case.
 bool Contains(const std::string& heading, const std::string& text)
 {
     const auto same = [](unsigned char left, unsigned char right) {
@@ -184,14 +184,14 @@ int Main(int argc, char** argv)
     std::string role;
     bool quick = false;
     std::optional<int> rounds;
-    program.add_flag("--quick", quick, "A first look: fewer and shorter rounds");
+    program.add_flag("--quick", quick, "Fewer and shorter rounds");
     program.add_flag("--unpinned", options.unpinned, "Measure on all processors as well");
     program.add_option("--only", options.only, "Only measurements with this text in their heading");
-    program.add_option("--rounds", rounds, "How many rounds")->check(CLI::Range(1, 1000));
+    program.add_option("--rounds", rounds, "The number of rounds")->check(CLI::Range(1, 1000));
     program.add_option("--role", role)->group("");
     program.footer(
-        "Each figure is taken in every round, right after the bare one; the ratio is the median\n"
-        "of the rounds' ratios, and behind it stand the least and the largest of them.\n"
+        "Each figure is measured in every round, next to the bare one. The ratio is the median of\n"
+        "the rounds' ratios, followed by the smallest and the largest of them.\n"
         "Exit status: 0 all targets met, 1 some missed, 2 not measured.");
     CLI11_PARSE(program, argc, argv);
     if (!role.empty()) {

@@ -30,11 +30,11 @@ if(MSVC)
 else()
     add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
     if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-        # GCC 12 sees overlaps in std::string's operator+ that are not there.
+        # GCC 12 wrongly reports overlaps in std::string's operator+.
         add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
     endif()
     if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-        # GCC takes a source that a unity build includes for a header.
+        # GCC treats a source that a unity build includes as a header.
         add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
     endif()
     if(PELACON_WARNINGS_AS_ERRORS)
@@ -51,7 +51,7 @@ if(WIN32)
     set(PELACON_PLATFORM windows)
     add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
     if(MINGW)
-        # The whole runtime goes into each program and into the DLL: they need system DLLs only.
+        # Links the whole runtime statically, so that only system DLLs are needed.
         add_link_options(-static)
     endif()
 else()
@@ -61,12 +61,12 @@ endif()
 # The build tree is laid out like an installed one, so that programs can be run from it.
 set(PELACON_STAGE "${CMAKE_BINARY_DIR}/stage")
 
-# pelacon_stage(<target>) puts a program or library where the install puts it, below the stage.
+# pelacon_stage(<target>) puts a program or library into the stage, at its installed path.
 function(pelacon_stage target folder)
     get_target_property(type ${target} TYPE)
     set(program_folder ${folder})
     if(type STREQUAL SHARED_LIBRARY)
-        set(program_folder bin)  # where a DLL lies, beside the programs that load it
+        set(program_folder bin)  # DLLs must be beside the programs that load them
     endif()
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PELACON_STAGE}/${program_folder}"
@@ -74,14 +74,14 @@ function(pelacon_stage target folder)
         ARCHIVE_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}")
 endfunction()
 
-# Where the service executable is expected to be installed. After a restart announcement the library
-# looks for a process that runs from this very path. A build with tests expects it in its own stage,
-# as its tests restart the service there; such a build is not for installing.
+# The path of the installed service executable. After a restart announcement the library searches for
+# a process that runs from exactly this path. A build with tests uses the path in its own stage, where
+# its tests restart the service; do not install such a build.
 if(PELACON_BUILD_TESTS)
     set(_pelacon_service_path "${PELACON_STAGE}/libexec/pelacon/PelaconService${CMAKE_EXECUTABLE_SUFFIX}")
     if(WIN32)
         if(CMAKE_CROSSCOMPILING)
-            string(PREPEND _pelacon_service_path "Z:")  # where Wine has all files
+            string(PREPEND _pelacon_service_path "Z:")  # Wine's drive for the root folder
         endif()
         string(REPLACE "/" "\\" _pelacon_service_path "${_pelacon_service_path}")
     endif()
@@ -93,5 +93,5 @@ endif()
 set(PELACON_SERVICE_PATH "${_pelacon_service_path}" CACHE STRING
     "Full path of the installed service executable")
 
-# The account, besides root and the user's own, whose service a client trusts.
+# The account whose service a client trusts, besides root and the user's own.
 set(PELACON_SERVICE_ACCOUNT "pelacon" CACHE STRING "Account that a system-wide service runs as")

@@ -1,4 +1,4 @@
-# What an installed copy holds: the library with its headers, CMake and pkg-config files, the service
+# The installed files: the library with its headers, CMake and pkg-config files, the service
 # and the command line.
 
 include(CMakePackageConfigHelpers)

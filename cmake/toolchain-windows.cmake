@@ -11,7 +11,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # Tests run under Wine.
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/run-in-wine")
-# Packages that the build machine has as headers or as sources.
+# Packages that the build machine provides as headers or as sources.
 foreach(package CLI11 nlohmann_json GTest)
     set(${package}_DIR "${CMAKE_CURRENT_LIST_DIR}/cross" CACHE PATH "" FORCE)
 endforeach()

@@ -1,4 +1,4 @@
-// The Bluetooth adapter: what it is, switching it off and on, and hearing of it in a callback.
+// The Bluetooth adapter: its identity, switching it off and on, and a callback for its state.
 #include <PelaconSDK/PelaconSDK.h>
 
 #include <chrono>
@@ -29,7 +29,7 @@ const char* NameOf(int32_t state)
     }
 }
 
-// Runs on the library's receive thread: note what happened, and leave.
+// Called on the library's receive thread: record the event and return at once.
 void OnStateChanged(int32_t state)
 {
     std::printf("  callback: the adapter is %s\n", NameOf(state));
@@ -60,7 +60,7 @@ int main()
     PelaconSvcStart();
     static BtManagerCallbacksC callbacks{&OnStateChanged};
     if (BleManager::RegisterBtStateChangeCallbacks(&callbacks) != kBleStatusSuccess) {
-        std::fputs("The service does not answer: is PelaconService running?\n", stderr);
+        std::fputs("No answer from the service: is PelaconService running?\n", stderr);
         return 1;
     }
 
@@ -69,10 +69,10 @@ int main()
 
     std::puts("  switching it off");
     BleManager::BtDisable();
-    bool heard = WaitFor(kBtStateOff);
+    bool changedInTime = WaitFor(kBtStateOff);
     std::puts("  switching it on");
     BleManager::BtEnable();
-    heard = WaitFor(kBtStateOn) && heard;
+    changedInTime = WaitFor(kBtStateOn) && changedInTime;
 
     std::string name;
     BleManager::GetBtName(name);
@@ -82,5 +82,5 @@ int main()
 
     BleManager::UnRegisterBtStateChangeCallbacks(&callbacks);
     PelaconSvcStop();
-    return heard ? 0 : 1;
+    return changedInTime ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// A Wi-Fi Direct group: on the channel that suits both sides, for the first device that joins.
+// A Wi-Fi Direct group: created on a channel that suits both sides, removed after a device joined.
 #include <PelaconSDK/PelaconSDK.h>
 
 #include <algorithm>
@@ -14,15 +14,15 @@ namespace {
 std::mutex mutex;
 std::condition_variable changed;
 std::string firstStation;
-bool groupGone = false;
+bool groupRemoved = false;
 
-// Both run on the library's receive thread: note what happened, and leave.
+// Both are called on the library's receive thread: record the event and return at once.
 void OnGroupChanged(Vod2dGroupChange change)
 {
-    std::printf("  callback: the group is %s\n",
-                change.state == kVod2dGroupExists ? "there" : "gone");
+    std::printf("  callback: the group was %s\n",
+                change.state == kVod2dGroupExists ? "created" : "removed");
     const std::lock_guard lock(mutex);
-    groupGone = change.state != kVod2dGroupExists;
+    groupRemoved = change.state != kVod2dGroupExists;
     changed.notify_all();
 }
 
@@ -44,25 +44,25 @@ bool WaitFor(Condition condition)
     return changed.wait_for(lock, std::chrono::seconds(10), condition);
 }
 
-/// Where the peer, which can use these channels only, and this computer meet best.
+/// The channel that suits both this computer and a peer that can use only some channels.
 std::int32_t ChooseChannel()
 {
     const RecommendChannelRequest sides[] = {
-        {kVod2dBandAny, 0, 0, {}},                 // this computer: whatever it can
+        {kVod2dBandAny, 0, 0, {}},                 // this computer: all its channels
         {kVod2dBandAny, 80, 4, {6, 36, 44, 149}},  // the peer
     };
     RecommendChannelResponse best{};
     if (Vod2dApi::Vod2dGetRecommendChannel(sides, static_cast<int32_t>(std::size(sides)), &best) !=
         kWifiSuccess) {
-        return 0;  // any will do
+        return 0;  // any channel
     }
     std::printf("  channel %d (%d MHz) suits %d of %zu sides\n", best.channel, best.frequency,
                 best.satisfied, std::size(sides));
     return best.channel;
 }
 
-/// Tells the programs on the peer's side how to join.
-bool TellPeer(const Vod2dSoftAPInfo& group)
+/// Sends the programs on the peer's side what they need to join.
+bool SendToPeer(const Vod2dSoftAPInfo& group)
 {
     // A name that fills its field has no NUL.
     const std::string ssid(group.ssid, std::find(group.ssid, std::end(group.ssid), '\0'));
@@ -72,26 +72,26 @@ bool TellPeer(const Vod2dSoftAPInfo& group)
                static_cast<std::int32_t>(text.size())) == kWifiSuccess;
 }
 
-/// A creation that is not answered may still lead to a group, which the library then removes; it
-/// hears of that while it is started.
-bool MakeGroup()
+/// A creation without an answer may still lead to a group. The library removes such a group while
+/// it is started.
+bool CreateGroup()
 {
     Vod2dSoftAPInfo group{};
     group.channel = ChooseChannel();
     const WifiErrorCode result = Vod2dApi::Vod2dCreateGroup(&group);
     if (result != kWifiSuccess) {
-        std::printf("  no group was made (%d)\n", result);
+        std::printf("  no group was created (%d)\n", result);
         return false;
     }
     std::printf("  group \"%.32s\" on channel %d, at %s\n", group.ssid, group.channel,
                 group.ipAddress);
-    return TellPeer(group);
+    return SendToPeer(group);
 }
 
 bool WaitForStation()
 {
     if (!WaitFor([] { return !firstStation.empty(); })) {
-        std::puts("  nobody joined");
+        std::puts("  no device joined");
         return false;
     }
     Vod2dLinkGroup link{};
@@ -110,13 +110,13 @@ int main()
     Vod2dConnNotifyRequest joiningOnly{1, "", {}};
     if (Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&callbacks) != kWifiSuccess ||
         Vod2dApi::Vod2dSetConnNotify(&joiningOnly, &connections) != kWifiSuccess) {
-        std::fputs("The service does not answer: is PelaconService running?\n", stderr);
+        std::fputs("No answer from the service: is PelaconService running?\n", stderr);
         return 1;
     }
 
-    bool done = MakeGroup() && WaitForStation();
+    bool done = CreateGroup() && WaitForStation();
     done = Vod2dApi::Vod2dRemoveGroup() == kWifiSuccess && done;
-    done = WaitFor([] { return groupGone; }) && done;
+    done = WaitFor([] { return groupRemoved; }) && done;
 
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&callbacks);
     PelaconSvcStop();

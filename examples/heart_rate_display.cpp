@@ -1,5 +1,5 @@
 // A heart-rate display: finds a sensor, subscribes to its measurements and prints them. Connects
-// again when the connection is lost. heart_rate_display [COUNT] ends after so many measurements.
+// again when the connection is lost. heart_rate_display [COUNT] ends after COUNT measurements.
 #include <PelaconSDK/PelaconSDK.h>
 
 #include <condition_variable>
@@ -18,7 +18,7 @@ const std::string kMeasurement = "2a37";
 const std::string kBodyLocation = "2a38";
 const std::string kControlPoint = "2a39";
 
-/// What callbacks have to say; they run on the library's threads, and main waits for it.
+/// An event that a callback, on a thread of the library, posts for main.
 struct Event {
     enum { kFound, kConnected, kDisconnected, kMeasured } what;
     uint64_t address = 0;
@@ -29,7 +29,7 @@ std::mutex mutex;
 std::condition_variable changed;
 std::deque<Event> events;
 
-void Tell(Event event)
+void Post(Event event)
 {
     const std::lock_guard lock(mutex);
     events.push_back(std::move(event));
@@ -46,15 +46,15 @@ Event Wait()
 }
 
 BleScanCallbacksC scanCallbacks{nullptr, [](int32_t, BleScanResultC result) {
-                                    Tell({Event::kFound, result.address});
+                                    Post({Event::kFound, result.address});
                                 }};
 
 BtGattClientCallbacksC clientCallbacks{
     [](int32_t, int32_t state, int32_t) {
-        Tell({state == kBleGattConnected ? Event::kConnected : Event::kDisconnected});
+        Post({state == kBleGattConnected ? Event::kConnected : Event::kDisconnected});
     },
     [](int32_t, const char*, const char*, const uint8_t* data, uint32_t dataLen, int32_t) {
-        Tell({Event::kMeasured, 0, {data, data + dataLen}});
+        Post({Event::kMeasured, 0, {data, data + dataLen}});
     }};
 
 /// Scans until a device advertises the heart-rate service; 0 when scanning is refused.
@@ -73,8 +73,8 @@ uint64_t FindSensor()
     return address;
 }
 
-/// What is done once the sensor is there; false when it is none, or is gone already.
-bool Begin(int32_t client)
+/// Subscribes to the measurements; false when the device is not a sensor or has disconnected.
+bool Subscribe(int32_t client)
 {
     std::vector<uint8_t> location;
     if (BleGattClient::BleGattClientSearchServices(client) != kBleStatusSuccess ||
@@ -89,7 +89,7 @@ bool Begin(int32_t client)
                                                             true) == kBleStatusSuccess;
 }
 
-/// Prints a measurement; false when it is none.
+/// Prints a measurement; false when the data are not a measurement.
 bool Print(const std::vector<uint8_t>& data)
 {
     if (data.size() < 2) {
@@ -108,31 +108,31 @@ bool Print(const std::vector<uint8_t>& data)
 
 int main(int argc, char** argv)
 {
-    std::setvbuf(stdout, nullptr, _IONBF, 0);  // each line at once, also into a pipe
+    std::setvbuf(stdout, nullptr, _IONBF, 0);  // unbuffered, also into a pipe
     int remaining = argc > 1 ? std::atoi(argv[1]) : -1;
     PelaconSvcStart();
     int32_t client = 0;
     if (BleGattClient::BleGattClientRegister(&client) != kBleStatusSuccess) {
-        std::fputs("The service does not answer: is PelaconService running?\n", stderr);
+        std::fputs("No answer from the service: is PelaconService running?\n", stderr);
         return 1;
     }
     const uint64_t sensor = FindSensor();
     if (sensor == 0) {
-        std::fputs("Scanning is refused: is Bluetooth on?\n", stderr);
+        std::fputs("Scanning was refused: is Bluetooth on?\n", stderr);
         return 1;
     }
     BleGattClient::BleGattClientConnect(client, sensor, &clientCallbacks);
-    bool isThere = true;
+    bool hasSensor = true;
     while (remaining != 0) {
         const Event event = Wait();
         if (event.what == Event::kConnected) {
-            if (Begin(client)) {
-                isThere = true;
+            if (Subscribe(client)) {
+                hasSensor = true;
             } else {
                 BleGattClient::BleGattClientDisconnect(client);
             }
         } else if (event.what == Event::kDisconnected) {
-            if (std::exchange(isThere, false)) {
+            if (std::exchange(hasSensor, false)) {
                 std::puts("no sensor");
             }
             BleGattClient::BleGattClientConnect(client, sensor, &clientCallbacks);

@@ -1,5 +1,5 @@
-// A heart-rate sensor: advertises, serves its rate, and tells whoever subscribed of each change.
-// Goes with heart_rate_display. Ends when its standard input does, or "q" comes from it.
+// A heart-rate sensor: advertises, serves the heart rate, and notifies subscribers of each change.
+// For use with heart_rate_display. Ends at the end of standard input, or when it reads "q".
 #include <PelaconSDK/PelaconSDK.h>
 
 #include <atomic>
@@ -22,13 +22,13 @@ constexpr uint8_t kResetEnergy = 1;
 
 std::atomic<int> energy{0};
 
-// Callbacks run on the library's receive thread: note what happened, and leave. The tables stay
-// valid for as long as the library may use them.
+// Callbacks are called on the library's receive thread and should return at once. The tables must
+// stay valid as long as the library may use them.
 
 BtGattServerCallbacksC serverCallbacks{
     [](uint64_t peer) { std::printf("peer %012llx connected\n", (unsigned long long)peer); },
     [](uint64_t peer) { std::printf("peer %012llx left\n", (unsigned long long)peer); },
-    nullptr,  // whether a value arrived
+    nullptr,  // whether a notification was sent
     nullptr,  // MTU
 };
 
@@ -75,8 +75,8 @@ bool Advertise()
            Check(BleAdvertiser::BleStartAdvertise(advertiser, {}, data), "advertise");
 }
 
-/// The measurement as the Bluetooth organisation defines it: flags (rate in one byte, energy
-/// present), rate, energy in two bytes, the low one first.
+/// The measurement in its standard format: flags (rate in one byte, energy present), rate, energy
+/// in two bytes, low byte first.
 std::vector<uint8_t> Measurement(int rate, int joules)
 {
     constexpr uint8_t kEnergyPresent = 0x08;
@@ -104,7 +104,7 @@ void EndWithInput()
 
 int main()
 {
-    std::setvbuf(stdout, nullptr, _IONBF, 0);  // each line at once, also into a pipe
+    std::setvbuf(stdout, nullptr, _IONBF, 0);  // unbuffered, also into a pipe
     PelaconSvcStart();
     int32_t server = 0;
     int32_t service = 0;
@@ -118,17 +118,17 @@ int main()
     for (int beat = 0; !done; ++beat) {
         changed.wait_for(lock, std::chrono::milliseconds(100), [] { return done; });
         const int rate = 60 + beat % 20;
-        // To everyone who subscribed: that is what peer 0 means.
+        // Peer 0 means all subscribers.
         if (!Check(BleGattServer::BleGattServerPublishNotify(server, service, kMeasurement,
                                                              Measurement(rate, ++energy), 0),
                    "publish")) {
             break;
         }
     }
-    const bool endedAsWished = done;
+    const bool endedByInput = done;
     lock.unlock();
 
     BleGattServer::BleGattServerUnRegister(server);
     PelaconSvcStop();
-    return endedAsWished ? 0 : 1;
+    return endedByInput ? 0 : 1;
 }

@@ -1,8 +1,8 @@
-// A tour of the library: each family once, in the order in which an application may want to meet
-// them. It runs beside PelaconService with its built-in world, in which there are a thermometer, a
-// lamp and a phone, and prints what it does, and "<-" what it is told meanwhile.
+// A tour of the library: each family of operations once. It needs PelaconService with its built-in
+// world, which has a thermometer, a lamp and a phone. It prints what it does, and after "<-" what
+// the callbacks report.
 //
-// Read it from the bottom: main() is the table of contents.
+// Read it from the bottom: Tour() is the table of contents.
 #include <PelaconSDK/PelaconSDK.h>
 
 #include <algorithm>
@@ -20,16 +20,16 @@
 
 namespace {
 
-// ---- What every application needs in one form or another
+// ---- What every application needs in some form
 
-/// Callbacks run on the library's threads. They leave word here, and main goes on when it comes.
-class News {
+/// Callbacks are called on the library's threads. They report events here, and main waits for them.
+class Reports {
   public:
-    void Tell(const std::string& what)
+    void Add(const std::string& what)
     {
         const std::lock_guard lock(mutex_);
         std::printf("    <- %s\n", what.c_str());
-        told_.insert(what);
+        reports_.insert(what);
         changed_.notify_all();
     }
 
@@ -37,27 +37,27 @@ class News {
     {
         std::unique_lock lock(mutex_);
         if (!changed_.wait_for(lock, std::chrono::seconds(10),
-                               [&] { return told_.contains(what); })) {
-            throw std::runtime_error("nobody told: " + what);
+                               [&] { return reports_.contains(what); })) {
+            throw std::runtime_error("no report of: " + what);
         }
-        told_.erase(told_.find(what));
+        reports_.erase(reports_.find(what));
     }
 
   private:
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::multiset<std::string> told_;
+    std::multiset<std::string> reports_;
 };
 
-// The library keeps pointers to callback tables and listeners, never copies. What is static here is
-// there as long as it may be called.
-News& news = *new News;
+// The library keeps pointers to callback tables and listeners, not copies. They are static here, so
+// that they exist as long as they may be called.
+Reports& reports = *new Reports;
 
-/// Results say what happened, and nothing throws for a failure. A tour has no use for failures.
+/// The library reports failures as results and never throws. The tour ends at the first failure.
 void Expect(bool good, const char* what)
 {
     if (!good) {
-        throw std::runtime_error(std::string(what) + " did not work");
+        throw std::runtime_error(std::string(what) + " failed");
     }
 }
 
@@ -66,7 +66,7 @@ void Heading(const char* text)
     std::printf("\n%s\n", text);
 }
 
-/// Text in a fixed field ends at its NUL, or with the field.
+/// The text of a fixed field ends at its NUL, or at the field's end.
 template <std::size_t Size>
 std::string Text(const char (&field)[Size])
 {
@@ -81,9 +81,9 @@ std::string TextOf(const std::uint8_t* data, std::uint32_t length)
 // ---- The adapter
 
 BtManagerCallbacksC adapterCallbacks{[](std::int32_t state) {
-    news.Tell(state == kBtStateOn    ? "the adapter is on"
-              : state == kBtStateOff ? "the adapter is off"
-                                     : "the adapter is on its way");
+    reports.Add(state == kBtStateOn    ? "the adapter is on"
+                : state == kBtStateOff ? "the adapter is off"
+                                       : "the adapter is switching");
 }};
 
 std::uint64_t TourTheAdapter()
@@ -93,23 +93,23 @@ std::uint64_t TourTheAdapter()
            "registering for the adapter's state");
     BtInfo info{};
     Expect(BleManager::GetBtMacAndName(&info) == kBleStatusSuccess, "reading name and address");
-    std::printf("  It is called \"%s\", its address is %012llX.\n", Text(info.name).c_str(),
+    std::printf("  Its name is \"%s\", its address %012llX.\n", Text(info.name).c_str(),
                 static_cast<unsigned long long>(info.mac));
     if (BleManager::IsBtEnabled()) {
         std::puts("  Off...");
         Expect(BleManager::BtDisable() == kBleStatusSuccess, "switching off");
-        news.WaitFor("the adapter is off");
+        reports.WaitFor("the adapter is off");
     }
     std::puts("  ... and on.");
     Expect(BleManager::BtEnable() == kBleStatusSuccess, "switching on");
-    news.WaitFor("the adapter is on");
+    reports.WaitFor("the adapter is on");
     BleManager::UnRegisterBtStateChangeCallbacks(&adapterCallbacks);
     return info.mac;
 }
 
 // ---- Scanning
 
-// Each result comes on a thread of its own, so this may take its time.
+// Each result has a thread of its own, so this callback may take time.
 void OnScanResult(std::int32_t /*listener*/, BleScanResultC result)
 {
     constexpr std::uint16_t kBattery = 0x180F;
@@ -119,65 +119,64 @@ void OnScanResult(std::int32_t /*listener*/, BleScanResultC result)
     if (BleGetServiceDataByUuid(result.data, result.dataLen, kBattery, &data, &length) ==
             kBleStatusSuccess &&
         length == 1) {
-        news.Tell("the thermometer's battery is at " + std::to_string(*data) + " %");
+        reports.Add("the thermometer's battery is at " + std::to_string(*data) + " %");
     }
-    // Of whatever company: the two bytes before the data say which, and are not compared.
+    // Of any company: the company identifier before the data is not compared.
     if (BleGetManufacturerDataByCompanyId(result.data, result.dataLen, kCompany, &data, &length) ==
         kBleStatusSuccess) {
-        news.Tell("a beacon sends " + std::to_string(length) + " bytes of its maker's");
+        reports.Add("a beacon sends " + std::to_string(length) + " bytes of manufacturer data");
     }
 }
 
 void TourScanning()
 {
-    Heading("Scanning: what devices say of themselves");
+    Heading("Scanning: the advertisements of other devices");
     static BleScanCallbacksC callbacks{nullptr, &OnScanResult};
-    // Only one device, by its address; its first octet first.
+    // Only the device with this address, first octet first.
     BleScanFilter thermometer{kBleScanFilterAddress, 6, {0xC0, 0, 0, 0, 0, 0x01}};
     int listener = 0;
     Expect(BleScanner::BleScanRegisterCallbacks(&callbacks, &listener) == kBleStatusSuccess,
            "registering a listener");
     Expect(BleScanner::SetScanFilter(listener, &thermometer, 1) == kBleStatusSuccess,
            "setting a filter");
-    std::puts("  Listening for the thermometer.");
+    std::puts("  Listening to the thermometer.");
     Expect(BleScanner::StartBleScan(listener, kBleScanLowLatency) == kBleStatusSuccess, "scanning");
-    news.WaitFor("the thermometer's battery is at 100 %");
-    std::puts("  And for everybody.");
+    reports.WaitFor("the thermometer's battery is at 100 %");
+    std::puts("  Listening to all devices.");
     Expect(BleScanner::RemoveScanFilter(listener) == kBleStatusSuccess, "removing the filter");
-    news.WaitFor("a beacon sends 7 bytes of its maker's");
+    reports.WaitFor("a beacon sends 7 bytes of manufacturer data");
     BleScanner::StopBleScan(listener);
     BleScanner::BleScanUnRegisterCallbacks(listener);
 
-    // Targeted advertisements are for the programs of one business, and come by other ways as well.
+    // Targeted advertisements are for the programs of one business.
     static VoviewRecvAdvCallbacksC targeted{
-        [](TargetAdvInfo info) { news.Tell("for our business: " + TextOf(info.data, 5)); }};
+        [](TargetAdvInfo info) { reports.Add("for our business: " + TextOf(info.data, 5)); }};
     TargetAdvFilter filter{};
     filter.business = kBleTargetHandoff;
     Expect(BleScanner::BleRegisterTargetAdvCallback(filter, &targeted) == kBleStatusSuccess,
            "registering for targeted advertisements");
-    std::puts(
-        "  Handing a targeted advertisement to the service, which tells all whom it concerns.");
+    std::puts("  Sending a targeted advertisement to all programs that have registered for it.");
     TargetAdvInfo info{kBleTargetHandoff, {'h', 'e', 'l', 'l', 'o'}};
-    Expect(BleScanner::BleOnRecvVoviewData(info) == kBleStatusSuccess, "handing it on");
-    news.WaitFor("for our business: hello");
+    Expect(BleScanner::BleOnRecvVoviewData(info) == kBleStatusSuccess, "sending it");
+    reports.WaitFor("for our business: hello");
     BleScanner::BleUnRegisterTargetAdvCallback(kBleTargetHandoff);
 }
 
 // ---- Advertising
 
 BleAdvCallbacksC advertiserCallbacks{[](std::int32_t /*advertiser*/, std::int32_t status) {
-    news.Tell(status == kBleAdvTimeOver ? "the advertiser has had its time"
-                                        : "the advertiser was silenced");
+    reports.Add(status == kBleAdvTimeOver ? "the advertiser's time is over"
+                                          : "the advertiser was stopped");
 }};
 
 void TourAdvertising()
 {
-    Heading("Advertising: being heard");
+    Heading("Advertising to other devices");
     int advertiser = 0;
     Expect(BleAdvertiser::BleAdvRegisterCallbacks(&advertiserCallbacks, &advertiser) ==
                kBleStatusSuccess,
            "registering an advertiser");
-    BleAdvertiseParamsC parameters{};  // usual intervals, all channels
+    BleAdvertiseParamsC parameters{};  // default intervals, all channels
     parameters.advEventType = kBleAdvNonConnectable;
     parameters.sendTotalTime = 200;  // ms
     BleAdvertiseData data;
@@ -185,8 +184,8 @@ void TourAdvertising()
     std::puts("  As \"Tour\", for 200 ms.");
     Expect(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data) == kBleStatusSuccess,
            "advertising");
-    news.WaitFor("the advertiser has had its time");
-    std::puts("  Once more, until it is told to stop.");
+    reports.WaitFor("the advertiser's time is over");
+    std::puts("  Again, until it is stopped.");
     parameters.sendTotalTime = 0;
     Expect(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data) == kBleStatusSuccess,
            "advertising again");
@@ -198,22 +197,22 @@ void TourAdvertising()
 
 BtGattClientCallbacksC clientCallbacks{
     [](std::int32_t /*client*/, std::int32_t state, std::int32_t /*reason*/) {
-        news.Tell(state == kBleGattConnected ? "connected" : "disconnected");
+        reports.Add(state == kBleGattConnected ? "connected" : "disconnected");
     },
     [](std::int32_t /*client*/, const char* /*service*/, const char* /*characteristic*/,
        const std::uint8_t* data, std::uint32_t length,
-       std::int32_t /*kind*/) { news.Tell("the lamp is " + TextOf(data, length)); }};
+       std::int32_t /*kind*/) { reports.Add("the lamp is " + TextOf(data, length)); }};
 
 std::int32_t Connect(std::uint64_t address)
 {
     std::int32_t client = 0;
     Expect(BleGattClient::BleGattClientRegister(&client) == kBleStatusSuccess,
            "registering a client");
-    // The only operation that does not wait: its outcome comes through the callback.
+    // The only operation that does not wait for its outcome, which the callback reports.
     Expect(
         BleGattClient::BleGattClientConnect(client, address, &clientCallbacks) == kBleStatusSuccess,
         "connecting");
-    news.WaitFor("connected");
+    reports.WaitFor("connected");
     Expect(BleGattClient::BleGattClientSearchServices(client) == kBleStatusSuccess,
            "discovering services");
     return client;
@@ -222,7 +221,7 @@ std::int32_t Connect(std::uint64_t address)
 void Disconnect(std::int32_t client)
 {
     BleGattClient::BleGattClientDisconnect(client);
-    news.WaitFor("disconnected");
+    reports.WaitFor("disconnected");
     BleGattClient::BleGattClientUnRegister(client);
 }
 
@@ -236,7 +235,7 @@ void TourTheGattClient()
     Expect(BleGattClient::BleGattClientReadCharacteristic(client, lamp, light, &value) ==
                kBleStatusSuccess,
            "reading");
-    std::printf("  The lamp is %s. Switching it.\n",
+    std::printf("  The lamp is %s. Switching it on.\n",
                 std::string(value.begin(), value.end()).c_str());
     Expect(BleGattClient::BleGattClientRegisterNotification(client, lamp, light, true) ==
                kBleStatusSuccess,
@@ -244,18 +243,18 @@ void TourTheGattClient()
     Expect(BleGattClient::BleGattClientWriteCharacteristic(client, lamp, light, {'o', 'n'}) ==
                kBleStatusSuccess,
            "writing");
-    news.WaitFor("the lamp is on");
+    reports.WaitFor("the lamp is on");
     Disconnect(client);
 }
 
 BtGattServerCallbacksC serverCallbacks{
-    [](std::uint64_t /*peer*/) { news.Tell("a peer has come"); },
-    [](std::uint64_t /*peer*/) { news.Tell("the peer has gone"); }, nullptr, nullptr};
+    [](std::uint64_t /*peer*/) { reports.Add("a peer has connected"); },
+    [](std::uint64_t /*peer*/) { reports.Add("the peer has disconnected"); }, nullptr, nullptr};
 
 BtGattCharCallbacksC greetingCallbacks{
     nullptr, [](std::uint64_t /*peer*/, const char* /*service*/, const char* /*characteristic*/,
                 const std::uint8_t* data,
-                std::uint32_t length) { news.Tell("the peer writes: " + TextOf(data, length)); }};
+                std::uint32_t length) { reports.Add("the peer writes: " + TextOf(data, length)); }};
 
 void TourTheGattServer(std::uint64_t ownAddress)
 {
@@ -273,9 +272,9 @@ void TourTheGattServer(std::uint64_t ownAddress)
                 kBleStatusSuccess &&
             BleGattServer::BleGattServerStartService(server, handle) == kBleStatusSuccess,
         "serving");
-    // Programs on one service can be each other's peers, and one can be its own.
+    // Programs of one service can be peers of each other, and a program can be its own peer.
     const std::int32_t client = Connect(ownAddress);
-    news.WaitFor("a peer has come");
+    reports.WaitFor("a peer has connected");
     std::vector<std::uint8_t> value;
     Expect(BleGattClient::BleGattClientReadCharacteristic(client, service, greeting, &value) ==
                kBleStatusSuccess,
@@ -284,9 +283,9 @@ void TourTheGattServer(std::uint64_t ownAddress)
     Expect(BleGattClient::BleGattClientWriteCharacteristic(client, service, greeting,
                                                            {'h', 'e', 'y'}) == kBleStatusSuccess,
            "writing");
-    news.WaitFor("the peer writes: hey");
+    reports.WaitFor("the peer writes: hey");
     Disconnect(client);
-    news.WaitFor("the peer has gone");
+    reports.WaitFor("the peer has disconnected");
     BleGattServer::BleGattServerUnRegister(server);
 }
 
@@ -294,11 +293,12 @@ void TourTheGattServer(std::uint64_t ownAddress)
 
 Vod2dWifiBroadcastRecvCb groupCallbacks{
     [](Vod2dGroupChange change) {
-        news.Tell(change.state == kVod2dGroupExists ? "the group is there" : "the group is gone");
+        reports.Add(change.state == kVod2dGroupExists ? "the group was created"
+                                                      : "the group was removed");
     },
     [](const Vod2dStationChange* change) {
-        news.Tell(change->state == kVod2dStationJoined ? "a station has joined"
-                                                       : "a station has left");
+        reports.Add(change->state == kVod2dStationJoined ? "a station has joined"
+                                                         : "a station has left");
     }};
 
 void TourGroups()
@@ -307,12 +307,12 @@ void TourGroups()
     Expect(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&groupCallbacks) == kWifiSuccess,
            "registering for the group");
     Vod2dSoftAPInfo group{};  // on any channel
-    Expect(Vod2dApi::Vod2dCreateGroup(&group) == kWifiSuccess, "making a group");
+    Expect(Vod2dApi::Vod2dCreateGroup(&group) == kWifiSuccess, "creating a group");
     std::printf("  \"%s\" on channel %d: %d MHz.\n", Text(group.ssid).c_str(), group.channel,
                 Vod2dApi::Vod2dGetFrequency());
-    news.WaitFor("a station has joined");
+    reports.WaitFor("a station has joined");
     Expect(Vod2dApi::Vod2dRemoveGroup() == kWifiSuccess, "removing the group");
-    news.WaitFor("the group is gone");
+    reports.WaitFor("the group was removed");
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupCallbacks);
 }
 
@@ -323,20 +323,20 @@ class SoftApListener : public ISoftAPNotification {
     void OnAdvertisementStatus(std::uint32_t /*status*/) override {}
     void OnAdvertisementState(const SoftApAdvertisementState* state) override
     {
-        news.Tell(state->status == kSoftApAdvertisementStopped
-                      ? "the soft AP is gone"
-                      : "the soft AP is on channel " + std::to_string(state->channel));
+        reports.Add(state->status == kSoftApAdvertisementStopped
+                        ? "the soft AP was destroyed"
+                        : "the soft AP is on channel " + std::to_string(state->channel));
     }
     void OnDeviceConnectionStatus(std::uint32_t status) override
     {
-        news.Tell(status != 0 ? "the phone has connected" : "the phone is gone");
+        reports.Add(status != 0 ? "the phone has connected" : "the phone has disconnected");
     }
 };
 
 class Errors : public ErrorListener {
   public:
-    // On a thread of its own: it may call anything.
-    void OnError(ErrorDetail detail) override { news.Tell("error: " + detail.message); }
+    // Called on a separate thread: it may call any operation.
+    void OnError(ErrorDetail detail) override { reports.Add("error: " + detail.message); }
 };
 
 void TourTheWifiSystem()
@@ -356,19 +356,19 @@ void TourTheWifiSystem()
     ap.requestByte = kSoftApBandAny;
     ap.requestInt = kGoPurposeTransfer;
     Expect(wifi.SystemCreateSoftAP(ap) == kSoftApSuccess, "creating a soft AP");
-    std::printf("  \"%s\" is where both need not hop: channel %d, %d MHz.\n", ap.ssid.c_str(),
+    std::printf("  \"%s\" is on channel %d (%d MHz), which suits both devices.\n", ap.ssid.c_str(),
                 ap.apByte1, wifi.GetFrequencyFromChannel(ap.apByte1));
-    news.WaitFor("the phone has connected");
+    reports.WaitFor("the phone has connected");
 
-    // Errors come from the service, or from the application itself.
+    // Errors are reported by the service, or by the application itself.
     wifi.RegistListener(&errors);
     if (wifi.SystemCreateSoftAP(ap) == kSoftApAlreadyExists) {
         wifi.PostNotification(kConnectGoAlreadyExist);
-        news.WaitFor("error: go already exist");
+        reports.WaitFor("error: go already exist");
     }
     Expect(wifi.SystemDestroySoftAP(kGoPurposeTransfer) == kSoftApSuccess,
            "destroying the soft AP");
-    news.WaitFor("the soft AP is gone");
+    reports.WaitFor("the soft AP was destroyed");
     wifi.UnRegisterSoftApNotificationEventCallback(&softApListener);
 }
 
@@ -387,19 +387,20 @@ void Tour()
 
 int main()
 {
-    // Operations are refused before this. It returns at once, also when there is no service yet:
-    // the library connects as soon as there is one, and again whenever it was lost.
+    // Before this call, operations are refused. It returns at once, even if the service is not
+    // running: the library connects when the service starts, and again after each loss of the
+    // connection.
     PelaconSvcStart();
     int exitCode = 0;
     try {
         Tour();
-        std::puts("\nThat was all of it.");
+        std::puts("\nEnd of the tour.");
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "\n%s. Is PelaconService running, with its built-in world?\n",
                      failure.what());
         exitCode = 1;
     }
-    // A process may end without it. Afterwards no callback runs on the receive thread any more.
+    // A process may end without this call. After it, the receive thread calls no more callbacks.
     PelaconSvcStop();
     return exitCode;
 }

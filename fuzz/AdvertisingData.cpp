@@ -1,5 +1,6 @@
-// The readers of advertising data: they never read outside the buffer (AddressSanitizer sees to
-// that, as the buffer is a copy that ends where the data end), and never point outside it.
+// The readers of advertising data must never read outside the buffer (which AddressSanitizer
+// checks, as the buffer is a copy that ends where the data end), and never return a pointer outside
+// it.
 #include <PelaconSDK/BleScanner.h>
 
 #include <algorithm>
@@ -16,7 +17,7 @@ void Require(bool condition)
     }
 }
 
-/// One reader's answer: inside the buffer, or nothing stored.
+/// The result of a reader: data inside the buffer, or nothing stored.
 class Answer {
   public:
     Answer(const std::uint8_t* buffer, std::size_t size) : buffer_(buffer), end_(buffer + size) {}

@@ -1,4 +1,4 @@
-// Runs kept inputs through a fuzz target, for builds without libFuzzer.
+// Runs a fuzz target on the inputs of the corpus, for builds without libFuzzer.
 // Usage: replay_<target> <file or folder>...
 #include <cstdint>
 #include <cstdio>

@@ -1,4 +1,4 @@
-# What the scripts share. To be sourced, from the top of the tree.
+# Functions shared by the scripts. To be sourced from the top of the tree.
 
 say() { printf '\033[1m==> %s\033[0m\n' "$*"; }
 
@@ -7,7 +7,7 @@ fail() {
     exit 1
 }
 
-# Installs the Debian packages that are missing; quick when none is.
+# Installs missing Debian packages; quick if there are none.
 need_packages() {
     local package missing=()
     command -v dpkg-query >/dev/null || fail "This script installs what it needs with apt, on Debian 12 or a relative of it.
@@ -41,10 +41,10 @@ radio_packages=(qemu-system-x86 mmdebstrap kmod cpio zstd e2fsprogs python3)
 
 clang_packages=(clang libclang-rt-14-dev)
 
-# Objects are the same wherever the tree lies, so the compiler's cache serves other clones, too.
+# Makes objects independent of the tree's path, so that clones share the compiler's cache.
 export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 
-# configure PRESET: quick when it was configured before; says why when it fails.
+# configure PRESET: quick if configured before; prints the reason of a failure.
 configure() {
     local log="build/$1/configure.log"
     mkdir -p "build/$1"

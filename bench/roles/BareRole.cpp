@@ -1,4 +1,4 @@
-// The floor's other side: one thread for each connection, blocking reads and writes.
+// The other side of the baseline: one thread per connection, blocking reads and writes.
 #include <bench/Bare.h>
 #include <bench/roles/Roles.h>
 
@@ -29,7 +29,7 @@ void Stream(const BareSocket& socket, std::span<std::uint8_t> message, std::uint
     }
 }
 
-/// Until the other side has had enough, which the write tells.
+/// Until the other side closes the connection, which the write reports.
 void Push(const BareSocket& socket, std::span<std::uint8_t> message,
           std::chrono::microseconds interval)
 {

@@ -1,5 +1,5 @@
-// A service on the channel's own server half: answers each request with its payload, and pushes
-// notifications when it is told to.
+// A service on the channel's server: answers each request with its payload, and sends notifications
+// on command.
 #include <IPCMessage/IPCMessageServer.h>
 #include <bench/Bare.h>
 #include <bench/Scenarios.h>
@@ -41,7 +41,7 @@ class EchoHandler : public IPCServerHandler {
     void Posted(std::uint64_t /*clientId*/, const TagIPCMessageItem& /*item*/) override {}
     std::string Control(std::string_view /*command*/) override { return {}; }
 
-    /// To the client that came last: there are others, of other measurements.
+    /// To the latest client; other measurements have others.
     void PushTo(IPCMessageServer& server, std::span<const std::uint8_t> payload)
     {
         const std::lock_guard lock(mutex_);

@@ -1,5 +1,5 @@
-// A service that sends notifications as fast as they are taken: it writes frames itself, blocking,
-// without the queue that keeps a real service from waiting for its clients.
+// A service that sends notifications as fast as the client reads them: it writes frames itself,
+// blocking, without the queue of the real service.
 #include <IPCMessage/Transport.h>
 #include <bench/roles/Roles.h>
 #include <protocol/BleManager.h>
@@ -22,7 +22,7 @@ using ipc::FrameHeader;
 using ipc::FrameKind;
 using ipc::IoStatus;
 
-/// The event connection of the client that came last.
+/// The event connection of the latest client.
 class Newest {
   public:
     void Set(std::shared_ptr<Connection> connection)

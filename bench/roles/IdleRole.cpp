@@ -1,4 +1,4 @@
-// A client that has started the library and does nothing: what it costs.
+// A client that has started the library and is idle: its cost.
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/roles/Roles.h>
 
@@ -27,7 +27,7 @@ long ProcessFigure(const std::string& key)
 
 int RunIdleRole()
 {
-    // What the process uses anyway is used before the first look.
+    // Allocate first what the process uses in any case.
     ProcessFigure("RssAnon");
     Answer("ready");
 
@@ -37,7 +37,7 @@ int RunIdleRole()
     if (GetBtRunningState() == kBtStateUnknown) {
         return 1;
     }
-    // The receive thread has settled by then; idle is what is measured.
+    // By then the receive thread is idle.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     const long memoryStarted = ProcessFigure("RssAnon");
     const long threadsStarted = ProcessFigure("Threads");

@@ -1,6 +1,6 @@
-// The other processes: what this program does when it is started as one of them. Each says "ready"
-// on its standard output when it can be measured, takes orders on its standard input, answers each
-// with a line, and ends with its input.
+// The roles of this program as one of the other processes. Each writes "ready" to standard output
+// when it can be measured, reads commands from standard input, answers each with a line, and ends
+// at the end of its input.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ int RunEchoRole();
 int RunFloodRole();
 int RunIdleRole();
 
-/// Writes one line for the benchmark to read.
+/// Writes a line for the benchmark.
 void Answer(const std::string& line);
 
 }  // namespace pelacon::bench

@@ -1,5 +1,5 @@
-// Five thousand results at once to a callback that is slow: nothing breaks, and the memory of all
-// those threads comes back.
+// Five thousand results at once to a slow callback: all are delivered, and the memory of their
+// threads is released.
 #include <bench/scan/Scenarios.h>
 #include <sdk/ipc/IPCMessageSender.h>
 
@@ -29,7 +29,7 @@ void Slow(std::int32_t /*listenerId*/, BleScanResultC /*result*/)
     ended.fetch_add(1);
 }
 
-/// Memory of this process that is its own, in kilobytes.
+/// The private memory of this process in kilobytes.
 double OwnMemory()
 {
     std::ifstream status("/proc/self/status");

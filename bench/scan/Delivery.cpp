@@ -1,5 +1,5 @@
-// Scan results to listeners, against what cannot be saved: one allocation of 64 bytes and one
-// detached thread for each listener and result.
+// Delivery of scan results to listeners, compared with the minimum: one allocation of 64 bytes and
+// one detached thread for each listener and result.
 #include <bench/Bare.h>
 #include <bench/scan/Scenarios.h>
 #include <sdk/ipc/IPCMessageSender.h>
@@ -16,7 +16,7 @@ namespace {
 std::atomic<int> delivered{0};
 std::atomic<std::uint64_t> seen{0};
 
-/// What a callback does: it looks at the result, and counts.
+/// The callback: reads the result and counts.
 void Look(const BleScanResultC& result)
 {
     seen.fetch_add(result.address, std::memory_order_relaxed);
@@ -38,7 +38,7 @@ BleScanResultC SomeResult()
     return result;
 }
 
-/// Deliveries a second. So many results are sent at once, as a pipe brings them in batches.
+/// Deliveries per second. Results are sent in batches, as they arrive from a pipe.
 template <typename SendOne>
 double Rate(int results, int listeners, const SendOne& sendOne)
 {
@@ -114,7 +114,7 @@ class Delivery : public Scenario {
         row.Add(bare, ours);
     }
 
-    // No more than 1.3 times the bare cost.
+    // At most 1.3 times the bare cost.
     Row one_{"delivered a second, 1 listener", Unit::kPerSecond, AtLeast(1 / 1.3)};
     Row eight_{"delivered a second, 8 listeners", Unit::kPerSecond, AtLeast(1 / 1.3)};
 };

@@ -1,4 +1,4 @@
-// Reading advertising data: what a structure costs that is looked at.
+// Reading advertising data: the cost per structure.
 #include <PelaconSDK/BleScanner.h>
 #include <bench/Bare.h>
 #include <bench/scan/Scenarios.h>
@@ -16,7 +16,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr int kStructures = 7;
 
-/// Seven structures in 31 bytes; the service data, which is looked for, is the last of them.
+/// Seven structures in 31 bytes; the search is for the last one, the service data.
 Bytes SevenStructures()
 {
     Bytes bytes;
@@ -27,7 +27,7 @@ Bytes SevenStructures()
     return bytes;
 }
 
-/// Nanoseconds that one structure takes.
+/// Nanoseconds per structure.
 template <typename Read>
 double Cost(int reads, const Read& read)
 {

@@ -1,4 +1,4 @@
-// What is measured of scanning.
+// The measurements of scanning.
 #pragma once
 
 #include <bench/Scenarios.h>

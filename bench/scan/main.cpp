@@ -1,4 +1,4 @@
-// Measures what scanning costs within the library: no service, no pipe, real threads.
+// Measures the cost of scanning within the library: without service and pipe, with real threads.
 #include <bench/scan/Scenarios.h>
 
 #include <CLI/CLI.hpp>
@@ -16,15 +16,15 @@ namespace pelacon::bench {
 
 namespace {
 
-/// Threads that are delivered on other processors than they are made on cost what it costs to wake
-/// those: on one processor it is the work that is compared.
+/// A thread that runs on another processor than its creator costs the wake-up of that processor; on
+/// one processor only the work is compared.
 void UseOneProcessor()
 {
     cpu_set_t set;
     CPU_ZERO(&set);
     CPU_SET(0, &set);
     if (sched_setaffinity(0, sizeof set, &set) != 0) {
-        throw std::runtime_error("This process cannot be bound to a processor.");
+        throw std::runtime_error("Cannot bind this process to a processor.");
     }
 }
 
@@ -62,9 +62,9 @@ int Main(int argc, char** argv)
     bool quick = false;
     bool unpinned = false;
     std::optional<int> rounds;
-    program.add_flag("--quick", quick, "A first look: fewer and shorter rounds");
+    program.add_flag("--quick", quick, "Fewer and shorter rounds");
     program.add_flag("--unpinned", unpinned, "Measure on all processors instead");
-    program.add_option("--rounds", rounds, "How many rounds")->check(CLI::Range(1, 1000));
+    program.add_option("--rounds", rounds, "The number of rounds")->check(CLI::Range(1, 1000));
     program.footer("Exit status: 0 all targets met, 1 some missed, 2 not measured.");
     CLI11_PARSE(program, argc, argv);
     Effort effort = quick ? kQuick : kFull;

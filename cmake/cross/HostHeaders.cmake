@@ -1,5 +1,5 @@
-# pelacon_host_headers(<target> <folder>): a header-only library of the build machine's, for a cross
-# build: its folder alone is put on the include path, and nothing else that lies beside it.
+# pelacon_host_headers(<target> <folder>): a header-only library of the build machine, for a cross
+# build. Only its own folder is added to the include path, not its siblings.
 function(pelacon_host_headers target folder)
     if(TARGET ${target})
         return()
