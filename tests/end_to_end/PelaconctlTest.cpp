@@ -304,7 +304,8 @@ TEST_F(PelaconctlMonitor, EndsWithTheService)
     EXPECT_TRUE(NotifiedUntilShown(monitor, "\n"));
     service.End();
     EXPECT_EQ(monitor.Wait(), kNoService);
-    EXPECT_THAT(monitor.Errors(), StartsWith("pelaconctl: PelaconService is gone"));
+    EXPECT_THAT(monitor.Errors(),
+                StartsWith("pelaconctl: The connection to PelaconService was lost"));
 }
 
 class PelaconctlService : public ::testing::Test {

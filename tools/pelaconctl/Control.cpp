@@ -42,7 +42,8 @@ Failure FailureOf(const IPCControlError& error)
         case Kind::kLost:
             break;
     }
-    return {ExitStatus::kNoService, Sentence("PelaconService is gone: " + error.message)};
+    return {ExitStatus::kNoService,
+            Sentence("The connection to PelaconService was lost: " + error.message)};
 }
 
 Json Control(const Json& command)

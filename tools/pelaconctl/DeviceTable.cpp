@@ -110,7 +110,7 @@ DeviceTable::Change DeviceTable::Add(const BleScanResultC& result, Clock::time_p
     device.address = result.address;
     device.rssi = isNew ? result.rssi : device.rssi + kWeight * (result.rssi - device.rssi);
     device.lastRssi = result.rssi;
-    device.heard = when;
+    device.lastResult = when;
     ++device.count;
     ++results_;
 
@@ -160,7 +160,7 @@ std::vector<std::string> DeviceTable::Lines(const Console& console, Order order,
     const std::size_t room = std::max<std::size_t>(height, 2) - 1;
     const std::size_t shown = devices.size() <= room ? devices.size() : room - 1;
     for (const Device* device : std::span(devices).first(shown)) {
-        const auto age = now - device->heard;
+        const auto age = now - device->lastResult;
         const std::string text = Text(
             {FormatAddress(device->address),
              SignalText(static_cast<std::int32_t>(std::lround(device->rssi))),

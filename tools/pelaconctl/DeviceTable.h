@@ -47,7 +47,7 @@ class DeviceTable {
         std::string name;
         std::string data;
         std::uint64_t count = 0;
-        Clock::time_point heard;
+        Clock::time_point lastResult;
     };
 
     std::vector<const Device*> Sorted(Order order) const;

@@ -1,4 +1,4 @@
-// The table of devices that were heard.
+// The table of the devices found by a scan.
 #include <tests/support/Bytes.h>
 #include <tools/pelaconctl/DeviceTable.h>
 
@@ -62,7 +62,7 @@ class DeviceTableTest : public ::testing::Test {
     }
 
     DeviceTable table;
-    Console console;  // no terminal: no colours
+    Console console;  // not a terminal: no colours
 };
 
 TEST_F(DeviceTableTest, HasAHeadingAndALineForEachDevice)
@@ -133,8 +133,7 @@ TEST_F(DeviceTableTest, AddReturnsWhatChanged)
         << "a scan response does not take the advertisement's data away";
     EXPECT_EQ(table.Line(0x1), "00:00:00:00:00:01   -50 dBm  x  180F: 01");
     EXPECT_EQ(table.Add(Result(0x1, -50, {4, 0x16, 0x0F, 0x18, 2}), kNow), Change::kNewData);
-    EXPECT_EQ(table.Add(Result(0x1, -50, {2, 1, 6}), kNow), Change::kNewData)
-        << "the data are gone";
+    EXPECT_EQ(table.Add(Result(0x1, -50, {2, 1, 6}), kNow), Change::kNewData) << "without data";
 }
 
 TEST_F(DeviceTableTest, ReplacesControlCharactersInNames)

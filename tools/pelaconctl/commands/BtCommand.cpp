@@ -84,7 +84,7 @@ void ShowConnected(const std::string& addressText, bool classic, const Console& 
     const DeviceConnectStatus status =
         IsDeviceConnected(address, classic ? kBluetoothClassic : kBluetoothLe);
     if (status == kDeviceConnectUnknown) {
-        FailForNoAnswer("look for a connection");
+        FailForNoAnswer("check the connection");
     }
     const bool connected = status == kDeviceConnected;
     console.Report({{"address", FormatAddress(address)}, {"connected", connected}},
