@@ -1,8 +1,7 @@
 // What an operator can have a running service do.
 #pragma once
 
-#include <service/json/Reader.h>
-
+#include <json/Reader.h>
 #include <nlohmann/json.hpp>
 
 #include <functional>

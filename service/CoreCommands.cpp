@@ -23,12 +23,8 @@ struct Whom {
 Whom ReadWhom(json::Fields& fields)
 {
     Whom whom;
-    if (const auto client = fields.Optional("client")) {
-        whom.client = client->Integer<std::uint64_t>(1, INT64_MAX);
-    }
-    if (const auto processId = fields.Optional("pid")) {
-        whom.processId = processId->Integer<std::uint32_t>(1);
-    }
+    fields.Read("client", whom.client, 1, INT64_MAX);
+    fields.Read("pid", whom.processId, 1);
     return whom;
 }
 

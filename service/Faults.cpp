@@ -74,8 +74,10 @@ FaultConfig ReadFault(const json::Reader& reader)
         ReadRequest(fields.Required("request"), config);
         config.kind = ReadKind(fields.Required("do"));
         const bool isDelay = config.kind == FaultKind::kDelay;
-        if (const auto delay = isDelay ? fields.Required("ms") : fields.Optional("ms")) {
-            config.delay = delay->Milliseconds(0ms, 1h);
+        if (isDelay) {
+            config.delay = fields.Required("ms").Milliseconds(0ms, 1h);
+        } else {
+            fields.Read("ms", config.delay, 0ms, 1h);
         }
         if (config.kind == FaultKind::kStatus) {
             config.status = fields.Required("status").Integer<std::int32_t>();
@@ -83,22 +85,12 @@ FaultConfig ReadFault(const json::Reader& reader)
                 fields.Fail("a reply to " + config.request + " has no place for a status");
             }
         } else if (!isDelay) {
-            if (const auto perform = fields.Optional("perform")) {
-                config.perform = perform->Bool();
-            }
+            fields.Read("perform", config.perform);
         }
-        if (const auto after = fields.Optional("after")) {
-            config.after = after->Integer<std::uint64_t>(0, 1'000'000'000);
-        }
-        if (const auto times = fields.Optional("times")) {
-            config.times = times->Integer<std::uint64_t>(1, 1'000'000'000);
-        }
-        if (const auto probability = fields.Optional("probability")) {
-            config.probability = probability->Number(0, 1);
-        }
-        if (const auto seed = fields.Optional("seed")) {
-            config.seed = seed->Integer<std::uint64_t>(0, INT64_MAX);
-        }
+        fields.Read("after", config.after, 0, 1'000'000'000);
+        fields.Read("times", config.times, 1, 1'000'000'000);
+        fields.Read("probability", config.probability, 0, 1);
+        fields.Read("seed", config.seed, 0, INT64_MAX);
     });
     return config;
 }

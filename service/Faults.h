@@ -3,8 +3,8 @@
 
 #include <protocol/Catalogue.h>
 #include <service/Random.h>
-#include <service/json/Reader.h>
 
+#include <json/Reader.h>
 #include <nlohmann/json_fwd.hpp>
 
 #include <chrono>

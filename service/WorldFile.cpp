@@ -1,5 +1,6 @@
 #include <service/WorldFile.h>
-#include <service/json/Reader.h>
+
+#include <json/Reader.h>
 
 #include <array>
 #include <filesystem>
@@ -15,42 +16,18 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
     WorldFile file;
     const json::Document document = json::Parse(text, name);
     json::Reader(document).Object([&](json::Fields& fields) {
-        if (const auto seed = fields.Optional("seed")) {
-            file.seed = seed->Integer<std::uint64_t>(0, std::numeric_limits<std::int64_t>::max());
-        }
-        if (const auto adapter = fields.Optional("adapter")) {
-            file.adapter = simulation::ReadAdapter(*adapter);
-        }
-        if (const auto wifi = fields.Optional("wifi")) {
-            file.wifi = simulation::ReadWifi(*wifi);
-        }
-        if (const auto group = fields.Optional("group")) {
-            file.group = simulation::ReadGroup(*group);
-        }
-        if (const auto softAp = fields.Optional("softAp")) {
-            file.softAp = simulation::ReadGroup(*softAp, simulation::UsualSoftAp());
-        }
-        if (const auto phone = fields.Optional("phone")) {
-            file.phone = simulation::ReadPhone(*phone);
-        }
-        if (const auto cards = fields.Optional("wifiCards")) {
-            file.wifiCards = simulation::ReadWifiCards(*cards);
-        }
-        if (const auto errors = fields.Optional("errors")) {
-            file.errors = errors->List(&simulation::ReadError);
-        }
-        if (const auto gatt = fields.Optional("gatt")) {
-            file.gatt = simulation::ReadGattLink(*gatt);
-        }
-        if (const auto peripherals = fields.Optional("peripherals")) {
-            file.peripherals = simulation::ReadPeripherals(*peripherals);
-        }
-        if (const auto targetAdvs = fields.Optional("targetedAdvertisements")) {
-            file.targetAdvs = targetAdvs->List(&simulation::ReadTargetAdv);
-        }
-        if (const auto faults = fields.Optional("faults")) {
-            file.faults = faults->List(&ReadFault);
-        }
+        fields.Read("seed", file.seed, 0, std::numeric_limits<std::int64_t>::max());
+        fields.Read("adapter", file.adapter, &simulation::ReadAdapter);
+        fields.Read("wifi", file.wifi, &simulation::ReadWifi);
+        fields.Read("group", file.group, &simulation::ReadGroup);
+        fields.Read("softAp", file.softAp, &simulation::ReadGroup);
+        fields.Read("phone", file.phone, &simulation::ReadPhone);
+        fields.Read("wifiCards", file.wifiCards, &simulation::ReadWifiCards);
+        fields.Read("errors", file.errors, &simulation::ReadError);
+        fields.Read("gatt", file.gatt, &simulation::ReadGattLink);
+        fields.Read("peripherals", file.peripherals, &simulation::ReadPeripherals);
+        fields.Read("targetedAdvertisements", file.targetAdvs, &simulation::ReadTargetAdv);
+        fields.Read("faults", file.faults, &ReadFault);
     });
     return file;
 }

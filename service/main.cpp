@@ -232,7 +232,7 @@ int main(int argc, char** argv)
             return kEnded;
         }
         return Run(options);
-    } catch (const service::json::Error& failure) {
+    } catch (const json::Error& failure) {
         return Complain(kWorldWrong, failure);
     } catch (const IPCServerError& failure) {
         return Complain(kPipeUnusable, failure);

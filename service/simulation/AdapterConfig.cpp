@@ -11,10 +11,9 @@ ConnectedDevice ReadConnectedDevice(const json::Reader& reader)
     ConnectedDevice device;
     reader.Object([&](json::Fields& fields) {
         device.address = fields.Required("address").Address();
-        if (const auto type = fields.Optional("type")) {
-            device.type = type->Choice<radio::BluetoothType>(
-                {{"classic", radio::BluetoothType::kClassic}, {"le", radio::BluetoothType::kLe}});
-        }
+        fields.Read(
+            "type", device.type,
+            {{"classic", radio::BluetoothType::kClassic}, {"le", radio::BluetoothType::kLe}});
     });
     return device;
 }
@@ -25,24 +24,12 @@ AdapterConfig ReadAdapter(const json::Reader& reader)
 {
     AdapterConfig config;
     reader.Object([&](json::Fields& fields) {
-        if (const auto address = fields.Optional("address")) {
-            config.address = address->Address();
-        }
-        if (const auto name = fields.Optional("name")) {
-            config.name = name->Text(1, radio::Adapter::kMaxName);
-        }
-        if (const auto on = fields.Optional("on")) {
-            config.on = on->Bool();
-        }
-        if (const auto delay = fields.Optional("turnOnMs")) {
-            config.turnOnDelay = delay->Milliseconds(0ms, 1min);
-        }
-        if (const auto delay = fields.Optional("turnOffMs")) {
-            config.turnOffDelay = delay->Milliseconds(0ms, 1min);
-        }
-        if (const auto connected = fields.Optional("connected")) {
-            config.connected = connected->List(&ReadConnectedDevice);
-        }
+        fields.Read("address", config.address, &json::Reader::Address);
+        fields.Read("name", config.name, 1, radio::Adapter::kMaxName);
+        fields.Read("on", config.on);
+        fields.Read("turnOnMs", config.turnOnDelay, 0ms, 1min);
+        fields.Read("turnOffMs", config.turnOffDelay, 0ms, 1min);
+        fields.Read("connected", config.connected, &ReadConnectedDevice);
     });
     return config;
 }

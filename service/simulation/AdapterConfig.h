@@ -1,8 +1,9 @@
 // The adapter as the world file describes it.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/Adapter.h>
+
+#include <json/Reader.h>
 
 #include <chrono>
 #include <cstdint>

@@ -110,29 +110,19 @@ AdvertisingConfig DefaultAdvertising(const std::string& name)
     return config;
 }
 
-AdvertisingConfig ReadAdvertising(const json::Reader& reader, AdvertisingConfig config)
+void ReadAdvertising(const json::Reader& reader, AdvertisingConfig& config)
 {
     using Kind = radio::AdvertisementKind;
     reader.Object([&](json::Fields& fields) {
-        if (const auto on = fields.Optional("on")) {
-            config.on = on->Bool();
-        }
-        if (const auto interval = fields.Optional("intervalMs")) {
-            config.interval = interval->Milliseconds(1ms, 1min);
-        }
-        if (const auto kind = fields.Optional("kind")) {
-            config.kind = kind->Choice<Kind>({{"connectable", Kind::kConnectable},
-                                              {"scannable", Kind::kScannable},
-                                              {"non-connectable", Kind::kNonConnectable}});
-        }
-        if (const auto data = fields.Optional("data")) {
-            config.data = ReadData(*data);
-        }
-        if (const auto scanResponse = fields.Optional("scanResponse")) {
-            config.scanResponse = ReadData(*scanResponse);
-        }
+        fields.Read("on", config.on);
+        fields.Read("intervalMs", config.interval, 1ms, 1min);
+        fields.Read("kind", config.kind,
+                    {{"connectable", Kind::kConnectable},
+                     {"scannable", Kind::kScannable},
+                     {"non-connectable", Kind::kNonConnectable}});
+        fields.Read("data", config.data, &ReadData);
+        fields.Read("scanResponse", config.scanResponse, &ReadData);
     });
-    return config;
 }
 
 }  // namespace pelacon::service::simulation

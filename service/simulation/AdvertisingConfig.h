@@ -1,8 +1,9 @@
 // What a device advertises, as the world file describes it.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/Advertisement.h>
+
+#include <json/Reader.h>
 
 #include <chrono>
 #include <cstdint>
@@ -22,7 +23,7 @@ struct AdvertisingConfig {
 /// What a device with this name advertises where nothing is said of it.
 AdvertisingConfig DefaultAdvertising(const std::string& name);
 
-/// Reads the description; what it does not name is as in the default given.
-AdvertisingConfig ReadAdvertising(const json::Reader& reader, AdvertisingConfig config);
+/// Reads what differs from this configuration into it.
+void ReadAdvertising(const json::Reader& reader, AdvertisingConfig& config);
 
 }  // namespace pelacon::service::simulation

@@ -10,9 +10,7 @@ ErrorConfig ReadError(const json::Reader& reader)
     reader.Object([&](json::Fields& fields) {
         config.code = fields.Required("code").Integer<std::int32_t>();
         config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
-        if (const auto every = fields.Optional("everyMs")) {
-            config.every = every->Milliseconds(1ms, 24h);
-        }
+        fields.Read("everyMs", config.every, 1ms, 24h);
     });
     return config;
 }

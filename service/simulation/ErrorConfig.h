@@ -1,7 +1,7 @@
 // Errors as the world file describes them.
 #pragma once
 
-#include <service/json/Reader.h>
+#include <json/Reader.h>
 
 #include <chrono>
 #include <cstdint>

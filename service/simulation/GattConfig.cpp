@@ -1,5 +1,6 @@
-#include <service/json/GattFields.h>
 #include <service/simulation/GattConfig.h>
+
+#include <json/GattFields.h>
 
 namespace pelacon::service::simulation {
 
@@ -16,18 +17,10 @@ GattCharacteristicConfig ReadCharacteristic(const json::Reader& reader)
     GattCharacteristicConfig config;
     reader.Object([&](json::Fields& fields) {
         config.uuid = json::ReadUuid(fields.Required("uuid"));
-        if (const auto flags = fields.Optional("flags")) {
-            config.flags = json::ReadGattFlags(*flags);
-        }
-        if (const auto value = fields.Optional("value")) {
-            config.value = json::ReadGattValue(*value);
-        }
-        if (const auto every = fields.Optional("notifyMs")) {
-            config.notifyEvery = every->Milliseconds(1ms, 1h);
-        }
-        if (const auto values = fields.Optional("notifyValues")) {
-            config.notifyValues = values->List(&json::ReadGattValue);
-        }
+        fields.Read("flags", config.flags, &json::ReadGattFlags);
+        fields.Read("value", config.value, &json::ReadGattValue);
+        fields.Read("notifyMs", config.notifyEvery, 1ms, 1h);
+        fields.Read("notifyValues", config.notifyValues, &json::ReadGattValue);
     });
     return config;
 }
@@ -37,9 +30,7 @@ GattServiceConfig ReadService(const json::Reader& reader)
     GattServiceConfig config;
     reader.Object([&](json::Fields& fields) {
         config.uuid = json::ReadUuid(fields.Required("uuid"));
-        if (const auto characteristics = fields.Optional("characteristics")) {
-            config.characteristics = json::ReadDistinct(*characteristics, &ReadCharacteristic);
-        }
+        fields.Read("characteristics", config.characteristics, json::Distinct(&ReadCharacteristic));
     });
     return config;
 }
@@ -49,25 +40,17 @@ GattDisconnectConfig ReadDisconnect(const json::Reader& reader)
     GattDisconnectConfig config;
     reader.Object([&](json::Fields& fields) {
         config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
-        if (const auto reason = fields.Optional("reason")) {
-            config.reason = reason->Choice<GattReason>(
-                {{"peer", GattReason::kPeer}, {"timeout", GattReason::kTimeout}});
-        }
+        fields.Read("reason", config.reason,
+                    {{"peer", GattReason::kPeer}, {"timeout", GattReason::kTimeout}});
     });
     return config;
 }
 
 void ReadLinkFields(json::Fields& fields, GattLinkConfig& config)
 {
-    if (const auto delay = fields.Optional("connectMs")) {
-        config.connectDelay = delay->Milliseconds(0ms, 1min);
-    }
-    if (const auto delay = fields.Optional("responseMs")) {
-        config.responseDelay = delay->Milliseconds(0ms, 1min);
-    }
-    if (const auto mtu = fields.Optional("mtu")) {
-        config.mtu = mtu->Integer<std::int32_t>(kLeastMtu, kMostMtu);
-    }
+    fields.Read("connectMs", config.connectDelay, 0ms, 1min);
+    fields.Read("responseMs", config.responseDelay, 0ms, 1min);
+    fields.Read("mtu", config.mtu, kLeastMtu, kMostMtu);
 }
 
 }  // namespace
@@ -84,15 +67,9 @@ GattPeripheralConfig ReadGattPeripheral(const json::Reader& reader)
     GattPeripheralConfig config;
     reader.Object([&](json::Fields& fields) {
         ReadLinkFields(fields, config.link);
-        if (const auto refuses = fields.Optional("refuse")) {
-            config.refuses = refuses->Bool();
-        }
-        if (const auto disconnect = fields.Optional("disconnect")) {
-            config.disconnect = ReadDisconnect(*disconnect);
-        }
-        if (const auto services = fields.Optional("services")) {
-            config.services = json::ReadDistinct(*services, &ReadService);
-        }
+        fields.Read("refuse", config.refuses);
+        fields.Read("disconnect", config.disconnect, &ReadDisconnect);
+        fields.Read("services", config.services, json::Distinct(&ReadService));
     });
     return config;
 }

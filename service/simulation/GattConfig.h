@@ -1,8 +1,9 @@
 // What simulated devices are as GATT peers, as the world file describes them.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/Gatt.h>
+
+#include <json/Reader.h>
 
 #include <chrono>
 #include <optional>

@@ -36,9 +36,7 @@ CreationConfig ReadCreation(const json::Reader& reader)
 {
     CreationConfig creation;
     reader.Object([&](json::Fields& fields) {
-        if (const auto delay = fields.Optional("ms")) {
-            creation.delay = delay->Milliseconds(0ms, 10min);
-        }
+        fields.Read("ms", creation.delay, 0ms, 10min);
         if (const auto fails = fields.Optional("fails"); fails && fails->Bool()) {
             creation.outcome = radio::GroupOutcome::kFailed;
         }
@@ -51,15 +49,9 @@ StationConfig ReadStation(const json::Reader& reader)
     StationConfig station;
     reader.Object([&](json::Fields& fields) {
         station.address = fields.Required("address").Address();
-        if (const auto ipAddress = fields.Optional("ipAddress")) {
-            station.ipAddress = ReadIpAddress(*ipAddress);
-        }
-        if (const auto joinAfter = fields.Optional("joinMs")) {
-            station.joinAfter = joinAfter->Milliseconds(0ms, 24h);
-        }
-        if (const auto stay = fields.Optional("stayMs")) {
-            station.stay = stay->Milliseconds(0ms, 24h);
-        }
+        fields.Read("ipAddress", station.ipAddress, &ReadIpAddress);
+        fields.Read("joinMs", station.joinAfter, 0ms, 24h);
+        fields.Read("stayMs", station.stay, 0ms, 24h);
     });
     return station;
 }
@@ -67,18 +59,10 @@ StationConfig ReadStation(const json::Reader& reader)
 /// Who owns the group.
 void ReadOwner(json::Fields& fields, GroupConfig& config)
 {
-    if (const auto ssid = fields.Optional("ssid")) {
-        config.ssid = ssid->Ssid();
-    }
-    if (const auto passPhrase = fields.Optional("passPhrase")) {
-        config.passPhrase = passPhrase->Text(kShortestPassPhrase, kLongestPassPhrase);
-    }
-    if (const auto address = fields.Optional("address")) {
-        config.address = address->Address();
-    }
-    if (const auto ipAddress = fields.Optional("ipAddress")) {
-        config.ipAddress = ReadIpAddress(*ipAddress);
-    }
+    fields.Read("ssid", config.ssid, &json::Reader::Ssid);
+    fields.Read("passPhrase", config.passPhrase, kShortestPassPhrase, kLongestPassPhrase);
+    fields.Read("address", config.address, &json::Reader::Address);
+    fields.Read("ipAddress", config.ipAddress, &ReadIpAddress);
 }
 
 }  // namespace
@@ -101,24 +85,15 @@ GroupConfig UsualSoftAp()
     return config;
 }
 
-GroupConfig ReadGroup(const json::Reader& reader, GroupConfig config)
+void ReadGroup(const json::Reader& reader, GroupConfig& config)
 {
     reader.Object([&](json::Fields& fields) {
         ReadOwner(fields, config);
-        if (const auto creation = fields.Optional("creation")) {
-            config.creation = ReadCreation(*creation);
-        }
-        if (const auto first = fields.Optional("firstCreations")) {
-            config.firstCreations = first->List(&ReadCreation);
-        }
-        if (const auto delay = fields.Optional("removeMs")) {
-            config.removeDelay = delay->Milliseconds(0ms, 10min);
-        }
-        if (const auto stations = fields.Optional("stations")) {
-            config.stations = stations->List(&ReadStation);
-        }
+        fields.Read("creation", config.creation, &ReadCreation);
+        fields.Read("firstCreations", config.firstCreations, &ReadCreation);
+        fields.Read("removeMs", config.removeDelay, 0ms, 10min);
+        fields.Read("stations", config.stations, &ReadStation);
     });
-    return config;
 }
 
 }  // namespace pelacon::service::simulation

@@ -1,8 +1,9 @@
 // Wi-Fi Direct groups, and the soft AP, as the world file describes them.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/Groups.h>
+
+#include <json/Reader.h>
 
 #include <chrono>
 #include <cstdint>
@@ -40,8 +41,8 @@ struct GroupConfig {
 /// A soft AP in a world that describes none.
 GroupConfig UsualSoftAp();
 
-/// Reads what differs from these.
-GroupConfig ReadGroup(const json::Reader& reader, GroupConfig config = {});
+/// Reads what differs from this configuration into it.
+void ReadGroup(const json::Reader& reader, GroupConfig& config);
 
 /// An IPv4 address, dotted.
 std::string ReadIpAddress(const json::Reader& reader);

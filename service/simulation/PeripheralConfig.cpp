@@ -12,22 +12,12 @@ PeripheralConfig ReadPeripheral(const json::Reader& reader)
     PeripheralConfig config;
     reader.Object([&](json::Fields& fields) {
         config.address = fields.Required("address").Address();
-        if (const auto name = fields.Optional("name")) {
-            config.name = name->Text(1, radio::Adapter::kMaxName);
-        }
-        if (const auto rssi = fields.Optional("rssi")) {
-            config.rssi = rssi->Integer<std::int32_t>(-127, 20);
-        }
-        if (const auto variation = fields.Optional("rssiVariation")) {
-            config.rssiVariation = variation->Integer<std::int32_t>(0, 50);
-        }
+        fields.Read("name", config.name, 1, radio::Adapter::kMaxName);
+        fields.Read("rssi", config.rssi, -127, 20);
+        fields.Read("rssiVariation", config.rssiVariation, 0, 50);
         config.advertising = DefaultAdvertising(config.name);
-        if (const auto advertising = fields.Optional("advertising")) {
-            config.advertising = ReadAdvertising(*advertising, config.advertising);
-        }
-        if (const auto gatt = fields.Optional("gatt")) {
-            config.gatt = ReadGattPeripheral(*gatt);
-        }
+        fields.Read("advertising", config.advertising, &ReadAdvertising);
+        fields.Read("gatt", config.gatt, &ReadGattPeripheral);
     });
     return config;
 }

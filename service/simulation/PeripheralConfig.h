@@ -1,9 +1,10 @@
 // A device in the neighbourhood, as the world file describes it.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/simulation/AdvertisingConfig.h>
 #include <service/simulation/GattConfig.h>
+
+#include <json/Reader.h>
 
 #include <cstdint>
 #include <string>

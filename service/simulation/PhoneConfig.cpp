@@ -30,18 +30,10 @@ PhoneConfig ReadPhone(const json::Reader& reader)
 {
     PhoneConfig config;
     reader.Object([&](json::Fields& fields) {
-        if (const auto model = fields.Optional("model")) {
-            config.model = model->Text(0, kLongestModel);
-        }
-        if (const auto channels = fields.Optional("channels")) {
-            config.channels = channels->List(&ReadChannelNumber);
-        }
-        if (const auto channel = fields.Optional("connectionChannel")) {
-            config.connectionChannel = ReadConnectionChannel(*channel);
-        }
-        if (const auto moves = fields.Optional("moves")) {
-            config.moves = moves->List(&ReadMove);
-        }
+        fields.Read("model", config.model, 0, kLongestModel);
+        fields.Read("channels", config.channels, &ReadChannelNumber);
+        fields.Read("connectionChannel", config.connectionChannel, &ReadConnectionChannel);
+        fields.Read("moves", config.moves, &ReadMove);
     });
     return config;
 }

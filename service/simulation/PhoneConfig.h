@@ -1,7 +1,7 @@
 // The paired phone as the world file describes it.
 #pragma once
 
-#include <service/json/Reader.h>
+#include <json/Reader.h>
 
 #include <chrono>
 #include <cstdint>

@@ -17,9 +17,7 @@ TargetAdvConfig ReadTargetAdv(const json::Reader& reader)
             const std::vector<std::uint8_t> bytes = data->Hex(0, config.advertisement.data.size());
             std::copy(bytes.begin(), bytes.end(), config.advertisement.data.begin());
         }
-        if (const auto every = fields.Optional("everyMs")) {
-            config.every = every->Milliseconds(1ms, 1h);
-        }
+        fields.Read("everyMs", config.every, 1ms, 1h);
     });
     return config;
 }

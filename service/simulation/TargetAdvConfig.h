@@ -1,8 +1,9 @@
 // Targeted advertisements that come by themselves, as the world file describes them.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/TargetAdvs.h>
+
+#include <json/Reader.h>
 
 #include <chrono>
 

@@ -61,9 +61,7 @@ WifiCardsConfig ReadWifiCards(const json::Reader& reader)
                 config.interfaces[i].index = static_cast<std::int32_t>(i) + 1;
             }
         }
-        if (const auto coexistence = fields.Optional("coexistence")) {
-            config.coexistence = coexistence->Text(0, kLongestCoexistence);
-        }
+        fields.Read("coexistence", config.coexistence, 0, kLongestCoexistence);
     });
     return config;
 }

@@ -1,9 +1,10 @@
 // Wi-Fi hardware that exists in memory.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/WifiCards.h>
 #include <service/simulation/Wifi.h>
+
+#include <json/Reader.h>
 
 #include <string>
 #include <utility>

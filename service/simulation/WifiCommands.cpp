@@ -24,9 +24,7 @@ void AddStationCommands(Commands& commands, const std::string& word, const std::
                  [&groups](json::Fields& fields) {
                      const std::uint64_t address = fields.Required("address").Address();
                      std::optional<std::string> ipAddress;
-                     if (const auto given = fields.Optional("ipAddress")) {
-                         ipAddress = ReadIpAddress(*given);
-                     }
+                     fields.Read("ipAddress", ipAddress, &ReadIpAddress);
                      return [&groups, address, ipAddress] {
                          return DoneOr(groups.Join(address, ipAddress),
                                        "there is none, or the station has joined it already");

@@ -16,12 +16,8 @@ radio::Wifi::Channel ReadChannel(const json::Reader& reader)
     reader.Object([&](json::Fields& fields) {
         channel.number = ReadChannelNumber(fields.Required("channel"));
         channel.bandwidth = radio::BandOf(channel.number) == radio::Band::k5GHz ? 80 : 20;
-        if (const auto load = fields.Optional("load")) {
-            channel.load = load->Integer<std::int32_t>(0, 100);
-        }
-        if (const auto bandwidth = fields.Optional("bandwidth")) {
-            channel.bandwidth = bandwidth->Integer<std::int32_t>(20, kWidest);
-        }
+        fields.Read("load", channel.load, 0, 100);
+        fields.Read("bandwidth", channel.bandwidth, 20, kWidest);
     });
     return channel;
 }
@@ -69,18 +65,10 @@ WifiConfig ReadWifi(const json::Reader& reader)
 {
     WifiConfig config;
     reader.Object([&](json::Fields& fields) {
-        if (const auto address = fields.Optional("address")) {
-            config.address = address->Address();
-        }
-        if (const auto on = fields.Optional("on")) {
-            config.on = on->Bool();
-        }
-        if (const auto delay = fields.Optional("switchMs")) {
-            config.switchDelay = delay->Milliseconds(0ms, 1min);
-        }
-        if (const auto channels = fields.Optional("channels")) {
-            config.channels = ReadChannels(*channels);
-        }
+        fields.Read("address", config.address, &json::Reader::Address);
+        fields.Read("on", config.on);
+        fields.Read("switchMs", config.switchDelay, 0ms, 1min);
+        fields.Read("channels", config.channels, &ReadChannels);
         if (const auto connected = fields.Optional("connected")) {
             connected->Object(
                 [&](json::Fields& access) { config.connected = ReadConnection(access); });

@@ -1,8 +1,9 @@
 // The Wi-Fi adapter as the world file describes it.
 #pragma once
 
-#include <service/json/Reader.h>
 #include <service/radio/Wifi.h>
+
+#include <json/Reader.h>
 
 #include <chrono>
 #include <cstdint>

@@ -1,14 +1,13 @@
 #include <PelaconSDK/BleGattServer.h>
-#include <service/json/GattFields.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/GattFile.h>
+
+#include <json/GattFields.h>
 
 #include <fstream>
 #include <sstream>
 
 namespace pelacon::ctl {
-
-namespace json = service::json;
 
 namespace {
 
@@ -17,12 +16,8 @@ ServedCharacteristic ReadCharacteristic(const json::Reader& reader)
     ServedCharacteristic characteristic{{}, kBleGattCharRead, {}};
     reader.Object([&](json::Fields& fields) {
         characteristic.uuid = json::ReadUuid(fields.Required("uuid"));
-        if (const auto flags = fields.Optional("flags")) {
-            characteristic.flags = json::ReadGattFlags(*flags);
-        }
-        if (const auto value = fields.Optional("value")) {
-            characteristic.value = json::ReadGattValue(*value);
-        }
+        fields.Read("flags", characteristic.flags, &json::ReadGattFlags);
+        fields.Read("value", characteristic.value, &json::ReadGattValue);
     });
     return characteristic;
 }
@@ -32,9 +27,8 @@ ServedService ReadService(const json::Reader& reader)
     ServedService service;
     reader.Object([&](json::Fields& fields) {
         service.uuid = json::ReadUuid(fields.Required("uuid"));
-        if (const auto characteristics = fields.Optional("characteristics")) {
-            service.characteristics = json::ReadDistinct(*characteristics, &ReadCharacteristic);
-        }
+        fields.Read("characteristics", service.characteristics,
+                    json::Distinct(&ReadCharacteristic));
     });
     return service;
 }
@@ -48,7 +42,7 @@ std::vector<ServedService> ReadServices(std::string_view text, const std::string
         const json::Document document = json::Parse(text, name);
         json::Reader(document).Object([&](json::Fields& fields) {
             const json::Reader list = fields.Required("services");
-            services = json::ReadDistinct(list, &ReadService);
+            services = json::Distinct(&ReadService)(list);
             if (services.empty()) {
                 list.Fail("must not be empty");
             }

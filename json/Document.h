@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-namespace pelacon::service::json {
+namespace pelacon::json {
 
 /// What is wrong with a text, and where: "world.json:12: adapter.name: must be text".
 class Error : public std::runtime_error {
@@ -45,4 +45,4 @@ struct Document {
 /// stands twice in one object, nesting without end.
 Document Parse(std::string_view text, const std::string& name);
 
-}  // namespace pelacon::service::json
+}  // namespace pelacon::json

@@ -1,12 +1,11 @@
-#include <service/json/Document.h>
-
+#include <json/Document.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
-namespace pelacon::service::json {
+namespace pelacon::json {
 
 namespace {
 
@@ -163,4 +162,4 @@ Document Parse(std::string_view text, const std::string& name)
     return document;
 }
 
-}  // namespace pelacon::service::json
+}  // namespace pelacon::json

@@ -1,7 +1,9 @@
-#include <service/json/GattFields.h>
-#include <service/radio/Gatt.h>
+#include <PelaconSDK/BleGattServer.h>
+#include <protocol/Gatt.h>
 
-namespace pelacon::service::json {
+#include <json/GattFields.h>
+
+namespace pelacon::json {
 
 protocol::Uuid ReadUuid(const Reader& reader)
 {
@@ -16,11 +18,11 @@ protocol::Uuid ReadUuid(const Reader& reader)
 std::vector<std::uint8_t> ReadGattValue(const Reader& reader)
 {
     if (reader.IsText()) {
-        return reader.Hex(0, radio::kMostGattValue);
+        return reader.Hex(0, protocol::kGattValueSize);
     }
     std::vector<std::uint8_t> value;
     reader.Object([&](Fields& fields) {
-        const std::string text = fields.Required("text").Text(0, radio::kMostGattValue);
+        const std::string text = fields.Required("text").Text(0, protocol::kGattValueSize);
         value.assign(text.begin(), text.end());
     });
     return value;
@@ -31,11 +33,11 @@ std::int32_t ReadGattFlags(const Reader& reader)
     std::int32_t flags = 0;
     const auto combined = reader.List([](const Reader& element) {
         return element.Choice<std::int32_t>(
-            {{"read", radio::kGattRead},
-             {"write", radio::kGattWrite},
-             {"writeWithoutResponse", radio::kGattWriteWithoutResponse},
-             {"notify", radio::kGattNotify},
-             {"indicate", radio::kGattIndicate}});
+            {{"read", kBleGattCharRead},
+             {"write", kBleGattCharWrite},
+             {"writeWithoutResponse", kBleGattCharWriteWithoutResponse},
+             {"notify", kBleGattCharNotify},
+             {"indicate", kBleGattCharIndicate}});
     });
     for (const std::int32_t flag : combined) {
         flags |= flag;
@@ -43,4 +45,4 @@ std::int32_t ReadGattFlags(const Reader& reader)
     return flags;
 }
 
-}  // namespace pelacon::service::json
+}  // namespace pelacon::json

@@ -1,11 +1,11 @@
-#include <service/json/Reader.h>
+#include <json/Reader.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <sstream>
 
-namespace pelacon::service::json {
+namespace pelacon::json {
 
 namespace {
 
@@ -198,4 +198,4 @@ void Fields::RefuseOthers() const
     }
 }
 
-}  // namespace pelacon::service::json
+}  // namespace pelacon::json

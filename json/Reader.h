@@ -2,7 +2,7 @@
 // file, line and field.
 #pragma once
 
-#include <service/json/Document.h>
+#include <json/Document.h>
 
 #include <chrono>
 #include <concepts>
@@ -17,9 +17,13 @@
 #include <utility>
 #include <vector>
 
-namespace pelacon::service::json {
+namespace pelacon::json {
 
 class Fields;
+
+/// Words, and what each of them means.
+template <typename Meaning>
+using Choices = std::initializer_list<std::pair<std::string_view, std::type_identity_t<Meaning>>>;
 
 /// One value of a document, and where it stands. The document must outlive it. All members throw
 /// Error.
@@ -63,7 +67,7 @@ class Reader {
 
     /// One of these words, and what it means.
     template <typename Meaning>
-    Meaning Choice(std::initializer_list<std::pair<std::string_view, Meaning>> choices) const
+    Meaning Choice(Choices<Meaning> choices) const
     {
         std::string words;
         const std::string* const text = AsText();
@@ -83,7 +87,7 @@ class Reader {
     {
         std::vector<std::invoke_result_t<Function, const Reader&>> elements;
         for (std::size_t i = 0; i < ListOrFail().size(); ++i) {
-            elements.push_back(readElement(Element(i)));
+            elements.push_back(std::invoke(readElement, Element(i)));
         }
         return elements;
     }
@@ -92,7 +96,6 @@ class Reader {
     void Object(const std::function<void(Fields&)>& readFields) const;
 
     bool IsText() const { return AsText() != nullptr; }
-    bool IsNull() const { return std::holds_alternative<std::monostate>(value_->data); }
 
     /// Throws an error about this value: "world.json:12: adapter.name: " and what is wrong.
     [[noreturn]] void Fail(const std::string& what) const;
@@ -140,6 +143,27 @@ class Fields {
     /// The field with this name; an error if there is none.
     Reader Required(std::string_view name);
 
+    /// Reads the field with this name into the target, which stays as it is if there is none. How
+    /// it is read follows from the target's type, with the limits given. Instead of limits, a
+    /// function of a Reader may be given: it returns the value, or the value of a list's elements,
+    /// or also takes the target and changes that.
+    template <typename Target, typename... How>
+    void Read(std::string_view name, Target& target, const How&... how)
+    {
+        if (const std::optional<Reader> field = Optional(name)) {
+            ReadInto(*field, target, how...);
+        }
+    }
+
+    /// The same where the field is one of these words.
+    template <typename Target>
+    void Read(std::string_view name, Target& target, Choices<Target> choices)
+    {
+        if (const std::optional<Reader> field = Optional(name)) {
+            target = field->Choice<Target>(choices);
+        }
+    }
+
     /// Throws an error about the object as a whole.
     [[noreturn]] void Fail(const std::string& what) const { reader_.Fail(what); }
 
@@ -147,6 +171,51 @@ class Fields {
     friend class Reader;
 
     Fields(const Reader& reader, const Value::Object& object) : reader_(reader), object_(object) {}
+
+    static void ReadInto(const Reader& field, bool& target) { target = field.Bool(); }
+    static void ReadInto(const Reader& field, double& target, double lowest, double highest)
+    {
+        target = field.Number(lowest, highest);
+    }
+    template <std::integral Number, std::integral... Limits>
+    static void ReadInto(const Reader& field, Number& target, Limits... limits)
+    {
+        target = field.Integer<Number>(static_cast<Number>(limits)...);
+    }
+    static void ReadInto(const Reader& field, std::string& target, std::size_t shortest,
+                         std::size_t longest)
+    {
+        target = field.Text(shortest, longest);
+    }
+    static void ReadInto(const Reader& field, std::chrono::milliseconds& target,
+                         std::chrono::milliseconds shortest, std::chrono::milliseconds longest)
+    {
+        target = field.Milliseconds(shortest, longest);
+    }
+    template <typename Target, typename... Limits>
+    requires(!std::invocable<Limits, const Reader&> &&
+             ...) static void ReadInto(const Reader& field, std::optional<Target>& target,
+                                       Limits... limits)
+    {
+        ReadInto(field, target.emplace(), limits...);
+    }
+    template <typename Target, typename Function>
+    static void ReadInto(const Reader& field, Target& target, const Function& read) requires
+        std::invocable<Function, const Reader&, Target&>
+    {
+        read(field, target);
+    }
+    template <typename Target, std::invocable<const Reader&> Function>
+    static void ReadInto(const Reader& field, Target& target, const Function& read)
+    {
+        if constexpr (std::is_assignable_v<Target&,
+                                           std::invoke_result_t<Function, const Reader&>>) {
+            target = std::invoke(read, field);
+        } else {
+            target = field.List(read);
+        }
+    }
+
     void RefuseOthers() const;
     std::string PathOf(std::string_view name) const;
 
@@ -155,4 +224,4 @@ class Fields {
     std::vector<std::string> known_;
 };
 
-}  // namespace pelacon::service::json
+}  // namespace pelacon::json

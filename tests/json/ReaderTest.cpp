@@ -1,11 +1,13 @@
-#include <service/json/Reader.h>
-
 #include <gtest/gtest.h>
+#include <json/Reader.h>
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
-namespace pelacon::service::json {
+namespace pelacon::json {
 namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
@@ -223,5 +225,87 @@ TEST(ReaderTest, UnknownAndMissingFieldsAreNamedWithTheirPlace)
     EXPECT_EQ(Complaint("[]", read), "f.json:1: must be an object, in braces");
 }
 
+/// A value of each type that a field is read into.
+struct Everything {
+    bool flag = false;
+    std::uint8_t number = 1;
+    double share = 0.5;
+    std::string text = "none";
+    std::chrono::milliseconds time{1};
+    std::optional<std::int32_t> maybe;
+    std::optional<std::uint64_t> address;
+    std::vector<std::uint64_t> addresses;
+    int word = 0;
+    std::string changed = "from";
+};
+
+Everything ReadEverything(const std::string& text)
+{
+    Everything read;
+    const Document document = Parse(text, "f.json");
+    Reader(document).Object([&](Fields& fields) {
+        fields.Read("flag", read.flag);
+        fields.Read("number", read.number, 0, 100);
+        fields.Read("share", read.share, 0, 1);
+        fields.Read("text", read.text, 1, 4);
+        fields.Read("time", read.time, 0ms, 1min);
+        fields.Read("maybe", read.maybe, -1, 1);
+        fields.Read("address", read.address, &Reader::Address);
+        fields.Read("addresses", read.addresses, &Reader::Address);
+        fields.Read("word", read.word, {{"one", 1}, {"two", 2}});
+        fields.Read("changed", read.changed, [](const Reader& reader, std::string& changed) {
+            changed += reader.Text(0, 9);
+        });
+    });
+    return read;
+}
+
+TEST(FieldsTest, AreReadByTheTypeOfTheirTarget)
+{
+    const Everything read = ReadEverything(R"({
+        "flag": true, "number": 100, "share": 1, "text": "some", "time": 60000, "maybe": -1,
+        "address": "00:00:00:00:00:0A",
+        "addresses": ["00:00:00:00:00:01", "00:00:00:00:01:00"],
+        "word": "two", "changed": " to"})");
+    EXPECT_TRUE(read.flag);
+    EXPECT_EQ(read.number, 100);
+    EXPECT_EQ(read.share, 1.0);
+    EXPECT_EQ(read.text, "some");
+    EXPECT_EQ(read.time, 1min);
+    EXPECT_EQ(read.maybe, -1);
+    EXPECT_EQ(read.address, 10U);
+    EXPECT_EQ(read.addresses, (std::vector<std::uint64_t>{1, 256}));
+    EXPECT_EQ(read.word, 2);
+    EXPECT_EQ(read.changed, "from to");
+}
+
+TEST(FieldsTest, LeaveTheirTargetsAsTheyAreWhereTheyAreMissing)
+{
+    const Everything read = ReadEverything("{}");
+    EXPECT_EQ(read.number, 1);
+    EXPECT_EQ(read.text, "none");
+    EXPECT_FALSE(read.maybe);
+    EXPECT_TRUE(read.addresses.empty());
+    EXPECT_EQ(read.changed, "from");
+}
+
+TEST(FieldsTest, HaveLimits)
+{
+    const auto complaint = [](const std::string& text) {
+        try {
+            ReadEverything(text);
+        } catch (const Error& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(complaint(R"({"number": 101})"),
+              "f.json:1: number: must be a whole number between 0 and 100");
+    EXPECT_EQ(complaint(R"({"maybe": 2})"),
+              "f.json:1: maybe: must be a whole number between -1 and 1");
+    EXPECT_EQ(complaint(R"({"text": "large"})"), "f.json:1: text: must be text of 1 to 4 bytes");
+    EXPECT_EQ(complaint(R"({"word": "three"})"), "f.json:1: word: must be one of \"one\", \"two\"");
+}
+
 }  // namespace
-}  // namespace pelacon::service::json
+}  // namespace pelacon::json
