@@ -25,6 +25,8 @@ struct Adapter {
     std::uint64_t address = 0;
     std::string name;
     bool isOn = false;
+
+    bool operator==(const Adapter&) const = default;
 };
 
 struct Device {

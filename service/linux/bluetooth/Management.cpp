@@ -116,6 +116,12 @@ Management::Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::fu
 Management::~Management()
 {
     loop_.Remove(*this);
+    if (isUnderWay_) {
+        waiting_.pop_front();
+    }
+    for (const Command& command : waiting_) {
+        Write(command);
+    }
 }
 
 void Management::Send(std::uint16_t command, std::uint16_t controller,
@@ -132,17 +138,21 @@ void Management::SendNext()
     if (waiting_.empty()) {
         return;
     }
-    const Command& command = waiting_.front();
+    isUnderWay_ = true;
+    limit_ = loop_.After(kLimit, [this] { Finish(ManagementStatus::kNoReply, {}); });
+    if (!Write(waiting_.front())) {
+        Finish(ManagementStatus::kNoReply, {});
+    }
+}
+
+bool Management::Write(const Command& command) const
+{
     std::vector<std::uint8_t> packet;
     AppendNumber(packet, command.code);
     AppendNumber(packet, command.controller);
     AppendNumber(packet, static_cast<std::uint16_t>(command.parameters.size()));
     packet.insert(packet.end(), command.parameters.begin(), command.parameters.end());
-    isUnderWay_ = true;
-    limit_ = loop_.After(kLimit, [this] { Finish(ManagementStatus::kNoReply, {}); });
-    if (send(socket_.Get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
-        Finish(ManagementStatus::kNoReply, {});
-    }
+    return send(socket_.Get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
 void Management::Finish(ManagementStatus status, std::span<const std::uint8_t> parameters)

@@ -108,7 +108,7 @@ class Management : private Loop::Source {
     /// called once, when the socket is of no use any more; it may destroy this.
     Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::function<void()> lost);
 
-    /// Replies that did not come until then do not come.
+    /// What still waits is sent, as what was begun is to be ended, but no reply is told any more.
     ~Management() override;
 
     /// `done` is called once, later.
@@ -127,6 +127,7 @@ class Management : private Loop::Source {
     void Ready(short events) override;
     void Take(const ManagementEvent& event);
     void SendNext();
+    bool Write(const Command& command) const;
     void Finish(ManagementStatus status, std::span<const std::uint8_t> parameters);
     void HandleEnd();
 

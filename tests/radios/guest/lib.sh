@@ -16,6 +16,17 @@ check() {
     fi
 }
 
+# gtest PROGRAM [ARGUMENTS]: each of its tests is a PASS or a FAIL.
+gtest() {
+    "$@" --gtest_color=no >/tmp/gtest.log 2>&1
+    local code=$?
+    sed -n 's/^\[       OK \] \(.*\) (.*/PASS \1/p; s/^\[  FAILED  \] \(.*\) (.*/FAIL \1/p' /tmp/gtest.log
+    if [ $code -ne 0 ]; then
+        echo "FAIL $1 ended with $code"
+        tail -n 80 /tmp/gtest.log
+    fi
+}
+
 # wait_for SECONDS COMMAND...: until the command succeeds.
 wait_for() {
     local end=$((SECONDS + $1))

@@ -1,4 +1,5 @@
-# What one controller advertises the other hears, byte for byte: the machine itself works.
+# Adapter, scans and advertising. First the machine itself: what one controller advertises the other hears,
+# byte for byte.
 . /mnt/tests/lib.sh
 bluetooth_start || exit
 check "power hci0" power hci0 true
@@ -18,3 +19,4 @@ wait $heard
 sed 's/^/    /' /tmp/heard
 check "heard the advertisement as it was sent" grep -q '^ADV_IND .* 02010605ff34120a0b$' /tmp/heard
 check "heard the scan response by itself" grep -q '^SCAN_RSP .* 06095241572d31$' /tmp/heard
+gtest "$STAGE/tests/radios_bluetooth_test"

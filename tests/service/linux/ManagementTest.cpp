@@ -104,6 +104,16 @@ TEST_F(AManagementSocket, EndsWhatIsUnderWayWhenItIsLost)
     EXPECT_EQ(answers[1].status, Status::kNoReply);
 }
 
+TEST_F(AManagementSocket, SendsWhatStillWaitsWhenItEnds)
+{
+    Send(kReadAdvertisingFeatures);
+    Send(kRemoveAdvertising, {1});
+    sockets.Receive();
+    Do([this] { management.reset(); });
+    EXPECT_EQ(sockets.Receive(), FromHex("3f00 0100 0100 01"));
+    EXPECT_TRUE(answers.empty());
+}
+
 TEST(ManagementBytes, AreDecoded)
 {
     const auto features = DecodeAdvertisingFeatures(FromHex("7ff00100 1f1f 05 02 0504"));

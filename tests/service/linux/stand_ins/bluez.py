@@ -18,6 +18,8 @@ ROOT = '/org/bluez'
 MANAGER = 'org.freedesktop.DBus.ObjectManager'
 PROPERTIES = 'org.freedesktop.DBus.Properties'
 ADAPTER = 'org.bluez.Adapter1'
+ADVERTISING = 'org.bluez.LEAdvertisingManager1'
+ADVERTISEMENT = 'org.bluez.LEAdvertisement1'
 DEVICE = 'org.bluez.Device1'
 GATT_SERVICE = 'org.bluez.GattService1'
 CHARACTERISTIC = 'org.bluez.GattCharacteristic1'
@@ -51,13 +53,14 @@ def to_bus(name, value):
     return value
 
 
+# A call that is answered later, elsewhere.
+DEFERRED = object()
+
+
 class Failure(dbus.DBusException):
     def __init__(self, name, message):
         super().__init__(message)
-        self.name = name
-
-    def get_dbus_name(self):
-        return self.name
+        self._dbus_error_name = name
 
 
 class Faults:
@@ -95,6 +98,8 @@ class Faults:
             result = perform()
         except Failure as failure:
             fail(failure)
+            return
+        if result is DEFERRED:
             return
         if result is None:
             reply()
@@ -162,6 +167,27 @@ class Adapter(Exported):
     @dbus.service.method(ADAPTER, async_callbacks=('reply', 'fail'))
     def StopDiscovery(self, reply, fail):
         faults.answer('StopDiscovery', [self.path], lambda: self.discover(False), reply, fail)
+
+    @dbus.service.method(ADVERTISING, in_signature='oa{sv}', async_callbacks=('reply', 'fail'),
+                         sender_keyword='sender')
+    def RegisterAdvertisement(self, path, options, reply, fail, sender):
+        def register():
+            if len(advertisements) >= 5:
+                raise Failure('org.bluez.Error.NotPermitted', 'Maximum advertisements reached')
+            advertisements[path] = (sender, None)
+            bus.call_async(sender, path, PROPERTIES, 'GetAll', 's', (ADVERTISEMENT,),
+                           lambda properties: keep(properties), fail)
+            return DEFERRED
+
+        def keep(properties):
+            advertisements[path] = (sender, properties)
+            reply()
+
+        faults.answer('RegisterAdvertisement', [path], register, reply, fail)
+
+    @dbus.service.method(ADVERTISING, in_signature='o', async_callbacks=('reply', 'fail'))
+    def UnregisterAdvertisement(self, path, reply, fail):
+        faults.answer('UnregisterAdvertisement', [path], lambda: advertisements.pop(path) and None, reply, fail)
 
     def discover(self, on):
         if not self.properties['Powered']:
@@ -253,6 +279,28 @@ def do_calls():
     return calls
 
 
+def from_bus(value):
+    """A property's value for JSON; bytes as hexadecimal digits."""
+    if isinstance(value, dbus.Array) and value.signature == 'y':
+        return bytes(value).hex()
+    if isinstance(value, dbus.Dictionary):
+        return {str(int(key) if isinstance(key, int) else key): from_bus(one) for key, one in value.items()}
+    if isinstance(value, dbus.Array):
+        return [from_bus(one) for one in value]
+    return value
+
+
+def do_advertisements():
+    """The properties of all that is advertised, by its path."""
+    return {path: from_bus(properties) for path, (_, properties) in advertisements.items()}
+
+
+def do_release(path):
+    """Ends an advertisement, as bluetoothd does when it has to."""
+    sender, _ = advertisements.pop(path)
+    bus.call_async(sender, path, ADVERTISEMENT, 'Release', '', (), lambda: None, lambda error: None)
+
+
 def do_leave():
     """The name is given up, as when bluetoothd ends."""
     bus.release_name(SERVICE)
@@ -292,6 +340,7 @@ def read_commands(source, condition, pending=bytearray()):
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 bus = dbus.SystemBus()
 objects = {}
+advertisements = {}
 root = Root(bus, '/')
 bus.request_name(SERVICE)
 loop = GLib.MainLoop()

@@ -1,0 +1,178 @@
+#include <service/linux/bluetooth/AdapterControl.h>
+#include <service/linux/dbus/Names.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+namespace {
+
+/// How long a change may take to show after BlueZ has said yes to it.
+constexpr std::chrono::seconds kUntilSeen{5};
+
+/// Whether the machine's switches block a controller.
+bool IsBlocked(const std::string& adapterPath)
+{
+    namespace fs = std::filesystem;
+    const fs::path controller = fs::path("/sys/class/bluetooth") / fs::path(adapterPath).filename();
+    std::error_code none;
+    for (const auto& entry : fs::directory_iterator(controller, none)) {
+        if (!entry.path().filename().string().starts_with("rfkill")) {
+            continue;
+        }
+        for (const char* const kind : {"soft", "hard"}) {
+            std::ifstream file(entry.path() / kind);
+            int isBlocked = 0;
+            if (file >> isBlocked && isBlocked != 0) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+ControlOutcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath)
+{
+    const std::string& name = error.name;
+    if (name == "org.freedesktop.DBus.Error.AccessDenied" ||
+        name == "org.bluez.Error.NotPermitted" || name == "org.bluez.Error.NotAuthorized") {
+        return ControlOutcome::kNotPermitted;
+    }
+    if (dbus::IsSilence(error) || name == "org.freedesktop.DBus.Error.UnknownObject" ||
+        name == "org.freedesktop.DBus.Error.UnknownMethod") {
+        return ControlOutcome::kNoAdapter;
+    }
+    if (name == "org.bluez.Error.Blocked" ||
+        (name == "org.bluez.Error.Failed" && IsBlocked(adapterPath))) {
+        return ControlOutcome::kBlocked;
+    }
+    return ControlOutcome::kFailed;
+}
+
+AdapterControl::AdapterControl(Stack& stack, std::function<void(const AdapterPicture&)> changed)
+    : stack_(stack), changed_(std::move(changed))
+{
+    stack_.Add(*this);
+}
+
+AdapterControl::~AdapterControl()
+{
+    stack_.Remove(*this);
+}
+
+void AdapterControl::Switch(bool on, Done done)
+{
+    Set(
+        "Powered", on, [on](const AdapterPicture& picture) { return picture.isOn == on; },
+        std::move(done));
+}
+
+void AdapterControl::Rename(const std::string& name, Done done)
+{
+    Set(
+        "Alias", name, [name](const AdapterPicture& picture) { return picture.name == name; },
+        std::move(done));
+}
+
+void AdapterControl::Set(const char* property, dbus::Value value,
+                         std::function<bool(const AdapterPicture&)> isFulfilled, Done done)
+{
+    const std::uint64_t number = ++lastWish_;
+    Wish& wish = wishes_[number];
+    wish.done = std::move(done);
+    wish.isFulfilled = std::move(isFulfilled);
+    if (!stack_.Adapter()) {
+        wish.limit = stack_.GetLoop().After(
+            Loop::Duration::zero(), [this, number] { Finish(number, ControlOutcome::kNoAdapter); });
+        return;
+    }
+    wish.path = stack_.Adapter()->path;
+    wish.call = stack_.Call(wish.path, dbus::kProperties, "Set",
+                            {bluez::kAdapter, property, dbus::InVariant(std::move(value))},
+                            [this, number](const dbus::Reply& reply) {
+                                Wish& asked = wishes_.at(number);
+                                if (reply.IsError()) {
+                                    Finish(number, OutcomeOf(*reply.error, asked.path));
+                                    return;
+                                }
+                                asked.isAccepted = true;
+                                asked.limit = stack_.GetLoop().After(kUntilSeen, [this, number] {
+                                    Finish(number, ControlOutcome::kFailed);
+                                });
+                                Settle();
+                            });
+}
+
+/// Ends the wishes that are fulfilled, or cannot be any more.
+void AdapterControl::Settle()
+{
+    for (auto next = wishes_.begin(); next != wishes_.end();) {
+        const auto [number, wish] = std::tie(next->first, next->second);
+        ++next;
+        if (!wish.path.empty() && (!stack_.Adapter() || stack_.Adapter()->path != wish.path)) {
+            Finish(number, ControlOutcome::kNoAdapter);
+        } else if (wish.isAccepted && wish.isFulfilled(picture_)) {
+            Finish(number, ControlOutcome::kDone);
+        }
+    }
+}
+
+void AdapterControl::Finish(std::uint64_t number, ControlOutcome outcome)
+{
+    const auto wish = wishes_.extract(number);
+    if (!wish.empty()) {
+        wish.mapped().done(outcome);
+    }
+}
+
+void AdapterControl::Look()
+{
+    AdapterPicture picture;
+    if (const auto& adapter = stack_.Adapter()) {
+        picture.isThere = true;
+        picture.isOn = adapter->isOn;
+        picture.address = adapter->address;
+        picture.name = adapter->name;
+        for (const bluez::Device& device : bluez::Devices(stack_.Mirror(), adapter->path)) {
+            if (device.isConnected) {
+                picture.connected.emplace(device.address, device.isLeOnly);
+            }
+        }
+    }
+    if (picture != picture_ || !isTold_) {
+        picture_ = std::move(picture);
+        isTold_ = true;
+        changed_(picture_);
+    }
+    Settle();
+}
+
+void AdapterControl::ObjectAdded(const std::string&, const std::string& interface)
+{
+    if (interface == bluez::kDevice) {
+        Look();
+    }
+}
+
+void AdapterControl::ObjectRemoved(const std::string&, const std::string& interface,
+                                   const dbus::Properties&)
+{
+    if (interface == bluez::kDevice) {
+        Look();
+    }
+}
+
+void AdapterControl::ObjectChanged(const std::string&, const std::string& interface,
+                                   const dbus::Properties& changed)
+{
+    if (interface == bluez::kDevice && changed.contains("Connected")) {
+        Look();
+    }
+}
+
+}  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,0 +1,230 @@
+#include <service/linux/bluetooth/AdvertisingData.h>
+#include <service/linux/bluetooth/Discovery.h>
+
+#include <system_error>
+#include <utility>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+namespace {
+
+/// The most that one advertisement or scan response holds.
+constexpr std::size_t kMostStructures = 31;
+
+void ReadUuids(const dbus::Properties& device, AdvertisingFields& fields)
+{
+    const auto uuids = device.find("UUIDs");
+    if (uuids == device.end()) {
+        return;
+    }
+    for (const std::string& text : dbus::ReadTexts(uuids->second)) {
+        if (const auto uuid = protocol::ParseUuid(text)) {
+            fields.services.push_back(*uuid);
+        }
+    }
+}
+
+void ReadData(const dbus::Properties& device, AdvertisingFields& fields)
+{
+    if (const auto all = dbus::Find<dbus::Dictionary>(device, "ManufacturerData")) {
+        for (const auto& [company, data] : all->entries) {
+            if (const auto* const number = company.As<std::uint16_t>()) {
+                fields.manufacturerData[*number] = data.Or(dbus::Bytes());
+            }
+        }
+    }
+    if (const auto all = dbus::Find<dbus::Dictionary>(device, "ServiceData")) {
+        for (const auto& [service, data] : all->entries) {
+            if (const auto uuid = protocol::ParseUuid(service.Or<std::string>(""))) {
+                fields.serviceData[*uuid] = data.Or(dbus::Bytes());
+            }
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<AdvertisingReport> RebuildReports(const dbus::Properties& device)
+{
+    AdvertisingFields fields;
+    if (const auto flags = dbus::Find<dbus::Bytes>(device, "AdvertisingFlags");
+        flags && !flags->empty()) {
+        fields.flags = flags->front();
+    }
+    ReadUuids(device, fields);
+    ReadData(device, fields);
+    fields.name = dbus::Find<std::string>(device, "Name").value_or("");
+    fields.appearance = dbus::Find<std::uint16_t>(device, "Appearance");
+    if (const auto power = dbus::Find<std::int16_t>(device, "TxPower")) {
+        fields.txPower = static_cast<std::int8_t>(*power);
+    }
+    AdvertisingPair pair = WriteStructures(fields, kMostStructures);
+
+    AdvertisingReport report;
+    report.address =
+        ParseAddress(dbus::Find<std::string>(device, "Address").value_or("")).value_or(0);
+    report.addressType = dbus::Find<std::string>(device, "AddressType") == "random"
+                             ? AddressType::kRandom
+                             : AddressType::kPublic;
+    report.rssi =
+        static_cast<std::int8_t>(dbus::Find<std::int16_t>(device, "RSSI")
+                                     .value_or(std::int16_t{AdvertisingReport::kUnknownRssi}));
+    report.data = std::move(pair.data);
+    std::vector<AdvertisingReport> reports{report};
+    if (!pair.scanResponse.empty()) {
+        report.kind = AdvertisingReport::Kind::kScanResponse;
+        report.data = std::move(pair.scanResponse);
+        reports.push_back(std::move(report));
+    }
+    return reports;
+}
+
+Discovery::Discovery(Stack& stack, Callbacks callbacks, OpenRaw openRaw)
+    : stack_(stack), callbacks_(std::move(callbacks)), openRaw_(std::move(openRaw))
+{
+    stack_.Add(*this);
+}
+
+Discovery::~Discovery()
+{
+    stack_.Remove(*this);
+}
+
+void Discovery::Want(bool wanted)
+{
+    isWanted_ = wanted;
+    next_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Fit(); });
+}
+
+bool Discovery::IsPossible() const
+{
+    return stack_.Adapter() && stack_.Adapter()->isOn;
+}
+
+void Discovery::AdapterChanged()
+{
+    const std::string adapter = stack_.Adapter() ? stack_.Adapter()->path : "";
+    if (adapter != adapter_) {
+        adapter_ = adapter;
+        Listen();
+    }
+    Fit();
+}
+
+/// Opens the raw reports of the adapter, or falls back to what BlueZ tells.
+void Discovery::Listen()
+{
+    raw_.reset();
+    way_ = Way::kNone;
+    const auto controller = bluez::ControllerOf(adapter_);
+    if (!controller) {
+        return;
+    }
+    way_ = Way::kRebuilt;
+    try {
+        raw_ = std::make_unique<Hci>(
+            stack_.GetLoop(), openRaw_(*controller),
+            [this](AdvertisingReport& report) {
+                if (state_ == State::kRunning) {
+                    callbacks_.heard(report);
+                }
+            },
+            [this] { raw_.reset(); });  // the adapter is about to go, or to come again
+        way_ = Way::kRaw;
+    } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): then without them
+    }
+}
+
+/// Makes what is so what is wanted, as far as that is possible.
+void Discovery::Fit()
+{
+    if (!IsPossible()) {
+        next_.Cancel();
+        call_.Reset();
+        if (std::exchange(state_, State::kIdle) != State::kIdle && isWanted_) {
+            callbacks_.ended(ControlOutcome::kNoAdapter);
+        }
+    } else if (isWanted_ && state_ == State::kIdle && !next_.IsPending()) {
+        Start();
+    } else if (!isWanted_ && state_ != State::kIdle) {
+        Stop();
+    }
+}
+
+void Discovery::Start()
+{
+    if (way_ == Way::kRaw && !raw_) {
+        Listen();
+    }
+    state_ = State::kStarting;
+    const std::string path = stack_.Adapter()->path;
+    const dbus::Value filter = dbus::MakeProperties({{"Transport", "le"}, {"DuplicateData", true}});
+    // A filter that BlueZ does not take is no reason not to listen.
+    call_ = stack_.Call(path, bluez::kAdapter, "SetDiscoveryFilter", {filter},
+                        [this, path](const dbus::Reply&) {
+                            call_ = stack_.Call(path, bluez::kAdapter, "StartDiscovery", {},
+                                                [this, path](const dbus::Reply& reply) {
+                                                    if (reply.IsError()) {
+                                                        Fail(OutcomeOf(*reply.error, path));
+                                                        return;
+                                                    }
+                                                    state_ = State::kRunning;
+                                                    callbacks_.began();
+                                                });
+                        });
+}
+
+void Discovery::Stop()
+{
+    state_ = State::kIdle;
+    call_.Reset();
+    // One that was never started is refused, which does not matter.
+    stack_.Bus().Send({bluez::kService, stack_.Adapter()->path, bluez::kAdapter, "StopDiscovery"},
+                      {});
+}
+
+void Discovery::Fail(ControlOutcome why)
+{
+    state_ = State::kIdle;
+    next_ = stack_.GetLoop().After(kNextTry, [this] { Fit(); });
+    callbacks_.ended(why);
+}
+
+void Discovery::ObjectAdded(const std::string& path, const std::string& interface)
+{
+    if (interface == bluez::kDevice && way_ == Way::kRebuilt && state_ == State::kRunning) {
+        if (const dbus::Properties* const device = stack_.Mirror().Find(path, interface)) {
+            Rebuild(path, *device);
+        }
+    }
+}
+
+void Discovery::ObjectChanged(const std::string& path, const std::string& interface,
+                              const dbus::Properties& changed)
+{
+    if (interface == bluez::kDevice && way_ == Way::kRebuilt && state_ == State::kRunning) {
+        Rebuild(path, changed);
+    }
+    const bool hasStopped = interface == bluez::kAdapter && path == adapter_ &&
+                            dbus::Find<bool>(changed, "Discovering") == false;
+    if (hasStopped && state_ == State::kRunning) {
+        // Ours goes on through what others stop, unless BlueZ ended all.
+        Fail(ControlOutcome::kFailed);
+    }
+}
+
+/// Tells of a device that was just heard: its strength is told then, or its data.
+void Discovery::Rebuild(const std::string& path, const dbus::Properties& changed)
+{
+    const bool isHeard = changed.contains("RSSI") || changed.contains("ManufacturerData") ||
+                         changed.contains("ServiceData");
+    const dbus::Properties* const device = stack_.Mirror().Find(path, bluez::kDevice);
+    if (!isHeard || device == nullptr || !path.starts_with(adapter_ + "/")) {
+        return;
+    }
+    for (const AdvertisingReport& report : RebuildReports(*device)) {
+        callbacks_.heard(report);
+    }
+}
+
+}  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,0 +1,114 @@
+#include <service/linux/bluetooth/Stack.h>
+
+#include <system_error>
+#include <utility>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+Stack::Stack(Loop& loop, std::string adapterName)
+    : loop_(loop), adapterName_(std::move(adapterName))
+{}
+
+Stack::~Stack()
+{
+    mirror_.reset();
+    bus_.reset();
+}
+
+void Stack::Start()
+{
+    Connect();
+}
+
+void Stack::Connect()
+{
+    try {
+        bus_ = std::make_unique<dbus::Bus>(loop_, [this] { Disconnect(); });
+        mirror_ = std::make_unique<dbus::ObjectMirror>(
+            *bus_, bluez::kService, static_cast<dbus::ObjectMirror::Observer&>(*this));
+    } catch (const std::system_error&) {
+        Disconnect();
+    }
+}
+
+/// There is no bus, or none any more.
+void Stack::Disconnect()
+{
+    mirror_.reset();
+    bus_.reset();
+    Look();
+    next_ = loop_.After(kNextTry, [this] { Connect(); });
+}
+
+/// Finds out what there is now, and says so where it has changed.
+void Stack::Look()
+{
+    std::optional<bluez::Adapter> adapter;
+    Presence presence = Presence::kThere;
+    if (!mirror_) {
+        presence = Presence::kNoBus;
+    } else if (!mirror_->IsThere()) {
+        presence = Presence::kNoBluez;
+    } else {
+        adapter = bluez::FindAdapter(*mirror_, adapterName_);
+        presence = adapter ? Presence::kThere : Presence::kNoAdapter;
+    }
+    if (presence != presence_ || adapter != adapter_) {
+        presence_ = presence;
+        adapter_ = std::move(adapter);
+        ForEachObserver([](Observer& observer) { observer.AdapterChanged(); });
+    }
+}
+
+void Stack::Added(const std::string& path, const std::string& interface)
+{
+    if (interface == bluez::kAdapter) {
+        Look();
+    }
+    ForEachObserver([&](Observer& observer) { observer.ObjectAdded(path, interface); });
+}
+
+void Stack::Removed(const std::string& path, const std::string& interface,
+                    const dbus::Properties& last)
+{
+    ForEachObserver([&](Observer& observer) { observer.ObjectRemoved(path, interface, last); });
+    if (interface == bluez::kAdapter) {
+        Look();
+    }
+}
+
+void Stack::Changed(const std::string& path, const std::string& interface,
+                    const dbus::Properties& changed)
+{
+    if (interface == bluez::kAdapter) {
+        Look();
+    }
+    ForEachObserver([&](Observer& observer) { observer.ObjectChanged(path, interface, changed); });
+}
+
+dbus::Bus::Slot Stack::Call(const std::string& path, const char* interface, const char* method,
+                            const dbus::Arguments& arguments, dbus::Bus::OnReply done,
+                            std::chrono::microseconds limit)
+{
+    return bus_->Call({bluez::kService, path, interface, method}, arguments, std::move(done),
+                      limit);
+}
+
+const char* TextOf(Stack::Presence presence)
+{
+    switch (presence) {
+        case Stack::Presence::kUnknown:
+            return "not known yet";
+        case Stack::Presence::kNoBus:
+            return "no message bus";
+        case Stack::Presence::kNoBluez:
+            return "no bluetoothd on the bus";
+        case Stack::Presence::kNoAdapter:
+            return "no such adapter";
+        case Stack::Presence::kThere:
+            break;
+    }
+    return "there";
+}
+
+}  // namespace pelacon::service::linux_radios::bluetooth

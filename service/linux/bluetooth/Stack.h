@@ -1,0 +1,110 @@
+// BlueZ, as long as it is there, and the adapter that is used.
+#pragma once
+
+#include <service/linux/Loop.h>
+#include <service/linux/bluetooth/Bluez.h>
+#include <service/linux/dbus/Bus.h>
+#include <service/linux/dbus/ObjectMirror.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+/// Connects to the system's bus, follows BlueZ on it, and chooses an adapter; again and again, as
+/// they come and go. In the loop's thread, as all that observes it.
+class Stack : private dbus::ObjectMirror::Observer {
+  public:
+    enum class Presence : std::uint8_t { kUnknown, kNoBus, kNoBluez, kNoAdapter, kThere };
+
+    /// Hears of changes, in the order of registration. Must not destroy the stack or an observer.
+    class Observer {
+      public:
+        Observer() = default;
+        virtual ~Observer() = default;
+        Observer(const Observer&) = delete;
+        Observer& operator=(const Observer&) = delete;
+
+        /// The adapter came, went, or has other properties; or why there is none has changed.
+        virtual void AdapterChanged() = 0;
+
+        /// Of objects of any kind and any adapter.
+        virtual void ObjectAdded(const std::string& /*path*/, const std::string& /*interface*/) {}
+        virtual void ObjectRemoved(const std::string& /*path*/, const std::string& /*interface*/,
+                                   const dbus::Properties& /*last*/)
+        {}
+        virtual void ObjectChanged(const std::string& /*path*/, const std::string& /*interface*/,
+                                   const dbus::Properties& /*changed*/)
+        {}
+    };
+
+    /// How long until a bus that is not there is tried again.
+    static constexpr std::chrono::seconds kNextTry{10};
+
+    /// The adapter by its name ("hci1"); the first that there is where it is empty.
+    Stack(Loop& loop, std::string adapterName);
+    ~Stack() override;
+
+    /// Observers are added before anything is heard, and removed before they end.
+    void Add(Observer& observer) { observers_.push_back(&observer); }
+    void Remove(Observer& observer) noexcept { std::erase(observers_, &observer); }
+
+    /// Begins to look, once all observers are there.
+    void Start();
+
+    Loop& GetLoop() const noexcept { return loop_; }
+    Presence GetPresence() const noexcept { return presence_; }
+    const std::string& WantedAdapter() const noexcept { return adapterName_; }
+
+    /// The adapter; nothing where there is none.
+    const std::optional<bluez::Adapter>& Adapter() const noexcept { return adapter_; }
+
+    /// These are there while there is an adapter.
+    dbus::Bus& Bus() const { return *bus_; }
+    const dbus::ObjectMirror& Mirror() const { return *mirror_; }
+
+    /// Calls a method of the adapter, or of one of its objects; as Bus::Call.
+    [[nodiscard]] dbus::Bus::Slot Call(const std::string& path, const char* interface,
+                                       const char* method, const dbus::Arguments& arguments,
+                                       dbus::Bus::OnReply done,
+                                       std::chrono::microseconds limit = dbus::Bus::kUsualLimit);
+
+  private:
+    void Connect();
+    void Disconnect();
+    void Look();
+
+    void Appeared() override { Look(); }
+    void Vanished() override { Look(); }
+    void Added(const std::string& path, const std::string& interface) override;
+    void Removed(const std::string& path, const std::string& interface,
+                 const dbus::Properties& last) override;
+    void Changed(const std::string& path, const std::string& interface,
+                 const dbus::Properties& changed) override;
+
+    template <typename Tell>
+    void ForEachObserver(const Tell& tell)
+    {
+        for (Observer* const observer : std::vector(observers_)) {
+            tell(*observer);
+        }
+    }
+
+    Loop& loop_;
+    std::string adapterName_;
+    std::vector<Observer*> observers_;
+    Presence presence_ = Presence::kUnknown;
+    std::optional<bluez::Adapter> adapter_;
+    std::unique_ptr<dbus::Bus> bus_;
+    std::unique_ptr<dbus::ObjectMirror> mirror_;
+    Loop::Timer next_;
+};
+
+/// For people.
+const char* TextOf(Stack::Presence presence);
+
+}  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,0 +1,177 @@
+// What drives Bluetooth, with a real bluetoothd and two controllers that hear each other: hci0 and
+// hci1. Run in the virtual machine, by tests/bluetooth.sh.
+#include <service/linux/bluetooth/AdapterControl.h>
+#include <service/linux/bluetooth/Advertisements.h>
+#include <service/linux/bluetooth/Discovery.h>
+#include <service/linux/bluetooth/Sockets.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <future>
+#include <memory>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+namespace {
+
+// Emulation is slow, and a controller tells of an advertisement every ten seconds or so.
+constexpr std::chrono::seconds kPatience{60};
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// All that there is for one controller.
+class Machine {
+  public:
+    Machine(Loop& loop, const std::string& controller) : stack(loop, controller) { stack.Start(); }
+
+    Stack stack;
+    AdapterPicture picture;
+    std::vector<AdvertisingReport> heard;
+    bool isDiscovering = false;
+    AdapterControl adapter{stack, [this](const AdapterPicture& now) { picture = now; }};
+    Discovery discovery{
+        stack,
+        Discovery::Callbacks{[this](const AdvertisingReport& report) { heard.push_back(report); },
+                             [this] { isDiscovering = true; },
+                             [this](ControlOutcome) { isDiscovering = false; }}};
+    Advertisements advertisements{stack,
+                                  [] { return OpenSocket(HciChannel::kControl, kNoController); }};
+};
+
+class OverBluez : public testing::Test {
+  protected:
+    OverBluez()
+    {
+        Do([this] {
+            one = std::make_unique<Machine>(loop, "hci0");
+            two = std::make_unique<Machine>(loop, "hci1");
+        });
+        EXPECT_TRUE(Eventually([this] { return one->picture.isThere && two->picture.isThere; }));
+        for (Machine* machine : {one.get(), two.get()}) {
+            Do([&] { machine->adapter.Switch(true, Store()); });
+            EXPECT_EQ(Result(), ControlOutcome::kDone);
+        }
+    }
+    ~OverBluez() override
+    {
+        Do([this] {
+            one.reset();
+            two.reset();
+        });
+    }
+
+    template <typename Body>
+    void Do(Body body)
+    {
+        std::promise<void> done;
+        loop.Post([&] {
+            body();
+            done.set_value();
+        });
+        if (done.get_future().wait_for(kPatience) != std::future_status::ready) {
+            std::abort();  // the loop is stuck, and holds what is on this stack
+        }
+    }
+    template <typename Condition>
+    bool Eventually(const Condition& condition)
+    {
+        const auto end = Loop::Clock::now() + kPatience;
+        bool holds = false;
+        while (!holds && Loop::Clock::now() < end) {
+            Do([&] { holds = condition(); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return holds;
+    }
+
+    AdapterControl::Done Store()
+    {
+        outcome.reset();
+        return [this](ControlOutcome result) { outcome = result; };
+    }
+    std::optional<ControlOutcome> Result()
+    {
+        EXPECT_TRUE(Eventually([this] { return outcome.has_value(); }));
+        return outcome;
+    }
+
+    Loop loop{[](std::string_view text) { ADD_FAILURE() << text; }};
+    std::unique_ptr<Machine> one;
+    std::unique_ptr<Machine> two;
+    std::optional<ControlOutcome> outcome;
+};
+
+TEST_F(OverBluez, AnAdapterIsSwitchedAndRenamed)
+{
+    Do([this] { one->adapter.Rename("first", Store()); });
+    EXPECT_EQ(Result(), ControlOutcome::kDone);
+    EXPECT_EQ(one->picture.name, "first");
+    Do([this] { one->adapter.Switch(false, Store()); });
+    EXPECT_EQ(Result(), ControlOutcome::kDone);
+    EXPECT_FALSE(one->picture.isOn);
+    EXPECT_TRUE(two->picture.isOn);
+    EXPECT_NE(one->picture.address, two->picture.address);
+}
+
+TEST_F(OverBluez, WhatOneSendsTheOtherHearsByteForByte)
+{
+    using testing::AllOf;
+    using testing::Contains;
+    using testing::Field;
+    using Kind = AdvertisingReport::Kind;
+    // With flags, as the controller puts them before data that have none.
+    const Bytes connectable{2, 1, 6, 5, 0xFF, 0x34, 0x12, 1, 2};
+    const Bytes response{4, 9, 'a', 'b', 'c'};
+    const Bytes silent{2, 1, 4, 3, 3, 0xAA, 0xFE};
+    std::vector<AdvertisingOutcome> started;
+    Do([&] {
+        one->discovery.Want(true);
+        const auto note = [&](AdvertisingOutcome result) { started.push_back(result); };
+        OutgoingAdvertisement advertisement;
+        advertisement.data = connectable;
+        advertisement.scanResponse = response;
+        two->advertisements.Add(1, advertisement, note, note);
+        advertisement = {};
+        advertisement.isConnectable = false;
+        advertisement.data = silent;
+        two->advertisements.Add(2, advertisement, note, note);
+    });
+    ASSERT_TRUE(Eventually([&] { return started.size() == 2; }));
+    EXPECT_THAT(started, testing::Each(AdvertisingOutcome::kDone));
+    const auto isHeard = [this](Kind kind, const Bytes& data) {
+        return Eventually([&] {
+            return std::any_of(one->heard.begin(), one->heard.end(), [&](const auto& report) {
+                return report.kind == kind && report.data == data;
+            });
+        });
+    };
+    EXPECT_TRUE(isHeard(Kind::kConnectable, connectable));
+    EXPECT_TRUE(isHeard(Kind::kScanResponse, response));
+    EXPECT_TRUE(isHeard(Kind::kNonConnectable, silent));
+    Do([this] {
+        EXPECT_EQ(one->discovery.GetWay(), Discovery::Way::kRaw);
+        EXPECT_EQ(two->advertisements.GetWay(), Advertisements::Way::kRaw);
+        two->advertisements.Remove(1);
+        two->advertisements.Remove(2);
+        one->discovery.Want(false);
+    });
+}
+
+TEST_F(OverBluez, OnlySoManyAdvertisementsAreSentAtOnce)
+{
+    std::vector<AdvertisingOutcome> started;
+    Do([&] {
+        const auto note = [&](AdvertisingOutcome result) { started.push_back(result); };
+        for (std::uint64_t number = 0; number < 6; ++number) {
+            two->advertisements.Add(number, {}, note, note);
+        }
+    });
+    ASSERT_TRUE(Eventually([&] { return started.size() == 6; }));
+    EXPECT_EQ(std::count(started.begin(), started.end(), AdvertisingOutcome::kDone), 5);
+    EXPECT_EQ(std::count(started.begin(), started.end(), AdvertisingOutcome::kLimit), 1);
+}
+
+}  // namespace
+
+}  // namespace pelacon::service::linux_radios::bluetooth
