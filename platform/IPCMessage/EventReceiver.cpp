@@ -40,6 +40,7 @@ EventReceiver::EventReceiver(PipePlaces places, const Token& token)
 
 void EventReceiver::Start(const std::shared_ptr<EventReceiver>& receiver)
 {
+    ServicePresence::BeginToCount();
     {
         Lock lock(receiver->mutex_);
         Deadline now(0ms);
@@ -98,6 +99,7 @@ bool EventReceiver::Greet(std::shared_ptr<Connection> connection)
     }
     order_.store(order + 1, std::memory_order_release);
     connection_ = std::move(connection);
+    presence_.emplace();
     up_.store(true, std::memory_order_release);
     return true;
 }
@@ -240,6 +242,7 @@ void EventReceiver::Lost()
     const Lock lock(mutex_);
     up_.store(false, std::memory_order_release);
     connection_.reset();
+    presence_.reset();
 }
 
 }  // namespace pelacon::ipc

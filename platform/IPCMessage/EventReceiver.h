@@ -2,6 +2,7 @@
 // keeps it up.
 #pragma once
 
+#include <IPCMessage/ServicePresence.h>
 #include <IPCMessage/Transport.h>
 
 #include <atomic>
@@ -11,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 
 namespace pelacon::ipc {
@@ -79,6 +81,7 @@ class EventReceiver {
     std::mutex mutex_;  // for all below; also puts what is sent in order
     std::condition_variable changed_;
     std::shared_ptr<Connection> connection_;
+    std::optional<ServicePresence::Connection> presence_;  // with connection_
     bool connecting_ = false;  // somebody tries to, without the lock
     bool wasConnected_ = false;
     std::chrono::milliseconds retryAfter_;

@@ -10,15 +10,18 @@ namespace pelacon::os {
 /// The calling process's id.
 std::uint32_t CurrentProcessId();
 
-/// Where the service executable is installed; set when the library is built.
+/// Where the service executable is installed, in the form that VisitProcessPaths uses; set when the
+/// library is built.
 const std::string& ServiceInstallPath();
 
-/// Tells the visitor the id and the full executable path of each process whose path can be read,
-/// until the visitor returns false. Returns false when no list of processes could be taken at all.
+/// Calls the visitor with the id and the full executable path of each process whose path can be
+/// read, until the visitor returns false. On Linux links in the path are resolved, and it is the
+/// path that the process was started from even if the file was replaced or deleted since. Returns
+/// false when no list of processes could be taken at all.
 bool VisitProcessPaths(
     const std::function<bool(std::uint32_t processId, const std::string& path)>& visitor);
 
-/// Tells the visitor the id and the short name of each process; a name that cannot be read is
+/// Calls the visitor with the id and the short name of each process; a name that cannot be read is
 /// "<unknown>".
 void VisitProcessNames(
     const std::function<void(std::uint32_t processId, const std::wstring& name)>& visitor);

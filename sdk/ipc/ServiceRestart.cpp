@@ -1,3 +1,4 @@
+#include <IPCMessage/ServicePresence.h>
 #include <os/Processes.h>
 #include <protocol/ServiceLink.h>
 #include <sdk/diag/Log.h>
@@ -44,6 +45,13 @@ std::uint32_t GetProcessId()
     return found;
 }
 
+/// Whether the service runs: as the process that is installed, or as the one at the other end of
+/// the pipe, for a process list does not always show the former (another path, another namespace).
+bool IsServiceRunning()
+{
+    return GetProcessId() != 0 || ipc::ServicePresence::IsConnected();
+}
+
 }  // namespace
 
 void IPCMessageSender::SendRepairRequest()
@@ -64,8 +72,10 @@ void IPCMessageSender::ServiceStartNotifyCallback()
 {
     constexpr auto kFunction = "IPCMessageSender::ServiceStartNotifyCallback";
     LogStart(kFunction);
-    if (GetProcessId() == 0) {
+    if (!IsServiceRunning()) {
         Log(kLogFailure, kFunction, "service process not exist");
+        Log(kLogIncomplete, kFunction,
+            "the service has started, but what it held for this process is not repaired");
         return;
     }
     SendRepairRequest();

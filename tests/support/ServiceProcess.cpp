@@ -11,6 +11,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace pelacon::test {
 
@@ -27,7 +28,8 @@ std::string WriteWorld(const std::string& world)
 
 }  // namespace
 
-ServiceProcess::ServiceProcess(std::optional<std::string> world)
+ServiceProcess::ServiceProcess(std::optional<std::string> world, std::string program)
+    : program_(std::move(program))
 {
     UseOwnRuntimeFolder();
     if (world) {
@@ -51,7 +53,7 @@ void ServiceProcess::Start()
     if (worldFile_) {
         arguments.insert(arguments.end(), {"--world", *worldFile_});
     }
-    process_.emplace(PELACON_SERVICE_EXECUTABLE, arguments);
+    process_.emplace(program_, arguments);
     const std::optional<std::string> line = process_->NextLine();
     if (!line || !line->starts_with("ready ")) {
         process_->Wait();
@@ -89,6 +91,12 @@ CommandResult Pelaconctl(const std::vector<std::string>& arguments)
     ChildProcess process(PelaconctlPath(), arguments);
     const int exitCode = process.Wait();
     return {exitCode, process.Output(), process.Errors()};
+}
+
+const std::string& ServicePath()
+{
+    static const std::string path = PELACON_SERVICE_EXECUTABLE;
+    return path;
 }
 
 const std::string& PelaconctlPath()

@@ -13,12 +13,16 @@
 
 namespace pelacon::test {
 
+/// The service's program in the stage.
+const std::string& ServicePath();
+
 /// PelaconService, run from the stage, on a pipe that only this test program and what it starts
 /// can find. Ready when constructed; ended with this.
 class ServiceProcess {
   public:
-    /// With this world, or the built-in one.
-    explicit ServiceProcess(std::optional<std::string> world = std::nullopt);
+    /// With this world, or the built-in one; this program, or the one in the stage.
+    explicit ServiceProcess(std::optional<std::string> world = std::nullopt,
+                            std::string program = ServicePath());
     ~ServiceProcess();
 
     ServiceProcess(const ServiceProcess&) = delete;
@@ -27,15 +31,17 @@ class ServiceProcess {
     /// Ends it as a system that shuts down does, and waits until it has ended.
     void End();
 
-    /// Starts another one in its place, with the same world.
+    /// Starts another one after End, with the same world.
+    void Start();
+
+    /// Ends it and starts another one in its place.
     void Restart();
 
     /// Has it do something, as its operator, and returns its answer.
     nlohmann::json Command(const nlohmann::json& command) const;
 
   private:
-    void Start();
-
+    std::string program_;
     std::optional<std::string> worldFile_;
     std::optional<ChildProcess> process_;
 };

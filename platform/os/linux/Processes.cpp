@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <string_view>
 #include <system_error>
 
 namespace pelacon::os {
@@ -46,19 +47,37 @@ bool VisitProcesses(const Visitor& visitor)
     return true;
 }
 
-/// The executable link, or where that may not be read (a process of another user's) the first word
-/// of the command line.
-std::string ExecutablePath(const fs::path& process)
+/// The path with its links resolved; the path itself where that is not possible.
+fs::path Resolved(const fs::path& path)
 {
     std::error_code error;
-    const fs::path link = fs::read_symlink(process / "exe", error);
-    if (!error) {
-        return link.string();
-    }
+    fs::path resolved = fs::canonical(path, error);
+    return error ? path : resolved;
+}
+
+/// The first word of a process's command line. A relative one says nothing here, as another user's
+/// working folder may not be read.
+fs::path ProgramWord(const fs::path& process)
+{
     std::string word;
     std::ifstream commandLine(process / "cmdline", std::ios::binary);
     std::getline(commandLine, word, '\0');
-    return word;
+    return word.starts_with('/') ? Resolved(word) : fs::path(word);
+}
+
+/// The executable link, or where that may not be read (a process of another user's) the first word
+/// of the command line. A process whose executable was replaced since, as an upgrade does, still
+/// goes by the path that it was started from.
+std::string ExecutablePath(const fs::path& process)
+{
+    constexpr std::string_view kDeleted = " (deleted)";
+    std::error_code error;
+    const fs::path link = fs::read_symlink(process / "exe", error);
+    std::string path = (error ? ProgramWord(process) : link).string();
+    if (!error && path.ends_with(kDeleted)) {
+        path.erase(path.size() - kDeleted.size());
+    }
+    return path;
 }
 
 std::wstring ShortName(const fs::path& process)
@@ -84,7 +103,8 @@ std::uint32_t CurrentProcessId()
 
 const std::string& ServiceInstallPath()
 {
-    static const std::string& path = *new std::string(PELACON_SERVICE_PATH);
+    // As the kernel names the executables of processes.
+    static const std::string& path = *new std::string(Resolved(PELACON_SERVICE_PATH).string());
     return path;
 }
 

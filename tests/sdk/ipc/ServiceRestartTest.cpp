@@ -1,3 +1,4 @@
+#include <IPCMessage/ServicePresence.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/support/SdkTest.h>
 
@@ -9,8 +10,10 @@ namespace pelacon::test {
 
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 constexpr std::int32_t kServiceStarted = 0xD700A0;
 constexpr std::int32_t kRepair = 0xD700A1;
@@ -19,6 +22,12 @@ constexpr auto kHandler = "IPCMessageSender::ServiceStartNotifyCallback";
 LogLine NoService()
 {
     return Line(4, "service process not exist", kHandler);
+}
+
+LogLine NotRepaired()
+{
+    return Line(3, "the service has started, but what it held for this process is not repaired",
+                kHandler);
 }
 
 /// The lines between those of the receiver.
@@ -76,7 +85,7 @@ TEST_F(SdkTest, NoRepairWhenTheServiceRunsFromAnotherPath)
                     {5, "/tmp" + path, L"PelaconService"}});
     channel.DeliverWithoutPayload(kServiceStarted);
     EXPECT_THAT(channel.Requests(), IsEmpty());
-    EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService()));
+    EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService(), NotRepaired()));
     EXPECT_EQ(Processes::Visited().size(), 5U) << "every process was looked at";
 }
 
@@ -117,7 +126,7 @@ TEST_F(SdkTest, AProcessIdOfZeroIsNoMatch)
     Processes::Set({{0, Processes::kServicePath, L"PelaconService"}});
     channel.DeliverWithoutPayload(kServiceStarted);
     EXPECT_THAT(channel.Requests(), IsEmpty());
-    EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService()));
+    EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService(), NotRepaired()));
 }
 
 TEST_F(SdkTest, NoRepairWhenProcessesCannotBeListed)
@@ -128,7 +137,29 @@ TEST_F(SdkTest, NoRepairWhenProcessesCannotBeListed)
     EXPECT_THAT(
         LinesOfHandler(),
         ElementsAre(Start(kHandler), Line(4, "CreateToolhelp32Snapshot Error!", "GetProcessId"),
-                    NoService()));
+                    NoService(), NotRepaired()));
+}
+
+TEST_F(SdkTest, RepairsATrustedServiceThatRunsFromAnotherPath)
+{
+    const ipc::ServicePresence::Connection connection;
+    Processes::Set({{5, "/tmp/PelaconService", L"PelaconService"}});
+    channel.DeliverWithoutPayload(kServiceStarted);
+    ASSERT_FALSE(channel.Requests().empty());
+    EXPECT_THAT(channel.Requests().front(), RequestIs(kRepair, ByteVector(120), 10000));
+    EXPECT_THAT(LinesOfHandler(), Not(Contains(NoService())));
+    EXPECT_EQ(Processes::Visited().size(), 1U) << "the processes are looked at first";
+}
+
+TEST_F(SdkTest, RepairsATrustedServiceWhereProcessesCannotBeListed)
+{
+    const ipc::ServicePresence::Connection connection;
+    Processes::FailSnapshots();
+    channel.DeliverWithoutPayload(kServiceStarted);
+    ASSERT_FALSE(channel.Requests().empty());
+    EXPECT_EQ(channel.Requests().front().item.msgId, kRepair);
+    EXPECT_THAT(LinesOfHandler(),
+                Contains(Line(4, "CreateToolhelp32Snapshot Error!", "GetProcessId")));
 }
 
 TEST_F(StoppedSdkTest, ARepairThatIsNotSentIsLoggedAndTheRestGoesOn)

@@ -2,16 +2,22 @@
 #include <os/Fork.h>
 #include <os/Processes.h>
 #include <os/Threads.h>
+#include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <system_error>
+
+extern char** environ;  // NOLINT(readability-redundant-declaration): not in every unistd.h
 
 namespace {
 
@@ -63,6 +69,29 @@ TEST(VisitProcessPathsTest, TakesTheCommandLineWhereTheLinkMayNotBeRead)
                   return path == argument ? 0 : 1;
               }),
               0);
+}
+
+TEST(VisitProcessPathsTest, NamesAReplacedExecutableByItsPath)
+{
+    const pelacon::test::TemporaryFolder folder;
+    const std::filesystem::path program = std::filesystem::canonical(folder.Path()) / "program";
+    std::filesystem::copy_file("/bin/sleep", program);
+    std::string name = program.string();
+    std::string seconds = "60";
+    char* const arguments[] = {name.data(), seconds.data(), nullptr};
+    pid_t child = 0;
+    ASSERT_EQ(posix_spawn(&child, name.c_str(), nullptr, nullptr, arguments, environ), 0);
+    std::filesystem::remove(program);
+    std::string path;
+    VisitProcessPaths([&](std::uint32_t id, const std::string& found) {
+        if (id == static_cast<std::uint32_t>(child)) {
+            path = found;
+        }
+        return path.empty();
+    });
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(path, program.string());
 }
 
 std::atomic<int> forked{0};
