@@ -130,7 +130,8 @@ PELACON_API BleStatusC BleGattServerStartService(int32_t serverId, int32_t servi
 PELACON_API BleStatusC BleGattServerStopService(int32_t serverId, int32_t serviceHandle);
 
 /* Makes the first dataLen bytes of data (null only when dataLen is 0) the characteristic's value
- * and sends it to the peer, if that has subscribed to it; onNotifySent tells what became of it.
+ * and sends it to the peer, if that has subscribed to it; onNotifySent tells what became of it. The
+ * notification carries at most MTU - 3 bytes (onMtuChanged); a peer reads a longer value.
  * PelaconService takes a peer of 0 for all that have subscribed. */
 PELACON_API BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle,
                                                   const char* charUuid, const uint8_t* data,

@@ -16,7 +16,7 @@ PELACON_ENUM(SoftApResult){
     kSoftApOtherPurpose = 3, /* it was created for another purpose than it is destroyed for */
     kSoftApNotExisting = 7,  /* there is none to destroy */
     kSoftApNotPossible = 10, /* the radio could not; such as for want of a channel for both sides */
-    kSoftApInterrupted = 11, /* it was destroyed, or the service ended, before it was there */
+    kSoftApInterrupted = 11, /* it was destroyed, or the service was ended, before it was there */
     kSoftApAlreadyExists = 0x10000001, /* there is one already; as kConnectGoAlreadyExist */
 };
 
@@ -55,7 +55,9 @@ struct SoftAPInfo {
  * unregister an object of the same class, which would wait for ever. While one runs, no other
  * notification is delivered. An exception that leaves one ends the process. */
 
-/* Hears whether anybody is connected to the soft AP. One object of the process hears it. */
+/* Called when the first device connects to the soft AP and when the last one is gone. One object of
+ * the process is. When the service was restarted, or the connection to it was lost, this object and
+ * those of the class below are called again, with the state that is found then. */
 class PELACON_INTERFACE ISoftApConnectStatus {
   public:
     /* 1 when the first device has connected, 0 when the last one is gone. Other values are the
@@ -79,7 +81,7 @@ struct SoftApAdvertisementState {
     char ssid[32];   /* NUL-terminated when shorter than 32 bytes */
 };
 
-/* Hears of the soft AP's advertisement and of the devices that connect to it. */
+/* Called on changes of the soft AP's advertisement and for the devices that connect to it. */
 class PELACON_INTERFACE ISoftAPNotification {
   public:
     /* The advertisement's new status, a SoftApAdvertisementStatus. */
@@ -89,7 +91,9 @@ class PELACON_INTERFACE ISoftAPNotification {
      * the call. */
     virtual void OnAdvertisementState(const SoftApAdvertisementState* state) = 0;
 
-    /* A device has connected (1) or is gone (0). Other values are the service's own. */
+    /* A device has connected (1) or is gone (0). Other values are the service's own. After a
+     * restart or a lost connection: 1 for each device that is connected, or 0 once when there is
+     * none. */
     virtual void OnDeviceConnectionStatus(uint32_t status) = 0;
 
     virtual ~ISoftAPNotification() = default;

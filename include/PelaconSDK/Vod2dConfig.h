@@ -96,7 +96,7 @@ typedef struct RecommendChannelResponse {
 /* Which connections an application wants to hear of. */
 typedef struct Vod2dConnNotifyRequest {
     int32_t events;       /* 1 for stations that join, 2 for those that leave, 3 for both */
-    char address[13];     /* one station's, as Vod2dStationChange has it; empty for every one */
+    char address[13];     /* one station's, twelve hexadecimal digits; empty for every one */
     uint8_t reserved[15]; /* 0 */
 } Vod2dConnNotifyRequest;
 
@@ -157,8 +157,10 @@ PELACON_API WifiErrorCode GetGuidByInterfaceName(const char* ifName, int32_t len
                                                  char* guid);
 
 /* Counts one more, or one less, use of the link that applications share. A group is not removed
- * while applications other than the one that asks use it; an application's uses end with it. Less
- * than none is refused by the service. */
+ * while applications other than the one that asks use it. An application's uses end with it, when
+ * the service is restarted, and when the connection to the service is lost, which onGroupChanged
+ * (Vod2dGroup.h) reports with reason kWifiInterrupted: count them again then. Less than none is
+ * refused by the service. */
 PELACON_API WifiErrorCode Vod2dOrvidSharedlinkIncrease(void);
 PELACON_API WifiErrorCode Vod2dOrvidSharedlinkDecrease(void);
 

@@ -74,8 +74,10 @@ typedef struct Vod2dWifiBroadcastRecvCb {
     /* The group changed. Not told of a group that the library removes itself, see
      * Vod2dCreateGroup. */
     void (*onGroupChanged)(Vod2dGroupChange change);
-    /* A station joined or left. The record is valid during the call. When the service has started
-     * anew, every station that had joined is told to have left, with an empty ipAddress. */
+    /* A station joined or left. The record is valid during the call. When the service was
+     * restarted, or the connection to it was lost, the library reports that every station that had
+     * joined has left, with an empty ipAddress; those that are still there are then reported to
+     * join. */
     void (*onStationChanged)(const Vod2dStationChange* change);
 } Vod2dWifiBroadcastRecvCb;
 
@@ -88,8 +90,8 @@ typedef struct Vod2dWifiBroadcastRecvCb {
  * group that it hears of says that there is one, it removes this group, without telling the
  * application. Any other change is told as usual and ends the matter. It is the next change that
  * counts, whatever led to it: after kWifiNoReply wait for one before creating again, or be ready to
- * lose the group that is created next. kWifiNoReply also raises diagnostic event 954079014 with
- * error code 1. */
+ * lose the group that is created next. A creation that found no service cannot come late: nothing
+ * is removed after it. kWifiNoReply also raises diagnostic event 954079014 with error code 1. */
 PELACON_API WifiErrorCode Vod2dCreateGroup(Vod2dSoftAPInfo* info);
 
 /* Removes the group. kWifiNoReply also raises diagnostic event 954079014 with error code 2. */

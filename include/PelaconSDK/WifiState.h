@@ -8,7 +8,8 @@
 
 /* What became of EnableWifi. Other values are the service's own. */
 PELACON_ENUM(SystemApiEnableWifiResult){
-    kEnableWifiSuccess = 0, kEnableWifiFailed = 1,
+    kEnableWifiSuccess = 0, /* the switch is where it was asked to go */
+    kEnableWifiFailed = 1,  /* it is not there after 5 s, or was switched the other way meanwhile */
     kEnableWifiNoAdapter = 2, /* there is no Wi-Fi adapter */
     kEnableWifiNoAnswer = 3,  /* the library is not started, or no answer came */
 };
@@ -33,7 +34,9 @@ PELACON_ENUM(WifiFrequenceType){
  * class, which would wait for ever. While one runs, no other notification is delivered. An
  * exception that leaves one ends the process. */
 
-/* Hears of the Wi-Fi switch. */
+/* Called on changes of the Wi-Fi switch. When the service was restarted, or the connection to it
+ * was lost, this object and those of the class below are called with the state that is found then.
+ */
 class PELACON_INTERFACE IWifiStateChangeNotification {
   public:
     /* The switch's new state, a SystemApiWifiState. */
@@ -42,7 +45,7 @@ class PELACON_INTERFACE IWifiStateChangeNotification {
     virtual ~IWifiStateChangeNotification() = default;
 };
 
-/* Hears of the channel of the Wi-Fi connection. */
+/* Called on changes of the channel of the Wi-Fi connection. */
 class PELACON_INTERFACE WifiRealMonitorStateCallBack {
   public:
     /* The channel that the phone's Wi-Fi connection is on now; 0 when it has none. */

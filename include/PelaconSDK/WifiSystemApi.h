@@ -31,8 +31,9 @@
  * 3. All operations may be called from any thread. Those marked "serialised" wait for each other,
  *    for as long as one of them waits for its answer (creating and destroying a soft AP, 20 s).
  * 4. Callbacks come on the receive thread, errors on a thread of their own; each class says what it
- *    may call. Pointers that were registered stay registered when the library is stopped, and when
- *    the service restarts it is asked again for what they need.
+ *    may call. Pointers that were registered stay registered when the library is stopped. When the
+ *    service was restarted, or the connection to it was lost, the library repeats the registrations
+ *    that they need, and they are called with the state that is found then.
  * 5. Nothing here throws, but std::bad_alloc for want of memory, std::system_error where a mutex or
  *    the first use of the error notifier fails for want of resources, and DestroyInstance as it
  *    says. */
@@ -119,9 +120,10 @@ class PELACON_API WifiSystemApi {
 
     /* ---- Who hears of the soft AP ---- */
 
-    /* Tells this object of connections to the soft AP, in place of the one before. It is kept when
-     * the request could be sent, whatever became of it; when this returns, the one before is not
-     * used any more. Null is refused, with nothing sent. Serialised. */
+    /* Registers this object for connections to the soft AP, in place of the one before. It is kept
+     * when the request could be sent, whatever became of it: one that is registered while there is
+     * no service is called once there is one. When this returns, the one before is not used any
+     * more. Null is refused, with nothing sent. Serialised. */
     void RegistSoftApConnectStatus(ISoftApConnectStatus* listener);
 
     /* Tells this object of the soft AP's advertisement and devices, after those registered before

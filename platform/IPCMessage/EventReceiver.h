@@ -82,7 +82,7 @@ class EventReceiver {
     std::condition_variable changed_;
     std::shared_ptr<Connection> connection_;
     std::optional<ServicePresence::Connection> presence_;  // with connection_
-    bool connecting_ = false;  // somebody tries to, without the lock
+    bool connecting_ = false;                              // somebody tries to, without the lock
     bool wasConnected_ = false;
     std::chrono::milliseconds retryAfter_;
     bool ended_ = true;  // the receive thread has

@@ -1,3 +1,4 @@
+#include <IPCMessage/ServicePresence.h>
 #include <PelaconSDK/Vod2dApi.h>
 #include <karvell_secure_c/securec.h>
 #include <protocol/Vod2dGroup.h>
@@ -74,9 +75,10 @@ WifiErrorCode Vod2dApi::Vod2dCreateGroup(Vod2dSoftAPInfo* info)
     if (info == nullptr) {
         return RefuseWifi(kLogIncomplete, kFunction, "apInfo is nullptr, return");
     }
+    const ipc::ServicePresence::Watch service;
     const auto timedOut = [&] {
         VoviewDataReport::ReportApplicationInterface(kCreateGroupError);
-        IPCMessageSender::GetInstance().SetCreateGroupTimeOut();
+        IPCMessageSender::GetInstance().SetCreateGroupTimeOut(service.CanHaveReached());
         Log(kLogTrace, kFunction, "Vod2dCreateGroup timeout");
         TryTraverseProcesses(kFunction);
     };

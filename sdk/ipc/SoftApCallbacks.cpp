@@ -61,11 +61,13 @@ bool SoftApCallbacks::HasSoftAPStateChanged() const
     return !tables_.Empty();
 }
 
-void SoftApCallbacks::SetCreateGroupTimeOut()
+void SoftApCallbacks::SetCreateGroupTimeOut(bool canComeLate)
 {
     constexpr auto kFunction = "IPCMessageSender::SetCreateGroupTimeOut";
     LogStart(kFunction);
-    createTimedOut_ = true;
+    if (canComeLate) {
+        createTimedOut_ = true;
+    }
     LogEnd(kFunction);
 }
 

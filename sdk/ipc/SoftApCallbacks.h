@@ -20,8 +20,9 @@ class SoftApCallbacks {
     void RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table);
     bool HasSoftAPStateChanged() const;
 
-    /// A creation got no answer in time: a group that appears next is nobody's.
-    void SetCreateGroupTimeOut();
+    /// A creation got no answer in time: a group that appears next is the late one. Where the
+    /// creation reached no service, nothing can come late.
+    void SetCreateGroupTimeOut(bool canComeLate = true);
 
     /// Tells every table of a change of the group, in the order of registration, with the registry
     /// locked; or removes a group whose creation nobody waits for any more.

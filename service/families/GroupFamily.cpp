@@ -1,6 +1,7 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/ChannelChoice.h>
 #include <service/families/GroupFamily.h>
+#include <service/families/GroupWait.h>
 #include <service/families/WifiText.h>
 
 #include <nlohmann/json.hpp>
@@ -39,6 +40,15 @@ ServiceStatus StatusOf(GroupOutcome outcome)
             break;
     }
     return protocol::kStatusNotSupported;
+}
+
+protocol::StationChange ChangeOf(const radio::Station& station, bool joined)
+{
+    protocol::StationChange change{};
+    change.state = joined ? 1 : 0;
+    PutText(change.address, AddressDigits(station.address));
+    PutText(change.ipAddress, station.ipAddress);
+    return change;
 }
 
 }  // namespace
@@ -123,14 +133,22 @@ void GroupFamily::ServeSharedLink(Router& router)
     });
 }
 
-// One that returns may have asked a service that has ended since, and wants to know what became of
-// its group; what nobody there listens to it drops.
+// A client that returns may have asked a service that has ended since. It is notified of the state
+// that it finds, and drops what none of its callbacks is registered for. While a group is being
+// made there is no such state yet: what becomes of the group is notified in the end.
 void GroupFamily::ClientArrived(Session& session, bool returning)
 {
-    if (returning) {
-        listeners_.insert(&session);
+    if (!returning) {
+        return;
+    }
+    listeners_.insert(&session);
+    if (!groups_.IsCreating()) {
         session.Notify(protocol::kSoftApGroupsChange,
                        {groups_.Exists() ? 1 : 0, protocol::kStatusInterrupted});
+    }
+    // Its library has reported all stations gone.
+    for (const radio::Station& station : groups_.Stations()) {
+        session.Notify(protocol::kSoftApConnectionStateChange, ChangeOf(station, true));
     }
 }
 
@@ -140,22 +158,6 @@ void GroupFamily::ClientLeft(Session& session)
     sharedLinks_.erase(&session);
 }
 
-/// Begins something at the radio and waits for its end. Nothing where the client has left meanwhile
-/// (its request's connection may be there yet): the group may still appear, so that no status would
-/// be true. Where there is no point in going on, the family may be gone, and is not touched.
-std::optional<std::int32_t> GroupFamily::WaitFor(
-    Session& session, const std::function<void(radio::Groups::Done)>& begin)
-{
-    const World& world = world_;
-    const Completion<GroupOutcome> completion(world_);
-    begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
-    if (const auto outcome = session.Await(completion, radio::kGroupPatience)) {
-        return StatusOf(*outcome);
-    }
-    return world.IsStopping() ? std::optional<std::int32_t>(protocol::kStatusInterrupted)
-                              : std::nullopt;
-}
-
 std::optional<protocol::GroupInfoReply> GroupFamily::Create(Session& session, std::int32_t channel)
 {
     using protocol::GroupInfoReply;
@@ -163,15 +165,19 @@ std::optional<protocol::GroupInfoReply> GroupFamily::Create(Session& session, st
     if (chosen == 0) {
         return GroupInfoReply{Info(), protocol::kStatusNotSupported};
     }
-    const auto status = WaitFor(
-        session, [&](radio::Groups::Done done) { groups_.Create(chosen, std::move(done)); });
-    if (!status) {
+    // Also where no table is registered: the client may give up before the group is there, and then
+    // has to learn of it.
+    listeners_.insert(&session);
+    const auto outcome = AwaitGroup(world_, session, [&](radio::Groups::Done done) {
+        groups_.Create(chosen, std::move(done));
+    });
+    if (!outcome) {
         return std::nullopt;
     }
-    if (*status == protocol::kStatusInterrupted) {
-        return GroupInfoReply{{}, *status};
+    if (*outcome == GroupOutcome::kAborted) {
+        return GroupInfoReply{{}, StatusOf(*outcome)};
     }
-    return GroupInfoReply{Info(), *status};
+    return GroupInfoReply{Info(), StatusOf(*outcome)};
 }
 
 std::optional<StatusReply> GroupFamily::Remove(Session& session)
@@ -179,9 +185,9 @@ std::optional<StatusReply> GroupFamily::Remove(Session& session)
     if (IsUsedByOthers(session)) {
         return StatusReply{protocol::kStatusNotPermitted};
     }
-    const auto status =
-        WaitFor(session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); });
-    return status ? std::optional(StatusReply{*status}) : std::nullopt;
+    const auto outcome = AwaitGroup(
+        world_, session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); });
+    return outcome ? std::optional(StatusReply{StatusOf(*outcome)}) : std::nullopt;
 }
 
 bool GroupFamily::IsUsedByOthers(const Session& session) const
@@ -247,10 +253,7 @@ void GroupFamily::TellGroup(bool exists, GroupOutcome reason) const
 
 void GroupFamily::TellStation(const radio::Station& station, bool joined) const
 {
-    protocol::StationChange change{};
-    change.state = joined ? 1 : 0;
-    PutText(change.address, AddressDigits(station.address));
-    PutText(change.ipAddress, station.ipAddress);
+    const protocol::StationChange change = ChangeOf(station, joined);
     for (Session* session : listeners_) {
         session->Notify(protocol::kSoftApConnectionStateChange, change);
     }

@@ -1,4 +1,4 @@
-// Wi-Fi Direct groups: their life, and who hears of it.
+// Wi-Fi Direct groups: making and removing them, and notifications of what becomes of them.
 #pragma once
 
 #include <protocol/Vod2dConfig.h>
@@ -29,8 +29,6 @@ class GroupFamily : public Family {
 
     std::optional<protocol::GroupInfoReply> Create(Session& session, std::int32_t channel);
     std::optional<protocol::StatusReply> Remove(Session& session);
-    std::optional<std::int32_t> WaitFor(Session& session,
-                                        const std::function<void(radio::Groups::Done)>& begin);
     std::int32_t ChooseChannel(std::int32_t wished) const;
     bool IsUsedByOthers(const Session& session) const;
     protocol::GroupInfo Info() const;
@@ -43,7 +41,7 @@ class GroupFamily : public Family {
     World& world_;
     radio::Wifi& wifi_;
     radio::Groups& groups_;
-    std::unordered_set<Session*> listeners_;  // clients that want to hear of changes
+    std::unordered_set<Session*> listeners_;  // clients that are notified of changes
     std::unordered_map<Session*, std::int32_t> sharedLinks_;
 };
 

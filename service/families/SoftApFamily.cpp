@@ -1,4 +1,5 @@
 #include <protocol/ServiceStatus.h>
+#include <service/families/GroupWait.h>
 #include <service/families/SoftApFamily.h>
 #include <service/families/WifiText.h>
 
@@ -26,6 +27,9 @@ constexpr auto kAdapterRestart = 100ms;
 constexpr std::int32_t kAnyPurpose = 0;
 constexpr std::size_t kMostProductTypes = 64;
 constexpr std::size_t kLongestProductType = 64;
+
+/// The values are those of SoftApAdvertisementStatus in the public headers.
+enum AdvertisementStatus : std::uint32_t { kApStopped = 0, kApStarted = 1, kApMoved = 2 };
 
 /// The result for what became of it, the service's own statuses but for one.
 std::int32_t ResultOf(GroupOutcome outcome)
@@ -95,7 +99,7 @@ void SoftApFamily::ServeLife(Router& router)
                  });
     router.Serve(protocol::kSystemDestroySoftAP,
                  [this](Session& session, const Int32Record& request) {
-                     return Int32Record{Destroy(session, request.value)};
+                     return Destroy(session, request.value);
                  });
     router.Serve(protocol::kChangeSSIDAndPasswd, [this](Session&, const Nothing&) {
         DrawName();
@@ -130,8 +134,7 @@ void SoftApFamily::ServeAdapter(Router& router)
 {
     router.Serve(protocol::kRestartWiFiDirectVirtualAdapter,
                  [this](Session& session, const FlagRequest& request) {
-                     const bool restarted = RestartAdapter(session, request.flag != 0);
-                     return ByteReply{static_cast<std::uint8_t>(restarted)};
+                     return RestartAdapter(session, request.flag != 0);
                  });
     router.Serve(protocol::kGetRestartCount, [this](Session&, const Nothing&) {
         return Int32Record{static_cast<std::int32_t>(restarts_)};
@@ -200,26 +203,38 @@ void SoftApFamily::ServeListeners(Router& router)
                  [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
 }
 
+// Any client may have registered for connections while there was no service: its library keeps that
+// object whether it is answered or not, and drops what it has no object for. One that returns is
+// notified of the state that it finds as well.
+void SoftApFamily::ClientArrived(Session& session, bool returning)
+{
+    clients_.insert(&session);
+    if (!returning) {
+        return;
+    }
+    listeners_.insert(&session);
+    session.Notify(protocol::kSoftApAdvertisement,
+                   Advertisement(Channel() != 0 ? kApStarted : kApStopped));
+    const std::size_t devices = ap_.Stations().size();
+    for (std::size_t device = 0; device < devices; ++device) {
+        session.Notify(protocol::kSoftApDeviceConnection, {1});
+    }
+    if (devices == 0) {
+        session.Notify(protocol::kSoftApDeviceConnection, {0});
+    }
+    session.Notify(protocol::kSoftApConnectStatus, {devices == 0 ? 0 : 1});
+}
+
 void SoftApFamily::ClientLeft(Session& session)
 {
+    clients_.erase(&session);
     connectionListeners_.erase(&session);
     listeners_.erase(&session);
 }
 
-/// Begins something at the radio and waits for its end. Where there is no point in going on, the
-/// family may be gone, and is not touched.
-std::int32_t SoftApFamily::WaitFor(Session& session,
-                                   const std::function<void(radio::Groups::Done)>& begin)
-{
-    const Completion<GroupOutcome> completion(world_);
-    begin([completion](GroupOutcome outcome) { completion.Set(outcome); });
-    const auto outcome = session.Await(completion, radio::kGroupPatience);
-    return outcome ? ResultOf(*outcome) : protocol::kStatusInterrupted;
-}
-
-/// Has the outcome be the last result as soon as the radio knows it: until the handler goes on,
-/// another client, told of the soft AP, may already act on it, and where this one has left, the
-/// handler does not go on at all.
+/// Makes the outcome the last result as soon as the radio knows it: until the handler goes on,
+/// another client that was notified of the soft AP may already act on it, and where this one has
+/// left, the handler does not go on at all.
 radio::Groups::Done SoftApFamily::Noting(radio::Groups::Done done)
 {
     return [this, done = std::move(done)](GroupOutcome outcome) {
@@ -228,7 +243,8 @@ radio::Groups::Done SoftApFamily::Noting(radio::Groups::Done done)
     };
 }
 
-SoftApInfoMessage SoftApFamily::Create(Session& session, const SoftApInfoMessage& request)
+std::optional<SoftApInfoMessage> SoftApFamily::Create(Session& session,
+                                                      const SoftApInfoMessage& request)
 {
     const auto band = static_cast<Band>(request.requestByte);
     const std::int32_t channel = ChannelFor(band);
@@ -237,45 +253,51 @@ SoftApInfoMessage SoftApFamily::Create(Session& session, const SoftApInfoMessage
         lastError_ = protocol::kStatusNotSupported;
         return Info(lastError_);
     }
-    const std::int32_t result = WaitFor(session, [&](radio::Groups::Done done) {
+    const auto outcome = AwaitGroup(world_, session, [&](radio::Groups::Done done) {
         ap_.Create(channel, [this, purpose = request.requestInt,
-                             done = Noting(std::move(done))](GroupOutcome outcome) {
-            if (outcome == GroupOutcome::kDone) {
+                             done = Noting(std::move(done))](GroupOutcome made) {
+            if (made == GroupOutcome::kDone) {
                 purpose_ = purpose;
             }
-            done(outcome);
+            done(made);
         });
     });
-    if (result == protocol::kStatusInterrupted) {
+    if (!outcome) {
+        return std::nullopt;
+    }
+    if (*outcome == GroupOutcome::kAborted) {
         SoftApInfoMessage reply{};
-        reply.errorCode = result;
+        reply.errorCode = ResultOf(*outcome);
         return reply;
     }
-    return Info(result);
+    return Info(ResultOf(*outcome));
 }
 
-std::int32_t SoftApFamily::Destroy(Session& session, std::int32_t purpose)
+std::optional<Int32Record> SoftApFamily::Destroy(Session& session, std::int32_t purpose)
 {
     if (ap_.Exists() && purpose != kAnyPurpose && purpose_ != kAnyPurpose && purpose != purpose_) {
         lastError_ = protocol::kStatusBusy;
-        return lastError_;
+        return Int32Record{lastError_};
     }
-    return WaitFor(session, [&](radio::Groups::Done done) { ap_.Remove(Noting(std::move(done))); });
+    const auto outcome = AwaitGroup(
+        world_, session, [&](radio::Groups::Done done) { ap_.Remove(Noting(std::move(done))); });
+    return outcome ? std::optional(Int32Record{ResultOf(*outcome)}) : std::nullopt;
 }
 
-bool SoftApFamily::RestartAdapter(Session& session, bool afterWakeUp)
+std::optional<ByteReply> SoftApFamily::RestartAdapter(Session& session, bool afterWakeUp)
 {
     if (!wifi_.IsOn()) {
-        return false;
+        return ByteReply{0};
     }
-    const std::int32_t removed =
-        WaitFor(session, [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
-    if (removed == protocol::kStatusInterrupted || !session.WaitFor(kAdapterRestart)) {
-        return false;
+    const World& world = world_;
+    const auto removed =
+        AwaitGroup(world_, session, [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
+    if (!removed || *removed == GroupOutcome::kAborted || !session.WaitFor(kAdapterRestart)) {
+        return world.IsStopping() ? std::optional(ByteReply{0}) : std::nullopt;
     }
     ++restarts_;
     wakeUpRestarts_ += afterWakeUp ? 1 : 0;
-    return true;
+    return ByteReply{1};
 }
 
 SoftApInfoMessage SoftApFamily::Info(std::int32_t errorCode) const
@@ -309,20 +331,27 @@ void SoftApFamily::DrawName()
     ap_.Rename(ssid, draw(kPassPhraseLetters));
 }
 
+protocol::SoftApAdvertisement SoftApFamily::Advertisement(std::uint32_t status) const
+{
+    protocol::SoftApAdvertisement advertisement{};
+    advertisement.status = status;
+    if (status != kApStopped) {
+        advertisement.channel = Channel();
+        PutText(advertisement.ssid, ap_.Describe().ssid);
+    }
+    return advertisement;
+}
+
 void SoftApFamily::TellAdvertisement()
 {
-    enum Status : std::uint32_t { kApStopped = 0, kApStarted = 1, kApMoved = 2 };
     const std::int32_t channel = Channel();
     const std::int32_t before = std::exchange(advertisedChannel_, channel);
     if (channel == before) {
         return;
     }
-    protocol::SoftApAdvertisement advertisement{};
-    advertisement.channel = channel;
-    if (channel != 0) {
-        advertisement.status = before == 0 ? kApStarted : kApMoved;
-        PutText(advertisement.ssid, ap_.Describe().ssid);
-    }
+    const protocol::SoftApAdvertisement advertisement = Advertisement(channel == 0  ? kApStopped
+                                                                      : before == 0 ? kApStarted
+                                                                                    : kApMoved);
     for (Session* session : listeners_) {
         session->Notify(protocol::kSoftApAdvertisement, advertisement);
     }
@@ -336,7 +365,7 @@ void SoftApFamily::TellStation(bool joined)
     const bool first = joined && ap_.Stations().size() == 1;
     const bool last = !joined && ap_.Stations().empty();
     if (first || last) {
-        for (Session* session : connectionListeners_) {
+        for (Session* session : clients_) {
             session->Notify(protocol::kSoftApConnectStatus, {first ? 1 : 0});
         }
     }

@@ -1,4 +1,4 @@
-// The soft AP: its life, its adapter, its channel, and who hears of it.
+// The soft AP: making and removing it, its adapter, its channel, and notifications of all that.
 #pragma once
 
 #include <protocol/SoftAp.h>
@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -20,6 +21,7 @@ class SoftApFamily : public Family {
   public:
     explicit SoftApFamily(const Context& context);
 
+    void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
     void Describe(nlohmann::json& status) const override;
 
@@ -34,11 +36,10 @@ class SoftApFamily : public Family {
     void ServeChannels(Router& router);
     void ServeBands(Router& router);
 
-    protocol::SoftApInfoMessage Create(Session& session,
-                                       const protocol::SoftApInfoMessage& request);
-    std::int32_t Destroy(Session& session, std::int32_t purpose);
-    bool RestartAdapter(Session& session, bool afterWakeUp);
-    std::int32_t WaitFor(Session& session, const std::function<void(radio::Groups::Done)>& begin);
+    std::optional<protocol::SoftApInfoMessage> Create(Session& session,
+                                                      const protocol::SoftApInfoMessage& request);
+    std::optional<protocol::Int32Record> Destroy(Session& session, std::int32_t purpose);
+    std::optional<protocol::ByteReply> RestartAdapter(Session& session, bool afterWakeUp);
     radio::Groups::Done Noting(radio::Groups::Done done);
     protocol::SoftApInfoMessage Info(std::int32_t errorCode) const;
     std::int32_t Channel() const { return ap_.Describe().channel; }
@@ -48,6 +49,7 @@ class SoftApFamily : public Family {
     std::int32_t MoveTo(radio::Band band);
     protocol::PcChannelsReply PcChannels() const;
 
+    protocol::SoftApAdvertisement Advertisement(std::uint32_t status) const;
     void TellAdvertisement();
     void TellStation(bool joined);
 
@@ -60,14 +62,15 @@ class SoftApFamily : public Family {
 
     std::int32_t purpose_ = 0;  // what the soft AP was created for
     std::int32_t lastError_ = 0;
-    std::int32_t advertisedChannel_ = 0;  // as it was told last; 0: not advertised
+    std::int32_t advertisedChannel_ = 0;  // as it was notified last; 0: not advertised
     bool restartHotspot_ = false;
     bool missed5GHz_ = false;  // the last wish for the band came to nothing
     bool avoid5GHz_ = false;
     std::uint32_t restarts_ = 0;
     std::uint32_t wakeUpRestarts_ = 0;
 
-    std::unordered_set<Session*> connectionListeners_;
+    std::unordered_set<Session*> clients_;              // notified of connections
+    std::unordered_set<Session*> connectionListeners_;  // those that are known to want it
     std::unordered_set<Session*> listeners_;
 };
 

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <set>
 #include <utility>
@@ -27,6 +28,8 @@ constexpr std::int32_t kEveryCard = -1;
 /// Which events of a connection are wanted.
 constexpr std::int32_t kJoinedEvents = 1;
 constexpr std::int32_t kLeftEvents = 2;
+
+constexpr std::size_t kAddressDigits = 12;
 
 }  // namespace
 
@@ -83,8 +86,7 @@ void WifiConfigFamily::ServeNotifications(Router& router)
 {
     router.Serve(protocol::kSetConnNotify,
                  [this](Session& session, const protocol::ConnNotifyRequest& request) {
-                     connectionListeners_[&session] = request;
-                     return StatusReply{protocol::kStatusDone};
+                     return AskForConnections(session, request);
                  });
     router.Serve(protocol::kSetWifiCardStateNotify,
                  [this](Session& session, const protocol::CardState& request) {
@@ -92,12 +94,19 @@ void WifiConfigFamily::ServeNotifications(Router& router)
                  });
 }
 
-// What nobody there listens to a client drops.
+// A client that returns drops what none of its tables is registered for. What it set before is its
+// own word again, not a peer's.
 void WifiConfigFamily::ClientArrived(Session& session, bool returning)
 {
-    if (returning) {
-        configurationListeners_.insert(&session);
-        cardListeners_.insert(&session);
+    if (!returning) {
+        return;
+    }
+    configurationListeners_.insert(&session);
+    cardListeners_.insert(&session);
+    for (Setting& setting : settings_) {
+        if (setting.setter == nullptr && setting.processId == session.ProcessId()) {
+            setting.setter = &session;
+        }
     }
 }
 
@@ -119,6 +128,7 @@ void WifiConfigFamily::ForgetSetter(const Session& session)
     for (Setting& setting : settings_) {
         if (setting.setter == &session) {
             setting.setter = nullptr;
+            setting.processId = session.ProcessId();
         }
         if (setting.setter != nullptr || types.insert(setting.type).second) {
             kept.push_back(std::move(setting));
@@ -242,6 +252,25 @@ protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session, std::in
         cardListeners_.insert(&session);
     }
     return reply;
+}
+
+/// Addresses are compared in the form in which they are notified.
+StatusReply WifiConfigFamily::AskForConnections(Session& session,
+                                                protocol::ConnNotifyRequest request)
+{
+    const std::string_view address = TextIn(request.address);
+    const auto isDigit = [](char character) {
+        return std::isxdigit(static_cast<unsigned char>(character)) != 0;
+    };
+    if (!address.empty() &&
+        (address.size() != kAddressDigits || !std::ranges::all_of(address, isDigit))) {
+        return {protocol::kStatusInvalidArgument};
+    }
+    for (char& character : request.address) {
+        character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    }
+    connectionListeners_[&session] = request;
+    return {protocol::kStatusDone};
 }
 
 void WifiConfigFamily::TellCard(std::size_t changed) const

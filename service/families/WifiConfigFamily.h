@@ -14,7 +14,7 @@
 namespace pelacon::service {
 
 /// Applications on the same service are each other's peers: what one sets as its peer's
-/// configuration the others read as their own, and hear of.
+/// configuration the others read as their own, and are notified of.
 class WifiConfigFamily : public Family {
   public:
     explicit WifiConfigFamily(const Context& context);
@@ -29,6 +29,7 @@ class WifiConfigFamily : public Family {
         Session* setter;  // null once it has left
         std::int32_t type;
         Bytes blob;
+        std::uint32_t processId = 0;  // of a setter that has left, and may return
     };
 
     void ServeConfigurations(Router& router);
@@ -38,6 +39,7 @@ class WifiConfigFamily : public Family {
 
     protocol::SelfWifiCfgReply SelfConfiguration(const Session& session, std::int32_t type) const;
     protocol::StatusReply SetPeerConfiguration(Session& session, const protocol::WifiCfg& request);
+    protocol::StatusReply AskForConnections(Session& session, protocol::ConnNotifyRequest request);
     protocol::RecommendChannelReply Recommend(ByteView request) const;
     protocol::StatusReply SetScene(const protocol::UpperSceneRequest& request);
     protocol::InterfaceGuidReply Guid(std::string_view name) const;

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+
 namespace pelacon::service {
 
 using protocol::ByteReply;
@@ -13,7 +15,11 @@ namespace {
 
 // The values are those of SystemApiEnableWifiResult in the public headers.
 constexpr std::int32_t kEnabled = 0;
+constexpr std::int32_t kFailed = 1;
 constexpr std::int32_t kNoAdapter = 2;
+
+/// How long a request waits for the switch: well within the time-out of the client.
+constexpr auto kSwitchPatience = protocol::kEnableWifi.timeout / 2;
 
 /// The values are those of SystemApiWifiState.
 std::int32_t StateOf(bool on)
@@ -24,14 +30,17 @@ std::int32_t StateOf(bool on)
 }  // namespace
 
 WifiStateFamily::WifiStateFamily(const Context& context)
-    : wifi_(context.radios.GetWifi()), cards_(context.radios.GetWifiCards())
+    : world_(context.world),
+      wifi_(context.radios.GetWifi()),
+      cards_(context.radios.GetWifiCards()),
+      phone_(context.radios.GetPhone())
 {
     wifi_.ObserveSwitch([this](bool on) { TellSwitch(on); });
-    context.radios.GetPhone().Observe([this](std::int32_t channel) { TellChannel(channel); });
+    phone_.Observe([this](std::int32_t channel) { TellChannel(channel); });
 
     Router& router = context.router;
-    router.Serve(protocol::kEnableWifi, [this](Session&, const FlagRequest& request) {
-        return Int32Record{Enable(request.flag != 0)};
+    router.Serve(protocol::kEnableWifi, [this](Session& session, const FlagRequest& request) {
+        return Enable(session, request.flag != 0);
     });
     router.Serve(protocol::kGetWifiState,
                  [this](Session&, const Nothing&) { return Int32Record{StateOf(wifi_.IsOn())}; });
@@ -50,19 +59,38 @@ WifiStateFamily::WifiStateFamily(const Context& context)
                  });
 }
 
+// A client that returns is notified of the state that it finds, and drops what none of its objects
+// is registered for.
+void WifiStateFamily::ClientArrived(Session& session, bool returning)
+{
+    if (returning) {
+        switchListeners_.insert(&session);
+        channelListeners_.insert(&session);
+        session.Notify(protocol::kWifiSwitchState, {StateOf(wifi_.IsOn())});
+        session.Notify(protocol::kWifiConnectChannel, {phone_.ConnectionChannel()});
+    }
+}
+
 void WifiStateFamily::ClientLeft(Session& session)
 {
     switchListeners_.erase(&session);
     channelListeners_.erase(&session);
 }
 
-std::int32_t WifiStateFamily::Enable(bool on)
+/// Switches, and waits until that is done. Nothing where the client has left meanwhile. Where there
+/// is no point in going on the family may be gone, and is not touched.
+std::optional<Int32Record> WifiStateFamily::Enable(Session& session, bool on)
 {
     if (cards_.States().front() == radio::CardState::kAbsent) {
-        return kNoAdapter;
+        return Int32Record{kNoAdapter};
     }
-    wifi_.Switch(on);
-    return kEnabled;
+    const Completion<bool> completion(world_);
+    wifi_.Switch(on, [completion](bool reached) { completion.Set(reached); });
+    const auto reached = session.Await(completion, kSwitchPatience);
+    if (!reached && !session.IsPresent()) {
+        return std::nullopt;
+    }
+    return Int32Record{reached.value_or(false) ? kEnabled : kFailed};
 }
 
 void WifiStateFamily::TellSwitch(bool on) const

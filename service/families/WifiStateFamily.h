@@ -1,10 +1,11 @@
-// The Wi-Fi switch, the channel of the phone's connection, and who hears of them.
+// The Wi-Fi switch, the channel of the phone's connection, and notifications of both.
 #pragma once
 
 #include <protocol/WifiState.h>
 #include <service/Family.h>
 
 #include <cstdint>
+#include <optional>
 #include <unordered_set>
 
 namespace pelacon::service {
@@ -13,16 +14,19 @@ class WifiStateFamily : public Family {
   public:
     explicit WifiStateFamily(const Context& context);
 
+    void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
     void Describe(nlohmann::json& status) const override;
 
   private:
-    std::int32_t Enable(bool on);
+    std::optional<protocol::Int32Record> Enable(Session& session, bool on);
     void TellSwitch(bool on) const;
     void TellChannel(std::int32_t channel) const;
 
+    World& world_;
     radio::Wifi& wifi_;
     radio::WifiCards& cards_;
+    radio::Phone& phone_;
     std::unordered_set<Session*> switchListeners_;
     std::unordered_set<Session*> channelListeners_;
 };

@@ -29,6 +29,8 @@ class Wifi {
         bool operator==(const Connection&) const = default;
     };
 
+    /// Whether the switch got where it was asked to go.
+    using SwitchDone = std::function<void(bool reached)>;
     using SwitchObserver = std::function<void(bool on)>;
     using ConnectionObserver = std::function<void(const std::optional<Connection>& connection)>;
 
@@ -39,9 +41,10 @@ class Wifi {
 
     virtual bool IsOn() const = 0;
 
-    /// Begins to switch on or off; what becomes of it is told to the observers. Nothing happens
-    /// where it is so already, or on the way there.
-    virtual void Switch(bool on) = 0;
+    /// Begins to switch on or off, unless it is so already or on the way there. `done` is called
+    /// once, in the call or later: when the switch is there, after the observers, or when it goes
+    /// the other way before.
+    virtual void Switch(bool on, SwitchDone done) = 0;
 
     /// In the low six bytes, the first octet the most significant.
     virtual std::uint64_t Address() const = 0;

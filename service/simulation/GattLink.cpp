@@ -1,6 +1,7 @@
 #include <service/simulation/GattClient.h>
 #include <service/simulation/GattLink.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace pelacon::service::simulation {
@@ -64,9 +65,12 @@ void GattLink::End(GattReason reason)
     observer_.Ended(reason);
 }
 
-void GattLink::Notify(const Uuid& service, const Uuid& characteristic, const GattValue& value,
+void GattLink::Notify(const Uuid& service, const Uuid& characteristic, GattValue value,
                       bool isIndication)
 {
+    constexpr std::size_t kHeader = 3;  // of an attribute value notification: opcode, handle
+    const auto mtu = static_cast<std::size_t>(Mtu());
+    value.resize(std::min(value.size(), mtu - std::min(mtu, kHeader)));
     observer_.Notified(service, characteristic, value, isIndication);
 }
 

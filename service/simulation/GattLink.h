@@ -61,10 +61,10 @@ class GattLink : public radio::GattConnection {
                                             const radio::Uuid& characteristic,
                                             bool enable) override;
 
-    /// For the device: tells the observer of a value; ends the connection (which destroys it, as a
-    /// rule).
+    /// For the device: notifies the observer of a value, of which a packet carries the first
+    /// MTU - 3 bytes; ends the connection (which destroys it, as a rule).
     void Notify(const radio::Uuid& service, const radio::Uuid& characteristic,
-                const radio::GattValue& value, bool isIndication);
+                radio::GattValue value, bool isIndication);
     void End(radio::GattReason reason);
 
   private:

@@ -2,26 +2,50 @@
 
 namespace pelacon::service::simulation {
 
-void Wifi::Switch(bool on)
+void Wifi::Switch(bool on, SwitchDone done)
 {
-    if (goal_ == on) {
+    if (goal_ != on) {
+        EndSwitching(false);
+        goal_ = on;
+        switching_ = world_.After(config_.switchDelay, [this, on] { Enter(on); });
+    }
+    if (switching_.IsPending()) {
+        done_.push_back(std::move(done));
+    } else {
+        done(true);
+    }
+}
+
+void Wifi::SwitchNow(bool on)
+{
+    if (on_ == on && goal_ == on) {
         return;
     }
-    goal_ = on;
-    switching_ = world_.After(config_.switchDelay, [this, on] { Enter(on); });
+    if (goal_ != on) {
+        EndSwitching(false);
+        goal_ = on;
+    }
+    switching_.Cancel();
+    Enter(on);
 }
 
 void Wifi::Enter(bool on)
 {
-    if (on_ == on) {
-        return;
+    if (std::exchange(on_, on) != on) {
+        for (const SwitchObserver& observer : switchObservers_) {
+            observer(on);
+        }
+        if (config_.connected) {
+            TellConnection();
+        }
     }
-    on_ = on;
-    for (const SwitchObserver& observer : switchObservers_) {
-        observer(on);
-    }
-    if (config_.connected) {
-        TellConnection();
+    EndSwitching(true);
+}
+
+void Wifi::EndSwitching(bool reached)
+{
+    for (const SwitchDone& done : std::exchange(done_, {})) {
+        done(reached);
     }
 }
 

@@ -17,7 +17,7 @@ class Wifi : public radio::Wifi {
     {}
 
     bool IsOn() const override { return on_; }
-    void Switch(bool on) override;
+    void Switch(bool on, SwitchDone done) override;
     std::uint64_t Address() const override { return config_.address; }
     const std::vector<Channel>& Channels() const override { return config_.channels; }
     std::optional<Connection> CurrentConnection() const override
@@ -33,11 +33,15 @@ class Wifi : public radio::Wifi {
         connectionObservers_.push_back(std::move(observer));
     }
 
+    /// For the simulation: is on or off at once, as when its card is put in or taken out.
+    void SwitchNow(bool on);
+
     /// For the simulation: connects to this access point, or to none.
     void Connect(std::optional<Connection> connection);
 
   private:
     void Enter(bool on);
+    void EndSwitching(bool reached);
     void TellConnection() const;
 
     World& world_;
@@ -47,6 +51,7 @@ class Wifi : public radio::Wifi {
     std::vector<SwitchObserver> switchObservers_;
     std::vector<ConnectionObserver> connectionObservers_;
     Timer switching_;
+    std::vector<SwitchDone> done_;  // of those who wait for the switch to be as its goal
 };
 
 }  // namespace pelacon::service::simulation

@@ -66,16 +66,18 @@ WifiCardsConfig ReadWifiCards(const json::Reader& reader)
     return config;
 }
 
-// The first card is the adapter that the switch is for.
-WifiCards::WifiCards(Wifi& wifi, const WifiCardsConfig& config) : config_(config)
+WifiCards::WifiCards(Wifi& wifi, const WifiCardsConfig& config) : wifi_(wifi), config_(config)
 {
     const auto follow = [this](bool on) {
         if (config_.cards.front() != CardState::kAbsent) {
             Set(0, on ? CardState::kOn : CardState::kOff);
         }
     };
-    follow(wifi.IsOn());
-    wifi.ObserveSwitch(follow);
+    if (config_.cards.front() == CardState::kAbsent) {
+        wifi_.SwitchNow(false);
+    }
+    follow(wifi_.IsOn());
+    wifi_.ObserveSwitch(follow);
 }
 
 bool WifiCards::Set(std::size_t card, CardState state)
@@ -83,10 +85,14 @@ bool WifiCards::Set(std::size_t card, CardState state)
     if (card >= config_.cards.size()) {
         return false;
     }
-    if (std::exchange(config_.cards[card], state) != state) {
-        for (const CardObserver& observer : observers_) {
-            observer(card);
-        }
+    if (std::exchange(config_.cards[card], state) == state) {
+        return true;
+    }
+    for (const CardObserver& observer : observers_) {
+        observer(card);
+    }
+    if (card == 0) {
+        wifi_.SwitchNow(state == CardState::kOn);
     }
     return true;
 }

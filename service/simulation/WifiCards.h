@@ -28,6 +28,8 @@ radio::CardState ReadCardState(const json::Reader& reader);
 
 class WifiCards : public radio::WifiCards {
   public:
+    /// The first card is the adapter: its state follows the Wi-Fi switch, and the switch follows
+    /// it.
     WifiCards(Wifi& wifi, const WifiCardsConfig& config);
 
     const std::vector<radio::CardState>& States() const override { return config_.cards; }
@@ -43,6 +45,7 @@ class WifiCards : public radio::WifiCards {
     bool Set(std::size_t card, radio::CardState state);
 
   private:
+    Wifi& wifi_;
     WifiCardsConfig config_;
     std::vector<CardObserver> observers_;
 };

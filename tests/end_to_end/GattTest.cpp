@@ -289,7 +289,9 @@ TEST_F(Gatt, ValuesOfEveryLengthInBothDirections)
                   value);
         EXPECT_EQ(Read(id, kControl), value);
         EXPECT_EQ(Publish(value), 0);
-        EXPECT_EQ(Told<Notified>().Next().data, value);
+        ByteVector carried = value;
+        carried.resize(std::min<std::size_t>(carried.size(), 185 - 3));  // of the MTU
+        EXPECT_EQ(Told<Notified>().Next().data, carried);
     }
     EXPECT_EQ(Write(id, kControl, Counting(1025)), -1);
     EXPECT_EQ(Publish(Counting(1025)), -10);

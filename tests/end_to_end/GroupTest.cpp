@@ -147,6 +147,49 @@ TEST_F(Group, StationsAreToldAndCounted)
     EXPECT_EQ(Told().Next(), "group 0 0");
 }
 
+TEST_F(Group, StationsAreNotifiedAgainAfterALostConnection)
+{
+    Listen();
+    Created();
+    EXPECT_EQ(Told().Next(), "group 1 0");
+    Station("group.join", "00:00:00:00:00:01");
+    EXPECT_EQ(Told().Next(), "station 1 000000000001 10.0.0.2");
+    service.Command({{"command", "disconnect"}});
+    EXPECT_EQ(Told().Next(), "station 0 000000000001 ") << "by the library itself";
+    EXPECT_EQ(Told().Next(), "group 1 11");
+    EXPECT_EQ(Told().Next(), "station 1 000000000001 10.0.0.2");
+    Station("group.leave", "00:00:00:00:00:01");
+    EXPECT_EQ(Told().Next(), "station 0 000000000001 ");
+}
+
+TEST_F(Group, TakingTheCardOutEndsTheGroup)
+{
+    Listen();
+    Created();
+    EXPECT_EQ(Told().Next(), "group 1 0");
+    service.Command({{"command", "wifi.card"}, {"card", 0}, {"state", "absent"}});
+    EXPECT_EQ(Told().Next(), "group 0 1");
+    bool active = true;
+    EXPECT_EQ(Vod2dApi::Vod2dIsWifiActive(&active), 0);
+    EXPECT_FALSE(active);
+    EXPECT_EQ(WifiSystemApi::GetInstance().EnableWifi(true), kEnableWifiNoAdapter);
+}
+
+TEST_F(Group, ItsOwnWordIsNotAPeersAfterALostConnection)
+{
+    EXPECT_EQ(Vod2dApi::Vod2dRegisterWifiCfgCallback(&cfgTable), 0);
+    std::uint8_t own[] = {'o', 'w', 'n'};
+    EXPECT_EQ(Vod2dApi::Vod2dSetPeerWifiCfgInfo(kPeerCfgStation, own, 3), 0);
+    Listen();
+    service.Command({{"command", "disconnect"}});
+    EXPECT_EQ(Told().Next(), "group 0 11") << "it is back";
+    std::uint8_t blob[512];
+    std::int32_t length = 0;
+    EXPECT_EQ(Vod2dApi::Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, blob, &length), 0);
+    EXPECT_NE(std::string(blob, blob + length), "own");
+    EXPECT_EQ(Pelaconctl({"group", "config", "station"}).output, "own\n");
+}
+
 TEST_F(Group, AnUnregisteredTableHearsNoMore)
 {
     Listen();

@@ -4,6 +4,7 @@
 #include <PelaconSDK/Vod2dApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/end_to_end/Inbox.h>
+#include <tests/support/RuntimeFolder.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gmock/gmock.h>
@@ -150,6 +151,40 @@ TEST_F(LateGroup, IsRemovedAlsoWhileTheApplicationAsksForSomethingElse)
     EXPECT_EQ(Vod2dApi::Vod2dGetFrequency(), 5745) << "the late group is there meanwhile";
     EXPECT_EQ(Told().Next(), "0 because 0");
     EXPECT_FALSE(GroupExists());
+}
+
+TEST_F(LateGroup, IsRemovedThoughNoTableIsRegistered)
+{
+    service.emplace(R"({"group": {"creation": {"ms": 300}, "removeMs": 1}})");
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    CreateInVain();
+    // Of the creation, and of the removal that it leads to.
+    EXPECT_TRUE(Eventually([&] {
+        return service->Command({{"command", "status"}})["counters"]["requests"] == 2;
+    }));
+    EXPECT_TRUE(Eventually([&] { return !GroupExists(); }));
+}
+
+TEST_F(LateGroup, IsRemovedThoughTheConnectionIsLostWhileItIsMade)
+{
+    StartService(R"([{"ms": 600}])");
+    CreateInVain();
+    service->Command({{"command", "disconnect"}});
+    // What is notified first is the removal: not that there is none yet, which would end the
+    // matter.
+    EXPECT_EQ(Told().Next(), "0 because 0");
+    EXPECT_FALSE(GroupExists());
+}
+
+TEST_F(LateGroup, CannotComeOfACreationThatReachedNoService)
+{
+    UseOwnRuntimeFolder();
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    EXPECT_EQ(Create(), kWifiNoReply);
+    StartService("[]");
+    EXPECT_EQ(Create(), kWifiSuccess);
+    EXPECT_EQ(Told().Next(), "1 because 0") << "the library removes it instead of notifying of it";
+    EXPECT_TRUE(GroupExists());
 }
 
 TEST_F(LateGroup, WhoseRemovalIsNotAnsweredStays)

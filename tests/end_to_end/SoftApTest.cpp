@@ -10,6 +10,7 @@
 #include <cstring>
 #include <list>
 #include <string>
+#include <thread>
 
 namespace pelacon::test {
 
@@ -19,7 +20,7 @@ using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
 constexpr char kWorld[] = R"({
-    "wifi": {"switchMs": 1, "channels": [{"channel": 1}, {"channel": 6}, {"channel": 149}],
+    "wifi": {"switchMs": 20, "channels": [{"channel": 1}, {"channel": 6}, {"channel": 149}],
              "connected": {"ssid": "Home", "channel": 149}},
     "wifiCards": {"interfaces": [
         {"name": "wlan0", "guid": "{5E1AC0DE-0000-4000-8000-000000000001}"},
@@ -116,6 +117,10 @@ class SoftAp : public ::testing::Test {
     void Command(const nlohmann::json& command)
     {
         EXPECT_EQ(service.Command(command)["ok"], true) << command;
+    }
+    int Requests()
+    {
+        return service.Command({{"command", "status"}})["counters"]["requests"].get<int>();
     }
     void Fault(const char* request, const char* what)
     {
@@ -265,6 +270,17 @@ TEST_F(SoftAp, ChannelsAreKeptAndComputed)
     EXPECT_EQ(Api().GetFrequencyFromChannel(149), 5745);
 }
 
+TEST_F(SoftAp, TheSwitchIsWhereItWasAskedToGoWhenTheAnswerComes)
+{
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(Api().EnableWifi(false), kEnableWifiSuccess);
+        EXPECT_EQ(Api().GetWifiState(), kWifiStateOff);
+        EXPECT_EQ(Api().EnableWifi(true), kEnableWifiSuccess);
+        EXPECT_EQ(Create().errorCode, kSoftApSuccess);
+        EXPECT_EQ(Api().SystemDestroySoftAP(kGoPurposeAny), kSoftApSuccess);
+    }
+}
+
 TEST_F(SoftAp, TheSwitchIsTold)
 {
     ListenToEverything();
@@ -346,13 +362,15 @@ TEST_F(SoftAp, ARestartedServiceIsAskedAgainForEverything)
     EXPECT_EQ(What().softAp.Next(), "status 1");
     What().softAp.Next();
     service.Restart();
-    // Its families start with nobody listening; only what the library asks for again changes that.
-    EXPECT_TRUE(Eventually([&] {
-        const nlohmann::json status = service.Command({{"command", "status"}});
-        return status["softAp"]["listeners"] == 1 && status["softAp"]["connectionListeners"] == 1 &&
-               status["wifi"]["switchListeners"] == 1 && status["wifi"]["channelListeners"] == 1;
-    }));
-    EXPECT_EQ(Create(kSoftApBand24G).errorCode, kSoftApSuccess) << "the old one is gone";
+    EXPECT_EQ(What().softAp.Next(), "status 0") << "the old one is gone";
+    EXPECT_EQ(What().softAp.Next(), "state 0 0 ");
+    EXPECT_EQ(What().softAp.Next(), "device 0");
+    EXPECT_EQ(What().connection.Next(), "0");
+    EXPECT_EQ(What().wifiSwitch.Next(), "2");
+    EXPECT_EQ(What().channel.Next(), "6");
+    EXPECT_TRUE(Eventually([&] { return Requests() == 5; }))
+        << "the repair, and a request for each kind of listener";
+    EXPECT_EQ(Create(kSoftApBand24G).errorCode, kSoftApSuccess);
     EXPECT_EQ(What().softAp.Next(), "status 1");
     EXPECT_EQ(What().softAp.Next(), "state 1 6 Desk AP");
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
@@ -366,15 +384,62 @@ TEST_F(SoftAp, ARestartedServiceIsAskedAgainForEverything)
 TEST_F(SoftAp, ALostConnectionIsRepairedAsARestartIs)
 {
     ListenToEverything();
-    const auto requests = [&] {
-        return service.Command({{"command", "status"}})["counters"]["requests"].get<int>();
-    };
-    const int before = requests();
+    const int before = Requests();
     Command({{"command", "disconnect"}});
-    EXPECT_TRUE(Eventually([&] { return requests() == before + 5; }))
+    EXPECT_TRUE(Eventually([&] { return Requests() == before + 5; }))
         << "the repair, and a request for each kind of listener";
+    EXPECT_EQ(What().channel.Next(), "6");
     Command({{"command", "phone.channel"}, {"channel", 149}});
     EXPECT_EQ(What().channel.Next(), "149");
+}
+
+TEST_F(SoftAp, AfterALostConnectionListenersAreNotifiedOfTheStateAsItIs)
+{
+    ListenToEverything();
+    Create(kSoftApBand5G);
+    EXPECT_EQ(What().softAp.Next(), "status 1");
+    EXPECT_EQ(What().softAp.Next(), "state 1 149 Desk AP");
+    Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
+    EXPECT_EQ(What().softAp.Next(), "device 1");
+    EXPECT_EQ(What().connection.Next(), "1");
+    Command({{"command", "disconnect"}});
+    EXPECT_EQ(What().softAp.Next(), "status 1");
+    EXPECT_EQ(What().softAp.Next(), "state 1 149 Desk AP");
+    EXPECT_EQ(What().softAp.Next(), "device 1");
+    EXPECT_EQ(What().connection.Next(), "1");
+    EXPECT_EQ(What().wifiSwitch.Next(), "2");
+    EXPECT_EQ(What().channel.Next(), "6");
+}
+
+TEST_F(SoftAp, AnObjectRegisteredWithoutAServiceIsCalledOnceThereIsOne)
+{
+    PelaconSvcStop();
+    service.End();
+    EXPECT_EQ(PelaconSvcStart(), 0);
+    Api().RegistSoftApConnectStatus(&TheListener());
+    service.Start();
+    Create();
+    Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
+    EXPECT_EQ(What().connection.Next(), "1");
+}
+
+TEST(SlowSoftAp, ACreationWhoseConnectionIsLostIsNotAnswered)
+{
+    const ServiceProcess service(R"({"softAp": {"creation": {"ms": 60000}}})");
+    ASSERT_EQ(PelaconSvcStart(), 0);
+    std::thread losing([&] {
+        EXPECT_TRUE(Eventually([&] {
+            return service.Command({{"command", "status"}})["softAp"]["beingMade"].get<bool>();
+        }));
+        service.Command({{"command", "disconnect"}});
+    });
+    SoftAPInfo info;
+    info.ssid = "as it was";
+    EXPECT_EQ(Api().SystemCreateSoftAP(info), -1) << "what becomes of it is not known";
+    EXPECT_EQ(info.ssid, "as it was");
+    losing.join();
+    EXPECT_EQ(Api().SystemDestroySoftAP(kGoPurposeAny), kSoftApSuccess) << "it is still made";
+    PelaconSvcStop();
 }
 
 }  // namespace

@@ -168,6 +168,9 @@ TEST_F(WifiCommands, ApIsWatchedThroughARestartOfTheService)
     service->Restart();
     WaitForListener("softAp", "connectionListeners");
     WaitForListener("softAp", "listeners");
+    EXPECT_EQ(Next(watch)["status"], 0) << "the state after the restart";
+    EXPECT_EQ(Next(watch)["connected"], false);
+    EXPECT_EQ(Next(watch)["event"], "connection");
     Report({"ap", "create", "--band", "5"});
     EXPECT_EQ(Next(watch)["channel"], 149);
 }

@@ -172,6 +172,26 @@ TEST_F(GattServerFamilyTest, NotificationsAndIndicationsAreTold)
     EXPECT_EQ(record.status, 1);
 }
 
+TEST_F(GattServerFamilyTest, ANotificationCarriesWhatFitsThePacket)
+{
+    GattPublisher server(*serving);
+    const std::int32_t handle = Serve(server);
+    GattCaller client(*reading);
+    client.Connect(kThisMachine);
+    client.Subscribe(kService, kRate);
+    client.Subscribe(kService, kPlace);
+    constexpr std::size_t kMtu = 100;
+    for (const char* characteristic : {kRate, kPlace}) {
+        server.Publish(handle, characteristic, Bytes(kMtu, 7), 0);
+        EXPECT_EQ(client.Notified(), Bytes(kMtu - 3, 7)) << characteristic;
+        server.Publish(handle, characteristic, Bytes(kMtu - 3, 8), 0);
+        EXPECT_EQ(client.Notified(), Bytes(kMtu - 3, 8)) << characteristic;
+    }
+    EXPECT_EQ(client.Read(kService, kRate).second, Bytes(kMtu - 3, 8)) << "a read is not cut";
+    server.Publish(handle, kRate, Bytes(1024, 9), 0);
+    EXPECT_EQ(client.Read(kService, kRate).second, Bytes(1024, 9));
+}
+
 TEST_F(GattServerFamilyTest, PublishingToWhomThatDoesNotReach)
 {
     GattPublisher server(*serving);

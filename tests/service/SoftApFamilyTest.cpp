@@ -89,6 +89,7 @@ class SoftApFamilyTest : public ServiceTest {
         return std::to_string(told.status) + ' ' + std::to_string(told.channel) + ' ' +
                std::string(TextIn(told.ssid));
     }
+    int Requests() { return Command({{"command", "status"}})["counters"]["requests"].get<int>(); }
     void Join(const char* address) { Command({{"command", "softap.join"}, {"address", address}}); }
     void Leave(const char* address)
     {
@@ -185,6 +186,27 @@ TEST_F(SoftApFamilyTest, ACreationThatTakesLongCanBeEnded)
     EXPECT_EQ(Create(other).errorCode, kAlreadyExists);
     EXPECT_EQ(Destroy(other), kStatusDone) << "before it was there";
     EXPECT_EQ(creation.get().errorCode, protocol::kStatusInterrupted);
+}
+
+TEST_F(SoftApFamilyTest, RequestsOfAClientThatLosesItsEventConnectionAreNotAnswered)
+{
+    StartAnew(R"({"softAp": {"creation": {"ms": 300}, "removeMs": 300}})");
+    const auto softAp = [this] { return Command({{"command", "status"}})["softAp"]; };
+    TestClient client(PipeName());
+    auto creation = std::async(std::launch::async, [&] {
+        return client.Call(protocol::kSystemCreateSoftAP, SoftApInfoMessage{}).has_value();
+    });
+    EXPECT_TRUE(Eventually([&] { return softAp()["beingMade"] == true; }));
+    Command({{"command", "disconnect"}});
+    EXPECT_FALSE(creation.get()) << "what became of it is not known yet";
+    EXPECT_TRUE(Eventually([&] { return softAp()["exists"] == true; }));
+    const int before = Requests();
+    auto restart = std::async(std::launch::async, [&] {
+        return client.Call(protocol::kRestartWiFiDirectVirtualAdapter, {0}).has_value();
+    });
+    EXPECT_TRUE(Eventually([&] { return Requests() > before; }));
+    Command({{"command", "disconnect"}});
+    EXPECT_FALSE(restart.get());
 }
 
 TEST_F(SoftApFamilyTest, IsForItsPurposeThoughItsCreatorHasLeft)
@@ -347,6 +369,42 @@ TEST_F(SoftApFamilyTest, TellsOfDevicesAndOfTheFirstAndTheLast)
     EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
     EXPECT_EQ(client.Waiting(protocol::kSoftApConnectStatus.id), 0U);
     EXPECT_EQ(deaf.Waiting(protocol::kSoftApDeviceConnection.id), 0U);
+}
+
+TEST_F(SoftApFamilyTest, AClientThatReturnsIsNotifiedOfTheStateThatItFinds)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    Create(client, k5G);
+    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP");
+    Join("02:00:00:00:00:01");
+    Join("02:00:00:00:00:02");
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
+    for (int device = 0; device < 2; ++device) {
+        EXPECT_EQ(client.Next(protocol::kSoftApDeviceConnection).value, 1);
+    }
+    Command({{"command", "disconnect"}});
+    client.Next(protocol::kServiceStarted);
+    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP");
+    for (int device = 0; device < 2; ++device) {
+        EXPECT_EQ(client.Next(protocol::kSoftApDeviceConnection).value, 1);
+    }
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
+    Command({{"command", "restart"}});
+    client.Next(protocol::kServiceStarted);
+    EXPECT_EQ(NextAdvertisement(client), "0 0 ");
+    EXPECT_EQ(client.Next(protocol::kSoftApDeviceConnection).value, 0);
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
+    Create(client, k5G);
+    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP") << "without having asked again";
+}
+
+TEST_F(SoftApFamilyTest, ConnectionsAreNotifiedAlsoToThoseWhoRegisteredInVain)
+{
+    TestClient client(PipeName());
+    Create(client);
+    Join("02:00:00:00:00:01");
+    EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
 }
 
 TEST_F(SoftApFamilyTest, DevicesOfTheWorldComeAndGo)

@@ -111,6 +111,19 @@ TEST_F(WifiConfigFamilyTest, WhatIsSetOutlivesTheSetter)
     EXPECT_EQ(Self(client, 0), "second");
 }
 
+TEST_F(WifiConfigFamilyTest, WhatAClientSetIsNotItsOwnAfterALossEither)
+{
+    TestClient one(PipeName());
+    EXPECT_EQ(Set(one, 1, "from one"), kStatusDone);
+    Command({{"command", "disconnect"}});
+    one.Next(protocol::kServiceStarted);
+    EXPECT_EQ(Self(one, 1).substr(0, 12), "role=station");
+    TestClient other(PipeName());
+    EXPECT_EQ(Self(other, 1), "from one");
+    EXPECT_EQ(Set(one, 1, "anew"), kStatusDone);
+    EXPECT_EQ(Self(other, 1), "anew");
+}
+
 TEST_F(WifiConfigFamilyTest, AConfigurationMayFillItsField)
 {
     TestClient one(PipeName());
@@ -258,6 +271,25 @@ TEST_F(WifiConfigFamilyTest, TellsOfConnectionsAsAskedFor)
     Station("group.join", "00:00:00:00:00:03");
     EXPECT_EQ(NextConnection(joining), "1 000000000003");
     EXPECT_EQ(all.Waiting(protocol::kConnNotify.id), 0U) << "no more";
+}
+
+TEST_F(WifiConfigFamilyTest, AddressesOfConnectionsMayBeUpperCaseButMustBeAddresses)
+{
+    TestClient client(PipeName());
+    const auto ask = [&](const char* address) {
+        protocol::ConnNotifyRequest request{};
+        request.events = 3;
+        PutText(request.address, address);
+        return client.Call(protocol::kSetConnNotify, request)->status;
+    };
+    for (const char* address : {"0A0B0C0D0E0", "0A0B0C0D0E0F0", "0A0B0C0D0E0G", "0A:0B:0C:0D"}) {
+        EXPECT_EQ(ask(address), kStatusInvalidArgument) << address;
+    }
+    EXPECT_EQ(ask("0A0B0C0D0e0f"), kStatusDone);
+    EXPECT_EQ(client.Call(protocol::kCreateGroup, protocol::CreateGroupRequest{})->status,
+              kStatusDone);
+    Station("group.join", "0A:0B:0C:0D:0E:0F");
+    EXPECT_EQ(NextConnection(client), "1 0a0b0c0d0e0f");
 }
 
 // ---- Cards

@@ -1,7 +1,10 @@
+#include <protocol/Vod2dGroup.h>
 #include <protocol/WifiState.h>
 #include <tests/service/ServiceFixture.h>
 
 #include <gmock/gmock.h>
+
+#include <future>
 
 namespace pelacon::service::tests {
 namespace {
@@ -42,6 +45,106 @@ TEST_F(WifiStateFamilyTest, SwitchesAndTellsThoseWhoRegistered)
     EXPECT_EQ(actor.Waiting(protocol::kWifiSwitchState.id), 0U);
 }
 
+TEST_F(WifiStateFamilyTest, TheAnswerComesWhenTheSwitchIsThere)
+{
+    EndService();
+    StartService(R"({"wifi": {"switchMs": 200}})");
+    TestClient client(PipeName());
+    TestClient other(PipeName());
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 0);
+    EXPECT_EQ(StateOf(client), kOff);
+    auto second = std::async(std::launch::async,
+                             [&] { return other.Call(protocol::kEnableWifi, {1})->value; });
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {1})->value, 0);
+    EXPECT_EQ(StateOf(client), kOn);
+    EXPECT_EQ(second.get(), 0);
+}
+
+TEST_F(WifiStateFamilyTest, WhoIsOvertakenIsToldSo)
+{
+    EndService();
+    StartService(R"({"wifi": {"switchMs": 60000}})");
+    TestClient off(PipeName());
+    TestClient on(PipeName());
+    auto first =
+        std::async(std::launch::async, [&] { return off.Call(protocol::kEnableWifi, {0})->value; });
+    EXPECT_TRUE(Eventually([&] {
+        return Command({{"command", "status"}})["counters"]["requests"] == 1;
+    }));
+    Command({{"command", "wifi.card"}, {"card", 0}, {"state", "absent"}});
+    EXPECT_EQ(first.get(), 0) << "off it is";
+    Command({{"command", "wifi.card"}, {"card", 0}, {"state", "on"}});
+    EXPECT_EQ(StateOf(on), kOn);
+    first =
+        std::async(std::launch::async, [&] { return off.Call(protocol::kEnableWifi, {0})->value; });
+    EXPECT_TRUE(Eventually([&] {
+        return Command({{"command", "status"}})["counters"]["requests"] == 3;
+    }));
+    auto second =
+        std::async(std::launch::async, [&] { return on.Call(protocol::kEnableWifi, {1})->value; });
+    EXPECT_EQ(first.get(), 1);
+    Command({{"command", "wifi.card"}, {"card", 0}, {"state", "absent"}});
+    EXPECT_EQ(second.get(), 1);
+}
+
+TEST_F(WifiStateFamilyTest, WaitsEndWithTheEventConnectionAndTheService)
+{
+    EndService();
+    StartService(R"({"wifi": {"switchMs": 60000}})");
+    TestClient client(PipeName());
+    const auto switchOff = [&] { return client.Call(protocol::kEnableWifi, {0}); };
+    const auto requests = [&] {
+        return Command({{"command", "status"}})["counters"]["requests"].get<int>();
+    };
+    auto first = std::async(std::launch::async, switchOff);
+    EXPECT_TRUE(Eventually([&] { return requests() == 1; }));
+    Command({{"command", "disconnect"}});
+    EXPECT_FALSE(first.get());
+    auto second = std::async(std::launch::async, switchOff);
+    EXPECT_TRUE(Eventually([&] { return requests() == 2; }));
+    EndService();
+    EXPECT_EQ(second.get()->value, 1);
+}
+
+TEST_F(WifiStateFamilyTest, TheAdapterIsOffWhileItsCardIsAbsent)
+{
+    TestClient client(PipeName());
+    ListenToSwitch(client);
+    EXPECT_EQ(client.Call(protocol::kRegisterSoftApStateChanged)->status, 0);
+    EXPECT_EQ(client.Call(protocol::kCreateGroup, {})->status, 0);
+    EXPECT_EQ(client.Next(protocol::kSoftApGroupsChange).state, 1);
+    const auto card = [&](const char* state) {
+        Command({{"command", "wifi.card"}, {"card", 0}, {"state", state}});
+    };
+    card("absent");
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff);
+    EXPECT_EQ(client.Next(protocol::kSoftApGroupsChange).state, 0);
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {1})->value, 2);
+    EXPECT_EQ(StateOf(client), kOff);
+    card("on");
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn);
+    card("off");
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff);
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {1})->value, 0);
+    EXPECT_EQ(StateOf(client), kOn);
+}
+
+TEST_F(WifiStateFamilyTest, AClientThatReturnsIsNotifiedOfTheStateThatItFinds)
+{
+    TestClient client(PipeName());
+    ListenToSwitch(client);
+    ListenToChannel(client);
+    Command({{"command", "disconnect"}});
+    client.Next(protocol::kServiceStarted);
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn);
+    EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 6);
+    client.Call(protocol::kEnableWifi, {0});
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "without having asked again";
+    Command({{"command", "restart"}});
+    client.Next(protocol::kServiceStarted);
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn) << "as the world says";
+}
+
 TEST_F(WifiStateFamilyTest, SwitchingToWhatItIsTellsNothing)
 {
     TestClient client(PipeName());
@@ -56,6 +159,7 @@ TEST_F(WifiStateFamilyTest, WithoutAnAdapterNothingIsSwitched)
     EndService();
     StartService(R"({"wifiCards": {"cards": ["absent"]}})");
     TestClient client(PipeName());
+    EXPECT_EQ(StateOf(client), kOff);
     EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 2);
 }
 

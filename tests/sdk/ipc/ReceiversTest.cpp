@@ -193,6 +193,10 @@ TEST_F(SdkTest, TheServiceStartNotificationNeedsNoPayload)
     channel.DeliverWithoutPayload(0xD700A0);
     const std::vector<LogLine> lines{Start(kReceiver), Start(kHandler),
                                      Line(4, "service process not exist", kHandler),
+                                     Line(3,
+                                          "the service has started, but what it held for this "
+                                          "process is not repaired",
+                                          kHandler),
                                      End(kReceiver)};
     EXPECT_EQ(LogLines::All(), lines);
     LogLines::Clear();

@@ -33,6 +33,9 @@ class WifiRadio {
         if (result == kEnableWifiNoAdapter) {
             throw Failure(ExitStatus::kFailed, "There is no Wi-Fi adapter.");
         }
+        if (result == kEnableWifiFailed) {
+            return;  // not yet: a slow radio may still get there
+        }
         CheckResult(result, kEnableWifiNoAnswer,
                     std::string("switch Wi-Fi ") + (on ? "on" : "off"));
     }

@@ -1,0 +1,28 @@
+// Waiting for what becomes of a group or a soft AP.
+#pragma once
+
+#include <service/Session.h>
+#include <service/World.h>
+#include <service/radio/Groups.h>
+
+#include <functional>
+#include <optional>
+
+namespace pelacon::service {
+
+/// Begins something at the radio and waits for its end; kAborted where the service ends meanwhile.
+/// Nothing where the client has left (the connection of its request may still be there): the group
+/// may still come or go, so no outcome would be true. Without an outcome of the radio's the family
+/// may be gone, and is not to be touched.
+inline std::optional<radio::GroupOutcome> AwaitGroup(
+    World& world, Session& session, const std::function<void(radio::Groups::Done)>& begin)
+{
+    const Completion<radio::GroupOutcome> completion(world);
+    begin([completion](radio::GroupOutcome outcome) { completion.Set(outcome); });
+    if (const auto outcome = session.Await(completion, radio::kGroupPatience)) {
+        return outcome;
+    }
+    return world.IsStopping() ? std::optional(radio::GroupOutcome::kAborted) : std::nullopt;
+}
+
+}  // namespace pelacon::service
