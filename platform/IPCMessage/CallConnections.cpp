@@ -9,7 +9,7 @@ namespace pelacon::ipc {
 namespace {
 
 /// The connection that this thread used last. Trivially destructible, so that a thread may end
-/// after the library's code is done for.
+/// after the library was unloaded.
 struct Hint {
     std::uint64_t pool;
     std::size_t index;
@@ -25,8 +25,8 @@ std::uint64_t NextPoolId() noexcept
 
 }  // namespace
 
-/// The time that a slot is its caller's own. What may still come on a connection after a call that
-/// was not answered belongs to nobody, so that one is closed.
+/// A caller's ownership of a slot. The connection of a call that was not answered is closed: a late
+/// reply must not be taken for the answer to the next call.
 class CallConnections::Tenure {
   public:
     Tenure(CallConnections& pool, Slot& slot) noexcept : pool_(pool), slot_(slot)
@@ -89,7 +89,7 @@ CallConnections::Slot* CallConnections::Claim(Deadline& deadline)
     released_.wait_until(lock, deadline.End(),
                          [&] { return stopped_ || (slot = TryClaim()) != nullptr; });
     --waiting_;
-    deadline.Left();
+    deadline.Refresh();
     return slot;
 }
 
@@ -129,8 +129,8 @@ CallConnections::Slot* CallConnections::TryClaimFrom(std::size_t index, State wa
 
 void CallConnections::Release(Slot& slot)
 {
-    // Sequentially consistent, as the count of those waiting is: either we see one who waits, or he
-    // sees that the slot is free.
+    // Sequentially consistent, like the count of waiting threads: either this thread sees one that
+    // waits, or that one sees that the slot is free.
     slot.state = slot.connection ? State::kIdle : State::kUnused;
     if (waiting_ != 0) {
         const std::lock_guard lock(waitMutex_);
@@ -162,8 +162,8 @@ CallStatus CallConnections::Exchange(Slot& slot, const TagIPCMessageItem& reques
     return ours ? CallStatus::kAnswered : CallStatus::kFailed;
 }
 
-/// An idle connection may have been closed by a service that is gone since. Nothing of the request
-/// has reached anybody then, so a new connection is opened for it.
+/// An idle connection may have been closed by a service that has ended since. The request has not
+/// been received by any service then, so a new connection is opened for it.
 IoStatus CallConnections::SendRequest(Slot& slot, std::span<const std::uint8_t> frame,
                                       Deadline& deadline)
 {
@@ -177,7 +177,7 @@ IoStatus CallConnections::SendRequest(Slot& slot, std::span<const std::uint8_t> 
     return opened == IoStatus::kDone ? slot.connection->Send(frame, deadline) : opened;
 }
 
-/// Connects and greets; whether that is welcome shows with the first reply.
+/// Connects and sends the greeting, which is not answered.
 IoStatus CallConnections::Open(Slot& slot, Deadline& deadline)
 {
     ConnectResult result = Connect(places_, deadline, stopped_);

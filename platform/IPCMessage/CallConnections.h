@@ -1,4 +1,4 @@
-// The connections that requests travel on: each is one caller's from request to reply.
+// The connections that carry requests. One caller uses a connection from request to reply.
 #pragma once
 
 #include <IPCMessage/Transport.h>
@@ -17,14 +17,15 @@ enum class CallStatus { kAnswered, kTimeout, kFailed };
 
 /// A pool of call connections to one service. The caller itself writes its request and reads its
 /// reply, so a call costs one send and one receive on either side and wakes no third thread. A
-/// thread tends to get the connection that it had before, without a lock.
+/// thread tends to get the same connection again, without a lock.
 class CallConnections {
   public:
     static constexpr std::size_t kLimit = 64;  ///< beyond it, callers wait for each other
 
     CallConnections(PipePlaces places, const Token& token);
 
-    /// Makes one call: the request fits a frame. `order` says what must not be overtaken.
+    /// Makes one call. The request must fit a frame; it does not overtake what was sent before
+    /// `order`.
     CallStatus Call(const TagIPCMessageItem& request, std::uint64_t order, TagIPCMessageItem& reply,
                     Deadline& deadline);
 
@@ -33,21 +34,21 @@ class CallConnections {
 
   private:
     enum class State : std::uint8_t {
-        kUnused,  ///< nobody's, and not connected
-        kIdle,    ///< nobody's, connected
-        kBusy,    ///< a caller's own
+        kUnused,  ///< free and not connected
+        kIdle,    ///< free and connected
+        kBusy,    ///< owned by a caller
     };
 
     class Tenure;
 
-    /// A place for one connection. Whoever made it busy is its owner until he lets go.
+    /// A place for one connection. The thread that made it busy owns it until it releases it.
     struct alignas(64) Slot {
         std::atomic<State> state{State::kUnused};
         CallStatus status{};  ///< of the last call
         std::uint64_t sequence = 0;
         std::unique_ptr<FrameBuffer> buffer;
         std::unique_ptr<Connection> connection;  ///< changed by the owner under `exchange`
-        std::mutex exchange;                     ///< for Stop, which comes from outside
+        std::mutex exchange;                     ///< for Stop, which another thread calls
     };
 
     Slot* Claim(Deadline& deadline);
@@ -60,7 +61,7 @@ class CallConnections {
     IoStatus Open(Slot& slot, Deadline& deadline);
     void Put(Slot& slot, std::unique_ptr<Connection> connection);
 
-    const std::uint64_t id_;  ///< tells this pool from those that lived before it
+    const std::uint64_t id_;  ///< no two pools of a process have the same
     const PipePlaces places_;
     const Token token_;
     std::atomic<bool> stopped_{false};

@@ -7,7 +7,7 @@ using namespace pelacon::ipc;
 
 namespace {
 
-/// An operator's connection. Whatever fails is put into words here.
+/// An operator's connection. Its functions fill the error when they fail.
 class OperatorConnection {
   public:
     explicit OperatorConnection(IPCControlError& error) : error_(error) {}

@@ -1,4 +1,4 @@
-// The end of a wait, on a clock that nobody sets.
+// The end of a wait, on a monotonic clock.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 namespace pelacon::ipc {
 
-/// A time-out that counts from the moment it was made and covers several waits in a row.
+/// A time-out that begins when the object is made and covers several waits in a row.
 class Deadline {
   public:
     using Clock = std::chrono::steady_clock;
@@ -17,15 +17,19 @@ class Deadline {
 
     Clock::time_point End() const noexcept { return end_; }
 
-    /// What is left of it now, never negative. Whoever waited asks again, for those after him.
+    /// Reads the clock. To be called after each wait, for LeftAtRefresh.
+    void Refresh() noexcept { left_ = std::max(end_ - Clock::now(), Clock::duration::zero()); }
+
+    /// The time that is left now, never negative.
     Clock::duration Left() noexcept
     {
-        left_ = std::max(end_ - Clock::now(), Clock::duration::zero());
+        Refresh();
         return left_;
     }
 
-    /// What was left when last asked: as good as now while nobody has waited, and no clock is read.
-    Clock::duration LeftWhenLastAsked() const noexcept { return left_; }
+    /// The time that was left when the clock was last read: as good as Left if there was no wait
+    /// since, and cheaper.
+    Clock::duration LeftAtRefresh() const noexcept { return left_; }
 
   private:
     Clock::time_point end_;

@@ -59,10 +59,10 @@ LinkStatus EventReceiver::BringUp(Deadline& deadline)
 LinkStatus EventReceiver::BringUp(Lock& lock, Deadline& deadline)
 {
     if (!changed_.wait_until(lock, deadline.End(), [this] { return !connecting_ || stopped_; })) {
-        deadline.Left();
+        deadline.Refresh();
         return LinkStatus::kTimeout;
     }
-    deadline.Left();
+    deadline.Refresh();
     return Connect(lock, deadline);
 }
 

@@ -18,8 +18,8 @@ constexpr bool IsSound(const FrameHeader& header) noexcept
            (header.Has(kHasPayload) || header.payloadLength == 0);
 }
 
-/// All of an item but where its payload lies; name and payload of the frame are read from
-/// `payload` on.
+/// Fills all of an item but the pointer to its payload. `payload` points to the frame's payload,
+/// which the name follows.
 void ReadFields(const FrameHeader& header, const std::uint8_t* payload, TagIPCMessageItem& item)
 {
     item.name.assign(reinterpret_cast<const char*>(payload + header.payloadLength),
@@ -110,7 +110,7 @@ void FrameBuffer::Item(const FrameHeader& header, TagIPCMessageItem& item)
     std::uint8_t* const payload = bytes_.get() + sizeof(FrameHeader);
     ReadFields(header, payload, item);
     item.message = header.Has(kHasPayload) ? payload : nullptr;
-    // Only what an earlier frame, or this one's name, has left behind the payload is cleared.
+    // Clears only the bytes after the payload that this frame's name or an earlier frame has set.
     const std::size_t end = sizeof(FrameHeader) + header.payloadLength;
     const std::size_t clearTo = std::max(std::min(used_, kPadded), end + 1);
     std::memset(bytes_.get() + end, 0, clearTo - end);

@@ -1,4 +1,4 @@
-// What travels on a pipe: one frame is one record of the transport, never more, never less.
+// The frames on a pipe. Each frame is exactly one record of the transport.
 #pragma once
 
 #include <IPCMessage/TagIPCMessageItem.h>
@@ -19,24 +19,24 @@ enum class FrameKind : std::uint8_t {
     kHelloCall = 1,   ///< opens a call connection; payload: the client's token
     kHelloEvent = 2,  ///< opens an event connection; payload: the client's token
     kWelcome = 3,     ///< the service's first frame on an event connection
-    kRequest = 4,     ///< wants a reply with the same sequence number
+    kRequest = 4,     ///< is answered by a reply with the same sequence number
     kReply = 5,
     kPost = 6,          ///< on an event connection, towards the service
     kNotification = 7,  ///< on an event or a watching connection, towards the client
     kControl = 8,       ///< an operator's command
-    kControlReply = 9,  ///< its answer, in as many frames as it takes
-    kWatch = 10,        ///< an operator wants a copy of every notification
-    kRefused = 11,      ///< the operator is not admitted; the connection ends
+    kControlReply = 9,  ///< its answer, in one frame or several
+    kWatch = 10,        ///< an operator asks for a copy of every notification
+    kRefused = 11,      ///< the sender is no operator; the connection ends
 };
 
 inline constexpr FrameKind kLastFrameKind = FrameKind::kRefused;
 
 /// Bits of FrameHeader::flags.
 enum FrameFlag : std::uint16_t {
-    kHasPayload = 1,   ///< there is a payload, be it of no bytes
+    kHasPayload = 1,   ///< there is a payload, even if it is empty
     kItemFlag = 2,     ///< TagIPCMessageItem::flag
     kReturning = 4,    ///< in kHelloEvent: this client was connected to a service before
-    kMoreFollows = 8,  ///< in kControlReply: the answer goes on in the next frame
+    kMoreFollows = 8,  ///< in kControlReply: the next frame continues the answer
     kAllFrameFlags = 15,
 };
 
@@ -89,18 +89,17 @@ inline constexpr std::size_t kMaxPayload = 65'536;
 inline constexpr std::size_t kMaxName = 255;
 inline constexpr std::size_t kMaxFrame = sizeof(FrameHeader) + kMaxPayload + kMaxName;
 
-/// Payload buffers that reach a message's receiver are at least this long and zero behind the
-/// payload, so that a fixed record read from a short payload reads zeros.
+/// A message's receiver gets a payload buffer of at least this size that is zero after the payload,
+/// so that a record that is longer than the payload reads as zeros.
 inline constexpr std::size_t kPayloadRoom = 2048;
 static_assert(kPayloadRoom <= kMaxPayload);
 
-/// What a reply's payload has at least, in memory of its own, where its length says how much of a
-/// record is there: as much as malloc gives without taking a lock. The rest would be one percent of
-/// all that a small request takes.
+/// The least size of the buffer for a reply that has a payload. malloc returns this much without
+/// taking a lock; kPayloadRoom would make a small request one percent slower.
 inline constexpr std::size_t kReplyRoom = 1024;
 
-/// The length of the buffer for a reply's payload. At least one zero stands behind it, so that text
-/// ends.
+/// The size of the buffer for a reply's payload. At least one zero follows the payload, so that
+/// text is terminated.
 constexpr std::size_t ReplyRoom(std::size_t payloadLength)
 {
     return payloadLength != 0 ? std::max(payloadLength + 1, kReplyRoom) : kPayloadRoom;
@@ -115,32 +114,31 @@ std::span<const std::uint8_t> WriteFrame(std::span<std::uint8_t> room, FrameHead
                                          std::span<const std::uint8_t> payload,
                                          std::string_view name = {});
 
-/// The header of a received frame; nothing unless the frame is sound in every field and as long as
-/// it says.
+/// The header of a received frame; nothing unless every field is valid and the lengths agree.
 std::optional<FrameHeader> ReadFrame(std::span<const std::uint8_t> frame);
 
-/// Whether an item fits a frame: limits kept, and bytes where it says that there are some.
+/// Whether an item fits a frame: its lengths are within the limits, and its payload is not null
+/// unless it is empty.
 bool FitsFrame(const TagIPCMessageItem& item) noexcept;
 
-/// Room for one frame of any size, used again and again.
+/// A buffer for one frame of any size, to be reused.
 class FrameBuffer {
   public:
-    /// Leaves the bytes unset: most of the room is never touched.
+    /// Does not initialise the bytes: most of them are never used.
     FrameBuffer() : bytes_(new std::uint8_t[kMaxFrame]) {}
 
-    /// Where to receive a frame; Read looks at it then.
+    /// Where to receive a frame that Read is then called for.
     std::span<std::uint8_t> Room() const noexcept { return {bytes_.get(), kMaxFrame}; }
 
-    /// Writes a frame, in place of what was there.
+    /// Writes a frame, replacing the one before.
     std::span<const std::uint8_t> Write(const FrameHeader& header,
                                         std::span<const std::uint8_t> payload = {});
 
-    /// Writes a frame that carries the item (which fits). The header brings kind, sequence and
-    /// order.
+    /// Writes a frame with the item, which must fit. Kind, sequence and order are the header's.
     std::span<const std::uint8_t> Write(FrameHeader header, const TagIPCMessageItem& item);
 
-    /// The header of the frame of this size that was received; nothing unless it is sound. The
-    /// size may be beyond the room.
+    /// The header of the received frame of this size, which may be larger than the room; nothing
+    /// unless the frame is valid.
     std::optional<FrameHeader> Read(std::size_t size);
 
     /// The payload of the frame that was read.
@@ -149,10 +147,10 @@ class FrameBuffer {
         return {bytes_.get() + sizeof(FrameHeader), header.payloadLength};
     }
 
-    /// The frame that was read as an item. Its payload lies in this buffer, padded with zeros.
+    /// The frame that was read, as an item whose payload is in this buffer, padded with zeros.
     void Item(const FrameHeader& header, TagIPCMessageItem& item);
 
-    /// The same with the payload in memory of its own, from malloc; false if there is none.
+    /// The same with a copy of the payload, allocated by malloc; false if that fails.
     bool CopyItem(const FrameHeader& header, TagIPCMessageItem& item) const;
 
   private:

@@ -9,12 +9,12 @@
 #include <string>
 #include <string_view>
 
-/// Why an operator's connection ended, in a sentence for people.
+/// Why an operator's connection failed, with a sentence for people.
 struct IPCControlError {
     enum class Kind {
         kNoService,
-        kNoAccess,  ///< not trusted, or not open to this user
-        kRefused,   ///< the service takes no commands from this user
+        kNoAccess,  ///< the service is not trusted, or this user may not connect to it
+        kRefused,   ///< the service accepts no commands from this user
         kTimeout,
         kLost,
     };
@@ -22,16 +22,16 @@ struct IPCControlError {
     std::string message;
 };
 
-/// Sends a command to the service on the pipe and waits for its answer. The service answers its own
-/// user and root only. On failure returns nothing and fills the error.
+/// Sends a command to the service on the pipe and waits for its answer. The service accepts
+/// commands from its own user and root only. On failure returns nothing and fills the error.
 std::optional<std::string> IPCSendControl(const std::wstring& pipeName, std::string_view command,
                                           std::chrono::milliseconds timeout,
                                           IPCControlError& error);
 
-/// Follows every notification that the service sends to any of its clients, until the visitor
-/// returns false or the service goes away. The visitor is also called, with no item, every
-/// `idle` while nothing arrives, so that it can decide to end. Admitted like commands.
-/// Returns true when the visitor ended it; otherwise fills the error.
+/// Calls the visitor with every notification that the service sends to any of its clients, until
+/// the visitor returns false or the connection is lost. While there is none, the visitor is called
+/// with null every `idle`, so that it can end the call. The same users may watch as may send
+/// commands. Returns true if the visitor returned false; otherwise fills the error.
 bool IPCWatchNotifications(const std::wstring& pipeName, std::chrono::milliseconds idle,
                            const std::function<bool(const TagIPCMessageItem* item)>& visitor,
                            IPCControlError& error);

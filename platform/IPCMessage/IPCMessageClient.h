@@ -20,44 +20,43 @@ class IPCMessageClient {
     /// throws ends the process.
     using MessageCallback = std::function<void(TagIPCMessageItem& item)>;
 
-    /// What the channel has been through, for diagnosis.
+    /// For diagnosis.
     struct Statistics {
-        std::uint64_t timedOut = 0;   ///< requests that got no answer in time
-        std::uint64_t connected = 0;  ///< times that the event connection came up
-        std::uint64_t unhandled = 0;  ///< notifications that no callback was registered for
+        std::uint64_t timedOut = 0;   ///< requests that were not answered in time
+        std::uint64_t connected = 0;  ///< how often the event connection came up
+        std::uint64_t unhandled = 0;  ///< notifications without a registered callback
     };
 
-    /// Connects at once if the service is there, without waiting for it; otherwise, and whenever
-    /// the connection is lost, goes on trying in the background (from every 50 ms to every 2 s).
-    /// Throws std::system_error when the receive thread cannot be created.
-    /// The two flags are kept for the contract's sake and have no effect.
+    /// Connects if the service is running, without waiting for it. Otherwise, and whenever the
+    /// connection is lost, a thread tries again (after 50 ms at first, then up to every 2 s).
+    /// Throws std::system_error if that thread cannot be created. The two flags have no effect.
     IPCMessageClient(int moduleId, bool reserved1, bool reserved2, const std::wstring& pipeName);
 
-    /// As UnRegisterMessageCallbackAll. The caller sees to it that no other member is running.
+    /// Calls UnRegisterMessageCallbackAll. No other member may be running.
     ~IPCMessageClient();
 
     IPCMessageClient(const IPCMessageClient&) = delete;
     IPCMessageClient& operator=(const IPCMessageClient&) = delete;
 
-    /// Has the callback called for each notification with this id, in place of the one before.
+    /// Registers the callback for notifications with this id; it replaces an earlier one.
     void RegisterMessageCallback(int messageId, MessageCallback callback);
 
-    /// Ends the client's work: all callbacks are forgotten, requests that wait end at once without
-    /// a payload, and later ones are refused. Waits for a callback that is running, unless called
-    /// from inside it; afterwards none runs. Returns true.
+    /// Stops the client: removes all callbacks and makes waiting and later requests fail at once.
+    /// Waits for a running callback, unless it is called from inside that; no callback is called
+    /// afterwards. Returns true.
     bool UnRegisterMessageCallbackAll();
 
-    /// Sends a request and waits for its reply, at most timeoutMs from the call on. On an answer
-    /// fills the reply and returns true; its payload is allocated with malloc, holds at least 1,024
-    /// bytes (2,048 if `length` is 0), is zero behind `length`, and belongs to the caller. An
-    /// answer without payload leaves `message` null. Returns false, the reply untouched, when there
-    /// is no service, it does not answer in time, goes away meanwhile, or the payload is too large
+    /// Sends a request and waits for its reply for at most timeoutMs. If it is answered, fills the
+    /// reply and returns true. The reply's payload belongs to the caller: it is allocated with
+    /// malloc, has at least 1,024 bytes (2,048 if `length` is 0) and is zero after `length`. In a
+    /// reply without payload, `message` is null. Returns false and leaves the reply unchanged if
+    /// there is no service, if it does not answer in time or ends, or if the payload is too large
     /// for a frame.
     bool SendIPCMessage(TagIPCMessageItem& request, TagIPCMessageItem& reply,
                         unsigned timeoutMs) const;
 
-    /// Sends a message that has no reply. A request that is made after this returns, by whichever
-    /// thread, does not overtake it. Returns whether it was handed to the service's pipe.
+    /// Sends a message that has no reply. No request that any thread makes after this has returned
+    /// overtakes it. Returns whether it was written to the service's pipe.
     bool PostIPCMessage(const TagIPCMessageItem& item) const;
 
     Statistics GetStatistics() const;

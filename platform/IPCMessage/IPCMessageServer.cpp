@@ -12,10 +12,10 @@ using namespace pelacon::ipc;
 
 namespace {
 
-/// How long a connection may be open without having said what it is for.
+/// How long a connection may be open without a greeting.
 constexpr std::chrono::milliseconds kGreetingTimeout{5000};
 
-/// What is sent to provoke a client: no frame begins like this.
+/// Sent instead of a frame, for fault injection: no frame begins like this.
 constexpr std::array<std::uint8_t, 24> kNoFrame{0xDE, 0xAD, 0xBE, 0xEF};
 
 std::shared_ptr<Outbox> OpenOutbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
@@ -53,7 +53,7 @@ class IPCMessageServer::Implementation {
   private:
     using ConnectionPointer = std::shared_ptr<Connection>;
 
-    /// One frame as it comes from a connection.
+    /// One received frame.
     struct Incoming {
         FrameBuffer buffer;
         FrameHeader header;
@@ -66,7 +66,7 @@ class IPCMessageServer::Implementation {
         return [this](std::string_view sentence) { handler_.Warn(sentence); };
     }
 
-    /// Runs the action; without memory to go on, it ends early and operators are warned.
+    /// Runs the action. If it runs out of memory, operators are warned.
     template <typename Action>
     void Attempt(const Action& action)
     {
@@ -96,12 +96,12 @@ class IPCMessageServer::Implementation {
     ServerCounters counters_;
     ServerClients clients_;
 
-    ServerCounters watcherCounters_;  // what they miss is no client's loss
+    ServerCounters watcherCounters_;  // their dropped notifications are not counted for clients
     std::mutex watchersMutex_;
     std::list<std::shared_ptr<Outbox>> watchers_;
     std::atomic<std::size_t> watcherCount_{0};
 
-    ServerConnections connections_;  // ends first: its threads use all the rest
+    ServerConnections connections_;  // last: its threads use the other members
 };
 
 bool IPCMessageServer::Implementation::Notify(std::uint64_t clientId, std::int32_t messageId,
@@ -125,7 +125,7 @@ bool IPCMessageServer::Implementation::Notify(std::uint64_t clientId, std::int32
     return true;
 }
 
-/// Shows the watchers what a client is sent.
+/// Sends a copy of a client's notification to the watchers.
 void IPCMessageServer::Implementation::Mirror(FrameHeader header,
                                               std::span<const std::uint8_t> payload,
                                               std::uint32_t processId)
@@ -167,7 +167,7 @@ IPCMessageServer::Statistics IPCMessageServer::Implementation::GetStatistics() c
             counters_.slowClients,     counters_.malformedFrames, counters_.refusedPeers};
 }
 
-/// A connection's whole life. Its first frame says what it is for.
+/// Serves a connection to its end. Its first frame says what it is for.
 void IPCMessageServer::Implementation::Serve(ServedConnection& served)
 {
     Incoming frame;
@@ -304,7 +304,7 @@ void IPCMessageServer::Implementation::ServeOperator(ServedConnection& served, I
     }
 }
 
-/// Does what the frame commands, and says so. False if the connection is lost.
+/// Executes the frame's command and sends the answer. False if the connection is lost.
 bool IPCMessageServer::Implementation::Obey(Connection& connection, Incoming& frame)
 {
     const std::span<const std::uint8_t> command = frame.Payload();
@@ -336,7 +336,7 @@ void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& conne
         ++watcherCount_;
     }
     if (Check(connection->Receive(frame.buffer.Room()), frame)) {
-        CountMalformed();  // a watcher has nothing more to say
+        CountMalformed();  // a watcher must not send anything else
     }
     {
         const std::lock_guard lock(watchersMutex_);
@@ -346,7 +346,7 @@ void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& conne
     outbox->Close();
 }
 
-/// Whether a sound frame was received; its header is read then.
+/// Whether a valid frame was received; its header is read then.
 bool IPCMessageServer::Implementation::Check(const IoResult& received, Incoming& frame)
 {
     if (received.status != IoStatus::kDone) {
@@ -374,7 +374,7 @@ bool IPCMessageServer::Implementation::Next(Connection& connection, FrameKind wa
     return true;
 }
 
-/// Nothing if the greeting brings no token.
+/// Nothing if the greeting has no token.
 std::optional<ClientKey> IPCMessageServer::Implementation::KeyOf(const Connection& connection,
                                                                  const Incoming& hello) const
 {

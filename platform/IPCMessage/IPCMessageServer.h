@@ -12,19 +12,19 @@
 #include <string_view>
 #include <vector>
 
-/// Why a server could not be started, in a sentence for people.
+/// Why a server could not be started: a sentence for people.
 class IPCServerError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// What becomes of a request. The kinds behind kNoPayload are for provoking faults.
+/// How a request is answered. The kinds after kNoPayload are for fault injection.
 enum class IPCReplyKind {
     kPayload,     ///< answered with the payload
-    kNoPayload,   ///< answered, but with nothing
+    kNoPayload,   ///< answered without payload
     kNever,       ///< not answered at all
     kDisconnect,  ///< the connection is closed instead
-    kMalformed,   ///< bytes that are no frame are sent instead
+    kMalformed,   ///< bytes that are not a frame are sent instead
 };
 
 struct IPCReply {
@@ -32,107 +32,108 @@ struct IPCReply {
     std::vector<std::uint8_t> payload;
 };
 
-/// One client program, known by a token that all its connections carry.
+/// One client program, identified by a token that all its connections carry.
 struct IPCClientInfo {
-    std::uint64_t id = 0;         ///< never given twice by one server
-    std::uint32_t processId = 0;  ///< as the kernel reports it
+    std::uint64_t id = 0;         ///< never used twice by one server
+    std::uint32_t processId = 0;  ///< from the kernel
     bool returning = false;       ///< it was connected to a service before
 };
 
-/// What the service does with what clients send. Called on the server's threads, several at once;
-/// one client's requests may come concurrently, as its threads make them. std::bad_alloc closes the
+/// The service's part of the channel. Called on the server's threads, on several at once; requests
+/// of one client may be concurrent, like the threads that make them. std::bad_alloc closes the
 /// connection that the call is about; anything else that it throws ends the process.
 class IPCServerHandler {
   public:
     virtual ~IPCServerHandler() = default;
 
-    /// The client's event connection is up. From the moment of this call Notify reaches the client,
-    /// so what is sent from inside it comes first. Requests that the client makes over a connection
-    /// that is up come after this returns.
+    /// The client's event connection is up. Notify reaches the client from the start of this call,
+    /// so notifications that this function sends arrive first. Requests that the client makes while
+    /// its event connection is up are handled after this returns.
     virtual void ClientArrived(const IPCClientInfo& client) = 0;
 
-    /// The client's event connection is gone, and with it everything the service holds for it.
-    /// Requests of the same client may still come, and it may arrive again, with the same id as
-    /// long as one of its connections is left; that is told after this returns.
+    /// The client's event connection is closed; the service drops everything it holds for the
+    /// client. Further requests of this client are possible. It may arrive again, after this has
+    /// returned, and has the same id then if one of its connections was left.
     virtual void ClientLeft(std::uint64_t clientId) = 0;
 
-    /// Answers a request. May block for as long as it likes: it holds up nobody but its caller.
+    /// Answers a request. May block: that delays only the thread that made the request.
     virtual IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) = 0;
 
-    /// Takes a posted message. Requests that the client made after it come after this returns.
+    /// Handles a posted message. Requests that the client made after it are handled after this
+    /// returns.
     virtual void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) = 0;
 
     /// Answers a command of an operator (the service's own user, or root).
     virtual std::string Control(std::string_view command) = 0;
 
-    /// Takes a sentence that operators should read, such as why callers are turned away. Called
-    /// rarely, and possibly before the server's constructor has returned. Must not block.
+    /// Called with a sentence for operators, such as why callers are turned away. The calls are
+    /// rare and may begin before the server's constructor has returned. Must not block.
     virtual void Warn(std::string_view /*sentence*/) {}
 };
 
 /// Listens on a pipe and serves the clients that connect to it.
 class IPCMessageServer {
   public:
-    /// Whether a notification may be dropped when its client does not keep up.
+    /// Whether a notification may be dropped when its client is too slow.
     enum class Urgency {
-        kDroppable,  ///< the oldest of these make room, and are counted (scan results)
-        kKept,       ///< a client that lets these fill its queue loses its event connection
+        kDroppable,  ///< the oldest of these are dropped first, and counted (scan results)
+        kKept,       ///< if these fill a client's queue, its event connection is closed
     };
 
     struct Statistics {
         std::uint64_t clients = 0;               ///< event connections now up
         std::uint64_t callConnections = 0;       ///< call connections now open
         std::uint64_t requests = 0;              ///< requests received
-        std::uint64_t repliesToNobody = 0;       ///< replies whose caller was gone
+        std::uint64_t repliesToNobody = 0;       ///< replies whose caller had given up
         std::uint64_t notifications = 0;         ///< notifications sent or queued
-        std::uint64_t notificationsDropped = 0;  ///< droppable ones that made room
+        std::uint64_t notificationsDropped = 0;  ///< droppable ones that were dropped
         std::uint64_t slowClients = 0;      ///< event connections closed because of a full queue
-        std::uint64_t malformedFrames = 0;  ///< connections closed because of what they sent
+        std::uint64_t malformedFrames = 0;  ///< connections closed because of an invalid frame
         std::uint64_t refusedPeers = 0;     ///< connections that were turned away
     };
 
     static constexpr std::size_t kQueueLimit = 1024;  ///< notifications queued for one client
 
-    /// Starts to listen. Throws IPCServerError: the pipe is taken by another service, its folder
-    /// cannot be written, its name is too long. The handler outlives the server.
+    /// Starts to listen. Throws IPCServerError, for instance if another service has the pipe or its
+    /// folder cannot be written. The handler must outlive the server.
     IPCMessageServer(const std::wstring& pipeName, IPCServerHandler& handler);
 
-    /// Closes all connections and waits for the handler's running calls; ones that block must have
-    /// been told to end. Requests and commands whose calls end within half a second are
-    /// answered before their connection closes.
+    /// Closes all connections and waits for the handler's running calls, so calls that block must
+    /// have been made to end. Requests and commands whose calls end within half a second are
+    /// answered before their connection is closed.
     ~IPCMessageServer();
 
     IPCMessageServer(const IPCMessageServer&) = delete;
     IPCMessageServer& operator=(const IPCMessageServer&) = delete;
 
-    /// Sends a notification to one client; false when it has no event connection, or the payload is
-    /// larger than a frame takes (65,536 bytes). Never blocks.
-    /// Notifications to one client arrive in the order of these calls. May be called from inside
-    /// the handler, and with the caller's own locks held.
+    /// Sends a notification to one client; false if the client has no event connection or the
+    /// payload is larger than 65,536 bytes. Never blocks. Notifications to one client arrive in the
+    /// order of these calls. May be called from inside the handler, and with locks of the caller
+    /// held.
     bool Notify(std::uint64_t clientId, std::int32_t messageId,
                 std::span<const std::uint8_t> payload, Urgency urgency = Urgency::kKept);
 
-    /// Whether a client's event connection is up, also while the handler has a call of that client
-    /// and cannot be called with ClientLeft.
+    /// Whether a client's event connection is up. A running call of Posted for this client delays
+    /// ClientLeft; this function does not wait for it.
     bool IsConnected(std::uint64_t clientId) const;
 
     /// Closes the event connection of one client, as if the line had failed.
     void Disconnect(std::uint64_t clientId);
 
-    /// Closes every connection of a client, as a service that dies does, and goes on listening.
-    /// Operators' connections stay, so that the command that asked for this is answered.
+    /// Closes every connection of every client, as the end of the service would, and goes on
+    /// listening. Operators' connections stay, so that the command that asked for this is answered.
     void DisconnectAll();
 
-    /// Sends bytes that are no frame on a client's event connection.
+    /// Sends bytes that are not a frame on a client's event connection.
     void SendMalformed(std::uint64_t clientId);
 
     Statistics GetStatistics() const;
 
-    /// Where the server listens, for people: a socket's path or a pipe's name.
+    /// Where the server listens, as text for people: a socket's path or a pipe's name.
     const std::string& Address() const;
 
-    /// A file beside the pipe that belongs to this server as long as it lives, for what must
-    /// outlast it (ids that are never given twice).
+    /// A file that belongs to this server while it exists, for state that must survive it (ids that
+    /// are never used twice).
     const std::string& StateFile() const;
 
   private:

@@ -55,7 +55,7 @@ bool Outbox::SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency)
     return StartThread();
 }
 
-/// Many clients never need it. Where there can be no thread, the connection is given up.
+/// Many clients never need the thread. If it cannot be started, the connection is closed.
 bool Outbox::StartThread()
 {
     if (!thread_.joinable()) {
@@ -68,7 +68,7 @@ bool Outbox::StartThread()
     return !lost_;
 }
 
-/// False if the new frame finds no place.
+/// False if there is no room for the new frame.
 bool Outbox::MakeRoom(Urgency urgency)
 {
     const auto oldest = std::find_if(queue_.begin(), queue_.end(), [](const Queued& queued) {

@@ -1,4 +1,4 @@
-// What the service has to send to one client, and does not wait for.
+// Frames that the service sends to one client without waiting.
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
@@ -16,7 +16,7 @@
 
 namespace pelacon::ipc {
 
-/// What the server has been through; counted from any thread.
+/// The server's statistics. Any thread may count.
 struct ServerCounters {
     std::atomic<std::uint64_t> clients{0};
     std::atomic<std::uint64_t> callConnections{0};
@@ -29,8 +29,8 @@ struct ServerCounters {
     std::atomic<std::uint64_t> refusedPeers{0};
 };
 
-/// Sends frames on a connection in the order in which they are put, without keeping anybody
-/// waiting: at once where the other end keeps up, otherwise from a bounded queue.
+/// Sends frames on a connection in the order in which they are put, and never waits: at once if the
+/// other end keeps up, otherwise from a bounded queue.
 class Outbox {
   public:
     using Urgency = IPCMessageServer::Urgency;
@@ -40,17 +40,17 @@ class Outbox {
     Outbox(const Outbox&) = delete;
     Outbox& operator=(const Outbox&) = delete;
 
-    /// Sends or queues a frame; false if the connection is lost. A queue that is full gives up its
-    /// oldest droppable frame; where there is none, a droppable frame is dropped itself, and any
-    /// other costs the connection.
+    /// Sends or queues a frame; false if the connection is lost. If the queue is full, its oldest
+    /// droppable frame is dropped. If it has none, the new frame is dropped if it is droppable, and
+    /// the connection is closed otherwise.
     bool Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency);
 
-    /// The same with bytes as they are.
+    /// Sends or queues bytes that need not be a frame.
     bool PutBytes(std::span<const std::uint8_t> bytes);
 
     bool IsConnected() const noexcept { return connection_->IsConnected(); }
 
-    /// Ends the connection, so that whoever reads from it notices.
+    /// Closes the connection, so that the thread that receives from it ends.
     void Shutdown() noexcept { connection_->Shutdown(); }
 
     /// Ends the connection and waits for the queue's thread.
@@ -73,10 +73,10 @@ class Outbox {
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<Queued> queue_;
-    bool sending_ = false;  // the thread has a frame that is no longer in the queue
+    bool sending_ = false;  // the thread sends a frame that is no longer in the queue
     bool lost_ = false;
     FrameBuffer buffer_;
-    std::thread thread_;  // once there was something to queue
+    std::thread thread_;  // started by the first frame that is queued
 };
 
 }  // namespace pelacon::ipc

@@ -7,8 +7,8 @@ namespace pelacon::ipc {
 
 namespace {
 
-/// How long a request waits for what its client sent before it, while no event connection is there
-/// that it could come on. Then it has been lost with one.
+/// How long a request waits for its client's earlier posts while the client has no event
+/// connection. After that they are taken to be lost with an earlier one.
 constexpr std::chrono::milliseconds kLostAfter{250};
 
 }  // namespace
@@ -106,7 +106,8 @@ void ServerClients::Stop()
 std::shared_ptr<ServerClient> ServerClients::Join(const ClientKey& key)
 {
     const std::lock_guard lock(mutex_);
-    std::shared_ptr<ServerClient>& client = byKey_[key];  // one left null is filled in next time
+    std::shared_ptr<ServerClient>& client =
+        byKey_[key];  // stays null if this throws, until the next call
     if (!client) {
         auto made = std::make_shared<ServerClient>(++lastId_, key);
         byId_.emplace(made->Id(), made);

@@ -1,4 +1,4 @@
-// The clients of a service: what ties the connections of each together.
+// The clients of a service. A client has several connections.
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
@@ -17,8 +17,8 @@
 
 namespace pelacon::ipc {
 
-/// Connections belong together if they bring the same token and the operating system says that the
-/// same process of the same user opened them.
+/// Connections belong to one client if they have the same token and, according to the operating
+/// system, the same process of the same user opened them.
 struct ClientKey {
     Token token{};
     std::uint32_t processId = 0;
@@ -31,7 +31,7 @@ struct ClientKey {
     }
 };
 
-/// One client, as long as it has a connection.
+/// One client. Exists as long as it has a connection.
 class ServerClient {
   public:
     ServerClient(std::uint64_t id, ClientKey key) : id_(id), key_(std::move(key)) {}
@@ -39,25 +39,25 @@ class ServerClient {
     std::uint64_t Id() const noexcept { return id_; }
     const ClientKey& Key() const noexcept { return key_; }
 
-    /// Takes the place of the client's event connection. One that is there already is ended, and
-    /// its leave waited for. False if the server stops.
+    /// Becomes the client's event connection. Closes an earlier one and waits until its leave has
+    /// ended. False if the server stops.
     bool Arrive(std::shared_ptr<Outbox> outbox);
 
-    /// Notify finds nobody from now on.
+    /// Notify returns false from now on.
     void BeginLeave();
 
-    /// The place is free again.
+    /// Another event connection may arrive.
     void EndLeave();
 
     /// The event connection's outbox, or null.
     std::shared_ptr<Outbox> GetOutbox() const;
 
-    /// All that was sent before a frame of this order, on the event connection, has been dealt
-    /// with.
+    /// Everything that was sent on the event connection before a frame of this order has been
+    /// handled.
     void Finish(std::uint64_t order);
 
-    /// Waits until that is so. What got lost with its connection is not waited for. False if the
-    /// server stops first.
+    /// Waits until everything sent before this order has been handled or was lost with its
+    /// connection. False if the server stops first.
     bool WaitFor(std::uint64_t order)
     {
         return order <= finished_.load(std::memory_order_acquire) || WaitLong(order);
@@ -85,7 +85,7 @@ class ServerClient {
 
 class ServerClients {
   public:
-    /// One connection's share in its client.
+    /// Keeps a connection's client in existence.
     class Membership {
       public:
         Membership(ServerClients& clients, const ClientKey& key)

@@ -141,19 +141,21 @@ void ServerConnections::Refuse(const Peer& peer, const std::string& reason) noex
 void ServerConnections::Report(const std::string& what) noexcept
 {
     try {
-        std::uint64_t untold = 0;
+        std::uint64_t suppressed = 0;
         {
             const std::lock_guard lock(reports_.mutex);
             const auto now = std::chrono::steady_clock::now();
             if (now < reports_.next) {
-                ++reports_.untold;
+                ++reports_.suppressed;
                 return;
             }
             reports_.next = now + kReportEvery;
-            untold = std::exchange(reports_.untold, 0);
+            suppressed = std::exchange(reports_.suppressed, 0);
         }
-        warn_(untold == 0 ? what : what + "; " + std::to_string(untold) + " more before this one");
-    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): no memory to say so
+        warn_(suppressed == 0
+                  ? what
+                  : what + "; " + std::to_string(suppressed) + " more since the last report");
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): no memory for it
     }
 }
 

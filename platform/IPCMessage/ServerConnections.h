@@ -30,14 +30,13 @@ struct ServedConnection {
     bool apart = false;  // see ServerConnections::SetApart
 };
 
-/// Accepts connections and runs each on a thread of its own until it is done.
+/// Accepts connections and serves each on a thread of its own.
 class ServerConnections {
   public:
-    /// How long the destructor waits for answers that are under way. An answer that its client has
-    /// not taken by then is lost.
+    /// How long the destructor waits for requests that are being answered. Later answers are lost.
     static constexpr std::chrono::milliseconds kLastAnswers{500};
 
-    /// Connections that are turned away are reported once in this time.
+    /// The least time between two reports of connections that are turned away.
     static constexpr std::chrono::minutes kReportEvery{1};
 
     using Serve = std::function<void(ServedConnection& served)>;
@@ -47,7 +46,7 @@ class ServerConnections {
     ServerConnections(std::unique_ptr<Listener> listener, ServerCounters& counters, Serve serve,
                       Warn warn);
 
-    /// Ends them all, those whose thread is at an answer after that, and waits for the threads.
+    /// Closes all connections, after running requests were answered, and waits for their threads.
     ~ServerConnections();
 
     ServerConnections(const ServerConnections&) = delete;
@@ -55,36 +54,36 @@ class ServerConnections {
 
     const Listener& GetListener() const noexcept { return *listener_; }
 
-    /// Ends all connections but those set apart.
+    /// Closes all connections except those set apart.
     void Shutdown();
 
-    /// Keeps a connection out of Shutdown.
+    /// Excludes a connection from Shutdown.
     void SetApart(ServedConnection& served);
 
-    /// Counts a connection that is turned away, and reports it unless one was reported lately.
+    /// Counts a connection that is turned away, and reports it unless there was a report recently.
     void Refuse(const ServedConnection& served, const std::string& reason) noexcept
     {
         Refuse(served.connection->GetPeer(), reason);
     }
 
-    /// Reports, unless one was reported lately, that a connection ended for want of memory.
+    /// Reports that memory ran out, unless there was a report recently.
     void ReportNoMemory() noexcept { Report("a connection is closed: no memory is left"); }
 
   private:
     using Entries = std::list<ServedConnection>;
 
-    /// Each thread holds it to its very end, which may come after the destructor's.
+    /// Shared with each thread, whose end may come after the destructor's.
     struct Open {
         std::mutex mutex;
         std::condition_variable emptied;
         Entries entries;
     };
 
-    /// What was reported last.
+    /// When to report next, and how many reports were suppressed.
     struct Reports {
         std::mutex mutex;
         std::chrono::steady_clock::time_point next;
-        std::uint64_t untold = 0;
+        std::uint64_t suppressed = 0;
     };
 
     void AcceptAll();

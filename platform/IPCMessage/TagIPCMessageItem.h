@@ -6,19 +6,19 @@
 #include <cstdint>
 #include <string>
 
-/// One message, as it passes between the SDK and the message client. The layout is a fixed contract
-/// between the two.
+/// One message between the SDK and the message client. Its layout is a fixed contract between the
+/// two.
 struct TagIPCMessageItem {
-    std::string name;                  ///< always empty in what the SDK sends
-    std::int32_t targetModuleId = -1;  ///< whom the message is for
-    std::int32_t sourceModuleId = -1;  ///< whom it is from
-    std::int32_t msgId = -1;           ///< what it is
+    std::string name;                  ///< empty in everything that the SDK sends
+    std::int32_t targetModuleId = -1;  ///< the receiver
+    std::int32_t sourceModuleId = -1;  ///< the sender
+    std::int32_t msgId = -1;           ///< the operation or notification
     std::int32_t reservedA = -1;
     std::int32_t reservedB = -1;
     std::int32_t reservedC = 0;
     std::uint32_t length = 0;  ///< bytes at message
     std::uint32_t gap = 0;
-    std::uint8_t* message = nullptr;  ///< the payload, or null where there is none
+    std::uint8_t* message = nullptr;  ///< the payload, or null if there is none
     bool flag = false;
     std::array<std::uint8_t, 3> padding{};
     std::uint32_t processId = 0;  ///< the sender's process, in a request

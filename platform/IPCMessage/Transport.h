@@ -1,5 +1,5 @@
-// The port: what the channel needs of an operating system. Everything above it is written once;
-// everything below it lies in the platform's folder.
+// What the channel needs of an operating system. Everything above this interface is portable;
+// its implementations are in linux/ and windows/.
 #pragma once
 
 #include <IPCMessage/Deadline.h>
@@ -22,7 +22,7 @@ enum class IoStatus {
     kDone,
     kTimeout,     ///< the deadline came first
     kWouldBlock,  ///< TrySend only: there is no room now
-    kLost,        ///< the other end is gone, or Shutdown was called
+    kLost,        ///< the other end was closed, or Shutdown was called
 };
 
 struct IoResult {
@@ -30,14 +30,14 @@ struct IoResult {
     std::size_t size = 0;
 };
 
-/// Who is at the other end, as the operating system vouches for.
+/// The process at the other end, according to the operating system.
 struct Peer {
     std::uint32_t processId = 0;
-    std::string user;         ///< equal for two connections of one user, and only then
+    std::string user;         ///< equal for two connections if and only if their user is the same
     bool isOperator = false;  ///< this process's own user, or the system's administrator
 };
 
-/// Frames that are received in one go.
+/// Frames that are received by one call.
 struct FrameBatch {
     static constexpr std::size_t kFrames = 32;
 
@@ -64,32 +64,36 @@ class Connection {
     /// Sends a frame, waiting for room.
     virtual IoStatus Send(std::span<const std::uint8_t> frame) = 0;
 
-    /// Sends a frame, waiting for room until the deadline. Nothing was sent unless it is kDone.
+    /// Sends a frame, waiting for room until the deadline. Nothing was sent unless this returns
+    /// kDone.
     virtual IoStatus Send(std::span<const std::uint8_t> frame, Deadline& deadline) = 0;
 
-    /// Sends a frame if that takes no waiting. May always say kWouldBlock.
+    /// Sends a frame unless that would wait. May return kWouldBlock at any time.
     virtual IoStatus TrySend(std::span<const std::uint8_t> frame) = 0;
 
-    /// Receives a frame. A frame larger than the room (kMaxFrame bytes) is reported with a size
-    /// larger than that, and its bytes are not to be looked at.
+    /// Receives a frame. For a frame that is larger than the room (kMaxFrame bytes) the result's
+    /// size is larger than the room, and the bytes in it are undefined.
     virtual IoResult Receive(std::span<std::uint8_t> room) = 0;
     virtual IoResult Receive(std::span<std::uint8_t> room, Deadline& deadline) = 0;
 
-    /// Receives at least one frame, and those that wait already, as far as the batch goes.
+    /// Receives at least one frame, and further ones that have arrived already if the batch has
+    /// room.
     virtual IoStatus ReceiveSome(FrameBatch& batch) = 0;
 
-    /// Whether the other end is still there, as far as shows without receiving. Any thread may ask.
+    /// Whether the other end is open, as far as this shows without receiving. Any thread may call
+    /// it.
     virtual bool IsConnected() noexcept = 0;
 
-    /// Ends receiving only: whoever receives finds the connection lost, at the latest behind what
-    /// had come before. Sending goes on.
+    /// Ends receiving only: calls that receive return kLost, at the latest after the frames that
+    /// had arrived before. Sending is still possible.
     virtual void StopReceiving() noexcept = 0;
 
-    /// Ends the connection for both ends and wakes whoever waits in it; later calls find it lost.
+    /// Closes the connection for both ends. Calls that wait, and later ones, return kLost.
     virtual void Shutdown() noexcept = 0;
 };
 
-/// Where the services that go by a pipe name may listen, best first; none if the name is unusable.
+/// Where services with this pipe name may listen, in the order in which to try; none if the name
+/// cannot be used.
 using PipePlaces = std::vector<std::string>;
 PipePlaces FindPipePlaces(const std::wstring& pipeName);
 
@@ -97,8 +101,8 @@ enum class ConnectStatus {
     kConnected,
     kNoService,
     kBusy,       ///< a service is there but did not take the connection in time
-    kUntrusted,  ///< what listens there runs as a user that this process does not trust
-    kForbidden,  ///< this user may not connect to what is there
+    kUntrusted,  ///< the process that listens there runs as a user that this process does not trust
+    kForbidden,  ///< this user may not connect to the service
 };
 
 struct ConnectResult {
@@ -106,12 +110,12 @@ struct ConnectResult {
     std::unique_ptr<Connection> connection;
 };
 
-/// Connects to the first place where a trusted service listens: one try, that waits for a busy pipe
-/// until the deadline (one of no time: not at all) or until `cancelled` becomes true.
+/// Connects to the first place where a trusted service listens. Makes one attempt, and waits for a
+/// busy pipe until the deadline, or until `cancelled` becomes true.
 ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
                       const std::atomic<bool>& cancelled);
 
-/// The service's end of a pipe name, held by one process at a time.
+/// The service's end of a pipe name. Only one process has it at a time.
 class Listener {
   public:
     Listener() = default;
@@ -122,34 +126,34 @@ class Listener {
     /// Waits for a connection; null after Shutdown.
     virtual std::unique_ptr<Connection> Accept() = 0;
 
-    /// Whether this peer may be served at all.
+    /// Whether this service may serve the peer.
     virtual bool Admits(const Peer& peer) const = 0;
 
-    /// How many connections the system lets this process have.
+    /// How many connections the system allows this process.
     virtual std::size_t MostConnections() const noexcept = 0;
 
-    /// Whether the connection accepted last may stay. False: it took the means that are kept for
-    /// turning callers away, and is to be closed before the next call of Accept.
+    /// Whether the connection accepted last may stay open. If not, it uses the file descriptor that
+    /// is reserved for turning callers away, and must be closed before the next call of Accept.
     virtual bool HasRoom() = 0;
 
     /// Makes Accept return null, now and later.
     virtual void Shutdown() noexcept = 0;
 
-    /// Turns away whoever comes from now on; the name stays taken. Not beside Accept. On Windows a
-    /// pipe is busy, to those who come, as long as anybody is connected.
+    /// Turns all later callers away; the name stays taken. Must not be called during Accept. On
+    /// Windows, callers find the pipe busy as long as another connection is open.
     virtual void Close() noexcept = 0;
 
     virtual const std::string& Address() const noexcept = 0;
     virtual const std::string& StateFile() const noexcept = 0;
 };
 
-/// Takes a sentence that operators should read.
+/// Called with a sentence for operators.
 using Warn = std::function<void(std::string_view sentence)>;
 
 /// `warn` is called from inside Accept. Throws IPCServerError.
 std::unique_ptr<Listener> Listen(const std::wstring& pipeName, Warn warn = {});
 
-/// Fills the token from the system's source of randomness.
+/// A token of random bytes from the operating system.
 Token DrawToken();
 
 /// Differs between a process and the children that fork made of it. One relaxed load.

@@ -15,11 +15,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A socket whose backlog is full is waited for in pieces this long: the kernel rounds longer
-/// time-outs up, and whoever cancels is not kept waiting.
+/// A wait for a socket whose backlog is full is made in pieces of this length: the kernel rounds
+/// longer time-outs up, and a cancelled wait ends soon.
 constexpr auto kBusyPiece = 20ms;
 
-/// The account that a system's service runs as, or -1 where there is none.
+/// The account of the system's service, or -1 if there is none.
 uid_t ServiceAccount()
 {
     static const uid_t account = [] {
@@ -39,13 +39,13 @@ bool IsTrusted(const SocketConnection& connection)
            (connection.GetPeer().isOperator || user == ServiceAccount());
 }
 
-/// Connects the socket; waits for a full backlog as Connect says.
+/// Connects the socket, and waits as Connect does while its backlog is full.
 ConnectStatus ConnectSocket(int socket, const SocketAddress& address, Deadline& deadline,
                             const std::atomic<bool>& cancelled)
 {
     for (;;) {
         const auto piece = std::min<Deadline::Clock::duration>(deadline.Left(), kBusyPiece);
-        // A time-out of zero would mean: forever.
+        // A time-out of zero would mean no time-out.
         const timeval patience{
             0, std::max<suseconds_t>(
                    1, std::chrono::duration_cast<std::chrono::microseconds>(piece).count())};
@@ -102,7 +102,7 @@ ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
 Token DrawToken()
 {
     Token token{};
-    // So short a read is never cut short, and fails only before the system is up.
+    // A read as short as this is never partial, and fails only while the system starts.
     static_assert(sizeof(token) <= 256);
     if (getrandom(token.data(), token.size(), 0) != static_cast<ssize_t>(token.size())) {
         throw std::system_error(errno, std::generic_category(), "getrandom");

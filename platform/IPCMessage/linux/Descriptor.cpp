@@ -14,7 +14,7 @@ namespace pelacon::ipc {
 
 namespace {
 
-// Trivially destructible, all of it: threads may open and close while the process exits.
+// All of this is trivially destructible: threads may open and close while the process exits.
 std::mutex listMutex;
 Descriptor* listHead = nullptr;
 std::atomic<std::uint64_t> forkGeneration{0};

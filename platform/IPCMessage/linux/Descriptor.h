@@ -5,10 +5,10 @@
 
 namespace pelacon::ipc {
 
-/// Owns a file descriptor, never one of the standard three: where a program was started without
-/// those, what is written to them by mistake must not end up in a connection. In a child that fork
-/// makes of this process every one of them is closed on the spot and reads as -1: the child cannot
-/// disturb the parent's connections, nor keep them open when the parent dies.
+/// Owns a file descriptor other than 0, 1 and 2: what a program that was started without standard
+/// streams prints must not get into a connection. In a child process made by fork every Descriptor
+/// is closed at once and reads as -1, so that the child neither disturbs the parent's connections
+/// nor keeps them open after the parent's end.
 class Descriptor {
   public:
     Descriptor() = default;
@@ -16,8 +16,8 @@ class Descriptor {
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
-    /// Closes what it has, then takes what `open` returns (a descriptor, or -1). No fork comes
-    /// between the two, so `open` must not block. Returns whether it has one now.
+    /// Closes the descriptor that it owns and takes the one that `open` returns, if that is not -1.
+    /// There is no fork between the two, so `open` must not block. Returns whether it owns one now.
     template <typename Open>
     bool Take(const Open& open)
     {

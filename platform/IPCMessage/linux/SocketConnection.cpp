@@ -17,9 +17,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long a timed receive blocks in recv itself. Nearly all replies come within it, at the price
-/// of one system call. The kernel rounds such time-outs up by as much as an eighth, so the rest of
-/// a longer wait is left to poll, which is exact. Set once per socket.
+/// How long a timed receive blocks in recv itself. Nearly all replies arrive within this time and
+/// cost one system call. The kernel rounds such time-outs up by as much as an eighth, so poll,
+/// which is exact, does the rest of a longer wait. Set once per socket.
 constexpr auto kPatience = 50ms;
 
 constexpr bool WouldBlock(int error) noexcept
@@ -27,10 +27,10 @@ constexpr bool WouldBlock(int error) noexcept
     return error == EAGAIN || error == EWOULDBLOCK;
 }
 
-// The C library's send and recv are points at which a thread can be cancelled. What they do for
-// that is a measurable part of a round trip, and nobody cancels a thread in here: a request ends by
-// its time-out. So the kernel is called directly; save under ThreadSanitizer, which learns from
-// those two that what one thread sends happened before another receives it.
+// The C library's send and recv are cancellation points, which costs a measurable part of a round
+// trip and serves no purpose here: a request ends by its time-out. So the kernel is called
+// directly, except under ThreadSanitizer, which derives from those two functions that a send
+// happens before the receive of what was sent.
 #ifdef __SANITIZE_THREAD__
 constexpr bool kCallDirectly = false;
 #else
@@ -51,8 +51,8 @@ ssize_t ReceiveFrom(int socket, std::span<std::uint8_t> room, int flags) noexcep
                : recv(socket, room.data(), room.size(), flags);
 }
 
-/// Whether a receive that failed may succeed yet. ECONNRESET is said once, of a peer that left
-/// something unread when it closed, and ahead of what it sent before.
+/// Whether a receive that failed may succeed when it is repeated. ECONNRESET is reported once,
+/// before the remaining frames, if the peer closed its end without reading everything.
 constexpr bool MayTryAgain(int error) noexcept
 {
     return error == EINTR || error == ECONNRESET || WouldBlock(error);
@@ -127,7 +127,7 @@ IoResult SocketConnection::Receive(std::span<std::uint8_t> room)
 
 IoResult SocketConnection::Receive(std::span<std::uint8_t> room, Deadline& deadline)
 {
-    if (deadline.LeftWhenLastAsked() >= 2 * kPatience && BoundReceives()) {
+    if (deadline.LeftAtRefresh() >= 2 * kPatience && BoundReceives()) {
         const IoResult result = ReceiveOnce(room, 0);
         if (result.status != IoStatus::kWouldBlock) {
             return result;
@@ -145,7 +145,7 @@ IoResult SocketConnection::Receive(std::span<std::uint8_t> room, Deadline& deadl
     }
 }
 
-/// What recvmmsg wants to be told, which is the same each time.
+/// The arguments of recvmmsg, which are the same each time.
 struct SocketConnection::BatchHeaders {
     explicit BatchHeaders(const FrameBatch& batch)
     {
@@ -181,7 +181,7 @@ IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
         const bool cut = (message.msg_hdr.msg_flags & MSG_TRUNC) != 0;
         batch.sizes[batch.count++] = cut ? kMaxFrame + 1 : message.msg_len;
         if (message.msg_len == 0) {
-            break;  // the end, or an empty frame: no frame to whoever reads the batch
+            break;  // the end, or an empty frame, which is no frame
         }
     }
     return count > 0 && batch.sizes[0] != 0 ? IoStatus::kDone : IoStatus::kLost;
@@ -203,7 +203,7 @@ void SocketConnection::Shutdown() noexcept
     shutdown(socket_.Get(), SHUT_RDWR);
 }
 
-/// kWouldBlock stands for everything after which one may try again.
+/// Returns kWouldBlock for everything after which the call may be repeated.
 IoResult SocketConnection::ReceiveOnce(std::span<std::uint8_t> room, int flags) noexcept
 {
     // MSG_TRUNC: the result is the frame's real length, so that one too large is seen.
@@ -219,13 +219,13 @@ IoResult SocketConnection::ReceiveOnce(std::span<std::uint8_t> room, int flags) 
 
 IoStatus SocketConnection::Await(short events, Deadline& deadline) noexcept
 {
-    while (socket_) {  // poll would wait for one that is not there
+    while (socket_) {  // poll would ignore a missing one and wait
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline.Left());
         pollfd one{socket_.Get(), events, 0};
         const int ready =
             poll(&one, 1, static_cast<int>(std::min<std::int64_t>(left.count(), INT_MAX)));
         if (ready > 0) {
-            deadline.Left();
+            deadline.Refresh();
             return IoStatus::kDone;
         }
         if (ready == 0 && deadline.Left() == Deadline::Clock::duration::zero()) {

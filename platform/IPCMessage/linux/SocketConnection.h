@@ -1,4 +1,4 @@
-// A connection over a SOCK_SEQPACKET socket, which keeps frames apart by itself.
+// A connection over a SOCK_SEQPACKET socket, which preserves the boundaries of frames.
 #pragma once
 
 #include "Descriptor.h"
@@ -13,7 +13,7 @@ namespace pelacon::ipc {
 
 class SocketConnection final : public Connection {
   public:
-    /// Takes the connected socket, and asks the kernel who is at its other end.
+    /// Takes the connected socket, and reads from the kernel which process is at its other end.
     template <typename Open>
     explicit SocketConnection(const Open& open) : SocketConnection()
     {
@@ -27,7 +27,7 @@ class SocketConnection final : public Connection {
     bool IsOpen() const noexcept { return static_cast<bool>(socket_); }
     int Socket() const noexcept { return socket_.Get(); }
 
-    /// To be asked again once a socket made by Take is connected.
+    /// To be called once a socket that was not connected yet is.
     void IdentifyPeer();
     uid_t PeerUser() const noexcept { return user_; }
 
@@ -59,7 +59,7 @@ class SocketConnection final : public Connection {
     Peer peer_;
 };
 
-/// A new unconnected socket, close-on-exec; -1 if the system has none to give.
+/// A new unconnected socket, close-on-exec; -1 on failure.
 int OpenSocket() noexcept;
 
 }  // namespace pelacon::ipc

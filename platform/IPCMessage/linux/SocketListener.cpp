@@ -24,7 +24,7 @@ namespace pelacon::ipc {
 
 namespace {
 
-/// Connections that may wait to be accepted; more than one client opens at once.
+/// Connections that may wait to be accepted; a client opens several at once.
 constexpr int kBacklog = 128;
 
 /// How long to wait when the system is out of descriptors or memory.
@@ -41,7 +41,7 @@ constexpr std::size_t kOtherDescriptors = 64;
     throw IPCServerError(what + ": " + std::generic_category().message(errno));
 }
 
-/// The folder to listen in: the first that this process may own a socket in.
+/// The folder to listen in: the first in which this process may create a socket.
 SocketFolder ChooseFolder()
 {
     for (const SocketFolder& folder : SocketFolders()) {
@@ -63,7 +63,7 @@ void PrepareFolder(const SocketFolder& folder)
     }
 }
 
-/// What tells one file from another; that of no file is 0.
+/// Differs between any two files; zeros stand for no file.
 struct FileIdentity {
     dev_t device = 0;
     ino_t number = 0;
@@ -144,8 +144,8 @@ class SocketListener final : public Listener {
 
     bool Admits(const Peer& peer) const override
     {
-        // Whom a system's service serves is up to the mode and group of its socket. A process that
-        // has no number here, since it lives in another container, cannot be told from others.
+        // Mode and group of its socket say which users a system's service serves. Processes in
+        // another process namespace have no id here and could not be distinguished.
         return peer.processId != 0 && (peer.isOperator || folder_.ofSystem);
     }
 
@@ -245,11 +245,11 @@ class SocketListener final : public Listener {
                 [] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); })) {
             Fail("cannot create a socket");
         }
-        // We have the lock, so what lies there is of a service that has died.
+        // This process has the lock, so the file belongs to a service that was killed.
         if (unlink(path_.c_str()) != 0 && errno != ENOENT) {
             Fail("cannot remove the stale socket " + path_);
         }
-        // The socket's file inherits this mode, so it is never open to more users than in the end.
+        // The socket's file inherits this mode, so there is no moment at which others may open it.
         const mode_t mode = folder_.ofSystem ? 0660 : 0600;
         if (fchmod(made->Get(), mode) != 0 ||
             bind(made->Get(), address_.Get(), address_.length) != 0) {

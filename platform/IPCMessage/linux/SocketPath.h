@@ -1,4 +1,4 @@
-// Where the socket of a pipe name lies.
+// The socket's path for a pipe name.
 #pragma once
 
 #include <sys/socket.h>
@@ -11,18 +11,18 @@
 
 namespace pelacon::ipc {
 
-/// A folder that sockets may lie in.
+/// A folder for sockets.
 struct SocketFolder {
     std::string path;
-    bool ofSystem = false;  ///< for a service that all users share
+    bool ofSystem = false;  ///< for a service of all users
 };
 
-/// The folders to look at, best first: $PELACON_RUNTIME_DIR and nothing else where it is set,
-/// otherwise the system's, then the user's own.
+/// The folders to look into, in this order: $PELACON_RUNTIME_DIR alone if it is set, otherwise the
+/// system's, then the user's.
 std::vector<SocketFolder> SocketFolders();
 
 /// "\\.\Pipe\KvPelaconService" -> "KvPelaconService"; nothing if the name is empty or has
-/// characters that a plain file name should not have.
+/// characters that are not allowed in it.
 std::optional<std::string> SocketBaseName(const std::wstring& pipeName);
 
 struct SocketAddress {
