@@ -2,6 +2,8 @@
 #include <os/Debugger.h>
 #include <os/Environment.h>
 #include <os/Files.h>
+#include <os/Lock.h>
+#include <os/Singleton.h>
 #include <os/SinkSlot.h>
 #include <os/StandardStreams.h>
 #include <os/Utf8.h>
@@ -10,7 +12,6 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -83,30 +84,29 @@ class EnvironmentOutput {
     std::int32_t lowest_ = kNothing;
 };
 
-/// The outputs live as long as the process: threads may log until its very end.
 EnvironmentOutput& Environment()
 {
-    static EnvironmentOutput& output = *new EnvironmentOutput;
-    return output;
+    static constinit pelacon::os::Singleton<EnvironmentOutput> output;
+    return output.Get([] { return new EnvironmentOutput; });
 }
 
 struct ApplicationOutput {
     pelacon::os::SinkSlot<LOG_MESSAGE_LEVEL, std::wstring_view> slot;
-    std::mutex exchange;  ///< keeps the sink and the level that is wanted in step
+    pelacon::os::Lock exchange;  ///< keeps the sink and the level that is wanted in step
 };
 
 ApplicationOutput& Application()
 {
-    static ApplicationOutput& output = *new ApplicationOutput;
-    return output;
+    static constinit pelacon::os::Singleton<ApplicationOutput> output;
+    return output.Get([] { return new ApplicationOutput; });
 }
 
 }  // namespace
 
 KvLogger& KvLogger::GetInstance()
 {
-    static KvLogger& logger = *new KvLogger;
-    return logger;
+    static constinit pelacon::os::Singleton<KvLogger> logger;
+    return logger.Get([] { return new KvLogger; });
 }
 
 KvLogger::KvLogger() : lowestWanted_(Environment().Lowest()) {}
@@ -138,6 +138,7 @@ void KvLogger::SetSink(Sink sink, LOG_MESSAGE_LEVEL lowest)
     }
     const auto replaced = [&] {
         const std::lock_guard lock(application.exchange);
+        const pelacon::os::ForkHold hold;
         lowestWanted_.store(std::min(wanted, Environment().Lowest()), std::memory_order_relaxed);
         return application.slot.Exchange(std::move(fromLowest));
     }();

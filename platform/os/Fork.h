@@ -1,11 +1,30 @@
-// What a child process must forget of its parent.
+// What fork leaves to a child: one thread, and memory as all the others had it at that moment.
 #pragma once
+
+#include <cstdint>
 
 namespace pelacon::os {
 
-/// Has the action called in every child that fork makes of this process from now on, on the thread
-/// that forked, which is the child's only one, before fork returns there. Does nothing where there
-/// is no fork; throws std::system_error for want of memory.
-void OnForkedChild(void (*action)());
+/// A number of the calling thread, from 1 on. The thread that forks keeps its number in the child,
+/// and none that the child starts gets a number that was ever used in a parent.
+std::uint64_t ThisThread() noexcept;
+
+/// Whether the thread with this number existed in a parent of this process and is not the one that
+/// forked: in this process it will never run.
+bool StayedBehind(std::uint64_t thread) noexcept;
+
+/// Differs between a process and the children that fork makes of it.
+std::uint32_t ForkGeneration() noexcept;
+
+/// Delays every fork of the process while it exists: a change that is made meanwhile is, in a
+/// child, either complete or not begun. Exists for a short time only: no waiting, no log line, no
+/// code of the application. A thread may nest them.
+class ForkHold {
+  public:
+    ForkHold() noexcept;
+    ~ForkHold();
+    ForkHold(const ForkHold&) = delete;
+    ForkHold& operator=(const ForkHold&) = delete;
+};
 
 }  // namespace pelacon::os

@@ -1,17 +1,21 @@
 // A place for one callback that may be exchanged while it is being called.
 #pragma once
 
+#include <os/Lock.h>
+#include <os/UseCount.h>
+
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <utility>
 
 namespace pelacon::os {
 
 /// Holds the sink that lines or events go to. Deliveries run concurrently and hold no lock, so a
 /// sink may take whatever locks its owner likes. A sink that delivers to its own slot is not called
-/// again from inside itself, and what it throws ends with it.
+/// again from inside itself, and an exception that leaves it is dropped. A forked child has the
+/// slot as its parent had it, and waits for no call that another thread of the parent was in.
 template <typename... Arguments>
 class SinkSlot {
     struct Entry;
@@ -26,7 +30,7 @@ class SinkSlot {
         void Wait() const
         {
             if (entry_ && !insideSink_) {
-                entry_->WaitUntilIdle();
+                entry_->calls.WaitUntilUnused();
             }
         }
 
@@ -47,7 +51,8 @@ class SinkSlot {
     [[nodiscard]] Replaced Exchange(Sink sink)
     {
         std::shared_ptr<Entry> next = sink ? std::make_shared<Entry>(std::move(sink)) : nullptr;
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
+        const ForkHold hold;
         present_.store(next != nullptr, std::memory_order_release);
         return Replaced(std::exchange(entry_, std::move(next)));
     }
@@ -61,52 +66,42 @@ class SinkSlot {
         if (insideSink_) {
             return;
         }
-        const std::shared_ptr<Entry> entry = Enter();
-        if (!entry) {
+        const std::optional<Call> call = Enter();
+        if (!call) {
             return;
         }
         insideSink_ = true;
         try {
-            entry->sink(arguments...);
-        } catch (...) {  // NOLINT(bugprone-empty-catch): a sink's failure is nobody else's
+            call->entry->sink(arguments...);
+        } catch (...) {  // NOLINT(bugprone-empty-catch): dropped, as the class says
         }
         insideSink_ = false;
-        entry->Leave();
     }
 
   private:
     struct Entry {
         explicit Entry(Sink callable) : sink(std::move(callable)) {}
 
-        void Leave() noexcept
-        {
-            running.fetch_sub(1, std::memory_order_release);
-            running.notify_all();
-        }
-
-        void WaitUntilIdle() noexcept
-        {
-            for (int now = running.load(std::memory_order_acquire); now != 0;
-                 now = running.load(std::memory_order_acquire)) {
-                running.wait(now, std::memory_order_acquire);
-            }
-        }
-
         Sink sink;
-        std::atomic<int> running{0};
+        UseCount calls;
     };
 
-    std::shared_ptr<Entry> Enter()
+    struct Call {
+        explicit Call(std::shared_ptr<Entry> called) : entry(std::move(called)), use(entry->calls)
+        {}
+
+        std::shared_ptr<Entry> entry;
+        UseCount::Use use;
+    };
+
+    std::optional<Call> Enter()
     {
-        const std::lock_guard lock(mutex_);
-        if (entry_) {
-            entry_->running.fetch_add(1, std::memory_order_relaxed);
-        }
-        return entry_;
+        const std::lock_guard lock(lock_);
+        return entry_ ? std::optional<Call>(std::in_place, entry_) : std::nullopt;
     }
 
     inline static thread_local bool insideSink_ = false;
-    std::mutex mutex_;
+    Lock lock_;
     std::shared_ptr<Entry> entry_;
     std::atomic<bool> present_{false};
 };

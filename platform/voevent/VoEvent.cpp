@@ -1,13 +1,15 @@
+#include <os/Singleton.h>
 #include <os/SinkSlot.h>
 #include <voevent/VoEvent.h>
 
 namespace {
 
-/// Lives as long as the process: threads may report until its very end.
-pelacon::os::SinkSlot<const VoEvent&>& Slot()
+using EventSlot = pelacon::os::SinkSlot<const VoEvent&>;
+
+EventSlot& Slot()
 {
-    static auto& slot = *new pelacon::os::SinkSlot<const VoEvent&>;
-    return slot;
+    static constinit pelacon::os::Singleton<EventSlot> slot;
+    return slot.Get([] { return new EventSlot; });
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
 #include <PelaconSDK/BleAdvertiser.h>
 #include <karvell_secure_c/securec.h>
+#include <os/Lock.h>
 #include <protocol/BleAdvertiser.h>
-#include <sdk/api/ApiLock.h>
 #include <sdk/api/BleFailures.h>
 #include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
 #include <sdk/ipc/Exchange.h>
 
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 using namespace pelacon;  // NOLINT(google-build-using-namespace)
@@ -22,7 +21,7 @@ constexpr std::int32_t kRegisterFailed = 1;
 constexpr std::int32_t kStartFailed = 2;
 
 /// Held by each operation from before its request until after its reply.
-std::mutex advertiserMutex;
+constinit os::Lock advertiserLock;
 
 IPCMessageSender& Sender()
 {
@@ -66,7 +65,7 @@ BleStatusC BleAdvertiser::BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback,
 {
     constexpr auto kFunction = "BleAdvertiser::BleAdvRegisterCallbacks";
     LogStart(kFunction);
-    std::unique_lock lock(advertiserMutex);
+    std::unique_lock lock(advertiserLock);
     if (advCallback == nullptr) {
         Log(kLogIncomplete, kFunction, "advCallback is nullptr, return");
         return kBleStatusFailed;
@@ -79,7 +78,7 @@ BleStatusC BleAdvertiser::BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback,
                     kBleFailures.OnNoReply([] { ReportBroadcastError(kRegisterFailed, 0); }),
                     [&](const protocol::ValueStatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
-                            const auto registry = LockRegistry(lock, Sender().AdvertiserMutex());
+                            lock.unlock();
                             Sender().AddAdvCb(advCallback, reply.value);
                             *businessId = reply.value;
                         }
@@ -91,11 +90,8 @@ BleStatusC BleAdvertiser::BleAdvUnRegisterCallbacks(int advId)
 {
     constexpr auto kFunction = "BleAdvertiser::BleAdvUnRegisterCallbacks";
     LogStart(kFunction);
-    std::unique_lock lock(advertiserMutex);
-    {
-        const auto registry = LockRegistry(lock, Sender().AdvertiserMutex());
-        Sender().RemoveAdvCb(advId);
-    }
+    Sender().RemoveAdvCb(advId);
+    const std::lock_guard lock(advertiserLock);
     return Exchange(kFunction, protocol::kUnregisterAdvertiser, {advId}, kBleFailures, BleStatusOf);
 }
 
@@ -109,7 +105,7 @@ BleStatusC BleAdvertiser::BleStartAdvertise(int advId, const BleAdvertiseParamsC
         Log(kLogFailure, kFunction, "part time param invalid");
         return kBleStatusFailed;
     }
-    const std::lock_guard lock(advertiserMutex);
+    const std::lock_guard lock(advertiserLock);
     protocol::StartAdvertiseRequest request{advId,
                                             params.minInterval,
                                             params.maxInterval,
@@ -136,6 +132,6 @@ BleStatusC BleAdvertiser::BleStopAdvertise(int advId)
 {
     constexpr auto kFunction = "BleAdvertiser::BleStopAdvertise";
     LogStart(kFunction);
-    const std::lock_guard lock(advertiserMutex);
+    const std::lock_guard lock(advertiserLock);
     return Exchange(kFunction, protocol::kStopAdvertise, {advId}, kBleFailures, BleStatusOf);
 }

@@ -1,6 +1,6 @@
 #include <PelaconSDK/BleGattClient.h>
+#include <os/Lock.h>
 #include <protocol/GattClient.h>
-#include <sdk/api/ApiLock.h>
 #include <sdk/api/BleFailures.h>
 #include <sdk/api/GattFields.h>
 #include <sdk/diag/Log.h>
@@ -17,7 +17,7 @@ static_assert(kBleGattMaxValueLength == protocol::kGattValueSize);
 namespace {
 
 /// Serialises the operations, the wait for the reply included.
-std::mutex apiMutex;
+constinit os::Lock apiLock;
 
 /// The types of the diagnostic event that a missing answer raises.
 enum ClientEvent : std::int32_t {
@@ -51,7 +51,7 @@ BleStatusC ExchangeClientId(
     std::int32_t clientId)
 {
     LogStart(function);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     return Exchange(function, operation, {clientId}, kBleFailures, BleStatusOf);
 }
 
@@ -74,7 +74,7 @@ BleStatusC BleGattClient::BleGattClientRegister(int32_t* clientId)
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientRegister";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     if (clientId == nullptr) {
         Log(kLogIncomplete, kFunction, "clientId is nullptr, return");
         return kBleStatusFailed;
@@ -100,12 +100,9 @@ BleStatusC BleGattClient::BleGattClientConnect(int32_t clientId, uint64_t addres
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientConnect";
     LogStart(kFunction);
-    std::unique_lock lock(apiMutex);
     IPCMessageSender& sender = IPCMessageSender::GetInstance();
-    {
-        const auto registry = LockRegistry(lock, sender.GattClientMutex());
-        sender.AddBleGattClientCb(callbacks, clientId);
-    }
+    sender.AddBleGattClientCb(callbacks, clientId);
+    const std::lock_guard lock(apiLock);
     const protocol::GattConnectRequest request{clientId, {}, address};
     if (!sender.PostIPCMessageToService(protocol::kGattClientConnect.id, &request)) {
         return kBleStatusFailed;
@@ -130,7 +127,7 @@ BleStatusC BleGattClient::BleGattClientGetService(int32_t clientId, const std::s
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientGetService";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     protocol::GattServiceRequest request{};
     request.clientId = clientId;
     if (!PutUuid(request.serviceUuid, serviceUuid)) {
@@ -146,7 +143,7 @@ BleStatusC BleGattClient::BleGattClientReadCharacteristic(int32_t clientId,
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientReadCharacteristic";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     if (value == nullptr || IsTooLong(serviceUuid) || IsTooLong(charUuid)) {
         return Refuse(kFunction, "invalid params");
     }
@@ -171,7 +168,7 @@ BleStatusC BleGattClient::BleGattClientWriteCharacteristic(int32_t clientId,
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientWriteCharacteristic";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     if (value.size() > protocol::kGattValueSize || IsTooLong(serviceUuid) || IsTooLong(charUuid)) {
         return Refuse(kFunction, "invalid params");
     }
@@ -194,7 +191,7 @@ BleStatusC BleGattClient::BleGattClientRegisterNotification(int32_t clientId,
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientRegisterNotification";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     if (IsTooLong(serviceUuid) || IsTooLong(charUuid)) {
         return Refuse(kFunction, "invalid params");
     }
@@ -213,7 +210,7 @@ BleStatusC BleGattClient::BleGattClientGetMtu(int32_t clientId, int32_t* mtu)
 {
     constexpr auto kFunction = "BleGattClient::BleGattClientGetMtu";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     if (mtu == nullptr) {
         return Refuse(kFunction, "null");
     }

@@ -1,6 +1,6 @@
 #include <PelaconSDK/BleGattServer.h>
+#include <os/Lock.h>
 #include <protocol/GattServer.h>
-#include <sdk/api/ApiLock.h>
 #include <sdk/api/BleFailures.h>
 #include <sdk/api/GattFields.h>
 #include <sdk/api/GattServerService.h>
@@ -15,7 +15,7 @@ using diag::LogStart;
 namespace {
 
 /// Serialises the operations, the wait for the reply included.
-std::mutex apiMutex;
+constinit os::Lock apiLock;
 
 /// The types of the diagnostic event that a missing answer raises.
 enum ServerEvent : std::int32_t {
@@ -52,11 +52,11 @@ IPCMessageSender& Sender()
 
 /// What to do with a status reply besides returning it: when it is 0, change the registry.
 template <typename Change>
-auto StatusThen(std::unique_lock<std::mutex>& lock, const Change& change)
+auto StatusThen(std::unique_lock<os::Lock>& lock, const Change& change)
 {
     return [&lock, &change](const protocol::StatusReply& reply) {
         if (reply.status == kBleStatusSuccess) {
-            const auto registry = LockRegistry(lock, Sender().GattServerMutex());
+            lock.unlock();
             change(Sender());
         }
         return BleStatusOf(reply);
@@ -70,7 +70,7 @@ BleStatusC BleGattServer::BleGattServerRegister(BtGattServerCallbacksC* callback
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerRegister";
     LogStart(kFunction);
-    std::unique_lock lock(apiMutex);
+    std::unique_lock lock(apiLock);
     if (callbacks == nullptr || serverId == nullptr) {
         return RefuseNull(kFunction);
     }
@@ -78,7 +78,7 @@ BleStatusC BleGattServer::BleGattServerRegister(BtGattServerCallbacksC* callback
                     FailuresReporting(kRegisterEvent, "NA", 0, 0),
                     [&](const protocol::ValueStatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
-                            const auto registry = LockRegistry(lock, Sender().GattServerMutex());
+                            lock.unlock();
                             Sender().AddGattServer(callbacks, reply.value);
                             *serverId = reply.value;
                         }
@@ -90,7 +90,7 @@ BleStatusC BleGattServer::BleGattServerUnRegister(int32_t serverId)
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerUnRegister";
     LogStart(kFunction);
-    std::unique_lock lock(apiMutex);
+    std::unique_lock lock(apiLock);
     return Exchange(
         kFunction, protocol::kGattServerUnRegister, {serverId}, kBleFailures,
         StatusThen(lock, [&](IPCMessageSender& sender) { sender.RemoveGattServer(serverId); }));
@@ -101,7 +101,7 @@ BleStatusC pelacon::AddGattService(std::int32_t serverId, const std::string* ser
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerAddService";
     LogStart(kFunction);
-    std::unique_lock lock(apiMutex);
+    std::unique_lock lock(apiLock);
     if (serviceHandle == nullptr) {
         return RefuseNull(kFunction);
     }
@@ -118,7 +118,7 @@ BleStatusC pelacon::AddGattService(std::int32_t serverId, const std::string* ser
                     [&](const protocol::ValueStatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
                             *serviceHandle = reply.value;
-                            const auto registry = LockRegistry(lock, Sender().GattServerMutex());
+                            lock.unlock();
                             Sender().AddGattServerService(serverId, reply.value, *serviceUuid);
                         }
                         return static_cast<BleStatusC>(reply.status);
@@ -135,7 +135,7 @@ BleStatusC BleGattServer::BleGattServerDeleteService(int32_t serverId, int32_t s
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerDeleteService";
     LogStart(kFunction);
-    std::unique_lock lock(apiMutex);
+    std::unique_lock lock(apiLock);
     return Exchange(kFunction, protocol::kGattServerDeleteService, {serverId, serviceHandle},
                     kBleFailures, StatusThen(lock, [&](IPCMessageSender& sender) {
                         sender.RemoveGattServerService(serverId, serviceHandle);
@@ -147,7 +147,7 @@ BleStatusC BleGattServer::BleGattServerAddCharacteristic(int32_t serverId, int32
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerAddCharacteristic";
     LogStart(kFunction);
-    std::unique_lock lock(apiMutex);
+    std::unique_lock lock(apiLock);
     if (info == nullptr) {
         return RefuseNull(kFunction);
     }
@@ -171,7 +171,7 @@ BleStatusC BleGattServer::BleGattServerStartService(int32_t serverId, int32_t se
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerStartService";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     return Exchange(kFunction, protocol::kGattServerStartService, {serverId, serviceHandle},
                     FailuresReporting(kStartServiceEvent, "NA", serverId, serviceHandle),
                     BleStatusOf);
@@ -181,7 +181,7 @@ BleStatusC BleGattServer::BleGattServerStopService(int32_t serverId, int32_t ser
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerStopService";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     return Exchange(kFunction, protocol::kGattServerStopService, {serverId, serviceHandle},
                     kBleFailures, BleStatusOf);
 }
@@ -193,7 +193,7 @@ BleStatusC BleGattServer::BleGattServerPublishNotify(int32_t serverId, int32_t s
 {
     constexpr auto kFunction = "BleGattServer::BleGattServerPublishNotify";
     LogStart(kFunction);
-    const std::lock_guard lock(apiMutex);
+    const std::lock_guard lock(apiLock);
     protocol::GattPublishNotifyRequest request{};
     request.serverId = serverId;
     request.serviceHandle = serviceHandle;

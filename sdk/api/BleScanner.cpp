@@ -1,7 +1,7 @@
 #include <PelaconSDK/BleScanner.h>
+#include <os/Lock.h>
 #include <protocol/BleScanner.h>
 #include <protocol/TargetAdv.h>
-#include <sdk/api/ApiLock.h>
 #include <sdk/api/BleFailures.h>
 #include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <mutex>
 #include <string>
 
 using namespace pelacon;  // NOLINT(google-build-using-namespace)
@@ -31,7 +30,7 @@ constexpr std::int32_t kStartFailed = 2;
 constexpr std::int32_t kIpcTimeout = 2;
 
 /// Held by each of a listener's operations from before its request until after its reply.
-std::mutex scannerMutex;
+constinit os::Lock scannerLock;
 
 IPCMessageSender& Sender()
 {
@@ -63,7 +62,7 @@ BleStatusC BleScanner::BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, in
 {
     constexpr auto kFunction = "BleScanner::BleScanRegisterCallbacks";
     LogStart(kFunction);
-    std::unique_lock lock(scannerMutex);
+    std::unique_lock lock(scannerLock);
     const auto reportTimeout = [&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kRegisterFailed)
@@ -75,7 +74,7 @@ BleStatusC BleScanner::BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, in
                     kBleFailures.OnNoReply(reportTimeout),
                     [&](const protocol::ValueStatusReply& reply) {
                         if (reply.status == kBleStatusSuccess) {
-                            const auto registry = LockRegistry(lock, Sender().ScanMutex());
+                            lock.unlock();
                             Sender().AddScanCb(callbacks, reply.value);
                             *listenerId = reply.value;
                         }
@@ -87,11 +86,8 @@ BleStatusC BleScanner::BleScanUnRegisterCallbacks(int listenerId)
 {
     constexpr auto kFunction = "BleScanner::BleScanUnRegisterCallbacks";
     LogStart(kFunction);
-    std::unique_lock lock(scannerMutex);
-    {
-        const auto registry = LockRegistry(lock, Sender().ScanMutex());
-        Sender().RemoveScanCb(listenerId);
-    }
+    Sender().RemoveScanCb(listenerId);
+    const std::lock_guard lock(scannerLock);
     return Exchange(kFunction, protocol::kUnregisterScanListener, {listenerId}, kBleFailures,
                     BleStatusOf, "UnRegister end");
 }
@@ -100,7 +96,7 @@ BleStatusC BleScanner::StartBleScan(int listenerId, BleScanPolicy policy)
 {
     constexpr auto kFunction = "BleScanner::StartBleScan";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
+    const std::lock_guard lock(scannerLock);
     const auto reportTimeout = [&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kStartFailed)
@@ -124,7 +120,7 @@ BleStatusC BleScanner::StopBleScan(int listenerId)
 {
     constexpr auto kFunction = "BleScanner::StopBleScan";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
+    const std::lock_guard lock(scannerLock);
     const auto stop = [&] { Sender().ScanStop(listenerId); };
     return Exchange(kFunction, protocol::kStopBleScan, {listenerId}, kBleFailures.OnNoReply(stop),
                     [&](const protocol::StatusReply& reply) {
@@ -141,7 +137,7 @@ BleStatusC BleScanner::SetScanFilter(int listenerId, BleScanFilter* filters, int
         Log(kLogFailure, kFunction, "invalid filterSize", filterSize);
         return kBleStatusFailed;
     }
-    const std::lock_guard lock(scannerMutex);
+    const std::lock_guard lock(scannerLock);
     protocol::SetScanFilterRequest request{};
     request.listenerId = listenerId;
     request.filterSize = filterSize;
@@ -158,7 +154,7 @@ BleStatusC BleScanner::RemoveScanFilter(int listenerId)
 {
     constexpr auto kFunction = "BleScanner::RemoveScanFilter";
     LogStart(kFunction);
-    const std::lock_guard lock(scannerMutex);
+    const std::lock_guard lock(scannerLock);
     const auto logNotSent = [&] {
         Log(kLogFailure, kFunction, "Remove scan filter ipc send error");
     };

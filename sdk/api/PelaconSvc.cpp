@@ -1,5 +1,7 @@
 #include <IPCMessage/IPCMessageClient.h>
 #include <PelaconSDK/PelaconSvc.h>
+#include <os/Fork.h>
+#include <os/Lock.h>
 #include <os/SharedLibrary.h>
 #include <protocol/Operation.h>
 #include <sdk/api/CEntry.h>
@@ -8,17 +10,43 @@
 #include <sdk/ipc/Receivers.h>
 
 #include <atomic>
+#include <cstdint>
 #include <exception>
 #include <memory>
+#include <utility>
 
 namespace {
 
+namespace os = pelacon::os;
 using pelacon::CEntry;
 using pelacon::IPCMessageSender;
 using pelacon::diag::Log;
 
-std::atomic<IPCMessageClient*> g_pelaconSdkIPCSender{nullptr};
-std::atomic<bool> started{false};
+/// The library's client, made by the first start and ended by the stop after it, whatever threads
+/// call which.
+class Library {
+  public:
+    constexpr Library() = default;
+
+    int Start();
+    void Stop();
+
+  private:
+    using Client = std::unique_ptr<IPCMessageClient>;
+    using Lock = std::unique_lock<os::Lock>;
+
+    std::uint64_t Stopper() const;
+    void End(Lock& lock, Client client);
+
+    os::Lock lock_;  // also held while a client is made, which waits for nobody
+    IPCMessageClient* client_ = nullptr;
+
+    // The thread that is ending a client, or 0. That thread does not hold the lock while it waits
+    // for callbacks, which may start and stop.
+    std::atomic<std::uint64_t> stopper_{0};
+};
+
+constinit Library library;
 
 /// The client, or null when it cannot be made.
 std::unique_ptr<IPCMessageClient> MakeClient()
@@ -32,54 +60,67 @@ std::unique_ptr<IPCMessageClient> MakeClient()
     }
 }
 
-/// Ends the client, if there is one. The sender forgets it first, so that no request reaches one
-/// that is being destroyed.
-bool EndClient()
+std::uint64_t Library::Stopper() const
 {
-    const std::unique_ptr<IPCMessageClient> client(g_pelaconSdkIPCSender.exchange(nullptr));
-    if (!client) {
-        return false;
-    }
-    IPCMessageSender::GetInstance().ForgetClient();
-    client->UnRegisterMessageCallbackAll();
-    IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
-    return true;
+    const std::uint64_t stopper = stopper_;
+    return os::StayedBehind(stopper) ? 0 : stopper;
 }
 
-int Init()
+/// The sender forgets the client first, so that no request reaches one that is being destroyed.
+void Library::End(Lock& lock, Client client)
 {
-    if (started) {
+    stopper_ = os::ThisThread();
+    IPCMessageSender::GetInstance().ForgetClient();
+    lock.unlock();
+    client->UnRegisterMessageCallbackAll();
+    IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
+    client.reset();
+    stopper_ = 0;
+    stopper_.notify_all();
+}
+
+int Library::Start()
+{
+    Lock lock(lock_);
+    while (const std::uint64_t stopper = Stopper()) {
+        if (stopper == os::ThisThread() || pelacon::IsInReceiver()) {
+            return 0;  // the stop may be waiting for this very callback
+        }
+        lock.unlock();
+        stopper_.wait(stopper);
+        lock.lock();
+    }
+    if (client_ != nullptr) {
         return 0;
     }
-    pelacon::os::PinThisLibrary();
-    g_pelaconSdkIPCSender = MakeClient().release();
-    IPCMessageClient* client = g_pelaconSdkIPCSender;
-    if (client == nullptr) {
+    os::PinThisLibrary();
+    Client client = MakeClient();
+    if (!client) {
         Log(kLogFailure, "Init", "g_pelaconSdkIPCSender  nullptr");
         return -1;
     }
     try {
-        IPCMessageSender::GetInstance().SetIPCMessageSender(client);
-        pelacon::RegIpcMessage(client);
+        IPCMessageSender::GetInstance().SetIPCMessageSender(client.get());
+        pelacon::RegIpcMessage(client.get());
     } catch (const std::exception& exception) {
         Log(kLogTrace, "Init", "RegIpcMessage: ", exception.what());
-        EndClient();
+        End(lock, std::move(client));
         return -1;
     }
-    started = true;
+    client_ = client.release();
     Log(kLogTrace, "Init", "succ");
     return 0;
 }
 
-/// Only the stop that ends the client clears the flag: while it waits for a callback, neither a
-/// stop nor a start by that callback gets in between.
-int Uninit()
+void Library::Stop()
 {
-    Log(kLogMilestone, "Uninit", "Enter!");
-    if (started && EndClient()) {
-        started = false;
+    Lock lock(lock_);
+    if (Client client{std::exchange(client_, nullptr)}) {
+        End(lock, std::move(client));
+    } else {
+        // In a child of a parent that was starting the sender may know the parent's.
+        IPCMessageSender::GetInstance().ForgetClient();
     }
-    return 0;
 }
 
 }  // namespace
@@ -89,7 +130,7 @@ int PelaconSvcStart()
     return CEntry("PelaconSvcStart", -1, [] {
         constexpr auto kFunction = "PelaconSvcStart";
         Log(kLogMilestone, kFunction, "Init start!");
-        const int result = Init();
+        const int result = library.Start();
         if (result != 0) {
             Log(kLogFailure, kFunction, "Init failed!");
         }
@@ -101,6 +142,8 @@ int PelaconSvcStop()
 {
     return CEntry("PelaconSvcStop", 0, [] {
         Log(kLogMilestone, "PelaconSvcStop", "Uninit start!");
-        return Uninit();
+        Log(kLogMilestone, "Uninit", "Enter!");
+        library.Stop();
+        return 0;
     });
 }

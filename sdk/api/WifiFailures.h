@@ -2,10 +2,9 @@
 #pragma once
 
 #include <PelaconSDK/WifiStatus.h>
+#include <os/Lock.h>
 #include <protocol/Operation.h>
 #include <sdk/ipc/Exchange.h>
-
-#include <mutex>
 
 namespace pelacon {
 
@@ -25,12 +24,11 @@ inline WifiErrorCode RefuseWifi(LOG_MESSAGE_LEVEL level, const char* function, c
     return result;
 }
 
-/// Held by an operation of Vod2dApi as long as it lasts. One that registers a table gives it back
-/// first, for a callback, which runs with the registry locked, may call operations.
-inline std::unique_lock<std::mutex> LockVod2dApi()
+/// Held by an operation of Vod2dApi as long as it lasts.
+inline std::unique_lock<os::Lock> LockVod2dApi()
 {
-    static std::mutex mutex;
-    return std::unique_lock(mutex);
+    static constinit os::Lock vod2dLock;
+    return std::unique_lock(vod2dLock);
 }
 
 }  // namespace pelacon

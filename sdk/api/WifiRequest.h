@@ -1,22 +1,21 @@
 // The shapes that nearly all requests of WifiSystemApi have.
 #pragma once
 
+#include <os/Lock.h>
 #include <protocol/Operation.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 
-#include <mutex>
 #include <string>
 #include <type_traits>
 
 namespace pelacon {
 
-/// Taken by an operation that is serialised, until it returns. One that registers an object gives
-/// it back first: callbacks, which run with their registry locked, may call operations.
-inline std::unique_lock<std::mutex> LockSoftApMutex()
+/// Held by an operation that is serialised as long as it lasts.
+inline std::unique_lock<os::Lock> LockSoftApMutex()
 {
-    static std::mutex& softApMutex = *new std::mutex;
-    return std::unique_lock(softApMutex);
+    static constinit os::Lock softApLock;
+    return std::unique_lock(softApLock);
 }
 
 /// The value of a reply that consists of one.

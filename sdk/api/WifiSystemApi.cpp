@@ -1,5 +1,6 @@
 // The object itself, the errors that it passes on, and the scan.
 #include <PelaconSDK/WifiSystemApi.h>
+#include <os/Singleton.h>
 #include <sdk/wifi/ErrorStatus.h>
 #include <sdk/wifi/WlanScan.h>
 
@@ -7,9 +8,8 @@ using pelacon::ErrorStatus;
 
 WifiSystemApi& WifiSystemApi::GetInstance()
 {
-    // Never destroyed: threads may use it until the process ends.
-    static WifiSystemApi& instance = *new WifiSystemApi;
-    return instance;
+    static constinit pelacon::os::Singleton<WifiSystemApi> instance;
+    return instance.Get([] { return new WifiSystemApi; });
 }
 
 bool WifiSystemApi::Scan()

@@ -10,7 +10,7 @@ using diag::LogStart;
 void AdvertiserCallbacks::AddAdvCb(BleAdvCallbacksC* callbacks, int advId)
 {
     constexpr auto kFunction = "IPCMessageSender::AddAdvCb";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     LogStart(kFunction);
     if (callbacks != nullptr && tables_.Add(advId, callbacks)) {
         Log(kLogTrace, kFunction, "add callback");
@@ -21,7 +21,7 @@ void AdvertiserCallbacks::AddAdvCb(BleAdvCallbacksC* callbacks, int advId)
 void AdvertiserCallbacks::RemoveAdvCb(int advId)
 {
     constexpr auto kFunction = "IPCMessageSender::RemoveAdvCb";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     LogStart(kFunction);
     if (tables_.Remove(advId)) {
         Log(kLogTrace, kFunction, "remove callback");
@@ -32,7 +32,7 @@ void AdvertiserCallbacks::RemoveAdvCb(int advId)
 void AdvertiserCallbacks::AdvertiseDisableCallback(int advId, int status)
 {
     constexpr auto kFunction = "IPCMessageSender::AdvertiseDisableCallback";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     LogStart(kFunction);
     const auto* table = tables_.Find(advId);
     if (table != nullptr && (*table)->onAdvertiseDisabled != nullptr) {
@@ -44,7 +44,7 @@ void AdvertiserCallbacks::AdvertiseDisableCallback(int advId, int status)
 
 std::vector<std::int32_t> AdvertiserCallbacks::LowestAdvIds(std::size_t most)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     return tables_.LowestKeys(most);
 }
 

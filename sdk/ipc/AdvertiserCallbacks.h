@@ -2,11 +2,11 @@
 #pragma once
 
 #include <PelaconSDK/BleAdvertiser.h>
+#include <os/Lock.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace pelacon {
@@ -23,10 +23,8 @@ class AdvertiserCallbacks {
     /// The lowest ids that have a table, in ascending order, at most so many.
     std::vector<std::int32_t> LowestAdvIds(std::size_t most);
 
-    std::recursive_mutex& AdvertiserMutex() { return mutex_; }
-
   private:
-    std::recursive_mutex mutex_;
+    os::Lock lock_;
     KeyedRegistry<std::int32_t, BleAdvCallbacksC*> tables_;
 };
 

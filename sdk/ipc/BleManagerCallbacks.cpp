@@ -9,13 +9,13 @@ using diag::LogStart;
 
 void BleManagerCallbacks::AddBleManagerCb(BtManagerCallbacksC* table)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     tables_.Append(table);
 }
 
 void BleManagerCallbacks::RemoveBleManagerCb(BtManagerCallbacksC* table)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     tables_.Remove(table);
 }
 
@@ -24,13 +24,13 @@ void BleManagerCallbacks::OnBtStateChanged(std::int32_t state)
     constexpr auto kFunction = "IPCMessageSender::OnBtStateChanged";
     LogStart(kFunction);
     {
-        const std::lock_guard lock(mutex_);
-        for (const BtManagerCallbacksC* table : tables_) {
+        const std::lock_guard lock(lock_);
+        tables_.ForEach([&](const BtManagerCallbacksC* table) {
             if (table != nullptr && table->onStateChanged != nullptr) {
                 Log(kLogTrace, kFunction, "call callback");
                 table->onStateChanged(state);
             }
-        }
+        });
     }
     LogEnd(kFunction);
 }

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <PelaconSDK/BleManager.h>
+#include <os/Lock.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace pelacon {
 
@@ -19,8 +19,8 @@ class BleManagerCallbacks {
     void OnBtStateChanged(std::int32_t state);
 
   private:
-    std::mutex mutex_;
-    PointerList<BtManagerCallbacksC> tables_;
+    os::Lock lock_;
+    OrderedList<BtManagerCallbacksC*> tables_;
 };
 
 }  // namespace pelacon

@@ -1,10 +1,10 @@
 // Tables with one slot each that are registered by a request and never unregistered.
 #pragma once
 
+#include <os/Lock.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Registry.h>
 
-#include <mutex>
 #include <optional>
 
 namespace pelacon {
@@ -16,8 +16,11 @@ class CallbackList {
     /// A table that is there already is not added again; the request counts all the same.
     void Register(const char* function, Table* table, const Request& request)
     {
-        const std::lock_guard lock(mutex_);
-        request_ = request;
+        const std::lock_guard lock(lock_);
+        {
+            const os::ForkHold hold;
+            request_ = request;
+        }
         if (!tables_.AddOnce(table)) {
             diag::Log(kLogTrace, function, "callback already exist");
         }
@@ -26,7 +29,7 @@ class CallbackList {
     /// The request last accepted; nothing when there is no table.
     std::optional<Request> Accepted() const
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         return request_;
     }
 
@@ -36,20 +39,20 @@ class CallbackList {
     {
         diag::LogStart(function);
         {
-            const std::lock_guard lock(mutex_);
-            for (const Table* table : tables_) {
+            const std::lock_guard lock(lock_);
+            tables_.ForEach([&](const Table* table) {
                 if (table != nullptr && table->*slot != nullptr) {
                     diag::Log(kLogTrace, function, "call callback");
                     (table->*slot)(&event);
                 }
-            }
+            });
         }
         diag::LogEnd(function);
     }
 
   private:
-    mutable std::mutex mutex_;
-    PointerList<Table> tables_;
+    mutable os::Lock lock_;
+    OrderedList<Table*> tables_;
     std::optional<Request> request_;
 };
 

@@ -11,7 +11,7 @@ using diag::LogStart;
 void GattClientCallbacks::AddBleGattClientCb(BtGattClientCallbacksC* callbacks,
                                              std::int32_t clientId)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (callbacks != nullptr && tables_.Add(clientId, callbacks)) {
         Log(kLogTrace, "IPCMessageSender::AddBleGattClientCb", "add callback");
     }
@@ -32,7 +32,7 @@ void GattClientCallbacks::OnConnectionStateCallback(const protocol::GattConnecti
     }
     LogStart(kFunction);
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         Log(kLogTrace, kFunction, "call callback");
         const auto onConnectionState = TableOf(record->clientId).onConnectionState;
         if (onConnectionState != nullptr) {
@@ -50,7 +50,7 @@ void GattClientCallbacks::OnNotificationReceiveCallback(const protocol::GattValu
     }
     LogStart(kFunction);
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         Log(kLogTrace, kFunction, "call callback");
         const auto onNotificationReceive = TableOf(record->clientId).onNotificationReceive;
         if (onNotificationReceive != nullptr) {

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <PelaconSDK/BleGattClient.h>
+#include <os/Lock.h>
 #include <protocol/GattClient.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace pelacon {
 
@@ -19,14 +19,10 @@ class GattClientCallbacks {
     void OnConnectionStateCallback(const protocol::GattConnectionState* record);
     void OnNotificationReceiveCallback(const protocol::GattValueRecord* record);
 
-    /// The registry's lock, for an operation that must take it together with another. Recursive, as
-    /// callbacks run with it and may call operations that add to the registry.
-    std::recursive_mutex& GattClientMutex() { return mutex_; }
-
   private:
     BtGattClientCallbacksC TableOf(std::int32_t clientId);
 
-    std::recursive_mutex mutex_;
+    os::Lock lock_;
     KeyedRegistry<std::int32_t, BtGattClientCallbacksC*> tables_;
 };
 

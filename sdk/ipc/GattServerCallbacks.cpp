@@ -48,7 +48,7 @@ GattServerCallbacks::Service* GattServerCallbacks::FindService(const char* funct
 
 void GattServerCallbacks::AddGattServer(BtGattServerCallbacksC* callbacks, std::int32_t serverId)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (callbacks != nullptr && servers_.Add(serverId, Server{callbacks, {}})) {
         Log(kLogTrace, "IPCMessageSender::AddGattServer", "add callback");
     }
@@ -56,7 +56,7 @@ void GattServerCallbacks::AddGattServer(BtGattServerCallbacksC* callbacks, std::
 
 void GattServerCallbacks::RemoveGattServer(std::int32_t serverId)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (FindServer("IPCMessageSender::RemoveGattServer", serverId) != nullptr) {
         servers_.Remove(serverId);
     }
@@ -66,7 +66,7 @@ void GattServerCallbacks::AddGattServerService(std::int32_t serverId, std::int32
                                                const std::string& serviceUuid)
 {
     constexpr auto kFunction = "IPCMessageSender::AddGattServerService";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     Server* server = FindServer(kFunction, serverId);
     if (server != nullptr && !server->services.Add(serviceHandle, Service{serviceUuid, {}})) {
         Log(kLogFailure, kFunction, "serviceHandle already exist: ", serviceHandle);
@@ -76,7 +76,7 @@ void GattServerCallbacks::AddGattServerService(std::int32_t serverId, std::int32
 void GattServerCallbacks::RemoveGattServerService(std::int32_t serverId, std::int32_t serviceHandle)
 {
     constexpr auto kFunction = "IPCMessageSender::RemoveGattServerService";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (Server* server = FindServer(kFunction, serverId)) {
         Log(kLogTrace, kFunction, "remove callback");
         server->services.Remove(serviceHandle);
@@ -89,7 +89,7 @@ void GattServerCallbacks::AddGattServerCharacteristic(std::int32_t serverId,
                                                       BtGattCharCallbacksC* callbacks)
 {
     constexpr auto kFunction = "IPCMessageSender::AddGattServerCharacteristic";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     Service* service = FindService(kFunction, serverId, serviceHandle);
     if (service == nullptr) {
         return;
@@ -98,6 +98,7 @@ void GattServerCallbacks::AddGattServerCharacteristic(std::int32_t serverId,
         Log(kLogFailure, kFunction, "charUuid already exist: ", info->charUuid);
         return;
     }
+    const os::ForkHold hold;
     service->characteristics.push_back({info->charUuid, callbacks});
 }
 
@@ -107,7 +108,7 @@ void GattServerCallbacks::TellServer(const char* function, const char* text, con
 {
     LogStart(function);
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         const Server* server = FindServer(function, record->serverId);
         if (server == nullptr) {
             return;
@@ -169,7 +170,7 @@ void GattServerCallbacks::TellCharacteristic(const char* function, const char* t
         return;
     }
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         const Service* service = FindService(function, record->serverId, record->serviceHandle);
         if (service == nullptr) {
             return;

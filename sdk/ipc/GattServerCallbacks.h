@@ -2,11 +2,11 @@
 #pragma once
 
 #include <PelaconSDK/BleGattServer.h>
+#include <os/Lock.h>
 #include <protocol/GattServer.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -35,10 +35,6 @@ class GattServerCallbacks {
     void OnServerReadCallback(const protocol::GattPeerRequestRecord* record);
     void OnServerWriteCallback(const protocol::GattPeerRequestRecord* record);
 
-    /// The registry's lock, for an operation that must take it together with another. Recursive, as
-    /// callbacks run with it and may call operations that change the registry.
-    std::recursive_mutex& GattServerMutex() { return mutex_; }
-
   private:
     struct Characteristic {
         std::string uuid;
@@ -66,7 +62,7 @@ class GattServerCallbacks {
     void TellCharacteristic(const char* function, const char* text,
                             const protocol::GattPeerRequestRecord* record, Slot slot);
 
-    std::recursive_mutex mutex_;
+    os::Lock lock_;
     KeyedRegistry<std::int32_t, Server> servers_;
 };
 

@@ -1,10 +1,12 @@
-#include <os/Fork.h>
 #include <os/Processes.h>
+#include <os/Singleton.h>
+#include <os/UseCount.h>
 #include <protocol/Operation.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/IPCMessageSender.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace pelacon {
 
@@ -19,7 +21,7 @@ constexpr std::int32_t kPostedMessage = 0xD70048;
 constexpr std::uint32_t kPostedLength = 16;
 
 /// Requests and posts that are using the client.
-constinit std::atomic<std::int32_t> clientUses{0};
+constinit os::UseCount clientUses;
 
 TagIPCMessageItem MessageToService(std::int32_t messageId, const void* payload,
                                    std::uint32_t length)
@@ -48,40 +50,22 @@ class IPCMessageSender::ClientUse {
     explicit ClientUse(const std::atomic<IPCMessageClient*>& client)
     {
         if (client.load() != nullptr) {  // what is refused anyway does not hold up stop
-            clientUses.fetch_add(1);
+            use_.emplace(clientUses);
             client_ = client.load();
-            counted_ = true;
         }
     }
-
-    ~ClientUse()
-    {
-        if (counted_) {
-            clientUses.fetch_sub(1);
-            clientUses.notify_all();
-        }
-    }
-
-    ClientUse(const ClientUse&) = delete;
-    ClientUse& operator=(const ClientUse&) = delete;
 
     const IPCMessageClient* Client() const { return client_; }
 
   private:
+    std::optional<os::UseCount::Use> use_;
     const IPCMessageClient* client_ = nullptr;
-    bool counted_ = false;
 };
 
 IPCMessageSender& IPCMessageSender::GetInstance()
 {
-    static IPCMessageSender& sender = *new IPCMessageSender;
-    return sender;
-}
-
-IPCMessageSender::IPCMessageSender()
-{
-    // The threads whose uses these are stay behind in the parent.
-    os::OnForkedChild([] { clientUses = 0; });
+    static constinit os::Singleton<IPCMessageSender> sender;
+    return sender.Get([] { return new IPCMessageSender; });
 }
 
 void IPCMessageSender::SetIPCMessageSender(IPCMessageClient* client)
@@ -99,9 +83,7 @@ void IPCMessageSender::ForgetClient()
 
 void IPCMessageSender::WaitUntilClientIsUnused()
 {
-    for (std::int32_t uses = clientUses.load(); uses != 0; uses = clientUses.load()) {
-        clientUses.wait(uses);
-    }
+    clientUses.WaitUntilUnused();
 }
 
 void IPCMessageSender::LimitWaits(std::chrono::milliseconds longest)

@@ -69,7 +69,7 @@ class IPCMessageSender : public BleManagerCallbacks,
   private:
     class ClientUse;
 
-    IPCMessageSender();
+    IPCMessageSender() = default;
     ~IPCMessageSender() = default;
 
     void SendRepairRequest();

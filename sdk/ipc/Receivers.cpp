@@ -236,6 +236,17 @@ constexpr Route kRoutesExt[] = {
 
 static_assert(std::size(kRoutes) + std::size(kRoutesExt) == 26);
 
+constinit thread_local int receiversEntered = 0;
+
+/// While it exists, this thread is inside a receiver.
+class InReceiver {
+  public:
+    InReceiver() { ++receiversEntered; }
+    ~InReceiver() { --receiversEntered; }
+    InReceiver(const InReceiver&) = delete;
+    InReceiver& operator=(const InReceiver&) = delete;
+};
+
 void Dispatch(std::span<const Route> routes, const TagIPCMessageItem& item)
 {
     const auto route = std::find_if(routes.begin(), routes.end(), [&](const Route& candidate) {
@@ -247,10 +258,16 @@ void Dispatch(std::span<const Route> routes, const TagIPCMessageItem& item)
     if (item.message == nullptr && route->withoutPayload == WithoutPayload::kDropped) {
         return;
     }
+    const InReceiver inside;
     route->handler(item);
 }
 
 }  // namespace
+
+bool IsInReceiver() noexcept
+{
+    return receiversEntered != 0;
+}
 
 void OnIpcMessage(TagIPCMessageItem& item)
 {

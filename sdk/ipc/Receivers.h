@@ -9,6 +9,9 @@ namespace pelacon {
 void OnIpcMessage(TagIPCMessageItem& item);
 void OnIpcMessageExt(TagIPCMessageItem& item);
 
+/// Whether the calling thread is inside one of them.
+bool IsInReceiver() noexcept;
+
 /// Registers a receiver with the client for each notification, in the catalogue's order. Without a
 /// client only a line is logged.
 void RegIpcMessage(IPCMessageClient* client);

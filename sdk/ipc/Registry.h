@@ -1,5 +1,8 @@
 // The two shapes that registries of application callbacks have. Neither locks: its owner does.
+// Either is in a forked child as it was before a change or after it.
 #pragma once
+
+#include <os/Fork.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -15,11 +18,16 @@ class KeyedRegistry {
     /// False when the id is taken; its table then stays as it is.
     bool Add(const Key& key, Table table)
     {
+        const os::ForkHold hold;
         return tables_.try_emplace(key, std::move(table)).second;
     }
 
     /// False when there is no such id.
-    bool Remove(const Key& key) { return tables_.erase(key) != 0; }
+    bool Remove(const Key& key)
+    {
+        const os::ForkHold hold;
+        return tables_.erase(key) != 0;
+    }
 
     /// The table of an id, or null.
     Table* Find(const Key& key)
@@ -47,39 +55,59 @@ class KeyedRegistry {
     std::map<Key, Table> tables_;
 };
 
-/// Pointers in the order in which they were added.
-template <typename Table>
-class PointerList {
+/// Values in the order in which they were added.
+template <typename Value>
+class OrderedList {
   public:
-    bool Contains(const Table* table) const
+    bool Contains(const Value& value) const
     {
-        return std::find(tables_.begin(), tables_.end(), table) != tables_.end();
+        return std::find(values_.begin(), values_.end(), value) != values_.end();
     }
 
-    /// Adds the pointer even when it is there already.
-    void Append(Table* table) { tables_.push_back(table); }
-
-    /// False, with nothing added, when the pointer is there already.
-    bool AddOnce(Table* table)
+    /// Adds the value even when it is there already.
+    void Append(const Value& value)
     {
-        if (Contains(table)) {
+        const os::ForkHold hold;
+        values_.push_back(value);
+    }
+
+    /// False, with nothing added, when the value is there already.
+    bool AddOnce(const Value& value)
+    {
+        if (Contains(value)) {
             return false;
         }
-        Append(table);
+        Append(value);
         return true;
     }
 
-    /// Removes the pointer wherever it stands; false when it is not there.
-    bool Remove(const Table* table) { return std::erase(tables_, table) != 0; }
+    /// Removes the value wherever it stands; false when it is not there.
+    bool Remove(const Value& value)
+    {
+        const os::ForkHold hold;
+        return std::erase(values_, value) != 0;
+    }
 
-    std::size_t Size() const { return tables_.size(); }
-    bool Empty() const { return tables_.empty(); }
+    /// Calls the action with each value. The action may change the list: a value that it adds is
+    /// not visited, nor is one that it removes.
+    template <typename Action>
+    void ForEach(const Action& action) const
+    {
+        for (const Value& value : std::vector(values_)) {
+            if (Contains(value)) {
+                action(value);
+            }
+        }
+    }
 
-    auto begin() const { return tables_.begin(); }
-    auto end() const { return tables_.end(); }
+    std::size_t Size() const { return values_.size(); }
+    bool Empty() const { return values_.empty(); }
+
+    auto begin() const { return values_.begin(); }
+    auto end() const { return values_.end(); }
 
   private:
-    std::vector<Table*> tables_;
+    std::vector<Value> values_;
 };
 
 }  // namespace pelacon

@@ -2,7 +2,6 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/ScanCallbacks.h>
 
-#include <algorithm>
 #include <exception>
 
 namespace pelacon {
@@ -14,7 +13,7 @@ using diag::LogStart;
 void ScanCallbacks::AddScanCb(BleScanCallbacksC* callbacks, int listenerId)
 {
     constexpr auto kFunction = "IPCMessageSender::AddScanCb";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     LogStart(kFunction);
     if (callbacks != nullptr) {
         tables_.Add(listenerId, callbacks);
@@ -25,7 +24,7 @@ void ScanCallbacks::AddScanCb(BleScanCallbacksC* callbacks, int listenerId)
 void ScanCallbacks::RemoveScanCb(int listenerId)
 {
     constexpr auto kFunction = "IPCMessageSender::RemoveScanCb";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     LogStart(kFunction);
     if (tables_.Remove(listenerId)) {
         Log(kLogTrace, kFunction, "remove callback");
@@ -36,12 +35,10 @@ void ScanCallbacks::RemoveScanCb(int listenerId)
 void ScanCallbacks::ScanStart(int listenerId)
 {
     constexpr auto kFunction = "IPCMessageSender::ScanStart";
-    const std::lock_guard lock(scanningMutex_);
+    const std::lock_guard lock(scanningLock_);
     Log(kLogTrace, kFunction, "start:", listenerId);
-    if (std::find(scanning_.begin(), scanning_.end(), listenerId) != scanning_.end()) {
+    if (!scanning_.AddOnce(listenerId)) {
         Log(kLogTrace, kFunction, "already start:", listenerId);
-    } else {
-        scanning_.push_back(listenerId);
     }
     LogEnd(kFunction);
 }
@@ -49,11 +46,9 @@ void ScanCallbacks::ScanStart(int listenerId)
 void ScanCallbacks::ScanStop(int listenerId)
 {
     constexpr auto kFunction = "IPCMessageSender::ScanStop";
-    const std::lock_guard lock(scanningMutex_);
+    const std::lock_guard lock(scanningLock_);
     Log(kLogTrace, kFunction, "start:", listenerId);
-    const auto found = std::find(scanning_.begin(), scanning_.end(), listenerId);
-    if (found != scanning_.end()) {
-        scanning_.erase(found);
+    if (scanning_.Remove(listenerId)) {
         Log(kLogTrace, kFunction, "stop ok:", listenerId);
     }
     LogEnd(kFunction);
@@ -63,7 +58,7 @@ void ScanCallbacks::OnScanStatus(int listenerId, int status)
 {
     constexpr auto kFunction = "IPCMessageSender::OnScanStatus";
     LogStart(kFunction);
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     const auto* table = tables_.Find(listenerId);
     if (table != nullptr && (*table)->onScanStatus != nullptr) {
         Log(kLogTrace, kFunction, "call callback");
@@ -75,7 +70,7 @@ void ScanCallbacks::OnScanStatus(int listenerId, int status)
 void ScanCallbacks::OnScanResult(const BleScanResultC* result)
 {
     constexpr auto kFunction = "IPCMessageSender::OnScanResult";
-    const std::scoped_lock lock(mutex_, scanningMutex_);
+    const std::scoped_lock lock(lock_, scanningLock_);
     LogStart(kFunction);
     for (const std::int32_t listenerId : scanning_) {
         const auto* table = tables_.Find(listenerId);
@@ -97,7 +92,7 @@ void ScanCallbacks::OnScanResult(const BleScanResultC* result)
 
 std::vector<std::int32_t> ScanCallbacks::LowestScanIds(std::size_t most)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     return tables_.LowestKeys(most);
 }
 

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <PelaconSDK/BleScanner.h>
+#include <os/Lock.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace pelacon {
@@ -33,16 +33,14 @@ class ScanCallbacks {
     /// The lowest ids that have a table, in ascending order, at most so many.
     std::vector<std::int32_t> LowestScanIds(std::size_t most);
 
-    std::recursive_mutex& ScanMutex() { return mutex_; }
-
   private:
-    std::recursive_mutex mutex_;  // held while a status callback runs
+    os::Lock lock_;  // held while a status callback runs
     KeyedRegistry<std::int32_t, BleScanCallbacksC*> tables_;
 
     // Never held while application code runs, so starts and stops need not wait for a callback and
-    // are recorded in the order in which the service took them. Taken after the other, if both are.
-    std::mutex scanningMutex_;
-    std::vector<std::int32_t> scanning_;  // in the order of their starts, without duplicates
+    // are recorded in the order in which the service took them. Taken after lock_, if both are.
+    os::Lock scanningLock_;
+    OrderedList<std::int32_t> scanning_;  // in the order of their starts, without duplicates
 };
 
 }  // namespace pelacon

@@ -41,7 +41,7 @@ bool FillDeparture(const std::string& station, Vod2dStationChange& change)
 
 void SoftApCallbacks::AddSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (table != nullptr && !tables_.AddOnce(table)) {
         Log(kLogTrace, "IPCMessageSender::AddSoftAPStateChanged", "callback already exist");
     }
@@ -49,7 +49,7 @@ void SoftApCallbacks::AddSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
 
 void SoftApCallbacks::RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (tables_.Remove(table)) {
         Log(kLogTrace, "IPCMessageSender::RemoveSoftAPStateChanged", "remove");
     }
@@ -57,7 +57,7 @@ void SoftApCallbacks::RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
 
 bool SoftApCallbacks::HasSoftAPStateChanged() const
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     return !tables_.Empty();
 }
 
@@ -89,23 +89,25 @@ void SoftApCallbacks::SoftAPGroupsChangeCallBack(const std::uint8_t* record)
         }
     }
     {
-        const std::lock_guard lock(mutex_);
-        for (const Vod2dWifiBroadcastRecvCb* table : tables_) {
+        const std::lock_guard lock(lock_);
+        tables_.ForEach([&](const Vod2dWifiBroadcastRecvCb* table) {
             if (table->onGroupChanged != nullptr) {
                 Log(kLogTrace, kFunction, "call callback");
                 table->onGroupChanged(change);
             }
-        }
+        });
     }
     LogEnd(kFunction);
 }
 
 void SoftApCallbacks::CountStation(const protocol::StationChange& change)
 {
+    const std::string station = FixedText(change.address);
+    const os::ForkHold hold;
     if (change.state == kVod2dStationJoined) {
-        stations_.insert(FixedText(change.address));
+        stations_.insert(station);
     } else {
-        stations_.erase(FixedText(change.address));
+        stations_.erase(station);
     }
 }
 
@@ -118,20 +120,24 @@ void SoftApCallbacks::SoftAPConnectionStateChangeCallBack(const std::uint8_t* re
         return;
     }
     const auto change = ReadRecord<protocol::StationChange>(record);
+    bool copied = true;
     {
-        const std::lock_guard lock(mutex_);
-        for (const Vod2dWifiBroadcastRecvCb* table : tables_) {
-            if (table->onStationChanged == nullptr) {
-                continue;
-            }
-            Vod2dStationChange told{};
-            if (!CopyStation(change, told)) {
-                Log(kLogFailure, kFunction, "memcpy error");
+        const std::lock_guard lock(lock_);
+        tables_.ForEach([&](const Vod2dWifiBroadcastRecvCb* table) {
+            if (!copied || table->onStationChanged == nullptr) {
                 return;
             }
-            table->onStationChanged(&told);
-            CountStation(change);
-        }
+            Vod2dStationChange told{};
+            copied = CopyStation(change, told);
+            if (copied) {
+                table->onStationChanged(&told);
+                CountStation(change);
+            }
+        });
+    }
+    if (!copied) {
+        Log(kLogFailure, kFunction, "memcpy error");
+        return;
     }
     LogEnd(kFunction);
 }
@@ -141,16 +147,20 @@ void SoftApCallbacks::WifiExceptCallback()
     constexpr auto kFunction = "IPCMessageSender::WifiExceptCallback";
     LogStart(kFunction);
     {
-        const std::lock_guard lock(mutex_);
-        for (const std::string& station : stations_) {
-            for (const Vod2dWifiBroadcastRecvCb* table : tables_) {
+        const std::lock_guard lock(lock_);
+        std::set<std::string> gone;
+        {
+            const os::ForkHold hold;
+            gone.swap(stations_);
+        }
+        for (const std::string& station : gone) {
+            tables_.ForEach([&](const Vod2dWifiBroadcastRecvCb* table) {
                 Vod2dStationChange change;
                 if (table->onStationChanged != nullptr && FillDeparture(station, change)) {
                     table->onStationChanged(&change);
                 }
-            }
+            });
         }
-        stations_.clear();
     }
     LogEnd(kFunction);
 }

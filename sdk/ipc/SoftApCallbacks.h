@@ -2,12 +2,12 @@
 #pragma once
 
 #include <PelaconSDK/Vod2dGroup.h>
+#include <os/Lock.h>
 #include <protocol/Vod2dGroup.h>
 #include <sdk/ipc/Registry.h>
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <set>
 #include <string>
 
@@ -37,8 +37,8 @@ class SoftApCallbacks {
   private:
     void CountStation(const protocol::StationChange& change);
 
-    mutable std::mutex mutex_;
-    PointerList<Vod2dWifiBroadcastRecvCb> tables_;
+    mutable os::Lock lock_;
+    OrderedList<Vod2dWifiBroadcastRecvCb*> tables_;
     std::set<std::string> stations_;  // connected ones, by address; known while there are tables
     std::atomic<bool> createTimedOut_{false};
 };

@@ -20,7 +20,7 @@ void SoftApListeners::SetSoftApConnectStatus(ISoftApConnectStatus* listener)
     constexpr auto kFunction = "IPCMessageSender::SetSoftApConnectStatus";
     LogStart(kFunction);
     {
-        const std::lock_guard lock(connectStatusMutex_);
+        const std::lock_guard lock(connectStatusLock_);
         connectStatus_ = listener;
     }
     LogEnd(kFunction);
@@ -31,7 +31,7 @@ void SoftApListeners::ConnectStatusCallBack(std::int32_t status)
     constexpr auto kFunction = "IPCMessageSender::ConnectStatusCallBack";
     LogStart(kFunction);
     {
-        const std::lock_guard lock(connectStatusMutex_);
+        const std::lock_guard lock(connectStatusLock_);
         if (connectStatus_ != nullptr) {
             connectStatus_->OnConnectStatus(status);
         }
@@ -41,7 +41,7 @@ void SoftApListeners::ConnectStatusCallBack(std::int32_t status)
 
 void SoftApListeners::AddSoftApNotificationCallback(ISoftAPNotification* listener)
 {
-    std::unique_lock lock(notificationMutex_);
+    std::unique_lock lock(notificationLock_);
     const bool added = notifications_.AddOnce(listener);
     lock.unlock();
     if (!added) {
@@ -52,7 +52,7 @@ void SoftApListeners::AddSoftApNotificationCallback(ISoftAPNotification* listene
 
 void SoftApListeners::RemoveSoftApNotificationCallback(ISoftAPNotification* listener)
 {
-    std::unique_lock lock(notificationMutex_);
+    std::unique_lock lock(notificationLock_);
     const bool removed = notifications_.Remove(listener);
     lock.unlock();
     if (!removed) {
@@ -66,12 +66,12 @@ void SoftApListeners::CallNotifications(const char* function, const Call& call)
 {
     LogStart(function);
     {
-        const std::lock_guard lock(notificationMutex_);
-        for (ISoftAPNotification* listener : notifications_) {
+        const std::lock_guard lock(notificationLock_);
+        notifications_.ForEach([&](ISoftAPNotification* listener) {
             if (listener != nullptr) {
                 call(*listener);
             }
-        }
+        });
     }
     LogEnd(function);
 }
@@ -99,13 +99,13 @@ void SoftApListeners::SoftapDeviceConnectionStatusBack(std::uint32_t status)
 
 bool SoftApListeners::HasSoftApConnectStatus() const
 {
-    const std::lock_guard lock(connectStatusMutex_);
+    const std::lock_guard lock(connectStatusLock_);
     return connectStatus_ != nullptr;
 }
 
 bool SoftApListeners::HasSoftApNotificationCallbacks() const
 {
-    const std::lock_guard lock(notificationMutex_);
+    const std::lock_guard lock(notificationLock_);
     return !notifications_.Empty();
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <PelaconSDK/SoftAp.h>
+#include <os/Lock.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace pelacon {
 
@@ -34,11 +34,11 @@ class SoftApListeners {
     template <typename Call>
     void CallNotifications(const char* function, const Call& call);
 
-    mutable std::mutex connectStatusMutex_;
+    mutable os::Lock connectStatusLock_;
     ISoftApConnectStatus* connectStatus_ = nullptr;
 
-    mutable std::mutex notificationMutex_;
-    PointerList<ISoftAPNotification> notifications_;
+    mutable os::Lock notificationLock_;
+    OrderedList<ISoftAPNotification*> notifications_;
 };
 
 }  // namespace pelacon

@@ -12,7 +12,7 @@ using diag::LogEnd;
 void TargetAdvCallbacks::AddTargetAdvCb(int business, VoviewRecvAdvCallbacksC* callbacks)
 {
     constexpr auto kFunction = "IPCMessageSender::AddTargetAdvCb";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     Log(kLogTrace, kFunction, "start: ", business);
     if (callbacks == nullptr) {
         Log(kLogIncomplete, kFunction, "callback is nullptr, return");
@@ -25,7 +25,7 @@ void TargetAdvCallbacks::AddTargetAdvCb(int business, VoviewRecvAdvCallbacksC* c
 void TargetAdvCallbacks::RemoveTargetAdvCb(int business)
 {
     constexpr auto kFunction = "IPCMessageSender::RemoveTargetAdvCb";
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (tables_.Remove(business)) {
         Log(kLogTrace, kFunction, "remove callback");
     }
@@ -35,7 +35,7 @@ void TargetAdvCallbacks::OnRecvTargetAdv(const TargetAdvInfo& info)
 {
     constexpr auto kFunction = "IPCMessageSender::OnRecvTargetAdv";
     Log(kLogTrace, kFunction, "start: ", static_cast<std::int32_t>(info.business));
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     const auto* table = tables_.Find(info.business);
     if (table == nullptr) {
         Log(kLogFailure, kFunction, "no found");

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <PelaconSDK/BleScanner.h>
+#include <os/Lock.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace pelacon {
 
@@ -24,7 +24,7 @@ class TargetAdvCallbacks {
     static void OnRecvTargetAdvThread(void (*slot)(TargetAdvInfo), const TargetAdvInfo& info);
 
   private:
-    std::mutex mutex_;
+    os::Lock lock_;
     KeyedRegistry<std::int32_t, VoviewRecvAdvCallbacksC*> tables_;
 };
 

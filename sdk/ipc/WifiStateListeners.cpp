@@ -9,7 +9,7 @@ using diag::LogStart;
 
 void WifiStateListeners::AddWifiStateCallback(WifiRealMonitorStateCallBack* callback)
 {
-    std::unique_lock lock(channelMutex_);
+    std::unique_lock lock(channelLock_);
     const bool added = channelCallbacks_.AddOnce(callback);
     lock.unlock();
     if (!added) {
@@ -22,10 +22,9 @@ void WifiStateListeners::WifiConnectChannelCallback(std::int32_t channel)
     constexpr auto kFunction = "IPCMessageSender::WifiConnectChannelCallback";
     LogStart(kFunction);
     {
-        const std::lock_guard lock(channelMutex_);
-        for (WifiRealMonitorStateCallBack* callback : channelCallbacks_) {
-            callback->OnConnectChannel(channel);
-        }
+        const std::lock_guard lock(channelLock_);
+        channelCallbacks_.ForEach(
+            [&](WifiRealMonitorStateCallBack* callback) { callback->OnConnectChannel(channel); });
     }
     LogEnd(kFunction);
 }
@@ -38,7 +37,7 @@ void WifiStateListeners::AddWifiStateChangeCallback(IWifiStateChangeNotification
         Log(kLogFailure, kFunction, "register failed, observer is null");
         return;
     }
-    std::unique_lock lock(switchMutex_);
+    std::unique_lock lock(switchLock_);
     switchObservers_.Append(observer);
     const std::size_t size = switchObservers_.Size();
     lock.unlock();
@@ -53,7 +52,7 @@ void WifiStateListeners::RemoveWifiStateChangeCallback(IWifiStateChangeNotificat
         Log(kLogFailure, kFunction, "unregister failed, observer is null");
         return;
     }
-    std::unique_lock lock(switchMutex_);
+    std::unique_lock lock(switchLock_);
     const bool removed = switchObservers_.Remove(observer);
     lock.unlock();
     if (!removed) {
@@ -67,23 +66,22 @@ void WifiStateListeners::WifiSwitchStateChangeCallback(std::int32_t state)
     constexpr auto kFunction = "IPCMessageSender::WifiSwitchStateChangeCallback";
     Log(kLogTrace, kFunction, "PelaconSDK notify the business that the status has changed:", state);
     {
-        const std::lock_guard lock(switchMutex_);
-        for (IWifiStateChangeNotification* observer : switchObservers_) {
-            observer->OnWifiStateChanged(state);
-        }
+        const std::lock_guard lock(switchLock_);
+        switchObservers_.ForEach(
+            [&](IWifiStateChangeNotification* observer) { observer->OnWifiStateChanged(state); });
     }
     Log(kLogTrace, kFunction, "Notification completed");
 }
 
 bool WifiStateListeners::HasWifiStateCallbacks() const
 {
-    const std::lock_guard lock(channelMutex_);
+    const std::lock_guard lock(channelLock_);
     return !channelCallbacks_.Empty();
 }
 
 bool WifiStateListeners::HasWifiStateChangeCallbacks() const
 {
-    const std::lock_guard lock(switchMutex_);
+    const std::lock_guard lock(switchLock_);
     return !switchObservers_.Empty();
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <PelaconSDK/WifiState.h>
+#include <os/Lock.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace pelacon {
 
@@ -29,11 +29,11 @@ class WifiStateListeners {
     bool HasWifiStateChangeCallbacks() const;
 
   private:
-    mutable std::mutex channelMutex_;
-    PointerList<WifiRealMonitorStateCallBack> channelCallbacks_;
+    mutable os::Lock channelLock_;
+    OrderedList<WifiRealMonitorStateCallBack*> channelCallbacks_;
 
-    mutable std::mutex switchMutex_;
-    PointerList<IWifiStateChangeNotification> switchObservers_;
+    mutable os::Lock switchLock_;
+    OrderedList<IWifiStateChangeNotification*> switchObservers_;
 };
 
 }  // namespace pelacon

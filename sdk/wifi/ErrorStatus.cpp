@@ -27,34 +27,61 @@ std::int64_t CurrentTicks()
 
 ErrorStatus* ErrorStatus::GetInstance()
 {
-    static std::mutex& instanceMutex = *new std::mutex;
-    const std::lock_guard lock(instanceMutex);
-    static ErrorStatus* const instance = new ErrorStatus;
+    static constinit os::Lock instanceLock;
+    static constinit ErrorStatus* instance = nullptr;
+    const std::lock_guard lock(instanceLock);
+    if (instance == nullptr) {
+        instance = new ErrorStatus;
+    } else if (instance->forkGeneration_ != os::ForkGeneration()) {
+        instance = new ErrorStatus(instance->CopyListeners());  // the parent's is left as it is
+    }
     return instance;
 }
 
-ErrorStatus::ErrorStatus()
+ErrorStatus::ErrorStatus(Listeners listeners)
     : errorStrings_({{kConnectSuccess, "success"},
                      {kConnectGoAlreadyExist, "go already exist"},
                      {kConnectBleSendFail, "ble send fail"}},
                     kBuckets),
-      listeners_(kBuckets)
+      listeners_(std::move(listeners))
 {
     os::PinThisLibrary();
-    workers_.emplace_back([this] {
-        constexpr auto kFunction = "ErrorStatus::ErrorStatus::Worker";
-        LogStart(kFunction);
-        while (const std::function<void()> deliver = TakeTask(kFunction)) {
-            deliver();
-        }
-        LogEnd(kFunction);
-    });
+    workers_.emplace_back([this] { Work(); });
 }
 
-std::function<void()> ErrorStatus::TakeTask(const char* function)
+ErrorStatus::Listeners ErrorStatus::CopyListeners()
 {
-    std::unique_lock lock(mutex_);
-    condition_.wait(lock, [this] { return stop_ || !tasks_.empty(); });
+    const std::lock_guard lock(lock_);
+    return listeners_;
+}
+
+void ErrorStatus::Work()
+{
+    constexpr auto kFunction = "ErrorStatus::ErrorStatus::Worker";
+    LogStart(kFunction);
+    while (std::optional<Task> task = TakeTask(kFunction)) {
+        task->listener->OnError(std::move(task->detail));
+        if (forkGeneration_ != os::ForkGeneration()) {
+            return;  // in a child that the listener made: the tasks are its parent's
+        }
+    }
+    LogEnd(kFunction);
+}
+
+void ErrorStatus::WakeWorker()
+{
+    news_.fetch_add(1);
+    news_.notify_all();
+}
+
+std::optional<ErrorStatus::Task> ErrorStatus::TakeTask(const char* function)
+{
+    std::unique_lock lock(lock_);
+    for (std::uint32_t seen = news_; !stop_ && tasks_.empty(); seen = news_) {
+        lock.unlock();
+        news_.wait(seen);
+        lock.lock();
+    }
     if (tasks_.empty()) {
         lock.unlock();
         Log(kLogTrace, function, "task queue empty, stop");
@@ -65,20 +92,23 @@ std::function<void()> ErrorStatus::TakeTask(const char* function)
         Log(kLogFailure, function, "listeners not found, stop");
         return {};
     }
-    std::function<void()> deliver = std::move(tasks_.front().deliver);
+    const os::ForkHold hold;
+    Task task = std::move(tasks_.front());
     tasks_.pop_front();
-    return deliver;
+    return task;
 }
 
 bool ErrorStatus::Insert(ErrorListener* listener)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
+    const os::ForkHold hold;
     return listeners_.try_emplace(listener, true).second;
 }
 
 bool ErrorStatus::Erase(ErrorListener* listener)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
+    const os::ForkHold hold;
     return listeners_.erase(listener) != 0;
 }
 
@@ -118,7 +148,8 @@ void ErrorStatus::PostNotification(ConnectErrorCode code)
     LogStart(kFunction);
     std::string text = GetErrorString(code);
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
+        const os::ForkHold hold;
         if (history_.size() >= historyLimit_) {
             history_.pop_front();
         }
@@ -128,10 +159,10 @@ void ErrorStatus::PostNotification(ConnectErrorCode code)
         history_.push_back({CurrentTicks(), code, std::move(text)});
         const ErrorDetail& detail = history_.back();
         for (const auto& [listener, registered] : listeners_) {
-            tasks_.push_back({listener, [to = listener, detail] { to->OnError(detail); }});
+            tasks_.push_back({listener, detail});
         }
     }
-    condition_.notify_all();
+    WakeWorker();
     LogEnd(kFunction);
 }
 
@@ -150,12 +181,7 @@ void ErrorStatus::DestroyInstance()
     constexpr auto kFunction = "ErrorStatus::DestroyInstance";
     LogStart(kFunction);
     stop_ = true;
-    {
-        // Not for the flag's sake: the worker may just have seen it clear and be about to wait.
-        // Once the mutex was free it either waits, and is woken, or sees the flag.
-        const std::lock_guard lock(mutex_);
-    }
-    condition_.notify_all();
+    WakeWorker();
     for (std::thread& worker : workers_) {
         if (worker.get_id() == std::this_thread::get_id()) {
             // Not every system finds this out by itself.

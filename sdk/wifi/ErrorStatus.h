@@ -2,14 +2,14 @@
 #pragma once
 
 #include <PelaconSDK/ErrorListener.h>
+#include <os/Lock.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
-#include <functional>
 #include <list>
-#include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -17,14 +17,16 @@
 
 namespace pelacon {
 
-/// Hands each error to every listener, on a worker thread of its own, in the order of posting.
+/// Delivers each error to every listener, on a worker thread of its own, in the order of posting.
 ///
-/// A listener that is taken away while an error waits for it ends the worker: from then on errors
-/// are kept but reach nobody. This is part of the contract.
+/// A listener that is removed while an error waits for it ends the worker: from then on errors are
+/// kept but not delivered. This is part of the contract.
 class ErrorStatus {
   public:
     /// The process's one notifier. It is never destroyed, as its worker may run until the process
-    /// ends. Throws std::system_error when the worker cannot be started, and may be called again.
+    /// ends. A forked child gets one of its own with the listeners of its parent; errors that wait
+    /// for delivery stay the parent's. Throws std::system_error when the worker cannot be started,
+    /// and may be called again.
     static ErrorStatus* GetInstance();
 
     ErrorStatus(const ErrorStatus&) = delete;
@@ -36,7 +38,7 @@ class ErrorStatus {
     /// False for null and for a listener that is not there.
     bool UnregistListener(ErrorListener* listener);
 
-    /// Has every listener that is there now told of the error.
+    /// Queues the error for every listener that is registered now.
     void PostNotification(ConnectErrorCode code);
 
     /// The code's text, "unknow" where it has none.
@@ -49,33 +51,39 @@ class ErrorStatus {
   private:
     friend struct ErrorStatusAccess;
 
+    // A size as the notifier always had it, not a limit.
+    static constexpr std::size_t kBuckets = 8;
+
     /// The delivery of one error to one listener.
     struct Task {
         ErrorListener* listener;
-        std::function<void()> deliver;
+        ErrorDetail detail;
     };
+    using Listeners = std::unordered_map<ErrorListener*, bool>;
 
-    ErrorStatus();
+    explicit ErrorStatus(Listeners listeners = Listeners(kBuckets));
     ~ErrorStatus() = default;
+
+    Listeners CopyListeners();
+    void Work();
+    void WakeWorker();
 
     bool Insert(ErrorListener* listener);
     bool Erase(ErrorListener* listener);
 
     /// The next task, or nothing when the worker is to end.
-    std::function<void()> TakeTask(const char* function);
-
-    // Sizes as the notifier always had them; none is a limit.
-    static constexpr std::size_t kBuckets = 8;
+    std::optional<Task> TakeTask(const char* function);
 
     const std::unordered_map<ConnectErrorCode, std::string> errorStrings_;
-    std::mutex mutex_;  // guards everything below but stop_
-    std::unordered_map<ErrorListener*, bool> listeners_;
+    const std::uint32_t forkGeneration_ = os::ForkGeneration();
+    os::Lock lock_;  // guards everything up to tasks_
+    Listeners listeners_;
     std::list<ErrorDetail> history_;  // the most recent errors, the oldest first
     std::size_t historyLimit_ = 256;
     std::deque<Task> tasks_;
-    std::condition_variable condition_;
     std::atomic<bool> stop_{false};
-    std::vector<std::thread> workers_;  // last: the worker uses all others
+    std::atomic<std::uint32_t> news_{0};  // changes when the worker may have something to do
+    std::vector<std::thread> workers_;    // last: the worker uses all others
 };
 
 }  // namespace pelacon

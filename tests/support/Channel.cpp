@@ -198,6 +198,12 @@ void Channel::OnUnregister(std::function<void()> hook)
     state_.unregisterHook = std::move(hook);
 }
 
+void Channel::OnConstruct(std::function<void()> hook)
+{
+    const std::lock_guard lock(mutex_);
+    state_.constructHook = std::move(hook);
+}
+
 void Channel::FailNextConstruction()
 {
     const std::lock_guard lock(mutex_);
@@ -322,15 +328,22 @@ IPCMessageClient::IPCMessageClient(int moduleId, bool reserved1, bool reserved2,
     : implementation_(std::make_shared<Implementation>())
 {
     Channel& channel = Channel::Get();
-    const std::lock_guard lock(channel.mutex_);
-    if (std::exchange(channel.state_.failConstruction, false)) {
-        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
-                                "no thread");
+    std::function<void()> hook;
+    {
+        const std::lock_guard lock(channel.mutex_);
+        if (std::exchange(channel.state_.failConstruction, false)) {
+            throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                                    "no thread");
+        }
+        channel.state_.constructions.push_back({moduleId, reserved1, reserved2, pipeName});
+        channel.registrations_.clear();
+        channel.open_ = true;
+        hook = channel.state_.constructHook;
+        Journal::Note("construct");
     }
-    channel.state_.constructions.push_back({moduleId, reserved1, reserved2, pipeName});
-    channel.registrations_.clear();
-    channel.open_ = true;
-    Journal::Note("construct");
+    if (hook) {
+        hook();
+    }
 }
 
 IPCMessageClient::~IPCMessageClient()

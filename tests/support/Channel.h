@@ -60,6 +60,8 @@ class Channel {
     void OnPost(Hook hook);
     /// Runs inside UnRegisterMessageCallbackAll, when the callbacks are forgotten.
     void OnUnregister(std::function<void()> hook);
+    /// Runs inside the construction of a client.
+    void OnConstruct(std::function<void()> hook);
     /// The next client cannot be constructed: std::system_error.
     void FailNextConstruction();
     /// The next registration fails: std::bad_alloc.
@@ -96,6 +98,7 @@ class Channel {
         std::map<std::int32_t, Hook> requestHooks;
         Hook postHook;
         std::function<void()> unregisterHook;
+        std::function<void()> constructHook;
         std::vector<Construction> constructions;
         std::vector<Sent> requests;
         std::vector<Sent> posts;

@@ -30,6 +30,8 @@ class HeldCallback {
         current_->leave_.get_future().wait_for(kPatience);
     }
 
+    bool IsInside() const { return isInside_; }
+
     /// Whether the callback was reached, the action waited until it returned, and no longer.
     bool HoldsUp(std::function<void()> action)
     {

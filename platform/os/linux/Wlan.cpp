@@ -1,3 +1,4 @@
+#include <os/Lock.h>
 #include <os/Wlan.h>
 
 #include <linux/nl80211.h>
@@ -6,10 +7,10 @@
 #include <netlink/netlink.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -76,9 +77,11 @@ int AddInterface(nl_msg* message, void* list)
 }  // namespace
 
 /// A socket of the kernel's generic netlink, which takes one conversation at a time. One on which a
-/// conversation failed is replaced, as a late answer would disturb the next.
+/// conversation failed is replaced, as a late answer would disturb the next; so is, in a forked
+/// child, the one that the parent goes on to use.
 struct WlanClient {
-    std::mutex mutex;
+    Lock lock;
+    std::uint32_t forkGeneration = ForkGeneration();
     Socket socket;
 };
 
@@ -119,7 +122,14 @@ bool TriggerScan(nl_sock* socket, InterfaceIndex interface)
 template <typename Conversation>
 bool Converse(WlanClient& client, const Conversation& conversation)
 {
-    const std::lock_guard lock(client.mutex);
+    const std::lock_guard lock(client.lock);
+    if (client.forkGeneration != ForkGeneration()) {
+        client.forkGeneration = ForkGeneration();
+        // Not freed: another thread of the parent may have been about to change it.
+        if (nl_sock* const inherited = client.socket.release()) {
+            close(nl_socket_get_fd(inherited));
+        }
+    }
     if (!client.socket) {
         client.socket = Connect();
     }

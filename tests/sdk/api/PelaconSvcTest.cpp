@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,6 +29,18 @@ std::vector<std::string> JournalWithoutRegistrations()
     std::vector<std::string> journal = Journal::Entries();
     std::erase_if(journal, [](const std::string& entry) { return entry.starts_with("register"); });
     return journal;
+}
+
+/// Returns once the journal has this entry; fails the test when that takes too long.
+void WaitForEntry(const std::string& entry)
+{
+    const auto end = std::chrono::steady_clock::now() + kLimit;
+    for (std::vector<std::string> journal = Journal::Entries();
+         std::find(journal.begin(), journal.end(), entry) == journal.end();
+         journal = Journal::Entries()) {
+        ASSERT_LT(std::chrono::steady_clock::now(), end) << "no " << entry;
+        std::this_thread::yield();
+    }
 }
 
 TEST_F(StoppedSdkTest, Start)
@@ -201,8 +214,116 @@ TEST_F(SdkTest, RequestInsideACallback)
     BleManager::UnRegisterBtStateChangeCallbacks(&table);
 }
 
-// What a callback does that stop is waiting for.
-TEST_F(SdkTest, StopAndStartDuringAStopChangeNothing)
+TEST_F(StoppedSdkTest, StartsOfManyThreadsMakeOneClient)
+{
+    constexpr std::size_t kThreads = 4;
+    for (int round = 0; round < 200; ++round) {
+        channel.Reset();
+        std::latch together(kThreads);
+        std::vector<std::thread> starters;
+        for (std::size_t starter = 0; starter < kThreads; ++starter) {
+            starters.emplace_back([&] {
+                together.arrive_and_wait();
+                EXPECT_EQ(PelaconSvcStart(), 0);
+            });
+        }
+        for (std::thread& starter : starters) {
+            starter.join();
+        }
+        ASSERT_THAT(channel.Constructions(), SizeIs(1));
+        ASSERT_THAT(channel.Registrations(), SizeIs(26));
+        EXPECT_EQ(PelaconSvcStop(), 0);
+        ASSERT_EQ(channel.Destructions(), 1);
+        ForgetWhatHappened();
+    }
+}
+
+TEST_F(StoppedSdkTest, StopsAndStartsOfManyThreadsLeaveNoClientBehind)
+{
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([thread] {
+            for (int round = 0; round < 300; ++round) {
+                EXPECT_EQ((round + thread) % 2 == 0 ? PelaconSvcStart() : PelaconSvcStop(), 0);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_THAT(channel.Constructions(), SizeIs(channel.Destructions()));
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+}
+
+TEST_F(StoppedSdkTest, StopDuringAStartStopsWhatWasStarted)
+{
+    std::promise<void> starting;
+    std::promise<void> go;
+    channel.OnConstruct([&] {
+        starting.set_value();
+        EXPECT_EQ(go.get_future().wait_for(kLimit), std::future_status::ready);
+    });
+    std::thread starter([] { EXPECT_EQ(PelaconSvcStart(), 0); });
+    ASSERT_EQ(starting.get_future().wait_for(kLimit), std::future_status::ready);
+    std::thread stopper([] { EXPECT_EQ(PelaconSvcStop(), 0); });
+    WaitForEntry("log 2 Enter!(Uninit)");
+    go.set_value();
+    starter.join();
+    stopper.join();
+    EXPECT_EQ(channel.Destructions(), 1);
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+}
+
+TEST_F(SdkTest, StartDuringAStopStartsAnew)
+{
+    channel.Reply(kBtEnable, Bytes().I32(0));
+    std::promise<void> stopping;
+    std::promise<void> go;
+    channel.OnUnregister([&] {
+        stopping.set_value();
+        EXPECT_EQ(go.get_future().wait_for(kLimit), std::future_status::ready);
+    });
+    std::thread stopper([] { EXPECT_EQ(PelaconSvcStop(), 0); });
+    ASSERT_EQ(stopping.get_future().wait_for(kLimit), std::future_status::ready);
+    channel.OnUnregister(nullptr);
+    std::future<int> start = std::async(std::launch::async, PelaconSvcStart);
+    go.set_value();
+    stopper.join();
+    ASSERT_EQ(start.wait_for(kLimit), std::future_status::ready);
+    EXPECT_EQ(start.get(), 0);
+    EXPECT_THAT(channel.Constructions(), SizeIs(2));
+    EXPECT_EQ(channel.Destructions(), 1);
+    EXPECT_EQ(BleManager::BtEnable(), 0);
+}
+
+TEST_F(SdkTest, ACallbackThatAStopWaitsForMayStartAndStop)
+{
+    static std::promise<void>& inCallback = *new std::promise<void>;
+    static std::promise<void>& stopping = *new std::promise<void>;
+    auto& table = Lasting<BtManagerCallbacksC>({[](int32_t) {
+        inCallback.set_value();
+        EXPECT_EQ(stopping.get_future().wait_for(kLimit), std::future_status::ready);
+        EXPECT_EQ(PelaconSvcStart(), 0);
+        EXPECT_EQ(PelaconSvcStop(), 0);
+        EXPECT_EQ(PelaconSvcStart(), 0);
+    }});
+    channel.Reply(0xD7005A, Bytes().I32(0));
+    ASSERT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), 0);
+    std::thread receiver([&] { channel.Deliver(kBtStateChanged, Bytes().I32(1)); });
+    ASSERT_EQ(inCallback.get_future().wait_for(kLimit), std::future_status::ready);
+    channel.OnUnregister([&] {
+        stopping.set_value();
+        receiver.join();  // as the real client waits for the receive thread
+    });
+    EXPECT_EQ(PelaconSvcStop(), 0);
+    EXPECT_THAT(channel.Constructions(), SizeIs(1)) << "no client that the stop would leave behind";
+    EXPECT_EQ(channel.Destructions(), 1);
+    EXPECT_EQ(BleManager::BtEnable(), -1);
+    BleManager::UnRegisterBtStateChangeCallbacks(&table);
+}
+
+TEST_F(SdkTest, StopAndStartOfTheStoppingThreadChangeNothing)
 {
     channel.OnUnregister([&] {
         EXPECT_EQ(PelaconSvcStop(), 0);

@@ -53,10 +53,10 @@ TEST(KeyedRegistryTest, RemovesOneId)
     EXPECT_TRUE(registry.Add(1, "again"));
 }
 
-TEST(PointerListTest, KeepsTheOrderOfAdding)
+TEST(OrderedListTest, KeepsTheOrderOfAdding)
 {
     int objects[3] = {};
-    PointerList<int> list;
+    OrderedList<int*> list;
     list.Append(&objects[2]);
     list.Append(&objects[0]);
     list.Append(&objects[1]);
@@ -65,20 +65,20 @@ TEST(PointerListTest, KeepsTheOrderOfAdding)
     EXPECT_TRUE(list.Contains(&objects[1]));
 }
 
-TEST(PointerListTest, AddOnceKeepsOne)
+TEST(OrderedListTest, AddOnceKeepsOne)
 {
     int object = 0;
-    PointerList<int> list;
+    OrderedList<int*> list;
     EXPECT_TRUE(list.AddOnce(&object));
     EXPECT_FALSE(list.AddOnce(&object));
     EXPECT_THAT(Walk(list), ElementsAre(&object));
 }
 
-TEST(PointerListTest, RemovesEveryEntryOfAPointer)
+TEST(OrderedListTest, RemovesEveryEntryOfAPointer)
 {
     int object = 0;
     int other = 0;
-    PointerList<int> list;
+    OrderedList<int*> list;
     list.Append(&object);
     list.Append(&other);
     list.Append(&object);
@@ -89,6 +89,23 @@ TEST(PointerListTest, RemovesEveryEntryOfAPointer)
     list.Remove(&other);
     EXPECT_THAT(Walk(list), IsEmpty());
     EXPECT_TRUE(list.Empty());
+}
+
+TEST(OrderedListTest, MayBeChangedByWhatIsCalledWithItsValues)
+{
+    OrderedList<int> list;
+    for (const int value : {1, 2, 3, 4}) {
+        list.Append(value);
+    }
+    std::vector<int> visited;
+    list.ForEach([&](int value) {
+        visited.push_back(value);
+        list.Append(value + 10);
+        list.Remove(value);
+        list.Remove(3);
+    });
+    EXPECT_THAT(visited, ElementsAre(1, 2, 4));
+    EXPECT_THAT(Walk(list), ElementsAre(11, 12, 14));
 }
 
 }  // namespace

@@ -20,12 +20,12 @@ struct ErrorStatusAccess {
 
     static std::list<ErrorDetail> History(ErrorStatus& status)
     {
-        const std::lock_guard lock(status.mutex_);
+        const std::lock_guard lock(status.lock_);
         return status.history_;
     }
     static std::size_t Tasks(ErrorStatus& status)
     {
-        const std::lock_guard lock(status.mutex_);
+        const std::lock_guard lock(status.lock_);
         return status.tasks_.size();
     }
     static std::size_t Workers(const ErrorStatus& status) { return status.workers_.size(); }

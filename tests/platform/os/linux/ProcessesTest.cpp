@@ -1,5 +1,4 @@
 // What only a process of its own can try: it gives up rights and resources.
-#include <os/Fork.h>
 #include <os/Processes.h>
 #include <os/Threads.h>
 #include <tests/support/TemporaryFolder.h>
@@ -10,7 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <functional>
@@ -92,15 +90,6 @@ TEST(VisitProcessPathsTest, NamesAReplacedExecutableByItsPath)
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     EXPECT_EQ(path, program.string());
-}
-
-std::atomic<int> forked{0};
-
-TEST(OnForkedChildTest, RunsInTheChildOnly)
-{
-    OnForkedChild([] { ++forked; });
-    EXPECT_EQ(InChild([] { return forked.load(); }), 1);
-    EXPECT_EQ(forked, 0);
 }
 
 }  // namespace

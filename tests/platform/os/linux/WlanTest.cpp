@@ -1,6 +1,7 @@
 // The conversation with the kernel about wireless interfaces, with a kernel of the test's own: what
 // libnl sends and receives through any socket goes to it.
 #include <os/Wlan.h>
+#include <tests/support/linux/InChild.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,13 +16,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -48,9 +54,13 @@ class Kernel {
 
     std::vector<Scan> scans;
     int dumps = 0;
+    std::function<void()> onRequest;
 
     void Take(int socket, const Datagram& datagram)
     {
+        if (const auto action = std::exchange(onRequest, nullptr)) {
+            action();
+        }
         Datagram copy = datagram;
         auto* request = reinterpret_cast<nlmsghdr*>(copy.data());
         socket_ = socket;
@@ -241,6 +251,24 @@ TEST_F(WlanTest, AnAnswerThatComesTooLateDisturbsNothing)
     theKernel.interfaces = {7};
     EXPECT_EQ(Count(), 1U);
     EXPECT_EQ(theKernel.dumps, 1);
+}
+
+TEST_F(WlanTest, AForkedChildHasAConversationOfItsOwn)
+{
+    theKernel.interfaces = {7, 3};
+    std::promise<void> asked;
+    std::promise<void> forked;
+    theKernel.onRequest = [&] {
+        asked.set_value();
+        EXPECT_EQ(forked.get_future().wait_for(std::chrono::seconds(10)),
+                  std::future_status::ready);
+    };
+    std::thread other([&] { EXPECT_EQ(Count(), 2U); });
+    ASSERT_EQ(asked.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(pelacon::test::InChild([&] { return Count() == 2U ? 0 : 1; }), 0);
+    forked.set_value();
+    other.join();
+    EXPECT_EQ(Count(), 2U);
 }
 
 TEST_F(WlanTest, WithoutAHandleNothingIsListed)
