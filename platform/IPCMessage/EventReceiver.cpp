@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace pelacon::ipc {
@@ -18,12 +19,18 @@ constexpr std::chrono::milliseconds kLastRetry = 2s;
 /// for one that is being made.
 constexpr std::chrono::milliseconds kPostPatience = 50ms;
 
+struct Attempt {
+    ConnectStatus status = ConnectStatus::kNoService;
+    std::shared_ptr<Connection> connection;
+};
+
 /// Finds no service when there is no memory for one.
-ConnectResult TryToConnect(const PipePlaces& places, Deadline& deadline,
-                           const std::atomic<bool>& cancelled) noexcept
+Attempt TryToConnect(const PipePlaces& places, Deadline& deadline,
+                     const std::atomic<bool>& cancelled) noexcept
 {
     try {
-        return Connect(places, deadline, cancelled);
+        ConnectResult result = Connect(places, deadline, cancelled);
+        return {result.status, std::move(result.connection)};
     } catch (const std::exception&) {
         return {};
     }
@@ -74,15 +81,15 @@ LinkStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
     }
     connecting_ = true;
     lock.unlock();
-    ConnectResult result = TryToConnect(places_, deadline, stopped_);
+    Attempt attempt = TryToConnect(places_, deadline, stopped_);
     lock.lock();
     connecting_ = false;
-    const bool up = result.connection && !stopped_ && Greet(std::move(result.connection));
+    const bool up = attempt.connection && !stopped_ && Greet(std::move(attempt.connection));
     changed_.notify_all();
     if (up) {
         return LinkStatus::kUp;
     }
-    const bool inTime = stopped_ || result.status != ConnectStatus::kBusy;
+    const bool inTime = stopped_ || attempt.status != ConnectStatus::kBusy;
     return inTime ? LinkStatus::kDown : LinkStatus::kTimeout;
 }
 
@@ -233,7 +240,11 @@ void EventReceiver::Deliver(FrameBuffer& frame, const FrameHeader& header)
         unhandled_.fetch_add(1, std::memory_order_relaxed);
         return;
     }
-    frame.Item(header, item_);
+    try {
+        frame.Item(header, item_);
+    } catch (const std::bad_alloc&) {  // for a long name
+        return;
+    }
     found->second(item_);
 }
 

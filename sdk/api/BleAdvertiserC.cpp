@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleAdvertiser.h>
+#include <protocol/BleAdvertiser.h>
 #include <sdk/api/CEntry.h>
 
 #include <cstdint>
@@ -26,10 +27,12 @@ const char* NullArgument(const BleAdvertiseParamsC* params, const BleAdvertiseDa
     return nullptr;
 }
 
+/// The bytes; more than a field holds are not read, and as many zeros are refused like them.
 std::vector<std::uint8_t> Bytes(const std::uint8_t* bytes, std::uint32_t length)
 {
-    return length != 0 ? std::vector<std::uint8_t>(bytes, bytes + length)
-                       : std::vector<std::uint8_t>();
+    constexpr std::size_t kMost = sizeof pelacon::protocol::AdvertisingField::bytes;
+    return length <= kMost ? std::vector<std::uint8_t>(bytes, bytes + length)
+                           : std::vector<std::uint8_t>(kMost + 1);
 }
 
 }  // namespace

@@ -87,8 +87,8 @@ BleStatusC BleGattClientWriteCharacteristic(int32_t clientId, const char* servic
         if (serviceUuid == nullptr || charUuid == nullptr || (data == nullptr && dataLen != 0)) {
             return RefuseParameters(kFunction);
         }
-        return BleGattClient::BleGattClientWriteCharacteristic(
-            clientId, serviceUuid, charUuid, pelacon::ValueFrom(data, dataLen, dataLen));
+        return BleGattClient::BleGattClientWriteCharacteristic(clientId, serviceUuid, charUuid,
+                                                               pelacon::ValueFrom(data, dataLen));
     });
 }
 

@@ -71,7 +71,7 @@ BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandl
         member.charUuid = FixedText(info->charUuid);
         member.flags = static_cast<std::int32_t>(info->flags);
         member.callbacks = info->callbacks;
-        member.value = ValueFrom(info->value, sizeof info->value, info->valueLen);
+        member.value = ValueFrom(info->value, info->valueLen);
         return BleGattServer::BleGattServerAddCharacteristic(serverId, serviceHandle, &member);
     });
 }
@@ -99,7 +99,7 @@ BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle, c
             return kBleStatusFailed;
         }
         return BleGattServer::BleGattServerPublishNotify(serverId, serviceHandle, charUuid,
-                                                         ValueFrom(data, dataLen, dataLen), peer);
+                                                         ValueFrom(data, dataLen), peer);
     });
 }
 
@@ -111,6 +111,6 @@ BleStatusC BleGattServerPublishNotifyExt(BleGattNotifyInfoC* info)
         }
         return BleGattServer::BleGattServerPublishNotify(
             info->serverId, info->serviceHandle, FixedText(info->charUuid),
-            ValueFrom(info->value, sizeof info->value, info->valueLen), info->peer);
+            ValueFrom(info->value, info->valueLen), info->peer);
     });
 }

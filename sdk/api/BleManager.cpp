@@ -2,6 +2,7 @@
 #include <karvell_secure_c/securec.h>
 #include <protocol/BleManager.h>
 #include <sdk/api/BleFailures.h>
+#include <sdk/api/BtName.h>
 #include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
 #include <sdk/ipc/Exchange.h>
@@ -98,7 +99,7 @@ BleStatusC BleManager::GetBtMacAndName(BtInfo* info)
         });
 }
 
-BleStatusC BleManager::SetBtName(const std::string& name)
+BleStatusC pelacon::SetAdapterName(std::string_view name)
 {
     constexpr auto kFunction = "BleManager::SetBtName";
     LogStart(kFunction);
@@ -106,7 +107,12 @@ BleStatusC BleManager::SetBtName(const std::string& name)
         Log(kLogFailure, kFunction, "name too long:", name.size());
         return kBleStatusFailed;
     }
-    return Exchange(kFunction, protocol::kSetBtName, name, kBleFailures, BleStatusOf);
+    return Exchange(kFunction, protocol::kSetBtName, std::string(name), kBleFailures, BleStatusOf);
+}
+
+BleStatusC BleManager::SetBtName(const std::string& name)
+{
+    return pelacon::SetAdapterName(name);
 }
 
 BleStatusC BleManager::GetBtName(std::string& name)

@@ -1,5 +1,6 @@
 #include <PelaconSDK/BleManager.h>
 #include <karvell_secure_c/securec.h>
+#include <sdk/api/BtName.h>
 #include <sdk/api/CEntry.h>
 
 #include <string>
@@ -52,7 +53,7 @@ BleStatusC SetBtName(const char* name, int32_t length)
             pelacon::diag::Log(kLogFailure, "SetBtName", "invalid params");
             return kBleStatusFailed;
         }
-        return BleManager::SetBtName(std::string(name, static_cast<std::size_t>(length)));
+        return pelacon::SetAdapterName({name, static_cast<std::size_t>(length)});
     });
 }
 

@@ -4,7 +4,6 @@
 #include <karvell_secure_c/securec.h>
 #include <protocol/Gatt.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -25,16 +24,13 @@ inline bool PutValue(std::uint8_t (&area)[protocol::kGattValueSize], std::uint32
     return memcpy_s(area, sizeof area, value.data(), value.size()) == 0;
 }
 
-/// The first `length` bytes of an area that holds `capacity`, which is at least the greatest length
-/// of a value. A length beyond that gives a value that is refused for it; what lies behind the
-/// capacity is never read.
-inline std::vector<std::uint8_t> ValueFrom(const std::uint8_t* area, std::size_t capacity,
-                                           std::uint32_t length)
+/// The bytes of a value; more than a value can have are not read, and as many zeros are refused
+/// like them.
+inline std::vector<std::uint8_t> ValueFrom(const std::uint8_t* bytes, std::uint32_t length)
 {
-    const std::size_t size = std::min<std::size_t>(length, protocol::kGattValueSize + 1);
-    std::vector<std::uint8_t> value(area, area + std::min(size, capacity));
-    value.resize(size);
-    return value;
+    return length <= protocol::kGattValueSize
+               ? std::vector<std::uint8_t>(bytes, bytes + length)
+               : std::vector<std::uint8_t>(protocol::kGattValueSize + 1);
 }
 
 }  // namespace pelacon

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <string>
 
 using namespace pelacon;  // NOLINT(google-build-using-namespace)
@@ -22,6 +23,9 @@ static_assert(sizeof(Vod2dConnNotifyRequest) == sizeof(protocol::ConnNotifyReque
 static_assert(sizeof(Vod2dUpperScene) == 20 && offsetof(Vod2dUpperScene, scene) == 16);
 
 namespace {
+
+/// No message can carry the name of an interface that is longer.
+constexpr std::int32_t kLongestName = 0xFFFF;
 
 /// Error code of the diagnostic event.
 constexpr std::int32_t kRecommendChannelError = 5;
@@ -251,7 +255,9 @@ WifiErrorCode Vod2dApi::Vod2dSetUpperScene(char* ifName, int32_t len, Vod2dUpper
         return RefuseWifi(kLogFailure, kFunction, "ifName len is invalid");
     }
     protocol::UpperSceneRequest request{};
-    std::copy_n(ifName, std::min(SizeOf(len), sizeof request.ifName - 1), request.ifName);
+    // Up to its NUL, which a wrong length may lie behind.
+    std::copy_n(ifName, strnlen(ifName, std::min(SizeOf(len), sizeof request.ifName - 1)),
+                request.ifName);
     request.ifNameLength = len;
     std::copy(std::begin(scene.data), std::end(scene.data), request.data);
     request.scene = scene.scene;
@@ -270,7 +276,7 @@ WifiErrorCode Vod2dApi::GetGuidByInterfaceName(const char* ifName, int32_t len, 
     if (guid == nullptr) {
         return RefuseNull(kFunction, "guid is nullptr, return");
     }
-    if (len < 0 || guidLen < 0) {
+    if (len < 0 || len > kLongestName || guidLen < 0) {
         return RefuseWifi(kLogFailure, kFunction, "len is invalid");
     }
     return Exchange(kFunction, protocol::kGetGuidByInterfaceName, std::string(ifName, SizeOf(len)),

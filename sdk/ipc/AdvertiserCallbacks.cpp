@@ -1,5 +1,6 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/AdvertiserCallbacks.h>
+#include <sdk/ipc/Application.h>
 
 namespace pelacon {
 
@@ -37,7 +38,7 @@ void AdvertiserCallbacks::AdvertiseDisableCallback(int advId, int status)
     const auto* table = tables_.Find(advId);
     if (table != nullptr && (*table)->onAdvertiseDisabled != nullptr) {
         Log(kLogTrace, kFunction, "call callback");
-        (*table)->onAdvertiseDisabled(advId, status);
+        CallApplication((*table)->onAdvertiseDisabled, advId, status);
     }
     LogEnd(kFunction);
 }

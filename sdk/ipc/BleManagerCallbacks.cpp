@@ -1,4 +1,5 @@
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/BleManagerCallbacks.h>
 
 namespace pelacon {
@@ -28,7 +29,7 @@ void BleManagerCallbacks::OnBtStateChanged(std::int32_t state)
         tables_.ForEach([&](const BtManagerCallbacksC* table) {
             if (table != nullptr && table->onStateChanged != nullptr) {
                 Log(kLogTrace, kFunction, "call callback");
-                table->onStateChanged(state);
+                CallApplication(table->onStateChanged, state);
             }
         });
     }

@@ -3,6 +3,7 @@
 
 #include <os/Lock.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/Registry.h>
 
 #include <optional>
@@ -43,7 +44,7 @@ class CallbackList {
             tables_.ForEach([&](const Table* table) {
                 if (table != nullptr && table->*slot != nullptr) {
                     diag::Log(kLogTrace, function, "call callback");
-                    (table->*slot)(&event);
+                    CallApplication(table->*slot, &event);
                 }
             });
         }

@@ -1,4 +1,5 @@
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/GattClientCallbacks.h>
 #include <sdk/ipc/GattPayload.h>
 
@@ -36,7 +37,7 @@ void GattClientCallbacks::OnConnectionStateCallback(const protocol::GattConnecti
         Log(kLogTrace, kFunction, "call callback");
         const auto onConnectionState = TableOf(record->clientId).onConnectionState;
         if (onConnectionState != nullptr) {
-            onConnectionState(record->clientId, record->state, record->reason);
+            CallApplication(onConnectionState, record->clientId, record->state, record->reason);
         }
     }
     LogEnd(kFunction);
@@ -56,8 +57,9 @@ void GattClientCallbacks::OnNotificationReceiveCallback(const protocol::GattValu
         if (onNotificationReceive != nullptr) {
             const UuidText serviceUuid(record->serviceUuid);
             const UuidText charUuid(record->charUuid);
-            onNotificationReceive(record->clientId, serviceUuid.Get(), charUuid.Get(),
-                                  record->value, ClampedLength(record->dataLen), record->status);
+            CallApplication(onNotificationReceive, record->clientId, serviceUuid.Get(),
+                            charUuid.Get(), record->value, ClampedLength(record->dataLen),
+                            record->status);
         }
     }
     LogEnd(kFunction);

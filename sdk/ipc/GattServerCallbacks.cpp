@@ -1,4 +1,5 @@
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/GattPayload.h>
 #include <sdk/ipc/GattServerCallbacks.h>
@@ -118,7 +119,7 @@ void GattServerCallbacks::TellServer(const char* function, const char* text, con
             if (text != nullptr) {
                 Log(kLogTrace, function, text);
             }
-            (callbacks->*slot)(record->peer, values...);
+            CallApplication(callbacks->*slot, record->peer, values...);
         }
     }
     LogEnd(function);
@@ -190,8 +191,8 @@ void GattServerCallbacks::TellCharacteristic(const char* function, const char* t
         // A copy: the callback may delete the service.
         const std::string serviceUuid = service->uuid;
         const UuidText charUuid(record->charUuid);
-        (callbacks->*slot)(record->peer, serviceUuid.c_str(), charUuid.Get(), record->data,
-                           ClampedLength(record->dataLen));
+        CallApplication(callbacks->*slot, record->peer, serviceUuid.c_str(), charUuid.Get(),
+                        record->data, ClampedLength(record->dataLen));
     }
     LogEnd(function);
 }

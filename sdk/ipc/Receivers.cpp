@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <exception>
 #include <iterator>
 #include <span>
 #include <system_error>
@@ -247,7 +248,7 @@ class InReceiver {
     InReceiver& operator=(const InReceiver&) = delete;
 };
 
-void Dispatch(std::span<const Route> routes, const TagIPCMessageItem& item)
+void Dispatch(const char* function, std::span<const Route> routes, const TagIPCMessageItem& item)
 {
     const auto route = std::find_if(routes.begin(), routes.end(), [&](const Route& candidate) {
         return candidate.id == item.msgId;
@@ -259,7 +260,11 @@ void Dispatch(std::span<const Route> routes, const TagIPCMessageItem& item)
         return;
     }
     const InReceiver inside;
-    route->handler(item);
+    try {
+        route->handler(item);
+    } catch (const std::exception&) {  // no memory, or no thread: the notification is lost
+        Log(kLogFailure, function, "catch error");
+    }
 }
 
 }  // namespace
@@ -271,12 +276,12 @@ bool IsInReceiver() noexcept
 
 void OnIpcMessage(TagIPCMessageItem& item)
 {
-    Dispatch(kRoutes, item);
+    Dispatch("OnIpcMessage", kRoutes, item);
 }
 
 void OnIpcMessageExt(TagIPCMessageItem& item)
 {
-    Dispatch(kRoutesExt, item);
+    Dispatch("OnIpcMessageExt", kRoutesExt, item);
 }
 
 void RegIpcMessage(IPCMessageClient* client)

@@ -1,5 +1,6 @@
 #include <os/Threads.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/ScanCallbacks.h>
 
 #include <exception>
@@ -62,7 +63,7 @@ void ScanCallbacks::OnScanStatus(int listenerId, int status)
     const auto* table = tables_.Find(listenerId);
     if (table != nullptr && (*table)->onScanStatus != nullptr) {
         Log(kLogTrace, kFunction, "call callback");
-        (*table)->onScanStatus(listenerId, status);
+        CallApplication((*table)->onScanStatus, listenerId, status);
     }
     LogEnd(kFunction);
 }

@@ -1,5 +1,6 @@
 #include <karvell_secure_c/securec.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/SoftApCallbacks.h>
 
@@ -93,7 +94,7 @@ void SoftApCallbacks::SoftAPGroupsChangeCallBack(const std::uint8_t* record)
         tables_.ForEach([&](const Vod2dWifiBroadcastRecvCb* table) {
             if (table->onGroupChanged != nullptr) {
                 Log(kLogTrace, kFunction, "call callback");
-                table->onGroupChanged(change);
+                CallApplication(table->onGroupChanged, change);
             }
         });
     }
@@ -130,8 +131,8 @@ void SoftApCallbacks::SoftAPConnectionStateChangeCallBack(const std::uint8_t* re
             Vod2dStationChange told{};
             copied = CopyStation(change, told);
             if (copied) {
-                table->onStationChanged(&told);
                 CountStation(change);
+                CallApplication(table->onStationChanged, &told);
             }
         });
     }
@@ -157,7 +158,7 @@ void SoftApCallbacks::WifiExceptCallback()
             tables_.ForEach([&](const Vod2dWifiBroadcastRecvCb* table) {
                 Vod2dStationChange change;
                 if (table->onStationChanged != nullptr && FillDeparture(station, change)) {
-                    table->onStationChanged(&change);
+                    CallApplication(table->onStationChanged, &change);
                 }
             });
         }

@@ -1,5 +1,6 @@
 #include <protocol/SoftAp.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/SoftApListeners.h>
 
@@ -33,7 +34,7 @@ void SoftApListeners::ConnectStatusCallBack(std::int32_t status)
     {
         const std::lock_guard lock(connectStatusLock_);
         if (connectStatus_ != nullptr) {
-            connectStatus_->OnConnectStatus(status);
+            CallApplication([&] { connectStatus_->OnConnectStatus(status); });
         }
     }
     LogEnd(kFunction);
@@ -69,7 +70,7 @@ void SoftApListeners::CallNotifications(const char* function, const Call& call)
         const std::lock_guard lock(notificationLock_);
         notifications_.ForEach([&](ISoftAPNotification* listener) {
             if (listener != nullptr) {
-                call(*listener);
+                CallApplication(call, *listener);
             }
         });
     }

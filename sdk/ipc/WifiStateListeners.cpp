@@ -1,4 +1,5 @@
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/Application.h>
 #include <sdk/ipc/WifiStateListeners.h>
 
 namespace pelacon {
@@ -23,8 +24,9 @@ void WifiStateListeners::WifiConnectChannelCallback(std::int32_t channel)
     LogStart(kFunction);
     {
         const std::lock_guard lock(channelLock_);
-        channelCallbacks_.ForEach(
-            [&](WifiRealMonitorStateCallBack* callback) { callback->OnConnectChannel(channel); });
+        channelCallbacks_.ForEach([&](WifiRealMonitorStateCallBack* callback) {
+            CallApplication([&] { callback->OnConnectChannel(channel); });
+        });
     }
     LogEnd(kFunction);
 }
@@ -67,8 +69,9 @@ void WifiStateListeners::WifiSwitchStateChangeCallback(std::int32_t state)
     Log(kLogTrace, kFunction, "PelaconSDK notify the business that the status has changed:", state);
     {
         const std::lock_guard lock(switchLock_);
-        switchObservers_.ForEach(
-            [&](IWifiStateChangeNotification* observer) { observer->OnWifiStateChanged(state); });
+        switchObservers_.ForEach([&](IWifiStateChangeNotification* observer) {
+            CallApplication([&] { observer->OnWifiStateChanged(state); });
+        });
     }
     Log(kLogTrace, kFunction, "Notification completed");
 }

@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 using pelacon::os::Lock;
 using pelacon::os::UseCount;
 
-constexpr auto kLimit = 10s;
+constexpr auto kLockLimit = 10s;
 
 bool IsFreeForOthers(Lock& lock)
 {
@@ -92,7 +92,7 @@ TEST(LockTest, AWaitEndsWhenTheLockIsReleased)
     }
     EXPECT_EQ(waiter.wait_for(20ms), std::future_status::timeout);
     lock.unlock();
-    EXPECT_EQ(waiter.wait_for(kLimit), std::future_status::ready);
+    EXPECT_EQ(waiter.wait_for(kLockLimit), std::future_status::ready);
 }
 
 TEST(UseCountTest, WaitsForEveryUse)
@@ -105,7 +105,7 @@ TEST(UseCountTest, WaitsForEveryUse)
     one.reset();
     EXPECT_EQ(waiter.wait_for(20ms), std::future_status::timeout);
     other.reset();
-    EXPECT_EQ(waiter.wait_for(kLimit), std::future_status::ready);
+    EXPECT_EQ(waiter.wait_for(kLockLimit), std::future_status::ready);
 }
 
 TEST(SingletonTest, IsMadeOnceAndMadeAgainWhereThatFailed)

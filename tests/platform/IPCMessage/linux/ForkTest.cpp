@@ -1,7 +1,7 @@
 // Children that fork makes of a client's process.
 #include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/support/linux/InChild.h>
 
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,22 +9,7 @@ namespace pelacon::test {
 
 namespace {
 
-class ForkTest : public ChannelTest {
-  protected:
-    /// The exit code of a child that runs the action; the number of its failures, by convention.
-    template <typename Action>
-    static int InChild(const Action& action)
-    {
-        const pid_t child = fork();
-        if (child == 0) {
-            alarm(20);  // whatever hangs
-            _exit(action());
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    }
-};
+using ForkTest = ChannelTest;
 
 TEST_F(ForkTest, AChildDoesNotUseItsParentsConnectionsNorDisturbThem)
 {

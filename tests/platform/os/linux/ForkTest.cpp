@@ -20,7 +20,7 @@ using pelacon::os::UseCount;
 using pelacon::test::ExitCode;
 using pelacon::test::InChild;
 
-constexpr auto kLimit = 10s;
+constexpr auto kForkLimit = 10s;
 
 /// A thread that is inside something until this ends.
 class Inside {
@@ -30,11 +30,11 @@ class Inside {
         : thread_([this, enter] {
               enter([this] {
                   entered_.set_value();
-                  EXPECT_EQ(leave_.get_future().wait_for(kLimit), std::future_status::ready);
+                  EXPECT_EQ(leave_.get_future().wait_for(kForkLimit), std::future_status::ready);
               });
           })
     {
-        EXPECT_EQ(entered_.get_future().wait_for(kLimit), std::future_status::ready);
+        EXPECT_EQ(entered_.get_future().wait_for(kForkLimit), std::future_status::ready);
     }
     ~Inside()
     {

@@ -2,6 +2,7 @@
 #include <os/Processes.h>
 #include <os/Threads.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/linux/InChild.h>
 
 #include <gtest/gtest.h>
 #include <spawn.h>
@@ -11,7 +12,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <system_error>
 
@@ -21,17 +21,7 @@ namespace {
 
 using namespace pelacon::os;  // NOLINT(google-build-using-namespace)
 
-/// What the body returned in a child process, or -1 when the child did not end by itself in time.
-int InChild(const std::function<int()>& body)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(10);
-        _exit(body());
-    }
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+using pelacon::test::InChild;
 
 TEST(VisitProcessPathsTest, SaysWhenThereIsNoList)
 {

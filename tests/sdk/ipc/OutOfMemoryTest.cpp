@@ -1,0 +1,220 @@
+// Notifications that come when there is no memory: the library loses them, and the application
+// lives on. The library is the real one; whichever allocation of a receiver fails is tried.
+#include <PelaconSDK/WifiSystemApi.h>
+#include <protocol/BleAdvertiser.h>
+#include <protocol/BleManager.h>
+#include <protocol/BleScanner.h>
+#include <protocol/ErrorStatus.h>
+#include <protocol/GattClient.h>
+#include <protocol/GattServer.h>
+#include <protocol/SoftAp.h>
+#include <protocol/Vod2dConfig.h>
+#include <protocol/Vod2dGroup.h>
+#include <protocol/WifiState.h>
+#include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/Receivers.h>
+#include <tests/sdk/WifiListener.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <ostream>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+/// Allocations that this thread may still make; none fails while it is negative.
+thread_local constinit int allocationsLeft = -1;
+thread_local constinit bool allocationFailed = false;
+
+}  // namespace
+
+// Counted, these and no others: what the library calls allocates with them.
+void* operator new(std::size_t size)
+{
+    if (allocationsLeft == 0) {
+        allocationFailed = true;
+        throw std::bad_alloc();
+    }
+    if (allocationsLeft > 0) {
+        --allocationsLeft;
+    }
+    void* const memory = std::malloc(size != 0 ? size : 1);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
+
+namespace pelacon::test {
+
+namespace {
+
+std::atomic<int> called{0};
+
+IPCMessageSender& Sender()
+{
+    return IPCMessageSender::GetInstance();
+}
+
+struct CountingListener : Deaf, ErrorListener {
+    void OnConnectStatus(int32_t /*status*/) override { ++called; }
+    void OnAdvertisementStatus(uint32_t /*status*/) override { ++called; }
+    void OnDeviceConnectionStatus(uint32_t /*status*/) override { ++called; }
+    void OnWifiStateChanged(int32_t /*state*/) override { ++called; }
+    void OnConnectChannel(int32_t /*channel*/) override { ++called; }
+    void OnError(ErrorDetail /*detail*/) override { ++called; }
+};
+
+/// Registers for everything, under id 0 where there are ids.
+void RegisterForEverything()
+{
+    static BtManagerCallbacksC manager{[](int32_t) { ++called; }};
+    static BleAdvCallbacksC advertiser{[](int32_t, int32_t) { ++called; }};
+    static BleScanCallbacksC scanner{[](int32_t, int32_t) { ++called; },
+                                     [](int32_t, BleScanResultC) { ++called; }};
+    static BtGattClientCallbacksC client{
+        [](int32_t, int32_t, int32_t) { ++called; },
+        [](int32_t, const char*, const char*, const uint8_t*, uint32_t, int32_t) { ++called; }};
+    static BtGattServerCallbacksC server{[](uint64_t) { ++called; }, [](uint64_t) { ++called; },
+                                         [](uint64_t, uint32_t) { ++called; },
+                                         [](uint64_t, uint32_t) { ++called; }};
+    static BtGattCharCallbacksC characteristic{
+        [](uint64_t, const char*, const char*, const uint8_t*, uint32_t) { ++called; },
+        [](uint64_t, const char*, const char*, const uint8_t*, uint32_t) { ++called; }};
+    static Vod2dWifiBroadcastRecvCb group{[](Vod2dGroupChange) { ++called; },
+                                          [](const Vod2dStationChange*) { ++called; }};
+    static Vod2dWifiCfgCallback configuration{[](const Vod2dWifiCfgEvent*) { ++called; }};
+    static WifiCardStateCallback card{[](const WifiCardStateEvent*) { ++called; }};
+    static CountingListener listener;
+
+    Sender().AddBleManagerCb(&manager);
+    Sender().AddAdvCb(&advertiser, 0);
+    Sender().AddScanCb(&scanner, 0);
+    Sender().ScanStart(0);
+    Sender().AddBleGattClientCb(&client, 0);
+    Sender().AddGattServer(&server, 0);
+    Sender().AddGattServerService(0, 0, std::string(36, 's'));
+    BLECharacteristicInfo info;
+    info.charUuid = std::string(36, 'c');
+    Sender().AddGattServerCharacteristic(0, 0, &info, &characteristic);
+    Sender().AddSoftAPStateChanged(&group);
+    Sender().RegisterWifiCfgCallback(&configuration);
+    Sender().RegisterConnNotifyCallback(&configuration, {});
+    Sender().RegisterWifiCardStateCallback(&card, {});
+    Sender().SetSoftApConnectStatus(&listener);
+    Sender().AddSoftApNotificationCallback(&listener);
+    Sender().AddWifiStateCallback(&listener);
+    Sender().AddWifiStateChangeCallback(&listener);
+    WifiSystemApi::GetInstance().RegistListener(&listener);
+}
+
+struct Notified {
+    const char* name;
+    std::int32_t id;
+};
+
+void PrintTo(const Notified& notified, std::ostream* out)
+{
+    *out << notified.name;
+}
+
+class OutOfMemoryTest : public ::testing::TestWithParam<Notified> {
+  protected:
+    static void SetUpTestSuite() { RegisterForEverything(); }
+
+    /// A payload that any record can be read from, with the UUID of the one characteristic where
+    /// notifications about it have it, and a station that joins, whose name is long.
+    static std::vector<std::uint8_t> Payload()
+    {
+        std::vector<std::uint8_t> payload(2048);
+        if (GetParam().id == protocol::kGattPeerReads.id ||
+            GetParam().id == protocol::kGattPeerWrites.id) {
+            std::fill_n(payload.begin() + offsetof(protocol::GattPeerRequestRecord, charUuid), 36,
+                        std::uint8_t{'c'});
+        }
+        if (GetParam().id == protocol::kSoftApConnectionStateChange.id) {
+            payload[0] = kVod2dStationJoined;
+        }
+        return payload;
+    }
+};
+
+TEST_P(OutOfMemoryTest, LosesANotificationAtMost)
+{
+    std::vector<std::uint8_t> payload = Payload();
+    TagIPCMessageItem item;
+    item.msgId = GetParam().id;
+    item.message = payload.data();
+    for (int allocations = 0;; ++allocations) {
+        allocationFailed = false;
+        allocationsLeft = allocations;
+        OnIpcMessage(item);
+        OnIpcMessageExt(item);
+        allocationsLeft = -1;
+        if (!allocationFailed) {
+            break;
+        }
+        ASSERT_LT(allocations, 100);
+    }
+    called = 0;
+    OnIpcMessage(item);
+    OnIpcMessageExt(item);
+    if (GetParam().id != protocol::kErrorStatus.id && GetParam().id != protocol::kScanResult.id) {
+        EXPECT_GE(called, 1);  // the others come on threads of their own
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Notifications, OutOfMemoryTest,
+    ::testing::Values(Notified{"BtState", protocol::kBtStateChanged.id},
+                      Notified{"AdvertiseDisabled", protocol::kAdvertiseDisabled.id},
+                      Notified{"ScanStatus", protocol::kScanStatus.id},
+                      Notified{"ScanResult", protocol::kScanResult.id},
+                      Notified{"GattConnection", protocol::kGattConnectionState.id},
+                      Notified{"GattNotification", protocol::kGattNotification.id},
+                      Notified{"PeerConnected", protocol::kGattPeerConnected.id},
+                      Notified{"PeerReads", protocol::kGattPeerReads.id},
+                      Notified{"PeerWrites", protocol::kGattPeerWrites.id},
+                      Notified{"Group", protocol::kSoftApGroupsChange.id},
+                      Notified{"Station", protocol::kSoftApConnectionStateChange.id},
+                      Notified{"WifiCfg", protocol::kWifiCfgChanged.id},
+                      Notified{"Connection", protocol::kConnNotify.id},
+                      Notified{"Card", protocol::kWifiCardStateChange.id},
+                      Notified{"SoftApConnection", protocol::kSoftApConnectStatus.id},
+                      Notified{"SoftApAdvertisement", protocol::kSoftApAdvertisement.id},
+                      Notified{"SoftApDevice", protocol::kSoftApDeviceConnection.id},
+                      Notified{"Channel", protocol::kWifiConnectChannel.id},
+                      Notified{"Switch", protocol::kWifiSwitchState.id},
+                      Notified{"Error", protocol::kErrorStatus.id}),
+    [](const auto& test) { return test.param.name; });
+
+using OutOfMemoryDeathTest = ::testing::Test;
+
+TEST_F(OutOfMemoryDeathTest, WhatACallbackThrowsIsItsOwn)
+{
+    static BtManagerCallbacksC manager{
+        [](int32_t) { throw std::runtime_error("of the callback"); }};
+    Sender().AddBleManagerCb(&manager);
+    std::vector<std::uint8_t> payload(2048);
+    TagIPCMessageItem item;
+    item.msgId = protocol::kBtStateChanged.id;
+    item.message = payload.data();
+    EXPECT_DEATH(OnIpcMessage(item), "of the callback");
+    Sender().RemoveBleManagerCb(&manager);
+}
+
+}  // namespace
+
+}  // namespace pelacon::test
