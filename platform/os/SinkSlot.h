@@ -7,7 +7,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <utility>
 
 namespace pelacon::os {
@@ -66,13 +65,13 @@ class SinkSlot {
         if (insideSink_) {
             return;
         }
-        const std::optional<Call> call = Enter();
-        if (!call) {
+        const Call call = Enter();
+        if (!call.entry) {
             return;
         }
         insideSink_ = true;
         try {
-            call->entry->sink(arguments...);
+            call.entry->sink(arguments...);
         } catch (...) {  // NOLINT(bugprone-empty-catch): dropped, as the class says
         }
         insideSink_ = false;
@@ -87,17 +86,18 @@ class SinkSlot {
     };
 
     struct Call {
-        explicit Call(std::shared_ptr<Entry> called) : entry(std::move(called)), use(entry->calls)
+        explicit Call(std::shared_ptr<Entry> called)
+            : entry(std::move(called)), use(entry ? &entry->calls : nullptr)
         {}
 
         std::shared_ptr<Entry> entry;
         UseCount::Use use;
     };
 
-    std::optional<Call> Enter()
+    Call Enter()
     {
         const std::lock_guard lock(lock_);
-        return entry_ ? std::optional<Call>(std::in_place, entry_) : std::nullopt;
+        return Call(entry_);
     }
 
     inline static thread_local bool insideSink_ = false;

@@ -12,30 +12,34 @@ namespace pelacon::os {
 /// counted stayed behind, and a use that the forking thread had begun is not counted any more.
 class UseCount {
   public:
-    /// One use; the thread that begins it ends it.
+    /// One use; the thread that begins it ends it. Without a count nothing is counted.
     class Use {
       public:
-        explicit Use(UseCount& count) noexcept : count_(count), generation_(ForkGeneration())
+        explicit Use(UseCount* count) noexcept : count_(count)
         {
-            std::uint64_t seen = count_.word_.load();
-            while (!count_.word_.compare_exchange_weak(seen, Current(seen) + 1)) {
+            if (count_ != nullptr) {
+                std::uint64_t seen = count_->word_.load();
+                while (!count_->word_.compare_exchange_weak(seen, Current(seen) + 1)) {
+                }
             }
         }
 
         ~Use()
         {
-            if (generation_ == ForkGeneration()) {
-                count_.word_.fetch_sub(1);
-                count_.word_.notify_all();
+            if (count_ != nullptr && generation_ == ForkGeneration()) {
+                count_->word_.fetch_sub(1);
+                count_->word_.notify_all();
             }
         }
+
+        bool IsCounted() const noexcept { return count_ != nullptr; }
 
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
 
       private:
-        UseCount& count_;
-        std::uint32_t generation_;
+        UseCount* count_;
+        std::uint32_t generation_ = ForkGeneration();
     };
 
     /// Returns when all uses have ended.

@@ -6,7 +6,6 @@
 #include <sdk/ipc/IPCMessageSender.h>
 
 #include <algorithm>
-#include <optional>
 
 namespace pelacon {
 
@@ -48,18 +47,15 @@ void LogNoClient(const char* function)
 class IPCMessageSender::ClientUse {
   public:
     explicit ClientUse(const std::atomic<IPCMessageClient*>& client)
-    {
-        if (client.load() != nullptr) {  // what is refused anyway does not hold up stop
-            use_.emplace(clientUses);
-            client_ = client.load();
-        }
-    }
+        : use_(client.load() != nullptr ? &clientUses : nullptr),  // refused requests do not count
+          client_(use_.IsCounted() ? client.load() : nullptr)
+    {}
 
     const IPCMessageClient* Client() const { return client_; }
 
   private:
-    std::optional<os::UseCount::Use> use_;
-    const IPCMessageClient* client_ = nullptr;
+    os::UseCount::Use use_;
+    const IPCMessageClient* client_;
 };
 
 IPCMessageSender& IPCMessageSender::GetInstance()

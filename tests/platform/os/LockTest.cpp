@@ -99,8 +99,8 @@ TEST(UseCountTest, WaitsForEveryUse)
 {
     UseCount count;
     count.WaitUntilUnused();
-    std::optional<UseCount::Use> one(std::in_place, count);
-    std::optional<UseCount::Use> other(std::in_place, count);
+    std::optional<UseCount::Use> one(std::in_place, &count);
+    std::optional<UseCount::Use> other(std::in_place, &count);
     std::future<void> waiter = std::async(std::launch::async, [&] { count.WaitUntilUnused(); });
     one.reset();
     EXPECT_EQ(waiter.wait_for(20ms), std::future_status::timeout);

@@ -114,14 +114,14 @@ TEST(ForkTest, UsesThatOtherThreadsBeganAreNotWaitedFor)
 {
     UseCount count;
     const Inside inside([&](auto stay) {
-        const UseCount::Use use(count);
+        const UseCount::Use use(&count);
         stay();
     });
-    const UseCount::Use own(count);
+    const UseCount::Use own(&count);
     EXPECT_EQ(InChild([&] {
                   count.WaitUntilUnused();
                   {
-                      const UseCount::Use another(count);
+                      const UseCount::Use another(&count);
                   }
                   count.WaitUntilUnused();
                   return 0;
@@ -134,13 +134,13 @@ TEST(ForkTest, AUseThatTheForkingThreadBeganMayEndInTheChild)
     UseCount count;
     pid_t child = -1;
     {
-        const UseCount::Use use(count);
+        const UseCount::Use use(&count);
         child = fork();
     }
     if (child == 0) {
         alarm(20);
         {
-            const UseCount::Use another(count);
+            const UseCount::Use another(&count);
         }
         count.WaitUntilUnused();
         _exit(0);
