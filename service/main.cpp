@@ -4,10 +4,11 @@
 #include <os/StandardStreams.h>
 #include <os/Termination.h>
 #include <protocol/Operation.h>
-#include <service/Log.h>
-#include <service/PipeService.h>
 #include <service/Version.h>
-#include <service/WorldFile.h>
+#include <service/base/Log.h>
+#include <service/core/PipeService.h>
+#include <service/simulation/Simulation.h>
+#include <service/simulation/WorldFile.h>
 
 #include <CLI/CLI.hpp>
 
@@ -27,6 +28,7 @@
 namespace {
 
 using namespace pelacon;  // NOLINT(google-build-using-namespace)
+namespace simulation = service::simulation;
 
 enum ExitCode : int {
     kEnded = 0,
@@ -154,14 +156,17 @@ std::wstring PipeName(const std::string& option)
 service::Settings ReadSettings(const Options& options)
 {
     service::Settings settings;
+    simulation::WorldFile world;
     if (options.world) {
-        settings.world = service::LoadWorldFile(*options.world);
+        world = simulation::LoadWorldFile(*options.world);
         settings.worldName = *options.world;
     } else {
-        settings.world = service::ReadWorldFile(service::DefaultWorldText(), "default-world.json");
+        world = simulation::ReadWorldFile(simulation::DefaultWorldText(), "default-world.json");
     }
-    const auto seed = options.seed ? options.seed : settings.world.seed;
+    const auto seed = options.seed ? options.seed : world.seed;
     settings.seed = seed ? *seed : std::random_device()();
+    settings.faults = world.faults;
+    settings.makeRadios = simulation::SimulationOf(std::move(world));
     return settings;
 }
 
@@ -227,7 +232,7 @@ int main(int argc, char** argv)
             return app.exit(outcome) == 0 ? kEnded : kUsage;
         }
         if (options.printWorld) {
-            const std::string_view text = service::DefaultWorldText();
+            const std::string_view text = simulation::DefaultWorldText();
             std::fwrite(text.data(), 1, text.size(), stdout);
             return kEnded;
         }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/BleManager.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 #include <string_view>
 #include <unordered_set>

@@ -151,11 +151,11 @@ std::int32_t AdvertiserFamily::Start(Session& session, const StartAdvertiseReque
     advertiser->advertising = *advertising;
     Turn(*advertiser);
     if (request.sendPartTime > 0) {
-        advertiser->partTime = context_.world.Every(milliseconds(request.sendPartTime),
-                                                    [this, advertiser] { Turn(*advertiser); });
+        advertiser->partTime = context_.scheduler.Every(milliseconds(request.sendPartTime),
+                                                        [this, advertiser] { Turn(*advertiser); });
     }
     if (request.sendTotalTime > 0) {
-        advertiser->totalTime = context_.world.After(
+        advertiser->totalTime = context_.scheduler.After(
             milliseconds(request.sendTotalTime),
             [=, this, &session] { GoSilentByItself(session, id, *advertiser, kTimeOver); });
     }

@@ -1,4 +1,4 @@
-#include <service/Commands.h>
+#include <service/core/Commands.h>
 #include <service/families/ErrorFamily.h>
 
 namespace pelacon::service {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/ErrorStatus.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 #include <cstdint>
 #include <unordered_set>

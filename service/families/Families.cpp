@@ -1,7 +1,6 @@
 #include <service/families/AdapterFamily.h>
 #include <service/families/AdvertiserFamily.h>
 #include <service/families/ErrorFamily.h>
-#include <service/families/Families.h>
 #include <service/families/GattClientFamily.h>
 #include <service/families/GattServerFamily.h>
 #include <service/families/GroupFamily.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/GattClient.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 #include <cstdint>
 #include <map>

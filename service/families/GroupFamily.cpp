@@ -54,7 +54,9 @@ protocol::StationChange ChangeOf(const radio::Station& station, bool joined)
 }  // namespace
 
 GroupFamily::GroupFamily(const Context& context)
-    : world_(context.world), wifi_(context.radios.GetWifi()), groups_(context.radios.GetGroups())
+    : scheduler_(context.scheduler),
+      wifi_(context.radios.GetWifi()),
+      groups_(context.radios.GetGroups())
 {
     groups_.ObserveGroup([this](bool exists, GroupOutcome reason) { TellGroup(exists, reason); });
     groups_.ObserveStations(
@@ -168,7 +170,7 @@ std::optional<protocol::GroupInfoReply> GroupFamily::Create(Session& session, st
     // Also where no table is registered: the client may give up before the group is there, and then
     // has to learn of it.
     listeners_.insert(&session);
-    const auto outcome = AwaitGroup(world_, session, [&](radio::Groups::Done done) {
+    const auto outcome = AwaitGroup(scheduler_, session, [&](radio::Groups::Done done) {
         groups_.Create(chosen, std::move(done));
     });
     if (!outcome) {
@@ -186,7 +188,7 @@ std::optional<StatusReply> GroupFamily::Remove(Session& session)
         return StatusReply{protocol::kStatusNotPermitted};
     }
     const auto outcome = AwaitGroup(
-        world_, session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); });
+        scheduler_, session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); });
     return outcome ? std::optional(StatusReply{StatusOf(*outcome)}) : std::nullopt;
 }
 

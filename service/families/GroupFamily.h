@@ -3,7 +3,7 @@
 
 #include <protocol/Vod2dConfig.h>
 #include <protocol/Vod2dGroup.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 #include <cstdint>
 #include <functional>
@@ -38,7 +38,7 @@ class GroupFamily : public Family {
     void TellGroup(bool exists, radio::GroupOutcome reason) const;
     void TellStation(const radio::Station& station, bool joined) const;
 
-    World& world_;
+    Scheduler& scheduler_;
     radio::Wifi& wifi_;
     radio::Groups& groups_;
     std::unordered_set<Session*> listeners_;  // clients that are notified of changes

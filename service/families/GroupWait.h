@@ -1,8 +1,8 @@
 // Waiting for what becomes of a group or a soft AP.
 #pragma once
 
-#include <service/Session.h>
-#include <service/World.h>
+#include <service/base/Scheduler.h>
+#include <service/core/Session.h>
 #include <service/radio/Groups.h>
 
 #include <functional>
@@ -15,14 +15,14 @@ namespace pelacon::service {
 /// may still come or go, so no outcome would be true. Without an outcome of the radio's the family
 /// may be gone, and is not to be touched.
 inline std::optional<radio::GroupOutcome> AwaitGroup(
-    World& world, Session& session, const std::function<void(radio::Groups::Done)>& begin)
+    Scheduler& scheduler, Session& session, const std::function<void(radio::Groups::Done)>& begin)
 {
-    const Completion<radio::GroupOutcome> completion(world);
+    const Completion<radio::GroupOutcome> completion(scheduler);
     begin([completion](radio::GroupOutcome outcome) { completion.Set(outcome); });
     if (const auto outcome = session.Await(completion, radio::kGroupPatience)) {
         return outcome;
     }
-    return world.IsStopping() ? std::optional(radio::GroupOutcome::kAborted) : std::nullopt;
+    return scheduler.IsStopping() ? std::optional(radio::GroupOutcome::kAborted) : std::nullopt;
 }
 
 }  // namespace pelacon::service

@@ -187,7 +187,7 @@ void ScanFamily::Tell(Session& session, const radio::Heard& heard)
         return entry.second.policy && entry.second.filters.Pass(heard);
     });
     if (isWanted) {
-        session.Notify(protocol::kScanResult, RecordOf(heard), Line::Urgency::kDroppable);
+        session.Notify(protocol::kScanResult, RecordOf(heard), Transport::Urgency::kDroppable);
     }
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/BleScanner.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 #include <service/families/ScanFilter.h>
 
 #include <cstdint>

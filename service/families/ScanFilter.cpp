@@ -1,4 +1,4 @@
-#include <service/Wire.h>
+#include <service/core/Wire.h>
 #include <service/families/ScanFilter.h>
 
 #include <algorithm>

@@ -66,7 +66,7 @@ std::vector<std::string> SplitTypes(std::string_view text)
 }  // namespace
 
 SoftApFamily::SoftApFamily(const Context& context)
-    : world_(context.world),
+    : scheduler_(context.scheduler),
       wifi_(context.radios.GetWifi()),
       cards_(context.radios.GetWifiCards()),
       ap_(context.radios.GetSoftAp())
@@ -253,7 +253,7 @@ std::optional<SoftApInfoMessage> SoftApFamily::Create(Session& session,
         lastError_ = protocol::kStatusNotSupported;
         return Info(lastError_);
     }
-    const auto outcome = AwaitGroup(world_, session, [&](radio::Groups::Done done) {
+    const auto outcome = AwaitGroup(scheduler_, session, [&](radio::Groups::Done done) {
         ap_.Create(channel, [this, purpose = request.requestInt,
                              done = Noting(std::move(done))](GroupOutcome made) {
             if (made == GroupOutcome::kDone) {
@@ -279,8 +279,9 @@ std::optional<Int32Record> SoftApFamily::Destroy(Session& session, std::int32_t 
         lastError_ = protocol::kStatusBusy;
         return Int32Record{lastError_};
     }
-    const auto outcome = AwaitGroup(
-        world_, session, [&](radio::Groups::Done done) { ap_.Remove(Noting(std::move(done))); });
+    const auto outcome = AwaitGroup(scheduler_, session, [&](radio::Groups::Done done) {
+        ap_.Remove(Noting(std::move(done)));
+    });
     return outcome ? std::optional(Int32Record{ResultOf(*outcome)}) : std::nullopt;
 }
 
@@ -289,11 +290,11 @@ std::optional<ByteReply> SoftApFamily::RestartAdapter(Session& session, bool aft
     if (!wifi_.IsOn()) {
         return ByteReply{0};
     }
-    const World& world = world_;
-    const auto removed =
-        AwaitGroup(world_, session, [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
+    const Scheduler& scheduler = scheduler_;
+    const auto removed = AwaitGroup(scheduler_, session,
+                                    [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
     if (!removed || *removed == GroupOutcome::kAborted || !session.WaitFor(kAdapterRestart)) {
-        return world.IsStopping() ? std::optional(ByteReply{0}) : std::nullopt;
+        return scheduler.IsStopping() ? std::optional(ByteReply{0}) : std::nullopt;
     }
     ++restarts_;
     wakeUpRestarts_ += afterWakeUp ? 1 : 0;
@@ -323,7 +324,7 @@ void SoftApFamily::DrawName()
     const auto draw = [&](int count) {
         std::string text;
         while (count-- > 0) {
-            text += kLetters[world_.Chance().Next() % kLetters.size()];
+            text += kLetters[scheduler_.GetRandom().Next() % kLetters.size()];
         }
         return text;
     };

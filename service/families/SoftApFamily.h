@@ -3,7 +3,7 @@
 
 #include <protocol/SoftAp.h>
 #include <protocol/WifiChannels.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 #include <service/families/PairedPhone.h>
 
 #include <cstddef>
@@ -53,7 +53,7 @@ class SoftApFamily : public Family {
     void TellAdvertisement();
     void TellStation(bool joined);
 
-    World& world_;
+    Scheduler& scheduler_;
     radio::Wifi& wifi_;
     radio::WifiCards& cards_;
     radio::Groups& ap_;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/Vod2dConfig.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 #include <cstdint>
 #include <map>

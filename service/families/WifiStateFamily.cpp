@@ -30,7 +30,7 @@ std::int32_t StateOf(bool on)
 }  // namespace
 
 WifiStateFamily::WifiStateFamily(const Context& context)
-    : world_(context.world),
+    : scheduler_(context.scheduler),
       wifi_(context.radios.GetWifi()),
       cards_(context.radios.GetWifiCards()),
       phone_(context.radios.GetPhone())
@@ -84,7 +84,7 @@ std::optional<Int32Record> WifiStateFamily::Enable(Session& session, bool on)
     if (cards_.States().front() == radio::CardState::kAbsent) {
         return Int32Record{kNoAdapter};
     }
-    const Completion<bool> completion(world_);
+    const Completion<bool> completion(scheduler_);
     wifi_.Switch(on, [completion](bool reached) { completion.Set(reached); });
     const auto reached = session.Await(completion, kSwitchPatience);
     if (!reached && !session.IsPresent()) {

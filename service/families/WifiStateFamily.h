@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/WifiState.h>
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 #include <cstdint>
 #include <optional>
@@ -23,7 +23,7 @@ class WifiStateFamily : public Family {
     void TellSwitch(bool on) const;
     void TellChannel(std::int32_t channel) const;
 
-    World& world_;
+    Scheduler& scheduler_;
     radio::Wifi& wifi_;
     radio::WifiCards& cards_;
     radio::Phone& phone_;

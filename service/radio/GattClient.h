@@ -1,7 +1,7 @@
 // The radio as it connects to other devices and works with their characteristics.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Gatt.h>
 
 #include <cstdint>

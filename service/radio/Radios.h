@@ -13,7 +13,15 @@
 #include <service/radio/Wifi.h>
 #include <service/radio/WifiCards.h>
 
-namespace pelacon::service::radio {
+#include <functional>
+#include <memory>
+
+namespace pelacon::service {
+
+class Commands;
+class Scheduler;
+
+namespace radio {
 
 /// The radios that the families drive: simulated ones, or those of a real machine. A family sees
 /// nothing of them but these interfaces.
@@ -36,6 +44,20 @@ class Radios {
     virtual Phone& GetPhone() = 0;
     virtual WifiCards& GetWifiCards() = 0;
     virtual Errors& GetErrors() = 0;
+
+    /// Adds operators' commands that these radios have.
+    virtual void AddCommands(Commands& /*commands*/) {}
+
+    /// The service ends or restarts: nothing is sent any more, and no observer is called. Other
+    /// radios may be made before these are destroyed. Nothing to do for radios that have no effect
+    /// outside the process.
+    virtual void Release() {}
 };
 
-}  // namespace pelacon::service::radio
+/// Makes radios, under the scheduler's lock. What outlives them and must not be destroyed under
+/// that lock (threads, sockets) belongs to the factory, which is destroyed after them without the
+/// lock.
+using Factory = std::function<std::unique_ptr<Radios>(Scheduler& scheduler)>;
+
+}  // namespace radio
+}  // namespace pelacon::service

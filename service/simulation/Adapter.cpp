@@ -4,8 +4,10 @@ namespace pelacon::service::simulation {
 
 using radio::AdapterState;
 
-Adapter::Adapter(World& world, const AdapterConfig& config)
-    : world_(world), config_(config), state_(config.on ? AdapterState::kOn : AdapterState::kOff)
+Adapter::Adapter(Scheduler& scheduler, const AdapterConfig& config)
+    : scheduler_(scheduler),
+      config_(config),
+      state_(config.on ? AdapterState::kOn : AdapterState::kOff)
 {
     for (const ConnectedDevice& device : config.connected) {
         SetConnected(device.address, device.type, true);
@@ -36,12 +38,12 @@ void Adapter::SetConnected(std::uint64_t address, radio::BluetoothType type, boo
     }
 }
 
-void Adapter::Switch(AdapterState onTheWay, AdapterState goal, World::Duration delay)
+void Adapter::Switch(AdapterState onTheWay, AdapterState goal, Scheduler::Duration delay)
 {
     if (state_ == goal || state_ == onTheWay) {
         return;
     }
-    switching_ = world_.After(delay, [this, goal] { Enter(goal); });
+    switching_ = scheduler_.After(delay, [this, goal] { Enter(goal); });
     Enter(onTheWay);
 }
 

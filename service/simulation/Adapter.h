@@ -1,7 +1,7 @@
 // An adapter that exists in memory.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Adapter.h>
 #include <service/simulation/AdapterConfig.h>
 
@@ -15,7 +15,7 @@ namespace pelacon::service::simulation {
 
 class Adapter : public radio::Adapter {
   public:
-    Adapter(World& world, const AdapterConfig& config);
+    Adapter(Scheduler& scheduler, const AdapterConfig& config);
 
     radio::AdapterState State() const override { return state_; }
     void SwitchOn() override;
@@ -30,10 +30,10 @@ class Adapter : public radio::Adapter {
     void SetConnected(std::uint64_t address, radio::BluetoothType type, bool connected);
 
   private:
-    void Switch(radio::AdapterState onTheWay, radio::AdapterState goal, World::Duration delay);
+    void Switch(radio::AdapterState onTheWay, radio::AdapterState goal, Scheduler::Duration delay);
     void Enter(radio::AdapterState state);
 
-    World& world_;
+    Scheduler& scheduler_;
     AdapterConfig config_;
     radio::AdapterState state_;
     std::set<std::pair<radio::BluetoothType, std::uint64_t>> connected_;

@@ -17,19 +17,19 @@ class Advertiser : public radio::Advertiser {
     static constexpr std::int32_t kPathLoss = 40;
     static constexpr std::int32_t kVariation = 2;
 
-    Advertiser(World& world, const Adapter& adapter, Air& air)
-        : world_(world), adapter_(adapter), air_(air)
+    Advertiser(Scheduler& scheduler, const Adapter& adapter, Air& air)
+        : scheduler_(scheduler), adapter_(adapter), air_(air)
     {}
 
     std::unique_ptr<radio::Advertisement> Start(const radio::Advertising& advertising) override
     {
         const Signal signal{adapter_.Address(), advertising.txPower - kPathLoss, kVariation};
-        return std::make_unique<Transmitter>(world_, air_, signal, advertising,
-                                             World::Duration::zero());
+        return std::make_unique<Transmitter>(scheduler_, air_, signal, advertising,
+                                             Scheduler::Duration::zero());
     }
 
   private:
-    World& world_;
+    Scheduler& scheduler_;
     const Adapter& adapter_;
     Air& air_;
 };

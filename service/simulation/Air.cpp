@@ -64,7 +64,7 @@ void Air::Carry(const Transmitter& from, const Signal& signal,
         return;
     }
     const auto rssi = [&] {
-        return signal.rssi + static_cast<std::int32_t>(world_.Chance().Between(
+        return signal.rssi + static_cast<std::int32_t>(scheduler_.GetRandom().Between(
                                  -signal.rssiVariation, signal.rssiVariation));
     };
     const radio::Heard heard{signal.address, rssi(), advertising.kind, advertising.data};
@@ -88,12 +88,12 @@ void Air::Forget(const Transmitter& transmitter)
     }
 }
 
-Transmitter::Transmitter(World& world, Air& air, const Signal& signal,
-                         radio::Advertising advertising, World::Duration delay)
+Transmitter::Transmitter(Scheduler& scheduler, Air& air, const Signal& signal,
+                         radio::Advertising advertising, Scheduler::Duration delay)
     : air_(air), signal_(signal), advertising_(std::move(advertising))
 {
-    first_ = world.After(delay, [this, &world] {
-        others_ = world.Every(advertising_.interval, [this] { Send(); });
+    first_ = scheduler.After(delay, [this, &scheduler] {
+        others_ = scheduler.Every(advertising_.interval, [this] { Send(); });
         Send();
     });
 }

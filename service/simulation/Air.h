@@ -1,7 +1,7 @@
 // The air between simulated radios: what one sends, the others hear.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Advertiser.h>
 #include <service/radio/Scanner.h>
 
@@ -24,7 +24,7 @@ class Transmitter;
 /// Scans that go on, and who is told of what they hear. Outlives all scans and transmitters.
 class Air {
   public:
-    explicit Air(World& world) : world_(world) {}
+    explicit Air(Scheduler& scheduler) : scheduler_(scheduler) {}
 
     /// A scan that hears whatever is sent.
     std::unique_ptr<radio::Scan> Listen(radio::ScanPolicy policy,
@@ -38,7 +38,7 @@ class Air {
                const radio::Advertising& advertising);
     void Forget(const Transmitter& transmitter);
 
-    World& world_;
+    Scheduler& scheduler_;
     std::vector<Receiver*> receivers_;
 };
 
@@ -46,8 +46,8 @@ class Air {
 class Transmitter : public radio::Advertisement {
   public:
     /// Sends for the first time after that delay, and then at each interval.
-    Transmitter(World& world, Air& air, const Signal& signal, radio::Advertising advertising,
-                World::Duration delay);
+    Transmitter(Scheduler& scheduler, Air& air, const Signal& signal,
+                radio::Advertising advertising, Scheduler::Duration delay);
     ~Transmitter() override { air_.Forget(*this); }
 
   private:

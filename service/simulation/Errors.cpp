@@ -2,11 +2,13 @@
 
 namespace pelacon::service::simulation {
 
-Errors::Errors(World& world, const std::vector<ErrorConfig>& configs) : world_(world)
+Errors::Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs)
+    : scheduler_(scheduler)
 {
     for (const ErrorConfig& config : configs) {
         const std::size_t index = planned_.size();
-        planned_.push_back({config, world.After(config.after, [this, index] { Strike(index); })});
+        planned_.push_back(
+            {config, scheduler.After(config.after, [this, index] { Strike(index); })});
     }
 }
 
@@ -22,7 +24,7 @@ void Errors::Strike(std::size_t index)
     Planned& planned = planned_[index];
     Report(planned.config.code);
     if (planned.config.every.count() != 0) {
-        planned.timer = world_.After(planned.config.every, [this, index] { Strike(index); });
+        planned.timer = scheduler_.After(planned.config.every, [this, index] { Strike(index); });
     }
 }
 

@@ -1,7 +1,7 @@
 // Errors that are made up.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Errors.h>
 #include <service/simulation/ErrorConfig.h>
 
@@ -14,7 +14,7 @@ namespace pelacon::service::simulation {
 
 class Errors : public radio::Errors {
   public:
-    Errors(World& world, const std::vector<ErrorConfig>& configs);
+    Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs);
 
     void Observe(Observer observer) override { observers_.push_back(std::move(observer)); }
 
@@ -29,7 +29,7 @@ class Errors : public radio::Errors {
 
     void Strike(std::size_t index);
 
-    World& world_;
+    Scheduler& scheduler_;
     std::vector<Observer> observers_;
     std::vector<Planned> planned_;
 };

@@ -4,8 +4,8 @@
 
 namespace pelacon::service::simulation {
 
-GattClient::GattClient(World& world, Adapter& adapter, const GattLinkConfig& config)
-    : world_(world), adapter_(adapter), config_(config)
+GattClient::GattClient(Scheduler& scheduler, Adapter& adapter, const GattLinkConfig& config)
+    : scheduler_(scheduler), adapter_(adapter), config_(config)
 {
     adapter.Observe([this](radio::AdapterState state) {
         if (state != radio::AdapterState::kOn) {
@@ -17,7 +17,7 @@ GattClient::GattClient(World& world, Adapter& adapter, const GattLinkConfig& con
 std::unique_ptr<radio::GattConnection> GattClient::Connect(std::uint64_t address,
                                                            radio::GattConnectionObserver& observer)
 {
-    return std::make_unique<GattLink>(world_, *this, address, observer);
+    return std::make_unique<GattLink>(scheduler_, *this, address, observer);
 }
 
 GattDevice* GattClient::Find(std::uint64_t address) const

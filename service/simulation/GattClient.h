@@ -1,7 +1,7 @@
 // The simulated radio as it connects to simulated devices, and to this machine itself.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/GattClient.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/GattLink.h>
@@ -16,7 +16,7 @@ namespace pelacon::service::simulation {
 /// All connections from this machine. They end when the adapter is switched off.
 class GattClient : public radio::GattClient {
   public:
-    GattClient(World& world, Adapter& adapter, const GattLinkConfig& config);
+    GattClient(Scheduler& scheduler, Adapter& adapter, const GattLinkConfig& config);
 
     std::unique_ptr<radio::GattConnection> Connect(
         std::uint64_t address, radio::GattConnectionObserver& observer) override;
@@ -37,7 +37,7 @@ class GattClient : public radio::GattClient {
     void Add(GattLink& link) { links_.push_back(&link); }
     void Remove(const GattLink& link) { std::erase(links_, &link); }
 
-    World& world_;
+    Scheduler& scheduler_;
     Adapter& adapter_;
     GattLinkConfig config_;
     std::map<std::uint64_t, GattDevice*> devices_;

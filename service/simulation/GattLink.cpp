@@ -18,14 +18,14 @@ constexpr std::chrono::milliseconds kSearchTime(100);
 
 }  // namespace
 
-GattLink::GattLink(World& world, GattClient& client, std::uint64_t address,
+GattLink::GattLink(Scheduler& scheduler, GattClient& client, std::uint64_t address,
                    radio::GattConnectionObserver& observer)
-    : world_(world), client_(client), address_(address), observer_(observer)
+    : scheduler_(scheduler), client_(client), address_(address), observer_(observer)
 {
     client_.Add(*this);
     const GattDevice* device = client_.Find(address);
     const auto delay = device != nullptr ? device->Config().connectDelay : kSearchTime;
-    establishing_ = world.After(delay, [this] { Establish(); });
+    establishing_ = scheduler.After(delay, [this] { Establish(); });
 }
 
 void GattLink::Establish()
@@ -83,7 +83,7 @@ std::int32_t GattLink::Mtu() const
 template <typename Result>
 Completion<Result> GattLink::Ask(Result whenEnded, std::function<Result()> answer)
 {
-    Completion<Result> completion(world_);
+    Completion<Result> completion(scheduler_);
     if (device_ == nullptr) {
         completion.Set(std::move(whenEnded));
         return completion;
@@ -96,7 +96,7 @@ Completion<Result> GattLink::Ask(Result whenEnded, std::function<Result()> answe
     const std::uint64_t id = ++lastRequest_;
     Pending& request = pending_[id];
     request.abandon = [completion, whenEnded = std::move(whenEnded)] { completion.Set(whenEnded); };
-    request.answer = world_.After(delay, [this, id, completion, answer = std::move(answer)] {
+    request.answer = scheduler_.After(delay, [this, id, completion, answer = std::move(answer)] {
         pending_.erase(id);
         completion.Set(answer());
     });

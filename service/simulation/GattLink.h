@@ -1,7 +1,7 @@
 // A GATT connection that exists in memory, and the device at its other end.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/GattClient.h>
 #include <service/simulation/GattConfig.h>
 
@@ -44,7 +44,7 @@ class GattDevice {
 /// A connection from this machine to a device.
 class GattLink : public radio::GattConnection {
   public:
-    GattLink(World& world, GattClient& client, std::uint64_t address,
+    GattLink(Scheduler& scheduler, GattClient& client, std::uint64_t address,
              radio::GattConnectionObserver& observer);
     ~GattLink() override { Close(); }
 
@@ -80,7 +80,7 @@ class GattLink : public radio::GattConnection {
     template <typename Result>
     Completion<Result> Ask(Result whenEnded, std::function<Result()> answer);
 
-    World& world_;
+    Scheduler& scheduler_;
     GattClient& client_;
     std::uint64_t address_;
     radio::GattConnectionObserver& observer_;

@@ -10,8 +10,11 @@ using radio::GattStatus;
 using radio::GattValue;
 using radio::Uuid;
 
-GattPeripheral::GattPeripheral(World& world, Adapter& adapter, Peripheral& peripheral)
-    : world_(world), adapter_(adapter), peripheral_(peripheral), config_(peripheral.Config().gatt)
+GattPeripheral::GattPeripheral(Scheduler& scheduler, Adapter& adapter, Peripheral& peripheral)
+    : scheduler_(scheduler),
+      adapter_(adapter),
+      peripheral_(peripheral),
+      config_(peripheral.Config().gatt)
 {
     for (const GattServiceConfig& service : config_.services) {
         for (const GattCharacteristicConfig& characteristic : service.characteristics) {
@@ -31,8 +34,8 @@ GattReason GattPeripheral::Join(GattLink& link)
     }
     Timer& end = links_[&link];
     if (config_.disconnect) {
-        end = world_.After(config_.disconnect->after,
-                           [this, &link] { link.End(config_.disconnect->reason); });
+        end = scheduler_.After(config_.disconnect->after,
+                               [this, &link] { link.End(config_.disconnect->reason); });
     }
     peripheral_.Advertise(false);
     adapter_.SetConnected(peripheral_.Config().address, radio::BluetoothType::kLe, true);
@@ -115,7 +118,7 @@ GattStatus GattPeripheral::Subscribe(GattLink& link, const Uuid& service,
         found->telling.Cancel();
     } else if (found->config.notifyEvery.count() != 0 && !found->telling.IsPending()) {
         found->telling =
-            world_.Every(found->config.notifyEvery, [this, found] { TellNext(*found); });
+            scheduler_.Every(found->config.notifyEvery, [this, found] { TellNext(*found); });
     }
     return GattStatus::kDone;
 }

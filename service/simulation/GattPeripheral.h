@@ -1,7 +1,7 @@
 // A device in the neighbourhood, as a GATT server.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/GattLink.h>
 #include <service/simulation/Peripheral.h>
@@ -16,7 +16,7 @@ namespace pelacon::service::simulation {
 /// from time to time. Silent on the air while something is connected to it.
 class GattPeripheral : public GattDevice {
   public:
-    GattPeripheral(World& world, Adapter& adapter, Peripheral& peripheral);
+    GattPeripheral(Scheduler& scheduler, Adapter& adapter, Peripheral& peripheral);
 
     const GattLinkConfig& Config() const override { return config_.link; }
     radio::GattReason Join(GattLink& link) override;
@@ -42,7 +42,7 @@ class GattPeripheral : public GattDevice {
     static void Tell(const Characteristic& characteristic);
     void TellNext(Characteristic& characteristic);
 
-    World& world_;
+    Scheduler& scheduler_;
     Adapter& adapter_;
     Peripheral& peripheral_;
     GattPeripheralConfig config_;

@@ -7,8 +7,8 @@ namespace pelacon::service::simulation {
 using radio::GroupOutcome;
 using radio::Station;
 
-Groups::Groups(World& world, Wifi& wifi, const GroupConfig& config)
-    : world_(world), wifi_(wifi), config_(config)
+Groups::Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config)
+    : scheduler_(scheduler), wifi_(wifi), config_(config)
 {
     wifi_.ObserveSwitch([this](bool on) { OnWifiSwitched(on); });
 }
@@ -35,7 +35,7 @@ void Groups::Create(std::int32_t channel, Done done)
         created_ = std::move(done);
         TakeNewName();
         const CreationConfig creation = NextCreation();
-        creating_ = world_.After(
+        creating_ = scheduler_.After(
             creation.delay, [this, creation, channel] { EndCreation(creation.outcome, channel); });
     }
 }
@@ -62,7 +62,7 @@ void Groups::Remove(Done done)
         removed_.push_back(std::move(done));
         if (!removing_.IsPending()) {
             removing_ =
-                world_.After(config_.removeDelay, [this] { EndGroup(GroupOutcome::kDone); });
+                scheduler_.After(config_.removeDelay, [this] { EndGroup(GroupOutcome::kDone); });
         }
     }
 }
@@ -122,11 +122,11 @@ void Groups::OnWifiSwitched(bool on)
 void Groups::AwaitStations()
 {
     for (const StationConfig& station : config_.stations) {
-        comings_.push_back(world_.After(
+        comings_.push_back(scheduler_.After(
             station.joinAfter, [this, station] { Join(station.address, station.ipAddress); }));
         if (station.stay) {
-            comings_.push_back(world_.After(station.joinAfter + *station.stay,
-                                            [this, station] { Leave(station.address); }));
+            comings_.push_back(scheduler_.After(station.joinAfter + *station.stay,
+                                                [this, station] { Leave(station.address); }));
         }
     }
 }

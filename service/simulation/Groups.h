@@ -1,7 +1,7 @@
 // Groups that exist in memory.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Groups.h>
 #include <service/simulation/GroupConfig.h>
 #include <service/simulation/Wifi.h>
@@ -17,7 +17,7 @@ namespace pelacon::service::simulation {
 
 class Groups : public radio::Groups {
   public:
-    Groups(World& world, Wifi& wifi, const GroupConfig& config);
+    Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config);
 
     bool Exists() const override { return channel_ != 0; }
     bool IsCreating() const override { return creating_.IsPending(); }
@@ -59,7 +59,7 @@ class Groups : public radio::Groups {
     void TellGroup(radio::GroupOutcome reason) const;
     void TellStation(const radio::Station& station, bool joined) const;
 
-    World& world_;
+    Scheduler& scheduler_;
     Wifi& wifi_;
     GroupConfig config_;
     std::optional<Name> newName_;  // for the next group

@@ -5,8 +5,8 @@
 
 namespace pelacon::service::simulation {
 
-Peripheral::Peripheral(World& world, Air& air, PeripheralConfig config)
-    : world_(world), air_(air), config_(std::move(config))
+Peripheral::Peripheral(Scheduler& scheduler, Air& air, PeripheralConfig config)
+    : scheduler_(scheduler), air_(air), config_(std::move(config))
 {
     Advertise(true);
 }
@@ -22,9 +22,10 @@ void Peripheral::Advertise(bool on)
         return;
     }
     // Devices that begin together do not go on in step.
-    const std::chrono::milliseconds delay(world_.Chance().Between(0, advertising.interval.count()));
+    const std::chrono::milliseconds delay(
+        scheduler_.GetRandom().Between(0, advertising.interval.count()));
     transmitter_ = std::make_unique<Transmitter>(
-        world_, air_, Signal{config_.address, config_.rssi, config_.rssiVariation},
+        scheduler_, air_, Signal{config_.address, config_.rssi, config_.rssiVariation},
         radio::Advertising{advertising.interval, advertising.kind, 0, advertising.data,
                            advertising.scanResponse},
         delay);

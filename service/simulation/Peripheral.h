@@ -1,7 +1,7 @@
 // A device in the neighbourhood.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/simulation/Air.h>
 #include <service/simulation/PeripheralConfig.h>
 
@@ -11,7 +11,7 @@ namespace pelacon::service::simulation {
 
 class Peripheral {
   public:
-    Peripheral(World& world, Air& air, PeripheralConfig config);
+    Peripheral(Scheduler& scheduler, Air& air, PeripheralConfig config);
 
     const PeripheralConfig& Config() const noexcept { return config_; }
 
@@ -20,7 +20,7 @@ class Peripheral {
     void Advertise(bool on);
 
   private:
-    World& world_;
+    Scheduler& scheduler_;
     Air& air_;
     PeripheralConfig config_;
     std::unique_ptr<Transmitter> transmitter_;

@@ -2,10 +2,10 @@
 
 namespace pelacon::service::simulation {
 
-Phone::Phone(World& world, const PhoneConfig& config) : config_(config)
+Phone::Phone(Scheduler& scheduler, const PhoneConfig& config) : config_(config)
 {
     for (const PhoneMove& move : config_.moves) {
-        moves_.push_back(world.After(move.after, [this, move] { Connect(move.channel); }));
+        moves_.push_back(scheduler.After(move.after, [this, move] { Connect(move.channel); }));
     }
 }
 

@@ -1,7 +1,7 @@
 // A phone that exists in memory.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Phone.h>
 #include <service/simulation/PhoneConfig.h>
 
@@ -13,7 +13,7 @@ namespace pelacon::service::simulation {
 
 class Phone : public radio::Phone {
   public:
-    Phone(World& world, const PhoneConfig& config);
+    Phone(Scheduler& scheduler, const PhoneConfig& config);
 
     const std::string& Model() const override { return config_.model; }
     const std::vector<std::int32_t>& Channels() const override { return config_.channels; }

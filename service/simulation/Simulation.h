@@ -1,8 +1,7 @@
 // Radios that exist in memory, as the world file describes them.
 #pragma once
 
-#include <service/World.h>
-#include <service/WorldFile.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Radios.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/Advertiser.h>
@@ -18,6 +17,7 @@
 #include <service/simulation/TargetAdvs.h>
 #include <service/simulation/Wifi.h>
 #include <service/simulation/WifiCards.h>
+#include <service/simulation/WorldFile.h>
 
 #include <list>
 
@@ -26,28 +26,7 @@ namespace pelacon::service::simulation {
 /// All simulated radios. Made and destroyed under the world's lock.
 class Simulation : public radio::Radios {
   public:
-    Simulation(World& world, const WorldFile& file)
-        : adapter_(world, file.adapter),
-          air_(world),
-          scanner_(adapter_, air_),
-          advertiser_(world, adapter_, air_),
-          targetAdvs_(world, adapter_, file.targetAdvs),
-          gattClient_(world, adapter_, file.gatt),
-          gattServer_(adapter_, file.gatt),
-          wifi_(world, file.wifi),
-          groups_(world, wifi_, file.group),
-          softAp_(world, wifi_, file.softAp),
-          phone_(world, file.phone),
-          wifiCards_(wifi_, file.wifiCards),
-          errors_(world, file.errors)
-    {
-        for (const PeripheralConfig& config : file.peripherals) {
-            Peripheral& peripheral = peripherals_.emplace_back(world, air_, config);
-            GattPeripheral& gatt = gattPeripherals_.emplace_back(world, adapter_, peripheral);
-            gattClient_.AddDevice(config.address, gatt);
-        }
-        gattClient_.AddDevice(adapter_.Address(), gattServer_);
-    }
+    Simulation(Scheduler& scheduler, const WorldFile& file);
 
     Adapter& GetAdapter() override { return adapter_; }
     Scanner& GetScanner() override { return scanner_; }
@@ -61,6 +40,7 @@ class Simulation : public radio::Radios {
     Phone& GetPhone() override { return phone_; }
     WifiCards& GetWifiCards() override { return wifiCards_; }
     Errors& GetErrors() override { return errors_; }
+    void AddCommands(Commands& commands) override;
 
   private:
     Adapter adapter_;
@@ -79,5 +59,8 @@ class Simulation : public radio::Radios {
     WifiCards wifiCards_;
     Errors errors_;
 };
+
+/// A factory of simulations of this world.
+radio::Factory SimulationOf(WorldFile file);
 
 }  // namespace pelacon::service::simulation

@@ -1,7 +1,7 @@
 // Targeted advertisements that come by themselves.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/TargetAdvs.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/TargetAdvConfig.h>
@@ -13,11 +13,12 @@ namespace pelacon::service::simulation {
 
 class TargetAdvs : public radio::TargetAdvs {
   public:
-    TargetAdvs(World& world, const Adapter& adapter, const std::vector<TargetAdvConfig>& configs)
+    TargetAdvs(Scheduler& scheduler, const Adapter& adapter,
+               const std::vector<TargetAdvConfig>& configs)
         : adapter_(adapter)
     {
         for (const TargetAdvConfig& config : configs) {
-            timers_.push_back(world.Every(
+            timers_.push_back(scheduler.Every(
                 config.every, [this, received = config.advertisement] { Receive(received); }));
         }
     }

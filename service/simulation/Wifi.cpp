@@ -7,7 +7,7 @@ void Wifi::Switch(bool on, SwitchDone done)
     if (goal_ != on) {
         EndSwitching(false);
         goal_ = on;
-        switching_ = world_.After(config_.switchDelay, [this, on] { Enter(on); });
+        switching_ = scheduler_.After(config_.switchDelay, [this, on] { Enter(on); });
     }
     if (switching_.IsPending()) {
         done_.push_back(std::move(done));

@@ -1,7 +1,7 @@
 // A Wi-Fi adapter that exists in memory.
 #pragma once
 
-#include <service/World.h>
+#include <service/base/Scheduler.h>
 #include <service/radio/Wifi.h>
 #include <service/simulation/WifiConfig.h>
 
@@ -12,8 +12,8 @@ namespace pelacon::service::simulation {
 
 class Wifi : public radio::Wifi {
   public:
-    Wifi(World& world, const WifiConfig& config)
-        : world_(world), config_(config), on_(config.on), goal_(config.on)
+    Wifi(Scheduler& scheduler, const WifiConfig& config)
+        : scheduler_(scheduler), config_(config), on_(config.on), goal_(config.on)
     {}
 
     bool IsOn() const override { return on_; }
@@ -44,7 +44,7 @@ class Wifi : public radio::Wifi {
     void EndSwitching(bool reached);
     void TellConnection() const;
 
-    World& world_;
+    Scheduler& scheduler_;
     WifiConfig config_;
     bool on_;
     bool goal_;

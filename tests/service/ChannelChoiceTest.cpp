@@ -30,9 +30,9 @@ class ChannelChoiceTest : public testing::Test {
     /// The channel recommended by an adapter with these channels; 0 for none.
     protocol::RecommendedChannel Recommended(const std::vector<ChannelWish>& wishes)
     {
-        World world(1);
-        const World::Guard lock = world.Lock();
-        simulation::Wifi wifi(world, config);
+        Scheduler scheduler(1);
+        const Scheduler::Guard lock = scheduler.Lock();
+        simulation::Wifi wifi(scheduler, config);
         return RecommendChannel(wifi, wishes).value_or(protocol::RecommendedChannel{});
     }
 

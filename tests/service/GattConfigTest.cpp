@@ -1,4 +1,4 @@
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ using protocol::ParseUuid;
 
 simulation::GattPeripheralConfig Read(const std::string& gatt)
 {
-    const WorldFile file = ReadWorldFile(
+    const simulation::WorldFile file = simulation::ReadWorldFile(
         R"({"peripherals": [{"address": "C0:00:00:00:00:01", "gatt": )" + gatt + "}]}", "w");
     return file.peripherals.at(0).gatt;
 }
@@ -73,7 +73,8 @@ TEST(GattConfig, ReadsEveryField)
 
 TEST(GattConfig, ReadsThisMachinesOwn)
 {
-    const WorldFile file = ReadWorldFile(R"({"gatt": {"mtu": 517, "connectMs": 9}})", "w");
+    const simulation::WorldFile file =
+        simulation::ReadWorldFile(R"({"gatt": {"mtu": 517, "connectMs": 9}})", "w");
     EXPECT_EQ(file.gatt.mtu, 517);
     EXPECT_EQ(file.gatt.connectDelay.count(), 9);
 }

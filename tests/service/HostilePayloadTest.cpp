@@ -1,9 +1,10 @@
 // What clients may send that no library would.
 #include <protocol/Catalogue.h>
-#include <service/Core.h>
-#include <service/Log.h>
-#include <service/Random.h>
-#include <tests/service/RecordingLine.h>
+#include <service/base/Log.h>
+#include <service/base/Random.h>
+#include <service/core/Core.h>
+#include <service/simulation/Simulation.h>
+#include <tests/service/RecordingTransport.h>
 #include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace pelacon::service::tests {
 namespace {
@@ -25,7 +27,7 @@ class HostilePayloadTest : public testing::Test {
     HostilePayloadTest() : core_(MakeSettings())
     {
         log::wantedLevel = LogLevel::kError;
-        core_.Start(line_, folder_.File("ids"));
+        core_.Start(transport_, folder_.File("ids"));
         core_.ClientArrived({1, 1, false});
     }
     ~HostilePayloadTest() override { core_.Stop(); }
@@ -34,14 +36,16 @@ class HostilePayloadTest : public testing::Test {
     static Settings MakeSettings()
     {
         using std::chrono_literals::operator""ms;
-        Settings settings;
-        settings.world = ReadWorldFile(DefaultWorldText(), "default-world.json");
-        settings.world.wifi.switchDelay = 0ms;
-        for (simulation::GroupConfig* group : {&settings.world.group, &settings.world.softAp}) {
+        simulation::WorldFile world =
+            simulation::ReadWorldFile(simulation::DefaultWorldText(), "default-world.json");
+        world.wifi.switchDelay = 0ms;
+        for (simulation::GroupConfig* group : {&world.group, &world.softAp}) {
             group->creation.delay = 0ms;
             group->firstCreations.clear();
             group->removeDelay = 0ms;
         }
+        Settings settings;
+        settings.makeRadios = simulation::SimulationOf(std::move(world));
         return settings;
     }
 
@@ -73,7 +77,7 @@ class HostilePayloadTest : public testing::Test {
     }
 
     test::TemporaryFolder folder_;
-    RecordingLine line_;
+    RecordingTransport transport_;
     Random random_{20};
     int turn_ = 0;
     Core core_;

@@ -1,4 +1,4 @@
-#include <service/IdAllocator.h>
+#include <service/core/IdAllocator.h>
 #include <tests/support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>

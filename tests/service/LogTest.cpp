@@ -1,6 +1,6 @@
 #include <protocol/BleManager.h>
-#include <service/Log.h>
-#include <service/Trace.h>
+#include <service/base/Log.h>
+#include <service/core/Trace.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 simulation::PeripheralConfig Read(const std::string& fields)
 {
-    const WorldFile file = ReadWorldFile(
+    const simulation::WorldFile file = simulation::ReadWorldFile(
         R"({"peripherals": [{"address": "C0:00:00:00:00:01", )" + fields + "}]}", "test");
     return file.peripherals.at(0);
 }
@@ -27,7 +27,7 @@ Bytes Data(const std::string& data)
 std::string ErrorOf(const std::string& text)
 {
     try {
-        ReadWorldFile(text, "test");
+        simulation::ReadWorldFile(text, "test");
     } catch (const json::Error& error) {
         return error.what();
     }
@@ -109,7 +109,9 @@ TEST(PeripheralConfig, SaysWhatIsWrong)
 
 TEST(PeripheralConfig, TheBuiltInWorldHasSome)
 {
-    EXPECT_GE(ReadWorldFile(DefaultWorldText(), "default").peripherals.size(), 4U);
+    EXPECT_GE(
+        simulation::ReadWorldFile(simulation::DefaultWorldText(), "default").peripherals.size(),
+        4U);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-#include <service/Router.h>
-#include <tests/service/RecordingLine.h>
+#include <service/core/Router.h>
+#include <tests/service/RecordingTransport.h>
 
 #include <gtest/gtest.h>
 
@@ -38,9 +38,9 @@ class RouterTest : public testing::Test {
         return route->handler(session_, payload);
     }
 
-    World world_{1};
-    RecordingLine line_;
-    Session session_{world_, line_, 1, 1};
+    Scheduler scheduler_{1};
+    RecordingTransport transport_;
+    Session session_{scheduler_, transport_, 1, 1};
     Router router_;
 };
 

@@ -1,12 +1,14 @@
 #include <IPCMessage/IPCControl.h>
 #include <os/Processes.h>
-#include <service/Log.h>
+#include <service/base/Log.h>
+#include <service/simulation/Simulation.h>
 #include <tests/service/ServiceFixture.h>
 #include <tests/support/RuntimeFolder.h>
 
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 namespace pelacon::service::tests {
 
@@ -30,7 +32,9 @@ ServiceTest::ServiceTest() : pipeName_(UniquePipeName())
 void ServiceTest::StartService(const std::string& world, std::uint64_t seed)
 {
     Settings settings;
-    settings.world = ReadWorldFile(world, "world.json");
+    simulation::WorldFile file = simulation::ReadWorldFile(world, "world.json");
+    settings.faults = file.faults;
+    settings.makeRadios = simulation::SimulationOf(std::move(file));
     settings.worldName = "world.json";
     settings.seed = seed;
     service_.emplace(pipeName_, std::move(settings));

@@ -1,7 +1,7 @@
 // A service in the test's own process, on a pipe of its own.
 #pragma once
 
-#include <service/PipeService.h>
+#include <service/core/PipeService.h>
 #include <tests/service/TestClient.h>
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include <protocol/BleManager.h>
 #include <protocol/BleScanner.h>
-#include <service/Session.h>
-#include <tests/service/RecordingLine.h>
+#include <service/core/Session.h>
+#include <tests/service/RecordingTransport.h>
 
 #include <gtest/gtest.h>
 
@@ -14,10 +14,10 @@ class SessionTest : public testing::Test {
 
     bool Tell(std::int32_t state) { return session.Notify(protocol::kBtStateChanged, {state}); }
 
-    World world{1};
-    RecordingLine line;
-    Session session{world, line, 7, 0};
-    World::Guard lock = world.Lock();
+    Scheduler scheduler{1};
+    RecordingTransport line;
+    Session session{scheduler, line, 7, 0};
+    Scheduler::Guard lock = scheduler.Lock();
 };
 
 TEST_F(SessionTest, KeepsWhatComesBeforeTheClientDoes)
@@ -37,7 +37,7 @@ TEST_F(SessionTest, KeepsWhatComesBeforeTheClientDoes)
 
 TEST_F(SessionTest, KeepsNothingThatMayBeDropped)
 {
-    EXPECT_FALSE(session.Notify(protocol::kScanResult, {}, Line::Urgency::kDroppable));
+    EXPECT_FALSE(session.Notify(protocol::kScanResult, {}, Transport::Urgency::kDroppable));
     session.Arrive(42);
     EXPECT_TRUE(line.sent.empty());
 }

@@ -1,8 +1,8 @@
 #include <protocol/BleManager.h>
 #include <protocol/ServiceLink.h>
-#include <service/Log.h>
-#include <service/Sessions.h>
-#include <tests/service/RecordingLine.h>
+#include <service/base/Log.h>
+#include <service/core/Sessions.h>
+#include <tests/service/RecordingTransport.h>
 #include <tests/service/TestClient.h>
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 /// Notes what it is told of clients.
 class NotingFamily : public Family {
   public:
-    NotingFamily(World& world, std::string& notes) : world_(world), notes_(notes) {}
+    NotingFamily(Scheduler& scheduler, std::string& notes) : scheduler_(scheduler), notes_(notes) {}
 
     void ClientArrived(Session& session, bool returning) override
     {
@@ -31,10 +31,10 @@ class NotingFamily : public Family {
     void Note(const char* what, const Session& session)
     {
         notes_ += std::string(what) + std::to_string(session.ClientId()) + " ";
-        world_.Wake();
+        scheduler_.Wake();
     }
 
-    World& world_;
+    Scheduler& scheduler_;
     std::string& notes_;
 };
 
@@ -43,15 +43,15 @@ class SessionsTest : public testing::Test {
     SessionsTest()
     {
         log::wantedLevel = LogLevel::kError;
-        families_.push_back(std::make_unique<NotingFamily>(world_, notes_));
+        families_.push_back(std::make_unique<NotingFamily>(scheduler_, notes_));
     }
 
-    World world_{1};
-    RecordingLine line_;
+    Scheduler scheduler_{1};
+    RecordingTransport transport_;
     std::string notes_;
     Sessions::Families families_;
-    World::Guard lock_ = world_.Lock();  // let go of before what needs it
-    Sessions sessions_{world_, line_, families_, 1ms};
+    Scheduler::Guard lock_ = scheduler_.Lock();  // let go of before what needs it
+    Sessions sessions_{scheduler_, transport_, families_, 1ms};
 };
 
 TEST_F(SessionsTest, FamiliesAreToldOfThoseWhoComeAndGo)
@@ -68,11 +68,11 @@ TEST_F(SessionsTest, FamiliesAreToldOfThoseWhoComeAndGo)
 TEST_F(SessionsTest, OnlyThoseWhoReturnAreGreeted)
 {
     sessions_.Arrive({3, 33, false});
-    EXPECT_TRUE(line_.sent.empty());
+    EXPECT_TRUE(transport_.sent.empty());
     sessions_.Arrive({4, 44, true});
-    ASSERT_EQ(line_.sent.size(), 1U);
-    EXPECT_EQ(line_.sent[0].clientId, 4U);
-    EXPECT_EQ(line_.sent[0].messageId, protocol::kServiceStarted.id);
+    ASSERT_EQ(transport_.sent.size(), 1U);
+    EXPECT_EQ(transport_.sent[0].clientId, 4U);
+    EXPECT_EQ(transport_.sent[0].messageId, protocol::kServiceStarted.id);
 }
 
 TEST_F(SessionsTest, AClientThatLeftComesBackToASessionOfItsOwn)
@@ -93,13 +93,13 @@ TEST_F(SessionsTest, WhoAsksBeforeArrivingHasASessionFromThenOn)
     sessions_.Arrive({5, 55, false});
     EXPECT_EQ(sessions_.Find(5), early.get());
     EXPECT_EQ(early->ProcessId(), 55U);
-    EXPECT_FALSE(world_.Wait(5ms, [&] { return notes_ != "new5 "; })) << notes_;
+    EXPECT_FALSE(scheduler_.Wait(5ms, [&] { return notes_ != "new5 "; })) << notes_;
 }
 
 TEST_F(SessionsTest, WhoAsksAndNeverArrivesIsForgotten)
 {
     const std::shared_ptr<Session> early = sessions_.Of(5);
-    EXPECT_TRUE(world_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
+    EXPECT_TRUE(scheduler_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
     EXPECT_FALSE(early->IsPresent());
     EXPECT_NE(sessions_.Of(5), early);
 }
@@ -107,13 +107,13 @@ TEST_F(SessionsTest, WhoAsksAndNeverArrivesIsForgotten)
 TEST_F(SessionsTest, WhoHasNotArrivedIsKeptFromRequestToRequest)
 {
     constexpr auto kGrace = 200ms;
-    Sessions sessions(world_, line_, families_, kGrace);
+    Sessions sessions(scheduler_, transport_, families_, kGrace);
     sessions.Of(5);
-    EXPECT_FALSE(world_.Wait(kGrace / 2, [&] { return !notes_.empty(); })) << notes_;
-    const auto asked = World::Clock::now();
+    EXPECT_FALSE(scheduler_.Wait(kGrace / 2, [&] { return !notes_.empty(); })) << notes_;
+    const auto asked = Scheduler::Clock::now();
     sessions.Of(5);
-    EXPECT_TRUE(world_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
-    EXPECT_GE(World::Clock::now() - asked, kGrace);
+    EXPECT_TRUE(scheduler_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
+    EXPECT_GE(Scheduler::Clock::now() - asked, kGrace);
 }
 
 TEST_F(SessionsTest, EndingThemAllTellsTheFamiliesNothing)

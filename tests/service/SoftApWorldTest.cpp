@@ -1,5 +1,5 @@
 // The soft AP and the phone in a world file.
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 #include <tests/service/WorldText.h>
 
 #include <gmock/gmock.h>
@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 
 TEST(SoftApWorldTest, HasASoftApUnlikeAGroup)
 {
-    const WorldFile world = Read("{}");
+    const simulation::WorldFile world = Read("{}");
     EXPECT_EQ(world.softAp.ssid, "Pelacon-AP");
     EXPECT_NE(world.softAp.ssid, world.group.ssid);
     EXPECT_NE(world.softAp.address, world.group.address);

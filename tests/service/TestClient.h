@@ -3,8 +3,8 @@
 
 #include <IPCMessage/IPCMessageClient.h>
 #include <protocol/Operation.h>
-#include <service/Router.h>
-#include <service/Wire.h>
+#include <service/core/Router.h>
+#include <service/core/Wire.h>
 
 #include <chrono>
 #include <condition_variable>

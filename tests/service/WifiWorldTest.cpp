@@ -1,5 +1,5 @@
 // The Wi-Fi sections of a world file.
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 #include <tests/service/WorldText.h>
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 #include <protocol/BleManager.h>
-#include <service/Wire.h>
+#include <service/core/Wire.h>
 
 #include <gtest/gtest.h>
 

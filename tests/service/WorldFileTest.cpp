@@ -1,4 +1,4 @@
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 #include <tests/service/WorldText.h>
 #include <tests/support/TemporaryFolder.h>
 
@@ -14,26 +14,27 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 
 TEST(WorldFileTest, TheBuiltInWorldIsRight)
 {
-    const WorldFile world = ReadWorldFile(DefaultWorldText(), "default-world.json");
+    const simulation::WorldFile world =
+        simulation::ReadWorldFile(simulation::DefaultWorldText(), "default-world.json");
     EXPECT_TRUE(world.adapter.on);
     EXPECT_TRUE(world.faults.empty());
 }
 
 TEST(WorldFileTest, AnEmptyObjectIsAWorldOfDefaults)
 {
-    const WorldFile world = ReadWorldFile("{}", "world.json");
+    const simulation::WorldFile world = simulation::ReadWorldFile("{}", "world.json");
     EXPECT_EQ(world.adapter.name, "Pelacon");
     EXPECT_FALSE(world.seed);
 }
 
 TEST(WorldFileTest, ReadsTheAdapter)
 {
-    const WorldFile world = ReadWorldFile(R"({"seed": 9, "adapter": {
+    const simulation::WorldFile world = simulation::ReadWorldFile(R"({"seed": 9, "adapter": {
         "address": "01:02:03:04:05:06", "name": "Desk", "on": false,
         "turnOnMs": 1, "turnOffMs": 2,
         "connected": [{"address": "0A:00:00:00:00:0B", "type": "classic"},
                       {"address": "0A:00:00:00:00:0C"}]}})",
-                                          "world.json");
+                                                                  "world.json");
     EXPECT_EQ(world.seed, 9U);
     EXPECT_EQ(world.adapter.address, 0x010203040506U);
     EXPECT_EQ(world.adapter.name, "Desk");
@@ -47,7 +48,7 @@ TEST(WorldFileTest, ReadsTheAdapter)
 
 TEST(WorldFileTest, ReadsErrors)
 {
-    const WorldFile world = ReadWorldFile(
+    const simulation::WorldFile world = simulation::ReadWorldFile(
         R"({"errors": [{"code": 268435457, "afterMs": 5}, {"code": -1, "afterMs": 0, "everyMs": 7}]})",
         "world.json");
     ASSERT_EQ(world.errors.size(), 2U);
@@ -62,7 +63,7 @@ TEST(WorldFileTest, IsAFileOfBoundedSize)
     const std::string file = folder.File("world.json");
     const auto complaint = [](const std::string& path) {
         try {
-            LoadWorldFile(path);
+            simulation::LoadWorldFile(path);
             return std::string();
         } catch (const json::Error& error) {
             return std::string(error.what());
@@ -118,13 +119,13 @@ TEST(WorldFileTest, MistakesAreNamedWithLineAndField)
 
 TEST(WorldFileTest, AFileThatCannotBeReadIsNamed)
 {
-    EXPECT_THROW(LoadWorldFile("no such file.json"), json::Error);
+    EXPECT_THROW(simulation::LoadWorldFile("no such file.json"), json::Error);
     const test::TemporaryFolder folder;
-    EXPECT_THROW(LoadWorldFile(folder.Path().string()), json::Error);
+    EXPECT_THROW(simulation::LoadWorldFile(folder.Path().string()), json::Error);
     const std::string path = folder.File("world.json");
     std::ofstream(path) << "{\n\"seed\": -1}";
     try {
-        LoadWorldFile(path);
+        simulation::LoadWorldFile(path);
         ADD_FAILURE() << "took it";
     } catch (const json::Error& error) {
         EXPECT_TRUE(std::string(error.what()).starts_with(path + ":2: seed: ")) << error.what();

@@ -1,15 +1,15 @@
 // World files as text.
 #pragma once
 
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 
 #include <string>
 
 namespace pelacon::service::tests {
 
-inline WorldFile Read(const std::string& text)
+inline simulation::WorldFile Read(const std::string& text)
 {
-    return ReadWorldFile(text, "world.json");
+    return simulation::ReadWorldFile(text, "world.json");
 }
 
 /// What is said against it.

@@ -1,5 +1,5 @@
 // A log whose reader does not read.
-#include <service/Log.h>
+#include <service/base/Log.h>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include <service/Family.h>
+#include <service/core/Family.h>
 
 namespace pelacon::service {
 

@@ -1,12 +1,10 @@
 #include <os/Processes.h>
 #include <protocol/ServiceStatus.h>
-#include <service/Core.h>
-#include <service/CoreState.h>
-#include <service/Log.h>
-#include <service/Trace.h>
 #include <service/Version.h>
-#include <service/families/Families.h>
-#include <service/simulation/WifiCommands.h>
+#include <service/base/Log.h>
+#include <service/core/Core.h>
+#include <service/core/CoreState.h>
+#include <service/core/Trace.h>
 
 #include <exception>
 #include <utility>
@@ -27,12 +25,13 @@ IPCReply WithoutPayload()
 
 }  // namespace
 
-Core::State::State(World& world, const WorldFile& file, IdAllocator& ids, Line& line)
-    : radios(world, file), sessions(world, line, families)
+Core::State::State(Scheduler& scheduler, const radio::Factory& makeRadios, IdAllocator& ids,
+                   Transport& transport)
+    : radios(makeRadios(scheduler)), sessions(scheduler, transport, families)
 {
-    Context context{world, router, radios, ids, commands};
+    Context context{scheduler, router, *radios, ids, commands};
     families = MakeFamilies(context);
-    simulation::AddWifiCommands(commands, radios);
+    radios->AddCommands(commands);
     router.Serve(protocol::kRepairResource,
                  [this](Session& session, const protocol::RepairRequest& held) {
                      for (const auto& family : families) {
@@ -43,9 +42,9 @@ Core::State::State(World& world, const WorldFile& file, IdAllocator& ids, Line& 
 }
 
 Core::Core(Settings settings)
-    : settings_(std::move(settings)), world_(settings_.seed), faults_(settings_.seed)
+    : scheduler_(settings.seed), settings_(std::move(settings)), faults_(settings_.seed)
 {
-    for (const FaultConfig& fault : settings_.world.faults) {
+    for (const FaultConfig& fault : settings_.faults) {
         faults_.Add(fault);
     }
 }
@@ -55,12 +54,12 @@ Core::~Core()
     Stop();
 }
 
-void Core::Start(Line& line, const std::string& stateFile)
+void Core::Start(Transport& transport, const std::string& stateFile)
 {
     startTried_ = true;
     try {
-        const World::Guard lock = world_.Lock();
-        line_ = &line;
+        const Scheduler::Guard lock = scheduler_.Lock();
+        transport_ = &transport;
         ids_.emplace(stateFile);
         state_ = MakeState();
     } catch (...) {
@@ -75,17 +74,18 @@ void Core::Stop()
     if (!startTried_.exchange(true)) {
         started_.count_down();
     }
-    world_.Stop();
-    const World::Guard lock = world_.Lock();
+    scheduler_.Stop();
+    const Scheduler::Guard lock = scheduler_.Lock();
     if (state_) {
         state_->sessions.EndAll();
+        state_->radios->Release();
         state_.reset();
     }
 }
 
 std::shared_ptr<Core::State> Core::MakeState()
 {
-    auto state = std::make_shared<State>(world_, settings_.world, *ids_, *line_);
+    auto state = std::make_shared<State>(scheduler_, settings_.makeRadios, *ids_, *transport_);
     AddCommands(*state);
     return state;
 }
@@ -93,7 +93,7 @@ std::shared_ptr<Core::State> Core::MakeState()
 void Core::ClientArrived(const IPCClientInfo& client)
 {
     started_.wait();
-    const World::Guard lock = world_.Lock();
+    const Scheduler::Guard lock = scheduler_.Lock();
     if (state_) {
         state_->sessions.Arrive(client);
     }
@@ -102,7 +102,7 @@ void Core::ClientArrived(const IPCClientInfo& client)
 void Core::ClientLeft(std::uint64_t clientId)
 {
     started_.wait();
-    const World::Guard lock = world_.Lock();
+    const Scheduler::Guard lock = scheduler_.Lock();
     if (state_) {
         state_->sessions.Leave(clientId);
     }
@@ -112,10 +112,10 @@ IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
 {
     started_.wait();
     const bool traced = log::IsWanted(LogLevel::kDebug);
-    const auto begin = traced ? World::Clock::now() : World::Clock::time_point();
+    const auto begin = traced ? Scheduler::Clock::now() : Scheduler::Clock::time_point();
     // While the handler waits, the service may restart or end: the state that it works on and its
     // session live as long as it does, and end under the lock.
-    const World::Guard lock = world_.Lock();
+    const Scheduler::Guard lock = scheduler_.Lock();
     const std::shared_ptr<State> state = state_;
     if (!state) {
         return WithoutPayload();
@@ -127,7 +127,7 @@ IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
     IPCReply reply = Answer(*state, *session, request);
     if (traced) {
         TraceReply(clientId, request.msgId, request.length, reply.payload,
-                   World::Clock::now() - begin);
+                   Scheduler::Clock::now() - begin);
     }
     return reply;
 }
@@ -137,9 +137,9 @@ void Core::Posted(std::uint64_t clientId, const TagIPCMessageItem& item)
 {
     const IPCReplyKind outcome = Request(clientId, item).kind;
     if (outcome == IPCReplyKind::kDisconnect) {
-        line_->Disconnect(clientId);
+        transport_->Disconnect(clientId);
     } else if (outcome == IPCReplyKind::kMalformed) {
-        line_->SendMalformed(clientId);
+        transport_->SendMalformed(clientId);
     }
 }
 
@@ -221,7 +221,7 @@ std::string Core::Control(std::string_view command)
     std::string answer;
     std::vector<std::function<void()>> afterwards;
     {
-        const World::Guard lock = world_.Lock();
+        const Scheduler::Guard lock = scheduler_.Lock();
         const std::shared_ptr<State> state = state_;
         if (!state) {
             return R"({"ok":false,"error":"the service is ending"})";
@@ -245,15 +245,16 @@ void Core::Restart()
     log::Info("restarting, as an operator wishes");
     ++restarts_;
     state_->sessions.EndAll();
+    state_->radios->Release();
     state_ = MakeState();
-    afterwards_.emplace_back([this] { line_->DisconnectAll(); });
+    afterwards_.emplace_back([this] { transport_->DisconnectAll(); });
 }
 
 nlohmann::json Core::Status() const
 {
     using std::chrono::duration_cast;
     using std::chrono::milliseconds;
-    const Line::Statistics line = line_->GetStatistics();
+    const Transport::Statistics line = transport_->GetStatistics();
     nlohmann::json clients = nlohmann::json::array();
     for (const auto& session : state_->sessions.Present()) {
         clients.push_back({{"client", session->ClientId()}, {"pid", session->ProcessId()}});
@@ -261,7 +262,7 @@ nlohmann::json Core::Status() const
     nlohmann::json status{
         {"version", kVersion},
         {"pid", os::CurrentProcessId()},
-        {"uptimeMs", duration_cast<milliseconds>(World::Clock::now() - begin_).count()},
+        {"uptimeMs", duration_cast<milliseconds>(Scheduler::Clock::now() - begin_).count()},
         {"world", settings_.worldName},
         {"seed", settings_.seed},
         {"clients", clients},

@@ -1,7 +1,7 @@
 // The description of the simulated world.
 #pragma once
 
-#include <service/Faults.h>
+#include <service/core/Faults.h>
 #include <service/simulation/AdapterConfig.h>
 #include <service/simulation/ErrorConfig.h>
 #include <service/simulation/GattConfig.h>
@@ -18,21 +18,21 @@
 #include <string_view>
 #include <vector>
 
-namespace pelacon::service {
+namespace pelacon::service::simulation {
 
 /// All that a world file says; docs/world.md explains it field by field.
 struct WorldFile {
     std::optional<std::uint64_t> seed;
-    simulation::AdapterConfig adapter;
-    simulation::WifiConfig wifi;
-    simulation::GroupConfig group;
-    simulation::GroupConfig softAp = simulation::UsualSoftAp();
-    simulation::PhoneConfig phone;
-    simulation::WifiCardsConfig wifiCards;
-    simulation::GattLinkConfig gatt;
-    std::vector<simulation::PeripheralConfig> peripherals;
-    std::vector<simulation::TargetAdvConfig> targetAdvs;
-    std::vector<simulation::ErrorConfig> errors;
+    AdapterConfig adapter;
+    WifiConfig wifi;
+    GroupConfig group;
+    GroupConfig softAp = UsualSoftAp();
+    PhoneConfig phone;
+    WifiCardsConfig wifiCards;
+    GattLinkConfig gatt;
+    std::vector<PeripheralConfig> peripherals;
+    std::vector<TargetAdvConfig> targetAdvs;
+    std::vector<ErrorConfig> errors;
     std::vector<FaultConfig> faults;
 };
 
@@ -45,4 +45,4 @@ WorldFile LoadWorldFile(const std::string& path);
 /// The text of the world that is built in: data/default-world.json.
 std::string_view DefaultWorldText();
 
-}  // namespace pelacon::service
+}  // namespace pelacon::service::simulation

@@ -1,7 +1,7 @@
 // The world's lock, its time and its chance.
 #pragma once
 
-#include <service/Random.h>
+#include <service/base/Random.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -17,7 +17,7 @@
 
 namespace pelacon::service {
 
-class World;
+class Scheduler;
 
 /// Something that is to happen later, for as long as the timer lives. Like all that belongs to the
 /// world, used (and destroyed) under the world's lock; once cancelled, its task does not run.
@@ -25,12 +25,14 @@ class Timer {
   public:
     Timer() = default;
     ~Timer() { Cancel(); }
-    Timer(Timer&& other) noexcept : world_(std::exchange(other.world_, nullptr)), id_(other.id_) {}
+    Timer(Timer&& other) noexcept
+        : scheduler_(std::exchange(other.scheduler_, nullptr)), id_(other.id_)
+    {}
     Timer& operator=(Timer&& other) noexcept
     {
         if (this != &other) {
             Cancel();
-            world_ = std::exchange(other.world_, nullptr);
+            scheduler_ = std::exchange(other.scheduler_, nullptr);
             id_ = other.id_;
         }
         return *this;
@@ -44,29 +46,29 @@ class Timer {
     bool IsPending() const;
 
   private:
-    friend class World;
-    Timer(World& world, std::uint64_t id) : world_(&world), id_(id) {}
+    friend class Scheduler;
+    Timer(Scheduler& scheduler, std::uint64_t id) : scheduler_(&scheduler), id_(id) {}
 
-    World* world_ = nullptr;
+    Scheduler* scheduler_ = nullptr;
     std::uint64_t id_ = 0;
 };
 
 /// All that the service knows and simulates is guarded by one lock, and happens in one order:
 /// requests, the comings and goings of clients, operators' commands and timers run under it, one at
 /// a time. Members are called with the lock held, unless they say otherwise.
-class World {
+class Scheduler {
   public:
     using Clock = std::chrono::steady_clock;
     using Duration = Clock::duration;
     using Guard = std::unique_lock<std::mutex>;
 
-    explicit World(std::uint64_t seed);
+    explicit Scheduler(std::uint64_t seed);
 
     /// Without the lock; as Stop.
-    ~World();
+    ~Scheduler();
 
-    World(const World&) = delete;
-    World& operator=(const World&) = delete;
+    Scheduler(const Scheduler&) = delete;
+    Scheduler& operator=(const Scheduler&) = delete;
 
     /// Takes the lock. Called without it, of course.
     [[nodiscard]] Guard Lock() { return Guard(mutex_); }
@@ -78,7 +80,7 @@ class World {
     /// up with are left out.
     [[nodiscard]] Timer Every(Duration period, std::function<void()> task);
 
-    Random& Chance() noexcept { return random_; }
+    Random& GetRandom() noexcept { return random_; }
 
     /// Lets go of the lock and waits until `done` returns true (asked under the lock, at each
     /// Wake), the time is up, or the world stops. Returns what `done` says in the end. Only a
@@ -129,8 +131,8 @@ class World {
 template <typename Result>
 class Completion {
   public:
-    explicit Completion(World& world)
-        : world_(&world), result_(std::make_shared<std::optional<Result>>())
+    explicit Completion(Scheduler& scheduler)
+        : scheduler_(&scheduler), result_(std::make_shared<std::optional<Result>>())
     {}
 
     /// Brings the result; the first one counts.
@@ -138,14 +140,14 @@ class Completion {
     {
         if (!result_->has_value()) {
             *result_ = std::move(result);
-            world_->Wake();
+            scheduler_->Wake();
         }
     }
 
     const std::optional<Result>& Get() const noexcept { return *result_; }
 
   private:
-    World* world_;
+    Scheduler* scheduler_;
     std::shared_ptr<std::optional<Result>> result_;
 };
 

@@ -1,7 +1,7 @@
 // Messages in the log, by name.
 #pragma once
 
-#include <service/Wire.h>
+#include <service/core/Wire.h>
 
 #include <chrono>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include <service/Commands.h>
+#include <service/core/Commands.h>
 
 #include <algorithm>
 #include <exception>

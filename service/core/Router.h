@@ -2,8 +2,8 @@
 #pragma once
 
 #include <protocol/Operation.h>
-#include <service/Session.h>
-#include <service/Wire.h>
+#include <service/core/Session.h>
+#include <service/core/Wire.h>
 
 #include <cstdint>
 #include <functional>

@@ -1,4 +1,4 @@
-#include <service/Faults.h>
+#include <service/core/Faults.h>
 
 #include <nlohmann/json.hpp>
 

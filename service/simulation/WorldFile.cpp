@@ -1,4 +1,4 @@
-#include <service/WorldFile.h>
+#include <service/simulation/WorldFile.h>
 
 #include <json/Reader.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <system_error>
 
-namespace pelacon::service {
+namespace pelacon::service::simulation {
 
 WorldFile ReadWorldFile(std::string_view text, const std::string& name)
 {
@@ -17,16 +17,16 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
     const json::Document document = json::Parse(text, name);
     json::Reader(document).Object([&](json::Fields& fields) {
         fields.Read("seed", file.seed, 0, std::numeric_limits<std::int64_t>::max());
-        fields.Read("adapter", file.adapter, &simulation::ReadAdapter);
-        fields.Read("wifi", file.wifi, &simulation::ReadWifi);
-        fields.Read("group", file.group, &simulation::ReadGroup);
-        fields.Read("softAp", file.softAp, &simulation::ReadGroup);
-        fields.Read("phone", file.phone, &simulation::ReadPhone);
-        fields.Read("wifiCards", file.wifiCards, &simulation::ReadWifiCards);
-        fields.Read("errors", file.errors, &simulation::ReadError);
-        fields.Read("gatt", file.gatt, &simulation::ReadGattLink);
-        fields.Read("peripherals", file.peripherals, &simulation::ReadPeripherals);
-        fields.Read("targetedAdvertisements", file.targetAdvs, &simulation::ReadTargetAdv);
+        fields.Read("adapter", file.adapter, &ReadAdapter);
+        fields.Read("wifi", file.wifi, &ReadWifi);
+        fields.Read("group", file.group, &ReadGroup);
+        fields.Read("softAp", file.softAp, &ReadGroup);
+        fields.Read("phone", file.phone, &ReadPhone);
+        fields.Read("wifiCards", file.wifiCards, &ReadWifiCards);
+        fields.Read("errors", file.errors, &ReadError);
+        fields.Read("gatt", file.gatt, &ReadGattLink);
+        fields.Read("peripherals", file.peripherals, &ReadPeripherals);
+        fields.Read("targetedAdvertisements", file.targetAdvs, &ReadTargetAdv);
         fields.Read("faults", file.faults, &ReadFault);
     });
     return file;
@@ -59,4 +59,4 @@ WorldFile LoadWorldFile(const std::string& path)
     return ReadWorldFile(text, path);
 }
 
-}  // namespace pelacon::service
+}  // namespace pelacon::service::simulation

@@ -1,4 +1,4 @@
-#include <service/PipeService.h>
+#include <service/core/PipeService.h>
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 // The clients of one run of the service.
 #pragma once
 
-#include <service/Family.h>
-#include <service/Session.h>
+#include <service/core/Family.h>
+#include <service/core/Session.h>
 
 #include <cstdint>
 #include <memory>
@@ -20,8 +20,9 @@ class Sessions {
 
     /// A client that has not arrived is forgotten when it makes no request for as long as the
     /// grace.
-    Sessions(World& world, Line& line, const Families& families, World::Duration grace = kGrace)
-        : world_(world), line_(line), families_(families), grace_(grace)
+    Sessions(Scheduler& scheduler, Transport& transport, const Families& families,
+             Scheduler::Duration grace = kGrace)
+        : scheduler_(scheduler), transport_(transport), families_(families), grace_(grace)
     {}
 
     /// Greets the client if it returns, and tells the families.
@@ -48,10 +49,10 @@ class Sessions {
         Timer grace;
     };
 
-    World& world_;
-    Line& line_;
+    Scheduler& scheduler_;
+    Transport& transport_;
     const Families& families_;
-    const World::Duration grace_;
+    const Scheduler::Duration grace_;
     std::unordered_map<std::uint64_t, Entry> entries_;
 };
 

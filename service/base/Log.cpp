@@ -1,6 +1,6 @@
 #include <os/StandardStreams.h>
 #include <os/Threads.h>
-#include <service/Log.h>
+#include <service/base/Log.h>
 
 #include <array>
 #include <chrono>

@@ -10,15 +10,15 @@ namespace pelacon::service {
 
 /// What the core needs of the channel's server half. The pipe is one; tests have another. Notify,
 /// IsConnected and GetStatistics may be called under any lock, the rest with none held.
-class Line {
+class Transport {
   public:
     using Urgency = IPCMessageServer::Urgency;
     using Statistics = IPCMessageServer::Statistics;
 
-    Line() = default;
-    virtual ~Line() = default;
-    Line(const Line&) = delete;
-    Line& operator=(const Line&) = delete;
+    Transport() = default;
+    virtual ~Transport() = default;
+    Transport(const Transport&) = delete;
+    Transport& operator=(const Transport&) = delete;
 
     virtual bool Notify(std::uint64_t clientId, std::int32_t messageId,
                         std::span<const std::uint8_t> payload, Urgency urgency) = 0;

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <protocol/Operation.h>
-#include <service/Line.h>
-#include <service/Wire.h>
-#include <service/World.h>
+#include <service/base/Scheduler.h>
+#include <service/base/Transport.h>
+#include <service/core/Wire.h>
 
 #include <cstdint>
 #include <optional>
@@ -17,8 +17,9 @@ namespace pelacon::service {
 /// the world's lock. Families may keep a pointer to it until Family::ClientLeft has returned.
 class Session {
   public:
-    Session(World& world, Line& line, std::uint64_t clientId, std::uint32_t processId)
-        : world_(world), line_(line), clientId_(clientId), processId_(processId)
+    Session(Scheduler& scheduler, Transport& transport, std::uint64_t clientId,
+            std::uint32_t processId)
+        : scheduler_(scheduler), transport_(transport), clientId_(clientId), processId_(processId)
     {}
 
     std::uint64_t ClientId() const noexcept { return clientId_; }
@@ -37,34 +38,34 @@ class Session {
     /// that comes back may ask for something before its event connection is up again.
     template <typename Record>
     bool Notify(const protocol::Notification<Record>& notification, const Record& record,
-                Line::Urgency urgency = Line::Urgency::kKept)
+                Transport::Urgency urgency = Transport::Urgency::kKept)
     {
         return Notify(notification.id, AsBytes(record), urgency);
     }
     bool Notify(const protocol::Notification<protocol::Nothing>& notification)
     {
-        return Notify(notification.id, {}, Line::Urgency::kKept);
+        return Notify(notification.id, {}, Transport::Urgency::kKept);
     }
     bool Notify(const protocol::Notification<protocol::Bytes>& notification, ByteView payload,
-                Line::Urgency urgency = Line::Urgency::kKept)
+                Transport::Urgency urgency = Transport::Urgency::kKept)
     {
         return Notify(notification.id, payload, urgency);
     }
     bool Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
-                Line::Urgency urgency);
+                Transport::Urgency urgency);
 
     /// Has a request's handler wait, without the world's lock. False when there is no point in
     /// going on: the client left, or the service ends or restarts. Then the handler returns at once
     /// and touches nothing of the family's.
-    [[nodiscard]] bool WaitFor(World::Duration time);
+    [[nodiscard]] bool WaitFor(Scheduler::Duration time);
 
     /// Waits for a result; nothing when it did not come within the limit, or there is no point in
     /// going on (see WaitFor; IsPresent tells the two apart).
     template <typename Result>
     [[nodiscard]] std::optional<Result> Await(const Completion<Result>& completion,
-                                              World::Duration limit)
+                                              Scheduler::Duration limit)
     {
-        world_.Wait(limit, [&] { return !present_ || completion.Get().has_value(); });
+        scheduler_.Wait(limit, [&] { return !present_ || completion.Get().has_value(); });
         return GoesOn() ? completion.Get() : std::nullopt;
     }
 
@@ -78,10 +79,10 @@ class Session {
         Bytes payload;
     };
 
-    bool GoesOn() const noexcept { return present_ && !world_.IsStopping(); }
+    bool GoesOn() const noexcept { return present_ && !scheduler_.IsStopping(); }
 
-    World& world_;
-    Line& line_;
+    Scheduler& scheduler_;
+    Transport& transport_;
     std::uint64_t clientId_;
     std::uint32_t processId_;
     bool present_ = true;

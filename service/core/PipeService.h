@@ -2,8 +2,8 @@
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
-#include <service/Core.h>
-#include <service/Line.h>
+#include <service/base/Transport.h>
+#include <service/core/Core.h>
 
 #include <memory>
 #include <string>
@@ -11,7 +11,7 @@
 namespace pelacon::service {
 
 /// Serves a pipe for as long as it lives.
-class PipeService : private Line {
+class PipeService : private Transport {
   public:
     /// Throws IPCServerError and IdError.
     PipeService(const std::wstring& pipeName, Settings settings);

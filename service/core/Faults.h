@@ -2,7 +2,7 @@
 #pragma once
 
 #include <protocol/Catalogue.h>
-#include <service/Random.h>
+#include <service/base/Random.h>
 
 #include <json/Reader.h>
 #include <nlohmann/json_fwd.hpp>

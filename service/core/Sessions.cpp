@@ -1,6 +1,6 @@
 #include <protocol/ServiceLink.h>
-#include <service/Log.h>
-#include <service/Sessions.h>
+#include <service/base/Log.h>
+#include <service/core/Sessions.h>
 
 #include <algorithm>
 #include <utility>
@@ -50,11 +50,11 @@ std::shared_ptr<Session> Sessions::Of(std::uint64_t clientId)
 {
     auto found = entries_.find(clientId);
     if (found == entries_.end()) {
-        Entry entry{std::make_shared<Session>(world_, line_, clientId, 0), false, {}};
+        Entry entry{std::make_shared<Session>(scheduler_, transport_, clientId, 0), false, {}};
         found = entries_.emplace(clientId, std::move(entry)).first;
     }
     if (!found->second.arrived) {
-        found->second.grace = world_.After(grace_, [this, clientId] { Leave(clientId); });
+        found->second.grace = scheduler_.After(grace_, [this, clientId] { Leave(clientId); });
     }
     return found->second.session;
 }

@@ -1,8 +1,8 @@
-// A line that leads to the test.
+// A transport that records what is sent.
 #pragma once
 
-#include <service/Line.h>
-#include <service/Wire.h>
+#include <service/base/Transport.h>
+#include <service/core/Wire.h>
 
 #include <cstdint>
 #include <vector>
@@ -10,7 +10,7 @@
 namespace pelacon::service::tests {
 
 /// Keeps what is sent. Used by one thread at a time.
-class RecordingLine : public Line {
+class RecordingTransport : public Transport {
   public:
     struct Sent {
         std::uint64_t clientId;

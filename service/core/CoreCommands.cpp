@@ -1,7 +1,7 @@
-#include <service/Core.h>
-#include <service/CoreState.h>
-#include <service/Log.h>
-#include <service/Trace.h>
+#include <service/base/Log.h>
+#include <service/core/Core.h>
+#include <service/core/CoreState.h>
+#include <service/core/Trace.h>
 
 #include <charconv>
 #include <stdexcept>
@@ -70,7 +70,7 @@ struct Push {
     Bytes payload;
     Whom whom;
     std::uint64_t count = 1;
-    Line::Urgency urgency = Line::Urgency::kKept;
+    Transport::Urgency urgency = Transport::Urgency::kKept;
 };
 
 Push ReadPush(json::Fields& fields)
@@ -87,7 +87,7 @@ Push ReadPush(json::Fields& fields)
 }
 
 /// Sends it to those sessions, and now and then lets others have the lock.
-nlohmann::json Send(World& world, const std::vector<std::shared_ptr<Session>>& sessions,
+nlohmann::json Send(Scheduler& scheduler, const std::vector<std::shared_ptr<Session>>& sessions,
                     const Push& push)
 {
     constexpr std::uint64_t kAtOnce = 1000;
@@ -96,8 +96,8 @@ nlohmann::json Send(World& world, const std::vector<std::shared_ptr<Session>>& s
         for (std::uint64_t i = 1; i <= push.count && session->IsPresent(); ++i) {
             sent += session->Notify(push.id, push.payload, push.urgency) ? 1 : 0;
             if (i % kAtOnce == 0) {
-                world.Pause();
-                if (world.IsStopping()) {
+                scheduler.Pause();
+                if (scheduler.IsStopping()) {
                     break;
                 }
             }
@@ -161,27 +161,31 @@ void Core::AddClientCommands(Commands& commands)
                  [this](json::Fields& fields) {
                      const Push push = ReadPush(fields);
                      return [this, push] {
-                         return Send(world_, Choose(state_->sessions, push.whom), push);
+                         return Send(scheduler_, Choose(state_->sessions, push.whom), push);
                      };
                  });
-    commands.Add(
-        "flood", "sends many notifications at once: id, count, payload, droppable, client or pid",
-        [this](json::Fields& fields) {
-            Push push = ReadPush(fields);
-            push.count = fields.Required("count").Integer<std::uint64_t>(1, 1'000'000);
-            if (const auto droppable = fields.Optional("droppable")) {
-                push.urgency = droppable->Bool() ? Line::Urgency::kDroppable : Line::Urgency::kKept;
-            }
-            return [this, push] { return Send(world_, Choose(state_->sessions, push.whom), push); };
-        });
+    commands.Add("flood",
+                 "sends many notifications at once: id, count, payload, droppable, client or pid",
+                 [this](json::Fields& fields) {
+                     Push push = ReadPush(fields);
+                     push.count = fields.Required("count").Integer<std::uint64_t>(1, 1'000'000);
+                     if (const auto droppable = fields.Optional("droppable")) {
+                         push.urgency = droppable->Bool() ? Transport::Urgency::kDroppable
+                                                          : Transport::Urgency::kKept;
+                     }
+                     return [this, push] {
+                         return Send(scheduler_, Choose(state_->sessions, push.whom), push);
+                     };
+                 });
     commands.Add("malformed", "sends bytes that are no message, as a notification: client or pid",
                  [this](json::Fields& fields) {
                      const Whom whom = ReadWhom(fields);
                      return [this, whom]() -> nlohmann::json {
                          const auto chosen = Choose(state_->sessions, whom);
                          for (const auto& session : chosen) {
-                             afterwards_.emplace_back(
-                                 [this, id = session->ClientId()] { line_->SendMalformed(id); });
+                             afterwards_.emplace_back([this, id = session->ClientId()] {
+                                 transport_->SendMalformed(id);
+                             });
                          }
                          return {{"sent", chosen.size()}};
                      };
@@ -193,7 +197,7 @@ void Core::AddClientCommands(Commands& commands)
                          const auto chosen = Choose(state_->sessions, whom);
                          for (const auto& session : chosen) {
                              afterwards_.emplace_back(
-                                 [this, id = session->ClientId()] { line_->Disconnect(id); });
+                                 [this, id = session->ClientId()] { transport_->Disconnect(id); });
                          }
                          return {{"disconnected", chosen.size()}};
                      };

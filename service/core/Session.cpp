@@ -1,5 +1,5 @@
-#include <service/Session.h>
-#include <service/Trace.h>
+#include <service/core/Session.h>
+#include <service/core/Trace.h>
 
 #include <algorithm>
 #include <chrono>
@@ -8,19 +8,19 @@
 namespace pelacon::service {
 
 bool Session::Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
-                     Line::Urgency urgency)
+                     Transport::Urgency urgency)
 {
     if (!present_) {
         return false;
     }
     if (!arrived_) {
-        if (urgency == Line::Urgency::kDroppable || held_.size() >= kMostHeld) {
+        if (urgency == Transport::Urgency::kDroppable || held_.size() >= kMostHeld) {
             return false;
         }
         held_.push_back({messageId, Bytes(payload.begin(), payload.end())});
         return true;
     }
-    const bool sent = line_.Notify(clientId_, messageId, payload, urgency);
+    const bool sent = transport_.Notify(clientId_, messageId, payload, urgency);
     TraceNotification(clientId_, messageId, payload, sent);
     return sent;
 }
@@ -30,19 +30,21 @@ void Session::Arrive(std::uint32_t processId)
     processId_ = processId;
     arrived_ = true;
     for (const Held& notification : std::exchange(held_, {})) {
-        Notify(notification.messageId, notification.payload, Line::Urgency::kKept);
+        Notify(notification.messageId, notification.payload, Transport::Urgency::kKept);
     }
 }
 
-bool Session::WaitFor(World::Duration time)
+bool Session::WaitFor(Scheduler::Duration time)
 {
     // A client that posted something is not known to have left before that is done, so its
     // connection is looked at.
     constexpr std::chrono::milliseconds kLookAgain{250};
-    const auto end = World::Clock::now() + time;
-    for (auto left = time; left > World::Duration::zero(); left = end - World::Clock::now()) {
-        world_.Wait(std::min<World::Duration>(left, kLookAgain), [this] { return !present_; });
-        if (!GoesOn() || (arrived_ && !line_.IsConnected(clientId_))) {
+    const auto end = Scheduler::Clock::now() + time;
+    for (auto left = time; left > Scheduler::Duration::zero();
+         left = end - Scheduler::Clock::now()) {
+        scheduler_.Wait(std::min<Scheduler::Duration>(left, kLookAgain),
+                        [this] { return !present_; });
+        if (!GoesOn() || (arrived_ && !transport_.IsConnected(clientId_))) {
             return false;
         }
     }
@@ -52,7 +54,7 @@ bool Session::WaitFor(World::Duration time)
 void Session::End()
 {
     present_ = false;
-    world_.Wake();
+    scheduler_.Wake();
 }
 
 }  // namespace pelacon::service

@@ -2,13 +2,16 @@
 #pragma once
 
 #include <protocol/ServiceLink.h>
-#include <service/IdAllocator.h>
-#include <service/Router.h>
-#include <service/Session.h>
-#include <service/World.h>
+#include <service/base/Scheduler.h>
+#include <service/core/IdAllocator.h>
+#include <service/core/Router.h>
+#include <service/core/Session.h>
 #include <service/radio/Radios.h>
 
 #include <nlohmann/json_fwd.hpp>
+
+#include <memory>
+#include <vector>
 
 namespace pelacon::service {
 
@@ -16,7 +19,7 @@ class Commands;
 
 /// What a family works with. All of it outlives the family.
 struct Context {
-    World& world;
+    Scheduler& scheduler;
     Router& router;
     radio::Radios& radios;
     IdAllocator& ids;
@@ -46,5 +49,9 @@ class Family {
     /// Adds what an operator may want to know to the answer of the `status` command.
     virtual void Describe(nlohmann::json& status) const;
 };
+
+/// Makes one of each family, in the order in which their ClientArrived and ClientLeft are called.
+/// Defined in families/.
+std::vector<std::unique_ptr<Family>> MakeFamilies(Context& context);
 
 }  // namespace pelacon::service

@@ -1,5 +1,5 @@
 #include <os/Files.h>
-#include <service/IdAllocator.h>
+#include <service/core/IdAllocator.h>
 
 #include <charconv>
 #include <filesystem>

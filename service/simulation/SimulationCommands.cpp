@@ -1,4 +1,8 @@
-#include <service/simulation/WifiCommands.h>
+// What an operator can make happen in the simulation.
+#include <service/core/Commands.h>
+#include <service/simulation/Simulation.h>
+
+#include <nlohmann/json.hpp>
 
 #include <stdexcept>
 #include <string>
@@ -80,12 +84,12 @@ void AddPhoneCommand(Commands& commands, Phone& phone)
 
 }  // namespace
 
-void AddWifiCommands(Commands& commands, Simulation& simulation)
+void Simulation::AddCommands(Commands& commands)
 {
-    AddStationCommands(commands, "group", "group", simulation.GetGroups());
-    AddStationCommands(commands, "softap", "soft AP", simulation.GetSoftAp());
-    AddPhoneCommand(commands, simulation.GetPhone());
-    AddAdapterCommands(commands, simulation.GetWifi(), simulation.GetWifiCards());
+    AddStationCommands(commands, "group", "group", groups_);
+    AddStationCommands(commands, "softap", "soft AP", softAp_);
+    AddPhoneCommand(commands, phone_);
+    AddAdapterCommands(commands, wifi_, wifiCards_);
 }
 
 }  // namespace pelacon::service::simulation

@@ -1,4 +1,4 @@
-#include <service/Router.h>
+#include <service/core/Router.h>
 
 #include <algorithm>
 #include <stdexcept>

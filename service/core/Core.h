@@ -2,12 +2,12 @@
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
-#include <service/Commands.h>
-#include <service/Faults.h>
-#include <service/IdAllocator.h>
-#include <service/Line.h>
-#include <service/World.h>
-#include <service/WorldFile.h>
+#include <service/base/Scheduler.h>
+#include <service/base/Transport.h>
+#include <service/core/Commands.h>
+#include <service/core/Faults.h>
+#include <service/core/IdAllocator.h>
+#include <service/radio/Radios.h>
 
 #include <atomic>
 #include <chrono>
@@ -25,7 +25,8 @@ namespace pelacon::service {
 class Session;
 
 struct Settings {
-    WorldFile world;
+    radio::Factory makeRadios;
+    std::vector<FaultConfig> faults;     ///< in force from the start
     std::string worldName = "built in";  ///< for people
     std::uint64_t seed = 0;
 };
@@ -43,7 +44,7 @@ class Core : public IPCServerHandler {
     Core& operator=(const Core&) = delete;
 
     /// Begins to answer. Throws IdError (the core is then stopped). The line outlives the core.
-    void Start(Line& line, const std::string& stateFile);
+    void Start(Transport& transport, const std::string& stateFile);
 
     /// Ends all that waits; later requests are answered without payload. May be repeated.
     void Stop();
@@ -72,13 +73,13 @@ class Core : public IPCServerHandler {
     nlohmann::json Status() const;
     void Restart();
 
-    Settings settings_;
-    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    World world_;
+    Scheduler scheduler_;
+    const Settings settings_;  // its factory may own threads that use the scheduler
+    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::latch started_{1};
     std::atomic<bool> startTried_{false};
 
-    Line* line_ = nullptr;  // set before it is started
+    Transport* transport_ = nullptr;  // set before it is started
 
     // All that follows is used under the world's lock.
     std::optional<IdAllocator> ids_;

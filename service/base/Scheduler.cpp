@@ -1,5 +1,5 @@
-#include <service/Log.h>
-#include <service/World.h>
+#include <service/base/Log.h>
+#include <service/base/Scheduler.h>
 
 #include <algorithm>
 #include <exception>
@@ -8,35 +8,35 @@ namespace pelacon::service {
 
 void Timer::Cancel() noexcept
 {
-    if (world_ != nullptr) {
-        std::exchange(world_, nullptr)->Remove(id_);
+    if (scheduler_ != nullptr) {
+        std::exchange(scheduler_, nullptr)->Remove(id_);
     }
 }
 
 bool Timer::IsPending() const
 {
-    return world_ != nullptr && world_->tasks_.contains(id_);
+    return scheduler_ != nullptr && scheduler_->tasks_.contains(id_);
 }
 
-World::World(std::uint64_t seed) : random_(seed), thread_([this] { RunTimers(); }) {}
+Scheduler::Scheduler(std::uint64_t seed) : random_(seed), thread_([this] { RunTimers(); }) {}
 
-World::~World()
+Scheduler::~Scheduler()
 {
     Stop();
 }
 
-Timer World::After(Duration delay, std::function<void()> task)
+Timer Scheduler::After(Duration delay, std::function<void()> task)
 {
     return Add(delay, Duration::zero(), std::move(task));
 }
 
-Timer World::Every(Duration period, std::function<void()> task)
+Timer Scheduler::Every(Duration period, std::function<void()> task)
 {
     const Duration shortest = std::chrono::milliseconds(1);
     return Add(std::max(period, shortest), std::max(period, shortest), std::move(task));
 }
 
-Timer World::Add(Duration delay, Duration period, std::function<void()> body)
+Timer Scheduler::Add(Duration delay, Duration period, std::function<void()> body)
 {
     const std::uint64_t id = ++lastTimer_;
     const Clock::time_point due = Clock::now() + delay;
@@ -49,7 +49,7 @@ Timer World::Add(Duration delay, Duration period, std::function<void()> body)
     return {*this, id};
 }
 
-void World::Remove(std::uint64_t id) noexcept
+void Scheduler::Remove(std::uint64_t id) noexcept
 {
     const auto found = tasks_.find(id);
     if (found != tasks_.end()) {
@@ -58,7 +58,7 @@ void World::Remove(std::uint64_t id) noexcept
     }
 }
 
-bool World::Wait(Duration limit, const std::function<bool()>& done)
+bool Scheduler::Wait(Duration limit, const std::function<bool()>& done)
 {
     Guard lock(mutex_, std::adopt_lock);
     waiters_.wait_until(lock, Clock::now() + limit, [&] { return stopping_ || done(); });
@@ -66,7 +66,7 @@ bool World::Wait(Duration limit, const std::function<bool()>& done)
     return done();
 }
 
-void World::Stop()
+void Scheduler::Stop()
 {
     {
         const Guard lock = Lock();
@@ -79,7 +79,7 @@ void World::Stop()
     }
 }
 
-void World::RunTimers()
+void Scheduler::RunTimers()
 {
     Guard lock = Lock();
     while (!stopping_) {
@@ -93,7 +93,7 @@ void World::RunTimers()
     }
 }
 
-void World::RunNext(Guard& lock)
+void Scheduler::RunNext(Guard& lock)
 {
     const std::uint64_t id = queue_.begin()->second;
     queue_.erase(queue_.begin());

@@ -1,0 +1,25 @@
+// All that a restart of the service forgets.
+#pragma once
+
+#include <service/core/Commands.h>
+#include <service/core/Core.h>
+#include <service/core/Family.h>
+#include <service/core/Router.h>
+#include <service/core/Sessions.h>
+#include <service/radio/Radios.h>
+
+namespace pelacon::service {
+
+/// Made anew, rather than cleared, so that nothing can be left over.
+struct Core::State {
+    State(Scheduler& scheduler, const radio::Factory& makeRadios, IdAllocator& ids,
+          Transport& transport);
+
+    const std::unique_ptr<radio::Radios> radios;
+    Router router;
+    Commands commands;
+    Sessions sessions;  // families point at them to their own end
+    Sessions::Families families;
+};
+
+}  // namespace pelacon::service

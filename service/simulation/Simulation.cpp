@@ -1,0 +1,37 @@
+#include <service/simulation/Simulation.h>
+
+#include <utility>
+
+namespace pelacon::service::simulation {
+
+Simulation::Simulation(Scheduler& scheduler, const WorldFile& file)
+    : adapter_(scheduler, file.adapter),
+      air_(scheduler),
+      scanner_(adapter_, air_),
+      advertiser_(scheduler, adapter_, air_),
+      targetAdvs_(scheduler, adapter_, file.targetAdvs),
+      gattClient_(scheduler, adapter_, file.gatt),
+      gattServer_(adapter_, file.gatt),
+      wifi_(scheduler, file.wifi),
+      groups_(scheduler, wifi_, file.group),
+      softAp_(scheduler, wifi_, file.softAp),
+      phone_(scheduler, file.phone),
+      wifiCards_(wifi_, file.wifiCards),
+      errors_(scheduler, file.errors)
+{
+    for (const PeripheralConfig& config : file.peripherals) {
+        Peripheral& peripheral = peripherals_.emplace_back(scheduler, air_, config);
+        GattPeripheral& gatt = gattPeripherals_.emplace_back(scheduler, adapter_, peripheral);
+        gattClient_.AddDevice(config.address, gatt);
+    }
+    gattClient_.AddDevice(adapter_.Address(), gattServer_);
+}
+
+radio::Factory SimulationOf(WorldFile file)
+{
+    return [file = std::move(file)](Scheduler& scheduler) {
+        return std::make_unique<Simulation>(scheduler, file);
+    };
+}
+
+}  // namespace pelacon::service::simulation
