@@ -18,15 +18,16 @@ constexpr std::string_view kHead = "pelacon-next-id ";
 /// The first id behind those that were ever reserved.
 std::int32_t ReadFile(const std::string& file)
 {
+    const std::filesystem::path path(std::u8string(file.begin(), file.end()));
     std::error_code error;
-    const auto type = std::filesystem::status(file, error).type();
+    const auto type = std::filesystem::status(path, error).type();
     if (type == std::filesystem::file_type::not_found) {
         return 1;
     }
     if (type != std::filesystem::file_type::regular) {
         throw IdError(file + ": is not a file; this service keeps there which ids were given out");
     }
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
     std::int32_t next = 0;
     if (stream && text.starts_with(kHead) && text.ends_with('\n')) {

@@ -8,22 +8,29 @@
 
 namespace pelacon::test {
 
-/// Sets an environment variable of this process; an empty value takes it away.
+/// Sets an environment variable of this process, in UTF-8; an empty value removes it.
 void SetVariable(const char* name, const std::string& value);
 
-/// Has the pipes of this process, and of those that it starts, lie in a folder of its own, as long
-/// as this lives. To be made and destroyed while no other thread looks for a pipe.
+/// Puts the pipes of this process, and of those that it starts, into a folder of their own as long
+/// as this object lives. The folder's path is not all ASCII, as users' names may not be. To be made
+/// and destroyed while no other thread looks for a pipe.
 class RuntimeFolder {
   public:
-    RuntimeFolder() { SetVariable("PELACON_RUNTIME_DIR", Path().string()); }
+    RuntimeFolder()
+    {
+        std::filesystem::create_directories(path_);
+        const std::u8string path = path_.u8string();
+        SetVariable("PELACON_RUNTIME_DIR", {path.begin(), path.end()});
+    }
     ~RuntimeFolder() { SetVariable("PELACON_RUNTIME_DIR", {}); }
     RuntimeFolder(const RuntimeFolder&) = delete;
     RuntimeFolder& operator=(const RuntimeFolder&) = delete;
 
-    const std::filesystem::path& Path() const noexcept { return folder_.Path(); }
+    const std::filesystem::path& Path() const noexcept { return path_; }
 
   private:
     TemporaryFolder folder_;
+    std::filesystem::path path_ = folder_.Path() / u8"ü" / "run";
 };
 
 /// One that goes with the process. The first call is to come before any thread is started; later

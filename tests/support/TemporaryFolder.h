@@ -28,8 +28,12 @@ class TemporaryFolder {
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     const std::filesystem::path& Path() const noexcept { return path_; }
-    /// Where a file of this name lies, or would.
-    std::string File(const std::string& name) const { return (path_ / name).string(); }
+    /// The path of a file of this name in the folder, in UTF-8. The file need not exist.
+    std::string File(const std::string& name) const
+    {
+        const std::u8string file = (path_ / name).u8string();
+        return {file.begin(), file.end()};
+    }
 
   private:
     std::filesystem::path path_;

@@ -2,6 +2,8 @@
 
 #include "PipeSecurity.h"
 
+#include <os/windows/Wide.h>
+
 #include <algorithm>
 #include <chrono>
 
@@ -24,21 +26,25 @@ Peer PeerOf(HANDLE pipe, PipeEnd end)
     const BOOL known = end == PipeEnd::kServer ? GetNamedPipeClientProcessId(pipe, &processId)
                                                : GetNamedPipeServerProcessId(pipe, &processId);
     Peer peer;
-    if (known != FALSE) {
-        peer.processId = processId;
-        peer.user = UserOfProcess(processId);
-        if (peer.user.empty() && end == PipeEnd::kClient) {
-            peer.user = OwnerOfPipe(pipe);  // the system's processes are not for everybody to open
-        }
-        peer.isOperator = !peer.user.empty() && (peer.user == OwnUser() || IsSystem(peer.user));
+    if (known == FALSE) {
+        return peer;
     }
+    peer.processId = processId;
+    if (end == PipeEnd::kClient) {
+        peer.user = OwnerOfPipe(pipe);
+    }
+    if (peer.user.empty()) {
+        peer.user = UserOfProcess(processId);  // less certain: ids of ended processes are reused
+    }
+    peer.isOperator = !peer.user.empty() && (peer.user == OwnUser() || IsSystem(peer.user));
     return peer;
 }
 
 }  // namespace
 
-/// One transfer's hold on the pipe. The pipe is closed by Shutdown or, while it is in use, by the
-/// last use to end: closing it is what tells the other end, and leaves it what was sent before.
+/// Keeps the pipe open during one transfer. Shutdown closes the pipe or, while transfers use it,
+/// the last of them does. Closing ends the connection for the other end, which still receives what
+/// was sent before.
 class PipeConnection::Use {
   public:
     Use(PipeConnection& connection, const Direction& direction) : connection_(connection)
@@ -83,8 +89,8 @@ IoStatus PipeConnection::Send(std::span<const std::uint8_t> frame, Deadline& dea
     return SendFor(frame, &deadline);
 }
 
-// A pipe does not say beforehand whether it has room: the write is begun, and taken back if it
-// would have to wait.
+// Windows cannot say beforehand whether a pipe has room: the write is started, and cancelled if it
+// does not complete at once.
 IoStatus PipeConnection::TrySend(std::span<const std::uint8_t> frame)
 {
     Deadline now(std::chrono::milliseconds(0));
@@ -173,7 +179,8 @@ IoResult PipeConnection::Finish(Direction& direction, BOOL begun, Deadline* dead
     if (woken == WAIT_OBJECT_0) {
         return Outcome(direction);
     }
-    // Taken back, unless it was done meanwhile; either way the kernel lets go of the buffer first.
+    // The transfer may complete before it is cancelled. Outcome waits until the kernel no longer
+    // uses the buffer.
     CancelIoEx(pipe_.get(), &direction.overlapped);
     const IoResult result = Outcome(direction);
     if (result.status == IoStatus::kDone || woken != WAIT_TIMEOUT) {
@@ -182,8 +189,8 @@ IoResult PipeConnection::Finish(Direction& direction, BOOL begun, Deadline* dead
     return {IoStatus::kTimeout, 0};
 }
 
-/// Waits for the transfer to end. A message that did not fit its room counts as done, with a size
-/// beyond any room.
+/// Waits for the transfer to end. A message that is larger than its room counts as done, with a
+/// size larger than any room.
 IoResult PipeConnection::Outcome(Direction& direction) noexcept
 {
     DWORD size = 0;
@@ -199,15 +206,18 @@ IoResult PipeConnection::Outcome(Direction& direction) noexcept
 ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
                       const std::atomic<bool>& cancelled)
 {
-    constexpr DWORD kSlice = 50;  // so that a cancelled wait for a busy pipe ends soon
+    constexpr DWORD kSlice = 50;  // ms; a wait for a busy pipe that is cancelled ends after it
     for (const std::string& place : places) {
+        const std::wstring name = os::Wide(place);
         for (;;) {
-            os::OwnedHandle pipe = os::MakeHandle(CreateFileA(
-                place.c_str(), kClientAccess, 0, nullptr, OPEN_EXISTING,
+            os::OwnedHandle pipe = os::MakeHandle(CreateFileW(
+                name.c_str(), kClientAccess, 0, nullptr, OPEN_EXISTING,
                 FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
             if (pipe) {
                 DWORD mode = PIPE_READMODE_MESSAGE;
-                SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr);
+                if (SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr) == FALSE) {
+                    break;  // the service closed the pipe, or does not send messages
+                }
                 auto connection =
                     std::make_unique<PipeConnection>(std::move(pipe), PipeEnd::kClient);
                 if (!IsTrustedServer(connection->GetPeer().user)) {
@@ -225,7 +235,7 @@ ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
             if (left == 0 || cancelled) {
                 return {ConnectStatus::kBusy, nullptr};
             }
-            WaitNamedPipeA(place.c_str(), std::min(left, kSlice));
+            WaitNamedPipeW(name.c_str(), std::min(left, kSlice));
         }
     }
     return {};

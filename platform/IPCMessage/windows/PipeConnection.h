@@ -1,4 +1,4 @@
-// A connection over a message-mode named pipe, which keeps frames apart by itself.
+// A connection over a named pipe in message mode: each frame is one message.
 #pragma once
 
 #include <IPCMessage/Transport.h>
@@ -10,12 +10,12 @@
 
 namespace pelacon::ipc {
 
-/// Which end of a pipe a handle is: the peer is asked for differently.
+/// Which end of a pipe a handle is. The two ends find their peer by different calls.
 enum class PipeEnd { kClient, kServer };
 
 class PipeConnection final : public Connection {
   public:
-    /// Takes an open pipe, in overlapped and message mode, and asks who is at its other end.
+    /// Takes an open pipe in overlapped and message mode and finds its peer.
     PipeConnection(os::OwnedHandle pipe, PipeEnd end);
 
     const Peer& GetPeer() const noexcept override { return peer_; }
@@ -42,7 +42,7 @@ class PipeConnection final : public Connection {
 
         os::OwnedHandle done{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
         os::OwnedHandle end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-        OVERLAPPED overlapped{};  // of the transfer that is under way
+        OVERLAPPED overlapped{};  // of the running transfer
         bool ended = false;
     };
 
@@ -51,7 +51,7 @@ class PipeConnection final : public Connection {
     IoResult Finish(Direction& direction, BOOL begun, Deadline* deadline);
     IoResult Outcome(Direction& direction) noexcept;
 
-    std::mutex mutex_;  // guards pipe_'s closing, uses_ and what has ended
+    std::mutex mutex_;  // guards the closing of pipe_, uses_ and the directions' `ended`
     os::OwnedHandle pipe_;
     int uses_ = 0;
     Direction sending_;

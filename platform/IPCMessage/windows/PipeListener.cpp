@@ -4,6 +4,7 @@
 
 #include <IPCMessage/IPCMessageServer.h>
 #include <IPCMessage/Transport.h>
+#include <os/windows/Wide.h>
 
 #include <windows.h>
 
@@ -20,6 +21,7 @@ namespace {
 
 using os::MakeHandle;
 using os::OwnedHandle;
+using os::Wide;
 
 constexpr DWORD kRetryMs = 50;
 
@@ -33,7 +35,7 @@ class PipeListener final : public Listener {
     explicit PipeListener(const PipePlace& place)
         : pipe_(place.pipe), stateFile_(place.folder + "\\" + place.base + ".state")
     {
-        CreateDirectoryA(place.folder.c_str(), nullptr);
+        CreateDirectoryW(Wide(place.folder).c_str(), nullptr);
         TakeLock(place.folder + "\\" + place.base + ".lock");
         next_ = OfferInstance(FILE_FLAG_FIRST_PIPE_INSTANCE);
         if (!next_) {
@@ -47,7 +49,7 @@ class PipeListener final : public Listener {
         for (;;) {
             while (!next_) {
                 next_ = OfferInstance(0);
-                // Want of memory or handles passes.
+                // There may be memory and handles again later.
                 if (!next_ && WaitForSingleObject(down_.get(), kRetryMs) == WAIT_OBJECT_0) {
                     return nullptr;
                 }
@@ -61,7 +63,8 @@ class PipeListener final : public Listener {
         }
     }
 
-    /// A service of the system serves whom the pipe lets in; any other its own user and the system.
+    /// A service of the system serves every user whom the pipe's access list admits; any other
+    /// service serves its own user and the system.
     bool Admits(const Peer& peer) const override
     {
         return !peer.user.empty() && (IsSystem(OwnUser()) || peer.isOperator);
@@ -80,11 +83,11 @@ class PipeListener final : public Listener {
     const std::string& StateFile() const noexcept override { return stateFile_; }
 
   private:
-    /// A file that nobody else can open while this service lives tells that the pipe is taken, also
-    /// where the first-instance flag goes unheeded.
+    /// The lock is a file that no other process can open while this service lives. It also works
+    /// where the first-instance flag has no effect.
     void TakeLock(const std::string& path)
     {
-        lock_ = MakeHandle(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+        lock_ = MakeHandle(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
                                        FILE_ATTRIBUTE_NORMAL, nullptr));
         if (lock_) {
             return;
@@ -104,13 +107,13 @@ class PipeListener final : public Listener {
             return nullptr;
         }
         SECURITY_ATTRIBUTES attributes{sizeof attributes, access.get(), FALSE};
-        return MakeHandle(CreateNamedPipeA(
-            pipe_.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | firstInstance,
+        return MakeHandle(CreateNamedPipeW(
+            Wide(pipe_).c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | firstInstance,
             PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
             PIPE_UNLIMITED_INSTANCES, kBuffer, kBuffer, 0, &attributes));
     }
 
-    /// Waits until a client has opened the offered instance; false after Shutdown.
+    /// Waits until a client opens the offered instance; false after Shutdown.
     bool AwaitClient()
     {
         OVERLAPPED overlapped{};
@@ -118,7 +121,7 @@ class PipeListener final : public Listener {
         if (ConnectNamedPipe(next_.get(), &overlapped) == FALSE) {
             const DWORD error = GetLastError();
             if (error != ERROR_IO_PENDING) {
-                // A client that came and went already is told by its first receive.
+                // A client may have come and gone already: the first receive then fails.
                 return WaitForSingleObject(down_.get(), 0) != WAIT_OBJECT_0;
             }
         }

@@ -12,7 +12,7 @@ namespace pelacon::ipc {
 
 namespace {
 
-/// FNV-1a: short, and the same in every process.
+/// FNV-1a, which is short and gives the same value in every process.
 std::string HashOf(std::string_view text)
 {
     std::uint64_t hash = 0xCBF29CE484222325;

@@ -1,4 +1,4 @@
-// Where the pipe of a name lies, and what lies beside it.
+// The name of a pipe and the folder of its files.
 #pragma once
 
 #include <optional>
@@ -9,13 +9,13 @@ namespace pelacon::ipc {
 /// A pipe and the folder of the files that belong to it.
 struct PipePlace {
     std::string pipe;    ///< full name of the pipe, such as "\\.\Pipe\KvPelaconService"
-    std::string folder;  ///< where its lock and its state lie
-    std::string base;    ///< the name without what stands before it
+    std::string folder;  ///< of the lock and the state, in UTF-8
+    std::string base;    ///< the last part of the name
 };
 
-/// $PELACON_RUNTIME_DIR, where it is set, gives the pipe a name of its own (the folder's hash
-/// behind the name) and is the folder; otherwise the pipe goes by its name, and the folder lies in
-/// the user's local application data. Nothing if the name is unusable.
+/// Where PELACON_RUNTIME_DIR is set, its value is the folder, and the pipe's name ends with a hash
+/// of it. Otherwise the pipe has the given name, and the folder is in the user's local application
+/// data. Nothing if the name is unusable.
 std::optional<PipePlace> FindPipePlace(const std::wstring& pipeName);
 
 }  // namespace pelacon::ipc

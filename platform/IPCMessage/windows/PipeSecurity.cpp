@@ -1,6 +1,8 @@
 #include "PipeSecurity.h"
 
+#include <os/Utf8.h>
 #include <os/windows/Handle.h>
+#include <os/windows/Wide.h>
 
 #include <aclapi.h>
 #include <sddl.h>
@@ -19,12 +21,12 @@ constexpr const char* kSystemSid = "S-1-5-18";
 
 std::string TextOf(PSID sid)
 {
-    LPSTR text = nullptr;
-    if (ConvertSidToStringSidA(sid, &text) == 0) {
+    LPWSTR text = nullptr;
+    if (ConvertSidToStringSidW(sid, &text) == 0) {
         return {};
     }
     const std::unique_ptr<void, LocalMemory> owner(text);
-    return text;
+    return os::Utf8(text);
 }
 
 std::string UserOfToken(HANDLE process)
@@ -43,19 +45,26 @@ std::string UserOfToken(HANDLE process)
     return TextOf(reinterpret_cast<const TOKEN_USER*>(bytes.data())->User.Sid);
 }
 
-/// The account that the service was built for; empty where there is none of that name.
-std::string ServiceAccount()
+std::string FindServiceAccount()
 {
     std::array<unsigned char, SECURITY_MAX_SID_SIZE> sid{};
-    std::array<char, 256> domain{};
+    std::array<wchar_t, 256> domain{};
     auto sidSize = static_cast<DWORD>(sid.size());
     auto domainSize = static_cast<DWORD>(domain.size());
     SID_NAME_USE use{};
-    if (LookupAccountNameA(nullptr, PELACON_SERVICE_ACCOUNT, sid.data(), &sidSize, domain.data(),
-                           &domainSize, &use) == 0) {
+    if (LookupAccountNameW(nullptr, os::Wide(PELACON_SERVICE_ACCOUNT).c_str(), sid.data(), &sidSize,
+                           domain.data(), &domainSize, &use) == 0) {
         return {};
     }
     return TextOf(sid.data());
+}
+
+/// The account that the service was built for; empty where there is no account of that name. The
+/// first call may ask a domain's controller, which may take seconds.
+const std::string& ServiceAccount()
+{
+    static const std::string& account = *new std::string(FindServiceAccount());
+    return account;
 }
 
 }  // namespace
@@ -91,8 +100,7 @@ bool IsSystem(const std::string& user)
 
 bool IsTrustedServer(const std::string& user)
 {
-    static const std::string& account = *new std::string(ServiceAccount());
-    return !user.empty() && (IsSystem(user) || user == OwnUser() || user == account);
+    return !user.empty() && (IsSystem(user) || user == OwnUser() || user == ServiceAccount());
 }
 
 SecurityDescriptor PipeAccess()
@@ -105,7 +113,7 @@ SecurityDescriptor PipeAccess()
         access += std::string("(A;;") + rights + ";;;IU)";
     }
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ConvertStringSecurityDescriptorToSecurityDescriptorA(access.c_str(), SDDL_REVISION_1,
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(os::Wide(access).c_str(), SDDL_REVISION_1,
                                                          &descriptor, nullptr);
     return SecurityDescriptor(descriptor);
 }

@@ -1,4 +1,4 @@
-// Who runs a process, and who may open a pipe.
+// Which user runs a process or offers a pipe, and which users may open it.
 #pragma once
 
 #include <windows.h>
@@ -8,11 +8,11 @@
 
 namespace pelacon::ipc {
 
-/// The user of a process as a SID's text; empty where it cannot be told.
+/// The user of a process as a SID's text; empty where the process cannot be opened.
 std::string UserOfProcess(DWORD processId);
 
-/// The account that an opened pipe belongs to, which can be none but that of the process that
-/// offers it. Empty where it cannot be told.
+/// The owner of an opened pipe. Without a privilege for it a process cannot offer a pipe that
+/// belongs to another user. Empty where the owner cannot be read.
 std::string OwnerOfPipe(HANDLE pipe);
 
 /// The user of this process.
@@ -21,8 +21,8 @@ const std::string& OwnUser();
 /// Whether this user is the system itself.
 bool IsSystem(const std::string& user);
 
-/// Whether a process of this user may be the service of this process: the system, the account that
-/// the service was built for, or this user's own.
+/// Whether this process trusts a service that this user runs: the system, the service account of
+/// the build, or the user of this process.
 bool IsTrustedServer(const std::string& user);
 
 struct LocalMemory {
@@ -30,12 +30,12 @@ struct LocalMemory {
 };
 using SecurityDescriptor = std::unique_ptr<void, LocalMemory>;
 
-/// The pipe of a service that this process runs belongs to its user. The system, administrators and
-/// this user may open it; where the service runs as the system, whoever is logged on may use it
-/// too, but not offer a pipe of the same name. Null for want of memory.
+/// The access list of a service's pipe, which belongs to the user of this process. The system,
+/// administrators and this user may open the pipe; where the service runs as the system, every
+/// logged-on user may use it too, but not offer a pipe of the same name. Null without memory.
 SecurityDescriptor PipeAccess();
 
-/// What a client asks for when it opens a pipe: all but offering one.
+/// The rights that a client asks for when it opens a pipe: all but offering an instance of it.
 inline constexpr DWORD kClientAccess =
     FILE_GENERIC_READ | FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES | SYNCHRONIZE;
 

@@ -1,4 +1,4 @@
-// How a program without a console is told to end.
+// How a program without a console is asked to end.
 #pragma once
 
 #include <windows.h>
@@ -7,11 +7,11 @@
 
 namespace pelacon::os {
 
-/// The event that ends a process when it is set, where Ctrl-C cannot reach it. Programs that wait
-/// for Ctrl-C, or to be ended, wait for it, too.
-inline std::string EndEventName(DWORD processId)
+/// The name of the event that ends a process when it is set, where Ctrl-C cannot reach the process.
+/// Programs that wait for Ctrl-C, or for a request to end, wait for this event too.
+inline std::wstring EndEventName(DWORD processId)
 {
-    return "Local\\Pelacon.end." + std::to_string(processId);
+    return L"Local\\Pelacon.end." + std::to_wstring(processId);
 }
 
 }  // namespace pelacon::os

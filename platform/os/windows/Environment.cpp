@@ -7,8 +7,8 @@
 
 namespace pelacon::os {
 
-// Windows has no programs that run with more rights than the user who starts them by their file's
-// mark, so there is nothing to guard against here.
+// On Windows no program gains rights from its file, as it does by set-user-id on Linux: the
+// environment can always be trusted.
 std::optional<std::string> EnvironmentVariable(const char* name)
 {
     const wchar_t* value = _wgetenv(Wide(name).c_str());

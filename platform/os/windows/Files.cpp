@@ -32,7 +32,7 @@ void SaveFile(const std::string& path, std::string_view contents)
         if (!file ||
             WriteFile(file.get(), contents.data(), static_cast<DWORD>(contents.size()), &written,
                       nullptr) == FALSE ||
-            written != contents.size()) {
+            written != contents.size() || FlushFileBuffers(file.get()) == FALSE) {
             Fail(path);
         }
     }

@@ -16,10 +16,10 @@ struct HandleCloser {
     }
 };
 
-/// Null where there is no handle. A call that says INVALID_HANDLE_VALUE instead is told apart by
-/// MakeHandle.
+/// Null where there is no handle.
 using OwnedHandle = std::unique_ptr<void, HandleCloser>;
 
+/// Takes the result of a call that returns INVALID_HANDLE_VALUE when it fails.
 inline OwnedHandle MakeHandle(HANDLE handle) noexcept
 {
     return OwnedHandle(handle != INVALID_HANDLE_VALUE ? handle : nullptr);

@@ -10,7 +10,7 @@ namespace pelacon::os {
 
 namespace {
 
-/// Never destroyed: the system's thread may still call it when main has returned.
+/// Never destroyed: the system's thread may still call it after main has returned.
 std::function<void()>& Action()
 {
     static auto& action = *new std::function<void()>;
@@ -35,14 +35,14 @@ void CALLBACK OnEndEvent(void*, BOOLEAN)
 void AwaitEndEvent()
 {
     const HANDLE event =
-        CreateEventA(nullptr, FALSE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
+        CreateEventW(nullptr, FALSE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
     HANDLE wait = nullptr;
     RegisterWaitForSingleObject(&wait, event, &OnEndEvent, nullptr, INFINITE, WT_EXECUTEDEFAULT);
 }
 
 }  // namespace
 
-// The system calls the handlers on threads of its own, and the first not at all where Ctrl-C is
+// The system calls both handlers on its own threads. It does not call the first where Ctrl-C is
 // ignored.
 void OnInterrupt(std::function<void()> action)
 {

@@ -1,4 +1,5 @@
 #include <os/Processes.h>
+#include <os/Utf8.h>
 #include <os/windows/Handle.h>
 
 #include <windows.h>
@@ -20,10 +21,10 @@ std::string ExecutablePath(DWORD processId)
     if (!process) {
         return {};
     }
-    char path[kPathSize] = {};
-    // The last byte stays zero: a path that fills the buffer is not terminated by the call.
-    K32GetModuleFileNameExA(process.get(), nullptr, path, kPathSize - 1);
-    return path;
+    wchar_t path[kPathSize] = {};
+    // The last character stays zero: the call does not terminate a path that fills its room.
+    K32GetModuleFileNameExW(process.get(), nullptr, path, kPathSize - 1);
+    return Utf8(path);
 }
 
 std::wstring ShortName(DWORD processId)

@@ -14,7 +14,7 @@ bool OutputIsTerminal()
 
 namespace {
 
-/// The part of the console that can be seen; nothing wide and high where there is none.
+/// The visible part of the console; its width and height are 0 where there is no console.
 SMALL_RECT Window()
 {
     CONSOLE_SCREEN_BUFFER_INFO info{};

@@ -12,14 +12,14 @@ namespace {
 
 const char* const kEndEvent = "its end event was set";
 
-/// What came first, for people.
+/// The cause, for the log.
 std::atomic<const char*> happened{kEndEvent};
 
-/// Set when the program is to end.
+/// The event that is set when the program is to end.
 HANDLE EndEvent()
 {
     static const HANDLE event =
-        CreateEventA(nullptr, TRUE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
+        CreateEventW(nullptr, TRUE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
     return event;
 }
 
@@ -37,8 +37,8 @@ const char* NameOf(DWORD event)
     }
 }
 
-// The system ends the process when this returns from one of the last three, so it does not: the
-// main thread's return ends it.
+// For the last three events the system ends the process as soon as this returns. This therefore
+// does not return, and the main thread ends the process.
 BOOL WINAPI OnControl(DWORD event)
 {
     happened = NameOf(event);

@@ -1,4 +1,4 @@
-// UTF-8 as the wide text that the system's functions take.
+// Wide text, which the functions of Windows take, from UTF-8, which all other code keeps.
 #pragma once
 
 #include <windows.h>
@@ -8,6 +8,7 @@
 
 namespace pelacon::os {
 
+/// Bytes that are not UTF-8 become U+FFFD.
 inline std::wstring Wide(std::string_view text)
 {
     const auto convert = [&](wchar_t* room, int size) {

@@ -33,6 +33,11 @@ class UnloadTest : public ::testing::Test {
     HMODULE library_ = nullptr;
 };
 
+TEST_F(UnloadTest, LoadingTheLibraryDoesNotLoadWlanapi)
+{
+    EXPECT_EQ(GetModuleHandleW(L"wlanapi.dll"), nullptr) << "some editions of Windows lack it";
+}
+
 TEST_F(UnloadTest, TheLibraryGoesWhereItWasNeverStarted)
 {
     EXPECT_EQ(Call("BtEnable"), -1);

@@ -1,12 +1,15 @@
+#include <os/Utf8.h>
 #include <os/windows/EndEvent.h>
 #include <os/windows/Handle.h>
+#include <os/windows/Wide.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/TextStream.h>
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <cstdlib>
+#include <cwchar>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
 #include <thread>
@@ -18,6 +21,7 @@ namespace {
 
 using os::MakeHandle;
 using os::OwnedHandle;
+using os::Wide;
 using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void Fail(const std::string& what)
@@ -82,26 +86,32 @@ std::string CommandLine(const std::string& program, const std::vector<std::strin
     return line;
 }
 
+struct VariablesFreed {
+    void operator()(wchar_t* variables) const { FreeEnvironmentStringsW(variables); }
+};
+
 /// This process's environment with some variables replaced, as CreateProcess wants it.
-std::string EnvironmentWith(const std::vector<std::string>& additions)
+std::wstring EnvironmentWith(const std::vector<std::string>& additions)
 {
-    std::string block;
-    const auto add = [&](std::string_view variable) { block.append(variable).push_back('\0'); };
-    for (char** variable = _environ; *variable != nullptr; ++variable) {
-        const std::string_view text(*variable);
-        const std::string_view name = text.substr(0, text.find('=', 1) + 1);
+    std::wstring block;
+    const auto add = [&](std::wstring_view variable) { block.append(variable).push_back(L'\0'); };
+    const std::unique_ptr<wchar_t, VariablesFreed> variables(GetEnvironmentStringsW());
+    for (const wchar_t* variable = variables.get(); *variable != L'\0';
+         variable += std::wcslen(variable) + 1) {
+        const std::wstring_view text(variable);
+        const std::wstring_view name = text.substr(0, text.find(L'=', 1) + 1);
         bool replaced = false;
         for (const std::string& added : additions) {
-            replaced = replaced || std::string_view(added).starts_with(name);
+            replaced = replaced || Wide(added).starts_with(name);
         }
         if (!replaced) {
             add(text);
         }
     }
     for (const std::string& added : additions) {
-        add(added);
+        add(Wide(added));
     }
-    block.push_back('\0');
+    block.push_back(L'\0');
     return block;
 }
 
@@ -147,19 +157,19 @@ PROCESS_INFORMATION Spawn(const std::string& program, const std::vector<std::str
 {
     SECURITY_ATTRIBUTES attributes = Inheritable();
     const OwnedHandle empty =
-        MakeHandle(CreateFileA("NUL", GENERIC_READ, 0, &attributes, OPEN_EXISTING, 0, nullptr));
-    STARTUPINFOA startup{};
+        MakeHandle(CreateFileW(L"NUL", GENERIC_READ, 0, &attributes, OPEN_EXISTING, 0, nullptr));
+    STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = options.input ? input : empty.get();
     startup.hStdOutput = output;
     startup.hStdError = errors;
-    std::string line = CommandLine(program, arguments);
-    std::string environment = EnvironmentWith(options.environment);
+    std::wstring line = Wide(CommandLine(program, arguments));
+    std::wstring environment = EnvironmentWith(options.environment);
     PROCESS_INFORMATION process{};
-    if (CreateProcessA(program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                       CREATE_NEW_PROCESS_GROUP, environment.data(), nullptr, &startup,
-                       &process) == 0) {
+    if (CreateProcessW(Wide(program).c_str(), line.data(), nullptr, nullptr, TRUE,
+                       CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT, environment.data(),
+                       nullptr, &startup, &process) == 0) {
         Fail(program);
     }
     CloseHandle(process.hThread);
@@ -269,7 +279,7 @@ void ChildProcess::Interrupt()
 void ChildProcess::Terminate()
 {
     const OwnedHandle event(
-        OpenEventA(EVENT_MODIFY_STATE, FALSE, os::EndEventName(implementation_->Id()).c_str()));
+        OpenEventW(EVENT_MODIFY_STATE, FALSE, os::EndEventName(implementation_->Id()).c_str()));
     if (!event || SetEvent(event.get()) == 0) {
         ADD_FAILURE() << "the program does not wait to be ended";
     }

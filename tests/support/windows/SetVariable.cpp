@@ -1,3 +1,4 @@
+#include <os/windows/Wide.h>
 #include <tests/support/RuntimeFolder.h>
 
 #include <cstdlib>
@@ -6,7 +7,7 @@ namespace pelacon::test {
 
 void SetVariable(const char* name, const std::string& value)
 {
-    _putenv_s(name, value.c_str());
+    _wputenv_s(os::Wide(name).c_str(), os::Wide(value).c_str());
 }
 
 }  // namespace pelacon::test
