@@ -36,7 +36,8 @@ std::wstring ShortName(DWORD processId)
     if (process) {
         HMODULE module = nullptr;
         DWORD needed = 0;
-        if (K32EnumProcessModules(process.get(), &module, sizeof module, &needed) != 0) {
+        constexpr DWORD kOneModule = sizeof(HMODULE);  // NOLINT(bugprone-sizeof-expression)
+        if (K32EnumProcessModules(process.get(), &module, kOneModule, &needed) != 0) {
             K32GetModuleBaseNameW(process.get(), module, name, kNameSize);
         }
     }

@@ -18,7 +18,7 @@ std::atomic<const char*> happened{kEndEvent};
 /// The event that is set when the program is to end.
 HANDLE EndEvent()
 {
-    static const HANDLE event =
+    static HANDLE event =
         CreateEventW(nullptr, TRUE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
     return event;
 }

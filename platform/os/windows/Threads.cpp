@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -25,13 +26,12 @@ unsigned __stdcall RunBody(void* argument)
 void StartDetachedThread(std::function<void()> body)
 {
     auto owned = std::make_unique<std::function<void()>>(std::move(body));
-    const auto thread =
-        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &RunBody, owned.get(), 0, nullptr));
-    if (thread == nullptr) {
+    const std::uintptr_t thread = _beginthreadex(nullptr, 0, &RunBody, owned.get(), 0, nullptr);
+    if (thread == 0) {
         throw std::system_error(errno, std::generic_category(), "_beginthreadex");
     }
     static_cast<void>(owned.release());
-    CloseHandle(thread);
+    CloseHandle(reinterpret_cast<HANDLE>(thread));  // NOLINT(performance-no-int-to-ptr)
 }
 
 }  // namespace pelacon::os
