@@ -20,6 +20,21 @@ if(PELACON_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${PELACON_CCACHE}")
 endif()
 
+# A source that passed is checked again when the compiler would compile it again: when the source, a
+# header that it includes, or its command changes. The hash of the checks makes them part of the command.
+option(PELACON_CLANG_TIDY "Check each C++ source with clang-tidy before it is compiled" OFF)
+if(PELACON_CLANG_TIDY)
+    find_program(PELACON_CLANG_TIDY_PROGRAM clang-tidy REQUIRED)
+    file(GLOB _files "${PROJECT_SOURCE_DIR}/.clang-tidy" "${PROJECT_SOURCE_DIR}/*/.clang-tidy")
+    set(_checks)
+    foreach(_file IN LISTS _files)
+        file(SHA256 "${_file}" _hash)
+        string(APPEND _checks ${_hash})
+    endforeach()
+    string(SHA256 _checks "${_checks}")
+    set(CMAKE_CXX_CLANG_TIDY "${PELACON_CLANG_TIDY_PROGRAM};--quiet;--extra-arg=-DPELACON_CHECKS=${_checks}")
+endif()
+
 find_package(Threads REQUIRED)
 
 if(MSVC)

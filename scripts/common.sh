@@ -41,6 +41,8 @@ radio_packages=(qemu-system-x86 mmdebstrap kmod cpio zstd e2fsprogs python3)
 
 clang_packages=(clang libclang-rt-14-dev)
 
+mingw_packages=(g++-mingw-w64-x86-64-posix)
+
 # Makes objects independent of the tree's path, so that clones share the compiler's cache.
 export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 
@@ -54,12 +56,12 @@ configure() {
     }
 }
 
-# build PRESET [TARGET...]
+# build PRESET [--keep-going] [TARGET...]
 build() {
-    local preset="$1"
+    local preset="$1" options=()
     shift
-    local quiet=()
-    [ -t 1 ] || quiet=(-- --quiet)
-    cmake --build "build/$preset" ${1:+--target "$@"} "${quiet[@]}" ||
+    [ -t 1 ] || options+=(--quiet)
+    [ "${1:-}" != --keep-going ] || { options+=(-k 0); shift; }
+    cmake --build "build/$preset" ${1:+--target "$@"} -- "${options[@]}" ||
         fail "The build failed; the lines above say why."
 }

@@ -1,6 +1,6 @@
 # A Wine environment for the tests. To be sourced after common.sh.
 
-build_packages+=(g++-mingw-w64-x86-64-posix googletest wine wine64)
+build_packages+=("${mingw_packages[@]}" googletest wine wine64)
 
 # start_wine FOLDER: creates a prefix there, once, and starts its server, which ends with the script.
 start_wine() {

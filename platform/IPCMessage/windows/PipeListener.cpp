@@ -145,6 +145,7 @@ class PipeListener final : public Listener {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the listener of Linux keeps the function
 std::unique_ptr<Listener> Listen(const std::wstring& pipeName, Warn /*warn*/)
 {
     const auto place = FindPipePlace(pipeName);
