@@ -1,7 +1,7 @@
 // Advertising, heard by a scanner.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
 #include <tests/support/Bytes.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -18,15 +18,15 @@ struct Silent {
     std::int32_t status = -1;
 };
 
-Inbox<Silent>& Silences()
+Mailbox<Silent>& Silences()
 {
-    static auto& silences = *new Inbox<Silent>;
+    static auto& silences = *new Mailbox<Silent>;
     return silences;
 }
 
-Inbox<BleScanResultC>& HeardResults()
+Mailbox<BleScanResultC>& HeardResults()
 {
-    static auto& results = *new Inbox<BleScanResultC>;
+    static auto& results = *new Mailbox<BleScanResultC>;
     return results;
 }
 

@@ -1,7 +1,7 @@
 // A device that takes no notice of what it is asked.
 #include <PelaconSDK/PelaconSDK.h>
 #include <protocol/ServiceStatus.h>
-#include <tests/end_to_end/Inbox.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gtest/gtest.h>
@@ -16,9 +16,9 @@ namespace {
 constexpr auto kWorld = R"({"peripherals": [
     {"address": "C0:00:00:00:00:01", "gatt": {"connectMs": 1, "responseMs": 60000}}]})";
 
-Inbox<std::int32_t>& States()
+Mailbox<std::int32_t>& States()
 {
-    static auto& states = *new Inbox<std::int32_t>;
+    static auto& states = *new Mailbox<std::int32_t>;
     return states;
 }
 

@@ -1,7 +1,7 @@
 // Both GATT roles: one program serves, another reads; here both are this one.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
 #include <tests/support/Bytes.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -76,9 +76,9 @@ struct PeerEvent {
 };
 
 template <typename Event>
-Inbox<Event>& Told()
+Mailbox<Event>& Told()
 {
-    static auto& told = *new Inbox<Event>;
+    static auto& told = *new Mailbox<Event>;
     return told;
 }
 

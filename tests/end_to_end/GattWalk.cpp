@@ -1,8 +1,8 @@
 #include <PelaconSDK/PelaconSDK.h>
 #include <protocol/ServiceStatus.h>
 #include <tests/end_to_end/GattWalk.h>
-#include <tests/end_to_end/Inbox.h>
 #include <tests/support/Bytes.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -48,14 +48,14 @@ void PrintTo(const WalkEvent& told, std::ostream* out)
 }
 
 /// What the walker's client and its server were told, each in its order.
-struct Inboxes {
-    Inbox<WalkEvent> client;
-    Inbox<WalkEvent> server;
+struct Mailboxes {
+    Mailbox<WalkEvent> client;
+    Mailbox<WalkEvent> server;
 };
 
-Inboxes& InboxesOf(std::size_t walker)
+Mailboxes& MailboxesOf(std::size_t walker)
 {
-    static auto& all = *new std::array<Inboxes, kMostWalkers>;
+    static auto& all = *new std::array<Mailboxes, kMostWalkers>;
     return all.at(walker);
 }
 
@@ -67,10 +67,10 @@ class Clients {
         const std::lock_guard lock(mutex_);
         walkers_[id] = walker;
     }
-    Inbox<WalkEvent>& InboxOf(std::int32_t id)
+    Mailbox<WalkEvent>& MailboxOf(std::int32_t id)
     {
         const std::lock_guard lock(mutex_);
-        return InboxesOf(walkers_.at(id)).client;
+        return MailboxesOf(walkers_.at(id)).client;
     }
 
   private:
@@ -86,11 +86,11 @@ Clients& TheClients()
 
 BtGattClientCallbacksC walkingClient{
     [](std::int32_t id, std::int32_t state, std::int32_t reason) {
-        TheClients().InboxOf(id).Put({"state", state * 1000 + reason});
+        TheClients().MailboxOf(id).Put({"state", state * 1000 + reason});
     },
     [](std::int32_t id, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen,
        std::int32_t kind) {
-        TheClients().InboxOf(id).Put({"value", kind, {data, data + dataLen}});
+        TheClients().MailboxOf(id).Put({"value", kind, {data, data + dataLen}});
     }};
 
 /// Callbacks of servers have no id: each walker has tables of its own. Connections of other walkers
@@ -98,17 +98,17 @@ BtGattClientCallbacksC walkingClient{
 template <std::size_t Walker>
 BtGattServerCallbacksC walkingServer{nullptr, nullptr,
                                      [](std::uint64_t, std::uint32_t status) {
-                                         InboxesOf(Walker).server.Put({"sent", status});
+                                         MailboxesOf(Walker).server.Put({"sent", status});
                                      },
                                      nullptr};
 
 template <std::size_t Walker>
 BtGattCharCallbacksC walkingChar{
     [](std::uint64_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen) {
-        InboxesOf(Walker).server.Put({"read", 0, {data, data + dataLen}});
+        MailboxesOf(Walker).server.Put({"read", 0, {data, data + dataLen}});
     },
     [](std::uint64_t, const char*, const char*, const std::uint8_t* data, std::uint32_t dataLen) {
-        InboxesOf(Walker).server.Put({"write", 0, {data, data + dataLen}});
+        MailboxesOf(Walker).server.Put({"write", 0, {data, data + dataLen}});
     }};
 
 struct Tables {
@@ -206,11 +206,11 @@ class Walker {
 
     void ExpectClientTold(const WalkEvent& told)
     {
-        EXPECT_EQ(InboxesOf(number_).client.Next(), told);
+        EXPECT_EQ(MailboxesOf(number_).client.Next(), told);
     }
     void ExpectServerTold(const WalkEvent& told)
     {
-        EXPECT_EQ(InboxesOf(number_).server.Next(), told);
+        EXPECT_EQ(MailboxesOf(number_).server.Next(), told);
     }
 
     // ---- The model
@@ -474,8 +474,8 @@ void WalkGattRandomly(unsigned threads, unsigned operations, unsigned seed)
         thread.join();
     }
     for (std::size_t i = 0; i < threads; ++i) {
-        EXPECT_EQ(InboxesOf(i).client.Size(), 0U) << "told, though nothing was expected";
-        EXPECT_EQ(InboxesOf(i).server.Size(), 0U) << "told, though nothing was expected";
+        EXPECT_EQ(MailboxesOf(i).client.Left(), 0U) << "told, though nothing was expected";
+        EXPECT_EQ(MailboxesOf(i).server.Left(), 0U) << "told, though nothing was expected";
     }
     PelaconSvcStop();
 }

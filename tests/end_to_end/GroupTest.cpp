@@ -1,6 +1,6 @@
 // Wi-Fi Direct, from the library's operations to the radios and back.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gmock/gmock.h>
@@ -28,9 +28,9 @@ constexpr char kWorld[] = R"({
                       {"name": "wlan0", "guid": "{00000000-0000-0000-0000-00000000000A}"}]}})";
 
 /// What callbacks told, as text.
-Inbox<std::string>& Told()
+Mailbox<std::string>& Told()
 {
-    static auto& told = *new Inbox<std::string>;
+    static auto& told = *new Mailbox<std::string>;
     return told;
 }
 
@@ -196,7 +196,7 @@ TEST_F(Group, AnUnregisteredTableHearsNoMore)
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupTable), 0);
     Created();
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), 0);
-    EXPECT_EQ(Told().Size(), 0U);
+    EXPECT_EQ(Told().Left(), 0U);
 }
 
 TEST_F(Group, CallbacksMayAskForMore)
@@ -263,7 +263,7 @@ TEST_F(Group, ConfigurationsPassBetweenApplications)
     std::uint8_t own[] = {'o', 'w', 'n'};
     EXPECT_EQ(Vod2dApi::Vod2dSetPeerWifiCfgInfo(kPeerCfgStation, own, 3), 0);
     EXPECT_EQ(Pelaconctl({"group", "config", "station"}).output, "own\n");
-    EXPECT_EQ(Told().Size(), 0U) << "not told of its own";
+    EXPECT_EQ(Told().Left(), 0U) << "not told of its own";
 }
 
 TEST_F(Group, InterfacesAreKnown)

@@ -1,6 +1,6 @@
 // The wait of 20 s for a group, waited out.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gtest/gtest.h>
@@ -14,9 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 
-Inbox<std::int32_t>& States()
+Mailbox<std::int32_t>& States()
 {
-    static auto& states = *new Inbox<std::int32_t>;
+    static auto& states = *new Mailbox<std::int32_t>;
     return states;
 }
 

@@ -3,7 +3,7 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/Vod2dApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
-#include <tests/end_to_end/Inbox.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/RuntimeFolder.h>
 #include <tests/support/ServiceProcess.h>
 
@@ -24,9 +24,9 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 constexpr auto kShortWait = 40ms;
 constexpr auto kFullWait = 20s;
 
-Inbox<std::string>& Told()
+Mailbox<std::string>& Told()
 {
-    static auto& told = *new Inbox<std::string>;
+    static auto& told = *new Mailbox<std::string>;
     return told;
 }
 
@@ -197,7 +197,7 @@ TEST_F(LateGroup, WhoseRemovalIsNotAnsweredStays)
         return service->Command({{"command", "status"}})["counters"]["faults"] == 1;
     }));
     EXPECT_TRUE(GroupExists());
-    EXPECT_EQ(Told().Size(), 0U) << "the application was not told of it";
+    EXPECT_EQ(Told().Left(), 0U) << "the application was not told of it";
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiSuccess);
     EXPECT_EQ(Told().Next(), "0 because 0");
 }

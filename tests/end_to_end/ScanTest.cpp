@@ -1,6 +1,6 @@
 // Scanning, from the library's callbacks to the radios and back.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gmock/gmock.h>
@@ -41,15 +41,15 @@ struct Status {
     std::int32_t status = -1;
 };
 
-Inbox<Heard>& Results()
+Mailbox<Heard>& Results()
 {
-    static auto& results = *new Inbox<Heard>;
+    static auto& results = *new Mailbox<Heard>;
     return results;
 }
 
-Inbox<Status>& Statuses()
+Mailbox<Status>& Statuses()
 {
-    static auto& statuses = *new Inbox<Status>;
+    static auto& statuses = *new Mailbox<Status>;
     return statuses;
 }
 

@@ -1,7 +1,7 @@
 // The Wi-Fi system API, from the application's objects to the radios and back.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
 #include <tests/end_to_end/SystemWlan.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <gmock/gmock.h>
@@ -37,11 +37,11 @@ WifiSystemApi& Api()
 /// What the application's objects were told, as text. Each kind has an inbox of its own: kinds are
 /// told of in no order that anybody promised.
 struct Told {
-    Inbox<std::string> connection;
-    Inbox<std::string> softAp;
-    Inbox<std::string> wifiSwitch;
-    Inbox<std::string> channel;
-    Inbox<std::string> errors;
+    Mailbox<std::string> connection;
+    Mailbox<std::string> softAp;
+    Mailbox<std::string> wifiSwitch;
+    Mailbox<std::string> channel;
+    Mailbox<std::string> errors;
 };
 
 Told& What()
@@ -180,7 +180,7 @@ TEST_F(SoftAp, AListenerThatIsTakenAwayHearsNothing)
     Create();
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
     EXPECT_EQ(What().connection.Next(), "1") << "which was told after the others";
-    EXPECT_EQ(What().softAp.Size(), 0U);
+    EXPECT_EQ(What().softAp.Left(), 0U);
 }
 
 TEST_F(SoftAp, HasANewName)

@@ -1,6 +1,6 @@
 // Targeted advertisements between programs.
 #include <PelaconSDK/PelaconSDK.h>
-#include <tests/end_to_end/Inbox.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
 
 #include <nlohmann/json.hpp>
@@ -16,9 +16,9 @@ struct Received {
     TargetAdvInfo info{};
 };
 
-Inbox<Received>& All()
+Mailbox<Received>& All()
 {
-    static auto& received = *new Inbox<Received>;
+    static auto& received = *new Mailbox<Received>;
     return received;
 }
 

@@ -6,8 +6,6 @@
 #include <tests/support/RuntimeFolder.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 namespace pelacon::service::tests {
@@ -55,21 +53,6 @@ nlohmann::json ServiceTest::CommandText(const std::string& command)
         throw std::runtime_error("no answer to a command: " + error.message);
     }
     return nlohmann::json::parse(*answer);
-}
-
-bool ServiceTest::Eventually(const std::function<bool()>& condition)
-{
-    std::mutex mutex;
-    std::condition_variable never;
-    std::unique_lock lock(mutex);
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        never.wait_for(lock, std::chrono::milliseconds(2));
-    }
-    return true;
 }
 
 }  // namespace pelacon::service::tests

@@ -3,15 +3,17 @@
 
 #include <service/core/PipeService.h>
 #include <tests/service/TestClient.h>
+#include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <functional>
 #include <optional>
 #include <string>
 
 namespace pelacon::service::tests {
+
+using test::Eventually;
 
 /// Base of tests that speak with a whole service over a real pipe.
 class ServiceTest : public testing::Test {
@@ -29,10 +31,6 @@ class ServiceTest : public testing::Test {
 
     /// Sends an operator's command as it is. Returns its answer, whatever it is.
     nlohmann::json CommandText(const std::string& command);
-
-    /// Waits until the condition holds, which is asked every few milliseconds; false when it never
-    /// does. For what no notification tells of.
-    static bool Eventually(const std::function<bool()>& condition);
 
   private:
     std::wstring pipeName_;

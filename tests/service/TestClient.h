@@ -5,6 +5,7 @@
 #include <protocol/Operation.h>
 #include <service/core/Router.h>
 #include <service/core/Wire.h>
+#include <tests/support/Eventually.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -17,8 +18,7 @@
 
 namespace pelacon::service::tests {
 
-/// No wait of a test is longer; one that gets there has failed.
-inline constexpr std::chrono::seconds kPatience{10};
+using test::kPatience;
 
 /// Speaks the protocol over a real pipe, and keeps every notification of the catalogue until the
 /// test asks for it.

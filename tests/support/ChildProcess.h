@@ -1,6 +1,8 @@
 // A program that a test runs beside itself.
 #pragma once
 
+#include <tests/support/Eventually.h>
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -14,8 +16,6 @@ namespace pelacon::test {
 /// bounded, and fails the test when it comes to its end.
 class ChildProcess {
   public:
-    static constexpr std::chrono::seconds kPatience{10};
-
     /// Why a program that ends while its threads are in system calls may hang on this system; null
     /// where it must end.
     static const char* WhyItMayNotEnd();

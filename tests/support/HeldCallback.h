@@ -1,6 +1,8 @@
 // A callback that a test holds open, to see what waits for it.
 #pragma once
 
+#include <tests/support/Eventually.h>
+
 #include <chrono>
 #include <functional>
 #include <future>
@@ -43,8 +45,6 @@ class HeldCallback {
     }
 
   private:
-    static constexpr std::chrono::seconds kPatience{10};
-
     void LetGo()
     {
         if (receiver_.joinable()) {

@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 namespace pelacon::test {
@@ -76,8 +75,7 @@ void ServiceProcess::Restart()
 nlohmann::json ServiceProcess::Command(const nlohmann::json& command) const
 {
     IPCControlError error{};
-    const auto answer =
-        IPCSendControl(protocol::kServicePipe, command.dump(), ChildProcess::kPatience, error);
+    const auto answer = IPCSendControl(protocol::kServicePipe, command.dump(), kPatience, error);
     if (!answer) {
         throw std::runtime_error("no answer to a command: " + error.message);
     }
@@ -103,18 +101,6 @@ const std::string& PelaconctlPath()
 {
     static const std::string path = PELACON_CTL_EXECUTABLE;
     return path;
-}
-
-bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds patience)
-{
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
 }
 
 }  // namespace pelacon::test

@@ -2,11 +2,10 @@
 #pragma once
 
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Eventually.h>
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <chrono>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,10 +55,5 @@ CommandResult Pelaconctl(const std::vector<std::string>& arguments);
 
 /// The program's path, for those that are to run for a while.
 const std::string& PelaconctlPath();
-
-/// Waits until the condition holds, which is asked every few milliseconds; false when it never
-/// does. For what nobody tells of.
-bool Eventually(const std::function<bool()>& condition,
-                std::chrono::milliseconds patience = ChildProcess::kPatience);
 
 }  // namespace pelacon::test

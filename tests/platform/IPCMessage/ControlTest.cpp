@@ -13,7 +13,7 @@ using Kind = IPCControlError::Kind;
 
 class ControlTest : public ChannelTest {
   protected:
-    std::optional<std::string> Send(std::string_view command, milliseconds timeout = kLongEnough)
+    std::optional<std::string> Send(std::string_view command, milliseconds timeout = kPatience)
     {
         return IPCSendControl(kPipe, command, timeout, error);
     }

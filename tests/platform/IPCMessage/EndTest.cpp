@@ -29,7 +29,7 @@ TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
     std::optional<std::string> answer;
     std::thread commander([&] {
         IPCControlError error{};
-        answer = IPCSendControl(kPipe, "do it", kLongEnough, error);
+        answer = IPCSendControl(kPipe, "do it", kPatience, error);
     });
     EXPECT_TRUE(Eventually([&] { return inside == 2; }));
     RawClient last;

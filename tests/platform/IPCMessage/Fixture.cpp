@@ -4,18 +4,6 @@
 
 namespace pelacon::test {
 
-bool Eventually(const std::function<bool()>& condition, milliseconds patience)
-{
-    const auto end = Clock::now() + patience;
-    while (!condition()) {
-        if (Clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
 void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& action)
 {
     std::vector<std::thread> threads;
@@ -30,7 +18,7 @@ void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& 
 
 std::string PeerProcess::ReadLine()
 {
-    auto line = process_.NextLine(kLongEnough);
+    auto line = process_.NextLine(kPatience);
     if (!line) {
         throw std::runtime_error("the peer process says nothing: " + process_.Errors());
     }

@@ -4,8 +4,11 @@
 #include <IPCMessage/IPCMessageClient.h>
 #include <IPCMessage/IPCMessageServer.h>
 #include <tests/platform/IPCMessage/Surroundings.h>
+#include <tests/platform/IPCMessage/TimeLimit.h>
 #include <tests/support/Bytes.h>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Eventually.h>
+#include <tests/support/Mailbox.h>
 #include <tests/support/RuntimeFolder.h>
 
 #include <gtest/gtest.h>
@@ -33,9 +36,6 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// Nothing takes as long as this unless something is broken.
-inline constexpr milliseconds kLongEnough = 20s;
-
 /// A time-out that is meant never to pass.
 inline constexpr unsigned kNoHurry = 20'000;
 
@@ -55,7 +55,7 @@ class Gate {
     }
 
     /// False when nobody opens it for long.
-    bool Pass(milliseconds patience = kLongEnough)
+    bool Pass(milliseconds patience = kPatience)
     {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, patience, [this] { return open_; });
@@ -66,50 +66,6 @@ class Gate {
     std::condition_variable changed_;
     bool open_ = false;
 };
-
-/// Values that one thread adds and another waits for.
-template <typename Value>
-class Mailbox {
-  public:
-    void Put(Value value)
-    {
-        const std::lock_guard lock(mutex_);
-        values_.push_back(std::move(value));
-        changed_.notify_all();
-    }
-
-    /// All values, once there are that many. Throws when they do not come.
-    std::vector<Value> WaitFor(std::size_t count, milliseconds patience = kLongEnough) const
-    {
-        std::unique_lock lock(mutex_);
-        if (!changed_.wait_for(lock, patience, [&] { return values_.size() >= count; })) {
-            throw std::runtime_error("waited in vain for " + std::to_string(count) + ", got " +
-                                     std::to_string(values_.size()));
-        }
-        return values_;
-    }
-
-    std::optional<Value> Last() const
-    {
-        const std::lock_guard lock(mutex_);
-        return values_.empty() ? std::nullopt : std::optional<Value>(values_.back());
-    }
-
-    std::vector<Value> All() const { return WaitFor(0); }
-    std::size_t Count() const
-    {
-        const std::lock_guard lock(mutex_);
-        return values_.size();
-    }
-
-  private:
-    mutable std::mutex mutex_;
-    mutable std::condition_variable changed_;
-    std::vector<Value> values_;
-};
-
-/// Waits for something that nobody announces; false when it does not come about.
-bool Eventually(const std::function<bool()>& condition, milliseconds patience = kLongEnough);
 
 /// How long it takes.
 template <typename Action>
@@ -125,18 +81,6 @@ Value Median(std::vector<Value> values)
 {
     std::sort(values.begin(), values.end());
     return values.at(values.size() / 2);
-}
-
-/// The best of up to three tries, the first one that keeps to the limit being good enough. That a
-/// busy machine once took its time says nothing of what is measured.
-template <typename Attempt>
-Clock::duration BestOfThree(Clock::duration limit, const Attempt& attempt)
-{
-    Clock::duration best = attempt();
-    for (int again = 0; again < 2 && best > limit; ++again) {
-        best = std::min(best, attempt());
-    }
-    return best;
 }
 
 /// Runs the action on that many threads at once, told which one it is, and waits for them.
@@ -156,7 +100,7 @@ class PeerProcess {
     void WriteLine(const std::string& line) { process_.Write(line); }
 
     std::uint32_t Id() const { return process_.Id(); }
-    int WaitForExit() { return process_.Wait(kLongEnough); }
+    int WaitForExit() { return process_.Wait(kPatience); }
     void Kill() { process_.Kill(); }
     void Suspend() { SuspendProcess(Id()); }
     void Resume() { ResumeProcess(Id()); }

@@ -15,7 +15,7 @@ ByteVector MakeFrame(const FrameHeader& header, const ByteVector& payload, std::
 
 bool RawConnection::SendBytes(const ByteVector& bytes)
 {
-    ipc::Deadline deadline(kLongEnough);
+    ipc::Deadline deadline(kPatience);
     return connection_->Send(bytes, deadline) == IoStatus::kDone;
 }
 
@@ -30,7 +30,7 @@ bool RawConnection::Send(const FrameHeader& header, const ByteVector& payload)
 
 std::optional<FrameHeader> RawConnection::Receive()
 {
-    ipc::Deadline deadline(kLongEnough);
+    ipc::Deadline deadline(kPatience);
     const ipc::IoResult result = connection_->Receive(buffer_.Room(), deadline);
     if (result.status == IoStatus::kTimeout) {
         throw std::runtime_error("nothing was received");
@@ -54,7 +54,7 @@ ByteVector RawConnection::Payload() const
 
 bool RawConnection::IsClosed()
 {
-    ipc::Deadline deadline(kLongEnough);
+    ipc::Deadline deadline(kPatience);
     for (;;) {
         const ipc::IoResult result = connection_->Receive(buffer_.Room(), deadline);
         if (result.status != IoStatus::kDone) {
@@ -65,7 +65,7 @@ bool RawConnection::IsClosed()
 
 RawClient::RawClient()
     : RawConnection([] {
-          ipc::Deadline deadline(kLongEnough);
+          ipc::Deadline deadline(kPatience);
           static const std::atomic<bool> never{false};
           return ipc::Connect(ipc::FindPipePlaces(kPipe), deadline, never).connection;
       }())

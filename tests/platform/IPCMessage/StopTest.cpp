@@ -1,5 +1,6 @@
 // A client's end, whenever it comes.
 #include <tests/platform/IPCMessage/Fixture.h>
+#include <tests/platform/IPCMessage/RawPeers.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
 
 #include <atomic>
@@ -171,9 +172,15 @@ TEST_F(StopTest, MayComeFromManyThreadsWhileOthersCallAndNotificationsStream)
 
 TEST_F(StopTest, DoesNotWaitOutThePauseBetweenAttempts)
 {
+    RawService service;
     StartClient();
-    std::this_thread::sleep_for(200ms);  // the pauses grow meanwhile
-    EXPECT_LT(Duration([&] { client.reset(); }), 100ms);
+    PauseBetweenAttempts(service);
+    PauseBetweenAttempts(service);
+    PauseBetweenAttempts(service);
+    service.Accept(ipc::FrameKind::kHelloEvent).reset();
+    // The client pauses for 400 ms now.
+    EXPECT_TRUE(KeepsTo(
+        100ms, [&] { return Duration([&] { client.reset(); }); }, 1));
 }
 
 TEST_F(StopTest, AndStartManyTimesLeavesNoDescriptorAndNoThread)

@@ -2,22 +2,18 @@
 #pragma once
 
 #include <PelaconSDK/ErrorListener.h>
+#include <tests/support/Mailbox.h>
 
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
+#include <cstdint>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
 
 namespace pelacon::test {
 
-inline constexpr std::chrono::seconds kLongEnough{10};
-
-/// Keeps what it hears, and lets a test wait for it.
+/// Keeps the errors that it is called with; a test can wait for them.
 class RecordingListener : public ErrorListener {
   public:
     void OnError(ErrorDetail detail) override
@@ -25,38 +21,24 @@ class RecordingListener : public ErrorListener {
         if (meanwhile) {
             meanwhile(detail);
         }
-        const std::lock_guard lock(mutex_);
-        heard_.push_back(std::move(detail));
         thread_ = std::this_thread::get_id();
-        changed_.notify_all();
+        heard_.Put(std::move(detail));
     }
 
-    /// What was heard, once it is so much; fails the test when that takes too long.
-    std::vector<ErrorDetail> Wait(std::size_t count)
-    {
-        std::unique_lock lock(mutex_);
-        if (!changed_.wait_for(lock, kLongEnough, [&] { return heard_.size() >= count; })) {
-            ADD_FAILURE() << "heard " << heard_.size() << " errors, not " << count;
-        }
-        return heard_;
-    }
+    /// All errors, as soon as there are `count`; throws when they do not come.
+    std::vector<ErrorDetail> Wait(std::size_t count) const { return heard_.WaitFor(count); }
 
-    std::vector<ErrorDetail> Heard() { return Wait(0); }
+    std::vector<ErrorDetail> Heard() const { return heard_.All(); }
 
-    std::thread::id Thread()
-    {
-        const std::lock_guard lock(mutex_);
-        return thread_;
-    }
+    /// The thread of the last call.
+    std::thread::id Thread() const { return thread_; }
 
-    /// Runs inside the delivery, before it counts as heard.
+    /// Called inside OnError, before the error counts as heard.
     std::function<void(const ErrorDetail&)> meanwhile;
 
   private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<ErrorDetail> heard_;
-    std::thread::id thread_;
+    Mailbox<ErrorDetail> heard_;
+    std::atomic<std::thread::id> thread_;
 };
 
 /// The codes of what was heard.

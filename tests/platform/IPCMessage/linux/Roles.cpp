@@ -37,7 +37,7 @@ void BecomeNobody()
 int Control()
 {
     IPCControlError error{};
-    const auto answer = IPCSendControl(kPipe, "command", kLongEnough, error);
+    const auto answer = IPCSendControl(kPipe, "command", kPatience, error);
     const bool refused = error.kind == IPCControlError::Kind::kRefused;
     std::cout << (answer ? *answer : refused ? "refused" : error.message) << std::endl;
     return 0;
