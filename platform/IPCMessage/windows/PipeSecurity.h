@@ -36,7 +36,6 @@ using SecurityDescriptor = std::unique_ptr<void, LocalMemory>;
 SecurityDescriptor PipeAccess();
 
 /// The rights that a client asks for when it opens a pipe: all but offering an instance of it.
-inline constexpr DWORD kClientAccess =
-    FILE_GENERIC_READ | FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES;
+inline constexpr DWORD kClientAccess = FILE_GENERIC_READ | FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES;
 
 }  // namespace pelacon::ipc

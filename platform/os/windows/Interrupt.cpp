@@ -34,8 +34,7 @@ void CALLBACK OnEndEvent(void*, BOOLEAN)
 /// The wait lasts as long as the process.
 void AwaitEndEvent()
 {
-    HANDLE event =
-        CreateEventW(nullptr, FALSE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
+    HANDLE event = CreateEventW(nullptr, FALSE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
     HANDLE wait = nullptr;
     RegisterWaitForSingleObject(&wait, event, &OnEndEvent, nullptr, INFINITE, WT_EXECUTEDEFAULT);
 }
