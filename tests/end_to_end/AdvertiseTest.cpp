@@ -90,7 +90,7 @@ class Advertise : public ::testing::Test {
     std::vector<int> listeners_;
 };
 
-TEST_F(Advertise, AScannerHearsDataAndScanResponse)
+TEST_F(Advertise, AScannerReceivesDataAndScanResponse)
 {
     Listen();
     const int id = Register();
@@ -106,7 +106,7 @@ TEST_F(Advertise, AScannerHearsDataAndScanResponse)
     EXPECT_EQ(BleAdvertiser::BleStopAdvertise(id), 0);
 }
 
-TEST_F(Advertise, AnotherProgramIsHeardToo)
+TEST_F(Advertise, AScannerReceivesAnotherProgramsAdvertisement)
 {
     Listen();
     ChildProcess other(PelaconctlPath(), {"advertise", "--name", "Neighbour"});
@@ -119,7 +119,7 @@ TEST_F(Advertise, AnotherProgramIsHeardToo)
     EXPECT_EQ(other.Wait(), 0);
 }
 
-TEST_F(Advertise, EndsByItselfAndIsTold)
+TEST_F(Advertise, EndsAfterItsTimeAndItsCallbackIsCalled)
 {
     const int id = Register();
     BleAdvertiseParamsC params = kParams;
@@ -131,7 +131,7 @@ TEST_F(Advertise, EndsByItselfAndIsTold)
     EXPECT_EQ(told.status, kBleAdvTimeOver);
 }
 
-TEST_F(Advertise, GoesSilentWithTheAdapter)
+TEST_F(Advertise, EndsWhenTheAdapterIsSwitchedOff)
 {
     const int id = Register();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {}), 0);
@@ -140,7 +140,7 @@ TEST_F(Advertise, GoesSilentWithTheAdapter)
     EXPECT_GT(BleAdvertiser::BleStartAdvertise(id, kParams, {}), 0);
 }
 
-TEST_F(Advertise, IsSilentAfterARestartAndCanStartAgain)
+TEST_F(Advertise, EndsWithTheServiceAndCanStartAgain)
 {
     const int id = Register();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {{2, 1, 6}, {}}), 0);
@@ -153,7 +153,7 @@ TEST_F(Advertise, IsSilentAfterARestartAndCanStartAgain)
     EXPECT_EQ(DataOf(HeardResults().Next()), (ByteVector{2, 1, 6}));
 }
 
-TEST_F(Advertise, IdsThatAreGoneAreUnknown)
+TEST_F(Advertise, UnregisteredIdsAreUnknown)
 {
     const int id = Register();
     EXPECT_EQ(BleAdvertiser::BleAdvUnRegisterCallbacks(id), 0);

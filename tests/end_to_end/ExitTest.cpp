@@ -40,7 +40,7 @@ class Streaming {
     std::thread thread_;
 };
 
-TEST(Exit, WithTheLibraryAtWorkKeepsTheApplicationsCode)
+TEST(Exit, WhileTheLibraryIsBusyKeepsTheExitCode)
 {
     if (const char* reason = ChildProcess::WhyItMayNotEnd()) {
         GTEST_SKIP() << reason;
@@ -56,7 +56,7 @@ TEST(Exit, WithTheLibraryAtWorkKeepsTheApplicationsCode)
 
 // The receive thread is in its first wait, or just before it, when the process ends. Where that
 // kept the process from ending, it did so in 1 to 3 of 100 runs.
-TEST(Exit, RightAfterStartKeepsTheApplicationsCode)
+TEST(Exit, RightAfterStartKeepsTheExitCode)
 {
     UseOwnRuntimeFolder();
     for (int round = 0; round < PELACON_TEST_ROUNDS; ++round) {

@@ -97,7 +97,7 @@ class GattCommand : public ::testing::Test {
     std::string file = folder.File("served.json");
 };
 
-TEST_F(GattCommand, ServicesAreAskedForOneByOne)
+TEST_F(GattCommand, ServicesAreSearchedOneByOne)
 {
     const std::string said = Said({"services", kStrapAddress});
     EXPECT_THAT(said, AllOf(HasSubstr("180D  Heart Rate\n"), HasSubstr("180F  Battery\n"),
@@ -137,7 +137,7 @@ TEST_F(GattCommand, ShowsTheMtu)
     EXPECT_EQ(Told({"mtu", kStrapAddress}), json({{"address", kStrapAddress}, {"mtu", 100}}));
 }
 
-TEST_F(GattCommand, SubscribesForSoManyValuesOrSeconds)
+TEST_F(GattCommand, SubscribesForACountOfValuesOrSeconds)
 {
     const std::string said = Said({"subscribe", kStrapAddress, "180D", "2A37", "--count", "3"});
     EXPECT_THAT(said, AllOf(HasSubstr("  0048\n"), HasSubstr("  0049\n")));
@@ -198,7 +198,7 @@ TEST_F(GattCommand, SubscriptionsEndWithTheDevice)
     EXPECT_THAT(result.errors, HasSubstr("C0:00:00:00:00:03 ended the connection."));
 }
 
-TEST_F(GattCommand, ServesWhatAFileDescribes)
+TEST_F(GattCommand, ServesTheServicesOfAFile)
 {
     ChildProcess serving = Serving();
     ASSERT_TRUE(serving.WaitForOutput(std::string("Serving under ") + kHere));
@@ -266,7 +266,7 @@ TEST_F(GattCommand, ServesInJson)
                     {"value", "0048"}}));
 }
 
-TEST_F(GattCommand, EachSideHearsOfTheOthersDeath)
+TEST_F(GattCommand, EachSideReportsTheEndOfTheOther)
 {
     ChildProcess serving = Serving();
     ASSERT_TRUE(serving.WaitForOutput("Serving"));
@@ -283,7 +283,7 @@ TEST_F(GattCommand, EachSideHearsOfTheOthersDeath)
     EXPECT_THAT(subscriber.Errors(), HasSubstr("0A:0B:0C:0D:0E:0F ended the connection."));
 }
 
-TEST_F(GattCommand, ARestartOfTheService)
+TEST_F(GattCommand, ReconnectsAfterARestartOfTheService)
 {
     ChildProcess serving = Serving();
     ASSERT_TRUE(serving.WaitForOutput("Serving"));
@@ -298,7 +298,7 @@ TEST_F(GattCommand, ARestartOfTheService)
     EXPECT_EQ(Said({"read", kHere, "180D", "2A37"}), "0051\n") << "with the values that it had";
 }
 
-TEST_F(GattCommand, ARestartWhileValuesComeWithoutAPause)
+TEST_F(GattCommand, ReconnectsAfterARestartWhileValuesStream)
 {
     ChildProcess serving = Serving();
     ASSERT_TRUE(serving.WaitForOutput("Serving"));

@@ -26,7 +26,7 @@ BtGattClientCallbacksC table{
     [](std::int32_t, std::int32_t state, std::int32_t) { States().Put(state); }, nullptr};
 
 /// The service gives it up before the library gives the service up.
-TEST(GattSilentPeerLong, IsGivenUpInTime)
+TEST(GattSilentPeerLong, ARequestToASilentPeerEndsInTime)
 {
     const ServiceProcess service(kWorld);
     ASSERT_EQ(PelaconSvcStart(), 0);

@@ -332,7 +332,7 @@ TEST_F(Gatt, TheCFormWorksTheSame)
     EXPECT_EQ(Told<Notified>().Next(), (Notified{id, "1810", "2a35", {5}, kBleGattIndication}));
 }
 
-TEST_F(Gatt, ASimulatedPeripheral)
+TEST_F(Gatt, ASimulatedPeripheralIsReadWrittenAndSubscribedTo)
 {
     const std::int32_t id = Connected(kStrap);
     EXPECT_EQ(Read(id, kPlace), ByteVector{1});
@@ -347,7 +347,7 @@ TEST_F(Gatt, ASimulatedPeripheral)
     EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonLocal}));
 }
 
-TEST_F(Gatt, AConnectionThatDoesNotComeUpOrIsLost)
+TEST_F(Gatt, FailedAndLostConnectionsAreReported)
 {
     const std::int32_t id = Register();
     StartToConnect(id, kRefusing);
@@ -446,7 +446,7 @@ TEST_F(Gatt, FiftyClientsOfOneServer)
 }
 
 /// Publishing does not wait for whoever is slow to take what is published, and nothing is lost.
-TEST_F(Gatt, ASlowReaderGetsAllInOrder)
+TEST_F(Gatt, ASlowReaderReceivesAllValuesInOrder)
 {
     Serve();
     const std::int32_t id = Connected(kThisMachine);
@@ -488,7 +488,7 @@ TEST_F(Gatt, AfterARestartOldIdsAreUnknown)
     EXPECT_EQ(Read(next, kPlace), ByteVector{1});
 }
 
-TEST_F(Gatt, WithoutAServiceNothingIsAnswered)
+TEST_F(Gatt, WithoutAServiceEveryOperationFails)
 {
     const std::int32_t id = Connected(kStrap);
     service.End();
@@ -497,7 +497,7 @@ TEST_F(Gatt, WithoutAServiceNothingIsAnswered)
     EXPECT_EQ(BleGattServer::BleGattServerRegister(&serverTable, &server), -9);
 }
 
-TEST_F(Gatt, AStoppedLibraryKeepsItsTables)
+TEST_F(Gatt, StopKeepsTheRegisteredTables)
 {
     std::int32_t id = Register();
     StartToConnect(id, kStrap);

@@ -99,7 +99,7 @@ class Group : public ::testing::Test {
     ServiceProcess service{kWorld};
 };
 
-TEST_F(Group, IsMadeDescribedAndRemoved)
+TEST_F(Group, IsCreatedDescribedAndRemoved)
 {
     Listen();
     const Vod2dSoftAPInfo made = Created(36);
@@ -127,7 +127,7 @@ TEST_F(Group, IsMadeDescribedAndRemoved)
     EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&impossible), kWifiNotSupported);
 }
 
-TEST_F(Group, StationsAreToldAndCounted)
+TEST_F(Group, StationsAreReportedAndCounted)
 {
     Listen();
     Created();
@@ -190,7 +190,7 @@ TEST_F(Group, ItsOwnWordIsNotAPeersAfterALostConnection)
     EXPECT_EQ(Pelaconctl({"group", "config", "station"}).output, "own\n");
 }
 
-TEST_F(Group, AnUnregisteredTableHearsNoMore)
+TEST_F(Group, AnUnregisteredTableIsNotCalled)
 {
     Listen();
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupTable), 0);
@@ -199,7 +199,7 @@ TEST_F(Group, AnUnregisteredTableHearsNoMore)
     EXPECT_EQ(Told().Left(), 0U);
 }
 
-TEST_F(Group, CallbacksMayAskForMore)
+TEST_F(Group, CallbacksMayCallOperations)
 {
     static Vod2dWifiBroadcastRecvCb asking{
         [](Vod2dGroupChange) {
@@ -212,7 +212,7 @@ TEST_F(Group, CallbacksMayAskForMore)
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&asking), 0);
 }
 
-TEST_F(Group, TheAdapterAnswers)
+TEST_F(Group, TheAdapterIsDescribed)
 {
     bool active = false;
     EXPECT_EQ(Vod2dApi::Vod2dIsWifiActive(&active), 0);
@@ -266,7 +266,7 @@ TEST_F(Group, ConfigurationsPassBetweenApplications)
     EXPECT_EQ(Told().Left(), 0U) << "not told of its own";
 }
 
-TEST_F(Group, InterfacesAreKnown)
+TEST_F(Group, InterfacesAreDescribed)
 {
     char capability[256];
     std::int32_t length = 0;
@@ -283,7 +283,7 @@ TEST_F(Group, InterfacesAreKnown)
     EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(longName, sizeof longName - 1, {}), kWifiNotFound);
 }
 
-TEST_F(Group, ConnectionsAreTold)
+TEST_F(Group, ConnectionsAreReported)
 {
     Vod2dConnNotifyRequest request{3, "000000000002", {}};
     EXPECT_EQ(Vod2dApi::Vod2dSetConnNotify(&request, &connTable), 0);
@@ -295,7 +295,7 @@ TEST_F(Group, ConnectionsAreTold)
     EXPECT_EQ(Told().Next(), "connection 0 000000000002");
 }
 
-TEST_F(Group, CardStatesAreTold)
+TEST_F(Group, CardStatesAreReported)
 {
     WifiCardStateInfo card{1, 0};
     std::int32_t count = -1;
@@ -311,7 +311,7 @@ TEST_F(Group, CardStatesAreTold)
     EXPECT_EQ(Told().Next(), "card 1 of 2: 2");
 }
 
-TEST_F(Group, SharedLinksKeepItFromOthers)
+TEST_F(Group, ASharedLinkKeepsTheGroup)
 {
     Created();
     EXPECT_EQ(Vod2dApi::Vod2dOrvidSharedlinkIncrease(), 0);
@@ -321,7 +321,7 @@ TEST_F(Group, SharedLinksKeepItFromOthers)
     EXPECT_EQ(Pelaconctl({"group", "remove"}).exitCode, 0);
 }
 
-TEST_F(Group, ARestartedServiceIsAskedAgain)
+TEST_F(Group, RegistrationsAreRepeatedAfterARestart)
 {
     Listen();
     WifiCardStateInfo card{0, 0};

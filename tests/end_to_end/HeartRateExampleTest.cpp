@@ -21,7 +21,7 @@ class HeartRateExample : public ::testing::Test {
     ServiceProcess service{"{}"};
 };
 
-TEST_F(HeartRateExample, ADisplayFindsItsSensor)
+TEST_F(HeartRateExample, TheDisplayFindsTheSensor)
 {
     ChildProcess sensor(PELACON_SENSOR_EXAMPLE, {}, WithInput());
     ASSERT_TRUE(sensor.WaitForOutput("serving\n"));
@@ -38,7 +38,7 @@ TEST_F(HeartRateExample, ADisplayFindsItsSensor)
     EXPECT_EQ(sensor.Wait(), 0);
 }
 
-TEST_F(HeartRateExample, ADisplayComesBackToItsSensor)
+TEST_F(HeartRateExample, TheDisplayReconnectsToTheSensor)
 {
     ChildProcess display(PELACON_DISPLAY_EXAMPLE, {});
     {
@@ -54,7 +54,7 @@ TEST_F(HeartRateExample, ADisplayComesBackToItsSensor)
     }));
 }
 
-TEST_F(HeartRateExample, WithoutAServiceBothSaySo)
+TEST_F(HeartRateExample, WithoutAServiceBothFailWithAMessage)
 {
     service.End();
     ChildProcess sensor(PELACON_SENSOR_EXAMPLE, {}, WithInput());

@@ -82,7 +82,7 @@ class LateGroup : public ::testing::Test {
     std::optional<ServiceProcess> service;
 };
 
-TEST_F(LateGroup, IsRemovedWithoutTheApplicationBeingTold)
+TEST_F(LateGroup, IsRemovedWithoutACallback)
 {
     StartService(R"([{"ms": 300}])");
     CreateInVain();
@@ -96,7 +96,7 @@ TEST_F(LateGroup, IsRemovedWithoutTheApplicationBeingTold)
     EXPECT_TRUE(GroupExists());
 }
 
-TEST_F(LateGroup, ThatFailsIsToldAndEndsTheMatter)
+TEST_F(LateGroup, AFailedCreationIsReportedAndEndsTheWatch)
 {
     StartService(R"([{"ms": 300, "fails": true}])");
     CreateInVain();
@@ -106,7 +106,7 @@ TEST_F(LateGroup, ThatFailsIsToldAndEndsTheMatter)
     EXPECT_TRUE(GroupExists());
 }
 
-TEST_F(LateGroup, ThatARestartPreventsEndsTheMatter)
+TEST_F(LateGroup, ARestartEndsTheWatch)
 {
     StartService(R"([{"ms": 600000}])");
     CreateInVain();
@@ -116,7 +116,7 @@ TEST_F(LateGroup, ThatARestartPreventsEndsTheMatter)
     EXPECT_EQ(Vod2dApi::Vod2dGetGroupConfig(&info), 0);
 }
 
-TEST_F(LateGroup, ThatIsRemovedBeforeItAppearsEndsTheMatter)
+TEST_F(LateGroup, ARemovalBeforeItAppearsEndsTheWatch)
 {
     StartService(R"([{"ms": 600000}])");
     CreateInVain();
@@ -126,7 +126,7 @@ TEST_F(LateGroup, ThatIsRemovedBeforeItAppearsEndsTheMatter)
     EXPECT_EQ(Told().Next(), "1 because 0");
 }
 
-TEST_F(LateGroup, ComesToAnEndWithTheServiceThatMakesIt)
+TEST_F(LateGroup, EndsWithTheServiceThatCreatesIt)
 {
     StartService(R"([{"ms": 600000}])");
     std::thread ending([&] {
@@ -141,7 +141,7 @@ TEST_F(LateGroup, ComesToAnEndWithTheServiceThatMakesIt)
     ending.join();
 }
 
-TEST_F(LateGroup, IsRemovedAlsoWhileTheApplicationAsksForSomethingElse)
+TEST_F(LateGroup, IsRemovedWhileTheApplicationWaitsForAnotherRequest)
 {
     // The removal, on the receive thread, waits for its turn behind the application's request.
     StartService(R"([{"ms": 300}])");
@@ -187,7 +187,7 @@ TEST_F(LateGroup, CannotComeOfACreationThatReachedNoService)
     EXPECT_TRUE(GroupExists());
 }
 
-TEST_F(LateGroup, WhoseRemovalIsNotAnsweredStays)
+TEST_F(LateGroup, StaysWhenItsRemovalIsNotAnswered)
 {
     StartService(R"([{"ms": 300}])");
     service->Command({{"command", "fault.add"},

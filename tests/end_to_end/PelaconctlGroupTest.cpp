@@ -102,7 +102,7 @@ class PelaconctlGroup : public ::testing::Test {
     std::optional<ServiceProcess> service_{kGroupWorld};
 };
 
-TEST_F(PelaconctlGroup, MakesDescribesAndRemovesOne)
+TEST_F(PelaconctlGroup, CreatesDescribesAndRemovesAGroup)
 {
     EXPECT_THAT(Said({"info"}), AllOf(HasSubstr("There is no group."), HasSubstr("5180 MHz")));
     EXPECT_THAT(
@@ -155,7 +155,7 @@ TEST_F(PelaconctlGroup, ListsAndRecommendsChannels)
     ExpectFailure({"recommend", "40,44"}, kFailed, "no channel that suits any side");
 }
 
-TEST_F(PelaconctlGroup, RefusesNonsense)
+TEST_F(PelaconctlGroup, RefusesInvalidValues)
 {
     for (const char* side : {"x", "36,", ",36", "36,,40", "36;40", "99999999999",
                              "1,2,3,4,5,6,7,8,9,10,11,12,13,14,15"}) {
@@ -185,7 +185,7 @@ TEST_F(PelaconctlGroup, ShowsAndSetsConfigurations)
     EXPECT_EQ(Said({"config", "station"}), std::string(512, 'x') + '\n');
 }
 
-TEST_F(PelaconctlGroup, KnowsInterfaces)
+TEST_F(PelaconctlGroup, DescribesInterfaces)
 {
     EXPECT_EQ(Said({"interface"}), "Coexistence: one+two\n");
     EXPECT_EQ(Said({"interface", "wlan0"}), "{00000000-0000-0000-0000-00000000000A}\n");
@@ -195,7 +195,7 @@ TEST_F(PelaconctlGroup, KnowsInterfaces)
     ExpectFailure({"interface", "eth0"}, kFailed, "There is no interface \"eth0\".");
 }
 
-TEST_F(PelaconctlGroup, HoldsTheLink)
+TEST_F(PelaconctlGroup, HoldsTheSharedLink)
 {
     Said({"create"});
     std::optional<ChildProcess> holder;
@@ -208,7 +208,7 @@ TEST_F(PelaconctlGroup, HoldsTheLink)
     EXPECT_THAT(Said({"hold", "--seconds", "0"}), HasSubstr("The link was released."));
 }
 
-TEST_F(PelaconctlGroup, WatchesWhatHappens)
+TEST_F(PelaconctlGroup, WatchPrintsEveryChange)
 {
     std::optional<ChildProcess> watcher;
     Started({"watch", "--json"}, false, watcher);
@@ -245,7 +245,7 @@ TEST_F(PelaconctlGroup, WatchesWhatHappens)
     EXPECT_EQ(watcher->Wait(), kDone) << watcher->Errors();
 }
 
-TEST_F(PelaconctlGroup, WatchesForPeople)
+TEST_F(PelaconctlGroup, WatchPrintsSentences)
 {
     std::optional<ChildProcess> watcher;
     Started({"watch"}, false, watcher);
@@ -289,7 +289,7 @@ TEST_F(PelaconctlGroup, AWaitIsNotShownElsewhere)
     EXPECT_THAT(Said({"create"}), Not(HasSubstr("Creating")));
 }
 
-TEST_F(PelaconctlGroup, AnInterruptedCreationIsTakenBack)
+TEST_F(PelaconctlGroup, AnInterruptedCreationIsUndone)
 {
     StartService(kSlowWorld);
     std::optional<ChildProcess> creator;
@@ -302,7 +302,7 @@ TEST_F(PelaconctlGroup, AnInterruptedCreationIsTakenBack)
     EXPECT_EQ(Status()["exists"], false);
 }
 
-TEST_F(PelaconctlGroup, ACreationThatIsNotAnsweredIsTakenBack)
+TEST_F(PelaconctlGroup, AnUnansweredCreationIsUndone)
 {
     Fault("Vod2dCreateGroup", "empty");
     ExpectFailure({"create"}, kNoAnswer, "did not create a group in time");

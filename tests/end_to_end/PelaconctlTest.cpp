@@ -68,7 +68,7 @@ nlohmann::json Reported(Arguments arguments)
     return nlohmann::json::parse(output);
 }
 
-TEST(PelaconctlWithoutService, EveryCommandSaysSo)
+TEST(PelaconctlWithoutService, EveryCommandFailsWithAMessage)
 {
     {
         const ServiceProcess earlier;
@@ -87,7 +87,7 @@ TEST(PelaconctlWithoutService, EveryCommandSaysSo)
     }
 }
 
-TEST(PelaconctlWithoutService, StatusWaitsForItWithinItsLimit)
+TEST(PelaconctlWithoutService, StatusWaitsForTheServiceWithinItsLimit)
 {
     {
         const ServiceProcess earlier;
@@ -101,7 +101,7 @@ TEST(PelaconctlWithoutService, StatusWaitsForItWithinItsLimit)
 
 class PelaconctlUsage : public ::testing::TestWithParam<Arguments> {};
 
-TEST_P(PelaconctlUsage, IsRefusedInOneSentence)
+TEST_P(PelaconctlUsage, MistakesAreRefusedInOneSentence)
 {
     ExpectFailure(GetParam(), kUsage, "");
 }
@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Arguments{"service", "fault", "set", "BtEnable"},
                       Arguments{"service", "send", "no json"}));
 
-TEST(PelaconctlUsage, NamesWhatThereIs)
+TEST(PelaconctlUsage, MessagesListTheValidValues)
 {
     ExpectFailure({"bt", "onn"}, kUsage,
                   "has no subcommand \"onn\". Subcommands: status, on, off, name, connected");
@@ -148,7 +148,7 @@ void ExpectHelp(Arguments command)
     }
 }
 
-TEST(PelaconctlHelp, EveryCommandTeaches)
+TEST(PelaconctlHelp, EveryCommandHasHelp)
 {
     ExpectHelp({});
     EXPECT_THAT(Said({"--help"}), AllOf(HasSubstr("Exit status:"), HasSubstr("130")));
@@ -172,7 +172,7 @@ TEST_F(PelaconctlBt, StatusShowsTheAdapter)
                   {"state", "on"}, {"name", "Front desk"}, {"address", "5C:F3:70:8B:12:34"}}));
 }
 
-TEST_F(PelaconctlBt, OnAndOffWaitUntilItIs)
+TEST_F(PelaconctlBt, OnAndOffWaitForTheState)
 {
     EXPECT_EQ(Said({"bt", "on"}), "Bluetooth is on already.\n");
     EXPECT_EQ(Said({"bt", "off"}), "Bluetooth is off.\n");
@@ -192,7 +192,7 @@ TEST_F(PelaconctlBt, NameShowsAndSets)
     EXPECT_EQ(Reported({"bt", "name"}).at("name"), longest);
 }
 
-TEST_F(PelaconctlBt, ConnectedTellsWhetherADeviceIs)
+TEST_F(PelaconctlBt, ConnectedReportsWhetherADeviceIsConnected)
 {
     EXPECT_EQ(Said({"bt", "connected", "C0:00:00:00:00:01"}), "C0:00:00:00:00:01 is connected.\n");
     EXPECT_EQ(Said({"bt", "connected", "c0-00-00-00-00-01", "--classic"}),
@@ -206,7 +206,7 @@ TEST_F(PelaconctlBt, JsonMayStandBeforeTheCommand)
     EXPECT_EQ(nlohmann::json::parse(Said({"--json", "bt", "name"})).at("name"), "Front desk");
 }
 
-TEST_F(PelaconctlBt, AMissingAnswerIsToldApartFromAMissingService)
+TEST_F(PelaconctlBt, AMissingAnswerHasItsOwnMessage)
 {
     Said({"service", "fault", "set", "any", "empty"});
     ExpectFailure({"bt", "status"}, kNoAnswer,
@@ -218,7 +218,7 @@ TEST_F(PelaconctlBt, AMissingAnswerIsToldApartFromAMissingService)
     Said({"bt", "status"});
 }
 
-TEST_F(PelaconctlBt, RefusalsSayWhy)
+TEST_F(PelaconctlBt, RefusalsGiveTheReason)
 {
     Said({"service", "fault", "set", "BtDisable", "status", "--status", "3", "--times", "1"});
     ExpectFailure({"bt", "off"}, kFailed, "refused to switch Bluetooth off: ");
@@ -272,7 +272,7 @@ TEST_F(PelaconctlMonitor, ShowsNotificationsUntilCtrlC)
     EXPECT_THAT(monitor.Errors(), IsEmpty());
 }
 
-TEST_F(PelaconctlMonitor, ShowsThemAsJsonLines)
+TEST_F(PelaconctlMonitor, ShowsNotificationsAsJsonLines)
 {
     ChildProcess monitor(PelaconctlPath(), {"monitor", "--json"});
     EXPECT_TRUE(NotifiedUntilShown(monitor, "\n"));
@@ -284,7 +284,7 @@ TEST_F(PelaconctlMonitor, ShowsThemAsJsonLines)
     EXPECT_THAT(shown.at("time").get<std::string>(), Matches("....-..-..T..:..:..\\....Z"));
 }
 
-TEST_F(PelaconctlMonitor, ShowsWhatItCannotReadAsBytes)
+TEST_F(PelaconctlMonitor, ShowsUnknownNotificationsAsBytes)
 {
     ChildProcess monitor(PelaconctlPath(), {"monitor"});
     EXPECT_TRUE(NotifiedUntilShown(monitor, "\n"));
@@ -340,7 +340,7 @@ TEST_F(PelaconctlService, FaultsAreSetListedAndCleared)
     EXPECT_EQ(Said({"service", "fault", "list"}), "No faults are in force.\n");
 }
 
-TEST_F(PelaconctlService, WrongFaultsAreRefusedWithTheServicesWords)
+TEST_F(PelaconctlService, InvalidFaultsAreRefusedWithTheServicesMessage)
 {
     ExpectFailure({"service", "fault", "set", "Nonsense", "never"}, kFailed, "fault.request");
     ExpectFailure({"service", "fault", "set", "BtEnable", "explode"}, kFailed, "fault.do");
@@ -348,7 +348,7 @@ TEST_F(PelaconctlService, WrongFaultsAreRefusedWithTheServicesWords)
     ExpectFailure({"service", "fault", "clear", "77"}, kFailed, "there is no fault");
 }
 
-TEST_F(PelaconctlService, RestartForgetsWhatProgramsChanged)
+TEST_F(PelaconctlService, RestartUndoesTheChangesOfPrograms)
 {
     Said({"bt", "name", "Desk"});
     EXPECT_EQ(Said({"service", "restart"}), "PelaconService has restarted.\n");
@@ -387,7 +387,7 @@ std::string OnTerminal(const std::vector<std::string>& environment)
     return process.Output();
 }
 
-TEST_F(PelaconctlBt, ColoursAreForTerminalsAlone)
+TEST_F(PelaconctlBt, ColoursAreUsedOnTerminalsOnly)
 {
     if (const char* reason = ChildProcess::WhyNoTerminal()) {
         GTEST_SKIP() << reason;

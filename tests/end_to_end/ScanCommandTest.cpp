@@ -103,7 +103,7 @@ TEST_F(ScanCommand, DrawsATableInPlaceOnATerminal)
     EXPECT_THAT(last, HasSubstr("3 devices, "));
 }
 
-TEST_F(ScanCommand, ColoursAreForTerminalsThatWantThem)
+TEST_F(ScanCommand, ColoursFollowTheTerminalAndNoColor)
 {
     if (const char* reason = ChildProcess::WhyNoTerminal()) {
         GTEST_SKIP() << reason;
@@ -129,7 +129,7 @@ TEST_F(ScanCommand, EndsWithCtrlC)
     }));
 }
 
-TEST_F(ScanCommand, ShowsWhatPassesTheFilters)
+TEST_F(ScanCommand, ShowsDevicesThatMatchTheFilters)
 {
     const auto scan = [](const std::vector<std::string>& filters) {
         std::vector<std::string> arguments{"scan", "--seconds", "0.3"};
@@ -151,7 +151,7 @@ TEST_F(ScanCommand, ShowsWhatPassesTheFilters)
     EXPECT_EQ(scan({"hex=0218"}), Set());
 }
 
-TEST_F(ScanCommand, RefusesFiltersThatAreNone)
+TEST_F(ScanCommand, RefusesInvalidFilters)
 {
     for (const char* filter : {"colour=red", "name", "service=18", "hex=0", "address=x",
                                "name=012345678901234567890123456789012"}) {
@@ -166,7 +166,7 @@ TEST_F(ScanCommand, RefusesFiltersThatAreNone)
     EXPECT_THAT(Pelaconctl(six).errors, HasSubstr("At most five filters"));
 }
 
-TEST_F(ScanCommand, RefusesValuesThatAreNoneAndSaysWhatThereIs)
+TEST_F(ScanCommand, RefusesInvalidValuesAndListsTheValidOnes)
 {
     EXPECT_EQ(
         Pelaconctl({"scan", "--policy", "fast"}).errors,
@@ -187,7 +187,7 @@ TEST_F(ScanCommand, RefusesValuesThatAreNoneAndSaysWhatThereIs)
                 HasSubstr("must be a number above 0, not \"0\""));
 }
 
-TEST_F(ScanCommand, SaysThatBluetoothIsOff)
+TEST_F(ScanCommand, ReportsThatBluetoothIsOff)
 {
     ChildProcess scan(PelaconctlPath(), {"scan"});
     ASSERT_TRUE(scan.NextLine());
@@ -199,7 +199,7 @@ TEST_F(ScanCommand, SaysThatBluetoothIsOff)
     EXPECT_THAT(late.errors, HasSubstr("Bluetooth is off"));
 }
 
-TEST_F(ScanCommand, GoesOnWhenTheServiceRestarts)
+TEST_F(ScanCommand, ScanGoesOnWhenTheServiceRestarts)
 {
     ChildProcess scan(PelaconctlPath(), {"scan", "--json"});
     ASSERT_TRUE(scan.NextLine());
@@ -231,7 +231,7 @@ TEST_F(ScanCommand, KeepsItsFiltersWhenTheServiceRestarts)
 
 // ---- advertise
 
-TEST_F(ScanCommand, AdvertisesWhatItIsTold)
+TEST_F(ScanCommand, AdvertisesTheGivenData)
 {
     ChildProcess advertise(PelaconctlPath(), {"advertise", "--name", "Desk", "--uuid", "180F",
                                               "--uuid", "1809", "--manufacturer", "FFFF:0215",
@@ -249,7 +249,7 @@ TEST_F(ScanCommand, AdvertisesWhatItIsTold)
     }));
 }
 
-TEST_F(ScanCommand, RefusesMoreThanFits)
+TEST_F(ScanCommand, RefusesDataThatDoesNotFit)
 {
     const std::string longName(27, 'x');
     CommandResult result = Pelaconctl({"advertise", "--name", longName});
@@ -319,7 +319,7 @@ TEST_F(ScanCommand, AdvertisesNothingAtAll)
 
 // ---- targets
 
-TEST_F(ScanCommand, PassesOnTargetedAdvertisements)
+TEST_F(ScanCommand, SendsAndReceivesTargetedAdvertisements)
 {
     ChildProcess listen(PelaconctlPath(), {"targets", "listen", "7", "8", "7", "--json"});
     ASSERT_TRUE(Eventually([&] {
@@ -338,7 +338,7 @@ TEST_F(ScanCommand, PassesOnTargetedAdvertisements)
     EXPECT_EQ(listen.Wait(), 0);
 }
 
-TEST_F(ScanCommand, RefusesTargetsThatAreNone)
+TEST_F(ScanCommand, RefusesInvalidTargets)
 {
     EXPECT_EQ(Pelaconctl({"targets", "listen"}).exitCode, 2);
     EXPECT_EQ(Pelaconctl({"targets", "send", "x"}).exitCode, 2);
@@ -347,7 +347,7 @@ TEST_F(ScanCommand, RefusesTargetsThatAreNone)
     EXPECT_THAT(result.errors, HasSubstr("at most 36 bytes; this one has 37"));
 }
 
-TEST(WithoutAService, CommandsSaySo)
+TEST(WithoutAService, CommandsFailWithAMessage)
 {
     ServiceProcess service("{}");
     service.End();

@@ -133,7 +133,7 @@ TEST_F(Scan, ResultsHoldWhatWasAdvertised)
     EXPECT_EQ(Text(data, length), "Thermometer");
 }
 
-TEST_F(Scan, EveryListenerThatScansGetsEveryResult)
+TEST_F(Scan, EveryScanningListenerReceivesEveryResult)
 {
     const std::set<int> ids{Scanning(), Scanning(), Scanning()};
     const int deaf = Register();
@@ -162,7 +162,7 @@ TEST_F(Scan, StatusesFollowTheScan)
     EXPECT_GT(BleScanner::StartBleScan(id, kBleScanBalanced), 0) << "the service refuses";
 }
 
-TEST_F(Scan, FiltersAreTheServices)
+TEST_F(Scan, FiltersAreAppliedByTheService)
 {
     const int id = Register();
     BleScanFilter filters[2]{};
@@ -184,7 +184,7 @@ TEST_F(Scan, FiltersAreTheServices)
     EXPECT_EQ(BleScanner::SetScanFilter(id, filters, 6), -1);
 }
 
-TEST_F(Scan, IdsThatAreGoneAreUnknown)
+TEST_F(Scan, UnregisteredIdsAreUnknown)
 {
     const int id = Scanning();
     Results().Next();
@@ -198,7 +198,7 @@ TEST_F(Scan, IdsThatAreGoneAreUnknown)
     }
 }
 
-TEST_F(Scan, ANullTableHearsNothing)
+TEST_F(Scan, ANullTableIsNeverCalled)
 {
     const int id = Register(nullptr);
     EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanLowLatency), 0);
@@ -209,7 +209,7 @@ TEST_F(Scan, ANullTableHearsNothing)
 }
 
 // A callback that blocks has its own thread: it holds up no other, and nothing else.
-TEST_F(Scan, ACallbackThatBlocksHoldsUpNothing)
+TEST_F(Scan, ABlockedCallbackDelaysNothingElse)
 {
     static std::mutex& gate = *new std::mutex;
     static std::atomic<int>& blocked = *new std::atomic<int>{0};

@@ -130,7 +130,7 @@ class SoftAp : public ::testing::Test {
     ServiceProcess service{kWorld};
 };
 
-TEST_F(SoftAp, LivesFromCreationToDestruction)
+TEST_F(SoftAp, IsCreatedDescribedAndDestroyed)
 {
     EXPECT_FALSE(Api().CheckMySoftAPExist());
     const SoftAPInfo info = Create(kSoftApBand5G, kGoPurposeTransfer);
@@ -154,7 +154,7 @@ TEST_F(SoftAp, LivesFromCreationToDestruction)
     EXPECT_EQ(Api().GetLegacyAPIP(), "");
 }
 
-TEST_F(SoftAp, ListenersHearOfItsLife)
+TEST_F(SoftAp, ListenersReceiveItsStates)
 {
     ListenToEverything();
     EXPECT_EQ(Create(kSoftApBand24G).apByte1, 6);
@@ -173,7 +173,7 @@ TEST_F(SoftAp, ListenersHearOfItsLife)
     EXPECT_EQ(What().softAp.Next(), "state 0 0 ");
 }
 
-TEST_F(SoftAp, AListenerThatIsTakenAwayHearsNothing)
+TEST_F(SoftAp, AnUnregisteredListenerIsNotCalled)
 {
     ListenToEverything();
     EXPECT_EQ(Api().UnRegisterSoftApNotificationEventCallback(&TheListener()), 0);
@@ -183,7 +183,7 @@ TEST_F(SoftAp, AListenerThatIsTakenAwayHearsNothing)
     EXPECT_EQ(What().softAp.Left(), 0U);
 }
 
-TEST_F(SoftAp, HasANewName)
+TEST_F(SoftAp, IsRenamed)
 {
     Api().ChangeSSIDAndPasswd();
     const std::string ssid = Api().GetSSID();
@@ -209,7 +209,7 @@ TEST_F(SoftAp, ItsAdapterIsRestartedAndCounted)
     EXPECT_TRUE(Api().GetRestartMobileHotpotFlag());
 }
 
-TEST_F(SoftAp, DevicesAndConnectionsAreKnown)
+TEST_F(SoftAp, DevicesAndConnectionsAreReported)
 {
     std::string model;
     EXPECT_TRUE(Api().GetPairDeviceModelName(model));
@@ -281,7 +281,7 @@ TEST_F(SoftAp, TheSwitchIsWhereItWasAskedToGoWhenTheAnswerComes)
     }
 }
 
-TEST_F(SoftAp, TheSwitchIsTold)
+TEST_F(SoftAp, SwitchChangesAreReported)
 {
     ListenToEverything();
     EXPECT_EQ(Api().GetWifiState(), kWifiStateOn);
@@ -293,7 +293,7 @@ TEST_F(SoftAp, TheSwitchIsTold)
     EXPECT_EQ(What().wifiSwitch.Next(), "2");
 }
 
-TEST_F(SoftAp, ThePhonesChannelIsTold)
+TEST_F(SoftAp, ThePhonesChannelIsReported)
 {
     ListenToEverything();
     Command({{"command", "phone.channel"}, {"channel", 149}});
@@ -355,7 +355,7 @@ TEST_F(SoftAp, ScanningGoesToTheSystem)
     }
 }
 
-TEST_F(SoftAp, ARestartedServiceIsAskedAgainForEverything)
+TEST_F(SoftAp, RegistrationsAreRepeatedAfterARestart)
 {
     ListenToEverything();
     Create();
@@ -381,7 +381,7 @@ TEST_F(SoftAp, ARestartedServiceIsAskedAgainForEverything)
     EXPECT_EQ(What().wifiSwitch.Next(), "1");
 }
 
-TEST_F(SoftAp, ALostConnectionIsRepairedAsARestartIs)
+TEST_F(SoftAp, RegistrationsAreRepeatedAfterALostConnection)
 {
     ListenToEverything();
     const int before = Requests();

@@ -53,7 +53,7 @@ class TargetAdv : public ::testing::Test {
     ServiceProcess service{"{}"};
 };
 
-TEST_F(TargetAdv, ReachesItsBusinessOnly)
+TEST_F(TargetAdv, ReachesTheListenersOfItsBusinessOnly)
 {
     Register(41, &targetTable<1>);
     Register(42, &targetTable<2>);
@@ -69,7 +69,7 @@ TEST_F(TargetAdv, ReachesItsBusinessOnly)
     EXPECT_EQ(BleScanner::BleUnRegisterTargetAdvCallback(static_cast<BleTargetBusiness>(41)), 0);
 }
 
-TEST_F(TargetAdv, TravelsBetweenPrograms)
+TEST_F(TargetAdv, IsReceivedByAnotherProgram)
 {
     Register(43, &targetTable<3>);
     const CommandResult sent = Pelaconctl({"targets", "send", "43", "0a0b"});
@@ -82,7 +82,7 @@ TEST_F(TargetAdv, TravelsBetweenPrograms)
     EXPECT_EQ(BleScanner::BleUnRegisterTargetAdvCallback(static_cast<BleTargetBusiness>(43)), 0);
 }
 
-TEST_F(TargetAdv, IsHeardAgainAfterARestart)
+TEST_F(TargetAdv, IsReceivedAfterARestart)
 {
     Register(44, &targetTable<4>);
     service.Restart();

@@ -110,7 +110,7 @@ TEST_F(WifiCommands, ApIsCreatedDescribedAndDestroyed)
                                              HasSubstr("Last result  there was no soft AP\n")));
 }
 
-TEST_F(WifiCommands, ApMovesBetweenTheBands)
+TEST_F(WifiCommands, ApChangesItsBand)
 {
     ExpectFailure({"ap", "move", "5"}, kFailed, "There is no soft AP.");
     ExpectFailure({"ap", "move", "6"}, kUsage, "6");
@@ -137,7 +137,7 @@ TEST_F(WifiCommands, ApIsRenamedAndItsAdapterRestarted)
     ExpectFailure({"ap", "create"}, kRadioOff, "Wi-Fi is off");
 }
 
-TEST_F(WifiCommands, ApKeepsTheDevice)
+TEST_F(WifiCommands, ApShowsAndSetsTheDevice)
 {
     EXPECT_EQ(Report({"ap", "device"})["model"], "Phone 9");
     EXPECT_EQ(Report({"ap", "device", "--model", "Phone 10", "--types", "phone,tablet",
@@ -175,7 +175,7 @@ TEST_F(WifiCommands, ApIsWatchedThroughARestartOfTheService)
     EXPECT_EQ(Next(watch)["channel"], 149);
 }
 
-TEST_F(WifiCommands, ACreationThatIsInterruptedIsTakenBack)
+TEST_F(WifiCommands, AnInterruptedCreationIsUndone)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
     ChildProcess create(PelaconctlPath(), {"ap", "create"});
@@ -188,7 +188,7 @@ TEST_F(WifiCommands, ACreationThatIsInterruptedIsTakenBack)
     EXPECT_FALSE(beingMade());
 }
 
-TEST_F(WifiCommands, AnApThatSomebodyElseDestroysIsNotThere)
+TEST_F(WifiCommands, AnApThatAnotherProgramDestroyedIsNotThere)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
     ChildProcess create(PelaconctlPath(), {"ap", "create"});
@@ -200,7 +200,7 @@ TEST_F(WifiCommands, AnApThatSomebodyElseDestroysIsNotThere)
     EXPECT_THAT(create.Errors(), HasSubstr("before the soft AP was ready"));
 }
 
-TEST_F(WifiCommands, AnApThatComesToNothingSaysWhy)
+TEST_F(WifiCommands, AFailedCreationGivesTheReason)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
     ExpectFailure({"ap", "create"}, kFailed, "not possible");
@@ -219,7 +219,7 @@ TEST_F(WifiCommands, WifiIsSwitched)
     EXPECT_EQ(Report({"wifi", "on"})["state"], "on");
 }
 
-TEST_F(WifiCommands, WifiThatDoesNotSwitchInTimeSaysSo)
+TEST_F(WifiCommands, ASwitchThatTakesTooLongFails)
 {
     StartAnew(R"({"wifi": {"switchMs": 60000}})");
     ExpectFailure({"wifi", "off", "--wait", "0.05"}, kNoAnswer, "Wi-Fi is still on");
@@ -237,7 +237,7 @@ TEST_F(WifiCommands, WifiChannelsAreListed)
     ExpectFailure({"wifi", "channel", "15"}, kFailed, "There is no channel 15");
 }
 
-TEST_F(WifiCommands, WifiKeepsThePhonesChannels)
+TEST_F(WifiCommands, WifiStoresThePhonesChannels)
 {
     EXPECT_EQ(
         Report(
@@ -304,7 +304,7 @@ TEST_F(WifiCommands, ErrorsHaveTexts)
 
 // ---- All of them
 
-TEST_F(WifiCommands, SaySoWhenThereIsNoService)
+TEST_F(WifiCommands, FailWithAMessageWithoutAService)
 {
     service.reset();
     for (const Arguments& arguments : std::vector<Arguments>{{"ap", "create"},
@@ -327,7 +327,7 @@ TEST_F(WifiCommands, SaySoWhenThereIsNoService)
     }
 }
 
-TEST_F(WifiCommands, SaySoWhenThereIsNoAnswer)
+TEST_F(WifiCommands, FailWithAMessageWithoutAnAnswer)
 {
     for (const char* request : {"GetSoftApError", "GetWifiState", "SystemDestroySoftAP",
                                 "GetPCSupportChannelList", "SystemCreateSoftAP"}) {

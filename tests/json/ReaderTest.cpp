@@ -75,7 +75,7 @@ TEST(DocumentTest, RemembersTheLineOfEachValue)
     EXPECT_EQ(LineOf(text, "huge"), 11U);
 }
 
-TEST(DocumentTest, WhatIsNoJsonIsRefusedWithItsLine)
+TEST(DocumentTest, InvalidJsonIsRefusedWithItsLine)
 {
     EXPECT_TRUE(ParseComplaint("").starts_with("f.json:1: ")) << ParseComplaint("");
     EXPECT_TRUE(ParseComplaint("{\n\"a\": ,\n}").starts_with("f.json:2: "));
@@ -87,19 +87,19 @@ TEST(DocumentTest, WhatIsNoJsonIsRefusedWithItsLine)
     EXPECT_TRUE(ParseComplaint("{\"a\": 1").starts_with("f.json:1: "));
 }
 
-TEST(DocumentTest, ANameMayStandOnceInAnObject)
+TEST(DocumentTest, ANameMayOccurOnceInAnObject)
 {
     EXPECT_EQ(ParseComplaint("{\"a\": 1,\n\"a\": 2}"), "f.json:2: a: stands here twice");
     EXPECT_EQ(ParseComplaint("{\"a\": {\"a\": 1}, \"b\": {\"a\": 2}}"), "");
 }
 
-TEST(DocumentTest, NestingHasAnEnd)
+TEST(DocumentTest, NestingIsLimited)
 {
     EXPECT_EQ(ParseComplaint(std::string(32, '[') + std::string(32, ']')), "");
     EXPECT_EQ(ParseComplaint(std::string(1'000'000, '[')), "f.json:1: nested too deeply");
 }
 
-TEST(ReaderTest, ReadsWhatIsThere)
+TEST(ReaderTest, ReadsValuesOfEachType)
 {
     const Document document = Parse(
         R"({"flag": true, "number": -3, "real": 2.5, "ms": 40, "text": "hi",
@@ -171,7 +171,7 @@ TEST(ReaderTest, ANumberOutsideItsLimitsIsRefused)
     EXPECT_TRUE(complains("1e400", [](const Reader& x) { x.Number(-1, 1); }));
 }
 
-TEST(ReaderTest, AddressesAndHexAreReadToTheLetter)
+TEST(ReaderTest, AddressesAndHexadecimalAreReadStrictly)
 {
     const auto badAddress = [](const std::string& text) {
         return !FieldComplaint("{\"x\": \"" + text + "\"}", [](const Reader& x) {
@@ -196,7 +196,7 @@ TEST(ReaderTest, AddressesAndHexAreReadToTheLetter)
     }
 }
 
-TEST(ReaderTest, TextHoldsNoNul)
+TEST(ReaderTest, TextWithANulIsRefused)
 {
     EXPECT_EQ(FieldComplaint(R"({"x": "a\u0000b"})", [](const Reader& x) { x.Text(0, 9); }),
               "f.json:1: x: must not hold a NUL");

@@ -33,7 +33,7 @@ class AdapterFamilyTest : public ServiceTest {
     }
 };
 
-TEST_F(AdapterFamilyTest, TellsAddressAndName)
+TEST_F(AdapterFamilyTest, ReturnsAddressAndName)
 {
     TestClient client(PipeName());
     const auto info = client.Call(protocol::kGetBtMacAndName);
@@ -47,7 +47,7 @@ TEST_F(AdapterFamilyTest, TellsAddressAndName)
     EXPECT_EQ(name->status, kStatusDone);
 }
 
-TEST_F(AdapterFamilyTest, SwitchesOffAndOnByWayOfTheStatesBetween)
+TEST_F(AdapterFamilyTest, SwitchesOffAndOnThroughTheIntermediateStates)
 {
     TestClient client(PipeName());
     EXPECT_EQ(client.Call(protocol::kRegisterBtStateChange)->status, kStatusDone);
@@ -75,7 +75,7 @@ TEST_F(AdapterFamilyTest, SwitchingOnWhatIsOnChangesNothing)
     EXPECT_EQ(NextState(client), kTurningOff) << "nothing was told before";
 }
 
-TEST_F(AdapterFamilyTest, ThoseWhoRegisteredHearOfWhatOthersDo)
+TEST_F(AdapterFamilyTest, RegisteredClientsReceiveTheChangesOfOthers)
 {
     TestClient listener(PipeName());
     TestClient deaf(PipeName());
@@ -119,7 +119,7 @@ TEST_F(AdapterFamilyTest, ANameNeedsNoNul)
     EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), "Car");
 }
 
-TEST_F(AdapterFamilyTest, KnowsWhichDevicesAreConnected)
+TEST_F(AdapterFamilyTest, ReportsWhichDevicesAreConnected)
 {
     TestClient client(PipeName());
     const auto connected = [&](std::int32_t type, std::uint64_t address) {
@@ -158,7 +158,7 @@ TEST_F(AdapterFamilyTest, AClientThatLeftIsForgotten)
     EXPECT_TRUE(Eventually([&] { return listeners() == 0; }));
 }
 
-TEST_F(AdapterFamilyTest, ChangingItsMindOnTheWayEndsInTheLastWish)
+TEST_F(AdapterFamilyTest, TheLastRequestDuringASwitchDecides)
 {
     EndService();
     StartService(R"({"adapter": {"turnOnMs": 1, "turnOffMs": 60000}})");

@@ -75,7 +75,7 @@ class AdvertiserFamilyTest : public ServiceTest {
     }
 };
 
-TEST_F(AdvertiserFamilyTest, OthersHearAdvertisementAndScanResponse)
+TEST_F(AdvertiserFamilyTest, OthersReceiveAdvertisementAndScanResponse)
 {
     TestClient sender(PipeName());
     TestClient listener(PipeName());
@@ -120,7 +120,7 @@ TEST_F(AdvertiserFamilyTest, StartingAgainSendsTheNewData)
     EXPECT_EQ(Advertising(), 1);
 }
 
-TEST_F(AdvertiserFamilyTest, StopsWithoutAWord)
+TEST_F(AdvertiserFamilyTest, StopsWithoutANotification)
 {
     TestClient sender(PipeName());
     const std::int32_t id = Register(sender);
@@ -148,7 +148,7 @@ TEST_F(AdvertiserFamilyTest, EndsByItselfAfterItsTotalTime)
     EXPECT_EQ(Start(sender, request), kStatusDone) << "it is still registered";
 }
 
-TEST_F(AdvertiserFamilyTest, RestsInTurnWithItsPartTime)
+TEST_F(AdvertiserFamilyTest, SendsAndPausesInTurnForItsPartTime)
 {
     TestClient sender(PipeName());
     Listen(sender);
@@ -176,7 +176,7 @@ TEST_F(AdvertiserFamilyTest, RestsInTurnWithItsPartTime)
     EXPECT_LE(heard, 13) << "one in 20 ms, for 200 ms in all";
 }
 
-TEST_F(AdvertiserFamilyTest, GoesSilentWithTheAdapterAndSaysSo)
+TEST_F(AdvertiserFamilyTest, EndsWithTheAdapterAndNotifies)
 {
     TestClient sender(PipeName());
     const std::int32_t id = Register(sender);
@@ -192,7 +192,7 @@ TEST_F(AdvertiserFamilyTest, GoesSilentWithTheAdapterAndSaysSo)
     EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U) << "the other was silent";
 }
 
-TEST_F(AdvertiserFamilyTest, WhatMakesNoSenseIsRefused)
+TEST_F(AdvertiserFamilyTest, InvalidParametersAreRefused)
 {
     TestClient client(PipeName());
     const std::int32_t id = Register(client);
@@ -232,7 +232,7 @@ TEST_F(AdvertiserFamilyTest, WhatMakesNoSenseIsRefused)
     });
 }
 
-TEST_F(AdvertiserFamilyTest, IdsAreGoodForTheirClientOnly)
+TEST_F(AdvertiserFamilyTest, IdsAreValidForTheirClientOnly)
 {
     TestClient client(PipeName());
     TestClient other(PipeName());
@@ -270,7 +270,7 @@ TEST_F(AdvertiserFamilyTest, EndsWithItsClient)
     EXPECT_TRUE(Eventually([&] { return Advertising() == 0; }));
 }
 
-TEST_F(AdvertiserFamilyTest, OneThatIsHeldIsSilentAfterARestartAndToldSo)
+TEST_F(AdvertiserFamilyTest, AfterARestartAHeldIdIsReportedAsStopped)
 {
     TestClient client(PipeName());
     const std::int32_t id = Register(client);

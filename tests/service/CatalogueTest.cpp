@@ -36,7 +36,7 @@ TEST(CatalogueTest, OneIdAloneNamesTwoOperations)
     }
 }
 
-TEST(CatalogueTest, TheWholeContractIsInIt)
+TEST(CatalogueTest, ContainsEveryOperation)
 {
     std::size_t requests = 0;
     std::size_t notifications = 0;
@@ -49,7 +49,7 @@ TEST(CatalogueTest, TheWholeContractIsInIt)
     EXPECT_EQ(notifications, 26U);
 }
 
-TEST(CatalogueTest, FindsWhatAPayloadBelongsTo)
+TEST(CatalogueTest, FindsTheOperationOfAPayload)
 {
     EXPECT_STREQ(FindRequest(0xD7007D, 4)->name, "BleUnRegisterTargetAdvCallback");
     EXPECT_STREQ(FindRequest(0xD7007D, 0)->name, "Vod2dGetIfaceCoexistCap");
@@ -64,7 +64,7 @@ TEST(CatalogueTest, FindsWhatAPayloadBelongsTo)
     EXPECT_EQ(FindByName("btenable"), nullptr);
 }
 
-TEST(CatalogueTest, KnowsWhereAReplyHasItsStatus)
+TEST(CatalogueTest, GivesThePlaceOfAReplysStatus)
 {
     const auto place = [](const char* name) { return FindByName(name)->status; };
     EXPECT_EQ(place("BtEnable")->offset, 0U);

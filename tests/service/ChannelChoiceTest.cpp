@@ -44,7 +44,7 @@ class ChannelChoiceTest : public testing::Test {
     simulation::WifiConfig config;
 };
 
-TEST_F(ChannelChoiceTest, WithoutWishesTheLeastBusyChannelIsBest)
+TEST_F(ChannelChoiceTest, WithoutARequestTheLeastBusyChannelIsBest)
 {
     const auto best = Recommended({});
     EXPECT_EQ(best.channel, 6);
@@ -55,19 +55,19 @@ TEST_F(ChannelChoiceTest, WithoutWishesTheLeastBusyChannelIsBest)
     EXPECT_EQ(best.satisfied, 0);
 }
 
-TEST_F(ChannelChoiceTest, ABandRestrictsIt)
+TEST_F(ChannelChoiceTest, ABandRestrictsTheChoice)
 {
     EXPECT_EQ(Recommended({Wish(2, 0)}).channel, 36) << "of two alike, the lower";
     EXPECT_EQ(Recommended({Wish(1, 0)}).channel, 6);
 }
 
-TEST_F(ChannelChoiceTest, ChannelsRestrictIt)
+TEST_F(ChannelChoiceTest, ChannelsRestrictTheChoice)
 {
     EXPECT_EQ(Recommended({Wish(0, 0, {1, 149})}).channel, 1);
     EXPECT_EQ(Recommended({Wish(2, 0, {1, 149})}).channel, 149) << "with the band";
 }
 
-TEST_F(ChannelChoiceTest, MostWishesCountMoreThanAQuietChannel)
+TEST_F(ChannelChoiceTest, TheMostRequestsDecideBeforeTheLoad)
 {
     const auto best = Recommended({Wish(0, 0, {1, 6}), Wish(0, 0, {6, 149}), Wish(2, 0)});
     EXPECT_EQ(best.channel, 6) << "two, and so has 149, which is busier";
@@ -85,7 +85,7 @@ TEST_F(ChannelChoiceTest, TheConnectionsChannelIsPreferred)
     EXPECT_EQ(Recommended({}).channel, 6) << "there is no connection while it is off";
 }
 
-TEST_F(ChannelChoiceTest, TheNarrowestThatIsSatisfiedCounts)
+TEST_F(ChannelChoiceTest, TheNarrowestSatisfiedBandwidthIsUsed)
 {
     EXPECT_EQ(Recommended({Wish(2, 0, {40})}).bandwidth, 160);
     EXPECT_EQ(Recommended({Wish(2, 80, {40}), Wish(2, 40), Wish(0, 0)}).bandwidth, 40);
@@ -93,7 +93,7 @@ TEST_F(ChannelChoiceTest, TheNarrowestThatIsSatisfiedCounts)
         << "one that is not satisfied does not";
 }
 
-TEST_F(ChannelChoiceTest, ThereMayBeNone)
+TEST_F(ChannelChoiceTest, NoChannelMayMatch)
 {
     EXPECT_EQ(Recommended({Wish(0, 0, {11, 44})}).channel, 0);
     EXPECT_EQ(Recommended({Wish(1, 0, {36})}).channel, 0);
@@ -101,7 +101,7 @@ TEST_F(ChannelChoiceTest, ThereMayBeNone)
     EXPECT_EQ(Recommended({}).channel, 0);
 }
 
-TEST(ChannelWishTest, MustMakeSense)
+TEST(ChannelWishTest, InvalidOnesAreRefused)
 {
     EXPECT_TRUE(IsValid(Wish(0, 0)));
     EXPECT_TRUE(IsValid(Wish(2, 160, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14})));

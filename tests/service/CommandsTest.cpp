@@ -22,7 +22,7 @@ class CommandsTest : public ServiceTest {
     }
 };
 
-TEST_F(CommandsTest, StatusTellsHowTheServiceIsDoing)
+TEST_F(CommandsTest, StatusDescribesTheService)
 {
     TestClient one(PipeName());
     TestClient other(PipeName());
@@ -64,7 +64,7 @@ TEST_F(CommandsTest, HelpListsThemAll)
     }
 }
 
-TEST_F(CommandsTest, MistakesAreExplainedAndChangeNothing)
+TEST_F(CommandsTest, InvalidCommandsAreRefusedWithAReason)
 {
     EXPECT_EQ(Complaint("{}"), "command:1: the field \"command\" is missing");
     EXPECT_EQ(Complaint(R"({"command": "dance"})"),
@@ -124,7 +124,7 @@ TEST_F(CommandsTest, AFloodArrivesInFull)
     EXPECT_TRUE(Eventually([&] { return client.Waiting(protocol::kBtStateChanged.id) == 500; }));
 }
 
-TEST_F(CommandsTest, ErrorsReachEveryone)
+TEST_F(CommandsTest, ErrorsReachEveryClient)
 {
     TestClient client(PipeName());
     client.Call(protocol::kIsBtEnabled);
@@ -132,7 +132,7 @@ TEST_F(CommandsTest, ErrorsReachEveryone)
     EXPECT_EQ(client.Next(protocol::kErrorStatus).value, 0x10000001);
 }
 
-TEST_F(CommandsTest, AClientThatIsDisconnectedReturnsAndIsGreeted)
+TEST_F(CommandsTest, ADisconnectedClientReturnsAndIsGreeted)
 {
     TestClient client(PipeName());
     client.Call(protocol::kIsBtEnabled);
@@ -143,7 +143,7 @@ TEST_F(CommandsTest, AClientThatIsDisconnectedReturnsAndIsGreeted)
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
 }
 
-TEST_F(CommandsTest, ErrorsOfTheWorldFileComeInTheirTime)
+TEST_F(CommandsTest, ErrorsOfTheWorldFileComeAtTheirTimes)
 {
     EndService();
     StartService(R"({"errors": [{"code": 5, "afterMs": 1, "everyMs": 1}]})");

@@ -33,7 +33,7 @@ TEST_F(FaultInjectionTest, ADelayedRequestIsServedLater)
     EXPECT_TRUE(client.Call(protocol::kGetBtName));
 }
 
-TEST_F(FaultInjectionTest, ADelayHoldsUpNobodyElse)
+TEST_F(FaultInjectionTest, ADelayAffectsItsRequestOnly)
 {
     StartService(R"({"faults": [{"request": "GetBtName", "do": "delay", "ms": 300}]})");
     TestClient client(PipeName());
@@ -102,7 +102,7 @@ TEST_F(FaultInjectionTest, AConnectionMayBeDroppedInsteadOfAnAnswer)
     }
 }
 
-TEST_F(FaultInjectionTest, APostedMessageCostsTheConnectionThatItCameOn)
+TEST_F(FaultInjectionTest, AFaultOnAPostedMessageClosesItsConnection)
 {
     StartService();
     TestClient client(PipeName());
@@ -116,7 +116,7 @@ TEST_F(FaultInjectionTest, APostedMessageCostsTheConnectionThatItCameOn)
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
 }
 
-TEST_F(FaultInjectionTest, AnyRequestMayBeMeant)
+TEST_F(FaultInjectionTest, AFaultMayMatchAnyRequest)
 {
     StartService();
     TestClient client(PipeName());
@@ -126,7 +126,7 @@ TEST_F(FaultInjectionTest, AnyRequestMayBeMeant)
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
 }
 
-TEST_F(FaultInjectionTest, ARunRepeatsWithItsSeed)
+TEST_F(FaultInjectionTest, ASeedRepeatsARun)
 {
     const auto run = [&](std::uint64_t seed) {
         StartService(R"({"faults": [{"request": "any", "do": "empty", "probability": 0.3}]})",
@@ -212,7 +212,7 @@ TEST_F(FaultInjectionTest, AFloodHoldsUpNobody)
     EXPECT_EQ(flood.get()["sent"], 1'000'000);
 }
 
-TEST_F(FaultInjectionTest, ARestartDropsAllForgetsAllAndGreetsThoseWhoReturn)
+TEST_F(FaultInjectionTest, ARestartDropsClientsForgetsTheirStateAndGreetsThem)
 {
     StartService(R"({"adapter": {"name": "Before", "turnOffMs": 0}})");
     TestClient client(PipeName());
@@ -224,7 +224,7 @@ TEST_F(FaultInjectionTest, ARestartDropsAllForgetsAllAndGreetsThoseWhoReturn)
     EXPECT_EQ(Command({{"command", "status"}})["counters"]["restarts"], 1);
 }
 
-TEST_F(FaultInjectionTest, ARestartEndsWhatWaits)
+TEST_F(FaultInjectionTest, ARestartEndsWaitingRequests)
 {
     StartService(R"({"faults": [{"request": "GetBtName", "do": "delay", "ms": 3600000}]})");
     TestClient client(PipeName());
@@ -239,7 +239,7 @@ TEST_F(FaultInjectionTest, ARestartEndsWhatWaits)
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
 }
 
-TEST_F(FaultInjectionTest, AClientFromBeforeARestartHearsOfTheAdapterAgain)
+TEST_F(FaultInjectionTest, AReturningClientReceivesAdapterChanges)
 {
     StartService();
     TestClient client(PipeName());

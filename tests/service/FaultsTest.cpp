@@ -30,7 +30,7 @@ std::string Pattern(Faults& faults, int requests, std::int32_t id = kBtEnable)
     return pattern;
 }
 
-TEST(FaultsTest, StrikesTheRequestWithItsName)
+TEST(FaultsTest, MatchesRequestsByName)
 {
     Faults faults(1);
     EXPECT_TRUE(faults.IsEmpty());
@@ -40,7 +40,7 @@ TEST(FaultsTest, StrikesTheRequestWithItsName)
     EXPECT_FALSE(faults.Judge(kBtDisable, 0).fault);
 }
 
-TEST(FaultsTest, StrikesTheRequestWithItsIdEvenAnUnknownOne)
+TEST(FaultsTest, MatchesRequestsByIdEvenUnknownOnes)
 {
     Faults faults(1);
     faults.Add(Fault(R"({"request": "0xD7EEEE", "do": "empty"})"));
@@ -48,7 +48,7 @@ TEST(FaultsTest, StrikesTheRequestWithItsIdEvenAnUnknownOne)
     EXPECT_FALSE(faults.Judge(kBtEnable, 0).fault);
 }
 
-TEST(FaultsTest, TellsTheTwoOperationsWithOneIdApartByName)
+TEST(FaultsTest, MatchesTwoOperationsWithOneIdByName)
 {
     Faults faults(1);
     faults.Add(Fault(R"({"request": "Vod2dGetIfaceCoexistCap", "do": "never"})"));
@@ -58,7 +58,7 @@ TEST(FaultsTest, TellsTheTwoOperationsWithOneIdApartByName)
     EXPECT_EQ(faults.Judge(0xD7007D, 4).fault->kind, FaultKind::kEmpty);
 }
 
-TEST(FaultsTest, CountsTheRequestsThatMatch)
+TEST(FaultsTest, CountsMatchingRequests)
 {
     Faults faults(1);
     faults.Add(Fault(R"({"request": "BtEnable", "do": "never", "after": 2, "times": 3})"));
@@ -85,7 +85,7 @@ TEST(FaultsTest, AProbabilityRepeatsWithItsSeed)
     EXPECT_EQ(pattern(7, kOwnSeed), pattern(8, kOwnSeed));
 }
 
-TEST(FaultsTest, OtherFaultsDoNotChangeAFaultsChance)
+TEST(FaultsTest, OtherFaultsDoNotChangeAProbability)
 {
     Faults alone(7);
     alone.Add(Fault(R"({"request": "BtEnable", "do": "never", "probability": 0.5})"));
@@ -100,7 +100,7 @@ TEST(FaultsTest, OtherFaultsDoNotChangeAFaultsChance)
     EXPECT_EQ(Pattern(alone, 64), interleaved);
 }
 
-TEST(FaultsTest, DelaysAddUpAndTheFirstOtherDecides)
+TEST(FaultsTest, DelaysAddUpAndTheFirstOtherFaultDecides)
 {
     Faults faults(1);
     faults.Add(Fault(R"({"request": "any", "do": "delay", "ms": 5})"));
@@ -113,7 +113,7 @@ TEST(FaultsTest, DelaysAddUpAndTheFirstOtherDecides)
     EXPECT_EQ(verdict.fault->status, 3);
 }
 
-TEST(FaultsTest, OnesThatAreRemovedAreOver)
+TEST(FaultsTest, RemovedFaultsHaveNoEffect)
 {
     Faults faults(1);
     const auto first = faults.Add(Fault(R"({"request": "any", "do": "never"})"));
@@ -127,7 +127,7 @@ TEST(FaultsTest, OnesThatAreRemovedAreOver)
     EXPECT_GT(faults.Add(Fault(R"({"request": "any", "do": "never"})")), second);
 }
 
-TEST(FaultsTest, AStatusStandsWhereItsReplyHasIt)
+TEST(FaultsTest, AStatusIsWrittenAtItsPlaceInTheReply)
 {
     const auto reply = [](const char* name) {
         return ReplyWithStatus(protocol::FindByName(name), 0x01020304);
@@ -144,7 +144,7 @@ TEST(FaultsTest, AStatusStandsWhereItsReplyHasIt)
     EXPECT_EQ(ReplyWithStatus(nullptr, 1), std::nullopt);
 }
 
-TEST(FaultsTest, AStatusForAnyPassesThoseWithoutAPlaceForIt)
+TEST(FaultsTest, AStatusForAnyRequestSkipsRepliesWithoutOne)
 {
     Faults faults(1);
     faults.Add(Fault(R"({"request": "any", "do": "status", "status": 4, "times": 1})"));
@@ -154,7 +154,7 @@ TEST(FaultsTest, AStatusForAnyPassesThoseWithoutAPlaceForIt)
     EXPECT_THROW(Fault(R"({"request": "GetSSID", "do": "status", "status": 4})"), json::Error);
 }
 
-TEST(FaultsTest, DescribesItselfForOperators)
+TEST(FaultsTest, IsDescribedForOperators)
 {
     Faults faults(1);
     faults.Add(Fault(

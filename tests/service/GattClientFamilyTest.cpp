@@ -93,7 +93,7 @@ TEST_F(GattClientFamilyTest, ConnectsAndDisconnects)
     EXPECT_EQ(client.Disconnect(), kStatusNotConnected);
 }
 
-TEST_F(GattClientFamilyTest, TellsWhyAConnectionDidNotComeUp)
+TEST_F(GattClientFamilyTest, NotifiesWhyAConnectionFailed)
 {
     GattCaller client(*program);
     client.StartToConnect(kRefusing);
@@ -107,7 +107,7 @@ TEST_F(GattClientFamilyTest, TellsWhyAConnectionDidNotComeUp)
     EXPECT_EQ(client.Search(), kStatusNotConnected);
 }
 
-TEST_F(GattClientFamilyTest, TellsWhenThePeerEndsTheConnection)
+TEST_F(GattClientFamilyTest, NotifiesWhenThePeerEndsTheConnection)
 {
     GattCaller client(*program);
     client.StartToConnect(kLeaving);
@@ -199,7 +199,7 @@ TEST_F(GattClientFamilyTest, FindsServicesUnderEachOfTheirTexts)
     }
 }
 
-TEST_F(GattClientFamilyTest, Reads)
+TEST_F(GattClientFamilyTest, ReadsAValue)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -216,7 +216,7 @@ TEST_F(GattClientFamilyTest, Reads)
     EXPECT_EQ(TextIn(record.charUuid), "2A38");
 }
 
-TEST_F(GattClientFamilyTest, WhatIsWrittenIsReadByAll)
+TEST_F(GattClientFamilyTest, AWrittenValueIsReadByAllClients)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -234,7 +234,7 @@ TEST_F(GattClientFamilyTest, WhatIsWrittenIsReadByAll)
     EXPECT_EQ(client.Write("180d", "", {1}), kStatusInvalidArgument);
 }
 
-TEST_F(GattClientFamilyTest, AWriteThatSaysItIsTooLongIsRefused)
+TEST_F(GattClientFamilyTest, AWriteWithATooLargeLengthIsRefused)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -247,7 +247,7 @@ TEST_F(GattClientFamilyTest, AWriteThatSaysItIsTooLongIsRefused)
     EXPECT_EQ(client.Read("180d", "2a3a").second, (Bytes{'o', 'n'}));
 }
 
-TEST_F(GattClientFamilyTest, NotifiesInTheProgramsOwnWords)
+TEST_F(GattClientFamilyTest, NotifiesWithTheUuidTextsOfTheProgram)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -262,7 +262,7 @@ TEST_F(GattClientFamilyTest, NotifiesInTheProgramsOwnWords)
     }
 }
 
-TEST_F(GattClientFamilyTest, RemembersTheWordsForSoManyCharacteristics)
+TEST_F(GattClientFamilyTest, RemembersUuidTextsForAFixedNumberOfCharacteristics)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -282,7 +282,7 @@ TEST_F(GattClientFamilyTest, RemembersTheWordsForSoManyCharacteristics)
     EXPECT_EQ(TextIn(record.charUuid), "00002a37-0000-1000-8000-00805f9b34fb");
 }
 
-TEST_F(GattClientFamilyTest, NotifiesNoMoreThanIsWanted)
+TEST_F(GattClientFamilyTest, NotifiesSubscribedCharacteristicsOnly)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -300,7 +300,7 @@ TEST_F(GattClientFamilyTest, NotifiesNoMoreThanIsWanted)
     EXPECT_EQ(program->Waiting(protocol::kGattNotification.id), 0U);
 }
 
-TEST_F(GattClientFamilyTest, SubscribersHearWhatIsWritten)
+TEST_F(GattClientFamilyTest, SubscribersReceiveWrittenValues)
 {
     TestClient another(PipeName());
     GattCaller listener(another);
@@ -332,7 +332,7 @@ TEST_F(GattClientFamilyTest, SubscriptionsEndWithTheirConnection)
     EXPECT_EQ(client.Notified(), Bytes{2});
 }
 
-TEST_F(GattClientFamilyTest, TheMtuIsWhatBothEndsCan)
+TEST_F(GattClientFamilyTest, TheMtuIsTheSmallerOfBothEnds)
 {
     GattCaller client(*program);
     EXPECT_EQ(client.Mtu().first, kStatusNotConnected);
@@ -343,7 +343,7 @@ TEST_F(GattClientFamilyTest, TheMtuIsWhatBothEndsCan)
     EXPECT_EQ(other.Mtu(), Outcome(kStatusDone, 23));
 }
 
-TEST_F(GattClientFamilyTest, ADeviceMayTakeItsTime)
+TEST_F(GattClientFamilyTest, ADeviceMayAnswerLate)
 {
     GattCaller client(*program);
     client.Connect(kSlow);
@@ -352,7 +352,7 @@ TEST_F(GattClientFamilyTest, ADeviceMayTakeItsTime)
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(20));
 }
 
-TEST_F(GattClientFamilyTest, ARequestThatIsUnderWayEndsWithItsConnection)
+TEST_F(GattClientFamilyTest, ARunningRequestEndsWithItsConnection)
 {
     EndService();
     StartService(R"({"peripherals": [{"address": "C0:00:00:00:00:06", "gatt": {
@@ -374,7 +374,7 @@ TEST_F(GattClientFamilyTest, ARequestThatIsUnderWayEndsWithItsConnection)
     EXPECT_EQ(searching.get(), kStatusNotConnected);
 }
 
-TEST_F(GattClientFamilyTest, AnIdIsItsProgramsOwn)
+TEST_F(GattClientFamilyTest, AnIdIsValidForItsProgramOnly)
 {
     GattCaller mine(*program);
     mine.Connect(kSensor);
@@ -397,7 +397,7 @@ TEST_F(GattClientFamilyTest, AnIdIsItsProgramsOwn)
     EXPECT_EQ(mine.Read("180d", "2a38").first, kStatusDone);
 }
 
-TEST_F(GattClientFamilyTest, AnUnregisteredIdIsGone)
+TEST_F(GattClientFamilyTest, AnUnregisteredIdIsUnknown)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -408,7 +408,7 @@ TEST_F(GattClientFamilyTest, AnUnregisteredIdIsGone)
     EXPECT_EQ(Status()["registered"], 0);
 }
 
-TEST_F(GattClientFamilyTest, AProgramMayHoldSoManyIds)
+TEST_F(GattClientFamilyTest, AProgramMayHoldALimitedNumberOfIds)
 {
     for (int i = 0; i < 64; ++i) {
         ASSERT_EQ(program->Call(protocol::kGattClientRegister)->status, kStatusDone);
@@ -418,7 +418,7 @@ TEST_F(GattClientFamilyTest, AProgramMayHoldSoManyIds)
     EXPECT_EQ(another.Call(protocol::kGattClientRegister)->status, kStatusDone);
 }
 
-TEST_F(GattClientFamilyTest, WithAProgramItsConnectionsEnd)
+TEST_F(GattClientFamilyTest, ConnectionsEndWithTheirProgram)
 {
     GattCaller client(*program);
     client.Connect(kSensor);
@@ -429,7 +429,7 @@ TEST_F(GattClientFamilyTest, WithAProgramItsConnectionsEnd)
     EXPECT_FALSE(IsConnected(kSensor));
 }
 
-TEST_F(GattClientFamilyTest, ARestartForgetsAll)
+TEST_F(GattClientFamilyTest, ARestartForgetsIdsAndConnections)
 {
     GattCaller client(*program);
     client.Connect(kSensor);

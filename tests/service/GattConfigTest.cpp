@@ -71,7 +71,7 @@ TEST(GattConfig, ReadsEveryField)
         testing::ElementsAre(radio::GattValue{1}, radio::GattValue{'h', 'i'}, radio::GattValue{}));
 }
 
-TEST(GattConfig, ReadsThisMachinesOwn)
+TEST(GattConfig, ReadsTheSettingsOfThisMachine)
 {
     const simulation::WorldFile file =
         simulation::ReadWorldFile(R"({"gatt": {"mtu": 517, "connectMs": 9}})", "w");
@@ -79,7 +79,7 @@ TEST(GattConfig, ReadsThisMachinesOwn)
     EXPECT_EQ(file.gatt.connectDelay.count(), 9);
 }
 
-TEST(GattConfig, SaysWhatIsWrong)
+TEST(GattConfig, ReportsMistakes)
 {
     EXPECT_EQ(ErrorOf(R"({"mtu": 22})"), "gatt.mtu: must be a whole number between 23 and 517");
     EXPECT_EQ(ErrorOf(R"({"services": [{"uuid": "18"}]})"),
@@ -116,7 +116,7 @@ TEST(Uuid, HasTextsOfThreeLengths)
     EXPECT_EQ(ShortText(*ParseUuid("0000180D-0000-1000-8000-00805F9B34FB")), "180d");
 }
 
-TEST(Uuid, OfNoOtherTexts)
+TEST(Uuid, RefusesOtherTexts)
 {
     for (const std::string text :
          {"", "1", "180", "180g", "18 d", "180d0", "0x180d", "-180",

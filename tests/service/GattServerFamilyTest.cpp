@@ -54,7 +54,7 @@ class GattServerFamilyTest : public ServiceTest {
     std::optional<TestClient> reading;
 };
 
-TEST_F(GattServerFamilyTest, TellsOfPeersThatComeAndGo)
+TEST_F(GattServerFamilyTest, NotifiesOfPeersThatConnectAndDisconnect)
 {
     GattPublisher server(*serving);
     Serve(server);
@@ -76,7 +76,7 @@ TEST_F(GattServerFamilyTest, TellsOfPeersThatComeAndGo)
     EXPECT_EQ(isConnected(kThisMachine), 0);
 }
 
-TEST_F(GattServerFamilyTest, APeerReadsTheCurrentValueAndTheServerIsTold)
+TEST_F(GattServerFamilyTest, APeerReadsTheCurrentValueAndTheServerIsNotified)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -96,7 +96,7 @@ TEST_F(GattServerFamilyTest, APeerReadsTheCurrentValueAndTheServerIsTold)
     EXPECT_EQ(DataOf(server.ReadRequest()), (Bytes{2, 0, 2}));
 }
 
-TEST_F(GattServerFamilyTest, APeerWritesAndTheServerIsTold)
+TEST_F(GattServerFamilyTest, APeerWritesAndTheServerIsNotified)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -125,7 +125,7 @@ TEST_F(GattServerFamilyTest, AWrittenValueIsReadAgain)
     EXPECT_EQ(client.Read(kService, kPlace).second, (Bytes{3, 4}));
 }
 
-TEST_F(GattServerFamilyTest, FlagsSayWhatAPeerMay)
+TEST_F(GattServerFamilyTest, FlagsDecideWhatAPeerMayDo)
 {
     GattPublisher server(*serving);
     Serve(server);
@@ -141,7 +141,7 @@ TEST_F(GattServerFamilyTest, FlagsSayWhatAPeerMay)
     EXPECT_EQ(serving->Waiting(protocol::kGattPeerWrites.id), 0U);
 }
 
-TEST_F(GattServerFamilyTest, PublishesToTheSubscriberThatIsNamed)
+TEST_F(GattServerFamilyTest, PublishesToTheGivenSubscriber)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -155,7 +155,7 @@ TEST_F(GattServerFamilyTest, PublishesToTheSubscriberThatIsNamed)
     EXPECT_EQ(client.Read(kService, kRate).second, (Bytes{0, 72}));
 }
 
-TEST_F(GattServerFamilyTest, NotificationsAndIndicationsAreTold)
+TEST_F(GattServerFamilyTest, NotificationsAndIndicationsHaveTheirKind)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -192,7 +192,7 @@ TEST_F(GattServerFamilyTest, ANotificationCarriesWhatFitsThePacket)
     EXPECT_EQ(client.Read(kService, kRate).second, Bytes(1024, 9));
 }
 
-TEST_F(GattServerFamilyTest, PublishingToWhomThatDoesNotReach)
+TEST_F(GattServerFamilyTest, PublishingReachesSubscribersOnly)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -237,7 +237,7 @@ TEST_F(GattServerFamilyTest, FiftyProgramsReadFromOne)
 }
 
 /// It holds up nobody: its queue is bounded, and who lets it fill is taken for gone.
-TEST_F(GattServerFamilyTest, AProgramThatTakesNothingLosesItsConnections)
+TEST_F(GattServerFamilyTest, AProgramThatDoesNotReadLosesItsConnections)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -266,7 +266,7 @@ TEST_F(GattServerFamilyTest, AProgramThatTakesNothingLosesItsConnections)
     GattCaller(*reading).Connect(kThisMachine);
 }
 
-TEST_F(GattServerFamilyTest, AServiceIsSeenWhileItIsStarted)
+TEST_F(GattServerFamilyTest, AServiceIsVisibleWhileItIsStarted)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -287,7 +287,7 @@ TEST_F(GattServerFamilyTest, AServiceIsSeenWhileItIsStarted)
     EXPECT_EQ(client.Notified(), Bytes{10}) << "what was subscribed to before is forgotten";
 }
 
-TEST_F(GattServerFamilyTest, ADeletedServiceIsGone)
+TEST_F(GattServerFamilyTest, ADeletedServiceIsUnknown)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -327,7 +327,7 @@ TEST_F(GattServerFamilyTest, ConnectionsEndWithTheServingProgram)
     EXPECT_EQ(Status(), (nlohmann::json{{"registered", 0}, {"services", 0}}));
 }
 
-TEST_F(GattServerFamilyTest, TheServerHearsOfAReadingProgramThatEnds)
+TEST_F(GattServerFamilyTest, TheServerIsNotifiedWhenAReadingProgramEnds)
 {
     GattPublisher server(*serving);
     Serve(server);
@@ -370,7 +370,7 @@ TEST_F(GattServerFamilyTest, ServersOfSeveralProgramsAreOneDevice)
     EXPECT_EQ(client.Read(kService, kPlace).second, Bytes{1});
 }
 
-TEST_F(GattServerFamilyTest, IdsAreTheirProgramsOwn)
+TEST_F(GattServerFamilyTest, IdsAreValidForTheirProgramOnly)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
@@ -391,7 +391,7 @@ TEST_F(GattServerFamilyTest, IdsAreTheirProgramsOwn)
     EXPECT_EQ(own.Start(handle), kStatusUnknownId);
 }
 
-TEST_F(GattServerFamilyTest, RefusesWhatItCannotUse)
+TEST_F(GattServerFamilyTest, RefusesInvalidParameters)
 {
     GattPublisher server(*serving);
     EXPECT_EQ(server.TryAddService("18").status, kStatusInvalidArgument);
@@ -422,7 +422,7 @@ TEST_F(GattServerFamilyTest, RefusesWhatItCannotUse)
               kStatusInvalidArgument);
 }
 
-TEST_F(GattServerFamilyTest, HoldsSoMuchAndNoMore)
+TEST_F(GattServerFamilyTest, HasLimits)
 {
     GattPublisher server(*serving);
     const auto uuid = [](int number) { return std::to_string(1000 + number); };
@@ -457,7 +457,7 @@ TEST_F(GattServerFamilyTest, ARestartEndsBothRoles)
     EXPECT_NE(again.Id(), server.Id());
 }
 
-TEST_F(GattServerFamilyTest, TheServiceEndsWhileAllIsConnected)
+TEST_F(GattServerFamilyTest, TheServiceEndsWithOpenConnections)
 {
     GattPublisher server(*serving);
     Serve(server);

@@ -103,7 +103,7 @@ TEST_F(GroupFamilyTest, IsDescribedBeforeItExists)
     EXPECT_EQ(connected->stationCount, 0);
 }
 
-TEST_F(GroupFamilyTest, IsMadeOnTheChannelWishedFor)
+TEST_F(GroupFamilyTest, IsCreatedOnTheRequestedChannel)
 {
     TestClient client(PipeName());
     Listen(client);
@@ -122,7 +122,7 @@ TEST_F(GroupFamilyTest, IsMadeOnTheChannelWishedFor)
     EXPECT_EQ(client.Call(protocol::kGetGroupConfig)->info.active, 0);
 }
 
-TEST_F(GroupFamilyTest, IsMadeOnTheChannelOfTheConnectionIfAnyWillDo)
+TEST_F(GroupFamilyTest, IsCreatedOnTheChannelOfTheConnectionByDefault)
 {
     TestClient client(PipeName());
     EXPECT_EQ(Create(client).info.channel, 149);
@@ -132,7 +132,7 @@ TEST_F(GroupFamilyTest, IsMadeOnTheChannelOfTheConnectionIfAnyWillDo)
     EXPECT_EQ(client.Call(protocol::kGetGroupConfig)->info.is5GHz, 0);
 }
 
-TEST_F(GroupFamilyTest, IsNotMadeOnAChannelThatMayNotBeUsed)
+TEST_F(GroupFamilyTest, IsNotCreatedOnAForbiddenChannel)
 {
     TestClient client(PipeName());
     for (const std::int32_t channel : {40, 1, -1, 1000}) {
@@ -141,7 +141,7 @@ TEST_F(GroupFamilyTest, IsNotMadeOnAChannelThatMayNotBeUsed)
     EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 0);
 }
 
-TEST_F(GroupFamilyTest, ThereIsOneAtATime)
+TEST_F(GroupFamilyTest, OnlyOneExistsAtATime)
 {
     TestClient one(PipeName());
     TestClient other(PipeName());
@@ -153,7 +153,7 @@ TEST_F(GroupFamilyTest, ThereIsOneAtATime)
     EXPECT_EQ(Remove(one), kStatusNotFound);
 }
 
-TEST_F(GroupFamilyTest, OutlivesWhoeverMadeIt)
+TEST_F(GroupFamilyTest, OutlivesItsCreator)
 {
     {
         TestClient client(PipeName());
@@ -163,7 +163,7 @@ TEST_F(GroupFamilyTest, OutlivesWhoeverMadeIt)
     EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 1);
 }
 
-TEST_F(GroupFamilyTest, ThatCannotBeMadeIsToldToListenersToo)
+TEST_F(GroupFamilyTest, AFailedCreationIsNotifiedToListeners)
 {
     StartAnew(R"({"creation": {"ms": 1, "fails": true}})");
     TestClient client(PipeName());
@@ -172,7 +172,7 @@ TEST_F(GroupFamilyTest, ThatCannotBeMadeIsToldToListenersToo)
     EXPECT_EQ(NextChange(client), "0 because 10");
 }
 
-TEST_F(GroupFamilyTest, MayGoAnotherWayTheFirstTimes)
+TEST_F(GroupFamilyTest, TheFirstCreationsMayHaveTheirOwnOutcome)
 {
     StartAnew(R"({"creation": {"ms": 1}, "removeMs": 1,
                   "firstCreations": [{"ms": 1, "fails": true}, {"ms": 2}]})");
@@ -183,7 +183,7 @@ TEST_F(GroupFamilyTest, MayGoAnotherWayTheFirstTimes)
     EXPECT_EQ(Create(client).status, kStatusDone);
 }
 
-TEST_F(GroupFamilyTest, AppearsThoughNobodyWaitsForItAnyMore)
+TEST_F(GroupFamilyTest, AppearsAfterItsCreationTimedOut)
 {
     StartAnew(R"({"creation": {"ms": 60}})");
     TestClient client(PipeName());
@@ -193,7 +193,7 @@ TEST_F(GroupFamilyTest, AppearsThoughNobodyWaitsForItAnyMore)
     EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 1);
 }
 
-TEST_F(GroupFamilyTest, ThatIsBeingMadeCanBeRemoved)
+TEST_F(GroupFamilyTest, CanBeRemovedWhileItIsCreated)
 {
     StartAnew(R"({"creation": {"ms": 60000}})");
     TestClient maker(PipeName());
@@ -207,7 +207,7 @@ TEST_F(GroupFamilyTest, ThatIsBeingMadeCanBeRemoved)
     EXPECT_EQ(NextChange(other), "0 because 11");
 }
 
-TEST_F(GroupFamilyTest, IsRemovedOnceForAllWhoAsk)
+TEST_F(GroupFamilyTest, IsRemovedOnceForConcurrentRequests)
 {
     StartAnew(R"({"creation": {"ms": 1}, "removeMs": 30})");
     TestClient one(PipeName());
@@ -233,7 +233,7 @@ TEST_F(GroupFamilyTest, WaitsEndWithTheService)
     EXPECT_EQ(creation.get(), kStatusInterrupted);
 }
 
-TEST_F(GroupFamilyTest, IsMadeWithoutAWordToAClientThatLosesItsEventConnection)
+TEST_F(GroupFamilyTest, ItsCreationIsNotAnsweredWhenTheEventConnectionIsLost)
 {
     StartAnew(R"({"creation": {"ms": 300}})");
     TestClient client(PipeName());
@@ -248,7 +248,7 @@ TEST_F(GroupFamilyTest, IsMadeWithoutAWordToAClientThatLosesItsEventConnection)
 
 // ---- Listeners
 
-TEST_F(GroupFamilyTest, IsToldToThoseWhoAsked)
+TEST_F(GroupFamilyTest, IsNotifiedToRegisteredClients)
 {
     TestClient listener(PipeName());
     TestClient maker(PipeName());
@@ -261,7 +261,7 @@ TEST_F(GroupFamilyTest, IsToldToThoseWhoAsked)
     EXPECT_EQ(listener.Call(protocol::kUnRegisterSoftApStateChanged)->status, kStatusDone);
 }
 
-TEST_F(GroupFamilyTest, IsToldToThoseWhoReturn)
+TEST_F(GroupFamilyTest, IsNotifiedToReturningClients)
 {
     TestClient client(PipeName());
     Listen(client);
@@ -294,7 +294,7 @@ TEST_F(GroupFamilyTest, StationsAreNotifiedAgainToAClientThatReturns)
 
 // ---- Stations
 
-TEST_F(GroupFamilyTest, StationsJoinAndLeaveAsTheWorldSays)
+TEST_F(GroupFamilyTest, StationsOfTheWorldJoinAndLeave)
 {
     StartAnew(R"({"creation": {"ms": 1}, "removeMs": 1, "ipAddress": "10.0.0.1", "stations": [
         {"address": "00:00:00:00:00:01", "joinMs": 1},
@@ -312,7 +312,7 @@ TEST_F(GroupFamilyTest, StationsJoinAndLeaveAsTheWorldSays)
     }
 }
 
-TEST_F(GroupFamilyTest, StationsJoinAndLeaveAsAnOperatorSays)
+TEST_F(GroupFamilyTest, StationsJoinAndLeaveByCommand)
 {
     TestClient client(PipeName());
     Listen(client);
@@ -375,7 +375,7 @@ TEST_F(GroupFamilyTest, EndsWithItsStationsWhenWifiIsSwitchedOff)
     EXPECT_EQ(Create(client).status, kStatusRadioOff);
 }
 
-TEST_F(GroupFamilyTest, ThatIsBeingMadeFailsWhenWifiIsSwitchedOff)
+TEST_F(GroupFamilyTest, ItsCreationFailsWhenWifiIsSwitchedOff)
 {
     EndService();
     StartService(R"({"wifi": {"switchMs": 1}, "group": {"creation": {"ms": 60000}}})");
@@ -398,7 +398,7 @@ TEST_F(GroupFamilyTest, NeedsWifi)
     EXPECT_EQ(Create(client).status, kStatusRadioOff);
 }
 
-TEST_F(GroupFamilyTest, AsksForTheAdaptersFacts)
+TEST_F(GroupFamilyTest, ReportsTheAdapter)
 {
     TestClient client(PipeName());
     const auto active = client.Call(protocol::kIsWifiActive);
@@ -421,7 +421,7 @@ TEST_F(GroupFamilyTest, AsksForTheAdaptersFacts)
 
 // ---- The shared link
 
-TEST_F(GroupFamilyTest, IsNotRemovedWhileOthersUseIt)
+TEST_F(GroupFamilyTest, IsNotRemovedWhileOtherClientsUseIt)
 {
     TestClient client(PipeName());
     EXPECT_EQ(Create(client).status, kStatusDone);
@@ -437,7 +437,7 @@ TEST_F(GroupFamilyTest, IsNotRemovedWhileOthersUseIt)
     EXPECT_TRUE(Eventually([&] { return Remove(client) == kStatusDone; })) << "its use ended";
 }
 
-TEST_F(GroupFamilyTest, IsUsedNoLessThanNotAtAll)
+TEST_F(GroupFamilyTest, TheUsesNeverGoBelowZero)
 {
     TestClient client(PipeName());
     EXPECT_EQ(client.Call(protocol::kSharedlinkDecrease)->status, kStatusInvalidArgument);

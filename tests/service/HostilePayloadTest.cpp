@@ -83,7 +83,7 @@ class HostilePayloadTest : public testing::Test {
     Core core_;
 };
 
-TEST_F(HostilePayloadTest, AnyLengthOfAnyRequestIsAnsweredInFull)
+TEST_F(HostilePayloadTest, RequestsOfAnyLengthAreAnswered)
 {
     for (const protocol::CatalogueEntry& entry : protocol::kCatalogue) {
         if (!entry.IsSentToService()) {

@@ -18,7 +18,7 @@ class IdAllocatorTest : public testing::Test {
     test::TemporaryFolder folder_;
 };
 
-TEST_F(IdAllocatorTest, IdsArePositiveAndNeverTheSame)
+TEST_F(IdAllocatorTest, IdsArePositiveAndUnique)
 {
     IdAllocator ids(File());
     std::set<std::int32_t> given;
@@ -29,7 +29,7 @@ TEST_F(IdAllocatorTest, IdsArePositiveAndNeverTheSame)
     }
 }
 
-TEST_F(IdAllocatorTest, ALaterServiceGoesOnBehindTheEarlierOne)
+TEST_F(IdAllocatorTest, ALaterServiceContinuesAfterTheEarlierOne)
 {
     std::set<std::int32_t> given;
     for (int service = 0; service < 3; ++service) {
@@ -40,7 +40,7 @@ TEST_F(IdAllocatorTest, ALaterServiceGoesOnBehindTheEarlierOne)
     }
 }
 
-TEST_F(IdAllocatorTest, AServiceThatGaveNoIdsCostsNoneOfThoseGiven)
+TEST_F(IdAllocatorTest, AServiceThatGaveNoIdsKeepsThemUnique)
 {
     const std::int32_t before = IdAllocator(File()).Next();
     {
@@ -49,7 +49,7 @@ TEST_F(IdAllocatorTest, AServiceThatGaveNoIdsCostsNoneOfThoseGiven)
     EXPECT_GT(IdAllocator(File()).Next(), before);
 }
 
-TEST_F(IdAllocatorTest, AFileThatIsNotItsOwnIsRefusedByName)
+TEST_F(IdAllocatorTest, AnotherFileIsRefusedByName)
 {
     for (const char* text :
          {"", "hello", "pelacon-next-id ", "pelacon-next-id 12", "pelacon-next-id -4\n",
@@ -64,12 +64,12 @@ TEST_F(IdAllocatorTest, AFileThatIsNotItsOwnIsRefusedByName)
     }
 }
 
-TEST_F(IdAllocatorTest, AFolderThatIsNotThereIsAnError)
+TEST_F(IdAllocatorTest, AMissingFolderIsAnError)
 {
     EXPECT_THROW(IdAllocator(folder_.File("nowhere/ids")), IdError);
 }
 
-TEST_F(IdAllocatorTest, WhenAllIdsAreGivenItSaysSo)
+TEST_F(IdAllocatorTest, RunningOutOfIdsIsAnError)
 {
     Write("pelacon-next-id 2147483000\n");
     EXPECT_THROW(IdAllocator{File()}, IdError);

@@ -37,7 +37,7 @@ TEST_F(LogTest, LevelsHaveNames)
     EXPECT_EQ(LogLevelOf("loud"), std::nullopt);
 }
 
-TEST_F(LogTest, OnlyWhatIsWantedIsWritten)
+TEST_F(LogTest, OnlyWantedLevelsAreWritten)
 {
     log::wantedLevel = LogLevel::kWarning;
     log::Error("error ", 1);
@@ -64,7 +64,7 @@ TEST_F(LogTest, MessagesAreTracedByName)
                                     "client 3 ! BtStateChanged 0xD80062, 4 bytes, not there"));
 }
 
-TEST_F(LogTest, TwoOperationsWithOneIdAreToldApart)
+TEST_F(LogTest, TwoOperationsWithOneIdHaveTheirOwnNames)
 {
     log::wantedLevel = LogLevel::kDebug;
     TraceRequest(1, 0xD7007D, Bytes(4));
@@ -84,7 +84,7 @@ TEST_F(LogTest, TheLowestLevelShowsTheBytes)
     EXPECT_EQ(HexOf({}), "");
 }
 
-TEST_F(LogTest, NothingIsTracedWhereNobodyWantsIt)
+TEST_F(LogTest, NothingIsTracedBelowTheWantedLevel)
 {
     log::wantedLevel = LogLevel::kInfo;
     TraceRequest(3, 0xD7005C, {});

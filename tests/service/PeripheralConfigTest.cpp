@@ -89,7 +89,7 @@ TEST(PeripheralConfig, BuildsDataFromStructures)
     EXPECT_EQ(Data("\"\""), Bytes());
 }
 
-TEST(PeripheralConfig, SaysWhatIsWrong)
+TEST(PeripheralConfig, ReportsMistakes)
 {
     using ::testing::HasSubstr;
     EXPECT_THAT(DataError("5"), HasSubstr("advertising.data"));

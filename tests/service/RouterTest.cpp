@@ -50,7 +50,7 @@ TEST_F(RouterTest, GivesTheRecordToItsHandlerAndTheReplyBack)
     EXPECT_EQ(Send(kSwap.id, {1, 0, 0, 0, 2, 0, 0, 0}), (Bytes{2, 0, 0, 0, 1, 0, 0, 0}));
 }
 
-TEST_F(RouterTest, PadsAShortRecordAndIgnoresWhatIsTooLong)
+TEST_F(RouterTest, PadsAShortRecordAndCutsALongOne)
 {
     router_.Serve(kSwap, [](Session&, const Pair& pair) { return Pair{pair.other, pair.one}; });
     EXPECT_EQ(Send(kSwap.id, {}), (Bytes{0, 0, 0, 0, 0, 0, 0, 0}));
@@ -73,7 +73,7 @@ TEST_F(RouterTest, GivesBytesAsTheyAre)
     EXPECT_EQ(Send(kReverse.id, {}), Bytes());
 }
 
-TEST_F(RouterTest, AHandlerMayHaveNothingToSay)
+TEST_F(RouterTest, AHandlerMayReturnNoReply)
 {
     router_.Serve(kPlain, [](Session& session, const Nothing&) {
         return session.ClientId() == 1 ? std::nullopt : std::optional(protocol::StatusReply{0});
@@ -81,7 +81,7 @@ TEST_F(RouterTest, AHandlerMayHaveNothingToSay)
     EXPECT_EQ(Send(kPlain.id, {}), std::nullopt);
 }
 
-TEST_F(RouterTest, WhatIsPostedHasNoReply)
+TEST_F(RouterTest, PostedMessagesHaveNoReply)
 {
     std::int32_t seen = 0;
     router_.Serve(kPosted, [&](Session&, const Pair& pair) { seen = pair.one; });
@@ -89,7 +89,7 @@ TEST_F(RouterTest, WhatIsPostedHasNoReply)
     EXPECT_EQ(seen, 5);
 }
 
-TEST_F(RouterTest, TellsTwoOperationsWithOneIdByTheirLength)
+TEST_F(RouterTest, DistinguishesTwoOperationsWithOneIdByLength)
 {
     router_.Serve(kTwinWithout, [](Session&, const Nothing&) { return protocol::StatusReply{1}; });
     router_.Serve(kTwinWithRecord, [](Session&, const protocol::Int32Record& record) {
@@ -102,7 +102,7 @@ TEST_F(RouterTest, TellsTwoOperationsWithOneIdByTheirLength)
     EXPECT_EQ(Send(0xD70006, {7, 0, 0, 0, 9}), (Bytes{107, 0, 0, 0}));
 }
 
-TEST_F(RouterTest, KnowsWhatItDoesNotServe)
+TEST_F(RouterTest, ReportsUnservedOperations)
 {
     EXPECT_EQ(router_.Find(0xD70001, 0), nullptr);
     router_.Serve(kPlain, [](Session&, const Nothing&) { return protocol::StatusReply{0}; });
@@ -111,7 +111,7 @@ TEST_F(RouterTest, KnowsWhatItDoesNotServe)
     EXPECT_EQ(router_.Find(-1, 0), nullptr);
 }
 
-TEST_F(RouterTest, ServingTwiceIsAMistake)
+TEST_F(RouterTest, ServingAnOperationTwiceThrows)
 {
     const auto handler = [](Session&, const Nothing&) { return protocol::StatusReply{0}; };
     router_.Serve(kPlain, handler);

@@ -132,7 +132,7 @@ class ScanFamilyTest : public ServiceTest {
     }
 };
 
-TEST_F(ScanFamilyTest, HearsWhatPeripheralsAdvertise)
+TEST_F(ScanFamilyTest, ReceivesAdvertisementsOfPeripherals)
 {
     TestClient client(PipeName());
     Scanning(client);
@@ -143,7 +143,7 @@ TEST_F(ScanFamilyTest, HearsWhatPeripheralsAdvertise)
     EXPECT_EQ(HeardOf(client), (std::set{kLamp, kStrap, kBeacon})) << "and none that is silent";
 }
 
-TEST_F(ScanFamilyTest, HearsScanResponsesBehindTheirAdvertisement)
+TEST_F(ScanFamilyTest, ReceivesScanResponsesAfterTheirAdvertisements)
 {
     TestClient client(PipeName());
     Scanning(client);
@@ -156,7 +156,7 @@ TEST_F(ScanFamilyTest, HearsScanResponsesBehindTheirAdvertisement)
     EXPECT_EQ(DataOf(result), (Bytes{6, 9, 'S', 't', 'r', 'a', 'p'}));
 }
 
-TEST_F(ScanFamilyTest, WhoCannotBeAskedGivesNoScanResponse)
+TEST_F(ScanFamilyTest, APeripheralThatIsNotScannableSendsNoScanResponse)
 {
     TestClient client(PipeName());
     Scanning(client);
@@ -183,7 +183,7 @@ TEST_F(ScanFamilyTest, TheSignalVariesWithinItsBounds)
 
 // ---- Statuses
 
-TEST_F(ScanFamilyTest, TellsWhenAScanStartsAndStops)
+TEST_F(ScanFamilyTest, NotifiesWhenAScanStartsAndStops)
 {
     TestClient client(PipeName());
     const std::int32_t id = Scanning(client);
@@ -195,7 +195,7 @@ TEST_F(ScanFamilyTest, TellsWhenAScanStartsAndStops)
     EXPECT_EQ(client.Waiting(protocol::kScanStatus.id), 0U);
 }
 
-TEST_F(ScanFamilyTest, AnAdapterThatIsSwitchedOffStopsScansAndSaysSo)
+TEST_F(ScanFamilyTest, SwitchingTheAdapterOffStopsScansAndNotifies)
 {
     TestClient client(PipeName());
     TestClient other(PipeName());
@@ -221,7 +221,7 @@ TEST_F(ScanFamilyTest, AnAdapterThatIsSwitchedOffStopsScansAndSaysSo)
         << "nothing else was told";
 }
 
-TEST_F(ScanFamilyTest, AStoppedListenerHearsNothing)
+TEST_F(ScanFamilyTest, AStoppedListenerReceivesNothing)
 {
     TestClient client(PipeName());
     const std::int32_t id = Scanning(client);
@@ -254,7 +254,7 @@ TEST_F(ScanFamilyTest, PoliciesChangeTheRate)
     EXPECT_NEAR(lowPower / all, 0.10, 0.03);
 }
 
-TEST_F(ScanFamilyTest, TheFastestPolicyOfAClientCounts)
+TEST_F(ScanFamilyTest, TheFastestPolicyOfAClientDecides)
 {
     TestClient client(PipeName());
     TestClient reference(PipeName());
@@ -274,7 +274,7 @@ TEST_F(ScanFamilyTest, TheFastestPolicyOfAClientCounts)
     EXPECT_GT(since, 0U);
 }
 
-TEST_F(ScanFamilyTest, PoliciesThatThereAreNotAreRefused)
+TEST_F(ScanFamilyTest, UnknownPoliciesAreRefused)
 {
     TestClient client(PipeName());
     const std::int32_t id = Register(client);
@@ -285,7 +285,7 @@ TEST_F(ScanFamilyTest, PoliciesThatThereAreNotAreRefused)
 
 // ---- Filters
 
-TEST_F(ScanFamilyTest, FiltersLetThroughWhatMatchesOneOfThem)
+TEST_F(ScanFamilyTest, FiltersPassAdvertisementsThatMatchOneOfThem)
 {
     using Set = std::set<std::uint64_t>;
     EXPECT_EQ(HeardThrough({}), (Set{kLamp, kStrap, kBeacon}));
@@ -299,7 +299,7 @@ TEST_F(ScanFamilyTest, FiltersLetThroughWhatMatchesOneOfThem)
     EXPECT_EQ(HeardThrough({{0, {}}}), (Set{kLamp, kStrap, kBeacon}));
 }
 
-TEST_F(ScanFamilyTest, AFilterLooksAtEachMessageByItself)
+TEST_F(ScanFamilyTest, AFilterIsAppliedToEachMessage)
 {
     TestClient client(PipeName());
     const std::int32_t id = Register(client);
@@ -335,7 +335,7 @@ TEST_F(ScanFamilyTest, ListenersOfOneClientShareTheirFilters)
     EXPECT_EQ(HeardOf(client), (std::set{kLamp, kBeacon}));
 }
 
-TEST_F(ScanFamilyTest, FiltersThatMakeNoSenseAreRefused)
+TEST_F(ScanFamilyTest, InvalidFiltersAreRefused)
 {
     TestClient client(PipeName());
     const std::int32_t id = Register(client);
@@ -360,7 +360,7 @@ TEST_F(ScanFamilyTest, FiltersThatMakeNoSenseAreRefused)
 
 // ---- Ids
 
-TEST_F(ScanFamilyTest, IdsAreGoodForTheirClientOnly)
+TEST_F(ScanFamilyTest, IdsAreValidForTheirClientOnly)
 {
     TestClient client(PipeName());
     TestClient other(PipeName());
@@ -403,7 +403,7 @@ TEST_F(ScanFamilyTest, ListenersEndWithTheirClient)
 
 // ---- After a restart
 
-TEST_F(ScanFamilyTest, AListenerThatIsHeldScansAgainAfterARestart)
+TEST_F(ScanFamilyTest, AHeldListenerScansAgainAfterARestart)
 {
     TestClient client(PipeName());
     const std::int32_t id = Scanning(client);
@@ -421,7 +421,7 @@ TEST_F(ScanFamilyTest, AListenerThatIsHeldScansAgainAfterARestart)
     EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStopped}));
 }
 
-TEST_F(ScanFamilyTest, ARepairLeavesWhatWasRegisteredSinceAlone)
+TEST_F(ScanFamilyTest, ARepairDoesNotChangeKnownIds)
 {
     TestClient client(PipeName());
     const std::int32_t id = Register(client);
@@ -435,7 +435,7 @@ TEST_F(ScanFamilyTest, ARepairLeavesWhatWasRegisteredSinceAlone)
     EXPECT_EQ(client.Waiting(protocol::kScanStatus.id), 0U);
 }
 
-TEST_F(ScanFamilyTest, AListenerThatIsHeldWhileTheAdapterIsOffIsToldSo)
+TEST_F(ScanFamilyTest, AHeldListenerIsNotifiedThatTheAdapterIsOff)
 {
     EndService();
     StartService(R"({"adapter": {"on": false}})");

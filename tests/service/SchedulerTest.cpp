@@ -196,7 +196,7 @@ TEST(RandomTest, TheSameSeedGivesTheSameNumbers)
     EXPECT_TRUE(differs);
 }
 
-TEST(RandomTest, CertaintyAndImpossibilityAreExact)
+TEST(RandomTest, ProbabilitiesZeroAndOneAreExact)
 {
     Random random(1);
     for (int i = 0; i < 1000; ++i) {

@@ -20,7 +20,7 @@ class SessionTest : public testing::Test {
     Scheduler::Guard lock = scheduler.Lock();
 };
 
-TEST_F(SessionTest, KeepsWhatComesBeforeTheClientDoes)
+TEST_F(SessionTest, KeepsNotificationsUntilTheClientArrives)
 {
     EXPECT_TRUE(Tell(1));
     EXPECT_TRUE(Tell(2));
@@ -35,14 +35,14 @@ TEST_F(SessionTest, KeepsWhatComesBeforeTheClientDoes)
     }
 }
 
-TEST_F(SessionTest, KeepsNothingThatMayBeDropped)
+TEST_F(SessionTest, KeepsNoDroppableNotification)
 {
     EXPECT_FALSE(session.Notify(protocol::kScanResult, {}, Transport::Urgency::kDroppable));
     session.Arrive(42);
     EXPECT_TRUE(line.sent.empty());
 }
 
-TEST_F(SessionTest, KeepsSoMuchAndNoMore)
+TEST_F(SessionTest, KeepsALimitedNumberOfNotifications)
 {
     for (std::size_t i = 0; i < Session::kMostHeld; ++i) {
         ASSERT_TRUE(Tell(1));
@@ -52,7 +52,7 @@ TEST_F(SessionTest, KeepsSoMuchAndNoMore)
     EXPECT_EQ(line.sent.size(), Session::kMostHeld);
 }
 
-TEST_F(SessionTest, TellsNothingToAClientThatLeft)
+TEST_F(SessionTest, SendsNothingToAClientThatLeft)
 {
     session.Arrive(42);
     session.End();

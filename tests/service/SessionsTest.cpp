@@ -54,7 +54,7 @@ class SessionsTest : public testing::Test {
     Sessions sessions_{scheduler_, transport_, families_, 1ms};
 };
 
-TEST_F(SessionsTest, FamiliesAreToldOfThoseWhoComeAndGo)
+TEST_F(SessionsTest, FamiliesAreCalledForArrivingAndLeavingClients)
 {
     sessions_.Arrive({3, 33, false});
     sessions_.Arrive({4, 44, true});
@@ -65,7 +65,7 @@ TEST_F(SessionsTest, FamiliesAreToldOfThoseWhoComeAndGo)
     EXPECT_EQ(sessions_.Find(3), nullptr);
 }
 
-TEST_F(SessionsTest, OnlyThoseWhoReturnAreGreeted)
+TEST_F(SessionsTest, OnlyReturningClientsAreGreeted)
 {
     sessions_.Arrive({3, 33, false});
     EXPECT_TRUE(transport_.sent.empty());
@@ -75,7 +75,7 @@ TEST_F(SessionsTest, OnlyThoseWhoReturnAreGreeted)
     EXPECT_EQ(transport_.sent[0].messageId, protocol::kServiceStarted.id);
 }
 
-TEST_F(SessionsTest, AClientThatLeftComesBackToASessionOfItsOwn)
+TEST_F(SessionsTest, AReturningClientHasANewSession)
 {
     sessions_.Arrive({3, 33, false});
     const std::shared_ptr<Session> before = sessions_.Of(3);
@@ -86,7 +86,7 @@ TEST_F(SessionsTest, AClientThatLeftComesBackToASessionOfItsOwn)
     EXPECT_TRUE(sessions_.Find(3)->IsPresent());
 }
 
-TEST_F(SessionsTest, WhoAsksBeforeArrivingHasASessionFromThenOn)
+TEST_F(SessionsTest, ARequestBeforeTheArrivalOpensASession)
 {
     const std::shared_ptr<Session> early = sessions_.Of(5);
     EXPECT_EQ(sessions_.Find(5), nullptr) << "not there yet";
@@ -96,7 +96,7 @@ TEST_F(SessionsTest, WhoAsksBeforeArrivingHasASessionFromThenOn)
     EXPECT_FALSE(scheduler_.Wait(5ms, [&] { return notes_ != "new5 "; })) << notes_;
 }
 
-TEST_F(SessionsTest, WhoAsksAndNeverArrivesIsForgotten)
+TEST_F(SessionsTest, AClientThatNeverArrivesIsForgotten)
 {
     const std::shared_ptr<Session> early = sessions_.Of(5);
     EXPECT_TRUE(scheduler_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
@@ -116,7 +116,7 @@ TEST_F(SessionsTest, WhoHasNotArrivedIsKeptFromRequestToRequest)
     EXPECT_GE(Scheduler::Clock::now() - asked, kGrace);
 }
 
-TEST_F(SessionsTest, EndingThemAllTellsTheFamiliesNothing)
+TEST_F(SessionsTest, EndingAllSessionsCallsNoFamily)
 {
     sessions_.Arrive({3, 33, false});
     const std::shared_ptr<Session> arrived = sessions_.Of(3);
@@ -127,7 +127,7 @@ TEST_F(SessionsTest, EndingThemAllTellsTheFamiliesNothing)
     EXPECT_EQ(notes_, "new3 ");
 }
 
-TEST_F(SessionsTest, ThoseWhoAreThereAreListedInOrder)
+TEST_F(SessionsTest, PresentClientsAreListedInOrder)
 {
     sessions_.Arrive({9, 1, false});
     sessions_.Arrive({2, 1, false});

@@ -122,7 +122,7 @@ TEST_F(SoftApFamilyTest, IsCreatedAndDescribed)
     EXPECT_EQ(Channel(client), 0);
 }
 
-TEST_F(SoftApFamilyTest, ThereIsOneAtATime)
+TEST_F(SoftApFamilyTest, OnlyOneExistsAtATime)
 {
     TestClient one(PipeName());
     TestClient other(PipeName());
@@ -150,7 +150,7 @@ TEST_F(SoftApFamilyTest, IsDestroyedForThePurposeItWasCreatedFor)
     EXPECT_EQ(Destroy(client, 2), kStatusDone) << "was created for any purpose";
 }
 
-TEST_F(SoftApFamilyTest, IsThereOnlyWhileWifiIsOn)
+TEST_F(SoftApFamilyTest, ExistsOnlyWhileWifiIsOn)
 {
     TestClient client(PipeName());
     Listen(client);
@@ -165,7 +165,7 @@ TEST_F(SoftApFamilyTest, IsThereOnlyWhileWifiIsOn)
     EXPECT_EQ(LastError(client), kStatusRadioOff);
 }
 
-TEST_F(SoftApFamilyTest, ThatComesToNothingSaysSo)
+TEST_F(SoftApFamilyTest, AFailedCreationIsReported)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
     TestClient client(PipeName());
@@ -174,7 +174,7 @@ TEST_F(SoftApFamilyTest, ThatComesToNothingSaysSo)
     EXPECT_FALSE(Exists(client));
 }
 
-TEST_F(SoftApFamilyTest, ACreationThatTakesLongCanBeEnded)
+TEST_F(SoftApFamilyTest, ALongCreationCanBeCancelled)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
     TestClient client(PipeName());
@@ -209,7 +209,7 @@ TEST_F(SoftApFamilyTest, RequestsOfAClientThatLosesItsEventConnectionAreNotAnswe
     EXPECT_FALSE(restart.get());
 }
 
-TEST_F(SoftApFamilyTest, IsForItsPurposeThoughItsCreatorHasLeft)
+TEST_F(SoftApFamilyTest, KeepsItsPurposeWhenItsCreatorLeaves)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 300}}})");
     const auto softAp = [this] { return Command({{"command", "status"}})["softAp"]; };
@@ -230,7 +230,7 @@ TEST_F(SoftApFamilyTest, IsForItsPurposeThoughItsCreatorHasLeft)
 
 // ---- Its name
 
-TEST_F(SoftApFamilyTest, IsGivenANewName)
+TEST_F(SoftApFamilyTest, IsRenamed)
 {
     TestClient client(PipeName());
     EXPECT_TRUE(client.Call(protocol::kChangeSSIDAndPasswd));
@@ -253,7 +253,7 @@ TEST_F(SoftApFamilyTest, KeepsItsNameUntilItIsCreatedAgain)
     EXPECT_THAT(std::string(TextIn(Create(client).ssid)), StartsWith("Pelacon-"));
 }
 
-TEST_F(SoftApFamilyTest, NamesAreDrawnDifferently)
+TEST_F(SoftApFamilyTest, RandomNamesDiffer)
 {
     TestClient client(PipeName());
     std::set<std::string> names;
@@ -336,7 +336,7 @@ TEST_F(SoftApFamilyTest, TakesProductTypesWithinLimits)
     EXPECT_EQ(set(std::string(65, ',')), 0) << "too many";
 }
 
-TEST_F(SoftApFamilyTest, TellsTheMachinesOwnConnection)
+TEST_F(SoftApFamilyTest, ReportsTheMachinesConnection)
 {
     TestClient client(PipeName());
     auto connected = client.Call(protocol::kIsAPConnected);
@@ -352,7 +352,7 @@ TEST_F(SoftApFamilyTest, TellsTheMachinesOwnConnection)
 
 // ---- Who hears of it
 
-TEST_F(SoftApFamilyTest, TellsOfDevicesAndOfTheFirstAndTheLast)
+TEST_F(SoftApFamilyTest, NotifiesOfDevicesAndOfTheFirstAndTheLast)
 {
     TestClient client(PipeName());
     TestClient deaf(PipeName());
@@ -418,7 +418,7 @@ TEST_F(SoftApFamilyTest, DevicesOfTheWorldComeAndGo)
     EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
 }
 
-TEST_F(SoftApFamilyTest, DestroyingItSendsItsDevicesAway)
+TEST_F(SoftApFamilyTest, DestroyingItDisconnectsItsDevices)
 {
     TestClient client(PipeName());
     Listen(client);
@@ -429,7 +429,7 @@ TEST_F(SoftApFamilyTest, DestroyingItSendsItsDevicesAway)
     EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
 }
 
-TEST_F(SoftApFamilyTest, WhoUnregistersGoesOnToHear)
+TEST_F(SoftApFamilyTest, NotificationsContinueAfterUnregistering)
 {
     // It may have registered other objects.
     TestClient client(PipeName());
@@ -441,7 +441,7 @@ TEST_F(SoftApFamilyTest, WhoUnregistersGoesOnToHear)
 
 // ---- Channels
 
-TEST_F(SoftApFamilyTest, MeetsThePhoneWhereNeitherNeedsToHop)
+TEST_F(SoftApFamilyTest, UsesTheCommonChannelOfPhoneAndMachine)
 {
     TestClient client(PipeName());
     EXPECT_EQ(Create(client).apByte1, 6) << "the phone's own connection";

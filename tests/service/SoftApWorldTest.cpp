@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-TEST(SoftApWorldTest, HasASoftApUnlikeAGroup)
+TEST(SoftApWorldTest, TheDefaultsOfASoftApDifferFromAGroups)
 {
     const simulation::WorldFile world = Read("{}");
     EXPECT_EQ(world.softAp.ssid, "Pelacon-AP");
@@ -54,7 +54,7 @@ TEST(SoftApWorldTest, ReadsThePhone)
     EXPECT_EQ(phone.moves[1].channel, 0);
 }
 
-TEST(SoftApWorldTest, NamesMistakes)
+TEST(SoftApWorldTest, ReportsMistakes)
 {
     const struct {
         const char* world;

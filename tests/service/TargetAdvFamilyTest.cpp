@@ -41,7 +41,7 @@ class TargetAdvFamilyTest : public ServiceTest {
     }
 };
 
-TEST_F(TargetAdvFamilyTest, WhatOneClientPushesAllListenersHear)
+TEST_F(TargetAdvFamilyTest, AllListenersReceiveAPush)
 {
     TestClient one(PipeName());
     TestClient other(PipeName());
@@ -57,7 +57,7 @@ TEST_F(TargetAdvFamilyTest, WhatOneClientPushesAllListenersHear)
     EXPECT_EQ(deaf.Waiting(0xD8007E), 0U);
 }
 
-TEST_F(TargetAdvFamilyTest, EveryRegistrationIsEndedByItself)
+TEST_F(TargetAdvFamilyTest, EachRegistrationEndsSeparately)
 {
     TestClient client(PipeName());
     EXPECT_EQ(Unregister(client), kStatusUnknownId);
@@ -74,7 +74,7 @@ TEST_F(TargetAdvFamilyTest, EveryRegistrationIsEndedByItself)
     EXPECT_EQ(client.Next(protocol::kTargetAdvReceived).business, 3) << "the second went nowhere";
 }
 
-TEST_F(TargetAdvFamilyTest, TheWorldSendsSomeByItself)
+TEST_F(TargetAdvFamilyTest, TheWorldSendsItsOwn)
 {
     EndService();
     StartService(R"({"targetedAdvertisements": [
@@ -103,7 +103,7 @@ TEST_F(TargetAdvFamilyTest, ListenersEndWithTheirClient)
     EXPECT_TRUE(Eventually([&] { return listeners() == 0; }));
 }
 
-TEST_F(TargetAdvFamilyTest, AClientThatReturnsListensAsBefore)
+TEST_F(TargetAdvFamilyTest, AReturningClientKeepsItsListeners)
 {
     TestClient client(PipeName());
     Register(client);

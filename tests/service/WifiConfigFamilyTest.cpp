@@ -65,7 +65,7 @@ class WifiConfigFamilyTest : public ServiceTest {
 
 // ---- Configurations
 
-TEST_F(WifiConfigFamilyTest, SaysOfItselfWhatItIs)
+TEST_F(WifiConfigFamilyTest, ReturnsTheOwnConfiguration)
 {
     TestClient client(PipeName());
     EXPECT_EQ(Self(client, 0), "role=owner;address=123456789abc;channels=6,36");
@@ -74,7 +74,7 @@ TEST_F(WifiConfigFamilyTest, SaysOfItselfWhatItIs)
     EXPECT_EQ(Self(client, -1), "status 7");
 }
 
-TEST_F(WifiConfigFamilyTest, WhatOneSetsTheOthersAreAndHear)
+TEST_F(WifiConfigFamilyTest, APeerConfigurationIsTheOthersOwnAndIsNotified)
 {
     TestClient one(PipeName());
     TestClient other(PipeName());
@@ -98,7 +98,7 @@ TEST_F(WifiConfigFamilyTest, WhatOneSetsTheOthersAreAndHear)
     EXPECT_EQ(third.Waiting(protocol::kWifiCfgChanged.id), 0U);
 }
 
-TEST_F(WifiConfigFamilyTest, WhatIsSetOutlivesTheSetter)
+TEST_F(WifiConfigFamilyTest, AConfigurationOutlivesItsClient)
 {
     for (const char* text : {"first", "second"}) {
         TestClient client(PipeName());
@@ -135,7 +135,7 @@ TEST_F(WifiConfigFamilyTest, AConfigurationMayFillItsField)
     EXPECT_EQ(Self(other, 0), "status 7") << "nothing is nothing";
 }
 
-TEST_F(WifiConfigFamilyTest, ImpossibleConfigurationsAreRefused)
+TEST_F(WifiConfigFamilyTest, InvalidConfigurationsAreRefused)
 {
     TestClient client(PipeName());
     for (const std::int32_t type : {-1, 16, 2147483647}) {
@@ -171,7 +171,7 @@ TEST_F(WifiConfigFamilyTest, RecommendsAChannel)
     EXPECT_EQ(any->response.channel, 6);
 }
 
-TEST_F(WifiConfigFamilyTest, RecommendsNothingForNonsense)
+TEST_F(WifiConfigFamilyTest, RecommendsNoChannelForInvalidRequests)
 {
     TestClient client(PipeName());
     const auto ask = [&](const Bytes& payload) {
@@ -190,7 +190,7 @@ TEST_F(WifiConfigFamilyTest, RecommendsNothingForNonsense)
 
 // ---- Interfaces
 
-TEST_F(WifiConfigFamilyTest, KnowsWhatCanWorkSideBySide)
+TEST_F(WifiConfigFamilyTest, ReportsCoexistence)
 {
     TestClient client(PipeName());
     const auto reply = client.Call(protocol::kGetIfaceCoexistCap);
@@ -200,7 +200,7 @@ TEST_F(WifiConfigFamilyTest, KnowsWhatCanWorkSideBySide)
     EXPECT_EQ(reply->status, kStatusDone);
 }
 
-TEST_F(WifiConfigFamilyTest, TheSharedIdIsToldApartByLength)
+TEST_F(WifiConfigFamilyTest, TheSharedIdIsDistinguishedByLength)
 {
     TestClient client(PipeName());
     const auto withNothing = client.CallRaw(0xD7007D, {});
@@ -211,7 +211,7 @@ TEST_F(WifiConfigFamilyTest, TheSharedIdIsToldApartByLength)
     EXPECT_EQ(withFour->size(), 4U) << "the other family's";
 }
 
-TEST_F(WifiConfigFamilyTest, KnowsGuidsByName)
+TEST_F(WifiConfigFamilyTest, ReturnsGuidsByName)
 {
     TestClient client(PipeName());
     const auto reply = client.Call(protocol::kGetGuidByInterfaceName, "p2p0");
@@ -238,7 +238,7 @@ TEST_F(WifiConfigFamilyTest, KeepsTheSceneOfAnInterface)
 
 // ---- Connections
 
-TEST_F(WifiConfigFamilyTest, TellsOfConnectionsAsAskedFor)
+TEST_F(WifiConfigFamilyTest, NotifiesOfRegisteredConnections)
 {
     TestClient all(PipeName());
     TestClient joining(PipeName());
@@ -294,7 +294,7 @@ TEST_F(WifiConfigFamilyTest, AddressesOfConnectionsMayBeUpperCaseButMustBeAddres
 
 // ---- Cards
 
-TEST_F(WifiConfigFamilyTest, KnowsTheStatesOfCards)
+TEST_F(WifiConfigFamilyTest, ReturnsTheStatesOfCards)
 {
     TestClient client(PipeName());
     const auto ask = [&](std::int32_t card) {
@@ -314,7 +314,7 @@ TEST_F(WifiConfigFamilyTest, KnowsTheStatesOfCards)
     EXPECT_EQ(ask(-2).status, kStatusNotFound);
 }
 
-TEST_F(WifiConfigFamilyTest, TellsOfCardsThatChange)
+TEST_F(WifiConfigFamilyTest, NotifiesOfChangedCards)
 {
     TestClient client(PipeName());
     TestClient refused(PipeName());
@@ -334,7 +334,7 @@ TEST_F(WifiConfigFamilyTest, TellsOfCardsThatChange)
               "there is no place for this card");
 }
 
-TEST_F(WifiConfigFamilyTest, AssumesThatThoseWhoReturnWantToHearOn)
+TEST_F(WifiConfigFamilyTest, ReturningClientsStayRegistered)
 {
     TestClient client(PipeName());
     client.Call(protocol::kSetWifiCardStateNotify, {0, 0});

@@ -31,7 +31,7 @@ class WifiStateFamilyTest : public ServiceTest {
     }
 };
 
-TEST_F(WifiStateFamilyTest, SwitchesAndTellsThoseWhoRegistered)
+TEST_F(WifiStateFamilyTest, SwitchesAndNotifiesRegisteredClients)
 {
     TestClient listener(PipeName());
     TestClient actor(PipeName());
@@ -145,7 +145,7 @@ TEST_F(WifiStateFamilyTest, AClientThatReturnsIsNotifiedOfTheStateThatItFinds)
     EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn) << "as the world says";
 }
 
-TEST_F(WifiStateFamilyTest, SwitchingToWhatItIsTellsNothing)
+TEST_F(WifiStateFamilyTest, SwitchingToThePresentStateNotifiesNobody)
 {
     TestClient client(PipeName());
     ListenToSwitch(client);
@@ -163,7 +163,7 @@ TEST_F(WifiStateFamilyTest, WithoutAnAdapterNothingIsSwitched)
     EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 2);
 }
 
-TEST_F(WifiStateFamilyTest, WhoUnregistersGoesOnToHear)
+TEST_F(WifiStateFamilyTest, NotificationsContinueAfterUnregistering)
 {
     // It may have registered other objects.
     TestClient client(PipeName());
@@ -173,7 +173,7 @@ TEST_F(WifiStateFamilyTest, WhoUnregistersGoesOnToHear)
     EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff);
 }
 
-TEST_F(WifiStateFamilyTest, ThePhonesChannelIsToldToThoseWhoRegistered)
+TEST_F(WifiStateFamilyTest, RegisteredClientsReceiveThePhonesChannel)
 {
     TestClient client(PipeName());
     ListenToChannel(client);
@@ -188,7 +188,7 @@ TEST_F(WifiStateFamilyTest, ThePhonesChannelIsToldToThoseWhoRegistered)
     EXPECT_EQ(CommandText(command(37).dump())["ok"], false) << "no such channel";
 }
 
-TEST_F(WifiStateFamilyTest, ThePhoneOfTheWorldMoves)
+TEST_F(WifiStateFamilyTest, ThePhoneOfTheWorldChangesItsChannel)
 {
     EndService();
     StartService(R"({"phone": {"moves": [{"afterMs": 300, "channel": 11},
@@ -199,7 +199,7 @@ TEST_F(WifiStateFamilyTest, ThePhoneOfTheWorldMoves)
     EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 0);
 }
 
-TEST_F(WifiStateFamilyTest, NobodyHearsAfterLeaving)
+TEST_F(WifiStateFamilyTest, ClientsThatLeftReceiveNothing)
 {
     const auto listeners = [this] {
         return Command({{"command", "status"}})["wifi"]["switchListeners"].get<int>();

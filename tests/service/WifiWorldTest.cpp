@@ -66,7 +66,7 @@ TEST(WifiWorldTest, ReadsCards)
     EXPECT_EQ(cards.interfaces[0].index, 1);
 }
 
-TEST(WifiWorldTest, NamesMistakes)
+TEST(WifiWorldTest, ReportsMistakes)
 {
     const struct {
         const char* world;

@@ -14,7 +14,7 @@ struct Padded {
     std::int32_t other;
 };
 
-TEST(WireTest, AShortPayloadIsReadAsIfZerosFollowed)
+TEST(WireTest, AShortPayloadIsPaddedWithZeros)
 {
     // In storage of exactly its length, so that reading further would be seen.
     const std::unique_ptr<std::uint8_t[]> payload(new std::uint8_t[5]{1, 0, 0, 0, 7});
@@ -24,7 +24,7 @@ TEST(WireTest, AShortPayloadIsReadAsIfZerosFollowed)
     EXPECT_EQ(ReadPadded<Padded>({}).one, 0);
 }
 
-TEST(WireTest, ALongPayloadIsReadAsFarAsTheRecordGoes)
+TEST(WireTest, ALongPayloadIsCutToTheRecord)
 {
     const Bytes payload{1, 0, 0, 0, 2, 0, 0, 0, 3};
     EXPECT_EQ(ReadPadded<Padded>(payload).other, 2);
@@ -39,7 +39,7 @@ TEST(WireTest, TextEndsAtItsNulOrItsField)
     EXPECT_EQ(TextIn(field), "xyz");
 }
 
-TEST(WireTest, TextIsCutToItsFieldAndZerosFollowIt)
+TEST(WireTest, TextIsCutToItsFieldAndPadded)
 {
     char field[4] = {'#', '#', '#', '#'};
     PutText(field, "ab");
@@ -48,7 +48,7 @@ TEST(WireTest, TextIsCutToItsFieldAndZerosFollowIt)
     EXPECT_EQ(std::string(field, 4), "abcd");
 }
 
-TEST(WireTest, ARecordsBytesAreAllOfIt)
+TEST(WireTest, TheBytesOfARecordAreComplete)
 {
     const Padded pair{1, 2};
     EXPECT_EQ(AsBytes(pair).size(), 8U);

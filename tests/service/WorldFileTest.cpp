@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 
-TEST(WorldFileTest, TheBuiltInWorldIsRight)
+TEST(WorldFileTest, TheBuiltInWorldIsValid)
 {
     const simulation::WorldFile world =
         simulation::ReadWorldFile(simulation::DefaultWorldText(), "default-world.json");
@@ -78,7 +78,7 @@ TEST(WorldFileTest, IsAFileOfBoundedSize)
               folder.File("") + ": cannot be read: it is neither a file nor a pipe");
 }
 
-TEST(WorldFileTest, MistakesAreNamedWithLineAndField)
+TEST(WorldFileTest, MistakesAreReportedWithLineAndField)
 {
     EXPECT_EQ(Complaint("{\n\"adaptor\": {}}").substr(0, 40),
               "world.json:2: adaptor: unknown field; th");

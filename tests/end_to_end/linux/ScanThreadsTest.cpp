@@ -101,7 +101,7 @@ class ScanThreads : public ::testing::Test {
     std::vector<int> ids_;
 };
 
-TEST_F(ScanThreads, AThreadThatCannotBeCreatedCostsOnlyThatResult)
+TEST_F(ScanThreads, AThreadThatCannotBeCreatedLosesThatResultOnly)
 {
     static BleScanCallbacksC first = Counting<0>();
     static BleScanCallbacksC second = Counting<1>();
@@ -139,7 +139,7 @@ long StatusOf(const std::string& name)
     throw std::runtime_error("no such figure: " + name);
 }
 
-TEST_F(ScanThreads, ABurstToASlowCallbackGoesByAndLeavesNothing)
+TEST_F(ScanThreads, ABurstToASlowCallbackLeavesNoThread)
 {
     constexpr int kBurst = 1000;  // what the service keeps for a client that is not quick enough
     constexpr int kBursts = 5;

@@ -50,7 +50,7 @@ void OnStateChanged(std::int32_t /*state*/)
     ++told;
 }
 
-TEST(Unload, WhileACallbackRunsHarmsNothing)
+TEST(Unload, WhileACallbackRunsTheLibraryStays)
 {
     static BtManagerCallbacksC table{OnStateChanged};
     const ServiceProcess service;

@@ -45,7 +45,7 @@ TEST_F(ControlTest, AnAnswerMayBeOfAnyLength)
     }
 }
 
-TEST_F(ControlTest, SaysWhyThereIsNoAnswer)
+TEST_F(ControlTest, AMissingAnswerHasItsReason)
 {
     EXPECT_FALSE(Send("anybody?"));
     EXPECT_EQ(error.kind, Kind::kNoService);
@@ -65,7 +65,7 @@ TEST_F(ControlTest, SaysWhyThereIsNoAnswer)
     EXPECT_EQ(error.kind, Kind::kRefused);
 }
 
-TEST_F(ControlTest, SaysWhenTheServiceGoesAwayOrTalksNonsense)
+TEST_F(ControlTest, ALostServiceAndABadAnswerHaveTheirReasons)
 {
     RawService service;
     std::thread operators([&] {
@@ -85,7 +85,7 @@ TEST_F(ControlTest, SaysWhenTheServiceGoesAwayOrTalksNonsense)
     operators.join();
 }
 
-TEST_F(ControlTest, MayCloseEverythingAndStillAnswers)
+TEST_F(ControlTest, ACommandThatClosesAllConnectionsIsAnswered)
 {
     StartBoth();
     handler.onControl = [&](std::string_view) {
@@ -97,7 +97,7 @@ TEST_F(ControlTest, MayCloseEverythingAndStillAnswers)
     handler.arrived.WaitFor(2);
 }
 
-TEST_F(ControlTest, AWatcherSeesTheNotificationsToAllClients)
+TEST_F(ControlTest, AWatcherReceivesTheNotificationsToAllClients)
 {
     StartBoth();
     IPCMessageClient other(1, false, false, kPipe);
@@ -132,7 +132,7 @@ TEST_F(ControlTest, AWatcherSeesTheNotificationsToAllClients)
     EXPECT_TRUE(server->Notify(clientId, 7, {}));  // nobody watches any more
 }
 
-TEST_F(ControlTest, AWatcherLearnsThatTheServiceHasGone)
+TEST_F(ControlTest, AWatcherEndsWithTheService)
 {
     const auto visitor = [&](const TagIPCMessageItem*) {
         server.reset();
@@ -145,7 +145,7 @@ TEST_F(ControlTest, AWatcherLearnsThatTheServiceHasGone)
     EXPECT_EQ(error.kind, Kind::kLost);
 }
 
-TEST_F(ControlTest, AWatcherThatDoesNotReadHoldsUpNobody)
+TEST_F(ControlTest, AWatcherThatDoesNotReadDelaysNobody)
 {
     StartBoth();
     RawClient idler;

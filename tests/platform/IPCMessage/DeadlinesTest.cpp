@@ -63,7 +63,7 @@ TEST_F(DeadlinesTest, ATimedOutCallEndsNoSession)
     EXPECT_EQ(handler.arrived.Count(), 1U);
 }
 
-TEST_F(DeadlinesTest, ARequestThatIsNeverAnsweredLeavesItsConnectionToTheServiceUntilItIsOver)
+TEST_F(DeadlinesTest, AnUnansweredRequestKeepsItsConnectionUntilTheServiceIsDone)
 {
     handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem&) {
         return IPCReply{IPCReplyKind::kNever, {}};
@@ -75,7 +75,7 @@ TEST_F(DeadlinesTest, ARequestThatIsNeverAnsweredLeavesItsConnectionToTheService
     EXPECT_EQ(server->GetStatistics().repliesToNobody, 0U);
 }
 
-TEST_F(DeadlinesTest, WithoutAServiceNothingIsWaitedFor)
+TEST_F(DeadlinesTest, WithoutAServiceARequestFailsAtOnce)
 {
     StartClient();
     const auto duration = Duration([&] { EXPECT_FALSE(IsServed(*client)); });

@@ -13,7 +13,7 @@ namespace {
 
 using EndTest = ChannelTest;
 
-TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
+TEST_F(EndTest, RunningRequestsAreAnswered)
 {
     std::atomic<int> inside{0};
     const Ending ending(*this);
@@ -45,7 +45,7 @@ TEST_F(EndTest, GivesTheAnswersThatAreUnderWay)
     EXPECT_EQ(answer, "done");
 }
 
-TEST_F(EndTest, LetsNoRequestOvertakeAPost)
+TEST_F(EndTest, NoRequestOvertakesAPost)
 {
     std::atomic<int> inside{0};
     const Ending ending(*this);
@@ -68,7 +68,7 @@ TEST_F(EndTest, LetsNoRequestOvertakeAPost)
     EXPECT_EQ(inside, 0);
 }
 
-TEST_F(EndTest, IsNotHeldUpByACallerThatTakesNoAnswer)
+TEST_F(EndTest, ACallerThatDoesNotReadDoesNotDelayIt)
 {
     handler.onRequest = [](std::uint64_t, const TagIPCMessageItem&) {
         return IPCReply{IPCReplyKind::kPayload, ByteVector(60'000)};

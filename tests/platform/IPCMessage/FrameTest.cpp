@@ -12,7 +12,7 @@ using ipc::FrameBuffer;
 using ipc::FrameHeader;
 using ipc::FrameKind;
 
-TEST(FrameTest, HasItsFieldsInTheirPlaces)
+TEST(FrameTest, FieldsHaveTheirOffsets)
 {
     const FrameHeader header{.kind = FrameKind::kRequest,
                              .flags = ipc::kHasPayload | ipc::kItemFlag,
@@ -101,7 +101,7 @@ std::vector<BadFrame> BadFrames()
             {"the last word", withU32(60, 1)}};
 }
 
-TEST(FrameTest, AnythingElseIsNone)
+TEST(FrameTest, OtherBytesAreNoFrame)
 {
     for (const BadFrame& bad : BadFrames()) {
         EXPECT_FALSE(ipc::ReadFrame(bad.bytes)) << bad.what;
@@ -124,7 +124,7 @@ TEST(FrameTest, ABufferRefusesWhatIsLargerThanItself)
     EXPECT_FALSE(buffer.Read(static_cast<std::size_t>(-1)));
 }
 
-TEST(FrameTest, AnItemsPayloadIsPaddedWhateverTheBufferHeldBefore)
+TEST(FrameTest, AnItemsPayloadIsPaddedInAUsedBuffer)
 {
     FrameBuffer buffer;
     std::fill(buffer.Room().begin(), buffer.Room().end(), std::uint8_t{0xEE});

@@ -140,7 +140,7 @@ TEST_F(HostilePeersTest, AServerSurvivesNoise)
     EXPECT_GT(server->GetStatistics().malformedFrames, before.malformedFrames);
 }
 
-TEST_F(HostilePeersTest, ConnectionsOfOneClientAreTiedToItsProcess)
+TEST_F(HostilePeersTest, ATokenIsValidInItsProcessOnly)
 {
     StartBoth();
     RawClient events;
@@ -156,7 +156,7 @@ TEST_F(HostilePeersTest, ConnectionsOfOneClientAreTiedToItsProcess)
     EXPECT_NE(handler.arrived.WaitFor(4).back().id, first);
 }
 
-TEST(ServerClientsTest, OneTokenIsOneClientForOneProcessOfOneUserOnly)
+TEST(ServerClientsTest, ATokenIsOneClientPerProcessAndUser)
 {
     const ipc::ClientKey key{{1, 2, 3}, 4711, "1000"};
     ipc::ClientKey otherToken = key;
@@ -228,7 +228,7 @@ std::vector<BadReply> BadReplies(std::uint64_t sequence)
             {"beyond all limits", oversized}};
 }
 
-TEST_F(HostilePeersTest, AClientTakesNoBadReply)
+TEST_F(HostilePeersTest, AClientRefusesABadReply)
 {
     RawService service;
     StartClient();
@@ -258,7 +258,7 @@ TEST_F(HostilePeersTest, AClientTakesNoBadReply)
     answering.join();
 }
 
-TEST_F(HostilePeersTest, AClientLeavesABadEventConnectionAndComesBack)
+TEST_F(HostilePeersTest, AClientReplacesABadEventConnection)
 {
     RawService service;
     StartClient();
@@ -306,7 +306,7 @@ TEST_F(HostilePeersTest, AClientSurvivesNoise)
     answering.join();
 }
 
-TEST_F(HostilePeersTest, AServerMayBeToldToSendWhatIsNoFrame)
+TEST_F(HostilePeersTest, AServerCanSendMalformedBytes)
 {
     handler.onRequest = [](std::uint64_t, const TagIPCMessageItem& request) {
         return request.msgId == 9 ? IPCReply{IPCReplyKind::kMalformed, {}} : Handler::Echo(request);

@@ -8,7 +8,7 @@ namespace {
 
 using ChannelLongTest = ChannelTest;
 
-TEST_F(ChannelLongTest, HundredThousandRequestsOfEightThreadsGetEachTheirOwnReply)
+TEST_F(ChannelLongTest, HundredThousandRequestsOfEightThreadsReceiveTheirOwnReplies)
 {
     StartBoth();
     EXPECT_EQ(CallsThatWentWrong(*client, 8, kSanitized ? 1'250 : 12'500), 0U);
@@ -25,7 +25,7 @@ TEST_F(ChannelLongTest, ALongTimeOutIsNotRoundedUp)
     EXPECT_TRUE(KeepsTo(kOverrunLimit, [&] { return Overrun(*client, 3s); }));
 }
 
-TEST_F(ChannelLongTest, ThePausesBetweenAttemptsGrowToTwoSecondsAndNoLonger)
+TEST_F(ChannelLongTest, PausesBetweenAttemptsGrowToTwoSeconds)
 {
     RawService service;
     StartClient();
@@ -39,7 +39,7 @@ TEST_F(ChannelLongTest, ThePausesBetweenAttemptsGrowToTwoSecondsAndNoLonger)
     client.reset();
 }
 
-TEST_F(ChannelLongTest, AConnectionThatSaysNothingIsNotKept)
+TEST_F(ChannelLongTest, ASilentConnectionIsClosed)
 {
     StartServer();
     RawClient silent;
@@ -49,7 +49,7 @@ TEST_F(ChannelLongTest, AConnectionThatSaysNothingIsNotKept)
     EXPECT_EQ(server->GetStatistics().malformedFrames, 0U);
 }
 
-TEST_F(ChannelLongTest, StartingAndStoppingAThousandTimesLeavesNoDescriptorAndNoThread)
+TEST_F(ChannelLongTest, StartingAndStoppingAThousandTimesLeaksNothing)
 {
     StartServer();
     const Stream stream(handler, *server);

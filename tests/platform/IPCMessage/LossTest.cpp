@@ -48,7 +48,7 @@ TEST_F(LossTest, EndsARequestWhoseConnectionIsClosed)
     EXPECT_EQ(handler.left.Count(), 0U);
 }
 
-TEST_F(LossTest, TheClientComesBackByItselfAndSaysSo)
+TEST_F(LossTest, TheClientReconnectsAndReportsItsReturn)
 {
     StartBoth();
     const IPCClientInfo first = handler.arrived.All().front();
@@ -63,7 +63,7 @@ TEST_F(LossTest, TheClientComesBackByItselfAndSaysSo)
     EXPECT_TRUE(IsServed(*client));
 }
 
-TEST_F(LossTest, OfTheEventConnectionAloneLeavesCallsGoingOn)
+TEST_F(LossTest, RunningCallsOutliveTheEventConnection)
 {
     handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
         if (request.msgId == 2) {
@@ -107,7 +107,7 @@ TEST_F(LossTest, ARequestDoesNotWaitForTheNextAttempt)
     EXPECT_TRUE(handler.arrived.WaitFor(2).back().returning);
 }
 
-TEST_F(LossTest, ThePausesBetweenAttemptsGrowUntilOneSucceeds)
+TEST_F(LossTest, PausesBetweenAttemptsGrowUntilOneSucceeds)
 {
     RawService service;
     StartClient();
@@ -121,7 +121,7 @@ TEST_F(LossTest, ThePausesBetweenAttemptsGrowUntilOneSucceeds)
     client.reset();
 }
 
-TEST_F(LossTest, ConnectionsLeftFromAServiceThatIsGoneFailNoRequest)
+TEST_F(LossTest, OldConnectionsFailNoRequest)
 {
     StartBoth();
     OnThreads(8, [&](std::size_t) { EXPECT_TRUE(IsServed(*client)); });
@@ -132,7 +132,7 @@ TEST_F(LossTest, ConnectionsLeftFromAServiceThatIsGoneFailNoRequest)
     OnThreads(8, [&](std::size_t) { EXPECT_TRUE(IsServed(*client)); });
 }
 
-TEST_F(LossTest, RequestsReachTheServiceAfterTheArrivalOfTheirClient)
+TEST_F(LossTest, RequestsFollowTheArrivalOfTheirClient)
 {
     std::atomic<bool> arriving{false};
     std::atomic<int> early{0};
@@ -193,7 +193,7 @@ TEST_F(LossTest, OneSessionEndsBeforeTheNextOfTheSameClientBegins)
     EXPECT_TRUE(Eventually([&] { return sessions == 0; }));
 }
 
-TEST_F(LossTest, ClientIdsAreNeverGivenTwice)
+TEST_F(LossTest, ClientIdsAreUnique)
 {
     StartServer();
     std::vector<std::uint64_t> ids;

@@ -76,7 +76,7 @@ TEST_F(NotificationsTest, GoToTheLastCallbackRegistered)
     EXPECT_EQ(first.Count(), 1U);
 }
 
-TEST_F(NotificationsTest, AreCountedWhenNobodyWantsThem)
+TEST_F(NotificationsTest, UnhandledOnesAreCounted)
 {
     StartBoth();
     Collect(7);
@@ -96,7 +96,7 @@ TEST_F(NotificationsTest, ACallbackMayRegisterOthers)
     EXPECT_EQ(received.WaitFor(1).front().payload, Counting(3));
 }
 
-TEST_F(NotificationsTest, SentFromInsideClientArrivedComeFirst)
+TEST_F(NotificationsTest, ThoseSentInsideClientArrivedComeFirst)
 {
     StartServer();
     handler.onArrived = [&](const IPCClientInfo& arriving) {
@@ -133,7 +133,7 @@ TEST_F(NotificationsTest, GoToTheClientTheyAreFor)
     EXPECT_EQ(server->GetStatistics().clients, 2U);
 }
 
-TEST_F(NotificationsTest, GoNowhereWithoutAnEventConnection)
+TEST_F(NotificationsTest, WithoutAnEventConnectionNoneIsSent)
 {
     StartBoth();
     EXPECT_FALSE(server->Notify(clientId + 1, 7, {}));
@@ -144,7 +144,7 @@ TEST_F(NotificationsTest, GoNowhereWithoutAnEventConnection)
     EXPECT_EQ(server->GetStatistics().clients, 0U);
 }
 
-TEST_F(NotificationsTest, ManyInARowArriveCompleteWhileCallbacksMakeRequests)
+TEST_F(NotificationsTest, ManyArriveCompleteWhileCallbacksMakeRequests)
 {
     StartBoth();
     Mailbox<std::uint32_t> numbers;

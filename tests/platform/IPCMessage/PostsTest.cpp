@@ -30,7 +30,7 @@ TEST_F(PostsTest, CarryTheirRecord)
     EXPECT_EQ(server->GetStatistics().requests, 0U);
 }
 
-TEST_F(PostsTest, GoNowhereWithoutAServiceOrBeyondTheLimit)
+TEST_F(PostsTest, AreRefusedWithoutAServiceOrBeyondTheLimit)
 {
     StartClient();
     EXPECT_FALSE(Post(*client, 1, Counting(4)));
@@ -82,7 +82,7 @@ TEST_F(PostsTest, AreNotOvertakenByARequestOfAnyThread)
     }
 }
 
-TEST_F(PostsTest, LostWithTheirConnectionHoldUpNothing)
+TEST_F(PostsTest, PostsLostWithTheirConnectionDelayNoRequest)
 {
     handler.onPosted = [&](const TagIPCMessageItem&) { gate.Pass(); };
     StartBoth();
@@ -99,7 +99,7 @@ TEST_F(PostsTest, LostWithTheirConnectionHoldUpNothing)
     EXPECT_EQ(handler.posted.All().back().item.msgId, 9);
 }
 
-TEST_F(PostsTest, ThatNeverCameAreWaitedForOnlyForAMoment)
+TEST_F(PostsTest, AMissingPostDelaysRequestsForAMomentOnly)
 {
     StartServer();
     RawClient raw;

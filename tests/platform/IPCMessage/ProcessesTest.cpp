@@ -50,7 +50,7 @@ TEST_F(ProcessesTest, ARestartedServiceIsFoundAgain)
     EXPECT_TRUE(IsServed(*client));
 }
 
-TEST_F(ProcessesTest, AnApplicationThatJustEndsKeepsItsExitCode)
+TEST_F(ProcessesTest, AnApplicationThatReturnsFromMainKeepsItsExitCode)
 {
     if (const char* reason = ChildProcess::WhyItMayNotEnd()) {
         GTEST_SKIP() << reason;
@@ -63,7 +63,7 @@ TEST_F(ProcessesTest, AnApplicationThatJustEndsKeepsItsExitCode)
     }
 }
 
-TEST_F(ProcessesTest, TheServiceLearnsOfAClientsDeath)
+TEST_F(ProcessesTest, TheServiceReportsTheEndOfAClientProcess)
 {
     StartServer();
     PeerProcess application("leave-main");

@@ -47,7 +47,7 @@ class QueueTest : public ChannelTest {
     std::unique_ptr<RawClient> idler;
 };
 
-TEST_F(QueueTest, DroppableNotificationsMakeRoomOldestFirstAndAreCounted)
+TEST_F(QueueTest, DroppableNotificationsAreDroppedOldestFirstAndCounted)
 {
     StartIdler();
     constexpr std::uint32_t kCount = 5000;
@@ -67,7 +67,7 @@ TEST_F(QueueTest, DroppableNotificationsMakeRoomOldestFirstAndAreCounted)
     EXPECT_EQ(server->GetStatistics().slowClients, 0U);
 }
 
-TEST_F(QueueTest, DroppableNotificationsMakeRoomForOthers)
+TEST_F(QueueTest, DroppableNotificationsAreDroppedForOthers)
 {
     StartIdler();
     std::vector<std::uint32_t> kept;
@@ -87,7 +87,7 @@ TEST_F(QueueTest, DroppableNotificationsMakeRoomForOthers)
     EXPECT_TRUE(std::includes(numbers.begin(), numbers.end(), kept.begin(), kept.end()));
 }
 
-TEST_F(QueueTest, AClientThatLetsOthersFillItLosesItsEventConnectionOnly)
+TEST_F(QueueTest, AFullQueueCostsTheEventConnectionOnly)
 {
     StartIdler();
     RawClient calls;
@@ -111,7 +111,7 @@ TEST_F(QueueTest, AClientThatLetsOthersFillItLosesItsEventConnectionOnly)
     EXPECT_EQ(server->GetStatistics().clients, 0U);
 }
 
-TEST_F(QueueTest, OfKeptOnesAloneLetsDroppableOnesGo)
+TEST_F(QueueTest, AQueueOfKeptNotificationsDropsDroppableOnes)
 {
     StartIdler();
     while (server->GetStatistics().notificationsDropped == 0) {
@@ -128,7 +128,7 @@ TEST_F(QueueTest, OfKeptOnesAloneLetsDroppableOnesGo)
     EXPECT_EQ(server->GetStatistics().slowClients, 1U);
 }
 
-TEST_F(QueueTest, ASlowClientIsGreetedAgainAndItsCallsGoOn)
+TEST_F(QueueTest, ASlowClientReturnsAndItsCallsGoOn)
 {
     StartBoth();
     EXPECT_TRUE(IsServed(*client));

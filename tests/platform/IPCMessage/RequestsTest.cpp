@@ -97,7 +97,7 @@ TEST_F(RequestsTest, ReachTheServicePaddedWithZeros)
     }
 }
 
-TEST_F(RequestsTest, TellAnEmptyPayloadFromNone)
+TEST_F(RequestsTest, AnEmptyPayloadDiffersFromNone)
 {
     handler.onRequest = [](std::uint64_t, const TagIPCMessageItem& request) {
         return IPCReply{
@@ -148,7 +148,7 @@ TEST_F(RequestsTest, AReplyTooLargeForAFrameComesWithoutPayload)
     EXPECT_EQ(answer->payload, nullptr);
 }
 
-TEST_F(RequestsTest, OfEightThreadsGetEachTheirOwnReply)
+TEST_F(RequestsTest, RequestsOfEightThreadsReceiveTheirOwnReplies)
 {
     StartBoth();
     EXPECT_EQ(CallsThatWentWrong(*client, 8, 250), 0U);
@@ -156,7 +156,7 @@ TEST_F(RequestsTest, OfEightThreadsGetEachTheirOwnReply)
     EXPECT_LE(server->GetStatistics().callConnections, 8U);
 }
 
-TEST_F(RequestsTest, OfOneThreadTravelOnOneConnection)
+TEST_F(RequestsTest, RequestsOfOneThreadUseOneConnection)
 {
     StartBoth();
     for (int call = 0; call < 50; ++call) {
@@ -165,7 +165,7 @@ TEST_F(RequestsTest, OfOneThreadTravelOnOneConnection)
     EXPECT_EQ(server->GetStatistics().callConnections, 1U);
 }
 
-TEST_F(RequestsTest, BeyondSixtyFourAtOnceWaitForOneAnother)
+TEST_F(RequestsTest, MoreThanSixtyFourRequestsAtOnceWait)
 {
     std::atomic<int> inside{0};
     std::atomic<int> most{0};

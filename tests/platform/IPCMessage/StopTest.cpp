@@ -11,7 +11,7 @@ namespace {
 
 using StopTest = ChannelTest;
 
-TEST_F(StopTest, RefusesWhatComesLater)
+TEST_F(StopTest, RefusesLaterRequestsAndPosts)
 {
     StartBoth();
     Mailbox<int> called;
@@ -79,7 +79,7 @@ TEST_F(StopTest, WaitsForACallbackThatRuns)
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(StopTest, EndsARequestInsideACallbackThatItWaitsFor)
+TEST_F(StopTest, EndsTheRequestOfACallbackThatItWaitsFor)
 {
     handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
         gate.Pass();
@@ -136,7 +136,7 @@ TEST_F(StopTest, TheClientMayBeDestroyedInsideItsCallback)
     EXPECT_TRUE(Eventually([&] { return watched.expired(); }));
 }
 
-TEST_F(StopTest, ForgetsWhatTheCallbacksHold)
+TEST_F(StopTest, DestroysTheCallbacks)
 {
     StartBoth();
     auto captured = std::make_shared<int>(1);
@@ -147,7 +147,7 @@ TEST_F(StopTest, ForgetsWhatTheCallbacksHold)
     EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(StopTest, MayComeFromManyThreadsWhileOthersCallAndNotificationsStream)
+TEST_F(StopTest, MayBeCalledByManyThreadsWhileOthersCallAndNotificationsStream)
 {
     StartBoth();
     const Stream stream(handler, *server);
@@ -170,7 +170,7 @@ TEST_F(StopTest, MayComeFromManyThreadsWhileOthersCallAndNotificationsStream)
     EXPECT_EQ(calls, after);
 }
 
-TEST_F(StopTest, DoesNotWaitOutThePauseBetweenAttempts)
+TEST_F(StopTest, DoesNotWaitForThePauseBetweenAttempts)
 {
     RawService service;
     StartClient();
@@ -183,7 +183,7 @@ TEST_F(StopTest, DoesNotWaitOutThePauseBetweenAttempts)
         100ms, [&] { return Duration([&] { client.reset(); }); }, 1));
 }
 
-TEST_F(StopTest, AndStartManyTimesLeavesNoDescriptorAndNoThread)
+TEST_F(StopTest, RepeatedStartAndStopLeaksNothing)
 {
     StartServer();
     const Stream stream(handler, *server);

@@ -32,7 +32,7 @@ class SuspendedServiceTest : public ChannelTest {
     std::vector<std::unique_ptr<ipc::Connection>> waiting;
 };
 
-TEST_F(SuspendedServiceTest, TimesOutAndServesAgainWhenItGoesOn)
+TEST_F(SuspendedServiceTest, RequestsTimeOutUntilTheServiceIsResumed)
 {
     StartClient();
     EXPECT_TRUE(IsServed(*client));
@@ -53,7 +53,7 @@ TEST_F(SuspendedServiceTest, TimesOutAndServesAgainWhenItGoesOn)
     EXPECT_EQ(client->GetStatistics().connected, 1U);
 }
 
-TEST_F(SuspendedServiceTest, DoesNotHoldUpTheConstructor)
+TEST_F(SuspendedServiceTest, DoesNotDelayTheConstructor)
 {
     service.Suspend();
     const auto startClient = [&] { return Duration([&] { StartClient(); }); };
@@ -65,7 +65,7 @@ TEST_F(SuspendedServiceTest, DoesNotHoldUpTheConstructor)
         100ms, [&] { return Duration([&] { client.reset(); }); }, 1));
 }
 
-TEST_F(SuspendedServiceTest, WithAFullBacklogIsWaitedForWithinTheTimeOut)
+TEST_F(SuspendedServiceTest, RequestsToAFullBacklogTimeOut)
 {
     service.Suspend();
     FillBacklog();
@@ -83,7 +83,7 @@ TEST_F(SuspendedServiceTest, WithAFullBacklogIsWaitedForWithinTheTimeOut)
     helper.join();
 }
 
-TEST_F(SuspendedServiceTest, WithAFullBacklogHoldsUpNoStop)
+TEST_F(SuspendedServiceTest, AFullBacklogDoesNotDelayStop)
 {
     service.Suspend();
     FillBacklog();
@@ -101,7 +101,7 @@ TEST_F(SuspendedServiceTest, WithAFullBacklogHoldsUpNoStop)
     EXPECT_EQ(client->GetStatistics().timedOut, 0U);
 }
 
-TEST_F(SuspendedServiceTest, HoldsUpNoPost)
+TEST_F(SuspendedServiceTest, DoesNotDelayAPost)
 {
     StartClient();
     EXPECT_TRUE(IsServed(*client));

@@ -54,7 +54,7 @@ TEST_F(KvLoggerTest, WithoutASinkNoLineIsWanted)
     }
 }
 
-TEST_F(KvLoggerTest, SinkTakesLinesOfAtLeastItsLevel)
+TEST_F(KvLoggerTest, SinkReceivesLinesFromItsLevelOn)
 {
     logger.SetSink(Keep(), kLogIncomplete);
     EXPECT_FALSE(logger.IsWanted(kLogTrace));
@@ -67,14 +67,14 @@ TEST_F(KvLoggerTest, SinkTakesLinesOfAtLeastItsLevel)
     EXPECT_THAT(kept, ElementsAre(Pair(3, L"three"), Pair(4, L"four \u20AC")));
 }
 
-TEST_F(KvLoggerTest, SinkTakesEveryLineUnlessToldOtherwise)
+TEST_F(KvLoggerTest, SinkReceivesEveryLineByDefault)
 {
     logger.SetSink(Keep());
     Log(kLogTrace, L"");
     EXPECT_THAT(kept, ElementsAre(Pair(1, L"")));
 }
 
-TEST_F(KvLoggerTest, SinkThatIsTakenAwayTakesNothingMore)
+TEST_F(KvLoggerTest, RemovedSinkIsNotCalled)
 {
     logger.SetSink(Keep());
     logger.SetSink({});
@@ -83,7 +83,7 @@ TEST_F(KvLoggerTest, SinkThatIsTakenAwayTakesNothingMore)
     EXPECT_THAT(kept, IsEmpty());
 }
 
-TEST_F(KvLoggerTest, SinkTakesThePlaceOfTheOneBefore)
+TEST_F(KvLoggerTest, SinkReplacesTheOneBefore)
 {
     logger.SetSink([](auto, auto) { ADD_FAILURE() << "this one is gone"; });
     logger.SetSink(Keep(), kLogFailure);
@@ -92,7 +92,7 @@ TEST_F(KvLoggerTest, SinkTakesThePlaceOfTheOneBefore)
     EXPECT_THAT(kept, ElementsAre(Pair(4, L"high")));
 }
 
-TEST_F(KvLoggerTest, SinkThatThrowsHarmsNobody)
+TEST_F(KvLoggerTest, SinkMayThrow)
 {
     int calls = 0;
     logger.SetSink([&](auto, auto) {
@@ -104,7 +104,7 @@ TEST_F(KvLoggerTest, SinkThatThrowsHarmsNobody)
     EXPECT_EQ(calls, 2) << "and goes on being called";
 }
 
-TEST_F(KvLoggerTest, SinkThatLogsIsNotCalledFromInsideItself)
+TEST_F(KvLoggerTest, SinkThatLogsIsNotCalledAgainInsideItself)
 {
     int calls = 0;
     logger.SetSink([&](auto, auto) {
@@ -168,7 +168,7 @@ TEST_F(KvLoggerTest, SinkIsCalledOnSeveralThreadsAtOnce)
 }
 
 /// A sink's owner, gone as soon as the sink was taken away: under a sanitizer a later call shows.
-TEST_F(KvLoggerTest, SinksMayBeExchangedWhileLinesAreWritten)
+TEST_F(KvLoggerTest, SinksMayBeReplacedWhileLinesAreWritten)
 {
     std::atomic<bool> stop{false};
     constexpr int kWriters = 3;
@@ -192,7 +192,7 @@ TEST_F(KvLoggerTest, SinksMayBeExchangedWhileLinesAreWritten)
     }
 }
 
-TEST_F(KvLoggerTest, SinkAndLevelStayTogetherWhenSeveralThreadsSetThem)
+TEST_F(KvLoggerTest, SeveralThreadsMaySetSinkAndLevel)
 {
     for (int round = 0; round < 300; ++round) {
         std::thread other([&] { logger.SetSink({}); });

@@ -21,7 +21,7 @@ std::string_view Text(const Buffer& buffer)
     return {buffer.data(), buffer.size()};
 }
 
-TEST(MemcpySTest, CopiesExactlySoManyBytes)
+TEST(MemcpySTest, CopiesExactlyTheGivenCount)
 {
     Buffer buffer = Marked();
     EXPECT_EQ(memcpy_s(buffer.data(), 4, "abcd", 3), 0);
@@ -30,7 +30,7 @@ TEST(MemcpySTest, CopiesExactlySoManyBytes)
     EXPECT_EQ(Text(buffer), "efghx");
 }
 
-TEST(MemcpySTest, OfNothingTouchesNothing)
+TEST(MemcpySTest, ACountOfZeroChangesNothing)
 {
     Buffer buffer = Marked();
     EXPECT_EQ(memcpy_s(buffer.data(), 4, "abcd", 0), 0);
@@ -39,7 +39,7 @@ TEST(MemcpySTest, OfNothingTouchesNothing)
     EXPECT_EQ(Text(buffer), "xxxxx");
 }
 
-TEST(MemcpySTest, ThatDoesNotFitZeroesTheDestination)
+TEST(MemcpySTest, ASourceThatDoesNotFitZeroesTheDestination)
 {
     Buffer buffer = Marked();
     EXPECT_EQ(memcpy_s(buffer.data(), 4, "abcde", 5), ERANGE);
@@ -48,20 +48,20 @@ TEST(MemcpySTest, ThatDoesNotFitZeroesTheDestination)
     EXPECT_EQ(buffer[4], 'x');
 }
 
-TEST(MemcpySTest, WithoutASourceZeroesTheDestination)
+TEST(MemcpySTest, ANullSourceZeroesTheDestination)
 {
     Buffer buffer = Marked();
     EXPECT_EQ(memcpy_s(buffer.data(), 4, nullptr, 2), EINVAL);
     EXPECT_EQ(Text(buffer), std::string_view("\0\0\0\0x", 5));
 }
 
-TEST(MemcpySTest, WithoutADestinationFails)
+TEST(MemcpySTest, ANullDestinationFails)
 {
     EXPECT_EQ(memcpy_s(nullptr, 4, "abcd", 4), EINVAL);
     EXPECT_EQ(memcpy_s(nullptr, 0, "abcd", 4), EINVAL);
 }
 
-TEST(MemsetSTest, SetsExactlySoManyBytes)
+TEST(MemsetSTest, SetsExactlyTheGivenCount)
 {
     Buffer buffer = Marked();
     EXPECT_EQ(memset_s(buffer.data(), 4, 'a', 2), 0);
@@ -72,14 +72,14 @@ TEST(MemsetSTest, SetsExactlySoManyBytes)
     EXPECT_EQ(Text(buffer), "bbbbx");
 }
 
-TEST(MemsetSTest, ThatDoesNotFitSetsTheWholeDestination)
+TEST(MemsetSTest, ACountThatDoesNotFitSetsTheWholeDestination)
 {
     Buffer buffer = Marked();
     EXPECT_EQ(memset_s(buffer.data(), 4, 'a', 5), ERANGE);
     EXPECT_EQ(Text(buffer), "aaaax");
 }
 
-TEST(MemsetSTest, WithoutADestinationFails)
+TEST(MemsetSTest, ANullDestinationFails)
 {
     EXPECT_EQ(memset_s(nullptr, 4, 0, 4), EINVAL);
     EXPECT_EQ(memset_s(nullptr, 0, 0, 0), EINVAL);

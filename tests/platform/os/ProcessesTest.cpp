@@ -13,7 +13,7 @@ using namespace pelacon::os;  // NOLINT(google-build-using-namespace)
 /// This program's name without what its platform puts behind it.
 constexpr auto kOwnName = "platform_os_test";
 
-TEST(VisitProcessPathsTest, FindsOurselves)
+TEST(VisitProcessPathsTest, VisitsTheOwnProcess)
 {
     std::string own;
     EXPECT_TRUE(VisitProcessPaths([&](std::uint32_t id, const std::string& path) {
@@ -26,7 +26,7 @@ TEST(VisitProcessPathsTest, FindsOurselves)
     EXPECT_TRUE(fs::path(own).is_absolute()) << own;
 }
 
-TEST(VisitProcessPathsTest, EndsWhenTheVisitorHasEnough)
+TEST(VisitProcessPathsTest, EndsWhenTheVisitorReturnsFalse)
 {
     int visits = 0;
     EXPECT_TRUE(VisitProcessPaths([&](std::uint32_t, const std::string&) {
@@ -36,7 +36,7 @@ TEST(VisitProcessPathsTest, EndsWhenTheVisitorHasEnough)
     EXPECT_EQ(visits, 1);
 }
 
-TEST(VisitProcessPathsTest, TellsNoEmptyPath)
+TEST(VisitProcessPathsTest, SkipsEmptyPaths)
 {
     VisitProcessPaths([](std::uint32_t id, const std::string& path) {
         EXPECT_FALSE(path.empty()) << id;
@@ -44,7 +44,7 @@ TEST(VisitProcessPathsTest, TellsNoEmptyPath)
     });
 }
 
-TEST(VisitProcessNamesTest, FindsOurselves)
+TEST(VisitProcessNamesTest, VisitsTheOwnProcess)
 {
     std::wstring own;
     VisitProcessNames([&](std::uint32_t id, const std::wstring& name) {

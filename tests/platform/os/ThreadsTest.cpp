@@ -37,7 +37,7 @@ class Telling {
     std::promise<void>& promise_;
 };
 
-TEST(StartDetachedThreadTest, LetsGoOfTheBodyAtItsEnd)
+TEST(StartDetachedThreadTest, DestroysTheBodyAtItsEnd)
 {
     std::promise<void> released;
     auto held = std::make_shared<Telling>(released);
@@ -45,7 +45,7 @@ TEST(StartDetachedThreadTest, LetsGoOfTheBodyAtItsEnd)
     EXPECT_EQ(released.get_future().wait_for(kLimit), std::future_status::ready);
 }
 
-TEST(StartDetachedThreadTest, ManyTimes)
+TEST(StartDetachedThreadTest, StartsAThousandThreads)
 {
     constexpr int kThreads = 200;
     auto left = std::make_shared<std::atomic<int>>(kThreads);

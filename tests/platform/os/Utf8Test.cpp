@@ -31,7 +31,7 @@ TEST(Utf8Test, JoinsSurrogatePairs)
     EXPECT_EQ(Utf8(pair), "\xF0\x9F\x98\x80");
 }
 
-TEST(Utf8Test, ReplacesWhatIsNoCharacter)
+TEST(Utf8Test, ReplacesInvalidCharacters)
 {
     const std::string replacement = "\xEF\xBF\xBD";
     EXPECT_EQ(Utf8(std::wstring{wchar_t{0xD83D}}), replacement);

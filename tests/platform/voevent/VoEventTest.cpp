@@ -17,7 +17,7 @@ class VoViewTest : public ::testing::Test {
     void TearDown() override { VoView::SetSink({}); }
 };
 
-TEST(VoEventTest, KeepsEntriesInTheOrderInWhichTheyWerePut)
+TEST(VoEventTest, KeepsEntriesInTheOrderOfInsertion)
 {
     VoEvent event(12);
     event.PutString("s", "text");
@@ -40,12 +40,12 @@ TEST(PayloadTest, KeepsPairsInTheOrderOfInsertion)
     EXPECT_THAT(payload.Pairs(), ElementsAre(Pair("b", "1"), Pair("a", "2"), Pair("b", "3")));
 }
 
-TEST_F(VoViewTest, EventsGoNowhereWithoutASink)
+TEST_F(VoViewTest, EventsAreDroppedWithoutASink)
 {
     VoView::Report(VoEvent(1));
 }
 
-TEST_F(VoViewTest, SinkTakesEventsUntilItIsTakenAway)
+TEST_F(VoViewTest, SinkReceivesEventsUntilItIsRemoved)
 {
     std::vector<int> ids;
     VoView::SetSink([&](const VoEvent& event) { ids.push_back(event.EventId()); });
@@ -56,7 +56,7 @@ TEST_F(VoViewTest, SinkTakesEventsUntilItIsTakenAway)
     EXPECT_THAT(ids, ElementsAre(1, 2));
 }
 
-TEST_F(VoViewTest, SinkThatThrowsOrReportsHarmsNobody)
+TEST_F(VoViewTest, SinkMayThrowOrReport)
 {
     int calls = 0;
     VoView::SetSink([&](const VoEvent&) {

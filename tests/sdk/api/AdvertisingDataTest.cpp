@@ -72,14 +72,14 @@ Answer ServiceData(const ByteVector& bytes, std::uint16_t uuid)
     });
 }
 
-TEST(AdvertisingData, OfNothing)
+TEST(AdvertisingData, NoDataHasNoFields)
 {
     EXPECT_EQ(ByType({}, 1), kNotFound);
     EXPECT_EQ(Manufacturer({}), kNotFound);
     EXPECT_EQ(ServiceData({}, 0), kNotFound);
 }
 
-TEST(AdvertisingData, LengthZeroIsNothingWhateverThePointer)
+TEST(AdvertisingData, ALengthOfZeroIsNoData)
 {
     std::uint8_t bytes[] = {2, 1, 6};
     std::uint8_t* data = nullptr;
@@ -125,7 +125,7 @@ TEST(AdvertisingData, TheFirstStructureOfATypeWins)
         << "whatever its company";
 }
 
-TEST(AdvertisingData, ServiceDataLooksAtItsFirstStructureOnly)
+TEST(AdvertisingData, ServiceDataReadsItsFirstStructureOnly)
 {
     const ByteVector bytes = {0x03, 0x16, 0x0F, 0x18, 0x05, 0x16, 0x0D, 0x18, 0xAA, 0xBB};
     EXPECT_EQ(ServiceData(bytes, 0x180D), kNotFound);
@@ -141,7 +141,7 @@ TEST(AdvertisingData, AStructureWithoutData)
     EXPECT_EQ(ByType({1, 0x09, 2, 0x0A, 4}, 0x0A), (Answer{kBleStatusSuccess, 4, 1}));
 }
 
-TEST(AdvertisingData, StepsOverTheEndWithoutLandingOnTheType)
+TEST(AdvertisingData, AStructureBeyondTheEndIsNotFound)
 {
     EXPECT_EQ(ByType({5, 0x09, 'a'}, 0x01), kNotFound);
     EXPECT_EQ(ByType({2, 0x01, 6, 0xFF, 0x09}, 0x0A), kNotFound);
@@ -154,14 +154,14 @@ TEST(AdvertisingData, ALengthOfZeroAdvancesByOne)
     EXPECT_EQ(ByType({0, 0, 0}, 0x01), kNotFound);
 }
 
-TEST(AdvertisingData, ALengthOfZeroWithTheTypeBehindIt)
+TEST(AdvertisingData, AStructureOfLengthZeroMatchesTheByteBehindIt)
 {
     EXPECT_EQ(ByType({0, 0x01}, 0x01), (Answer{kBleStatusSuccess, 2, 0xFFFFFFFF}));
     EXPECT_EQ(ByType({0, 0}, 0), (Answer{kBleStatusSuccess, 2, 0xFFFFFFFF}));
     EXPECT_EQ(ByType({0, 0x16, 1, 2, 3}, 0x16), (Answer{kBleStatusSuccess, 2, 0xFFFFFFFF}));
 }
 
-TEST(AdvertisingData, NeverReachesBeyondTheBuffer)
+TEST(AdvertisingData, NeverReadsBeyondTheBuffer)
 {
     EXPECT_EQ(ByType({2}, 0x01), kNotFound) << "no type byte";
     EXPECT_EQ(ByType({0}, 0x00), kNotFound) << "no type byte behind a length of 0 either";
@@ -173,7 +173,7 @@ TEST(AdvertisingData, NeverReachesBeyondTheBuffer)
     EXPECT_EQ(ServiceData({3, 0x16, 0x0D}, 0x180D), kNotFound);
 }
 
-TEST(AdvertisingData, TooShortForItsIdentifier)
+TEST(AdvertisingData, AStructureTooShortForItsIdentifierIsSkipped)
 {
     for (const auto length : std::initializer_list<std::uint8_t>{0, 1, 2}) {
         EXPECT_EQ(Manufacturer({length, 0xFF, 1, 2, 3}), kNotFound);
@@ -260,7 +260,7 @@ ByteVector RandomBuffer(std::mt19937& random)
     return bytes;
 }
 
-TEST(AdvertisingData, AgreesWithTheSimplestWalk)
+TEST(AdvertisingData, AgreesWithAReferenceImplementation)
 {
     std::mt19937 random(20240229);
     int found = 0;

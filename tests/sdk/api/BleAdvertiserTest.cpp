@@ -397,7 +397,7 @@ class AdvertisersGoSilent : public SdkTest {
     std::set<std::int32_t> ids_;
 };
 
-TEST_F(AdvertisersGoSilent, AndAreToldOnTheReceiveThread)
+TEST_F(AdvertisersGoSilent, TheCallbackRunsOnTheReceiveThread)
 {
     const std::int32_t id = FreshId();
     RegisterAs(id, Tell<1>);
@@ -409,7 +409,7 @@ TEST_F(AdvertisersGoSilent, AndAreToldOnTheReceiveThread)
                 ElementsAre(Start(kHandler), Line(1, "call callback", kHandler), End(kHandler)));
 }
 
-TEST_F(AdvertisersGoSilent, ButNobodyWantsToKnow)
+TEST_F(AdvertisersGoSilent, WithoutATableOrASlotNothingIsCalled)
 {
     const std::int32_t withoutSlot = FreshId();
     RegisterAs(withoutSlot, nullptr);
@@ -423,7 +423,7 @@ TEST_F(AdvertisersGoSilent, ButNobodyWantsToKnow)
     EXPECT_THAT(TheTold(), IsEmpty());
 }
 
-TEST_F(AdvertisersGoSilent, WithoutPayload)
+TEST_F(AdvertisersGoSilent, NotificationsWithoutPayloadAreDropped)
 {
     RegisterAs(FreshId(), Tell<1>);
     ForgetWhatHappened();
@@ -432,7 +432,7 @@ TEST_F(AdvertisersGoSilent, WithoutPayload)
     EXPECT_THAT(TheTold(), IsEmpty());
 }
 
-TEST_F(AdvertisersGoSilent, TheFirstTableOfAnIdStays)
+TEST_F(AdvertisersGoSilent, TheFirstTableOfAnIdIsKept)
 {
     const std::int32_t id = FreshId();
     RegisterAs(id, Tell<1>);
@@ -444,7 +444,7 @@ TEST_F(AdvertisersGoSilent, TheFirstTableOfAnIdStays)
     EXPECT_THAT(TheTold(), ElementsAre(Told{1, id, 0}));
 }
 
-TEST_F(AdvertisersGoSilent, TheRegistryTakesNoNull)
+TEST_F(AdvertisersGoSilent, TheRegistryRefusesNull)
 {
     Sender().AddAdvCb(nullptr, FreshId());
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("IPCMessageSender::AddAdvCb"),
@@ -465,7 +465,7 @@ TEST_F(AdvertisersGoSilent, StoppingKeepsTheTable)
     EXPECT_EQ(TheTold().size(), 1U);
 }
 
-TEST_F(AdvertisersGoSilent, TheRegistryIsLockedWhileOneIsTold)
+TEST_F(AdvertisersGoSilent, TheRegistryIsLockedDuringACallback)
 {
     const std::int32_t id = FreshId();
     RegisterAs(id, [](std::int32_t, std::int32_t) { HeldCallback::Hold(); });
@@ -485,7 +485,7 @@ TEST_F(AdvertisersGoSilentDeathTest, ACallbackThatThrowsEndsTheProcess)
     EXPECT_DEATH(std::thread([&] { Silence(id, 0); }).join(), "the advertiser failed");
 }
 
-TEST_F(AdvertisersGoSilent, MayStartAgainFromInsideTheirCallback)
+TEST_F(AdvertisersGoSilent, TheCallbackMayStartAgain)
 {
     const std::int32_t id = FreshId();
     channel.Reply(kStart, Bytes().I32(0));
@@ -496,7 +496,7 @@ TEST_F(AdvertisersGoSilent, MayStartAgainFromInsideTheirCallback)
     EXPECT_THAT(TheTold(), ElementsAre(Told{0, id, 0}));
 }
 
-TEST_F(AdvertisersGoSilent, MayStartAgainWhileAnotherThreadRegisters)
+TEST_F(AdvertisersGoSilent, TheCallbackMayStartAgainWhileAnotherThreadRegisters)
 {
     static std::promise<void>* entered;
     static std::shared_future<void>* registering;
@@ -521,7 +521,7 @@ TEST_F(AdvertisersGoSilent, MayStartAgainWhileAnotherThreadRegisters)
     EXPECT_THAT(TheTold(), ElementsAre(Told{0, id, 0}));
 }
 
-TEST_F(AdvertisersGoSilent, TheRepairNamesTheTenLowestOfEleven)
+TEST_F(AdvertisersGoSilent, TheRepairContainsTheTenLowestIds)
 {
     const std::vector<std::int32_t> ids = {31, 29, 23, 19, 17, 13, 11, 7, 5, 3, -2};
     for (const std::int32_t id : ids) {

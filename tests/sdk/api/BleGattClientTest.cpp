@@ -175,7 +175,7 @@ TEST_F(BleGattClientTest, GetMtuRefusesNull)
     ExpectRefused("BleGattClientGetMtu", {{4, "null"}});
 }
 
-TEST_F(BleGattClientTest, ConnectPostsAndWaitsForNothing)
+TEST_F(BleGattClientTest, ConnectPostsAndDoesNotWait)
 {
     EXPECT_EQ(BleGattClient::BleGattClientConnect(kClient, 0x665544332211, nullptr), 0);
     EXPECT_THAT(channel.Posts(),
@@ -288,7 +288,7 @@ TEST_F(BleGattClientTest, WritesValuesOfEveryLength)
     }
 }
 
-TEST_F(BleGattClientTest, RegisterNotificationSaysWhetherToTell)
+TEST_F(BleGattClientTest, RegisterNotificationSendsWhetherToNotify)
 {
     channel.Reply(0xD70052, Bytes().I32(0));
     BleGattClient::BleGattClientRegisterNotification(kClient, kService, kChar, false);
@@ -339,7 +339,7 @@ TEST_F(BleGattClientTest, ReadLeavesTheValueWhenItsLengthIsTooLarge)
     }
 }
 
-TEST_F(BleGattClientTest, ReadGoesByTheReplysLayoutAlone)
+TEST_F(BleGattClientTest, ReadIgnoresTheIdAndTextsOfTheReply)
 {
     // The peer may name another client and other texts in its answer: nobody looks at them.
     std::vector<std::uint8_t> value;

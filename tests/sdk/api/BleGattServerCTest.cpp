@@ -194,7 +194,7 @@ TEST_F(BleGattServerPublishNotifyExtTest, SendsTheRecordsFields)
     }
 }
 
-TEST_F(BleGattServerPublishNotifyExtTest, RefusesNullAndNothing)
+TEST_F(BleGattServerPublishNotifyExtTest, RefusesNullAndEmptyValues)
 {
     EXPECT_EQ(BleGattServerPublishNotifyExt(nullptr), -1);
     info.valueLen = 0;

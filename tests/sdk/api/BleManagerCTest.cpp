@@ -36,7 +36,7 @@ TEST_F(SdkTest, CFormsForward)
     EXPECT_EQ(LogLines::All().size(), 16U);
 }
 
-TEST_F(SdkTest, CFormOfSetBtNameTakesExactlySoManyCharacters)
+TEST_F(SdkTest, CFormOfSetBtNameSendsExactlyTheGivenLength)
 {
     channel.Reply(0xD70060, Bytes().I32(0));
     EXPECT_EQ(SetBtName("abcdef", 3), 0);

@@ -375,7 +375,7 @@ class BtStateChanges : public SdkTest {
     std::vector<BtManagerCallbacksC*> registered_;
 };
 
-TEST_F(BtStateChanges, AreToldInOrderOfRegistration)
+TEST_F(BtStateChanges, AreDeliveredInOrderOfRegistration)
 {
     Register(Tell<2>);
     Register(Tell<1>);
@@ -412,7 +412,7 @@ TEST_F(BtStateChanges, SkipATableWithAnEmptySlot)
     EXPECT_EQ(LogLines::All().size(), 4U);
 }
 
-TEST_F(BtStateChanges, ReachNobodyWithoutAnyTable)
+TEST_F(BtStateChanges, AreDroppedWithoutATable)
 {
     ChangeState(1);
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("IPCMessageSender::OnBtStateChanged"),
@@ -442,7 +442,7 @@ TEST_F(BtStateChanges, ReachATableOncePerRegistration)
     EXPECT_THAT(Told(), IsEmpty());
 }
 
-TEST_F(BtStateChanges, AreToldWhileTheRegistryIsLocked)
+TEST_F(BtStateChanges, AreDeliveredWithTheRegistryLocked)
 {
     Register([](std::int32_t) { HeldCallback::Hold(); });
     HeldCallback held([&] { ChangeState(1); });
@@ -462,7 +462,7 @@ TEST_F(BtStateChanges, EndWithTheRegistration)
     EXPECT_THAT(Told(), ElementsAre(std::pair(2, 9)));
 }
 
-TEST_F(BtStateChanges, UnregisteringWhatIsNotThereDoesNothing)
+TEST_F(BtStateChanges, UnregisteringAnUnknownTableDoesNothing)
 {
     BtManagerCallbacksC never{Tell<1>};
     EXPECT_EQ(BleManager::UnRegisterBtStateChangeCallbacks(&never), 0);
@@ -478,7 +478,7 @@ TEST_F(BtStateChanges, ANullTableIsRefused)
                             Line(4, "null", "BleManager::RegisterBtStateChangeCallbacks")));
 }
 
-TEST_F(BtStateChanges, AreToldAgainAfterStopAndStart)
+TEST_F(BtStateChanges, AreDeliveredAfterStopAndStart)
 {
     Register(Tell<1>);
     PelaconSvcStop();

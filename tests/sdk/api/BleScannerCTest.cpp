@@ -91,7 +91,7 @@ TEST_F(SdkTest, StartAdvertiseInC)
                                                  5000));
 }
 
-TEST_F(SdkTest, StartAdvertiseInCOfNothing)
+TEST_F(SdkTest, StartAdvertiseInCAcceptsNoData)
 {
     channel.Reply(0xD7003F, Bytes().I32(0));
     const BleAdvertiseParamsC params{};

@@ -256,7 +256,7 @@ TEST_F(SdkTest, StartScanCountsAsScanningOnSuccessOnly)
     BleScanner::StopBleScan(id);
 }
 
-TEST_F(SdkTest, StopScanStopsHereWhateverTheAnswer)
+TEST_F(SdkTest, StopScanForgetsTheScanWhateverTheAnswer)
 {
     const std::int32_t id = FreshId();
     const std::string number = std::to_string(id);
@@ -285,7 +285,7 @@ TEST_F(SdkTest, StopScanStopsHereWhateverTheAnswer)
     EXPECT_THAT(LogLines::All(), Not(Contains(stopped))) << "it does not scan any more";
 }
 
-TEST_F(StoppedSdkTest, StopScanThatIsNotSentStopsNothing)
+TEST_F(StoppedSdkTest, StopScanThatIsNotSentKeepsTheScan)
 {
     EXPECT_EQ(BleScanner::StopBleScan(FreshId()), -1);
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("BleScanner::StopBleScan"), NotStarted()));
@@ -321,7 +321,7 @@ TEST_F(SdkTest, SetScanFilterOfTwoLeavesTheOtherSlotsZero)
                   5000));
 }
 
-TEST_F(SdkTest, SetScanFilterOfNone)
+TEST_F(SdkTest, SetScanFilterOfNoPatternSendsZeros)
 {
     channel.Reply(kSetFilter, Bytes().I32(0));
     BleScanFilter filter = Filter(1, 1);
@@ -356,7 +356,7 @@ TEST_F(SdkTest, SetScanFilterRefusesMoreThanFive)
     EXPECT_THAT(channel.Requests(), IsEmpty());
 }
 
-TEST_F(SdkTest, SetScanFilterRefusesANullArrayOfSome)
+TEST_F(SdkTest, SetScanFilterRefusesANullArray)
 {
     EXPECT_EQ(BleScanner::SetScanFilter(31, nullptr, 1), -1);
     EXPECT_EQ(LogLines::All().back(), Line(4, "invalid filterSize1", "BleScanner::SetScanFilter"));
@@ -480,7 +480,7 @@ TEST_F(SdkTest, ListenerOperationsWaitForEachOther)
     EXPECT_EQ(channel.Requests().size(), 7U);
 }
 
-TEST_F(SdkTest, TargetedAdvertisementsWaitForNobody)
+TEST_F(SdkTest, TargetedAdvertisementsDoNotWaitForOtherOperations)
 {
     struct Target {
         std::int32_t requestId;

@@ -25,7 +25,7 @@ void TakeLine(void* context, PelaconLogLevel level, const char* line)
     static_cast<std::vector<Taken>*>(context)->push_back({level, line});
 }
 
-TEST_F(StoppedSdkTest, LogSinkTakesLinesInUtf8)
+TEST_F(StoppedSdkTest, LogSinkReceivesLinesInUtf8)
 {
     std::vector<Taken> taken;
     PelaconSetLogSink(TakeLine, &taken, kPelaconLogTrace);
@@ -39,7 +39,7 @@ TEST_F(StoppedSdkTest, LogSinkTakesLinesInUtf8)
                                          "ber \xE2\x82\xAC(F)"}));
 }
 
-TEST_F(StoppedSdkTest, LogSinkTakesLinesFromItsLevelOn)
+TEST_F(StoppedSdkTest, LogSinkReceivesLinesFromItsLevelOn)
 {
     std::vector<Taken> taken;
     PelaconSetLogSink(TakeLine, &taken, kPelaconLogIncomplete);
@@ -69,7 +69,7 @@ void TakeEvent(void* context, int32_t eventId, const PelaconEventEntry* entries,
     static_cast<std::vector<TakenEvent>*>(context)->push_back(event);
 }
 
-TEST_F(StoppedSdkTest, EventSinkTakesEvents)
+TEST_F(StoppedSdkTest, EventSinkReceivesEvents)
 {
     std::vector<TakenEvent> taken;
     PelaconSetEventSink(TakeEvent, &taken);

@@ -51,7 +51,7 @@ TEST_P(GattOperationTest, ReturnsSuccess)
     EXPECT_EQ(GetParam().call(), 0);
 }
 
-TEST_P(GattOperationTest, SaysThatThereIsNoReply)
+TEST_P(GattOperationTest, LogsAMissingReply)
 {
     const GattOperation& operation = GetParam();
     EXPECT_EQ(operation.call(), -9);

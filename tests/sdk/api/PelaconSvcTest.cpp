@@ -164,7 +164,7 @@ TEST_F(SdkTest, RequestsAreRefusedFromTheMomentThatStopUnregisters)
     EXPECT_THAT(channel.Requests(), IsEmpty());
 }
 
-TEST_F(SdkTest, StopWaitsForARequestThatItEnded)
+TEST_F(SdkTest, StopWaitsForTheRequestsThatItEnds)
 {
     std::promise<void> inRequest;
     std::promise<void> unregistered;

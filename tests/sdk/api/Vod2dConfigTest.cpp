@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(Config, Vod2dMembersStopped, ::testing::ValuesIn(Member
 
 // ---- Arguments that are refused
 
-TEST_F(Vod2dArguments, OfConfigurationsAreRefused)
+TEST_F(Vod2dArguments, InvalidOnesOfConfigurationsAreRefused)
 {
     const SelfCfgType self = kSelfCfgGroupOwner;
     const PeerCfgType peer = kPeerCfgStation;
@@ -239,7 +239,7 @@ TEST_F(SdkTest, SharedlinkIncreaseWithoutAReplyDoesNot)
 
 // ---- Configurations
 
-TEST_F(SdkTest, SelfConfigurationIsCopiedAsFarAsItGoes)
+TEST_F(SdkTest, SelfConfigurationIsCopiedUpToItsLength)
 {
     channel.Reply(kGetSelf, SelfReply(Counting(512), 5, 3));
     std::vector<std::uint8_t> data(512, 0x5A);
@@ -261,7 +261,7 @@ TEST_F(SdkTest, SelfConfigurationMayFillItsField)
     EXPECT_EQ(data, Counting(512));
 }
 
-TEST_F(SdkTest, SelfConfigurationOfAnImpossibleLengthIsNotCopied)
+TEST_F(SdkTest, SelfConfigurationOfAnInvalidLengthIsNotCopied)
 {
     constexpr auto kFunction = "Vod2dApi::Vod2dGetSelfWifiCfgInfo";
     for (const std::int32_t impossible : {513, 2147483647, -1, -2147483647 - 1}) {
@@ -298,7 +298,7 @@ TEST_F(SdkTest, PeerConfigurationMayBeEmpty)
 
 // ---- Coexistence
 
-TEST_F(SdkTest, CoexistenceIsCopiedAsFarAsItGoes)
+TEST_F(SdkTest, CoexistenceIsCopiedUpToItsLength)
 {
     channel.Reply(kCoexist, CoexistReply("sta+p2p and more", 7, 3));
     char capability[256];
@@ -341,7 +341,7 @@ TEST_F(SdkTest, TenRequestsForARecommendedChannelAreSent)
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRecommend, bytes, 5000));
 }
 
-TEST_F(SdkTest, NoRequestForARecommendedChannelIsSentAsNone)
+TEST_F(SdkTest, AChannelRequestOfNoEntriesIsSent)
 {
     const RecommendChannelRequest unread{};
     channel.Reply(kRecommend, Bytes().Zeros(28));

@@ -153,7 +153,7 @@ TEST_F(SdkTest, Vod2dStatusesPassThrough)
 
 // ---- Arguments that are refused
 
-TEST_F(Vod2dArguments, OfTheGroupAreRefused)
+TEST_F(Vod2dArguments, InvalidOnesOfTheGroupAreRefused)
 {
     std::int32_t channels[4] = {};
     char mac[6] = {};
@@ -216,7 +216,7 @@ TEST_P(GroupRecord, IsFilledWhateverTheStatus)
     EXPECT_STREQ(info.ssid, "forest network");
 }
 
-TEST_P(GroupRecord, IsLeftAloneWithoutAReply)
+TEST_P(GroupRecord, IsUnchangedWithoutAReply)
 {
     Vod2dSoftAPInfo info;
     std::memset(&info, 0x5A, sizeof info);
@@ -225,7 +225,7 @@ TEST_P(GroupRecord, IsLeftAloneWithoutAReply)
     EXPECT_EQ(bytes.find_first_not_of('\x5A'), std::string_view::npos);
 }
 
-TEST_P(GroupRecord, WhosePassPhraseCannotBeCopied)
+TEST_P(GroupRecord, APassPhraseThatCannotBeCopiedFails)
 {
     channel.Reply(GetParam(), GroupReply(3));
     Copies::FailNext();
@@ -243,7 +243,7 @@ TEST_P(GroupRecord, WhosePassPhraseCannotBeCopied)
     EXPECT_EQ(LogLines::All()[1], Line(4, "pwd memcpy_s failed!", "Vod2dSoftAPInfoCopy"));
 }
 
-TEST_P(GroupRecord, WhoseAddressCannotBeCopied)
+TEST_P(GroupRecord, AnAddressThatCannotBeCopiedFails)
 {
     channel.Reply(GetParam(), GroupReply(0));
     Copies::FailAfter(1);
@@ -256,7 +256,7 @@ TEST_P(GroupRecord, WhoseAddressCannotBeCopied)
     EXPECT_EQ(LogLines::All()[1], Line(4, "mac memcpy_s failed!", "Vod2dSoftAPInfoCopy"));
 }
 
-TEST_P(GroupRecord, WhoseLastFieldCannotBeCopiedSaysTheAddressCannot)
+TEST_P(GroupRecord, ALastFieldThatCannotBeCopiedIsLoggedAsTheAddress)
 {
     channel.Reply(GetParam(), GroupReply(0));
     Copies::FailAfter(2);

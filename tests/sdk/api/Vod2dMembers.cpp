@@ -36,7 +36,7 @@ TEST_P(Vod2dMembers, AnsweredWithNothing)
     EXPECT_EQ(LogLines::All().back(), NoReply(member.Function()));
 }
 
-TEST_P(Vod2dMembers, OneAtATime)
+TEST_P(Vod2dMembers, RunOneAtATime)
 {
     // While the member waits for its answer, another one does not even send.
     const Vod2dMember& member = GetParam();

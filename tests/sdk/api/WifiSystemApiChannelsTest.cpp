@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Text{"-,+", {0, 0}, {Invalid(), Invalid()}},
                       Text{"36;40", {0}, {Invalid()}}));
 
-TEST_F(SdkTest, AListHasOneLinePerPieceThatIsNoNumber)
+TEST_F(SdkTest, AListLogsOneLinePerInvalidNumber)
 {
     channel.Reply(0xD70014, Bytes().Text("36,40,x").U8(0));
     EXPECT_THAT(WifiSystemApi::GetInstance().GetRecordPhone24GChannelList(),

@@ -91,7 +91,7 @@ TEST_F(SdkTest, CreatingSendsTheTwoRequestMembersOnly)
                 RequestIs(kCreate, Bytes().Zeros(300).U8(0xAB).Zeros(19).I32(-2).Zeros(4), 20000));
 }
 
-TEST_F(SdkTest, CreatingFillsEverythingElse)
+TEST_F(SdkTest, CreatingFillsTheOtherMembers)
 {
     channel.Reply(kCreate, CreateReply(-77));
     SoftAPInfo info = Untouched();
@@ -189,7 +189,7 @@ TEST_F(SdkTest, ADestructionWithoutAnswerIsReported)
     EXPECT_EQ(LogLines::All().back(), NoReply(kFunction));
 }
 
-TEST_F(SdkTest, ACreationWithoutAnswerSurvivesThatNoThreadCanBeCreated)
+TEST_F(SdkTest, ACreationWithoutAnswerFailsEvenWhereNoThreadCanBeCreated)
 {
     Threads::Use(ThreadMode::kFailing);
     SoftAPInfo info = Untouched();
@@ -252,7 +252,7 @@ TEST_F(SdkTest, AnEmptyModelNameIsOneByte)
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(0xD70009, Bytes().U8(0), 5000));
 }
 
-TEST_F(SdkTest, AnAnswerFillsTheModelNameWhateverItSays)
+TEST_F(SdkTest, AnAnswerFillsTheModelNameWhateverItsStatus)
 {
     channel.Reply(0xD7000A, Bytes().Fill(256, 'm').U8(0));
     std::string name = "before";
@@ -260,7 +260,7 @@ TEST_F(SdkTest, AnAnswerFillsTheModelNameWhateverItSays)
     EXPECT_EQ(name, std::string(256, 'm'));
 }
 
-TEST_F(SdkTest, AnAnswerFillsTheAccessPointWhateverItSays)
+TEST_F(SdkTest, AnAnswerFillsTheAccessPointWhateverItsStatus)
 {
     channel.Reply(0xD70097, Bytes().I32(0).Fill(32, 's').U8(0));
     int channelOfAp = 5;

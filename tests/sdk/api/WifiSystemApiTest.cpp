@@ -418,7 +418,7 @@ INSTANTIATE_TEST_SUITE_P(Channels, WifiSystemApiStoppedRows, ::testing::ValuesIn
 INSTANTIATE_TEST_SUITE_P(State, WifiSystemApiStoppedRows, ::testing::ValuesIn(StateRows()), NameOf);
 
 /// The other answer of what is yes or no, and the other flag.
-TEST_F(SdkTest, NoIsNo)
+TEST_F(SdkTest, AReplyOfZeroReturnsFalse)
 {
     const ByteVector no{0};
     for (const std::int32_t id : {14090249, 14090251, 14090271, 14090275, 14090278, 14090265,

@@ -18,7 +18,7 @@ TEST_F(StoppedSdkTest, LineIsTagMessageAndFunction)
                 ElementsAre(LogLine{1, "[PelaconSDK]start(BleManager::BtEnable)"}));
 }
 
-TEST_F(StoppedSdkTest, AnEmptyMessageStillHasTagAndFunction)
+TEST_F(StoppedSdkTest, AnEmptyMessageHasTagAndFunction)
 {
     diag::Log(kLogMilestone, "F", "");
     diag::Log(kLogMilestone, "F");
@@ -64,7 +64,7 @@ struct Grouping : std::numpunct<wchar_t> {
     std::string do_grouping() const override { return "\3"; }
 };
 
-TEST_F(StoppedSdkTest, TheProcessLocaleDoesNotShow)
+TEST_F(StoppedSdkTest, TheProcessLocaleHasNoEffect)
 {
     const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
     diag::Log(kLogTrace, "F", 1234567);
@@ -72,7 +72,7 @@ TEST_F(StoppedSdkTest, TheProcessLocaleDoesNotShow)
     EXPECT_EQ(LogLines::All().front().text, "[PelaconSDK]1234567(F)");
 }
 
-TEST_F(StoppedSdkTest, FixedLines)
+TEST_F(StoppedSdkTest, FixedLinesHaveTheirText)
 {
     diag::LogStart("F");
     diag::LogEnd("F");

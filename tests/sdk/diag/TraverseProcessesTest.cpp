@@ -11,7 +11,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST_F(StoppedSdkTest, TraverseProcessesTenTimes)
+TEST_F(StoppedSdkTest, TraverseProcessesLogsTenRounds)
 {
     // Threads that could not be created are not counted.
     Threads::Use(ThreadMode::kFailing);

@@ -29,7 +29,7 @@ TEST_F(StoppedSdkTest, ExchangeThatIsNotSent)
     EXPECT_THAT(LogLines::All(), ElementsAre(NotStarted()));
 }
 
-TEST_F(StoppedSdkTest, ExchangeThatIsNotSentDoesWhatTheFailuresSay)
+TEST_F(StoppedSdkTest, ExchangeThatIsNotSentCallsTheFailureHandler)
 {
     const auto failures = kFailures.OnNotSent([] { Journal::Note("not sent"); }).OnNoReply([] {
         Journal::Note("no reply");
@@ -46,7 +46,7 @@ TEST_F(SdkTest, ExchangeWithoutReply)
     EXPECT_THAT(LogLines::All(), ElementsAre(NoReply(kFunction)));
 }
 
-TEST_F(SdkTest, ExchangeWithoutReplyDoesWhatTheFailuresSayFirst)
+TEST_F(SdkTest, ExchangeWithoutReplyCallsTheFailureHandlerFirst)
 {
     const auto failures = kFailures.OnNotSent([] { Journal::Note("not sent"); }).OnNoReply([] {
         Journal::Note("no reply");
@@ -153,7 +153,7 @@ TEST(FixedTextTest, EndsAtItsNulOrItsField)
     EXPECT_EQ(FixedText(empty), "");
 }
 
-TEST(ExchangeLengthTest, WhatTheLengthFieldCannotHoldIsNotCut)
+TEST(ExchangeLengthTest, APayloadBeyondTheLengthFieldIsNotCut)
 {
     EXPECT_EQ(detail::LengthOf(0xFFFFFFFE), 0xFFFFFFFEU);
     EXPECT_EQ(detail::LengthOf(std::size_t{1} << 32U), 0xFFFFFFFFU);

@@ -176,7 +176,7 @@ TEST_F(GattClientCallbacksTest, PointersLeadIntoTheRecord)
     EXPECT_TRUE(inRecord);
 }
 
-TEST_F(GattClientCallbacksTest, AnUnknownClientIsTold)
+TEST_F(GattClientCallbacksTest, NotificationsOfAnUnknownClientAreDropped)
 {
     channel.Deliver(0xD80048, StateOf(client));
     channel.Deliver(0xD80053, ValueOf(client, {1}, 1));
@@ -209,7 +209,7 @@ TEST_F(GattClientCallbacksTest, ANotificationWithoutPayloadIsDropped)
     EXPECT_THAT(LogLines::All(), IsEmpty());
 }
 
-TEST_F(GattClientCallbacksTest, TheFirstTableStays)
+TEST_F(GattClientCallbacksTest, TheFirstTableIsKept)
 {
     auto& second = Lasting<BtGattClientCallbacksC>(
         {[](std::int32_t, std::int32_t, std::int32_t) { FAIL() << "the second table"; }, nullptr});
@@ -243,7 +243,7 @@ TEST_F(GattClientCallbacksTest, ATableThatIsNullLeavesTheIdFree)
     EXPECT_EQ(states.size(), 1U);
 }
 
-TEST_F(GattClientCallbacksTest, AClientHearsOfItselfOnly)
+TEST_F(GattClientCallbacksTest, AClientReceivesItsOwnNotificationsOnly)
 {
     const std::int32_t other = FreshId();
     Register(&Table());
@@ -288,7 +288,7 @@ TEST_F(GattClientCallbacksTest, ACallbackMayCallOperationsWhileAnotherThreadConn
     }
 }
 
-TEST_F(GattClientCallbacksTest, ConnectWaitsForACallbackThatRuns)
+TEST_F(GattClientCallbacksTest, ConnectWaitsForARunningCallback)
 {
     Register(&Table());
     std::promise<void> inside;

@@ -176,7 +176,7 @@ TEST_P(GattPeerEventTest, ReachesItsSlot)
     EXPECT_EQ(LogLines::All(), lines);
 }
 
-TEST_P(GattPeerEventTest, OfAnUnknownServerIsLogged)
+TEST_P(GattPeerEventTest, AnUnknownServerIsLogged)
 {
     channel.Deliver(GetParam().id, Payload());
     EXPECT_THAT(told, IsEmpty());
@@ -318,14 +318,14 @@ TEST_P(GattPeerRequestTest, PointersLeadIntoTheRecord)
     EXPECT_TRUE(isInRecord);
 }
 
-TEST_P(GattPeerRequestTest, OfAnUnknownServer)
+TEST_P(GattPeerRequestTest, AnUnknownServerIsLogged)
 {
     channel.Deliver(GetParam().id, Request("2a37", {1}, 1));
     EXPECT_EQ(LogLines::All(),
               Lines(1, {HandlerLine(4, "serverId not found: " + std::to_string(server))}));
 }
 
-TEST_P(GattPeerRequestTest, OfAnUnknownService)
+TEST_P(GattPeerRequestTest, AnUnknownServiceIsLogged)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     channel.Deliver(GetParam().id, Request("2a37", {1}, 1, 99));
@@ -333,7 +333,7 @@ TEST_P(GattPeerRequestTest, OfAnUnknownService)
     EXPECT_THAT(told, IsEmpty());
 }
 
-TEST_P(GattPeerRequestTest, OfAnUnknownCharacteristic)
+TEST_P(GattPeerRequestTest, AnUnknownCharacteristicIsLogged)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     for (const std::string uuid : {"2a3", "2a371", "2A37", ""}) {
@@ -344,7 +344,7 @@ TEST_P(GattPeerRequestTest, OfAnUnknownCharacteristic)
     EXPECT_THAT(told, IsEmpty());
 }
 
-TEST_P(GattPeerRequestTest, WithAUuidThatHasNoEnd)
+TEST_P(GattPeerRequestTest, AUuidWithoutANulEndsWithItsField)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     channel.Deliver(
@@ -391,7 +391,7 @@ TEST_P(GattPeerRequestTest, MayDeleteItsOwnServer)
               Lines(1, {HandlerLine(4, "serverId not found: " + std::to_string(server))}));
 }
 
-TEST_F(GattServerCallbacksTest, TheFirstTableOfAServerStays)
+TEST_F(GattServerCallbacksTest, TheFirstTableOfAServerIsKept)
 {
     auto& second = Lasting<BtGattServerCallbacksC>();
     Publish({"2a37"}, &Lasting(CharTable()));
@@ -411,7 +411,7 @@ TEST_F(GattServerCallbacksTest, ANullTableAddsNoServer)
                                            "IPCMessageSender::ConnectServerCallback"));
 }
 
-TEST_F(GattServerCallbacksTest, TheFirstUuidOfAServiceStays)
+TEST_F(GattServerCallbacksTest, TheFirstUuidOfAServiceIsKept)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     sender.AddGattServerService(server, kHandle, "180f");
@@ -422,7 +422,7 @@ TEST_F(GattServerCallbacksTest, TheFirstUuidOfAServiceStays)
     EXPECT_THAT(told, ElementsAre("read peer 180d 2a37 {}"));
 }
 
-TEST_F(GattServerCallbacksTest, TheFirstTableOfACharacteristicStays)
+TEST_F(GattServerCallbacksTest, TheFirstTableOfACharacteristicIsKept)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     const BLECharacteristicInfo info = InfoOf("2a37");
@@ -434,7 +434,7 @@ TEST_F(GattServerCallbacksTest, TheFirstTableOfACharacteristicStays)
     EXPECT_THAT(told, ElementsAre("read peer 180d 2a37 {}"));
 }
 
-TEST_F(GattServerCallbacksTest, WhatIsMissingIsLogged)
+TEST_F(GattServerCallbacksTest, MissingEntriesAreLogged)
 {
     const BLECharacteristicInfo info = InfoOf("2a37");
     const std::string noServer = "serverId not found: " + std::to_string(server);
@@ -470,7 +470,7 @@ TEST_F(GattServerCallbacksTest, RemovingAServiceForgetsItsCharacteristics)
               Line(1, "char uuid not found", "IPCMessageSender::OnServerReadCallback"));
 }
 
-TEST_F(GattServerCallbacksTest, RemovingAServerForgetsAllUnderIt)
+TEST_F(GattServerCallbacksTest, RemovingAServerForgetsItsServices)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     sender.RemoveGattServer(server);

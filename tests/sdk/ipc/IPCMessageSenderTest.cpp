@@ -133,7 +133,7 @@ TEST_F(SdkTest, PostIgnoresItsIdAndSendsSixteenBytes)
     EXPECT_THAT(LogLines::All(), IsEmpty());
 }
 
-TEST_F(SdkTest, RequestsOfSeveralThreadsRunSideBySide)
+TEST_F(SdkTest, RequestsOfSeveralThreadsRunConcurrently)
 {
     constexpr int kThreads = 8;
     std::mutex mutex;

@@ -183,7 +183,7 @@ TEST_F(ScanNotifications, AStatusDoesNotNeedScanning)
     EXPECT_EQ(Delivered().size(), 1U);
 }
 
-TEST_F(ScanNotifications, AStatusThatNobodyWantsIsDropped)
+TEST_F(ScanNotifications, AStatusWithoutATableIsDropped)
 {
     const std::int32_t withoutSlot =
         Register(&Lasting<BleScanCallbacksC>({nullptr, Recording<1>().onScanResult}));
@@ -208,7 +208,7 @@ TEST_F(ScanNotifications, WithoutPayloadAreDroppedSilently)
     EXPECT_THAT(Delivered(), IsEmpty());
 }
 
-TEST_F(ScanNotifications, TheRegistryIsLockedWhileAStatusIsTold)
+TEST_F(ScanNotifications, TheRegistryIsLockedDuringAStatusCallback)
 {
     const std::int32_t id = Register(&Lasting<BleScanCallbacksC>(
         {[](std::int32_t, std::int32_t) { HeldCallback::Hold(); }, nullptr}));
@@ -219,7 +219,7 @@ TEST_F(ScanNotifications, TheRegistryIsLockedWhileAStatusIsTold)
 
 // ---- Results
 
-TEST_F(ScanNotifications, AResultReachesEveryListenerThatScansOnAThreadOfItsOwn)
+TEST_F(ScanNotifications, AResultReachesEveryScanningListenerOnItsOwnThread)
 {
     const std::int32_t one = Scanning(RegisterRecording<1>());
     RegisterRecording<2>();
@@ -234,7 +234,7 @@ TEST_F(ScanNotifications, AResultReachesEveryListenerThatScansOnAThreadOfItsOwn)
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kOnResult), End(kOnResult)));
 }
 
-TEST_F(ScanNotifications, ListenersAreToldInTheOrderInWhichTheyStarted)
+TEST_F(ScanNotifications, ListenersAreCalledInTheOrderOfTheirStarts)
 {
     Threads::Use(ThreadMode::kKept);
     const std::int32_t one = RegisterRecording<1>();
@@ -265,7 +265,7 @@ TEST_F(ScanNotifications, EachDeliveryOwnsItsCopy)
     EXPECT_EQ(Delivered()[1].result, second);
 }
 
-TEST_F(ScanNotifications, AResultWhileNobodyScansStartsNoThread)
+TEST_F(ScanNotifications, AResultWithoutAScanStartsNoThread)
 {
     RegisterRecording<1>();
     BleScanner::StopBleScan(Scanning(RegisterRecording<2>()));
@@ -274,7 +274,7 @@ TEST_F(ScanNotifications, AResultWhileNobodyScansStartsNoThread)
     EXPECT_THAT(Delivered(), IsEmpty());
 }
 
-TEST_F(ScanNotifications, AResultThatAListenerCannotTakeStartsNoThread)
+TEST_F(ScanNotifications, AResultForAnEmptySlotStartsNoThread)
 {
     Scanning(Register(nullptr));
     Scanning(Register(&Lasting<BleScanCallbacksC>({Recording<1>().onScanStatus, nullptr})));
@@ -304,7 +304,7 @@ TEST_F(ScanNotifications, StartingTwiceDeliversOnce)
     EXPECT_EQ(Threads::Started(), 1) << "one stop is enough";
 }
 
-TEST_F(ScanNotifications, TheFirstTableOfAnIdStays)
+TEST_F(ScanNotifications, TheFirstTableOfAnIdIsKept)
 {
     const std::int32_t id = RegisterRecording<1>();
     RegisterAs(id, &Lasting<BleScanCallbacksC>(Recording<2>()));
@@ -315,7 +315,7 @@ TEST_F(ScanNotifications, TheFirstTableOfAnIdStays)
     EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id), std::pair(1, id)));
 }
 
-TEST_F(ScanNotifications, AThreadThatCannotBeCreatedCostsOnlyThatResult)
+TEST_F(ScanNotifications, AThreadThatCannotBeCreatedLosesThatResultOnly)
 {
     const std::int32_t one = Scanning(RegisterRecording<1>());
     const std::int32_t two = Scanning(RegisterRecording<2>());
@@ -329,7 +329,7 @@ TEST_F(ScanNotifications, AThreadThatCannotBeCreatedCostsOnlyThatResult)
     EXPECT_THAT(DeliveredTo(), UnorderedElementsAre(std::pair(1, one), std::pair(2, two)));
 }
 
-TEST_F(ScanNotifications, ADeliveryDoesNotNeedTheTableOfAListenerThatIsGone)
+TEST_F(ScanNotifications, ADeliveryDoesNotNeedTheUnregisteredTable)
 {
     Threads::Use(ThreadMode::kKept);
     auto table = std::make_unique<BleScanCallbacksC>(Recording<1>());
@@ -355,7 +355,7 @@ TEST_F(ScanNotifications, AResultCallbackMayCallTheScanner)
     EXPECT_EQ(Threads::Started(), 1);
 }
 
-TEST_F(ScanNotifications, AScanThatItsStatusCallbackStartsAnewIsHeard)
+TEST_F(ScanNotifications, AScanRestartedInItsStatusCallbackDelivers)
 {
     // The service says that the scan has stopped before it answers.
     static std::promise<void>* entered;
@@ -381,7 +381,7 @@ TEST_F(ScanNotifications, AScanThatItsStatusCallbackStartsAnewIsHeard)
     EXPECT_THAT(DeliveredTo(), ElementsAre(std::pair(1, id)));
 }
 
-TEST_F(ScanNotifications, ASlowCallbackHoldsUpNobody)
+TEST_F(ScanNotifications, ASlowCallbackDelaysNoOther)
 {
     std::promise<void> go;
     static std::shared_future<void> held;

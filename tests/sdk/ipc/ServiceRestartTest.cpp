@@ -65,7 +65,7 @@ TEST_F(SdkTest, TheWifiHooksFollowTheRepairInOrder)
                             "log 1 start(IPCMessageSender::RestoreSoftAp)"));
 }
 
-TEST_F(SdkTest, TheRepairReplyIsNotLookedAt)
+TEST_F(SdkTest, TheRepairReplyIsIgnored)
 {
     channel.DeliverWithoutPayload(kServiceStarted);
     const std::vector<LogLine> unanswered = LogLines::All();
@@ -102,7 +102,7 @@ TEST_F(SdkTest, ThePathIsComparedIgnoringCase)
     EXPECT_EQ(channel.Requests().front().item.msgId, kRepair);
 }
 
-TEST_F(SdkTest, CharactersBesideTheLettersAreNotMixedUp)
+TEST_F(SdkTest, OnlyLettersAreComparedIgnoringCase)
 {
     // '[' and '{', '@' and '`' differ in the bit that tells upper from lower case.
     std::string path = Processes::kServicePath;

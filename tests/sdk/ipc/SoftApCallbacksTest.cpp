@@ -112,7 +112,7 @@ class SoftApChanges : public SdkTest {
 
 // ---- The group
 
-TEST_F(SoftApChanges, OfTheGroupAreToldInOrderOfRegistration)
+TEST_F(SoftApChanges, OfTheGroupAreDeliveredInOrderOfRegistration)
 {
     Register(TellGroup<2>);
     Register(TellGroup<1>);
@@ -204,7 +204,7 @@ TEST_F(SoftApChanges, EndWithTheRegistration)
     EXPECT_THAT(Told(), ElementsAre("2: group 1 0"));
 }
 
-TEST_F(SoftApChanges, GoOnWhenTheServiceDoesNotUnregister)
+TEST_F(SoftApChanges, AreDeliveredWhenUnregisteringFails)
 {
     Vod2dWifiBroadcastRecvCb& table = Register(TellGroup<1>);
     channel.Reply(kUnregister, Bytes().I32(4));
@@ -215,7 +215,7 @@ TEST_F(SoftApChanges, GoOnWhenTheServiceDoesNotUnregister)
     EXPECT_EQ(Told().size(), 1U);
 }
 
-TEST_F(SoftApChanges, KnowNoNullTable)
+TEST_F(SoftApChanges, ANullTableIsRefused)
 {
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(nullptr), 0);
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegister, {}, 5000)) << "asked for all the same";
@@ -225,7 +225,7 @@ TEST_F(SoftApChanges, KnowNoNullTable)
     channel.Deliver(kConnectionChange, Station(1, "0123456789ab"));
 }
 
-TEST_F(SoftApChanges, AreToldAgainAfterStopAndStart)
+TEST_F(SoftApChanges, AreDeliveredAfterStopAndStart)
 {
     Register(TellGroup<1>);
     PelaconSvcStop();
@@ -236,7 +236,7 @@ TEST_F(SoftApChanges, AreToldAgainAfterStopAndStart)
 
 // ---- A creation that timed out
 
-TEST_F(SoftApChanges, AGroupThatAppearsAfterATimeOutIsRemovedAndNotTold)
+TEST_F(SoftApChanges, AGroupThatAppearsAfterATimeOutIsRemovedWithoutACallback)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
     Register(TellGroup<1>);
@@ -255,7 +255,7 @@ TEST_F(SoftApChanges, AGroupThatAppearsAfterATimeOutIsRemovedAndNotTold)
     EXPECT_EQ(channel.Requests().size(), 1U);
 }
 
-TEST_F(SoftApChanges, AnotherStateAfterATimeOutIsToldAndEndsTheMatter)
+TEST_F(SoftApChanges, AnotherStateAfterATimeOutIsDeliveredAndClearsTheFlag)
 {
     Register(TellGroup<1>);
     TimeOut();
@@ -269,7 +269,7 @@ TEST_F(SoftApChanges, AnotherStateAfterATimeOutIsToldAndEndsTheMatter)
     EXPECT_THAT(channel.Requests(), IsEmpty());
 }
 
-TEST_F(SoftApChanges, StatesBesideZeroAndOneEndTheMatterToo)
+TEST_F(SoftApChanges, StatesOtherThanZeroAndOneClearTheFlag)
 {
     Register(TellGroup<1>);
     for (const std::int32_t state : {2, -1, 257}) {
@@ -280,7 +280,7 @@ TEST_F(SoftApChanges, StatesBesideZeroAndOneEndTheMatterToo)
     EXPECT_EQ(Told().size(), 3U);
 }
 
-TEST_F(SoftApChanges, TwoTimeOutsAreOneMatter)
+TEST_F(SoftApChanges, TwoTimeOutsRemoveOneGroup)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
     Register(TellGroup<1>);
@@ -291,7 +291,7 @@ TEST_F(SoftApChanges, TwoTimeOutsAreOneMatter)
     EXPECT_EQ(Told().size(), 1U);
 }
 
-TEST_F(SoftApChanges, ARemovalLeavesTheMatterOpen)
+TEST_F(SoftApChanges, ARemovalKeepsTheFlag)
 {
     Register(TellGroup<1>);
     TimeOut();
@@ -389,7 +389,7 @@ TEST_F(SoftApChanges, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&late);
 }
 
-TEST_F(SoftApChanges, UnregisteringWaitsForACallbackThatRuns)
+TEST_F(SoftApChanges, UnregisteringWaitsForARunningCallback)
 {
     static std::promise<void>* entered = nullptr;
     static std::atomic<bool> ended{false};
@@ -410,7 +410,7 @@ TEST_F(SoftApChanges, UnregisteringWaitsForACallbackThatRuns)
 
 // ---- Stations
 
-TEST_F(SoftApChanges, OfStationsAreToldInOrderOfRegistration)
+TEST_F(SoftApChanges, OfStationsAreDeliveredInOrderOfRegistration)
 {
     Register(nullptr, TellStation<2>);
     Register(TellGroup<9>);
@@ -440,7 +440,7 @@ TEST_F(SoftApChanges, OfStationsReachEveryTableAsACopyOfItsOwn)
     EXPECT_THAT(Told(), ElementsAre("1: station 1 aa "));
 }
 
-TEST_F(SoftApChanges, OfAStationThatCannotBeCopiedEndThere)
+TEST_F(SoftApChanges, OfAStationThatCannotBeCopiedAreDropped)
 {
     Register(nullptr, TellStation<1>);
     Register(nullptr, TellStation<2>);
@@ -467,7 +467,7 @@ class StationsAfterARestart : public SoftApChanges {
     }
 };
 
-TEST_F(StationsAfterARestart, AreToldToHaveLeft)
+TEST_F(StationsAfterARestart, AreReportedAsGone)
 {
     Register(nullptr, TellStation<1>);
     Register(TellGroup<7>);
@@ -479,7 +479,7 @@ TEST_F(StationsAfterARestart, AreToldToHaveLeft)
     EXPECT_THAT(ToldByRestart(), IsEmpty()) << "once";
 }
 
-TEST_F(StationsAfterARestart, AreThoseThatHadNotLeft)
+TEST_F(StationsAfterARestart, IncludeOnlyThoseThatHadNotLeft)
 {
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
@@ -491,7 +491,7 @@ TEST_F(StationsAfterARestart, AreThoseThatHadNotLeft)
     EXPECT_THAT(ToldByRestart(), ElementsAre("1: station 0 ccc "));
 }
 
-TEST_F(StationsAfterARestart, AreUnknownWhereNoTableHeardOfThem)
+TEST_F(StationsAfterARestart, AreUnknownWithoutATable)
 {
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
     Vod2dWifiBroadcastRecvCb& groupsOnly = Register(TellGroup<1>);
@@ -501,7 +501,7 @@ TEST_F(StationsAfterARestart, AreUnknownWhereNoTableHeardOfThem)
     EXPECT_THAT(ToldByRestart(), IsEmpty());
 }
 
-TEST_F(StationsAfterARestart, OutliveTheTableThatHeardOfThem)
+TEST_F(StationsAfterARestart, AreKeptWhenTheirTableIsUnregistered)
 {
     Vod2dWifiBroadcastRecvCb& first = Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
@@ -510,7 +510,7 @@ TEST_F(StationsAfterARestart, OutliveTheTableThatHeardOfThem)
     EXPECT_THAT(ToldByRestart(), ElementsAre("2: station 0 aaa "));
 }
 
-TEST_F(StationsAfterARestart, AreNotKnownWhenTheirCopyFailed)
+TEST_F(StationsAfterARestart, AreUnknownWhenTheirCopyFailed)
 {
     Register(nullptr, TellStation<1>);
     Copies::FailNext();
@@ -525,7 +525,7 @@ TEST_F(StationsAfterARestart, MayHaveAddressesThatFillTheField)
     EXPECT_THAT(ToldByRestart(), ElementsAre("1: station 0 0123456789abc "));
 }
 
-TEST_F(StationsAfterARestart, WhoseAddressCannotBeCopiedAreLeftOut)
+TEST_F(StationsAfterARestart, AreLeftOutWhenTheirAddressCannotBeCopied)
 {
     constexpr auto kFunction = "IPCMessageSender::WifiExceptCallback";
     Register(nullptr, TellStation<1>);
@@ -540,7 +540,7 @@ TEST_F(StationsAfterARestart, WhoseAddressCannotBeCopiedAreLeftOut)
                 ElementsAre(Start(kFunction), Line(4, "memcpy error!", kFunction), End(kFunction)));
 }
 
-TEST_F(StationsAfterARestart, AreToldAfterTheRepairRequest)
+TEST_F(StationsAfterARestart, AreReportedAfterTheRepairRequest)
 {
     Register(nullptr, [](const Vod2dStationChange*) { Journal::Note("told"); });
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
@@ -551,7 +551,7 @@ TEST_F(StationsAfterARestart, AreToldAfterTheRepairRequest)
     EXPECT_NE(std::find(repair, entries.end(), "told"), entries.end());
 }
 
-TEST_F(StationsAfterARestart, AreNotToldWhenTheServiceIsNotTheInstalledOne)
+TEST_F(StationsAfterARestart, AreNotReportedWhenAnotherServiceRuns)
 {
     Processes::Set({});
     Register(nullptr, TellStation<1>);
@@ -559,7 +559,7 @@ TEST_F(StationsAfterARestart, AreNotToldWhenTheServiceIsNotTheInstalledOne)
     EXPECT_THAT(ToldByRestart(), IsEmpty());
 }
 
-TEST(StationDeparture, ThatDoesNotFitIsRefused)
+TEST(StationDeparture, ARecordThatDoesNotFitIsRefused)
 {
     LogLines::Clear();
     Vod2dStationChange change{};

@@ -57,7 +57,7 @@ class SoftApListenersTest : public SdkTest {
 
 // ---- The one object for connections
 
-TEST_F(SoftApListenersTest, TheConnectStatusObjectIsToldTheFirstWord)
+TEST_F(SoftApListenersTest, TheConnectStatusObjectReceivesTheFirstWord)
 {
     Api().RegistSoftApConnectStatus(&a);
     channel.Deliver(kConnectStatus, Bytes().I32(-3).I32(9));
@@ -90,7 +90,7 @@ TEST_F(SoftApListenersTest, KeepingTheConnectStatusObjectIsLogged)
                 ElementsAre(Start(kFunction), Start(kSet), End(kSet), End(kFunction)));
 }
 
-TEST_F(SoftApListenersTest, NoConnectStatusObjectSendsNothing)
+TEST_F(SoftApListenersTest, ANullConnectStatusObjectSendsNothing)
 {
     constexpr auto kFunction = "WifiSystemApi::RegistSoftApConnectStatus";
     Api().RegistSoftApConnectStatus(&a);
@@ -103,7 +103,7 @@ TEST_F(SoftApListenersTest, NoConnectStatusObjectSendsNothing)
     EXPECT_THAT(Told(), ElementsAre("A: connect 1")) << "the one before is still there";
 }
 
-TEST_F(SoftApListenersTest, WithoutAConnectStatusObjectNobodyIsTold)
+TEST_F(SoftApListenersTest, WithoutAConnectStatusObjectNothingIsCalled)
 {
     constexpr auto kFunction = "IPCMessageSender::ConnectStatusCallBack";
     channel.Deliver(kConnectStatus, Bytes().I32(1));
@@ -154,7 +154,7 @@ TEST_F(SoftApListenersTest, AnAdvertisementIsTwoEventsStatusThenState)
                 ElementsAre(Start(kStatus), End(kStatus), Start(kState), End(kState)));
 }
 
-TEST_F(SoftApListenersTest, TheWholeAdvertisementIsPassedOnUnread)
+TEST_F(SoftApListenersTest, TheWholeAdvertisementIsPassedOnUnchanged)
 {
     /// Looks at bytes that the record does not name.
     class Curious : public Named {
@@ -174,7 +174,7 @@ TEST_F(SoftApListenersTest, TheWholeAdvertisementIsPassedOnUnread)
     Api().UnRegisterSoftApNotificationEventCallback(&curious);
 }
 
-TEST_F(SoftApListenersTest, ADeviceIsToldInTheOrderOfRegistration)
+TEST_F(SoftApListenersTest, ADeviceIsDeliveredInOrderOfRegistration)
 {
     constexpr auto kFunction = "IPCMessageSender::SoftapDeviceConnectionStatusBack";
     Api().RegisterSoftApNotificationEventCallback(&b);
@@ -223,7 +223,7 @@ TEST_F(SoftApListenersTest, AnObjectIsForgotten)
     EXPECT_THAT(Told(), ElementsAre("B: device 1"));
 }
 
-TEST_F(SoftApListenersTest, TheServicesRefusalChangesNothing)
+TEST_F(SoftApListenersTest, ARefusalOfTheServiceChangesNothing)
 {
     Api().RegisterSoftApNotificationEventCallback(&a);
     channel.Reply(kRegister, Bytes().I32(4));

@@ -100,14 +100,14 @@ class SoftApRestoration : public SdkTest {
 };
 
 // The first one, for some of what is registered later stays for good.
-TEST_F(SoftApRestoration, AsksForNothingThatNobodyHears)
+TEST_F(SoftApRestoration, SendsNothingWithoutListeners)
 {
     channel.DeliverWithoutPayload(kServiceStarted);
     EXPECT_THAT(AskedAgain(), IsEmpty());
     EXPECT_THAT(RestoreLines(), ElementsAre(Start(kRestore), End(kRestore)));
 }
 
-TEST_F(SoftApRestoration, AsksOnlyForWhatSomebodyHears)
+TEST_F(SoftApRestoration, RegistersOnlyWhatHasListeners)
 {
     Deaf deaf;
     channel.Reply(0xD70098, Bytes().I32(0));
@@ -123,7 +123,7 @@ TEST_F(SoftApRestoration, AsksOnlyForWhatSomebodyHears)
     EXPECT_THAT(Ids(AskedAgain()), Not(Contains(0xD70098)));
 }
 
-TEST_F(SoftApRestoration, AsksForEverythingInTheOrderOfTheIds)
+TEST_F(SoftApRestoration, RegistersEverythingInTheOrderOfTheIds)
 {
     RegisterEverything();
     channel.DeliverWithoutPayload(kServiceStarted);
@@ -136,7 +136,7 @@ TEST_F(SoftApRestoration, AsksForEverythingInTheOrderOfTheIds)
     EXPECT_THAT(RestoreLines(), Not(Contains(::testing::Field(&LogLine::level, 4))));
 }
 
-TEST_F(SoftApRestoration, ComesAfterStationsAreSaidToBeGone)
+TEST_F(SoftApRestoration, FollowsTheReportOfGoneStations)
 {
     RegisterEverything();
     channel.DeliverWithoutPayload(kServiceStarted);
@@ -176,7 +176,7 @@ TEST_F(SoftApRestoration, GoesOnWhenARegistrationIsRefused)
                 Contains(Line(4, "Vod2dRegisterSoftAPStateChangedCallback failed", kRestore)));
 }
 
-TEST_F(SoftApRestoration, AsksNothingOfAServiceThatIsNotTheInstalledOne)
+TEST_F(SoftApRestoration, SendsNothingToAServiceFromAnotherPath)
 {
     RegisterEverything();
     Processes::Set({{77, "/elsewhere/PelaconService", L"PelaconService"}});

@@ -100,7 +100,7 @@ class TargetAdvs : public SdkTest {
     }
 };
 
-TEST_F(TargetAdvs, ReachTheirBusinessOnAThreadOfTheirOwn)
+TEST_F(TargetAdvs, ReachTheirBusinessOnTheirOwnThread)
 {
     const std::int32_t business = FreshId();
     RegisterRecording<1>(business);
@@ -132,7 +132,7 @@ TEST_F(TargetAdvs, OwnTheirRecord)
     EXPECT_EQ(Delivered()[1].info, second);
 }
 
-TEST_F(TargetAdvs, OfABusinessThatNobodyKnows)
+TEST_F(TargetAdvs, OfAnUnknownBusinessAreLogged)
 {
     const std::int32_t business = FreshId();
     ForgetWhatHappened();
@@ -144,7 +144,7 @@ TEST_F(TargetAdvs, OfABusinessThatNobodyKnows)
     EXPECT_EQ(Threads::Started(), 0);
 }
 
-TEST_F(TargetAdvs, OfATableWithoutASlot)
+TEST_F(TargetAdvs, OfATableWithoutASlotAreLogged)
 {
     const std::int32_t business = FreshId();
     Register(business, &Lasting<VoviewRecvAdvCallbacksC>());
@@ -157,7 +157,7 @@ TEST_F(TargetAdvs, OfATableWithoutASlot)
     EXPECT_EQ(Threads::Started(), 0);
 }
 
-TEST_F(TargetAdvs, WithoutPayload)
+TEST_F(TargetAdvs, WithoutPayloadAreDropped)
 {
     channel.DeliverWithoutPayload(kReceived);
     EXPECT_THAT(
@@ -165,7 +165,7 @@ TEST_F(TargetAdvs, WithoutPayload)
         ElementsAre(Start(kReceiver), Line(3, "ipcMsg.message is nullptr, return", kReceiver)));
 }
 
-TEST_F(TargetAdvs, WhoseThreadCannotBeCreated)
+TEST_F(TargetAdvs, AreLoggedWhenNoThreadCanBeCreated)
 {
     const std::int32_t business = FreshId();
     RegisterRecording<1>(business);
@@ -181,7 +181,7 @@ TEST_F(TargetAdvs, WhoseThreadCannotBeCreated)
     EXPECT_THAT(DeliveredTo(), ElementsAre(1));
 }
 
-TEST_F(TargetAdvs, DoNotNeedTheTableOfABusinessThatIsGone)
+TEST_F(TargetAdvs, DoNotNeedTheUnregisteredTable)
 {
     const std::int32_t business = FreshId();
     auto table = std::make_unique<VoviewRecvAdvCallbacksC>(VoviewRecvAdvCallbacksC{Record<1>});
@@ -194,7 +194,7 @@ TEST_F(TargetAdvs, DoNotNeedTheTableOfABusinessThatIsGone)
     EXPECT_THAT(DeliveredTo(), ElementsAre(1));
 }
 
-TEST_F(TargetAdvs, AThreadWithoutASlotSaysSo)
+TEST_F(TargetAdvs, AThreadWithoutASlotLogsIt)
 {
     TargetAdvInfo info{};
     IPCMessageSender::OnRecvTargetAdvThread(nullptr, info);
@@ -211,7 +211,7 @@ TEST_F(TargetAdvs, RegisteringLogsItsSteps)
                             Line(1, "Add Cb", kAdd), End(kAdd), End(kFunction)));
 }
 
-TEST_F(TargetAdvs, TheFirstTableOfABusinessStays)
+TEST_F(TargetAdvs, TheFirstTableOfABusinessIsKept)
 {
     const std::int32_t business = FreshId();
     RegisterRecording<1>(business);
@@ -234,7 +234,7 @@ TEST_F(TargetAdvs, ATableIsKeptOnSuccessOnly)
     EXPECT_THAT(Delivered(), IsEmpty());
 }
 
-TEST_F(TargetAdvs, ANullTableIsNotRefusedAndNotKept)
+TEST_F(TargetAdvs, ANullTableIsAcceptedButNotKept)
 {
     const std::int32_t business = FreshId();
     EXPECT_EQ(Register(business, nullptr), 0);
@@ -275,7 +275,7 @@ TEST_F(TargetAdvs, UnregisteringForgetsTheTableBeforeItAsks)
     EXPECT_THAT(Delivered(), IsEmpty());
 }
 
-TEST_F(TargetAdvs, UnregisteringABusinessThatNobodyKnowsAsksTheService)
+TEST_F(TargetAdvs, UnregisteringAnUnknownBusinessIsSent)
 {
     const std::int32_t business = FreshId();
     EXPECT_EQ(Unregister(business), 0);

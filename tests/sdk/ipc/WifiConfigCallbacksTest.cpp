@@ -226,7 +226,7 @@ class WifiConfigLists : public SdkTest, public ::testing::WithParamInterface<Lis
     const List& list = GetParam();
 };
 
-TEST_P(WifiConfigLists, TellInOrderOfRegistration)
+TEST_P(WifiConfigLists, DeliverInOrderOfRegistration)
 {
     Register(2);
     Register(1);
@@ -293,7 +293,7 @@ TEST_P(WifiConfigLists, SurviveStopAndStart)
     EXPECT_EQ(Told().size(), 1U);
 }
 
-TEST_P(WifiConfigLists, LetACallbackCallOperationsWhileAnotherThreadRegisters)
+TEST_P(WifiConfigLists, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
 {
     // The callback holds the list and wants its turn; the registration has its turn and wants the
     // list.
@@ -326,7 +326,7 @@ INSTANTIATE_TEST_SUITE_P(The, WifiConfigLists, ::testing::ValuesIn(Lists()),
 
 class WifiConfigEvents : public WifiConfigLists {};
 
-TEST_P(WifiConfigEvents, HaveLengthsThatCanBeReliedOn)
+TEST_P(WifiConfigEvents, LengthsAreLimitedToTheirFields)
 {
     Register(1);
     const std::string whole(512, 'x');
@@ -346,7 +346,7 @@ INSTANTIATE_TEST_SUITE_P(Of, WifiConfigEvents,
 
 class CardStateEvents : public WifiConfigLists {};
 
-TEST_P(CardStateEvents, HaveCountsThatCanBeReliedOn)
+TEST_P(CardStateEvents, CountsAreLimitedToTheirFields)
 {
     Register(1);
     const auto deliver = [&](std::int32_t changed, std::int32_t count) {
@@ -359,7 +359,7 @@ TEST_P(CardStateEvents, HaveCountsThatCanBeReliedOn)
     EXPECT_EQ(deliver(-1, -1), "1: 0 of 0:");
 }
 
-TEST_P(CardStateEvents, AreToldToATableThatIsKeptAlthoughTheCopyFailed)
+TEST_P(CardStateEvents, ReachATableWhoseRegistrationFailedToCopy)
 {
     channel.Reply(kSetCardState, CardReply(2, 0));
     EXPECT_EQ(list.registerTable(1), -16);
@@ -372,7 +372,7 @@ INSTANTIATE_TEST_SUITE_P(Of, CardStateEvents, ::testing::ValuesIn(std::vector<Li
 
 // ---- What a restarted service is asked again
 
-TEST_F(SdkTest, ARestartedServiceIsAskedAgainForWhatWasLastAccepted)
+TEST_F(SdkTest, TheLastAcceptedRegistrationIsRepeatedAfterARestart)
 {
     channel.Reply(kRegisterCfg, Bytes().I32(0));
     channel.Reply(kSetConnNotify, Bytes().I32(0));

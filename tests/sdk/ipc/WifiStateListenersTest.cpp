@@ -60,7 +60,7 @@ class SwitchListeners : public SdkTest {
     Named b{"B"};
 };
 
-TEST_F(SwitchListeners, AreToldTheFirstWordInTheOrderOfRegistration)
+TEST_F(SwitchListeners, ReceiveTheFirstWordInOrderOfRegistration)
 {
     constexpr auto kFunction = "IPCMessageSender::WifiSwitchStateChangeCallback";
     EXPECT_TRUE(Api().RegistWifiStateChangeCallback(&b));
@@ -78,7 +78,7 @@ TEST_F(SwitchListeners, AreToldTheFirstWordInTheOrderOfRegistration)
     EXPECT_EQ(LogLines::All().back(), Line(1, "Notification completed", kFunction));
 }
 
-TEST_F(SwitchListeners, AreToldAsOftenAsTheyAreRegistered)
+TEST_F(SwitchListeners, AreCalledOncePerRegistration)
 {
     Api().RegistWifiStateChangeCallback(&a);
     EXPECT_THAT(LinesOf(kAddSwitch),
@@ -138,7 +138,7 @@ TEST_F(SwitchListeners, AreKeptAndForgottenOnlyWhenTheServiceAgrees)
     EXPECT_THAT(Told(), ElementsAre("A: switch 1"));
 }
 
-TEST_F(SwitchListeners, AreNotToldWithoutPayload)
+TEST_F(SwitchListeners, AreNotCalledWithoutPayload)
 {
     Api().RegistWifiStateChangeCallback(&a);
     ForgetWhatHappened();
@@ -183,7 +183,7 @@ class ChannelListeners : public SdkTest {
     Named& other = Lasting<Named>(Named(otherName));
 };
 
-TEST_F(ChannelListeners, AreToldTheFirstWordInTheOrderOfRegistration)
+TEST_F(ChannelListeners, ReceiveTheFirstWordInOrderOfRegistration)
 {
     constexpr auto kFunction = "IPCMessageSender::WifiConnectChannelCallback";
     Api().RegistWifiStateChangeCallBack(&other);
@@ -227,7 +227,7 @@ TEST_F(ChannelListeners, AreNeverNull)
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kFunction), Line(3, "cb is null", kFunction)));
 }
 
-TEST_F(ChannelListeners, AreNotToldWithoutPayload)
+TEST_F(ChannelListeners, AreNotCalledWithoutPayload)
 {
     Api().RegistWifiStateChangeCallBack(&listener);
     ForgetWhatHappened();

@@ -47,7 +47,7 @@ class UnloadTest : public ::testing::Test {
     void* library_ = nullptr;
 };
 
-TEST_F(UnloadTest, AForkAfterUnloadingDoesNotReachIt)
+TEST_F(UnloadTest, AForkAfterUnloadingCallsNoHandler)
 {
     EXPECT_EQ(Call("BtEnable"), -1);
     Unload();
@@ -61,14 +61,14 @@ TEST_F(UnloadTest, AForkAfterUnloadingDoesNotReachIt)
     EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
-TEST_F(UnloadTest, TheLibraryStaysOnceItWasStarted)
+TEST_F(UnloadTest, TheLibraryStaysAfterItsFirstStart)
 {
     EXPECT_EQ(Call("PelaconSvcStart"), 0);
     Unload();
     EXPECT_TRUE(IsLoaded()) << "its receive thread runs";
 }
 
-TEST_F(UnloadTest, TheLibraryStaysOnceItWasAskedForErrors)
+TEST_F(UnloadTest, TheLibraryStaysAfterAnErrorListener)
 {
     int api = 0;  // whatever: the operation has no use for it
     EXPECT_FALSE(Call("_ZN13WifiSystemApi14RegistListenerEP13ErrorListener", &api, nullptr));

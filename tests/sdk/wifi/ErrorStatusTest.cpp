@@ -88,7 +88,7 @@ TEST_F(ErrorStatusTest, EachCodeHasItsText)
     }
 }
 
-TEST_F(ErrorStatusTest, AskingForATextIsLogged)
+TEST_F(ErrorStatusTest, ReadingATextIsLogged)
 {
     status->GetErrorString(kOther);
     EXPECT_THAT(
@@ -113,7 +113,7 @@ TEST_F(ErrorStatusTest, AListenerIsAddedOnce)
     EXPECT_THAT(listener.Heard(), SizeIs(1));
 }
 
-TEST_F(ErrorStatusTest, AListenerIsTakenAwayOnce)
+TEST_F(ErrorStatusTest, AListenerIsRemovedOnce)
 {
     constexpr auto kFunction = "ErrorStatus::UnregistListener";
     RecordingListener listener;
@@ -129,7 +129,7 @@ TEST_F(ErrorStatusTest, AListenerIsTakenAwayOnce)
     EXPECT_THAT(listener.Heard(), IsEmpty());
 }
 
-TEST_F(ErrorStatusTest, NullIsNoListener)
+TEST_F(ErrorStatusTest, ANullListenerIsRefused)
 {
     EXPECT_FALSE(status->RegistListener(nullptr));
     EXPECT_FALSE(status->UnregistListener(nullptr));
@@ -141,7 +141,7 @@ TEST_F(ErrorStatusTest, NullIsNoListener)
 
 // ---- Delivery
 
-TEST_F(ErrorStatusTest, EveryListenerIsToldOnceOfTheSame)
+TEST_F(ErrorStatusTest, EveryListenerReceivesEachErrorOnce)
 {
     RecordingListener first;
     RecordingListener second;
@@ -203,7 +203,7 @@ TEST_F(ErrorStatusTest, OneWorkerDeliversEverythingAndNeverThePoster)
     EXPECT_EQ(first.Thread(), second.Thread());
 }
 
-TEST_F(ErrorStatusTest, PostingIsLoggedAroundAskingForTheText)
+TEST_F(ErrorStatusTest, PostingIsLoggedAroundTheText)
 {
     status->PostNotification(kOther);
     std::vector<LogLine> lines = LogLines::All();
@@ -235,7 +235,7 @@ TEST_F(ErrorStatusTest, AListenerMayCallTheNotifier)
     EXPECT_THAT(leaving.Heard(), IsEmpty());
 }
 
-TEST_F(ErrorStatusTest, ErrorsOfManyThreadsAllArriveEachThreadsInItsOrder)
+TEST_F(ErrorStatusTest, ErrorsOfManyThreadsArriveInEachThreadsOrder)
 {
     constexpr std::int32_t kThreads = 4;
     constexpr std::int32_t kErrors = 50;
@@ -360,7 +360,7 @@ TEST_F(ErrorStatusWaiting, EndsWhenEverythingIsDelivered)
     EXPECT_THAT(LinesOf(kWorker), Contains(QueueEmpty()));
 }
 
-TEST_F(ErrorStatusTest, ErrorsPostedAfterTheEndReachNobody)
+TEST_F(ErrorStatusTest, ErrorsPostedAfterTheEndAreDropped)
 {
     RecordingListener listener;
     status->RegistListener(&listener);

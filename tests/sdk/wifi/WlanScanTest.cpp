@@ -54,7 +54,7 @@ class WlanScan : public StoppedSdkTest {
     }
 };
 
-TEST_F(WlanScan, WithoutAHandleTheInterfacesAreAskedForInVainAndTheNextScanOpensAgain)
+TEST_F(WlanScan, WithoutAHandleTheScanFailsAndTheNextOpensAgain)
 {
     Wlan::OpenGives(0);
     Wlan::ListGives(2);
@@ -68,7 +68,7 @@ TEST_F(WlanScan, WithoutAHandleTheInterfacesAreAskedForInVainAndTheNextScanOpens
     }
 }
 
-TEST_F(WlanScan, OfTwoHandlesOpenedAtTheSameMomentTheLaterIsKept)
+TEST_F(WlanScan, OfTwoHandlesOpenedAtOnceTheLaterIsKept)
 {
     std::promise<void> firstOpens;
     std::promise<void> secondOpens;
@@ -138,7 +138,7 @@ TEST_F(WlanScan, WithoutAListNothingIsScanned)
                 ElementsAre(Start(kScan), Line(4, "WlanEnumInterfaces failed", kScan)));
 }
 
-TEST_F(WlanScan, AsksNothingOfTheService)
+TEST_F(WlanScan, SendsNothingToTheService)
 {
     Wlan::ListGives(1);
     EXPECT_TRUE(WifiSystemApi::GetInstance().Scan());

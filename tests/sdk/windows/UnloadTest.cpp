@@ -38,14 +38,14 @@ TEST_F(UnloadTest, LoadingTheLibraryDoesNotLoadWlanapi)
     EXPECT_EQ(GetModuleHandleW(L"wlanapi.dll"), nullptr) << "some editions of Windows lack it";
 }
 
-TEST_F(UnloadTest, TheLibraryGoesWhereItWasNeverStarted)
+TEST_F(UnloadTest, TheLibraryUnloadsBeforeItsFirstStart)
 {
     EXPECT_EQ(Call("BtEnable"), -1);
     Unload();
     EXPECT_FALSE(IsLoaded());
 }
 
-TEST_F(UnloadTest, TheLibraryStaysOnceItWasStarted)
+TEST_F(UnloadTest, TheLibraryStaysAfterItsFirstStart)
 {
     EXPECT_EQ(Call("PelaconSvcStart"), 0);
     Unload();

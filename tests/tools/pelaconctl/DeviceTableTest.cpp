@@ -80,7 +80,7 @@ TEST_F(DeviceTableTest, HasAHeadingAndALineForEachDevice)
     EXPECT_EQ(table.Results(), 3U);
 }
 
-TEST_F(DeviceTableTest, LinesAreNeverWiderThanTheTerminal)
+TEST_F(DeviceTableTest, LinesAreCutToTheTerminalsWidth)
 {
     table.Add(Result(0x1, -58, Name("a name that is rather long")), kNow);
     for (std::size_t width = 1; width < 200; ++width) {

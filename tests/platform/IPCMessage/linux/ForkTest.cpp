@@ -11,7 +11,7 @@ namespace {
 
 using ForkTest = ChannelTest;
 
-TEST_F(ForkTest, AChildDoesNotUseItsParentsConnectionsNorDisturbThem)
+TEST_F(ForkTest, AChildDoesNotUseOrDisturbItsParentsConnections)
 {
     StartBoth();
     EXPECT_TRUE(IsServed(*client));
@@ -33,7 +33,7 @@ TEST_F(ForkTest, AChildDoesNotUseItsParentsConnectionsNorDisturbThem)
     EXPECT_TRUE(Eventually([&] { return client->GetStatistics().connected == 1; }));
 }
 
-TEST_F(ForkTest, AChildEndsItsInheritedClientWhateverTheParentsThreadsWereDoing)
+TEST_F(ForkTest, AChildDestroysItsInheritedClientWhileTheParentsThreadsHoldLocks)
 {
     StartBoth();
     std::atomic<bool> done{false};
@@ -81,7 +81,7 @@ TEST_F(ForkTest, AClientMadeInTheChildWorks)
     EXPECT_TRUE(IsServed(*client));
 }
 
-TEST_F(ForkTest, AChildKeepsNoConnectionOpenBehindItsParentsBack)
+TEST_F(ForkTest, AChildKeepsNoConnectionOfItsParentOpen)
 {
     StartBoth();
     EXPECT_TRUE(IsServed(*client));

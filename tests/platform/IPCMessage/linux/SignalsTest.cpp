@@ -14,7 +14,7 @@ namespace {
 
 using SignalsTest = ChannelTest;
 
-TEST_F(SignalsTest, CutNoWaitShort)
+TEST_F(SignalsTest, DoNotShortenWaits)
 {
     PeerProcess service{"serve"};
     ASSERT_EQ(service.ReadLine(), "ready");

@@ -60,7 +60,7 @@ TEST_F(SocketsTest, LiesInTheFolderThatTheEnvironmentNames)
     EXPECT_EQ(Refusal(), "");
 }
 
-TEST_F(SocketsTest, IsLookedForInTheSystemsFolderAndThenInTheUsersOwn)
+TEST_F(SocketsTest, IsSearchedInTheSystemsFolderAndThenInTheUsersOwn)
 {
     setenv("XDG_RUNTIME_DIR", "/home/somebody", 1);
     EXPECT_THAT(ipc::FindPipePlaces(kPipe), ElementsAre(Place(".sock")));
@@ -83,7 +83,7 @@ TEST_F(SocketsTest, LiesInTheUsersOwnFolderOtherwise)
     EXPECT_TRUE(IsServed(*client));
 }
 
-TEST_F(SocketsTest, IsClosedToOthersWhateverTheUmask)
+TEST_F(SocketsTest, IsClosedToOtherUsersWhateverTheUmask)
 {
     const mode_t before = umask(0);
     const auto inside = folder.Path() / "new";
@@ -95,7 +95,7 @@ TEST_F(SocketsTest, IsClosedToOthersWhateverTheUmask)
     EXPECT_EQ(ModeOf(inside / "ChannelTest.lock"), 0600U);
 }
 
-TEST_F(SocketsTest, IsNotTakenFromAServiceThatRuns)
+TEST_F(SocketsTest, IsNotTakenFromARunningService)
 {
     StartBoth();
     EXPECT_THAT(Refusal(), HasSubstr("another service is listening on " + Place(".sock")));
@@ -169,7 +169,7 @@ TEST_F(SocketsTest, ConnectionsTakeNoStandardStreamsNumber)
     EXPECT_EQ(PeerProcess("call-without-streams").ReadLine(), "served, 0 and 2 closed");
 }
 
-TEST_F(SocketsTest, SaysWhyItCannotListen)
+TEST_F(SocketsTest, AFailureToListenHasItsReason)
 {
     std::filesystem::create_directory(Place(".sock"));
     EXPECT_THAT(Refusal(), HasSubstr("cannot remove the stale socket " + Place(".sock")));
@@ -209,7 +209,7 @@ TEST_F(SocketsTest, WhatAServiceSentBeforeItsDeathIsDelivered)
     EXPECT_EQ(received.WaitFor(2).back().payload, Counting(2));
 }
 
-TEST_F(SocketsTest, RefusesNamesThatAreNoPlainFileNames)
+TEST_F(SocketsTest, NamesMustBePlainFileNames)
 {
     for (const wchar_t* name : {L"", L"\\\\.\\Pipe\\", L"\\\\.\\Pipe\\..", L".hidden", L"a/b",
                                 L"a b", L"\\\\.\\Pipe\\\u00e9t\u00e9"}) {
@@ -243,7 +243,7 @@ TEST_F(SocketsTest, EveryDescriptorIsClosedOnExec)
     EXPECT_GE(ours, 7U);  // lock, event, listener, and both ends of two connections
 }
 
-TEST_F(SocketsTest, AUsersServiceServesNoOtherUser)
+TEST_F(SocketsTest, AUsersServiceRefusesOtherUsers)
 {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
@@ -282,7 +282,7 @@ TEST_F(SocketsTest, AClientTrustsNoServiceOfAnotherUser)
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "served");
 }
 
-TEST_F(SocketsTest, ASystemsServiceServesWhomItsSocketLetsInAndObeysRoot)
+TEST_F(SocketsTest, ASystemServiceServesUsersItsSocketAdmitsAndObeysRoot)
 {
     if (geteuid() != 0) {
         GTEST_SKIP() << "needs root";
@@ -301,7 +301,7 @@ TEST_F(SocketsTest, ASystemsServiceServesWhomItsSocketLetsInAndObeysRoot)
     EXPECT_EQ(system.ReadLine(), "1");
 }
 
-TEST_F(SocketsTest, TurnAwayWhoComesWhileTheServerEnds)
+TEST_F(SocketsTest, ConnectionsAreRefusedWhileTheServerEnds)
 {
     std::atomic<int> inside{0};
     const Ending ending(*this);

@@ -25,7 +25,7 @@ TEST(OpenToAppendTest, StartedProgramsDoNotInheritTheFile)
     EXPECT_EQ(fcntl(fileno(file.get()), F_GETFL) & O_APPEND, O_APPEND);
 }
 
-TEST(OpenToAppendTest, IsNullWhereNoFileCanBe)
+TEST(OpenToAppendTest, IsNullWhereNoFileCanBeCreated)
 {
     EXPECT_EQ(pelacon::os::OpenToAppend("/no/such/folder/file"), nullptr);
     EXPECT_EQ(pelacon::os::OpenToAppend(""), nullptr);

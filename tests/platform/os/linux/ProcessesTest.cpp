@@ -23,7 +23,7 @@ using namespace pelacon::os;  // NOLINT(google-build-using-namespace)
 
 using pelacon::test::InChild;
 
-TEST(VisitProcessPathsTest, SaysWhenThereIsNoList)
+TEST(VisitProcessPathsTest, ReturnsFalseWithoutAList)
 {
     EXPECT_EQ(InChild([] {
                   const rlimit none{0, 0};
@@ -35,7 +35,7 @@ TEST(VisitProcessPathsTest, SaysWhenThereIsNoList)
               0);
 }
 
-TEST(VisitProcessPathsTest, TakesTheCommandLineWhereTheLinkMayNotBeRead)
+TEST(VisitProcessPathsTest, UsesTheCommandLineWhereTheLinkMayNotBeRead)
 {
     constexpr uid_t kNobody = 65534;
     if (geteuid() != 0) {

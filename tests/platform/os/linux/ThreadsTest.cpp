@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(StartDetachedThreadTest, ThrowsWhenThereCanBeNoThread)
+TEST(StartDetachedThreadTest, ThrowsWhenNoThreadCanBeCreated)
 {
     const pid_t child = fork();
     if (child == 0) {

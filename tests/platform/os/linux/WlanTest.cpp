@@ -216,7 +216,7 @@ TEST_F(WlanTest, InterfacesAreListedInTheKernelsOrder)
         << "for any network";
 }
 
-TEST_F(WlanTest, ThereMayBeNoInterface)
+TEST_F(WlanTest, TheListMayBeEmpty)
 {
     EXPECT_EQ(Count(), 0U);
 }
@@ -230,7 +230,7 @@ TEST_F(WlanTest, AKernelWithoutWirelessListsNothing)
     EXPECT_EQ(Count(), 1U) << "it may learn about it later";
 }
 
-TEST_F(WlanTest, ARefusedScanHarmsNothing)
+TEST_F(WlanTest, ARefusedScanIsIgnored)
 {
     theKernel.interfaces = {7};
     for (const int refusal : {-EPERM, -EBUSY, 0}) {
@@ -242,7 +242,7 @@ TEST_F(WlanTest, ARefusedScanHarmsNothing)
     EXPECT_EQ(theKernel.scans.size(), 3U);
 }
 
-TEST_F(WlanTest, AnAnswerThatComesTooLateDisturbsNothing)
+TEST_F(WlanTest, ALateAnswerIsIgnored)
 {
     theKernel.interfaces = {7, 3};
     theKernel.silent = true;

@@ -49,7 +49,7 @@ class DebugViewer {
         static_cast<const char*>(MapViewOfFile(buffer_.get(), FILE_MAP_READ, 0, 0, kSize))};
 };
 
-TEST(DebuggerTest, IsShownLines)
+TEST(DebuggerTest, ReceivesLines)
 {
     DebugViewer viewer;
     std::thread writer([] { pelacon::os::WriteToDebugger(L"a line of the log"); });

@@ -19,7 +19,7 @@ using ::testing::ElementsAre;
 
 std::atomic<bool> noThreads{false};
 
-TEST_F(SdkTest, TheNotifierComesWhenItsWorkerCan)
+TEST_F(SdkTest, TheNotifierStartsOnceItsWorkerCanBeCreated)
 {
     auto& listener =
         Lasting<std::unique_ptr<RecordingListener>>(std::make_unique<RecordingListener>());
