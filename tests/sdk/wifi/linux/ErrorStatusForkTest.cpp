@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kLimit = 10s;
+constexpr auto kNotifierLimit = 10s;
 
 using ErrorStatusForkTest = StoppedSdkTest;
 
@@ -38,10 +38,10 @@ TEST_F(ErrorStatusForkTest, AChildHearsErrorsThoughAThreadOfItsParentIsInAListen
     std::promise<void> forked;
     listener.meanwhile = [&](const ErrorDetail&) {
         inListener.set_value();
-        EXPECT_EQ(forked.get_future().wait_for(kLimit), std::future_status::ready);
+        EXPECT_EQ(forked.get_future().wait_for(kNotifierLimit), std::future_status::ready);
     };
     Api().PostNotification(kConnectBleSendFail);
-    ASSERT_EQ(inListener.get_future().wait_for(kLimit), std::future_status::ready);
+    ASSERT_EQ(inListener.get_future().wait_for(kNotifierLimit), std::future_status::ready);
     EXPECT_EQ(InChild([&] {
                   listener.meanwhile = nullptr;
                   int failed = Api().RegistListener(&listener);  // it still is
