@@ -124,6 +124,8 @@ Tables TablesOf(std::size_t walker, std::index_sequence<Walker...> /*all*/)
 }
 
 const std::string kChar = "2a37";
+constexpr std::int32_t kOwnMtu = 200;
+constexpr std::int32_t kDeviceMtu = 100;
 constexpr std::int64_t kIsConnected = 1000;
 constexpr std::int64_t kIsEnded = kBleGattReasonLocal;
 
@@ -143,12 +145,13 @@ std::string WorldFor(unsigned walkers)
              {"characteristics",
               {{{"uuid", kChar}, {"flags", {"read", "write", "notify"}}, {"value", "00"}}}}});
     }
-    return nlohmann::json{{"adapter", {{"address", "0A:0B:0C:0D:0E:0F"}}},
-                          {"gatt", {{"connectMs", 0}, {"mtu", 200}}},
-                          {"peripherals",
-                           {{{"address", "C0:00:00:00:00:01"},
-                             {"advertising", {{"on", false}}},
-                             {"gatt", {{"connectMs", 0}, {"mtu", 100}, {"services", services}}}}}}}
+    return nlohmann::json{
+        {"adapter", {{"address", "0A:0B:0C:0D:0E:0F"}}},
+        {"gatt", {{"connectMs", 0}, {"mtu", kOwnMtu}}},
+        {"peripherals",
+         {{{"address", "C0:00:00:00:00:01"},
+           {"advertising", {{"on", false}}},
+           {"gatt", {{"connectMs", 0}, {"mtu", kDeviceMtu}, {"services", services}}}}}}}
         .dump();
 }
 
@@ -226,6 +229,16 @@ class Walker {
         }
         const bool isThere = end_ == End::kSimulated || IsStarted();
         return isDiscovered_ && isThere ? kStatusDone : kStatusNotFound;
+    }
+
+    std::int32_t Mtu() const { return end_ == End::kSimulated ? kDeviceMtu : kOwnMtu; }
+
+    /// What the client receives of a value that its peer notifies.
+    ByteVector Notified(ByteVector value) const
+    {
+        constexpr std::size_t kHeader = 3;  // opcode and handle
+        value.resize(std::min(value.size(), static_cast<std::size_t>(Mtu()) - kHeader));
+        return value;
     }
 
     ByteVector& PeerValue() { return end_ == End::kSimulated ? deviceValue_ : value_; }
@@ -306,7 +319,7 @@ class Walker {
         std::int32_t mtu = -1;
         EXPECT_EQ(BleGattClient::BleGattClientGetMtu(client_, &mtu),
                   IsUp() ? kStatusDone : kStatusNotConnected);
-        EXPECT_EQ(mtu, !IsUp() ? -1 : end_ == End::kSimulated ? 100 : 200);
+        EXPECT_EQ(mtu, IsUp() ? Mtu() : -1);
     }
 
     void Read()
@@ -335,8 +348,8 @@ class Walker {
         PeerValue() = value;
         if (end_ == End::kOwnServer) {
             ExpectServerTold({"write", 0, value});
-        } else if (isSubscribed_) {  // a device tells of what is written
-            ExpectClientTold({"value", kBleGattNotification, value});
+        } else if (isSubscribed_) {  // the device notifies what is written
+            ExpectClientTold({"value", kBleGattNotification, Notified(value)});
         }
     }
 
@@ -419,7 +432,7 @@ class Walker {
         }
         value_ = value;
         if (end_ == End::kOwnServer && isSubscribed_) {
-            ExpectClientTold({"value", kBleGattNotification, value});
+            ExpectClientTold({"value", kBleGattNotification, Notified(value)});
             ExpectServerTold({"sent", kStatusDone});
         }
     }
