@@ -1,11 +1,11 @@
-/* Advertising: sending out data for others to hear.
+/* Advertising: sending data that other devices receive when they scan.
  *
- * An application registers a table of callbacks and gets an advertiser id for it. Under that id it
+ * An application registers a table of callbacks and gets an advertiser id for it. With this id it
  * starts and stops advertising.
  *
- * Every operation is one request to the service and blocks its caller for 5 s at most. All may be
- * called from any thread; they run one after the other, so that a caller may wait for the
- * operations of other threads too. */
+ * Every operation is one request to the service, with a time-out of 5 s. Operations run one after
+ * the other: a caller also waits for those of other threads. Registering and unregistering also
+ * wait while a callback of an advertiser is running on another thread. */
 #ifndef PELACONSDK_BLEADVERTISER_H
 #define PELACONSDK_BLEADVERTISER_H
 
@@ -18,47 +18,45 @@
 
 PELACON_C_BEGIN
 
-/* What others may do about an advertisement. The library sends any other value as 0. */
-PELACON_ENUM(BleAdvEventType){
-    kBleAdvConnectable = 0,    /* connect, and ask for the scan response */
-    kBleAdvScannable = 1,      /* ask for the scan response */
-    kBleAdvNonConnectable = 2, /* nothing: the scan response is not sent */
+/* What other devices may do about an advertisement. The library sends any other value as 0. */
+enum PELACON_ENUM(BleAdvEventType) {
+    kBleAdvConnectable = 0,    /* connect, and request the scan response */
+    kBleAdvScannable = 1,      /* request the scan response */
+    kBleAdvNonConnectable = 2, /* neither: the scan response is not sent */
 };
 
-/* Why an advertiser went silent. Other values are the service's own. */
-PELACON_ENUM(BleAdvDisableStatus){
+/* Why an advertiser stopped. Other values are the service's own. */
+enum PELACON_ENUM(BleAdvDisableStatus) {
     kBleAdvTimeOver = 0,       /* its total time is over */
     kBleAdvAdapterOff = 1,     /* the adapter was switched off */
-    kBleAdvServiceRestart = 2, /* the service started anew: the id is valid, start it again */
+    kBleAdvServiceRestart = 2, /* the service was restarted: the id is valid, start again */
 };
 
-/* What an application wants to hear of its advertiser. The library keeps the pointer only: the
- * table stays valid and unchanged from its registration until BleAdvUnRegisterCallbacks returns.
+/* Callbacks for one advertiser. The library keeps the pointer only: the table must stay valid and
+ * unchanged from its registration until BleAdvUnRegisterCallbacks returns.
  *
- * Called on the receive thread with the library's list of advertisers locked: no other notification
- * is delivered meanwhile. It may call operations of every family, those of this header included;
- * each holds the receive thread up until it is answered. An exception that leaves it ends the
- * process (std::terminate). */
+ * Called on the receive thread. A callback may call any operation. An exception that leaves it ends
+ * the process (std::terminate). */
 typedef struct BleAdvCallbacksC {
-    /* The advertiser went silent by itself: a BleAdvDisableStatus. Its id stays registered. Null
-     * when not wanted. */
+    /* The advertiser stopped by itself: a BleAdvDisableStatus. Its id stays registered. May be
+     * null. */
     void (*onAdvertiseDisabled)(int32_t advId, int32_t status);
 } BleAdvCallbacksC;
 
-/* How to advertise. Where nothing else is said, the service refuses values out of range. */
+/* Parameters of advertising. Unless stated otherwise, the service refuses values out of range. */
 typedef struct BleAdvertiseParamsC {
     int32_t minInterval;   /* between advertisements, in ms: 20 to 10240, or 0 for 100 */
     int32_t maxInterval;   /* no less than minInterval, or 0 for the same */
     int32_t channelMap;    /* bits 0, 1, 2: channels 37, 38, 39; 0 for all */
     int32_t advEventType;  /* a BleAdvEventType */
     int32_t txPower;       /* dBm, -127 to 20 */
-    int32_t sendTotalTime; /* ms after which it ends by itself; 0: never */
-    int32_t sendPartTime;  /* ms on the air, then as long a rest, in turn; 0: without rests.
-                              No longer than a sendTotalTime that is not 0. Neither is negative. */
+    int32_t sendTotalTime; /* ms after which advertising ends by itself; 0: never */
+    int32_t sendPartTime;  /* ms of advertising and then as long a pause, in turn; 0: no pauses.
+                              At most sendTotalTime, unless that is 0. Neither is negative. */
 } BleAdvertiseParamsC;
 
-/* What to advertise, for C: bytes and their number, each no more than 31. A sequence of length 0
- * may have a null pointer. */
+/* The data to advertise, for C: each sequence has at most 31 bytes. A sequence of length 0 may have
+ * a null pointer. */
 typedef struct BleAdvertiseDataC {
     uint32_t advDataLen;
     const uint8_t* advData;
@@ -66,44 +64,43 @@ typedef struct BleAdvertiseDataC {
     const uint8_t* scanResp;
 } BleAdvertiseDataC;
 
-/* The C form. Each function does what the member of BleAdvertiser with its name does. Here and
- * there these results mean: 0 done; kBleStatusFailed the library is not started or an argument is
- * invalid; kBleStatusNoReply no answer; others are the service's own. */
+/* The C form. Each function does the same as the member of BleAdvertiser with its name. Results: 0
+ * done; kBleStatusFailed the library is not started or an argument is invalid; kBleStatusNoReply no
+ * answer; others are the service's own. */
 
-/* Makes an advertiser for the table and stores its id in *businessId; the id is stored and the
- * table kept only when the result is 0. A null argument is refused with kBleStatusFailed. Should
- * the service give an id that the library still knows, the table of before stays.
- * kBleStatusNoReply also raises diagnostic event 954082008. */
+/* Creates an advertiser for the table and stores its id in *businessId. The id is stored and the
+ * table registered only when the result is 0. A null argument is refused with kBleStatusFailed. If
+ * the service assigns an id that is registered already, the first table stays. kBleStatusNoReply
+ * also raises diagnostic event 954082008. */
 PELACON_API BleStatusC BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback, int* businessId);
 
-/* Stops and forgets the advertiser. The library forgets it first: whatever the result, its table is
- * not used afterwards. Waits while one of these tables is being called. */
+/* Stops and removes the advertiser. The library unregisters its table first: whatever the result,
+ * the table is not used afterwards. */
 PELACON_API BleStatusC BleAdvUnRegisterCallbacks(int advId);
 
-/* Begins to advertise; an advertiser that does so already goes on with the new data. Times that
- * BleAdvertiseParamsC excludes are refused with kBleStatusFailed, and so is a null argument, or a
- * null sequence that is not empty. More than 31 bytes of either kind return kBleStatusDataTooLong
- * (-10). In none of these cases is anything sent. kBleStatusNoReply also raises diagnostic event
- * 954082008. */
+/* Starts to advertise; an advertiser that is started already continues with the new data. Times
+ * that BleAdvertiseParamsC excludes, a null argument, and a null sequence that is not empty are
+ * refused with kBleStatusFailed; a sequence of more than 31 bytes is refused with
+ * kBleStatusDataTooLong
+ * (-10). Nothing is sent then. kBleStatusNoReply also raises diagnostic event 954082008. */
 PELACON_API BleStatusC BleStartAdvertise(int advId, const BleAdvertiseParamsC* params,
                                          const BleAdvertiseDataC* data);
 
-/* Ends advertising. The advertiser stays registered, and its table is not told of this. */
+/* Stops advertising. The advertiser stays registered; its callback is not called. */
 PELACON_API BleStatusC BleStopAdvertise(int advId);
 
 PELACON_C_END
 
 #ifdef __cplusplus
 
-/* What to advertise: each sequence holds 31 bytes at most. */
+/* The data to advertise: each sequence has at most 31 bytes. */
 struct BleAdvertiseData {
     std::vector<uint8_t> advData;
     std::vector<uint8_t> scanResp;
 };
 
-/* Advertising, for C++. Nothing here throws, but std::bad_alloc for want of memory and
- * std::system_error when a mutex cannot be locked. The results are those of the C functions of the
- * same names above. */
+/* Advertising, for C++. Throws nothing but std::bad_alloc. Results are as for the C functions with
+ * the same names. */
 class PELACON_API BleAdvertiser {
   public:
     BleAdvertiser() = delete;

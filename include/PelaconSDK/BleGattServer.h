@@ -1,13 +1,14 @@
-/* The GATT server: publish services, hear what peers read and write, and notify them.
+/* The GATT server: publish services, receive what peers read and write, and notify them.
  *
- * A server goes: register for a server id, add services and to each its characteristics, start the
- * services, publish values as they change. Every operation is one request to the service and blocks
- * its caller for 10 s at most. All may be called from any thread; those of this family run one
- * after the other, so that one that waits for its answer holds up the rest.
+ * The steps are: register for a server id, add services and their characteristics, start the
+ * services, publish values when they change. Every operation is one request to the service, with a
+ * time-out of 10 s. Operations of the GATT server run one after the other: a caller also waits for
+ * those of other threads. Operations that register, unregister, add or delete also wait while a
+ * callback of a server is running on another thread.
  *
- * The service answers a peer's read by itself: with the characteristic's current value, which is
- * what it was added with, what a peer wrote, or what was published last. onRead tells of it.
- * UUIDs and values are as in BleGattClient.h. */
+ * The service itself answers a peer that reads, with the characteristic's current value: the value
+ * that it was added with, that a peer wrote, or that was published, whichever is the latest. onRead
+ * is called then. UUIDs and values are as in BleGattClient.h. */
 #ifndef PELACONSDK_BLEGATTSERVER_H
 #define PELACONSDK_BLEGATTSERVER_H
 
@@ -21,37 +22,36 @@
 
 PELACON_C_BEGIN
 
-/* What an application wants to hear of the peers of its server. Any slot may be null. `peer` names
- * one peer as long as it is connected; PelaconService gives each connection an address of its own.
+/* Callbacks for the peers of one server. Any function may be null. `peer` identifies a peer while
+ * it is connected; PelaconService assigns an address to each connection.
  *
- * The library keeps the pointer only: the table stays valid and unchanged from the server's
- * registration until its BleGattServerUnRegister has returned 0 (as long as that fails the table is
- * still used). When the service gives out an id that the library still knows, the table before
- * stays.
+ * The library keeps the pointer only: the table must stay valid and unchanged from the server's
+ * registration until BleGattServerUnRegister has returned 0, or 2. (2 says that the service does
+ * not know the id, for instance because it was restarted: it never uses the id again. After any
+ * other result the table is still in use.) If the service assigns an id that is registered already,
+ * the first table stays.
  *
- * Called on the receive thread with the library's list of these tables locked: no other
- * notification is delivered meanwhile. It may call operations of every family, those of this header
- * included; each holds the receive thread up until it is answered. An exception that leaves it ends
- * the process. These rules hold for BtGattCharCallbacksC too. */
+ * Called on the receive thread. A callback may call any operation. An exception that leaves it ends
+ * the process (std::terminate). These rules apply to BtGattCharCallbacksC too. */
 typedef struct BtGattServerCallbacksC {
     void (*onConnect)(uint64_t peer);
     void (*onDisconnect)(uint64_t peer);
 
-    /* A published value has reached the peer (0), or has not: the service's status. */
+    /* A published value has reached the peer (0) or has not (a code of the service). */
     void (*onNotifySent)(uint64_t peer, uint32_t status);
 
     /* The peer and the server have agreed on another MTU, in bytes. */
     void (*onMtuChanged)(uint64_t peer, uint32_t mtu);
 } BtGattServerCallbacksC;
 
-/* What an application wants to hear of one characteristic. Either slot may be null. The table stays
- * valid and unchanged until its service is deleted or its server unregistered, with result 0.
+/* Callbacks for one characteristic. Either function may be null. The table must stay valid and
+ * unchanged until its service is deleted or its server unregistered, with result 0 or 2.
  *
- * serviceUuid is the text that the service was added with, charUuid the one that its characteristic
- * was added with. The texts end with a NUL; data is never null, dataLen at most 1024. All are valid
- * during the call. */
+ * serviceUuid and charUuid are the texts with which the service and the characteristic were added.
+ * They end with a NUL; data is never null; dataLen is at most 1024. All are valid during the call.
+ */
 typedef struct BtGattCharCallbacksC {
-    /* A peer reads; data is the value that it gets. */
+    /* A peer has read the value `data`. */
     void (*onRead)(uint64_t peer, const char* serviceUuid, const char* charUuid,
                    const uint8_t* data, uint32_t dataLen);
 
@@ -60,14 +60,14 @@ typedef struct BtGattCharCallbacksC {
                     const uint8_t* data, uint32_t dataLen);
 } BtGattCharCallbacksC;
 
-/* What a characteristic can do, to be combined. The library sends flags as they are; PelaconService
- * takes them for the property bits of the Bluetooth core, of which it knows these. */
-PELACON_ENUM(BleGattCharFlag){
+/* The properties of a characteristic, to be combined. The library sends flags unchanged;
+ * PelaconService knows these property bits of the Bluetooth core. */
+enum PELACON_ENUM(BleGattCharFlag) {
     kBleGattCharRead = 0x02,
-    kBleGattCharWriteWithoutResponse = 0x04, /* the writer is not told whether it arrived */
+    kBleGattCharWriteWithoutResponse = 0x04, /* without a confirmation to the writer */
     kBleGattCharWrite = 0x08,
     kBleGattCharNotify = 0x10,
-    kBleGattCharIndicate = 0x20, /* notifies, and is told that it arrived */
+    kBleGattCharIndicate = 0x20, /* notify, with a confirmation by the peer */
 };
 
 /* A characteristic to add, in C. */
@@ -75,11 +75,11 @@ typedef struct BLECharacteristicInfoC {
     char charUuid[40]; /* NUL-terminated, at most 36 characters */
     int64_t flags;     /* BleGattCharFlag; the low 32 bits are sent */
     BtGattCharCallbacksC* callbacks;
-    uint8_t value[1024]; /* the value that it begins with */
+    uint8_t value[1024]; /* the initial value */
     uint32_t valueLen;   /* at most 1024 */
 } BLECharacteristicInfoC;
 
-/* A value to publish, as it goes to the service: set what is reserved to zero. */
+/* A value to publish. Set the reserved members to zero. */
 typedef struct BleGattNotifyInfoC {
     int32_t serverId;
     int32_t serviceHandle;
@@ -91,53 +91,53 @@ typedef struct BleGattNotifyInfoC {
     uint64_t peer;
 } BleGattNotifyInfoC;
 
-/* The C form. Each function does what the member of BleGattServer with its name does. Here and
- * there these results mean: 0 done; kBleStatusFailed the library is not started or an argument is
- * null, nothing was sent; kBleStatusNoReply no answer; kBleStatusDataTooLong a UUID of more than 36
- * characters or a value of more than 1024 bytes, nothing was sent; others are the service's own.
- * Where diagnostic event 954082010 is named, kBleStatusNoReply raises it with that type.
+/* The C form. Each function does the same as the member of BleGattServer with its name. Results: 0
+ * done; kBleStatusFailed the library is not started or an argument is null, and nothing was sent;
+ * kBleStatusNoReply no answer; kBleStatusDataTooLong a UUID of more than 36 characters or a value
+ * of more than 1024 bytes, and nothing was sent; others are the service's own. Where an event type
+ * is given, kBleStatusNoReply also raises diagnostic event 954082010 with this type.
  *
- * PelaconService's own are: 2 no such server id or service handle (any more), 3 a characteristic
- * was added to a service that is started, 4 too many of them, 5 a text is no UUID, or what it names
- * is there already, 6 the peer is not connected, 7 the service has no such characteristic. */
+ * Codes of PelaconService: 2 the server id or service handle does not exist (any more), 3 the
+ * service is started and takes no more characteristics, 4 too many, 5 a text is not a UUID, or the
+ * UUID is there already, 6 the peer is not connected, 7 the service has no such characteristic. */
 
-/* Asks the service for a server id and keeps the table for it. *serverId is written only when the
- * result is 0. Neither may be null. Event type 1. */
+/* Requests a server id and registers the table for it. *serverId is written only when the result is
+ * 0. Neither argument may be null. Event type 1. */
 PELACON_API BleStatusC BleGattServerRegister(BtGattServerCallbacksC* callbacks, int32_t* serverId);
 
-/* Takes the server with all its services away. The tables are forgotten when the result is 0, once
- * a call of them that is running has ended: its onDisconnect is not told any more. (PelaconService
- * disconnects the peers with the last server of all programs.) */
+/* Removes the server with all its services. When the result is 0, its tables are unregistered, and
+ * no callback of them is running on another thread; onDisconnect is not called any more.
+ * (PelaconService disconnects peers when the last server of all programs is removed.) */
 PELACON_API BleStatusC BleGattServerUnRegister(int32_t serverId);
 
-/* Adds a service, which peers see once it is started. *serviceHandle is written only when the
+/* Adds a service, which peers see after it is started. *serviceHandle is written only when the
  * result is 0. Event type 2. */
 PELACON_API BleStatusC BleGattServerAddService(int32_t serverId, const char* serviceUuid,
                                                int32_t* serviceHandle);
 
-/* Takes a service away. The tables of its characteristics are forgotten when the result is 0. */
+/* Removes a service. The tables of its characteristics are unregistered when the result is 0. */
 PELACON_API BleStatusC BleGattServerDeleteService(int32_t serverId, int32_t serviceHandle);
 
-/* Adds a characteristic to a service. The record is copied, the table behind it is not. Event
- * type 4. */
+/* Adds a characteristic to a service. The record is copied; of the table the library keeps the
+ * pointer. Event type 4. */
 PELACON_API BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandle,
                                                       BLECharacteristicInfoC* info);
 
-/* Shows the service to peers. Event type 3. */
+/* Makes the service visible to peers. Event type 3. */
 PELACON_API BleStatusC BleGattServerStartService(int32_t serverId, int32_t serviceHandle);
 
-/* Hides the service from peers; what they subscribed to in it is forgotten. */
+/* Hides the service from peers and ends their subscriptions to it. */
 PELACON_API BleStatusC BleGattServerStopService(int32_t serverId, int32_t serviceHandle);
 
-/* Makes the first dataLen bytes of data (null only when dataLen is 0) the characteristic's value
- * and sends it to the peer, if that has subscribed to it; onNotifySent tells what became of it. The
- * notification carries at most MTU - 3 bytes (onMtuChanged); a peer reads a longer value.
- * PelaconService takes a peer of 0 for all that have subscribed. */
+/* Sets the characteristic's value to the first dataLen bytes of data (null only when dataLen is 0)
+ * and sends it to the peer, if the peer has subscribed; onNotifySent reports the result. The
+ * notification carries at most MTU - 3 bytes (onMtuChanged); a peer reads a longer value. For
+ * PelaconService a peer of 0 means all peers that have subscribed. */
 PELACON_API BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle,
                                                   const char* charUuid, const uint8_t* data,
                                                   uint32_t dataLen, uint64_t peer);
 
-/* The same, from a record; a valueLen of 0 is refused with kBleStatusFailed. */
+/* The same with a record; a valueLen of 0 is refused with kBleStatusFailed. */
 PELACON_API BleStatusC BleGattServerPublishNotifyExt(BleGattNotifyInfoC* info);
 
 PELACON_C_END
@@ -149,12 +149,11 @@ struct BLECharacteristicInfo {
     std::string charUuid; /* at most 36 characters */
     int32_t flags = 0;    /* BleGattCharFlag */
     BtGattCharCallbacksC* callbacks = nullptr;
-    std::vector<uint8_t> value; /* the value that it begins with, at most 1024 bytes */
+    std::vector<uint8_t> value; /* the initial value, at most 1024 bytes */
 };
 
-/* The GATT server, for C++. Nothing here throws, but std::bad_alloc for want of memory and
- * std::system_error where a mutex cannot be locked. The results are those of the C functions of the
- * same names above. */
+/* The GATT server, for C++. Throws nothing but std::bad_alloc. Results are as for the C functions
+ * with the same names. */
 class PELACON_API BleGattServer {
   public:
     BleGattServer() = delete;

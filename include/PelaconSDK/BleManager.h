@@ -1,7 +1,7 @@
 /* The Bluetooth adapter: on and off, name, address, state.
  *
- * Every operation is one request to the service and blocks its caller for 10 s at most. All may be
- * called from any thread, several at once. */
+ * Every operation is one request to the service, with a time-out of 10 s. Operations of several
+ * threads run at the same time. */
 #ifndef PELACONSDK_BLEMANAGER_H
 #define PELACONSDK_BLEMANAGER_H
 
@@ -14,21 +14,24 @@
 
 PELACON_C_BEGIN
 
-/* What the adapter is doing. Other values are the service's own. */
-PELACON_ENUM(BtRunningState){
+/* The state of the adapter. Other values are the service's own. */
+enum PELACON_ENUM(BtRunningState) {
     kBtStateUnknown = -1, /* no answer, or the library is not started */
-    kBtStateOff = 0,      kBtStateTurningOn = 1, kBtStateOn = 2, kBtStateTurningOff = 3,
+    kBtStateOff = 0,
+    kBtStateTurningOn = 1,
+    kBtStateOn = 2,
+    kBtStateTurningOff = 3,
 };
 
 /* Whether a device is connected. Other values are the service's own. */
-PELACON_ENUM(DeviceConnectStatus){
+enum PELACON_ENUM(DeviceConnectStatus) {
     kDeviceConnectUnknown = -1, /* no answer, or the library is not started */
     kDeviceDisconnected = 0,
     kDeviceConnected = 1,
 };
 
-/* Which Bluetooth radio a question is about. Other values go to the service as they are. */
-PELACON_ENUM(BluetoothType){
+/* The kind of Bluetooth radio. Other values go to the service unchanged. */
+enum PELACON_ENUM(BluetoothType) {
     kBluetoothClassic = 0,
     kBluetoothLe = 1,
 };
@@ -39,34 +42,32 @@ typedef struct BtInfo {
     char name[64]; /* NUL-terminated when shorter than 64 bytes */
 } BtInfo;
 
-/* What an application wants to hear of the adapter. The library keeps the pointer only: the table
- * stays valid and unchanged from its registration until UnRegisterBtStateChangeCallbacks returns.
+/* Callbacks for changes of the adapter. The library keeps the pointer only: the table must stay
+ * valid and unchanged from its registration until UnRegisterBtStateChangeCallbacks returns.
  *
- * Called on the receive thread with the library's list of these tables locked: it may call any
- * operation but RegisterBtStateChangeCallbacks and UnRegisterBtStateChangeCallbacks, which would
- * wait for ever. While it runs no other notification is delivered. An exception that leaves it ends
- * the process. */
+ * Called on the receive thread, in the order of registration. A callback may call any operation. An
+ * exception that leaves it ends the process (std::terminate). */
 typedef struct BtManagerCallbacksC {
-    /* The adapter's new state, a BtRunningState; null when not wanted. */
+    /* The adapter's new state, a BtRunningState. May be null. */
     void (*onStateChanged)(int32_t state);
 } BtManagerCallbacksC;
 
-/* The C form. Each function does what the member of BleManager with its name does. Here and there
- * these results mean: 0 done; kBleStatusFailed the library is not started or an argument is
- * invalid; kBleStatusNoReply no answer; others are the service's own. */
+/* The C form. Each function does the same as the member of BleManager with its name. Results: 0
+ * done; kBleStatusFailed the library is not started or an argument is invalid; kBleStatusNoReply no
+ * answer; others are the service's own. */
 
-/* Has the table told of each change of the adapter's state, after those registered before it. A
- * table that is registered twice is told twice. Null is refused with kBleStatusFailed. The table is
- * kept only when the result is 0. */
+/* Registers a table whose onStateChanged is called on each change of the adapter's state. A table
+ * that is registered twice is called twice. Null is refused with kBleStatusFailed. The table is
+ * registered only when the result is 0. */
 PELACON_API BleStatusC RegisterBtStateChangeCallbacks(BtManagerCallbacksC* callbacks);
 
-/* Forgets the table, however often it was registered. Sends nothing and always returns 0, also for
- * a table that was never registered. Waits while a state change is being told; afterwards the table
- * is not used any more. */
+/* Unregisters the table, however often it was registered. Sends nothing and always returns 0, also
+ * for a table that was never registered. Waits while a callback of these tables is running on
+ * another thread; afterwards the table is not used any more. */
 PELACON_API BleStatusC UnRegisterBtStateChangeCallbacks(BtManagerCallbacksC* callbacks);
 
-/* Switches the adapter on. 0 means that the service accepted it: the change itself is told to the
- * registered tables. */
+/* Switches the adapter on. 0 means that the service accepted the request: the change itself arrives
+ * in onStateChanged. */
 PELACON_API BleStatusC BtEnable(void);
 
 /* Switches the adapter off; as BtEnable. */
@@ -75,35 +76,34 @@ PELACON_API BleStatusC BtDisable(void);
 /* Whether the adapter is on. False also when there is no answer. */
 PELACON_API bool IsBtEnabled(void);
 
-/* The adapter's state; kBtStateUnknown (-1) in every case of failure. */
+/* The adapter's state; kBtStateUnknown (-1) after every failure. */
 PELACON_API BtRunningState GetBtRunningState(void);
 
-/* Fills the adapter's address and name. The record is filled whenever there is an answer, whatever
- * the result; null is refused with kBleStatusFailed. kBleStatusNoReply also raises diagnostic event
- * 954082006. */
+/* Reads the adapter's address and name. Every answer fills the record, whatever the result. Null is
+ * refused with kBleStatusFailed. kBleStatusNoReply also raises diagnostic event 954082006. */
 PELACON_API BleStatusC GetBtMacAndName(BtInfo* info);
 
-/* Names the adapter: `length` bytes of UTF-8, of which the service sees those before the first NUL.
- * At most 64 bytes; a longer name, a null pointer or a negative length is refused with
- * kBleStatusFailed. */
+/* Sets the adapter's name: `length` bytes of UTF-8, at most 64; the service uses them up to the
+ * first NUL. A longer name, a null pointer or a negative length is refused with kBleStatusFailed.
+ */
 PELACON_API BleStatusC SetBtName(const char* name, int32_t length);
 
-/* Reads the adapter's name into a buffer of *size bytes. A failed request returns its result and
- * writes nothing. On success the name's bytes are copied, without a terminating NUL, and *size is
- * not changed: clear the buffer first. An empty name writes nothing and returns 0. A null buffer
- * or size, or a name longer than the buffer, returns kBleStatusBufferTooSmall (-10000). */
+/* Reads the adapter's name into a buffer of *size bytes. A request that fails returns its result
+ * and writes nothing. On success the bytes of the name are copied without a terminating NUL, and
+ * *size is not changed: clear the buffer first. An empty name writes nothing and returns 0. A null
+ * buffer or size, or a name longer than the buffer, returns kBleStatusBufferTooSmall (-10000). */
 PELACON_API BleStatusC GetBtName(uint8_t* buffer, int32_t* size);
 
-/* Whether the device with this address (as BtInfo.mac) is connected; kDeviceConnectUnknown (-1) in
- * every case of failure. */
+/* Whether the device with this address (as BtInfo.mac) is connected; kDeviceConnectUnknown (-1)
+ * after every failure. */
 PELACON_API DeviceConnectStatus IsDeviceConnected(uint64_t address, BluetoothType type);
 
 PELACON_C_END
 
 #ifdef __cplusplus
 
-/* The adapter, for C++. Nothing here throws, but std::bad_alloc for want of memory. The results are
- * those of the C functions of the same names above. */
+/* The adapter, for C++. Throws nothing but std::bad_alloc. Results are as for the C functions with
+ * the same names. */
 class PELACON_API BleManager {
   public:
     BleManager() = delete;
@@ -116,7 +116,7 @@ class PELACON_API BleManager {
     static BtRunningState GetBtRunningState();
     static BleStatusC GetBtMacAndName(BtInfo* info);
 
-    /* Names the adapter; at most 64 bytes, a longer name is refused with kBleStatusFailed. */
+    /* Sets the adapter's name, at most 64 bytes; a longer name is refused with kBleStatusFailed. */
     static BleStatusC SetBtName(const std::string& name);
 
     /* Reads the adapter's name. The string is assigned only when the result is 0. */

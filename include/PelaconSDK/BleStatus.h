@@ -4,19 +4,18 @@
 
 #include <PelaconSDK/Export.h>
 
-/* Any value that is not listed is the service's own code, passed through unchanged. */
-PELACON_ENUM(BleStatusC){
+/* Any other value is a code of the service, passed through unchanged. */
+enum PELACON_ENUM(BleStatusC) {
     /* Done. */
     kBleStatusSuccess = 0,
-    /* Refused before anything was sent (an invalid argument), or not sent: the library is not
-     * started. */
+    /* Nothing was sent: an argument is invalid, or the library is not started. */
     kBleStatusFailed = -1,
-    /* The advertising data hold no such field. */
+    /* The advertising data have no such field. */
     kBleStatusNotFound = -3,
-    /* No answer: the service is not running, did not answer in time, went away meanwhile, or
-     * answered with nothing. */
+    /* No answer: the service is not running, did not answer in time, ended meanwhile, or answered
+     * without a payload. */
     kBleStatusNoReply = -9,
-    /* Data too long for their field, or a copy that would not fit. */
+    /* Data that are too long for their field or for the caller's buffer. */
     kBleStatusDataTooLong = -10,
     /* The C form of GetBtName: the name does not fit the caller's buffer. */
     kBleStatusBufferTooSmall = -10000,

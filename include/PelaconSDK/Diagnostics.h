@@ -1,4 +1,4 @@
-/* Taking the library's log lines and diagnostic events into an application's own. */
+/* Passing the library's log lines and diagnostic events to the application's own. */
 #ifndef PELACONSDK_DIAGNOSTICS_H
 #define PELACONSDK_DIAGNOSTICS_H
 
@@ -6,26 +6,27 @@
 
 PELACON_C_BEGIN
 
-/* How much a log line matters. */
-PELACON_ENUM(PelaconLogLevel){
-    kPelaconLogTrace = 1,      /* entry and end of functions, normal events */
-    kPelaconLogMilestone = 2,  /* start, stop, diagnostic events */
+/* The importance of a log line. */
+enum PELACON_ENUM(PelaconLogLevel) {
+    kPelaconLogTrace = 1,      /* start and end of functions, normal events */
+    kPelaconLogMilestone = 2,  /* start and stop of the library, diagnostic events */
     kPelaconLogIncomplete = 3, /* a request that could not be completed */
     kPelaconLogFailure = 4,    /* failures */
 };
 
-/* Takes one log line: NUL-terminated UTF-8 without a line end, such as
- * "[PelaconSDK]start(BleManager::BtEnable)"; valid during the call. */
+/* Receives one log line: NUL-terminated UTF-8 without a line end, such as
+ * "[PelaconSDK]start(BleManager::BtEnable)". The line is valid during the call. */
 typedef void (*PelaconLogSink)(void* context, PelaconLogLevel level, const char* line);
 
-/* Sends all lines of at least this level to the sink, in place of the sink before; null takes that
- * one away. When this returns, the sink before is not called any more.
+/* Sends all lines of at least this level to the sink, in place of the sink before; null removes
+ * that one. Returns when no call of the sink before is running any more (inside a sink: at once).
+ * So a caller must not hold a lock that the sink before takes.
  *
- * The sink is called on whichever thread writes the line, on several at once. Some lines are
- * written with a lock held that an operation or its callbacks need, so the sink must not call
- * operations of the library. It must not throw; an exception is dropped. Lines that it causes
- * itself do not reach it. Lines also go to where the environment variable PELACON_LOG says (see the
- * manual), whether or not there is a sink. */
+ * The sink is called on the thread that writes the line, on several threads at once. Some lines are
+ * written while the library holds a lock that operations or callbacks need: the sink must not call
+ * operations of the library, nor wait for a thread that does. It must not throw; an exception is
+ * dropped. Lines that the sink causes itself are not sent to it. Independently of a sink, the
+ * environment variable PELACON_LOG sends lines to stderr or a file (README.md, Logs). */
 PELACON_API void PelaconSetLogSink(PelaconLogSink sink, void* context, PelaconLogLevel lowest);
 
 /* One entry of a diagnostic event: a key, and either a number or a text. */
@@ -35,12 +36,12 @@ typedef struct PelaconEventEntry {
     int64_t number;   /* 0 where the value is a text */
 } PelaconEventEntry;
 
-/* Takes one diagnostic event; the entries are valid during the call. */
+/* Receives one diagnostic event; the entries are valid during the call. */
 typedef void (*PelaconEventSink)(void* context, int32_t eventId, const PelaconEventEntry* entries,
                                  uint32_t count);
 
-/* Sends all diagnostic events to the sink, in place of the sink before; null takes that one away.
- * Without a sink events go nowhere. The rules for log sinks hold here too. */
+/* Sends all diagnostic events to the sink, in place of the sink before; null removes that one.
+ * Without a sink, events are dropped. The rules for log sinks apply. */
 PELACON_API void PelaconSetEventSink(PelaconEventSink sink, void* context);
 
 PELACON_C_END

@@ -19,7 +19,7 @@
 #define PELACON_API __attribute__((visibility("default")))
 #endif
 
-/* Marks a class that applications derive from: it is the same type in every module. */
+/* Marks a class that applications derive from, so that it is one type in all modules. */
 #if defined(_WIN32)
 #define PELACON_INTERFACE
 #else
@@ -34,14 +34,15 @@
 #define PELACON_C_END
 #endif
 
-/* Opens the declaration of an enumeration that is 32 bits wide and may hold values beyond its
- * enumerators (the service's own codes pass through unchanged), in C as in C++. */
+/* The name of an enumeration that is 32 bits wide and may hold values beyond its enumerators, as
+ * the service's own codes pass through unchanged: `enum PELACON_ENUM(Name) { ... };`. In C the type
+ * is int32_t; the enumeration in the middle is there only to make room for its declaration. */
+/* clang-format off */
 #ifdef __cplusplus
-#define PELACON_ENUM(name) enum name : int32_t
+#define PELACON_ENUM(name) name : int32_t
 #else
-#define PELACON_ENUM(name) \
-    typedef int32_t name;  \
-    enum
+#define PELACON_ENUM(name) name##Unused { name##Unused_ }; typedef int32_t name; enum
 #endif
+/* clang-format on */
 
 #endif /* PELACONSDK_EXPORT_H */

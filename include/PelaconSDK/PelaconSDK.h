@@ -1,17 +1,23 @@
 /* PelaconSDK: Bluetooth LE and Wi-Fi for desktop applications, without touching the radios.
  *
- * This is the one header to include, from C11 or C++20. How to read what is behind it:
+ * Include this header only, from C11 or C++20. What holds for all headers behind it:
  *
- * 1. Start the library with PelaconSvcStart, end with PelaconSvcStop (PelaconSvc.h). Every
- * operation between the two is one request to the service process, which owns the radios, and is
- * answered within the time that its family's header names. Before the start operations are refused.
- * 2. Operations may be called from any thread. What is answered later comes through callbacks: each
- *    header says on which thread they run and which operations they must not call.
- * 3. Callback tables and listener objects are kept by pointer. They stay the application's, valid
- *    until they are unregistered and no call of them is under way.
- * 4. No operation throws for a failure: results say what happened. Nothing is retried.
- * 5. In C each operation is a plain function; in C++ also a static member of its family's class.
- *    The plain functions never let an exception out. */
+ * 1. Start the library with PelaconSvcStart and end with PelaconSvcStop (PelaconSvc.h). Every
+ *    operation in between is one request to the service process, which owns the radios. Before the
+ *    start and after the stop, operations are refused.
+ * 2. Operations may be called from any thread. An operation returns when the service has answered,
+ *    or after the time-out that its header names. Where the header says so, it first waits for
+ * other operations; and an operation that registers or unregisters a callback also waits while a
+ *    callback of the same kind is running on another thread.
+ * 3. Events arrive through callbacks. Each header says on which thread they run. Callbacks on the
+ *    receive thread run one after the other, and may call any operation; while one waits for an
+ *    answer, no other callback runs there.
+ * 4. The library keeps pointers to callback tables and listener objects. They must stay valid until
+ *    they are unregistered and no call of them is running.
+ * 5. No operation throws for a failure: results say what happened. Nothing is retried.
+ * 6. In C each operation is a plain function; in C++ it is also a static member of a class. No
+ *    exception leaves a plain function, and a pthread_cancel of the calling thread takes effect
+ *    after it. A thread inside a C++ member must not be cancelled. */
 #ifndef PELACONSDK_PELACONSDK_H
 #define PELACONSDK_PELACONSDK_H
 

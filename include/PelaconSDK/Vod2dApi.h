@@ -1,5 +1,5 @@
-/* Wi-Fi Direct, for C++. What each operation does, takes and returns is said at the C function with
- * its name, in Vod2dGroup.h and Vod2dConfig.h. */
+/* Wi-Fi Direct, for C++. Each member is described at the C function with its name, in Vod2dGroup.h
+ * and Vod2dConfig.h. */
 #ifndef PELACONSDK_VOD2DAPI_H
 #define PELACONSDK_VOD2DAPI_H
 
@@ -8,8 +8,7 @@
 
 #ifdef __cplusplus
 
-/* Nothing here throws, but std::bad_alloc for want of memory and std::system_error when a mutex
- * cannot be locked. */
+/* Throws nothing but std::bad_alloc. */
 class PELACON_API Vod2dApi {
   public:
     Vod2dApi() = delete;

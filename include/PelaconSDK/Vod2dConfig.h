@@ -1,10 +1,10 @@
-/* What two devices agree on before a Wi-Fi Direct link: configuration, channels, card states.
+/* Configuration, channels and card states: what two devices exchange before a Wi-Fi Direct link.
  *
- * The C form: each function does what the member of Vod2dApi with its name does. Threads, waiting
- * and results are as Vod2dGroup.h says; each of these takes 5 s at most.
+ * The C form: each function does the same as the member of Vod2dApi with its name. Threads, waiting
+ * and results are as described in Vod2dGroup.h; each request has a time-out of 5 s.
  *
- * The three registrations here have no counterpart: a table that was accepted once stays registered
- * until the process ends, so it must live as long. */
+ * Tables that are registered here cannot be unregistered: they must stay valid until the process
+ * ends. */
 #ifndef PELACONSDK_VOD2DCONFIG_H
 #define PELACONSDK_VOD2DCONFIG_H
 
@@ -13,37 +13,36 @@
 
 PELACON_C_BEGIN
 
-/* Which of this device's configurations. Other values go to the service as they are. */
-PELACON_ENUM(SelfCfgType){
-    kSelfCfgGroupOwner = 0, /* for when this device opens the group */
-    kSelfCfgStation = 1,    /* for when it joins one */
+/* A configuration of this device. Other values go to the service unchanged. */
+enum PELACON_ENUM(SelfCfgType) {
+    kSelfCfgGroupOwner = 0, /* for opening a group */
+    kSelfCfgStation = 1,    /* for joining one */
 };
 
-/* Which of the peer's configurations. Other values go to the service as they are. */
-PELACON_ENUM(PeerCfgType){
+/* A configuration of the peer. Other values go to the service unchanged. */
+enum PELACON_ENUM(PeerCfgType) {
     kPeerCfgGroupOwner = 0,
     kPeerCfgStation = 1,
 };
 
-/* A configuration, or a connection, that an application is told about. */
+/* A configuration, or a connection. */
 typedef struct Vod2dWifiCfgEvent {
     int32_t type;      /* a PeerCfgType; for a connection a Vod2dStationState (Vod2dGroup.h) */
     uint8_t blob[512]; /* the configuration; for a connection the station's address as text */
-    int32_t length;    /* bytes of the blob that count, 0 to 512 */
+    int32_t length;    /* bytes of the blob that are used, 0 to 512 */
 } Vod2dWifiCfgEvent;
 
-/* Hears of configurations or connections. Null is passed over. The event is valid during the call.
+/* The callback for configurations or connections; it may be null. The event is valid during the
+ * call.
  *
- * Called on the receive thread with the library's list of such tables locked. From the list of
- * configurations it may call any operation but Vod2dRegisterWifiCfgCallback, from the list of
- * connections any but Vod2dSetConnNotify; these would wait for ever. While it runs no other
- * notification is delivered. An exception that leaves it ends the process. */
+ * Called on the receive thread, in the order of registration. A callback may call any operation. An
+ * exception that leaves it ends the process (std::terminate). */
 typedef struct Vod2dWifiCfgCallback {
     void (*onEvent)(const Vod2dWifiCfgEvent* event);
 } Vod2dWifiCfgCallback;
 
-/* What a Wi-Fi card is doing. Other values are the service's own. */
-PELACON_ENUM(WifiCardState){
+/* The state of a Wi-Fi card. Other values are the service's own. */
+enum PELACON_ENUM(WifiCardState) {
     kWifiCardAbsent = 0,
     kWifiCardOff = 1,
     kWifiCardOn = 2,
@@ -58,109 +57,106 @@ typedef struct WifiCardStateInfo {
 /* The cards after a change. */
 typedef struct WifiCardStateEvent {
     WifiCardStateInfo cards[5];
-    int32_t changed; /* index of the card that is news */
-    int32_t count;   /* cards that count, 0 to 5 */
+    int32_t changed; /* index of the card that has changed */
+    int32_t count;   /* number of cards, 0 to 5 */
 } WifiCardStateEvent;
 
-/* Hears of card states; as Vod2dWifiCfgCallback. It may call any operation but
- * Vod2dSetWifiCardStateNotify. */
+/* The callback for card states. The rules of Vod2dWifiCfgCallback apply. */
 typedef struct WifiCardStateCallback {
     void (*onCardStateChanged)(const WifiCardStateEvent* event);
 } WifiCardStateCallback;
 
 /* A band of channels. */
-PELACON_ENUM(Vod2dBand){
+enum PELACON_ENUM(Vod2dBand) {
     kVod2dBandAny = 0,
     kVod2dBand24GHz = 1,
     kVod2dBand5GHz = 2,
 };
 
-/* What one side of a link can do. */
+/* The channels that one side of a link can use. */
 typedef struct RecommendChannelRequest {
     int32_t band;         /* a Vod2dBand */
-    int32_t bandwidth;    /* the widest channel in MHz that it can use; 0 for any */
-    int32_t channelCount; /* how many channels follow, 0 to 14; 0 for every channel of the band */
-    int32_t channels[14]; /* the channels that it can use */
+    int32_t bandwidth;    /* the greatest bandwidth in MHz; 0 for any */
+    int32_t channelCount; /* number of channels, 0 to 14; 0 for all channels of the band */
+    int32_t channels[14];
 } RecommendChannelRequest;
 
-/* The channel to use. */
+/* The recommended channel. */
 typedef struct RecommendChannelResponse {
     int32_t channel;   /* its number; 0 when there is none */
     int32_t frequency; /* its centre in MHz */
     int32_t band;      /* a Vod2dBand */
-    int32_t bandwidth; /* the widest in MHz that all can use there */
-    int32_t load;      /* how busy it is, 0 to 100 */
-    int32_t satisfied; /* how many of the requests it satisfies */
+    int32_t bandwidth; /* the greatest in MHz that all sides can use there */
+    int32_t load;      /* of the channel, 0 to 100 */
+    int32_t satisfied; /* number of requests that it satisfies */
 } RecommendChannelResponse;
 
-/* Which connections an application wants to hear of. */
+/* Selects connections. */
 typedef struct Vod2dConnNotifyRequest {
     int32_t events;       /* 1 for stations that join, 2 for those that leave, 3 for both */
-    char address[13];     /* one station's, twelve hexadecimal digits; empty for every one */
+    char address[13];     /* of one station, twelve hexadecimal digits; empty for all */
     uint8_t reserved[15]; /* 0 */
 } Vod2dConnNotifyRequest;
 
-/* What the layers above use the link for. */
+/* The use of the link by upper layers. */
 typedef struct Vod2dUpperScene {
-    uint8_t data[16]; /* the scene's own */
+    uint8_t data[16]; /* defined by the scene */
     int32_t scene;
 } Vod2dUpperScene;
 
-/* Reads one of this device's configurations into a buffer of 512 bytes, and its length into *len.
- * Both are filled on every answer; when the answer's length is impossible the result is
- * kWifiCopyFailed, the buffer is zeroed and *len untouched. */
+/* Reads a configuration of this device into a buffer of 512 bytes, and its length into *len. Every
+ * answer fills both; when the length in the answer is impossible, the result is kWifiCopyFailed,
+ * the buffer is zeroed and *len unchanged. */
 PELACON_API WifiErrorCode Vod2dGetSelfWifiCfgInfo(SelfCfgType type, uint8_t* cfgData, int32_t* len);
 
-/* Sets one of the peer's configurations, `len` bytes, 512 at most. More is refused with
- * kWifiCopyFailed, null or a negative length with kWifiFailed. */
+/* Sets a configuration of the peer, `len` bytes, at most 512. More is refused with kWifiCopyFailed,
+ * null or a negative length with kWifiFailed. */
 PELACON_API WifiErrorCode Vod2dSetPeerWifiCfgInfo(PeerCfgType type, uint8_t* cfgData, int32_t len);
 
-/* Has the table told of each configuration that another application sets, after those registered
- * before it. Kept only when the result is 0, and once however often it is registered. Null is
- * refused with kWifiFailed. */
+/* Registers a table that is called for each configuration that another application sets. It is
+ * registered only when the result is 0, and only once. Null is refused with kWifiFailed. */
 PELACON_API WifiErrorCode Vod2dRegisterWifiCfgCallback(Vod2dWifiCfgCallback* cb);
 
-/* Reads which interfaces can work side by side into a buffer of 256 bytes, as text that ends with
- * its length, and the length into *validLen; filled as in Vod2dGetSelfWifiCfgInfo. */
+/* Reads which interfaces can be used at the same time into a buffer of 256 bytes, as text without a
+ * NUL, and its length into *validLen; otherwise as Vod2dGetSelfWifiCfgInfo. */
 PELACON_API WifiErrorCode Vod2dGetIfaceCoexistCap(char* ifaceCoexCap, int32_t* validLen);
 
-/* Asks for the channel that suits `count` sides of a link best, ten at most, and fills *resp on
- * every answer. More than ten are refused with kWifiCopyFailed, null or a negative count with
- * kWifiFailed. kWifiNoReply also raises diagnostic event 954079014 with error code 5. */
+/* Requests the channel that suits `count` sides of a link best, at most ten. Every answer fills
+ * *resp. More than ten are refused with kWifiCopyFailed, null or a negative count with kWifiFailed.
+ * kWifiNoReply also raises diagnostic event 954079014 with error code 5. */
 PELACON_API WifiErrorCode Vod2dGetRecommendChannel(const RecommendChannelRequest* req,
                                                    int32_t count, RecommendChannelResponse* resp);
 
-/* Asks for the state of the card info->card, and has the table told of every later change, after
- * those registered before it. When the service's result is 0 the table is kept (once however often
- * it is registered), the card is read into *info, and the number of cards read into *curState.
- * There is room for one: when the service answers with more (as it does for card -1, which means
- * all) the table is kept, *info is zeroed, *curState is untouched, and the result is
- * kWifiCopyFailed. Any other result leaves everything as it was. Null is refused with
- * kWifiFailed. */
+/* Reads the state of the card info->card, and registers a table that is called on later changes.
+ * When the service's result is 0, the table is registered (only once), the card is read into *info,
+ * and the number of cards into *curState. There is room for one card: when the service answers with
+ * more (as it does for card -1, which means all), the table is registered, *info is zeroed,
+ * *curState is unchanged, and the result is kWifiCopyFailed. Any other result changes nothing. Null
+ * is refused with kWifiFailed. */
 PELACON_API WifiErrorCode Vod2dSetWifiCardStateNotify(WifiCardStateInfo* info, int32_t* curState,
                                                       WifiCardStateCallback* cb);
 
-/* Asks to hear of connections, and has the table told of them, after those registered before it.
- * The table is kept only when the result (a WifiErrorCode) is 0, and once however often it is
- * registered; a later request takes the place of the one before. Null is refused with
+/* Registers a table that is called for connections. The table is registered only when the result (a
+ * WifiErrorCode) is 0, and only once; a later request replaces the one before. Null is refused with
  * kWifiFailed. */
 PELACON_API int32_t Vod2dSetConnNotify(Vod2dConnNotifyRequest* req, Vod2dWifiCfgCallback* cb);
 
-/* Tells the service what an interface is used for. The name has `len` bytes; of more than 31 only
- * the first 31 are sent. Null or a negative length is refused with kWifiFailed. */
+/* Tells the service the use of an interface. The name has `len` bytes or ends at its NUL, whichever
+ * comes first; at most 31 bytes are sent. Null or a negative length is refused with kWifiFailed. */
 PELACON_API WifiErrorCode Vod2dSetUpperScene(char* ifName, int32_t len, Vod2dUpperScene scene);
 
 /* Reads the GUID of an interface, by its name of `len` bytes, into a buffer of `guidLen` bytes:
- * always 39, the text with its braces and its NUL. A smaller buffer is zeroed and the result is
- * kWifiCopyFailed; null or a negative length is refused with kWifiFailed. */
+ * always 39 bytes, the text with braces and NUL. A smaller buffer is zeroed and the result is
+ * kWifiCopyFailed. Null, a negative length, and a name of more than 65535 bytes are refused with
+ * kWifiFailed. */
 PELACON_API WifiErrorCode GetGuidByInterfaceName(const char* ifName, int32_t len, int32_t guidLen,
                                                  char* guid);
 
-/* Counts one more, or one less, use of the link that applications share. A group is not removed
- * while applications other than the one that asks use it. An application's uses end with it, when
- * the service is restarted, and when the connection to the service is lost, which onGroupChanged
- * (Vod2dGroup.h) reports with reason kWifiInterrupted: count them again then. Less than none is
- * refused by the service. */
+/* Adds, or removes, one use of the link that applications share. A group is not removed while
+ * applications other than the caller use it. An application's uses end when it ends, when the
+ * service is restarted, and when the connection to the service is lost, which onGroupChanged
+ * (Vod2dGroup.h) reports with reason kWifiInterrupted: add them again then. The service refuses to
+ * remove a use that was not added. */
 PELACON_API WifiErrorCode Vod2dOrvidSharedlinkIncrease(void);
 PELACON_API WifiErrorCode Vod2dOrvidSharedlinkDecrease(void);
 

@@ -4,34 +4,33 @@
 
 #include <PelaconSDK/Export.h>
 
-/* Any value that is not listed is the service's own code, passed through unchanged. */
-PELACON_ENUM(WifiErrorCode){
+/* Any other value is a code of the service, passed through unchanged. */
+enum PELACON_ENUM(WifiErrorCode) {
     /* Done. */
     kWifiSuccess = 0,
-    /* Refused before anything was sent (an invalid argument), or not sent: the library is not
-     * started. */
+    /* Nothing was sent: an argument is invalid, or the library is not started. */
     kWifiFailed = -1,
-    /* No answer: the service is not running, did not answer in time, went away meanwhile, or
-     * answered with nothing. */
+    /* No answer: the service is not running, did not answer in time, ended meanwhile, or answered
+     * without a payload. */
     kWifiNoReply = -12,
-    /* What should be copied does not fit its destination. */
+    /* Data that do not fit their destination. */
     kWifiCopyFailed = -16,
 
-    /* The positive ones come from the service. */
+    /* Positive values come from the service. */
 
     /* Wi-Fi is switched off. */
     kWifiIsOff = 1,
-    /* There is a group already, or one is being made. */
+    /* A group exists already, or is being created. */
     kWifiBusy = 3,
-    /* The service cannot make sense of a value. */
+    /* The service does not accept a value. */
     kWifiInvalidArgument = 5,
-    /* No group, interface, card or configuration of that kind. */
+    /* No such group, interface, card or configuration. */
     kWifiNotFound = 7,
-    /* The group is in use by other applications' shared links. */
+    /* The group is in use by shared links of other applications. */
     kWifiNotPermitted = 8,
     /* The radio cannot do it, or may not use the channel. */
     kWifiNotSupported = 10,
-    /* The group was removed, or the service ended, before it was made. */
+    /* The group was removed, or the service ended, before the group was created. */
     kWifiInterrupted = 11,
 };
 

@@ -1,5 +1,5 @@
-/* The Wi-Fi system API: the computer's soft access point, the channels that it and a paired phone
- * can meet on, the Wi-Fi switch, connection errors, and a scan for networks. C++ only. */
+/* The Wi-Fi system API: the computer's soft access point (soft AP), the channels that it shares
+ * with a paired phone, the Wi-Fi switch, connection errors, and a scan for networks. C++ only. */
 #ifndef PELACONSDK_WIFISYSTEMAPI_H
 #define PELACONSDK_WIFISYSTEMAPI_H
 
@@ -22,24 +22,24 @@
  *         std::cout << ap.ssid << ' ' << ap.password << '\n';
  *     }
  *
- * 1. Every operation, but Scan and those of the error notifier, is one request to the service. It
- *    blocks its caller for 5 s at most, where nothing else is said.
+ * 1. Every operation except Scan and those for connection errors is one request to the service,
+ * with a time-out of 5 s unless stated otherwise.
  * 2. An operation that cannot be sent (the library is not started) or is not answered (the service
- *    is not running, does not answer in time, or goes away meanwhile) returns the value that is
- *    named "unanswered" at it, and changes no argument. Nothing tells the two cases apart, or them
- *    from a service that answers just this; the log does.
- * 3. All operations may be called from any thread. Those marked "serialised" wait for each other,
- *    for as long as one of them waits for its answer (creating and destroying a soft AP, 20 s).
- * 4. Callbacks come on the receive thread, errors on a thread of their own; each class says what it
- *    may call. Pointers that were registered stay registered when the library is stopped. When the
- *    service was restarted, or the connection to it was lost, the library repeats the registrations
- *    that they need, and they are called with the state that is found then.
- * 5. Nothing here throws, but std::bad_alloc for want of memory, std::system_error where a mutex or
- *    the first use of the error notifier fails for want of resources, and DestroyInstance as it
- *    says. */
+ * is not running, does not answer in time, or ends meanwhile) returns the value that is given after
+ *    "Unanswered" and changes no argument. The result does not show which of these happened, nor
+ *    whether the service answered with this very value; the log does.
+ * 3. Operations marked "serialised" run one after the other, also while one of them waits for its
+ *    answer (creating and destroying a soft AP: up to 20 s). Operations that register or unregister
+ *    an object also wait while an object of the same class is being called on another thread.
+ * 4. Objects are called on the receive thread, error listeners on a thread of their own. They stay
+ *    registered when the library is stopped. After a restart of the service, and after a lost
+ *    connection to it, the library repeats their registrations, and they are called with the
+ * present state.
+ * 5. Throws nothing but std::bad_alloc; std::system_error, where the first use of an operation for
+ *    connection errors cannot start their thread; and what is described at DestroyInstance. */
 class PELACON_API WifiSystemApi {
   public:
-    /* The one object. It is there until the process ends. */
+    /* The one object; it exists until the process ends. */
     static WifiSystemApi& GetInstance();
 
     WifiSystemApi(const WifiSystemApi&) = delete;
@@ -47,22 +47,22 @@ class PELACON_API WifiSystemApi {
 
     /* ---- The soft AP ---- */
 
-    /* Creates the soft AP, with the band and for the purpose that info names, and fills the rest of
-     * info. Returns info.errorCode, a SoftApResult; every answer fills info, also one that says
-     * that it failed. Unanswered -1, with info as it was: then diagnostic event 954079014 with code
-     * 6 is raised and the list of processes is logged. Serialised; 20 s at most. */
+    /* Creates the soft AP with the band and the purpose in info, and fills the rest of info.
+     * Returns info.errorCode, a SoftApResult; every answer fills info, also after a failure.
+     * Unanswered -1; then diagnostic event 954079014 with code 6 is raised and the list of
+     * processes is logged. Serialised; time-out 20 s. */
     int SystemCreateSoftAP(SoftAPInfo& info);
 
-    /* Destroys it, for this purpose. Returns the service's result, a SoftApResult. Unanswered -1;
-     * then diagnostic event 954079014 with code 7 is raised and the list of processes is logged.
-     * Serialised; 20 s at most. */
+    /* Destroys the soft AP of this purpose. Returns the service's result, a SoftApResult.
+     * Unanswered -1; then diagnostic event 954079014 with code 7 is raised and the list of
+     * processes is logged. Serialised; time-out 20 s. */
     int SystemDestroySoftAP(EGoPurpose purpose);
 
-    /* Has the service pick the soft AP's channel anew. Returns the channel; 0 when there is no soft
-     * AP. Unanswered 0. Serialised. */
+    /* Makes the service choose the soft AP's channel again. Returns the channel; 0 when there is no
+     * soft AP. Unanswered 0. Serialised. */
     unsigned char SystemRefreshSoftAPChannel();
 
-    /* The channel that the soft AP is on; 0 when there is none. Unanswered 0. */
+    /* The soft AP's channel; 0 when there is no soft AP. Unanswered 0. */
     unsigned char GetSoftAPChannel();
 
     /* Whether this service has a soft AP up. Unanswered false. Serialised. */
@@ -71,11 +71,11 @@ class PELACON_API WifiSystemApi {
     /* The network name that the soft AP has, or will have. Unanswered empty. Serialised. */
     std::string GetSSID();
 
-    /* Draws a new network name and pass phrase. A soft AP that is up keeps its own until it is
+    /* Generates a new network name and pass phrase. A soft AP that is up keeps its own until it is
      * created again. Serialised. */
     void ChangeSSIDAndPasswd();
 
-    /* The last SoftApResult of creating or destroying. Unanswered -1. Serialised. */
+    /* The SoftApResult of the last creation or destruction. Unanswered -1. Serialised. */
     int GetSoftApError();
 
     /* The IPv4 address of the soft AP, dotted; empty when there is none. Unanswered empty. */
@@ -85,166 +85,166 @@ class PELACON_API WifiSystemApi {
      * (0 when it is not connected) and ssid (at most 32 bytes). Unanswered false. Serialised. */
     bool IsAPConnected(int& channel, std::string& ssid);
 
-    /* ---- The paired device, and what is restarted for it ---- */
+    /* ---- The paired device, and restarts for it ---- */
 
-    /* The model name of the paired device, of which the service keeps 255 bytes. Returns whether
-     * the service took it. Unanswered false. */
+    /* Sets the model name of the paired device; the service keeps 255 bytes. Returns whether the
+     * service accepted it. Unanswered false. */
     bool SetPairDeviceModelName(std::string name);
 
-    /* Reads it; every answer fills name. Returns whether there is one. Unanswered false. */
+    /* Reads the model name; every answer fills name. Returns whether there is one. Unanswered
+     * false. */
     bool GetPairDeviceModelName(std::string& name);
 
-    /* The product types that the soft AP is for, each sent with a comma behind it. Returns whether
-     * the service took them. Unanswered false. */
+    /* Sets the product types that the soft AP is for, each sent with a comma after it. Returns
+     * whether the service accepted them. Unanswered false. */
     bool SetListProductType(std::list<std::string> types);
 
-    /* A flag that the service keeps: the mobile hotspot has to be restarted. Unanswered false. */
+    /* A flag that the service stores: the mobile hotspot must be restarted. Unanswered false. */
     bool GetRestartMobileHotpotFlag();
     void SetRestartMobileHotpotFlag(bool flag);
 
-    /* Restarts the virtual adapter that the soft AP runs on, which ends the soft AP; afterWakeUp
-     * says that the computer's wake-up is the reason, and counts as such. Returns whether it came
-     * back. Unanswered false; 10 s at most. */
+    /* Restarts the virtual adapter of the soft AP, which ends the soft AP; afterWakeUp marks (and
+     * counts) a restart because the computer woke up. Returns whether the adapter is up again.
+     * Unanswered false; time-out 10 s. */
     bool RestartWiFiDirectVirtualAdapter(bool afterWakeUp);
 
-    /* How often the adapter was restarted, and how often of these because of a wake-up since
-     * ResetWakeUpCount. Unanswered 0. */
+    /* The number of restarts of the adapter, and of those after a wake-up since ResetWakeUpCount.
+     * Unanswered 0. */
     unsigned int GetRestartCount();
     unsigned int GetWakeUpRestartCount();
     void ResetWakeUpCount();
 
-    /* The interface index and the GUID, as text in braces, of the soft AP's adapter. Unanswered 0,
+    /* The interface index of the soft AP's adapter, and its GUID as text in braces. Unanswered 0,
      * and empty. */
     unsigned long GetAdapterIndex();
     std::string GetAdapterGuid();
 
-    /* ---- Who hears of the soft AP ---- */
+    /* ---- Callbacks for the soft AP ---- */
 
-    /* Registers this object for connections to the soft AP, in place of the one before. It is kept
-     * when the request could be sent, whatever became of it: one that is registered while there is
-     * no service is called once there is one. When this returns, the one before is not used any
-     * more. Null is refused, with nothing sent. Serialised. */
+    /* Registers this object for connections to the soft AP, in place of the one before. It is
+     * registered whenever the library is started, whatever the service answers: without a service
+     * it is called as soon as there is one. When this returns, the object before is not used any
+     * more. Null is refused, and nothing is sent. Serialised. */
     void RegistSoftApConnectStatus(ISoftApConnectStatus* listener);
 
-    /* Tells this object of the soft AP's advertisement and devices, after those registered before
-     * it. Returns the service's result: the object is kept, or forgotten, when it is 0. An object
-     * is kept once, however often it is registered. When the second returns 0, no call of the
-     * object is under way and none follows. Unanswered -1. */
+    /* Registers, or unregisters, this object for the soft AP's advertisement and devices. Returns
+     * the service's result; only when that is 0, the object is registered (only once) or
+     * unregistered. After an unregistration with result 0 the object is not used any more.
+     * Unanswered -1. */
     int RegisterSoftApNotificationEventCallback(ISoftAPNotification* listener);
     int UnRegisterSoftApNotificationEventCallback(ISoftAPNotification* listener);
 
     /* ---- Channels ----
      *
-     * The service keeps what the application tells it of the paired phone, and computes everything:
-     * which channels both sides support, bands, frequencies. A setter that is unanswered does
-     * nothing. */
+     * The service stores what the application sets for the paired phone, and computes everything:
+     * the channels that both sides support, bands, frequencies. A setter that is unanswered has no
+     * effect. */
 
-    /* The channels that this computer supports: decimal numbers separated by commas, those of the
-     * 2.4 GHz band and those of the 5 GHz band, and the channel that its own Wi-Fi is on (0: none).
-     * Unanswered, all three stay as they were. */
+    /* The channels that this computer supports, as decimal numbers separated by commas: those of
+     * the 2.4 GHz band, those of the 5 GHz band, and the channel of its own Wi-Fi connection (0:
+     * none). Unanswered, the arguments are unchanged. */
     void GetPCChannelList(std::string& channels24G, std::string& channels5G, int& current);
 
-    /* The same, as numbers in place of what the lists held. A piece of a list that is no number, or
-     * does not fit 32 bits, counts as 0. */
+    /* The same as numbers, which replace the contents of the lists. A piece of the text that is not
+     * a number, or does not fit 32 bits, becomes 0. */
     void GetPCSupportChannelList(std::list<int>& channels24G, std::list<int>& channels5G,
                                  int& current);
 
-    /* The channel that the phone's own Wi-Fi is on; 0, or what is no channel, for none.
-     * Unanswered 0. */
+    /* The channel of the phone's own Wi-Fi connection; 0, or a number that is not a channel, for
+     * none. Unanswered 0. */
     void SetPhoneCurrentChannel(int channel);
     int GetRecordPhoneChannel();
 
-    /* The channels that the phone supports: added one by one to those of the 5 GHz and of the
-     * 2.4 GHz band, and all forgotten together. One that is there already, or is no channel of the
-     * band, is not added. */
+    /* The channels that the phone supports: adds one in the 5 GHz band, adds one in the 2.4 GHz
+     * band, and removes all. A channel that is there already, or is not in the band, is not added.
+     */
     void AddPhoneSupportChannel(int channel);
     void AddPhoneSupport24Channel(int channel);
     void RemovePhoneSupportChannels();
 
-    /* What was added, the 5 GHz channels and the 2.4 GHz channels, in the order in which they were.
-     * Unanswered empty. */
+    /* The channels that were added in the 5 GHz band, and in the 2.4 GHz band, in the order of
+     * adding. Unanswered empty. */
     std::list<int> GetRecordPhoneChannelList();
     std::list<int> GetRecordPhone24GChannelList();
 
-    /* All of them as text, the 2.4 GHz channels first. Unanswered, text stays as it was. */
+    /* All of them as text, the 2.4 GHz channels first. Unanswered, text is unchanged. */
     void GetPhoneChannelList(std::string& text);
 
-    /* Has the service look whether the soft AP was to be on the 5 GHz band and failed to get there,
-     * and move it to the 2.4 GHz band if so. */
+    /* Makes the service check whether the soft AP should be in the 5 GHz band and could not be
+     * moved there, and if so move it to the 2.4 GHz band. */
     void CheckIsSet5GFailed();
 
-    /* The channel that the soft AP would get now, in the 5 GHz band or not, without moving it; 0
-     * when there is none. Unanswered 0. Serialised. */
+    /* The channel that would be chosen for the soft AP now, in the 5 GHz band or not; 0 when there
+     * is none. The soft AP is not moved. Unanswered 0. Serialised. */
     int RepickChannelWithoutEffect(bool want5G);
 
-    /* Moves the soft AP to the 5 GHz or the 2.4 GHz band. Returns the channel that it is on then; 0
-     * when there is none. Unanswered 0. Serialised. */
+    /* Moves the soft AP to the 5 GHz or the 2.4 GHz band. Returns its channel then; 0 when there is
+     * no soft AP. Unanswered 0. Serialised. */
     int SetAPFrequence(bool want5G);
 
-    /* Which band a channel belongs to. Unanswered kWifiFrequenceUnknown, and false. */
+    /* The band of a channel. Unanswered kWifiFrequenceUnknown, and false. */
     WifiFrequenceType GetFrequenceType(int channel);
     bool Is5GChannel(int channel);
     bool Is24GChannel(int channel);
 
-    /* The centre frequency of a channel in MHz, such as 2437 for channel 6; 0 for what is no
-     * channel. Unanswered 0. */
+    /* The centre frequency of a channel in MHz, such as 2437 for channel 6; 0 for a number that is
+     * not a channel. Unanswered 0. */
     int GetFrequencyFromChannel(const int& channel);
 
     /* ---- The Wi-Fi switch ---- */
 
-    /* Switches this computer's Wi-Fi on or off. Unanswered kEnableWifiNoAnswer; 10 s at most. */
+    /* Switches this computer's Wi-Fi on or off, and waits until it is. Unanswered
+     * kEnableWifiNoAnswer; time-out 10 s. */
     SystemApiEnableWifiResult EnableWifi(bool enable);
 
-    /* Whether it is on. Unanswered kWifiStateUnknown. */
+    /* Whether Wi-Fi is on. Unanswered kWifiStateUnknown. */
     SystemApiWifiState GetWifiState();
 
-    /* Tells this object of the Wi-Fi switch, after those registered before it. An object that is
-     * registered twice is told twice, and forgotten by one unregistration. Returns whether the
-     * service agreed: only then the object is kept, or forgotten. Null is never kept. When the
-     * second returns true, no call of the object is under way and none follows. Unanswered
-     * false. */
+    /* Registers, or unregisters, this object for the Wi-Fi switch. Returns whether the service
+     * agreed: only then the object is registered, or unregistered. An object that is registered
+     * twice is called twice, and removed by one unregistration. Null is never registered. After an
+     * unregistration that returned true the object is not used any more. Unanswered false. */
     bool RegistWifiStateChangeCallback(IWifiStateChangeNotification* observer);
     bool UnRegistWifiStateChangeCallback(IWifiStateChangeNotification* observer);
 
-    /* Tells this object of the channel of the Wi-Fi connection, after those registered before it;
-     * not to be mistaken for the one above, which differs in one letter's case. It is kept once,
-     * when the service agrees, and for good: it stays valid until PelaconSvcStop has returned, or
-     * the process ends. Null is refused, with nothing sent. Serialised. */
+    /* Registers this object for the channel of the Wi-Fi connection. (The name differs from the one
+     * above only in the case of one letter.) It is registered when the service agrees, and only
+     * once. It cannot be unregistered, and must stay valid until the process ends. Null is refused,
+     * and nothing is sent. Serialised. */
     void RegistWifiStateChangeCallBack(WifiRealMonitorStateCallBack* callback);
 
     /* Starts a scan for networks on this computer's first Wi-Fi interface, through the operating
      * system and not through the service; the library need not be started. Returns whether there is
-     * such an interface: what became of the scan is not known here, and it may well have been
-     * refused (on Linux it takes the right to administer networks). */
+     * such an interface. The result of the scan is not reported; the system may refuse it (Linux
+     * requires the right to administer networks). */
     bool Scan();
 
     /* ---- Connection errors ----
      *
-     * Errors that the service tells of, and those that an application posts, reach every listener
-     * on a thread of their own. These operations send nothing to the service. */
+     * Errors that the service reports, and those that the application posts, are delivered to every
+     * listener on a thread of the library. These operations send nothing to the service. */
 
-    /* Adds a listener. False for null and for one that is there already. */
+    /* Registers a listener. False for null and for a listener that is registered already. */
     bool RegistListener(ErrorListener* listener);
 
-    /* Takes a listener away. False for null and for one that is not there.
+    /* Unregisters a listener. False for null and for a listener that is not registered.
      *
-     * Mind: a listener that still has an error waiting for it when it is taken away ends the
-     * delivery of errors altogether, to everybody and for the rest of the process. Take listeners
-     * away when no error is on its way, or not at all. */
+     * Caution: if an error is still queued for the listener, the delivery of errors ends, for all
+     * listeners and for the rest of the process. Unregister listeners only when no error can be
+     * queued, or not at all. */
     bool UnregistListener(ErrorListener* listener);
 
-    /* Tells every listener of this error, as if the service had. Does not wait for them. */
+    /* Queues this error for every listener, as if the service had reported it. */
     void PostNotification(ConnectErrorCode code);
 
     /* The text of a code. */
     std::string GetErrorString(ConnectErrorCode code);
 
-    /* Ends the delivery of errors: what waits is delivered first. There is no way back: errors that
-     * are posted later reach nobody. Does not destroy this object, and need not be called.
+    /* Delivers the queued errors, and ends the delivery for good: errors that are posted later are
+     * not delivered. Does not destroy this object. Need not be called.
      *
-     * To be called once, from one thread. A second call throws std::system_error
-     * (std::errc::invalid_argument), as does one from inside a listener
-     * (std::errc::resource_deadlock_would_occur). */
+     * May be called once. A second call throws std::system_error (std::errc::invalid_argument), and
+     * so does a call inside a listener (std::errc::resource_deadlock_would_occur). */
     void DestroyInstance();
 
   private:

@@ -1,0 +1,45 @@
+// What callbacks may do.
+#include <PelaconSDK/BleManager.h>
+#include <tests/sdk/Families.h>
+#include <tests/support/SdkTest.h>
+
+namespace pelacon::test {
+
+namespace {
+
+class CallbackTest : public SdkTest, public ::testing::WithParamInterface<Family> {
+  protected:
+    void SetUp() override
+    {
+        SdkTest::SetUp();
+        ScriptAnswers(GetParam());
+    }
+    void TearDown() override
+    {
+        inCallback = nullptr;
+        SdkTest::TearDown();
+    }
+};
+
+TEST_P(CallbackTest, MayRegisterAndCallOperations)
+{
+    GetParam().registerTable();
+    int calls = 0;
+    inCallback = [&] {
+        if (++calls == 1) {
+            GetParam().registerTable();
+            EXPECT_EQ(GetParam().call(), 0);
+        }
+    };
+    Notify(GetParam());
+    EXPECT_EQ(calls, 1) << "what is registered inside a callback is not called for the same change";
+    Notify(GetParam());
+    EXPECT_GE(calls, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, CallbackTest, ::testing::ValuesIn(Families()),
+                         [](const auto& test) { return test.param.name; });
+
+}  // namespace
+
+}  // namespace pelacon::test
