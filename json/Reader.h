@@ -182,10 +182,10 @@ class Fields {
     {
         target = field.Integer<Number>(static_cast<Number>(limits)...);
     }
-    static void ReadInto(const Reader& field, std::string& target, std::size_t shortest,
-                         std::size_t longest)
+    static void ReadInto(const Reader& field, std::string& target, std::integral auto shortest,
+                         std::integral auto longest)
     {
-        target = field.Text(shortest, longest);
+        target = field.Text(static_cast<std::size_t>(shortest), static_cast<std::size_t>(longest));
     }
     static void ReadInto(const Reader& field, std::chrono::milliseconds& target,
                          std::chrono::milliseconds shortest, std::chrono::milliseconds longest)

@@ -8,10 +8,11 @@
 
 namespace pelacon::ctl {
 
+using Json = nlohmann::ordered_json;
+
 namespace {
 
 using Kind = IPCControlError::Kind;
-using Json = nlohmann::ordered_json;
 
 constexpr auto kControlTimeout = std::chrono::seconds(5);
 constexpr auto kProbeTimeout = std::chrono::seconds(2);

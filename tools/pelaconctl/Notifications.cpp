@@ -23,9 +23,10 @@
 
 namespace pelacon::ctl {
 
+using Json = nlohmann::ordered_json;
+
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Payload = std::span<const std::uint8_t>;
 
 /// The first `length` bytes of a field, or the whole field if it is shorter.
