@@ -36,6 +36,9 @@ class NoDescriptors {
 
 TEST_F(CrowdTest, CallersAreTurnedAwayAtOnceWhereNoDescriptorIsLeft)
 {
+    if (kSanitized) {
+        GTEST_SKIP() << "UBSan opens a pipe to check an object's type";
+    }
     StartServer();
     PeerProcess caller("call-on-line");
     {
