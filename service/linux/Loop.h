@@ -53,7 +53,8 @@ class Loop {
       public:
         Timer() = default;
         ~Timer() { Cancel(); }
-        Timer(Timer&& other) noexcept : loop_(std::exchange(other.loop_, nullptr)), key_(other.key_)
+        Timer(Timer&& other) noexcept
+            : loop_(std::exchange(other.loop_, nullptr)), key_(std::exchange(other.key_, {}))
         {}
         Timer& operator=(Timer&& other) noexcept;
         Timer(const Timer&) = delete;

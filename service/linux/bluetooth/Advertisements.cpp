@@ -72,6 +72,7 @@ std::vector<std::uint8_t> EncodeData(std::uint8_t instance, const OutgoingAdvert
 dbus::Value MakeUuids(const std::vector<Uuid>& uuids)
 {
     std::vector<std::string> texts;
+    texts.reserve(uuids.size());
     for (const Uuid& uuid : uuids) {
         texts.push_back(protocol::LongText(uuid));
     }
