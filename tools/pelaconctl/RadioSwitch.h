@@ -43,9 +43,12 @@ void SwitchRadio(bool on, double seconds, const Console& console)
     while (state != wanted) {
         const auto change = Events<RadioState>().Next(deadline);
         if (!change) {
-            throw Failure(ExitStatus::kNoAnswer, radio + " is still " + Radio::StateName(state) +
-                                                     ", though the request to switch it " + name +
-                                                     " was accepted.");
+            throw Failure(ExitStatus::kNoAnswer, std::string(radio)
+                                                     .append(" is still ")
+                                                     .append(Radio::StateName(state))
+                                                     .append(", though the request to switch it ")
+                                                     .append(name)
+                                                     .append(" was accepted."));
         }
         state = change->state;
     }
@@ -59,8 +62,12 @@ void AddSwitch(CLI::App& parent, const std::string& what, const Console& console
     for (const bool on : {true, false}) {
         const std::string name = Radio::StateName(on ? Radio::kOn : Radio::kOff);
         const auto seconds = std::make_shared<double>(10.0);
-        CLI::App* const command = parent.add_subcommand(
-            name, "Switch " + what + " " + name + ", and wait until it is " + name);
+        CLI::App* const command = parent.add_subcommand(name, std::string("Switch ")
+                                                                  .append(what)
+                                                                  .append(" ")
+                                                                  .append(name)
+                                                                  .append(", and wait until it is ")
+                                                                  .append(name));
         AddWait(*command, *seconds, "Seconds to wait for the change");
         command->callback([&console, on, seconds] { SwitchRadio<Radio>(on, *seconds, console); });
     }

@@ -151,7 +151,7 @@ void ShowStations(const Console& console)
         const std::string address = FormatStation(station.value("address", ""));
         const std::string ipAddress = Printable(station.value("ipAddress", ""));
         console.Report({{"address", address}, {"ipAddress", ipAddress}},
-                       address + "  " + ipAddress);
+                       std::string(address).append("  ").append(ipAddress));
     }
 }
 
