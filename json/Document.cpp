@@ -1,4 +1,5 @@
 #include <json/Document.h>
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

@@ -1,7 +1,6 @@
 #include <PelaconSDK/BleGattServer.h>
-#include <protocol/Gatt.h>
-
 #include <json/GattFields.h>
+#include <protocol/Gatt.h>
 
 namespace pelacon::json {
 

@@ -1,9 +1,8 @@
 // What files say of GATT, in the words that the world file and pelaconctl's have in common.
 #pragma once
 
-#include <protocol/Uuid.h>
-
 #include <json/Reader.h>
+#include <protocol/Uuid.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
+#include <service/base/Interface.h>
 
 #include <cstdint>
 #include <span>
@@ -10,15 +11,10 @@ namespace pelacon::service {
 
 /// What the core needs of the channel's server half. The pipe is one; tests have another. Notify,
 /// IsConnected and GetStatistics may be called under any lock, the rest with none held.
-class Transport {
+class Transport : public Interface {
   public:
     using Urgency = IPCMessageServer::Urgency;
     using Statistics = IPCMessageServer::Statistics;
-
-    Transport() = default;
-    virtual ~Transport() = default;
-    Transport(const Transport&) = delete;
-    Transport& operator=(const Transport&) = delete;
 
     virtual bool Notify(std::uint64_t clientId, std::int32_t messageId,
                         std::span<const std::uint8_t> payload, Urgency urgency) = 0;

@@ -1,5 +1,7 @@
 #include <service/core/Commands.h>
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <exception>
 #include <utility>

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <json/Reader.h>
-#include <nlohmann/json.hpp>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <map>

@@ -6,6 +6,8 @@
 #include <service/core/CoreState.h>
 #include <service/core/Trace.h>
 
+#include <nlohmann/json.hpp>
+
 #include <exception>
 #include <utility>
 

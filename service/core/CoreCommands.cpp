@@ -3,6 +3,8 @@
 #include <service/core/CoreState.h>
 #include <service/core/Trace.h>
 
+#include <nlohmann/json.hpp>
+
 #include <charconv>
 #include <stdexcept>
 #include <string>

@@ -1,5 +1,6 @@
 #include <service/core/Family.h>
 
+
 namespace pelacon::service {
 
 void Family::ClientArrived(Session& /*session*/, bool /*returning*/) {}

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <protocol/ServiceLink.h>
+#include <service/base/Interface.h>
 #include <service/base/Scheduler.h>
 #include <service/core/IdAllocator.h>
 #include <service/core/Router.h>
@@ -29,13 +30,8 @@ struct Context {
 /// Serves its operations by handlers that its constructor gives to the router, drives its radio,
 /// and tells clients what the radio reports. It lives until the service restarts or ends; then it
 /// and all that it holds are destroyed, under the world's lock, as is all else here.
-class Family {
+class Family : public Interface {
   public:
-    Family() = default;
-    virtual ~Family() = default;
-    Family(const Family&) = delete;
-    Family& operator=(const Family&) = delete;
-
     /// A client's event connection is up. One that returns was connected before, perhaps to a
     /// service that has ended since, and may have asked for things that are forgotten.
     virtual void ClientArrived(Session& session, bool returning);

@@ -1,10 +1,10 @@
 // Requests that are to go wrong.
 #pragma once
 
+#include <json/Reader.h>
 #include <protocol/Catalogue.h>
 #include <service/base/Random.h>
 
-#include <json/Reader.h>
 #include <nlohmann/json_fwd.hpp>
 
 #include <chrono>

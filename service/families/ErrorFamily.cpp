@@ -1,6 +1,8 @@
 #include <service/core/Commands.h>
 #include <service/families/ErrorFamily.h>
 
+#include <nlohmann/json.hpp>
+
 namespace pelacon::service {
 
 ErrorFamily::ErrorFamily(const Context& context)

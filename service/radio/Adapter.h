@@ -1,10 +1,14 @@
-// The Bluetooth adapter itself.
+// The Bluetooth adapter.
 #pragma once
+
+#include <service/base/Interface.h>
+#include <service/base/Observers.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 
 namespace pelacon::service::radio {
 
@@ -14,27 +18,20 @@ enum class AdapterState : std::int32_t { kOff = 0, kTurningOn = 1, kOn = 2, kTur
 /// The values are those of BluetoothType in the public headers.
 enum class BluetoothType : std::int32_t { kClassic = 0, kLe = 1 };
 
-/// One Bluetooth radio. Called under the world's lock, and calls back under it.
-class Adapter {
+/// One Bluetooth adapter.
+class Adapter : public Interface {
   public:
     static constexpr std::size_t kMaxName = 64;
-
-    using StateObserver = std::function<void(AdapterState)>;
-
-    Adapter() = default;
-    virtual ~Adapter() = default;
-    Adapter(const Adapter&) = delete;
-    Adapter& operator=(const Adapter&) = delete;
 
     virtual AdapterState State() const = 0;
     bool IsOn() const { return State() == AdapterState::kOn; }
 
-    /// Begins to switch on or off; what becomes of it is told to the observers. Nothing happens
-    /// where it is so already, or on the way there.
+    /// Begins to switch on or off; observers are called on the changes. Does nothing if the adapter
+    /// is in that state, or on the way to it.
     virtual void SwitchOn() = 0;
     virtual void SwitchOff() = 0;
 
-    /// In the low six bytes, the first octet the most significant.
+    /// In the low six bytes; the first octet is the most significant.
     virtual std::uint64_t Address() const = 0;
 
     virtual std::string Name() const = 0;
@@ -44,9 +41,14 @@ class Adapter {
 
     virtual bool IsConnected(std::uint64_t address, BluetoothType type) const = 0;
 
-    /// Has the observer told of each change of state, after those who came before it. Observers
-    /// live as long as the adapter.
-    virtual void Observe(StateObserver observer) = 0;
+    /// The observer is called after each change of state. It must live as long as the adapter.
+    void Observe(std::function<void(AdapterState)> observer)
+    {
+        stateObservers_.Add(std::move(observer));
+    }
+
+  protected:
+    Observers<AdapterState> stateObservers_;
 };
 
 }  // namespace pelacon::service::radio

@@ -1,4 +1,4 @@
-// What goes through the air from one device to all that listen.
+// Advertisements.
 #pragma once
 
 #include <cstddef>
@@ -12,13 +12,13 @@ enum class AdvertisementKind : std::int32_t {
     kConnectable = 0,
     kScannable = 1,
     kNonConnectable = 2,
-    kScanResponse = 3,  ///< heard only, never sent by itself
+    kScanResponse = 3,  ///< received only; the radio sends it when it is asked
 };
 
-/// The most that one advertisement or scan response holds.
+/// The largest advertisement or scan response, in bytes.
 inline constexpr std::size_t kMostAdvertisingData = 31;
 
-/// One advertisement or scan response as it was heard.
+/// A received advertisement or scan response.
 struct Heard {
     std::uint64_t address = 0;  ///< the sender's
     std::int32_t rssi = 0;      ///< dBm

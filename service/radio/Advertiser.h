@@ -1,6 +1,7 @@
-// The radio as it sends advertisements.
+// Sending advertisements.
 #pragma once
 
+#include <service/base/Interface.h>
 #include <service/radio/Advertisement.h>
 
 #include <chrono>
@@ -14,28 +15,18 @@ struct Advertising {
     std::chrono::milliseconds interval{100};
     AdvertisementKind kind = AdvertisementKind::kConnectable;
     std::int32_t txPower = 0;                ///< dBm
-    std::vector<std::uint8_t> data;          ///< at most kMostAdvertisingData, as the next
-    std::vector<std::uint8_t> scanResponse;  ///< not sent where the kind has none
+    std::vector<std::uint8_t> data;          ///< at most kMostAdvertisingData bytes
+    std::vector<std::uint8_t> scanResponse;  ///< likewise; not sent if the kind has none
 };
 
-/// Advertising that goes on for as long as this lives.
-class Advertisement {
-  public:
-    Advertisement() = default;
-    virtual ~Advertisement() = default;
-    Advertisement(const Advertisement&) = delete;
-    Advertisement& operator=(const Advertisement&) = delete;
-};
+/// Advertising goes on while this exists.
+class Advertisement : public Interface {};
 
-/// One radio's sender. Called under the world's lock.
-class Advertiser {
+/// The advertising part of a Bluetooth adapter.
+class Advertiser : public Interface {
   public:
-    Advertiser() = default;
-    virtual ~Advertiser() = default;
-    Advertiser(const Advertiser&) = delete;
-    Advertiser& operator=(const Advertiser&) = delete;
-
-    /// Sends at once, and then at each interval. Nothing is sent while the adapter is off.
+    /// Sends the first advertisement at once and further ones at each interval, except while the
+    /// adapter is off.
     virtual std::unique_ptr<Advertisement> Start(const Advertising& advertising) = 0;
 };
 

@@ -1,4 +1,4 @@
-// Wi-Fi channels, their bands and their frequencies.
+// Wi-Fi channels, their bands and frequencies.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace pelacon::service::radio {
 /// The values are those of Vod2dBand in the public headers.
 enum class Band : std::int32_t { kNone = 0, k24GHz = 1, k5GHz = 2 };
 
-/// The band that a channel number belongs to; none where there is no such channel.
+/// The band of a channel; kNone if there is no such channel.
 constexpr Band BandOf(std::int32_t channel)
 {
     if (channel >= 1 && channel <= 14) {
@@ -20,7 +20,7 @@ constexpr Band BandOf(std::int32_t channel)
     return isLow || isMiddle || isHigh ? Band::k5GHz : Band::kNone;
 }
 
-/// The centre of a channel in MHz; 0 where there is no such channel.
+/// The centre frequency of a channel in MHz; 0 if there is no such channel.
 constexpr std::int32_t FrequencyOf(std::int32_t channel)
 {
     constexpr std::int32_t kStep = 5;

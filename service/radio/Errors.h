@@ -1,28 +1,30 @@
-// What goes wrong in the radios by itself.
+// Errors that no request caused.
 #pragma once
+
+#include <service/base/Interface.h>
+#include <service/base/Observers.h>
 
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace pelacon::service::radio {
 
-/// Connection errors that no request asked for. Called under the world's lock, and calls back
-/// under it.
-class Errors {
+/// Connection errors that happen without a request.
+class Errors : public Interface {
   public:
-    /// The codes that programs have words for; others may come as well.
+    /// Codes that programs have names for. There may be others.
     static constexpr std::int32_t kGroupExists = 0x10000001;
     static constexpr std::int32_t kBleSendFailed = 0x20000000;
 
-    using Observer = std::function<void(std::int32_t code)>;
+    /// The observer is called with each error's code. It must live as long as the radios.
+    void Observe(std::function<void(std::int32_t code)> observer)
+    {
+        observers_.Add(std::move(observer));
+    }
 
-    Errors() = default;
-    virtual ~Errors() = default;
-    Errors(const Errors&) = delete;
-    Errors& operator=(const Errors&) = delete;
-
-    /// Has the observer told of each error. Observers live as long as the radios.
-    virtual void Observe(Observer observer) = 0;
+  protected:
+    Observers<std::int32_t> observers_;
 };
 
 }  // namespace pelacon::service::radio

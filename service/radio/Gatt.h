@@ -1,4 +1,4 @@
-// What both roles of GATT speak of.
+// What GATT clients and servers have in common.
 #pragma once
 
 #include <protocol/Uuid.h>
@@ -11,11 +11,11 @@ namespace pelacon::service::radio {
 
 using protocol::Uuid;
 
-/// A characteristic's value, at most so many bytes.
+/// A characteristic's value, at most kMostGattValue bytes.
 using GattValue = std::vector<std::uint8_t>;
 inline constexpr std::size_t kMostGattValue = 1024;
 
-/// What a characteristic can do, to be combined. The values are those of BleGattCharFlag in the
+/// What a characteristic can do; may be combined. The values are those of BleGattCharFlag in the
 /// public headers.
 inline constexpr std::int32_t kGattRead = 0x02;
 inline constexpr std::int32_t kGattWriteWithoutResponse = 0x04;
@@ -25,7 +25,7 @@ inline constexpr std::int32_t kGattIndicate = 0x20;
 inline constexpr std::int32_t kGattAnyWrite = kGattWriteWithoutResponse | kGattWrite;
 inline constexpr std::int32_t kGattAnyNotify = kGattNotify | kGattIndicate;
 
-/// What became of an operation. The values are those of protocol::ServiceStatus.
+/// The result of an operation. The values are those of protocol::ServiceStatus.
 enum class GattStatus : std::int32_t {
     kDone = 0,
     kNotConnected = 6,
@@ -34,7 +34,7 @@ enum class GattStatus : std::int32_t {
     kUnreachable = 9,
 };
 
-/// Why a connection did not come up, or is over. The values are those of BleGattReason in the
+/// Why a connection ended or was not established. The values are those of BleGattReason in the
 /// public headers.
 enum class GattReason : std::int32_t {
     kNone = 0x00,

@@ -1,6 +1,7 @@
-// The radio as it connects to other devices and works with their characteristics.
+// Connecting to other devices and using their characteristics.
 #pragma once
 
+#include <service/base/Interface.h>
 #include <service/base/Scheduler.h>
 #include <service/radio/Gatt.h>
 
@@ -9,43 +10,33 @@
 
 namespace pelacon::service::radio {
 
-/// Hears of one connection. Each of these may destroy the connection.
-class GattConnectionObserver {
+/// Observes one connection. Each member may destroy the connection.
+class GattConnectionObserver : public Interface {
   public:
-    GattConnectionObserver() = default;
-    virtual ~GattConnectionObserver() = default;
-    GattConnectionObserver(const GattConnectionObserver&) = delete;
-    GattConnectionObserver& operator=(const GattConnectionObserver&) = delete;
-
     virtual void Connected() = 0;
 
-    /// It is over, or will not come up. Nothing else is told afterwards.
+    /// The connection ended, or could not be established. The last call.
     virtual void Ended(GattReason reason) = 0;
 
-    /// A value of a characteristic that was subscribed to.
+    /// A subscribed characteristic has a new value.
     virtual void Notified(const Uuid& service, const Uuid& characteristic, const GattValue& value,
                           bool isIndication) = 0;
 };
 
-/// A connection to one device, from the attempt on. What is asked of one that is not up ends in
-/// kNotConnected, as does what is still under way when it ends. Destroying it ends it, without a
-/// word to its observer.
-class GattConnection {
+/// A connection to one device, from the attempt on. Operations on a connection that is not up end
+/// with kNotConnected, as do those that its end interrupts. Its destructor closes it without
+/// calling the observer.
+class GattConnection : public Interface {
   public:
     struct ReadResult {
         GattStatus status;
         GattValue value;
     };
 
-    GattConnection() = default;
-    virtual ~GattConnection() = default;
-    GattConnection(const GattConnection&) = delete;
-    GattConnection& operator=(const GattConnection&) = delete;
-
     virtual bool IsUp() const = 0;
     virtual std::int32_t Mtu() const = 0;
 
-    /// Has the device's services found. Until that is done it has none.
+    /// Discovers the device's services. HasService is false for all of them before.
     virtual Completion<GattStatus> Discover() = 0;
     virtual bool HasService(const Uuid& service) const = 0;
 
@@ -56,15 +47,11 @@ class GattConnection {
                                              bool enable) = 0;
 };
 
-/// Called under the world's lock, and calls back under it.
-class GattClient {
+/// The central role of a Bluetooth adapter.
+class GattClient : public Interface {
   public:
-    GattClient() = default;
-    virtual ~GattClient() = default;
-    GattClient(const GattClient&) = delete;
-    GattClient& operator=(const GattClient&) = delete;
-
-    /// Begins to connect. The observer outlives the connection and hears of it later, not at once.
+    /// Begins to connect. The observer must outlive the connection; it is not called inside this
+    /// call.
     virtual std::unique_ptr<GattConnection> Connect(std::uint64_t address,
                                                     GattConnectionObserver& observer) = 0;
 };

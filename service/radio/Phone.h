@@ -1,35 +1,36 @@
-// The phone that this machine is paired with, as far as its radios hear of it.
+// The phone that this machine is paired with, as far as the radios know it.
 #pragma once
+
+#include <service/base/Interface.h>
+#include <service/base/Observers.h>
 
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pelacon::service::radio {
 
-/// Called under the world's lock, and calls back under it.
-class Phone {
+class Phone : public Interface {
   public:
-    using ChannelObserver = std::function<void(std::int32_t channel)>;
-
-    Phone() = default;
-    virtual ~Phone() = default;
-    Phone(const Phone&) = delete;
-    Phone& operator=(const Phone&) = delete;
-
-    /// Its model's name; empty where nobody told.
+    /// The model's name; empty if it is not known.
     virtual const std::string& Model() const = 0;
 
-    /// The Wi-Fi channels that it supports, as far as it told.
+    /// The Wi-Fi channels that it supports, as far as they are known.
     virtual const std::vector<std::int32_t>& Channels() const = 0;
 
-    /// The channel that its Wi-Fi connection is on; 0 when it has none.
+    /// The channel of its Wi-Fi connection; 0 if it has none.
     virtual std::int32_t ConnectionChannel() const = 0;
 
-    /// Has the observer told of each change of that channel, after those who came before it.
-    /// Observers live as long as the radios.
-    virtual void Observe(ChannelObserver observer) = 0;
+    /// The observer is called on each change of that channel. It must live as long as the radios.
+    void Observe(std::function<void(std::int32_t channel)> observer)
+    {
+        channelObservers_.Add(std::move(observer));
+    }
+
+  protected:
+    Observers<std::int32_t> channelObservers_;
 };
 
 }  // namespace pelacon::service::radio

@@ -1,6 +1,7 @@
-// All radios of one machine.
+// The radios of one machine.
 #pragma once
 
+#include <service/base/Interface.h>
 #include <service/radio/Adapter.h>
 #include <service/radio/Advertiser.h>
 #include <service/radio/Errors.h>
@@ -23,15 +24,14 @@ class Scheduler;
 
 namespace radio {
 
-/// The radios that the families drive: simulated ones, or those of a real machine. A family sees
-/// nothing of them but these interfaces.
-class Radios {
+/// The radios that the families use: simulated or real ones. Families know only these interfaces.
+///
+/// The scheduler's lock is held in all calls, in both directions. No call blocks: a result that
+/// takes time is a Completion, or the argument of a function that is called later. An observer may
+/// destroy the object that it is called about (a connection, an advertisement). Nothing is called
+/// any more after Release, and once Scheduler::IsStopping.
+class Radios : public Interface {
   public:
-    Radios() = default;
-    virtual ~Radios() = default;
-    Radios(const Radios&) = delete;
-    Radios& operator=(const Radios&) = delete;
-
     virtual Adapter& GetAdapter() = 0;
     virtual Scanner& GetScanner() = 0;
     virtual Advertiser& GetAdvertiser() = 0;
@@ -45,18 +45,18 @@ class Radios {
     virtual WifiCards& GetWifiCards() = 0;
     virtual Errors& GetErrors() = 0;
 
-    /// Adds operators' commands that these radios have.
+    /// Adds the operators' commands of these radios, if they have any.
     virtual void AddCommands(Commands& /*commands*/) {}
 
-    /// The service ends or restarts: nothing is sent any more, and no observer is called. Other
-    /// radios may be made before these are destroyed. Nothing to do for radios that have no effect
+    /// The service ends or restarts. The radios stop sending and calling observers; they may be
+    /// destroyed later than others are created. The default is for radios that have no effect
     /// outside the process.
     virtual void Release() {}
 };
 
-/// Makes radios, under the scheduler's lock. What outlives them and must not be destroyed under
-/// that lock (threads, sockets) belongs to the factory, which is destroyed after them without the
-/// lock.
+/// Creates radios; called with the scheduler's lock held. Threads, sockets and whatever else must
+/// not be destroyed with that lock held belong to the factory itself: it is destroyed without the
+/// lock, after all radios and before the scheduler.
 using Factory = std::function<std::unique_ptr<Radios>(Scheduler& scheduler)>;
 
 }  // namespace radio

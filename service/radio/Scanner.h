@@ -1,6 +1,7 @@
-// The radio as it listens to advertisements.
+// Receiving advertisements.
 #pragma once
 
+#include <service/base/Interface.h>
 #include <service/radio/Advertisement.h>
 
 #include <functional>
@@ -8,32 +9,21 @@
 
 namespace pelacon::service::radio {
 
-/// How much of what is in the air is heard. The values are those of BleScanPolicy in the public
-/// headers.
+/// How large a part of the time the radio receives. The values are those of BleScanPolicy in the
+/// public headers.
 enum class ScanPolicy : std::int32_t { kLowPower = 0, kBalanced = 1, kLowLatency = 2 };
 
-/// A scan that goes on for as long as this lives.
-class Scan {
-  public:
-    Scan() = default;
-    virtual ~Scan() = default;
-    Scan(const Scan&) = delete;
-    Scan& operator=(const Scan&) = delete;
-};
+/// The scan goes on while this exists.
+class Scan : public Interface {};
 
-/// One radio's receiver. Several scans may go on at once, each with its own policy. Called under
-/// the world's lock, and calls back under it.
-class Scanner {
+/// The receiving part of a Bluetooth adapter. There may be several scans at once, each with its own
+/// policy.
+class Scanner : public Interface {
   public:
     using Observer = std::function<void(const Heard&)>;
 
-    Scanner() = default;
-    virtual ~Scanner() = default;
-    Scanner(const Scanner&) = delete;
-    Scanner& operator=(const Scanner&) = delete;
-
-    /// Has the observer told of what is heard from now on. It starts and ends no scan and no
-    /// advertising itself. Nothing is heard while the adapter is off.
+    /// Starts a scan. The observer is called with each received advertisement, and must neither
+    /// start nor end a scan or advertising. Nothing is received while the adapter is off.
     virtual std::unique_ptr<Scan> Start(ScanPolicy policy, Observer observer) = 0;
 };
 

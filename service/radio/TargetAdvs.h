@@ -1,9 +1,13 @@
-// Targeted advertisements, as the radio receives them.
+// Receiving targeted advertisements.
 #pragma once
+
+#include <service/base/Interface.h>
+#include <service/base/Observers.h>
 
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace pelacon::service::radio {
 
@@ -12,18 +16,16 @@ struct TargetAdv {
     std::array<std::uint8_t, 36> data{};
 };
 
-/// Called under the world's lock, and calls back under it.
-class TargetAdvs {
+class TargetAdvs : public Interface {
   public:
-    using Observer = std::function<void(const TargetAdv&)>;
+    /// The observer is called with each received advertisement. It must live as long as the radio.
+    void Observe(std::function<void(const TargetAdv&)> observer)
+    {
+        observers_.Add(std::move(observer));
+    }
 
-    TargetAdvs() = default;
-    virtual ~TargetAdvs() = default;
-    TargetAdvs(const TargetAdvs&) = delete;
-    TargetAdvs& operator=(const TargetAdvs&) = delete;
-
-    /// Has the observer told of each that is received. Observers live as long as the radio.
-    virtual void Observe(Observer observer) = 0;
+  protected:
+    Observers<TargetAdv> observers_;
 };
 
 }  // namespace pelacon::service::radio

@@ -1,64 +1,63 @@
-// The Wi-Fi adapter as such: its switch, its channels, its connection to an access point.
+// The Wi-Fi adapter: its switch, its channels, its connection to an access point.
 #pragma once
 
+#include <service/base/Interface.h>
+#include <service/base/Observers.h>
 #include <service/radio/Channels.h>
 
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pelacon::service::radio {
 
-/// One Wi-Fi adapter. Called under the world's lock, and calls back under it.
-class Wifi {
+/// One Wi-Fi adapter.
+class Wifi : public Interface {
   public:
-    /// A channel that the adapter may use here.
+    /// A channel that the adapter may use.
     struct Channel {
         std::int32_t number = 0;
-        std::int32_t load = 0;        ///< how busy it is, in percent
-        std::int32_t bandwidth = 20;  ///< the widest in MHz that is possible around it
+        std::int32_t load = 0;        ///< the busy part of the time, in percent
+        std::int32_t bandwidth = 20;  ///< the widest possible, in MHz
     };
 
     /// The access point that the adapter is connected to.
     struct Connection {
         std::string ssid;
         std::int32_t channel = 0;
-
-        bool operator==(const Connection&) const = default;
     };
 
-    /// Whether the switch got where it was asked to go.
+    /// Whether the adapter reached the state that was asked for.
     using SwitchDone = std::function<void(bool reached)>;
-    using SwitchObserver = std::function<void(bool on)>;
-    using ConnectionObserver = std::function<void(const std::optional<Connection>& connection)>;
-
-    Wifi() = default;
-    virtual ~Wifi() = default;
-    Wifi(const Wifi&) = delete;
-    Wifi& operator=(const Wifi&) = delete;
 
     virtual bool IsOn() const = 0;
 
-    /// Begins to switch on or off, unless it is so already or on the way there. `done` is called
-    /// once, in the call or later: when the switch is there, after the observers, or when it goes
-    /// the other way before.
+    /// Begins to switch on or off, unless the adapter is in that state or on the way to it. `done`
+    /// is called once, in the call or later: when the state is reached, after the observers, or
+    /// when the adapter is switched the other way before.
     virtual void Switch(bool on, SwitchDone done) = 0;
 
-    /// In the low six bytes, the first octet the most significant.
+    /// In the low six bytes; the first octet is the most significant.
     virtual std::uint64_t Address() const = 0;
 
     /// In ascending order of their numbers.
     virtual const std::vector<Channel>& Channels() const = 0;
 
-    /// Nothing while it is switched off or not connected.
+    /// Nothing while the adapter is off or not connected.
     virtual std::optional<Connection> CurrentConnection() const = 0;
 
-    /// Have the observer told of each change, after those who came before it. Observers live as
-    /// long as the adapter.
-    virtual void ObserveSwitch(SwitchObserver observer) = 0;
-    virtual void ObserveConnection(ConnectionObserver observer) = 0;
+    /// The observer is called when the adapter was switched on or off. It must live as long as the
+    /// adapter.
+    void ObserveSwitch(std::function<void(bool on)> observer)
+    {
+        switchObservers_.Add(std::move(observer));
+    }
+
+  protected:
+    Observers<bool> switchObservers_;
 };
 
 }  // namespace pelacon::service::radio

@@ -1,10 +1,14 @@
-// The Wi-Fi hardware of a machine: its cards, and the network interfaces on them.
+// The Wi-Fi hardware of a machine: its cards and their network interfaces.
 #pragma once
+
+#include <service/base/Interface.h>
+#include <service/base/Observers.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pelacon::service::radio {
@@ -18,29 +22,26 @@ struct WifiInterface {
     std::int32_t index = 0;
 };
 
-/// Called under the world's lock, and calls back under it.
-class WifiCards {
+class WifiCards : public Interface {
   public:
     static constexpr std::size_t kMostCards = 5;
 
-    using CardObserver = std::function<void(std::size_t card)>;
-
-    WifiCards() = default;
-    virtual ~WifiCards() = default;
-    WifiCards(const WifiCards&) = delete;
-    WifiCards& operator=(const WifiCards&) = delete;
-
-    /// By number; kMostCards at most. The first is the adapter that everything else is about.
+    /// By number; at most kMostCards. The first card is the adapter that all other interfaces use.
     virtual const std::vector<CardState>& States() const = 0;
 
     virtual const std::vector<WifiInterface>& Interfaces() const = 0;
 
-    /// Which kinds of interfaces can work side by side, as text of 256 bytes at most.
+    /// Which kinds of interfaces can be used together, as text of at most 256 bytes.
     virtual const std::string& Coexistence() const = 0;
 
-    /// Has the observer told of each change, after those who came before it. Observers live as long
-    /// as the hardware.
-    virtual void Observe(CardObserver observer) = 0;
+    /// The observer is called on each change of a card's state. It must live as long as the radios.
+    void Observe(std::function<void(std::size_t card)> observer)
+    {
+        cardObservers_.Add(std::move(observer));
+    }
+
+  protected:
+    Observers<std::size_t> cardObservers_;
 };
 
 }  // namespace pelacon::service::radio

@@ -50,9 +50,7 @@ void Adapter::Switch(AdapterState onTheWay, AdapterState goal, Scheduler::Durati
 void Adapter::Enter(AdapterState state)
 {
     state_ = state;
-    for (const StateObserver& observer : observers_) {
-        observer(state);
-    }
+    stateObservers_(state);
 }
 
 }  // namespace pelacon::service::simulation

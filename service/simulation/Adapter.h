@@ -24,7 +24,6 @@ class Adapter : public radio::Adapter {
     std::string Name() const override { return config_.name; }
     void Rename(std::string name) override { config_.name = std::move(name); }
     bool IsConnected(std::uint64_t address, radio::BluetoothType type) const override;
-    void Observe(StateObserver observer) override { observers_.push_back(std::move(observer)); }
 
     /// For the other simulated radios: a device connected, or is connected no more.
     void SetConnected(std::uint64_t address, radio::BluetoothType type, bool connected);
@@ -37,7 +36,6 @@ class Adapter : public radio::Adapter {
     AdapterConfig config_;
     radio::AdapterState state_;
     std::set<std::pair<radio::BluetoothType, std::uint64_t>> connected_;
-    std::vector<StateObserver> observers_;
     Timer switching_;
 };
 

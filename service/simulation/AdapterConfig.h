@@ -1,9 +1,8 @@
 // The adapter as the world file describes it.
 #pragma once
 
-#include <service/radio/Adapter.h>
-
 #include <json/Reader.h>
+#include <service/radio/Adapter.h>
 
 #include <chrono>
 #include <cstdint>

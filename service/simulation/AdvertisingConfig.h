@@ -1,9 +1,8 @@
 // What a device advertises, as the world file describes it.
 #pragma once
 
-#include <service/radio/Advertisement.h>
-
 #include <json/Reader.h>
+#include <service/radio/Advertisement.h>
 
 #include <chrono>
 #include <cstdint>

@@ -14,9 +14,7 @@ Errors::Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs)
 
 void Errors::Report(std::int32_t code) const
 {
-    for (const Observer& observer : observers_) {
-        observer(code);
-    }
+    observers_(code);
 }
 
 void Errors::Strike(std::size_t index)

@@ -16,8 +16,6 @@ class Errors : public radio::Errors {
   public:
     Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs);
 
-    void Observe(Observer observer) override { observers_.push_back(std::move(observer)); }
-
     /// For the other simulated radios: something went wrong.
     void Report(std::int32_t code) const;
 
@@ -30,7 +28,6 @@ class Errors : public radio::Errors {
     void Strike(std::size_t index);
 
     Scheduler& scheduler_;
-    std::vector<Observer> observers_;
     std::vector<Planned> planned_;
 };
 

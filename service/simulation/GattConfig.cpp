@@ -1,6 +1,5 @@
-#include <service/simulation/GattConfig.h>
-
 #include <json/GattFields.h>
+#include <service/simulation/GattConfig.h>
 
 namespace pelacon::service::simulation {
 

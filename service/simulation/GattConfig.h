@@ -1,9 +1,8 @@
 // What simulated devices are as GATT peers, as the world file describes them.
 #pragma once
 
-#include <service/radio/Gatt.h>
-
 #include <json/Reader.h>
+#include <service/radio/Gatt.h>
 
 #include <chrono>
 #include <optional>

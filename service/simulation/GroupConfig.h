@@ -1,9 +1,8 @@
 // Wi-Fi Direct groups, and the soft AP, as the world file describes them.
 #pragma once
 
-#include <service/radio/Groups.h>
-
 #include <json/Reader.h>
+#include <service/radio/Groups.h>
 
 #include <chrono>
 #include <cstdint>

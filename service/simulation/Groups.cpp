@@ -47,7 +47,7 @@ void Groups::EndCreation(GroupOutcome outcome, std::int32_t channel)
         channel_ = channel;
         AwaitStations();
     }
-    TellGroup(outcome);
+    groupObservers_(Exists(), outcome);
     std::exchange(created_, nullptr)(outcome);
 }
 
@@ -76,7 +76,7 @@ void Groups::EndGroup(GroupOutcome reason)
     }
     channel_ = 0;
     TakeNewName();
-    TellGroup(reason);
+    groupObservers_(Exists(), reason);
     for (const Done& done : std::exchange(removed_, {})) {
         done(GroupOutcome::kDone);
     }
@@ -103,7 +103,7 @@ void Groups::Move(std::int32_t channel)
 {
     if (Exists() && channel_ != channel) {
         channel_ = channel;
-        TellGroup(GroupOutcome::kDone);
+        groupObservers_(Exists(), GroupOutcome::kDone);
     }
 }
 
@@ -138,7 +138,7 @@ bool Groups::Join(std::uint64_t station, std::optional<std::string> ipAddress)
         return false;
     }
     stations_.push_back({station, ipAddress ? *std::move(ipAddress) : FreeIpAddress()});
-    TellStation(stations_.back(), true);
+    stationObservers_(stations_.back(), true);
     return true;
 }
 
@@ -150,7 +150,7 @@ bool Groups::Leave(std::uint64_t station)
     }
     const Station left{station, {}};
     stations_.erase(found);
-    TellStation(left, false);
+    stationObservers_(left, false);
     return true;
 }
 
@@ -166,20 +166,6 @@ std::string Groups::FreeIpAddress() const
         }
     }
     return {};
-}
-
-void Groups::TellGroup(GroupOutcome reason) const
-{
-    for (const GroupObserver& observer : groupObservers_) {
-        observer(Exists(), reason);
-    }
-}
-
-void Groups::TellStation(const Station& station, bool joined) const
-{
-    for (const StationObserver& observer : stationObservers_) {
-        observer(station, joined);
-    }
 }
 
 }  // namespace pelacon::service::simulation

@@ -27,14 +27,6 @@ class Groups : public radio::Groups {
     void Remove(Done done) override;
     void Rename(std::string ssid, std::string passPhrase) override;
     void Move(std::int32_t channel) override;
-    void ObserveGroup(GroupObserver observer) override
-    {
-        groupObservers_.push_back(std::move(observer));
-    }
-    void ObserveStations(StationObserver observer) override
-    {
-        stationObservers_.push_back(std::move(observer));
-    }
 
     /// For the simulation: a station joins, with the next free address where it brings none. False
     /// when there is no group, or it has joined already.
@@ -56,8 +48,6 @@ class Groups : public radio::Groups {
     void AwaitStations();
     void OnWifiSwitched(bool on);
     std::string FreeIpAddress() const;
-    void TellGroup(radio::GroupOutcome reason) const;
-    void TellStation(const radio::Station& station, bool joined) const;
 
     Scheduler& scheduler_;
     Wifi& wifi_;
@@ -66,8 +56,6 @@ class Groups : public radio::Groups {
     std::size_t creations_ = 0;
     std::int32_t channel_ = 0;  // 0: there is no group
     std::vector<radio::Station> stations_;
-    std::vector<GroupObserver> groupObservers_;
-    std::vector<StationObserver> stationObservers_;
     Done created_;
     std::vector<Done> removed_;
     std::vector<Timer> comings_;  // and goings of stations

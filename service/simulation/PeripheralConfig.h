@@ -1,10 +1,9 @@
 // A device in the neighbourhood, as the world file describes it.
 #pragma once
 
+#include <json/Reader.h>
 #include <service/simulation/AdvertisingConfig.h>
 #include <service/simulation/GattConfig.h>
-
-#include <json/Reader.h>
 
 #include <cstdint>
 #include <string>

@@ -15,9 +15,7 @@ void Phone::Connect(std::int32_t channel)
         return;
     }
     config_.connectionChannel = channel;
-    for (const ChannelObserver& observer : observers_) {
-        observer(channel);
-    }
+    channelObservers_(channel);
 }
 
 }  // namespace pelacon::service::simulation

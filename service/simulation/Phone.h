@@ -18,14 +18,12 @@ class Phone : public radio::Phone {
     const std::string& Model() const override { return config_.model; }
     const std::vector<std::int32_t>& Channels() const override { return config_.channels; }
     std::int32_t ConnectionChannel() const override { return config_.connectionChannel; }
-    void Observe(ChannelObserver observer) override { observers_.push_back(std::move(observer)); }
 
     /// For the simulation: its Wi-Fi connects on this channel, or with 0 is lost.
     void Connect(std::int32_t channel);
 
   private:
     PhoneConfig config_;
-    std::vector<ChannelObserver> observers_;
     std::vector<Timer> moves_;
 };
 

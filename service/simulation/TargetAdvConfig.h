@@ -1,9 +1,8 @@
 // Targeted advertisements that come by themselves, as the world file describes them.
 #pragma once
 
-#include <service/radio/TargetAdvs.h>
-
 #include <json/Reader.h>
+#include <service/radio/TargetAdvs.h>
 
 #include <chrono>
 

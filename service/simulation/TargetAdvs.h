@@ -23,20 +23,15 @@ class TargetAdvs : public radio::TargetAdvs {
         }
     }
 
-    void Observe(Observer observer) override { observers_.push_back(std::move(observer)); }
-
   private:
     void Receive(const radio::TargetAdv& received) const
     {
         if (adapter_.IsOn()) {
-            for (const Observer& observer : observers_) {
-                observer(received);
-            }
+            observers_(received);
         }
     }
 
     const Adapter& adapter_;
-    std::vector<Observer> observers_;
     std::vector<Timer> timers_;
 };
 

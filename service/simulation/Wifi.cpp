@@ -32,12 +32,7 @@ void Wifi::SwitchNow(bool on)
 void Wifi::Enter(bool on)
 {
     if (std::exchange(on_, on) != on) {
-        for (const SwitchObserver& observer : switchObservers_) {
-            observer(on);
-        }
-        if (config_.connected) {
-            TellConnection();
-        }
+        switchObservers_(on);
     }
     EndSwitching(true);
 }
@@ -46,24 +41,6 @@ void Wifi::EndSwitching(bool reached)
 {
     for (const SwitchDone& done : std::exchange(done_, {})) {
         done(reached);
-    }
-}
-
-void Wifi::Connect(std::optional<Connection> connection)
-{
-    if (connection == config_.connected) {
-        return;
-    }
-    config_.connected = std::move(connection);
-    if (on_) {
-        TellConnection();
-    }
-}
-
-void Wifi::TellConnection() const
-{
-    for (const ConnectionObserver& observer : connectionObservers_) {
-        observer(CurrentConnection());
     }
 }
 

@@ -24,32 +24,24 @@ class Wifi : public radio::Wifi {
     {
         return on_ ? config_.connected : std::nullopt;
     }
-    void ObserveSwitch(SwitchObserver observer) override
-    {
-        switchObservers_.push_back(std::move(observer));
-    }
-    void ObserveConnection(ConnectionObserver observer) override
-    {
-        connectionObservers_.push_back(std::move(observer));
-    }
 
     /// For the simulation: is on or off at once, as when its card is put in or taken out.
     void SwitchNow(bool on);
 
     /// For the simulation: connects to this access point, or to none.
-    void Connect(std::optional<Connection> connection);
+    void Connect(std::optional<Connection> connection)
+    {
+        config_.connected = std::move(connection);
+    }
 
   private:
     void Enter(bool on);
     void EndSwitching(bool reached);
-    void TellConnection() const;
 
     Scheduler& scheduler_;
     WifiConfig config_;
     bool on_;
     bool goal_;
-    std::vector<SwitchObserver> switchObservers_;
-    std::vector<ConnectionObserver> connectionObservers_;
     Timer switching_;
     std::vector<SwitchDone> done_;  // of those who wait for the switch to be as its goal
 };

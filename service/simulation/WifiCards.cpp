@@ -88,9 +88,7 @@ bool WifiCards::Set(std::size_t card, CardState state)
     if (std::exchange(config_.cards[card], state) == state) {
         return true;
     }
-    for (const CardObserver& observer : observers_) {
-        observer(card);
-    }
+    cardObservers_(card);
     if (card == 0) {
         wifi_.SwitchNow(state == CardState::kOn);
     }

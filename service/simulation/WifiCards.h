@@ -1,10 +1,9 @@
 // Wi-Fi hardware that exists in memory.
 #pragma once
 
+#include <json/Reader.h>
 #include <service/radio/WifiCards.h>
 #include <service/simulation/Wifi.h>
-
-#include <json/Reader.h>
 
 #include <string>
 #include <utility>
@@ -38,7 +37,6 @@ class WifiCards : public radio::WifiCards {
         return config_.interfaces;
     }
     const std::string& Coexistence() const override { return config_.coexistence; }
-    void Observe(CardObserver observer) override { observers_.push_back(std::move(observer)); }
 
     /// For the simulation: a card is put in or taken out, switched on or off. False when there is
     /// no place with this number.
@@ -47,7 +45,6 @@ class WifiCards : public radio::WifiCards {
   private:
     Wifi& wifi_;
     WifiCardsConfig config_;
-    std::vector<CardObserver> observers_;
 };
 
 }  // namespace pelacon::service::simulation

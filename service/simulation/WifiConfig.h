@@ -1,9 +1,8 @@
 // The Wi-Fi adapter as the world file describes it.
 #pragma once
 
-#include <service/radio/Wifi.h>
-
 #include <json/Reader.h>
+#include <service/radio/Wifi.h>
 
 #include <chrono>
 #include <cstdint>

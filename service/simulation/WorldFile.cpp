@@ -1,6 +1,5 @@
-#include <service/simulation/WorldFile.h>
-
 #include <json/Reader.h>
+#include <service/simulation/WorldFile.h>
 
 #include <array>
 #include <filesystem>

@@ -1,5 +1,6 @@
-#include <gtest/gtest.h>
 #include <json/Reader.h>
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>

@@ -1,8 +1,7 @@
 #include <PelaconSDK/BleGattServer.h>
+#include <json/GattFields.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/GattFile.h>
-
-#include <json/GattFields.h>
 
 #include <fstream>
 #include <sstream>
