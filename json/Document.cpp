@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kDeepest = 32;
 
-/// Where reading has got to. Characters are read one ahead at the end of a number, so the line
-/// before the last character is kept too.
+/// The position of the parser. It reads one character past a number, so the line before the last
+/// character is kept, too.
 struct Position {
     std::size_t line = 1;
     std::size_t lineBefore = 1;
@@ -51,7 +51,7 @@ class CountingIterator {
     Position* position_;
 };
 
-/// Builds the document as the parser goes; its member functions' names are the parser's.
+/// Called by the parser, which defines the names of the member functions.
 class Builder {
   public:
     Builder(Document& document, const Position& position) : document_(document), position_(position)
@@ -90,7 +90,7 @@ class Builder {
         return true;
     }
 
-    /// The exception's text ends with what is wrong; the rest of it is about the parser.
+    /// Only the last part of the exception's text says what is wrong.
     bool parse_error(std::size_t /*offset*/, const std::string& /*token*/,
                      const nlohmann::json::exception& error)
     {
@@ -125,7 +125,7 @@ class Builder {
         return true;
     }
 
-    // While a list or object is open nothing is added beside it, so its address holds.
+    // Nothing is added beside an open list or object, so its address does not change.
     template <typename Data>
     bool Open(Data data)
     {

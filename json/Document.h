@@ -1,4 +1,4 @@
-// A JSON text that remembers on which line each of its values stands.
+// Parsed JSON with the line of each value.
 #pragma once
 
 #include <cstddef>
@@ -37,12 +37,12 @@ struct Member {
 };
 
 struct Document {
-    std::string name;  // for people; a file's name
+    std::string name;  // a file's name, for messages
     Value root;
 };
 
-/// Reads JSON, in which // and /* */ comments may stand. Throws Error: what is no JSON, a name that
-/// stands twice in one object, nesting without end.
+/// Parses JSON with // and /* */ comments. Throws Error if it is not JSON, a name occurs twice in
+/// an object, or the nesting is too deep.
 Document Parse(std::string_view text, const std::string& name);
 
 }  // namespace pelacon::json

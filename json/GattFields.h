@@ -1,4 +1,4 @@
-// What files say of GATT, in the words that the world file and pelaconctl's have in common.
+// GATT in JSON, as in world files and pelaconctl's files.
 #pragma once
 
 #include <json/Reader.h>
@@ -12,13 +12,13 @@ namespace pelacon::json {
 
 protocol::Uuid ReadUuid(const Reader& reader);
 
-/// A characteristic's value: hexadecimal text, or an object with a text whose characters are meant.
+/// Reads a characteristic's value: hexadecimal digits, or an object with the value as text.
 std::vector<std::uint8_t> ReadGattValue(const Reader& reader);
 
-/// What a characteristic can do, as a list of words: bits of BleGattCharFlag.
+/// Reads a list of words into bits of BleGattCharFlag.
 std::int32_t ReadGattFlags(const Reader& reader);
 
-/// A function that reads a list of what has a UUID, no two of which have the same.
+/// A function that reads a list of elements with different UUIDs.
 template <typename ReadElement>
 auto Distinct(ReadElement readElement)
 {

@@ -23,7 +23,7 @@ std::optional<std::uint8_t> DigitOf(char character)
     return std::nullopt;
 }
 
-/// Pairs of hexadecimal digits, with the separator between two of them where it is wanted.
+/// Pairs of hexadecimal digits, separated or, if the separator is not required, not.
 std::optional<std::vector<std::uint8_t>> BytesOf(std::string_view text, char separator,
                                                  bool separatorNeeded)
 {

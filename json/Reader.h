@@ -1,5 +1,4 @@
-// Typed, strict reading of a JSON document: whatever is not as expected is an error that names
-// file, line and field.
+// Typed, strict reading of a JSON document. Errors name file, line and field.
 #pragma once
 
 #include <json/Document.h>
@@ -25,15 +24,14 @@ class Fields;
 template <typename Meaning>
 using Choices = std::initializer_list<std::pair<std::string_view, std::type_identity_t<Meaning>>>;
 
-/// One value of a document, and where it stands. The document must outlive it. All members throw
-/// Error.
+/// A value of a document, and its position. The document must outlive it. All members throw Error.
 class Reader {
   public:
     explicit Reader(const Document& document) : Reader(document, document.root, {}) {}
 
     bool Bool() const;
 
-    /// A whole number within these limits, both included.
+    /// A whole number between these limits, inclusive.
     template <std::integral Number>
     Number Integer(std::type_identity_t<Number> lowest = std::numeric_limits<Number>::min(),
                    std::type_identity_t<Number> highest = std::numeric_limits<Number>::max()) const
@@ -45,27 +43,27 @@ class Reader {
         return *number;
     }
 
-    /// Any number within these limits.
+    /// A number between these limits, inclusive.
     double Number(double lowest, double highest) const;
 
     /// A whole number of milliseconds.
     std::chrono::milliseconds Milliseconds(std::chrono::milliseconds shortest,
                                            std::chrono::milliseconds longest) const;
 
-    /// Text of so many bytes, without NULs.
+    /// Text of this many bytes, without NULs.
     std::string Text(std::size_t shortest, std::size_t longest) const;
 
     /// A network's name: text of 1 to 32 bytes.
     std::string Ssid() const { return Text(1, 32); }
 
-    /// A device's address, "01:23:45:67:89:AB", in the low six bytes, its first octet the most
+    /// A device's address, "01:23:45:67:89:AB", in the low six bytes; the first octet is the most
     /// significant.
     std::uint64_t Address() const;
 
-    /// Bytes as hexadecimal digits, which may stand apart ("02 01 06").
+    /// Bytes in hexadecimal, with or without blanks between them ("02 01 06").
     std::vector<std::uint8_t> Hex(std::size_t shortest, std::size_t longest) const;
 
-    /// One of these words, and what it means.
+    /// The meaning of one of these words.
     template <typename Meaning>
     Meaning Choice(Choices<Meaning> choices) const
     {
@@ -80,7 +78,7 @@ class Reader {
         Fail("must be one of " + words);
     }
 
-    /// A list, each of whose elements is read by the function.
+    /// A list. The function reads each element.
     template <typename Function>
     auto List(Function readElement) const
         -> std::vector<std::invoke_result_t<Function, const Reader&>>
@@ -92,12 +90,12 @@ class Reader {
         return elements;
     }
 
-    /// An object, whose fields the function reads. Those that it does not ask for are errors.
+    /// An object. The function reads its fields; a field that it does not read is an error.
     void Object(const std::function<void(Fields&)>& readFields) const;
 
     bool IsText() const { return AsText() != nullptr; }
 
-    /// Throws an error about this value: "world.json:12: adapter.name: " and what is wrong.
+    /// Throws an error about this value: "world.json:12: adapter.name: " and the text.
     [[noreturn]] void Fail(const std::string& what) const;
 
     std::size_t Line() const noexcept { return value_->line; }
@@ -155,7 +153,7 @@ class Fields {
         }
     }
 
-    /// The same where the field is one of these words.
+    /// The same for a field that is one of these words.
     template <typename Target>
     void Read(std::string_view name, Target& target, Choices<Target> choices)
     {

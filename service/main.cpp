@@ -38,7 +38,7 @@ enum ExitCode : int {
     kPipeUnusable = 4,
 };
 
-/// How long the program's end waits for a reader of the log that does not read.
+/// How long the end of the program waits for a reader of the log that does not read.
 constexpr std::chrono::milliseconds kLastLines{300};
 
 constexpr char kDescription[] =
@@ -62,7 +62,7 @@ Examples
 Exit codes
   0  ended by a signal    1  failed unexpectedly    2  wrong options
   3  the world file is wrong or cannot be read
-  4  the pipe cannot be had: another service has it, or its folder is not writable)";
+  4  the pipe cannot be used: another service has it, or its folder is not writable)";
 
 struct Options {
     std::optional<std::string> world;
@@ -75,7 +75,7 @@ struct Options {
     bool printWorld = false;
 };
 
-/// What is wrong with a pipe's name; nothing if it can be used.
+/// Returns what is wrong with a pipe's name; empty if it can be used.
 std::string CheckPipeName(const std::string& name)
 {
     const bool plain = std::all_of(name.begin(), name.end(), [](char character) {
@@ -84,7 +84,7 @@ std::string CheckPipeName(const std::string& name)
     return plain && !name.empty() ? "" : "a pipe's name is made of ASCII characters, not blank";
 }
 
-/// What is wrong with a number that is written as text; nothing if it is one from 0 to the limit.
+/// Returns what is wrong with a number; empty if it is from 0 to the limit.
 template <typename Number>
 std::string CheckNumber(const std::string& text, Number limit)
 {
@@ -120,8 +120,8 @@ void Declare(CLI::App& app, Options& options)
         ->type_name("FILE")
         ->check(&CheckWorldName);
     app.add_option("--seed", options.seed,
-                   "Start of the simulation's chance, so that a run repeats; else the world "
-                   "file's, else drawn and logged")
+                   "Seed of the simulation's random numbers, for runs that can be repeated; "
+                   "by default the world file's, or a random one that is logged")
         ->type_name("N")
         ->check(&CheckSeed);
     app.add_option("--log", options.logLevel, "What to log: error, warning, info, debug, trace")
@@ -134,15 +134,15 @@ void Declare(CLI::App& app, Options& options)
         ->type_name("NAME")
         ->check(&CheckPipeName);
     app.add_option("--ready-fd", options.readyFd,
-                   "When ready, write \"ready\" and the address to this file descriptor too, and "
+                   "When ready, also write \"ready\" and the address to this file descriptor, and "
                    "close it")
         ->type_name("N")
         ->check(&CheckDescriptor);
-    app.add_flag("--check", options.check, "Only read the world file, and say whether it is right");
-    app.add_flag("--print-world", options.printWorld, "Print the built-in world, and end");
+    app.add_flag("--check", options.check, "Only check the world file");
+    app.add_flag("--print-world", options.printWorld, "Print the built-in world");
 }
 
-/// A name alone means a pipe beside the usual one.
+/// A name without folder means a pipe beside the default one.
 std::wstring PipeName(const std::string& option)
 {
     constexpr std::wstring_view kFolder = L"\\\\.\\Pipe\\";
@@ -180,7 +180,7 @@ void TellReady(const Options& options, const std::string& address)
     }
 }
 
-/// Writes what has been logged, at the latest when it is destroyed.
+/// Waits until the log is written, when it is destroyed.
 struct LogFlush {
     LogFlush() = default;
     ~LogFlush() { service::log::Flush(kLastLines); }
@@ -198,7 +198,8 @@ int Run(const Options& options)
         std::printf("%s: right\n", settings.worldName.c_str());
         return kEnded;
     }
-    // Not before the world file is read: a signal ends a program that waits for one in a pipe.
+    // Not before the world file has been read: while the program waits for it in a pipe, a signal
+    // must end it.
     os::Termination termination;
     os::RaiseFileLimit();
     const std::string world = settings.worldName;

@@ -41,7 +41,7 @@ std::string Format(LogLevel level, std::string_view line)
     return text.append(line).append("\n");
 }
 
-/// Lives as long as the process: its thread is never joined, as it may wait for a reader for ever.
+/// Exists as long as the process: its thread may wait for a reader for ever and cannot be joined.
 class Output {
   public:
     static Output& The()
@@ -121,7 +121,7 @@ class Output {
     std::condition_variable changed_;
     log::Sink sink_;
     std::string queue_;
-    std::uint64_t dropped_ = 0;  // behind those that are queued
+    std::uint64_t dropped_ = 0;  // after those that are queued
     bool writing_ = false;
     bool started_ = false;
 };

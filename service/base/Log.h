@@ -13,10 +13,10 @@
 namespace pelacon::service {
 
 enum class LogLevel : std::uint8_t {
-    kError,    ///< something failed that should not
-    kWarning,  ///< something odd, from outside
-    kInfo,     ///< starting, ending, clients coming and going, faults
-    kDebug,    ///< each request and notification, by name
+    kError,    ///< the service itself failed
+    kWarning,  ///< something unexpected from outside
+    kInfo,     ///< start and end, arriving and leaving clients, faults
+    kDebug,    ///< every request and notification, by name
     kTrace,    ///< and their bytes
 };
 
@@ -34,12 +34,13 @@ inline bool IsWanted(LogLevel level) noexcept
     return level <= wantedLevel.load(std::memory_order_relaxed);
 }
 
-/// Sends lines elsewhere than to standard error; an empty sink sends them there again.
+/// Sends lines to the sink instead of standard error; an empty sink ends that. Called under a lock;
+/// must not block.
 void SetSink(Sink sink);
 
-/// Queues a line, and never blocks: a thread of the log's own writes to standard error. While its
-/// reader does not keep up, at most 1 MiB of lines wait; later ones are dropped, and a line that is
-/// written in their place says how many.
+/// Queues a line without blocking; another thread writes it to standard error. If the reader is too
+/// slow, up to 1 MiB of lines are kept; later ones are dropped, and a line in their place says how
+/// many.
 void WriteLine(LogLevel level, std::string_view line);
 
 /// Waits until all lines are written, or the time is up.

@@ -1,4 +1,4 @@
-// Chance that repeats: the same seed gives the same numbers, on every platform.
+// Random numbers that can be repeated: the same seed gives the same numbers on every platform.
 #pragma once
 
 #include <cstdint>

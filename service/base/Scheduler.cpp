@@ -113,7 +113,7 @@ void Scheduler::RunNext(Guard& lock)
         again->second.due = std::max(again->second.due + period, Clock::now());
         queue_.emplace(again->second.due, id);
     }
-    // Requests get their turn between two tasks.
+    // Requests may run between two tasks.
     lock.unlock();
     lock.lock();
 }

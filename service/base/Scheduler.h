@@ -1,4 +1,4 @@
-// The world's lock, its time and its chance.
+// The service's lock, timers and random numbers.
 #pragma once
 
 #include <service/base/Random.h>
@@ -19,8 +19,8 @@ namespace pelacon::service {
 
 class Scheduler;
 
-/// Something that is to happen later, for as long as the timer lives. Like all that belongs to the
-/// world, used (and destroyed) under the world's lock; once cancelled, its task does not run.
+/// A task that runs later unless the timer is destroyed or cancelled before. Used and destroyed
+/// with the scheduler's lock held.
 class Timer {
   public:
     Timer() = default;
@@ -42,7 +42,7 @@ class Timer {
 
     void Cancel() noexcept;
 
-    /// Whether its task is still to run.
+    /// Whether the task will run.
     bool IsPending() const;
 
   private:
@@ -53,9 +53,9 @@ class Timer {
     std::uint64_t id_ = 0;
 };
 
-/// All that the service knows and simulates is guarded by one lock, and happens in one order:
-/// requests, the comings and goings of clients, operators' commands and timers run under it, one at
-/// a time. Members are called with the lock held, unless they say otherwise.
+/// One lock guards the whole state of the service and its radios. Requests, the arrival and leave
+/// of clients, operators' commands and timers run one at a time with this lock held. Members are
+/// called with the lock held unless their description says otherwise.
 class Scheduler {
   public:
     using Clock = std::chrono::steady_clock;
@@ -64,40 +64,40 @@ class Scheduler {
 
     explicit Scheduler(std::uint64_t seed);
 
-    /// Without the lock; as Stop.
+    /// Calls Stop; called without the lock.
     ~Scheduler();
 
     Scheduler(const Scheduler&) = delete;
     Scheduler& operator=(const Scheduler&) = delete;
 
-    /// Takes the lock. Called without it, of course.
+    /// Takes the lock; called without it.
     [[nodiscard]] Guard Lock() { return Guard(mutex_); }
 
-    /// Runs the task once, that much later, on the world's own thread and under its lock.
+    /// Runs the task once after the delay, on the scheduler's thread and with the lock held.
     [[nodiscard]] Timer After(Duration delay, std::function<void()> task);
 
-    /// Runs the task again and again, the first time after one period. Runs that could not be kept
-    /// up with are left out.
+    /// Runs the task repeatedly, the first time after one period. If a run is late, the ones missed
+    /// are left out.
     [[nodiscard]] Timer Every(Duration period, std::function<void()> task);
 
     Random& GetRandom() noexcept { return random_; }
 
-    /// Lets go of the lock and waits until `done` returns true (asked under the lock, at each
-    /// Wake), the time is up, or the world stops. Returns what `done` says in the end. Only a
-    /// request's handler or a command may wait, never a timer's task.
+    /// Releases the lock and waits until `done` returns true, the time is up, or the scheduler
+    /// stops. `done` is called with the lock held, at each Wake. Returns the last result of `done`.
+    /// Only handlers of requests and commands may wait; a timer's task must not.
     bool Wait(Duration limit, const std::function<bool()>& done);
 
-    /// Lets others have the lock for a moment, while something takes long.
+    /// Releases the lock for a moment, in the middle of something that takes long.
     void Pause()
     {
         Wait(std::chrono::microseconds(100), [] { return false; });
     }
 
-    /// Has all who wait look again.
+    /// Makes all waits call their `done`.
     void Wake() noexcept { waiters_.notify_all(); }
 
-    /// No timer's task runs afterwards, and nobody waits any more. Called without the lock, from
-    /// no thread of the world's own.
+    /// Ends all waits; no timer's task runs afterwards. Called without the lock, and not on the
+    /// scheduler's thread.
     void Stop();
 
     bool IsStopping() const noexcept { return stopping_; }
@@ -127,7 +127,7 @@ class Scheduler {
     std::thread thread_;
 };
 
-/// A result that comes later, and that somebody waits for. Copies share the result.
+/// A result that a handler waits for. Copies share the result.
 template <typename Result>
 class Completion {
   public:
@@ -135,7 +135,7 @@ class Completion {
         : scheduler_(&scheduler), result_(std::make_shared<std::optional<Result>>())
     {}
 
-    /// Brings the result; the first one counts.
+    /// Sets the result, unless it has been set.
     void Set(Result result) const
     {
         if (!result_->has_value()) {

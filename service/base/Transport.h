@@ -1,4 +1,4 @@
-// The way to the clients, as the service sees it.
+// The core's way to its clients.
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
@@ -9,8 +9,8 @@
 
 namespace pelacon::service {
 
-/// What the core needs of the channel's server half. The pipe is one; tests have another. Notify,
-/// IsConnected and GetStatistics may be called under any lock, the rest with none held.
+/// Implemented by PipeService, and by tests. Notify, IsConnected and GetStatistics may be called
+/// with any lock held, the other members with none.
 class Transport : public Interface {
   public:
     using Urgency = IPCMessageServer::Urgency;

@@ -31,7 +31,7 @@ std::string Commands::Run(std::string_view text) const
     } catch (const std::exception& failure) {
         answer = {{"ok", false}, {"error", failure.what()}};
     }
-    // Names of devices may be any bytes; the answer is UTF-8 all the same.
+    // The bytes of a device's name may be anything; the answer must be UTF-8.
     return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 

@@ -1,4 +1,4 @@
-// What an operator can have a running service do.
+// Commands that operators send to a running service.
 #pragma once
 
 #include <json/Reader.h>
@@ -12,20 +12,21 @@
 
 namespace pelacon::service {
 
-/// Commands by name. A command is a JSON object such as {"command": "disconnect", "client": 3}; its
-/// answer is one too, with "ok" in it, and with "error" where that is false. A word alone is a
-/// command without fields.
+/// Commands by name. A command is a JSON object such as {"command": "disconnect", "client": 3}. Its
+/// answer is an object with "ok", and with "error" if that is false. A single word is a command
+/// without fields.
 class Commands {
   public:
-    /// Does it, and returns the fields of the answer. Runs under the world's lock.
+    /// Executes the command and returns the fields of the answer. Called with the scheduler's lock
+    /// held.
     using Action = std::function<nlohmann::json()>;
 
-    /// Reads the command's fields (all of them, before anything is done) and returns the action.
+    /// Reads all of the command's fields, and returns the action.
     using Command = std::function<Action(json::Fields& fields)>;
 
     void Add(const std::string& name, const std::string& summary, Command command);
 
-    /// Runs a command's text. Never throws: what goes wrong is in the answer.
+    /// Executes a command and returns its answer. Does not throw: the answer contains the error.
     std::string Run(std::string_view text) const;
 
   private:

@@ -115,8 +115,8 @@ IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
     started_.wait();
     const bool traced = log::IsWanted(LogLevel::kDebug);
     const auto begin = traced ? Scheduler::Clock::now() : Scheduler::Clock::time_point();
-    // While the handler waits, the service may restart or end: the state that it works on and its
-    // session live as long as it does, and end under the lock.
+    // While the handler waits, the service may restart or end. These pointers keep the handler's
+    // state and session until it returns; they are destroyed under the lock.
     const Scheduler::Guard lock = scheduler_.Lock();
     const std::shared_ptr<State> state = state_;
     if (!state) {
@@ -134,7 +134,7 @@ IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
     return reply;
 }
 
-// Nothing answers it, but what strikes a connection strikes the one that it came on.
+// A post is not answered. Faults that affect a connection affect the client's event connection.
 void Core::Posted(std::uint64_t clientId, const TagIPCMessageItem& item)
 {
     const IPCReplyKind outcome = Request(clientId, item).kind;
@@ -207,7 +207,7 @@ IPCReply Core::Perform(State& state, Session& session, const TagIPCMessageItem& 
     }
 }
 
-// Once per id, lest a client fill the log.
+// Warns once per id, so that a client cannot fill the log.
 void Core::NoteUnknown(const Session& session, const TagIPCMessageItem& request)
 {
     constexpr std::size_t kMostIds = 256;
@@ -244,7 +244,7 @@ void Core::Warn(std::string_view sentence)
 
 void Core::Restart()
 {
-    log::Info("restarting, as an operator wishes");
+    log::Info("restart requested by an operator");
     ++restarts_;
     state_->sessions.EndAll();
     state_->radios->Release();

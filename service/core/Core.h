@@ -1,4 +1,4 @@
-// The service without its pipe: sessions, requests, families, faults, commands.
+// The service without its transport: sessions, requests, families, faults, commands.
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
@@ -26,27 +26,28 @@ class Session;
 
 struct Settings {
     radio::Factory makeRadios;
-    std::vector<FaultConfig> faults;     ///< in force from the start
+    std::vector<FaultConfig> faults;     ///< active from the start
     std::string worldName = "built in";  ///< for people
     std::uint64_t seed = 0;
 };
 
-/// Answers clients and operators. Handler calls may come at once, from any thread; they wait until
-/// the core is started.
+/// Answers clients and operators. The handler's functions may be called from the construction on,
+/// by any thread; they wait until Start was called.
 class Core : public IPCServerHandler {
   public:
     explicit Core(Settings settings);
 
-    /// As Stop. The line has made its last call by then.
+    /// Calls Stop. The transport must not call the handler any more.
     ~Core() override;
 
     Core(const Core&) = delete;
     Core& operator=(const Core&) = delete;
 
-    /// Begins to answer. Throws IdError (the core is then stopped). The line outlives the core.
+    /// Begins to answer. The transport must outlive the core. Throws IdError; the core is stopped
+    /// then.
     void Start(Transport& transport, const std::string& stateFile);
 
-    /// Ends all that waits; later requests are answered without payload. May be repeated.
+    /// Ends all waits; later requests are answered without payload. May be called repeatedly.
     void Stop();
 
     void ClientArrived(const IPCClientInfo& client) override;
@@ -74,18 +75,18 @@ class Core : public IPCServerHandler {
     void Restart();
 
     Scheduler scheduler_;
-    const Settings settings_;  // its factory may own threads that use the scheduler
+    const Settings settings_;  // its factory may have threads that use the scheduler
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::latch started_{1};
     std::atomic<bool> startTried_{false};
 
-    Transport* transport_ = nullptr;  // set before it is started
+    Transport* transport_ = nullptr;  // set by Start
 
-    // All that follows is used under the world's lock.
+    // All that follows is guarded by the scheduler's lock.
     std::optional<IdAllocator> ids_;
     Faults faults_;
     std::shared_ptr<State> state_;
-    std::vector<std::function<void()>> afterwards_;  // to be done without the lock
+    std::vector<std::function<void()>> afterwards_;  // to be called without the lock
     std::uint64_t served_ = 0;
     std::uint64_t unknown_ = 0;
     std::set<std::int32_t> unknownIds_;

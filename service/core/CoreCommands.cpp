@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kLargestPayload = 64UL * 1024;
 
-/// Whom a command is about.
+/// The clients that a command is about.
 struct Whom {
     std::optional<std::uint64_t> client;
     std::optional<std::uint32_t> processId;
@@ -30,7 +30,7 @@ Whom ReadWhom(json::Fields& fields)
     return whom;
 }
 
-/// The clients that are meant; all of them where none is named.
+/// The chosen clients; all clients if the command names none.
 std::vector<std::shared_ptr<Session>> Choose(const Sessions& sessions, const Whom& whom)
 {
     std::vector<std::shared_ptr<Session>> chosen;
@@ -46,7 +46,7 @@ std::vector<std::shared_ptr<Session>> Choose(const Sessions& sessions, const Who
     return chosen;
 }
 
-/// A notification's id, by its name or its number.
+/// Reads a notification's name or id.
 std::int32_t ReadNotificationId(const json::Reader& reader)
 {
     if (!reader.IsText()) {
@@ -66,7 +66,7 @@ std::int32_t ReadNotificationId(const json::Reader& reader)
     reader.Fail("must be a notification's name, or its id such as \"0xD80062\"");
 }
 
-/// What is to be pushed, and to whom.
+/// A notification to send, and its receivers.
 struct Push {
     std::int32_t id = 0;
     Bytes payload;
@@ -88,7 +88,7 @@ Push ReadPush(json::Fields& fields)
     return push;
 }
 
-/// Sends it to those sessions, and now and then lets others have the lock.
+/// Sends the notification to these sessions, and releases the lock from time to time.
 nlohmann::json Send(Scheduler& scheduler, const std::vector<std::shared_ptr<Session>>& sessions,
                     const Push& push)
 {

@@ -1,4 +1,4 @@
-// All that a restart of the service forgets.
+// Everything that a restart of the service discards.
 #pragma once
 
 #include <service/core/Commands.h>
@@ -10,7 +10,7 @@
 
 namespace pelacon::service {
 
-/// Made anew, rather than cleared, so that nothing can be left over.
+/// A restart creates another one instead of clearing this one, so that nothing can be left over.
 struct Core::State {
     State(Scheduler& scheduler, const radio::Factory& makeRadios, IdAllocator& ids,
           Transport& transport);
@@ -18,7 +18,7 @@ struct Core::State {
     const std::unique_ptr<radio::Radios> radios;
     Router router;
     Commands commands;
-    Sessions sessions;  // families point at them to their own end
+    Sessions sessions;  // families use it until their end
     Sessions::Families families;
 };
 

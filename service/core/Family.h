@@ -1,4 +1,4 @@
-// A family of operations: what it does for the protocol, and what it holds for each client.
+// A family of operations.
 #pragma once
 
 #include <protocol/ServiceLink.h>
@@ -18,7 +18,7 @@ namespace pelacon::service {
 
 class Commands;
 
-/// What a family works with. All of it outlives the family.
+/// What a family uses. All of it outlives the family.
 struct Context {
     Scheduler& scheduler;
     Router& router;
@@ -27,27 +27,28 @@ struct Context {
     Commands& commands;
 };
 
-/// Serves its operations by handlers that its constructor gives to the router, drives its radio,
-/// and tells clients what the radio reports. It lives until the service restarts or ends; then it
-/// and all that it holds are destroyed, under the world's lock, as is all else here.
+/// Registers handlers for its operations with the router, controls its radio and notifies clients
+/// of what the radio reports. A family is destroyed, with the scheduler's lock held, when the
+/// service restarts or ends. All of its members are called with that lock held.
 class Family : public Interface {
   public:
-    /// A client's event connection is up. One that returns was connected before, perhaps to a
-    /// service that has ended since, and may have asked for things that are forgotten.
+    /// A client's event connection is up. A returning client was connected before, possibly to a
+    /// service that has ended since, and may rely on registrations that this service does not have.
     virtual void ClientArrived(Session& session, bool returning);
 
-    /// The client is gone: so is everything that the family holds for it.
+    /// The client has left. The family drops everything that it holds for the client.
     virtual void ClientLeft(Session& session);
 
-    /// The client still holds these ids from before a restart: they are known again from now on.
+    /// The client holds these ids from before a restart. They are valid for this session from now
+    /// on.
     virtual void Repair(Session& session, const protocol::RepairRequest& held);
 
-    /// Adds what an operator may want to know to the answer of the `status` command.
+    /// Adds the family's state to the answer of the `status` command.
     virtual void Describe(nlohmann::json& status) const;
 };
 
-/// Makes one of each family, in the order in which their ClientArrived and ClientLeft are called.
-/// Defined in families/.
+/// Creates all families, in the order in which ClientArrived and ClientLeft are called. Defined in
+/// families/.
 std::vector<std::unique_ptr<Family>> MakeFamilies(Context& context);
 
 }  // namespace pelacon::service

@@ -115,7 +115,7 @@ bool Faults::Strikes(Active& fault)
     if (fault.config.times && fault.hits >= *fault.config.times) {
         return false;
     }
-    // The chance is drawn for each request that matches, so that a run repeats.
+    // A number is drawn for every request that matches, so that a run can be repeated.
     if (!fault.random.Chance(fault.config.probability)) {
         return false;
     }

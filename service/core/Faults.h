@@ -1,4 +1,4 @@
-// Requests that are to go wrong.
+// Fault injection.
 #pragma once
 
 #include <json/Reader.h>
@@ -16,58 +16,59 @@
 
 namespace pelacon::service {
 
-/// What becomes of a request.
+/// What happens to a request.
 enum class FaultKind : std::uint8_t {
-    kDelay,       ///< served as usual, but later
-    kNever,       ///< not answered at all
+    kDelay,       ///< handled later
+    kNever,       ///< not answered
     kEmpty,       ///< answered without payload
     kStatus,      ///< refused with a status
-    kDisconnect,  ///< the connection that it came on is closed
-    kMalformed,   ///< answered with bytes that are no frame
+    kDisconnect,  ///< its connection is closed
+    kMalformed,   ///< answered with bytes that are not a frame
 };
 
-/// One fault, as the world file or an operator's command describes it.
+/// A fault as a world file or an operator's command describes it.
 struct FaultConfig {
     std::string request = "any";                      ///< as written: a name, an id, or "any"
-    const protocol::CatalogueEntry* entry = nullptr;  ///< the operation, when given by name
-    std::optional<std::int32_t> id;                   ///< the id, when given by number
+    const protocol::CatalogueEntry* entry = nullptr;  ///< the operation, if given by name
+    std::optional<std::int32_t> id;                   ///< the id, if given by number
     FaultKind kind = FaultKind::kNever;
-    std::chrono::milliseconds delay{0};  ///< before anything else happens
+    std::chrono::milliseconds delay{0};  ///< before the fault
     std::int32_t status = 0;
-    bool perform = false;     ///< do what is asked all the same; only the answer goes wrong
-    std::uint64_t after = 0;  ///< so many matching requests pass first
-    std::optional<std::uint64_t> times;  ///< how often; without: again and again
+    bool perform = false;                ///< perform the operation nevertheless
+    std::uint64_t after = 0;             ///< how many matching requests pass first
+    std::optional<std::uint64_t> times;  ///< how often; unlimited if not set
     double probability = 1;
-    std::optional<std::uint64_t> seed;  ///< of its own chance
+    std::optional<std::uint64_t> seed;  ///< of its random numbers
 };
 
 FaultConfig ReadFault(const json::Reader& reader);
 
-/// The word for it in world files and commands.
+/// Its name in world files and commands.
 std::string_view NameOf(FaultKind kind);
 
-/// What is to be done with one request.
+/// What to do with one request.
 struct FaultVerdict {
     std::chrono::milliseconds delay{0};
-    std::optional<FaultConfig> fault;  ///< the fault that replaces the answer, if any
+    std::optional<FaultConfig> fault;  ///< the fault that changes the answer, if any
 };
 
-/// The faults in force. Used under the world's lock.
+/// The active faults. Used with the scheduler's lock held.
 class Faults {
   public:
-    /// Faults without a seed of their own get one that follows from this one and their number.
+    /// Faults without a seed get one that is derived from this one and their number.
     explicit Faults(std::uint64_t seed) : seed_(seed) {}
 
-    /// Puts a fault in force, behind those there are. Returns its number.
+    /// Activates a fault, after the existing ones. Returns its number.
     std::uint64_t Add(const FaultConfig& config);
 
-    /// False when there is no such fault (any more).
+    /// False if there is no such fault.
     bool Remove(std::uint64_t number);
     void Clear() { active_.clear(); }
 
     bool IsEmpty() const noexcept { return active_.empty(); }
 
-    /// Judges a request: delays of all that match it add up, and the first of another kind decides.
+    /// Applies the faults to a request: the delays of all that match add up, and the first of
+    /// another kind decides.
     FaultVerdict Judge(std::int32_t id, std::size_t payloadLength);
 
     /// For the `status` command.
@@ -89,8 +90,7 @@ class Faults {
     std::vector<Active> active_;
 };
 
-/// A reply with nothing but this status in it; nothing where the operation's reply has no place
-/// for one.
+/// A reply that contains only this status; nothing if the operation's reply has no status.
 std::optional<std::vector<std::uint8_t>> ReplyWithStatus(const protocol::CatalogueEntry* entry,
                                                          std::int32_t status);
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view kHead = "pelacon-next-id ";
 
-/// The first id behind those that were ever reserved.
+/// The first id after those that were ever reserved.
 std::int32_t ReadFile(const std::string& file)
 {
     const std::filesystem::path path(std::u8string(file.begin(), file.end()));

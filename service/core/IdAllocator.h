@@ -1,4 +1,4 @@
-// Ids that are never given twice.
+// Ids that are never used twice.
 #pragma once
 
 #include <cstdint>
@@ -7,24 +7,24 @@
 
 namespace pelacon::service {
 
-/// Why ids cannot be given out safely, in a sentence for people.
+/// Why no ids can be allocated: a sentence for people.
 class IdError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// Gives out positive ids, for every kind of thing from one row. What was given is remembered in a
-/// file, so that a service started later goes on behind it: a client that still holds an id from
-/// before must never find it to be somebody else's. Used under the world's lock.
+/// Allocates positive ids, of one sequence for all kinds of objects. A file keeps what was
+/// allocated, also for services that are started later: an id that a client still holds from before
+/// must never belong to another client. Used with the scheduler's lock held.
 class IdAllocator {
   public:
-    /// Ids are reserved in the file by the block: one write for so many ids.
+    /// How many ids are reserved by one write to the file.
     static constexpr std::int32_t kBlock = 1024;
 
-    /// Throws IdError when the file cannot be written or does not read as one of this class.
+    /// Throws IdError if the file cannot be written, or was not written by this class.
     explicit IdAllocator(std::string file);
 
-    /// Throws IdError when the next block cannot be reserved, or none are left.
+    /// Throws IdError if the next block cannot be reserved, or there are no more ids.
     std::int32_t Next();
 
   private:
@@ -32,7 +32,7 @@ class IdAllocator {
 
     std::string file_;
     std::int32_t next_ = 1;
-    std::int32_t end_ = 1;  // behind the ids reserved in the file
+    std::int32_t end_ = 1;  // after the ids reserved in the file
 };
 
 }  // namespace pelacon::service

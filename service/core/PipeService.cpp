@@ -11,13 +11,13 @@ PipeService::PipeService(const std::wstring& pipeName, Settings settings)
         server_ = std::make_unique<IPCMessageServer>(pipeName, core_);
         core_.Start(*this, server_->StateFile());
     } catch (...) {
-        core_.Stop();  // whoever connected already waits for it
+        core_.Stop();  // threads of clients that connected already wait for the core
         throw;
     }
 }
 
-// What blocks in the core ends first, as the server waits for it. Sessions use the server to their
-// end, so it goes last.
+// Calls that block in the core must end first, since the server's destructor waits for them.
+// Sessions use the server until then.
 PipeService::~PipeService()
 {
     core_.Stop();

@@ -1,4 +1,4 @@
-// The service on its pipe.
+// The service and its pipe.
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
@@ -10,7 +10,7 @@
 
 namespace pelacon::service {
 
-/// Serves a pipe for as long as it lives.
+/// Serves a pipe while it exists.
 class PipeService : private Transport {
   public:
     /// Throws IPCServerError and IdError.
@@ -19,7 +19,7 @@ class PipeService : private Transport {
     PipeService(const PipeService&) = delete;
     PipeService& operator=(const PipeService&) = delete;
 
-    /// Where it listens, for people.
+    /// Where it listens, as text for people.
     const std::string& Address() const { return server_->Address(); }
 
   private:
@@ -35,7 +35,8 @@ class PipeService : private Transport {
     Statistics GetStatistics() const override { return server_->GetStatistics(); }
 
     Core core_;
-    std::unique_ptr<IPCMessageServer> server_;  // its threads use it until it is gone
+    std::unique_ptr<IPCMessageServer>
+        server_;  // its threads use this pointer until its destructor has returned
 };
 
 }  // namespace pelacon::service

@@ -1,4 +1,4 @@
-// Which handler answers which request.
+// The handlers of requests.
 #pragma once
 
 #include <protocol/Operation.h>
@@ -18,7 +18,7 @@ namespace pelacon::service {
 
 namespace detail {
 
-/// What a handler is given, by the kind of its request.
+/// The argument of a handler, by the kind of its request.
 template <typename Request>
 auto Decode(ByteView payload)
 {
@@ -48,7 +48,7 @@ inline Bytes Encode(Bytes bytes)
     return bytes;
 }
 
-/// What a handler returns, by the kind of its reply.
+/// The result of a handler, by the kind of its reply.
 template <typename Reply>
 struct ReplyOf {
     using Type = Reply;
@@ -68,10 +68,10 @@ struct ReplyOf<protocol::Bytes> {
 
 }  // namespace detail
 
-/// Requests by id, and by the length of their payload where one id names two operations.
+/// Finds a request's handler by id, and by the payload's length if two operations have the same id.
 class Router {
   public:
-    /// Answers a payload; nothing where the operation has no reply.
+    /// Returns the reply's payload; nothing if the operation has no reply.
     using Handler = std::function<std::optional<Bytes>(Session&, ByteView payload)>;
 
     struct Route {
@@ -80,11 +80,11 @@ class Router {
         Handler handler;
     };
 
-    /// Has the handler serve the operation. It is called under the world's lock, as
-    /// `Reply(Session&, const Request&)`: a record of any length comes padded with zeros, a Text as
-    /// std::string_view, Bytes as ByteView; it returns a record, std::string or Bytes, and nothing
-    /// for an operation without a reply. An empty std::optional of these is answered without
-    /// payload; so is what it throws, which is logged.
+    /// Registers the operation's handler. It is called as `Reply(Session&, const Request&)` with
+    /// the scheduler's lock held. A record is padded with zeros if the payload is short; Text is a
+    /// std::string_view, Bytes is a ByteView. The handler returns a record, std::string or Bytes,
+    /// and nothing for an operation without reply. If it returns an empty std::optional of these,
+    /// or throws, the request is answered without payload; exceptions are logged.
     template <typename Request, typename Reply, typename Function>
     void Serve(const protocol::Operation<Request, Reply>& operation, Function handler)
     {
@@ -104,8 +104,8 @@ class Router {
                            }});
     }
 
-    /// The route for such a request; null when nobody serves it. Of two with one id, the one whose
-    /// record is as long as the payload, or else the one with the longer record.
+    /// The route of such a request; null if it has no handler. Of two with the same id, the one
+    /// whose record is as long as the payload, otherwise the one with the longer record.
     const Route* Find(std::int32_t id, std::size_t payloadLength) const;
 
   private:

@@ -36,8 +36,8 @@ void Session::Arrive(std::uint32_t processId)
 
 bool Session::WaitFor(Scheduler::Duration time)
 {
-    // A client that posted something is not known to have left before that is done, so its
-    // connection is looked at.
+    // ClientLeft is not called while a post of the client is handled, so this looks at the
+    // connection itself.
     constexpr std::chrono::milliseconds kLookAgain{250};
     const auto end = Scheduler::Clock::now() + time;
     for (auto left = time; left > Scheduler::Duration::zero();

@@ -13,8 +13,8 @@
 
 namespace pelacon::service {
 
-/// A client, from its first message or its arrival until its event connection is gone. Used under
-/// the world's lock. Families may keep a pointer to it until Family::ClientLeft has returned.
+/// A client, from its first message or its arrival until its event connection is closed. Used with
+/// the scheduler's lock held. Families may keep a pointer to it until ClientLeft has returned.
 class Session {
   public:
     Session(Scheduler& scheduler, Transport& transport, std::uint64_t clientId,
@@ -24,18 +24,18 @@ class Session {
 
     std::uint64_t ClientId() const noexcept { return clientId_; }
 
-    /// As the kernel knows it; 0 while the client has not arrived.
+    /// From the kernel; 0 while the client has not arrived.
     std::uint32_t ProcessId() const noexcept { return processId_; }
 
-    /// Whether the client is still there, as far as the service has been told.
+    /// Whether the client has not left, as far as the core knows.
     bool IsPresent() const noexcept { return present_; }
 
-    /// Most notifications that are kept for a client that has not arrived.
+    /// How many notifications are kept for a client that has not arrived.
     static constexpr std::size_t kMostHeld = 256;
 
-    /// Sends a notification; false when the client has no event connection. Never blocks. One for a
-    /// client that has not arrived yet is kept until it does, unless it may be dropped: a client
-    /// that comes back may ask for something before its event connection is up again.
+    /// Sends a notification; false if the client has no event connection. Never blocks. For a
+    /// client that has not arrived yet it is kept until the client does, unless it is droppable: a
+    /// returning client may make requests before its event connection is up again.
     template <typename Record>
     bool Notify(const protocol::Notification<Record>& notification, const Record& record,
                 Transport::Urgency urgency = Transport::Urgency::kKept)
@@ -54,13 +54,12 @@ class Session {
     bool Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
                 Transport::Urgency urgency);
 
-    /// Has a request's handler wait, without the world's lock. False when there is no point in
-    /// going on: the client left, or the service ends or restarts. Then the handler returns at once
-    /// and touches nothing of the family's.
+    /// Waits in a request's handler, without the scheduler's lock. False if the client left, or the
+    /// service ends or restarts: then the handler must return at once and not use its family.
     [[nodiscard]] bool WaitFor(Scheduler::Duration time);
 
-    /// Waits for a result; nothing when it did not come within the limit, or there is no point in
-    /// going on (see WaitFor; IsPresent tells the two apart).
+    /// Waits for a result. Returns nothing if there was none within the limit, and where WaitFor
+    /// returns false; IsPresent distinguishes the two.
     template <typename Result>
     [[nodiscard]] std::optional<Result> Await(const Completion<Result>& completion,
                                               Scheduler::Duration limit)
@@ -69,7 +68,7 @@ class Session {
         return GoesOn() ? completion.Get() : std::nullopt;
     }
 
-    /// For the core: the client's event connection is up; the client is gone.
+    /// For the core: the client's event connection is up; the client has left.
     void Arrive(std::uint32_t processId);
     void End();
 

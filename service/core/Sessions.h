@@ -11,35 +11,35 @@
 
 namespace pelacon::service {
 
-/// All sessions, and the families that are told of them. Used under the world's lock.
+/// All sessions. Calls the families when clients arrive and leave. Used with the scheduler's lock
+/// held.
 class Sessions {
   public:
     static constexpr std::chrono::seconds kGrace{60};
 
     using Families = std::vector<std::unique_ptr<Family>>;
 
-    /// A client that has not arrived is forgotten when it makes no request for as long as the
-    /// grace.
+    /// A client that has not arrived is removed when it has made no request for this grace period.
     Sessions(Scheduler& scheduler, Transport& transport, const Families& families,
              Scheduler::Duration grace = kGrace)
         : scheduler_(scheduler), transport_(transport), families_(families), grace_(grace)
     {}
 
-    /// Greets the client if it returns, and tells the families.
+    /// Greets the client if it returns, and calls the families.
     void Arrive(const IPCClientInfo& client);
 
     void Leave(std::uint64_t clientId);
 
-    /// Ends them all, without a word to the families: for those that end, too.
+    /// Ends all sessions without calling the families, which end, too.
     void EndAll();
 
-    /// The client's session; a new one where requests come before the client arrives.
+    /// The client's session; a new one for a request before the client's arrival.
     std::shared_ptr<Session> Of(std::uint64_t clientId);
 
-    /// The session of a client that is there; null for others.
+    /// The session of a client that has arrived; null for others.
     Session* Find(std::uint64_t clientId) const;
 
-    /// All clients that are there, in the order of their ids.
+    /// All clients that have arrived, in the order of their ids.
     std::vector<std::shared_ptr<Session>> Present() const;
 
   private:

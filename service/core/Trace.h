@@ -1,4 +1,4 @@
-// Messages in the log, by name.
+// Requests, replies and notifications in the log.
 #pragma once
 
 #include <service/core/Wire.h>
@@ -9,14 +9,14 @@
 
 namespace pelacon::service {
 
-/// A message to the service as people know it: its name and id, or its id alone.
+/// A request's name and id, or only its id if it has no name.
 std::string RequestName(std::int32_t id, std::size_t payloadLength);
 std::string NotificationName(std::int32_t id);
 
-/// Bytes as hexadecimal, at most so many of them.
+/// Bytes in hexadecimal, cut after a number of them.
 std::string HexOf(ByteView bytes, std::size_t most = 64);
 
-/// Lines at debug level; their bytes as well at trace level. One load where nobody wants them.
+/// Logs at debug level, with the bytes at trace level. Costs one load at other levels.
 void TraceRequest(std::uint64_t clientId, std::int32_t id, ByteView payload);
 void TraceReply(std::uint64_t clientId, std::int32_t id, std::size_t requestLength,
                 ByteView payload, std::chrono::steady_clock::duration took);

@@ -1,4 +1,4 @@
-// Records to bytes and back.
+// Conversion between records and bytes.
 #pragma once
 
 #include <protocol/Operation.h>
@@ -17,8 +17,8 @@ namespace pelacon::service {
 using Bytes = std::vector<std::uint8_t>;
 using ByteView = std::span<const std::uint8_t>;
 
-/// A record's bytes. Every one of them must be a field's: bytes of padding would carry whatever
-/// the service's memory held to another process.
+/// A record's bytes. The record must have no padding: that would disclose memory of the service to
+/// other processes.
 template <typename Record>
 ByteView AsBytes(const Record& record)
 {
@@ -27,13 +27,13 @@ ByteView AsBytes(const Record& record)
     return {reinterpret_cast<const std::uint8_t*>(&record), sizeof record};
 }
 
-/// The answer to a request where it says nothing but that the request was taken.
+/// The answer to a request if it says only that the request was accepted.
 inline Bytes Acknowledgement()
 {
     return {0};
 }
 
-/// The record at the front of a payload, which is read as if zeros followed it.
+/// The record at the start of a payload, which is padded with zeros if it is too short.
 template <typename Record>
 Record ReadPadded(ByteView payload)
 {
@@ -45,7 +45,7 @@ Record ReadPadded(ByteView payload)
     return record;
 }
 
-/// The text at the front of some bytes: up to the first NUL, or all of them.
+/// The text at the start of some bytes: up to the first NUL, or all of them.
 inline std::string_view TextIn(ByteView bytes)
 {
     const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
@@ -53,14 +53,14 @@ inline std::string_view TextIn(ByteView bytes)
             static_cast<std::size_t>(end - bytes.begin())};
 }
 
-/// The text in a record's fixed field, up to its NUL or the field's end.
+/// The text in a record's fixed field, up to a NUL or the field's end.
 template <std::size_t Size>
 std::string_view TextIn(const char (&field)[Size])
 {
     return {field, static_cast<std::size_t>(std::find(field, field + Size, '\0') - field)};
 }
 
-/// Puts text into a record's fixed field, cut to fit, with zeros behind it.
+/// Writes text into a record's fixed field, cut to fit, and zeros after it.
 template <std::size_t Size>
 void PutText(char (&field)[Size], std::string_view text)
 {
@@ -68,7 +68,7 @@ void PutText(char (&field)[Size], std::string_view text)
     std::fill(std::copy_n(text.data(), length, field), field + Size, '\0');
 }
 
-/// Puts bytes into a record's fixed area, cut to fit, with zeros behind them. Returns how many.
+/// Writes bytes into a record's fixed area, cut to fit, and zeros after them. Returns how many.
 template <std::size_t Size>
 std::size_t PutBytes(std::uint8_t (&area)[Size], ByteView bytes)
 {

@@ -51,8 +51,8 @@ AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.G
                  });
 }
 
-// The library does not register again with a service that was restarted; what nobody listens to it
-// drops.
+// The library does not register again with a service that was restarted; it ignores notifications
+// without a registered table.
 void AdapterFamily::ClientArrived(Session& session, bool returning)
 {
     if (returning) {

@@ -23,7 +23,7 @@ class AdapterFamily : public Family {
     void TellState(radio::AdapterState state) const;
 
     radio::Adapter& adapter_;
-    std::unordered_set<Session*> listeners_;  // clients that want to hear of changes
+    std::unordered_set<Session*> listeners_;  // clients that are notified of changes
 };
 
 }  // namespace pelacon::service

@@ -16,7 +16,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-/// Why an advertiser went silent; the values of BleAdvDisableStatus in the public headers.
+/// Why an advertiser stopped; the values of BleAdvDisableStatus in the public headers.
 enum DisableStatus : std::int32_t { kTimeOver = 0, kAdapterOff = 1, kServiceRestart = 2 };
 
 constexpr std::int32_t kDefaultInterval = 100;
@@ -31,7 +31,7 @@ bool IsWithin(std::int32_t value, std::int32_t lowest, std::int32_t highest)
     return value >= lowest && value <= highest;
 }
 
-/// The shorter of the two intervals that a request allows; nothing when they make no sense.
+/// The shorter of a request's two intervals; nothing if they are invalid.
 std::optional<milliseconds> IntervalOf(const StartAdvertiseRequest& request)
 {
     const std::int32_t shortest = request.minInterval != 0 ? request.minInterval : kDefaultInterval;
@@ -65,7 +65,7 @@ std::vector<std::uint8_t> BytesOf(const protocol::AdvertisingField& field)
     return {field.bytes, field.bytes + field.length};
 }
 
-/// What the radio is to send; nothing when the request makes no sense.
+/// What the radio is to send; nothing if the request is invalid.
 std::optional<radio::Advertising> AdvertisingOf(const StartAdvertiseRequest& request)
 {
     const auto interval = IntervalOf(request);
@@ -182,7 +182,7 @@ AdvertiserFamily::Advertiser* AdvertiserFamily::Find(Session& session, std::int3
     return advertiser != client->second.end() ? &advertiser->second : nullptr;
 }
 
-/// From rest onto the air, or the other way.
+/// Changes between advertising and pause.
 void AdvertiserFamily::Turn(Advertiser& advertiser)
 {
     if (advertiser.onAir) {

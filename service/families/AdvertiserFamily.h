@@ -1,4 +1,4 @@
-// Advertisers: what clients send out, and until when.
+// Advertising: each client has advertisers.
 #pragma once
 
 #include <protocol/BleAdvertiser.h>
@@ -12,15 +12,15 @@ namespace pelacon::service {
 
 class AdvertiserFamily : public Family {
   public:
-    /// A client can have so many advertisers.
+    /// How many advertisers a client can have.
     static constexpr std::size_t kMostAdvertisers = 64;
 
     explicit AdvertiserFamily(const Context& context);
 
     void ClientLeft(Session& session) override;
 
-    /// The ids alone are known: an advertiser that is held is there again but silent, and is told
-    /// so.
+    /// Only the ids are known: advertisers exist again but do not advertise, and the client is
+    /// notified of that.
     void Repair(Session& session, const protocol::RepairRequest& held) override;
 
     void Describe(nlohmann::json& status) const override;
@@ -28,8 +28,8 @@ class AdvertiserFamily : public Family {
   private:
     struct Advertiser {
         radio::Advertising advertising;
-        std::unique_ptr<radio::Advertisement> onAir;  // while it does not rest
-        Timer partTime;                               // turns between the air and rest
+        std::unique_ptr<radio::Advertisement> onAir;  // null while it pauses
+        Timer partTime;                               // alternates between advertising and pause
         Timer totalTime;
         bool active = false;
     };

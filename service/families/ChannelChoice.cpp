@@ -27,7 +27,7 @@ bool Satisfies(const Wifi::Channel& channel, const ChannelWish& wish)
            (channels.empty() || std::ranges::find(channels, channel.number) != channels.end());
 }
 
-/// The channel with all that is to be said of it.
+/// A channel and what the choice depends on.
 RecommendedChannel Judged(const Wifi::Channel& channel, std::span<const ChannelWish> wishes)
 {
     RecommendedChannel judged{channel.number,
@@ -63,7 +63,7 @@ std::optional<RecommendedChannel> RecommendChannel(const Wifi& wifi,
     const auto isConnected = [&](const RecommendedChannel& channel) {
         return connection && connection->channel == channel.channel;
     };
-    // The channels come in ascending order, and only a better one takes the place of another.
+    // The channels are in ascending order, and only a better one replaces another.
     const auto isBetter = [&](const RecommendedChannel& one, const RecommendedChannel& other) {
         return std::tuple(one.satisfied, isConnected(one), -one.load) >
                std::tuple(other.satisfied, isConnected(other), -other.load);

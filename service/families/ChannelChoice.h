@@ -1,4 +1,4 @@
-// Which channel suits best.
+// The choice of a channel.
 #pragma once
 
 #include <protocol/Vod2dConfig.h>
@@ -10,12 +10,12 @@
 
 namespace pelacon::service {
 
-/// Whether a wish makes sense: a band that exists, a possible count of channels, no negative width.
+/// Whether a wish is valid: an existing band, a possible number of channels, no negative width.
 bool IsValid(const protocol::ChannelWish& wish);
 
-/// The channel of the adapter that satisfies most wishes. Of several the one that the adapter's own
-/// connection is on, as it need not hop then; otherwise the least busy; otherwise the lowest.
-/// Nothing when no channel satisfies any wish. Without wishes every channel will do.
+/// The adapter's channel that satisfies the most wishes. Of several, the one of the adapter's own
+/// connection, since it need not change channels then; otherwise the least busy; otherwise the
+/// lowest. Nothing if no channel satisfies any wish. Without wishes, every channel is possible.
 std::optional<protocol::RecommendedChannel> RecommendChannel(
     const radio::Wifi& wifi, std::span<const protocol::ChannelWish> wishes);
 

@@ -1,4 +1,4 @@
-// Connection errors, told to every client.
+// Connection errors, of which every client is notified.
 #pragma once
 
 #include <protocol/ErrorStatus.h>

@@ -29,7 +29,7 @@ struct Path {
     auto operator<=>(const Path&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
-/// The characteristic that a request names; nothing where one of its texts is no UUID.
+/// The characteristic that a request names; nothing if one of its texts is not a UUID.
 template <typename Request>
 std::optional<Path> PathOf(const Request& request)
 {
@@ -56,7 +56,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
         connection_ = radio.Connect(address, *this);
     }
 
-    /// Ends the connection, or the attempt, and tells of it; false when there is none.
+    /// Ends the connection, or the attempt, and notifies the program; false if there is none.
     bool Disconnect()
     {
         if (connection_ == nullptr) {
@@ -97,7 +97,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
         session_->Notify(protocol::kGattNotification, record);
     }
 
-    /// Remembers the program's own words for a characteristic, in which it will be told of it.
+    /// Keeps the program's own spelling of a characteristic's UUIDs, for notifications.
     void Name(const Path& path, std::string_view service, std::string_view characteristic)
     {
         if (names_.size() < kMostNames || names_.contains(path)) {
@@ -209,8 +209,8 @@ protocol::ValueStatusReply GattClientFamily::Register(Session& session)
     return {id, protocol::kStatusDone};
 }
 
-// Nobody waits for a reply: whoever connects with an id that is not known is told as if the peer
-// had not been found.
+// The request is not answered: for an unknown id, the program is notified as if the peer had not
+// been found.
 void GattClientFamily::Connect(Session& session, const protocol::GattConnectRequest& request)
 {
     Client* const client = Find(session, request.clientId);
@@ -242,7 +242,7 @@ std::int32_t GattClientFamily::StatusOf(Session& session, std::int32_t clientId,
     if (!client->IsConnected()) {
         return protocol::kStatusNotConnected;
     }
-    // While it is waited for, all may change: neither the client nor the family is touched again.
+    // Everything may change during the wait: neither the client nor the family is used after it.
     const auto status = session.Await(ask(*client), kPeerTime);
     return status ? static_cast<std::int32_t>(*status) : protocol::kStatusPeerUnreachable;
 }

@@ -12,14 +12,14 @@ namespace pelacon::service {
 
 class GattClientFamily : public Family {
   public:
-    /// What one program may hold.
+    /// Limits of one program.
     static constexpr std::size_t kMostClients = 64;
 
-    /// Of how many characteristics a connection's values are told in the program's own words; of
-    /// any more, with their UUIDs in full.
+    /// For how many characteristics of a connection notifications use the program's own spelling of
+    /// the UUIDs; for others they use full UUIDs.
     static constexpr std::size_t kMostNames = 256;
 
-    /// How long a peer is given to answer: less than the library waits.
+    /// How long the service waits for a peer's answer: less than the library waits.
     static constexpr std::chrono::seconds kPeerTime{9};
 
     explicit GattClientFamily(const Context& context);
@@ -43,7 +43,7 @@ class GattClientFamily : public Family {
     Client* Find(const Session& session, std::int32_t clientId);
     std::size_t CountOf(const Session& session) const;
 
-    /// Asks the client's connection and waits for what becomes of it: a protocol::ServiceStatus.
+    /// Starts an operation on the client's connection and waits for its protocol::ServiceStatus.
     template <typename Ask>
     std::int32_t StatusOf(Session& session, std::int32_t clientId, const Ask& ask);
 

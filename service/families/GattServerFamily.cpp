@@ -17,7 +17,7 @@ using radio::GattStatus;
 using radio::GattValue;
 using radio::Uuid;
 
-/// One service of a server, from its being added on; peers see it while it is started.
+/// A service that was added to a server; peers see it while it is started.
 class GattServerFamily::Service : public radio::GattServiceHost {
   public:
     Service(Session& session, std::int32_t serverId, std::int32_t handle, const Uuid& uuid)
@@ -54,8 +54,7 @@ class GattServerFamily::Service : public radio::GattServiceHost {
         return protocol::kStatusDone;
     }
 
-    /// Makes the value the current one, and sends it: to a peer, or where that is 0 to all that
-    /// subscribed.
+    /// Sets the value and sends it to a peer, or, if that is 0, to all subscribers.
     std::int32_t Publish(const Uuid& uuid, const GattValue& value, std::uint64_t peer,
                          const radio::LocalGattServer& server)
     {
@@ -97,11 +96,11 @@ class GattServerFamily::Service : public radio::GattServiceHost {
 
   private:
     struct Characteristic {
-        std::string text;  // its UUID, as the program wrote it: the library compares texts
+        std::string text;  // its UUID as the program spelt it: the library compares texts
         GattValue value;
     };
 
-    /// Tells of a characteristic's value, as it is now.
+    /// Notifies the program of an access, with the characteristic's current value.
     void Tell(const protocol::Notification<protocol::GattPeerRequestRecord>& notification,
               std::uint64_t peer, std::size_t index)
     {

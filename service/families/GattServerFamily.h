@@ -1,4 +1,4 @@
-// The GATT server's operations: publishing services, and telling of what peers do with them.
+// The GATT server's operations: publishing services, and notifications of what peers do with them.
 #pragma once
 
 #include <protocol/GattServer.h>
@@ -10,10 +10,10 @@
 
 namespace pelacon::service {
 
-/// Holds the values of all characteristics: peers read them here, and write them here.
+/// Owns the values of all characteristics, which peers read and write.
 class GattServerFamily : public Family {
   public:
-    /// What one program, one server and one service may hold.
+    /// Limits of one program, one server and one service.
     static constexpr std::size_t kMostServers = 16;
     static constexpr std::size_t kMostServices = 64;
     static constexpr std::size_t kMostCharacteristics = 64;
@@ -38,7 +38,7 @@ class GattServerFamily : public Family {
     Server* Find(const Session& session, std::int32_t serverId);
     Service* Find(const Session& session, std::int32_t serverId, std::int32_t handle);
 
-    /// Serves an operation on one service, whose result is a protocol::ServiceStatus.
+    /// Registers an operation on one service whose result is a protocol::ServiceStatus.
     template <typename Reply, typename Action>
     void ServeOnService(
         Router& router,

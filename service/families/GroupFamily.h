@@ -1,4 +1,4 @@
-// Wi-Fi Direct groups: making and removing them, and notifications of what becomes of them.
+// Wi-Fi Direct groups: creation, removal, and notifications.
 #pragma once
 
 #include <protocol/Vod2dConfig.h>

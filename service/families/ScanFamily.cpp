@@ -13,7 +13,7 @@ using radio::ScanPolicy;
 
 namespace {
 
-/// What a listener is told; the values of BleScanStatus in the public headers.
+/// The state of a listener; the values of BleScanStatus in the public headers.
 enum ListenerStatus : std::int32_t {
     kStarted = 0,
     kStopped = 1,
@@ -161,7 +161,7 @@ ScanFamily::Listener* ScanFamily::Find(Session& session, std::int32_t id)
     return listener != client->second.listeners.end() ? &listener->second : nullptr;
 }
 
-/// Starts the client's scan, ends it, or gives it another policy, as its listeners need it now.
+/// Starts the client's scan, ends it or changes its policy, according to its listeners.
 void ScanFamily::FitScan(Session& session)
 {
     Client& client = clients_[&session];

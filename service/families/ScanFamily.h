@@ -1,4 +1,4 @@
-// Listeners: who scans, how, and for what.
+// Scanning: each client has listeners with filters.
 #pragma once
 
 #include <protocol/BleScanner.h>
@@ -12,20 +12,20 @@
 
 namespace pelacon::service {
 
-/// A client's results carry no listener id: the library hands each to all of its listeners that
-/// scan. So there is one scan per client, with the fastest policy of its listeners, and a result is
-/// sent if one of them wants it.
+/// A client's results carry no listener id: the library passes each result to all of its scanning
+/// listeners. So there is one scan per client, with the fastest policy of its listeners, and a
+/// result is sent if it matches the filters of one of them.
 class ScanFamily : public Family {
   public:
-    /// A client can have so many listeners.
+    /// How many listeners a client can have.
     static constexpr std::size_t kMostListeners = 64;
 
     explicit ScanFamily(const Context& context);
 
     void ClientLeft(Session& session) override;
 
-    /// The ids alone are known: a listener that is held scans again, for everything, as it may have
-    /// been scanning, and is told so.
+    /// Only the ids are known: listeners scan again without filters, as they may have been scanning
+    /// before, and the client is notified of that.
     void Repair(Session& session, const protocol::RepairRequest& held) override;
 
     void Describe(nlohmann::json& status) const override;

@@ -8,8 +8,8 @@ namespace pelacon::service {
 
 namespace {
 
-// What a filter looks at: the values of BleScanFilterType in the public headers. Those between are
-// AD types.
+// What a filter compares: the values of BleScanFilterType in the public headers. The values between
+// them are AD types.
 constexpr std::int32_t kAnywhere = 0;
 constexpr std::int32_t kAddress = 256;
 
@@ -21,7 +21,7 @@ bool BeginsWith(ByteView bytes, ByteView pattern)
            std::equal(pattern.begin(), pattern.end(), bytes.begin());
 }
 
-/// Whether the data hold a whole structure of the type that begins with the pattern.
+/// Whether the data contain a complete structure of the type that begins with the pattern.
 bool HoldsStructure(ByteView data, std::int32_t type, ByteView pattern)
 {
     while (data.size() >= 2) {

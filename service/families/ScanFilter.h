@@ -1,4 +1,4 @@
-// What a listener's filters let through.
+// The filters of a listener.
 #pragma once
 
 #include <protocol/BleScanner.h>
@@ -9,12 +9,12 @@
 
 namespace pelacon::service {
 
-/// Conditions of which one is enough; without any, everything passes.
+/// Conditions of which one must hold; without any, everything passes.
 class ScanFilters {
   public:
     ScanFilters() = default;
 
-    /// The filters of a request; nothing when one of them, or their number, makes no sense.
+    /// The filters of a request; nothing if one of them, or their number, is invalid.
     static std::optional<ScanFilters> From(const protocol::SetScanFilterRequest& request);
 
     bool Pass(const radio::Heard& heard) const;

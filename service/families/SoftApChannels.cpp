@@ -115,8 +115,8 @@ void SoftApFamily::ServeBands(Router& router)
     });
 }
 
-/// The channel for a wish; 0 where there is none. Any band will not be the 5 GHz band where that
-/// has failed.
+/// The channel for a wish; 0 if there is none. After a failure on the 5 GHz band, a wish for any
+/// band does not choose it.
 std::int32_t SoftApFamily::ChannelFor(Band band) const
 {
     if (band == Band::kNone && avoid5GHz_) {
@@ -127,7 +127,7 @@ std::int32_t SoftApFamily::ChannelFor(Band band) const
     return MeetingChannel(wifi_, phone_, band);
 }
 
-/// Has the soft AP go to a channel of the band, if there is one. Returns the channel that it is on.
+/// Moves the soft AP to a channel of the band, if there is one. Returns its channel.
 std::int32_t SoftApFamily::MoveTo(Band band)
 {
     const std::int32_t channel = ChannelFor(band);

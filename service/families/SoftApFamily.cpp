@@ -31,7 +31,7 @@ constexpr std::size_t kLongestProductType = 64;
 /// The values are those of SoftApAdvertisementStatus in the public headers.
 enum AdvertisementStatus : std::uint32_t { kApStopped = 0, kApStarted = 1, kApMoved = 2 };
 
-/// The result for what became of it, the service's own statuses but for one.
+/// The result for an outcome: the service's statuses except one.
 std::int32_t ResultOf(GroupOutcome outcome)
 {
     switch (outcome) {
@@ -317,7 +317,7 @@ SoftApInfoMessage SoftApFamily::Info(std::int32_t errorCode) const
 
 void SoftApFamily::DrawName()
 {
-    // Without those that are mistaken for each other.
+    // Without letters and digits that look alike.
     constexpr std::string_view kLetters = "abcdefghijkmnpqrstuvwxyz23456789";
     constexpr int kNameLetters = 4;
     constexpr int kPassPhraseLetters = 12;

@@ -41,9 +41,9 @@ TargetAdvFamily::TargetAdvFamily(const Context& context)
     });
 }
 
-// The library does not register again with a service that was restarted, so a client that returns
-// may hold any number of registrations: it is told until it leaves. What nobody listens to its
-// library drops.
+// The library does not register again with a service that was restarted, so a returning client may
+// have any number of registrations: it is notified until it leaves, and its library ignores what it
+// has no table for.
 void TargetAdvFamily::ClientArrived(Session& session, bool returning)
 {
     if (returning) {

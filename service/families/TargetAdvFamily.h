@@ -1,4 +1,4 @@
-// Targeted advertisements: from the radio and from clients, to all clients that listen.
+// Targeted advertisements, from the radio and from clients to all registered clients.
 #pragma once
 
 #include <protocol/TargetAdv.h>
@@ -9,8 +9,8 @@
 
 namespace pelacon::service {
 
-/// A registration does not say for which business it is: every client that listens is told of all
-/// businesses, and its library drops what it has no table for.
+/// A registration does not contain the business: every registered client is notified of all
+/// businesses, and the library ignores those without a table.
 class TargetAdvFamily : public Family {
   public:
     explicit TargetAdvFamily(const Context& context);
@@ -23,7 +23,7 @@ class TargetAdvFamily : public Family {
     std::int32_t Unregister(Session& session);
     void Tell(const protocol::TargetAdvRecord& record) const;
 
-    std::map<Session*, std::uint64_t> registrations_;  // how many of each client that listens
+    std::map<Session*, std::uint64_t> registrations_;  // how many of each registered client
 };
 
 }  // namespace pelacon::service

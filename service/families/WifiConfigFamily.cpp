@@ -25,7 +25,7 @@ constexpr std::int32_t kStation = 1;
 
 constexpr std::int32_t kEveryCard = -1;
 
-/// Which events of a connection are wanted.
+/// Which events of a connection a client has asked for.
 constexpr std::int32_t kJoinedEvents = 1;
 constexpr std::int32_t kLeftEvents = 2;
 
@@ -152,7 +152,7 @@ protocol::SelfWifiCfgReply WifiConfigFamily::SelfConfiguration(const Session& se
     return reply;
 }
 
-/// What the service itself says of this device, as text.
+/// The service's own description of this device, as text.
 Bytes WifiConfigFamily::DefaultConfiguration(std::int32_t type) const
 {
     if (type != kGroupOwner && type != kStation) {

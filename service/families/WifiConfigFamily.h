@@ -1,4 +1,4 @@
-// What two devices agree on before a Wi-Fi Direct link: configurations, channels, card states.
+// What two devices exchange before a Wi-Fi Direct link: configurations, channels, card states.
 #pragma once
 
 #include <protocol/Vod2dConfig.h>
@@ -13,8 +13,8 @@
 
 namespace pelacon::service {
 
-/// Applications on the same service are each other's peers: what one sets as its peer's
-/// configuration the others read as their own, and are notified of.
+/// Applications on the same service are peers of each other: what one sets as its peer's
+/// configuration is the own configuration of the others, and they are notified of it.
 class WifiConfigFamily : public Family {
   public:
     explicit WifiConfigFamily(const Context& context);

@@ -1,4 +1,4 @@
-// An adapter that exists in memory.
+// The simulated Bluetooth adapter.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -25,7 +25,7 @@ class Adapter : public radio::Adapter {
     void Rename(std::string name) override { config_.name = std::move(name); }
     bool IsConnected(std::uint64_t address, radio::BluetoothType type) const override;
 
-    /// For the other simulated radios: a device connected, or is connected no more.
+    /// For other simulated radios: a device connected or disconnected.
     void SetConnected(std::uint64_t address, radio::BluetoothType type, bool connected);
 
   private:

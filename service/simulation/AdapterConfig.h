@@ -1,4 +1,4 @@
-// The adapter as the world file describes it.
+// The description of the Bluetooth adapter in a world file.
 #pragma once
 
 #include <json/Reader.h>

@@ -1,4 +1,4 @@
-// A sender of advertisements that exists in memory.
+// Simulated sending of advertisements.
 #pragma once
 
 #include <service/radio/Advertiser.h>
@@ -9,11 +9,11 @@
 
 namespace pelacon::service::simulation {
 
-/// Sends under the adapter's address. While the adapter is off nobody hears it: all who listen do
-/// so through that adapter.
+/// Sends with the adapter's address. Nothing is received while the adapter is off, since all scans
+/// use the same adapter.
 class Advertiser : public radio::Advertiser {
   public:
-    /// What is lost between two programs on one machine, in dB, and how much that varies.
+    /// The signal loss between two programs on one machine, in dB, and its variation.
     static constexpr std::int32_t kPathLoss = 40;
     static constexpr std::int32_t kVariation = 2;
 

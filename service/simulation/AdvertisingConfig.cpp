@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kMostData = radio::kMostAdvertisingData;
 
-// A structure's length and type take two of the bytes.
+// Two bytes are the structure's length and type.
 constexpr std::size_t kMostInStructure = kMostData - 2;
 
 /// General discoverable, no classic Bluetooth.
@@ -24,7 +24,7 @@ Bytes BytesOf(const std::string& text)
     return {text.begin(), text.end()};
 }
 
-/// A 16-bit identifier such as "180F", as it is sent: the low byte first.
+/// A 16-bit identifier such as "180F" in the order of transmission, the low byte first.
 Bytes ReadIdentifier(const json::Reader& reader)
 {
     Bytes bytes = reader.Hex(2, 2);
@@ -32,7 +32,7 @@ Bytes ReadIdentifier(const json::Reader& reader)
     return bytes;
 }
 
-/// An identifier in front, and the data that go with it.
+/// An identifier, followed by its data.
 Bytes Identified(const json::Reader& identifier, json::Fields& fields)
 {
     Bytes bytes = ReadIdentifier(identifier);
@@ -43,7 +43,7 @@ Bytes Identified(const json::Reader& identifier, json::Fields& fields)
     return bytes;
 }
 
-/// One structure, which is told from others by the field that it has.
+/// One structure; the field that it has says which kind it is.
 Bytes ReadStructure(const json::Reader& reader)
 {
     Bytes structure;

@@ -1,4 +1,4 @@
-// What a device advertises, as the world file describes it.
+// The description of a device's advertising in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -19,7 +19,7 @@ struct AdvertisingConfig {
     std::vector<std::uint8_t> scanResponse;
 };
 
-/// What a device with this name advertises where nothing is said of it.
+/// The default advertising of a device with this name.
 AdvertisingConfig DefaultAdvertising(const std::string& name);
 
 /// Reads what differs from this configuration into it.

@@ -7,7 +7,7 @@ namespace pelacon::service::simulation {
 
 namespace {
 
-/// Of so many advertisements of one device, a scan hears the first.
+/// A scan receives one of this many advertisements of a device, the first.
 std::uint32_t OneIn(radio::ScanPolicy policy)
 {
     switch (policy) {
@@ -38,7 +38,7 @@ class Air::Receiver : public radio::Scan {
     }
     ~Receiver() override { std::erase(air_.receivers_, this); }
 
-    /// Counts an advertisement of this transmitter: is it one of those that are heard?
+    /// Counts an advertisement of this transmitter; returns whether it is received.
     bool Hears(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
 
     void Tell(const radio::Heard& heard) const { observer_(heard); }

@@ -1,4 +1,4 @@
-// The air between simulated radios: what one sends, the others hear.
+// Transmission between simulated radios.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -12,21 +12,21 @@
 
 namespace pelacon::service::simulation {
 
-/// How a sender is heard.
+/// How a sender is received.
 struct Signal {
     std::uint64_t address = 0;
     std::int32_t rssi = 0;
-    std::int32_t rssiVariation = 0;  ///< to either side
+    std::int32_t rssiVariation = 0;  ///< plus or minus
 };
 
 class Transmitter;
 
-/// Scans that go on, and who is told of what they hear. Outlives all scans and transmitters.
+/// The running scans and their observers. Must outlive all scans and transmitters.
 class Air {
   public:
     explicit Air(Scheduler& scheduler) : scheduler_(scheduler) {}
 
-    /// A scan that hears whatever is sent.
+    /// Starts a scan that receives all advertisements.
     std::unique_ptr<radio::Scan> Listen(radio::ScanPolicy policy,
                                         radio::Scanner::Observer observer);
 
@@ -42,10 +42,10 @@ class Air {
     std::vector<Receiver*> receivers_;
 };
 
-/// A device that advertises for as long as this lives.
+/// A device that advertises while this exists.
 class Transmitter : public radio::Advertisement {
   public:
-    /// Sends for the first time after that delay, and then at each interval.
+    /// Sends for the first time after the delay, and then at each interval.
     Transmitter(Scheduler& scheduler, Air& air, const Signal& signal,
                 radio::Advertising advertising, Scheduler::Duration delay);
     ~Transmitter() override { air_.Forget(*this); }

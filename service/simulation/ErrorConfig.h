@@ -1,4 +1,4 @@
-// Errors as the world file describes them.
+// The description of errors in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -10,8 +10,8 @@ namespace pelacon::service::simulation {
 
 struct ErrorConfig {
     std::int32_t code = 0;
-    std::chrono::milliseconds after{0};  ///< the service's start
-    std::chrono::milliseconds every{0};  ///< and then again and again; 0: never again
+    std::chrono::milliseconds after{0};  ///< from the service's start
+    std::chrono::milliseconds every{0};  ///< period of repetition; 0: once
 };
 
 ErrorConfig ReadError(const json::Reader& reader);

@@ -1,4 +1,4 @@
-// Errors that are made up.
+// Simulated errors.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -16,7 +16,7 @@ class Errors : public radio::Errors {
   public:
     Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs);
 
-    /// For the other simulated radios: something went wrong.
+    /// For other simulated radios: reports an error.
     void Report(std::int32_t code) const;
 
   private:

@@ -1,4 +1,4 @@
-// The simulated radio as it connects to simulated devices, and to this machine itself.
+// Simulated connections to simulated devices and to this machine itself.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -21,15 +21,15 @@ class GattClient : public radio::GattClient {
     std::unique_ptr<radio::GattConnection> Connect(
         std::uint64_t address, radio::GattConnectionObserver& observer) override;
 
-    /// A device under this address can be connected to from now on; it outlives all connections.
+    /// Adds a device that can be connected to. It must outlive all connections.
     void AddDevice(std::uint64_t address, GattDevice& device) { devices_[address] = &device; }
 
-    /// The device under this address, or null.
+    /// The device with this address, or null.
     GattDevice* Find(std::uint64_t address) const;
 
     bool IsRadioOn() const { return adapter_.IsOn(); }
 
-    /// What both ends can do.
+    /// The MTU that both ends support.
     std::int32_t MtuWith(const GattDevice& device) const;
 
   private:
@@ -44,8 +44,7 @@ class GattClient : public radio::GattClient {
     std::vector<GattLink*> links_;
 };
 
-/// Ends those of the links that are still there when their turn comes: the end of one may be that
-/// of others.
+/// Ends these links, except those that the end of another one has ended.
 void EndLinks(const std::vector<GattLink*>& links, radio::GattReason reason);
 
 }  // namespace pelacon::service::simulation

@@ -1,4 +1,4 @@
-// What simulated devices are as GATT peers, as the world file describes them.
+// The description of GATT peers in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -10,7 +10,7 @@
 
 namespace pelacon::service::simulation {
 
-/// How a device answers; this machine's own is `gatt` at the top of the file.
+/// How a device answers. `gatt` at the top of the file describes this machine.
 struct GattLinkConfig {
     std::chrono::milliseconds connectDelay{20};
     std::chrono::milliseconds responseDelay{0};  // of each request
@@ -21,8 +21,8 @@ struct GattCharacteristicConfig {
     radio::Uuid uuid;
     std::int32_t flags = radio::kGattRead;
     radio::GattValue value;
-    std::chrono::milliseconds notifyEvery{0};    // zero: only what is written is told
-    std::vector<radio::GattValue> notifyValues;  // one after the other; none: the value there is
+    std::chrono::milliseconds notifyEvery{0};    // zero: only written values are notified
+    std::vector<radio::GattValue> notifyValues;  // in turn; none: the current value
 };
 
 struct GattServiceConfig {

@@ -13,7 +13,7 @@ using radio::Uuid;
 
 namespace {
 
-/// How long a device is looked for that is not there.
+/// How long a connection attempt to a missing device takes.
 constexpr std::chrono::milliseconds kSearchTime(100);
 
 }  // namespace
@@ -79,7 +79,7 @@ std::int32_t GattLink::Mtu() const
     return device_ != nullptr ? client_.MtuWith(*device_) : 0;
 }
 
-/// Answers a request in the device's time.
+/// Answers a request after the device's response time.
 template <typename Result>
 Completion<Result> GattLink::Ask(Result whenEnded, std::function<Result()> answer)
 {

@@ -1,4 +1,4 @@
-// A GATT connection that exists in memory, and the device at its other end.
+// A simulated GATT connection, and the device at its other end.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -26,10 +26,10 @@ class GattDevice {
 
     virtual const GattLinkConfig& Config() const = 0;
 
-    /// The link wants to come up; returns kNone, or why it may not.
+    /// Accepts the link and returns kNone, or returns why it does not.
     virtual radio::GattReason Join(GattLink& link) = 0;
 
-    /// The link is gone. Only called for those that have joined.
+    /// The link ended. Only called for links that were accepted.
     virtual void Leave(GattLink& link) = 0;
 
     virtual bool HasService(const radio::Uuid& service) const = 0;
@@ -62,7 +62,7 @@ class GattLink : public radio::GattConnection {
                                             bool enable) override;
 
     /// For the device: notifies the observer of a value, of which a packet carries the first
-    /// MTU - 3 bytes; ends the connection (which destroys it, as a rule).
+    /// MTU - 3 bytes; ends the connection, which usually destroys it.
     void Notify(const radio::Uuid& service, const radio::Uuid& characteristic,
                 radio::GattValue value, bool isIndication);
     void End(radio::GattReason reason);

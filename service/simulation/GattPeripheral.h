@@ -1,4 +1,4 @@
-// A device in the neighbourhood, as a GATT server.
+// The GATT server of a simulated device.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -12,8 +12,8 @@
 
 namespace pelacon::service::simulation {
 
-/// Keeps the values that are written, tells subscribers of them, and has values of its own to tell
-/// from time to time. Silent on the air while something is connected to it.
+/// Keeps written values, notifies subscribers of them, and sends notifications of its own. Does not
+/// advertise while it is connected.
 class GattPeripheral : public GattDevice {
   public:
     GattPeripheral(Scheduler& scheduler, Adapter& adapter, Peripheral& peripheral);
@@ -47,7 +47,7 @@ class GattPeripheral : public GattDevice {
     Peripheral& peripheral_;
     GattPeripheralConfig config_;
     std::vector<Characteristic> characteristics_;
-    std::map<GattLink*, Timer> links_;  // with the end that the device will put to them
+    std::map<GattLink*, Timer> links_;  // with the time at which the device will end them
 };
 
 }  // namespace pelacon::service::simulation

@@ -1,4 +1,4 @@
-// This machine as a GATT server: what one program serves, the others can read.
+// The simulated GATT server of this machine, which other programs can connect to.
 #pragma once
 
 #include <service/radio/GattServer.h>
@@ -12,9 +12,9 @@
 
 namespace pelacon::service::simulation {
 
-/// The device under the adapter's own address. It can be connected to while at least one service is
-/// shown, and a connection lasts as long as there is a server. Each connection is a peer of its
-/// own, with an address of its own.
+/// The device with the adapter's own address. Accepts connections while at least one service is
+/// shown; connections end with the last server. Each connection is a separate peer with a separate
+/// address.
 class GattServer : public radio::GattServer, public GattDevice {
   public:
     GattServer(Adapter& adapter, const GattLinkConfig& config) : adapter_(adapter), config_(config)
@@ -37,7 +37,7 @@ class GattServer : public radio::GattServer, public GattDevice {
     class Server;
     class Service;
 
-    /// A place in a service; no service where there is no such place.
+    /// A characteristic's position in a service; the service is null if it was not found.
     struct Place {
         Service* service = nullptr;
         std::size_t characteristic = 0;
@@ -52,7 +52,7 @@ class GattServer : public radio::GattServer, public GattDevice {
     Adapter& adapter_;
     GattLinkConfig config_;
     std::vector<Server*> servers_;
-    std::vector<Service*> services_;  // those that are shown, the eldest first
+    std::vector<Service*> services_;  // the shown ones, oldest first
     std::vector<GattLink*> links_;
     std::map<const GattLink*, std::uint64_t> peers_;
     std::uint64_t lastPeer_ = 0xF00000000000;  // a random static address, as peers have them

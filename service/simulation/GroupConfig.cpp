@@ -56,7 +56,7 @@ StationConfig ReadStation(const json::Reader& reader)
     return station;
 }
 
-/// Who owns the group.
+/// Reads the fields about the group's owner.
 void ReadOwner(json::Fields& fields, GroupConfig& config)
 {
     fields.Read("ssid", config.ssid, &json::Reader::Ssid);

@@ -1,4 +1,4 @@
-// Wi-Fi Direct groups, and the soft AP, as the world file describes them.
+// The description of Wi-Fi Direct groups and of the soft AP in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -12,7 +12,7 @@
 
 namespace pelacon::service::simulation {
 
-/// How one creation goes.
+/// The time and outcome of one creation.
 struct CreationConfig {
     std::chrono::milliseconds delay{600};
     radio::GroupOutcome outcome = radio::GroupOutcome::kDone;
@@ -21,9 +21,9 @@ struct CreationConfig {
 /// A device that joins every group.
 struct StationConfig {
     std::uint64_t address = 0;
-    std::optional<std::string> ipAddress;           ///< without: the next free one
-    std::chrono::milliseconds joinAfter{0};         ///< from the group's creation on
-    std::optional<std::chrono::milliseconds> stay;  ///< without: as long as the group
+    std::optional<std::string> ipAddress;           ///< the next free one if not set
+    std::chrono::milliseconds joinAfter{0};         ///< after the group's creation
+    std::optional<std::chrono::milliseconds> stay;  ///< as long as the group if not set
 };
 
 struct GroupConfig {
@@ -32,12 +32,12 @@ struct GroupConfig {
     std::uint64_t address = 0x02'00'00'00'00'11;
     std::string ipAddress = "192.168.137.1";
     CreationConfig creation;
-    std::vector<CreationConfig> firstCreations;  ///< how the first ones go
+    std::vector<CreationConfig> firstCreations;  ///< of the first ones
     std::chrono::milliseconds removeDelay{50};
     std::vector<StationConfig> stations;
 };
 
-/// A soft AP in a world that describes none.
+/// The default soft AP.
 GroupConfig UsualSoftAp();
 
 /// Reads what differs from this configuration into it.

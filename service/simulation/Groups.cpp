@@ -154,7 +154,7 @@ bool Groups::Leave(std::uint64_t station)
     return true;
 }
 
-/// The owner's network has 255 addresses; the lowest that nobody has, behind the owner's.
+/// The lowest free address after the owner's in its network of 255 addresses.
 std::string Groups::FreeIpAddress() const
 {
     const std::string network = config_.ipAddress.substr(0, config_.ipAddress.rfind('.') + 1);

@@ -1,4 +1,4 @@
-// Groups that exist in memory.
+// Simulated groups.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -28,11 +28,11 @@ class Groups : public radio::Groups {
     void Rename(std::string ssid, std::string passPhrase) override;
     void Move(std::int32_t channel) override;
 
-    /// For the simulation: a station joins, with the next free address where it brings none. False
-    /// when there is no group, or it has joined already.
+    /// For the simulation: a station joins, with the next free IP address if it has none. False if
+    /// there is no group, or the station has joined already.
     bool Join(std::uint64_t station, std::optional<std::string> ipAddress);
 
-    /// A station leaves; false when it had not joined.
+    /// A station leaves; false if it has not joined.
     bool Leave(std::uint64_t station);
 
   private:
@@ -58,7 +58,7 @@ class Groups : public radio::Groups {
     std::vector<radio::Station> stations_;
     Done created_;
     std::vector<Done> removed_;
-    std::vector<Timer> comings_;  // and goings of stations
+    std::vector<Timer> comings_;  // and leaves of stations
     Timer creating_;
     Timer removing_;
 };

@@ -21,7 +21,7 @@ void Peripheral::Advertise(bool on)
     if (transmitter_) {
         return;
     }
-    // Devices that begin together do not go on in step.
+    // Devices that start at the same time must not advertise in step.
     const std::chrono::milliseconds delay(
         scheduler_.GetRandom().Between(0, advertising.interval.count()));
     transmitter_ = std::make_unique<Transmitter>(

@@ -1,4 +1,4 @@
-// A device in the neighbourhood.
+// A simulated device.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -15,8 +15,8 @@ class Peripheral {
 
     const PeripheralConfig& Config() const noexcept { return config_; }
 
-    /// Advertises or is silent from now on, if it advertises at all: one that is connected to does
-    /// not, as a rule.
+    /// Starts or stops advertising, if the device advertises at all. Usually a device does not
+    /// while it is connected.
     void Advertise(bool on);
 
   private:

@@ -1,4 +1,4 @@
-// A device in the neighbourhood, as the world file describes it.
+// The description of a device in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -15,12 +15,12 @@ struct PeripheralConfig {
     std::uint64_t address = 0;
     std::string name;
     std::int32_t rssi = -60;
-    std::int32_t rssiVariation = 3;  // to either side
+    std::int32_t rssiVariation = 3;  // plus or minus
     AdvertisingConfig advertising;
     GattPeripheralConfig gatt;
 };
 
-/// Reads a list of them. No two have one address.
+/// Reads a list of devices with different addresses.
 std::vector<PeripheralConfig> ReadPeripherals(const json::Reader& reader);
 
 }  // namespace pelacon::service::simulation

@@ -1,4 +1,4 @@
-// A phone that exists in memory.
+// The simulated phone.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -19,7 +19,7 @@ class Phone : public radio::Phone {
     const std::vector<std::int32_t>& Channels() const override { return config_.channels; }
     std::int32_t ConnectionChannel() const override { return config_.connectionChannel; }
 
-    /// For the simulation: its Wi-Fi connects on this channel, or with 0 is lost.
+    /// For the simulation: the phone's Wi-Fi connects on this channel, or disconnects (0).
     void Connect(std::int32_t channel);
 
   private:

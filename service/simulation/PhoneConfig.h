@@ -1,4 +1,4 @@
-// The paired phone as the world file describes it.
+// The description of the paired phone in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -10,9 +10,9 @@
 
 namespace pelacon::service::simulation {
 
-/// The phone's Wi-Fi connection comes to a channel, or with 0 is lost.
+/// The phone's Wi-Fi connects on a channel, or disconnects (0).
 struct PhoneMove {
-    std::chrono::milliseconds after{0};  ///< the service's start
+    std::chrono::milliseconds after{0};  ///< from the service's start
     std::int32_t channel = 0;
 };
 
@@ -25,7 +25,7 @@ struct PhoneConfig {
 
 PhoneConfig ReadPhone(const json::Reader& reader);
 
-/// The number of a channel that exists, or 0 for none.
+/// The number of an existing channel, or 0 for none.
 std::int32_t ReadConnectionChannel(const json::Reader& reader);
 
 }  // namespace pelacon::service::simulation

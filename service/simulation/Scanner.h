@@ -1,4 +1,4 @@
-// A receiver that exists in memory.
+// The simulated receiver of advertisements.
 #pragma once
 
 #include <service/radio/Scanner.h>

@@ -1,4 +1,4 @@
-// Radios that exist in memory, as the world file describes them.
+// The simulated radios.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -23,7 +23,7 @@
 
 namespace pelacon::service::simulation {
 
-/// All simulated radios. Made and destroyed under the world's lock.
+/// All simulated radios of a world file.
 class Simulation : public radio::Radios {
   public:
     Simulation(Scheduler& scheduler, const WorldFile& file);
@@ -60,7 +60,7 @@ class Simulation : public radio::Radios {
     Errors errors_;
 };
 
-/// A factory of simulations of this world.
+/// A factory of simulations of this world file.
 radio::Factory SimulationOf(WorldFile file);
 
 }  // namespace pelacon::service::simulation

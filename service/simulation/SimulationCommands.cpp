@@ -1,4 +1,4 @@
-// What an operator can make happen in the simulation.
+// Operators' commands that act on the simulation.
 #include <service/core/Commands.h>
 #include <service/simulation/Simulation.h>
 
@@ -11,7 +11,7 @@ namespace pelacon::service::simulation {
 
 namespace {
 
-/// The answer of a command that did something, or did not.
+/// The answer of a command that may fail.
 nlohmann::json DoneOr(bool done, const char* why)
 {
     if (!done) {
@@ -20,7 +20,7 @@ nlohmann::json DoneOr(bool done, const char* why)
     return nlohmann::json::object();
 }
 
-/// For groups or the soft AP, whose commands begin with this word.
+/// Adds the commands of groups or of the soft AP, which begin with this word.
 void AddStationCommands(Commands& commands, const std::string& word, const std::string& name,
                         Groups& groups)
 {

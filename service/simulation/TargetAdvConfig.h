@@ -1,4 +1,4 @@
-// Targeted advertisements that come by themselves, as the world file describes them.
+// The description of received targeted advertisements in a world file.
 #pragma once
 
 #include <json/Reader.h>

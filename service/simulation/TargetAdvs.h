@@ -1,4 +1,4 @@
-// Targeted advertisements that come by themselves.
+// Simulated targeted advertisements.
 #pragma once
 
 #include <service/base/Scheduler.h>

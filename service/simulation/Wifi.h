@@ -1,4 +1,4 @@
-// A Wi-Fi adapter that exists in memory.
+// The simulated Wi-Fi adapter.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -25,10 +25,10 @@ class Wifi : public radio::Wifi {
         return on_ ? config_.connected : std::nullopt;
     }
 
-    /// For the simulation: is on or off at once, as when its card is put in or taken out.
+    /// For the simulation: switches at once, as when the card is inserted or removed.
     void SwitchNow(bool on);
 
-    /// For the simulation: connects to this access point, or to none.
+    /// For the simulation: connects to this access point, or disconnects.
     void Connect(std::optional<Connection> connection)
     {
         config_.connected = std::move(connection);
@@ -43,7 +43,7 @@ class Wifi : public radio::Wifi {
     bool on_;
     bool goal_;
     Timer switching_;
-    std::vector<SwitchDone> done_;  // of those who wait for the switch to be as its goal
+    std::vector<SwitchDone> done_;  // of calls that wait for the goal
 };
 
 }  // namespace pelacon::service::simulation

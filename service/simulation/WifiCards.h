@@ -1,4 +1,4 @@
-// Wi-Fi hardware that exists in memory.
+// The simulated Wi-Fi hardware.
 #pragma once
 
 #include <json/Reader.h>
@@ -22,13 +22,12 @@ struct WifiCardsConfig {
 
 WifiCardsConfig ReadWifiCards(const json::Reader& reader);
 
-/// The word for a card's state in world files and commands.
+/// Reads a card's state, as in world files and commands.
 radio::CardState ReadCardState(const json::Reader& reader);
 
 class WifiCards : public radio::WifiCards {
   public:
-    /// The first card is the adapter: its state follows the Wi-Fi switch, and the switch follows
-    /// it.
+    /// The first card is the adapter: its state and the Wi-Fi switch follow each other.
     WifiCards(Wifi& wifi, const WifiCardsConfig& config);
 
     const std::vector<radio::CardState>& States() const override { return config_.cards; }
@@ -38,8 +37,8 @@ class WifiCards : public radio::WifiCards {
     }
     const std::string& Coexistence() const override { return config_.coexistence; }
 
-    /// For the simulation: a card is put in or taken out, switched on or off. False when there is
-    /// no place with this number.
+    /// For the simulation: a card is inserted, removed, switched on or off. False if there is no
+    /// card with this number.
     bool Set(std::size_t card, radio::CardState state);
 
   private:

@@ -37,7 +37,7 @@ std::vector<radio::Wifi::Channel> ReadChannels(const json::Reader& reader)
 
 std::vector<radio::Wifi::Channel> UsualChannels()
 {
-    // Loads as in a house with neighbours.
+    // Loads as in a residential building.
     return {{1, 60, 40},   {2, 45, 20},   {3, 40, 20},   {4, 35, 20},  {5, 35, 20},  {6, 70, 40},
             {7, 40, 20},   {8, 30, 20},   {9, 30, 20},   {10, 35, 20}, {11, 55, 40}, {12, 20, 20},
             {13, 15, 20},  {36, 25, 80},  {40, 20, 80},  {44, 15, 80}, {48, 10, 80}, {149, 5, 80},

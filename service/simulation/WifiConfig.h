@@ -1,4 +1,4 @@
-// The Wi-Fi adapter as the world file describes it.
+// The description of the Wi-Fi adapter in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -11,7 +11,7 @@
 
 namespace pelacon::service::simulation {
 
-/// The channels of a world that names none.
+/// The default channels.
 std::vector<radio::Wifi::Channel> UsualChannels();
 
 struct WifiConfig {
@@ -24,10 +24,10 @@ struct WifiConfig {
 
 WifiConfig ReadWifi(const json::Reader& reader);
 
-/// The fields "ssid" and "channel" of an access point.
+/// Reads the fields "ssid" and "channel" of an access point.
 radio::Wifi::Connection ReadConnection(json::Fields& fields);
 
-/// The number of a channel that exists.
+/// Reads the number of an existing channel.
 std::int32_t ReadChannelNumber(const json::Reader& reader);
 
 }  // namespace pelacon::service::simulation

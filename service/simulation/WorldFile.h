@@ -1,4 +1,4 @@
-// The description of the simulated world.
+// World files, which describe the simulation.
 #pragma once
 
 #include <service/core/Faults.h>
@@ -20,7 +20,7 @@
 
 namespace pelacon::service::simulation {
 
-/// All that a world file says; docs/world.md explains it field by field.
+/// The contents of a world file; docs/world.md explains each field.
 struct WorldFile {
     std::optional<std::uint64_t> seed;
     AdapterConfig adapter;
@@ -39,10 +39,10 @@ struct WorldFile {
 /// Reads a world file's text. Throws json::Error, which names file, line and field.
 WorldFile ReadWorldFile(std::string_view text, const std::string& name);
 
-/// Reads a world file. Throws json::Error, also when the file cannot be read.
+/// Reads a world file. Throws json::Error, also if the file cannot be read.
 WorldFile LoadWorldFile(const std::string& path);
 
-/// The text of the world that is built in: data/default-world.json.
+/// The text of the built-in world, data/default-world.json.
 std::string_view DefaultWorldText();
 
 }  // namespace pelacon::service::simulation
