@@ -27,7 +27,7 @@
 
 namespace {
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
+using namespace pelacon;
 namespace simulation = service::simulation;
 
 enum ExitCode : int {

@@ -11,7 +11,7 @@
 
 namespace pelacon::service {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 namespace pelacon::service::simulation {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 using Bytes = std::vector<std::uint8_t>;
 
 namespace {

@@ -2,7 +2,7 @@
 
 namespace pelacon::service::simulation {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 ErrorConfig ReadError(const json::Reader& reader)
 {

@@ -5,7 +5,7 @@
 
 namespace pelacon::service::simulation {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 namespace {
 

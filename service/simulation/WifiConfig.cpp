@@ -4,7 +4,7 @@
 
 namespace pelacon::service::simulation {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 namespace {
 

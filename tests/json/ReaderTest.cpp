@@ -11,7 +11,7 @@
 namespace pelacon::json {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 /// What reading this text by this function complains about; nothing if it does not.
 std::string Complaint(const std::string& text, const std::function<void(const Reader&)>& read)

@@ -98,7 +98,7 @@ TEST_F(AdvertiserFamilyTest, OthersReceiveAdvertisementAndScanResponse)
 TEST_F(AdvertiserFamilyTest, ANonConnectableOneSendsNoScanResponse)
 {
     TestClient sender(PipeName());
-    Listen(sender);  // a program hears itself, too
+    Listen(sender);  // a program receives its own advertisements
     auto request = Request(Register(sender), {2, 1, 6}, {3, 9, 'm', 'e'});
     request.advEventType = 2;
     ASSERT_EQ(Start(sender, request), kStatusDone);

@@ -12,7 +12,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 class FaultInjectionTest : public ServiceTest {

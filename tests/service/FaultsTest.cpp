@@ -9,7 +9,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 constexpr std::int32_t kBtEnable = 0xD7005C;
 constexpr std::int32_t kBtDisable = 0xD7005D;
@@ -20,7 +20,7 @@ FaultConfig Fault(const std::string& text)
     return ReadFault(json::Reader(document));
 }
 
-/// Which of so many requests a fault strikes, as digits.
+/// Which of this many requests a fault affects, as digits.
 std::string Pattern(Faults& faults, int requests, std::int32_t id = kBtEnable)
 {
     std::string pattern;

@@ -236,7 +236,8 @@ TEST_F(GattServerFamilyTest, FiftyProgramsReadFromOne)
     }
 }
 
-/// It holds up nobody: its queue is bounded, and who lets it fill is taken for gone.
+/// It does not delay others: its queue is bounded, and a client whose queue is full is
+/// disconnected.
 TEST_F(GattServerFamilyTest, AProgramThatDoesNotReadLosesItsConnections)
 {
     GattPublisher server(*serving);

@@ -11,7 +11,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 class LogTest : public testing::Test {

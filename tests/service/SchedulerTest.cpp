@@ -12,7 +12,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 class SchedulerTest : public testing::Test {
   protected:

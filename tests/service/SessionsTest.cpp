@@ -14,9 +14,9 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
-/// Notes what it is told of clients.
+/// Notes the calls about clients.
 class NotingFamily : public Family {
   public:
     NotingFamily(Scheduler& scheduler, std::string& notes) : scheduler_(scheduler), notes_(notes) {}

@@ -350,7 +350,7 @@ TEST_F(SoftApFamilyTest, ReportsTheMachinesConnection)
     EXPECT_EQ(TextIn(connected->text), "");
 }
 
-// ---- Who hears of it
+// ---- Who is notified
 
 TEST_F(SoftApFamilyTest, NotifiesOfDevicesAndOfTheFirstAndTheLast)
 {

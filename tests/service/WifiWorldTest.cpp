@@ -9,7 +9,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
 TEST(WifiWorldTest, ReadsTheAdapter)

@@ -10,7 +10,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 TEST(WorldFileTest, TheBuiltInWorldIsValid)
 {

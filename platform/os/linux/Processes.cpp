@@ -3,9 +3,11 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -55,13 +57,27 @@ fs::path Resolved(const fs::path& path)
     return error ? path : resolved;
 }
 
+/// The contents of a file up to this character. Programs that another thread starts meanwhile do
+/// not inherit the file, which they would from a stream.
+std::string ReadUpTo(char end, const fs::path& path)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"),
+                                                               &std::fclose);
+    std::string text;
+    if (file) {
+        for (int next = std::getc(file.get()); next != EOF && next != end;
+             next = std::getc(file.get())) {
+            text.push_back(static_cast<char>(next));
+        }
+    }
+    return text;
+}
+
 /// The first word of a process's command line. A relative one says nothing here, as another user's
 /// working folder may not be read.
 fs::path ProgramWord(const fs::path& process)
 {
-    std::string word;
-    std::ifstream commandLine(process / "cmdline", std::ios::binary);
-    std::getline(commandLine, word, '\0');
+    const std::string word = ReadUpTo('\0', process / "cmdline");
     return word.starts_with('/') ? Resolved(word) : fs::path(word);
 }
 
@@ -82,9 +98,8 @@ std::string ExecutablePath(const fs::path& process)
 
 std::wstring ShortName(const fs::path& process)
 {
-    std::string name;
-    std::ifstream comm(process / "comm");
-    if (!std::getline(comm, name) || name.empty()) {
+    const std::string name = ReadUpTo('\n', process / "comm");
+    if (name.empty()) {
         return L"<unknown>";
     }
     std::wstring wide;

@@ -129,7 +129,7 @@ TEST_F(ControlTest, AWatcherReceivesTheNotificationsToAllClients)
     EXPECT_EQ(all[0].item.processId, otherInfo.processId);  // both are this process
     EXPECT_EQ(all[1].item.msgId, 8);
     EXPECT_EQ(all[2].payload, Counting(70));
-    EXPECT_TRUE(server->Notify(clientId, 7, {}));  // nobody watches any more
+    EXPECT_TRUE(server->Notify(clientId, 7, {}));  // there is no watcher any more
 }
 
 TEST_F(ControlTest, AWatcherEndsWithTheService)

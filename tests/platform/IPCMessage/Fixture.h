@@ -1,4 +1,4 @@
-// What the tests of the channel share: a service that does as it is told, and bounded waits.
+// What the tests of the channel share: a service with a scripted handler, and bounded waits.
 #pragma once
 
 #include <IPCMessage/IPCMessageClient.h>
@@ -54,7 +54,7 @@ class Gate {
         changed_.notify_all();
     }
 
-    /// False when nobody opens it for long.
+    /// False if it is not opened in time.
     bool Pass(milliseconds patience = kPatience)
     {
         std::unique_lock lock(mutex_);
@@ -83,7 +83,7 @@ Value Median(std::vector<Value> values)
     return values.at(values.size() / 2);
 }
 
-/// Runs the action on that many threads at once, told which one it is, and waits for them.
+/// Runs the action on that many threads at once, with the thread's index, and waits for them.
 void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& action);
 
 /// A program with a part to play at the other end of a pipe, or at this end in a process of its
@@ -119,7 +119,7 @@ struct Message {
     explicit Message(const TagIPCMessageItem& from);
 };
 
-/// A service's inside. Answers each request with its own payload unless told otherwise.
+/// A scripted handler. By default it answers each request with the request's payload.
 class Handler : public IPCServerHandler {
   public:
     using RequestHook = std::function<IPCReply(std::uint64_t client, const TagIPCMessageItem&)>;

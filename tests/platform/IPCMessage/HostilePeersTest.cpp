@@ -1,4 +1,4 @@
-// Peers that send what no peer should: nobody else is harmed.
+// Peers that violate the protocol do not affect others.
 #include <IPCMessage/ServerClients.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>

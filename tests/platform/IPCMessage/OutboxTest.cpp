@@ -1,4 +1,4 @@
-// The queue to one client, on a connection that does as it is told.
+// The queue to one client, on a scripted connection.
 #include <IPCMessage/Outbox.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 
@@ -12,7 +12,7 @@ using ipc::Deadline;
 using ipc::IoResult;
 using ipc::IoStatus;
 
-/// Has no room for the first frame, and has whoever waits for room wait at the gate.
+/// Has no room for the first frame; a thread that waits for room waits at the gate.
 class ReluctantConnection : public ipc::Connection {
   public:
     Gate waiting;

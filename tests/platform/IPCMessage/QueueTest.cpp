@@ -14,7 +14,7 @@ using Urgency = IPCMessageServer::Urgency;
 
 class QueueTest : public ChannelTest {
   protected:
-    /// An event connection that nobody reads from.
+    /// An event connection that is never read.
     void StartIdler()
     {
         StartServer();

@@ -27,7 +27,7 @@ inline constexpr Clock::duration kOverrunLimit = kSanitized ? 100ms : 20ms;
 /// it tries again.
 Clock::duration PauseBetweenAttempts(RawService& service);
 
-/// Sends notifications (id 7) to whoever has arrived, as long as it lives.
+/// Sends notifications (id 7) to every client that has arrived, while it exists.
 class Stream {
   public:
     Stream(Handler& handler, IPCMessageServer& server);

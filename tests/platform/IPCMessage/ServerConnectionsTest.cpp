@@ -1,4 +1,4 @@
-// What a service does with connections when something is short, with a listener that does as told.
+// Connections when memory, threads or descriptors run out, with a scripted listener.
 #include <IPCMessage/ServerConnections.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 
@@ -17,7 +17,7 @@ using ipc::IoStatus;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Says when it is gone.
+/// Counts how many of them exist.
 class CountedConnection : public ipc::Connection {
   public:
     explicit CountedConnection(std::atomic<int>& open) : open_(open)
@@ -49,7 +49,7 @@ class CountedConnection : public ipc::Connection {
     ipc::Peer peer_;
 };
 
-/// Accepts what the test has come.
+/// Accepts the connections that the test makes arrive.
 class ToldListener : public ipc::Listener {
   public:
     using Arrival = std::function<std::unique_ptr<ipc::Connection>()>;

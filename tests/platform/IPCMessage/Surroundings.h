@@ -12,7 +12,7 @@ std::size_t OpenDescriptors();
 /// Threads of this process.
 std::size_t RunningThreads();
 
-/// Has a process stand still, as in a debugger, until it is told to go on.
+/// Suspends a process, as a debugger does, until it is resumed.
 void SuspendProcess(std::uint32_t processId);
 void ResumeProcess(std::uint32_t processId);
 

@@ -13,7 +13,7 @@ class SuspendedServiceTest : public ChannelTest {
   protected:
     SuspendedServiceTest() { EXPECT_EQ(service.ReadLine(), "ready"); }
 
-    /// Has so many connections waiting that no other is taken.
+    /// Fills the backlog with waiting connections.
     void FillBacklog()
     {
         const std::atomic<bool> never{false};

@@ -8,7 +8,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using namespace pelacon::os;  // NOLINT(google-build-using-namespace)
+using namespace pelacon::os;
 
 /// This program's name without what its platform puts behind it.
 constexpr auto kOwnName = "platform_os_test";

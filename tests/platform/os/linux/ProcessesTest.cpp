@@ -19,7 +19,7 @@ extern char** environ;  // NOLINT(readability-redundant-declaration): not in eve
 
 namespace {
 
-using namespace pelacon::os;  // NOLINT(google-build-using-namespace)
+using namespace pelacon::os;
 
 using pelacon::test::InChild;
 
