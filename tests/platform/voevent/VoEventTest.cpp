@@ -43,6 +43,9 @@ TEST(PayloadTest, KeepsPairsInTheOrderOfInsertion)
 TEST_F(VoViewTest, EventsAreDroppedWithoutASink)
 {
     VoView::Report(VoEvent(1));
+    int calls = 0;
+    VoView::SetSink([&](const VoEvent&) { ++calls; });
+    EXPECT_EQ(calls, 0);
 }
 
 TEST_F(VoViewTest, SinkReceivesEventsUntilItIsRemoved)

@@ -133,21 +133,17 @@ TEST_F(SdkTest, StartAdvertiseInCRefusesNulls)
                             Line(3, "scanResp is nullptr, return", "BleStartAdvertise")));
 }
 
-TEST(BleRecords, HaveTheirSizes)
-{
-    static_assert(sizeof(BleScanResultC) == 64);
-    static_assert(sizeof(BleScanFilter) == 40);
-    static_assert(sizeof(TargetAdvFilter) == 276);
-    static_assert(sizeof(TargetAdvInfo) == 40);
-    static_assert(sizeof(BleAdvertiseParamsC) == 28);
-    static_assert(sizeof(BleAdvertiseDataC) == 32);
-    static_assert(offsetof(BleScanFilter, patternLength) == 4);
-    static_assert(offsetof(BleScanFilter, patternData) == 8);
-    static_assert(offsetof(BleAdvertiseParamsC, advEventType) == 12);
-    static_assert(offsetof(BleAdvertiseParamsC, sendTotalTime) == 20);
-    static_assert(offsetof(BleAdvertiseParamsC, sendPartTime) == 24);
-    SUCCEED();
-}
+static_assert(sizeof(BleScanResultC) == 64);
+static_assert(sizeof(BleScanFilter) == 40);
+static_assert(sizeof(TargetAdvFilter) == 276);
+static_assert(sizeof(TargetAdvInfo) == 40);
+static_assert(sizeof(BleAdvertiseParamsC) == 28);
+static_assert(sizeof(BleAdvertiseDataC) == 32);
+static_assert(offsetof(BleScanFilter, patternLength) == 4);
+static_assert(offsetof(BleScanFilter, patternData) == 8);
+static_assert(offsetof(BleAdvertiseParamsC, advEventType) == 12);
+static_assert(offsetof(BleAdvertiseParamsC, sendTotalTime) == 20);
+static_assert(offsetof(BleAdvertiseParamsC, sendPartTime) == 24);
 
 }  // namespace
 

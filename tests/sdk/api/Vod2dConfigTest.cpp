@@ -436,15 +436,12 @@ TEST_F(SdkTest, AnInterfaceNameEndsWithItsLength)
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(kScene, SceneRequest("", 0), 5000));
 }
 
-TEST_F(SdkTest, TheSceneHasTwentyBytes)
-{
-    static_assert(sizeof(Vod2dUpperScene) == 20);
-    static_assert(offsetof(Vod2dUpperScene, scene) == 16);
-    static_assert(sizeof(RecommendChannelRequest) == 68);
-    static_assert(sizeof(RecommendChannelResponse) == 24);
-    static_assert(sizeof(Vod2dConnNotifyRequest) == 32);
-    static_assert(sizeof(WifiCardStateInfo) == 8);
-}
+static_assert(sizeof(Vod2dUpperScene) == 20);
+static_assert(offsetof(Vod2dUpperScene, scene) == 16);
+static_assert(sizeof(RecommendChannelRequest) == 68);
+static_assert(sizeof(RecommendChannelResponse) == 24);
+static_assert(sizeof(Vod2dConnNotifyRequest) == 32);
+static_assert(sizeof(WifiCardStateInfo) == 8);
 
 TEST_F(SdkTest, TheGuidIsAlwaysThirtyNineBytes)
 {

@@ -273,17 +273,14 @@ INSTANTIATE_TEST_SUITE_P(Of, GroupRecord, ::testing::Values(kGroupConfig, kCreat
                              return row.param == kCreateGroup ? "CreateGroup" : "GetGroupConfig";
                          });
 
-TEST_F(SdkTest, Vod2dSoftAPInfoHasTheServicesLayout)
-{
-    static_assert(sizeof(Vod2dSoftAPInfo) == 320);
-    static_assert(offsetof(Vod2dSoftAPInfo, ssid) == 0);
-    static_assert(offsetof(Vod2dSoftAPInfo, pwd) == 32);
-    static_assert(offsetof(Vod2dSoftAPInfo, mac) == 288);
-    static_assert(offsetof(Vod2dSoftAPInfo, channel) == 296);
-    static_assert(offsetof(Vod2dSoftAPInfo, active) == 300);
-    static_assert(offsetof(Vod2dSoftAPInfo, ipAddress) == 301);
-    static_assert(offsetof(Vod2dSoftAPInfo, is5GHz) == 317);
-}
+static_assert(sizeof(Vod2dSoftAPInfo) == 320);
+static_assert(offsetof(Vod2dSoftAPInfo, ssid) == 0);
+static_assert(offsetof(Vod2dSoftAPInfo, pwd) == 32);
+static_assert(offsetof(Vod2dSoftAPInfo, mac) == 288);
+static_assert(offsetof(Vod2dSoftAPInfo, channel) == 296);
+static_assert(offsetof(Vod2dSoftAPInfo, active) == 300);
+static_assert(offsetof(Vod2dSoftAPInfo, ipAddress) == 301);
+static_assert(offsetof(Vod2dSoftAPInfo, is5GHz) == 317);
 
 // ---- Creating and removing
 
