@@ -35,14 +35,13 @@ TEST_F(FaultInjectionTest, ADelayedRequestIsServedLater)
 
 TEST_F(FaultInjectionTest, ADelayAffectsItsRequestOnly)
 {
-    StartService(R"({"faults": [{"request": "GetBtName", "do": "delay", "ms": 300}]})");
+    StartService(R"({"faults": [{"request": "GetBtName", "do": "delay", "ms": 60000}]})");
     TestClient client(PipeName());
-    std::thread slow([&] { EXPECT_TRUE(client.Call(protocol::kGetBtName)); });
+    std::thread slow([&] { EXPECT_FALSE(client.Call(protocol::kGetBtName)); });
     TestClient other(PipeName());
-    const auto begin = Clock::now();
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
     EXPECT_TRUE(other.Call(protocol::kIsBtEnabled));
-    EXPECT_LT(Clock::now() - begin, 250ms);
+    EndService();
     slow.join();
 }
 

@@ -4,12 +4,12 @@
 #include <IPCMessage/IPCMessageClient.h>
 #include <IPCMessage/IPCMessageServer.h>
 #include <tests/platform/IPCMessage/Surroundings.h>
-#include <tests/platform/IPCMessage/TimeLimit.h>
 #include <tests/support/Bytes.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Eventually.h>
 #include <tests/support/Mailbox.h>
 #include <tests/support/RuntimeFolder.h>
+#include <tests/support/TimeLimit.h>
 
 #include <gtest/gtest.h>
 
