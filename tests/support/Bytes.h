@@ -12,7 +12,7 @@ namespace pelacon::test {
 
 using ByteVector = std::vector<std::uint8_t>;
 
-/// A payload as it stands on the wire, little-endian:
+/// A payload as it is sent, little-endian:
 ///
 ///     Bytes().I32(5).Text(uuid, 37).Zeros(3).U64(address)
 class Bytes {
@@ -34,13 +34,13 @@ class Bytes {
     /// The characters alone.
     Bytes& Text(std::string_view text)
     {
-        // One by one: in an insert of all GCC 12 sees an overflow that is not there.
+        // One by one: GCC 12 wrongly warns of an overflow in an insert of all.
         for (const char character : text) {
             U8(static_cast<std::uint8_t>(character));
         }
         return *this;
     }
-    /// The characters in a field of that size, zero behind them.
+    /// The characters, padded with zeros to that size.
     Bytes& Text(std::string_view text, std::size_t fieldSize)
     {
         return Text(text).PadField(text.size(), fieldSize);
@@ -51,13 +51,13 @@ class Bytes {
         bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
         return *this;
     }
-    /// The bytes in a field of that size, zero behind them.
+    /// The bytes, padded with zeros to that size.
     Bytes& Raw(const ByteVector& bytes, std::size_t fieldSize)
     {
         return Raw(bytes).PadField(bytes.size(), fieldSize);
     }
 
-    /// Zeros up to a size that the whole payload then has.
+    /// Zeros up to that size of the whole payload.
     Bytes& PadTo(std::size_t size) { return PadField(bytes_.size(), size); }
 
     std::size_t Size() const { return bytes_.size(); }
@@ -84,7 +84,8 @@ class Bytes {
     ByteVector bytes_;
 };
 
-/// The bytes 1, 2, 3, ... of that count, 255 being followed by 0: data that shows where it went.
+/// That many bytes 1, 2, 3, ..., where 0 follows 255: data whose bytes differ from their
+/// neighbours.
 inline ByteVector Counting(std::size_t count)
 {
     ByteVector bytes(count);

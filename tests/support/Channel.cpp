@@ -21,7 +21,7 @@ struct Freed {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-/// A copy that ends where the bytes end, for whoever watches over memory.
+/// A copy of exactly this size, so that AddressSanitizer reports a read beyond it.
 std::unique_ptr<std::uint8_t, Freed> ExactCopy(const ByteVector& bytes)
 {
     std::unique_ptr<std::uint8_t, Freed> copy(
@@ -51,7 +51,7 @@ bool IsInitial(const TagIPCMessageItem& item)
            item.processId == 0;
 }
 
-/// Says what differs from the record of a message of that id to the service.
+/// Reports the differences from the record of a message of that id to the service.
 bool IsToService(const TagIPCMessageItem& item, std::int32_t messageId, std::uint32_t processId,
                  ::testing::MatchResultListener& listener)
 {

@@ -1,4 +1,4 @@
-// The message client's stand-in: IPCMessageClient, with this class behind it.
+// The stand-in for the message client: IPCMessageClient, implemented by this class.
 #pragma once
 
 #include <IPCMessage/IPCMessageClient.h>
@@ -25,9 +25,9 @@ struct Sent {
 };
 void PrintTo(const Sent& sent, std::ostream* out);
 
-/// Records what goes to the service and decides what comes back. A request that nothing is scripted
-/// for gets no payload, as if the service did not answer. All members may be used on any thread;
-/// hooks run without a lock held.
+/// Records what is sent to the service and decides what is answered. A request without a scripted
+/// answer receives no payload, as if the service did not answer. All members may be used on any
+/// thread; hooks run without a lock held.
 class Channel {
   public:
     struct Construction {
@@ -44,27 +44,27 @@ class Channel {
 
     static Channel& Get();
 
-    // What comes back.
+    // Answers.
 
     /// Answers every request of that id with this payload from now on. The payload is allocated
     /// exactly as long as given, so a decoder that reads past it is caught by AddressSanitizer.
     void Reply(std::int32_t messageId, const ByteVector& payload);
-    /// Answers with nothing again.
+    /// Removes the scripted answer.
     void ReplyNothing(std::int32_t messageId);
-    /// Whether replies say how long they are. They do not unless asked to: records are decoded by
-    /// their layout.
+    /// Whether replies contain their length. By default they do not: records are decoded by their
+    /// layout.
     void FillLengths(bool fill);
-    /// Runs inside each request of that id, before it is answered; it may script the answer, look
-    /// at what the library did so far, or block.
+    /// Runs inside each request of that id, before it is answered; it may script the answer, check
+    /// what the library did so far, or block.
     void OnRequest(std::int32_t messageId, Hook hook);
     void OnPost(Hook hook);
-    /// Runs inside UnRegisterMessageCallbackAll, when the callbacks are forgotten.
+    /// Runs inside UnRegisterMessageCallbackAll, after the callbacks were removed.
     void OnUnregister(std::function<void()> hook);
     /// Runs inside the construction of a client.
     void OnConstruct(std::function<void()> hook);
-    /// The next client cannot be constructed: std::system_error.
+    /// The construction of the next client throws std::system_error.
     void FailNextConstruction();
-    /// The next registration fails: std::bad_alloc.
+    /// The next registration throws std::bad_alloc.
     void FailNextRegistration();
 
     /// Delivers a notification on the calling thread, through the callback registered for its id.
@@ -72,7 +72,7 @@ class Channel {
     void Deliver(std::int32_t messageId, const ByteVector& payload);
     void DeliverWithoutPayload(std::int32_t messageId);
 
-    // What was done.
+    // Records.
 
     std::vector<Construction> Constructions() const;
     std::vector<Registration> Registrations() const;  ///< of the client that there is, or was last
@@ -83,9 +83,10 @@ class Channel {
     int Unregistrations() const;
     int Destructions() const;
 
-    /// Forgets what was sent.
+    /// Removes the records.
     void ForgetSent();
-    /// As at the beginning of the process, save that a client that there is keeps its callbacks.
+    /// Restores the state at the start of the process, except that an existing client keeps its
+    /// callbacks.
     void Reset();
 
   private:
@@ -114,13 +115,13 @@ class Channel {
     bool open_ = false;
 };
 
-/// Matches a request with this id, payload and time-out whose record is, byte for byte, what every
-/// request's is: to the service from this process, the rest at its initial value; and that brought
-/// a fresh reply record.
+/// Matches a request with this id, payload and time-out. Its record must have the service as its
+/// target and this process as its source, all other fields their initial values, and the reply
+/// record must be unused.
 ::testing::Matcher<const Sent&> RequestIs(std::int32_t messageId, const ByteVector& payload,
                                           unsigned timeoutMs);
 
-/// Matches a posted message with this id and payload, its record likewise, the process id left 0.
+/// Matches a posted message with this id and payload and such a record, but a process id of 0.
 ::testing::Matcher<const Sent&> PostIs(std::int32_t messageId, const ByteVector& payload);
 
 }  // namespace pelacon::test

@@ -12,8 +12,8 @@
 
 namespace pelacon::test {
 
-/// Runs until it ends, or is destroyed, which kills it. Output is read as it comes. Every wait is
-/// bounded, and fails the test when it comes to its end.
+/// Runs a program; its destructor kills the program. The output is read as it comes. Every wait has
+/// a time limit, and fails the test at that limit.
 class ChildProcess {
   public:
     /// Why a program that ends while its threads are in system calls may hang on this system; null
@@ -23,12 +23,12 @@ class ChildProcess {
     static const char* WhyNoTerminal();
 
     struct Options {
-        /// Its output goes to a terminal, which people would see, rather than to a pipe. Errors
-        /// then come with the output.
+        /// Its output goes to a terminal rather than to a pipe. The output then includes its
+        /// errors.
         bool terminal = false;
-        /// It has a standard input, to which Write writes; otherwise an empty one.
+        /// Write writes to its standard input, which is empty otherwise.
         bool input = false;
-        /// "NAME=value", besides what this process has.
+        /// "NAME=value", added to the environment of this process.
         std::vector<std::string> environment = {};
     };
 
@@ -44,11 +44,11 @@ class ChildProcess {
 
     std::uint32_t Id() const;
 
-    /// As Ctrl-C does.
+    /// Interrupts it, as Ctrl-C does.
     void Interrupt();
     /// Asks it to end, as a system that shuts down does.
     void Terminate();
-    /// Ends it at once, without its having a say.
+    /// Kills it.
     void Kill();
 
     /// Writes a line to its standard input.
@@ -57,13 +57,13 @@ class ChildProcess {
     /// Its exit code; -1 when it did not end in time or was killed.
     int Wait(std::chrono::milliseconds patience = kPatience);
 
-    /// The next line of its output, without the line's end; nothing when it has ended before that.
+    /// The next line of its output, without the line's end; nothing when it ends before that.
     std::optional<std::string> NextLine(std::chrono::milliseconds patience = kPatience);
 
-    /// Waits until its output holds the text; false when it ended, or did not come, before that.
+    /// Waits until its output contains the text; false when it ends, or time is up, before that.
     bool WaitForOutput(const std::string& text, std::chrono::milliseconds patience = kPatience);
 
-    /// All of its output so far, lines that were read included; all of it once it was waited for.
+    /// Its output so far, including lines that were read; after Wait, its whole output.
     std::string Output() const;
     std::string Errors() const;
 

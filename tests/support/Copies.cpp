@@ -8,7 +8,7 @@ namespace pelacon::test {
 
 namespace {
 
-/// Copies to go until one fails; negative when none does.
+/// How many copies succeed before one fails; negative when none fails.
 std::atomic<int> untilFailure{-1};
 
 }  // namespace

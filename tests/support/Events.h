@@ -1,4 +1,4 @@
-// The event library's stand-in: VoView, recorded.
+// The stand-in for the event library: a recording VoView.
 #pragma once
 
 #include <voevent/VoEvent.h>
@@ -18,7 +18,7 @@ struct Event {
 };
 void PrintTo(const Event& event, std::ostream* out);
 
-/// Entries of an event, for comparing:
+/// Entries of an event, to compare with:
 ///
 ///     EXPECT_THAT(Events::All(), ElementsAre(Event{954082006, {Int("EventType", 1), ...}}));
 VoEvent::Entry Int(std::string key, std::int32_t value);

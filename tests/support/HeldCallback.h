@@ -1,4 +1,4 @@
-// A callback that a test holds open, to see what waits for it.
+// A callback that a test keeps running, to see what waits for it.
 #pragma once
 
 #include <tests/support/Eventually.h>
@@ -13,19 +13,19 @@ namespace pelacon::test {
 
 class HeldCallback {
   public:
-    /// Has the delivery made on a thread of its own, and waits until the callback of it is inside.
+    /// Calls `deliver` on a new thread and waits until its callback has called Hold.
     explicit HeldCallback(std::function<void()> deliver)
     {
         current_ = this;
         receiver_ = std::thread(std::move(deliver));
         isInside_ = entered_.get_future().wait_for(kPatience) == std::future_status::ready;
     }
-    ~HeldCallback() { LetGo(); }
+    ~HeldCallback() { Release(); }
 
     HeldCallback(const HeldCallback&) = delete;
     HeldCallback& operator=(const HeldCallback&) = delete;
 
-    /// What the callback calls: returns once the test lets go.
+    /// To be called by the callback: returns when this object releases it.
     static void Hold()
     {
         current_->entered_.set_value();
@@ -34,18 +34,18 @@ class HeldCallback {
 
     bool IsInside() const { return isInside_; }
 
-    /// Whether the callback was reached, the action waited until it returned, and no longer.
+    /// Whether the callback ran and the action ended when the callback had ended, not before.
     bool HoldsUp(std::function<void()> action)
     {
         auto acting = std::async(std::launch::async, std::move(action));
         const bool waits =
             acting.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
-        LetGo();
+        Release();
         return isInside_ && waits && acting.wait_for(kPatience) == std::future_status::ready;
     }
 
   private:
-    void LetGo()
+    void Release()
     {
         if (receiver_.joinable()) {
             leave_.set_value();

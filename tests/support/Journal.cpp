@@ -8,7 +8,7 @@ namespace pelacon::test {
 
 namespace {
 
-// Never destroyed: detached threads may note something until the process ends.
+// Never destroyed: detached threads may add lines until the process ends.
 std::mutex& Mutex()
 {
     static auto& mutex = *new std::mutex;

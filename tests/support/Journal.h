@@ -1,4 +1,4 @@
-// What happened, in order, across all stand-ins.
+// The calls of all stand-ins, in order.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,13 @@
 
 namespace pelacon::test {
 
-/// One line per thing that the library did to its surroundings:
+/// One line for each call that the library made to a stand-in:
 ///
 ///     "construct"  "register 0xD80006"  "unregister all"  "destroy"
 ///     "request 0xD7005C"  "post 0xD70048"  "event 954082006"  "thread"
 ///     "log 1 start(BleManager::BtEnable)"      the level, and the line without its tag
 ///
-/// A test adds marks of its own with Note, from a callback for instance.
+/// A test adds its own lines with Note, from a callback for instance.
 class Journal {
   public:
     static void Note(std::string entry);
@@ -21,7 +21,7 @@ class Journal {
     static void Clear();
 };
 
-/// A message id as the journal writes it: "0xD7005C".
+/// A message id in the journal's form: "0xD7005C".
 std::string Hex(std::int32_t messageId);
 
 }  // namespace pelacon::test

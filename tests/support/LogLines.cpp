@@ -29,7 +29,7 @@ Recorder& TheRecorder()
     return recorder;
 }
 
-/// The line as the journal has it.
+/// The line in the journal's form.
 std::string JournalEntry(const LogLine& line)
 {
     const bool tagged = line.text.starts_with(kTag);

@@ -1,4 +1,4 @@
-// The logger's stand-in: KvLogger, recorded.
+// The stand-in for the logger: a recording KvLogger.
 #pragma once
 
 #include <iosfwd>
@@ -24,7 +24,7 @@ LogLine Line(int level, std::string_view message, std::string_view function);
 /// "start" and "end" of a function.
 LogLine Start(std::string_view function);
 LogLine End(std::string_view function);
-/// The line of a request that was answered with nothing.
+/// The line of a request whose reply has no payload.
 LogLine NoReply(std::string_view function);
 /// The line of a request made while the library is not started.
 LogLine NotStarted();

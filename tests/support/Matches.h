@@ -1,4 +1,4 @@
-// Texts held against a pattern; GoogleTest's own patterns know less on some systems than on others.
+// Regular expressions; those of GoogleTest differ from system to system.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -8,7 +8,7 @@
 
 namespace pelacon::test {
 
-/// The whole text matches this regular expression, as std::regex understands it.
+/// The whole text matches this regular expression of std::regex.
 inline auto Matches(const std::string& pattern)
 {
     return ::testing::ResultOf(

@@ -1,4 +1,4 @@
-// The process list's stand-in.
+// The stand-in for the process list.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,7 @@
 
 namespace pelacon::test {
 
-/// The processes that the library believes to be running. The service is one of them unless a test
-/// says otherwise.
+/// The processes that the library finds. By default the service is one of them.
 class Processes {
   public:
     struct Process {
@@ -21,9 +20,9 @@ class Processes {
     static constexpr const char* kServicePath = "/opt/Karvell/libexec/PelaconService";
 
     static void Set(std::vector<Process> processes);
-    /// No list of processes can be taken.
+    /// Listing the processes fails.
     static void FailSnapshots();
-    /// The paths that the library looked at since the last Reset.
+    /// The paths that the library visited since the last Reset.
     static std::vector<std::string> Visited();
     static void Reset();
 };

@@ -33,8 +33,8 @@ class RuntimeFolder {
     std::filesystem::path path_ = folder_.Path() / u8"ü" / "run";
 };
 
-/// One that goes with the process. The first call is to come before any thread is started; later
-/// ones do nothing.
+/// Makes a RuntimeFolder that lives as long as the process. The first call must come before any
+/// thread is started; later calls do nothing.
 inline void UseOwnRuntimeFolder()
 {
     static const RuntimeFolder folder;

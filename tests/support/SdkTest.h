@@ -1,4 +1,4 @@
-// What a unit test of the library starts from.
+// The fixtures of the library's unit tests.
 #pragma once
 
 #include <tests/support/Bytes.h>
@@ -19,7 +19,7 @@
 
 namespace pelacon::test {
 
-/// The library before its first start, with every stand-in as new:
+/// The library before its first start, with all stand-ins reset:
 ///
 ///     TEST_F(StoppedSdkTest, RefusesRequests) { EXPECT_EQ(BleManager::BtEnable(), -1); }
 class StoppedSdkTest : public ::testing::Test {
@@ -27,13 +27,13 @@ class StoppedSdkTest : public ::testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    /// Forgets lines, events, journal and messages so far, to look at what comes next only.
+    /// Removes all records so far: lines, events, journal and messages.
     static void ForgetWhatHappened();
 
     Channel& channel = Channel::Get();
 };
 
-/// The started library; what the start itself did is already forgotten:
+/// The started library; the records of the start are already removed:
 ///
 ///     TEST_F(SdkTest, BtEnable)
 ///     {
@@ -49,11 +49,11 @@ class SdkTest : public StoppedSdkTest {
     void TearDown() override;
 };
 
-// The library's registries live as long as the process, and ctest runs each test in a process of
-// its own. For tests to run in one process too, each uses ids that no other test used, and tables
-// that outlive it.
+// The library's registries live as long as the process. ctest runs each test in its own process;
+// for tests to run in one process too, each uses ids that no other test used, and tables that
+// outlive the test.
 
-/// An id that was not given out before in this process.
+/// An id that is new in this process.
 std::int32_t FreshId();
 
 /// An object that lives until the process ends.

@@ -1,4 +1,4 @@
-// The real service, as a process of its own.
+// The real service, as a process.
 #pragma once
 
 #include <tests/support/ChildProcess.h>
@@ -15,8 +15,8 @@ namespace pelacon::test {
 /// The service's program in the stage.
 const std::string& ServicePath();
 
-/// PelaconService, run from the stage, on a pipe that only this test program and what it starts
-/// can find. Ready when constructed; ended with this.
+/// PelaconService, run from the stage, on a pipe that only this test program and the programs that
+/// it starts can find. It is ready after the constructor and killed by the destructor.
 class ServiceProcess {
   public:
     /// With this world, or the built-in one; this program, or the one in the stage.
@@ -27,7 +27,7 @@ class ServiceProcess {
     ServiceProcess(const ServiceProcess&) = delete;
     ServiceProcess& operator=(const ServiceProcess&) = delete;
 
-    /// Ends it as a system that shuts down does, and waits until it has ended.
+    /// Ends it as a system that shuts down does, and waits for its end.
     void End();
 
     /// Starts another one after End, with the same world.
@@ -36,7 +36,7 @@ class ServiceProcess {
     /// Ends it and starts another one in its place.
     void Restart();
 
-    /// Has it do something, as its operator, and returns its answer.
+    /// Sends an operator's command, which must succeed, and returns the answer.
     nlohmann::json Command(const nlohmann::json& command) const;
 
   private:
@@ -45,7 +45,7 @@ class ServiceProcess {
     std::optional<ChildProcess> process_;
 };
 
-/// Runs a pelaconctl command to its end; for ones that end by themselves.
+/// Runs a pelaconctl command, which must end by itself.
 struct CommandResult {
     int exitCode;
     std::string output;
@@ -53,7 +53,7 @@ struct CommandResult {
 };
 CommandResult Pelaconctl(const std::vector<std::string>& arguments);
 
-/// The program's path, for those that are to run for a while.
+/// The path of pelaconctl, for commands that run until they are ended.
 const std::string& PelaconctlPath();
 
 }  // namespace pelacon::test

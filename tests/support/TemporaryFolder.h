@@ -8,7 +8,7 @@
 
 namespace pelacon::test {
 
-/// A new, empty folder that nobody else uses, as long as this lives.
+/// A new, empty folder, which the destructor removes.
 class TemporaryFolder {
   public:
     TemporaryFolder()

@@ -1,4 +1,4 @@
-// Text that comes from another program, bit by bit.
+// The output of another program, read while it comes.
 #pragma once
 
 #include <chrono>
@@ -17,10 +17,10 @@ class TextStream {
     using Clock = std::chrono::steady_clock;
 
     void Append(std::string_view text);
-    /// Nothing more will come.
+    /// To be called after the last Append.
     void End();
 
-    /// All that has come.
+    /// The whole text so far.
     std::string Text() const;
 
     /// The next line, without its end; nothing when the stream ends before it, or, as a failure of

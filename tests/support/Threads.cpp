@@ -37,8 +37,7 @@ State& TheState()
 
 void RunDetached(const Body& body)
 {
-    // Not detached really: where threads are made of others, one that ends while it is being
-    // detached may never get to its end.
+    // Kept instead of detached: on some systems a thread that ends while it is detached may hang.
     const std::lock_guard lock(TheState().mutex);
     TheState().threads.emplace_back([body] {
         body();

@@ -3,7 +3,7 @@
 
 namespace pelacon::test {
 
-/// What becomes of a detached thread that the library starts.
+/// What happens to detached threads that the library starts.
 enum class ThreadMode {
     kDetached,  ///< it runs as it would
     kAtOnce,    ///< its body runs before the start returns, on the same thread
@@ -20,7 +20,7 @@ class Threads {
     static void RunKept();
     /// Waits until every detached thread has ended; fails the test when that takes too long.
     static void WaitForAll();
-    /// Forgets kept bodies and counts; threads are detached again.
+    /// Removes kept bodies, resets the count, and runs later bodies on threads again.
     static void Reset();
 };
 

@@ -12,8 +12,8 @@
 
 namespace pelacon::test {
 
-/// Measures how late the machine wakes threads, as long as this lives: a thread waits in steps of a
-/// millisecond, by the same means as the library.
+/// Measures how late the machine wakes threads as long as this object lives: a thread waits in
+/// steps of a millisecond, by the same means as the library.
 class WakeUps {
   public:
     using Clock = std::chrono::steady_clock;
@@ -56,13 +56,13 @@ class WakeUps {
     std::thread thread_;  // last: it uses all above
 };
 
-/// Whether one of a few attempts keeps to the limit. Each attempt returns how long it took; of
-/// that, the delays of its wake-ups are the machine's and do not count.
+/// Whether one of a few attempts keeps to the limit. Each attempt returns how long it took. The
+/// delays of wake-ups do not count: they are the machine's, not the library's.
 template <typename Attempt>
 testing::AssertionResult KeepsTo(std::chrono::steady_clock::duration limit, const Attempt& attempt,
                                  int tries = 3)
 {
-    constexpr int kWakeUps = 4;  // one after the other, from thread to thread and back
+    constexpr int kWakeUps = 4;  // in a row, from thread to thread and back
     std::ostringstream report;
     for (int number = 0; number < tries; ++number) {
         WakeUps wakeUps;

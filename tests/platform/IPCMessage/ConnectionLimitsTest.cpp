@@ -1,4 +1,4 @@
-// Who finds a place at a service that has many connections.
+// Which callers are accepted by a service that has many connections.
 #include <IPCMessage/ConnectionLimits.h>
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ TEST(ConnectionLimitsTest, AreScaledToWhatTheSystemAllows)
     EXPECT_EQ(limits.all, 960U);
     EXPECT_EQ(limits.perUser, 480U);
     EXPECT_EQ(limits.perProcess, 240U);
-    EXPECT_GT(ConnectionLimits(0).perProcess, 0U) << "a service that nobody can reach is of no use";
+    EXPECT_GT(ConnectionLimits(0).perProcess, 0U) << "a service must be reachable";
 }
 
 TEST(ConnectionLimitsTest, AProcessAndAUserHaveTheirShares)

@@ -1,4 +1,4 @@
-// Operators: commands, and a look at what clients are sent.
+// Operators: commands, and watching the notifications to clients.
 #include <IPCMessage/IPCControl.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
@@ -108,7 +108,7 @@ TEST_F(ControlTest, AWatcherReceivesTheNotificationsToAllClients)
         const bool ended = IPCWatchNotifications(
             kPipe, 5ms,
             [&](const TagIPCMessageItem* item) {
-                watching.Open();  // there is nothing to see yet
+                watching.Open();  // no notification is sent yet
                 if (item != nullptr) {
                     seen.Put(Message(*item));
                 }
@@ -129,7 +129,7 @@ TEST_F(ControlTest, AWatcherReceivesTheNotificationsToAllClients)
     EXPECT_EQ(all[0].item.processId, otherInfo.processId);  // both are this process
     EXPECT_EQ(all[1].item.msgId, 8);
     EXPECT_EQ(all[2].payload, Counting(70));
-    EXPECT_TRUE(server->Notify(clientId, 7, {}));  // there is no watcher any more
+    EXPECT_TRUE(server->Notify(clientId, 7, {}));  // no watcher is left
 }
 
 TEST_F(ControlTest, AWatcherEndsWithTheService)
@@ -162,7 +162,8 @@ TEST_F(ControlTest, AWatcherThatDoesNotReadDelaysNobody)
         }
     }
     EXPECT_TRUE(Eventually([&] { return calls == kCount; }));
-    EXPECT_EQ(server->GetStatistics().notificationsDropped, 0U);  // clients' are counted
+    EXPECT_EQ(server->GetStatistics().notificationsDropped,
+              0U);  // only those of clients are counted
     EXPECT_EQ(server->GetStatistics().slowClients, 0U);
 }
 

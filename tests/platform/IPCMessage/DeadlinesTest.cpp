@@ -1,4 +1,4 @@
-// Every wait for the service ends in time.
+// Time-outs of requests.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
 
@@ -8,7 +8,7 @@ namespace {
 
 class DeadlinesTest : public ChannelTest {
   protected:
-    /// Answers nothing until the gate opens.
+    /// Starts a service that answers only when the gate is open.
     void StartSilently()
     {
         handler.onRequest = [this](std::uint64_t, const TagIPCMessageItem& request) {

@@ -1,4 +1,4 @@
-// Services that end in good order.
+// The destructor of the server.
 #include <IPCMessage/IPCControl.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
@@ -36,7 +36,7 @@ TEST_F(EndTest, RunningRequestsAreAnswered)
     EXPECT_TRUE(last.Greet(ipc::FrameKind::kHelloCall));
     EXPECT_TRUE(Eventually([&] { return server->GetStatistics().callConnections == 2; }));
     std::thread ender([&] { server.reset(); });
-    EXPECT_TRUE(last.IsClosed()) << "nobody waits for an answer at it";
+    EXPECT_TRUE(last.IsClosed()) << "it has no running request";
     gate.Open();
     caller.join();
     commander.join();

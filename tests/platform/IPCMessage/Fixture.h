@@ -1,4 +1,4 @@
-// What the tests of the channel share: a service with a scripted handler, and bounded waits.
+// The fixture of the channel's tests: a scripted service, and programs at the other end.
 #pragma once
 
 #include <IPCMessage/IPCMessageClient.h>
@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// A time-out that is meant never to pass.
+/// A time-out that does not end in a test that passes.
 inline constexpr unsigned kNoHurry = 20'000;
 
 inline constexpr bool kSanitized = PELACON_TEST_SANITIZED;
@@ -54,7 +54,7 @@ class Gate {
         changed_.notify_all();
     }
 
-    /// False if it is not opened in time.
+    /// False when it is not opened in time.
     bool Pass(milliseconds patience = kPatience)
     {
         std::unique_lock lock(mutex_);
@@ -67,7 +67,7 @@ class Gate {
     bool open_ = false;
 };
 
-/// How long it takes.
+/// How long the action takes.
 template <typename Action>
 Clock::duration Duration(const Action& action)
 {
@@ -83,11 +83,10 @@ Value Median(std::vector<Value> values)
     return values.at(values.size() / 2);
 }
 
-/// Runs the action on that many threads at once, with the thread's index, and waits for them.
+/// Runs the action on that many threads at once, with the index of each, and waits for them.
 void OnThreads(std::size_t count, const std::function<void(std::size_t index)>& action);
 
-/// A program with a part to play at the other end of a pipe, or at this end in a process of its
-/// own. It is killed with this.
+/// A service or a client as a process. The destructor kills it.
 class PeerProcess {
   public:
     /// See peer/main.cpp for the roles.
@@ -119,7 +118,7 @@ struct Message {
     explicit Message(const TagIPCMessageItem& from);
 };
 
-/// A scripted handler. By default it answers each request with the request's payload.
+/// The handler of a service. By default it answers each request with the request's payload.
 class Handler : public IPCServerHandler {
   public:
     using RequestHook = std::function<IPCReply(std::uint64_t client, const TagIPCMessageItem&)>;
@@ -135,7 +134,7 @@ class Handler : public IPCServerHandler {
     Mailbox<Message> posted;
     Mailbox<std::string> warnings;
 
-    /// The id of the client that came last.
+    /// The id of the client that arrived last.
     std::optional<std::uint64_t> LastArrived() const
     {
         const auto last = arrived.Last();
@@ -160,20 +159,20 @@ struct Answer {
     ByteVector Bytes() const { return {payload.get(), payload.get() + item.length}; }
 };
 
-/// Makes a request of that id, without a payload if there is none.
+/// Makes a request with that id, with or without a payload.
 std::optional<Answer> Request(const IPCMessageClient& client, std::int32_t messageId,
                               const std::optional<ByteVector>& payload,
                               unsigned timeoutMs = kNoHurry);
 
-/// Whether the client gets an answer.
+/// Whether a request is answered.
 bool IsServed(const IPCMessageClient& client, unsigned timeoutMs = kNoHurry);
 
 bool Post(const IPCMessageClient& client, std::int32_t messageId, const ByteVector& payload);
 
 class ChannelTest : public testing::Test {
   protected:
-    /// Ends client and server with its scope: declared behind what callbacks and hooks use of a
-    /// test's own variables.
+    /// Ends client and server at the end of its scope. To be declared after the variables of a test
+    /// that callbacks and hooks use.
     class Ending {
       public:
         explicit Ending(ChannelTest& test) : test_(test) {}
@@ -198,7 +197,7 @@ class ChannelTest : public testing::Test {
         clientId = handler.arrived.WaitFor(1).back().id;
     }
 
-    /// Has requests wait at the gate, and counts those that have come to it.
+    /// Makes requests wait at the gate, and counts them.
     void HoldRequests(std::atomic<int>& inside)
     {
         handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
@@ -216,7 +215,7 @@ class ChannelTest : public testing::Test {
     }
 
     RuntimeFolder folder;
-    Gate gate;  ///< for hooks to wait at; opens in the end
+    Gate gate;  ///< for hooks to wait at; End opens it
     Handler handler;
     std::unique_ptr<IPCMessageServer> server;
     std::unique_ptr<IPCMessageClient> client;

@@ -1,4 +1,4 @@
-// The layout of frames, byte by byte, and what is no frame.
+// The layout of frames, and bytes that are no frame.
 #include <IPCMessage/Frame.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 

@@ -1,4 +1,4 @@
-// Peers that violate the protocol do not affect others.
+// Peers that break the protocol affect their own connections only.
 #include <IPCMessage/ServerClients.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
@@ -13,7 +13,7 @@ namespace {
 using ipc::FrameHeader;
 using ipc::FrameKind;
 
-/// Frames and scraps of frames, the same each time.
+/// Frames and parts of frames, the same in each run.
 class Noise {
   public:
     ByteVector Next()
@@ -56,7 +56,7 @@ class Noise {
 
 const FrameHeader kGoodRequest{.kind = FrameKind::kRequest, .sequence = 1};
 
-/// What a connection says until the server closes it.
+/// Everything that a connection sends until the server closes it.
 struct Conversation {
     const char* what;
     std::vector<ByteVector> frames;

@@ -1,4 +1,4 @@
-// What takes more than a moment.
+// Tests of the channel that take long.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
 

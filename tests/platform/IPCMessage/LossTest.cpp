@@ -1,4 +1,4 @@
-// Services that go away and come back.
+// Lost connections and restarted services.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
 

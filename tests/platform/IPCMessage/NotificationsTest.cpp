@@ -48,7 +48,7 @@ TEST_F(NotificationsTest, CarryPayloadsUpToTheLimitPaddedWithZeros)
                                [](std::uint8_t byte) { return byte == 0; }));
     });
     std::size_t count = 0;
-    for (int round = 0; round < 20; ++round) {  // so that buffers are used again
+    for (int round = 0; round < 20; ++round) {  // reuses the buffers
         for (const std::size_t size : {65'536U, 0U, 300U, 2'048U, 1U}) {
             ASSERT_TRUE(server->Notify(clientId, 7, Counting(size)));
             const Message message = received.WaitFor(++count).back();
@@ -103,7 +103,7 @@ TEST_F(NotificationsTest, ThoseSentInsideClientArrivedComeFirst)
         EXPECT_TRUE(server->Notify(arriving.id, 7, Counting(1)));
         EXPECT_TRUE(server->Notify(arriving.id, 7, Counting(2)));
     };
-    // It has its callbacks before it ever connects.
+    // The callbacks are registered before the first connection.
     server.reset();
     StartClient();
     Collect(7);

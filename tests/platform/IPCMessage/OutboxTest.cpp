@@ -12,7 +12,7 @@ using ipc::Deadline;
 using ipc::IoResult;
 using ipc::IoStatus;
 
-/// Has no room for the first frame; a thread that waits for room waits at the gate.
+/// Has no room for the first frame; a blocking send waits at the gate.
 class ReluctantConnection : public ipc::Connection {
   public:
     Gate waiting;
@@ -63,7 +63,7 @@ TEST(OutboxTest, AFrameDoesNotOvertakeTheOneThatIsBeingSent)
     ipc::Outbox outbox(connection, counters);
     EXPECT_TRUE(outbox.PutBytes(Counting(1)));
     ASSERT_TRUE(connection->waiting.Pass());
-    // There is room by now, and nothing in the queue; but the first has not been sent yet.
+    // There is room now, and the queue is empty; but the first frame has not been sent yet.
     EXPECT_TRUE(outbox.PutBytes(Counting(2)));
     EXPECT_EQ(connection->sent.Count(), 0U);
     connection->room.Open();

@@ -1,4 +1,4 @@
-// Posted messages, and what may not overtake them.
+// Posted messages and their order with requests.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 
@@ -89,7 +89,7 @@ TEST_F(PostsTest, PostsLostWithTheirConnectionDelayNoRequest)
     for (int number = 0; number < 5; ++number) {
         EXPECT_TRUE(Post(*client, number, Counting(16)));
     }
-    server->DisconnectAll();  // the first is being taken, the others were never read
+    server->DisconnectAll();  // the first is being handled, the others were not read
     gate.Open();
     handler.arrived.WaitFor(2);
     const auto duration = Duration([&] { EXPECT_TRUE(IsServed(*client)); });

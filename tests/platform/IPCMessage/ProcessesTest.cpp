@@ -27,7 +27,7 @@ TEST_F(ProcessesTest, DeathOfTheServiceEndsWaitingRequestsAtOnce)
             });
         });
         begun.WaitFor(20);
-        std::this_thread::sleep_for(20ms);  // most are in their wait by now
+        std::this_thread::sleep_for(20ms);  // gives them time to reach their wait
         const auto killed = Clock::now();
         service.Kill();
         callers.join();

@@ -1,4 +1,4 @@
-// Clients that do not read what they are sent.
+// Clients that do not read their notifications.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 
@@ -14,7 +14,7 @@ using Urgency = IPCMessageServer::Urgency;
 
 class QueueTest : public ChannelTest {
   protected:
-    /// An event connection that is never read.
+    /// An event connection that is not read from.
     void StartIdler()
     {
         StartServer();
@@ -59,7 +59,7 @@ TEST_F(QueueTest, DroppableNotificationsAreDroppedOldestFirstAndCounted)
     EXPECT_GT(dropped, 0U);
     EXPECT_EQ(numbers.size() + dropped, kCount);
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
-    // The newest are complete; the gap lies before them.
+    // The newest are complete; the gap is before them.
     const std::uint32_t oldestQueued = kCount - IPCMessageServer::kQueueLimit;
     EXPECT_NE(std::find(numbers.begin(), numbers.end(), oldestQueued), numbers.end());
     EXPECT_TRUE(Notify(kCount, Urgency::kDroppable));
@@ -72,7 +72,7 @@ TEST_F(QueueTest, DroppableNotificationsAreDroppedForOthers)
     StartIdler();
     std::vector<std::uint32_t> kept;
     std::uint32_t number = 0;
-    // How much the system itself takes in first differs.
+    // How much the system buffers differs.
     for (; server->GetStatistics().notificationsDropped < 1000; ++number) {
         ASSERT_LT(number, 100'000U) << "nothing is dropped";
         const bool keep = number % 8 == 0;

@@ -1,4 +1,4 @@
-// The two ends of a pipe as bare frames: peers that keep to no rule.
+// Peers that send and receive single frames, valid or not.
 #pragma once
 
 #include <IPCMessage/Transport.h>
@@ -31,14 +31,14 @@ class RawConnection {
     bool SendBytes(const ByteVector& bytes);
     bool Send(const ipc::FrameHeader& header, const ByteVector& payload = {});
 
-    /// The next frame; nothing when the connection is lost. Throws when nothing comes for long, or
-    /// what comes is no frame.
+    /// The next frame; nothing when the connection is lost. Throws when nothing comes in time, or
+    /// the bytes are no frame.
     std::optional<ipc::FrameHeader> Receive();
 
     /// The payload of the frame received last.
     ByteVector Payload() const;
 
-    /// Whether the other end closes the connection, whatever it sends before.
+    /// Waits until the other end closes the connection; false when it does not.
     bool IsClosed();
 
   private:
@@ -47,24 +47,24 @@ class RawConnection {
     ipc::FrameHeader header_;
 };
 
-/// A connection to the server, as a client's.
+/// A client's connection to the server.
 class RawClient : public RawConnection {
   public:
     RawClient();
 
-    /// Opens a client's connection. Those with the same token are one client's.
+    /// Sends the greeting of a client. Connections with the same token belong to one client.
     bool Greet(ipc::FrameKind kind, std::uint8_t token = 1, std::uint64_t order = 0);
 };
 
-/// A service that hands out the connections that clients make.
+/// A service whose connections the test serves.
 class RawService {
   public:
     RawService() : listener_(ipc::Listen(kPipe)) {}
 
-    /// Waits for a connection with a greeting of that kind, and keeps all that come.
+    /// Waits for a connection with a greeting of that kind, and keeps all connections.
     void WaitFor(ipc::FrameKind kind);
 
-    /// The next connection with its greeting read, of that kind: others are kept for later.
+    /// The next connection with a greeting of that kind; others are kept for later.
     std::unique_ptr<RawConnection> Accept(ipc::FrameKind kind);
 
     /// The next event connection, welcomed.

@@ -75,7 +75,7 @@ TEST_F(RequestsTest, CarryPayloadsUpToTheLimitAndPadReplies)
         EXPECT_NE(answer->payload, nullptr);
         EXPECT_TRUE(IsZeroBehindPayload(*answer));
     }
-    // A short one again: what the long ones left behind is gone.
+    // A short one after long ones: the padding is zero again.
     const auto answer = Request(*client, 1, Counting(3));
     ASSERT_TRUE(answer);
     EXPECT_TRUE(IsZeroBehindPayload(*answer));
@@ -128,7 +128,7 @@ TEST_F(RequestsTest, AreRefusedWhenTheyDoNotFitAFrame)
     request.name.assign(256, 'n');
     EXPECT_FALSE(client->SendIPCMessage(request, reply, kNoHurry));
     request.name.clear();
-    request.length = 4;  // of which there are none
+    request.length = 4;  // but no bytes
     EXPECT_FALSE(client->SendIPCMessage(request, reply, kNoHurry));
 
     EXPECT_EQ(reply.msgId, -1);
@@ -181,7 +181,7 @@ TEST_F(RequestsTest, MoreThanSixtyFourRequestsAtOnceWait)
     std::thread callers(
         [&] { OnThreads(80, [&](std::size_t) { served += IsServed(*client) ? 1 : 0; }); });
     EXPECT_TRUE(Eventually([&] { return inside == 64; }));
-    // One more does not get a connection within its time.
+    // One more does not find a connection in time.
     const auto waited = Duration([&] { EXPECT_FALSE(IsServed(*client, 50)); });
     EXPECT_GE(waited, 50ms);
     gate.Open();

@@ -1,4 +1,4 @@
-// What is done in a test a few times, and in a long one many times.
+// Steps that short tests do a few times and long tests many times.
 #pragma once
 
 #include <tests/platform/IPCMessage/Fixture.h>
@@ -11,23 +11,23 @@
 
 namespace pelacon::test {
 
-/// Requests of several threads at once, none like another. Returns how many of them did not get
-/// their own reply.
+/// Makes different requests on several threads at once. Returns how many did not receive their own
+/// reply.
 std::uint32_t CallsThatWentWrong(const IPCMessageClient& client, std::size_t threads,
                                  std::uint32_t each);
 
-/// By how much requests that get no answer outlast their time-out: the median of twenty. None may
-/// end before it.
+/// By how much unanswered requests outlast their time-out: the median of twenty. None may end
+/// before its time-out.
 Clock::duration Overrun(const IPCMessageClient& client, milliseconds timeout);
 
-/// How far that may go.
+/// The limit of that.
 inline constexpr Clock::duration kOverrunLimit = kSanitized ? 100ms : 20ms;
 
-/// Turns away the client that wants to connect its events, and tells how long it waits then before
-/// it tries again.
+/// Closes the event connection that a client opens, and returns how long the client waits before it
+/// tries again.
 Clock::duration PauseBetweenAttempts(RawService& service);
 
-/// Sends notifications (id 7) to every client that has arrived, while it exists.
+/// Sends notifications (id 7) to the client that arrived last, as long as this object lives.
 class Stream {
   public:
     Stream(Handler& handler, IPCMessageServer& server);

@@ -1,4 +1,4 @@
-// Connections when memory, threads or descriptors run out, with a scripted listener.
+// Connections when memory or descriptors run out, with a scripted listener.
 #include <IPCMessage/ServerConnections.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 
@@ -17,7 +17,7 @@ using ipc::IoStatus;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Counts how many of them exist.
+/// Reports its destruction.
 class CountedConnection : public ipc::Connection {
   public:
     explicit CountedConnection(std::atomic<int>& open) : open_(open)
@@ -49,7 +49,7 @@ class CountedConnection : public ipc::Connection {
     ipc::Peer peer_;
 };
 
-/// Accepts the connections that the test makes arrive.
+/// Accepts the connections that a test gives it.
 class ToldListener : public ipc::Listener {
   public:
     using Arrival = std::function<std::unique_ptr<ipc::Connection>()>;

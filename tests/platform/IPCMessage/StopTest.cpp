@@ -1,4 +1,4 @@
-// A client's end, whenever it comes.
+// The end of a client, at any time.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
@@ -37,7 +37,7 @@ TEST_F(StopTest, EndsWaitingRequestsAtOnce)
     HoldRequests(inside);
     StartBoth();
     std::thread callers([&] {
-        // So many that more wait for a connection than there are.
+        // More than there are connections, so that some wait for one.
         OnThreads(140, [&](std::size_t) { EXPECT_FALSE(IsServed(*client)); });
     });
     EXPECT_TRUE(Eventually([&] { return inside == 64; }));
@@ -67,7 +67,7 @@ TEST_F(StopTest, WaitsForACallbackThatRuns)
     }
     ASSERT_TRUE(entered.Pass());
     std::thread opener([&] {
-        std::this_thread::sleep_for(20ms);  // so that stop has something to wait for
+        std::this_thread::sleep_for(20ms);  // gives stop time to reach its wait
         EXPECT_FALSE(left);
         gate.Open();
     });
@@ -108,7 +108,7 @@ TEST_F(StopTest, FromInsideACallbackDoesNotWait)
     server->Notify(clientId, 7, {});
     server->Notify(clientId, 7, {});
     EXPECT_FALSE(results.WaitFor(1).front());
-    client->UnRegisterMessageCallbackAll();  // from outside it does
+    client->UnRegisterMessageCallbackAll();  // outside a callback it waits
     EXPECT_EQ(results.Count(), 1U);
 }
 
@@ -125,7 +125,7 @@ TEST_F(StopTest, TheClientMayBeDestroyedInsideItsCallback)
             client.reset();
             destroyed.Open();
             gate.Pass();
-            // What the callback is made of, and its message, outlive the client.
+            // The captures of the callback, and its message, outlive the client.
             seen.Put(*captured + static_cast<int>(item.length) + item.message[0]);
         });
     server->Notify(clientId, 7, Counting(3));

@@ -1,4 +1,4 @@
-// What the channel's tests need of the operating system.
+// Functions of the operating system for the channel's tests.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// A service that stands still: stopped in a debugger, or stuck.
+// A service that does not run: stopped in a debugger, or stuck.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
@@ -13,7 +13,7 @@ class SuspendedServiceTest : public ChannelTest {
   protected:
     SuspendedServiceTest() { EXPECT_EQ(service.ReadLine(), "ready"); }
 
-    /// Fills the backlog with waiting connections.
+    /// Opens connections until the backlog takes no more.
     void FillBacklog()
     {
         const std::atomic<bool> never{false};
@@ -90,7 +90,7 @@ TEST_F(SuspendedServiceTest, AFullBacklogDoesNotDelayStop)
     StartClient();
     std::thread callers(
         [&] { OnThreads(4, [&](std::size_t) { EXPECT_FALSE(IsServed(*client)); }); });
-    std::this_thread::sleep_for(50ms);  // most are in their wait by now
+    std::this_thread::sleep_for(50ms);  // gives them time to reach their wait
     const auto stop = [&] {
         return Duration([&] {
             client->UnRegisterMessageCallbackAll();

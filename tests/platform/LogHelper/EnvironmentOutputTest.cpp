@@ -1,4 +1,4 @@
-// What PELACON_LOG makes of a program's lines, seen from outside.
+// The output of programs with PELACON_LOG.
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Matches.h>
 #include <tests/support/TemporaryFolder.h>

@@ -1,4 +1,4 @@
-// The application's sink. What PELACON_LOG asks for is tested from outside: EnvironmentOutputTest.
+// The application's sink. EnvironmentOutputTest tests PELACON_LOG.
 #include <LogHelper/KvLogger.h>
 
 #include <gmock/gmock.h>
@@ -34,7 +34,7 @@ class KvLoggerTest : public ::testing::Test {
   protected:
     void TearDown() override { logger.SetSink({}); }
 
-    /// A sink that keeps what it is given.
+    /// A sink that keeps its lines.
     KvLogger::Sink Keep()
     {
         return [this](LOG_MESSAGE_LEVEL level, std::wstring_view line) {
@@ -167,7 +167,8 @@ TEST_F(KvLoggerTest, SinkIsCalledOnSeveralThreadsAtOnce)
     }
 }
 
-/// A sink's owner, gone as soon as the sink was taken away: under a sanitizer a later call shows.
+/// The owner of a sink, destroyed as soon as the sink was removed: AddressSanitizer reports later
+/// calls.
 TEST_F(KvLoggerTest, SinksMayBeReplacedWhileLinesAreWritten)
 {
     std::atomic<bool> stop{false};

@@ -1,6 +1,6 @@
-// Writes one line of each level, as a program under PELACON_LOG does. With an argument it also sets
-// a sink, from the milestones on, that prints what it is given to stdout; with two, it opens the
-// file that the second names before it logs.
+// Logs one line of each level, for tests of PELACON_LOG. With an argument it also sets a sink, from
+// the milestones on, that prints its lines to stdout; with two arguments it opens the file that the
+// second one names before it logs.
 #include <LogHelper/KvLogger.h>
 
 #include <cstdio>

@@ -9,7 +9,7 @@
 
 namespace {
 
-using Buffer = std::array<char, 5>;  // one more than the copies are told of
+using Buffer = std::array<char, 5>;  // one more than the size passed to the copies
 
 Buffer Marked()
 {

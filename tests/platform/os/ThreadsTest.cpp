@@ -25,7 +25,7 @@ TEST(StartDetachedThreadTest, RunsTheBodyOnAThreadOfItsOwn)
     EXPECT_NE(where.get(), std::this_thread::get_id());
 }
 
-/// Tells when it ends.
+/// Reports its destruction.
 class Telling {
   public:
     explicit Telling(std::promise<void>& promise) : promise_(promise) {}

@@ -56,7 +56,7 @@ class Descriptor {
     int descriptor_;
 };
 
-/// Where output is read, and where the child writes it.
+/// The ends of a pipe.
 struct Channel {
     Descriptor reading;
     Descriptor writing;
@@ -129,7 +129,7 @@ pid_t Spawn(const std::string& program, const std::vector<std::string>& argument
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    // Signals as a shell would leave them, whatever the test program was started with.
+    // The defaults of a shell, whatever the test program was started with.
     sigset_t signals;
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&attributes, &signals);
@@ -154,7 +154,7 @@ pid_t Spawn(const std::string& program, const std::vector<std::string>& argument
     return process;
 }
 
-/// Text that comes in on a thread of its own.
+/// Reads the text that comes from a pipe, on its own thread.
 class Stream {
   public:
     explicit Stream(Descriptor from) : from_(std::move(from)), thread_([this] { Read(); }) {}
@@ -162,7 +162,7 @@ class Stream {
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
-    /// Until the other end is closed.
+    /// Waits until the other end is closed.
     void Join()
     {
         if (thread_.joinable()) {

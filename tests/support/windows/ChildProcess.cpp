@@ -34,7 +34,7 @@ SECURITY_ATTRIBUTES Inheritable()
     return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
 }
 
-/// Where output is read, and where the child writes it.
+/// The ends of a pipe.
 struct Channel {
     OwnedHandle reading;
     OwnedHandle writing;
@@ -52,7 +52,7 @@ Channel MakePipe()
     return {OwnedHandle(reading), OwnedHandle(writing)};
 }
 
-/// One that the child reads.
+/// A pipe that the child reads.
 Channel MakeInputPipe()
 {
     Channel pipe = MakePipe();
@@ -61,7 +61,7 @@ Channel MakeInputPipe()
     return pipe;
 }
 
-/// A word of a command line, quoted so that the program reads it back as it is.
+/// A word of a command line, quoted so that the program receives it unchanged.
 std::string Quoted(const std::string& word)
 {
     std::string quoted = "\"";
@@ -90,7 +90,7 @@ struct VariablesFreed {
     void operator()(wchar_t* variables) const { FreeEnvironmentStringsW(variables); }
 };
 
-/// This process's environment with some variables replaced, as CreateProcess wants it.
+/// The environment block of this process with some variables added or replaced.
 std::wstring EnvironmentWith(const std::vector<std::string>& additions)
 {
     std::wstring block;
@@ -115,7 +115,7 @@ std::wstring EnvironmentWith(const std::vector<std::string>& additions)
     return block;
 }
 
-/// Text that comes in on a thread of its own, with the line ends of all other systems.
+/// Reads the text that comes from a pipe, on its own thread, and removes carriage returns.
 class Stream {
   public:
     explicit Stream(OwnedHandle from) : from_(std::move(from)), thread_([this] { Read(); }) {}
@@ -123,7 +123,7 @@ class Stream {
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
-    /// Until the other end is closed.
+    /// Waits until the other end is closed.
     void Join()
     {
         if (thread_.joinable()) {
@@ -268,7 +268,7 @@ std::uint32_t ChildProcess::Id() const
     return implementation_->Id();
 }
 
-/// Where the tests have no console, there is no Ctrl-C.
+/// Without a console there is no Ctrl-C.
 void ChildProcess::Interrupt()
 {
     if (GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, implementation_->Id()) == 0) {

@@ -15,7 +15,7 @@ using testing::HasSubstr;
 
 using CrowdTest = ChannelTest;
 
-/// While this lives the process can open nothing more.
+/// The process can open no descriptor while this object lives.
 class NoDescriptors {
   public:
     NoDescriptors()

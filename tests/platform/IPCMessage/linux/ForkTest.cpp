@@ -1,4 +1,4 @@
-// Children that fork makes of a client's process.
+// Forked children of a process with a client.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/support/linux/InChild.h>
 
@@ -100,7 +100,7 @@ TEST_F(ForkTest, AChildKeepsNoConnectionOfItsParentOpen)
     ASSERT_EQ(read(begin[0], &byte, 1), 1) << "the child does not run";
     close(begin[0]);
     close(begin[1]);
-    // Nothing in the client's last moments tells the service; it sees the descriptors close.
+    // The client sends no farewell: the service notices that the descriptors are closed.
     const std::string address = server->Address();
     client.reset();
     handler.left.WaitFor(1);

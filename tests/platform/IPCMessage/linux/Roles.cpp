@@ -43,7 +43,7 @@ int Control()
     return 0;
 }
 
-/// What this program says in another role, in this process's surroundings.
+/// The output of this program in another role.
 std::string Outcome(const std::string& role)
 {
     std::array<char, 256> line{};
@@ -66,8 +66,8 @@ std::string ModeOf(const std::string& path)
     return text.data();
 }
 
-/// Puts this process where a service of the system listens in a /run of its own; false, and says
-/// so, where that is not allowed.
+/// Gives this process its own /run, in which a service of the system listens; false, with a
+/// message, where that is not allowed.
 bool EnterOwnSystem()
 {
     if (unshare(CLONE_NEWNS) != 0 ||
@@ -81,7 +81,7 @@ bool EnterOwnSystem()
     return true;
 }
 
-/// Opens connections until one is refused, says how many it has, and keeps them until its input
+/// Opens connections until one is refused, writes how many it has, and keeps them until its input
 /// ends.
 int Hoard()
 {
@@ -103,7 +103,7 @@ int Hoard()
     return 0;
 }
 
-/// A service that all users share and that has few places. Writes who finds one.
+/// A service for all users that accepts few connections. Writes which callers are accepted.
 int ServeCrowd()
 {
     if (!EnterOwnSystem()) {
@@ -151,7 +151,7 @@ int CallWithoutStreams()
     return 0;
 }
 
-/// A service that all users share, in a /run of its own. Writes what becomes of its visitors.
+/// A service for all users, in its own /run. Writes what its callers receive.
 int ServeSystem()
 {
     if (!EnterOwnSystem()) {

@@ -1,4 +1,4 @@
-// Signals that an application takes while one of its threads waits for an answer.
+// Signals during a wait for an answer.
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/Scenarios.h>
 

@@ -1,4 +1,4 @@
-// Where the socket lies, whose it is, and who may come.
+// The socket: its place, its owner, and access to it.
 #include <IPCMessage/IPCControl.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
@@ -25,7 +25,7 @@ using testing::HasSubstr;
 
 class SocketsTest : public ChannelTest {
   protected:
-    /// Why no server can be started; empty if one can.
+    /// Why a server cannot be started; empty if it can.
     std::string Refusal(const std::wstring& pipe = kPipe)
     {
         try {
@@ -64,7 +64,7 @@ TEST_F(SocketsTest, IsSearchedInTheSystemsFolderAndThenInTheUsersOwn)
 {
     setenv("XDG_RUNTIME_DIR", "/home/somebody", 1);
     EXPECT_THAT(ipc::FindPipePlaces(kPipe), ElementsAre(Place(".sock")));
-    setenv("PELACON_RUNTIME_DIR", "", 1);  // as good as not set
+    setenv("PELACON_RUNTIME_DIR", "", 1);  // the same as not set
     EXPECT_THAT(ipc::FindPipePlaces(kPipe), ElementsAre("/run/pelacon/ChannelTest.sock",
                                                         "/home/somebody/pelacon/ChannelTest.sock"));
     unsetenv("XDG_RUNTIME_DIR");
@@ -249,7 +249,7 @@ TEST_F(SocketsTest, AUsersServiceRefusesOtherUsers)
         GTEST_SKIP() << "only root can become another user";
     }
     StartBoth();
-    // The modes keep them out already.
+    // The modes alone refuse them.
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "not served");
     EXPECT_EQ(PeerProcess("control-as-nobody").ReadLine(),
               "this user may not connect to the service's pipe");
@@ -278,7 +278,7 @@ TEST_F(SocketsTest, AClientTrustsNoServiceOfAnotherUser)
     EXPECT_FALSE(IPCSendControl(kPipe, "command", kPatience, error));
     EXPECT_EQ(error.kind, IPCControlError::Kind::kNoAccess);
     EXPECT_THAT(error.message, HasSubstr("no service that is trusted"));
-    // Who trusts it is served by it.
+    // A client that trusts it is served.
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "served");
 }
 

@@ -32,7 +32,7 @@ void SuspendProcess(std::uint32_t processId)
 {
     int status = 0;
     kill(static_cast<pid_t>(processId), SIGSTOP);
-    waitpid(static_cast<pid_t>(processId), &status, WUNTRACED);  // it stands still from then on
+    waitpid(static_cast<pid_t>(processId), &status, WUNTRACED);  // it is stopped from now on
 }
 
 void ResumeProcess(std::uint32_t processId)

@@ -1,4 +1,4 @@
-// The parts that a peer process can play.
+// The roles of a peer process.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@ namespace pelacon::test {
 
 int PlayRole(const std::string& role);
 
-/// Those that one operating system alone has.
+/// Roles that exist on one operating system only.
 int PlayPlatformRole(const std::string& role);
 
 }  // namespace pelacon::test

@@ -1,5 +1,5 @@
-// The channel's other end for the tests, in a process of its own. The first argument is its role;
-// it writes a line when it is ready, and ends when its input does.
+// The channel's other end for the tests, as a process. The first argument is its role. It writes a
+// line when it is ready, and ends when its input ends.
 #include <IPCMessage/IPCMessageClient.h>
 #include <IPCMessage/IPCMessageServer.h>
 #include <tests/platform/IPCMessage/Fixture.h>
@@ -26,7 +26,7 @@ void WaitForEndOfInput()
     }
 }
 
-/// Answers requests, but those of id 2 never.
+/// Answers requests, except those with id 2.
 int Serve()
 {
     Handler handler;
@@ -40,10 +40,10 @@ int Serve()
     IPCMessageServer server(kPipe, handler);
     Say("ready");
     WaitForEndOfInput();
-    std::_Exit(0);  // whatever is still waiting
+    std::_Exit(0);  // without waiting for running requests
 }
 
-/// Sends notifications without end to who came last.
+/// Sends notifications without end to the client that arrived last.
 int ServeStream()
 {
     Handler handler;
@@ -54,7 +54,7 @@ int ServeStream()
     return 0;
 }
 
-/// An application that leaves main while its callbacks are running and requests are under way.
+/// An application that returns from main while callbacks and requests are running.
 int LeaveMain()
 {
     static IPCMessageClient* const client = new IPCMessageClient(1, false, false, kPipe);
@@ -75,7 +75,7 @@ int LeaveMain()
     return 42;
 }
 
-/// Makes one request and tells how it went.
+/// Makes one request and writes its outcome.
 int Call()
 {
     const IPCMessageClient client(1, false, false, kPipe);
@@ -83,7 +83,7 @@ int Call()
     return 0;
 }
 
-/// Makes a request for each line of its input, over a connection of its own, and tells how it went.
+/// Makes a request for each line of its input, over a new connection, and writes its outcome.
 int CallOnLine()
 {
     std::string line;

@@ -55,7 +55,7 @@ TEST(PipeSecurityTest, ThePipeOfAServiceBelongsToItsUser)
     EXPECT_TRUE(IsTrustedServer(OwnerOfPipe(pipe.opened.get())));
 }
 
-// The id of the process that offers a pipe may be that of a later process already.
+// The process that offered a pipe may have ended, and its id may belong to another process.
 TEST(PipeSecurityTest, TheOwnerOfAPipeCountsBeforeTheUserOfItsProcess)
 {
     Pipe pipe(Access(kAdministratorsOwner));

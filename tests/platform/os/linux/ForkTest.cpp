@@ -1,4 +1,4 @@
-// What a forked child finds of the locks, counts and sinks that its parent's threads were using.
+// Locks, counts and sinks in a forked child whose parent's threads were using them.
 #include <os/Lock.h>
 #include <os/SinkSlot.h>
 #include <os/UseCount.h>
@@ -22,7 +22,7 @@ using pelacon::test::InChild;
 
 constexpr auto kForkLimit = 10s;
 
-/// A thread that is inside something until this ends.
+/// A thread that runs an action until this object is destroyed.
 class Inside {
   public:
     template <typename Enter>

@@ -1,4 +1,4 @@
-// What only a process of its own can try: it gives up rights and resources.
+// Tests that need their own process, as they give up rights and resources.
 #include <os/Processes.h>
 #include <os/Threads.h>
 #include <tests/support/TemporaryFolder.h>
@@ -39,7 +39,7 @@ TEST(VisitProcessPathsTest, UsesTheCommandLineWhereTheLinkMayNotBeRead)
 {
     constexpr uid_t kNobody = 65534;
     if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can become somebody else";
+        GTEST_SKIP() << "only root can change its user";
     }
     const pid_t root = getpid();
     const std::string argument = ::testing::internal::GetArgvs().front();

@@ -1,5 +1,5 @@
-// The conversation with the kernel about wireless interfaces, with a kernel of the test's own: what
-// libnl sends and receives through any socket goes to it.
+// The messages to and from the kernel about wireless interfaces. The kernel is a stand-in: all that
+// libnl sends and receives goes through it.
 #include <os/Wlan.h>
 #include <tests/support/linux/InChild.h>
 
@@ -36,7 +36,7 @@ using ::testing::ElementsAre;
 
 using Datagram = std::vector<std::uint8_t>;
 
-/// A scan that was asked for.
+/// A requested scan.
 struct Scan {
     std::uint32_t interface;
     std::vector<std::string> networks;
@@ -48,7 +48,7 @@ struct Scan {
 class Kernel {
   public:
     bool knowsWireless = true;
-    bool silent = false;  ///< answers are on their way until it speaks again
+    bool silent = false;                                   ///< answers are held back
     std::vector<std::optional<std::uint32_t>> interfaces;  ///< by index; some have none
     int scanResult = 0;
 
@@ -278,7 +278,7 @@ TEST_F(WlanTest, WithoutAHandleNothingIsListed)
 
 }  // namespace
 
-// In place of the C library's, as libnl finds them.
+// These replace the C library's functions for libnl.
 
 extern "C" [[gnu::visibility("default")]] int socket(int domain, int type, int protocol) noexcept
 {
@@ -303,7 +303,7 @@ extern "C" [[gnu::visibility("default")]] ssize_t recvmsg(int socket, msghdr* me
 {
     const Datagram* const datagram = kernel->Next(socket);
     if (datagram == nullptr) {
-        errno = EAGAIN;  // as a socket with a time limit has it
+        errno = EAGAIN;  // as on a socket with a time limit
         return -1;
     }
     const iovec& room = message->msg_iov[0];

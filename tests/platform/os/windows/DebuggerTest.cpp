@@ -17,10 +17,10 @@ using pelacon::os::OwnedHandle;
 constexpr DWORD kSize = 4096;
 constexpr DWORD kLongest = 5000;
 
-/// A viewer of debugger output: the system hands it what processes say that nobody debugs.
+/// A viewer of debugger output: the system passes it the output of processes without a debugger.
 class DebugViewer {
   public:
-    /// What this process said next.
+    /// The next output of this process.
     std::string Next()
     {
         for (;;) {
