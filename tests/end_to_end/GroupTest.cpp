@@ -175,7 +175,7 @@ TEST_F(Group, TakingTheCardOutEndsTheGroup)
     EXPECT_EQ(WifiSystemApi::GetInstance().EnableWifi(true), kEnableWifiNoAdapter);
 }
 
-TEST_F(Group, ItsOwnWordIsNotAPeersAfterALostConnection)
+TEST_F(Group, AnOwnConfigurationIsNotAPeersAfterALostConnection)
 {
     EXPECT_EQ(Vod2dApi::Vod2dRegisterWifiCfgCallback(&cfgTable), 0);
     std::uint8_t own[] = {'o', 'w', 'n'};

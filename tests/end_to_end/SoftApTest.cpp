@@ -270,7 +270,7 @@ TEST_F(SoftAp, ChannelsAreKeptAndComputed)
     EXPECT_EQ(Api().GetFrequencyFromChannel(149), 5745);
 }
 
-TEST_F(SoftAp, TheSwitchIsWhereItWasAskedToGoWhenTheAnswerComes)
+TEST_F(SoftAp, TheSwitchIsCompleteWhenItIsAnswered)
 {
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(Api().EnableWifi(false), kEnableWifiSuccess);

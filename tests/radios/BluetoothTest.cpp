@@ -114,7 +114,7 @@ TEST_F(OverBluez, AnAdapterIsSwitchedAndRenamed)
     EXPECT_NE(one->picture.address, two->picture.address);
 }
 
-TEST_F(OverBluez, WhatOneSendsTheOtherHearsByteForByte)
+TEST_F(OverBluez, AdvertisementsArriveUnchanged)
 {
     using testing::AllOf;
     using testing::Contains;
@@ -158,7 +158,7 @@ TEST_F(OverBluez, WhatOneSendsTheOtherHearsByteForByte)
     });
 }
 
-TEST_F(OverBluez, OnlySoManyAdvertisementsAreSentAtOnce)
+TEST_F(OverBluez, TheNumberOfAdvertisementsIsLimited)
 {
     std::vector<AdvertisingOutcome> started;
     Do([&] {

@@ -188,7 +188,7 @@ TEST_F(FaultInjectionTest, ADelayedPostDoesNotOutliveItsClient)
     EXPECT_TRUE(Eventually([&] { return Command({{"command", "status"}})["clients"].empty(); }));
 }
 
-TEST_F(FaultInjectionTest, AFloodHoldsUpNobody)
+TEST_F(FaultInjectionTest, AFloodDelaysNobody)
 {
     StartService();
     TestClient flooded(PipeName());

@@ -61,7 +61,7 @@ TEST_F(SchedulerTest, ACancelledTaskDoesNotRun)
     EXPECT_FALSE(ran);
 }
 
-TEST_F(SchedulerTest, AMovedTimerCarriesItsTask)
+TEST_F(SchedulerTest, AMovedTimerKeepsItsTask)
 {
     bool ran = false;
     const Scheduler::Guard lock = scheduler_.Lock();
@@ -97,7 +97,7 @@ TEST_F(SchedulerTest, APeriodicTaskRunsUntilItCancelsItself)
     EXPECT_EQ(runs, 3);
 }
 
-TEST_F(SchedulerTest, ATaskThatFailsHarmsNobody)
+TEST_F(SchedulerTest, ATaskMayThrow)
 {
     bool ran = false;
     const Scheduler::Guard lock = scheduler_.Lock();
@@ -117,7 +117,7 @@ TEST_F(SchedulerTest, WaitingIsLimited)
     EXPECT_GE(Scheduler::Clock::now() - begin, 20ms);
 }
 
-TEST_F(SchedulerTest, TheLockIsFreeWhileOneWaits)
+TEST_F(SchedulerTest, TheLockIsReleasedDuringAWait)
 {
     const Scheduler::Guard lock = scheduler_.Lock();
     bool changed = false;
@@ -130,7 +130,7 @@ TEST_F(SchedulerTest, TheLockIsFreeWhileOneWaits)
     other.join();
 }
 
-TEST_F(SchedulerTest, StoppingEndsAllWaiting)
+TEST_F(SchedulerTest, StoppingEndsAllWaits)
 {
     bool waiting = false;
     bool result = true;
@@ -151,7 +151,7 @@ TEST_F(SchedulerTest, StoppingEndsAllWaiting)
     EXPECT_FALSE(result);
 }
 
-TEST_F(SchedulerTest, ACompletionWakesWhoAwaitsIt)
+TEST_F(SchedulerTest, ACompletionEndsItsWait)
 {
     RecordingTransport line;
     Session session(scheduler_, line, 1, 1);
@@ -166,7 +166,7 @@ TEST_F(SchedulerTest, ACompletionWakesWhoAwaitsIt)
     EXPECT_TRUE(session.IsPresent());
 }
 
-TEST_F(SchedulerTest, ASessionThatEndsGivesUpItsWaiting)
+TEST_F(SchedulerTest, ASessionsEndEndsItsWaits)
 {
     RecordingTransport line;
     Session session(scheduler_, line, 1, 1);

@@ -104,7 +104,7 @@ TEST_F(SessionsTest, AClientThatNeverArrivesIsForgotten)
     EXPECT_NE(sessions_.Of(5), early);
 }
 
-TEST_F(SessionsTest, WhoHasNotArrivedIsKeptFromRequestToRequest)
+TEST_F(SessionsTest, ARequestProlongsTheSessionOfAnAbsentClient)
 {
     constexpr auto kGrace = 200ms;
     Sessions sessions(scheduler_, transport_, families_, kGrace);

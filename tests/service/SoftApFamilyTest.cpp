@@ -399,7 +399,7 @@ TEST_F(SoftApFamilyTest, AClientThatReturnsIsNotifiedOfTheStateThatItFinds)
     EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP") << "without having asked again";
 }
 
-TEST_F(SoftApFamilyTest, ConnectionsAreNotifiedAlsoToThoseWhoRegisteredInVain)
+TEST_F(SoftApFamilyTest, ConnectionsAreNotifiedToUnregisteredClients)
 {
     TestClient client(PipeName());
     Create(client);
@@ -483,7 +483,7 @@ TEST_F(SoftApFamilyTest, MovesBetweenTheBands)
     EXPECT_EQ(NextAdvertisement(client), "2 6 Desk AP");
 }
 
-TEST_F(SoftApFamilyTest, ItsChannelIsPickedAnew)
+TEST_F(SoftApFamilyTest, ItsChannelIsChosenAgain)
 {
     TestClient client(PipeName());
     EXPECT_EQ(client.Call(protocol::kSystemRefreshSoftAPChannel)->value, 0);

@@ -111,7 +111,7 @@ TEST_F(WifiConfigFamilyTest, AConfigurationOutlivesItsClient)
     EXPECT_EQ(Self(client, 0), "second");
 }
 
-TEST_F(WifiConfigFamilyTest, WhatAClientSetIsNotItsOwnAfterALossEither)
+TEST_F(WifiConfigFamilyTest, AClientsConfigurationIsNotItsOwnAfterALoss)
 {
     TestClient one(PipeName());
     EXPECT_EQ(Set(one, 1, "from one"), kStatusDone);

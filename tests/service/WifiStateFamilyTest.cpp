@@ -45,7 +45,7 @@ TEST_F(WifiStateFamilyTest, SwitchesAndNotifiesRegisteredClients)
     EXPECT_EQ(actor.Waiting(protocol::kWifiSwitchState.id), 0U);
 }
 
-TEST_F(WifiStateFamilyTest, TheAnswerComesWhenTheSwitchIsThere)
+TEST_F(WifiStateFamilyTest, TheAnswerComesAfterTheSwitch)
 {
     EndService();
     StartService(R"({"wifi": {"switchMs": 200}})");
@@ -60,7 +60,7 @@ TEST_F(WifiStateFamilyTest, TheAnswerComesWhenTheSwitchIsThere)
     EXPECT_EQ(second.get(), 0);
 }
 
-TEST_F(WifiStateFamilyTest, WhoIsOvertakenIsToldSo)
+TEST_F(WifiStateFamilyTest, AnOvertakenRequestReturnsTheActualState)
 {
     EndService();
     StartService(R"({"wifi": {"switchMs": 60000}})");

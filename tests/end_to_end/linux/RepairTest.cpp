@@ -17,7 +17,7 @@ TEST_F(Repair, ReachesAServiceThatIsStartedThroughASymbolicLink)
     EXPECT_TRUE(IsRepairedAfterALoss(service));
 }
 
-TEST_F(Repair, ReachesAServiceWhoseExecutableIsReplacedWhileItRuns)
+TEST_F(Repair, ReachesAServiceWhoseExecutableIsReplaced)
 {
     const fs::path program = Copy();
     ServiceProcess service(std::nullopt, program.string());

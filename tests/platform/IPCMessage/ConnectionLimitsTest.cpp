@@ -9,7 +9,7 @@ namespace {
 
 using Place = ConnectionPlace;
 
-TEST(ConnectionLimitsTest, AreThePromisedOnesWhereTheSystemAllowsThem)
+TEST(ConnectionLimitsTest, AreThePromisedOnesByDefault)
 {
     const ConnectionLimits limits(100'000);
     EXPECT_EQ(limits.all, 2048U);
@@ -45,7 +45,7 @@ TEST(ConnectionLimitsTest, TheLastPlacesAreForUsersThatHaveFew)
     EXPECT_EQ(limits.PlaceFor({limits.all - limits.forCommands, 0, 0}, false), Place::kNone);
 }
 
-TEST(ConnectionLimitsTest, TheVeryLastPlacesAreForOperatorsCommands)
+TEST(ConnectionLimitsTest, TheVeryLastPlacesAreForOperators)
 {
     const ConnectionLimits limits(2048);
     EXPECT_EQ(limits.PlaceFor({100, 50, 5}, true), Place::kAnything);

@@ -119,7 +119,7 @@ class ServerConnectionsTest : public testing::Test {
     std::optional<ipc::ServerConnections> connections_;
 };
 
-TEST_F(ServerConnectionsTest, WantOfMemoryEndsOneConnectionOnly)
+TEST_F(ServerConnectionsTest, RunningOutOfMemoryEndsOneConnectionOnly)
 {
     std::atomic<int> served{0};
     Start([&](ipc::ServedConnection&) {
@@ -134,7 +134,7 @@ TEST_F(ServerConnectionsTest, WantOfMemoryEndsOneConnectionOnly)
     EXPECT_THAT(warnings_.All(), ElementsAre(HasSubstr("no memory")));
 }
 
-TEST_F(ServerConnectionsTest, WantOfMemoryWhileAcceptingPasses)
+TEST_F(ServerConnectionsTest, AcceptingGoesOnAfterRunningOutOfMemory)
 {
     std::atomic<int> served{0};
     Start([&](ipc::ServedConnection&) { ++served; });
@@ -144,7 +144,7 @@ TEST_F(ServerConnectionsTest, WantOfMemoryWhileAcceptingPasses)
     EXPECT_THAT(warnings_.All(), ElementsAre(HasSubstr("no memory")));
 }
 
-TEST_F(ServerConnectionsTest, CallersThatAreTurnedAwayAreReportedOnce)
+TEST_F(ServerConnectionsTest, RefusedCallersAreReportedOnce)
 {
     std::atomic<int> served{0};
     Start([&](ipc::ServedConnection&) { ++served; });

@@ -42,7 +42,7 @@ TEST(LockTest, IsHeldByOneThread)
     EXPECT_TRUE(IsFreeForOthers(lock));
 }
 
-TEST(LockTest, ItsOwnerTakesItAsOftenAsItLikes)
+TEST(LockTest, ItsOwnerMayTakeItAgain)
 {
     Lock lock;
     lock.lock();
@@ -55,7 +55,7 @@ TEST(LockTest, ItsOwnerTakesItAsOftenAsItLikes)
     EXPECT_TRUE(IsFreeForOthers(lock));
 }
 
-TEST(LockTest, WhoeverWaitsGetsIt)
+TEST(LockTest, WaitingThreadsTakeItInTurn)
 {
     constexpr int kThreads = 4;
     constexpr int kRounds = 20'000;
@@ -108,7 +108,7 @@ TEST(UseCountTest, WaitsForEveryUse)
     EXPECT_EQ(waiter.wait_for(kLockLimit), std::future_status::ready);
 }
 
-TEST(SingletonTest, IsMadeOnceAndMadeAgainWhereThatFailed)
+TEST(SingletonTest, IsMadeOnceAndAgainAfterAFailure)
 {
     static constinit pelacon::os::Singleton<int> singleton;
     EXPECT_THROW(singleton.Get([]() -> int* { throw std::runtime_error("no"); }),

@@ -151,7 +151,7 @@ TEST_F(CFormOfGetBtName, ReturnsAnotherResultUnchanged)
     EXPECT_EQ(GetBtName(nullptr, nullptr), -9);
 }
 
-TEST_F(CFormOfGetBtName, WhoseCopyFails)
+TEST_F(CFormOfGetBtName, FailsWhenItsCopyFails)
 {
     AnswerWith("garden");
     Copies::FailNext();

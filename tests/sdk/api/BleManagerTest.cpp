@@ -219,7 +219,7 @@ TEST_F(SdkTest, GetBtMacAndNameFillsTheRecord)
     EXPECT_EQ(ByteVector(info.name, info.name + 64), ByteVector(Bytes().Text("workbench", 64)));
 }
 
-TEST_F(SdkTest, GetBtMacAndNameTakesANameOfTheWholeField)
+TEST_F(SdkTest, GetBtMacAndNameAcceptsANameOfTheWholeField)
 {
     const std::string name(64, 'n');
     channel.Reply(0xD7005F, MacAndName(1, name, 0));

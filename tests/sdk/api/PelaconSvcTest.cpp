@@ -275,7 +275,7 @@ TEST_F(StoppedSdkTest, StopDuringAStartStopsWhatWasStarted)
     EXPECT_EQ(BleManager::BtEnable(), -1);
 }
 
-TEST_F(SdkTest, StartDuringAStopStartsAnew)
+TEST_F(SdkTest, StartDuringAStopStartsAgain)
 {
     channel.Reply(kBtEnable, Bytes().I32(0));
     std::promise<void> stopping;

@@ -97,7 +97,7 @@ TEST_F(SdkTest, ThePcListsReplaceWhatTheListsHeld)
     EXPECT_EQ(current, 36);
 }
 
-TEST_F(SdkTest, TheConnectionsChannelIsAskedForByValue)
+TEST_F(SdkTest, TheConnectionsChannelIsSentByValue)
 {
     channel.Reply(0xD70020, Bytes().I32(5180));
     const int wanted = 36;

@@ -151,7 +151,7 @@ class OutOfMemoryTest : public ::testing::TestWithParam<Notified> {
     }
 };
 
-TEST_P(OutOfMemoryTest, LosesANotificationAtMost)
+TEST_P(OutOfMemoryTest, LosesOneNotificationAtMost)
 {
     std::vector<std::uint8_t> payload = Payload();
     TagIPCMessageItem item;
@@ -202,7 +202,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 using OutOfMemoryDeathTest = ::testing::Test;
 
-TEST_F(OutOfMemoryDeathTest, WhatACallbackThrowsIsItsOwn)
+TEST_F(OutOfMemoryDeathTest, AnExceptionOfACallbackEndsTheProcess)
 {
     static BtManagerCallbacksC manager{
         [](int32_t) { throw std::runtime_error("of the callback"); }};

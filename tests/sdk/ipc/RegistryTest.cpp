@@ -91,7 +91,7 @@ TEST(OrderedListTest, RemovesEveryEntryOfAPointer)
     EXPECT_TRUE(list.Empty());
 }
 
-TEST(OrderedListTest, MayBeChangedByWhatIsCalledWithItsValues)
+TEST(OrderedListTest, MayBeChangedWhileItIsWalked)
 {
     OrderedList<int> list;
     for (const int value : {1, 2, 3, 4}) {

@@ -53,7 +53,7 @@ class FamilyForkTest : public ForkTest, public ::testing::WithParamInterface<Fam
     }
 };
 
-TEST_P(FamilyForkTest, AChildUsesTheFamilyThoughAThreadOfItsParentIsInARequest)
+TEST_P(FamilyForkTest, AChildUsesTheFamilyWhileAParentsThreadIsInARequest)
 {
     std::promise<void> inRequest;
     std::promise<void> forked;
@@ -68,7 +68,7 @@ TEST_P(FamilyForkTest, AChildUsesTheFamilyThoughAThreadOfItsParentIsInARequest)
     caller.join();
 }
 
-TEST_P(FamilyForkTest, AChildUsesTheFamilyThoughAThreadOfItsParentIsInACallback)
+TEST_P(FamilyForkTest, AChildUsesTheFamilyWhileAParentsThreadIsInACallback)
 {
     GetParam().registerTable();
     inCallback = HeldCallback::Hold;
@@ -77,7 +77,7 @@ TEST_P(FamilyForkTest, AChildUsesTheFamilyThoughAThreadOfItsParentIsInACallback)
     EXPECT_EQ(InChild([] { return UseAnew(GetParam()); }), 0);
 }
 
-TEST_P(FamilyForkTest, AChildThatACallbackMakesUsesTheFamilyThereAndAfterwards)
+TEST_P(FamilyForkTest, AChildForkedInACallbackUsesTheFamily)
 {
     GetParam().registerTable();
     pid_t child = -1;
@@ -100,7 +100,7 @@ TEST_P(FamilyForkTest, AChildThatACallbackMakesUsesTheFamilyThereAndAfterwards)
 INSTANTIATE_TEST_SUITE_P(Families, FamilyForkTest, ::testing::ValuesIn(Families()),
                          [](const auto& test) { return test.param.name; });
 
-TEST_F(ForkTest, AChildStartsTheLibraryThoughAThreadOfItsParentIsStoppingIt)
+TEST_F(ForkTest, AChildStartsTheLibraryWhileAParentsThreadStopsIt)
 {
     std::promise<void> stopping;
     std::promise<void> forked;
@@ -123,7 +123,7 @@ TEST_F(ForkTest, AChildStartsTheLibraryThoughAThreadOfItsParentIsStoppingIt)
     stopper.join();
 }
 
-TEST_F(ForkTest, AChildStopsTheLibraryThoughAThreadOfItsParentIsStartingIt)
+TEST_F(ForkTest, AChildStopsTheLibraryWhileAParentsThreadStartsIt)
 {
     PelaconSvcStop();
     std::promise<void> starting;

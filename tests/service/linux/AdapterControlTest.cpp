@@ -49,7 +49,7 @@ class AnAdapterControl : public StackTest {
     std::unique_ptr<AdapterControl> control;
 };
 
-TEST_F(AnAdapterControl, SaysWhereThereIsNoBluez)
+TEST_F(AnAdapterControl, FailsWithoutBluez)
 {
     Start();
     EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return !picture.isThere; }));
@@ -58,7 +58,7 @@ TEST_F(AnAdapterControl, SaysWhereThereIsNoBluez)
     EXPECT_EQ(Result(), Outcome::kNoAdapter);
 }
 
-TEST_F(AnAdapterControl, HasItsPictureAtOnceWhereThereIsOne)
+TEST_F(AnAdapterControl, ReadsThePresentStateAtOnce)
 {
     StartBluez();
     Start();
@@ -69,7 +69,7 @@ TEST_F(AnAdapterControl, HasItsPictureAtOnceWhereThereIsOne)
     EXPECT_TRUE(first.isOn);
 }
 
-TEST_F(AnAdapterControl, SwitchesAndSaysWhenThatIsDone)
+TEST_F(AnAdapterControl, SwitchesAndReportsTheEnd)
 {
     StartBluez();
     Start();
@@ -82,7 +82,7 @@ TEST_F(AnAdapterControl, SwitchesAndSaysWhenThatIsDone)
     EXPECT_TRUE(Do([this] { return control->Picture().isOn; }));
 }
 
-TEST_F(AnAdapterControl, RenamesEvenIfThatTakesAWhile)
+TEST_F(AnAdapterControl, RenamesAndWaitsForTheNewName)
 {
     StartBluez();
     Start();
@@ -93,7 +93,7 @@ TEST_F(AnAdapterControl, RenamesEvenIfThatTakesAWhile)
     EXPECT_EQ(Do([this] { return control->Picture().name; }), "hall");
 }
 
-TEST_F(AnAdapterControl, TellsWhyAWishIsRefused)
+TEST_F(AnAdapterControl, ReportsTheReasonOfARefusal)
 {
     StartBluez();
     Start();
@@ -110,7 +110,7 @@ TEST_F(AnAdapterControl, TellsWhyAWishIsRefused)
     }
 }
 
-TEST_F(AnAdapterControl, EndsAWishWhoseAdapterGoes)
+TEST_F(AnAdapterControl, EndsARequestWhenItsAdapterIsRemoved)
 {
     StartBluez();
     Start();
@@ -122,7 +122,7 @@ TEST_F(AnAdapterControl, EndsAWishWhoseAdapterGoes)
     EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return !picture.isThere; }));
 }
 
-TEST_F(AnAdapterControl, EndsAWishWhenBluezDiesAndComesBackWithIt)
+TEST_F(AnAdapterControl, EndsARequestWithBluezAndRecoversWithIt)
 {
     StartBluez();
     Start();
@@ -136,7 +136,7 @@ TEST_F(AnAdapterControl, EndsAWishWhenBluezDiesAndComesBackWithIt)
     EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return picture.isOn; }));
 }
 
-TEST_F(AnAdapterControl, EndsAWishWhenTheBusDies)
+TEST_F(AnAdapterControl, EndsARequestWithTheBus)
 {
     StartBluez();
     Start();
@@ -148,7 +148,7 @@ TEST_F(AnAdapterControl, EndsAWishWhenTheBusDies)
     EXPECT_EQ(Do([this] { return stack->GetPresence(); }), Stack::Presence::kNoBus);
 }
 
-TEST_F(AnAdapterControl, KnowsWhoIsConnected)
+TEST_F(AnAdapterControl, ReportsConnectedDevices)
 {
     StartBluez();
     Start();

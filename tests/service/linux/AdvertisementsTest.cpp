@@ -81,7 +81,7 @@ class RawAdvertisements : public AdvertisementsTest {
     SocketPair sockets;
 };
 
-TEST_F(RawAdvertisements, AreSentAsTheyAreFromTheHighestInstanceDown)
+TEST_F(RawAdvertisements, AreSentUnchangedFromTheHighestInstanceDown)
 {
     OutgoingAdvertisement advertisement;
     advertisement.shortestInterval = std::chrono::milliseconds(100);
@@ -127,7 +127,7 @@ TEST_F(RawAdvertisements, AreRemovedWhenTheirDataIsRefused)
     Expect("3f00", "05", "05");
 }
 
-TEST_F(RawAdvertisements, AreAddedAgainWhenSomebodyElseRemovesThem)
+TEST_F(RawAdvertisements, AreAddedAgainWhenAnotherProgramRemovesThem)
 {
     Add(1);
     ExpectFeatures("00");
@@ -152,7 +152,7 @@ TEST_F(RawAdvertisements, EndWithTheAdapter)
     Expect("3f00", "05", "05");
 }
 
-TEST_F(RawAdvertisements, AreTakenOffTheAirAtTheEnd)
+TEST_F(RawAdvertisements, AreRemovedAtTheEnd)
 {
     Add(1);
     ExpectFeatures("00");
@@ -206,7 +206,7 @@ TEST_F(RebuiltAdvertisements, AreGivenToBluezAsFields)
     }));
 }
 
-TEST_F(RebuiltAdvertisements, TellWhyTheyAreRefused)
+TEST_F(RebuiltAdvertisements, ReportTheReasonOfARefusal)
 {
     bluetoothd->Do({{"do", "fail"},
                     {"method", "RegisterAdvertisement"},

@@ -52,7 +52,7 @@ TEST(AdvertisingStructures, HaveUuidsOfThreeSizes)
               FromHex("55"));
 }
 
-TEST(AdvertisingStructures, MayBeWrong)
+TEST(AdvertisingStructures, InvalidOnesAreIgnored)
 {
     EXPECT_EQ(Read(""), AdvertisingFields());
     EXPECT_EQ(Read("00"), AdvertisingFields());
@@ -63,7 +63,7 @@ TEST(AdvertisingStructures, MayBeWrong)
     EXPECT_THAT(Read("0403aafe01").services, ElementsAre(U("feaa")));
 }
 
-TEST(AdvertisingStructures, SurviveAnyBytes)
+TEST(AdvertisingStructures, AnyBytesAreRead)
 {
     std::uint32_t state = 1;
     for (int round = 0; round < 20000; ++round) {
@@ -111,7 +111,7 @@ TEST(Fields, GoIntoTheScanResponseWhereTheAdvertisementIsFull)
               FromHex("0dff3412eeeeeeeeeeeeeeeeeeee 0c09 61206c6f6e67206e616d65"));
 }
 
-TEST(Fields, HaveTheirNameShortenedWhereItDoesNotFit)
+TEST(Fields, HaveAShortenedNameWhereItDoesNotFit)
 {
     AdvertisingFields fields;
     fields.name = std::string(40, 'n');
@@ -121,7 +121,7 @@ TEST(Fields, HaveTheirNameShortenedWhereItDoesNotFit)
     EXPECT_EQ(pair.data[1], 0x08);
 }
 
-TEST(Fields, LeaveOutWhatFitsNowhere)
+TEST(Fields, AreLeftOutWhereTheyDoNotFit)
 {
     AdvertisingFields fields = Read("020106");
     fields.manufacturerData[1] = std::vector<std::uint8_t>(28, 0xEE);
@@ -129,7 +129,7 @@ TEST(Fields, LeaveOutWhatFitsNowhere)
     EXPECT_THAT(WriteStructures(fields, kRoom).scanResponse, IsEmpty());
 }
 
-TEST(Fields, ComeBackFromWhatWasWritten)
+TEST(Fields, AreReadBackUnchanged)
 {
     const AdvertisingFields fields = Read(
         "020106 0303aafe 0505 44332211 05ff3412 0a0b 0416aafe01 020af4 0319c103 0409 616263 021bff"

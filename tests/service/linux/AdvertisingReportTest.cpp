@@ -42,7 +42,7 @@ TEST(AnAdvertisingReport, IsDecoded)
     EXPECT_EQ(report.data, FromHex("02010605ff34120a0b"));
 }
 
-TEST(AnAdvertisingReport, TellsAScanResponseApart)
+TEST(AnAdvertisingReport, MayBeAScanResponse)
 {
     const AdvertisingReport report = Only(kResponse);
     EXPECT_EQ(report.kind, Kind::kScanResponse);
@@ -70,7 +70,7 @@ TEST(AnAdvertisingReport, MayBeExtended)
     EXPECT_EQ(report.data, FromHex("0303aafe"));
 }
 
-TEST(AnAdvertisingReport, SaysWhatAnExtendedOneIs)
+TEST(AnAdvertisingReport, HasTheTypeOfAnExtendedOne)
 {
     const auto kindOf = [](std::uint8_t type) {
         auto packet = FromHex(kExtended);
@@ -99,7 +99,7 @@ TEST(AnAdvertisingReport, MayShareItsEventWithOthers)
     EXPECT_EQ(reports[1].rssi, -50);
 }
 
-TEST(AnAdvertisingReport, IsNotMadeOfWhatIsSomethingElse)
+TEST(AnAdvertisingReport, IsNotDecodedFromOtherEvents)
 {
     for (const char* packet :
          {"", "04", "043e", "043e00", "043e0102", "040f0400012020",
@@ -110,7 +110,7 @@ TEST(AnAdvertisingReport, IsNotMadeOfWhatIsSomethingElse)
     }
 }
 
-TEST(AnAdvertisingReport, IsNotMadeOfPacketsThatAreCutOff)
+TEST(AnAdvertisingReport, IsNotDecodedFromTruncatedPackets)
 {
     for (const char* packet : {kConnectable, kResponse, kFromRandom, kExtended}) {
         const auto whole = FromHex(packet);
@@ -123,7 +123,7 @@ TEST(AnAdvertisingReport, IsNotMadeOfPacketsThatAreCutOff)
     }
 }
 
-TEST(AnAdvertisingReport, SurvivesAnyByteThatIsWrong)
+TEST(AnAdvertisingReport, MayHaveAnyInvalidByte)
 {
     for (const char* packet : {kConnectable, kExtended}) {
         const auto right = FromHex(packet);
@@ -155,14 +155,14 @@ class AReportAssembler : public testing::Test {
     ReportAssembler assembler;
 };
 
-TEST_F(AReportAssembler, LeavesWholeReportsAsTheyAre)
+TEST_F(AReportAssembler, PassesWholeReportsOn)
 {
     AdvertisingReport report = Piece(1, Part::kWhole, 5, 1);
     EXPECT_TRUE(assembler.Join(report));
     EXPECT_EQ(report.data.size(), 5U);
 }
 
-TEST_F(AReportAssembler, JoinsThePartsOfEachSenderByThemselves)
+TEST_F(AReportAssembler, JoinsThePartsOfEachSender)
 {
     AdvertisingReport first = Piece(1, Part::kMoreToCome, 2, 1);
     AdvertisingReport other = Piece(2, Part::kMoreToCome, 2, 9);
@@ -189,7 +189,7 @@ TEST_F(AReportAssembler, KeepsNoMoreThanAnAdvertisementHolds)
     EXPECT_EQ(last.data.size(), ReportAssembler::kMostData);
 }
 
-TEST_F(AReportAssembler, ForgetsTheOldestOfTooManySenders)
+TEST_F(AReportAssembler, ForgetsTheOldestSenders)
 {
     for (std::uint64_t address = 0; address <= ReportAssembler::kMostUnfinished; ++address) {
         AdvertisingReport report = Piece(address, Part::kMoreToCome, 1, 1);

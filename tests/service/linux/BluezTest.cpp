@@ -70,14 +70,14 @@ class TheMirrorOfBluez : public LoopTest {
     std::unique_ptr<dbus::ObjectMirror> mirror;
 };
 
-TEST_F(TheMirrorOfBluez, SaysThatThereIsNone)
+TEST_F(TheMirrorOfBluez, ReportsThatBluezIsMissing)
 {
     Start();
     ASSERT_TRUE(Hears("gone"));
     EXPECT_FALSE(mirror->IsThere());
 }
 
-TEST_F(TheMirrorOfBluez, HasWhatIsThere)
+TEST_F(TheMirrorOfBluez, ReadsTheObjectsOfBluez)
 {
     StandIn bluetoothd("bluez.py");
     bluetoothd.Do({{"do", "adapter"}, {"name", "hci1"}, {"Address", "00:AA:01:00:00:01"}});
@@ -127,7 +127,7 @@ TEST_F(TheMirrorOfBluez, HasWhatIsThere)
     });
 }
 
-TEST_F(TheMirrorOfBluez, FollowsWhatChanges)
+TEST_F(TheMirrorOfBluez, FollowsChanges)
 {
     StandIn bluetoothd("bluez.py");
     Start();
@@ -145,7 +145,7 @@ TEST_F(TheMirrorOfBluez, FollowsWhatChanges)
     Do([this] { EXPECT_TRUE(mirror->All().empty()); });
 }
 
-TEST_F(TheMirrorOfBluez, LosesAllWithTheProgramAndFindsItAgain)
+TEST_F(TheMirrorOfBluez, IsEmptiedWithBluezAndFilledWithIt)
 {
     {
         StandIn bluetoothd("bluez.py");

@@ -87,7 +87,7 @@ class ABus : public LoopTest {
     int lost = 0;
 };
 
-TEST_F(ABus, CarriesValuesOfAllTypesThereAndBack)
+TEST_F(ABus, CarriesValuesOfAllTypesBothWays)
 {
     ServeEcho(
         [](const Incoming& call, Invocation invocation) { invocation.Return(call.arguments); });
@@ -162,7 +162,7 @@ TEST_F(ABus, CarriesDescriptors)
     EXPECT_EQ(character, '!');
 }
 
-TEST_F(ABus, TellsErrorsByTheirNames)
+TEST_F(ABus, ReportsErrorsByName)
 {
     ServeEcho([](const Incoming&, Invocation invocation) {
         invocation.Fail({"org.bluez.Error.InProgress", "not 100% done"});
@@ -174,7 +174,7 @@ TEST_F(ABus, TellsErrorsByTheirNames)
     EXPECT_EQ(answer.error->message, "not 100% done");
 }
 
-TEST_F(ABus, AnswersWhatIsNotKnownWithErrors)
+TEST_F(ABus, AnswersUnknownCallsWithErrors)
 {
     ServeEcho([](const Incoming&, Invocation invocation) { invocation.Return(); });
     const auto errorOf = [this](const char* path, const char* interface, const char* method,
@@ -209,7 +209,7 @@ TEST_F(ABus, ShowsObjectsAndTheirProperties)
               "one");
 }
 
-TEST_F(ABus, TellsOfAChangedProperty)
+TEST_F(ABus, NotifiesOfAChangedProperty)
 {
     ServeEcho([](const Incoming&, Invocation invocation) { invocation.Return(); });
     std::optional<Signal> heard;
@@ -250,7 +250,7 @@ TEST_F(ABus, AnswersACallThatWasDroppedWithAnError)
     EXPECT_EQ(answer.error->message, "not answered");
 }
 
-TEST_F(ABus, DoesNotCallBackOnceTheSlotIsGone)
+TEST_F(ABus, DoesNotCallBackAfterTheSlotsEnd)
 {
     std::optional<Invocation> kept;
     ServeEcho([&](const Incoming&, Invocation invocation) { kept = std::move(invocation); });
@@ -269,7 +269,7 @@ TEST_F(ABus, DoesNotCallBackOnceTheSlotIsGone)
     EXPECT_FALSE(Do([&] { return isCalled; }));
 }
 
-TEST_F(ABus, SendsWithoutAHandleAndTellsTheAnswer)
+TEST_F(ABus, SendsWithoutAHandleAndReportsTheAnswer)
 {
     ServeEcho(
         [](const Incoming& call, Invocation invocation) { invocation.Return(call.arguments); });
@@ -278,14 +278,14 @@ TEST_F(ABus, SendsWithoutAHandleAndTellsTheAnswer)
     EXPECT_EQ(*Do([&] { return reply; })->First<std::string>(), "x");
 }
 
-TEST_F(ABus, ReportsWhatACallbackThrowsAndGoesOn)
+TEST_F(ABus, ReportsExceptionsOfCallbacksAndGoesOn)
 {
     ServeEcho([](const Incoming&, Invocation) { throw std::runtime_error("torn"); });
     EXPECT_TRUE(Ask("/test/one", kInterface, "Echo", {}).IsError());
     EXPECT_THAT(complaints.Take(), ElementsAre("torn"));
 }
 
-TEST_F(ABus, SaysThatItIsLostAndEndsItsCalls)
+TEST_F(ABus, ReportsItsLossAndEndsItsCalls)
 {
     std::optional<Invocation> kept;
     ServeEcho([&](const Incoming&, Invocation invocation) { kept = std::move(invocation); });
@@ -300,14 +300,14 @@ TEST_F(ABus, SaysThatItIsLostAndEndsItsCalls)
     Do([&] { kept.reset(); });
 }
 
-TEST_F(ABus, IsNotThereWhereThereIsNone)
+TEST_F(ABus, FailsToOpenWhereThereIsNone)
 {
     bus.Kill();
     EXPECT_TRUE(Eventually([&] { return lost == 2; }));
     EXPECT_THROW(Do([this] { Open(); }), std::system_error);
 }
 
-TEST_F(ABus, SleepsWhileNothingIsSaid)
+TEST_F(ABus, SleepsWhileThereIsNoTraffic)
 {
     ServeEcho([](const Incoming&, Invocation invocation) { invocation.Return(); });
     Ask("/test/one", kInterface, "Echo", {});

@@ -64,7 +64,7 @@ class ADiscovery : public StackTest {
     std::unique_ptr<Discovery> discovery;
 };
 
-TEST_F(ADiscovery, GoesOnWhileItIsWanted)
+TEST_F(ADiscovery, RunsWhileItIsWanted)
 {
     StartBluez();
     Start();
@@ -79,7 +79,7 @@ TEST_F(ADiscovery, GoesOnWhileItIsWanted)
     EXPECT_TRUE(Sees({"began"}));
 }
 
-TEST_F(ADiscovery, TellsWhatTheControllerHears)
+TEST_F(ADiscovery, ReportsWhatTheControllerReceives)
 {
     sockets.emplace();
     StartBluez();
@@ -97,7 +97,7 @@ TEST_F(ADiscovery, TellsWhatTheControllerHears)
     EXPECT_EQ(Do([this] { return heard.size(); }), 1U);
 }
 
-TEST_F(ADiscovery, IsRebuiltFromPropertiesWhereItMayNotHearTheController)
+TEST_F(ADiscovery, ReportsFromPropertiesWithoutAccessToTheController)
 {
     StartBluez();
     Start();
@@ -122,7 +122,7 @@ TEST_F(ADiscovery, IsRebuiltFromPropertiesWhereItMayNotHearTheController)
     EXPECT_EQ(Report(1).rssi, -50);
 }
 
-TEST_F(ADiscovery, TellsWhyItDoesNotComeUpAndTriesAgain)
+TEST_F(ADiscovery, ReportsTheReasonOfAFailureAndTriesAgain)
 {
     StartBluez();
     bluetoothd->Do({{"do", "fail"},

@@ -36,7 +36,7 @@ class AnHciSocket : public LoopTest {
     std::unique_ptr<Hci> hci;
 };
 
-TEST_F(AnHciSocket, TellsEachReportInItsOrder)
+TEST_F(AnHciSocket, DeliversReportsInOrder)
 {
     sockets.Send(FromHex("043e150201000001000101aa000902010605ff34120a0b7f"));
     sockets.Send(FromHex("040f0400012020"));
@@ -46,7 +46,7 @@ TEST_F(AnHciSocket, TellsEachReportInItsOrder)
     EXPECT_EQ(heard[1].kind, AdvertisingReport::Kind::kScanResponse);
 }
 
-TEST_F(AnHciSocket, TellsALongAdvertisementOnceItIsWhole)
+TEST_F(AnHciSocket, DeliversALongAdvertisementAsAWhole)
 {
     sockets.Send(FromHex("043e1c0d01 2000010605040302c101000300d4 000000000000000000 02 0909"));
     sockets.Send(FromHex("043e1c0d01 0000010605040302c101000300d4 000000000000000000 02 6161"));
@@ -54,7 +54,7 @@ TEST_F(AnHciSocket, TellsALongAdvertisementOnceItIsWhole)
     EXPECT_EQ(heard.at(0).data, FromHex("09096161"));
 }
 
-TEST_F(AnHciSocket, SaysOnceThatItsControllerIsGone)
+TEST_F(AnHciSocket, ReportsOnceThatItsControllerIsRemoved)
 {
     sockets.kernel.Close();
     EXPECT_TRUE(Eventually([this] { return lost == 1; }));

@@ -68,7 +68,7 @@ TEST_F(ALoop, RunsTasksInTheirOrderInItsOwnThread)
     EXPECT_THAT(Do([&] { return order; }), ElementsAre(0, 1, 2, 3, 4));
 }
 
-TEST_F(ALoop, RunsWhatWasPostedBeforeItStopsAndNothingAfterwards)
+TEST_F(ALoop, RunsTheTasksPostedBeforeItStops)
 {
     std::atomic<int> runs{0};
     for (int i = 0; i < 100; ++i) {
@@ -81,7 +81,7 @@ TEST_F(ALoop, RunsWhatWasPostedBeforeItStopsAndNothingAfterwards)
     EXPECT_EQ(runs, 100);
 }
 
-TEST_F(ALoop, ReportsWhatATaskThrowsAndGoesOn)
+TEST_F(ALoop, ReportsExceptionsOfTasksAndGoesOn)
 {
     loop.Post([] { throw std::runtime_error("torn"); });
     loop.Post([] { throw 5; });
@@ -113,7 +113,7 @@ TEST_F(ALoop, RunsTimersWhenTheyAreDue)
     Do([&] { timers.clear(); });
 }
 
-TEST_F(ALoop, HearsOfADescriptorUntilItsSourceIsGone)
+TEST_F(ALoop, WatchesADescriptorUntilItsSourceEnds)
 {
     const Pipe pipe;
     std::string got;

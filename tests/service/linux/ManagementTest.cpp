@@ -54,7 +54,7 @@ class AManagementSocket : public LoopTest {
     std::unique_ptr<Management> management;
 };
 
-TEST_F(AManagementSocket, SendsACommandAndTellsItsReply)
+TEST_F(AManagementSocket, SendsACommandAndDeliversItsReply)
 {
     Send(kAddAdvertising, EncodeAddAdvertising({5, true, FromHex("020106"), FromHex("0209 61")}));
     EXPECT_EQ(sockets.Receive(),
@@ -82,7 +82,7 @@ TEST_F(AManagementSocket, SendsOneCommandAfterTheOther)
     EXPECT_EQ(answers[1].command, kReadAdvertisingFeatures);
 }
 
-TEST_F(AManagementSocket, TellsEventsAsTheyCome)
+TEST_F(AManagementSocket, DeliversEvents)
 {
     sockets.Send(FromHex("23000100010005"));
     sockets.Send(FromHex("2300"));
@@ -92,7 +92,7 @@ TEST_F(AManagementSocket, TellsEventsAsTheyCome)
     EXPECT_THAT(events, ElementsAre(0x23, 0x24));
 }
 
-TEST_F(AManagementSocket, EndsWhatIsUnderWayWhenItIsLost)
+TEST_F(AManagementSocket, EndsRunningCommandsWhenItIsLost)
 {
     Send(kReadAdvertisingFeatures);
     Send(kRemoveAdvertising, {1});
@@ -104,7 +104,7 @@ TEST_F(AManagementSocket, EndsWhatIsUnderWayWhenItIsLost)
     EXPECT_EQ(answers[1].status, Status::kNoReply);
 }
 
-TEST_F(AManagementSocket, SendsWhatStillWaitsWhenItEnds)
+TEST_F(AManagementSocket, SendsWaitingCommandsWhenItEnds)
 {
     Send(kReadAdvertisingFeatures);
     Send(kRemoveAdvertising, {1});

@@ -61,7 +61,7 @@ class FullStandardError {
     std::array<int, 2> ends_{};
 };
 
-TEST(StuckLogTest, HoldsUpNobodyAndSaysWhatIsMissing)
+TEST(StuckLogTest, DelaysNobodyAndReportsLostLines)
 {
     constexpr int kLines = 20'000;
     const LogLevel before = log::wantedLevel.exchange(LogLevel::kInfo);

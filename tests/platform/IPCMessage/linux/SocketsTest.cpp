@@ -186,7 +186,7 @@ TEST_F(SocketsTest, AFailureToListenHasItsReason)
     EXPECT_FALSE(std::filesystem::exists(folder.Path() / std::string(100, 'x')));
 }
 
-TEST_F(SocketsTest, WhatAServiceSentBeforeItsDeathIsDelivered)
+TEST_F(SocketsTest, DataSentBeforeTheServicesEndIsDelivered)
 {
     RawService service;
     StartClient();

@@ -7,7 +7,7 @@ namespace pelacon::os {
 
 namespace {
 
-TEST(FileLimitTest, RaisesTheLimitAsFarAsItGoes)
+TEST(FileLimitTest, RaisesTheLimitToItsMaximum)
 {
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);

@@ -50,7 +50,7 @@ class Inside {
     std::thread thread_;
 };
 
-TEST(ForkTest, WhatOtherThreadsHeldIsFree)
+TEST(ForkTest, LocksOfOtherThreadsAreFree)
 {
     Lock lock;
     Lock tried;
@@ -69,7 +69,7 @@ TEST(ForkTest, WhatOtherThreadsHeldIsFree)
     EXPECT_FALSE(lock.try_lock()) << "in the parent it is held as before";
 }
 
-TEST(ForkTest, WhatTheForkingThreadHeldIsItsOwn)
+TEST(ForkTest, LocksOfTheForkingThreadAreItsOwn)
 {
     Lock lock;
     lock.lock();
@@ -93,7 +93,7 @@ TEST(ForkTest, WhatTheForkingThreadHeldIsItsOwn)
 }
 
 #if !defined(__SANITIZE_THREAD__)  // it ends a forked child that starts a thread
-TEST(ForkTest, ThreadsOfTheChildWaitForWhatTheForkingThreadHeld)
+TEST(ForkTest, ThreadsOfTheChildWaitForLocksOfTheForkingThread)
 {
     Lock lock;
     lock.lock();
@@ -110,7 +110,7 @@ TEST(ForkTest, ThreadsOfTheChildWaitForWhatTheForkingThreadHeld)
 }
 #endif
 
-TEST(ForkTest, UsesThatOtherThreadsBeganAreNotWaitedFor)
+TEST(ForkTest, UsesOfOtherThreadsAreNotWaitedFor)
 {
     UseCount count;
     const Inside inside([&](auto stay) {
@@ -129,7 +129,7 @@ TEST(ForkTest, UsesThatOtherThreadsBeganAreNotWaitedFor)
               0);
 }
 
-TEST(ForkTest, AUseThatTheForkingThreadBeganMayEndInTheChild)
+TEST(ForkTest, AUseOfTheForkingThreadMayEndInTheChild)
 {
     UseCount count;
     pid_t child = -1;
@@ -149,7 +149,7 @@ TEST(ForkTest, AUseThatTheForkingThreadBeganMayEndInTheChild)
     count.WaitUntilUnused();
 }
 
-TEST(ForkTest, ASinkThatOtherThreadsAreInIsReplaced)
+TEST(ForkTest, ASinkThatOtherThreadsRunIsReplaced)
 {
     SinkSlot<int> slot;
     slot.Set([](int) {});
@@ -168,7 +168,7 @@ TEST(ForkTest, ASinkThatOtherThreadsAreInIsReplaced)
               0);
 }
 
-TEST(ForkTest, AChildThatASinkMakesDeliversAndReplaces)
+TEST(ForkTest, AChildForkedInASinkDeliversAndReplaces)
 {
     SinkSlot<int> slot;
     pid_t child = -1;
@@ -190,7 +190,7 @@ TEST(ForkTest, AChildThatASinkMakesDeliversAndReplaces)
     EXPECT_EQ(ExitCode(child), 0);
 }
 
-TEST(ForkTest, NoForkComesBetweenWhatIsChangedTogether)
+TEST(ForkTest, NoForkSplitsAHold)
 {
     int first = 0;
     int second = 0;

@@ -59,7 +59,7 @@ TEST(VisitProcessPathsTest, UsesTheCommandLineWhereTheLinkMayNotBeRead)
               0);
 }
 
-TEST(VisitProcessPathsTest, NamesAReplacedExecutableByItsPath)
+TEST(VisitProcessPathsTest, VisitsAReplacedExecutableByItsPath)
 {
     const pelacon::test::TemporaryFolder folder;
     const std::filesystem::path program = std::filesystem::canonical(folder.Path()) / "program";

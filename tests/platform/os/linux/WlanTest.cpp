@@ -253,7 +253,7 @@ TEST_F(WlanTest, ALateAnswerIsIgnored)
     EXPECT_EQ(theKernel.dumps, 1);
 }
 
-TEST_F(WlanTest, AForkedChildHasAConversationOfItsOwn)
+TEST_F(WlanTest, AForkedChildHasItsOwnSocket)
 {
     theKernel.interfaces = {7, 3};
     std::promise<void> asked;

@@ -30,7 +30,7 @@ int HearAnError(RecordingListener& listener, ConnectErrorCode code)
     return listener.Wait(before + 1).back().code != code;
 }
 
-TEST_F(ErrorStatusForkTest, AChildHearsErrorsThoughAThreadOfItsParentIsInAListener)
+TEST_F(ErrorStatusForkTest, AChildReceivesErrorsWhileAParentsThreadIsInAListener)
 {
     auto& listener = *new RecordingListener;
     ASSERT_TRUE(Api().RegistListener(&listener));
@@ -57,7 +57,7 @@ TEST_F(ErrorStatusForkTest, AChildHearsErrorsThoughAThreadOfItsParentIsInAListen
     EXPECT_TRUE(Api().UnregistListener(&listener));
 }
 
-TEST_F(ErrorStatusForkTest, AChildThatAListenerMakesHearsErrors)
+TEST_F(ErrorStatusForkTest, AChildForkedInAListenerReceivesErrors)
 {
     auto& listener = *new RecordingListener;
     ASSERT_TRUE(Api().RegistListener(&listener));
