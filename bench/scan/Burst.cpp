@@ -2,6 +2,7 @@
 // threads is released.
 #include <bench/scan/Scenarios.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/ScanCallbacks.h>
 
 #include <malloc.h>
 
@@ -78,19 +79,19 @@ class Burst : public Scenario {
     void Round(const Effort& /*effort*/, Turn /*turn*/) override
     {
         static BleScanCallbacksC table{nullptr, &Slow};
-        IPCMessageSender& sender = IPCMessageSender::GetInstance();
-        sender.AddScanCb(&table, 1);
-        sender.ScanStart(1);
+        auto& scans = Registry<ScanCallbacks>();
+        scans.AddScanCb(&table, 1);
+        scans.ScanStart(1);
         const double before = OwnMemory();
         held = true;
         inside = 0;
         ended = 0;
-        const BleScanResultC result{};
+        const protocol::ScanResultRecord record{};
         for (int i = 0; i < kResults; ++i) {
-            sender.OnScanResult(&result);
+            scans.OnScanResult(record);
         }
-        sender.ScanStop(1);
-        sender.RemoveScanCb(1);
+        scans.ScanStop(1);
+        scans.RemoveScanCb(1);
         WaitUntil([] { return Threads() == inside + 1; });
         const double during = OwnMemory();
         held = false;

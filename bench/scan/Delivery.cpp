@@ -3,8 +3,10 @@
 #include <bench/Bare.h>
 #include <bench/scan/Scenarios.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/ScanCallbacks.h>
 
 #include <atomic>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -75,16 +77,17 @@ double OurRate(int results, int listeners)
 {
     static BleScanCallbacksC table{nullptr,
                                    [](std::int32_t, BleScanResultC result) { Look(result); }};
-    IPCMessageSender& sender = IPCMessageSender::GetInstance();
+    auto& scans = Registry<ScanCallbacks>();
     for (int id = 1; id <= listeners; ++id) {
-        sender.AddScanCb(&table, id);
-        sender.ScanStart(id);
+        scans.AddScanCb(&table, id);
+        scans.ScanStart(id);
     }
-    const BleScanResultC result = SomeResult();
-    const double rate = Rate(results, listeners, [&] { sender.OnScanResult(&result); });
+    protocol::ScanResultRecord record{};
+    record.result = std::bit_cast<protocol::ScanResult>(SomeResult());
+    const double rate = Rate(results, listeners, [&] { scans.OnScanResult(record); });
     for (int id = 1; id <= listeners; ++id) {
-        sender.ScanStop(id);
-        sender.RemoveScanCb(id);
+        scans.ScanStop(id);
+        scans.RemoveScanCb(id);
     }
     return rate;
 }

@@ -119,7 +119,7 @@ void KvLogger::Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& line) noex
         if (Application().slot.IsSet()) {
             Application().slot.Deliver(level, text);
         }
-    } catch (...) {  // NOLINT(bugprone-empty-catch): a line lost for want of memory
+    } catch (...) {  // NOLINT(bugprone-empty-catch): no memory: the line is lost
     }
 }
 

@@ -29,8 +29,8 @@ class KvLogger {
     KvLogger(const KvLogger&) = delete;
     KvLogger& operator=(const KvLogger&) = delete;
 
-    /// Whether anybody wants lines of this level: one relaxed load, so that a line that nobody
-    /// wants need not be built.
+    /// Whether an output takes lines of this level: one relaxed load, so that other lines need not
+    /// be built.
     bool IsWanted(LOG_MESSAGE_LEVEL level) const noexcept
     {
         return level >= lowestWanted_.load(std::memory_order_relaxed);

@@ -1,4 +1,4 @@
-// Waiting until nobody uses something any more.
+// Waiting until something is not in use any more.
 #pragma once
 
 #include <os/Fork.h>

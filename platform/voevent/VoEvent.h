@@ -71,9 +71,9 @@ class VoView {
     friend struct VoViewAccess;
 
     // The closing step of a variadic key/value recursion. Not used by the library itself, and not
-    // defined by this one: whoever instantiates the recursion exports these two. With bit 0 of the
-    // flag the pair goes into the payload; without it the value's text becomes the key of the step
-    // to come.
+    // defined by this one: the module that instantiates the recursion exports both. With bit 0 of
+    // the flag the pair goes into the payload; without it the value's text becomes the key of the
+    // step to come.
     VOEVENT_EXPORT static void VariadicKVPairs(Payload& payload, std::string& key,
                                                std::string value, int flag);
     VOEVENT_EXPORT static void VariadicKVPairs(Payload& payload, std::string& key,

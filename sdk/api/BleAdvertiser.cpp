@@ -1,18 +1,15 @@
 #include <PelaconSDK/BleAdvertiser.h>
 #include <karvell_secure_c/securec.h>
-#include <os/Lock.h>
 #include <protocol/BleAdvertiser.h>
-#include <sdk/api/BleFailures.h>
-#include <sdk/diag/Log.h>
+#include <sdk/api/BleCall.h>
 #include <sdk/diag/VoviewDataReport.h>
-#include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogStart;
+using namespace pelacon;
 
 namespace {
 
@@ -20,13 +17,7 @@ namespace {
 constexpr std::int32_t kRegisterFailed = 1;
 constexpr std::int32_t kStartFailed = 2;
 
-/// Held by each operation from before its request until after its reply.
 constinit os::Lock advertiserLock;
-
-IPCMessageSender& Sender()
-{
-    return IPCMessageSender::GetInstance();
-}
 
 bool TimesAreValid(const BleAdvertiseParamsC& params)
 {
@@ -36,26 +27,26 @@ bool TimesAreValid(const BleAdvertiseParamsC& params)
 }
 
 /// False, with a line in the log, when there are more bytes than the field holds.
-bool FillField(const char* function, const std::vector<std::uint8_t>& bytes,
+bool FillField(const BleCall& call, const std::vector<std::uint8_t>& bytes,
                protocol::AdvertisingField& field)
 {
     if (memcpy_s(field.bytes, sizeof field.bytes, bytes.data(), bytes.size()) != 0) {
-        Log(kLogFailure, function, "memcpy failed!");
+        call.Log(kLogFailure, "memcpy failed!");
         return false;
     }
     field.length = static_cast<std::uint32_t>(bytes.size());
     return true;
 }
 
-/// The event type to send: one that nobody knows becomes 0.
-std::int32_t CheckedEventType(const char* function, std::int32_t eventType)
+/// The event type to send: an unknown one becomes 0.
+std::int32_t CheckedEventType(const BleCall& call, std::int32_t eventType)
 {
-    Log(kLogMilestone, function, "advEventType:", eventType);
+    call.Log(kLogMilestone, "advEventType:", eventType);
     if (eventType >= kBleAdvConnectable && eventType <= kBleAdvNonConnectable) {
         return eventType;
     }
     constexpr std::int32_t kDefault = kBleAdvConnectable;
-    Log(kLogMilestone, function, "advEventType set defult:", kDefault);
+    call.Log(kLogMilestone, "advEventType set defult:", kDefault);
     return kDefault;
 }
 
@@ -63,49 +54,43 @@ std::int32_t CheckedEventType(const char* function, std::int32_t eventType)
 
 BleStatusC BleAdvertiser::BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback, int* businessId)
 {
-    constexpr auto kFunction = "BleAdvertiser::BleAdvRegisterCallbacks";
-    LogStart(kFunction);
-    std::unique_lock lock(advertiserLock);
+    BleCall call("BleAdvertiser::BleAdvRegisterCallbacks", &advertiserLock);
     if (advCallback == nullptr) {
-        Log(kLogIncomplete, kFunction, "advCallback is nullptr, return");
-        return kBleStatusFailed;
+        return call.Refuse(kLogIncomplete, "advCallback is nullptr, return");
     }
     if (businessId == nullptr) {
-        Log(kLogIncomplete, kFunction, "businessId is nullptr, return");
-        return kBleStatusFailed;
+        return call.Refuse(kLogIncomplete, "businessId is nullptr, return");
     }
-    return Exchange(kFunction, protocol::kRegisterAdvertiser, {},
-                    kBleFailures.OnNoReply([] { ReportBroadcastError(kRegisterFailed, 0); }),
-                    [&](const protocol::ValueStatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            lock.unlock();
-                            Sender().AddAdvCb(advCallback, reply.value);
-                            *businessId = reply.value;
-                        }
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+    call.WhenNoReply([] { ReportBroadcastError(kRegisterFailed, 0); });
+    return call.Send(protocol::kRegisterAdvertiser, {},
+                     [&](const protocol::ValueStatusReply& reply) {
+                         if (reply.status == kBleStatusSuccess) {
+                             call.Unlock();
+                             Registry<AdvertiserCallbacks>().AddAdvCb(advCallback, reply.value);
+                             *businessId = reply.value;
+                         }
+                         return BleStatusOf(reply);
+                     });
 }
 
 BleStatusC BleAdvertiser::BleAdvUnRegisterCallbacks(int advId)
 {
-    constexpr auto kFunction = "BleAdvertiser::BleAdvUnRegisterCallbacks";
-    LogStart(kFunction);
-    Sender().RemoveAdvCb(advId);
-    const std::lock_guard lock(advertiserLock);
-    return Exchange(kFunction, protocol::kUnregisterAdvertiser, {advId}, kBleFailures, BleStatusOf);
+    BleCall call("BleAdvertiser::BleAdvUnRegisterCallbacks");
+    Registry<AdvertiserCallbacks>().RemoveAdvCb(advId);
+    call.Lock(advertiserLock);
+    return call.Send(protocol::kUnregisterAdvertiser, {advId});
 }
 
 BleStatusC BleAdvertiser::BleStartAdvertise(int advId, const BleAdvertiseParamsC& params,
                                             const BleAdvertiseData& data)
 {
-    constexpr auto kFunction = "BleAdvertiser::BleStartAdvertise";
-    Log(kLogTrace, kFunction, "start sendTotalTime:", params.sendTotalTime,
-        ",sendPartTime:", params.sendPartTime);
+    BleCall call("BleAdvertiser::BleStartAdvertise", nullptr,
+                 "start sendTotalTime:" + std::to_string(params.sendTotalTime) +
+                     ",sendPartTime:" + std::to_string(params.sendPartTime));
     if (!TimesAreValid(params)) {
-        Log(kLogFailure, kFunction, "part time param invalid");
-        return kBleStatusFailed;
+        return call.Refuse(kLogFailure, "part time param invalid");
     }
-    const std::lock_guard lock(advertiserLock);
+    call.Lock(advertiserLock);
     protocol::StartAdvertiseRequest request{advId,
                                             params.minInterval,
                                             params.maxInterval,
@@ -116,22 +101,19 @@ BleStatusC BleAdvertiser::BleStartAdvertise(int advId, const BleAdvertiseParamsC
                                             params.sendPartTime,
                                             {},
                                             {}};
-    if (!FillField(kFunction, data.advData, request.advData) ||
-        !FillField(kFunction, data.scanResp, request.scanResp)) {
+    if (!FillField(call, data.advData, request.advData) ||
+        !FillField(call, data.scanResp, request.scanResp)) {
         return kBleStatusDataTooLong;
     }
-    Log(kLogMilestone, kFunction, "advData size:", data.advData.size(),
-        ",scanResp size:", data.scanResp.size());
-    request.advEventType = CheckedEventType(kFunction, params.advEventType);
-    return Exchange(kFunction, protocol::kStartAdvertise, request,
-                    kBleFailures.OnNoReply([&] { ReportBroadcastError(kStartFailed, advId); }),
-                    BleStatusOf);
+    call.Log(kLogMilestone, "advData size:", data.advData.size(),
+             ",scanResp size:", data.scanResp.size());
+    request.advEventType = CheckedEventType(call, params.advEventType);
+    call.WhenNoReply([&] { ReportBroadcastError(kStartFailed, advId); });
+    return call.Send(protocol::kStartAdvertise, request);
 }
 
 BleStatusC BleAdvertiser::BleStopAdvertise(int advId)
 {
-    constexpr auto kFunction = "BleAdvertiser::BleStopAdvertise";
-    LogStart(kFunction);
-    const std::lock_guard lock(advertiserLock);
-    return Exchange(kFunction, protocol::kStopAdvertise, {advId}, kBleFailures, BleStatusOf);
+    return BleCall("BleAdvertiser::BleStopAdvertise", &advertiserLock)
+        .Send(protocol::kStopAdvertise, {advId});
 }

@@ -39,20 +39,19 @@ std::vector<std::uint8_t> Bytes(const std::uint8_t* bytes, std::uint32_t length)
 
 BleStatusC BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback, int* businessId)
 {
-    return CEntry("BleAdvRegisterCallbacks", kBleStatusFailed,
-                  [&] { return BleAdvertiser::BleAdvRegisterCallbacks(advCallback, businessId); });
+    return CEntry<&BleAdvertiser::BleAdvRegisterCallbacks>(kBleStatusFailed, advCallback,
+                                                           businessId);
 }
 
 BleStatusC BleAdvUnRegisterCallbacks(int advId)
 {
-    return CEntry("BleAdvUnRegisterCallbacks", kBleStatusFailed,
-                  [&] { return BleAdvertiser::BleAdvUnRegisterCallbacks(advId); });
+    return CEntry<&BleAdvertiser::BleAdvUnRegisterCallbacks>(kBleStatusFailed, advId);
 }
 
 BleStatusC BleStartAdvertise(int advId, const BleAdvertiseParamsC* params,
                              const BleAdvertiseDataC* data)
 {
-    return CEntry("BleStartAdvertise", kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (const char* argument = NullArgument(params, data)) {
             pelacon::diag::Log(kLogIncomplete, "BleStartAdvertise", argument,
                                " is nullptr, return");
@@ -66,6 +65,5 @@ BleStatusC BleStartAdvertise(int advId, const BleAdvertiseParamsC* params,
 
 BleStatusC BleStopAdvertise(int advId)
 {
-    return CEntry("BleStopAdvertise", kBleStatusFailed,
-                  [&] { return BleAdvertiser::BleStopAdvertise(advId); });
+    return CEntry<&BleAdvertiser::BleStopAdvertise>(kBleStatusFailed, advId);
 }

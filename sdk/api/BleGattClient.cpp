@@ -1,23 +1,18 @@
 #include <PelaconSDK/BleGattClient.h>
-#include <os/Lock.h>
 #include <protocol/GattClient.h>
-#include <sdk/api/BleFailures.h>
+#include <sdk/api/BleCall.h>
 #include <sdk/api/GattFields.h>
-#include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
-#include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/GattClientCallbacks.h>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogEnd;
-using diag::LogStart;
+#include <string>
+#include <vector>
+
+using namespace pelacon;
 
 static_assert(kBleGattMaxValueLength == protocol::kGattValueSize);
 
 namespace {
-
-/// Serialises the operations, the wait for the reply included.
-constinit os::Lock apiLock;
 
 /// The types of the diagnostic event that a missing answer raises.
 enum ClientEvent : std::int32_t {
@@ -27,113 +22,115 @@ enum ClientEvent : std::int32_t {
     kReadEvent = 5,
 };
 
-auto FailuresReporting(ClientEvent event, const std::string& charUuid, std::int32_t businessId)
-{
-    return kBleFailures.OnNoReply(
-        [event, &charUuid, businessId] { ReportClientError(event, charUuid, businessId); });
-}
+constinit os::Lock gattClientLock;
+
+class ClientCall : public BleCall {
+  public:
+    explicit ClientCall(const char* function) : BleCall(function, &gattClientLock) {}
+
+    /// Raises the diagnostic event when there is no answer. The text must stay valid until then.
+    void ReportNoReply(ClientEvent event, const std::string& charUuid, std::int32_t businessId)
+    {
+        WhenNoReply([=, &charUuid] { ReportClientError(event, charUuid, businessId); });
+    }
+};
 
 bool IsTooLong(const std::string& uuid)
 {
     return uuid.size() > protocol::kUuidLength;
 }
 
-BleStatusC Refuse(const char* function, const char* why)
+/// Fills in both UUIDs; false, with a line, when one does not fit.
+template <typename Request>
+bool PutUuids(const BleCall& call, Request& request, const std::string& serviceUuid,
+              const std::string& charUuid)
 {
-    Log(kLogFailure, function, why);
-    return kBleStatusFailed;
-}
-
-/// The operations whose request is the client id and whose reply a status.
-BleStatusC ExchangeClientId(
-    const char* function,
-    const protocol::Operation<protocol::GattClientRequest, protocol::StatusReply>& operation,
-    std::int32_t clientId)
-{
-    LogStart(function);
-    const std::lock_guard lock(apiLock);
-    return Exchange(function, operation, {clientId}, kBleFailures, BleStatusOf);
+    if (PutUuid(request.serviceUuid, serviceUuid) && PutUuid(request.charUuid, charUuid)) {
+        return true;
+    }
+    call.Log(kLogFailure, "memcpy failed!");
+    return false;
 }
 
 /// Takes the value out of a read's answer, whatever its status; a value that is longer than its
 /// area is left alone.
-void TakeValue(const char* function, const protocol::GattValueRecord& reply,
+void TakeValue(const BleCall& call, const protocol::GattValueRecord& reply,
                std::vector<std::uint8_t>& value)
 {
-    Log(kLogMilestone, function, "dataLen:", reply.dataLen);
+    call.Log(kLogMilestone, "dataLen:", reply.dataLen);
     if (reply.dataLen > sizeof reply.value) {
-        Log(kLogFailure, function, "dataLen too large:", reply.dataLen);
+        call.Log(kLogFailure, "dataLen too large:", reply.dataLen);
         return;
     }
     value.assign(reply.value, reply.value + reply.dataLen);
+}
+
+/// Stores the value of a reply whose status is success.
+auto StoreIn(std::int32_t& value)
+{
+    return [&value](const protocol::ValueStatusReply& reply) {
+        if (reply.status == kBleStatusSuccess) {
+            value = reply.value;
+        }
+        return BleStatusOf(reply);
+    };
 }
 
 }  // namespace
 
 BleStatusC BleGattClient::BleGattClientRegister(int32_t* clientId)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientRegister";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ClientCall call("BleGattClient::BleGattClientRegister");
     if (clientId == nullptr) {
-        Log(kLogIncomplete, kFunction, "clientId is nullptr, return");
-        return kBleStatusFailed;
+        return call.Refuse(kLogIncomplete, "clientId is nullptr, return");
     }
-    return Exchange(kFunction, protocol::kGattClientRegister, {},
-                    FailuresReporting(kRegisterEvent, "NA", 0),
-                    [&](const protocol::ValueStatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            *clientId = reply.value;
-                        }
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+    const std::string none = "NA";
+    call.ReportNoReply(kRegisterEvent, none, 0);
+    return call.Send(protocol::kGattClientRegister, {}, StoreIn(*clientId));
 }
 
 BleStatusC BleGattClient::BleGattClientUnRegister(int32_t clientId)
 {
-    return ExchangeClientId("BleGattClient::BleGattClientUnRegister",
-                            protocol::kGattClientUnRegister, clientId);
+    return ClientCall("BleGattClient::BleGattClientUnRegister")
+        .Send(protocol::kGattClientUnRegister, {clientId});
 }
 
 BleStatusC BleGattClient::BleGattClientConnect(int32_t clientId, uint64_t address,
                                                BtGattClientCallbacksC* callbacks)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientConnect";
-    LogStart(kFunction);
-    IPCMessageSender& sender = IPCMessageSender::GetInstance();
-    sender.AddBleGattClientCb(callbacks, clientId);
-    const std::lock_guard lock(apiLock);
+    BleCall call("BleGattClient::BleGattClientConnect");
+    Registry<GattClientCallbacks>().AddBleGattClientCb(callbacks, clientId);
+    call.Lock(gattClientLock);
     const protocol::GattConnectRequest request{clientId, {}, address};
-    if (!sender.PostIPCMessageToService(protocol::kGattClientConnect.id, &request)) {
+    if (!IPCMessageSender::GetInstance().PostIPCMessageToService(protocol::kGattClientConnect.id,
+                                                                 &request)) {
         return kBleStatusFailed;
     }
-    LogEnd(kFunction);
+    call.Log(kLogTrace, "end");
     return kBleStatusSuccess;
 }
 
 BleStatusC BleGattClient::BleGattClientDisconnect(int32_t clientId)
 {
-    return ExchangeClientId("BleGattClient::BleGattClientDisconnect",
-                            protocol::kGattClientDisconnect, clientId);
+    return ClientCall("BleGattClient::BleGattClientDisconnect")
+        .Send(protocol::kGattClientDisconnect, {clientId});
 }
 
 BleStatusC BleGattClient::BleGattClientSearchServices(int32_t clientId)
 {
-    return ExchangeClientId("BleGattClient::BleGattClientSearchServices",
-                            protocol::kGattClientSearchServices, clientId);
+    return ClientCall("BleGattClient::BleGattClientSearchServices")
+        .Send(protocol::kGattClientSearchServices, {clientId});
 }
 
 BleStatusC BleGattClient::BleGattClientGetService(int32_t clientId, const std::string& serviceUuid)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientGetService";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ClientCall call("BleGattClient::BleGattClientGetService");
     protocol::GattServiceRequest request{};
     request.clientId = clientId;
     if (!PutUuid(request.serviceUuid, serviceUuid)) {
         return kBleStatusDataTooLong;
     }
-    return Exchange(kFunction, protocol::kGattClientGetService, request, kBleFailures, BleStatusOf);
+    return call.Send(protocol::kGattClientGetService, request);
 }
 
 BleStatusC BleGattClient::BleGattClientReadCharacteristic(int32_t clientId,
@@ -141,24 +138,21 @@ BleStatusC BleGattClient::BleGattClientReadCharacteristic(int32_t clientId,
                                                           const std::string& charUuid,
                                                           std::vector<uint8_t>* value)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientReadCharacteristic";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ClientCall call("BleGattClient::BleGattClientReadCharacteristic");
     if (value == nullptr || IsTooLong(serviceUuid) || IsTooLong(charUuid)) {
-        return Refuse(kFunction, "invalid params");
+        return call.Refuse(kLogFailure, "invalid params");
     }
     protocol::GattCharacteristicRequest request{};
     request.clientId = clientId;
-    if (!PutUuid(request.serviceUuid, serviceUuid) || !PutUuid(request.charUuid, charUuid)) {
-        Log(kLogFailure, kFunction, "memcpy failed!");
+    if (!PutUuids(call, request, serviceUuid, charUuid)) {
         return kBleStatusDataTooLong;
     }
-    return Exchange(kFunction, protocol::kGattClientRead, request,
-                    FailuresReporting(kReadEvent, charUuid, clientId),
-                    [&](const protocol::GattValueRecord& reply) {
-                        TakeValue(kFunction, reply, *value);
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+    call.ReportNoReply(kReadEvent, charUuid, clientId);
+    return call.Send(protocol::kGattClientRead, request,
+                     [&](const protocol::GattValueRecord& reply) {
+                         TakeValue(call, reply, *value);
+                         return BleStatusOf(reply);
+                     });
 }
 
 BleStatusC BleGattClient::BleGattClientWriteCharacteristic(int32_t clientId,
@@ -166,22 +160,21 @@ BleStatusC BleGattClient::BleGattClientWriteCharacteristic(int32_t clientId,
                                                            const std::string& charUuid,
                                                            const std::vector<uint8_t>& value)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientWriteCharacteristic";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ClientCall call("BleGattClient::BleGattClientWriteCharacteristic");
     if (value.size() > protocol::kGattValueSize || IsTooLong(serviceUuid) || IsTooLong(charUuid)) {
-        return Refuse(kFunction, "invalid params");
+        return call.Refuse(kLogFailure, "invalid params");
     }
     protocol::GattValueRequest request{};
     request.clientId = clientId;
-    if (!PutUuid(request.serviceUuid, serviceUuid) || !PutUuid(request.charUuid, charUuid) ||
-        !PutValue(request.value, request.dataLen, value)) {
-        Log(kLogFailure, kFunction, "memcpy failed!");
+    if (!PutUuids(call, request, serviceUuid, charUuid)) {
         return kBleStatusDataTooLong;
     }
-    Log(kLogTrace, kFunction, "value:", value.size());
-    return Exchange(kFunction, protocol::kGattClientWrite, request,
-                    FailuresReporting(kWriteEvent, charUuid, clientId), BleStatusOf);
+    if (!PutValue(request.value, request.dataLen, value)) {
+        return call.Refuse(kLogFailure, "memcpy failed!", kBleStatusDataTooLong);
+    }
+    call.Log(kLogTrace, "value:", value.size());
+    call.ReportNoReply(kWriteEvent, charUuid, clientId);
+    return call.Send(protocol::kGattClientWrite, request);
 }
 
 BleStatusC BleGattClient::BleGattClientRegisterNotification(int32_t clientId,
@@ -189,36 +182,25 @@ BleStatusC BleGattClient::BleGattClientRegisterNotification(int32_t clientId,
                                                             const std::string& charUuid,
                                                             bool enable)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientRegisterNotification";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ClientCall call("BleGattClient::BleGattClientRegisterNotification");
     if (IsTooLong(serviceUuid) || IsTooLong(charUuid)) {
-        return Refuse(kFunction, "invalid params");
+        return call.Refuse(kLogFailure, "invalid params");
     }
     protocol::GattCharacteristicRequest request{};
     request.clientId = clientId;
     request.enable = enable ? 1 : 0;
-    if (!PutUuid(request.serviceUuid, serviceUuid) || !PutUuid(request.charUuid, charUuid)) {
-        Log(kLogFailure, kFunction, "memcpy failed!");
+    if (!PutUuids(call, request, serviceUuid, charUuid)) {
         return kBleStatusDataTooLong;
     }
-    return Exchange(kFunction, protocol::kGattClientRegisterNotification, request,
-                    FailuresReporting(kRegisterNotificationEvent, charUuid, clientId), BleStatusOf);
+    call.ReportNoReply(kRegisterNotificationEvent, charUuid, clientId);
+    return call.Send(protocol::kGattClientRegisterNotification, request);
 }
 
 BleStatusC BleGattClient::BleGattClientGetMtu(int32_t clientId, int32_t* mtu)
 {
-    constexpr auto kFunction = "BleGattClient::BleGattClientGetMtu";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ClientCall call("BleGattClient::BleGattClientGetMtu");
     if (mtu == nullptr) {
-        return Refuse(kFunction, "null");
+        return call.Refuse(kLogFailure, "null");
     }
-    return Exchange(kFunction, protocol::kGattClientGetMtu, {clientId}, kBleFailures,
-                    [&](const protocol::ValueStatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            *mtu = reply.value;
-                        }
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+    return call.Send(protocol::kGattClientGetMtu, {clientId}, StoreIn(*mtu));
 }

@@ -19,40 +19,35 @@ BleStatusC RefuseParameters(const char* function)
 
 BleStatusC BleGattClientRegister(int32_t* clientId)
 {
-    return CEntry("BleGattClientRegister", kBleStatusFailed,
-                  [&] { return BleGattClient::BleGattClientRegister(clientId); });
+    return CEntry<&BleGattClient::BleGattClientRegister>(kBleStatusFailed, clientId);
 }
 
 BleStatusC BleGattClientUnRegister(int32_t clientId)
 {
-    return CEntry("BleGattClientUnRegister", kBleStatusFailed,
-                  [&] { return BleGattClient::BleGattClientUnRegister(clientId); });
+    return CEntry<&BleGattClient::BleGattClientUnRegister>(kBleStatusFailed, clientId);
 }
 
 BleStatusC BleGattClientConnect(int32_t clientId, uint64_t address,
                                 BtGattClientCallbacksC* callbacks)
 {
-    return CEntry("BleGattClientConnect", kBleStatusFailed, [&] {
-        return BleGattClient::BleGattClientConnect(clientId, address, callbacks);
-    });
+    return CEntry<&BleGattClient::BleGattClientConnect>(kBleStatusFailed, clientId, address,
+                                                        callbacks);
 }
 
 BleStatusC BleGattClientDisconnect(int32_t clientId)
 {
-    return CEntry("BleGattClientDisconnect", kBleStatusFailed,
-                  [&] { return BleGattClient::BleGattClientDisconnect(clientId); });
+    return CEntry<&BleGattClient::BleGattClientDisconnect>(kBleStatusFailed, clientId);
 }
 
 BleStatusC BleGattClientSearchServices(int32_t clientId)
 {
-    return CEntry("BleGattClientSearchServices", kBleStatusFailed,
-                  [&] { return BleGattClient::BleGattClientSearchServices(clientId); });
+    return CEntry<&BleGattClient::BleGattClientSearchServices>(kBleStatusFailed, clientId);
 }
 
 BleStatusC BleGattClientGetService(int32_t clientId, const char* serviceUuid)
 {
     constexpr auto kFunction = "BleGattClientGetService";
-    return CEntry(kFunction, kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (serviceUuid == nullptr) {
             return RefuseParameters(kFunction);
         }
@@ -64,7 +59,7 @@ BleStatusC BleGattClientReadCharacteristic(int32_t clientId, const char* service
                                            const char* charUuid, uint8_t* data, uint32_t* dataLen)
 {
     constexpr auto kFunction = "BleGattClientReadCharacteristic";
-    return CEntry(kFunction, kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (serviceUuid == nullptr || charUuid == nullptr || dataLen == nullptr) {
             return RefuseParameters(kFunction);
         }
@@ -83,7 +78,7 @@ BleStatusC BleGattClientWriteCharacteristic(int32_t clientId, const char* servic
                                             uint32_t dataLen)
 {
     constexpr auto kFunction = "BleGattClientWriteCharacteristic";
-    return CEntry(kFunction, kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (serviceUuid == nullptr || charUuid == nullptr || (data == nullptr && dataLen != 0)) {
             return RefuseParameters(kFunction);
         }
@@ -96,7 +91,7 @@ BleStatusC BleGattClientRegisterNotification(int32_t clientId, const char* servi
                                              const char* charUuid, bool enable)
 {
     constexpr auto kFunction = "BleGattClientRegisterNotification";
-    return CEntry(kFunction, kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (serviceUuid == nullptr || charUuid == nullptr) {
             return RefuseParameters(kFunction);
         }
@@ -107,6 +102,5 @@ BleStatusC BleGattClientRegisterNotification(int32_t clientId, const char* servi
 
 BleStatusC BleGattClientGetMtu(int32_t clientId, int32_t* mtu)
 {
-    return CEntry("BleGattClientGetMtu", kBleStatusFailed,
-                  [&] { return BleGattClient::BleGattClientGetMtu(clientId, mtu); });
+    return CEntry<&BleGattClient::BleGattClientGetMtu>(kBleStatusFailed, clientId, mtu);
 }

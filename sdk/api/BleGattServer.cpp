@@ -1,21 +1,17 @@
 #include <PelaconSDK/BleGattServer.h>
-#include <os/Lock.h>
 #include <protocol/GattServer.h>
-#include <sdk/api/BleFailures.h>
+#include <sdk/api/BleCall.h>
 #include <sdk/api/GattFields.h>
 #include <sdk/api/GattServerService.h>
-#include <sdk/diag/Log.h>
 #include <sdk/diag/VoviewDataReport.h>
-#include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/GattServerCallbacks.h>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogStart;
+#include <string>
+#include <vector>
+
+using namespace pelacon;
 
 namespace {
-
-/// Serialises the operations, the wait for the reply included.
-constinit os::Lock apiLock;
 
 /// The types of the diagnostic event that a missing answer raises.
 enum ServerEvent : std::int32_t {
@@ -25,42 +21,42 @@ enum ServerEvent : std::int32_t {
     kAddCharacteristicEvent = 4,
 };
 
-auto FailuresReporting(ServerEvent event, const std::string& uuid, std::int32_t serverId,
+constinit os::Lock gattServerLock;
+
+class ServerCall : public BleCall {
+  public:
+    explicit ServerCall(const char* function) : BleCall(function, &gattServerLock) {}
+
+    /// Raises the diagnostic event when there is no answer.
+    void ReportNoReply(ServerEvent event, const std::string& uuid, std::int32_t serverId,
                        std::int32_t serviceHandle)
-{
-    return kBleFailures.OnNoReply([event, &uuid, serverId, serviceHandle] {
-        ReportServerError(event, uuid, serverId, serviceHandle);
-    });
-}
+    {
+        WhenNoReply([=] { ReportServerError(event, uuid, serverId, serviceHandle); });
+    }
 
-BleStatusC RefuseNull(const char* function, const char* text = "null")
-{
-    Log(kLogFailure, function, text);
-    return kBleStatusFailed;
-}
+    BleStatusC RefuseNull() const { return Refuse(kLogFailure, "null"); }
+    BleStatusC RefuseTooLong() const
+    {
+        return Refuse(kLogFailure, "memcpy failed", kBleStatusDataTooLong);
+    }
 
-BleStatusC RefuseTooLong(const char* function)
-{
-    Log(kLogFailure, function, "memcpy failed");
-    return kBleStatusDataTooLong;
-}
+    /// Makes the result of a reply with a status; when it is success, the registry is changed.
+    template <typename Change>
+    auto Then(const Change& change)
+    {
+        return [this, &change](const auto& reply) {
+            if (reply.status == kBleStatusSuccess) {
+                Unlock();
+                change(reply);
+            }
+            return BleStatusOf(reply);
+        };
+    }
+};
 
-IPCMessageSender& Sender()
+GattServerCallbacks& Servers()
 {
-    return IPCMessageSender::GetInstance();
-}
-
-/// What to do with a status reply besides returning it: when it is 0, change the registry.
-template <typename Change>
-auto StatusThen(std::unique_lock<os::Lock>& lock, const Change& change)
-{
-    return [&lock, &change](const protocol::StatusReply& reply) {
-        if (reply.status == kBleStatusSuccess) {
-            lock.unlock();
-            change(Sender());
-        }
-        return BleStatusOf(reply);
-    };
+    return Registry<GattServerCallbacks>();
 }
 
 }  // namespace
@@ -68,61 +64,46 @@ auto StatusThen(std::unique_lock<os::Lock>& lock, const Change& change)
 BleStatusC BleGattServer::BleGattServerRegister(BtGattServerCallbacksC* callbacks,
                                                 int32_t* serverId)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerRegister";
-    LogStart(kFunction);
-    std::unique_lock lock(apiLock);
+    ServerCall call("BleGattServer::BleGattServerRegister");
     if (callbacks == nullptr || serverId == nullptr) {
-        return RefuseNull(kFunction);
+        return call.RefuseNull();
     }
-    return Exchange(kFunction, protocol::kGattServerRegister, {},
-                    FailuresReporting(kRegisterEvent, "NA", 0, 0),
-                    [&](const protocol::ValueStatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            lock.unlock();
-                            Sender().AddGattServer(callbacks, reply.value);
-                            *serverId = reply.value;
-                        }
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+    call.ReportNoReply(kRegisterEvent, "NA", 0, 0);
+    return call.Send(protocol::kGattServerRegister, {},
+                     call.Then([&](const protocol::ValueStatusReply& reply) {
+                         Servers().AddGattServer(callbacks, reply.value);
+                         *serverId = reply.value;
+                     }));
 }
 
 BleStatusC BleGattServer::BleGattServerUnRegister(int32_t serverId)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerUnRegister";
-    LogStart(kFunction);
-    std::unique_lock lock(apiLock);
-    return Exchange(
-        kFunction, protocol::kGattServerUnRegister, {serverId}, kBleFailures,
-        StatusThen(lock, [&](IPCMessageSender& sender) { sender.RemoveGattServer(serverId); }));
+    ServerCall call("BleGattServer::BleGattServerUnRegister");
+    return call.Send(protocol::kGattServerUnRegister, {serverId},
+                     call.Then([&](const auto&) { Servers().RemoveGattServer(serverId); }));
 }
 
 BleStatusC pelacon::AddGattService(std::int32_t serverId, const std::string* serviceUuid,
                                    std::int32_t* serviceHandle)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerAddService";
-    LogStart(kFunction);
-    std::unique_lock lock(apiLock);
+    ServerCall call("BleGattServer::BleGattServerAddService");
     if (serviceHandle == nullptr) {
-        return RefuseNull(kFunction);
+        return call.RefuseNull();
     }
     if (serviceUuid == nullptr) {
-        return RefuseNull(kFunction, "serviceUuidData null");
+        return call.Refuse(kLogFailure, "serviceUuidData null");
     }
     protocol::GattAddServiceRequest request{};
     request.serverId = serverId;
     if (!PutUuid(request.serviceUuid, *serviceUuid)) {
-        return RefuseTooLong(kFunction);
+        return call.RefuseTooLong();
     }
-    return Exchange(kFunction, protocol::kGattServerAddService, request,
-                    FailuresReporting(kAddServiceEvent, *serviceUuid, serverId, 0),
-                    [&](const protocol::ValueStatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            *serviceHandle = reply.value;
-                            lock.unlock();
-                            Sender().AddGattServerService(serverId, reply.value, *serviceUuid);
-                        }
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+    call.ReportNoReply(kAddServiceEvent, *serviceUuid, serverId, 0);
+    return call.Send(protocol::kGattServerAddService, request,
+                     call.Then([&](const protocol::ValueStatusReply& reply) {
+                         *serviceHandle = reply.value;
+                         Servers().AddGattServerService(serverId, reply.value, *serviceUuid);
+                     }));
 }
 
 BleStatusC BleGattServer::BleGattServerAddService(int32_t serverId, const std::string& serviceUuid,
@@ -133,23 +114,19 @@ BleStatusC BleGattServer::BleGattServerAddService(int32_t serverId, const std::s
 
 BleStatusC BleGattServer::BleGattServerDeleteService(int32_t serverId, int32_t serviceHandle)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerDeleteService";
-    LogStart(kFunction);
-    std::unique_lock lock(apiLock);
-    return Exchange(kFunction, protocol::kGattServerDeleteService, {serverId, serviceHandle},
-                    kBleFailures, StatusThen(lock, [&](IPCMessageSender& sender) {
-                        sender.RemoveGattServerService(serverId, serviceHandle);
-                    }));
+    ServerCall call("BleGattServer::BleGattServerDeleteService");
+    return call.Send(protocol::kGattServerDeleteService, {serverId, serviceHandle},
+                     call.Then([&](const auto&) {
+                         Servers().RemoveGattServerService(serverId, serviceHandle);
+                     }));
 }
 
 BleStatusC BleGattServer::BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandle,
                                                          BLECharacteristicInfo* info)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerAddCharacteristic";
-    LogStart(kFunction);
-    std::unique_lock lock(apiLock);
+    ServerCall call("BleGattServer::BleGattServerAddCharacteristic");
     if (info == nullptr) {
-        return RefuseNull(kFunction);
+        return call.RefuseNull();
     }
     protocol::GattAddCharacteristicRequest request{};
     request.serverId = serverId;
@@ -157,33 +134,25 @@ BleStatusC BleGattServer::BleGattServerAddCharacteristic(int32_t serverId, int32
     request.flags = info->flags;
     if (!PutValue(request.value, request.valueLen, info->value) ||
         !PutUuid(request.charUuid, info->charUuid)) {
-        return RefuseTooLong(kFunction);
+        return call.RefuseTooLong();
     }
-    return Exchange(
-        kFunction, protocol::kGattServerAddCharacteristic, request,
-        FailuresReporting(kAddCharacteristicEvent, info->charUuid, serverId, serviceHandle),
-        StatusThen(lock, [&](IPCMessageSender& sender) {
-            sender.AddGattServerCharacteristic(serverId, serviceHandle, info, info->callbacks);
-        }));
+    call.ReportNoReply(kAddCharacteristicEvent, info->charUuid, serverId, serviceHandle);
+    return call.Send(protocol::kGattServerAddCharacteristic, request, call.Then([&](const auto&) {
+        Servers().AddGattServerCharacteristic(serverId, serviceHandle, info, info->callbacks);
+    }));
 }
 
 BleStatusC BleGattServer::BleGattServerStartService(int32_t serverId, int32_t serviceHandle)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerStartService";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
-    return Exchange(kFunction, protocol::kGattServerStartService, {serverId, serviceHandle},
-                    FailuresReporting(kStartServiceEvent, "NA", serverId, serviceHandle),
-                    BleStatusOf);
+    ServerCall call("BleGattServer::BleGattServerStartService");
+    call.ReportNoReply(kStartServiceEvent, "NA", serverId, serviceHandle);
+    return call.Send(protocol::kGattServerStartService, {serverId, serviceHandle});
 }
 
 BleStatusC BleGattServer::BleGattServerStopService(int32_t serverId, int32_t serviceHandle)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerStopService";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
-    return Exchange(kFunction, protocol::kGattServerStopService, {serverId, serviceHandle},
-                    kBleFailures, BleStatusOf);
+    return ServerCall("BleGattServer::BleGattServerStopService")
+        .Send(protocol::kGattServerStopService, {serverId, serviceHandle});
 }
 
 BleStatusC BleGattServer::BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle,
@@ -191,16 +160,13 @@ BleStatusC BleGattServer::BleGattServerPublishNotify(int32_t serverId, int32_t s
                                                      const std::vector<uint8_t>& value,
                                                      uint64_t peer)
 {
-    constexpr auto kFunction = "BleGattServer::BleGattServerPublishNotify";
-    LogStart(kFunction);
-    const std::lock_guard lock(apiLock);
+    ServerCall call("BleGattServer::BleGattServerPublishNotify");
     protocol::GattPublishNotifyRequest request{};
     request.serverId = serverId;
     request.serviceHandle = serviceHandle;
     request.peer = peer;
     if (!PutValue(request.value, request.valueLen, value) || !PutUuid(request.charUuid, charUuid)) {
-        return RefuseTooLong(kFunction);
+        return call.RefuseTooLong();
     }
-    return Exchange(kFunction, protocol::kGattServerPublishNotify, request, kBleFailures,
-                    BleStatusOf);
+    return call.Send(protocol::kGattServerPublishNotify, request);
 }

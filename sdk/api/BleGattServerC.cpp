@@ -32,20 +32,18 @@ static_assert(offsetof(BleGattNotifyInfoC, peer) == offsetof(GattPublishNotifyRe
 
 BleStatusC BleGattServerRegister(BtGattServerCallbacksC* callbacks, int32_t* serverId)
 {
-    return CEntry("BleGattServerRegister", kBleStatusFailed,
-                  [&] { return BleGattServer::BleGattServerRegister(callbacks, serverId); });
+    return CEntry<&BleGattServer::BleGattServerRegister>(kBleStatusFailed, callbacks, serverId);
 }
 
 BleStatusC BleGattServerUnRegister(int32_t serverId)
 {
-    return CEntry("BleGattServerUnRegister", kBleStatusFailed,
-                  [&] { return BleGattServer::BleGattServerUnRegister(serverId); });
+    return CEntry<&BleGattServer::BleGattServerUnRegister>(kBleStatusFailed, serverId);
 }
 
 BleStatusC BleGattServerAddService(int32_t serverId, const char* serviceUuid,
                                    int32_t* serviceHandle)
 {
-    return CEntry("BleGattServerAddService", kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (serviceUuid == nullptr) {
             return pelacon::AddGattService(serverId, nullptr, serviceHandle);
         }
@@ -55,15 +53,14 @@ BleStatusC BleGattServerAddService(int32_t serverId, const char* serviceUuid,
 
 BleStatusC BleGattServerDeleteService(int32_t serverId, int32_t serviceHandle)
 {
-    return CEntry("BleGattServerDeleteService", kBleStatusFailed, [&] {
-        return BleGattServer::BleGattServerDeleteService(serverId, serviceHandle);
-    });
+    return CEntry<&BleGattServer::BleGattServerDeleteService>(kBleStatusFailed, serverId,
+                                                              serviceHandle);
 }
 
 BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandle,
                                           BLECharacteristicInfoC* info)
 {
-    return CEntry("BleGattServerAddCharacteristic", kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (info == nullptr) {
             return kBleStatusFailed;
         }
@@ -78,22 +75,21 @@ BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandl
 
 BleStatusC BleGattServerStartService(int32_t serverId, int32_t serviceHandle)
 {
-    return CEntry("BleGattServerStartService", kBleStatusFailed, [&] {
-        return BleGattServer::BleGattServerStartService(serverId, serviceHandle);
-    });
+    return CEntry<&BleGattServer::BleGattServerStartService>(kBleStatusFailed, serverId,
+                                                             serviceHandle);
 }
 
 BleStatusC BleGattServerStopService(int32_t serverId, int32_t serviceHandle)
 {
-    return CEntry("BleGattServerStopService", kBleStatusFailed,
-                  [&] { return BleGattServer::BleGattServerStopService(serverId, serviceHandle); });
+    return CEntry<&BleGattServer::BleGattServerStopService>(kBleStatusFailed, serverId,
+                                                            serviceHandle);
 }
 
 BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle, const char* charUuid,
                                       const uint8_t* data, uint32_t dataLen, uint64_t peer)
 {
     constexpr auto kFunction = "BleGattServerPublishNotify";
-    return CEntry(kFunction, kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (charUuid == nullptr || (data == nullptr && dataLen != 0)) {
             pelacon::diag::Log(kLogFailure, kFunction, "invalid params");
             return kBleStatusFailed;
@@ -105,7 +101,7 @@ BleStatusC BleGattServerPublishNotify(int32_t serverId, int32_t serviceHandle, c
 
 BleStatusC BleGattServerPublishNotifyExt(BleGattNotifyInfoC* info)
 {
-    return CEntry("BleGattServerPublishNotifyExt", kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (info == nullptr || info->valueLen == 0) {
             return kBleStatusFailed;
         }

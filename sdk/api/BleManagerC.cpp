@@ -9,46 +9,42 @@ using pelacon::CEntry;
 
 BleStatusC RegisterBtStateChangeCallbacks(BtManagerCallbacksC* callbacks)
 {
-    return CEntry("RegisterBtStateChangeCallbacks", kBleStatusFailed,
-                  [&] { return BleManager::RegisterBtStateChangeCallbacks(callbacks); });
+    return CEntry<&BleManager::RegisterBtStateChangeCallbacks>(kBleStatusFailed, callbacks);
 }
 
 BleStatusC UnRegisterBtStateChangeCallbacks(BtManagerCallbacksC* callbacks)
 {
-    return CEntry("UnRegisterBtStateChangeCallbacks", kBleStatusFailed,
-                  [&] { return BleManager::UnRegisterBtStateChangeCallbacks(callbacks); });
+    return CEntry<&BleManager::UnRegisterBtStateChangeCallbacks>(kBleStatusFailed, callbacks);
 }
 
 BleStatusC BtEnable()
 {
-    return CEntry("BtEnable", kBleStatusFailed, [] { return BleManager::BtEnable(); });
+    return CEntry<&BleManager::BtEnable>(kBleStatusFailed);
 }
 
 BleStatusC BtDisable()
 {
-    return CEntry("BtDisable", kBleStatusFailed, [] { return BleManager::BtDisable(); });
+    return CEntry<&BleManager::BtDisable>(kBleStatusFailed);
 }
 
 bool IsBtEnabled()
 {
-    return CEntry("IsBtEnabled", false, [] { return BleManager::IsBtEnabled(); });
+    return CEntry<&BleManager::IsBtEnabled>(false);
 }
 
 BtRunningState GetBtRunningState()
 {
-    return CEntry("GetBtRunningState", kBtStateUnknown,
-                  [] { return BleManager::GetBtRunningState(); });
+    return CEntry<&BleManager::GetBtRunningState>(kBtStateUnknown);
 }
 
 BleStatusC GetBtMacAndName(BtInfo* info)
 {
-    return CEntry("GetBtMacAndName", kBleStatusFailed,
-                  [&] { return BleManager::GetBtMacAndName(info); });
+    return CEntry<&BleManager::GetBtMacAndName>(kBleStatusFailed, info);
 }
 
 BleStatusC SetBtName(const char* name, int32_t length)
 {
-    return CEntry("SetBtName", kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         if (name == nullptr || length < 0) {
             pelacon::diag::Log(kLogFailure, "SetBtName", "invalid params");
             return kBleStatusFailed;
@@ -59,7 +55,7 @@ BleStatusC SetBtName(const char* name, int32_t length)
 
 BleStatusC GetBtName(uint8_t* buffer, int32_t* size)
 {
-    return CEntry("GetBtName", kBleStatusFailed, [&] {
+    return CEntry(kBleStatusFailed, [&] {
         std::string name;
         const BleStatusC status = BleManager::GetBtName(name);
         if (status != kBleStatusSuccess || name.empty()) {
@@ -77,6 +73,5 @@ BleStatusC GetBtName(uint8_t* buffer, int32_t* size)
 
 DeviceConnectStatus IsDeviceConnected(uint64_t address, BluetoothType type)
 {
-    return CEntry("IsDeviceConnected", kDeviceConnectUnknown,
-                  [&] { return BleManager::IsDeviceConnected(address, type); });
+    return CEntry<&BleManager::IsDeviceConnected>(kDeviceConnectUnknown, address, type);
 }

@@ -1,19 +1,16 @@
 #include <PelaconSDK/BleScanner.h>
-#include <os/Lock.h>
 #include <protocol/BleScanner.h>
 #include <protocol/TargetAdv.h>
-#include <sdk/api/BleFailures.h>
-#include <sdk/diag/Log.h>
+#include <sdk/api/BleCall.h>
 #include <sdk/diag/VoviewDataReport.h>
-#include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/TargetAdvCallbacks.h>
 
 #include <algorithm>
 #include <bit>
 #include <string>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogStart;
+using namespace pelacon;
 
 static_assert(sizeof(BleScanResultC) == sizeof(protocol::ScanResult));
 static_assert(sizeof(BleScanFilter) == sizeof(protocol::ScanFilter));
@@ -29,20 +26,19 @@ constexpr std::int32_t kRegisterFailed = 1;
 constexpr std::int32_t kStartFailed = 2;
 constexpr std::int32_t kIpcTimeout = 2;
 
-/// Held by each of a listener's operations from before its request until after its reply.
 constinit os::Lock scannerLock;
 
-IPCMessageSender& Sender()
-{
-    return IPCMessageSender::GetInstance();
-}
+class ScannerCall : public BleCall {
+  public:
+    explicit ScannerCall(const char* function) : BleCall(function, &scannerLock) {}
 
-void LogScanEvent(const char* function, std::int32_t eventType)
-{
-    Log(kLogMilestone, function, "[VoView]EventType:", eventType, " ,ErrorCode:", kIpcTimeout);
-}
+    void LogEvent(std::int32_t eventType) const
+    {
+        Log(kLogMilestone, "[VoView]EventType:", eventType, " ,ErrorCode:", kIpcTimeout);
+    }
+};
 
-/// The filter's pattern for people: 0A:1B:FF. A length beyond the field counts as the field's.
+/// The filter's pattern as text: 0A:1B:FF. A length beyond the field counts as the field's.
 std::string HexPattern(const BleScanFilter& filter)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
@@ -60,137 +56,117 @@ std::string HexPattern(const BleScanFilter& filter)
 
 BleStatusC BleScanner::BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, int* listenerId)
 {
-    constexpr auto kFunction = "BleScanner::BleScanRegisterCallbacks";
-    LogStart(kFunction);
-    std::unique_lock lock(scannerLock);
-    const auto reportTimeout = [&] {
+    ScannerCall call("BleScanner::BleScanRegisterCallbacks");
+    call.WhenNoReply([&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kRegisterFailed)
             .AddInt("ErrorCode", kIpcTimeout)
             .Report();
-        LogScanEvent(kFunction, kRegisterFailed);
-    };
-    return Exchange(kFunction, protocol::kRegisterScanListener, {},
-                    kBleFailures.OnNoReply(reportTimeout),
-                    [&](const protocol::ValueStatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            lock.unlock();
-                            Sender().AddScanCb(callbacks, reply.value);
-                            *listenerId = reply.value;
-                        }
-                        return static_cast<BleStatusC>(reply.status);
-                    });
+        call.LogEvent(kRegisterFailed);
+    });
+    return call.Send(protocol::kRegisterScanListener, {},
+                     [&](const protocol::ValueStatusReply& reply) {
+                         if (reply.status == kBleStatusSuccess) {
+                             call.Unlock();
+                             Registry<ScanCallbacks>().AddScanCb(callbacks, reply.value);
+                             *listenerId = reply.value;
+                         }
+                         return BleStatusOf(reply);
+                     });
 }
 
 BleStatusC BleScanner::BleScanUnRegisterCallbacks(int listenerId)
 {
-    constexpr auto kFunction = "BleScanner::BleScanUnRegisterCallbacks";
-    LogStart(kFunction);
-    Sender().RemoveScanCb(listenerId);
-    const std::lock_guard lock(scannerLock);
-    return Exchange(kFunction, protocol::kUnregisterScanListener, {listenerId}, kBleFailures,
-                    BleStatusOf, "UnRegister end");
+    BleCall call("BleScanner::BleScanUnRegisterCallbacks");
+    Registry<ScanCallbacks>().RemoveScanCb(listenerId);
+    call.Lock(scannerLock);
+    call.EndWith("UnRegister end");
+    return call.Send(protocol::kUnregisterScanListener, {listenerId});
 }
 
 BleStatusC BleScanner::StartBleScan(int listenerId, BleScanPolicy policy)
 {
-    constexpr auto kFunction = "BleScanner::StartBleScan";
-    LogStart(kFunction);
-    const std::lock_guard lock(scannerLock);
-    const auto reportTimeout = [&] {
+    ScannerCall call("BleScanner::StartBleScan");
+    call.WhenNoReply([&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kScanEvent)
             .AddInt("EventType", kStartFailed)
             .AddInt("ErrorCode", kIpcTimeout)
             .AddInt("listenerId", listenerId)
             .AddInt("Policy", policy)
             .Report();
-        Log(kLogMilestone, kFunction, "[VoView]==== ", VoviewDataReport::kScanEvent, " ====");
-        LogScanEvent(kFunction, kStartFailed);
-    };
-    return Exchange(kFunction, protocol::kStartBleScan, {listenerId, policy},
-                    kBleFailures.OnNoReply(reportTimeout), [&](const protocol::StatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            Sender().ScanStart(listenerId);
-                        }
-                        return BleStatusOf(reply);
-                    });
+        call.Log(kLogMilestone, "[VoView]==== ", VoviewDataReport::kScanEvent, " ====");
+        call.LogEvent(kStartFailed);
+    });
+    return call.Send(protocol::kStartBleScan, {listenerId, policy},
+                     [&](const protocol::StatusReply& reply) {
+                         if (reply.status == kBleStatusSuccess) {
+                             Registry<ScanCallbacks>().ScanStart(listenerId);
+                         }
+                         return BleStatusOf(reply);
+                     });
 }
 
 BleStatusC BleScanner::StopBleScan(int listenerId)
 {
-    constexpr auto kFunction = "BleScanner::StopBleScan";
-    LogStart(kFunction);
-    const std::lock_guard lock(scannerLock);
-    const auto stop = [&] { Sender().ScanStop(listenerId); };
-    return Exchange(kFunction, protocol::kStopBleScan, {listenerId}, kBleFailures.OnNoReply(stop),
-                    [&](const protocol::StatusReply& reply) {
-                        stop();
-                        return BleStatusOf(reply);
-                    });
+    ScannerCall call("BleScanner::StopBleScan");
+    const auto stop = [&] { Registry<ScanCallbacks>().ScanStop(listenerId); };
+    call.WhenNoReply(stop);
+    return call.Send(protocol::kStopBleScan, {listenerId}, [&](const protocol::StatusReply& reply) {
+        stop();
+        return BleStatusOf(reply);
+    });
 }
 
 BleStatusC BleScanner::SetScanFilter(int listenerId, BleScanFilter* filters, int filterSize)
 {
-    constexpr auto kFunction = "BleScanner::SetScanFilter";
-    Log(kLogTrace, kFunction, "start listenerId:", listenerId);
+    BleCall call("BleScanner::SetScanFilter", nullptr,
+                 "start listenerId:" + std::to_string(listenerId));
     if (filterSize > kMostFilters || (filterSize > 0 && filters == nullptr)) {
-        Log(kLogFailure, kFunction, "invalid filterSize", filterSize);
+        call.Log(kLogFailure, "invalid filterSize", filterSize);
         return kBleStatusFailed;
     }
-    const std::lock_guard lock(scannerLock);
+    call.Lock(scannerLock);
+    call.WhenNotSent([&] { call.Log(kLogFailure, "Set scan filter ipc send error"); });
     protocol::SetScanFilterRequest request{};
     request.listenerId = listenerId;
     request.filterSize = filterSize;
     for (int i = 0; i < filterSize; ++i) {
         request.filters[i] = std::bit_cast<protocol::ScanFilter>(filters[i]);
-        Log(kLogTrace, kFunction, "scanFilter[", i, "],patternData:", HexPattern(filters[i]));
+        call.Log(kLogTrace, "scanFilter[", i, "],patternData:", HexPattern(filters[i]));
     }
-    const auto logNotSent = [&] { Log(kLogFailure, kFunction, "Set scan filter ipc send error"); };
-    return Exchange(kFunction, protocol::kSetScanFilter, request,
-                    kBleFailures.OnNotSent(logNotSent), BleStatusOf);
+    return call.Send(protocol::kSetScanFilter, request);
 }
 
 BleStatusC BleScanner::RemoveScanFilter(int listenerId)
 {
-    constexpr auto kFunction = "BleScanner::RemoveScanFilter";
-    LogStart(kFunction);
-    const std::lock_guard lock(scannerLock);
-    const auto logNotSent = [&] {
-        Log(kLogFailure, kFunction, "Remove scan filter ipc send error");
-    };
-    return Exchange(kFunction, protocol::kRemoveScanFilter, {listenerId},
-                    kBleFailures.OnNotSent(logNotSent), BleStatusOf);
+    ScannerCall call("BleScanner::RemoveScanFilter");
+    call.WhenNotSent([&] { call.Log(kLogFailure, "Remove scan filter ipc send error"); });
+    return call.Send(protocol::kRemoveScanFilter, {listenerId});
 }
 
 BleStatusC BleScanner::BleRegisterTargetAdvCallback(TargetAdvFilter filter,
                                                     VoviewRecvAdvCallbacksC* callbacks)
 {
-    constexpr auto kFunction = "BleScanner::BleRegisterTargetAdvCallback";
-    LogStart(kFunction);
-    return Exchange(kFunction, protocol::kRegisterTargetAdv, {}, kBleFailures,
-                    [&](const protocol::StatusReply& reply) {
-                        if (reply.status == kBleStatusSuccess) {
-                            Sender().AddTargetAdvCb(filter.business, callbacks);
-                        }
-                        return BleStatusOf(reply);
-                    });
+    return BleCall("BleScanner::BleRegisterTargetAdvCallback")
+        .Send(protocol::kRegisterTargetAdv, {}, [&](const protocol::StatusReply& reply) {
+            if (reply.status == kBleStatusSuccess) {
+                Registry<TargetAdvCallbacks>().AddTargetAdvCb(filter.business, callbacks);
+            }
+            return BleStatusOf(reply);
+        });
 }
 
 BleStatusC BleScanner::BleUnRegisterTargetAdvCallback(BleTargetBusiness business)
 {
-    constexpr auto kFunction = "BleScanner::BleUnRegisterTargetAdvCallback";
-    LogStart(kFunction);
-    Sender().RemoveTargetAdvCb(business);
-    return Exchange(kFunction, protocol::kUnregisterTargetAdv, {business}, kBleFailures,
-                    BleStatusOf, "UnRegister end");
+    BleCall call("BleScanner::BleUnRegisterTargetAdvCallback");
+    Registry<TargetAdvCallbacks>().RemoveTargetAdvCb(business);
+    call.EndWith("UnRegister end");
+    return call.Send(protocol::kUnregisterTargetAdv, {business});
 }
 
 BleStatusC BleScanner::BleOnRecvVoviewData(TargetAdvInfo info)
 {
-    constexpr auto kFunction = "BleScanner::BleOnRecvVoviewData";
-    LogStart(kFunction);
-    const auto logNotSent = [&] { Log(kLogFailure, kFunction, "recv voview data ipc send error"); };
-    return Exchange(kFunction, protocol::kPushTargetAdv,
-                    std::bit_cast<protocol::TargetAdvRecord>(info),
-                    kBleFailures.OnNotSent(logNotSent), BleStatusOf);
+    BleCall call("BleScanner::BleOnRecvVoviewData");
+    call.WhenNotSent([&] { call.Log(kLogFailure, "recv voview data ipc send error"); });
+    return call.Send(protocol::kPushTargetAdv, std::bit_cast<protocol::TargetAdvRecord>(info));
 }

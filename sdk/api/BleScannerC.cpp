@@ -5,54 +5,45 @@ using pelacon::CEntry;
 
 BleStatusC BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, int* listenerId)
 {
-    return CEntry("BleScanRegisterCallbacks", kBleStatusFailed,
-                  [&] { return BleScanner::BleScanRegisterCallbacks(callbacks, listenerId); });
+    return CEntry<&BleScanner::BleScanRegisterCallbacks>(kBleStatusFailed, callbacks, listenerId);
 }
 
 BleStatusC BleScanUnRegisterCallbacks(int listenerId)
 {
-    return CEntry("BleScanUnRegisterCallbacks", kBleStatusFailed,
-                  [&] { return BleScanner::BleScanUnRegisterCallbacks(listenerId); });
+    return CEntry<&BleScanner::BleScanUnRegisterCallbacks>(kBleStatusFailed, listenerId);
 }
 
 BleStatusC StartBleScan(int listenerId, BleScanPolicy policy)
 {
-    return CEntry("StartBleScan", kBleStatusFailed,
-                  [&] { return BleScanner::StartBleScan(listenerId, policy); });
+    return CEntry<&BleScanner::StartBleScan>(kBleStatusFailed, listenerId, policy);
 }
 
 BleStatusC StopBleScan(int listenerId)
 {
-    return CEntry("StopBleScan", kBleStatusFailed,
-                  [&] { return BleScanner::StopBleScan(listenerId); });
+    return CEntry<&BleScanner::StopBleScan>(kBleStatusFailed, listenerId);
 }
 
 BleStatusC SetScanFilter(int listenerId, BleScanFilter* filters, int filterSize)
 {
-    return CEntry("SetScanFilter", kBleStatusFailed,
-                  [&] { return BleScanner::SetScanFilter(listenerId, filters, filterSize); });
+    return CEntry<&BleScanner::SetScanFilter>(kBleStatusFailed, listenerId, filters, filterSize);
 }
 
 BleStatusC RemoveScanFilter(int listenerId)
 {
-    return CEntry("RemoveScanFilter", kBleStatusFailed,
-                  [&] { return BleScanner::RemoveScanFilter(listenerId); });
+    return CEntry<&BleScanner::RemoveScanFilter>(kBleStatusFailed, listenerId);
 }
 
 BleStatusC BleRegisterTargetAdvCallback(TargetAdvFilter filter, VoviewRecvAdvCallbacksC* callbacks)
 {
-    return CEntry("BleRegisterTargetAdvCallback", kBleStatusFailed,
-                  [&] { return BleScanner::BleRegisterTargetAdvCallback(filter, callbacks); });
+    return CEntry<&BleScanner::BleRegisterTargetAdvCallback>(kBleStatusFailed, filter, callbacks);
 }
 
 BleStatusC BleUnRegisterTargetAdvCallback(BleTargetBusiness business)
 {
-    return CEntry("BleUnRegisterTargetAdvCallback", kBleStatusFailed,
-                  [&] { return BleScanner::BleUnRegisterTargetAdvCallback(business); });
+    return CEntry<&BleScanner::BleUnRegisterTargetAdvCallback>(kBleStatusFailed, business);
 }
 
 BleStatusC BleOnRecvVoviewData(TargetAdvInfo info)
 {
-    return CEntry("BleOnRecvVoviewData", kBleStatusFailed,
-                  [&] { return BleScanner::BleOnRecvVoviewData(info); });
+    return CEntry<&BleScanner::BleOnRecvVoviewData>(kBleStatusFailed, info);
 }

@@ -5,23 +5,45 @@
 #include <sdk/diag/Log.h>
 
 #include <exception>
+#include <type_traits>
+#include <utility>
 
 namespace pelacon {
 
-/// Calls the member behind a C entry point. An exception (std::bad_alloc) is logged, and the result
-/// is `whenThrown`. A pthread_cancel, which C++ code does not survive everywhere, waits.
-template <typename Result, typename Member>
-Result CEntry(const char* function, Result whenThrown, const Member& member) noexcept
+/// What a C entry point returns when an exception ended it, and the name of the entry point, which
+/// is the function that this is made in.
+template <typename Result>
+struct WhenThrown {
+    WhenThrown(Result toReturn, const char* name = __builtin_FUNCTION())
+        : result(toReturn), function(name)
+    {}
+
+    Result result;
+    const char* function;
+};
+
+/// Runs the body of a C entry point. An exception (std::bad_alloc) is logged. A pthread_cancel,
+/// which C++ code does not survive everywhere, waits until this returns.
+template <typename Body>
+auto CEntry(WhenThrown<std::invoke_result_t<Body>> whenThrown, const Body& body) noexcept
 {
     const os::NoCancellation untilReturned;
     try {
-        return member();
+        return body();
     } catch (const std::exception& exception) {
-        diag::Log(kLogFailure, function, "exception: ", exception.what());
+        diag::Log(kLogFailure, whenThrown.function, "exception: ", exception.what());
     } catch (...) {
-        diag::Log(kLogFailure, function, "exception");
+        diag::Log(kLogFailure, whenThrown.function, "exception");
     }
-    return whenThrown;
+    return whenThrown.result;
+}
+
+/// An entry point that does what a member does.
+template <auto kMember, typename... Arguments>
+auto CEntry(WhenThrown<decltype(kMember(std::declval<Arguments>()...))> whenThrown,
+            Arguments... arguments) noexcept
+{
+    return CEntry(whenThrown, [&] { return kMember(arguments...); });
 }
 
 }  // namespace pelacon

@@ -28,7 +28,7 @@ PelaconEventEntry EntryOf(const VoEvent::Entry& entry)
 
 void PelaconSetLogSink(PelaconLogSink sink, void* context, PelaconLogLevel lowest)
 {
-    pelacon::CEntry("PelaconSetLogSink", 0, [&] {
+    pelacon::CEntry(0, [&] {
         if (sink == nullptr) {
             KvLogger::GetInstance().SetSink({});
             return 0;
@@ -44,7 +44,7 @@ void PelaconSetLogSink(PelaconLogSink sink, void* context, PelaconLogLevel lowes
 
 void PelaconSetEventSink(PelaconEventSink sink, void* context)
 {
-    pelacon::CEntry("PelaconSetEventSink", 0, [&] {
+    pelacon::CEntry(0, [&] {
         if (sink == nullptr) {
             VoView::SetSink({});
             return 0;

@@ -38,7 +38,7 @@ class Library {
     std::uint64_t Stopper() const;
     void End(Lock& lock, Client client);
 
-    os::Lock lock_;  // also held while a client is made, which waits for nobody
+    os::Lock lock_;  // also held while a client is made, which does not wait
     IPCMessageClient* client_ = nullptr;
 
     // The thread that is ending a client, or 0. That thread does not hold the lock while it waits
@@ -66,7 +66,7 @@ std::uint64_t Library::Stopper() const
     return os::StayedBehind(stopper) ? 0 : stopper;
 }
 
-/// The sender forgets the client first, so that no request reaches one that is being destroyed.
+/// The sender forgets the client first, so that no request reaches a client that is being destroyed.
 void Library::End(Lock& lock, Client client)
 {
     stopper_ = os::ThisThread();
@@ -127,7 +127,7 @@ void Library::Stop()
 
 int PelaconSvcStart()
 {
-    return CEntry("PelaconSvcStart", -1, [] {
+    return CEntry(-1, [] {
         constexpr auto kFunction = "PelaconSvcStart";
         Log(kLogMilestone, kFunction, "Init start!");
         const int result = library.Start();
@@ -140,7 +140,7 @@ int PelaconSvcStart()
 
 int PelaconSvcStop()
 {
-    return CEntry("PelaconSvcStop", 0, [] {
+    return CEntry(0, [] {
         Log(kLogMilestone, "PelaconSvcStop", "Uninit start!");
         Log(kLogMilestone, "Uninit", "Enter!");
         library.Stop();

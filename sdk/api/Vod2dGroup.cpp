@@ -2,17 +2,14 @@
 #include <PelaconSDK/Vod2dApi.h>
 #include <karvell_secure_c/securec.h>
 #include <protocol/Vod2dGroup.h>
-#include <sdk/api/WifiFailures.h>
-#include <sdk/diag/Log.h>
+#include <sdk/api/Vod2dCall.h>
 #include <sdk/diag/TraverseProcesses.h>
 #include <sdk/diag/VoviewDataReport.h>
-#include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/GroupCallbacks.h>
 
 #include <algorithm>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogStart;
+using namespace pelacon;
 
 static_assert(sizeof(Vod2dSoftAPInfo) == sizeof(protocol::GroupInfo));
 static_assert(offsetof(Vod2dSoftAPInfo, pwd) == offsetof(protocol::GroupInfo, pwd));
@@ -33,7 +30,8 @@ template <typename Field>
 WifiErrorCode CopyField(const char* why, Field& to, const Field& from)
 {
     if (memcpy_s(to, sizeof to, from, sizeof from) != 0) {
-        return RefuseWifi(kLogFailure, "Vod2dSoftAPInfoCopy", why, kWifiCopyFailed);
+        diag::Log(kLogFailure, "Vod2dSoftAPInfoCopy", why);
+        return kWifiCopyFailed;
     }
     return kWifiSuccess;
 }
@@ -50,18 +48,18 @@ WifiErrorCode Vod2dSoftAPInfoCopy(const protocol::GroupInfo& from, Vod2dSoftAPIn
         result = CopyField("mac memcpy_s failed!", to.mac, from.mac);
     }
     if (result == kWifiSuccess) {
-        // The text is the one before's; that is how it is known.
+        // The text is that of the field before; people know it from logs.
         result = CopyField("mac memcpy_s failed!", to.ipAddress, from.ipAddress);
     }
     return result;
 }
 
-/// What becomes of a reply that describes a group.
+/// Fills the application's record with the group of a reply.
 auto FillInfo(Vod2dSoftAPInfo& info)
 {
     return [&info](const protocol::GroupInfoReply& reply) {
         const WifiErrorCode copied = Vod2dSoftAPInfoCopy(reply.info, info);
-        return copied != kWifiSuccess ? copied : static_cast<WifiErrorCode>(reply.status);
+        return copied != kWifiSuccess ? copied : WifiStatusOf(reply);
     };
 }
 
@@ -69,166 +67,140 @@ auto FillInfo(Vod2dSoftAPInfo& info)
 
 WifiErrorCode Vod2dApi::Vod2dCreateGroup(Vod2dSoftAPInfo* info)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dCreateGroup";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
+    Vod2dCall call("Vod2dApi::Vod2dCreateGroup");
     if (info == nullptr) {
-        return RefuseWifi(kLogIncomplete, kFunction, "apInfo is nullptr, return");
+        return call.Refuse(kLogIncomplete, "apInfo is nullptr, return");
     }
     const ipc::ServicePresence::Watch service;
-    const auto timedOut = [&] {
+    call.WhenNoReply([&] {
         VoviewDataReport::ReportApplicationInterface(kCreateGroupError);
-        IPCMessageSender::GetInstance().SetCreateGroupTimeOut(service.CanHaveReached());
-        Log(kLogTrace, kFunction, "Vod2dCreateGroup timeout");
-        TryTraverseProcesses(kFunction);
-    };
+        Registry<GroupCallbacks>().SetCreateGroupTimeOut(
+            service.CanHaveReached() ? &::Vod2dRemoveGroup : nullptr);
+        call.Log(kLogTrace, "Vod2dCreateGroup timeout");
+        TryTraverseProcesses(call.Function());
+    });
     protocol::CreateGroupRequest request{};
     request.info.channel = info->channel;
-    return Exchange(kFunction, protocol::kCreateGroup, request, kWifiFailures.OnNoReply(timedOut),
-                    FillInfo(*info));
+    return call.Send(protocol::kCreateGroup, request, FillInfo(*info));
 }
 
 WifiErrorCode Vod2dApi::Vod2dRemoveGroup()
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dRemoveGroup";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
-    const auto timedOut = [&] {
+    Vod2dCall call("Vod2dApi::Vod2dRemoveGroup");
+    call.WhenNoReply([&] {
         VoviewDataReport::ReportApplicationInterface(kRemoveGroupError);
-        Log(kLogTrace, kFunction, "Vod2dRemoveGroup timeout");
-        TryTraverseProcesses(kFunction);
-    };
-    return Exchange(kFunction, protocol::kRemoveGroup, {}, kWifiFailures.OnNoReply(timedOut),
-                    WifiStatusOf);
+        call.Log(kLogTrace, "Vod2dRemoveGroup timeout");
+        TryTraverseProcesses(call.Function());
+    });
+    return call.Send(protocol::kRemoveGroup, {});
 }
 
 WifiErrorCode Vod2dApi::Vod2dGetGroupConfig(Vod2dSoftAPInfo* info)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dGetGroupConfig";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
+    Vod2dCall call("Vod2dApi::Vod2dGetGroupConfig");
     if (info == nullptr) {
-        return RefuseWifi(kLogIncomplete, kFunction, "apInfo is nullptr, return");
+        return call.Refuse(kLogIncomplete, "apInfo is nullptr, return");
     }
-    return Exchange(kFunction, protocol::kGetGroupConfig, {}, kWifiFailures, FillInfo(*info));
+    return call.Send(protocol::kGetGroupConfig, {}, FillInfo(*info));
 }
 
 WifiErrorCode Vod2dApi::Vod2dGetGroupInfoConnected(Vod2dLinkGroup* group)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dGetGroupInfoConnected";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
+    Vod2dCall call("Vod2dApi::Vod2dGetGroupInfoConnected");
     if (group == nullptr) {
-        return RefuseWifi(kLogIncomplete, kFunction, "group is nullptr, return");
+        return call.Refuse(kLogIncomplete, "group is nullptr, return");
     }
-    return Exchange(kFunction, protocol::kGetGroupInfoConnected, {}, kWifiFailures,
-                    [&](const protocol::LinkGroupReply& reply) {
-                        *group = {reply.groupState, reply.stationCount};
-                        return static_cast<WifiErrorCode>(reply.status);
-                    });
+    return call.Send(protocol::kGetGroupInfoConnected, {},
+                     [&](const protocol::LinkGroupReply& reply) {
+                         *group = {reply.groupState, reply.stationCount};
+                         return WifiStatusOf(reply);
+                     });
 }
 
 WifiErrorCode Vod2dApi::Vod2dIsWifiActive(bool* active)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dIsWifiActive";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
+    Vod2dCall call("Vod2dApi::Vod2dIsWifiActive");
     if (active == nullptr) {
-        return RefuseWifi(kLogIncomplete, kFunction, "active is nullptr, return");
+        return call.Refuse(kLogIncomplete, "active is nullptr, return");
     }
-    return Exchange(kFunction, protocol::kIsWifiActive, {}, kWifiFailures,
-                    [&](const protocol::WifiActiveReply& reply) {
-                        *active = reply.active != 0;
-                        return static_cast<WifiErrorCode>(reply.status);
-                    });
+    return call.Send(protocol::kIsWifiActive, {}, [&](const protocol::WifiActiveReply& reply) {
+        *active = reply.active != 0;
+        return WifiStatusOf(reply);
+    });
 }
 
 int32_t Vod2dApi::Vod2dGetFrequency()
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dGetFrequency";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
-    return Exchange(kFunction, protocol::kGetFrequency, {},
-                    Failures<int32_t>{kWifiFailed, kWifiNoReply},
-                    [](const protocol::Int32Record& reply) { return reply.value; });
+    return Call("Vod2dApi::Vod2dGetFrequency", int32_t{kWifiFailed}, int32_t{kWifiNoReply},
+                &vod2dLock)
+        .Send(protocol::kGetFrequency, {});
 }
 
 WifiErrorCode Vod2dApi::Vod2dGetChannelListFor5G(int32_t* chanList, int32_t len)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dGetChannelListFor5G";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
+    Vod2dCall call("Vod2dApi::Vod2dGetChannelListFor5G");
     if (chanList == nullptr) {
-        return RefuseWifi(kLogIncomplete, kFunction, "chanList is nullptr, return");
+        return call.Refuse(kLogIncomplete, "chanList is nullptr, return");
     }
     if (len < 0) {
-        return RefuseWifi(kLogFailure, kFunction, "chanList len is invalid");
+        return call.Refuse(kLogFailure, "chanList len is invalid");
     }
     // Capacity of the copy in bytes is the count of elements, and the text is another field's;
     // applications know it so.
     const auto capacity = static_cast<std::size_t>(len);
-    return Exchange(kFunction, protocol::kGetChannelListFor5G, {}, kWifiFailures,
-                    [&](const protocol::ChannelListReply& reply) {
-                        std::fill_n(chanList, capacity, 0);
-                        const std::size_t size =
-                            reply.byteCount > capacity
-                                ? reply.byteCount
-                                : std::min<std::size_t>(reply.byteCount, sizeof reply.channels);
-                        if (memcpy_s(chanList, capacity, reply.channels, size) != 0) {
-                            return RefuseWifi(kLogFailure, kFunction, "ssid memcpy_s failed!",
-                                              kWifiCopyFailed);
-                        }
-                        return static_cast<WifiErrorCode>(reply.status);
-                    });
+    return call.Send(
+        protocol::kGetChannelListFor5G, {}, [&](const protocol::ChannelListReply& reply) {
+            std::fill_n(chanList, capacity, 0);
+            const std::size_t size =
+                reply.byteCount > capacity
+                    ? reply.byteCount
+                    : std::min<std::size_t>(reply.byteCount, sizeof reply.channels);
+            if (memcpy_s(chanList, capacity, reply.channels, size) != 0) {
+                return call.Refuse(kLogFailure, "ssid memcpy_s failed!", kWifiCopyFailed);
+            }
+            return WifiStatusOf(reply);
+        });
 }
 
 WifiErrorCode Vod2dApi::Vod2dGetBaseMacAddress(char* mac, int32_t len)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dGetBaseMacAddress";
-    LogStart(kFunction);
-    const auto lock = LockVod2dApi();
+    Vod2dCall call("Vod2dApi::Vod2dGetBaseMacAddress");
     if (mac == nullptr) {
-        return RefuseWifi(kLogIncomplete, kFunction, "macAddr is nullptr, return");
+        return call.Refuse(kLogIncomplete, "macAddr is nullptr, return");
     }
     if (len < static_cast<int32_t>(sizeof protocol::BaseMacReply::mac)) {
-        return RefuseWifi(kLogFailure, kFunction, "mac len is invalid");
+        return call.Refuse(kLogFailure, "mac len is invalid");
     }
-    return Exchange(
-        kFunction, protocol::kGetBaseMacAddress, {}, kWifiFailures,
-        [&](const protocol::BaseMacReply& reply) {
-            if (memcpy_s(mac, static_cast<std::size_t>(len), reply.mac, sizeof reply.mac) != 0) {
-                return RefuseWifi(kLogFailure, kFunction, "mac memcpy_s failed!", kWifiCopyFailed);
-            }
-            return static_cast<WifiErrorCode>(reply.status);
-        });
+    return call.Send(protocol::kGetBaseMacAddress, {}, [&](const protocol::BaseMacReply& reply) {
+        if (memcpy_s(mac, static_cast<std::size_t>(len), reply.mac, sizeof reply.mac) != 0) {
+            return call.Refuse(kLogFailure, "mac memcpy_s failed!", kWifiCopyFailed);
+        }
+        return WifiStatusOf(reply);
+    });
 }
 
 WifiErrorCode Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(Vod2dWifiBroadcastRecvCb* cb)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback";
-    LogStart(kFunction);
-    auto lock = LockVod2dApi();
-    return Exchange(kFunction, protocol::kRegisterSoftApStateChanged, {}, kWifiFailures,
-                    [&](const protocol::StatusReply& reply) {
-                        lock.unlock();
-                        if (reply.status == kWifiSuccess) {
-                            IPCMessageSender::GetInstance().AddSoftAPStateChanged(cb);
-                        }
-                        return WifiStatusOf(reply);
-                    });
+    Vod2dCall call("Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback");
+    return call.Send(protocol::kRegisterSoftApStateChanged, {},
+                     [&](const protocol::StatusReply& reply) {
+                         call.Unlock();
+                         if (reply.status == kWifiSuccess) {
+                             Registry<GroupCallbacks>().AddSoftAPStateChanged(cb);
+                         }
+                         return WifiStatusOf(reply);
+                     });
 }
 
 WifiErrorCode Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(Vod2dWifiBroadcastRecvCb* cb)
 {
-    constexpr auto kFunction = "Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback";
-    LogStart(kFunction);
-    auto lock = LockVod2dApi();
-    return Exchange(kFunction, protocol::kUnRegisterSoftApStateChanged, {}, kWifiFailures,
-                    [&](const protocol::StatusReply& reply) {
-                        lock.unlock();
-                        if (reply.status == kWifiSuccess) {
-                            IPCMessageSender::GetInstance().RemoveSoftAPStateChanged(cb);
-                        }
-                        return WifiStatusOf(reply);
-                    });
+    Vod2dCall call("Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback");
+    return call.Send(protocol::kUnRegisterSoftApStateChanged, {},
+                     [&](const protocol::StatusReply& reply) {
+                         call.Unlock();
+                         if (reply.status == kWifiSuccess) {
+                             Registry<GroupCallbacks>().RemoveSoftAPStateChanged(cb);
+                         }
+                         return WifiStatusOf(reply);
+                     });
 }

@@ -2,10 +2,10 @@
 #include <PelaconSDK/WifiSystemApi.h>
 #include <karvell_secure_c/securec.h>
 #include <protocol/SoftAp.h>
-#include <sdk/api/WifiRequest.h>
-#include <sdk/diag/Log.h>
+#include <sdk/api/WifiCall.h>
 #include <sdk/diag/TraverseProcesses.h>
 #include <sdk/diag/VoviewDataReport.h>
+#include <sdk/ipc/SoftApListeners.h>
 
 #include <cstdint>
 #include <memory>
@@ -13,9 +13,7 @@
 #include <span>
 #include <string>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogStart;
+using namespace pelacon;
 
 namespace {
 
@@ -25,20 +23,26 @@ constexpr std::int32_t kDestroyTimedOut = 7;
 
 constexpr std::int32_t kMacNotCopied = -93;
 
-/// What is done about a creation or destruction that got no answer.
-void ReportTimeout(const char* function, std::int32_t eventCode, const char* text)
-{
-    VoviewDataReport::ReportApplicationInterface(eventCode);
-    Log(kLogTrace, function, text);
-    TryTraverseProcesses(function);
-}
+/// A request that waits for the radio: a missing answer is reported.
+class RadioCall : public SerialisedCall<int> {
+  public:
+    RadioCall(const char* function, std::int32_t eventCode, const char* text)
+        : SerialisedCall(function, -1)
+    {
+        WhenNoReply([this, eventCode, text] {
+            VoviewDataReport::ReportApplicationInterface(eventCode);
+            Log(kLogTrace, text);
+            TryTraverseProcesses(Function());
+        });
+    }
+};
 
-/// What a creation was answered. The last field overwrites what became of the copy.
-void Fill(SoftAPInfo& info, const protocol::SoftApInfoMessage& reply, const char* function)
+/// Copies the answer to a creation. The last field overwrites the error code of a failed copy.
+void Fill(SoftAPInfo& info, const protocol::SoftApInfoMessage& reply, const RadioCall& call)
 {
     info.apByte1 = reply.apByte1;
     if (memcpy_s(info.mac, sizeof info.mac, reply.mac, sizeof reply.mac) != 0) {
-        Log(kLogFailure, function, "GetMacAddress memcpy_s failed!");
+        call.Log(kLogFailure, "GetMacAddress memcpy_s failed!");
         info.errorCode = kMacNotCopied;
     }
     info.ipAddress = FixedText(reply.ipAddress);
@@ -48,7 +52,7 @@ void Fill(SoftAPInfo& info, const protocol::SoftApInfoMessage& reply, const char
     info.errorCode = reply.errorCode;
 }
 
-/// Each with a comma behind it, the last one too.
+/// Each with a comma after it, including the last one.
 std::string Joined(const std::list<std::string>& texts)
 {
     std::string joined;
@@ -63,212 +67,186 @@ std::string Joined(const std::list<std::string>& texts)
 
 int WifiSystemApi::SystemCreateSoftAP(SoftAPInfo& info)
 {
-    constexpr auto kFunction = "WifiSystemApi::SystemCreateSoftAP";
-    LogStart(kFunction);
-    const auto lock = LockSoftApMutex();
+    RadioCall call("WifiSystemApi::SystemCreateSoftAP", kCreateTimedOut,
+                   "SystemCreateSoftAP timeout");
     protocol::SoftApInfoMessage request{};
     request.requestByte = info.requestByte;
     request.requestInt = info.requestInt;
-    return Exchange(kFunction, protocol::kSystemCreateSoftAP, request,
-                    Unanswered(-1).OnNoReply([&] {
-                        ReportTimeout(kFunction, kCreateTimedOut, "SystemCreateSoftAP timeout");
-                    }),
-                    [&](const protocol::SoftApInfoMessage& reply) {
-                        Fill(info, reply, kFunction);
-                        return info.errorCode;
-                    });
+    return call.Send(protocol::kSystemCreateSoftAP, request,
+                     [&](const protocol::SoftApInfoMessage& reply) {
+                         Fill(info, reply, call);
+                         return info.errorCode;
+                     });
 }
 
 int WifiSystemApi::SystemDestroySoftAP(EGoPurpose purpose)
 {
-    constexpr auto kFunction = "WifiSystemApi::SystemDestroySoftAP";
-    LogStart(kFunction);
-    const auto lock = LockSoftApMutex();
-    return Exchange(kFunction, protocol::kSystemDestroySoftAP, {purpose},
-                    Unanswered(-1).OnNoReply([&] {
-                        ReportTimeout(kFunction, kDestroyTimedOut, "SystemDestroySoftAP timeout");
-                    }),
-                    ValueOf<int>{});
+    return RadioCall("WifiSystemApi::SystemDestroySoftAP", kDestroyTimedOut,
+                     "SystemDestroySoftAP timeout")
+        .Send(protocol::kSystemDestroySoftAP, {purpose});
 }
 
 unsigned char WifiSystemApi::SystemRefreshSoftAPChannel()
 {
-    return AskSerialised<unsigned char>("WifiSystemApi::SystemRefreshSoftAPChannel",
-                                        protocol::kSystemRefreshSoftAPChannel, {}, 0);
+    return SerialisedCall<unsigned char>("WifiSystemApi::SystemRefreshSoftAPChannel", 0)
+        .Send(protocol::kSystemRefreshSoftAPChannel, {});
 }
 
 unsigned char WifiSystemApi::GetSoftAPChannel()
 {
-    return Ask<unsigned char>("WifiSystemApi::GetSoftAPChannel", protocol::kGetSoftAPChannel, {},
-                              0);
+    return WifiCall<unsigned char>("WifiSystemApi::GetSoftAPChannel", 0)
+        .Send(protocol::kGetSoftAPChannel, {});
 }
 
 bool WifiSystemApi::CheckMySoftAPExist()
 {
-    return AskSerialised("WifiSystemApi::CheckMySoftAPExist", protocol::kCheckMySoftAPExist, {},
-                         false);
+    return SerialisedCall("WifiSystemApi::CheckMySoftAPExist", false)
+        .Send(protocol::kCheckMySoftAPExist, {});
 }
 
 std::string WifiSystemApi::GetSSID()
 {
-    return AskSerialised<std::string>("WifiSystemApi::GetSSID", protocol::kGetSSID, {}, {});
+    return SerialisedCall<std::string>("WifiSystemApi::GetSSID").Send(protocol::kGetSSID, {});
 }
 
 void WifiSystemApi::ChangeSSIDAndPasswd()
 {
-    constexpr auto kFunction = "WifiSystemApi::ChangeSSIDAndPasswd";
-    LogStart(kFunction);
-    const auto lock = LockSoftApMutex();
-    Exchange(kFunction, protocol::kChangeSSIDAndPasswd, {}, kUnacknowledged, Acknowledge{});
+    SerialisedCall("WifiSystemApi::ChangeSSIDAndPasswd").Send(protocol::kChangeSSIDAndPasswd, {});
 }
 
 int WifiSystemApi::GetSoftApError()
 {
-    return AskSerialised("WifiSystemApi::GetSoftApError", protocol::kGetSoftApError, {}, -1);
+    return SerialisedCall("WifiSystemApi::GetSoftApError", -1).Send(protocol::kGetSoftApError, {});
 }
 
 std::string WifiSystemApi::GetLegacyAPIP()
 {
-    return Ask<std::string>("WifiSystemApi::GetLegacyAPIP", protocol::kGetLegacyAPIP, {}, {});
+    return WifiCall<std::string>("WifiSystemApi::GetLegacyAPIP").Send(protocol::kGetLegacyAPIP, {});
 }
 
 bool WifiSystemApi::IsAPConnected(int& channel, std::string& ssid)
 {
-    constexpr auto kFunction = "WifiSystemApi::IsAPConnected";
-    LogStart(kFunction);
-    const auto lock = LockSoftApMutex();
-    return Exchange(kFunction, protocol::kIsAPConnected, {}, Unanswered(false),
-                    [&](const protocol::ApConnectedReply& reply) {
-                        channel = reply.value;
-                        ssid = FixedText(reply.text);
-                        return reply.connected != 0;
-                    });
+    return SerialisedCall("WifiSystemApi::IsAPConnected", false)
+        .Send(protocol::kIsAPConnected, {}, [&](const protocol::ApConnectedReply& reply) {
+            channel = reply.value;
+            ssid = FixedText(reply.text);
+            return reply.connected != 0;
+        });
 }
 
 bool WifiSystemApi::SetPairDeviceModelName(
     std::string name)  // NOLINT(performance-unnecessary-value-param): as the contract has it
 {
-    return Ask("WifiSystemApi::SetPairDeviceModelName", protocol::kSetPairDeviceModelName, name,
-               false);
+    return WifiCall("WifiSystemApi::SetPairDeviceModelName", false)
+        .Send(protocol::kSetPairDeviceModelName, name);
 }
 
 bool WifiSystemApi::GetPairDeviceModelName(std::string& name)
 {
-    constexpr auto kFunction = "WifiSystemApi::GetPairDeviceModelName";
-    LogStart(kFunction);
-    return Exchange(kFunction, protocol::kGetPairDeviceModelName, {}, Unanswered(false),
-                    [&](const protocol::ModelNameReply& reply) {
-                        name = FixedText(reply.name);
-                        return reply.result != 0;
-                    });
+    return WifiCall("WifiSystemApi::GetPairDeviceModelName", false)
+        .Send(protocol::kGetPairDeviceModelName, {}, [&](const protocol::ModelNameReply& reply) {
+            name = FixedText(reply.name);
+            return reply.result != 0;
+        });
 }
 
 bool WifiSystemApi::SetListProductType(
     std::list<std::string> types)  // NOLINT(performance-unnecessary-value-param): likewise
 {
-    constexpr auto kFunction = "WifiSystemApi::SetListProductType";
-    LogStart(kFunction);
+    WifiCall call("WifiSystemApi::SetListProductType", false);
     const std::string joined = Joined(types);
     const std::size_t size = joined.size() + 1;
     const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[size]);
     if (!buffer) {
-        Log(kLogFailure, kFunction, "malloc failed");
-        return false;
+        return call.Refuse(kLogFailure, "malloc failed");
     }
     if (memcpy_s(buffer.get(), size, joined.c_str(), size) != 0) {
-        Log(kLogFailure, kFunction, "memcpy_s failed!");
-        return false;
+        return call.Refuse(kLogFailure, "memcpy_s failed!");
     }
-    return Exchange(kFunction, protocol::kSetListProductType, std::span(buffer.get(), size),
-                    Unanswered(false), ValueOf<bool>{});
+    return call.Send(protocol::kSetListProductType, std::span(buffer.get(), size));
 }
 
 bool WifiSystemApi::GetRestartMobileHotpotFlag()
 {
-    return Ask("WifiSystemApi::GetRestartMobileHotpotFlag", protocol::kGetRestartMobileHotpotFlag,
-               {}, false);
+    return WifiCall("WifiSystemApi::GetRestartMobileHotpotFlag", false)
+        .Send(protocol::kGetRestartMobileHotpotFlag, {});
 }
 
 void WifiSystemApi::SetRestartMobileHotpotFlag(bool flag)
 {
-    Tell("WifiSystemApi::SetRestartMobileHotpotFlag", protocol::kSetRestartMobileHotpotFlag,
-         {flag});
+    WifiCall("WifiSystemApi::SetRestartMobileHotpotFlag")
+        .Send(protocol::kSetRestartMobileHotpotFlag, {flag});
 }
 
 bool WifiSystemApi::RestartWiFiDirectVirtualAdapter(bool afterWakeUp)
 {
-    return Ask("WifiSystemApi::RestartWiFiDirectVirtualAdapter",
-               protocol::kRestartWiFiDirectVirtualAdapter, {afterWakeUp}, false);
+    return WifiCall("WifiSystemApi::RestartWiFiDirectVirtualAdapter", false)
+        .Send(protocol::kRestartWiFiDirectVirtualAdapter, {afterWakeUp});
 }
 
 unsigned int WifiSystemApi::GetRestartCount()
 {
-    return Ask("WifiSystemApi::GetRestartCount", protocol::kGetRestartCount, {}, 0U);
+    return WifiCall("WifiSystemApi::GetRestartCount", 0U).Send(protocol::kGetRestartCount, {});
 }
 
 unsigned int WifiSystemApi::GetWakeUpRestartCount()
 {
-    return Ask("WifiSystemApi::GetWakeUpRestartCount", protocol::kGetWakeUpRestartCount, {}, 0U);
+    return WifiCall("WifiSystemApi::GetWakeUpRestartCount", 0U)
+        .Send(protocol::kGetWakeUpRestartCount, {});
 }
 
 void WifiSystemApi::ResetWakeUpCount()
 {
-    Tell("WifiSystemApi::ResetWakeUpCount", protocol::kResetWakeUpCount, {});
+    WifiCall("WifiSystemApi::ResetWakeUpCount").Send(protocol::kResetWakeUpCount, {});
 }
 
 unsigned long WifiSystemApi::GetAdapterIndex()
 {
     // Unsigned before it is widened: the index has 32 bits, whatever a long has.
-    return Ask("WifiSystemApi::GetAdapterIndex", protocol::kGetAdapterIndex, {}, 0U);
+    return WifiCall("WifiSystemApi::GetAdapterIndex", 0U).Send(protocol::kGetAdapterIndex, {});
 }
 
 std::string WifiSystemApi::GetAdapterGuid()
 {
-    return Ask<std::string>("WifiSystemApi::GetAdapterGuid", protocol::kGetAdapterGuid, {}, {});
+    return WifiCall<std::string>("WifiSystemApi::GetAdapterGuid")
+        .Send(protocol::kGetAdapterGuid, {});
 }
 
 void WifiSystemApi::RegistSoftApConnectStatus(ISoftApConnectStatus* listener)
 {
-    constexpr auto kFunction = "WifiSystemApi::RegistSoftApConnectStatus";
-    LogStart(kFunction);
+    SerialisedCall call("WifiSystemApi::RegistSoftApConnectStatus");
     if (listener == nullptr) {
-        Log(kLogIncomplete, kFunction, "callback is nullptr, return");
+        call.Log(kLogIncomplete, "callback is nullptr, return");
         return;
     }
-    auto lock = LockSoftApMutex();
     const auto keep = [&] {
-        lock.unlock();
-        IPCMessageSender::GetInstance().SetSoftApConnectStatus(listener);
+        call.Unlock();
+        Registry<SoftApListeners>().SetSoftApConnectStatus(listener);
     };
-    Exchange(kFunction, protocol::kRegistSoftApConnectStatus, {}, kUnacknowledged.OnNoReply(keep),
-             [&](const std::uint8_t* reply) {
-                 keep();
-                 return Acknowledge{}(reply);
-             });
+    call.WhenNoReply(keep);
+    call.Send(protocol::kRegistSoftApConnectStatus, {}, [&](const std::uint8_t* /*reply*/) {
+        keep();
+        return protocol::Nothing{};
+    });
 }
 
 int WifiSystemApi::RegisterSoftApNotificationEventCallback(ISoftAPNotification* listener)
 {
-    constexpr auto kFunction = "WifiSystemApi::RegisterSoftApNotificationEventCallback";
-    LogStart(kFunction);
-    return Exchange(kFunction, protocol::kRegisterSoftApNotification, {}, Unanswered(-1),
-                    [&](const protocol::StatusReply& reply) {
-                        if (reply.status == kSoftApSuccess) {
-                            IPCMessageSender::GetInstance().AddSoftApNotificationCallback(listener);
-                        }
-                        return reply.status;
-                    });
+    return WifiCall("WifiSystemApi::RegisterSoftApNotificationEventCallback", -1)
+        .Send(protocol::kRegisterSoftApNotification, {}, [&](const protocol::StatusReply& reply) {
+            if (reply.status == kSoftApSuccess) {
+                Registry<SoftApListeners>().AddSoftApNotificationCallback(listener);
+            }
+            return reply.status;
+        });
 }
 
 int WifiSystemApi::UnRegisterSoftApNotificationEventCallback(ISoftAPNotification* listener)
 {
-    constexpr auto kFunction = "WifiSystemApi::UnRegisterSoftApNotificationEventCallback";
-    LogStart(kFunction);
-    return Exchange(
-        kFunction, protocol::kUnRegisterSoftApNotification, {}, Unanswered(-1),
-        [&](const protocol::StatusReply& reply) {
+    return WifiCall("WifiSystemApi::UnRegisterSoftApNotificationEventCallback", -1)
+        .Send(protocol::kUnRegisterSoftApNotification, {}, [&](const protocol::StatusReply& reply) {
             if (reply.status == kSoftApSuccess) {
-                IPCMessageSender::GetInstance().RemoveSoftApNotificationCallback(listener);
+                Registry<SoftApListeners>().RemoveSoftApNotificationCallback(listener);
             }
             return reply.status;
         });

@@ -1,68 +1,66 @@
 // The Wi-Fi switch, and the channel of the Wi-Fi connection.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <protocol/WifiState.h>
-#include <sdk/api/WifiRequest.h>
-#include <sdk/diag/Log.h>
+#include <sdk/api/WifiCall.h>
+#include <sdk/ipc/WifiStateListeners.h>
 
 #include <string>
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
-using diag::Log;
-using diag::LogStart;
+using namespace pelacon;
 
 namespace {
 
-/// A request about the switch has lines of its own: around itself, the second one in place of
-/// "end", and for one that is not sent or not answered.
-template <typename Request, typename Reply, typename Result, typename OnReply>
-Result AskAboutSwitch(const char* function, const protocol::Operation<Request, Reply>& operation,
-                      const Request& request, Result unanswered, OnReply onReply)
+/// A request about the switch logs lines of its own: before and after it, and when it is not sent
+/// or not answered.
+template <typename Result, typename Request, typename Reply, typename... OnReply>
+Result SendToSwitch(const char* function, Result unanswered,
+                    const protocol::Operation<Request, Reply>& operation, const Request& request,
+                    const OnReply&... onReply)
 {
-    LogStart(function);
-    Log(kLogTrace, function, "PelaconSDK Send IPC Message: ", operation.name);
+    WifiCall call(function, unanswered);
+    call.Log(kLogTrace, "PelaconSDK Send IPC Message: ", operation.name);
     const auto logTimeout = [&] {
-        Log(kLogFailure, function, "IPC Message timeout:", operation.timeout.count());
+        call.Log(kLogFailure, "IPC Message timeout:", operation.timeout.count());
     };
-    const auto complete = std::string("PelaconSDK Send IPC Message complete: ") + operation.name;
-    return Exchange(function, operation, request,
-                    Unanswered(unanswered).OnNotSent(logTimeout).OnNoReply(logTimeout), onReply,
-                    complete);
+    call.WhenNotSent(logTimeout);
+    call.WhenNoReply(logTimeout);
+    call.EndWith(std::string("PelaconSDK Send IPC Message complete: ") + operation.name);
+    return call.Send(operation, request, onReply...);
 }
 
 }  // namespace
 
 SystemApiEnableWifiResult WifiSystemApi::EnableWifi(bool enable)
 {
-    return AskAboutSwitch("WifiSystemApi::EnableWifi", protocol::kEnableWifi, {enable},
-                          kEnableWifiNoAnswer, ValueOf<SystemApiEnableWifiResult>{});
+    return SendToSwitch("WifiSystemApi::EnableWifi", kEnableWifiNoAnswer, protocol::kEnableWifi,
+                        {enable});
 }
 
 SystemApiWifiState WifiSystemApi::GetWifiState()
 {
-    return AskAboutSwitch("WifiSystemApi::GetWifiState", protocol::kGetWifiState, {},
-                          kWifiStateUnknown, ValueOf<SystemApiWifiState>{});
+    return SendToSwitch("WifiSystemApi::GetWifiState", kWifiStateUnknown, protocol::kGetWifiState,
+                        {});
 }
 
 bool WifiSystemApi::RegistWifiStateChangeCallback(IWifiStateChangeNotification* observer)
 {
-    return AskAboutSwitch(
-        "WifiSystemApi::RegistWifiStateChangeCallback", protocol::kRegistWifiStateChangeCallback,
-        {}, false, [&](const protocol::ByteReply& reply) {
-            if (reply.value != 0) {
-                IPCMessageSender::GetInstance().AddWifiStateChangeCallback(observer);
-            }
-            return reply.value != 0;
-        });
+    return SendToSwitch("WifiSystemApi::RegistWifiStateChangeCallback", false,
+                        protocol::kRegistWifiStateChangeCallback, {},
+                        [&](const protocol::ByteReply& reply) {
+                            if (reply.value != 0) {
+                                Registry<WifiStateListeners>().AddWifiStateChangeCallback(observer);
+                            }
+                            return reply.value != 0;
+                        });
 }
 
 bool WifiSystemApi::UnRegistWifiStateChangeCallback(IWifiStateChangeNotification* observer)
 {
-    return AskAboutSwitch(
-        "WifiSystemApi::UnRegistWifiStateChangeCallback",
-        protocol::kUnRegistWifiStateChangeCallback, {}, false,
-        [&](const protocol::ByteReply& reply) {
+    return SendToSwitch(
+        "WifiSystemApi::UnRegistWifiStateChangeCallback", false,
+        protocol::kUnRegistWifiStateChangeCallback, {}, [&](const protocol::ByteReply& reply) {
             if (reply.value != 0) {
-                IPCMessageSender::GetInstance().RemoveWifiStateChangeCallback(observer);
+                Registry<WifiStateListeners>().RemoveWifiStateChangeCallback(observer);
             }
             return reply.value != 0;
         });
@@ -70,19 +68,16 @@ bool WifiSystemApi::UnRegistWifiStateChangeCallback(IWifiStateChangeNotification
 
 void WifiSystemApi::RegistWifiStateChangeCallBack(WifiRealMonitorStateCallBack* callback)
 {
-    constexpr auto kFunction = "WifiSystemApi::RegistWifiStateChangeCallBack";
-    LogStart(kFunction);
+    SerialisedCall call("WifiSystemApi::RegistWifiStateChangeCallBack");
     if (callback == nullptr) {
-        Log(kLogIncomplete, kFunction, "cb is null");
+        call.Log(kLogIncomplete, "cb is null");
         return;
     }
-    auto lock = LockSoftApMutex();
-    Exchange(kFunction, protocol::kRegistWifiStateChangeCallBack, {}, kUnacknowledged,
-             [&](const protocol::ByteReply& reply) {
-                 lock.unlock();
-                 if (reply.value != 0) {
-                     IPCMessageSender::GetInstance().AddWifiStateCallback(callback);
-                 }
-                 return protocol::Nothing{};
-             });
+    call.Send(protocol::kRegistWifiStateChangeCallBack, {}, [&](const protocol::ByteReply& reply) {
+        call.Unlock();
+        if (reply.value != 0) {
+            Registry<WifiStateListeners>().AddWifiStateCallback(callback);
+        }
+        return protocol::Nothing{};
+    });
 }

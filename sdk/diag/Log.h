@@ -30,7 +30,7 @@ void Write(std::wostream& line, const Piece& piece)
 }  // namespace detail
 
 /// Writes one line; the message is the pieces with nothing between them. Never throws. A line that
-/// nobody wants is not built.
+/// no output takes is not built.
 template <typename... Pieces>
 void Log(LOG_MESSAGE_LEVEL level, std::string_view function, const Pieces&... pieces) noexcept
 {
@@ -49,7 +49,7 @@ void Log(LOG_MESSAGE_LEVEL level, std::string_view function, const Pieces&... pi
         detail::Write(line, function);
         line << L")";
         logger.Log(level, line);
-    } catch (...) {  // NOLINT(bugprone-empty-catch): a line lost for want of memory
+    } catch (...) {  // NOLINT(bugprone-empty-catch): no memory: the line is lost
     }
 }
 

@@ -30,15 +30,15 @@ void AdvertiserCallbacks::RemoveAdvCb(int advId)
     LogEnd(kFunction);
 }
 
-void AdvertiserCallbacks::AdvertiseDisableCallback(int advId, int status)
+void AdvertiserCallbacks::AdvertiseDisableCallback(const protocol::AdvertiserStatusRecord& record)
 {
     constexpr auto kFunction = "IPCMessageSender::AdvertiseDisableCallback";
     const std::lock_guard lock(lock_);
     LogStart(kFunction);
-    const auto* table = tables_.Find(advId);
+    const auto* table = tables_.Find(record.advertiserId);
     if (table != nullptr && (*table)->onAdvertiseDisabled != nullptr) {
         Log(kLogTrace, kFunction, "call callback");
-        CallApplication((*table)->onAdvertiseDisabled, advId, status);
+        CallApplication((*table)->onAdvertiseDisabled, record.advertiserId, record.status);
     }
     LogEnd(kFunction);
 }

@@ -1,8 +1,9 @@
-// Who hears that an advertiser went silent.
+// The callbacks of advertisers.
 #pragma once
 
 #include <PelaconSDK/BleAdvertiser.h>
 #include <os/Lock.h>
+#include <protocol/BleAdvertiser.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstddef>
@@ -17,10 +18,10 @@ class AdvertiserCallbacks {
     void AddAdvCb(BleAdvCallbacksC* callbacks, int advId);
     void RemoveAdvCb(int advId);
 
-    /// Tells the advertiser's table, with the registry locked.
-    void AdvertiseDisableCallback(int advId, int status);
+    /// Calls the advertiser's table, with the registry locked.
+    void AdvertiseDisableCallback(const protocol::AdvertiserStatusRecord& record);
 
-    /// The lowest ids that have a table, in ascending order, at most so many.
+    /// The lowest ids that have a table, in ascending order, at most `most`.
     std::vector<std::int32_t> LowestAdvIds(std::size_t most);
 
   private:

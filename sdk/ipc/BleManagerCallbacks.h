@@ -1,4 +1,4 @@
-// Who hears of the adapter's state.
+// The callbacks for the adapter's state.
 #pragma once
 
 #include <PelaconSDK/BleManager.h>
@@ -14,8 +14,7 @@ class BleManagerCallbacks {
     void AddBleManagerCb(BtManagerCallbacksC* table);
     void RemoveBleManagerCb(BtManagerCallbacksC* table);
 
-    /// Tells every table of the adapter's new state, in the order of registration, with the
-    /// registry locked.
+    /// Calls every table, in the order of registration, with the registry locked.
     void OnBtStateChanged(std::int32_t state);
 
   private:

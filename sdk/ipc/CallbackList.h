@@ -10,11 +10,11 @@
 
 namespace pelacon {
 
-/// The tables that hear of one thing, with the request that the service last accepted for them.
+/// The tables for one kind of event, with the request that the service accepted last for them.
 template <typename Table, typename Request>
 class CallbackList {
   public:
-    /// A table that is there already is not added again; the request counts all the same.
+    /// A table that is there already is not added again; the request replaces the one before.
     void Register(const char* function, Table* table, const Request& request)
     {
         const std::lock_guard lock(lock_);
@@ -27,7 +27,7 @@ class CallbackList {
         }
     }
 
-    /// The request last accepted; nothing when there is no table.
+    /// The request that was accepted last; nothing when there is no table.
     std::optional<Request> Accepted() const
     {
         const std::lock_guard lock(lock_);
@@ -36,7 +36,7 @@ class CallbackList {
 
     /// Calls this slot of every table, in the order of registration, with the list locked.
     template <typename Event>
-    void Tell(const char* function, void (*Table::*slot)(const Event*), const Event& event) const
+    void Call(const char* function, void (*Table::*slot)(const Event*), const Event& event) const
     {
         diag::LogStart(function);
         {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <span>
 #include <string>
@@ -18,31 +19,14 @@
 
 namespace pelacon {
 
-/// What an operation does besides: nothing.
-struct DoNothing {
-    void operator()() const {}
-};
-
 /// What an operation returns when its request is not sent, or is not answered, and what it does
 /// first. A missing answer is logged after that.
-template <typename Result, typename WhenNotSent = DoNothing, typename WhenNoReply = DoNothing>
+template <typename Result>
 struct Failures {
     Result notSent;
     Result noReply;
-    WhenNotSent whenNotSent{};
-    WhenNoReply whenNoReply{};
-
-    template <typename Action>
-    constexpr auto OnNotSent(Action action) const
-    {
-        return Failures<Result, Action, WhenNoReply>{notSent, noReply, action, whenNoReply};
-    }
-
-    template <typename Action>
-    constexpr auto OnNoReply(Action action) const
-    {
-        return Failures<Result, WhenNotSent, Action>{notSent, noReply, whenNotSent, action};
-    }
+    std::function<void()> whenNotSent = {};
+    std::function<void()> whenNoReply = {};
 };
 
 /// Text in a fixed field, up to its NUL or the field's end.
@@ -53,8 +37,8 @@ std::string FixedText(const char (&field)[Size])
     return {field, end != nullptr ? static_cast<const char*>(end) : field + Size};
 }
 
-/// The record that a notification's payload begins with. Goes by the record's layout alone: the
-/// message client sees to it that the payload has room for any.
+/// The record that a notification's payload begins with. Uses the layout of the record only: the
+/// message client provides payloads that have room for any record.
 template <typename Record>
 Record ReadRecord(const std::uint8_t* payload)
 {
@@ -63,19 +47,19 @@ Record ReadRecord(const std::uint8_t* payload)
     return record;
 }
 
-/// The record that a reply begins with. What a short reply lacks of it is zero; a message client
-/// that does not say how long a reply is goes by the record's layout.
+/// The record that a reply begins with; zero where the reply is shorter. A reply without a length
+/// is read by the layout of the record.
 template <typename Record>
 Record ReadReply(const TagIPCMessageItem& reply)
 {
     Record record{};
-    const std::size_t told = reply.length != 0 ? reply.length : sizeof record;
-    std::memcpy(&record, reply.message, std::min(told, sizeof record));
+    const std::size_t length = reply.length != 0 ? reply.length : sizeof record;
+    std::memcpy(&record, reply.message, std::min(length, sizeof record));
     return record;
 }
 
-/// A notification's record where it stands, for those who hand pointers into it on. Payloads are
-/// aligned like everything that malloc gives.
+/// A notification's record in place, for handlers that pass on pointers into it. Payloads are
+/// aligned as memory from malloc is.
 template <typename Record>
 const Record* RecordIn(const std::uint8_t* payload)
 {
@@ -84,7 +68,7 @@ const Record* RecordIn(const std::uint8_t* payload)
 
 namespace detail {
 
-/// A reply, with its payload for as long as it is needed.
+/// A reply that owns its payload.
 struct ReplyItem : TagIPCMessageItem {
     ReplyItem() = default;
     ~ReplyItem() { std::free(message); }
@@ -97,7 +81,7 @@ struct PayloadView {
     std::uint32_t length = 0;
 };
 
-/// What does not even fit the length field stays too long for a frame.
+/// A size that does not fit the length field becomes a length that does not fit a frame.
 inline std::uint32_t LengthOf(std::size_t size)
 {
     return static_cast<std::uint32_t>(
@@ -122,7 +106,7 @@ inline PayloadView ViewOf(const std::span<const std::uint8_t>& bytes)
     return {bytes.data(), LengthOf(bytes.size())};
 }
 
-/// What an operation is given to send, by the kind of its request.
+/// The argument that an operation sends, by the kind of its request.
 template <typename Request>
 struct RequestArgument {
     using Type = Request;
@@ -153,13 +137,12 @@ auto Decoded(const TagIPCMessageItem& reply)
 }  // namespace detail
 
 /// Sends the operation's request and waits for its reply. Without an answer the result is the one
-/// the failures name; with one it is what `onReply` makes of the decoded reply, and `lastLine` is
+/// in the failures; with one it is what `onReply` makes of the decoded reply, and `lastLine` is
 /// logged. A text request is a std::string, sent with its NUL; a text reply ends at its first NUL.
-template <typename Request, typename Reply, typename Result, typename WhenNotSent,
-          typename WhenNoReply, typename OnReply>
+template <typename Request, typename Reply, typename Result, typename OnReply>
 Result Exchange(std::string_view function, const protocol::Operation<Request, Reply>& operation,
                 const typename detail::RequestArgument<Request>::Type& request,
-                const Failures<Result, WhenNotSent, WhenNoReply>& failures, OnReply onReply,
+                const Failures<Result>& failures, const OnReply& onReply,
                 std::string_view lastLine = "end")
 {
     detail::ReplyItem reply;
@@ -167,11 +150,15 @@ Result Exchange(std::string_view function, const protocol::Operation<Request, Re
     if (!IPCMessageSender::GetInstance().SendIPCMessageToService(
             operation.id, payload.data, payload.length,
             static_cast<std::uint32_t>(operation.timeout.count()), reply)) {
-        failures.whenNotSent();
+        if (failures.whenNotSent) {
+            failures.whenNotSent();
+        }
         return failures.notSent;
     }
     if (reply.message == nullptr) {
-        failures.whenNoReply();
+        if (failures.whenNoReply) {
+            failures.whenNoReply();
+        }
         diag::LogNoReply(function);
         return failures.noReply;
     }

@@ -1,4 +1,4 @@
-// Who hears of GATT connections, and of what their peers notify.
+// The callbacks of GATT clients.
 #pragma once
 
 #include <PelaconSDK/BleGattClient.h>
@@ -15,7 +15,7 @@ class GattClientCallbacks {
     /// Keeps the table for a client id that has none yet; null is ignored.
     void AddBleGattClientCb(BtGattClientCallbacksC* callbacks, std::int32_t clientId);
 
-    /// Tell the client's table, with the registry locked. A null record is ignored.
+    /// Call the client's table, with the registry locked. A null record is ignored.
     void OnConnectionStateCallback(const protocol::GattConnectionState* record);
     void OnNotificationReceiveCallback(const protocol::GattValueRecord* record);
 

@@ -1,4 +1,4 @@
-// UUIDs and lengths in what peers sent, made safe to hand to an application.
+// UUIDs and lengths that peers sent, made safe to pass to an application.
 #pragma once
 
 #include <protocol/Gatt.h>
@@ -9,8 +9,8 @@
 
 namespace pelacon {
 
-/// The text of a UUID field: the field itself, or a copy with a NUL behind it where the field has
-/// none. Lives as long as the field.
+/// The text of a UUID field: the field itself, or a copy that ends with a NUL where the field does
+/// not. Valid as long as the field.
 class UuidText {
   public:
     explicit UuidText(const char (&field)[protocol::kUuidFieldSize]) : text_(field)
@@ -31,7 +31,7 @@ class UuidText {
     const char* text_;
 };
 
-/// How many bytes of a value area there are, whatever its sender says.
+/// The length of a value, limited to its area.
 inline std::uint32_t ClampedLength(std::uint32_t length)
 {
     return std::min(length, static_cast<std::uint32_t>(protocol::kGattValueSize));

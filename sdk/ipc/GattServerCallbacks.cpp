@@ -104,7 +104,7 @@ void GattServerCallbacks::AddGattServerCharacteristic(std::int32_t serverId,
 }
 
 template <typename Record, typename Slot, typename... Values>
-void GattServerCallbacks::TellServer(const char* function, const char* text, const Record* record,
+void GattServerCallbacks::CallServer(const char* function, const char* text, const Record* record,
                                      Slot slot, Values... values)
 {
     LogStart(function);
@@ -128,7 +128,7 @@ void GattServerCallbacks::TellServer(const char* function, const char* text, con
 void GattServerCallbacks::ConnectServerCallback(const protocol::GattPeerRecord* record)
 {
     if (record != nullptr) {
-        TellServer("IPCMessageSender::ConnectServerCallback", nullptr, record,
+        CallServer("IPCMessageSender::ConnectServerCallback", nullptr, record,
                    &BtGattServerCallbacksC::onConnect);
     }
 }
@@ -136,18 +136,18 @@ void GattServerCallbacks::ConnectServerCallback(const protocol::GattPeerRecord* 
 void GattServerCallbacks::DisconnectServerCallback(const protocol::GattPeerRecord* record)
 {
     if (record != nullptr) {
-        TellServer("IPCMessageSender::DisconnectServerCallback", "call callback", record,
+        CallServer("IPCMessageSender::DisconnectServerCallback", "call callback", record,
                    &BtGattServerCallbacksC::onDisconnect);
     }
 }
 
-// "remove callback" where nothing is removed, here and below, is what these handlers have always
-// logged, and what people look for in logs.
+// "remove callback" is logged here and below although nothing is removed: the lines are part of the
+// contract.
 
 void GattServerCallbacks::NotifySendCallback(const protocol::GattPeerValueRecord* record)
 {
     if (record != nullptr) {
-        TellServer("IPCMessageSender::NotifySendCallback", "remove callback", record,
+        CallServer("IPCMessageSender::NotifySendCallback", "remove callback", record,
                    &BtGattServerCallbacksC::onNotifySent, record->value);
     }
 }
@@ -155,13 +155,13 @@ void GattServerCallbacks::NotifySendCallback(const protocol::GattPeerValueRecord
 void GattServerCallbacks::MtuChangeCallback(const protocol::GattPeerValueRecord* record)
 {
     if (record != nullptr) {
-        TellServer("IPCMessageSender::MtuChangeCallback", "remove callback", record,
+        CallServer("IPCMessageSender::MtuChangeCallback", "remove callback", record,
                    &BtGattServerCallbacksC::onMtuChanged, record->value);
     }
 }
 
 template <typename Slot>
-void GattServerCallbacks::TellCharacteristic(const char* function, const char* text,
+void GattServerCallbacks::CallCharacteristic(const char* function, const char* text,
                                              const protocol::GattPeerRequestRecord* record,
                                              Slot slot)
 {
@@ -199,13 +199,13 @@ void GattServerCallbacks::TellCharacteristic(const char* function, const char* t
 
 void GattServerCallbacks::OnServerReadCallback(const protocol::GattPeerRequestRecord* record)
 {
-    TellCharacteristic("IPCMessageSender::OnServerReadCallback", "remove callback", record,
+    CallCharacteristic("IPCMessageSender::OnServerReadCallback", "remove callback", record,
                        &BtGattCharCallbacksC::onRead);
 }
 
 void GattServerCallbacks::OnServerWriteCallback(const protocol::GattPeerRequestRecord* record)
 {
-    TellCharacteristic("IPCMessageSender::OnServerWriteCallback", nullptr, record,
+    CallCharacteristic("IPCMessageSender::OnServerWriteCallback", nullptr, record,
                        &BtGattCharCallbacksC::onWrite);
 }
 

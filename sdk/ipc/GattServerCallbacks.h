@@ -1,4 +1,4 @@
-// Who hears of a GATT server's peers: servers, their services, and the characteristics of those.
+// The callbacks of GATT servers, with their services and characteristics.
 #pragma once
 
 #include <PelaconSDK/BleGattServer.h>
@@ -14,8 +14,8 @@ namespace pelacon {
 
 class GattServerCallbacks {
   public:
-    /// Changes of the registry. What exists already stays as it is, and what is missing changes
-    /// nothing; either is logged. A null table of a server is ignored.
+    /// Changes of the registry. Adding an existing entry and using a missing one change nothing,
+    /// and are logged. A null table of a server is ignored.
     void AddGattServer(BtGattServerCallbacksC* callbacks, std::int32_t serverId);
     void RemoveGattServer(std::int32_t serverId);
     void AddGattServerService(std::int32_t serverId, std::int32_t serviceHandle,
@@ -25,13 +25,13 @@ class GattServerCallbacks {
                                      const BLECharacteristicInfo* info,
                                      BtGattCharCallbacksC* callbacks);
 
-    /// Tell the server's table, with the registry locked. A null record is ignored.
+    /// Call the server's table, with the registry locked. A null record is ignored.
     void ConnectServerCallback(const protocol::GattPeerRecord* record);
     void DisconnectServerCallback(const protocol::GattPeerRecord* record);
     void NotifySendCallback(const protocol::GattPeerValueRecord* record);
     void MtuChangeCallback(const protocol::GattPeerValueRecord* record);
 
-    /// Tell the characteristic's table, with the registry locked. A null record is logged.
+    /// Call the characteristic's table, with the registry locked. A null record is logged.
     void OnServerReadCallback(const protocol::GattPeerRequestRecord* record);
     void OnServerWriteCallback(const protocol::GattPeerRequestRecord* record);
 
@@ -55,11 +55,11 @@ class GattServerCallbacks {
     Service* FindService(const char* function, std::int32_t serverId, std::int32_t serviceHandle);
 
     template <typename Record, typename Slot, typename... Values>
-    void TellServer(const char* function, const char* text, const Record* record, Slot slot,
+    void CallServer(const char* function, const char* text, const Record* record, Slot slot,
                     Values... values);
 
     template <typename Slot>
-    void TellCharacteristic(const char* function, const char* text,
+    void CallCharacteristic(const char* function, const char* text,
                             const protocol::GattPeerRequestRecord* record, Slot slot);
 
     os::Lock lock_;

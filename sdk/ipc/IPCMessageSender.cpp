@@ -3,9 +3,20 @@
 #include <os/UseCount.h>
 #include <protocol/Operation.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
+#include <sdk/ipc/BleManagerCallbacks.h>
+#include <sdk/ipc/GattClientCallbacks.h>
+#include <sdk/ipc/GattServerCallbacks.h>
+#include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/SoftApListeners.h>
+#include <sdk/ipc/TargetAdvCallbacks.h>
+#include <sdk/ipc/WifiConfigCallbacks.h>
+#include <sdk/ipc/WifiStateListeners.h>
 
 #include <algorithm>
+#include <tuple>
 
 namespace pelacon {
 
@@ -63,6 +74,32 @@ IPCMessageSender& IPCMessageSender::GetInstance()
     static constinit os::Singleton<IPCMessageSender> sender;
     return sender.Get([] { return new IPCMessageSender; });
 }
+
+struct IPCMessageSender::Registries {
+    std::tuple<BleManagerCallbacks, AdvertiserCallbacks, ScanCallbacks, TargetAdvCallbacks,
+               GattClientCallbacks, GattServerCallbacks, GroupCallbacks, WifiConfigCallbacks,
+               SoftApListeners, WifiStateListeners>
+        all;
+};
+
+template <typename Callbacks>
+Callbacks& IPCMessageSender::Registry()
+{
+    return std::get<Callbacks>(registries_->all);
+}
+
+template BleManagerCallbacks& IPCMessageSender::Registry();
+template AdvertiserCallbacks& IPCMessageSender::Registry();
+template ScanCallbacks& IPCMessageSender::Registry();
+template TargetAdvCallbacks& IPCMessageSender::Registry();
+template GattClientCallbacks& IPCMessageSender::Registry();
+template GattServerCallbacks& IPCMessageSender::Registry();
+template GroupCallbacks& IPCMessageSender::Registry();
+template WifiConfigCallbacks& IPCMessageSender::Registry();
+template SoftApListeners& IPCMessageSender::Registry();
+template WifiStateListeners& IPCMessageSender::Registry();
+
+IPCMessageSender::IPCMessageSender() : registries_(std::make_unique<Registries>()) {}
 
 void IPCMessageSender::SetIPCMessageSender(IPCMessageClient* client)
 {

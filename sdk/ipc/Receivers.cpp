@@ -1,3 +1,4 @@
+#include <PelaconSDK/BleScanner.h>
 #include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
 #include <protocol/BleScanner.h>
@@ -11,17 +12,27 @@
 #include <protocol/Vod2dGroup.h>
 #include <protocol/WifiState.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
+#include <sdk/ipc/BleManagerCallbacks.h>
 #include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/GattClientCallbacks.h>
+#include <sdk/ipc/GattServerCallbacks.h>
+#include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/Receivers.h>
+#include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/SoftApListeners.h>
+#include <sdk/ipc/TargetAdvCallbacks.h>
+#include <sdk/ipc/WifiConfigCallbacks.h>
+#include <sdk/ipc/WifiStateListeners.h>
 #include <sdk/wifi/ErrorStatus.h>
 
 #include <algorithm>
-#include <bit>
 #include <exception>
 #include <iterator>
 #include <span>
 #include <system_error>
+#include <type_traits>
 
 namespace pelacon {
 
@@ -31,168 +42,24 @@ using diag::Log;
 using diag::LogEnd;
 using diag::LogStart;
 
-IPCMessageSender& Sender()
-{
-    return IPCMessageSender::GetInstance();
-}
+using protocol::Notification;
 
-/// The first 32-bit word of a payload, which is all that several notifications carry.
-std::int32_t FirstWord(const TagIPCMessageItem& item)
+/// Calls the handler with the notification's record: the record itself, a pointer to it, or, where
+/// it consists of one number, that number.
+template <typename Record, typename Callbacks, typename Argument>
+void Handle(const Notification<Record>& /*notification*/, void (Callbacks::*handler)(Argument),
+            const TagIPCMessageItem& item)
 {
-    return ReadRecord<protocol::Int32Record>(item.message).value;
-}
-
-void OnBtStateChanged(const TagIPCMessageItem& item)
-{
-    Sender().OnBtStateChanged(FirstWord(item));
-}
-
-void OnAdvertiseDisabled(const TagIPCMessageItem& item)
-{
-    const auto record = ReadRecord<protocol::AdvertiserStatusRecord>(item.message);
-    Sender().AdvertiseDisableCallback(record.advertiserId, record.status);
-}
-
-void OnScanStatus(const TagIPCMessageItem& item)
-{
-    const auto record = ReadRecord<protocol::ScanStatusRecord>(item.message);
-    Sender().OnScanStatus(record.listenerId, record.status);
-}
-
-void OnScanResult(const TagIPCMessageItem& item)
-{
-    const auto record = ReadRecord<protocol::ScanResultRecord>(item.message);
-    const auto result = std::bit_cast<BleScanResultC>(record.result);
-    Sender().OnScanResult(&result);
-}
-
-void OnRecvTargertAdvCb(const TagIPCMessageItem& item)
-{
-    constexpr auto kFunction = "OnRecvTargertAdvCb";
-    LogStart(kFunction);
-    if (item.message == nullptr) {
-        Log(kLogIncomplete, kFunction, "ipcMsg.message is nullptr, return");
-        return;
+    auto& callbacks = Registry<Callbacks>();
+    if constexpr (std::is_same_v<Argument, const Record*>) {
+        (callbacks.*handler)(RecordIn<Record>(item.message));
+    } else if constexpr (std::is_same_v<Argument, const Record&>) {
+        (callbacks.*handler)(ReadRecord<Record>(item.message));
+    } else {
+        static_assert(std::is_same_v<Record, protocol::Int32Record> && std::is_integral_v<Argument>,
+                      "this handler takes another record");
+        (callbacks.*handler)(static_cast<Argument>(ReadRecord<Record>(item.message).value));
     }
-    Sender().OnRecvTargetAdv(ReadRecord<TargetAdvInfo>(item.message));
-    LogEnd(kFunction);
-}
-
-void OnGattConnectionState(const TagIPCMessageItem& item)
-{
-    Sender().OnConnectionStateCallback(RecordIn<protocol::GattConnectionState>(item.message));
-}
-
-void OnGattNotification(const TagIPCMessageItem& item)
-{
-    Sender().OnNotificationReceiveCallback(RecordIn<protocol::GattValueRecord>(item.message));
-}
-
-void OnGattPeerConnected(const TagIPCMessageItem& item)
-{
-    Sender().ConnectServerCallback(RecordIn<protocol::GattPeerRecord>(item.message));
-}
-
-void OnGattPeerDisconnected(const TagIPCMessageItem& item)
-{
-    Sender().DisconnectServerCallback(RecordIn<protocol::GattPeerRecord>(item.message));
-}
-
-void OnGattNotifySent(const TagIPCMessageItem& item)
-{
-    Sender().NotifySendCallback(RecordIn<protocol::GattPeerValueRecord>(item.message));
-}
-
-void OnGattMtuChanged(const TagIPCMessageItem& item)
-{
-    Sender().MtuChangeCallback(RecordIn<protocol::GattPeerValueRecord>(item.message));
-}
-
-void OnGattPeerReads(const TagIPCMessageItem& item)
-{
-    Sender().OnServerReadCallback(RecordIn<protocol::GattPeerRequestRecord>(item.message));
-}
-
-void OnGattPeerWrites(const TagIPCMessageItem& item)
-{
-    const auto* record = RecordIn<protocol::GattPeerRequestRecord>(item.message);
-    Log(kLogTrace, "OnServerWriteCallbackCb", "len :", record->dataLen);
-    Sender().OnServerWriteCallback(record);
-}
-
-// The text belongs to the card-state notification, and the level to failures; both are kept.
-constexpr auto kCardStateEnter = "WifiCardStateChangeCb enter";
-
-void OnWifiCardState(const TagIPCMessageItem& item)
-{
-    Log(kLogFailure, "WifiCardStateChangeCb", kCardStateEnter);
-    Sender().WifiCardStateChangeCallback(item.message);
-}
-
-void OnWifiConnectChannel(const TagIPCMessageItem& item)
-{
-    Log(kLogFailure, "WifiConnectChannelCallbackCb", kCardStateEnter);
-    Sender().WifiConnectChannelCallback(FirstWord(item));
-}
-
-void OnSoftApConnectStatus(const TagIPCMessageItem& item)
-{
-    Sender().ConnectStatusCallBack(FirstWord(item));
-}
-
-void OnSoftApAdvertisement(const TagIPCMessageItem& item)
-{
-    Sender().SoftapAdvertisemenStatusBack(static_cast<std::uint32_t>(FirstWord(item)));
-    Sender().SoftapAdvertisemenStateBack(item.message);
-}
-
-void OnSoftApDeviceConnection(const TagIPCMessageItem& item)
-{
-    Sender().SoftapDeviceConnectionStatusBack(static_cast<std::uint32_t>(FirstWord(item)));
-}
-
-void OnErrorStatus(const TagIPCMessageItem& item)
-{
-    const auto code = static_cast<ConnectErrorCode>(FirstWord(item));
-    try {
-        ErrorStatus::GetInstance()->PostNotification(code);
-    } catch (const std::system_error&) {  // its worker cannot be started: nobody listens yet
-        Log(kLogFailure, "OnErrorStatus", "catch error");
-    }
-}
-
-void OnSoftApGroupsChange(const TagIPCMessageItem& item)
-{
-    Sender().SoftAPGroupsChangeCallBack(item.message);
-}
-
-void OnSoftApConnectionStateChange(const TagIPCMessageItem& item)
-{
-    Sender().SoftAPConnectionStateChangeCallBack(item.message);
-}
-
-void OnWifiCfg(const TagIPCMessageItem& item)
-{
-    Sender().WifiCfgCallback(item.message);
-}
-
-void OnConnNotify(const TagIPCMessageItem& item)
-{
-    Sender().ConnNotifyCallback(item.message);
-}
-
-void OnServiceStarted(const TagIPCMessageItem& /*item*/)
-{
-    constexpr auto kFunction = "ServiceStartNotifyCallbackCb";
-    LogStart(kFunction);
-    Sender().ServiceStartNotifyCallback();
-    LogEnd(kFunction);
-}
-
-void OnWifiSwitchState(const TagIPCMessageItem& item)
-{
-    Log(kLogTrace, "WifiSwitchStateChangeCallback", "PelaconSDK rcv default wifi switch msg");
-    Sender().WifiSwitchStateChangeCallback(FirstWord(item));
 }
 
 enum class WithoutPayload { kDropped, kPassedOn };
@@ -203,32 +70,109 @@ struct Route {
     WithoutPayload withoutPayload = WithoutPayload::kDropped;
 };
 
+/// The route of a notification to its handler in a registry.
+template <const auto& kNotification, auto kHandler>
+constexpr Route On()
+{
+    return {kNotification.id,
+            [](const TagIPCMessageItem& item) { Handle(kNotification, kHandler, item); }};
+}
+
+// Routes to more than one handler, and those that log a line first.
+
+void OnRecvTargertAdvCb(const TagIPCMessageItem& item)
+{
+    constexpr auto kFunction = "OnRecvTargertAdvCb";
+    LogStart(kFunction);
+    if (item.message == nullptr) {
+        Log(kLogIncomplete, kFunction, "ipcMsg.message is nullptr, return");
+        return;
+    }
+    Registry<TargetAdvCallbacks>().OnRecvTargetAdv(ReadRecord<TargetAdvInfo>(item.message));
+    LogEnd(kFunction);
+}
+
+void OnGattPeerWrites(const TagIPCMessageItem& item)
+{
+    const auto* record = RecordIn<protocol::GattPeerRequestRecord>(item.message);
+    Log(kLogTrace, "OnServerWriteCallbackCb", "len :", record->dataLen);
+    Registry<GattServerCallbacks>().OnServerWriteCallback(record);
+}
+
+// The text belongs to the card-state notification, and the level to failures; both are kept.
+constexpr auto kCardStateEnter = "WifiCardStateChangeCb enter";
+
+void OnWifiCardState(const TagIPCMessageItem& item)
+{
+    Log(kLogFailure, "WifiCardStateChangeCb", kCardStateEnter);
+    Handle(protocol::kWifiCardStateChange, &WifiConfigCallbacks::WifiCardStateChangeCallback, item);
+}
+
+void OnWifiConnectChannel(const TagIPCMessageItem& item)
+{
+    Log(kLogFailure, "WifiConnectChannelCallbackCb", kCardStateEnter);
+    Handle(protocol::kWifiConnectChannel, &WifiStateListeners::WifiConnectChannelCallback, item);
+}
+
+void OnWifiSwitchState(const TagIPCMessageItem& item)
+{
+    Log(kLogTrace, "WifiSwitchStateChangeCallback", "PelaconSDK rcv default wifi switch msg");
+    Handle(protocol::kWifiSwitchState, &WifiStateListeners::WifiSwitchStateChangeCallback, item);
+}
+
+void OnSoftApAdvertisement(const TagIPCMessageItem& item)
+{
+    const auto* record = RecordIn<protocol::SoftApAdvertisement>(item.message);
+    Registry<SoftApListeners>().SoftapAdvertisemenStatusBack(record->status);
+    Registry<SoftApListeners>().SoftapAdvertisemenStateBack(record);
+}
+
+void OnErrorStatus(const TagIPCMessageItem& item)
+{
+    const auto code =
+        static_cast<ConnectErrorCode>(ReadRecord<protocol::Int32Record>(item.message).value);
+    try {
+        ErrorStatus::GetInstance()->PostNotification(code);
+    } catch (const std::system_error&) {  // its worker cannot be started: there is no listener yet
+        Log(kLogFailure, "OnErrorStatus", "catch error");
+    }
+}
+
+void OnServiceStarted(const TagIPCMessageItem& /*item*/)
+{
+    constexpr auto kFunction = "ServiceStartNotifyCallbackCb";
+    LogStart(kFunction);
+    IPCMessageSender::GetInstance().ServiceStartNotifyCallback();
+    LogEnd(kFunction);
+}
+
 constexpr Route kRoutes[] = {
-    {protocol::kSoftApConnectStatus.id, OnSoftApConnectStatus},
+    On<protocol::kSoftApConnectStatus, &SoftApListeners::ConnectStatusCallBack>(),
     {protocol::kSoftApAdvertisement.id, OnSoftApAdvertisement},
-    {protocol::kSoftApDeviceConnection.id, OnSoftApDeviceConnection},
-    {protocol::kSoftApGroupsChange.id, OnSoftApGroupsChange},
-    {protocol::kSoftApConnectionStateChange.id, OnSoftApConnectionStateChange},
-    {protocol::kAdvertiseDisabled.id, OnAdvertiseDisabled},
-    {protocol::kGattConnectionState.id, OnGattConnectionState},
-    {protocol::kGattConnectionEnd.id, OnGattConnectionState},
-    {protocol::kGattNotification.id, OnGattNotification},
-    {protocol::kBtStateChanged.id, OnBtStateChanged},
-    {protocol::kScanStatus.id, OnScanStatus},
-    {protocol::kScanResult.id, OnScanResult},
+    On<protocol::kSoftApDeviceConnection, &SoftApListeners::SoftapDeviceConnectionStatusBack>(),
+    On<protocol::kSoftApGroupsChange, &GroupCallbacks::SoftAPGroupsChangeCallBack>(),
+    On<protocol::kSoftApConnectionStateChange,
+       &GroupCallbacks::SoftAPConnectionStateChangeCallBack>(),
+    On<protocol::kAdvertiseDisabled, &AdvertiserCallbacks::AdvertiseDisableCallback>(),
+    On<protocol::kGattConnectionState, &GattClientCallbacks::OnConnectionStateCallback>(),
+    On<protocol::kGattConnectionEnd, &GattClientCallbacks::OnConnectionStateCallback>(),
+    On<protocol::kGattNotification, &GattClientCallbacks::OnNotificationReceiveCallback>(),
+    On<protocol::kBtStateChanged, &BleManagerCallbacks::OnBtStateChanged>(),
+    On<protocol::kScanStatus, &ScanCallbacks::OnScanStatus>(),
+    On<protocol::kScanResult, &ScanCallbacks::OnScanResult>(),
     {protocol::kTargetAdvReceived.id, OnRecvTargertAdvCb, WithoutPayload::kPassedOn},
 };
 
 constexpr Route kRoutesExt[] = {
-    {protocol::kGattPeerConnected.id, OnGattPeerConnected},
-    {protocol::kGattPeerDisconnected.id, OnGattPeerDisconnected},
-    {protocol::kGattNotifySent.id, OnGattNotifySent},
-    {protocol::kGattMtuChanged.id, OnGattMtuChanged},
-    {protocol::kGattPeerReads.id, OnGattPeerReads},
+    On<protocol::kGattPeerConnected, &GattServerCallbacks::ConnectServerCallback>(),
+    On<protocol::kGattPeerDisconnected, &GattServerCallbacks::DisconnectServerCallback>(),
+    On<protocol::kGattNotifySent, &GattServerCallbacks::NotifySendCallback>(),
+    On<protocol::kGattMtuChanged, &GattServerCallbacks::MtuChangeCallback>(),
+    On<protocol::kGattPeerReads, &GattServerCallbacks::OnServerReadCallback>(),
     {protocol::kGattPeerWrites.id, OnGattPeerWrites},
     {protocol::kErrorStatus.id, OnErrorStatus},
-    {protocol::kWifiCfgChanged.id, OnWifiCfg},
-    {protocol::kConnNotify.id, OnConnNotify},
+    On<protocol::kWifiCfgChanged, &WifiConfigCallbacks::WifiCfgCallback>(),
+    On<protocol::kConnNotify, &WifiConfigCallbacks::ConnNotifyCallback>(),
     {protocol::kWifiCardStateChange.id, OnWifiCardState},
     {protocol::kWifiConnectChannel.id, OnWifiConnectChannel},
     {protocol::kServiceStarted.id, OnServiceStarted, WithoutPayload::kPassedOn},

@@ -1,11 +1,11 @@
-// What happens to a notification: which receiver takes it, and which handler it reaches.
+// The receivers of notifications, which call the handler for each.
 #pragma once
 
 #include <IPCMessage/IPCMessageClient.h>
 
 namespace pelacon {
 
-/// The two receivers. Each knows its own notifications and ignores every other.
+/// The two receivers. Each handles its own notifications and ignores all others.
 void OnIpcMessage(TagIPCMessageItem& item);
 void OnIpcMessageExt(TagIPCMessageItem& item);
 

@@ -36,7 +36,7 @@ class KeyedRegistry {
         return found != tables_.end() ? &found->second : nullptr;
     }
 
-    /// The lowest ids in ascending order, at most so many.
+    /// The lowest ids in ascending order, at most `most`.
     std::vector<Key> LowestKeys(std::size_t most) const
     {
         std::vector<Key> keys;

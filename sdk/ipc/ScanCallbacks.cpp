@@ -3,6 +3,7 @@
 #include <sdk/ipc/Application.h>
 #include <sdk/ipc/ScanCallbacks.h>
 
+#include <bit>
 #include <exception>
 
 namespace pelacon {
@@ -55,20 +56,20 @@ void ScanCallbacks::ScanStop(int listenerId)
     LogEnd(kFunction);
 }
 
-void ScanCallbacks::OnScanStatus(int listenerId, int status)
+void ScanCallbacks::OnScanStatus(const protocol::ScanStatusRecord& record)
 {
     constexpr auto kFunction = "IPCMessageSender::OnScanStatus";
     LogStart(kFunction);
     const std::lock_guard lock(lock_);
-    const auto* table = tables_.Find(listenerId);
+    const auto* table = tables_.Find(record.listenerId);
     if (table != nullptr && (*table)->onScanStatus != nullptr) {
         Log(kLogTrace, kFunction, "call callback");
-        CallApplication((*table)->onScanStatus, listenerId, status);
+        CallApplication((*table)->onScanStatus, record.listenerId, record.status);
     }
     LogEnd(kFunction);
 }
 
-void ScanCallbacks::OnScanResult(const BleScanResultC* result)
+void ScanCallbacks::OnScanResult(const protocol::ScanResultRecord& record)
 {
     constexpr auto kFunction = "IPCMessageSender::OnScanResult";
     const std::scoped_lock lock(lock_, scanningLock_);
@@ -81,9 +82,9 @@ void ScanCallbacks::OnScanResult(const BleScanResultC* result)
         // The thread gets the table's slot rather than the table, so that the table is not needed
         // once its listener is unregistered.
         try {
-            os::StartDetachedThread([slot = (*table)->onScanResult, listenerId, copy = *result] {
-                slot(listenerId, copy);
-            });
+            os::StartDetachedThread(
+                [slot = (*table)->onScanResult, listenerId,
+                 copy = std::bit_cast<BleScanResultC>(record.result)] { slot(listenerId, copy); });
         } catch (const std::exception&) {
             Log(kLogFailure, kFunction, "catch error");
         }

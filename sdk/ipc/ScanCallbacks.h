@@ -1,8 +1,9 @@
-// Who hears what the scanner hears.
+// The callbacks of scan listeners.
 #pragma once
 
 #include <PelaconSDK/BleScanner.h>
 #include <os/Lock.h>
+#include <protocol/BleScanner.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstddef>
@@ -16,21 +17,21 @@ class ScanCallbacks {
     /// Keeps the table under the id; a null table, or one for an id that is taken, is not kept.
     void AddScanCb(BleScanCallbacksC* callbacks, int listenerId);
 
-    /// Forgets the id's table. Whether the id counts as scanning does not change.
+    /// Removes the id's table. Whether the id counts as scanning does not change.
     void RemoveScanCb(int listenerId);
 
     /// Counts the id among those that scan, once.
     void ScanStart(int listenerId);
     void ScanStop(int listenerId);
 
-    /// Tells the listener of its status, with the registry locked.
-    void OnScanStatus(int listenerId, int status);
+    /// Calls the listener's table, with the registry locked.
+    void OnScanStatus(const protocol::ScanStatusRecord& record);
 
-    /// Hands the result to every listener that scans, each on a detached thread of its own with a
-    /// copy of its own. A thread that cannot be created costs its listener this result.
-    void OnScanResult(const BleScanResultC* result);
+    /// Calls the table of every listener that scans, each on a detached thread of its own with a
+    /// copy of the result. Where a thread cannot be created, its listener misses the result.
+    void OnScanResult(const protocol::ScanResultRecord& record);
 
-    /// The lowest ids that have a table, in ascending order, at most so many.
+    /// The lowest ids that have a table, in ascending order, at most `most`.
     std::vector<std::int32_t> LowestScanIds(std::size_t most);
 
   private:

@@ -2,8 +2,11 @@
 #include <os/Processes.h>
 #include <protocol/ServiceLink.h>
 #include <sdk/diag/Log.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
 #include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/ScanCallbacks.h>
 
 #include <algorithm>
 #include <string_view>
@@ -57,8 +60,9 @@ bool IsServiceRunning()
 void IPCMessageSender::SendRepairRequest()
 {
     protocol::RepairRequest request{};
-    std::ranges::copy(LowestAdvIds(request.kSlots), request.advertiserIds);
-    std::ranges::copy(LowestScanIds(request.kSlots), request.scannerIds);
+    std::ranges::copy(Registry<AdvertiserCallbacks>().LowestAdvIds(request.kSlots),
+                      request.advertiserIds);
+    std::ranges::copy(Registry<ScanCallbacks>().LowestScanIds(request.kSlots), request.scannerIds);
     detail::ReplyItem reply;
     if (!SendIPCMessageToService(
             protocol::kRepairResource.id, &request, sizeof request,
@@ -79,7 +83,7 @@ void IPCMessageSender::ServiceStartNotifyCallback()
         return;
     }
     SendRepairRequest();
-    WifiExceptCallback();
+    Registry<GroupCallbacks>().WifiExceptCallback();
     RestoreSoftAp();
     LogEnd(kFunction);
 }

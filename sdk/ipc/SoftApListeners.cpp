@@ -1,4 +1,3 @@
-#include <protocol/SoftAp.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Application.h>
 #include <sdk/ipc/Exchange.h>
@@ -84,9 +83,10 @@ void SoftApListeners::SoftapAdvertisemenStatusBack(std::uint32_t status)
         [&](ISoftAPNotification& listener) { listener.OnAdvertisementStatus(status); });
 }
 
-void SoftApListeners::SoftapAdvertisemenStateBack(const std::uint8_t* payload)
+void SoftApListeners::SoftapAdvertisemenStateBack(const protocol::SoftApAdvertisement* record)
 {
-    const auto* state = RecordIn<SoftApAdvertisementState>(payload);
+    // A pointer into the payload, in the type that applications know it by.
+    const auto* state = reinterpret_cast<const SoftApAdvertisementState*>(record);
     CallNotifications("IPCMessageSender::SoftapAdvertisemenStateBack",
                       [&](ISoftAPNotification& listener) { listener.OnAdvertisementState(state); });
 }

@@ -1,8 +1,9 @@
-// Who hears of the soft AP: the one object for its connections, and those for everything else.
+// The objects that are called for the soft AP: one for its connections, and a list for the rest.
 #pragma once
 
 #include <PelaconSDK/SoftAp.h>
 #include <os/Lock.h>
+#include <protocol/SoftAp.h>
 #include <sdk/ipc/Registry.h>
 
 #include <cstdint>
@@ -11,22 +12,22 @@ namespace pelacon {
 
 class SoftApListeners {
   public:
-    /// Keeps this object in place of the one before, which is not called any more afterwards.
+    /// Registers this object in place of the one before, which is not called any more afterwards.
     void SetSoftApConnectStatus(ISoftApConnectStatus* listener);
 
-    /// Tells the one object, with its place locked.
+    /// Calls the one object, with its place locked.
     void ConnectStatusCallBack(std::int32_t status);
 
     /// An object that is there already is not added again; one that is not there is not removed.
     void AddSoftApNotificationCallback(ISoftAPNotification* listener);
     void RemoveSoftApNotificationCallback(ISoftAPNotification* listener);
 
-    /// Each tells every object, in the order of registration, with the list locked.
+    /// Each calls every object, in the order of registration, with the list locked.
     void SoftapAdvertisemenStatusBack(std::uint32_t status);
-    void SoftapAdvertisemenStateBack(const std::uint8_t* payload);
+    void SoftapAdvertisemenStateBack(const protocol::SoftApAdvertisement* record);
     void SoftapDeviceConnectionStatusBack(std::uint32_t status);
 
-    /// Whether there is anybody to hear of each.
+    /// Whether an object is registered for each.
     bool HasSoftApConnectStatus() const;
     bool HasSoftApNotificationCallbacks() const;
 

@@ -4,7 +4,11 @@
 #include <protocol/WifiState.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
+#include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/SoftApListeners.h>
+#include <sdk/ipc/WifiConfigCallbacks.h>
+#include <sdk/ipc/WifiStateListeners.h>
 
 #include <optional>
 
@@ -52,14 +56,18 @@ void AskAgain(const protocol::Operation<protocol::Nothing, Reply>& operation, bo
 void IPCMessageSender::RestoreSoftAp()
 {
     diag::LogStart(kFunction);
-    AskAgain(protocol::kRegistSoftApConnectStatus, HasSoftApConnectStatus());
-    AskAgain(protocol::kRegistWifiStateChangeCallBack, HasWifiStateCallbacks());
-    AskAgain(protocol::kRegisterSoftApStateChanged, HasSoftAPStateChanged());
-    AskAgain(protocol::kSetConnNotify, AcceptedConnNotify());
-    AskAgain(protocol::kRegisterWifiCfg, AcceptedWifiCfg());
-    AskAgain(protocol::kSetWifiCardStateNotify, AcceptedWifiCardState());
-    AskAgain(protocol::kRegisterSoftApNotification, HasSoftApNotificationCallbacks());
-    AskAgain(protocol::kRegistWifiStateChangeCallback, HasWifiStateChangeCallbacks());
+    const auto& softAp = Registry<SoftApListeners>();
+    const auto& wifi = Registry<WifiStateListeners>();
+    const auto& configurations = Registry<WifiConfigCallbacks>();
+    AskAgain(protocol::kRegistSoftApConnectStatus, softAp.HasSoftApConnectStatus());
+    AskAgain(protocol::kRegistWifiStateChangeCallBack, wifi.HasWifiStateCallbacks());
+    AskAgain(protocol::kRegisterSoftApStateChanged,
+             Registry<GroupCallbacks>().HasSoftAPStateChanged());
+    AskAgain(protocol::kSetConnNotify, configurations.AcceptedConnNotify());
+    AskAgain(protocol::kRegisterWifiCfg, configurations.AcceptedWifiCfg());
+    AskAgain(protocol::kSetWifiCardStateNotify, configurations.AcceptedWifiCardState());
+    AskAgain(protocol::kRegisterSoftApNotification, softAp.HasSoftApNotificationCallbacks());
+    AskAgain(protocol::kRegistWifiStateChangeCallback, wifi.HasWifiStateChangeCallbacks());
     diag::LogEnd(kFunction);
 }
 

@@ -1,4 +1,4 @@
-// Who hears the targeted advertisements of a business.
+// The callbacks for the targeted advertisements of a business.
 #pragma once
 
 #include <PelaconSDK/BleScanner.h>
@@ -16,11 +16,11 @@ class TargetAdvCallbacks {
     void AddTargetAdvCb(int business, VoviewRecvAdvCallbacksC* callbacks);
     void RemoveTargetAdvCb(int business);
 
-    /// Hands the advertisement to its business's table, on a detached thread.
+    /// Calls the table of the advertisement's business, on a detached thread.
     void OnRecvTargetAdv(const TargetAdvInfo& info);
 
-    /// What such a thread does. It has the table's slot rather than the table, so that the table is
-    /// not needed once its business is unregistered.
+    /// The body of such a thread. It has the table's slot rather than the table, so that the table
+    /// is not needed after its business is unregistered.
     static void OnRecvTargetAdvThread(void (*slot)(TargetAdvInfo), const TargetAdvInfo& info);
 
   private:

@@ -1,7 +1,7 @@
-#include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/WifiConfigCallbacks.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <iterator>
 
@@ -26,16 +26,16 @@ std::int32_t Clamped(std::int32_t count, const Element (&field)[Size])
     return std::clamp(count, 0, static_cast<std::int32_t>(std::size(field)));
 }
 
-Vod2dWifiCfgEvent WifiCfgEvent(const std::uint8_t* payload)
+Vod2dWifiCfgEvent WifiCfgEvent(const protocol::WifiCfg& record)
 {
-    auto event = ReadRecord<Vod2dWifiCfgEvent>(payload);
+    auto event = std::bit_cast<Vod2dWifiCfgEvent>(record);
     event.length = Clamped(event.length, event.blob);
     return event;
 }
 
-WifiCardStateEvent CardStateEvent(const std::uint8_t* payload)
+WifiCardStateEvent CardStateEvent(const protocol::CardStateChange& record)
 {
-    auto event = ReadRecord<WifiCardStateEvent>(payload);
+    auto event = std::bit_cast<WifiCardStateEvent>(record);
     event.count = Clamped(event.count, event.cards);
     event.changed = std::min(Clamped(event.changed, event.cards), kLastCard);
     return event;
@@ -60,22 +60,22 @@ void WifiConfigCallbacks::RegisterWifiCardStateCallback(WifiCardStateCallback* t
     cardStates_.Register("IPCMessageSender::RegisterWifiCardStateCallback", table, accepted);
 }
 
-void WifiConfigCallbacks::WifiCfgCallback(const std::uint8_t* payload) const
+void WifiConfigCallbacks::WifiCfgCallback(const protocol::WifiCfg& record)
 {
-    configurations_.Tell("IPCMessageSender::WifiCfgCallback", &Vod2dWifiCfgCallback::onEvent,
-                         WifiCfgEvent(payload));
+    configurations_.Call("IPCMessageSender::WifiCfgCallback", &Vod2dWifiCfgCallback::onEvent,
+                         WifiCfgEvent(record));
 }
 
-void WifiConfigCallbacks::ConnNotifyCallback(const std::uint8_t* payload) const
+void WifiConfigCallbacks::ConnNotifyCallback(const protocol::WifiCfg& record)
 {
-    connections_.Tell("IPCMessageSender::ConnNotifyCallback", &Vod2dWifiCfgCallback::onEvent,
-                      WifiCfgEvent(payload));
+    connections_.Call("IPCMessageSender::ConnNotifyCallback", &Vod2dWifiCfgCallback::onEvent,
+                      WifiCfgEvent(record));
 }
 
-void WifiConfigCallbacks::WifiCardStateChangeCallback(const std::uint8_t* payload) const
+void WifiConfigCallbacks::WifiCardStateChangeCallback(const protocol::CardStateChange& record)
 {
-    cardStates_.Tell("IPCMessageSender::WifiCardStateChangeCallback",
-                     &WifiCardStateCallback::onCardStateChanged, CardStateEvent(payload));
+    cardStates_.Call("IPCMessageSender::WifiCardStateChangeCallback",
+                     &WifiCardStateCallback::onCardStateChanged, CardStateEvent(record));
 }
 
 }  // namespace pelacon

@@ -1,4 +1,4 @@
-// Who hears of Wi-Fi configurations, connections and card states.
+// The callbacks for Wi-Fi configurations, connections and card states.
 #pragma once
 
 #include <PelaconSDK/Vod2dConfig.h>
@@ -9,7 +9,7 @@
 
 namespace pelacon {
 
-/// Three lists, each with a mutex of its own. A handler tells every table of its list, with that
+/// Three lists, each with a lock of its own. A handler calls every table of its list, with that
 /// list locked.
 class WifiConfigCallbacks {
   public:
@@ -19,14 +19,14 @@ class WifiConfigCallbacks {
     void RegisterWifiCardStateCallback(WifiCardStateCallback* table,
                                        const protocol::CardState& accepted);
 
-    /// What the service has accepted, to ask it for again; nothing where no table is registered.
+    /// The request that the service has accepted last; nothing where no table is registered.
     auto AcceptedWifiCfg() const { return configurations_.Accepted(); }
     auto AcceptedConnNotify() const { return connections_.Accepted(); }
     auto AcceptedWifiCardState() const { return cardStates_.Accepted(); }
 
-    void WifiCfgCallback(const std::uint8_t* payload) const;
-    void ConnNotifyCallback(const std::uint8_t* payload) const;
-    void WifiCardStateChangeCallback(const std::uint8_t* payload) const;
+    void WifiCfgCallback(const protocol::WifiCfg& record);
+    void ConnNotifyCallback(const protocol::WifiCfg& record);
+    void WifiCardStateChangeCallback(const protocol::CardStateChange& record);
 
   private:
     CallbackList<Vod2dWifiCfgCallback, protocol::Nothing> configurations_;

@@ -1,4 +1,4 @@
-// Who hears of the Wi-Fi switch, and of the channel of the Wi-Fi connection.
+// The objects that are called for the Wi-Fi switch and for the channel of the Wi-Fi connection.
 #pragma once
 
 #include <PelaconSDK/WifiState.h>
@@ -14,17 +14,17 @@ class WifiStateListeners {
     /// For the channel. An object that is there already is not added again.
     void AddWifiStateCallback(WifiRealMonitorStateCallBack* callback);
 
-    /// Tells every object of the channel, in the order of registration, with the list locked.
+    /// Calls every object, in the order of registration, with the list locked.
     void WifiConnectChannelCallback(std::int32_t channel);
 
     /// For the switch. An object is added as often as this is called, null never.
     void AddWifiStateChangeCallback(IWifiStateChangeNotification* observer);
     void RemoveWifiStateChangeCallback(IWifiStateChangeNotification* observer);
 
-    /// Tells every object of the switch's new state, likewise.
+    /// Calls every object, likewise.
     void WifiSwitchStateChangeCallback(std::int32_t state);
 
-    /// Whether there is anybody to hear of each.
+    /// Whether an object is registered for each.
     bool HasWifiStateCallbacks() const;
     bool HasWifiStateChangeCallbacks() const;
 

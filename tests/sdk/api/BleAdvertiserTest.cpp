@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleAdvertiser.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/sdk/api/BleMembers.h>
 #include <tests/support/HeldCallback.h>
@@ -28,9 +29,9 @@ constexpr std::int32_t kDisabled = 0xD80044;
 
 constexpr auto kStartFunction = "BleAdvertiser::BleStartAdvertise";
 
-IPCMessageSender& Sender()
+AdvertiserCallbacks& Callbacks()
 {
-    return IPCMessageSender::GetInstance();
+    return Registry<AdvertiserCallbacks>();
 }
 
 ByteVector IdAlone(std::int32_t id)
@@ -373,7 +374,7 @@ class AdvertisersGoSilent : public SdkTest {
     void TearDown() override
     {
         for (const std::int32_t id : ids_) {
-            Sender().RemoveAdvCb(id);
+            Callbacks().RemoveAdvCb(id);
         }
         SdkTest::TearDown();
     }
@@ -446,11 +447,11 @@ TEST_F(AdvertisersGoSilent, TheFirstTableOfAnIdIsKept)
 
 TEST_F(AdvertisersGoSilent, TheRegistryRefusesNull)
 {
-    Sender().AddAdvCb(nullptr, FreshId());
+    Callbacks().AddAdvCb(nullptr, FreshId());
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("IPCMessageSender::AddAdvCb"),
                                              End("IPCMessageSender::AddAdvCb")));
     LogLines::Clear();
-    Sender().RemoveAdvCb(FreshId());
+    Callbacks().RemoveAdvCb(FreshId());
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("IPCMessageSender::RemoveAdvCb"),
                                              End("IPCMessageSender::RemoveAdvCb")));
 }
@@ -470,7 +471,7 @@ TEST_F(AdvertisersGoSilent, TheRegistryIsLockedDuringACallback)
     const std::int32_t id = FreshId();
     RegisterAs(id, [](std::int32_t, std::int32_t) { HeldCallback::Hold(); });
     HeldCallback held([&] { Silence(id, 0); });
-    EXPECT_TRUE(held.HoldsUp([] { Sender().RemoveAdvCb(-1); }));
+    EXPECT_TRUE(held.HoldsUp([] { Callbacks().RemoveAdvCb(-1); }));
 }
 
 // The header's word for callbacks that throw.

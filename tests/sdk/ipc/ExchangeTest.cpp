@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 
 constexpr std::int32_t kId = 0xD70099;
 constexpr auto kFunction = "Some::Member";
-constexpr Failures<int> kFailures{-1, -9};
+const Failures<int> kFailures{-1, -9};
 constexpr protocol::Operation<protocol::Nothing, protocol::StatusReply> kPlain{kId, "Plain",
                                                                                5000ms};
 
@@ -31,9 +31,8 @@ TEST_F(StoppedSdkTest, ExchangeThatIsNotSent)
 
 TEST_F(StoppedSdkTest, ExchangeThatIsNotSentCallsTheFailureHandler)
 {
-    const auto failures = kFailures.OnNotSent([] { Journal::Note("not sent"); }).OnNoReply([] {
-        Journal::Note("no reply");
-    });
+    const Failures<int> failures{-1, -9, [] { Journal::Note("not sent"); },
+                                 [] { Journal::Note("no reply"); }};
     EXPECT_EQ(Exchange(kFunction, kPlain, {}, failures, StatusOf), -1);
     EXPECT_EQ(Journal::Entries().size(), 2U);
     EXPECT_EQ(Journal::Entries().back(), "not sent");
@@ -48,9 +47,8 @@ TEST_F(SdkTest, ExchangeWithoutReply)
 
 TEST_F(SdkTest, ExchangeWithoutReplyCallsTheFailureHandlerFirst)
 {
-    const auto failures = kFailures.OnNotSent([] { Journal::Note("not sent"); }).OnNoReply([] {
-        Journal::Note("no reply");
-    });
+    const Failures<int> failures{-1, -9, [] { Journal::Note("not sent"); },
+                                 [] { Journal::Note("no reply"); }};
     EXPECT_EQ(Exchange(kFunction, kPlain, {}, failures, StatusOf), -9);
     EXPECT_THAT(Journal::Entries(),
                 ElementsAre("request 0xD70099", "no reply",

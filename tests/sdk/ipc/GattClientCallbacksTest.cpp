@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleGattClient.h>
+#include <sdk/ipc/GattClientCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/support/SdkTest.h>
 
@@ -89,7 +90,7 @@ class GattClientCallbacksTest : public SdkTest {
     /// Has the table hear of this client.
     void Register(BtGattClientCallbacksC* table)
     {
-        IPCMessageSender::GetInstance().AddBleGattClientCb(table, client);
+        Registry<GattClientCallbacks>().AddBleGattClientCb(table, client);
         ForgetWhatHappened();
     }
 
@@ -172,7 +173,7 @@ TEST_F(GattClientCallbacksTest, PointersLeadIntoTheRecord)
     std::memcpy(&record, payload.data(), sizeof record);
     expected = reinterpret_cast<const std::uint8_t*>(&record);
     inRecord = false;
-    IPCMessageSender::GetInstance().OnNotificationReceiveCallback(&record);
+    Registry<GattClientCallbacks>().OnNotificationReceiveCallback(&record);
     EXPECT_TRUE(inRecord);
 }
 
@@ -202,8 +203,8 @@ TEST_F(GattClientCallbacksTest, ANotificationWithoutPayloadIsDropped)
     for (const std::int32_t id : {0xD80048, 0xD80049, 0xD80053}) {
         channel.DeliverWithoutPayload(id);
     }
-    IPCMessageSender::GetInstance().OnConnectionStateCallback(nullptr);
-    IPCMessageSender::GetInstance().OnNotificationReceiveCallback(nullptr);
+    Registry<GattClientCallbacks>().OnConnectionStateCallback(nullptr);
+    Registry<GattClientCallbacks>().OnNotificationReceiveCallback(nullptr);
     EXPECT_THAT(states, IsEmpty());
     EXPECT_THAT(notified, IsEmpty());
     EXPECT_THAT(LogLines::All(), IsEmpty());
@@ -247,7 +248,7 @@ TEST_F(GattClientCallbacksTest, AClientReceivesItsOwnNotificationsOnly)
 {
     const std::int32_t other = FreshId();
     Register(&Table());
-    IPCMessageSender::GetInstance().AddBleGattClientCb(&Table(), other);
+    Registry<GattClientCallbacks>().AddBleGattClientCb(&Table(), other);
     channel.Deliver(0xD80048, StateOf(other));
     EXPECT_THAT(states, ElementsAre(ElementsAre(other, 1, 2)));
 }

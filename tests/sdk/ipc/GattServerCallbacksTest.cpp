@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleGattServer.h>
+#include <sdk/ipc/GattServerCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/sdk/GattIds.h>
 #include <tests/support/SdkTest.h>
@@ -112,16 +113,16 @@ class GattServerCallbacksTest : public SdkTest {
     /// A server with one service and these characteristics, in the registry.
     void Publish(const std::vector<std::string>& uuids, BtGattCharCallbacksC* table)
     {
-        sender.AddGattServer(&Lasting(ServerTable()), server);
-        sender.AddGattServerService(server, kHandle, "180d");
+        servers.AddGattServer(&Lasting(ServerTable()), server);
+        servers.AddGattServerService(server, kHandle, "180d");
         for (const std::string& uuid : uuids) {
             const BLECharacteristicInfo info = InfoOf(uuid);
-            sender.AddGattServerCharacteristic(server, kHandle, &info, table);
+            servers.AddGattServerCharacteristic(server, kHandle, &info, table);
         }
         ForgetWhatHappened();
     }
 
-    IPCMessageSender& sender = IPCMessageSender::GetInstance();
+    GattServerCallbacks& servers = Registry<GattServerCallbacks>();
     const std::int32_t server = FreshId();
 };
 
@@ -188,7 +189,7 @@ TEST_P(GattPeerEventTest, AnUnknownServerIsLogged)
 
 TEST_P(GattPeerEventTest, SkipsAnEmptySlot)
 {
-    sender.AddGattServer(&Lasting<BtGattServerCallbacksC>(), server);
+    servers.AddGattServer(&Lasting<BtGattServerCallbacksC>(), server);
     ForgetWhatHappened();
     channel.Deliver(GetParam().id, Payload());
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(GetParam().handler), End(GetParam().handler)));
@@ -202,10 +203,10 @@ TEST_P(GattPeerEventTest, WithoutPayloadIsDropped)
 
 TEST_F(GattServerCallbacksTest, NullRecordsOfPeerEventsAreIgnored)
 {
-    sender.ConnectServerCallback(nullptr);
-    sender.DisconnectServerCallback(nullptr);
-    sender.NotifySendCallback(nullptr);
-    sender.MtuChangeCallback(nullptr);
+    servers.ConnectServerCallback(nullptr);
+    servers.DisconnectServerCallback(nullptr);
+    servers.NotifySendCallback(nullptr);
+    servers.MtuChangeCallback(nullptr);
     EXPECT_THAT(LogLines::All(), IsEmpty());
 }
 
@@ -225,9 +226,9 @@ void PrintTo(const PeerRequest& request, std::ostream* out)
 
 const PeerRequest kPeerRequests[] = {
     {"Read", 0xD80079, "read", "IPCMessageSender::OnServerReadCallback",
-     [] { IPCMessageSender::GetInstance().OnServerReadCallback(nullptr); }, false},
+     [] { Registry<GattServerCallbacks>().OnServerReadCallback(nullptr); }, false},
     {"Write", 0xD8007A, "write", "IPCMessageSender::OnServerWriteCallback",
-     [] { IPCMessageSender::GetInstance().OnServerWriteCallback(nullptr); }, true},
+     [] { Registry<GattServerCallbacks>().OnServerWriteCallback(nullptr); }, true},
 };
 
 class GattPeerRequestTest : public GattServerCallbacksTest,
@@ -311,9 +312,9 @@ TEST_P(GattPeerRequestTest, PointersLeadIntoTheRecord)
     expected = reinterpret_cast<const std::uint8_t*>(&record);
     isInRecord = false;
     if (GetParam().isWrite) {
-        sender.OnServerWriteCallback(&record);
+        servers.OnServerWriteCallback(&record);
     } else {
-        sender.OnServerReadCallback(&record);
+        servers.OnServerReadCallback(&record);
     }
     EXPECT_TRUE(isInRecord);
 }
@@ -357,7 +358,7 @@ TEST_P(GattPeerRequestTest, SkipsAMissingTableAndAnEmptySlot)
 {
     Publish({"2a37"}, nullptr);
     const BLECharacteristicInfo info = InfoOf("2a38");
-    sender.AddGattServerCharacteristic(server, kHandle, &info, &Lasting<BtGattCharCallbacksC>());
+    servers.AddGattServerCharacteristic(server, kHandle, &info, &Lasting<BtGattCharCallbacksC>());
     for (const std::string uuid : {"2a37", "2a38"}) {
         ForgetWhatHappened();
         channel.Deliver(GetParam().id, Request(uuid, {1}, 1));
@@ -395,7 +396,7 @@ TEST_F(GattServerCallbacksTest, TheFirstTableOfAServerIsKept)
 {
     auto& second = Lasting<BtGattServerCallbacksC>();
     Publish({"2a37"}, &Lasting(CharTable()));
-    sender.AddGattServer(&second, server);
+    servers.AddGattServer(&second, server);
     EXPECT_THAT(LogLines::All(), IsEmpty());
     channel.Deliver(0xD80075, Peer());
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
@@ -404,7 +405,7 @@ TEST_F(GattServerCallbacksTest, TheFirstTableOfAServerIsKept)
 
 TEST_F(GattServerCallbacksTest, ANullTableAddsNoServer)
 {
-    sender.AddGattServer(nullptr, server);
+    servers.AddGattServer(nullptr, server);
     EXPECT_THAT(LogLines::All(), IsEmpty());
     channel.Deliver(0xD80075, Peer());
     EXPECT_EQ(LogLines::All().back(), Line(4, "serverId not found: " + std::to_string(server),
@@ -414,7 +415,7 @@ TEST_F(GattServerCallbacksTest, ANullTableAddsNoServer)
 TEST_F(GattServerCallbacksTest, TheFirstUuidOfAServiceIsKept)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
-    sender.AddGattServerService(server, kHandle, "180f");
+    servers.AddGattServerService(server, kHandle, "180f");
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Line(4, "serviceHandle already exist: " + std::to_string(kHandle),
                                  "IPCMessageSender::AddGattServerService")));
@@ -426,7 +427,7 @@ TEST_F(GattServerCallbacksTest, TheFirstTableOfACharacteristicIsKept)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     const BLECharacteristicInfo info = InfoOf("2a37");
-    sender.AddGattServerCharacteristic(server, kHandle, &info, &Lasting(WrongCharTable()));
+    servers.AddGattServerCharacteristic(server, kHandle, &info, &Lasting(WrongCharTable()));
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Line(4, "charUuid already exist: 2a37",
                                  "IPCMessageSender::AddGattServerCharacteristic")));
@@ -438,17 +439,17 @@ TEST_F(GattServerCallbacksTest, MissingEntriesAreLogged)
 {
     const BLECharacteristicInfo info = InfoOf("2a37");
     const std::string noServer = "serverId not found: " + std::to_string(server);
-    sender.RemoveGattServer(server);
-    sender.AddGattServerService(server, kHandle, "180d");
-    sender.RemoveGattServerService(server, kHandle);
-    sender.AddGattServerCharacteristic(server, kHandle, &info, nullptr);
+    servers.RemoveGattServer(server);
+    servers.AddGattServerService(server, kHandle, "180d");
+    servers.RemoveGattServerService(server, kHandle);
+    servers.AddGattServerCharacteristic(server, kHandle, &info, nullptr);
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Line(4, noServer, "IPCMessageSender::RemoveGattServer"),
                             Line(4, noServer, "IPCMessageSender::AddGattServerService"),
                             Line(4, noServer, "IPCMessageSender::RemoveGattServerService"),
                             Line(4, noServer, "IPCMessageSender::AddGattServerCharacteristic")));
     Publish({}, nullptr);
-    sender.AddGattServerCharacteristic(server, 99, &info, nullptr);
+    servers.AddGattServerCharacteristic(server, 99, &info, nullptr);
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Line(4, "serviceHandle not found: 99",
                                  "IPCMessageSender::AddGattServerCharacteristic")));
@@ -457,13 +458,13 @@ TEST_F(GattServerCallbacksTest, MissingEntriesAreLogged)
 TEST_F(GattServerCallbacksTest, RemovingAServiceForgetsItsCharacteristics)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
-    sender.RemoveGattServerService(server, kHandle);
-    sender.RemoveGattServerService(server, kHandle);
+    servers.RemoveGattServerService(server, kHandle);
+    servers.RemoveGattServerService(server, kHandle);
     EXPECT_THAT(
         LogLines::All(),
         ElementsAre(Line(1, "remove callback", "IPCMessageSender::RemoveGattServerService"),
                     Line(1, "remove callback", "IPCMessageSender::RemoveGattServerService")));
-    sender.AddGattServerService(server, kHandle, "180f");
+    servers.AddGattServerService(server, kHandle, "180f");
     ForgetWhatHappened();
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
     EXPECT_EQ(LogLines::All().back(),
@@ -473,9 +474,9 @@ TEST_F(GattServerCallbacksTest, RemovingAServiceForgetsItsCharacteristics)
 TEST_F(GattServerCallbacksTest, RemovingAServerForgetsItsServices)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
-    sender.RemoveGattServer(server);
+    servers.RemoveGattServer(server);
     EXPECT_THAT(LogLines::All(), IsEmpty());
-    sender.AddGattServer(&Lasting(ServerTable()), server);
+    servers.AddGattServer(&Lasting(ServerTable()), server);
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
     EXPECT_EQ(LogLines::All().back(), Line(4, "serviceHandle not found: " + std::to_string(kHandle),
                                            "IPCMessageSender::OnServerReadCallback"));

@@ -11,8 +11,17 @@
 #include <protocol/Vod2dConfig.h>
 #include <protocol/Vod2dGroup.h>
 #include <protocol/WifiState.h>
+#include <sdk/ipc/AdvertiserCallbacks.h>
+#include <sdk/ipc/BleManagerCallbacks.h>
+#include <sdk/ipc/GattClientCallbacks.h>
+#include <sdk/ipc/GattServerCallbacks.h>
+#include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/Receivers.h>
+#include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/SoftApListeners.h>
+#include <sdk/ipc/WifiConfigCallbacks.h>
+#include <sdk/ipc/WifiStateListeners.h>
 #include <tests/sdk/WifiListener.h>
 
 #include <gtest/gtest.h>
@@ -63,11 +72,6 @@ namespace {
 
 std::atomic<int> called{0};
 
-IPCMessageSender& Sender()
-{
-    return IPCMessageSender::GetInstance();
-}
-
 struct CountingListener : Deaf, ErrorListener {
     void OnConnectStatus(int32_t /*status*/) override { ++called; }
     void OnAdvertisementStatus(uint32_t /*status*/) override { ++called; }
@@ -99,24 +103,24 @@ void RegisterForEverything()
     static WifiCardStateCallback card{[](const WifiCardStateEvent*) { ++called; }};
     static CountingListener listener;
 
-    Sender().AddBleManagerCb(&manager);
-    Sender().AddAdvCb(&advertiser, 0);
-    Sender().AddScanCb(&scanner, 0);
-    Sender().ScanStart(0);
-    Sender().AddBleGattClientCb(&client, 0);
-    Sender().AddGattServer(&server, 0);
-    Sender().AddGattServerService(0, 0, std::string(36, 's'));
+    Registry<BleManagerCallbacks>().AddBleManagerCb(&manager);
+    Registry<AdvertiserCallbacks>().AddAdvCb(&advertiser, 0);
+    Registry<ScanCallbacks>().AddScanCb(&scanner, 0);
+    Registry<ScanCallbacks>().ScanStart(0);
+    Registry<GattClientCallbacks>().AddBleGattClientCb(&client, 0);
+    Registry<GattServerCallbacks>().AddGattServer(&server, 0);
+    Registry<GattServerCallbacks>().AddGattServerService(0, 0, std::string(36, 's'));
     BLECharacteristicInfo info;
     info.charUuid = std::string(36, 'c');
-    Sender().AddGattServerCharacteristic(0, 0, &info, &characteristic);
-    Sender().AddSoftAPStateChanged(&group);
-    Sender().RegisterWifiCfgCallback(&configuration);
-    Sender().RegisterConnNotifyCallback(&configuration, {});
-    Sender().RegisterWifiCardStateCallback(&card, {});
-    Sender().SetSoftApConnectStatus(&listener);
-    Sender().AddSoftApNotificationCallback(&listener);
-    Sender().AddWifiStateCallback(&listener);
-    Sender().AddWifiStateChangeCallback(&listener);
+    Registry<GattServerCallbacks>().AddGattServerCharacteristic(0, 0, &info, &characteristic);
+    Registry<GroupCallbacks>().AddSoftAPStateChanged(&group);
+    Registry<WifiConfigCallbacks>().RegisterWifiCfgCallback(&configuration);
+    Registry<WifiConfigCallbacks>().RegisterConnNotifyCallback(&configuration, {});
+    Registry<WifiConfigCallbacks>().RegisterWifiCardStateCallback(&card, {});
+    Registry<SoftApListeners>().SetSoftApConnectStatus(&listener);
+    Registry<SoftApListeners>().AddSoftApNotificationCallback(&listener);
+    Registry<WifiStateListeners>().AddWifiStateCallback(&listener);
+    Registry<WifiStateListeners>().AddWifiStateChangeCallback(&listener);
     WifiSystemApi::GetInstance().RegistListener(&listener);
 }
 
@@ -206,13 +210,13 @@ TEST_F(OutOfMemoryDeathTest, AnExceptionOfACallbackEndsTheProcess)
 {
     static BtManagerCallbacksC manager{
         [](int32_t) { throw std::runtime_error("of the callback"); }};
-    Sender().AddBleManagerCb(&manager);
+    Registry<BleManagerCallbacks>().AddBleManagerCb(&manager);
     std::vector<std::uint8_t> payload(2048);
     TagIPCMessageItem item;
     item.msgId = protocol::kBtStateChanged.id;
     item.message = payload.data();
     EXPECT_DEATH(OnIpcMessage(item), "of the callback");
-    Sender().RemoveBleManagerCb(&manager);
+    Registry<BleManagerCallbacks>().RemoveBleManagerCb(&manager);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <PelaconSDK/BleScanner.h>
 #include <PelaconSDK/PelaconSvc.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/ScanCallbacks.h>
 #include <tests/support/HeldCallback.h>
 #include <tests/support/SdkTest.h>
 
@@ -26,9 +27,9 @@ using ::testing::UnorderedElementsAre;
 constexpr auto kOnStatus = "IPCMessageSender::OnScanStatus";
 constexpr auto kOnResult = "IPCMessageSender::OnScanResult";
 
-IPCMessageSender& Sender()
+ScanCallbacks& Callbacks()
 {
-    return IPCMessageSender::GetInstance();
+    return Registry<ScanCallbacks>();
 }
 
 ByteVector Raw(const BleScanResultC& result)
@@ -91,8 +92,8 @@ class ScanNotifications : public SdkTest {
     {
         Threads::WaitForAll();
         for (const std::int32_t id : ids_) {
-            Sender().ScanStop(id);
-            Sender().RemoveScanCb(id);
+            Callbacks().ScanStop(id);
+            Callbacks().RemoveScanCb(id);
         }
         SdkTest::TearDown();
     }
@@ -213,8 +214,8 @@ TEST_F(ScanNotifications, TheRegistryIsLockedDuringAStatusCallback)
     const std::int32_t id = Register(&Lasting<BleScanCallbacksC>(
         {[](std::int32_t, std::int32_t) { HeldCallback::Hold(); }, nullptr}));
     HeldCallback held([&] { Status(id, 0); });
-    Sender().ScanStop(-1);  // waits for nobody
-    EXPECT_TRUE(held.HoldsUp([] { Sender().RemoveScanCb(-1); }));
+    Callbacks().ScanStop(-1);  // waits for nobody
+    EXPECT_TRUE(held.HoldsUp([] { Callbacks().RemoveScanCb(-1); }));
 }
 
 // ---- Results
@@ -430,24 +431,24 @@ TEST_F(ScanNotifications, RegistryOperationsAreLogged)
     const std::int32_t id = FreshId();
     const std::string number = std::to_string(id);
     BleScanCallbacksC& table = Lasting<BleScanCallbacksC>();
-    Sender().AddScanCb(&table, id);
-    Sender().AddScanCb(&table, id);
-    Sender().AddScanCb(nullptr, id);
+    Callbacks().AddScanCb(&table, id);
+    Callbacks().AddScanCb(&table, id);
+    Callbacks().AddScanCb(nullptr, id);
     EXPECT_THAT(LogLines::All(), Each(::testing::AnyOf(Start("IPCMessageSender::AddScanCb"),
                                                        End("IPCMessageSender::AddScanCb"))));
     EXPECT_EQ(LogLines::All().size(), 6U);
 
     LogLines::Clear();
-    Sender().RemoveScanCb(id);
-    Sender().RemoveScanCb(id);
+    Callbacks().RemoveScanCb(id);
+    Callbacks().RemoveScanCb(id);
     constexpr auto kRemove = "IPCMessageSender::RemoveScanCb";
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kRemove), Line(1, "remove callback", kRemove),
                                              End(kRemove), Start(kRemove), End(kRemove)));
 
     LogLines::Clear();
     constexpr auto kScanStart = "IPCMessageSender::ScanStart";
-    Sender().ScanStart(id);
-    Sender().ScanStart(id);
+    Callbacks().ScanStart(id);
+    Callbacks().ScanStart(id);
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Line(1, "start:" + number, kScanStart), End(kScanStart),
                             Line(1, "start:" + number, kScanStart),
@@ -455,8 +456,8 @@ TEST_F(ScanNotifications, RegistryOperationsAreLogged)
 
     LogLines::Clear();
     constexpr auto kScanStop = "IPCMessageSender::ScanStop";
-    Sender().ScanStop(id);
-    Sender().ScanStop(id);
+    Callbacks().ScanStop(id);
+    Callbacks().ScanStop(id);
     EXPECT_THAT(
         LogLines::All(),
         ElementsAre(Line(1, "start:" + number, kScanStop), Line(1, "stop ok:" + number, kScanStop),

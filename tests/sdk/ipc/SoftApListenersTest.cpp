@@ -2,6 +2,7 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/SoftApListeners.h>
 #include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
@@ -41,12 +42,12 @@ class SoftApListenersTest : public SdkTest {
     }
     void TearDown() override
     {
-        auto& sender = IPCMessageSender::GetInstance();
-        sender.SetSoftApConnectStatus(nullptr);
+        auto& listeners = Registry<SoftApListeners>();
+        listeners.SetSoftApConnectStatus(nullptr);
         for (ISoftAPNotification* listener :
              {static_cast<ISoftAPNotification*>(&a), static_cast<ISoftAPNotification*>(&b),
               static_cast<ISoftAPNotification*>(nullptr)}) {
-            sender.RemoveSoftApNotificationCallback(listener);
+            listeners.RemoveSoftApNotificationCallback(listener);
         }
         SdkTest::TearDown();
     }
@@ -116,7 +117,7 @@ TEST_F(StoppedSdkTest, AConnectStatusObjectThatCannotBeSentIsNotKept)
     Api().RegistSoftApConnectStatus(&listener);
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start("WifiSystemApi::RegistSoftApConnectStatus"), NotStarted()));
-    EXPECT_FALSE(IPCMessageSender::GetInstance().HasSoftApConnectStatus());
+    EXPECT_FALSE(Registry<SoftApListeners>().HasSoftApConnectStatus());
 }
 
 TEST_F(SoftApListenersTest, ACallbackMayCallSerialisedOperationsWhileAnotherObjectIsRegistered)

@@ -1,6 +1,6 @@
 // What becomes of targeted advertisements, and the registry behind them.
 #include <PelaconSDK/BleScanner.h>
-#include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/TargetAdvCallbacks.h>
 #include <tests/support/SdkTest.h>
 
 #include <cstring>
@@ -197,7 +197,7 @@ TEST_F(TargetAdvs, DoNotNeedTheUnregisteredTable)
 TEST_F(TargetAdvs, AThreadWithoutASlotLogsIt)
 {
     TargetAdvInfo info{};
-    IPCMessageSender::OnRecvTargetAdvThread(nullptr, info);
+    TargetAdvCallbacks::OnRecvTargetAdvThread(nullptr, info);
     EXPECT_THAT(LogLines::All(), ElementsAre(Line(3, "cb is nullptr, return", kThread)));
 }
 

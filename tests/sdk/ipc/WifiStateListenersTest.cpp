@@ -1,6 +1,7 @@
 // Who hears of the Wi-Fi switch, and of the connection's channel.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/WifiStateListeners.h>
 #include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
@@ -51,8 +52,8 @@ class SwitchListeners : public SdkTest {
     }
     void TearDown() override
     {
-        IPCMessageSender::GetInstance().RemoveWifiStateChangeCallback(&a);
-        IPCMessageSender::GetInstance().RemoveWifiStateChangeCallback(&b);
+        Registry<WifiStateListeners>().RemoveWifiStateChangeCallback(&a);
+        Registry<WifiStateListeners>().RemoveWifiStateChangeCallback(&b);
         SdkTest::TearDown();
     }
 
@@ -120,7 +121,7 @@ TEST_F(SwitchListeners, AreNeverNull)
     EXPECT_THAT(LinesOf(kRemoveSwitch),
                 ElementsAre(Line(1, "removing Wi-Fi switch Status Listener", kRemoveSwitch),
                             Line(4, "unregister failed, observer is null", kRemoveSwitch)));
-    EXPECT_FALSE(IPCMessageSender::GetInstance().HasWifiStateChangeCallbacks());
+    EXPECT_FALSE(Registry<WifiStateListeners>().HasWifiStateChangeCallbacks());
 }
 
 TEST_F(SwitchListeners, AreKeptAndForgottenOnlyWhenTheServiceAgrees)
@@ -159,7 +160,7 @@ TEST_F(SwitchListeners, AreLockedWhileTheyAreCalled)
         });
         EXPECT_EQ(isGone.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
         // The other list has a lock of its own.
-        IPCMessageSender::GetInstance().WifiConnectChannelCallback(6);
+        Registry<WifiStateListeners>().WifiConnectChannelCallback(6);
     };
     channel.Deliver(kSwitchState, Bytes().I32(1));
     unregistering.join();

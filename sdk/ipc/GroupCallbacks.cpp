@@ -2,7 +2,9 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Application.h>
 #include <sdk/ipc/Exchange.h>
-#include <sdk/ipc/SoftApCallbacks.h>
+#include <sdk/ipc/GroupCallbacks.h>
+
+#include <bit>
 
 namespace pelacon {
 
@@ -40,7 +42,7 @@ bool FillDeparture(const std::string& station, Vod2dStationChange& change)
     return true;
 }
 
-void SoftApCallbacks::AddSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
+void GroupCallbacks::AddSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
 {
     const std::lock_guard lock(lock_);
     if (table != nullptr && !tables_.AddOnce(table)) {
@@ -48,7 +50,7 @@ void SoftApCallbacks::AddSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
     }
 }
 
-void SoftApCallbacks::RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
+void GroupCallbacks::RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
 {
     const std::lock_guard lock(lock_);
     if (tables_.Remove(table)) {
@@ -56,23 +58,23 @@ void SoftApCallbacks::RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table)
     }
 }
 
-bool SoftApCallbacks::HasSoftAPStateChanged() const
+bool GroupCallbacks::HasSoftAPStateChanged() const
 {
     const std::lock_guard lock(lock_);
     return !tables_.Empty();
 }
 
-void SoftApCallbacks::SetCreateGroupTimeOut(bool canComeLate)
+void GroupCallbacks::SetCreateGroupTimeOut(RemoveGroup removeLateGroup)
 {
     constexpr auto kFunction = "IPCMessageSender::SetCreateGroupTimeOut";
     LogStart(kFunction);
-    if (canComeLate) {
-        createTimedOut_ = true;
+    if (removeLateGroup != nullptr) {
+        removeLateGroup_ = removeLateGroup;
     }
     LogEnd(kFunction);
 }
 
-void SoftApCallbacks::SoftAPGroupsChangeCallBack(const std::uint8_t* record)
+void GroupCallbacks::SoftAPGroupsChangeCallBack(const protocol::GroupChange* record)
 {
     constexpr auto kFunction = "IPCMessageSender::SoftAPGroupsChangeCallBack";
     LogStart(kFunction);
@@ -80,12 +82,12 @@ void SoftApCallbacks::SoftAPGroupsChangeCallBack(const std::uint8_t* record)
         Log(kLogFailure, kFunction, "null ptr");
         return;
     }
-    const auto change = ReadRecord<Vod2dGroupChange>(record);
-    if (createTimedOut_.exchange(false)) {
+    const auto change = std::bit_cast<Vod2dGroupChange>(*record);
+    if (const RemoveGroup removeLateGroup = removeLateGroup_.exchange(nullptr)) {
         Log(kLogTrace, kFunction, "last Create Group is timeout");
         if (change.state == kVod2dGroupExists) {
             Log(kLogTrace, kFunction, "after timeout, create success, remove it");
-            Vod2dRemoveGroup();
+            removeLateGroup();
             return;
         }
     }
@@ -101,7 +103,7 @@ void SoftApCallbacks::SoftAPGroupsChangeCallBack(const std::uint8_t* record)
     LogEnd(kFunction);
 }
 
-void SoftApCallbacks::CountStation(const protocol::StationChange& change)
+void GroupCallbacks::CountStation(const protocol::StationChange& change)
 {
     const std::string station = FixedText(change.address);
     const os::ForkHold hold;
@@ -112,7 +114,7 @@ void SoftApCallbacks::CountStation(const protocol::StationChange& change)
     }
 }
 
-void SoftApCallbacks::SoftAPConnectionStateChangeCallBack(const std::uint8_t* record)
+void GroupCallbacks::SoftAPConnectionStateChangeCallBack(const protocol::StationChange* record)
 {
     constexpr auto kFunction = "IPCMessageSender::SoftAPConnectionStateChangeCallBack";
     LogStart(kFunction);
@@ -120,7 +122,7 @@ void SoftApCallbacks::SoftAPConnectionStateChangeCallBack(const std::uint8_t* re
         Log(kLogIncomplete, kFunction, "info is nullptr, return");
         return;
     }
-    const auto change = ReadRecord<protocol::StationChange>(record);
+    const protocol::StationChange& change = *record;
     bool copied = true;
     {
         const std::lock_guard lock(lock_);
@@ -128,11 +130,11 @@ void SoftApCallbacks::SoftAPConnectionStateChangeCallBack(const std::uint8_t* re
             if (!copied || table->onStationChanged == nullptr) {
                 return;
             }
-            Vod2dStationChange told{};
-            copied = CopyStation(change, told);
+            Vod2dStationChange copy{};
+            copied = CopyStation(change, copy);
             if (copied) {
                 CountStation(change);
-                CallApplication(table->onStationChanged, &told);
+                CallApplication(table->onStationChanged, &copy);
             }
         });
     }
@@ -143,7 +145,7 @@ void SoftApCallbacks::SoftAPConnectionStateChangeCallBack(const std::uint8_t* re
     LogEnd(kFunction);
 }
 
-void SoftApCallbacks::WifiExceptCallback()
+void GroupCallbacks::WifiExceptCallback()
 {
     constexpr auto kFunction = "IPCMessageSender::WifiExceptCallback";
     LogStart(kFunction);

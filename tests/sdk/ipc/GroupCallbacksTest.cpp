@@ -1,5 +1,6 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/Vod2dApi.h>
+#include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <tests/sdk/Vod2dIds.h>
 #include <tests/support/SdkTest.h>
@@ -79,7 +80,7 @@ class SoftApChanges : public SdkTest {
 
     void TearDown() override
     {
-        IPCMessageSender::GetInstance().WifiExceptCallback();  // no station is left behind
+        Registry<GroupCallbacks>().WifiExceptCallback();  // no station is left behind
         channel.Reply(kUnregister, Bytes().I32(0));
         for (Vod2dWifiBroadcastRecvCb* table : registered_) {
             Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(table);
@@ -153,8 +154,8 @@ TEST_F(SoftApChanges, WithoutAPayloadAreDropped)
 TEST_F(SoftApChanges, WithANullRecordAreRefusedByTheHandlers)
 {
     Register(TellGroup<1>, TellStation<1>);
-    IPCMessageSender::GetInstance().SoftAPGroupsChangeCallBack(nullptr);
-    IPCMessageSender::GetInstance().SoftAPConnectionStateChangeCallBack(nullptr);
+    Registry<GroupCallbacks>().SoftAPGroupsChangeCallBack(nullptr);
+    Registry<GroupCallbacks>().SoftAPConnectionStateChangeCallBack(nullptr);
     EXPECT_THAT(Told(), IsEmpty());
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kGroups), Line(4, "null ptr", kGroups), Start(kStations),
@@ -219,7 +220,7 @@ TEST_F(SoftApChanges, ANullTableIsRefused)
 {
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(nullptr), 0);
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegister, {}, 5000)) << "asked for all the same";
-    EXPECT_FALSE(IPCMessageSender::GetInstance().HasSoftAPStateChanged());
+    EXPECT_FALSE(Registry<GroupCallbacks>().HasSoftAPStateChanged());
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(nullptr), 0);
     channel.Deliver(kGroupsChange, GroupChange(1));
     channel.Deliver(kConnectionChange, Station(1, "0123456789ab"));
@@ -340,7 +341,7 @@ TEST_F(SoftApChanges, EveryTimeOutIsTakenByOneChangeOnly)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
     for (int round = 0; round < 20; ++round) {
-        IPCMessageSender::GetInstance().SetCreateGroupTimeOut();
+        Registry<GroupCallbacks>().SetCreateGroupTimeOut(&Vod2dRemoveGroup);
         channel.ForgetSent();
         const auto change = [&] { channel.Deliver(kGroupsChange, GroupChange(1)); };
         std::thread one(change);
@@ -534,7 +535,7 @@ TEST_F(StationsAfterARestart, AreLeftOutWhenTheirAddressCannotBeCopied)
     Told().clear();
     ForgetWhatHappened();
     Copies::FailNext();
-    IPCMessageSender::GetInstance().WifiExceptCallback();
+    Registry<GroupCallbacks>().WifiExceptCallback();
     EXPECT_THAT(Told(), ElementsAre("1: station 0 bbb "));
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kFunction), Line(4, "memcpy error!", kFunction), End(kFunction)));
