@@ -2,6 +2,7 @@
 #pragma once
 
 #include <os/Fork.h>
+#include <os/WordWait.h>
 
 #include <atomic>
 #include <cstdint>
@@ -66,7 +67,7 @@ class Lock {
     void unlock() noexcept
     {
         if (--depth_ == 0 && (word_.exchange(0, std::memory_order_release) & kAwaited) != 0) {
-            word_.notify_one();
+            WakeOne(word_);
         }
     }
 
@@ -90,7 +91,7 @@ class Lock {
                 }
             } else if ((seen & kAwaited) != 0 ||
                        word_.compare_exchange_strong(seen, seen | kAwaited)) {
-                word_.wait(seen | kAwaited);
+                WaitWhile(word_, seen | kAwaited);
                 seen = word_.load(std::memory_order_relaxed);
             }
         }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <os/Fork.h>
+#include <os/WordWait.h>
 
 #include <atomic>
 #include <cstdint>
@@ -28,7 +29,7 @@ class UseCount {
         {
             if (count_ != nullptr && generation_ == ForkGeneration()) {
                 count_->word_.fetch_sub(1);
-                count_->word_.notify_all();
+                WakeAll(count_->word_);
             }
         }
 
@@ -47,7 +48,7 @@ class UseCount {
     {
         for (std::uint64_t seen = word_.load(); static_cast<std::uint32_t>(Current(seen)) != 0;
              seen = word_.load()) {
-            word_.wait(seen);
+            WaitWhile(word_, seen);
         }
     }
 

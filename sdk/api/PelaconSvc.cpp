@@ -3,6 +3,7 @@
 #include <os/Fork.h>
 #include <os/Lock.h>
 #include <os/SharedLibrary.h>
+#include <os/WordWait.h>
 #include <protocol/Operation.h>
 #include <sdk/api/CEntry.h>
 #include <sdk/diag/Log.h>
@@ -66,7 +67,8 @@ std::uint64_t Library::Stopper() const
     return os::StayedBehind(stopper) ? 0 : stopper;
 }
 
-/// The sender forgets the client first, so that no request reaches a client that is being destroyed.
+/// The sender forgets the client first, so that no request reaches a client that is being
+/// destroyed.
 void Library::End(Lock& lock, Client client)
 {
     stopper_ = os::ThisThread();
@@ -76,7 +78,7 @@ void Library::End(Lock& lock, Client client)
     IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
     client.reset();
     stopper_ = 0;
-    stopper_.notify_all();
+    os::WakeAll(stopper_);
 }
 
 int Library::Start()
@@ -87,7 +89,7 @@ int Library::Start()
             return 0;  // the stop may be waiting for this very callback
         }
         lock.unlock();
-        stopper_.wait(stopper);
+        os::WaitWhile(stopper_, stopper);
         lock.lock();
     }
     if (client_ != nullptr) {

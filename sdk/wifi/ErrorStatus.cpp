@@ -1,4 +1,5 @@
 #include <os/SharedLibrary.h>
+#include <os/WordWait.h>
 #include <sdk/diag/Log.h>
 #include <sdk/wifi/ErrorStatus.h>
 
@@ -71,15 +72,15 @@ void ErrorStatus::Work()
 void ErrorStatus::WakeWorker()
 {
     news_.fetch_add(1);
-    news_.notify_all();
+    os::WakeAll(news_);
 }
 
 std::optional<ErrorStatus::Task> ErrorStatus::TakeTask(const char* function)
 {
     std::unique_lock lock(lock_);
-    for (std::uint32_t seen = news_; !stop_ && tasks_.empty(); seen = news_) {
+    for (std::uint64_t seen = news_; !stop_ && tasks_.empty(); seen = news_) {
         lock.unlock();
-        news_.wait(seen);
+        os::WaitWhile(news_, seen);
         lock.lock();
     }
     if (tasks_.empty()) {

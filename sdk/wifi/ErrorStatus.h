@@ -82,7 +82,7 @@ class ErrorStatus {
     std::size_t historyLimit_ = 256;
     std::deque<Task> tasks_;
     std::atomic<bool> stop_{false};
-    std::atomic<std::uint32_t> news_{0};  // changes when the worker may have something to do
+    std::atomic<std::uint64_t> news_{0};  // changes when the worker may have something to do
     std::vector<std::thread> workers_;    // last: the worker uses all others
 };
 

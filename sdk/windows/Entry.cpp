@@ -8,9 +8,8 @@ BOOL WINAPI DllMainCRTStartup(HINSTANCE library, DWORD reason, LPVOID reserved);
 
 /// Skips the destructors when the process ends. The system has ended all other threads by then,
 /// each wherever it was, and a lock that one of them held stays locked: a destructor that takes it
-/// (libstdc++ destroys the condition variables of std::atomic::wait, under a spin lock of the
-/// thread library) would keep the process from ending. `reserved` is null only when the library is
-/// unloaded from a process that goes on.
+/// (that of a condition variable takes a spin lock of the thread library) would keep the process
+/// from ending. `reserved` is null only when the library is unloaded from a process that goes on.
 BOOL WINAPI PelaconDllEntry(HINSTANCE library, DWORD reason, LPVOID reserved)
 {
     if (reason == DLL_PROCESS_DETACH && reserved != nullptr) {

@@ -1,4 +1,5 @@
 #include <os/Processes.h>
+#include <os/WordWait.h>
 #include <protocol/ServiceStatus.h>
 #include <service/Version.h>
 #include <service/base/Log.h>
@@ -58,24 +59,32 @@ Core::~Core()
 
 void Core::Start(Transport& transport, const std::string& stateFile)
 {
-    startTried_ = true;
     try {
         const Scheduler::Guard lock = scheduler_.Lock();
         transport_ = &transport;
         ids_.emplace(stateFile);
         state_ = MakeState();
     } catch (...) {
-        started_.count_down();
+        MakeReady();
         throw;
     }
-    started_.count_down();
+    MakeReady();
+}
+
+void Core::MakeReady() noexcept
+{
+    ready_ = 1;
+    os::WakeAll(ready_);
+}
+
+void Core::WaitUntilReady() const noexcept
+{
+    os::WaitWhile(ready_, 0);
 }
 
 void Core::Stop()
 {
-    if (!startTried_.exchange(true)) {
-        started_.count_down();
-    }
+    MakeReady();
     scheduler_.Stop();
     const Scheduler::Guard lock = scheduler_.Lock();
     if (state_) {
@@ -94,7 +103,7 @@ std::shared_ptr<Core::State> Core::MakeState()
 
 void Core::ClientArrived(const IPCClientInfo& client)
 {
-    started_.wait();
+    WaitUntilReady();
     const Scheduler::Guard lock = scheduler_.Lock();
     if (state_) {
         state_->sessions.Arrive(client);
@@ -103,7 +112,7 @@ void Core::ClientArrived(const IPCClientInfo& client)
 
 void Core::ClientLeft(std::uint64_t clientId)
 {
-    started_.wait();
+    WaitUntilReady();
     const Scheduler::Guard lock = scheduler_.Lock();
     if (state_) {
         state_->sessions.Leave(clientId);
@@ -112,7 +121,7 @@ void Core::ClientLeft(std::uint64_t clientId)
 
 IPCReply Core::Request(std::uint64_t clientId, const TagIPCMessageItem& request)
 {
-    started_.wait();
+    WaitUntilReady();
     const bool traced = log::IsWanted(LogLevel::kDebug);
     const auto begin = traced ? Scheduler::Clock::now() : Scheduler::Clock::time_point();
     // While the handler waits, the service may restart or end. These pointers keep the handler's
@@ -219,7 +228,7 @@ void Core::NoteUnknown(const Session& session, const TagIPCMessageItem& request)
 
 std::string Core::Control(std::string_view command)
 {
-    started_.wait();
+    WaitUntilReady();
     std::string answer;
     std::vector<std::function<void()>> afterwards;
     {

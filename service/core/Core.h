@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <latch>
 #include <memory>
 #include <optional>
 #include <set>
@@ -68,6 +67,8 @@ class Core : public IPCServerHandler {
 
     void NoteUnknown(const Session& session, const TagIPCMessageItem& request);
 
+    void MakeReady() noexcept;
+    void WaitUntilReady() const noexcept;
     void AddCommands(State& state);
     void AddFaultCommands(Commands& commands);
     void AddClientCommands(Commands& commands);
@@ -77,8 +78,7 @@ class Core : public IPCServerHandler {
     Scheduler scheduler_;
     const Settings settings_;  // its factory may have threads that use the scheduler
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    std::latch started_{1};
-    std::atomic<bool> startTried_{false};
+    std::atomic<std::uint64_t> ready_{0};  // 1 once Start has ended or Stop has begun
 
     Transport* transport_ = nullptr;  // set by Start
 

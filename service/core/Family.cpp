@@ -1,6 +1,5 @@
 #include <service/core/Family.h>
 
-
 namespace pelacon::service {
 
 void Family::ClientArrived(Session& /*session*/, bool /*returning*/) {}

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <future>
-#include <latch>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -61,17 +60,19 @@ TEST(LockTest, WaitingThreadsTakeItInTurn)
     constexpr int kRounds = 20'000;
     Lock lock;
     int count = 0;  // not atomic: the lock must do
-    std::latch together(kThreads);
+    std::promise<void> go;
+    const std::shared_future<void> started(go.get_future());
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&] {
-            together.arrive_and_wait();
+            started.wait();
             for (int round = 0; round < kRounds; ++round) {
                 const std::lock_guard held(lock);
                 ++count;
             }
         });
     }
+    go.set_value();
     for (std::thread& thread : threads) {
         thread.join();
     }

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <future>
-#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -219,14 +218,16 @@ TEST_F(StoppedSdkTest, StartsOfManyThreadsMakeOneClient)
     constexpr std::size_t kThreads = 4;
     for (int round = 0; round < 200; ++round) {
         channel.Reset();
-        std::latch together(kThreads);
+        std::promise<void> go;
+        const std::shared_future<void> started(go.get_future());
         std::vector<std::thread> starters;
         for (std::size_t starter = 0; starter < kThreads; ++starter) {
             starters.emplace_back([&] {
-                together.arrive_and_wait();
+                started.wait();
                 EXPECT_EQ(PelaconSvcStart(), 0);
             });
         }
+        go.set_value();
         for (std::thread& starter : starters) {
             starter.join();
         }
