@@ -1,4 +1,6 @@
 #include <json/Reader.h>
+#include <protocol/Codec.h>
+#include <protocol/Hex.h>
 
 #include <algorithm>
 #include <array>
@@ -8,20 +10,6 @@
 namespace pelacon::json {
 
 namespace {
-
-std::optional<std::uint8_t> DigitOf(char character)
-{
-    if (character >= '0' && character <= '9') {
-        return static_cast<std::uint8_t>(character - '0');
-    }
-    if (character >= 'a' && character <= 'f') {
-        return static_cast<std::uint8_t>(character - 'a' + 10);
-    }
-    if (character >= 'A' && character <= 'F') {
-        return static_cast<std::uint8_t>(character - 'A' + 10);
-    }
-    return std::nullopt;
-}
 
 /// Pairs of hexadecimal digits, separated or, if the separator is not required, not.
 std::optional<std::vector<std::uint8_t>> BytesOf(std::string_view text, char separator,
@@ -34,13 +22,11 @@ std::optional<std::vector<std::uint8_t>> BytesOf(std::string_view text, char sep
         } else if (!bytes.empty() && separatorNeeded) {
             return std::nullopt;
         }
-        const auto high = !text.empty() ? DigitOf(text[0]) : std::nullopt;
-        const auto low = text.size() > 1 ? DigitOf(text[1]) : std::nullopt;
-        if (!high || !low) {
+        const auto byte = protocol::TakeHexByte(text);
+        if (!byte) {
             return std::nullopt;
         }
-        bytes.push_back(static_cast<std::uint8_t>(*high * 16 + *low));
-        text.remove_prefix(2);
+        bytes.push_back(*byte);
     }
     return bytes;
 }
@@ -103,11 +89,7 @@ std::uint64_t Reader::Address() const
     if (!bytes || bytes->size() != 6) {
         Fail("must be an address such as \"01:23:45:67:89:AB\"");
     }
-    std::uint64_t address = 0;
-    for (const std::uint8_t byte : *bytes) {
-        address = (address << 8U) | byte;
-    }
-    return address;
+    return protocol::AddressOf(*bytes);
 }
 
 std::vector<std::uint8_t> Reader::Hex(std::size_t shortest, std::size_t longest) const

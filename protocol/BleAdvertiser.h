@@ -1,6 +1,7 @@
-// The advertiser: what an application sends out for others to hear.
+// The advertiser: what an application sends to all devices around.
 #pragma once
 
+#include <PelaconSDK/BleAdvertiser.h>
 #include <protocol/BleScanner.h>
 #include <protocol/Operation.h>
 
@@ -26,20 +27,15 @@ static_assert(offsetof(AdvertisingField, length) == 32);
 
 struct StartAdvertiseRequest {
     std::int32_t advertiserId;
-    std::int32_t minInterval;
-    std::int32_t maxInterval;
-    std::int32_t channelMap;
-    std::int32_t advEventType;
-    std::int32_t txPower;
-    std::int32_t sendTotalTime;
-    std::int32_t sendPartTime;
+    BleAdvertiseParamsC params;
     AdvertisingField advData;
     AdvertisingField scanResp;
 };
 static_assert(sizeof(StartAdvertiseRequest) == 104);
-static_assert(offsetof(StartAdvertiseRequest, advEventType) == 16);
-static_assert(offsetof(StartAdvertiseRequest, sendTotalTime) == 24);
-static_assert(offsetof(StartAdvertiseRequest, sendPartTime) == 28);
+static_assert(offsetof(StartAdvertiseRequest, params) == 4);
+static_assert(offsetof(BleAdvertiseParamsC, advEventType) == 12);
+static_assert(offsetof(BleAdvertiseParamsC, sendTotalTime) == 20);
+static_assert(offsetof(BleAdvertiseParamsC, sendPartTime) == 24);
 static_assert(offsetof(StartAdvertiseRequest, advData) == 32);
 static_assert(offsetof(StartAdvertiseRequest, scanResp) == 68);
 

@@ -1,6 +1,7 @@
-// The scanner: listeners, their filters, and what they hear.
+// The scanner: listeners, their filters, and their results.
 #pragma once
 
+#include <PelaconSDK/BleScanner.h>
 #include <protocol/Operation.h>
 
 #include <cstddef>
@@ -26,11 +27,8 @@ struct StartScanRequest {
 };
 static_assert(sizeof(StartScanRequest) == 8);
 
-struct ScanFilter {
-    std::int32_t type;            // see BleScanFilterType
-    std::uint32_t patternLength;  // as the application gave it: it may be more than there is room
-    std::uint8_t patternData[kScanPatternSize];
-};
+/// As the application gave it: patternLength may be more than there is room.
+using ScanFilter = BleScanFilter;
 static_assert(sizeof(ScanFilter) == 40);
 static_assert(offsetof(ScanFilter, patternLength) == 4);
 static_assert(offsetof(ScanFilter, patternData) == 8);
@@ -52,18 +50,11 @@ struct ScanStatusRecord {
 static_assert(sizeof(ScanStatusRecord) == 8);
 
 /// One advertisement or scan response as it was heard.
-struct ScanResult {
-    std::uint64_t address;   // in the low six bytes
-    std::int32_t rssi;       // dBm
-    std::int32_t eventType;  // see BleScanEventType
-    std::uint32_t dataLength;
-    std::uint8_t data[kMostAdvData];
-    std::uint8_t reserved[13];
-};
+using ScanResult = BleScanResultC;
 static_assert(sizeof(ScanResult) == 64);
 static_assert(offsetof(ScanResult, rssi) == 8);
 static_assert(offsetof(ScanResult, eventType) == 12);
-static_assert(offsetof(ScanResult, dataLength) == 16);
+static_assert(offsetof(ScanResult, dataLen) == 16);
 static_assert(offsetof(ScanResult, data) == 20);
 
 struct ScanResultRecord {

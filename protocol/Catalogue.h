@@ -45,7 +45,7 @@ struct CatalogueEntry {
     };
 
     const char* name;
-    std::chrono::milliseconds timeout;  ///< 0 where nobody waits
+    std::chrono::milliseconds timeout;  ///< 0 where there is no reply
     std::int32_t id;
     std::uint32_t size;  ///< of its record; 0 for other forms
     std::uint32_t replySize;

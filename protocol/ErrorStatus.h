@@ -1,4 +1,4 @@
-// Connection errors that the service tells of by itself.
+// Connection errors that the service reports without a request.
 #pragma once
 
 #include <protocol/Operation.h>

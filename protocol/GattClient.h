@@ -31,7 +31,7 @@ struct GattServiceRequest {
 static_assert(sizeof(GattServiceRequest) == 44);
 static_assert(offsetof(GattServiceRequest, serviceUuid) == 4);
 
-/// Which characteristic to read, or to tell of.
+/// A characteristic to read, or to be notified of.
 struct GattCharacteristicRequest {
     std::int32_t clientId;
     char serviceUuid[kUuidFieldSize];
@@ -87,7 +87,7 @@ inline constexpr Operation<Nothing, ValueStatusReply> kGattClientRegister{
     0xD70046, "BleGattClientRegister", 10000ms};
 inline constexpr Operation<GattClientRequest, StatusReply> kGattClientUnRegister{
     0xD70047, "BleGattClientUnRegister", 10000ms};
-/// Posted: nobody answers it, and its sender does not wait.
+/// Posted: it has no reply, and its sender does not wait.
 inline constexpr Operation<GattConnectRequest, Nothing> kGattClientConnect{
     0xD70048, "BleGattClientConnect", 0ms};
 inline constexpr Operation<GattClientRequest, StatusReply> kGattClientDisconnect{
@@ -110,7 +110,7 @@ inline constexpr Notification<GattConnectionState> kGattConnectionState{0xD80048
                                                                         "GattConnectionState"};
 inline constexpr Notification<GattConnectionState> kGattConnectionEnd{0xD80049,
                                                                       "GattConnectionEnd"};
-/// A characteristic's value, from a peer that was asked to tell of it.
+/// A characteristic's value, from a peer where the client subscribed to it.
 inline constexpr Notification<GattValueRecord> kGattNotification{0xD80053, "GattNotification"};
 
 }  // namespace pelacon::protocol

@@ -1,6 +1,7 @@
 // The GATT server: publishing services, and what peers do with them.
 #pragma once
 
+#include <PelaconSDK/BleGattServer.h>
 #include <protocol/Gatt.h>
 #include <protocol/Operation.h>
 
@@ -48,16 +49,7 @@ static_assert(offsetof(GattAddCharacteristicRequest, reserved) == 52);
 static_assert(offsetof(GattAddCharacteristicRequest, value) == 64);
 static_assert(offsetof(GattAddCharacteristicRequest, valueLen) == 1088);
 
-struct GattPublishNotifyRequest {
-    std::int32_t serverId;
-    std::int32_t serviceHandle;
-    char charUuid[kUuidFieldSize];
-    std::uint8_t value[kGattValueSize];
-    std::uint8_t padding[3];
-    std::uint32_t valueLen;
-    std::uint8_t padding2[4];
-    std::uint64_t peer;
-};
+using GattPublishNotifyRequest = BleGattNotifyInfoC;
 static_assert(sizeof(GattPublishNotifyRequest) == 1088);
 static_assert(offsetof(GattPublishNotifyRequest, charUuid) == 8);
 static_assert(offsetof(GattPublishNotifyRequest, value) == 45);

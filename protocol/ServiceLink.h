@@ -1,4 +1,4 @@
-// The service's restart: what it announces, and what the library then tells it.
+// The service's restart: its announcement, and the request that the library then sends.
 #pragma once
 
 #include <protocol/Operation.h>

@@ -1,6 +1,9 @@
 // What the service answers when it does not do what was asked.
 #pragma once
 
+#include <PelaconSDK/SoftAp.h>
+#include <PelaconSDK/WifiStatus.h>
+
 #include <cstdint>
 
 namespace pelacon::protocol {
@@ -21,5 +24,15 @@ enum ServiceStatus : std::int32_t {
     kStatusNotSupported = 10,    ///< this radio cannot do it
     kStatusInterrupted = 11,     ///< the service was ended or restarted meanwhile
 };
+
+// Applications see some of them under names of their own.
+static_assert(kStatusRadioOff == +kWifiIsOff && kStatusRadioOff == +kSoftApWifiOff);
+static_assert(kStatusBusy == +kWifiBusy && kStatusBusy == +kSoftApOtherPurpose);
+static_assert(kStatusInvalidArgument == +kWifiInvalidArgument);
+static_assert(kStatusNotFound == +kWifiNotFound && kStatusNotFound == +kSoftApNotExisting);
+static_assert(kStatusNotPermitted == +kWifiNotPermitted);
+static_assert(kStatusNotSupported == +kWifiNotSupported &&
+              kStatusNotSupported == +kSoftApNotPossible);
+static_assert(kStatusInterrupted == +kWifiInterrupted && kStatusInterrupted == +kSoftApInterrupted);
 
 }  // namespace pelacon::protocol

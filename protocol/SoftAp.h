@@ -1,6 +1,7 @@
 // The soft access point that phones join: its life, its counters, its adapter, its events.
 #pragma once
 
+#include <PelaconSDK/SoftAp.h>
 #include <protocol/Operation.h>
 
 #include <cstddef>
@@ -48,11 +49,7 @@ static_assert(sizeof(ModelNameReply) == 257);
 static_assert(offsetof(ModelNameReply, result) == 256);
 
 /// Only the status is read by the library; what follows is passed on as it comes.
-struct SoftApAdvertisement {
-    std::uint32_t status;
-    std::int32_t channel;
-    char ssid[kSoftApSsidSize];
-};
+using SoftApAdvertisement = SoftApAdvertisementState;
 static_assert(sizeof(SoftApAdvertisement) == 40);
 static_assert(offsetof(SoftApAdvertisement, channel) == 4);
 static_assert(offsetof(SoftApAdvertisement, ssid) == 8);

@@ -1,6 +1,7 @@
 // Targeted advertisements: meant for the applications of one business.
 #pragma once
 
+#include <PelaconSDK/BleScanner.h>
 #include <protocol/Operation.h>
 
 #include <cstddef>
@@ -14,10 +15,7 @@ struct TargetAdvBusinessRequest {
 };
 static_assert(sizeof(TargetAdvBusinessRequest) == 4);
 
-struct TargetAdvRecord {
-    std::int32_t business;
-    std::uint8_t data[36];
-};
+using TargetAdvRecord = TargetAdvInfo;
 static_assert(sizeof(TargetAdvRecord) == 40);
 static_assert(offsetof(TargetAdvRecord, data) == 4);
 

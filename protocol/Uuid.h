@@ -1,6 +1,8 @@
 // What the UUID texts in GATT messages mean.
 #pragma once
 
+#include <protocol/Hex.h>
+
 #include <algorithm>
 #include <array>
 #include <compare>
@@ -32,26 +34,15 @@ constexpr bool HasDashBehind(std::size_t byte)
     return byte == 3 || byte == 5 || byte == 7 || byte == 9;
 }
 
-constexpr int HexDigit(char digit)
-{
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-/// Takes so many bytes from the text's front; false when they are not there.
+/// Takes `count` bytes from the front of the text; false when they are not there.
 constexpr bool TakeBytes(std::string_view& text, std::uint8_t* bytes, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        const int high = text.empty() ? -1 : HexDigit(text[0]);
-        const int low = text.size() < 2 ? -1 : HexDigit(text[1]);
-        if (high < 0 || low < 0) {
+        const std::optional<std::uint8_t> byte = TakeHexByte(text);
+        if (!byte) {
             return false;
         }
-        bytes[i] = static_cast<std::uint8_t>(high * 16 + low);
-        text.remove_prefix(2);
+        bytes[i] = *byte;
     }
     return true;
 }
@@ -90,13 +81,11 @@ constexpr std::optional<Uuid> ParseUuid(std::string_view text)
 /// All 36 characters of a UUID.
 inline std::string LongText(const Uuid& uuid)
 {
-    constexpr std::string_view kDigits = "0123456789abcdef";
     std::string text;
     for (std::size_t i = 0; i < uuid.bytes.size(); ++i) {
-        text.push_back(kDigits[uuid.bytes[i] >> 4U]);
-        text.push_back(kDigits[uuid.bytes[i] & 15U]);
+        text += HexNumber(uuid.bytes[i], 2, HexCase::kLower);
         if (detail::HasDashBehind(i)) {
-            text.push_back('-');
+            text += '-';
         }
     }
     return text;

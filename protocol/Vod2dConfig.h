@@ -1,6 +1,7 @@
 // What two devices must agree on before a Wi-Fi Direct link: configuration, channels, card states.
 #pragma once
 
+#include <PelaconSDK/Vod2dConfig.h>
 #include <protocol/Operation.h>
 
 #include <cstddef>
@@ -20,12 +21,8 @@ static_assert(sizeof(SelfWifiCfgReply) == 520);
 static_assert(offsetof(SelfWifiCfgReply, length) == 512);
 static_assert(offsetof(SelfWifiCfgReply, status) == 516);
 
-/// A configuration with its type: set by an application, or told to one.
-struct WifiCfg {
-    std::int32_t type;
-    std::uint8_t blob[kWifiCfgSize];
-    std::int32_t length;
-};
+/// A configuration with its type: set by an application, or notified to one.
+using WifiCfg = Vod2dWifiCfgEvent;
 static_assert(sizeof(WifiCfg) == 520);
 static_assert(offsetof(WifiCfg, blob) == 4);
 static_assert(offsetof(WifiCfg, length) == 516);
@@ -39,28 +36,15 @@ static_assert(sizeof(IfaceCoexistCapReply) == 264);
 static_assert(offsetof(IfaceCoexistCapReply, length) == 256);
 static_assert(offsetof(IfaceCoexistCapReply, status) == 260);
 
-/// What one side of a link can do. Up to ten travel in one request.
-struct ChannelWish {
-    static constexpr std::size_t kMostChannels = 14;
-    static constexpr std::size_t kMostWishes = 10;
-    std::int32_t band;
-    std::int32_t bandwidth;
-    std::int32_t channelCount;
-    std::int32_t channels[kMostChannels];
-};
+/// What one side of a link can do, and how many sides one request has at most.
+using ChannelWish = RecommendChannelRequest;
+inline constexpr std::size_t kMostWishes = 10;
 static_assert(sizeof(ChannelWish) == 68);
 static_assert(offsetof(ChannelWish, bandwidth) == 4);
 static_assert(offsetof(ChannelWish, channelCount) == 8);
 static_assert(offsetof(ChannelWish, channels) == 12);
 
-struct RecommendedChannel {
-    std::int32_t channel;
-    std::int32_t frequency;
-    std::int32_t band;
-    std::int32_t bandwidth;
-    std::int32_t load;
-    std::int32_t satisfied;
-};
+using RecommendedChannel = RecommendChannelResponse;
 static_assert(sizeof(RecommendedChannel) == 24);
 static_assert(offsetof(RecommendedChannel, frequency) == 4);
 static_assert(offsetof(RecommendedChannel, band) == 8);
@@ -75,10 +59,7 @@ struct RecommendChannelReply {
 static_assert(sizeof(RecommendChannelReply) == 28);
 static_assert(offsetof(RecommendChannelReply, status) == 24);
 
-struct CardState {
-    std::int32_t card;
-    std::int32_t state;
-};
+using CardState = WifiCardStateInfo;
 static_assert(sizeof(CardState) == 8);
 static_assert(offsetof(CardState, state) == 4);
 
@@ -93,20 +74,12 @@ static_assert(sizeof(CardStateReply) == 48);
 static_assert(offsetof(CardStateReply, count) == 40);
 static_assert(offsetof(CardStateReply, status) == 44);
 
-struct CardStateChange {
-    CardState entries[kMostCards];
-    std::int32_t changed;  // index of the entry that is news
-    std::int32_t count;
-};
+using CardStateChange = WifiCardStateEvent;
 static_assert(sizeof(CardStateChange) == 48);
 static_assert(offsetof(CardStateChange, changed) == 40);
 static_assert(offsetof(CardStateChange, count) == 44);
 
-struct ConnNotifyRequest {
-    std::int32_t events;
-    char address[13];
-    std::uint8_t reserved[15];
-};
+using ConnNotifyRequest = Vod2dConnNotifyRequest;
 static_assert(sizeof(ConnNotifyRequest) == 32);
 static_assert(offsetof(ConnNotifyRequest, address) == 4);
 static_assert(offsetof(ConnNotifyRequest, reserved) == 17);
@@ -114,13 +87,12 @@ static_assert(offsetof(ConnNotifyRequest, reserved) == 17);
 struct UpperSceneRequest {
     char ifName[32];
     std::int32_t ifNameLength;  // as the application gave it, also where the name was cut
-    std::uint8_t data[16];
-    std::int32_t scene;
+    Vod2dUpperScene scene;
 };
 static_assert(sizeof(UpperSceneRequest) == 56);
 static_assert(offsetof(UpperSceneRequest, ifNameLength) == 32);
-static_assert(offsetof(UpperSceneRequest, data) == 36);
-static_assert(offsetof(UpperSceneRequest, scene) == 52);
+static_assert(offsetof(UpperSceneRequest, scene) == 36);
+static_assert(offsetof(Vod2dUpperScene, scene) == 16);
 
 struct InterfaceGuidReply {
     std::int32_t index;

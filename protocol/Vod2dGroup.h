@@ -1,6 +1,7 @@
 // Wi-Fi Direct groups: creating, removing and describing one, and who is connected to it.
 #pragma once
 
+#include <PelaconSDK/Vod2dGroup.h>
 #include <protocol/Operation.h>
 
 #include <cstddef>
@@ -15,7 +16,7 @@ struct GroupInfo {
     char pwd[256];
     std::uint8_t mac[6];
     std::uint8_t reserved1[2];
-    std::int32_t channel;  // in a request the one wished for, 0 for any
+    std::int32_t channel;  // in a request the one to use, 0 for any
     std::uint8_t active;
     char ipAddress[16];
     std::uint8_t is5GHz;
@@ -78,11 +79,9 @@ static_assert(sizeof(LinkGroupReply) == 12);
 static_assert(offsetof(LinkGroupReply, stationCount) == 4);
 static_assert(offsetof(LinkGroupReply, status) == 8);
 
-struct GroupChange {
-    std::int32_t state;
-    std::int32_t reason;
-};
+using GroupChange = Vod2dGroupChange;
 static_assert(sizeof(GroupChange) == 8);
+static_assert(offsetof(GroupChange, reason) == 4);
 
 #pragma pack(push, 1)  // the record ends with its text, without padding
 struct StationChange {

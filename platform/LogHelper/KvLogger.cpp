@@ -6,6 +6,7 @@
 #include <os/Singleton.h>
 #include <os/SinkSlot.h>
 #include <os/StandardStreams.h>
+#include <os/UtcTime.h>
 #include <os/Utf8.h>
 
 #include <algorithm>
@@ -29,19 +30,8 @@ const bool standardErrorTakesLogs = pelacon::os::IsStandardErrorForLogs();
 /// Time of day in UTC with milliseconds, and the level's letter.
 std::string Decoration(LOG_MESSAGE_LEVEL level)
 {
-    using namespace std::chrono;
-    const auto now = time_point_cast<milliseconds>(system_clock::now());
-    const auto today = floor<days>(now);
-    const hh_mm_ss time{now - today};
-    const year_month_day date{today};
-    char text[64];
-    std::snprintf(
-        text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%03dZ %c ", static_cast<int>(date.year()),
-        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-        static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-        static_cast<int>(time.seconds().count()), static_cast<int>(time.subseconds().count()),
-        ".TIWE"[std::clamp<int>(level, 0, 4)]);
-    return text;
+    return pelacon::os::UtcStamp(std::chrono::system_clock::now()) + ' ' +
+           ".TIWE"[std::clamp<int>(level, 0, 4)] + ' ';
 }
 
 /// What PELACON_LOG asks for.

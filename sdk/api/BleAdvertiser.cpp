@@ -91,23 +91,14 @@ BleStatusC BleAdvertiser::BleStartAdvertise(int advId, const BleAdvertiseParamsC
         return call.Refuse(kLogFailure, "part time param invalid");
     }
     call.Lock(advertiserLock);
-    protocol::StartAdvertiseRequest request{advId,
-                                            params.minInterval,
-                                            params.maxInterval,
-                                            params.channelMap,
-                                            params.advEventType,
-                                            params.txPower,
-                                            params.sendTotalTime,
-                                            params.sendPartTime,
-                                            {},
-                                            {}};
+    protocol::StartAdvertiseRequest request{advId, params, {}, {}};
     if (!FillField(call, data.advData, request.advData) ||
         !FillField(call, data.scanResp, request.scanResp)) {
         return kBleStatusDataTooLong;
     }
     call.Log(kLogMilestone, "advData size:", data.advData.size(),
              ",scanResp size:", data.scanResp.size());
-    request.advEventType = CheckedEventType(call, params.advEventType);
+    request.params.advEventType = CheckedEventType(call, params.advEventType);
     call.WhenNoReply([&] { ReportBroadcastError(kStartFailed, advId); });
     return call.Send(protocol::kStartAdvertise, request);
 }

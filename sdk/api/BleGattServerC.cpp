@@ -10,25 +10,13 @@
 #include <vector>
 
 using pelacon::CEntry;
-using pelacon::FixedText;
 using pelacon::ValueFrom;
+using pelacon::protocol::TextIn;
 
 static_assert(offsetof(BLECharacteristicInfoC, flags) == 40);
 static_assert(offsetof(BLECharacteristicInfoC, callbacks) == 48);
 static_assert(offsetof(BLECharacteristicInfoC, value) == 56);
 static_assert(offsetof(BLECharacteristicInfoC, valueLen) == 1080);
-
-// The record to publish from has the layout of the request.
-using pelacon::protocol::GattPublishNotifyRequest;
-static_assert(sizeof(BleGattNotifyInfoC) == sizeof(GattPublishNotifyRequest));
-static_assert(offsetof(BleGattNotifyInfoC, serviceHandle) ==
-              offsetof(GattPublishNotifyRequest, serviceHandle));
-static_assert(offsetof(BleGattNotifyInfoC, charUuid) ==
-              offsetof(GattPublishNotifyRequest, charUuid));
-static_assert(offsetof(BleGattNotifyInfoC, value) == offsetof(GattPublishNotifyRequest, value));
-static_assert(offsetof(BleGattNotifyInfoC, valueLen) ==
-              offsetof(GattPublishNotifyRequest, valueLen));
-static_assert(offsetof(BleGattNotifyInfoC, peer) == offsetof(GattPublishNotifyRequest, peer));
 
 BleStatusC BleGattServerRegister(BtGattServerCallbacksC* callbacks, int32_t* serverId)
 {
@@ -65,7 +53,7 @@ BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandl
             return kBleStatusFailed;
         }
         BLECharacteristicInfo member;
-        member.charUuid = FixedText(info->charUuid);
+        member.charUuid = TextIn(info->charUuid);
         member.flags = static_cast<std::int32_t>(info->flags);
         member.callbacks = info->callbacks;
         member.value = ValueFrom(info->value, info->valueLen);
@@ -106,7 +94,7 @@ BleStatusC BleGattServerPublishNotifyExt(BleGattNotifyInfoC* info)
             return kBleStatusFailed;
         }
         return BleGattServer::BleGattServerPublishNotify(
-            info->serverId, info->serviceHandle, FixedText(info->charUuid),
+            info->serverId, info->serviceHandle, std::string(TextIn(info->charUuid)),
             ValueFrom(info->value, info->valueLen), info->peer);
     });
 }

@@ -94,7 +94,7 @@ BleStatusC BleManager::GetBtName(std::string& name)
     return BleCall("BleManager::GetBtName")
         .Send(protocol::kGetBtName, {}, [&](const protocol::BtNameReply& reply) {
             if (reply.status == kBleStatusSuccess) {
-                name = FixedText(reply.name);
+                name = protocol::TextIn(reply.name);
             }
             return BleStatusOf(reply);
         });

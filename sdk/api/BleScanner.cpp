@@ -1,5 +1,6 @@
 #include <PelaconSDK/BleScanner.h>
 #include <protocol/BleScanner.h>
+#include <protocol/Hex.h>
 #include <protocol/TargetAdv.h>
 #include <sdk/api/BleCall.h>
 #include <sdk/diag/VoviewDataReport.h>
@@ -7,14 +8,10 @@
 #include <sdk/ipc/TargetAdvCallbacks.h>
 
 #include <algorithm>
-#include <bit>
 #include <string>
 
 using namespace pelacon;
 
-static_assert(sizeof(BleScanResultC) == sizeof(protocol::ScanResult));
-static_assert(sizeof(BleScanFilter) == sizeof(protocol::ScanFilter));
-static_assert(sizeof(TargetAdvInfo) == sizeof(protocol::TargetAdvRecord));
 static_assert(sizeof(TargetAdvFilter) == 276);
 
 namespace {
@@ -41,15 +38,9 @@ class ScannerCall : public BleCall {
 /// The filter's pattern as text: 0A:1B:FF. A length beyond the field counts as the field's.
 std::string HexPattern(const BleScanFilter& filter)
 {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     const std::size_t length =
         std::min<std::size_t>(filter.patternLength, sizeof filter.patternData);
-    std::string text;
-    for (std::size_t i = 0; i < length; ++i) {
-        const std::uint8_t byte = filter.patternData[i];
-        text.append(i == 0 ? "" : ":").append({kDigits[byte >> 4], kDigits[byte & 0x0F]});
-    }
-    return text;
+    return protocol::HexText({filter.patternData, length}, protocol::HexCase::kUpper, ":");
 }
 
 }  // namespace
@@ -131,7 +122,7 @@ BleStatusC BleScanner::SetScanFilter(int listenerId, BleScanFilter* filters, int
     request.listenerId = listenerId;
     request.filterSize = filterSize;
     for (int i = 0; i < filterSize; ++i) {
-        request.filters[i] = std::bit_cast<protocol::ScanFilter>(filters[i]);
+        request.filters[i] = filters[i];
         call.Log(kLogTrace, "scanFilter[", i, "],patternData:", HexPattern(filters[i]));
     }
     return call.Send(protocol::kSetScanFilter, request);
@@ -168,5 +159,5 @@ BleStatusC BleScanner::BleOnRecvVoviewData(TargetAdvInfo info)
 {
     BleCall call("BleScanner::BleOnRecvVoviewData");
     call.WhenNotSent([&] { call.Log(kLogFailure, "recv voview data ipc send error"); });
-    return call.Send(protocol::kPushTargetAdv, std::bit_cast<protocol::TargetAdvRecord>(info));
+    return call.Send(protocol::kPushTargetAdv, info);
 }

@@ -18,7 +18,7 @@ namespace pelacon {
 template <typename Result>
 struct ResultOf {
     Result operator()(const std::string& text) const { return text; }
-    Result operator()(const std::uint8_t* /*acknowledgement*/) const { return {}; }
+    Result operator()(protocol::ByteView /*acknowledgement*/) const { return {}; }
 
     template <typename Record>
     Result operator()(const Record& reply) const
@@ -85,7 +85,7 @@ class Call {
     /// Sends the request and waits for its reply; the result is made of that by `onReply`.
     template <typename Request, typename Reply, typename OnReply = ResultOf<Result>>
     Result Send(const protocol::Operation<Request, Reply>& operation,
-                const typename detail::RequestArgument<Request>::Type& request,
+                const typename protocol::Payload<Request>::Given& request,
                 const OnReply& onReply = {})
     {
         return Exchange(function_, operation, request, failures_, onReply, lastLine_);

@@ -7,17 +7,10 @@
 #include <sdk/ipc/WifiConfigCallbacks.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <string>
 
 using namespace pelacon;
-
-static_assert(sizeof(RecommendChannelRequest) == sizeof(protocol::ChannelWish));
-static_assert(sizeof(RecommendChannelResponse) == sizeof(protocol::RecommendedChannel));
-static_assert(sizeof(WifiCardStateInfo) == sizeof(protocol::CardState));
-static_assert(sizeof(Vod2dConnNotifyRequest) == sizeof(protocol::ConnNotifyRequest));
-static_assert(sizeof(Vod2dUpperScene) == 20 && offsetof(Vod2dUpperScene, scene) == 16);
 
 namespace {
 
@@ -145,15 +138,14 @@ WifiErrorCode Vod2dApi::Vod2dGetRecommendChannel(const RecommendChannelRequest* 
     if (count < 0) {
         return call.Refuse(kLogFailure, "count is invalid");
     }
-    if (SizeOf(count) > protocol::ChannelWish::kMostWishes) {
+    if (SizeOf(count) > protocol::kMostWishes) {
         return CopyFailed(call);
     }
-    const std::span wishes(reinterpret_cast<const std::uint8_t*>(req),
-                           SizeOf(count) * sizeof(protocol::ChannelWish));
+    const std::span wishes(reinterpret_cast<const std::uint8_t*>(req), SizeOf(count) * sizeof *req);
     call.WhenNoReply([] { VoviewDataReport::ReportApplicationInterface(kRecommendChannelError); });
     return call.Send(protocol::kGetRecommendChannel, wishes,
                      [&](const protocol::RecommendChannelReply& reply) {
-                         *resp = std::bit_cast<RecommendChannelResponse>(reply.response);
+                         *resp = reply.response;
                          return WifiStatusOf(reply);
                      });
 }
@@ -171,7 +163,7 @@ WifiErrorCode Vod2dApi::Vod2dSetWifiCardStateNotify(WifiCardStateInfo* info, int
     if (info == nullptr) {
         return call.Refuse(kLogIncomplete, "info is nullptr, return");
     }
-    const protocol::CardState request{info->card, info->state};
+    const WifiCardStateInfo request = *info;
     return call.Send(protocol::kSetWifiCardStateNotify, request,
                      [&](const protocol::CardStateReply& reply) {
                          if (reply.status != kWifiSuccess) {
@@ -199,7 +191,7 @@ int32_t Vod2dApi::Vod2dSetConnNotify(Vod2dConnNotifyRequest* req, Vod2dWifiCfgCa
     if (cb == nullptr) {
         return call.Refuse(kLogIncomplete, "callback is nullptr, return");
     }
-    const auto request = std::bit_cast<protocol::ConnNotifyRequest>(*req);
+    const Vod2dConnNotifyRequest request = *req;
     return call.Send(protocol::kSetConnNotify, request, [&](const protocol::StatusReply& reply) {
         call.Unlock();
         if (reply.status == kWifiSuccess) {
@@ -223,8 +215,7 @@ WifiErrorCode Vod2dApi::Vod2dSetUpperScene(char* ifName, int32_t len, Vod2dUpper
     std::copy_n(ifName, strnlen(ifName, std::min(SizeOf(len), sizeof request.ifName - 1)),
                 request.ifName);
     request.ifNameLength = len;
-    std::copy(std::begin(scene.data), std::end(scene.data), request.data);
-    request.scene = scene.scene;
+    request.scene = scene;
     return call.Send(protocol::kSetUpperScene, request);
 }
 

@@ -14,8 +14,8 @@ void WifiSystemApi::GetPCChannelList(std::string& channels24G, std::string& chan
 {
     WifiCall("WifiSystemApi::GetPCChannelList")
         .Send(protocol::kGetPCChannelList, {}, [&](const protocol::PcChannelsReply& reply) {
-            channels24G = FixedText(reply.first);
-            channels5G = FixedText(reply.second);
+            channels24G = protocol::TextIn(reply.first);
+            channels5G = protocol::TextIn(reply.second);
             current = reply.value;
             return protocol::Nothing{};
         });
@@ -26,8 +26,8 @@ void WifiSystemApi::GetPCSupportChannelList(std::list<int>& channels24G, std::li
 {
     WifiCall("WifiSystemApi::GetPCSupportChannelList")
         .Send(protocol::kGetPCSupportChannelList, {}, [&](const protocol::PcChannelsReply& reply) {
-            channels24G = Utils::SplitNumbers(FixedText(reply.first));
-            channels5G = Utils::SplitNumbers(FixedText(reply.second));
+            channels24G = Utils::SplitNumbers(protocol::TextIn(reply.first));
+            channels5G = Utils::SplitNumbers(protocol::TextIn(reply.second));
             current = reply.value;
             return protocol::Nothing{};
         });

@@ -45,9 +45,9 @@ void Fill(SoftAPInfo& info, const protocol::SoftApInfoMessage& reply, const Radi
         call.Log(kLogFailure, "GetMacAddress memcpy_s failed!");
         info.errorCode = kMacNotCopied;
     }
-    info.ipAddress = FixedText(reply.ipAddress);
-    info.ssid = FixedText(reply.ssid);
-    info.password = FixedText(reply.password);
+    info.ipAddress = protocol::TextIn(reply.ipAddress);
+    info.ssid = protocol::TextIn(reply.ssid);
+    info.password = protocol::TextIn(reply.password);
     info.apByte2 = reply.apByte2;
     info.errorCode = reply.errorCode;
 }
@@ -129,7 +129,7 @@ bool WifiSystemApi::IsAPConnected(int& channel, std::string& ssid)
     return SerialisedCall("WifiSystemApi::IsAPConnected", false)
         .Send(protocol::kIsAPConnected, {}, [&](const protocol::ApConnectedReply& reply) {
             channel = reply.value;
-            ssid = FixedText(reply.text);
+            ssid = protocol::TextIn(reply.text);
             return reply.connected != 0;
         });
 }
@@ -145,7 +145,7 @@ bool WifiSystemApi::GetPairDeviceModelName(std::string& name)
 {
     return WifiCall("WifiSystemApi::GetPairDeviceModelName", false)
         .Send(protocol::kGetPairDeviceModelName, {}, [&](const protocol::ModelNameReply& reply) {
-            name = FixedText(reply.name);
+            name = protocol::TextIn(reply.name);
             return reply.result != 0;
         });
 }
@@ -224,7 +224,7 @@ void WifiSystemApi::RegistSoftApConnectStatus(ISoftApConnectStatus* listener)
         Registry<SoftApListeners>().SetSoftApConnectStatus(listener);
     };
     call.WhenNoReply(keep);
-    call.Send(protocol::kRegistSoftApConnectStatus, {}, [&](const std::uint8_t* /*reply*/) {
+    call.Send(protocol::kRegistSoftApConnectStatus, {}, [&](protocol::ByteView /*reply*/) {
         keep();
         return protocol::Nothing{};
     });

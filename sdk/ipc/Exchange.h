@@ -1,6 +1,7 @@
 // The request pattern, once: every operation of the library is one exchange with the service.
 #pragma once
 
+#include <protocol/Codec.h>
 #include <protocol/Operation.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/IPCMessageSender.h>
@@ -12,7 +13,6 @@
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -29,33 +29,12 @@ struct Failures {
     std::function<void()> whenNoReply = {};
 };
 
-/// Text in a fixed field, up to its NUL or the field's end.
-template <std::size_t Size>
-std::string FixedText(const char (&field)[Size])
-{
-    const void* end = std::memchr(field, '\0', Size);
-    return {field, end != nullptr ? static_cast<const char*>(end) : field + Size};
-}
-
 /// The record that a notification's payload begins with. Uses the layout of the record only: the
 /// message client provides payloads that have room for any record.
 template <typename Record>
 Record ReadRecord(const std::uint8_t* payload)
 {
-    Record record;
-    std::memcpy(&record, payload, sizeof record);
-    return record;
-}
-
-/// The record that a reply begins with; zero where the reply is shorter. A reply without a length
-/// is read by the layout of the record.
-template <typename Record>
-Record ReadReply(const TagIPCMessageItem& reply)
-{
-    Record record{};
-    const std::size_t length = reply.length != 0 ? reply.length : sizeof record;
-    std::memcpy(&record, reply.message, std::min(length, sizeof record));
-    return record;
+    return protocol::ReadPadded<Record>({payload, sizeof(Record)});
 }
 
 /// A notification's record in place, for handlers that pass on pointers into it. Payloads are
@@ -76,11 +55,6 @@ struct ReplyItem : TagIPCMessageItem {
     ReplyItem& operator=(const ReplyItem&) = delete;
 };
 
-struct PayloadView {
-    const void* data = nullptr;
-    std::uint32_t length = 0;
-};
-
 /// A size that does not fit the length field becomes a length that does not fit a frame.
 inline std::uint32_t LengthOf(std::size_t size)
 {
@@ -88,49 +62,31 @@ inline std::uint32_t LengthOf(std::size_t size)
         std::min<std::size_t>(size, std::numeric_limits<std::uint32_t>::max()));
 }
 
-template <typename Record>
-PayloadView ViewOf(const Record& record)
+/// A reply's payload. A reply without a length has the length of its record, or is a text that ends
+/// with a NUL.
+template <typename Reply>
+protocol::ByteView PayloadOf(const TagIPCMessageItem& reply)
 {
-    return {&record, protocol::WireSize<Record>()};
-}
-inline PayloadView ViewOf(const protocol::Nothing& /*none*/)
-{
-    return {};
-}
-inline PayloadView ViewOf(const std::string& text)
-{
-    return {text.c_str(), LengthOf(text.size() + 1)};
-}
-inline PayloadView ViewOf(const std::span<const std::uint8_t>& bytes)
-{
-    return {bytes.data(), LengthOf(bytes.size())};
+    if (reply.length != 0) {
+        return {reply.message, reply.length};
+    }
+    if constexpr (std::is_same_v<Reply, protocol::Text>) {
+        return {reply.message, std::strlen(reinterpret_cast<const char*>(reply.message))};
+    } else {
+        return {reply.message, protocol::WireSize<Reply>()};
+    }
 }
 
-/// The argument that an operation sends, by the kind of its request.
-template <typename Request>
-struct RequestArgument {
-    using Type = Request;
-};
-template <>
-struct RequestArgument<protocol::Text> {
-    using Type = std::string;
-};
-template <>
-struct RequestArgument<protocol::Bytes> {
-    using Type = std::span<const std::uint8_t>;
-};
-
+/// The argument of a reply's handler: a std::string if the reply is text, otherwise what the codec
+/// reads.
 template <typename Reply>
 auto Decoded(const TagIPCMessageItem& reply)
 {
+    const auto read = protocol::Payload<Reply>::Read(PayloadOf<Reply>(reply));
     if constexpr (std::is_same_v<Reply, protocol::Text>) {
-        return std::string(reinterpret_cast<const char*>(reply.message));
-    } else if constexpr (std::is_same_v<Reply, protocol::Bytes>) {
-        return static_cast<const std::uint8_t*>(reply.message);
-    } else if constexpr (std::is_same_v<Reply, protocol::Nothing>) {
-        return protocol::Nothing{};
+        return std::string(read);
     } else {
-        return ReadReply<Reply>(reply);
+        return read;
     }
 }
 
@@ -141,14 +97,14 @@ auto Decoded(const TagIPCMessageItem& reply)
 /// logged. A text request is a std::string, sent with its NUL; a text reply ends at its first NUL.
 template <typename Request, typename Reply, typename Result, typename OnReply>
 Result Exchange(std::string_view function, const protocol::Operation<Request, Reply>& operation,
-                const typename detail::RequestArgument<Request>::Type& request,
+                const typename protocol::Payload<Request>::Given& request,
                 const Failures<Result>& failures, const OnReply& onReply,
                 std::string_view lastLine = "end")
 {
     detail::ReplyItem reply;
-    const detail::PayloadView payload = detail::ViewOf(request);
+    const protocol::ByteView payload = protocol::Payload<Request>::View(request);
     if (!IPCMessageSender::GetInstance().SendIPCMessageToService(
-            operation.id, payload.data, payload.length,
+            operation.id, payload.data(), detail::LengthOf(payload.size()),
             static_cast<std::uint32_t>(operation.timeout.count()), reply)) {
         if (failures.whenNotSent) {
             failures.whenNotSent();

@@ -1,6 +1,7 @@
 // UUIDs and lengths that peers sent, made safe to pass to an application.
 #pragma once
 
+#include <protocol/Codec.h>
 #include <protocol/Gatt.h>
 
 #include <algorithm>
@@ -15,7 +16,7 @@ class UuidText {
   public:
     explicit UuidText(const char (&field)[protocol::kUuidFieldSize]) : text_(field)
     {
-        if (std::memchr(field, '\0', sizeof field) == nullptr) {
+        if (protocol::TextIn(field).size() == sizeof field) {
             std::memcpy(terminated_, field, sizeof field);
             text_ = terminated_;
         }

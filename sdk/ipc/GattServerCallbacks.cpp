@@ -176,7 +176,8 @@ void GattServerCallbacks::CallCharacteristic(const char* function, const char* t
         if (service == nullptr) {
             return;
         }
-        const Characteristic* characteristic = service->Find(FixedText(record->charUuid));
+        const Characteristic* characteristic =
+            service->Find(std::string(protocol::TextIn(record->charUuid)));
         if (characteristic == nullptr) {
             Log(kLogTrace, function, "char uuid not found");
             return;

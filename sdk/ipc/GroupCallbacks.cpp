@@ -4,7 +4,7 @@
 #include <sdk/ipc/Exchange.h>
 #include <sdk/ipc/GroupCallbacks.h>
 
-#include <bit>
+#include <cstddef>
 
 namespace pelacon {
 
@@ -12,7 +12,10 @@ using diag::Log;
 using diag::LogEnd;
 using diag::LogStart;
 
-static_assert(sizeof(Vod2dGroupChange) == sizeof(protocol::GroupChange));
+// The application's record is padded at its end, so it is not the one on the wire.
+static_assert(offsetof(Vod2dStationChange, address) == offsetof(protocol::StationChange, address));
+static_assert(offsetof(Vod2dStationChange, ipAddress) ==
+              offsetof(protocol::StationChange, ipAddress));
 
 namespace {
 
@@ -82,7 +85,7 @@ void GroupCallbacks::SoftAPGroupsChangeCallBack(const protocol::GroupChange* rec
         Log(kLogFailure, kFunction, "null ptr");
         return;
     }
-    const auto change = std::bit_cast<Vod2dGroupChange>(*record);
+    const Vod2dGroupChange change = *record;
     if (const RemoveGroup removeLateGroup = removeLateGroup_.exchange(nullptr)) {
         Log(kLogTrace, kFunction, "last Create Group is timeout");
         if (change.state == kVod2dGroupExists) {
@@ -105,7 +108,7 @@ void GroupCallbacks::SoftAPGroupsChangeCallBack(const protocol::GroupChange* rec
 
 void GroupCallbacks::CountStation(const protocol::StationChange& change)
 {
-    const std::string station = FixedText(change.address);
+    const std::string station(protocol::TextIn(change.address));
     const os::ForkHold hold;
     if (change.state == kVod2dStationJoined) {
         stations_.insert(station);

@@ -3,7 +3,6 @@
 #include <sdk/ipc/Application.h>
 #include <sdk/ipc/ScanCallbacks.h>
 
-#include <bit>
 #include <exception>
 
 namespace pelacon {
@@ -82,9 +81,8 @@ void ScanCallbacks::OnScanResult(const protocol::ScanResultRecord& record)
         // The thread gets the table's slot rather than the table, so that the table is not needed
         // once its listener is unregistered.
         try {
-            os::StartDetachedThread(
-                [slot = (*table)->onScanResult, listenerId,
-                 copy = std::bit_cast<BleScanResultC>(record.result)] { slot(listenerId, copy); });
+            os::StartDetachedThread([slot = (*table)->onScanResult, listenerId,
+                                     result = record.result] { slot(listenerId, result); });
         } catch (const std::exception&) {
             Log(kLogFailure, kFunction, "catch error");
         }

@@ -5,12 +5,6 @@
 
 namespace pelacon {
 
-static_assert(sizeof(SoftApAdvertisementState) == sizeof(protocol::SoftApAdvertisement));
-static_assert(offsetof(SoftApAdvertisementState, channel) ==
-              offsetof(protocol::SoftApAdvertisement, channel));
-static_assert(offsetof(SoftApAdvertisementState, ssid) ==
-              offsetof(protocol::SoftApAdvertisement, ssid));
-
 using diag::Log;
 using diag::LogEnd;
 using diag::LogStart;
@@ -85,10 +79,9 @@ void SoftApListeners::SoftapAdvertisemenStatusBack(std::uint32_t status)
 
 void SoftApListeners::SoftapAdvertisemenStateBack(const protocol::SoftApAdvertisement* record)
 {
-    // A pointer into the payload, in the type that applications know it by.
-    const auto* state = reinterpret_cast<const SoftApAdvertisementState*>(record);
-    CallNotifications("IPCMessageSender::SoftapAdvertisemenStateBack",
-                      [&](ISoftAPNotification& listener) { listener.OnAdvertisementState(state); });
+    CallNotifications(
+        "IPCMessageSender::SoftapAdvertisemenStateBack",
+        [&](ISoftAPNotification& listener) { listener.OnAdvertisementState(record); });
 }
 
 void SoftApListeners::SoftapDeviceConnectionStatusBack(std::uint32_t status)

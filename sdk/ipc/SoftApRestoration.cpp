@@ -20,7 +20,7 @@ constexpr auto kFunction = "IPCMessageSender::RestoreSoftAp";
 
 /// Whether a reply agrees to what was asked, by its form.
 struct Agrees {
-    bool operator()(const std::uint8_t* /*acknowledgement*/) const { return true; }
+    bool operator()(protocol::ByteView /*acknowledgement*/) const { return true; }
     bool operator()(const protocol::ByteReply& reply) const { return reply.value != 0; }
 
     template <typename Reply>

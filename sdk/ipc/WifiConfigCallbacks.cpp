@@ -1,19 +1,9 @@
 #include <sdk/ipc/WifiConfigCallbacks.h>
 
 #include <algorithm>
-#include <bit>
-#include <cstddef>
 #include <iterator>
 
 namespace pelacon {
-
-static_assert(sizeof(Vod2dWifiCfgEvent) == sizeof(protocol::WifiCfg));
-static_assert(offsetof(Vod2dWifiCfgEvent, blob) == offsetof(protocol::WifiCfg, blob));
-static_assert(offsetof(Vod2dWifiCfgEvent, length) == offsetof(protocol::WifiCfg, length));
-static_assert(sizeof(WifiCardStateEvent) == sizeof(protocol::CardStateChange));
-static_assert(offsetof(WifiCardStateEvent, changed) ==
-              offsetof(protocol::CardStateChange, changed));
-static_assert(offsetof(WifiCardStateEvent, count) == offsetof(protocol::CardStateChange, count));
 
 namespace {
 
@@ -26,16 +16,14 @@ std::int32_t Clamped(std::int32_t count, const Element (&field)[Size])
     return std::clamp(count, 0, static_cast<std::int32_t>(std::size(field)));
 }
 
-Vod2dWifiCfgEvent WifiCfgEvent(const protocol::WifiCfg& record)
+Vod2dWifiCfgEvent WifiCfgEvent(Vod2dWifiCfgEvent event)
 {
-    auto event = std::bit_cast<Vod2dWifiCfgEvent>(record);
     event.length = Clamped(event.length, event.blob);
     return event;
 }
 
-WifiCardStateEvent CardStateEvent(const protocol::CardStateChange& record)
+WifiCardStateEvent CardStateEvent(WifiCardStateEvent event)
 {
-    auto event = std::bit_cast<WifiCardStateEvent>(record);
     event.count = Clamped(event.count, event.cards);
     event.changed = std::min(Clamped(event.changed, event.cards), kLastCard);
     return event;

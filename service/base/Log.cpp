@@ -1,5 +1,6 @@
 #include <os/StandardStreams.h>
 #include <os/Threads.h>
+#include <os/UtcTime.h>
 #include <service/base/Log.h>
 
 #include <array>
@@ -16,27 +17,9 @@ namespace {
 
 constexpr std::array<std::string_view, 5> kNames{"error", "warning", "info", "debug", "trace"};
 
-/// Date and time in UTC, to the millisecond.
-std::string Now()
-{
-    using namespace std::chrono;
-    const auto now = time_point_cast<milliseconds>(system_clock::now());
-    const auto today = floor<days>(now);
-    const hh_mm_ss time{now - today};
-    const year_month_day date{today};
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d.%03dZ",
-                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                  static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()),
-                  static_cast<int>(time.subseconds().count()));
-    return text.data();
-}
-
 std::string Format(LogLevel level, std::string_view line)
 {
-    std::string text = Now();
+    std::string text = os::UtcStamp(std::chrono::system_clock::now());
     text.append(" ").append(kNames[static_cast<std::size_t>(level)]).append(": ");
     return text.append(line).append("\n");
 }

@@ -1,6 +1,7 @@
 // The handlers of requests.
 #pragma once
 
+#include <protocol/Codec.h>
 #include <protocol/Operation.h>
 #include <service/core/Session.h>
 #include <service/core/Wire.h>
@@ -15,58 +16,6 @@
 #include <vector>
 
 namespace pelacon::service {
-
-namespace detail {
-
-/// The argument of a handler, by the kind of its request.
-template <typename Request>
-auto Decode(ByteView payload)
-{
-    if constexpr (std::is_same_v<Request, protocol::Nothing>) {
-        return protocol::Nothing{};
-    } else if constexpr (std::is_same_v<Request, protocol::Text>) {
-        return TextIn(payload);
-    } else if constexpr (std::is_same_v<Request, protocol::Bytes>) {
-        return payload;
-    } else {
-        return ReadPadded<Request>(payload);
-    }
-}
-
-template <typename Record>
-Bytes Encode(const Record& record)
-{
-    const ByteView bytes = AsBytes(record);
-    return {bytes.begin(), bytes.end()};
-}
-inline Bytes Encode(const std::string& text)
-{
-    return {text.c_str(), text.c_str() + text.size() + 1};
-}
-inline Bytes Encode(Bytes bytes)
-{
-    return bytes;
-}
-
-/// The result of a handler, by the kind of its reply.
-template <typename Reply>
-struct ReplyOf {
-    using Type = Reply;
-};
-template <>
-struct ReplyOf<protocol::Nothing> {
-    using Type = void;
-};
-template <>
-struct ReplyOf<protocol::Text> {
-    using Type = std::string;
-};
-template <>
-struct ReplyOf<protocol::Bytes> {
-    using Type = Bytes;
-};
-
-}  // namespace detail
 
 /// Finds a request's handler by id, and by the payload's length if two operations have the same id.
 class Router {
@@ -88,18 +37,21 @@ class Router {
     template <typename Request, typename Reply, typename Function>
     void Serve(const protocol::Operation<Request, Reply>& operation, Function handler)
     {
-        using Result = typename detail::ReplyOf<Reply>::Type;
+        using Result = typename protocol::Payload<Reply>::Owned;
         Add(operation.id, {operation.name, protocol::WireSize<Request>(),
                            [handler = std::move(handler)](
                                Session& session, ByteView payload) -> std::optional<Bytes> {
-                               const auto request = detail::Decode<Request>(payload);
-                               if constexpr (std::is_void_v<Result>) {
+                               const auto request = protocol::Payload<Request>::Read(payload);
+                               if constexpr (std::is_same_v<Reply, protocol::Nothing>) {
                                    handler(session, request);
                                    return std::nullopt;
                                } else {
                                    const std::optional<Result> result = handler(session, request);
-                                   return result ? std::optional(detail::Encode(*result))
-                                                 : std::nullopt;
+                                   if (!result) {
+                                       return std::nullopt;
+                                   }
+                                   const ByteView reply = protocol::Payload<Reply>::View(*result);
+                                   return Bytes(reply.begin(), reply.end());
                                }
                            }});
     }

@@ -1,10 +1,10 @@
 #include <protocol/Catalogue.h>
+#include <protocol/Hex.h>
 #include <service/base/Log.h>
 #include <service/core/Trace.h>
 
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
+#include <bit>
 
 namespace pelacon::service {
 
@@ -12,9 +12,9 @@ namespace {
 
 std::string HexId(std::int32_t id)
 {
-    std::ostringstream text;
-    text << "0x" << std::uppercase << std::hex << static_cast<std::uint32_t>(id);
-    return text.str();
+    const auto bits = static_cast<std::uint32_t>(id);
+    const auto digits = static_cast<std::size_t>(std::bit_width(bits) + 3) / 4;
+    return "0x" + protocol::HexNumber(bits, std::max<std::size_t>(digits, 1));
 }
 
 std::string NameOf(const protocol::CatalogueEntry* entry, std::int32_t id)
@@ -45,12 +45,7 @@ std::string NotificationName(std::int32_t id)
 
 std::string HexOf(ByteView bytes, std::size_t most)
 {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::string text;
-    for (const std::uint8_t byte : bytes.first(std::min(most, bytes.size()))) {
-        text.push_back(kDigits[byte >> 4U]);
-        text.push_back(kDigits[byte & 15U]);
-    }
+    std::string text = protocol::HexText(bytes.first(std::min(most, bytes.size())));
     if (bytes.size() > most) {
         text.append("...");
     }

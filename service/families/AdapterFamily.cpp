@@ -14,7 +14,7 @@ using protocol::StatusReply;
 
 AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.GetAdapter())
 {
-    adapter_.Observe([this](radio::AdapterState state) { TellState(state); });
+    adapter_.Observe([this](radio::AdapterState state) { NotifyState(state); });
 
     Router& router = context.router;
     router.Serve(protocol::kRegisterBtStateChange, [this](Session& session, const Nothing&) {
@@ -82,7 +82,7 @@ protocol::MacAndNameReply AdapterFamily::MacAndName() const
     return reply;
 }
 
-void AdapterFamily::TellState(radio::AdapterState state) const
+void AdapterFamily::NotifyState(radio::AdapterState state) const
 {
     for (Session* session : listeners_) {
         session->Notify(protocol::kBtStateChanged, {static_cast<std::int32_t>(state)});

@@ -20,7 +20,7 @@ class AdapterFamily : public Family {
   private:
     protocol::StatusReply Rename(std::string_view name);
     protocol::MacAndNameReply MacAndName() const;
-    void TellState(radio::AdapterState state) const;
+    void NotifyState(radio::AdapterState state) const;
 
     radio::Adapter& adapter_;
     std::unordered_set<Session*> listeners_;  // clients that are notified of changes

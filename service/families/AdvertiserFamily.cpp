@@ -16,9 +16,6 @@ using std::chrono::milliseconds;
 
 namespace {
 
-/// Why an advertiser stopped; the values of BleAdvDisableStatus in the public headers.
-enum DisableStatus : std::int32_t { kTimeOver = 0, kAdapterOff = 1, kServiceRestart = 2 };
-
 constexpr std::int32_t kDefaultInterval = 100;
 constexpr std::int32_t kShortestInterval = 20;
 constexpr std::int32_t kLongestInterval = 10240;
@@ -34,8 +31,10 @@ bool IsWithin(std::int32_t value, std::int32_t lowest, std::int32_t highest)
 /// The shorter of a request's two intervals; nothing if they are invalid.
 std::optional<milliseconds> IntervalOf(const StartAdvertiseRequest& request)
 {
-    const std::int32_t shortest = request.minInterval != 0 ? request.minInterval : kDefaultInterval;
-    const std::int32_t longest = request.maxInterval != 0 ? request.maxInterval : shortest;
+    const std::int32_t shortest =
+        request.params.minInterval != 0 ? request.params.minInterval : kDefaultInterval;
+    const std::int32_t longest =
+        request.params.maxInterval != 0 ? request.params.maxInterval : shortest;
     if (!IsWithin(shortest, kShortestInterval, kLongestInterval) ||
         !IsWithin(longest, shortest, kLongestInterval)) {
         return std::nullopt;
@@ -45,17 +44,17 @@ std::optional<milliseconds> IntervalOf(const StartAdvertiseRequest& request)
 
 bool TimesMakeSense(const StartAdvertiseRequest& request)
 {
-    const std::int32_t total = request.sendTotalTime;
-    const std::int32_t part = request.sendPartTime;
+    const std::int32_t total = request.params.sendTotalTime;
+    const std::int32_t part = request.params.sendPartTime;
     return total >= 0 && part >= 0 && (total == 0 || total >= part);
 }
 
 bool FieldsMakeSense(const StartAdvertiseRequest& request)
 {
-    return IsWithin(request.channelMap, 0, kAllChannels) &&
-           IsWithin(request.advEventType, 0,
+    return IsWithin(request.params.channelMap, 0, kAllChannels) &&
+           IsWithin(request.params.advEventType, 0,
                     static_cast<std::int32_t>(radio::AdvertisementKind::kNonConnectable)) &&
-           IsWithin(request.txPower, kLowestTxPower, kHighestTxPower) &&
+           IsWithin(request.params.txPower, kLowestTxPower, kHighestTxPower) &&
            request.advData.length <= protocol::kMostAdvData &&
            request.scanResp.length <= protocol::kMostAdvData;
 }
@@ -72,9 +71,9 @@ std::optional<radio::Advertising> AdvertisingOf(const StartAdvertiseRequest& req
     if (!interval || !TimesMakeSense(request) || !FieldsMakeSense(request)) {
         return std::nullopt;
     }
-    return radio::Advertising{*interval,
-                              static_cast<radio::AdvertisementKind>(request.advEventType),
-                              request.txPower, BytesOf(request.advData), BytesOf(request.scanResp)};
+    return radio::Advertising{
+        *interval, static_cast<radio::AdvertisementKind>(request.params.advEventType),
+        request.params.txPower, BytesOf(request.advData), BytesOf(request.scanResp)};
 }
 
 }  // namespace
@@ -150,14 +149,14 @@ std::int32_t AdvertiserFamily::Start(Session& session, const StartAdvertiseReque
     advertiser->active = true;
     advertiser->advertising = *advertising;
     Turn(*advertiser);
-    if (request.sendPartTime > 0) {
-        advertiser->partTime = context_.scheduler.Every(milliseconds(request.sendPartTime),
+    if (request.params.sendPartTime > 0) {
+        advertiser->partTime = context_.scheduler.Every(milliseconds(request.params.sendPartTime),
                                                         [this, advertiser] { Turn(*advertiser); });
     }
-    if (request.sendTotalTime > 0) {
+    if (request.params.sendTotalTime > 0) {
         advertiser->totalTime = context_.scheduler.After(
-            milliseconds(request.sendTotalTime),
-            [=, this, &session] { GoSilentByItself(session, id, *advertiser, kTimeOver); });
+            milliseconds(request.params.sendTotalTime),
+            [=, this, &session] { GoSilentByItself(session, id, *advertiser, kBleAdvTimeOver); });
     }
     return protocol::kStatusDone;
 }
@@ -204,7 +203,7 @@ void AdvertiserFamily::AdapterWentOff()
     for (auto& [session, advertisers] : clients_) {
         for (auto& [id, advertiser] : advertisers) {
             if (advertiser.active) {
-                GoSilentByItself(*session, id, advertiser, kAdapterOff);
+                GoSilentByItself(*session, id, advertiser, kBleAdvAdapterOff);
             }
         }
     }
@@ -216,7 +215,7 @@ void AdvertiserFamily::Repair(Session& session, const protocol::RepairRequest& h
     for (const std::int32_t id : held.advertiserIds) {
         // One that is there already was registered since the restart.
         if (id > 0 && advertisers.size() < kMostAdvertisers && advertisers.try_emplace(id).second) {
-            session.Notify(protocol::kAdvertiseDisabled, {id, kServiceRestart});
+            session.Notify(protocol::kAdvertiseDisabled, {id, kBleAdvServiceRestart});
         }
     }
 }

@@ -53,7 +53,7 @@ bool IsValid(const ChannelWish& wish)
 {
     return wish.band >= kAnyBand && wish.band <= static_cast<std::int32_t>(radio::Band::k5GHz) &&
            wish.bandwidth >= 0 && wish.channelCount >= 0 &&
-           wish.channelCount <= static_cast<std::int32_t>(ChannelWish::kMostChannels);
+           wish.channelCount <= static_cast<std::int32_t>(std::size(wish.channels));
 }
 
 std::optional<RecommendedChannel> RecommendChannel(const Wifi& wifi,

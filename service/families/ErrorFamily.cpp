@@ -7,11 +7,11 @@ namespace pelacon::service {
 
 ErrorFamily::ErrorFamily(const Context& context)
 {
-    context.radios.GetErrors().Observe([this](std::int32_t code) { Tell(code); });
+    context.radios.GetErrors().Observe([this](std::int32_t code) { Notify(code); });
     context.commands.Add(
         "error", "tells every client of a connection error: code", [this](json::Fields& fields) {
             const auto code = fields.Required("code").Integer<std::int32_t>();
-            return [this, code]() -> nlohmann::json { return {{"sent", Tell(code)}}; };
+            return [this, code]() -> nlohmann::json { return {{"sent", Notify(code)}}; };
         });
 }
 
@@ -25,13 +25,13 @@ void ErrorFamily::ClientLeft(Session& session)
     clients_.erase(&session);
 }
 
-std::size_t ErrorFamily::Tell(std::int32_t code) const
+std::size_t ErrorFamily::Notify(std::int32_t code) const
 {
-    std::size_t told = 0;
+    std::size_t sent = 0;
     for (Session* session : clients_) {
-        told += session->Notify(protocol::kErrorStatus, {code}) ? 1 : 0;
+        sent += session->Notify(protocol::kErrorStatus, {code}) ? 1 : 0;
     }
-    return told;
+    return sent;
 }
 
 }  // namespace pelacon::service

@@ -17,7 +17,7 @@ class ErrorFamily : public Family {
     void ClientLeft(Session& session) override;
 
   private:
-    std::size_t Tell(std::int32_t code) const;
+    std::size_t Notify(std::int32_t code) const;
 
     std::unordered_set<Session*> clients_;
 };

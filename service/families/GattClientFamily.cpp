@@ -1,3 +1,4 @@
+#include <PelaconSDK/BleGattClient.h>
 #include <protocol/ServiceStatus.h>
 #include <service/families/GattClientFamily.h>
 
@@ -16,11 +17,6 @@ using radio::GattReason;
 using radio::Uuid;
 
 namespace {
-
-/// The values are those of BleGattConnectionState and BleGattNotificationKind in the public
-/// headers.
-enum State : std::int32_t { kDisconnected = 0, kConnected = 1 };
-enum Kind : std::int32_t { kNotification = 0, kIndication = 1 };
 
 struct Path {
     Uuid service;
@@ -70,7 +66,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
     {
         wasUp_ = true;
         session_->Notify(protocol::kGattConnectionState,
-                         {id_, kConnected, static_cast<std::int32_t>(GattReason::kNone)});
+                         {id_, kBleGattConnected, static_cast<std::int32_t>(GattReason::kNone)});
     }
 
     void Ended(GattReason reason) override
@@ -79,7 +75,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
         names_.clear();
         session_->Notify(std::exchange(wasUp_, false) ? protocol::kGattConnectionEnd
                                                       : protocol::kGattConnectionState,
-                         {id_, kDisconnected, static_cast<std::int32_t>(reason)});
+                         {id_, kBleGattDisconnected, static_cast<std::int32_t>(reason)});
     }
 
     void Notified(const Uuid& service, const Uuid& characteristic, const radio::GattValue& value,
@@ -93,7 +89,7 @@ class GattClientFamily::Client : public radio::GattConnectionObserver {
         PutText(record.charUuid,
                 isNamed ? named->second.second : protocol::LongText(characteristic));
         record.dataLen = static_cast<std::uint32_t>(PutBytes(record.value, value));
-        record.status = isIndication ? kIndication : kNotification;
+        record.status = isIndication ? kBleGattIndication : kBleGattNotification;
         session_->Notify(protocol::kGattNotification, record);
     }
 
@@ -218,9 +214,9 @@ void GattClientFamily::Connect(Session& session, const protocol::GattConnectRequ
         client->Connect(radio_, request.address);
         return;
     }
-    session.Notify(
-        protocol::kGattConnectionState,
-        {request.clientId, kDisconnected, static_cast<std::int32_t>(GattReason::kNotEstablished)});
+    session.Notify(protocol::kGattConnectionState,
+                   {request.clientId, kBleGattDisconnected,
+                    static_cast<std::int32_t>(GattReason::kNotEstablished)});
 }
 
 std::int32_t GattClientFamily::Disconnect(Session& session, std::int32_t clientId)

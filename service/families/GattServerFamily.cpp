@@ -84,14 +84,14 @@ class GattServerFamily::Service : public radio::GattServiceHost {
 
     GattValue PeerReads(std::uint64_t peer, std::size_t characteristic) override
     {
-        Tell(protocol::kGattPeerReads, peer, characteristic);
+        Notify(protocol::kGattPeerReads, peer, characteristic);
         return characteristics_[characteristic].value;
     }
 
     void PeerWrites(std::uint64_t peer, std::size_t characteristic, GattValue value) override
     {
         characteristics_[characteristic].value = std::move(value);
-        Tell(protocol::kGattPeerWrites, peer, characteristic);
+        Notify(protocol::kGattPeerWrites, peer, characteristic);
     }
 
   private:
@@ -101,8 +101,8 @@ class GattServerFamily::Service : public radio::GattServiceHost {
     };
 
     /// Notifies the program of an access, with the characteristic's current value.
-    void Tell(const protocol::Notification<protocol::GattPeerRequestRecord>& notification,
-              std::uint64_t peer, std::size_t index)
+    void Notify(const protocol::Notification<protocol::GattPeerRequestRecord>& notification,
+                std::uint64_t peer, std::size_t index)
     {
         const Characteristic& characteristic = characteristics_[index];
         protocol::GattPeerRequestRecord record{};

@@ -58,9 +58,9 @@ GroupFamily::GroupFamily(const Context& context)
       wifi_(context.radios.GetWifi()),
       groups_(context.radios.GetGroups())
 {
-    groups_.ObserveGroup([this](bool exists, GroupOutcome reason) { TellGroup(exists, reason); });
+    groups_.ObserveGroup([this](bool exists, GroupOutcome reason) { NotifyGroup(exists, reason); });
     groups_.ObserveStations(
-        [this](const radio::Station& station, bool joined) { TellStation(station, joined); });
+        [this](const radio::Station& station, bool joined) { NotifyStation(station, joined); });
     ServeLife(context.router);
     ServeQuestions(context.router);
     ServeListeners(context.router);
@@ -108,7 +108,7 @@ void GroupFamily::ServeListeners(Router& router)
         listeners_.insert(&session);
         return StatusReply{protocol::kStatusDone};
     });
-    // The client may have other tables registered: it goes on to hear of changes.
+    // The client may have other tables registered: it is still notified of changes.
     router.Serve(protocol::kUnRegisterSoftApStateChanged,
                  [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
 }
@@ -198,7 +198,7 @@ bool GroupFamily::IsUsedByOthers(const Session& session) const
                                [&](const auto& uses) { return uses.first != &session; });
 }
 
-/// The channel wished for, if the adapter may use it; 0 where there is none.
+/// The channel asked for, or for 0 the recommended one; 0 when the adapter may not use it.
 std::int32_t GroupFamily::ChooseChannel(std::int32_t wished) const
 {
     if (wished == 0) {
@@ -246,14 +246,14 @@ std::int32_t GroupFamily::Frequency() const
     return connection ? radio::FrequencyOf(connection->channel) : 0;
 }
 
-void GroupFamily::TellGroup(bool exists, GroupOutcome reason) const
+void GroupFamily::NotifyGroup(bool exists, GroupOutcome reason) const
 {
     for (Session* session : listeners_) {
         session->Notify(protocol::kSoftApGroupsChange, {exists ? 1 : 0, StatusOf(reason)});
     }
 }
 
-void GroupFamily::TellStation(const radio::Station& station, bool joined) const
+void GroupFamily::NotifyStation(const radio::Station& station, bool joined) const
 {
     const protocol::StationChange change = ChangeOf(station, joined);
     for (Session* session : listeners_) {

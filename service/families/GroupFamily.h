@@ -35,8 +35,8 @@ class GroupFamily : public Family {
     protocol::ChannelListReply ChannelList() const;
     std::int32_t Frequency() const;
 
-    void TellGroup(bool exists, radio::GroupOutcome reason) const;
-    void TellStation(const radio::Station& station, bool joined) const;
+    void NotifyGroup(bool exists, radio::GroupOutcome reason) const;
+    void NotifyStation(const radio::Station& station, bool joined) const;
 
     Scheduler& scheduler_;
     radio::Wifi& wifi_;

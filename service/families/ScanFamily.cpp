@@ -13,14 +13,6 @@ using radio::ScanPolicy;
 
 namespace {
 
-/// The state of a listener; the values of BleScanStatus in the public headers.
-enum ListenerStatus : std::int32_t {
-    kStarted = 0,
-    kStopped = 1,
-    kStoppedAdapterOff = 2,
-    kStoppedServiceRestart = 3
-};
-
 protocol::ScanResultRecord RecordOf(const radio::Heard& heard)
 {
     protocol::ScanResultRecord record{};
@@ -29,7 +21,7 @@ protocol::ScanResultRecord RecordOf(const radio::Heard& heard)
     result.rssi = heard.rssi;
     result.eventType = static_cast<std::int32_t>(heard.kind);
     const std::size_t length = std::min(heard.data.size(), sizeof result.data);
-    result.dataLength = static_cast<std::uint32_t>(length);
+    result.dataLen = static_cast<std::uint32_t>(length);
     std::copy_n(heard.data.begin(), length, result.data);
     return record;
 }
@@ -122,7 +114,7 @@ std::int32_t ScanFamily::Start(Session& session, const protocol::StartScanReques
     listener->policy = static_cast<ScanPolicy>(request.policy);
     FitScan(session);
     if (!wasScanning) {
-        session.Notify(protocol::kScanStatus, {request.listenerId, kStarted});
+        session.Notify(protocol::kScanStatus, {request.listenerId, kBleScanStarted});
     }
     return protocol::kStatusDone;
 }
@@ -136,7 +128,7 @@ std::int32_t ScanFamily::Stop(Session& session, std::int32_t id)
     if (listener->policy) {
         listener->policy.reset();
         FitScan(session);
-        session.Notify(protocol::kScanStatus, {id, kStopped});
+        session.Notify(protocol::kScanStatus, {id, kBleScanStopped});
     }
     return protocol::kStatusDone;
 }
@@ -176,11 +168,11 @@ void ScanFamily::FitScan(Session& session)
     client.scan.reset();
     if (policy) {
         client.scan = scanner_.Start(
-            *policy, [this, &session](const radio::Heard& heard) { Tell(session, heard); });
+            *policy, [this, &session](const radio::Heard& heard) { Notify(session, heard); });
     }
 }
 
-void ScanFamily::Tell(Session& session, const radio::Heard& heard)
+void ScanFamily::Notify(Session& session, const radio::Heard& heard)
 {
     const auto& listeners = clients_[&session].listeners;
     const bool isWanted = std::any_of(listeners.begin(), listeners.end(), [&](const auto& entry) {
@@ -197,7 +189,7 @@ void ScanFamily::AdapterWentOff()
         for (auto& [id, listener] : client.listeners) {
             if (listener.policy) {
                 listener.policy.reset();
-                session->Notify(protocol::kScanStatus, {id, kStoppedAdapterOff});
+                session->Notify(protocol::kScanStatus, {id, kBleScanStoppedAdapterOff});
             }
         }
         FitScan(*session);
@@ -220,7 +212,7 @@ void ScanFamily::Repair(Session& session, const protocol::RepairRequest& held)
             entry->second.policy = ScanPolicy::kLowLatency;
         }
         session.Notify(protocol::kScanStatus,
-                       {id, scans ? kStoppedServiceRestart : kStoppedAdapterOff});
+                       {id, scans ? kBleScanServiceRestart : kBleScanStoppedAdapterOff});
     }
     FitScan(session);
 }

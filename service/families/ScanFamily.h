@@ -49,7 +49,7 @@ class ScanFamily : public Family {
 
     Listener* Find(Session& session, std::int32_t id);
     void FitScan(Session& session);
-    void Tell(Session& session, const radio::Heard& heard);
+    void Notify(Session& session, const radio::Heard& heard);
     void AdapterWentOff();
 
     Context context_;

@@ -8,11 +8,6 @@ namespace pelacon::service {
 
 namespace {
 
-// What a filter compares: the values of BleScanFilterType in the public headers. The values between
-// them are AD types.
-constexpr std::int32_t kAnywhere = 0;
-constexpr std::int32_t kAddress = 256;
-
 constexpr std::size_t kAddressSize = 6;
 
 bool BeginsWith(ByteView bytes, ByteView pattern)
@@ -46,9 +41,9 @@ std::array<std::uint8_t, kAddressSize> Octets(std::uint64_t address)
 
 bool MakesSense(const protocol::ScanFilter& filter)
 {
-    return filter.type >= kAnywhere && filter.type <= kAddress &&
+    return filter.type >= kBleScanFilterAnywhere && filter.type <= kBleScanFilterAddress &&
            filter.patternLength <= protocol::kScanPatternSize &&
-           (filter.type != kAddress || filter.patternLength <= kAddressSize);
+           (filter.type != kBleScanFilterAddress || filter.patternLength <= kAddressSize);
 }
 
 }  // namespace
@@ -81,9 +76,9 @@ bool ScanFilters::Pass(const radio::Heard& heard) const
 bool ScanFilters::Matches(const Filter& filter, const radio::Heard& heard)
 {
     switch (filter.type) {
-        case kAddress:
+        case kBleScanFilterAddress:
             return BeginsWith(Octets(heard.address), filter.pattern);
-        case kAnywhere:
+        case kBleScanFilterAnywhere:
             return std::search(heard.data.begin(), heard.data.end(), filter.pattern.begin(),
                                filter.pattern.end()) != heard.data.end() ||
                    filter.pattern.empty();

@@ -1,4 +1,5 @@
 // The channels of the soft AP, the machine and the phone.
+#include <PelaconSDK/WifiState.h>
 #include <protocol/ServiceStatus.h>
 #include <service/families/SoftApFamily.h>
 
@@ -13,18 +14,17 @@ using radio::BandOf;
 
 namespace {
 
-/// The values are those of WifiFrequenceType in the public headers.
 std::int32_t FrequenceTypeOf(std::int32_t channel)
 {
     switch (BandOf(channel)) {
         case Band::k24GHz:
-            return 0;
+            return kWifiFrequence24G;
         case Band::k5GHz:
-            return 1;
+            return kWifiFrequence5G;
         case Band::kNone:
             break;
     }
-    return -1;
+    return kWifiFrequenceUnknown;
 }
 
 ByteReply Flag(bool value)

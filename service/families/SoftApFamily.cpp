@@ -24,12 +24,8 @@ using radio::GroupOutcome;
 namespace {
 
 constexpr auto kAdapterRestart = 100ms;
-constexpr std::int32_t kAnyPurpose = 0;
 constexpr std::size_t kMostProductTypes = 64;
 constexpr std::size_t kLongestProductType = 64;
-
-/// The values are those of SoftApAdvertisementStatus in the public headers.
-enum AdvertisementStatus : std::uint32_t { kApStopped = 0, kApStarted = 1, kApMoved = 2 };
 
 /// The result for an outcome: the service's statuses except one.
 std::int32_t ResultOf(GroupOutcome outcome)
@@ -78,9 +74,9 @@ SoftApFamily::SoftApFamily(const Context& context)
         phone_.Add(radio::BandOf(channel), channel);
     }
     phone.Observe([this](std::int32_t channel) { phone_.connectionChannel = channel; });
-    ap_.ObserveGroup([this](bool /*exists*/, GroupOutcome /*reason*/) { TellAdvertisement(); });
+    ap_.ObserveGroup([this](bool /*exists*/, GroupOutcome /*reason*/) { NotifyAdvertisement(); });
     ap_.ObserveStations(
-        [this](const radio::Station& /*station*/, bool joined) { TellStation(joined); });
+        [this](const radio::Station& /*station*/, bool joined) { NotifyStation(joined); });
     ServeLife(context.router);
     ServeQuestions(context.router);
     ServeAdapter(context.router);
@@ -198,7 +194,7 @@ void SoftApFamily::ServeListeners(Router& router)
         listeners_.insert(&session);
         return StatusReply{protocol::kStatusDone};
     });
-    // The client may have other objects registered: it goes on to hear of the soft AP.
+    // The client may have other objects registered: it is still notified of the soft AP.
     router.Serve(protocol::kUnRegisterSoftApNotification,
                  [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
 }
@@ -213,8 +209,9 @@ void SoftApFamily::ClientArrived(Session& session, bool returning)
         return;
     }
     listeners_.insert(&session);
-    session.Notify(protocol::kSoftApAdvertisement,
-                   Advertisement(Channel() != 0 ? kApStarted : kApStopped));
+    session.Notify(
+        protocol::kSoftApAdvertisement,
+        Advertisement(Channel() != 0 ? kSoftApAdvertisementStarted : kSoftApAdvertisementStopped));
     const std::size_t devices = ap_.Stations().size();
     for (std::size_t device = 0; device < devices; ++device) {
         session.Notify(protocol::kSoftApDeviceConnection, {1});
@@ -275,7 +272,8 @@ std::optional<SoftApInfoMessage> SoftApFamily::Create(Session& session,
 
 std::optional<Int32Record> SoftApFamily::Destroy(Session& session, std::int32_t purpose)
 {
-    if (ap_.Exists() && purpose != kAnyPurpose && purpose_ != kAnyPurpose && purpose != purpose_) {
+    if (ap_.Exists() && purpose != kGoPurposeAny && purpose_ != kGoPurposeAny &&
+        purpose != purpose_) {
         lastError_ = protocol::kStatusBusy;
         return Int32Record{lastError_};
     }
@@ -336,29 +334,30 @@ protocol::SoftApAdvertisement SoftApFamily::Advertisement(std::uint32_t status) 
 {
     protocol::SoftApAdvertisement advertisement{};
     advertisement.status = status;
-    if (status != kApStopped) {
+    if (status != kSoftApAdvertisementStopped) {
         advertisement.channel = Channel();
         PutText(advertisement.ssid, ap_.Describe().ssid);
     }
     return advertisement;
 }
 
-void SoftApFamily::TellAdvertisement()
+void SoftApFamily::NotifyAdvertisement()
 {
     const std::int32_t channel = Channel();
     const std::int32_t before = std::exchange(advertisedChannel_, channel);
     if (channel == before) {
         return;
     }
-    const protocol::SoftApAdvertisement advertisement = Advertisement(channel == 0  ? kApStopped
-                                                                      : before == 0 ? kApStarted
-                                                                                    : kApMoved);
+    const protocol::SoftApAdvertisement advertisement =
+        Advertisement(channel == 0  ? kSoftApAdvertisementStopped
+                      : before == 0 ? kSoftApAdvertisementStarted
+                                    : kSoftApAdvertisementMoved);
     for (Session* session : listeners_) {
         session->Notify(protocol::kSoftApAdvertisement, advertisement);
     }
 }
 
-void SoftApFamily::TellStation(bool joined)
+void SoftApFamily::NotifyStation(bool joined)
 {
     for (Session* session : listeners_) {
         session->Notify(protocol::kSoftApDeviceConnection, {joined ? 1 : 0});

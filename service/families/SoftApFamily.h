@@ -50,8 +50,8 @@ class SoftApFamily : public Family {
     protocol::PcChannelsReply PcChannels() const;
 
     protocol::SoftApAdvertisement Advertisement(std::uint32_t status) const;
-    void TellAdvertisement();
-    void TellStation(bool joined);
+    void NotifyAdvertisement();
+    void NotifyStation(bool joined);
 
     Scheduler& scheduler_;
     radio::Wifi& wifi_;
@@ -64,7 +64,7 @@ class SoftApFamily : public Family {
     std::int32_t lastError_ = 0;
     std::int32_t advertisedChannel_ = 0;  // as it was notified last; 0: not advertised
     bool restartHotspot_ = false;
-    bool missed5GHz_ = false;  // the last wish for the band came to nothing
+    bool missed5GHz_ = false;  // the last request for the band found no channel
     bool avoid5GHz_ = false;
     std::uint32_t restarts_ = 0;
     std::uint32_t wakeUpRestarts_ = 0;

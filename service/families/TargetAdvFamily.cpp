@@ -20,10 +20,10 @@ TargetAdvFamily::TargetAdvFamily(const Context& context)
 {
     context.radios.GetTargetAdvs().Observe([this](const radio::TargetAdv& received) {
         TargetAdvRecord record{};
-        record.business = received.business;
+        record.business = static_cast<BleTargetBusiness>(received.business);
         static_assert(sizeof record.data == sizeof received.data);
         std::copy(received.data.begin(), received.data.end(), record.data);
-        Tell(record);
+        Notify(record);
     });
 
     Router& router = context.router;
@@ -36,7 +36,7 @@ TargetAdvFamily::TargetAdvFamily(const Context& context)
                      return StatusReply{Unregister(session)};
                  });
     router.Serve(protocol::kPushTargetAdv, [this](Session&, const TargetAdvRecord& record) {
-        Tell(record);
+        Notify(record);
         return StatusReply{protocol::kStatusDone};
     });
 }
@@ -68,7 +68,7 @@ std::int32_t TargetAdvFamily::Unregister(Session& session)
     return protocol::kStatusDone;
 }
 
-void TargetAdvFamily::Tell(const TargetAdvRecord& record) const
+void TargetAdvFamily::Notify(const TargetAdvRecord& record) const
 {
     for (const auto& [session, count] : registrations_) {
         session->Notify(protocol::kTargetAdvReceived, record);

@@ -21,7 +21,7 @@ class TargetAdvFamily : public Family {
 
   private:
     std::int32_t Unregister(Session& session);
-    void Tell(const protocol::TargetAdvRecord& record) const;
+    void Notify(const protocol::TargetAdvRecord& record) const;
 
     std::map<Session*, std::uint64_t> registrations_;  // how many of each registered client
 };

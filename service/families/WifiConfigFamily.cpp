@@ -36,9 +36,9 @@ constexpr std::size_t kAddressDigits = 12;
 WifiConfigFamily::WifiConfigFamily(const Context& context)
     : wifi_(context.radios.GetWifi()), cards_(context.radios.GetWifiCards())
 {
-    cards_.Observe([this](std::size_t changed) { TellCard(changed); });
+    cards_.Observe([this](std::size_t changed) { NotifyCard(changed); });
     context.radios.GetGroups().ObserveStations(
-        [this](const radio::Station& station, bool joined) { TellStation(station, joined); });
+        [this](const radio::Station& station, bool joined) { NotifyStation(station, joined); });
     ServeConfigurations(context.router);
     ServeChannels(context.router);
     ServeInterfaces(context.router);
@@ -193,7 +193,7 @@ protocol::RecommendChannelReply WifiConfigFamily::Recommend(ByteView request) co
 {
     using protocol::ChannelWish;
     std::vector<ChannelWish> wishes(request.size() / sizeof(ChannelWish));
-    if (wishes.size() > ChannelWish::kMostWishes || request.size() % sizeof(ChannelWish) != 0) {
+    if (wishes.size() > protocol::kMostWishes || request.size() % sizeof(ChannelWish) != 0) {
         return {{}, protocol::kStatusInvalidArgument};
     }
     if (!wishes.empty()) {
@@ -220,7 +220,7 @@ StatusReply WifiConfigFamily::SetScene(const protocol::UpperSceneRequest& reques
     if (found == nullptr) {
         return {protocol::kStatusNotFound};
     }
-    scenes_[found->name] = request.scene;
+    scenes_[found->name] = request.scene.scene;
     return {protocol::kStatusDone};
 }
 
@@ -259,9 +259,7 @@ StatusReply WifiConfigFamily::AskForConnections(Session& session,
                                                 protocol::ConnNotifyRequest request)
 {
     const std::string_view address = TextIn(request.address);
-    const auto isDigit = [](char character) {
-        return std::isxdigit(static_cast<unsigned char>(character)) != 0;
-    };
+    const auto isDigit = [](char character) { return protocol::HexValue(character) >= 0; };
     if (!address.empty() &&
         (address.size() != kAddressDigits || !std::ranges::all_of(address, isDigit))) {
         return {protocol::kStatusInvalidArgument};
@@ -273,13 +271,13 @@ StatusReply WifiConfigFamily::AskForConnections(Session& session,
     return {protocol::kStatusDone};
 }
 
-void WifiConfigFamily::TellCard(std::size_t changed) const
+void WifiConfigFamily::NotifyCard(std::size_t changed) const
 {
     protocol::CardStateChange change{};
     const auto& states = cards_.States();
     for (std::size_t index = 0; index < states.size(); ++index) {
-        change.entries[index] = {static_cast<std::int32_t>(index),
-                                 static_cast<std::int32_t>(states[index])};
+        change.cards[index] = {static_cast<std::int32_t>(index),
+                               static_cast<std::int32_t>(states[index])};
     }
     change.changed = static_cast<std::int32_t>(changed);
     change.count = static_cast<std::int32_t>(states.size());
@@ -288,7 +286,7 @@ void WifiConfigFamily::TellCard(std::size_t changed) const
     }
 }
 
-void WifiConfigFamily::TellStation(const radio::Station& station, bool joined) const
+void WifiConfigFamily::NotifyStation(const radio::Station& station, bool joined) const
 {
     const std::string address = AddressDigits(station.address);
     protocol::WifiCfg event{};

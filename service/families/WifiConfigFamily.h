@@ -48,8 +48,8 @@ class WifiConfigFamily : public Family {
     Bytes DefaultConfiguration(std::int32_t type) const;
     const radio::WifiInterface* FindInterface(std::string_view name) const;
 
-    void TellStation(const radio::Station& station, bool joined) const;
-    void TellCard(std::size_t changed) const;
+    void NotifyStation(const radio::Station& station, bool joined) const;
+    void NotifyCard(std::size_t changed) const;
 
     radio::Wifi& wifi_;
     radio::WifiCards& cards_;

@@ -1,3 +1,4 @@
+#include <PelaconSDK/WifiState.h>
 #include <service/families/WifiStateFamily.h>
 
 #include <nlohmann/json.hpp>
@@ -13,18 +14,12 @@ using protocol::Nothing;
 
 namespace {
 
-// The values are those of SystemApiEnableWifiResult in the public headers.
-constexpr std::int32_t kEnabled = 0;
-constexpr std::int32_t kFailed = 1;
-constexpr std::int32_t kNoAdapter = 2;
-
 /// How long a request waits for the switch: well within the time-out of the client.
 constexpr auto kSwitchPatience = protocol::kEnableWifi.timeout / 2;
 
-/// The values are those of SystemApiWifiState.
 std::int32_t StateOf(bool on)
 {
-    return on ? 2 : 1;
+    return on ? kWifiStateOn : kWifiStateOff;
 }
 
 }  // namespace
@@ -35,8 +30,8 @@ WifiStateFamily::WifiStateFamily(const Context& context)
       cards_(context.radios.GetWifiCards()),
       phone_(context.radios.GetPhone())
 {
-    wifi_.ObserveSwitch([this](bool on) { TellSwitch(on); });
-    phone_.Observe([this](std::int32_t channel) { TellChannel(channel); });
+    wifi_.ObserveSwitch([this](bool on) { NotifySwitch(on); });
+    phone_.Observe([this](std::int32_t channel) { NotifyChannel(channel); });
 
     Router& router = context.router;
     router.Serve(protocol::kEnableWifi, [this](Session& session, const FlagRequest& request) {
@@ -49,7 +44,7 @@ WifiStateFamily::WifiStateFamily(const Context& context)
                      switchListeners_.insert(&session);
                      return ByteReply{1};
                  });
-    // The client may have other objects registered: it goes on to hear of the switch.
+    // The client may have other objects registered: it is still notified of the switch.
     router.Serve(protocol::kUnRegistWifiStateChangeCallback,
                  [](Session&, const Nothing&) { return ByteReply{1}; });
     router.Serve(protocol::kRegistWifiStateChangeCallBack,
@@ -82,7 +77,7 @@ void WifiStateFamily::ClientLeft(Session& session)
 std::optional<Int32Record> WifiStateFamily::Enable(Session& session, bool on)
 {
     if (cards_.States().front() == radio::CardState::kAbsent) {
-        return Int32Record{kNoAdapter};
+        return Int32Record{kEnableWifiNoAdapter};
     }
     const Completion<bool> completion(scheduler_);
     wifi_.Switch(on, [completion](bool reached) { completion.Set(reached); });
@@ -90,17 +85,17 @@ std::optional<Int32Record> WifiStateFamily::Enable(Session& session, bool on)
     if (!reached && !session.IsPresent()) {
         return std::nullopt;
     }
-    return Int32Record{reached.value_or(false) ? kEnabled : kFailed};
+    return Int32Record{reached.value_or(false) ? kEnableWifiSuccess : kEnableWifiFailed};
 }
 
-void WifiStateFamily::TellSwitch(bool on) const
+void WifiStateFamily::NotifySwitch(bool on) const
 {
     for (Session* session : switchListeners_) {
         session->Notify(protocol::kWifiSwitchState, {StateOf(on)});
     }
 }
 
-void WifiStateFamily::TellChannel(std::int32_t channel) const
+void WifiStateFamily::NotifyChannel(std::int32_t channel) const
 {
     for (Session* session : channelListeners_) {
         session->Notify(protocol::kWifiConnectChannel, {channel});

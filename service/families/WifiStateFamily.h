@@ -20,8 +20,8 @@ class WifiStateFamily : public Family {
 
   private:
     std::optional<protocol::Int32Record> Enable(Session& session, bool on);
-    void TellSwitch(bool on) const;
-    void TellChannel(std::int32_t channel) const;
+    void NotifySwitch(bool on) const;
+    void NotifyChannel(std::int32_t channel) const;
 
     Scheduler& scheduler_;
     radio::Wifi& wifi_;

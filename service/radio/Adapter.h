@@ -1,6 +1,7 @@
 // The Bluetooth adapter.
 #pragma once
 
+#include <PelaconSDK/BleManager.h>
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
 
@@ -12,11 +13,14 @@
 
 namespace pelacon::service::radio {
 
-/// The values are those of BtRunningState in the public headers.
-enum class AdapterState : std::int32_t { kOff = 0, kTurningOn = 1, kOn = 2, kTurningOff = 3 };
+enum class AdapterState : std::int32_t {
+    kOff = kBtStateOff,
+    kTurningOn = kBtStateTurningOn,
+    kOn = kBtStateOn,
+    kTurningOff = kBtStateTurningOff,
+};
 
-/// The values are those of BluetoothType in the public headers.
-enum class BluetoothType : std::int32_t { kClassic = 0, kLe = 1 };
+enum class BluetoothType : std::int32_t { kClassic = kBluetoothClassic, kLe = kBluetoothLe };
 
 /// One Bluetooth adapter.
 class Adapter : public Interface {

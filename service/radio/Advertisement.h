@@ -1,19 +1,25 @@
 // Advertisements.
 #pragma once
 
+#include <PelaconSDK/BleAdvertiser.h>
+#include <PelaconSDK/BleScanner.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace pelacon::service::radio {
 
-/// The values are those of BleScanEventType and BleAdvEventType in the public headers.
+/// The kind of a received advertisement. A sent one has the same values.
 enum class AdvertisementKind : std::int32_t {
-    kConnectable = 0,
-    kScannable = 1,
-    kNonConnectable = 2,
-    kScanResponse = 3,  ///< received only; the radio sends it when it is asked
+    kConnectable = kBleScanConnectable,
+    kScannable = kBleScanScannable,
+    kNonConnectable = kBleScanNonConnectable,
+    kScanResponse = kBleScanResponse,  ///< received only; the radio sends it when it is asked
 };
+static_assert(kBleAdvConnectable == +kBleScanConnectable);
+static_assert(kBleAdvScannable == +kBleScanScannable);
+static_assert(kBleAdvNonConnectable == +kBleScanNonConnectable);
 
 /// The largest advertisement or scan response, in bytes.
 inline constexpr std::size_t kMostAdvertisingData = 31;

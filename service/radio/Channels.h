@@ -1,12 +1,17 @@
 // Wi-Fi channels, their bands and frequencies.
 #pragma once
 
+#include <PelaconSDK/Vod2dConfig.h>
+
 #include <cstdint>
 
 namespace pelacon::service::radio {
 
-/// The values are those of Vod2dBand in the public headers.
-enum class Band : std::int32_t { kNone = 0, k24GHz = 1, k5GHz = 2 };
+enum class Band : std::int32_t {
+    kNone = kVod2dBandAny,
+    k24GHz = kVod2dBand24GHz,
+    k5GHz = kVod2dBand5GHz,
+};
 
 /// The band of a channel; kNone if there is no such channel.
 constexpr Band BandOf(std::int32_t channel)

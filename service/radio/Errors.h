@@ -1,6 +1,7 @@
 // Errors that no request caused.
 #pragma once
 
+#include <PelaconSDK/ErrorListener.h>
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
 
@@ -14,8 +15,8 @@ namespace pelacon::service::radio {
 class Errors : public Interface {
   public:
     /// Codes that programs have names for. There may be others.
-    static constexpr std::int32_t kGroupExists = 0x10000001;
-    static constexpr std::int32_t kBleSendFailed = 0x20000000;
+    static constexpr std::int32_t kGroupExists = kConnectGoAlreadyExist;
+    static constexpr std::int32_t kBleSendFailed = kConnectBleSendFail;
 
     /// The observer is called with each error's code. It must live as long as the radios.
     void Observe(std::function<void(std::int32_t code)> observer)

@@ -1,6 +1,10 @@
 // What GATT clients and servers have in common.
 #pragma once
 
+#include <PelaconSDK/BleGattClient.h>
+#include <PelaconSDK/BleGattServer.h>
+#include <protocol/Gatt.h>
+#include <protocol/ServiceStatus.h>
 #include <protocol/Uuid.h>
 
 #include <cstddef>
@@ -13,36 +17,34 @@ using protocol::Uuid;
 
 /// A characteristic's value, at most kMostGattValue bytes.
 using GattValue = std::vector<std::uint8_t>;
-inline constexpr std::size_t kMostGattValue = 1024;
+inline constexpr std::size_t kMostGattValue = protocol::kGattValueSize;
 
-/// What a characteristic can do; may be combined. The values are those of BleGattCharFlag in the
-/// public headers.
-inline constexpr std::int32_t kGattRead = 0x02;
-inline constexpr std::int32_t kGattWriteWithoutResponse = 0x04;
-inline constexpr std::int32_t kGattWrite = 0x08;
-inline constexpr std::int32_t kGattNotify = 0x10;
-inline constexpr std::int32_t kGattIndicate = 0x20;
+/// What a characteristic can do; may be combined.
+inline constexpr std::int32_t kGattRead = kBleGattCharRead;
+inline constexpr std::int32_t kGattWriteWithoutResponse = kBleGattCharWriteWithoutResponse;
+inline constexpr std::int32_t kGattWrite = kBleGattCharWrite;
+inline constexpr std::int32_t kGattNotify = kBleGattCharNotify;
+inline constexpr std::int32_t kGattIndicate = kBleGattCharIndicate;
 inline constexpr std::int32_t kGattAnyWrite = kGattWriteWithoutResponse | kGattWrite;
 inline constexpr std::int32_t kGattAnyNotify = kGattNotify | kGattIndicate;
 
-/// The result of an operation. The values are those of protocol::ServiceStatus.
+/// The result of an operation.
 enum class GattStatus : std::int32_t {
-    kDone = 0,
-    kNotConnected = 6,
-    kNotFound = 7,
-    kNotPermitted = 8,
-    kUnreachable = 9,
+    kDone = protocol::kStatusDone,
+    kNotConnected = protocol::kStatusNotConnected,
+    kNotFound = protocol::kStatusNotFound,
+    kNotPermitted = protocol::kStatusNotPermitted,
+    kUnreachable = protocol::kStatusPeerUnreachable,
 };
 
-/// Why a connection ended or was not established. The values are those of BleGattReason in the
-/// public headers.
+/// Why a connection ended or was not established.
 enum class GattReason : std::int32_t {
-    kNone = 0x00,
-    kTimeout = 0x08,
-    kRefused = 0x0D,
-    kPeer = 0x13,
-    kLocal = 0x16,
-    kNotEstablished = 0x3E,
+    kNone = kBleGattReasonNone,
+    kTimeout = kBleGattReasonTimeout,
+    kRefused = kBleGattReasonRefused,
+    kPeer = kBleGattReasonPeer,
+    kLocal = kBleGattReasonLocal,
+    kNotEstablished = kBleGattReasonNotEstablished,
 };
 
 }  // namespace pelacon::service::radio

@@ -1,6 +1,7 @@
 // Receiving advertisements.
 #pragma once
 
+#include <PelaconSDK/BleScanner.h>
 #include <service/base/Interface.h>
 #include <service/radio/Advertisement.h>
 
@@ -9,9 +10,12 @@
 
 namespace pelacon::service::radio {
 
-/// How large a part of the time the radio receives. The values are those of BleScanPolicy in the
-/// public headers.
-enum class ScanPolicy : std::int32_t { kLowPower = 0, kBalanced = 1, kLowLatency = 2 };
+/// How large a part of the time the radio receives.
+enum class ScanPolicy : std::int32_t {
+    kLowPower = kBleScanLowPower,
+    kBalanced = kBleScanBalanced,
+    kLowLatency = kBleScanLowLatency,
+};
 
 /// The scan goes on while this exists.
 class Scan : public Interface {};

@@ -1,6 +1,7 @@
 // The Wi-Fi hardware of a machine: its cards and their network interfaces.
 #pragma once
 
+#include <PelaconSDK/Vod2dConfig.h>
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
 
@@ -13,8 +14,11 @@
 
 namespace pelacon::service::radio {
 
-/// The values are those of WifiCardState in the public headers.
-enum class CardState : std::int32_t { kAbsent = 0, kOff = 1, kOn = 2 };
+enum class CardState : std::int32_t {
+    kAbsent = kWifiCardAbsent,
+    kOff = kWifiCardOff,
+    kOn = kWifiCardOn,
+};
 
 struct WifiInterface {
     std::string name;

@@ -41,7 +41,7 @@ class Air::Receiver : public radio::Scan {
     /// Counts an advertisement of this transmitter; returns whether it is received.
     bool Hears(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
 
-    void Tell(const radio::Heard& heard) const { observer_(heard); }
+    void Notify(const radio::Heard& heard) const { observer_(heard); }
     void Forget(const Transmitter& transmitter) { sent_.erase(&transmitter); }
 
   private:
@@ -74,9 +74,9 @@ void Air::Carry(const Transmitter& from, const Signal& signal,
         if (!receiver->Hears(from)) {
             continue;
         }
-        receiver->Tell(heard);
+        receiver->Notify(heard);
         if (HasScanResponse(advertising)) {
-            receiver->Tell(response);
+            receiver->Notify(response);
         }
     }
 }

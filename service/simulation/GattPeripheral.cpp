@@ -48,7 +48,7 @@ void GattPeripheral::Leave(GattLink& link)
     for (Characteristic& characteristic : characteristics_) {
         std::erase(characteristic.subscribers, &link);
         if (characteristic.subscribers.empty()) {
-            characteristic.telling.Cancel();
+            characteristic.notifying.Cancel();
         }
     }
     if (links_.empty()) {
@@ -96,7 +96,7 @@ GattStatus GattPeripheral::Write(GattLink& /*link*/, const Uuid& service,
         return GattStatus::kNotPermitted;
     }
     found->config.value = std::move(value);
-    Tell(*found);
+    Notify(*found);
     return GattStatus::kDone;
 }
 
@@ -115,15 +115,15 @@ GattStatus GattPeripheral::Subscribe(GattLink& link, const Uuid& service,
         found->subscribers.push_back(&link);
     }
     if (found->subscribers.empty()) {
-        found->telling.Cancel();
-    } else if (found->config.notifyEvery.count() != 0 && !found->telling.IsPending()) {
-        found->telling =
-            scheduler_.Every(found->config.notifyEvery, [this, found] { TellNext(*found); });
+        found->notifying.Cancel();
+    } else if (found->config.notifyEvery.count() != 0 && !found->notifying.IsPending()) {
+        found->notifying =
+            scheduler_.Every(found->config.notifyEvery, [this, found] { NotifyNext(*found); });
     }
     return GattStatus::kDone;
 }
 
-void GattPeripheral::Tell(const Characteristic& characteristic)
+void GattPeripheral::Notify(const Characteristic& characteristic)
 {
     const bool isIndication = (characteristic.config.flags & radio::kGattNotify) == 0;
     for (GattLink* const link : characteristic.subscribers) {
@@ -132,13 +132,13 @@ void GattPeripheral::Tell(const Characteristic& characteristic)
     }
 }
 
-void GattPeripheral::TellNext(Characteristic& characteristic)
+void GattPeripheral::NotifyNext(Characteristic& characteristic)
 {
     const std::vector<GattValue>& values = characteristic.config.notifyValues;
     if (!values.empty()) {
         characteristic.config.value = values[characteristic.nextValue++ % values.size()];
     }
-    Tell(characteristic);
+    Notify(characteristic);
 }
 
 }  // namespace pelacon::service::simulation

@@ -34,13 +34,13 @@ class GattPeripheral : public GattDevice {
         radio::Uuid service;
         GattCharacteristicConfig config;  // its value changes
         std::vector<GattLink*> subscribers;
-        Timer telling;
+        Timer notifying;
         std::size_t nextValue = 0;
     };
 
     Characteristic* Find(const radio::Uuid& service, const radio::Uuid& characteristic);
-    static void Tell(const Characteristic& characteristic);
-    void TellNext(Characteristic& characteristic);
+    static void Notify(const Characteristic& characteristic);
+    void NotifyNext(Characteristic& characteristic);
 
     Scheduler& scheduler_;
     Adapter& adapter_;

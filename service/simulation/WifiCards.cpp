@@ -1,3 +1,4 @@
+#include <protocol/Hex.h>
 #include <service/simulation/WifiCards.h>
 
 #include <algorithm>
@@ -17,9 +18,8 @@ constexpr std::size_t kLongestCoexistence = 256;
 bool IsGuid(const std::string& text)
 {
     constexpr std::string_view kForm = "{00000000-0000-0000-0000-000000000000}";
-    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
     return std::ranges::equal(text, kForm, [&](char is, char form) {
-        return form == '0' ? kDigits.find(is) != std::string_view::npos : is == form;
+        return form == '0' ? protocol::HexValue(is) >= 0 : is == form;
     });
 }
 

@@ -43,7 +43,7 @@ class AdvertiserFamilyTest : public ServiceTest {
     {
         StartAdvertiseRequest request{};
         request.advertiserId = id;
-        request.minInterval = 20;
+        request.params.minInterval = 20;
         const auto fill = [](protocol::AdvertisingField& field, const Bytes& bytes) {
             std::copy(bytes.begin(), bytes.end(), field.bytes);
             field.length = static_cast<std::uint32_t>(bytes.size());
@@ -67,7 +67,7 @@ class AdvertiserFamilyTest : public ServiceTest {
     }
     static Bytes DataOf(const protocol::ScanResult& result)
     {
-        return {result.data, result.data + result.dataLength};
+        return {result.data, result.data + result.dataLen};
     }
     nlohmann::json Advertising()
     {
@@ -83,7 +83,7 @@ TEST_F(AdvertiserFamilyTest, OthersReceiveAdvertisementAndScanResponse)
     const Bytes data{2, 1, 6};
     const Bytes response{3, 9, 'm', 'e'};
     auto request = Request(Register(sender), data, response);
-    request.txPower = -10;
+    request.params.txPower = -10;
     ASSERT_EQ(Start(sender, request), kStatusDone);
     const auto advertisement = Next(listener);
     EXPECT_EQ(advertisement.address, 0x0A0B0C0D0E0FU);
@@ -100,7 +100,7 @@ TEST_F(AdvertiserFamilyTest, ANonConnectableOneSendsNoScanResponse)
     TestClient sender(PipeName());
     Listen(sender);  // a program receives its own advertisements
     auto request = Request(Register(sender), {2, 1, 6}, {3, 9, 'm', 'e'});
-    request.advEventType = 2;
+    request.params.advEventType = 2;
     ASSERT_EQ(Start(sender, request), kStatusDone);
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(Next(sender).eventType, 2);
@@ -137,7 +137,7 @@ TEST_F(AdvertiserFamilyTest, EndsByItselfAfterItsTotalTime)
     TestClient sender(PipeName());
     const std::int32_t id = Register(sender);
     auto request = Request(id, {2, 1, 6});
-    request.sendTotalTime = 60;
+    request.params.sendTotalTime = 60;
     const auto begin = Clock::now();
     ASSERT_EQ(Start(sender, request), kStatusDone);
     const auto told = sender.Next(protocol::kAdvertiseDisabled);
@@ -153,8 +153,8 @@ TEST_F(AdvertiserFamilyTest, SendsAndPausesInTurnForItsPartTime)
     TestClient sender(PipeName());
     Listen(sender);
     auto request = Request(Register(sender), {2, 1, 6});
-    request.sendPartTime = 100;
-    request.sendTotalTime = 350;
+    request.params.sendPartTime = 100;
+    request.params.sendTotalTime = 350;
     ASSERT_EQ(Start(sender, request), kStatusDone);
     // On the air from 0 to 100 and from 200 to 300 ms: the longest pause is the rest.
     Next(sender);
@@ -182,7 +182,7 @@ TEST_F(AdvertiserFamilyTest, EndsWithTheAdapterAndNotifies)
     const std::int32_t id = Register(sender);
     Register(sender);
     auto request = Request(id, {2, 1, 6});
-    request.sendTotalTime = 60000;
+    request.params.sendTotalTime = 60000;
     Start(sender, request);
     sender.Call(protocol::kBtDisable);
     const auto told = sender.Next(protocol::kAdvertiseDisabled);
@@ -202,32 +202,32 @@ TEST_F(AdvertiserFamilyTest, InvalidParametersAreRefused)
         EXPECT_EQ(Start(client, request), status);
     };
     const auto refused = kStatusInvalidArgument;
-    expect(refused, [](auto& request) { request.minInterval = 19; });
-    expect(refused, [](auto& request) { request.minInterval = -1; });
-    expect(refused, [](auto& request) { request.minInterval = 10241; });
-    expect(refused, [](auto& request) { request.maxInterval = 19; });
-    expect(refused, [](auto& request) { request.maxInterval = 10241; });
-    expect(refused, [](auto& request) { request.channelMap = 8; });
-    expect(refused, [](auto& request) { request.channelMap = -1; });
-    expect(refused, [](auto& request) { request.advEventType = 3; });
-    expect(refused, [](auto& request) { request.advEventType = -1; });
-    expect(refused, [](auto& request) { request.txPower = 21; });
-    expect(refused, [](auto& request) { request.txPower = -128; });
-    expect(refused, [](auto& request) { request.sendTotalTime = -1; });
-    expect(refused, [](auto& request) { request.sendPartTime = -1; });
+    expect(refused, [](auto& request) { request.params.minInterval = 19; });
+    expect(refused, [](auto& request) { request.params.minInterval = -1; });
+    expect(refused, [](auto& request) { request.params.minInterval = 10241; });
+    expect(refused, [](auto& request) { request.params.maxInterval = 19; });
+    expect(refused, [](auto& request) { request.params.maxInterval = 10241; });
+    expect(refused, [](auto& request) { request.params.channelMap = 8; });
+    expect(refused, [](auto& request) { request.params.channelMap = -1; });
+    expect(refused, [](auto& request) { request.params.advEventType = 3; });
+    expect(refused, [](auto& request) { request.params.advEventType = -1; });
+    expect(refused, [](auto& request) { request.params.txPower = 21; });
+    expect(refused, [](auto& request) { request.params.txPower = -128; });
+    expect(refused, [](auto& request) { request.params.sendTotalTime = -1; });
+    expect(refused, [](auto& request) { request.params.sendPartTime = -1; });
     expect(refused, [](auto& request) {
-        request.sendTotalTime = 4;
-        request.sendPartTime = 5;
+        request.params.sendTotalTime = 4;
+        request.params.sendPartTime = 5;
     });
     expect(refused, [](auto& request) { request.advData.length = 32; });
     expect(refused, [](auto& request) { request.scanResp.length = 0xFFFFFFFF; });
     EXPECT_EQ(Advertising(), 0);
     expect(kStatusDone, [](auto& request) {
-        request.minInterval = 0;
-        request.channelMap = 7;
-        request.txPower = 20;
-        request.sendTotalTime = 1000;
-        request.sendPartTime = 1000;
+        request.params.minInterval = 0;
+        request.params.channelMap = 7;
+        request.params.txPower = 20;
+        request.params.sendTotalTime = 1000;
+        request.params.sendPartTime = 1000;
         request.advData.length = 31;
     });
 }
@@ -262,8 +262,8 @@ TEST_F(AdvertiserFamilyTest, EndsWithItsClient)
     {
         TestClient client(PipeName());
         auto request = Request(Register(client), {});
-        request.sendPartTime = 10;
-        request.sendTotalTime = 60000;
+        request.params.sendPartTime = 10;
+        request.params.sendTotalTime = 60000;
         Start(client, request);
         EXPECT_EQ(Advertising(), 1);
     }

@@ -74,7 +74,7 @@ class ScanFamilyTest : public ServiceTest {
     }
     static Bytes DataOf(const protocol::ScanResult& result)
     {
-        return {result.data, result.data + result.dataLength};
+        return {result.data, result.data + result.dataLen};
     }
     static std::pair<std::int32_t, std::int32_t> NextStatus(TestClient& client)
     {

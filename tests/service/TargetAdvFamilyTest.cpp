@@ -30,7 +30,7 @@ class TargetAdvFamilyTest : public ServiceTest {
     static TargetAdvRecord Record(std::int32_t business, std::uint8_t fill)
     {
         TargetAdvRecord record{};
-        record.business = business;
+        record.business = static_cast<BleTargetBusiness>(business);
         std::memset(record.data, fill, sizeof record.data);
         return record;
     }
@@ -82,7 +82,7 @@ TEST_F(TargetAdvFamilyTest, TheWorldSendsItsOwn)
     TestClient client(PipeName());
     Register(client);
     TargetAdvRecord expected{};
-    expected.business = 12;
+    expected.business = static_cast<BleTargetBusiness>(12);
     expected.data[0] = 1;
     expected.data[1] = 2;
     for (int i = 0; i < 3; ++i) {

@@ -33,16 +33,16 @@ class TestClient {
     /// A request that is text is a std::string_view, one that is bytes a ByteView.
     template <typename Request, typename Reply>
     auto Call(const protocol::Operation<Request, Reply>& operation,
-              const typename detail::ReplyOf<Request>::Type& request,
+              const typename protocol::Payload<Request>::Owned& request,
               std::chrono::milliseconds timeout = kPatience)
-        -> std::optional<typename detail::ReplyOf<Reply>::Type>
+        -> std::optional<typename protocol::Payload<Reply>::Owned>
     {
-        return CallWith(operation, detail::Encode(request), timeout);
+        return CallWith(operation, protocol::Payload<Request>::View(request), timeout);
     }
     template <typename Reply>
     auto Call(const protocol::Operation<protocol::Nothing, Reply>& operation,
               std::chrono::milliseconds timeout = kPatience)
-        -> std::optional<typename detail::ReplyOf<Reply>::Type>
+        -> std::optional<typename protocol::Payload<Reply>::Owned>
     {
         return CallWith(operation, {}, timeout);
     }
@@ -81,17 +81,17 @@ class TestClient {
     template <typename Request, typename Reply>
     auto CallWith(const protocol::Operation<Request, Reply>& operation, ByteView payload,
                   std::chrono::milliseconds timeout)
-        -> std::optional<typename detail::ReplyOf<Reply>::Type>
+        -> std::optional<typename protocol::Payload<Reply>::Owned>
     {
         const std::optional<Bytes> reply = CallRaw(operation.id, payload, timeout);
         if (!reply) {
             return std::nullopt;
         }
-        using Result = typename detail::ReplyOf<Reply>::Type;
+        using Result = typename protocol::Payload<Reply>::Owned;
         if constexpr (std::is_same_v<Result, Bytes>) {
             return reply;
         } else {
-            return Result(detail::Decode<Reply>(*reply));
+            return Result(protocol::Payload<Reply>::Read(*reply));
         }
     }
 

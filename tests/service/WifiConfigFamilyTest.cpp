@@ -229,7 +229,7 @@ TEST_F(WifiConfigFamilyTest, KeepsTheSceneOfAnInterface)
     protocol::UpperSceneRequest request{};
     PutText(request.ifName, "wlan0");
     request.ifNameLength = 5;
-    request.scene = 9;
+    request.scene.scene = 9;
     EXPECT_EQ(client.Call(protocol::kSetUpperScene, request)->status, kStatusDone);
     EXPECT_EQ(Command({{"command", "status"}})["wifiConfig"]["scene wlan0"], 9);
     std::ranges::fill(request.ifName, 'x');
@@ -324,8 +324,8 @@ TEST_F(WifiConfigFamilyTest, NotifiesOfChangedCards)
     const auto change = client.Next(protocol::kWifiCardStateChange);
     EXPECT_EQ(change.count, 3);
     EXPECT_EQ(change.changed, 1);
-    EXPECT_EQ(change.entries[1].card, 1);
-    EXPECT_EQ(change.entries[1].state, 2);
+    EXPECT_EQ(change.cards[1].card, 1);
+    EXPECT_EQ(change.cards[1].state, 2);
     Command({{"command", "wifi.card"}, {"card", 1}, {"state", "on"}});
     Command({{"command", "wifi.card"}, {"card", 2}, {"state", "absent"}});
     EXPECT_EQ(client.Next(protocol::kWifiCardStateChange).changed, 2) << "what is so is no change";

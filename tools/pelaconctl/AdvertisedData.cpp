@@ -41,7 +41,7 @@ std::optional<AdvertisedData::Identified> FindIdentified(View bytes, std::uint8_
 
 std::string IdentifiedText(const AdvertisedData::Identified& part)
 {
-    return FormatUuid16(part.identifier) + ": " + FormatHex(part.data);
+    return FormatUuid16(part.identifier) + ": " + protocol::HexText(part.data);
 }
 
 }  // namespace
@@ -91,17 +91,17 @@ void AddFields(nlohmann::ordered_json& record, const AdvertisedData& data)
     }
     if (data.serviceData) {
         record["serviceData"] = {{"uuid", FormatUuid16(data.serviceData->identifier)},
-                                 {"data", FormatHex(data.serviceData->data)}};
+                                 {"data", protocol::HexText(data.serviceData->data)}};
     }
     if (data.manufacturer) {
         record["manufacturer"] = {{"company", FormatUuid16(data.manufacturer->identifier)},
-                                  {"data", FormatHex(data.manufacturer->data)}};
+                                  {"data", protocol::HexText(data.manufacturer->data)}};
     }
 }
 
 std::string FormatUuid16(std::uint16_t identifier)
 {
-    return FormatHexNumber(identifier, 4);
+    return protocol::HexNumber(identifier, 4);
 }
 
 std::uint16_t ParseUuid16(const std::string& text)

@@ -162,7 +162,7 @@ std::vector<std::string> DeviceTable::Lines(const Console& console, Order order,
     for (const Device* device : std::span(devices).first(shown)) {
         const auto age = now - device->lastResult;
         const std::string text = Text(
-            {FormatAddress(device->address),
+            {protocol::AddressText(device->address),
              SignalText(static_cast<std::int32_t>(std::lround(device->rssi))),
              Printable(device->name), device->data, std::to_string(device->count), AgeText(age)},
             width);
@@ -178,8 +178,8 @@ std::vector<std::string> DeviceTable::Lines(const Console& console, Order order,
 std::string DeviceTable::Line(std::uint64_t address) const
 {
     const Device& device = devices_.at(address);
-    std::string text =
-        FormatAddress(address) + kGap + PadLeft(std::to_string(device.lastRssi), 4) + " dBm";
+    std::string text = protocol::AddressText(address) + kGap +
+                       PadLeft(std::to_string(device.lastRssi), 4) + " dBm";
     for (const std::string& part : {Printable(device.name), device.data}) {
         text += part.empty() ? "" : kGap + part;
     }

@@ -57,7 +57,7 @@ GattPeer::~GattPeer()
 
 std::string GattPeer::Address() const
 {
-    return FormatAddress(address_);
+    return protocol::AddressText(address_);
 }
 
 bool GattPeer::HasService(const protocol::Uuid& service) const

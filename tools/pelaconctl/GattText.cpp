@@ -138,12 +138,12 @@ std::string FormatValue(std::span<const std::uint8_t> value)
         return "(empty)";
     }
     const std::string text(value.begin(), value.end());
-    return FormatHex(value) + (IsText(value) ? " \"" + text + "\"" : "");
+    return protocol::HexText(value) + (IsText(value) ? " \"" + text + "\"" : "");
 }
 
 void AddValue(nlohmann::ordered_json& record, std::span<const std::uint8_t> value)
 {
-    record["value"] = FormatHex(value);
+    record["value"] = protocol::HexText(value);
     if (IsText(value)) {
         record["text"] = std::string(value.begin(), value.end());
     }

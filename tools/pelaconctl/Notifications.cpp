@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
 
 namespace pelacon::ctl {
@@ -27,14 +26,14 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-using Payload = std::span<const std::uint8_t>;
+using protocol::ByteView;
 
 /// The first `length` bytes of a field, or the whole field if it is shorter.
 template <std::size_t Size, typename Length>
 std::string HexText(const std::uint8_t (&field)[Size], Length length)
 {
     const auto wanted = length > Length{0} ? static_cast<std::size_t>(length) : 0;
-    return FormatHex(Payload(field).first(std::min(wanted, Size)));
+    return protocol::HexText(ByteView(field).first(std::min(wanted, Size)));
 }
 
 // One function per record, which names its fields. The records are described in protocol/.
@@ -52,15 +51,15 @@ Json Fields(const protocol::ScanStatusRecord& record)
 Json Fields(const protocol::ScanResultRecord& record)
 {
     const protocol::ScanResult& result = record.result;
-    return {{"address", FormatAddress(result.address)},
+    return {{"address", protocol::AddressText(result.address)},
             {"rssi", result.rssi},
             {"eventType", result.eventType},
-            {"data", HexText(result.data, result.dataLength)}};
+            {"data", HexText(result.data, result.dataLen)}};
 }
 
 Json Fields(const protocol::TargetAdvRecord& record)
 {
-    return {{"business", record.business}, {"data", FormatHex(record.data)}};
+    return {{"business", record.business}, {"data", protocol::HexText(record.data)}};
 }
 
 Json Fields(const protocol::GattConnectionState& record)
@@ -71,28 +70,29 @@ Json Fields(const protocol::GattConnectionState& record)
 Json Fields(const protocol::GattValueRecord& record)
 {
     return {{"client", record.clientId},
-            {"service", FieldText(record.serviceUuid)},
-            {"characteristic", FieldText(record.charUuid)},
+            {"service", protocol::TextIn(record.serviceUuid)},
+            {"characteristic", protocol::TextIn(record.charUuid)},
             {"value", HexText(record.value, record.dataLen)},
             {"status", record.status}};
 }
 
 Json Fields(const protocol::GattPeerRecord& record)
 {
-    return {{"server", record.serverId}, {"peer", FormatAddress(record.peer)}};
+    return {{"server", record.serverId}, {"peer", protocol::AddressText(record.peer)}};
 }
 
 Json Fields(const protocol::GattPeerValueRecord& record)
 {
-    return {
-        {"server", record.serverId}, {"peer", FormatAddress(record.peer)}, {"value", record.value}};
+    return {{"server", record.serverId},
+            {"peer", protocol::AddressText(record.peer)},
+            {"value", record.value}};
 }
 
 Json Fields(const protocol::GattPeerRequestRecord& record)
 {
     return {{"server", record.serverId},
-            {"peer", FormatAddress(record.peer)},
-            {"characteristic", FieldText(record.charUuid)},
+            {"peer", protocol::AddressText(record.peer)},
+            {"characteristic", protocol::TextIn(record.charUuid)},
             {"data", HexText(record.data, record.dataLen)}};
 }
 
@@ -106,7 +106,7 @@ Json Fields(const protocol::CardStateChange& record)
     Json cards = Json::array();
     const auto count = static_cast<std::size_t>(std::max(0, record.count));
     for (const protocol::CardState& card :
-         std::span(record.entries).first(std::min(count, protocol::kMostCards))) {
+         std::span(record.cards).first(std::min(count, protocol::kMostCards))) {
         cards.push_back({{"card", card.card}, {"state", card.state}});
     }
     return {{"changed", record.changed}, {"cards", cards}};
@@ -120,14 +120,15 @@ Json Fields(const protocol::GroupChange& record)
 Json Fields(const protocol::StationChange& record)
 {
     return {{"state", record.state},
-            {"station", FieldText(record.address)},
-            {"ipAddress", FieldText(record.ipAddress)}};
+            {"station", protocol::TextIn(record.address)},
+            {"ipAddress", protocol::TextIn(record.ipAddress)}};
 }
 
 Json Fields(const protocol::SoftApAdvertisement& record)
 {
-    return {
-        {"status", record.status}, {"channel", record.channel}, {"ssid", FieldText(record.ssid)}};
+    return {{"status", record.status},
+            {"channel", record.channel},
+            {"ssid", protocol::TextIn(record.ssid)}};
 }
 
 Json NoFields()
@@ -138,31 +139,22 @@ Json NoFields()
 /// Reads one kind of notification.
 struct Reader {
     std::int32_t id;
-    Json (*read)(Payload payload);
+    Json (*read)(ByteView payload);
 };
-
-template <typename Record>
-Record Padded(Payload payload)
-{
-    Record record{};
-    if (!payload.empty()) {
-        std::memcpy(&record, payload.data(), std::min(payload.size(), sizeof record));
-    }
-    return record;
-}
 
 template <typename Record>
 constexpr Reader ReaderOf(const protocol::Notification<Record>& notification)
 {
-    return {notification.id, [](Payload payload) { return Fields(Padded<Record>(payload)); }};
+    return {notification.id,
+            [](ByteView payload) { return Fields(protocol::ReadPadded<Record>(payload)); }};
 }
 
 /// For records of one number, whose meaning depends on the notification.
 template <const char* Name>
 constexpr Reader NumberReader(const protocol::Notification<protocol::Int32Record>& notification)
 {
-    return {notification.id, [](Payload payload) -> Json {
-                return {{Name, Padded<protocol::Int32Record>(payload).value}};
+    return {notification.id, [](ByteView payload) -> Json {
+                return {{Name, protocol::ReadPadded<protocol::Int32Record>(payload).value}};
             }};
 }
 
@@ -171,10 +163,11 @@ constexpr char kChannel[] = "channel";
 constexpr char kCode[] = "code";
 
 constexpr Reader kReaders[] = {
-    {protocol::kServiceStarted.id, [](Payload) { return NoFields(); }},
+    {protocol::kServiceStarted.id, [](ByteView) { return NoFields(); }},
     {protocol::kBtStateChanged.id,
-     [](Payload payload) -> Json {
-         return {{"state", BtStateName(Padded<protocol::Int32Record>(payload).value)}};
+     [](ByteView payload) -> Json {
+         return {
+             {"state", BtStateName(protocol::ReadPadded<protocol::Int32Record>(payload).value)}};
      }},
     ReaderOf(protocol::kAdvertiseDisabled),
     ReaderOf(protocol::kScanStatus),

@@ -1,4 +1,5 @@
 #include <PelaconSDK/BleManager.h>
+#include <os/UtcTime.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Text.h>
 
@@ -15,20 +16,6 @@ namespace {
 
 constexpr std::size_t kAddressBytes = 6;
 
-int DigitValue(char digit)
-{
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - 'a' + 10;
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return -1;
-}
-
 bool IsSeparator(char character)
 {
     return character == ' ' || character == ':' || character == '-';
@@ -39,50 +26,25 @@ bool IsSeparator(char character)
 std::optional<std::vector<std::uint8_t>> BytesOf(std::string_view text)
 {
     std::vector<std::uint8_t> bytes;
-    for (std::size_t at = 0; at < text.size();) {
-        if (IsSeparator(text[at])) {
-            ++at;
-            continue;
-        }
-        const int high = DigitValue(text[at]);
-        const int low = at + 1 < text.size() ? DigitValue(text[at + 1]) : -1;
-        if (high < 0 || low < 0) {
+    while (!text.empty()) {
+        if (IsSeparator(text.front())) {
+            text.remove_prefix(1);
+        } else if (const auto byte = protocol::TakeHexByte(text)) {
+            bytes.push_back(*byte);
+        } else {
             return std::nullopt;
         }
-        bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
-        at += 2;
     }
     return bytes;
 }
 
-std::string Digits(std::uint64_t value, std::size_t count, const char* digits)
-{
-    std::string text(count, '0');
-    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, value >>= 4) {
-        *digit = digits[value & 0xF];
-    }
-    return text;
-}
-
-/// A time in fields. `convert` is gmtime or localtime, whose result all threads share.
-std::tm Fields(std::tm* (*convert)(const std::time_t*), std::chrono::system_clock::time_point time)
+/// Local time in fields. All threads share the result of localtime, hence the lock.
+std::tm LocalFields(std::chrono::system_clock::time_point time)
 {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    return *convert(&seconds);
-}
-
-/// The time in this format, with milliseconds.
-std::string Formatted(const std::tm& parts, const char* format,
-                      std::chrono::system_clock::time_point time)
-{
-    const auto sinceSecond = time - std::chrono::floor<std::chrono::seconds>(time);
-    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(sinceSecond).count();
-    std::ostringstream text;
-    text << std::put_time(&parts, format) << '.' << std::setw(3) << std::setfill('0')
-         << milliseconds;
-    return text.str();
+    return *std::localtime(&seconds);
 }
 
 /// Bytes of the UTF-8 character at the front of the text; 0 when there is none, or a control
@@ -111,9 +73,6 @@ std::size_t PrintableCharacter(std::string_view text)
     return isCharacter ? size : 0;
 }
 
-constexpr auto kUpper = "0123456789ABCDEF";
-constexpr auto kLower = "0123456789abcdef";
-
 }  // namespace
 
 std::uint64_t ParseAddress(std::string_view text)
@@ -125,27 +84,13 @@ std::uint64_t ParseAddress(std::string_view text)
                           "\" is not an address: six bytes in hexadecimal, such "
                           "as 5C:F3:70:8B:12:34.");
     }
-    std::uint64_t address = 0;
-    for (const std::uint8_t byte : *bytes) {
-        address = address << 8 | byte;
-    }
-    return address;
-}
-
-std::string FormatAddress(std::uint64_t address)
-{
-    std::string text;
-    for (std::size_t index = kAddressBytes; index-- > 0;) {
-        text += FormatHexNumber(address >> (8 * index), 2);
-        text += index > 0 ? ":" : "";
-    }
-    return text;
+    return protocol::AddressOf(*bytes);
 }
 
 std::string FormatStation(std::string_view address)
 {
     try {
-        return FormatAddress(ParseAddress(address));
+        return protocol::AddressText(ParseAddress(address));
     } catch (const Failure&) {
         return Printable(address);
     }
@@ -166,28 +111,20 @@ std::vector<std::uint8_t> ParseHex(std::string_view text)
     return *std::move(bytes);
 }
 
-std::string FormatHex(std::span<const std::uint8_t> bytes)
-{
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        text += Digits(byte, 2, kLower);
-    }
-    return text;
-}
-
-std::string FormatHexNumber(std::uint64_t value, std::size_t digits)
-{
-    return Digits(value, digits, kUpper);
-}
-
 std::string FormatTime(std::chrono::system_clock::time_point time)
 {
-    return Formatted(Fields(&std::gmtime, time), "%Y-%m-%dT%H:%M:%S", time) + "Z";
+    return os::UtcStamp(time, 'T');
 }
 
 std::string FormatClock(std::chrono::system_clock::time_point time)
 {
-    return Formatted(Fields(&std::localtime, time), "%H:%M:%S", time);
+    const std::tm fields = LocalFields(time);
+    const auto sinceSecond = time - std::chrono::floor<std::chrono::seconds>(time);
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(sinceSecond).count();
+    std::ostringstream text;
+    text << std::put_time(&fields, "%H:%M:%S") << '.' << std::setw(3) << std::setfill('0')
+         << milliseconds;
+    return text.str();
 }
 
 std::string NameOf(std::int32_t number,
@@ -247,7 +184,7 @@ std::string Fit(std::string_view text, std::size_t columns)
 std::string FormatMessageId(std::int32_t id)
 {
     const auto bits = static_cast<std::uint32_t>(id);
-    return "0x" + FormatHexNumber(bits, bits > 0xFFFFFF ? 8 : 6);
+    return "0x" + protocol::HexNumber(bits, bits > 0xFFFFFF ? 8 : 6);
 }
 
 }  // namespace pelacon::ctl

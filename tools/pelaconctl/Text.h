@@ -1,11 +1,13 @@
 // Addresses, bytes, times and states, read and written as text.
 #pragma once
 
+#include <protocol/Codec.h>
+#include <protocol/Hex.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,21 +19,12 @@ namespace pelacon::ctl {
 /// the first octet most significant. Throws Failure.
 std::uint64_t ParseAddress(std::string_view text);
 
-/// "5C:F3:70:8B:12:34"
-std::string FormatAddress(std::uint64_t address);
-
-/// The same for a station's address from the library. Text that is not an address stays as it is.
+/// A station's address from the library in that form. Text that is not an address stays as it is.
 std::string FormatStation(std::string_view address);
 
 /// Reads "0a 1B:ff": upper or lower case, blanks, colons and hyphens between bytes are allowed, and
 /// so is a leading "0x". Throws Failure.
 std::vector<std::uint8_t> ParseHex(std::string_view text);
-
-/// "0a1bff"
-std::string FormatHex(std::span<const std::uint8_t> bytes);
-
-/// A number in this many hexadecimal digits: "00D8".
-std::string FormatHexNumber(std::uint64_t value, std::size_t digits);
 
 /// "2024-05-17T09:30:12.345Z", for programs.
 std::string FormatTime(std::chrono::system_clock::time_point time);
@@ -50,14 +43,6 @@ std::string StateName(std::int32_t state,
 
 /// An adapter's state in words: "turning on".
 std::string BtStateName(std::int32_t state);
-
-/// The text of a fixed field, up to its NUL or the field's end.
-template <std::size_t Size>
-std::string_view FieldText(const char (&field)[Size])
-{
-    const std::string_view all(field, Size);
-    return all.substr(0, all.find('\0'));
-}
 
 /// Text from another device or program, safe to show: control characters and bytes that are not
 /// UTF-8 become question marks, so that the text cannot control the terminal.

@@ -21,17 +21,6 @@ inline void CheckWifi(std::int32_t result, const std::string& request)
     CheckResult(result, kWifiNoReply, request);
 }
 
-/// The address with these octets, the first one most significant.
-template <typename Octet>
-std::uint64_t AddressOf(const Octet (&octets)[6])
-{
-    std::uint64_t address = 0;
-    for (const Octet octet : octets) {
-        address = address << 8 | static_cast<std::uint8_t>(octet);
-    }
-    return address;
-}
-
 /// "channel 36"
 inline std::string ChannelText(std::int32_t channel)
 {

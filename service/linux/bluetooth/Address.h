@@ -1,9 +1,10 @@
 // Bluetooth addresses, as the radios of this tree, the kernel and BlueZ have them.
 #pragma once
 
-#include <array>
+#include <protocol/Codec.h>
+#include <protocol/Hex.h>
+
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <span>
 #include <string>
@@ -25,17 +26,7 @@ constexpr std::uint64_t AddressOf(std::span<const std::uint8_t, kAddressOctets> 
     return address;
 }
 
-/// As BlueZ writes it: "00:1B:DC:07:32:3F".
-inline std::string AddressText(std::uint64_t address)
-{
-    std::array<char, 18> text{};
-    const auto octet = [address](unsigned place) {
-        return static_cast<unsigned>(address >> (8U * place) & 0xFFU);
-    };
-    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", octet(5), octet(4),
-                  octet(3), octet(2), octet(1), octet(0));
-    return text.data();
-}
+using protocol::AddressText;  // as BlueZ writes it: "00:1B:DC:07:32:3F"
 
 /// Nothing where it is no address.
 constexpr std::optional<std::uint64_t> ParseAddress(std::string_view text)
@@ -44,26 +35,18 @@ constexpr std::optional<std::uint64_t> ParseAddress(std::string_view text)
         return std::nullopt;
     }
     std::uint64_t address = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char character = text[i];
-        if (i % 3 == 2) {
-            if (character != ':') {
+    for (std::size_t octet = 0; octet < kAddressOctets; ++octet) {
+        if (octet > 0 && !text.empty()) {
+            if (text.front() != ':') {
                 return std::nullopt;
             }
-            continue;
+            text.remove_prefix(1);
         }
-        int digit = -1;
-        if (character >= '0' && character <= '9') {
-            digit = character - '0';
-        } else if (character >= 'A' && character <= 'F') {
-            digit = character - 'A' + 10;
-        } else if (character >= 'a' && character <= 'f') {
-            digit = character - 'a' + 10;
-        }
-        if (digit < 0) {
+        const auto byte = protocol::TakeHexByte(text);
+        if (!byte) {
             return std::nullopt;
         }
-        address = address << 4U | static_cast<std::uint64_t>(digit);
+        address = address << 8U | *byte;
     }
     return address;
 }

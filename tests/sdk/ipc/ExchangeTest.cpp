@@ -141,16 +141,6 @@ TEST_F(SdkTest, ExchangeReadsZerosWhereAReplyIsTooShort)
     }
 }
 
-TEST(FixedTextTest, EndsAtItsNulOrItsField)
-{
-    const char terminated[4] = {'a', 'b', '\0', 'c'};
-    const char full[3] = {'a', 'b', 'c'};
-    const char empty[2] = {'\0', 'x'};
-    EXPECT_EQ(FixedText(terminated), "ab");
-    EXPECT_EQ(FixedText(full), "abc");
-    EXPECT_EQ(FixedText(empty), "");
-}
-
 TEST(ExchangeLengthTest, APayloadBeyondTheLengthFieldIsNotCut)
 {
     EXPECT_EQ(detail::LengthOf(0xFFFFFFFE), 0xFFFFFFFEU);

@@ -32,9 +32,10 @@ TEST(Text, RejectsTextThatIsNotAnAddress)
 
 TEST(Text, FormatsAddressesOctetByOctet)
 {
-    EXPECT_EQ(FormatAddress(0x5CF3708B1234U), "5C:F3:70:8B:12:34");
-    EXPECT_EQ(FormatAddress(0x0000000000AAU), "00:00:00:00:00:AA");
-    EXPECT_EQ(FormatAddress(0xFFFF5CF3708B1234U), "5C:F3:70:8B:12:34") << "the low six bytes";
+    EXPECT_EQ(protocol::AddressText(0x5CF3708B1234U), "5C:F3:70:8B:12:34");
+    EXPECT_EQ(protocol::AddressText(0x0000000000AAU), "00:00:00:00:00:AA");
+    EXPECT_EQ(protocol::AddressText(0xFFFF5CF3708B1234U), "5C:F3:70:8B:12:34")
+        << "the low six bytes";
 }
 
 TEST(Text, ParsesHexadecimalWithAndWithoutSeparators)
@@ -54,8 +55,8 @@ TEST(Text, RejectsTextThatIsNotHexadecimal)
 
 TEST(Text, FormatsBytesAndIdsWithAllDigits)
 {
-    EXPECT_EQ(FormatHex(ByteVector{0x00, 0x0A, 0xFF}), "000aff");
-    EXPECT_EQ(FormatHex(ByteVector()), "");
+    EXPECT_EQ(protocol::HexText(ByteVector{0x00, 0x0A, 0xFF}), "000aff");
+    EXPECT_EQ(protocol::HexText(ByteVector()), "");
     EXPECT_EQ(FormatMessageId(0xD80062), "0xD80062");
     EXPECT_EQ(FormatMessageId(0x62), "0x000062");
     EXPECT_EQ(FormatMessageId(-1), "0xFFFFFFFF");

@@ -226,10 +226,10 @@ void Advertise(const AdvertiseOptions& options, const Console& console)
     advertiser.Start(params, data);
     const auto end = Deadline::clock::now() + std::chrono::milliseconds(params.sendTotalTime);
     console.Report({{"event", "advertising"},
-                    {"data", FormatHex(data.advData)},
-                    {"scanResponse", FormatHex(data.scanResp)}},
-                   "Advertising " + std::to_string(data.advData.size()) +
-                       " of 31 bytes: " + FormatHex(data.advData) + ". Press Ctrl-C to stop.");
+                    {"data", protocol::HexText(data.advData)},
+                    {"scanResponse", protocol::HexText(data.scanResp)}},
+                   "Advertising " + std::to_string(data.advData.size()) + " of 31 bytes: " +
+                       protocol::HexText(data.advData) + ". Press Ctrl-C to stop.");
     while (loop.Continues()) {
         const auto event = loop.Next();
         if (event && (event->status != kBleAdvServiceRestart ||

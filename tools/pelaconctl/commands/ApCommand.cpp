@@ -83,7 +83,7 @@ void Create(SoftApBand band, std::int32_t purpose, const Console& console)
             "PelaconService did not create a soft AP in time; the request was cancelled.");
     }
     CheckSoftAp(result, "create a soft AP");
-    const std::string address = FormatAddress(AddressOf(info.mac));
+    const std::string address = protocol::AddressText(protocol::AddressOf(info.mac));
     const std::string channel = ChannelText(info.apByte1);
     console.Report({{"ssid", Printable(info.ssid)},
                     {"passPhrase", Printable(info.password)},

@@ -21,7 +21,7 @@ class ApPoster : public ISoftApConnectStatus, public ISoftAPNotification {
 
     void OnAdvertisementState(const SoftApAdvertisementState* state) override
     {
-        const std::string ssid = Printable(FieldText(state->ssid));
+        const std::string ssid = Printable(protocol::TextIn(state->ssid));
         const std::string where = ssid + " on " + ChannelText(state->channel);
         const std::string line =
             state->status == kSoftApAdvertisementStopped ? "the soft AP was destroyed"

@@ -50,12 +50,12 @@ void ShowBluetooth(const Console& console)
     const LibrarySession session;
     BtInfo info{};
     Check(GetBtMacAndName(&info), "read the adapter's address and name");
-    const std::string name(FieldText(info.name));
+    const std::string name(protocol::TextIn(info.name));
     const std::string state = BtStateName(BluetoothRadio::State());
-    console.Report(
-        {{"state", state}, {"name", name}, {"address", FormatAddress(info.mac)}},
-        "Bluetooth is " + console.Styled(Console::Style::kBold, state) + "." +
-            console.Rows({{"Name", Printable(name)}, {"Address", FormatAddress(info.mac)}}));
+    console.Report({{"state", state}, {"name", name}, {"address", protocol::AddressText(info.mac)}},
+                   "Bluetooth is " + console.Styled(Console::Style::kBold, state) + "." +
+                       console.Rows({{"Name", Printable(name)},
+                                     {"Address", protocol::AddressText(info.mac)}}));
 }
 
 void ShowName(const Console& console)
@@ -87,8 +87,9 @@ void ShowConnected(const std::string& addressText, bool classic, const Console& 
         FailForNoAnswer("check the connection");
     }
     const bool connected = status == kDeviceConnected;
-    console.Report({{"address", FormatAddress(address)}, {"connected", connected}},
-                   FormatAddress(address) + (connected ? " is connected." : " is not connected."));
+    console.Report(
+        {{"address", protocol::AddressText(address)}, {"connected", connected}},
+        protocol::AddressText(address) + (connected ? " is connected." : " is not connected."));
 }
 
 }  // namespace

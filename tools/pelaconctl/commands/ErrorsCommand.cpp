@@ -11,7 +11,7 @@ namespace {
 
 std::string CodeText(std::int32_t code)
 {
-    return "0x" + FormatHexNumber(static_cast<std::uint32_t>(code), 8);
+    return "0x" + protocol::HexNumber(static_cast<std::uint32_t>(code), 8);
 }
 
 /// The record's time is the one at which the error was reported.

@@ -207,9 +207,9 @@ void TakeInput(const std::string& line, Server& server, const Console& console)
 
 void ReportPeer(const PeerEvent& event, const Console& console)
 {
-    Json record{{"event", event.what}, {"peer", FormatAddress(event.peer)}};
+    Json record{{"event", event.what}, {"peer", protocol::AddressText(event.peer)}};
     record.update(event.fields);
-    console.Report(record, FormatAddress(event.peer) + event.line);
+    console.Report(record, protocol::AddressText(event.peer) + event.line);
 }
 
 void Serve(const std::string& file, std::optional<double> seconds, const Console& console)
@@ -221,8 +221,8 @@ void Serve(const std::string& file, std::optional<double> seconds, const Console
     Check(GetBtMacAndName(&info), "read the adapter's address");
     EventLoop<ServerEvent> loop(seconds);
     Server server(services);
-    console.Report({{"event", "serving"}, {"address", FormatAddress(info.mac)}},
-                   "Serving under " + FormatAddress(info.mac) +
+    console.Report({{"event", "serving"}, {"address", protocol::AddressText(info.mac)}},
+                   "Serving under " + protocol::AddressText(info.mac) +
                        ". Lines such as 2A37 0048 set values. Press Ctrl-C to stop.");
     ReadInput();
     while (loop.Continues()) {

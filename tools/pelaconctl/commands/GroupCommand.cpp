@@ -12,10 +12,10 @@ namespace {
 void ReportGroup(const Vod2dSoftAPInfo& info, const Json& more,
                  const std::vector<Console::Row>& moreRows, const Console& console)
 {
-    const std::string ssid = Printable(FieldText(info.ssid));
-    const std::string passPhrase = Printable(FieldText(info.pwd));
-    const std::string address = FormatAddress(AddressOf(info.mac));
-    const std::string ipAddress = Printable(FieldText(info.ipAddress));
+    const std::string ssid = Printable(protocol::TextIn(info.ssid));
+    const std::string passPhrase = Printable(protocol::TextIn(info.pwd));
+    const std::string address = protocol::AddressText(protocol::AddressOf(info.mac));
+    const std::string ipAddress = Printable(protocol::TextIn(info.ipAddress));
     Json record{{"exists", info.active != 0}, {"ssid", ssid},           {"passPhrase", passPhrase},
                 {"address", address},         {"ipAddress", ipAddress}, {"channel", info.channel}};
     record.update(more);
@@ -103,7 +103,8 @@ void ShowInfo(const Console& console)
     }
     char mac[6] = {};
     CheckWifi(Vod2dGetBaseMacAddress(mac, sizeof mac), "read the adapter's address");
-    const std::string adapter = FormatAddress(AddressOf(mac));
+    const std::string adapter = protocol::AddressText(
+        protocol::AddressOf({reinterpret_cast<const std::uint8_t*>(mac), sizeof mac}));
     ReportGroup(
         info,
         {{"stations", link.stationCount},

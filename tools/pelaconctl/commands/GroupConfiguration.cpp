@@ -28,7 +28,8 @@ void ShowConfiguration(const std::string& role, const Console& console)
     const std::span bytes(blob, static_cast<std::size_t>(length));
     const std::string text(bytes.begin(), bytes.end());
     const bool isText = Printable(text) == text;
-    console.Report({{"role", role}, {"data", FormatHex(bytes)}}, isText ? text : FormatHex(bytes));
+    console.Report({{"role", role}, {"data", protocol::HexText(bytes)}},
+                   isText ? text : protocol::HexText(bytes));
 }
 
 void SetConfiguration(const std::string& role, std::vector<std::uint8_t> bytes,
@@ -44,7 +45,7 @@ void SetConfiguration(const std::string& role, std::vector<std::uint8_t> bytes,
     CheckWifi(Vod2dSetPeerWifiCfgInfo(static_cast<PeerCfgType>(TypeOf(role)), bytes.data(), length),
               "set the configuration");
     bytes.resize(static_cast<std::size_t>(length));
-    console.Report({{"role", role}, {"data", FormatHex(bytes)}},
+    console.Report({{"role", role}, {"data", protocol::HexText(bytes)}},
                    "Other programs now read it as their own configuration.");
 }
 
@@ -73,7 +74,7 @@ void ShowInterface(const std::string& name, std::optional<std::int32_t> scene,
         std::string copy = name;
         CheckWifi(Vod2dSetUpperScene(copy.data(), length, {{}, *scene}), "set the scene");
     }
-    const std::string text = Printable(FieldText(guid));
+    const std::string text = Printable(protocol::TextIn(guid));
     console.Report({{"name", name}, {"guid", text}}, text);
 }
 

@@ -21,8 +21,8 @@ void OnGroup(Vod2dGroupChange change)
 void OnStation(const Vod2dStationChange* change)
 {
     const bool joined = change->state == kVod2dStationJoined;
-    const std::string address = FormatStation(FieldText(change->address));
-    const std::string ipAddress = Printable(FieldText(change->ipAddress));
+    const std::string address = FormatStation(protocol::TextIn(change->address));
+    const std::string ipAddress = Printable(protocol::TextIn(change->ipAddress));
     Events<WatchedEvent>().Post(
         {{{"event", "station"}, {"address", address}, {"ipAddress", ipAddress}, {"joined", joined}},
          "station " + address + (joined ? " joined, " + ipAddress : " left")});
@@ -33,8 +33,9 @@ void OnConfiguration(const Vod2dWifiCfgEvent* event)
     const std::span bytes(event->blob, static_cast<std::size_t>(event->length));
     const std::string text(bytes.begin(), bytes.end());
     const std::string role = event->type == kPeerCfgGroupOwner ? "owner" : "station";
-    Events<WatchedEvent>().Post({{{"event", "config"}, {"role", role}, {"data", FormatHex(bytes)}},
-                                 "configuration of " + role + ": " + Printable(text)});
+    Events<WatchedEvent>().Post(
+        {{{"event", "config"}, {"role", role}, {"data", protocol::HexText(bytes)}},
+         "configuration of " + role + ": " + Printable(text)});
 }
 
 void OnCard(const WifiCardStateEvent* event)

@@ -19,7 +19,7 @@ void ShowNotification(const TagIPCMessageItem& item, const Console& console)
     const std::string name = NotificationName(item.msgId);
     const std::span<const std::uint8_t> payload(item.message, item.length);
     const Json fields = NotificationFields(item.msgId, payload);
-    const std::string bytes = FormatHex(payload);
+    const std::string bytes = protocol::HexText(payload);
     const std::string padding(name.size() < kNameWidth ? kNameWidth - name.size() : 1, ' ');
     console.Report({{"time", FormatTime(now)},
                     {"name", name},

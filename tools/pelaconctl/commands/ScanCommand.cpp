@@ -154,11 +154,11 @@ Json RecordOf(const BleScanResultC& result)
     const std::span<const std::uint8_t> bytes(
         result.data, std::min<std::size_t>(result.dataLen, sizeof result.data));
     Json record{{"time", FormatTime(std::chrono::system_clock::now())},
-                {"address", FormatAddress(result.address)},
+                {"address", protocol::AddressText(result.address)},
                 {"rssi", result.rssi},
                 {"event", EventName(result.eventType)}};
     AddFields(record, ReadAdvertisedData(bytes));
-    record["data"] = FormatHex(bytes);
+    record["data"] = protocol::HexText(bytes);
     return record;
 }
 

@@ -31,7 +31,7 @@ class TargetsListener {
 void Show(const TargetAdvInfo& info, const Console& console)
 {
     const auto now = std::chrono::system_clock::now();
-    const std::string data = FormatHex(info.data);
+    const std::string data = protocol::HexText(info.data);
     console.Report({{"time", FormatTime(now)},
                     {"business", static_cast<std::int32_t>(info.business)},
                     {"data", data}},
@@ -71,7 +71,7 @@ void Send(std::int32_t business, const std::string& hex, const Console& console)
     const LibrarySession session;
     Check(BleOnRecvVoviewData(info), "send a targeted advertisement");
     console.Report(
-        {{"business", business}, {"data", FormatHex(info.data)}},
+        {{"business", business}, {"data", protocol::HexText(info.data)}},
         "Sent to the programs that listen for business " + std::to_string(business) + ".");
 }
 
