@@ -44,22 +44,41 @@ using diag::LogStart;
 
 using protocol::Notification;
 
-/// Calls the handler with the notification's record: the record itself, a pointer to it, or, where
-/// it consists of one number, that number.
+/// The argument of a handler: the notification's record, a pointer to it, or, where the record
+/// consists of one number, that number.
+template <typename Argument, typename Record>
+Argument ArgumentFrom(const TagIPCMessageItem& item)
+{
+    if constexpr (std::is_same_v<Argument, const Record*>) {
+        return RecordIn<Record>(item.message);
+    } else if constexpr (std::is_same_v<Argument, Record>) {
+        return ReadRecord<Record>(item.message);
+    } else {
+        static_assert(std::is_same_v<Record, protocol::Int32Record> && std::is_integral_v<Argument>,
+                      "this handler takes another record");
+        return static_cast<Argument>(ReadRecord<Record>(item.message).value);
+    }
+}
+
+/// Calls a registry's handler.
 template <typename Record, typename Callbacks, typename Argument>
 void Handle(const Notification<Record>& /*notification*/, void (Callbacks::*handler)(Argument),
             const TagIPCMessageItem& item)
 {
-    auto& callbacks = Registry<Callbacks>();
-    if constexpr (std::is_same_v<Argument, const Record*>) {
-        (callbacks.*handler)(RecordIn<Record>(item.message));
-    } else if constexpr (std::is_same_v<Argument, const Record&>) {
-        (callbacks.*handler)(ReadRecord<Record>(item.message));
-    } else {
-        static_assert(std::is_same_v<Record, protocol::Int32Record> && std::is_integral_v<Argument>,
-                      "this handler takes another record");
-        (callbacks.*handler)(static_cast<Argument>(ReadRecord<Record>(item.message).value));
-    }
+    (Registry<Callbacks>().*handler)(ArgumentFrom<std::remove_cvref_t<Argument>, Record>(item));
+}
+
+/// Calls a handler of this file.
+template <typename Record, typename Argument>
+void Handle(const Notification<Record>& /*notification*/, void (*handler)(Argument),
+            const TagIPCMessageItem& item)
+{
+    handler(ArgumentFrom<std::remove_cvref_t<Argument>, Record>(item));
+}
+void Handle(const Notification<protocol::Nothing>& /*notification*/, void (*handler)(),
+            const TagIPCMessageItem& /*item*/)
+{
+    handler();
 }
 
 enum class WithoutPayload { kDropped, kPassedOn };
@@ -70,31 +89,32 @@ struct Route {
     WithoutPayload withoutPayload = WithoutPayload::kDropped;
 };
 
-/// The route of a notification to its handler in a registry.
+/// The route of a notification to its handler. Does not compile if the handler takes another
+/// record.
 template <const auto& kNotification, auto kHandler>
-constexpr Route On()
+constexpr Route On(WithoutPayload withoutPayload = WithoutPayload::kDropped)
 {
     return {kNotification.id,
-            [](const TagIPCMessageItem& item) { Handle(kNotification, kHandler, item); }};
+            [](const TagIPCMessageItem& item) { Handle(kNotification, kHandler, item); },
+            withoutPayload};
 }
 
-// Routes to more than one handler, and those that log a line first.
+// Handlers that call more than one registry, or none, and those that log a line first.
 
-void OnRecvTargertAdvCb(const TagIPCMessageItem& item)
+void OnRecvTargertAdvCb(const TargetAdvInfo* record)
 {
     constexpr auto kFunction = "OnRecvTargertAdvCb";
     LogStart(kFunction);
-    if (item.message == nullptr) {
+    if (record == nullptr) {
         Log(kLogIncomplete, kFunction, "ipcMsg.message is nullptr, return");
         return;
     }
-    Registry<TargetAdvCallbacks>().OnRecvTargetAdv(ReadRecord<TargetAdvInfo>(item.message));
+    Registry<TargetAdvCallbacks>().OnRecvTargetAdv(*record);
     LogEnd(kFunction);
 }
 
-void OnGattPeerWrites(const TagIPCMessageItem& item)
+void OnGattPeerWrites(const protocol::GattPeerRequestRecord* record)
 {
-    const auto* record = RecordIn<protocol::GattPeerRequestRecord>(item.message);
     Log(kLogTrace, "OnServerWriteCallbackCb", "len :", record->dataLen);
     Registry<GattServerCallbacks>().OnServerWriteCallback(record);
 }
@@ -102,43 +122,40 @@ void OnGattPeerWrites(const TagIPCMessageItem& item)
 // The text belongs to the card-state notification, and the level to failures; both are kept.
 constexpr auto kCardStateEnter = "WifiCardStateChangeCb enter";
 
-void OnWifiCardState(const TagIPCMessageItem& item)
+void OnWifiCardState(const protocol::CardStateChange& record)
 {
     Log(kLogFailure, "WifiCardStateChangeCb", kCardStateEnter);
-    Handle(protocol::kWifiCardStateChange, &WifiConfigCallbacks::WifiCardStateChangeCallback, item);
+    Registry<WifiConfigCallbacks>().WifiCardStateChangeCallback(record);
 }
 
-void OnWifiConnectChannel(const TagIPCMessageItem& item)
+void OnWifiConnectChannel(std::int32_t channel)
 {
     Log(kLogFailure, "WifiConnectChannelCallbackCb", kCardStateEnter);
-    Handle(protocol::kWifiConnectChannel, &WifiStateListeners::WifiConnectChannelCallback, item);
+    Registry<WifiStateListeners>().WifiConnectChannelCallback(channel);
 }
 
-void OnWifiSwitchState(const TagIPCMessageItem& item)
+void OnWifiSwitchState(std::int32_t state)
 {
     Log(kLogTrace, "WifiSwitchStateChangeCallback", "PelaconSDK rcv default wifi switch msg");
-    Handle(protocol::kWifiSwitchState, &WifiStateListeners::WifiSwitchStateChangeCallback, item);
+    Registry<WifiStateListeners>().WifiSwitchStateChangeCallback(state);
 }
 
-void OnSoftApAdvertisement(const TagIPCMessageItem& item)
+void OnSoftApAdvertisement(const protocol::SoftApAdvertisement* record)
 {
-    const auto* record = RecordIn<protocol::SoftApAdvertisement>(item.message);
     Registry<SoftApListeners>().SoftapAdvertisemenStatusBack(record->status);
     Registry<SoftApListeners>().SoftapAdvertisemenStateBack(record);
 }
 
-void OnErrorStatus(const TagIPCMessageItem& item)
+void OnErrorStatus(std::int32_t code)
 {
-    const auto code =
-        static_cast<ConnectErrorCode>(ReadRecord<protocol::Int32Record>(item.message).value);
     try {
-        ErrorStatus::GetInstance()->PostNotification(code);
+        ErrorStatus::GetInstance()->PostNotification(static_cast<ConnectErrorCode>(code));
     } catch (const std::system_error&) {  // its worker cannot be started: there is no listener yet
         Log(kLogFailure, "OnErrorStatus", "catch error");
     }
 }
 
-void OnServiceStarted(const TagIPCMessageItem& /*item*/)
+void OnServiceStarted()
 {
     constexpr auto kFunction = "ServiceStartNotifyCallbackCb";
     LogStart(kFunction);
@@ -148,7 +165,7 @@ void OnServiceStarted(const TagIPCMessageItem& /*item*/)
 
 constexpr Route kRoutes[] = {
     On<protocol::kSoftApConnectStatus, &SoftApListeners::ConnectStatusCallBack>(),
-    {protocol::kSoftApAdvertisement.id, OnSoftApAdvertisement},
+    On<protocol::kSoftApAdvertisement, &OnSoftApAdvertisement>(),
     On<protocol::kSoftApDeviceConnection, &SoftApListeners::SoftapDeviceConnectionStatusBack>(),
     On<protocol::kSoftApGroupsChange, &GroupCallbacks::SoftAPGroupsChangeCallBack>(),
     On<protocol::kSoftApConnectionStateChange,
@@ -160,7 +177,7 @@ constexpr Route kRoutes[] = {
     On<protocol::kBtStateChanged, &BleManagerCallbacks::OnBtStateChanged>(),
     On<protocol::kScanStatus, &ScanCallbacks::OnScanStatus>(),
     On<protocol::kScanResult, &ScanCallbacks::OnScanResult>(),
-    {protocol::kTargetAdvReceived.id, OnRecvTargertAdvCb, WithoutPayload::kPassedOn},
+    On<protocol::kTargetAdvReceived, &OnRecvTargertAdvCb>(WithoutPayload::kPassedOn),
 };
 
 constexpr Route kRoutesExt[] = {
@@ -169,14 +186,14 @@ constexpr Route kRoutesExt[] = {
     On<protocol::kGattNotifySent, &GattServerCallbacks::NotifySendCallback>(),
     On<protocol::kGattMtuChanged, &GattServerCallbacks::MtuChangeCallback>(),
     On<protocol::kGattPeerReads, &GattServerCallbacks::OnServerReadCallback>(),
-    {protocol::kGattPeerWrites.id, OnGattPeerWrites},
-    {protocol::kErrorStatus.id, OnErrorStatus},
+    On<protocol::kGattPeerWrites, &OnGattPeerWrites>(),
+    On<protocol::kErrorStatus, &OnErrorStatus>(),
     On<protocol::kWifiCfgChanged, &WifiConfigCallbacks::WifiCfgCallback>(),
     On<protocol::kConnNotify, &WifiConfigCallbacks::ConnNotifyCallback>(),
-    {protocol::kWifiCardStateChange.id, OnWifiCardState},
-    {protocol::kWifiConnectChannel.id, OnWifiConnectChannel},
-    {protocol::kServiceStarted.id, OnServiceStarted, WithoutPayload::kPassedOn},
-    {protocol::kWifiSwitchState.id, OnWifiSwitchState},
+    On<protocol::kWifiCardStateChange, &OnWifiCardState>(),
+    On<protocol::kWifiConnectChannel, &OnWifiConnectChannel>(),
+    On<protocol::kServiceStarted, &OnServiceStarted>(WithoutPayload::kPassedOn),
+    On<protocol::kWifiSwitchState, &OnWifiSwitchState>(),
 };
 
 static_assert(std::size(kRoutes) + std::size(kRoutesExt) == 26);
