@@ -1,6 +1,7 @@
 // The adapter: on and off, name, address, state.
 #pragma once
 
+#include <PelaconSDK/BleManager.h>
 #include <protocol/Operation.h>
 
 #include <cstddef>
@@ -9,7 +10,7 @@ namespace pelacon::protocol {
 
 using namespace std::chrono_literals;
 
-inline constexpr std::size_t kBtNameSize = 64;
+inline constexpr std::size_t kBtNameSize = sizeof BtInfo::name;
 
 #pragma pack(push, 4)  // the record ends with its status, without padding
 struct MacAndNameReply {

@@ -11,10 +11,9 @@ namespace pelacon::protocol {
 using namespace std::chrono_literals;
 
 inline constexpr std::size_t kMostScanFilters = 5;
-inline constexpr std::size_t kScanPatternSize = 32;
 
 /// The most that an advertisement or a scan response holds.
-inline constexpr std::size_t kMostAdvData = 31;
+inline constexpr std::size_t kMostAdvData = sizeof BleScanResultC::data;
 
 struct ScanListenerRequest {
     std::int32_t listenerId;

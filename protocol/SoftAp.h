@@ -41,8 +41,10 @@ static_assert(offsetof(SoftApInfoMessage, apByte2) == 317);
 static_assert(offsetof(SoftApInfoMessage, requestInt) == 320);
 static_assert(offsetof(SoftApInfoMessage, errorCode) == 324);
 
+inline constexpr std::size_t kLongestModelName = 255;
+
 struct ModelNameReply {
-    char name[256];
+    char name[kLongestModelName + 1];
     std::uint8_t result;
 };
 static_assert(sizeof(ModelNameReply) == 257);

@@ -5,12 +5,13 @@
 #include <protocol/Operation.h>
 
 #include <cstddef>
+#include <type_traits>
 
 namespace pelacon::protocol {
 
 using namespace std::chrono_literals;
 
-inline constexpr std::size_t kWifiCfgSize = 512;
+inline constexpr std::size_t kWifiCfgSize = sizeof Vod2dWifiCfgEvent::blob;
 
 struct SelfWifiCfgReply {
     std::uint8_t blob[kWifiCfgSize];
@@ -63,7 +64,12 @@ using CardState = WifiCardStateInfo;
 static_assert(sizeof(CardState) == 8);
 static_assert(offsetof(CardState, state) == 4);
 
-inline constexpr std::size_t kMostCards = 5;
+using CardStateChange = WifiCardStateEvent;
+static_assert(sizeof(CardStateChange) == 48);
+static_assert(offsetof(CardStateChange, changed) == 40);
+static_assert(offsetof(CardStateChange, count) == 44);
+
+inline constexpr std::size_t kMostCards = std::extent_v<decltype(CardStateChange::cards)>;
 
 struct CardStateReply {
     CardState entries[kMostCards];
@@ -73,11 +79,6 @@ struct CardStateReply {
 static_assert(sizeof(CardStateReply) == 48);
 static_assert(offsetof(CardStateReply, count) == 40);
 static_assert(offsetof(CardStateReply, status) == 44);
-
-using CardStateChange = WifiCardStateEvent;
-static_assert(sizeof(CardStateChange) == 48);
-static_assert(offsetof(CardStateChange, changed) == 40);
-static_assert(offsetof(CardStateChange, count) == 44);
 
 using ConnNotifyRequest = Vod2dConnNotifyRequest;
 static_assert(sizeof(ConnNotifyRequest) == 32);

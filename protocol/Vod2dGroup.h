@@ -71,12 +71,11 @@ static_assert(sizeof(WifiActiveReply) == 8);
 static_assert(offsetof(WifiActiveReply, status) == 4);
 
 struct LinkGroupReply {
-    std::int32_t groupState;
-    std::int32_t stationCount;
+    Vod2dLinkGroup group;
     std::int32_t status;
 };
 static_assert(sizeof(LinkGroupReply) == 12);
-static_assert(offsetof(LinkGroupReply, stationCount) == 4);
+static_assert(offsetof(Vod2dLinkGroup, stationCount) == 4);
 static_assert(offsetof(LinkGroupReply, status) == 8);
 
 using GroupChange = Vod2dGroupChange;

@@ -11,6 +11,7 @@
 
 using namespace pelacon;
 
+// The application's record has unnamed padding, so it is not the one on the wire.
 static_assert(sizeof(Vod2dSoftAPInfo) == sizeof(protocol::GroupInfo));
 static_assert(offsetof(Vod2dSoftAPInfo, pwd) == offsetof(protocol::GroupInfo, pwd));
 static_assert(offsetof(Vod2dSoftAPInfo, mac) == offsetof(protocol::GroupInfo, mac));
@@ -112,7 +113,7 @@ WifiErrorCode Vod2dApi::Vod2dGetGroupInfoConnected(Vod2dLinkGroup* group)
     }
     return call.Send(protocol::kGetGroupInfoConnected, {},
                      [&](const protocol::LinkGroupReply& reply) {
-                         *group = {reply.groupState, reply.stationCount};
+                         *group = reply.group;
                          return WifiStatusOf(reply);
                      });
 }

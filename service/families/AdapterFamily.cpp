@@ -47,7 +47,8 @@ AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.G
     router.Serve(protocol::kIsDeviceConnected,
                  [this](Session&, const protocol::DeviceConnectedRequest& request) {
                      const auto type = static_cast<radio::BluetoothType>(request.type);
-                     return Int32Record{adapter_.IsConnected(request.address, type) ? 1 : 0};
+                     const bool connected = adapter_.IsConnected(request.address, type);
+                     return Int32Record{connected ? kDeviceConnected : kDeviceDisconnected};
                  });
 }
 

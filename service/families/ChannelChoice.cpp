@@ -11,8 +11,6 @@ using radio::Wifi;
 
 namespace {
 
-constexpr std::int32_t kAnyBand = 0;
-
 std::span<const std::int32_t> ChannelsOf(const ChannelWish& wish)
 {
     return std::span(wish.channels).first(static_cast<std::size_t>(wish.channelCount));
@@ -20,7 +18,7 @@ std::span<const std::int32_t> ChannelsOf(const ChannelWish& wish)
 
 bool Satisfies(const Wifi::Channel& channel, const ChannelWish& wish)
 {
-    const bool rightBand = wish.band == kAnyBand ||
+    const bool rightBand = wish.band == kVod2dBandAny ||
                            wish.band == static_cast<std::int32_t>(radio::BandOf(channel.number));
     const auto channels = ChannelsOf(wish);
     return rightBand &&
@@ -51,8 +49,9 @@ RecommendedChannel Judged(const Wifi::Channel& channel, std::span<const ChannelW
 
 bool IsValid(const ChannelWish& wish)
 {
-    return wish.band >= kAnyBand && wish.band <= static_cast<std::int32_t>(radio::Band::k5GHz) &&
-           wish.bandwidth >= 0 && wish.channelCount >= 0 &&
+    return wish.band >= kVod2dBandAny &&
+           wish.band <= static_cast<std::int32_t>(radio::Band::k5GHz) && wish.bandwidth >= 0 &&
+           wish.channelCount >= 0 &&
            wish.channelCount <= static_cast<std::int32_t>(std::size(wish.channels));
 }
 

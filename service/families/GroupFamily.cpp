@@ -42,10 +42,15 @@ ServiceStatus StatusOf(GroupOutcome outcome)
     return protocol::kStatusNotSupported;
 }
 
+Vod2dGroupState GroupStateOf(bool exists)
+{
+    return exists ? kVod2dGroupExists : kVod2dGroupNone;
+}
+
 protocol::StationChange ChangeOf(const radio::Station& station, bool joined)
 {
     protocol::StationChange change{};
-    change.state = joined ? 1 : 0;
+    change.state = joined ? kVod2dStationJoined : kVod2dStationLeft;
     PutText(change.address, AddressDigits(station.address));
     PutText(change.ipAddress, station.ipAddress);
     return change;
@@ -83,9 +88,9 @@ void GroupFamily::ServeQuestions(Router& router)
         return protocol::GroupInfoReply{Info(), protocol::kStatusDone};
     });
     router.Serve(protocol::kGetGroupInfoConnected, [this](Session&, const Nothing&) {
-        return protocol::LinkGroupReply{groups_.Exists() ? 1 : 0,
-                                        static_cast<std::int32_t>(groups_.Stations().size()),
-                                        protocol::kStatusDone};
+        return protocol::LinkGroupReply{
+            {GroupStateOf(groups_.Exists()), static_cast<std::int32_t>(groups_.Stations().size())},
+            protocol::kStatusDone};
     });
     router.Serve(protocol::kIsWifiActive, [this](Session&, const Nothing&) {
         return protocol::WifiActiveReply{
@@ -146,7 +151,7 @@ void GroupFamily::ClientArrived(Session& session, bool returning)
     listeners_.insert(&session);
     if (!groups_.IsCreating()) {
         session.Notify(protocol::kSoftApGroupsChange,
-                       {groups_.Exists() ? 1 : 0, protocol::kStatusInterrupted});
+                       {GroupStateOf(groups_.Exists()), protocol::kStatusInterrupted});
     }
     // Its library has reported all stations gone.
     for (const radio::Station& station : groups_.Stations()) {
@@ -249,7 +254,7 @@ std::int32_t GroupFamily::Frequency() const
 void GroupFamily::NotifyGroup(bool exists, GroupOutcome reason) const
 {
     for (Session* session : listeners_) {
-        session->Notify(protocol::kSoftApGroupsChange, {exists ? 1 : 0, StatusOf(reason)});
+        session->Notify(protocol::kSoftApGroupsChange, {GroupStateOf(exists), StatusOf(reason)});
     }
 }
 

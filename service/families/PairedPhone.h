@@ -1,6 +1,7 @@
 // What is known about the phone that the soft AP is for, and the channels that both can use.
 #pragma once
 
+#include <protocol/SoftAp.h>
 #include <service/radio/Channels.h>
 #include <service/radio/Wifi.h>
 
@@ -12,7 +13,7 @@
 namespace pelacon::service {
 
 struct PairedPhone {
-    static constexpr std::size_t kLongestModel = 255;
+    static constexpr std::size_t kLongestModel = protocol::kLongestModelName;
 
     std::string model;
     std::vector<std::int32_t> channels24GHz;  ///< in the order in which they became known

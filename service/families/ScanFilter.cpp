@@ -42,7 +42,7 @@ std::array<std::uint8_t, kAddressSize> Octets(std::uint64_t address)
 bool MakesSense(const protocol::ScanFilter& filter)
 {
     return filter.type >= kBleScanFilterAnywhere && filter.type <= kBleScanFilterAddress &&
-           filter.patternLength <= protocol::kScanPatternSize &&
+           filter.patternLength <= sizeof filter.patternData &&
            (filter.type != kBleScanFilterAddress || filter.patternLength <= kAddressSize);
 }
 

@@ -1,7 +1,6 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/GroupWait.h>
 #include <service/families/SoftApFamily.h>
-#include <service/families/WifiText.h>
 
 #include <nlohmann/json.hpp>
 

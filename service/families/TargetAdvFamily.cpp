@@ -3,8 +3,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-
 namespace pelacon::service {
 
 using protocol::StatusReply;
@@ -18,13 +16,8 @@ constexpr std::uint64_t kUnknownMany = std::uint64_t{1} << 32U;
 
 TargetAdvFamily::TargetAdvFamily(const Context& context)
 {
-    context.radios.GetTargetAdvs().Observe([this](const radio::TargetAdv& received) {
-        TargetAdvRecord record{};
-        record.business = static_cast<BleTargetBusiness>(received.business);
-        static_assert(sizeof record.data == sizeof received.data);
-        std::copy(received.data.begin(), received.data.end(), record.data);
-        Notify(record);
-    });
+    context.radios.GetTargetAdvs().Observe(
+        [this](const TargetAdvRecord& received) { Notify(received); });
 
     Router& router = context.router;
     router.Serve(protocol::kRegisterTargetAdv, [this](Session& session, const protocol::Nothing&) {

@@ -1,3 +1,4 @@
+#include <PelaconSDK/Vod2dGroup.h>
 #include <protocol/ServiceStatus.h>
 #include <service/families/ChannelChoice.h>
 #include <service/families/WifiConfigFamily.h>
@@ -20,8 +21,6 @@ namespace {
 
 /// Types that there are: of an application's kinds of configuration, and of the scenes.
 constexpr std::int32_t kMostTypes = 16;
-constexpr std::int32_t kGroupOwner = 0;
-constexpr std::int32_t kStation = 1;
 
 constexpr std::int32_t kEveryCard = -1;
 
@@ -155,10 +154,10 @@ protocol::SelfWifiCfgReply WifiConfigFamily::SelfConfiguration(const Session& se
 /// The service's own description of this device, as text.
 Bytes WifiConfigFamily::DefaultConfiguration(std::int32_t type) const
 {
-    if (type != kGroupOwner && type != kStation) {
+    if (type != kSelfCfgGroupOwner && type != kSelfCfgStation) {
         return {};
     }
-    std::string text = type == kGroupOwner ? "role=owner" : "role=station";
+    std::string text = type == kSelfCfgGroupOwner ? "role=owner" : "role=station";
     text += ";address=" + AddressDigits(wifi_.Address()) + ";channels=";
     for (const radio::Wifi::Channel& channel : wifi_.Channels()) {
         text += std::to_string(channel.number) + ',';
@@ -290,7 +289,7 @@ void WifiConfigFamily::NotifyStation(const radio::Station& station, bool joined)
 {
     const std::string address = AddressDigits(station.address);
     protocol::WifiCfg event{};
-    event.type = joined ? 1 : 0;
+    event.type = joined ? kVod2dStationJoined : kVod2dStationLeft;
     std::ranges::copy(address, event.blob);
     event.length = static_cast<std::int32_t>(address.size());
     for (const auto& [listener, request] : connectionListeners_) {

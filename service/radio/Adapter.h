@@ -25,7 +25,7 @@ enum class BluetoothType : std::int32_t { kClassic = kBluetoothClassic, kLe = kB
 /// One Bluetooth adapter.
 class Adapter : public Interface {
   public:
-    static constexpr std::size_t kMaxName = 64;
+    static constexpr std::size_t kMaxName = sizeof BtInfo::name;
 
     virtual AdapterState State() const = 0;
     bool IsOn() const { return State() == AdapterState::kOn; }

@@ -22,7 +22,7 @@ static_assert(kBleAdvScannable == +kBleScanScannable);
 static_assert(kBleAdvNonConnectable == +kBleScanNonConnectable);
 
 /// The largest advertisement or scan response, in bytes.
-inline constexpr std::size_t kMostAdvertisingData = 31;
+inline constexpr std::size_t kMostAdvertisingData = sizeof BleScanResultC::data;
 
 /// A received advertisement or scan response.
 struct Heard {

@@ -1,20 +1,16 @@
 // Receiving targeted advertisements.
 #pragma once
 
+#include <PelaconSDK/BleScanner.h>
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
 
-#include <array>
-#include <cstdint>
 #include <functional>
 #include <utility>
 
 namespace pelacon::service::radio {
 
-struct TargetAdv {
-    std::int32_t business = 0;
-    std::array<std::uint8_t, 36> data{};
-};
+using TargetAdv = TargetAdvInfo;
 
 class TargetAdvs : public Interface {
   public:

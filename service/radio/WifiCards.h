@@ -2,6 +2,7 @@
 #pragma once
 
 #include <PelaconSDK/Vod2dConfig.h>
+#include <protocol/Vod2dConfig.h>
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
 
@@ -28,7 +29,7 @@ struct WifiInterface {
 
 class WifiCards : public Interface {
   public:
-    static constexpr std::size_t kMostCards = 5;
+    static constexpr std::size_t kMostCards = protocol::kMostCards;
 
     /// By number; at most kMostCards. The first card is the adapter that all other interfaces use.
     virtual const std::vector<CardState>& States() const = 0;

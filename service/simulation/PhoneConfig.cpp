@@ -1,3 +1,4 @@
+#include <protocol/SoftAp.h>
 #include <service/simulation/PhoneConfig.h>
 #include <service/simulation/WifiConfig.h>
 
@@ -6,8 +7,6 @@ namespace pelacon::service::simulation {
 using namespace std::chrono_literals;
 
 namespace {
-
-constexpr std::size_t kLongestModel = 255;
 
 PhoneMove ReadMove(const json::Reader& reader)
 {
@@ -30,7 +29,7 @@ PhoneConfig ReadPhone(const json::Reader& reader)
 {
     PhoneConfig config;
     reader.Object([&](json::Fields& fields) {
-        fields.Read("model", config.model, 0, kLongestModel);
+        fields.Read("model", config.model, 0, protocol::kLongestModelName);
         fields.Read("channels", config.channels, &ReadChannelNumber);
         fields.Read("connectionChannel", config.connectionChannel, &ReadConnectionChannel);
         fields.Read("moves", config.moves, &ReadMove);

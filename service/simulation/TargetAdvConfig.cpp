@@ -12,10 +12,11 @@ TargetAdvConfig ReadTargetAdv(const json::Reader& reader)
 {
     TargetAdvConfig config;
     reader.Object([&](json::Fields& fields) {
-        config.advertisement.business = fields.Required("business").Integer<std::int32_t>();
+        config.advertisement.business =
+            static_cast<BleTargetBusiness>(fields.Required("business").Integer<std::int32_t>());
         if (const auto data = fields.Optional("data")) {
-            const std::vector<std::uint8_t> bytes = data->Hex(0, config.advertisement.data.size());
-            std::copy(bytes.begin(), bytes.end(), config.advertisement.data.begin());
+            const std::vector<std::uint8_t> bytes = data->Hex(0, sizeof config.advertisement.data);
+            std::copy(bytes.begin(), bytes.end(), config.advertisement.data);
         }
         fields.Read("everyMs", config.every, 1ms, 1h);
     });

@@ -9,7 +9,7 @@
 namespace pelacon::service::simulation {
 
 struct TargetAdvConfig {
-    radio::TargetAdv advertisement;
+    radio::TargetAdv advertisement{};
     std::chrono::milliseconds every{1000};
 };
 

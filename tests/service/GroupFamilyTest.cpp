@@ -99,8 +99,8 @@ TEST_F(GroupFamilyTest, IsDescribedBeforeItExists)
     EXPECT_EQ(TextIn(reply->info.ipAddress), "10.0.0.1");
     EXPECT_EQ(reply->info.is5GHz, 0);
     const auto connected = client.Call(protocol::kGetGroupInfoConnected);
-    EXPECT_EQ(connected->groupState, 0);
-    EXPECT_EQ(connected->stationCount, 0);
+    EXPECT_EQ(connected->group.groupState, 0);
+    EXPECT_EQ(connected->group.stationCount, 0);
 }
 
 TEST_F(GroupFamilyTest, IsCreatedOnTheRequestedChannel)
@@ -115,7 +115,7 @@ TEST_F(GroupFamilyTest, IsCreatedOnTheRequestedChannel)
     EXPECT_EQ(TextIn(reply.info.ssid), "DIRECT-xy");
     EXPECT_EQ(NextChange(client), "1 because 0");
     EXPECT_EQ(client.Call(protocol::kGetFrequency)->value, 5180);
-    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 1);
+    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->group.groupState, 1);
 
     EXPECT_EQ(Remove(client), kStatusDone);
     EXPECT_EQ(NextChange(client), "0 because 0");
@@ -138,7 +138,7 @@ TEST_F(GroupFamilyTest, IsNotCreatedOnAForbiddenChannel)
     for (const std::int32_t channel : {40, 1, -1, 1000}) {
         EXPECT_EQ(Create(client, channel).status, kStatusNotSupported);
     }
-    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 0);
+    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->group.groupState, 0);
 }
 
 TEST_F(GroupFamilyTest, OnlyOneExistsAtATime)
@@ -160,7 +160,7 @@ TEST_F(GroupFamilyTest, OutlivesItsCreator)
         EXPECT_EQ(Create(client).status, kStatusDone);
     }
     TestClient client(PipeName());
-    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 1);
+    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->group.groupState, 1);
 }
 
 TEST_F(GroupFamilyTest, AFailedCreationIsNotifiedToListeners)
@@ -190,7 +190,7 @@ TEST_F(GroupFamilyTest, AppearsAfterItsCreationTimedOut)
     Listen(client);
     EXPECT_FALSE(client.Call(protocol::kCreateGroup, {}, std::chrono::milliseconds(10)));
     EXPECT_EQ(NextChange(client), "1 because 0");
-    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->groupState, 1);
+    EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->group.groupState, 1);
 }
 
 TEST_F(GroupFamilyTest, CanBeRemovedWhileItIsCreated)
@@ -306,7 +306,7 @@ TEST_F(GroupFamilyTest, StationsOfTheWorldJoinAndLeave)
         EXPECT_EQ(NextStation(client), "1 000000000001 10.0.0.2");
         EXPECT_EQ(NextStation(client), "1 000000000002 10.0.0.77");
         EXPECT_EQ(NextStation(client), "0 000000000002 ");
-        EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->stationCount, 1);
+        EXPECT_EQ(client.Call(protocol::kGetGroupInfoConnected)->group.stationCount, 1);
         EXPECT_EQ(Remove(client), kStatusDone);
         EXPECT_EQ(NextStation(client), "0 000000000001 ");
     }

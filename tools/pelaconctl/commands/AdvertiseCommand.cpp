@@ -1,6 +1,7 @@
 // pelaconctl advertise: advertising to other devices.
 #include <PelaconSDK/BleAdvertiser.h>
 #include <protocol/AdStructure.h>
+#include <protocol/BleScanner.h>
 #include <tools/pelaconctl/AdvertisedData.h>
 #include <tools/pelaconctl/commands/Kit.h>
 
@@ -11,7 +12,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr std::size_t kMaxData = 31;
+constexpr std::size_t kMaxData = protocol::kMostAdvData;
 constexpr std::uint8_t kDefaultFlags = 0x06;  // general discoverable, no classic Bluetooth
 
 struct AdvertiseOptions {

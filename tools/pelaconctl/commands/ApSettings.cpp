@@ -1,4 +1,5 @@
 // pelaconctl ap rename, move, refresh, restart, device.
+#include <protocol/SoftAp.h>
 #include <tools/pelaconctl/Spinner.h>
 #include <tools/pelaconctl/WifiCommon.h>
 #include <tools/pelaconctl/commands/Kit.h>
@@ -9,7 +10,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr std::size_t kMaxModel = 255;
+constexpr std::size_t kMaxModel = protocol::kLongestModelName;
 
 void RequireSoftAp()
 {

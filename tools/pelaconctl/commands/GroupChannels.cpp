@@ -1,5 +1,6 @@
 // pelaconctl group channels, recommend.
 #include <PelaconSDK/Vod2dApi.h>
+#include <protocol/Vod2dConfig.h>
 #include <tools/pelaconctl/WifiCommon.h>
 #include <tools/pelaconctl/commands/Kit.h>
 
@@ -11,7 +12,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr std::size_t kMaxSides = 10;
+constexpr std::size_t kMaxSides = protocol::kMostWishes;
 
 void ShowChannels(const Console& console)
 {

@@ -7,7 +7,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr std::size_t kBlobSize = 512;
+constexpr std::size_t kBlobSize = sizeof Vod2dWifiCfgEvent::blob;
 
 std::int32_t TypeOf(const std::string& role)
 {

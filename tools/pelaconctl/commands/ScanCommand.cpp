@@ -1,6 +1,7 @@
 // pelaconctl scan: the devices that advertise.
 #include <PelaconSDK/BleScanner.h>
 #include <protocol/AdStructure.h>
+#include <protocol/BleScanner.h>
 #include <tools/pelaconctl/AdvertisedData.h>
 #include <tools/pelaconctl/DeviceTable.h>
 #include <tools/pelaconctl/LiveText.h>
@@ -14,7 +15,7 @@ namespace {
 
 using Clock = DeviceTable::Clock;
 
-constexpr std::size_t kMostFilters = 5;
+constexpr std::size_t kMostFilters = protocol::kMostScanFilters;
 constexpr auto kRedrawEvery = std::chrono::milliseconds(200);
 
 struct ScanOptions {
