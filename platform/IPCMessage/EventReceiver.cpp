@@ -140,13 +140,13 @@ void EventReceiver::Register(std::int32_t messageId, Callback callback)
     callbacksVersion_.fetch_add(1, std::memory_order_release);
 }
 
-void EventReceiver::Stop()
+void EventReceiver::Stop() noexcept
 {
     std::shared_ptr<const Callbacks> forgotten;  // ends with the lock released
     Lock lock(mutex_);
     stopped_ = true;
     up_.store(false, std::memory_order_release);
-    forgotten = std::exchange(callbacks_, std::make_shared<Callbacks>());
+    forgotten = std::exchange(callbacks_, noCallbacks_);  // throws nothing, also without memory
     if (connection_) {
         connection_->Shutdown();
     }

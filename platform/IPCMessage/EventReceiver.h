@@ -46,7 +46,7 @@ class EventReceiver {
 
     /// Ends the connection and the thread and forgets the callbacks. Waits for the thread's end,
     /// unless it is the caller.
-    void Stop();
+    void Stop() noexcept;
 
     std::uint64_t Connected() const noexcept { return connected_.load(std::memory_order_relaxed); }
     std::uint64_t Unhandled() const noexcept { return unhandled_.load(std::memory_order_relaxed); }
@@ -88,7 +88,8 @@ class EventReceiver {
     bool ended_ = true;  // the receive thread has
     FrameBuffer sendBuffer_;
 
-    std::shared_ptr<const Callbacks> callbacks_ = std::make_shared<Callbacks>();
+    const std::shared_ptr<const Callbacks> noCallbacks_ = std::make_shared<Callbacks>();
+    std::shared_ptr<const Callbacks> callbacks_ = noCallbacks_;
     std::atomic<std::uint64_t> callbacksVersion_{1};  // written under the lock
 
     // The receive thread's own. It goes by a table until it sees that there is a newer one.

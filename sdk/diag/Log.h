@@ -34,11 +34,11 @@ void Write(std::wostream& line, const Piece& piece)
 template <typename... Pieces>
 void Log(LOG_MESSAGE_LEVEL level, std::string_view function, const Pieces&... pieces) noexcept
 {
-    KvLogger& logger = KvLogger::GetInstance();
-    if (!logger.IsWanted(level)) {
-        return;
-    }
     try {
+        KvLogger& logger = KvLogger::GetInstance();
+        if (!logger.IsWanted(level)) {
+            return;
+        }
         std::wstringstream line;
         line.imbue(std::locale::classic());
         line << L"[";

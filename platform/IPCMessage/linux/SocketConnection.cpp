@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <new>
 
 namespace pelacon::ipc {
 
@@ -167,7 +168,11 @@ SocketConnection::~SocketConnection() = default;
 IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
 {
     if (!batchHeaders_ || batchHeaders_->rooms[0].iov_base != batch.Room(0).data()) {
-        batchHeaders_ = std::make_unique<BatchHeaders>(batch);
+        batchHeaders_.reset(new (std::nothrow) BatchHeaders(batch));
+        if (!batchHeaders_) {  // as good as lost: the receive thread has nobody to throw to
+            batch.count = 0;
+            return IoStatus::kLost;
+        }
     }
     auto& messages = batchHeaders_->messages;
     int count = 0;

@@ -23,48 +23,14 @@
 #include <sdk/ipc/WifiConfigCallbacks.h>
 #include <sdk/ipc/WifiStateListeners.h>
 #include <tests/sdk/WifiListener.h>
+#include <tests/support/FailingAllocations.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <new>
 #include <ostream>
 #include <stdexcept>
 #include <vector>
-
-namespace {
-
-/// Allocations that this thread may still make; none fails while it is negative.
-thread_local constinit int allocationsLeft = -1;
-thread_local constinit bool allocationFailed = false;
-
-}  // namespace
-
-// Counted, these and no others: what the library calls allocates with them.
-void* operator new(std::size_t size)
-{
-    if (allocationsLeft == 0) {
-        allocationFailed = true;
-        throw std::bad_alloc();
-    }
-    if (allocationsLeft > 0) {
-        --allocationsLeft;
-    }
-    void* const memory = std::malloc(size != 0 ? size : 1);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
 
 namespace pelacon::test {
 
@@ -161,15 +127,13 @@ TEST_P(OutOfMemoryTest, LosesOneNotificationAtMost)
     TagIPCMessageItem item;
     item.msgId = GetParam().id;
     item.message = payload.data();
-    for (int allocations = 0;; ++allocations) {
-        allocationFailed = false;
-        allocationsLeft = allocations;
+    const auto runsOutAfter = [&](int allocations) {
+        const FailingAllocations memory(allocations);
         OnIpcMessage(item);
         OnIpcMessageExt(item);
-        allocationsLeft = -1;
-        if (!allocationFailed) {
-            break;
-        }
+        return memory.HasFailed();
+    };
+    for (int allocations = 0; runsOutAfter(allocations); ++allocations) {
         ASSERT_LT(allocations, 100);
     }
     called = 0;
