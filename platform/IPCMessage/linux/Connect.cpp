@@ -6,8 +6,11 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 
 namespace pelacon::ipc {
 
@@ -19,24 +22,30 @@ using namespace std::chrono_literals;
 /// longer time-outs up, and a cancelled wait ends soon.
 constexpr auto kBusyPiece = 20ms;
 
-/// The account of the system's service, or -1 if there is none.
+constexpr auto kNoUser = static_cast<uid_t>(-1);
+
+/// The account of the system's service, or kNoUser if there is none.
 uid_t ServiceAccount()
 {
-    static const uid_t account = [] {
-        passwd entry{};
-        passwd* found = nullptr;
-        std::array<char, 4096> texts{};
-        getpwnam_r(PELACON_SERVICE_ACCOUNT, &entry, texts.data(), texts.size(), &found);
-        return found != nullptr ? found->pw_uid : static_cast<uid_t>(-1);
-    }();
+    // Not initialised by the first thread that asks while others wait for it: after a fork a child
+    // would wait for a thread of its parent.
+    static constinit std::atomic<std::uint64_t> known{0};  // the account + 1
+    if (const std::uint64_t account = known) {
+        return static_cast<uid_t>(account - 1);
+    }
+    passwd entry{};
+    passwd* found = nullptr;
+    std::array<char, 4096> texts{};
+    getpwnam_r(PELACON_SERVICE_ACCOUNT, &entry, texts.data(), texts.size(), &found);
+    const uid_t account = found != nullptr ? found->pw_uid : kNoUser;
+    known = std::uint64_t{account} + 1;
     return account;
 }
 
 bool IsTrusted(const SocketConnection& connection)
 {
     const uid_t user = connection.PeerUser();
-    return user != static_cast<uid_t>(-1) &&
-           (connection.GetPeer().isOperator || user == ServiceAccount());
+    return user != kNoUser && (connection.GetPeer().isOperator || user == ServiceAccount());
 }
 
 /// Connects the socket, and waits as Connect does while its backlog is full.

@@ -1,4 +1,5 @@
 #include <os/Processes.h>
+#include <os/Singleton.h>
 
 #include <unistd.h>
 
@@ -119,8 +120,8 @@ std::uint32_t CurrentProcessId()
 const std::string& ServiceInstallPath()
 {
     // As the kernel names the executables of processes.
-    static const std::string& path = *new std::string(Resolved(PELACON_SERVICE_PATH).string());
-    return path;
+    static constinit Singleton<const std::string> path;
+    return path.Get([] { return new std::string(Resolved(PELACON_SERVICE_PATH).string()); });
 }
 
 bool VisitProcessPaths(
