@@ -101,9 +101,15 @@ std::string CheckSeed(const std::string& text)
     return CheckNumber(text, std::numeric_limits<std::uint64_t>::max());
 }
 
+/// Looked at before the program opens anything: afterwards the number may be that of a socket or a
+/// file of its own.
 std::string CheckDescriptor(const std::string& text)
 {
-    return CheckNumber(text, std::numeric_limits<int>::max());
+    std::string wrong = CheckNumber(text, std::numeric_limits<int>::max());
+    if (wrong.empty() && !os::IsOpenForWriting(std::stoi(text))) {
+        wrong = "file descriptor " + text + " is not open for writing";
+    }
+    return wrong;
 }
 
 std::string CheckWorldName(const std::string& name)

@@ -13,11 +13,15 @@ namespace pelacon::os {
 void SaveFile(const std::string& path, std::string_view contents);
 
 /// Opens a file to write at its end; it is made if need be. Programs that this one starts do not
-/// inherit it. Null when it cannot be opened.
+/// inherit it, and it never takes the place of a closed standard stream. Null when it cannot be
+/// opened.
 std::FILE* OpenToAppend(const std::string& path);
 
-/// Writes all of the text to a descriptor that the program inherited, and closes it. False when it
-/// is not open for writing.
+/// Whether the number is that of a descriptor that is open for writing.
+bool IsOpenForWriting(int descriptor) noexcept;
+
+/// Writes all of the text to a descriptor that the program inherited, and closes it; a standard
+/// stream becomes the null device instead. False when it is not open for writing.
 bool WriteAndClose(int descriptor, std::string_view text);
 
 }  // namespace pelacon::os

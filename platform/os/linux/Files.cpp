@@ -54,13 +54,35 @@ void SaveFile(const std::string& path, std::string_view contents)
 
 std::FILE* OpenToAppend(const std::string& path)
 {
-    return std::fopen(path.c_str(), "ae");
+    const int opened = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (opened < 0) {
+        return nullptr;
+    }
+    // Not with the number of a standard stream that is closed: what is printed there is no log.
+    const int file = fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(opened);
+    std::FILE* const stream = file >= 0 ? fdopen(file, "a") : nullptr;
+    if (stream == nullptr && file >= 0) {
+        close(file);
+    }
+    return stream;
+}
+
+bool IsOpenForWriting(int descriptor) noexcept
+{
+    const int flags = fcntl(descriptor, F_GETFL);
+    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
 }
 
 bool WriteAndClose(int descriptor, std::string_view text)
 {
     const bool written = WriteAll(descriptor, text);
-    close(descriptor);
+    if (descriptor > STDERR_FILENO) {
+        close(descriptor);
+    } else if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
+        dup2(null, descriptor);
+        close(null);
+    }
     return written;
 }
 

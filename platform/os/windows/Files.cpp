@@ -47,6 +47,11 @@ std::FILE* OpenToAppend(const std::string& path)
     return _wfopen(Wide(path).c_str(), L"aN");
 }
 
+bool IsOpenForWriting(int descriptor) noexcept
+{
+    return _get_osfhandle(descriptor) != -1;
+}
+
 bool WriteAndClose(int descriptor, std::string_view text)
 {
     bool written = true;

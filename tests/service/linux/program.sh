@@ -63,6 +63,8 @@ expect 2 '--seed: must be a whole number from 0 to 18446744073709551615' "$servi
 expect 2 '--seed: must be a whole number from 0' "$service" --seed -1
 expect 2 '--seed: must be a whole number from 0' "$service" --seed 18446744073709551616
 expect 2 '--ready-fd: must be a whole number from 0 to 2147483647' "$service" --ready-fd -1
+expect 2 '--ready-fd: file descriptor 9 is not open for writing' "$service" --ready-fd 9 9>&-
+expect 2 '--ready-fd: file descriptor 9 is not open for writing' "$service" --ready-fd 9 9</dev/null
 expect 2 "--world: the file's name is empty" "$service" --world ''
 expect 0 '"adapter"' "$service" --print-world
 
