@@ -6,8 +6,9 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -24,12 +25,21 @@ std::string Format(LogLevel level, std::string_view line)
     return text.append(line).append("\n");
 }
 
+std::string MissingLines(std::uint64_t dropped)
+{
+    return Format(LogLevel::kWarning, std::to_string(dropped) +
+                                          " lines of the log are missing here: its reader was "
+                                          "too slow, or there was no memory");
+}
+
 /// Exists as long as the process: its thread may wait for a reader for ever and cannot be joined.
 class Output {
   public:
     static Output& The()
     {
-        static Output& output = *new Output;
+        // Neither allocated, as there may be no memory, nor destroyed.
+        alignas(Output) static std::array<std::byte, sizeof(Output)> room;
+        static Output& output = *new (room.data()) Output;
         return output;
     }
 
@@ -47,6 +57,12 @@ class Output {
         } else {
             Queue(Format(level, line));
         }
+    }
+
+    void Lose() noexcept
+    {
+        const std::lock_guard lock(mutex_);
+        ++dropped_;
     }
 
     void Flush(std::chrono::milliseconds limit)
@@ -86,10 +102,12 @@ class Output {
         for (;;) {
             changed_.wait(lock, [this] { return !queue_.empty(); });
             std::string lines = std::exchange(queue_, {});
-            if (const std::uint64_t dropped = std::exchange(dropped_, 0); dropped != 0) {
-                lines += Format(LogLevel::kWarning,
-                                std::to_string(dropped) +
-                                    " lines of the log are missing here: its reader was too slow");
+            try {
+                if (dropped_ != 0) {
+                    lines += MissingLines(dropped_);
+                    dropped_ = 0;
+                }
+            } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): reported later
             }
             writing_ = true;
             lock.unlock();
@@ -129,6 +147,11 @@ void log::SetSink(Sink sink)
 void log::WriteLine(LogLevel level, std::string_view line)
 {
     Output::The().Put(level, line);
+}
+
+void log::LoseLine() noexcept
+{
+    Output::The().Lose();
 }
 
 void log::Flush(std::chrono::milliseconds limit)

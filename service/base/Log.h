@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <new>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -40,19 +41,27 @@ void SetSink(Sink sink);
 
 /// Queues a line without blocking; another thread writes it to standard error. If the reader is too
 /// slow, up to 1 MiB of lines are kept; later ones are dropped, and a line in their place says how
-/// many.
+/// many. Throws nothing but std::bad_alloc.
 void WriteLine(LogLevel level, std::string_view line);
 
 /// Waits until all lines are written, or the time is up.
 void Flush(std::chrono::milliseconds limit);
 
+/// Counts a line that there was no memory for.
+void LoseLine() noexcept;
+
+/// Throws nothing: a line that there is no memory for is counted as lost.
 template <typename... Pieces>
 void Write(LogLevel level, const Pieces&... pieces)
 {
     if (IsWanted(level)) {
-        std::ostringstream line;
-        (line << ... << pieces);
-        WriteLine(level, line.str());
+        try {
+            std::ostringstream line;
+            (line << ... << pieces);
+            WriteLine(level, line.str());
+        } catch (const std::bad_alloc&) {
+            LoseLine();
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace pelacon::service {
 
@@ -95,8 +96,9 @@ void Scheduler::RunTimers()
 
 void Scheduler::RunNext(Guard& lock)
 {
-    const std::uint64_t id = queue_.begin()->second;
-    queue_.erase(queue_.begin());
+    // Kept for a task that runs again, which then takes no memory.
+    auto entry = queue_.extract(queue_.begin());
+    const std::uint64_t id = entry.value().second;
     const auto found = tasks_.find(id);
     const Duration period = found->second.period;
     // The task may cancel its own timer while it runs.
@@ -111,7 +113,8 @@ void Scheduler::RunNext(Guard& lock)
     }
     if (const auto again = tasks_.find(id); again != tasks_.end()) {
         again->second.due = std::max(again->second.due + period, Clock::now());
-        queue_.emplace(again->second.due, id);
+        entry.value().first = again->second.due;
+        queue_.insert(std::move(entry));
     }
     // Requests may run between two tasks.
     lock.unlock();

@@ -5,7 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pelacon::service::tests {
@@ -44,6 +46,20 @@ TEST_F(LogTest, OnlyWantedLevelsAreWritten)
     log::Warning("warning ", 2);
     log::Info("info");
     EXPECT_THAT(lines_, ElementsAre("error 1", "warning 2"));
+}
+
+TEST_F(LogTest, ALineThatThereIsNoMemoryForIsReportedWithTheNext)
+{
+    log::wantedLevel = LogLevel::kInfo;
+    log::SetSink([](LogLevel /*level*/, std::string_view /*line*/) { throw std::bad_alloc(); });
+    log::Info("no memory");
+    log::SetSink(nullptr);
+    testing::internal::CaptureStderr();
+    log::Info("memory again");
+    log::Flush(10s);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::ContainsRegex(
+                    " info: memory again\n.* warning: 1 lines of the log are missing here"));
 }
 
 TEST_F(LogTest, MessagesAreTracedByName)
