@@ -18,8 +18,8 @@ TEST(StartDetachedThreadTest, ThrowsWhenNoThreadCanBeCreated)
         const rlimit none{1, 1};
         int result = setrlimit(RLIMIT_AS, &none) == 0 ? 1 : 2;
         try {
-            // Stacks of threads that have ended serve for a few more.
-            for (int thread = 0; thread < 100; ++thread) {
+            // Stacks of threads that have ended serve for more, and other tests start a thousand.
+            for (int thread = 0; thread < 2000; ++thread) {
                 pelacon::os::StartDetachedThread([] { pause(); });
             }
         } catch (const std::system_error& error) {
