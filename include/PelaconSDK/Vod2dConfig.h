@@ -155,8 +155,8 @@ PELACON_API WifiErrorCode GetGuidByInterfaceName(const char* ifName, int32_t len
 /* Adds, or removes, one use of the link that applications share. A group is not removed while
  * applications other than the caller use it. An application's uses end when it ends, when the
  * service is restarted, and when the connection to the service is lost, which onGroupChanged
- * (Vod2dGroup.h) reports with reason kWifiInterrupted: add them again then. The service refuses to
- * remove a use that was not added. */
+ * (Vod2dGroup.h) reports with reason kWifiInterrupted unless a group is just being created: add
+ * them again then. The service refuses to remove a use that was not added. */
 PELACON_API WifiErrorCode Vod2dOrvidSharedlinkIncrease(void);
 PELACON_API WifiErrorCode Vod2dOrvidSharedlinkDecrease(void);
 
