@@ -1,4 +1,5 @@
 // PelaconService, the program.
+#include <os/CommandLine.h>
 #include <os/FileLimit.h>
 #include <os/Files.h>
 #include <os/StandardStreams.h>
@@ -24,6 +25,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -234,7 +236,9 @@ int main(int argc, char** argv)
         Options options;
         Declare(app, options);
         try {
-            app.parse(argc, argv);
+            std::vector<std::string> arguments = os::Arguments(argc, argv);
+            std::ranges::reverse(arguments);  // as the parser takes them
+            app.parse(std::move(arguments));
         } catch (const CLI::ParseError& outcome) {
             return app.exit(outcome) == 0 ? kEnded : kUsage;
         }

@@ -35,14 +35,15 @@ WorldFile LoadWorldFile(const std::string& path)
 {
     constexpr std::size_t kMostBytes = 16UL * 1024 * 1024;
     std::error_code error;
-    const auto type = std::filesystem::status(path, error).type();
+    const std::filesystem::path file(std::u8string(path.begin(), path.end()));
+    const auto type = std::filesystem::status(file, error).type();
     if (error || type == std::filesystem::file_type::not_found) {
         throw json::Error(path + ": cannot be read: " + error.message());
     }
     if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::fifo) {
         throw json::Error(path + ": cannot be read: it is neither a file nor a pipe");
     }
-    std::ifstream stream(path, std::ios::binary);
+    std::ifstream stream(file, std::ios::binary);
     std::string text;
     std::array<char, 64UL * 1024> piece;
     while (text.size() <= kMostBytes && stream) {

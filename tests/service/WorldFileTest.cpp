@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -115,6 +116,15 @@ TEST(WorldFileTest, MistakesAreReportedWithLineAndField)
     EXPECT_EQ(Complaint("{\"faults\": [{\"request\": \"BtStateChanged\", \"do\": \"never\"}]}"),
               "world.json:1: faults[0].request: must be \"any\", an operation's name, or its id "
               "such as \"0xD7005C\"");
+}
+
+TEST(WorldFileTest, ItsNameIsUtf8)
+{
+    const test::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / u8"Büro.json";
+    std::ofstream(path) << "{\"seed\": 7}";
+    const std::u8string name = path.u8string();
+    EXPECT_EQ(simulation::LoadWorldFile(std::string(name.begin(), name.end())).seed, 7U);
 }
 
 TEST(WorldFileTest, AFileThatCannotBeReadIsNamed)

@@ -1,4 +1,5 @@
 // pelaconctl: Bluetooth and Wi-Fi from the command line, through PelaconService.
+#include <os/CommandLine.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/UntilInterrupt.h>
@@ -6,9 +7,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -84,7 +87,7 @@ int Fail(ExitStatus status, const std::string& sentence)
     return static_cast<int>(status);
 }
 
-int Run(int argc, char** argv)
+int Run(std::vector<std::string> arguments)
 {
     pelacon::ctl::HandleInterrupts();
     Console console;
@@ -111,7 +114,8 @@ int Run(int argc, char** argv)
     pelacon::ctl::AddServiceCommand(program, console);
 
     try {
-        program.parse(argc, argv);
+        std::ranges::reverse(arguments);  // as the parser takes them
+        program.parse(std::move(arguments));
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::CallForHelp&) {
         console.SetJson(false);  // help is text
@@ -129,7 +133,7 @@ int Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        return Run(argc, argv);
+        return Run(pelacon::os::Arguments(argc, argv));
     } catch (const std::exception& exception) {
         return Fail(ExitStatus::kFailed, exception.what());
     }

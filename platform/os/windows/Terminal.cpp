@@ -8,7 +8,7 @@ bool OutputIsTerminal()
 {
     HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
     DWORD mode = 0;
-    return GetConsoleMode(output, &mode) != 0 &&
+    return GetConsoleMode(output, &mode) != 0 && SetConsoleOutputCP(CP_UTF8) != 0 &&
            SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
