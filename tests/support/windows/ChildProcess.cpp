@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstdio>
 #include <cwchar>
 #include <memory>
 #include <stdexcept>
@@ -151,6 +152,11 @@ class Stream {
     std::thread thread_;
 };
 
+bool IsWine()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 PROCESS_INFORMATION Spawn(const std::string& program, const std::vector<std::string>& arguments,
                           const ChildProcess::Options& options, HANDLE input, HANDLE output,
                           HANDLE errors)
@@ -167,10 +173,16 @@ PROCESS_INFORMATION Spawn(const std::string& program, const std::vector<std::str
     std::wstring line = Wide(CommandLine(program, arguments));
     std::wstring environment = EnvironmentWith(options.environment);
     PROCESS_INFORMATION process{};
-    if (CreateProcessW(Wide(program).c_str(), line.data(), nullptr, nullptr, TRUE,
-                       CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT, environment.data(),
-                       nullptr, &startup, &process) == 0) {
-        Fail(program);
+    int failures = 0;
+    while (CreateProcessW(Wide(program).c_str(), line.data(), nullptr, nullptr, TRUE,
+                          CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT, environment.data(),
+                          nullptr, &startup, &process) == 0) {
+        // Wine answers with this error when a program's loader ended before it reached the program,
+        // which happens on a busy machine (docs/windows.md).
+        if (!IsWine() || GetLastError() != ERROR_INTERNAL_ERROR || ++failures > 3) {
+            Fail(program);
+        }
+        std::fprintf(stderr, "Wine's loader failed; %s is started again\n", program.c_str());
     }
     CloseHandle(process.hThread);
     return process;
@@ -251,11 +263,9 @@ ChildProcess::~ChildProcess() = default;
 
 const char* ChildProcess::WhyItMayNotEnd()
 {
-    const bool underWine =
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-    return underWine ? "Wine ends a thread that holds Wine's lock of the address space, and then "
-                       "waits for that lock (docs/windows.md)"
-                     : nullptr;
+    return IsWine() ? "Wine ends a thread that holds Wine's lock of the address space, and then "
+                      "waits for that lock (docs/windows.md)"
+                    : nullptr;
 }
 
 const char* ChildProcess::WhyNoTerminal()
