@@ -1,9 +1,8 @@
 #include <os/CommandLine.h>
 #include <os/Utf8.h>
 
-#include <windows.h>
-
 #include <shellapi.h>
+#include <windows.h>
 
 #include <memory>
 #include <new>
