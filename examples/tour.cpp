@@ -10,8 +10,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <iterator>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -20,7 +18,7 @@
 
 namespace {
 
-// ---- What every application needs in some form
+// ---- Helpers
 
 /// Callbacks are called on the library's threads. They report events here, and main waits for them.
 class Reports {
@@ -53,10 +51,11 @@ class Reports {
 // that they exist as long as they may be called.
 Reports& reports = *new Reports;
 
-/// The library reports failures as results and never throws. The tour ends at the first failure.
-void Expect(bool good, const char* what)
+/// The library reports failures as results; 0 is success in every family. The tour ends at the
+/// first failure.
+void ExpectSuccess(std::int32_t result, const char* what)
 {
-    if (!good) {
+    if (result != 0) {
         throw std::runtime_error(std::string(what) + " failed");
     }
 }
@@ -89,19 +88,19 @@ BtManagerCallbacksC adapterCallbacks{[](std::int32_t state) {
 std::uint64_t TourTheAdapter()
 {
     Heading("The adapter: on and off, name and address");
-    Expect(BleManager::RegisterBtStateChangeCallbacks(&adapterCallbacks) == kBleStatusSuccess,
-           "registering for the adapter's state");
+    ExpectSuccess(BleManager::RegisterBtStateChangeCallbacks(&adapterCallbacks),
+                  "registering for the adapter's state");
     BtInfo info{};
-    Expect(BleManager::GetBtMacAndName(&info) == kBleStatusSuccess, "reading name and address");
+    ExpectSuccess(BleManager::GetBtMacAndName(&info), "reading name and address");
     std::printf("  Its name is \"%s\", its address %012llX.\n", Text(info.name).c_str(),
                 static_cast<unsigned long long>(info.mac));
     if (BleManager::IsBtEnabled()) {
         std::puts("  Off...");
-        Expect(BleManager::BtDisable() == kBleStatusSuccess, "switching off");
+        ExpectSuccess(BleManager::BtDisable(), "switching off");
         reports.WaitFor("the adapter is off");
     }
     std::puts("  ... and on.");
-    Expect(BleManager::BtEnable() == kBleStatusSuccess, "switching on");
+    ExpectSuccess(BleManager::BtEnable(), "switching on");
     reports.WaitFor("the adapter is on");
     BleManager::UnRegisterBtStateChangeCallbacks(&adapterCallbacks);
     return info.mac;
@@ -121,7 +120,7 @@ void OnScanResult(std::int32_t /*listener*/, BleScanResultC result)
         length == 1) {
         reports.Add("the thermometer's battery is at " + std::to_string(*data) + " %");
     }
-    // Of any company: the company identifier before the data is not compared.
+    // The company identifier is not compared, so this finds the data of any company.
     if (BleGetManufacturerDataByCompanyId(result.data, result.dataLen, kCompany, &data, &length) ==
         kBleStatusSuccess) {
         reports.Add("a beacon sends " + std::to_string(length) + " bytes of manufacturer data");
@@ -135,15 +134,14 @@ void TourScanning()
     // Only the device with this address, first octet first.
     BleScanFilter thermometer{kBleScanFilterAddress, 6, {0xC0, 0, 0, 0, 0, 0x01}};
     int listener = 0;
-    Expect(BleScanner::BleScanRegisterCallbacks(&callbacks, &listener) == kBleStatusSuccess,
-           "registering a listener");
-    Expect(BleScanner::SetScanFilter(listener, &thermometer, 1) == kBleStatusSuccess,
-           "setting a filter");
+    ExpectSuccess(BleScanner::BleScanRegisterCallbacks(&callbacks, &listener),
+                  "registering a listener");
+    ExpectSuccess(BleScanner::SetScanFilter(listener, &thermometer, 1), "setting a filter");
     std::puts("  Listening to the thermometer.");
-    Expect(BleScanner::StartBleScan(listener, kBleScanLowLatency) == kBleStatusSuccess, "scanning");
+    ExpectSuccess(BleScanner::StartBleScan(listener, kBleScanLowLatency), "scanning");
     reports.WaitFor("the thermometer's battery is at 100 %");
     std::puts("  Listening to all devices.");
-    Expect(BleScanner::RemoveScanFilter(listener) == kBleStatusSuccess, "removing the filter");
+    ExpectSuccess(BleScanner::RemoveScanFilter(listener), "removing the filter");
     reports.WaitFor("a beacon sends 7 bytes of manufacturer data");
     BleScanner::StopBleScan(listener);
     BleScanner::BleScanUnRegisterCallbacks(listener);
@@ -153,11 +151,11 @@ void TourScanning()
         [](TargetAdvInfo info) { reports.Add("for our business: " + TextOf(info.data, 5)); }};
     TargetAdvFilter filter{};
     filter.business = kBleTargetHandoff;
-    Expect(BleScanner::BleRegisterTargetAdvCallback(filter, &targeted) == kBleStatusSuccess,
-           "registering for targeted advertisements");
+    ExpectSuccess(BleScanner::BleRegisterTargetAdvCallback(filter, &targeted),
+                  "registering for targeted advertisements");
     std::puts("  Sending a targeted advertisement to all programs that have registered for it.");
     TargetAdvInfo info{kBleTargetHandoff, {'h', 'e', 'l', 'l', 'o'}};
-    Expect(BleScanner::BleOnRecvVoviewData(info) == kBleStatusSuccess, "sending it");
+    ExpectSuccess(BleScanner::BleOnRecvVoviewData(info), "sending it");
     reports.WaitFor("for our business: hello");
     BleScanner::BleUnRegisterTargetAdvCallback(kBleTargetHandoff);
 }
@@ -173,23 +171,21 @@ void TourAdvertising()
 {
     Heading("Advertising to other devices");
     int advertiser = 0;
-    Expect(BleAdvertiser::BleAdvRegisterCallbacks(&advertiserCallbacks, &advertiser) ==
-               kBleStatusSuccess,
-           "registering an advertiser");
+    ExpectSuccess(BleAdvertiser::BleAdvRegisterCallbacks(&advertiserCallbacks, &advertiser),
+                  "registering an advertiser");
     BleAdvertiseParamsC parameters{};  // default intervals, all channels
     parameters.advEventType = kBleAdvNonConnectable;
     parameters.sendTotalTime = 200;  // ms
     BleAdvertiseData data;
     data.advData = {5, 0x09, 'T', 'o', 'u', 'r'};  // a structure: length, complete name, the name
     std::puts("  As \"Tour\", for 200 ms.");
-    Expect(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data) == kBleStatusSuccess,
-           "advertising");
+    ExpectSuccess(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data), "advertising");
     reports.WaitFor("the advertiser's time is over");
     std::puts("  Again, until it is stopped.");
     parameters.sendTotalTime = 0;
-    Expect(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data) == kBleStatusSuccess,
-           "advertising again");
-    Expect(BleAdvertiser::BleStopAdvertise(advertiser) == kBleStatusSuccess, "stopping");
+    ExpectSuccess(BleAdvertiser::BleStartAdvertise(advertiser, parameters, data),
+                  "advertising again");
+    ExpectSuccess(BleAdvertiser::BleStopAdvertise(advertiser), "stopping");
     BleAdvertiser::BleAdvUnRegisterCallbacks(advertiser);
 }
 
@@ -206,15 +202,12 @@ BtGattClientCallbacksC clientCallbacks{
 std::int32_t Connect(std::uint64_t address)
 {
     std::int32_t client = 0;
-    Expect(BleGattClient::BleGattClientRegister(&client) == kBleStatusSuccess,
-           "registering a client");
+    ExpectSuccess(BleGattClient::BleGattClientRegister(&client), "registering a client");
     // The only operation that does not wait for its outcome, which the callback reports.
-    Expect(
-        BleGattClient::BleGattClientConnect(client, address, &clientCallbacks) == kBleStatusSuccess,
-        "connecting");
+    ExpectSuccess(BleGattClient::BleGattClientConnect(client, address, &clientCallbacks),
+                  "connecting");
     reports.WaitFor("connected");
-    Expect(BleGattClient::BleGattClientSearchServices(client) == kBleStatusSuccess,
-           "discovering services");
+    ExpectSuccess(BleGattClient::BleGattClientSearchServices(client), "discovering services");
     return client;
 }
 
@@ -225,24 +218,26 @@ void Disconnect(std::int32_t client)
     BleGattClient::BleGattClientUnRegister(client);
 }
 
+std::string Read(std::int32_t client, const std::string& service, const std::string& characteristic)
+{
+    std::vector<std::uint8_t> value;
+    ExpectSuccess(
+        BleGattClient::BleGattClientReadCharacteristic(client, service, characteristic, &value),
+        "reading");
+    return {value.begin(), value.end()};
+}
+
 void TourTheGattClient()
 {
     Heading("GATT, as a client: a lamp");
     const std::string lamp = "5e1ac0de-0001-4000-8000-000000000000";
     const std::string light = "5e1ac0de-0002-4000-8000-000000000000";
     const std::int32_t client = Connect(0xC00000000004);
-    std::vector<std::uint8_t> value;
-    Expect(BleGattClient::BleGattClientReadCharacteristic(client, lamp, light, &value) ==
-               kBleStatusSuccess,
-           "reading");
-    std::printf("  The lamp is %s. Switching it on.\n",
-                std::string(value.begin(), value.end()).c_str());
-    Expect(BleGattClient::BleGattClientRegisterNotification(client, lamp, light, true) ==
-               kBleStatusSuccess,
-           "asking for notifications");
-    Expect(BleGattClient::BleGattClientWriteCharacteristic(client, lamp, light, {'o', 'n'}) ==
-               kBleStatusSuccess,
-           "writing");
+    std::printf("  The lamp is %s. Switching it on.\n", Read(client, lamp, light).c_str());
+    ExpectSuccess(BleGattClient::BleGattClientRegisterNotification(client, lamp, light, true),
+                  "subscribing");
+    ExpectSuccess(BleGattClient::BleGattClientWriteCharacteristic(client, lamp, light, {'o', 'n'}),
+                  "writing");
     reports.WaitFor("the lamp is on");
     Disconnect(client);
 }
@@ -265,24 +260,20 @@ void TourTheGattServer(std::uint64_t ownAddress)
     std::int32_t handle = 0;
     BLECharacteristicInfo characteristic{
         greeting, kBleGattCharRead | kBleGattCharWrite, &greetingCallbacks, {'h', 'i'}};
-    Expect(
-        BleGattServer::BleGattServerRegister(&serverCallbacks, &server) == kBleStatusSuccess &&
-            BleGattServer::BleGattServerAddService(server, service, &handle) == kBleStatusSuccess &&
-            BleGattServer::BleGattServerAddCharacteristic(server, handle, &characteristic) ==
-                kBleStatusSuccess &&
-            BleGattServer::BleGattServerStartService(server, handle) == kBleStatusSuccess,
-        "serving");
+    ExpectSuccess(BleGattServer::BleGattServerRegister(&serverCallbacks, &server),
+                  "registering a server");
+    ExpectSuccess(BleGattServer::BleGattServerAddService(server, service, &handle),
+                  "adding a service");
+    ExpectSuccess(BleGattServer::BleGattServerAddCharacteristic(server, handle, &characteristic),
+                  "adding a characteristic");
+    ExpectSuccess(BleGattServer::BleGattServerStartService(server, handle), "starting the service");
     // Programs of one service can be peers of each other, and a program can be its own peer.
     const std::int32_t client = Connect(ownAddress);
     reports.WaitFor("a peer has connected");
-    std::vector<std::uint8_t> value;
-    Expect(BleGattClient::BleGattClientReadCharacteristic(client, service, greeting, &value) ==
-               kBleStatusSuccess,
-           "reading");
-    std::printf("  The greeting reads \"%s\".\n", std::string(value.begin(), value.end()).c_str());
-    Expect(BleGattClient::BleGattClientWriteCharacteristic(client, service, greeting,
-                                                           {'h', 'e', 'y'}) == kBleStatusSuccess,
-           "writing");
+    std::printf("  The greeting reads \"%s\".\n", Read(client, service, greeting).c_str());
+    ExpectSuccess(
+        BleGattClient::BleGattClientWriteCharacteristic(client, service, greeting, {'h', 'e', 'y'}),
+        "writing");
     reports.WaitFor("the peer writes: hey");
     Disconnect(client);
     reports.WaitFor("the peer has disconnected");
@@ -304,14 +295,14 @@ Vod2dWifiBroadcastRecvCb groupCallbacks{
 void TourGroups()
 {
     Heading("Wi-Fi Direct: a group that devices join");
-    Expect(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&groupCallbacks) == kWifiSuccess,
-           "registering for the group");
+    ExpectSuccess(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&groupCallbacks),
+                  "registering for the group");
     Vod2dSoftAPInfo group{};  // on any channel
-    Expect(Vod2dApi::Vod2dCreateGroup(&group) == kWifiSuccess, "creating a group");
+    ExpectSuccess(Vod2dApi::Vod2dCreateGroup(&group), "creating a group");
     std::printf("  \"%s\" on channel %d: %d MHz.\n", Text(group.ssid).c_str(), group.channel,
                 Vod2dApi::Vod2dGetFrequency());
     reports.WaitFor("a station has joined");
-    Expect(Vod2dApi::Vod2dRemoveGroup() == kWifiSuccess, "removing the group");
+    ExpectSuccess(Vod2dApi::Vod2dRemoveGroup(), "removing the group");
     reports.WaitFor("the group was removed");
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupCallbacks);
 }
@@ -345,8 +336,8 @@ void TourTheWifiSystem()
     static auto& softApListener = *new SoftApListener;
     static auto& errors = *new Errors;
     WifiSystemApi& wifi = WifiSystemApi::GetInstance();
-    Expect(wifi.RegisterSoftApNotificationEventCallback(&softApListener) == 0,
-           "registering for the soft AP");
+    ExpectSuccess(wifi.RegisterSoftApNotificationEventCallback(&softApListener),
+                  "registering for the soft AP");
     std::string model;
     if (wifi.GetPairDeviceModelName(model)) {
         std::printf("  The phone is a \"%s\", on channel %d.\n", model.c_str(),
@@ -355,7 +346,7 @@ void TourTheWifiSystem()
     SoftAPInfo ap;
     ap.requestByte = kSoftApBandAny;
     ap.requestInt = kGoPurposeTransfer;
-    Expect(wifi.SystemCreateSoftAP(ap) == kSoftApSuccess, "creating a soft AP");
+    ExpectSuccess(wifi.SystemCreateSoftAP(ap), "creating a soft AP");
     std::printf("  \"%s\" is on channel %d (%d MHz), which suits both devices.\n", ap.ssid.c_str(),
                 ap.apByte1, wifi.GetFrequencyFromChannel(ap.apByte1));
     reports.WaitFor("the phone has connected");
@@ -366,8 +357,7 @@ void TourTheWifiSystem()
         wifi.PostNotification(kConnectGoAlreadyExist);
         reports.WaitFor("error: go already exist");
     }
-    Expect(wifi.SystemDestroySoftAP(kGoPurposeTransfer) == kSoftApSuccess,
-           "destroying the soft AP");
+    ExpectSuccess(wifi.SystemDestroySoftAP(kGoPurposeTransfer), "destroying the soft AP");
     reports.WaitFor("the soft AP was destroyed");
     wifi.UnRegisterSoftApNotificationEventCallback(&softApListener);
 }
