@@ -78,7 +78,7 @@ TEST_F(LossTest, RunningCallsOutliveTheEventConnection)
     server->Disconnect(clientId);
     EXPECT_EQ(handler.left.WaitFor(1).front(), clientId);
     const IPCClientInfo back = handler.arrived.WaitFor(2).back();
-    EXPECT_EQ(back.id, clientId);  // a connection was left
+    EXPECT_EQ(back.id, clientId);  // one connection remained
     EXPECT_TRUE(back.returning);
     gate.Open();
     caller.join();
@@ -98,7 +98,7 @@ TEST_F(LossTest, ARequestDoesNotWaitForTheNextAttempt)
     StartBoth();
     server.reset();
     EXPECT_TRUE(Eventually([&] { return !IsServed(*client); }));
-    // The pauses between attempts have grown to 400 ms when this one has passed.
+    // After this wait the pause between attempts is 400 ms.
     EXPECT_FALSE(Eventually([&] { return handler.arrived.Count() > 1; }, 400ms));
     StartServer();
     EXPECT_TRUE(KeepsTo(
@@ -114,7 +114,7 @@ TEST_F(LossTest, PausesBetweenAttemptsGrowUntilOneSucceeds)
     EXPECT_GE(PauseBetweenAttempts(service), 50ms);
     EXPECT_GE(PauseBetweenAttempts(service), 100ms);
     EXPECT_GE(PauseBetweenAttempts(service), 200ms);
-    service.AcceptEvents();  // and loses it at once
+    service.AcceptEvents();  // and closes it at once
     EXPECT_TRUE(KeepsTo(
         600ms, [&] { return PauseBetweenAttempts(service); }, 1))
         << "without that success it would be 800 ms";
@@ -139,7 +139,7 @@ TEST_F(LossTest, RequestsFollowTheArrivalOfTheirClient)
     const Ending ending(*this);
     handler.onArrived = [&](const IPCClientInfo&) {
         arriving = true;
-        std::this_thread::sleep_for(50ms);
+        std::this_thread::sleep_for(50ms);  // gives early requests time to come
         arriving = false;
     };
     handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
@@ -171,7 +171,7 @@ TEST_F(LossTest, OneSessionEndsBeforeTheNextOfTheSameClientBegins)
         }
         void ClientLeft(std::uint64_t id) override
         {
-            std::this_thread::sleep_for(5ms);
+            std::this_thread::sleep_for(5ms);  // gives the next session time to overlap
             --open_;
             Handler::ClientLeft(id);
         }
@@ -207,7 +207,7 @@ TEST_F(LossTest, ClientIdsAreUnique)
     EXPECT_EQ(std::unique(ids.begin(), ids.end()), ids.end());
 }
 
-TEST_F(LossTest, WantOfMemoryInTheHandlerCostsTheConnectionOnly)
+TEST_F(LossTest, RunningOutOfMemoryInTheHandlerEndsThatConnectionOnly)
 {
     std::atomic<int> failures{0};
     const auto failOnce = [&failures](int upTo) {
@@ -225,8 +225,8 @@ TEST_F(LossTest, WantOfMemoryInTheHandlerCostsTheConnectionOnly)
     const Ending ending(*this);
     StartServer();
     StartClient();
-    handler.left.WaitFor(1);     // its arrival failed
-    handler.arrived.WaitFor(1);  // and it came back
+    handler.left.WaitFor(1);     // the arrival that failed
+    handler.arrived.WaitFor(1);  // and its return
     EXPECT_FALSE(IsServed(*client));
     EXPECT_TRUE(IsServed(*client));
     EXPECT_TRUE(Post(*client, 1, Counting(4)));

@@ -48,7 +48,7 @@ TEST_F(PostsTest, AreNotOvertakenByARequestOfAnyThread)
     const Ending ending(*this);
     handler.onPosted = [](const TagIPCMessageItem& item) {
         if (item.msgId % 16 == 0) {
-            std::this_thread::sleep_for(2ms);
+            std::this_thread::sleep_for(2ms);  // gives requests time to overtake
         }
     };
     handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {

@@ -27,7 +27,9 @@ TEST_F(ProcessesTest, DeathOfTheServiceEndsWaitingRequestsAtOnce)
             });
         });
         begun.WaitFor(20);
-        std::this_thread::sleep_for(20ms);  // gives them time to reach their wait
+        for (int request = 0; request < 20; ++request) {
+            EXPECT_EQ(service.ReadLine(), "received");
+        }
         const auto killed = Clock::now();
         service.Kill();
         callers.join();

@@ -93,7 +93,7 @@ void StartAndStop(Handler& handler, int rounds)
 
 void StartAndStopLeavesNothing(Handler& handler, const IPCMessageServer& server, int rounds)
 {
-    StartAndStop(handler, 5);  // makes what is made only once
+    StartAndStop(handler, 5);  // allocates what is allocated only once
     const auto isIdle = [&] {
         const auto now = server.GetStatistics();
         return now.clients == 0 && now.callConnections == 0;
@@ -101,7 +101,7 @@ void StartAndStopLeavesNothing(Handler& handler, const IPCMessageServer& server,
     ASSERT_TRUE(Eventually(isIdle));
     std::size_t descriptors = OpenDescriptors();
     std::size_t threads = RunningThreads();
-    ASSERT_TRUE(Eventually([&] {  // until threads that are ending have ended
+    ASSERT_TRUE(Eventually([&] {  // threads that are ending: until two samples are the same
         std::this_thread::sleep_for(20ms);
         const bool settled = descriptors == OpenDescriptors() && threads == RunningThreads();
         descriptors = OpenDescriptors();

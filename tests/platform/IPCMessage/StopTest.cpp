@@ -67,7 +67,7 @@ TEST_F(StopTest, WaitsForACallbackThatRuns)
     }
     ASSERT_TRUE(entered.Pass());
     std::thread opener([&] {
-        std::this_thread::sleep_for(20ms);  // gives stop time to reach its wait
+        EXPECT_TRUE(Eventually([&] { return !IsServed(*client); })) << "the stop has not begun";
         EXPECT_FALSE(left);
         gate.Open();
     });

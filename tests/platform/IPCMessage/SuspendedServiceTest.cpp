@@ -76,7 +76,7 @@ TEST_F(SuspendedServiceTest, RequestsToAFullBacklogTimeOut)
         150ms, [&] { return Duration([&] { EXPECT_FALSE(Post(*client, 1, Counting(4))); }); }, 1));
 
     std::thread helper([&] {
-        std::this_thread::sleep_for(50ms);
+        std::this_thread::sleep_for(50ms);  // gives the request time to reach its wait
         service.Resume();
     });
     EXPECT_TRUE(IsServed(*client));
@@ -90,7 +90,8 @@ TEST_F(SuspendedServiceTest, AFullBacklogDoesNotDelayStop)
     StartClient();
     std::thread callers(
         [&] { OnThreads(4, [&](std::size_t) { EXPECT_FALSE(IsServed(*client)); }); });
-    std::this_thread::sleep_for(50ms);  // gives them time to reach their wait
+    std::this_thread::sleep_for(
+        50ms);  // gives them time to reach their wait, which nothing reports
     const auto stop = [&] {
         return Duration([&] {
             client->UnRegisterMessageCallbackAll();

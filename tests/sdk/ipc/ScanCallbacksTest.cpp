@@ -1,8 +1,9 @@
-// What becomes of scan statuses and results, and the registry behind them.
+// The delivery of scan statuses and results, and the registry of scan callbacks.
 #include <PelaconSDK/BleScanner.h>
 #include <PelaconSDK/PelaconSvc.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/ScanCallbacks.h>
+#include <tests/support/Eventually.h>
 #include <tests/support/HeldCallback.h>
 #include <tests/support/SdkTest.h>
 
@@ -128,7 +129,7 @@ class ScanNotifications : public SdkTest {
     {
         channel.Deliver(0xD8006A, Bytes().I32(id).I32(status));
     }
-    /// A result whose 64 bytes begin with this one and count up; the 8 before them are no matter.
+    /// A result whose 64 bytes begin with this one and count up; the 8 before them have no effect.
     ByteVector Result(std::uint8_t first)
     {
         ByteVector bytes(64);
@@ -214,7 +215,7 @@ TEST_F(ScanNotifications, TheRegistryIsLockedDuringAStatusCallback)
     const std::int32_t id = Register(&Lasting<BleScanCallbacksC>(
         {[](std::int32_t, std::int32_t) { HeldCallback::Hold(); }, nullptr}));
     HeldCallback held([&] { Status(id, 0); });
-    Callbacks().ScanStop(-1);  // waits for nobody
+    Callbacks().ScanStop(-1);  // does not wait
     EXPECT_TRUE(held.HoldsUp([] { Callbacks().RemoveScanCb(-1); }));
 }
 
@@ -260,7 +261,7 @@ TEST_F(ScanNotifications, EachDeliveryOwnsItsCopy)
     const ByteVector first = Result(0);
     const ByteVector second = Result(128);
     EXPECT_THAT(Delivered(), IsEmpty());
-    Threads::RunKept();  // what the notifications brought is long gone
+    Threads::RunKept();  // the payloads of the notifications are freed
     ASSERT_EQ(Delivered().size(), 2U);
     EXPECT_EQ(Delivered()[0].result, first);
     EXPECT_EQ(Delivered()[1].result, second);
@@ -358,7 +359,7 @@ TEST_F(ScanNotifications, AResultCallbackMayCallTheScanner)
 
 TEST_F(ScanNotifications, AScanRestartedInItsStatusCallbackDelivers)
 {
-    // The service says that the scan has stopped before it answers.
+    // The service sends the status of the stop before its answer.
     static std::promise<void>* entered;
     std::promise<void> inside;
     entered = &inside;
@@ -393,20 +394,16 @@ TEST_F(ScanNotifications, ASlowCallbackDelaysNoOther)
     for (int i = 0; i < 20; ++i) {
         Result(1);
     }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    std::size_t delivered = 0;
-    while (delivered < 20 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));  // who delivers needs the lock
+    EXPECT_TRUE(Eventually([] {
         const std::lock_guard lock(TheScanCalls().mutex);
-        delivered = TheScanCalls().calls.size();
-    }
-    EXPECT_EQ(delivered, 20U);
+        return TheScanCalls().calls.size() == 20;
+    }));
     EXPECT_EQ(BleScanner::StopBleScan(slow), 0);
     EXPECT_EQ(BleScanner::BleScanUnRegisterCallbacks(quick), 0);
     go.set_value();
 }
 
-// The header's word for callbacks that throw: the process ends, and says why.
+// The header's contract for callbacks that throw: the process ends with a message.
 using ScanNotificationsDeathTest = ScanNotifications;
 
 TEST_F(ScanNotificationsDeathTest, AResultCallbackThatThrowsEndsTheProcess)
@@ -491,7 +488,7 @@ ByteVector RepairPayload(Channel& channel)
 
 TEST_F(ScanNotifications, TheRepairNamesTheTenLowestListeners)
 {
-    // The one with a null table, and the one that is gone, are not held; scanning is no matter.
+    // The id with a null table and the unregistered one are left out, whether or not they scan.
     std::vector<std::int32_t> ids = {-5, 40, 7, 2000000, 12, 9, 11, 500, 501, 499, 3};
     for (const std::int32_t id : ids) {
         RegisterAs(id, &Lasting<BleScanCallbacksC>());

@@ -8,13 +8,14 @@
 
 #include <atomic>
 #include <iostream>
+#include <mutex>
 #include <string>
 
 namespace pelacon::test {
 
 namespace {
 
-void Say(const std::string& line)
+void Print(const std::string& line)
 {
     std::cout << line << std::endl;
 }
@@ -26,19 +27,24 @@ void WaitForEndOfInput()
     }
 }
 
-/// Answers requests, except those with id 2.
+/// Answers requests, except those with id 2: it writes a line when it receives one.
 int Serve()
 {
     Handler handler;
     Gate never;
     handler.onRequest = [&](std::uint64_t, const TagIPCMessageItem& request) {
         if (request.msgId == 2) {
+            static std::mutex& output = *new std::mutex;
+            {
+                const std::lock_guard lock(output);
+                Print("received");
+            }
             never.Pass(24h);
         }
         return Handler::Echo(request);
     };
     IPCMessageServer server(kPipe, handler);
-    Say("ready");
+    Print("ready");
     WaitForEndOfInput();
     std::_Exit(0);  // without waiting for running requests
 }
@@ -48,7 +54,7 @@ int ServeStream()
 {
     Handler handler;
     IPCMessageServer server(kPipe, handler);
-    Say("ready");
+    Print("ready");
     const Stream stream(handler, server);
     WaitForEndOfInput();
     return 0;
@@ -79,7 +85,7 @@ int LeaveMain()
 int Call()
 {
     const IPCMessageClient client(1, false, false, kPipe);
-    Say(IsServed(client) ? "served" : "not served");
+    Print(IsServed(client) ? "served" : "not served");
     return 0;
 }
 
