@@ -1,4 +1,4 @@
-// Advertising, heard by a scanner.
+// Advertising, received by a scanner.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/support/Bytes.h>
 #include <tests/support/Mailbox.h>
@@ -13,35 +13,35 @@ namespace pelacon::test {
 
 namespace {
 
-struct Silent {
+struct AdvertisingEnd {
     std::int32_t advId = 0;
     std::int32_t status = -1;
 };
 
-Mailbox<Silent>& Silences()
+Mailbox<AdvertisingEnd>& Ends()
 {
-    static auto& silences = *new Mailbox<Silent>;
-    return silences;
+    static auto& ends = *new Mailbox<AdvertisingEnd>;
+    return ends;
 }
 
-Mailbox<BleScanResultC>& HeardResults()
+Mailbox<BleScanResultC>& Results()
 {
     static auto& results = *new Mailbox<BleScanResultC>;
     return results;
 }
 
 BleAdvCallbacksC advTable{[](std::int32_t advId, std::int32_t status) {
-    Silences().Put({advId, status});
+    Ends().Put({advId, status});
 }};
-BleScanCallbacksC scanTable{
-    nullptr, [](std::int32_t, BleScanResultC result) { HeardResults().Put(result); }};
+BleScanCallbacksC scanTable{nullptr,
+                            [](std::int32_t, BleScanResultC result) { Results().Put(result); }};
 
 class Advertise : public ::testing::Test {
   protected:
     Advertise()
     {
-        Silences().Clear();
-        HeardResults().Clear();
+        Ends().Clear();
+        Results().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~Advertise() override
@@ -97,12 +97,11 @@ TEST_F(Advertise, AScannerReceivesDataAndScanResponse)
     const ByteVector data(31, 7);
     const ByteVector response{3, 9, 'm', 'e'};
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {data, response}), 0);
-    BleScanResultC heard =
-        HeardResults().NextThat([](const auto& one) { return !IsResponse(one); });
-    EXPECT_EQ(heard.address, 0x0A0B0C0D0E0FU);
-    EXPECT_EQ(DataOf(heard), data);
-    heard = HeardResults().NextThat(IsResponse);
-    EXPECT_EQ(DataOf(heard), response);
+    BleScanResultC received = Results().NextThat([](const auto& one) { return !IsResponse(one); });
+    EXPECT_EQ(received.address, 0x0A0B0C0D0E0FU);
+    EXPECT_EQ(DataOf(received), data);
+    received = Results().NextThat(IsResponse);
+    EXPECT_EQ(DataOf(received), response);
     EXPECT_EQ(BleAdvertiser::BleStopAdvertise(id), 0);
 }
 
@@ -110,10 +109,10 @@ TEST_F(Advertise, AScannerReceivesAnotherProgramsAdvertisement)
 {
     Listen();
     ChildProcess other(PelaconctlPath(), {"advertise", "--name", "Neighbour"});
-    const BleScanResultC heard = HeardResults().Next();
+    const BleScanResultC received = Results().Next();
     std::uint8_t* name = nullptr;
     std::uint32_t length = 0;
-    ASSERT_EQ(BleGetAdvDataByType(heard.data, heard.dataLen, 0x09, &name, &length), 0);
+    ASSERT_EQ(BleGetAdvDataByType(received.data, received.dataLen, 0x09, &name, &length), 0);
     EXPECT_EQ(std::string(name, name + length), "Neighbour");
     other.Interrupt();
     EXPECT_EQ(other.Wait(), 0);
@@ -126,9 +125,9 @@ TEST_F(Advertise, EndsAfterItsTimeAndItsCallbackIsCalled)
     params.sendTotalTime = 40;
     params.sendPartTime = 10;
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, params, {}), 0);
-    const Silent told = Silences().Next();
-    EXPECT_EQ(told.advId, id);
-    EXPECT_EQ(told.status, kBleAdvTimeOver);
+    const AdvertisingEnd end = Ends().Next();
+    EXPECT_EQ(end.advId, id);
+    EXPECT_EQ(end.status, kBleAdvTimeOver);
 }
 
 TEST_F(Advertise, EndsWhenTheAdapterIsSwitchedOff)
@@ -136,7 +135,7 @@ TEST_F(Advertise, EndsWhenTheAdapterIsSwitchedOff)
     const int id = Register();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {}), 0);
     EXPECT_EQ(BleManager::BtDisable(), 0);
-    EXPECT_EQ(Silences().Next().status, kBleAdvAdapterOff);
+    EXPECT_EQ(Ends().Next().status, kBleAdvAdapterOff);
     EXPECT_GT(BleAdvertiser::BleStartAdvertise(id, kParams, {}), 0);
 }
 
@@ -145,12 +144,12 @@ TEST_F(Advertise, EndsWithTheServiceAndCanStartAgain)
     const int id = Register();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {{2, 1, 6}, {}}), 0);
     service.Restart();
-    const Silent told = Silences().Next();
-    EXPECT_EQ(told.advId, id);
-    EXPECT_EQ(told.status, kBleAdvServiceRestart);
+    const AdvertisingEnd end = Ends().Next();
+    EXPECT_EQ(end.advId, id);
+    EXPECT_EQ(end.status, kBleAdvServiceRestart);
     Listen();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {{2, 1, 6}, {}}), 0);
-    EXPECT_EQ(DataOf(HeardResults().Next()), (ByteVector{2, 1, 6}));
+    EXPECT_EQ(DataOf(Results().Next()), (ByteVector{2, 1, 6}));
 }
 
 TEST_F(Advertise, UnregisteredIdsAreUnknown)

@@ -1,4 +1,4 @@
-// An application that leaves main right after it started the library, without a service.
+// An application that returns from main right after it started the library, without a service.
 #include <PelaconSDK/PelaconSDK.h>
 
 int main()

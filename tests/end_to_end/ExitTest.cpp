@@ -12,7 +12,7 @@ namespace pelacon::test {
 
 namespace {
 
-/// Has the service send all its clients notifications without end, as long as it lives.
+/// Makes the service send notifications to all clients without pause, as long as this object lives.
 class Streaming {
   public:
     explicit Streaming(const ServiceProcess& service) : thread_([this, &service] { Run(service); })
@@ -54,8 +54,8 @@ TEST(Exit, WhileTheLibraryIsBusyKeepsTheExitCode)
     }
 }
 
-// The receive thread is in its first wait, or just before it, when the process ends. Where that
-// kept the process from ending, it did so in 1 to 3 of 100 runs.
+// The receive thread is in its first wait, or just before it, when the process ends. A defect that
+// keeps the process from ending here shows in few of many runs.
 TEST(Exit, RightAfterStartKeepsTheExitCode)
 {
     UseOwnRuntimeFolder();

@@ -1,4 +1,4 @@
-// pelaconctl gatt against the real service: other devices' services, and serving one's own.
+// pelaconctl gatt against the real service: as a client of devices, and as a server.
 #include <tests/support/ServiceProcess.h>
 #include <tests/support/TemporaryFolder.h>
 
@@ -60,18 +60,18 @@ class GattCommand : public ::testing::Test {
         arguments.insert(arguments.begin(), "gatt");
         return Pelaconctl(arguments);
     }
-    /// What a command says, which is expected to do what it should.
-    static std::string Said(const std::vector<std::string>& arguments)
+    /// The output of a command that is expected to succeed.
+    static std::string OutputOf(const std::vector<std::string>& arguments)
     {
         const CommandResult result = Gatt(arguments);
         EXPECT_EQ(result.exitCode, 0) << result.errors;
         EXPECT_THAT(result.errors, IsEmpty());
         return result.output;
     }
-    static json Told(std::vector<std::string> arguments)
+    static json OutputInJson(std::vector<std::string> arguments)
     {
         arguments.emplace_back("--json");
-        return json::parse(Said(arguments));
+        return json::parse(OutputOf(arguments));
     }
     static void ExpectFailure(const std::vector<std::string>& arguments, int exitCode,
                               const std::string& sentence)
@@ -83,7 +83,7 @@ class GattCommand : public ::testing::Test {
         EXPECT_THAT(result.output, IsEmpty());
     }
 
-    /// pelaconctl gatt serve, serving.
+    /// Starts pelaconctl gatt serve.
     ChildProcess Serving(std::vector<std::string> more = {})
     {
         more.insert(more.begin(), {"gatt", "serve", file});
@@ -99,54 +99,58 @@ class GattCommand : public ::testing::Test {
 
 TEST_F(GattCommand, ServicesAreSearchedOneByOne)
 {
-    const std::string said = Said({"services", kStrapAddress});
-    EXPECT_THAT(said, AllOf(HasSubstr("180D  Heart Rate\n"), HasSubstr("180F  Battery\n"),
+    const std::string text = OutputOf({"services", kStrapAddress});
+    EXPECT_THAT(text, AllOf(HasSubstr("180D  Heart Rate\n"), HasSubstr("180F  Battery\n"),
                             Not(HasSubstr("5e1ac0de")), HasSubstr("cannot be asked for a list")));
-    const json told = Told({"services", kStrapAddress, "--uuid",
-                            "5E1AC0DE-0001-4000-8000-000000000000", "--uuid", "1234"});
-    EXPECT_EQ(told["address"], kStrapAddress);
-    ASSERT_EQ(told["services"].size(), 3U);
-    EXPECT_EQ(told["services"][0], json({{"uuid", "180D"},
-                                         {"uuid128", "0000180d-0000-1000-8000-00805f9b34fb"},
-                                         {"name", "Heart Rate"}}));
-    EXPECT_EQ(told["services"][2]["uuid"], "5e1ac0de-0001-4000-8000-000000000000");
-    EXPECT_EQ(told["services"][2]["name"], nullptr);
-    EXPECT_THAT(Said({"services", kBare}), HasSubstr("No service was found.\nC0:00:00:00:00:05"));
-    EXPECT_EQ(Told({"services", kBare})["services"], json::array());
+    const json output = OutputInJson({"services", kStrapAddress, "--uuid",
+                                      "5E1AC0DE-0001-4000-8000-000000000000", "--uuid", "1234"});
+    EXPECT_EQ(output["address"], kStrapAddress);
+    ASSERT_EQ(output["services"].size(), 3U);
+    EXPECT_EQ(output["services"][0], json({{"uuid", "180D"},
+                                           {"uuid128", "0000180d-0000-1000-8000-00805f9b34fb"},
+                                           {"name", "Heart Rate"}}));
+    EXPECT_EQ(output["services"][2]["uuid"], "5e1ac0de-0001-4000-8000-000000000000");
+    EXPECT_EQ(output["services"][2]["name"], nullptr);
+    EXPECT_THAT(OutputOf({"services", kBare}),
+                HasSubstr("No service was found.\nC0:00:00:00:00:05"));
+    EXPECT_EQ(OutputInJson({"services", kBare})["services"], json::array());
 }
 
 TEST_F(GattCommand, ReadsAndWrites)
 {
-    EXPECT_EQ(Said({"read", kStrapAddress, "180D", "0x2a38"}), "7772697374 \"wrist\"\n");
-    EXPECT_EQ(Said({"write", kStrapAddress, "180D", "2A38", "00 ff"}), "180D/2A38 is now 00ff\n");
-    EXPECT_EQ(Told({"read", kStrapAddress, "0000180d-0000-1000-8000-00805f9b34fb", "2a38"}),
+    EXPECT_EQ(OutputOf({"read", kStrapAddress, "180D", "0x2a38"}), "7772697374 \"wrist\"\n");
+    EXPECT_EQ(OutputOf({"write", kStrapAddress, "180D", "2A38", "00 ff"}),
+              "180D/2A38 is now 00ff\n");
+    EXPECT_EQ(OutputInJson({"read", kStrapAddress, "0000180d-0000-1000-8000-00805f9b34fb", "2a38"}),
               json({{"address", kStrapAddress},
                     {"service", "180D"},
                     {"service128", "0000180d-0000-1000-8000-00805f9b34fb"},
                     {"characteristic", "2A38"},
                     {"characteristic128", "00002a38-0000-1000-8000-00805f9b34fb"},
                     {"value", "00ff"}}));
-    EXPECT_EQ(Told({"write", kStrapAddress, "180D", "2A38", "--text", "hip"})["text"], "hip");
-    EXPECT_EQ(Said({"write", kStrapAddress, "180D", "2A38", ""}), "180D/2A38 is now (empty)\n");
-    EXPECT_EQ(Said({"read", kStrapAddress, "180D", "2A38"}), "(empty)\n");
+    EXPECT_EQ(OutputInJson({"write", kStrapAddress, "180D", "2A38", "--text", "hip"})["text"],
+              "hip");
+    EXPECT_EQ(OutputOf({"write", kStrapAddress, "180D", "2A38", ""}), "180D/2A38 is now (empty)\n");
+    EXPECT_EQ(OutputOf({"read", kStrapAddress, "180D", "2A38"}), "(empty)\n");
 }
 
 TEST_F(GattCommand, ShowsTheMtu)
 {
-    EXPECT_EQ(Said({"mtu", kStrapAddress}), "100\n");
-    EXPECT_EQ(Told({"mtu", kStrapAddress}), json({{"address", kStrapAddress}, {"mtu", 100}}));
+    EXPECT_EQ(OutputOf({"mtu", kStrapAddress}), "100\n");
+    EXPECT_EQ(OutputInJson({"mtu", kStrapAddress}),
+              json({{"address", kStrapAddress}, {"mtu", 100}}));
 }
 
 TEST_F(GattCommand, SubscribesForACountOfValuesOrSeconds)
 {
-    const std::string said = Said({"subscribe", kStrapAddress, "180D", "2A37", "--count", "3"});
-    EXPECT_THAT(said, AllOf(HasSubstr("  0048\n"), HasSubstr("  0049\n")));
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 4);
-    const json told = Told({"subscribe", kStrapAddress, "180D", "2A37", "--count", "1"});
-    EXPECT_THAT(told["value"], ::testing::AnyOf("0048", "0049"));
-    EXPECT_EQ(told["indication"], false);
-    EXPECT_TRUE(told.contains("time"));
-    Said({"subscribe", kStrapAddress, "180D", "2A37", "--seconds", "0.05"});
+    const std::string text = OutputOf({"subscribe", kStrapAddress, "180D", "2A37", "--count", "3"});
+    EXPECT_THAT(text, AllOf(HasSubstr("  0048\n"), HasSubstr("  0049\n")));
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 4);
+    const json output = OutputInJson({"subscribe", kStrapAddress, "180D", "2A37", "--count", "1"});
+    EXPECT_THAT(output["value"], ::testing::AnyOf("0048", "0049"));
+    EXPECT_EQ(output["indication"], false);
+    EXPECT_TRUE(output.contains("time"));
+    OutputOf({"subscribe", kStrapAddress, "180D", "2A37", "--seconds", "0.05"});
 }
 
 TEST_F(GattCommand, SubscribesUntilCtrlC)
@@ -202,13 +206,13 @@ TEST_F(GattCommand, ServesTheServicesOfAFile)
 {
     ChildProcess serving = Serving();
     ASSERT_TRUE(serving.WaitForOutput(std::string("Serving under ") + kHere));
-    EXPECT_EQ(Said({"read", kHere, "180D", "2A37"}), "0048\n");
+    EXPECT_EQ(OutputOf({"read", kHere, "180D", "2A37"}), "0048\n");
     EXPECT_TRUE(serving.WaitForOutput("F0:00:00:00:00:01 connected\n"));
     EXPECT_TRUE(serving.WaitForOutput("F0:00:00:00:00:01 reads 180D/2A37: 0048\n"));
     EXPECT_TRUE(serving.WaitForOutput("F0:00:00:00:00:01 disconnected\n"));
-    Said({"write", kHere, "180D", "2A39", "--text", "hello"});
+    OutputOf({"write", kHere, "180D", "2A39", "--text", "hello"});
     EXPECT_TRUE(serving.WaitForOutput(" writes 180D/2A39: 68656c6c6f \"hello\"\n"));
-    EXPECT_EQ(Said({"read", kHere, "180D", "2A39"}), "68656c6c6f \"hello\"\n");
+    EXPECT_EQ(OutputOf({"read", kHere, "180D", "2A39"}), "68656c6c6f \"hello\"\n");
     serving.Interrupt();
     EXPECT_EQ(serving.Wait(), 0);
     ExpectFailure({"read", kHere, "180D", "2A37"}, 1, "No device with the address");
@@ -229,8 +233,8 @@ TEST_F(GattCommand, ServesValuesFromItsInput)
 
     serving.Write("  180f/2a39   \"high up\"  ");
     EXPECT_TRUE(serving.WaitForOutput("\n180F/2A39 is now 68696768207570 \"high up\"\n"));
-    EXPECT_EQ(Said({"read", kHere, "180F", "2A39"}), "68696768207570 \"high up\"\n");
-    EXPECT_EQ(Said({"read", kHere, "180D", "2A39"}), "(empty)\n");
+    EXPECT_EQ(OutputOf({"read", kHere, "180F", "2A39"}), "68696768207570 \"high up\"\n");
+    EXPECT_EQ(OutputOf({"read", kHere, "180D", "2A39"}), "(empty)\n");
 
     serving.Write("");
     serving.Write("2A99 00");
@@ -251,7 +255,7 @@ TEST_F(GattCommand, ServesInJson)
 {
     ChildProcess serving = Serving({"--json", "--seconds", "60"});
     EXPECT_EQ(json::parse(*serving.NextLine()), json({{"event", "serving"}, {"address", kHere}}));
-    Said({"read", kHere, "180D", "2A37"});
+    OutputOf({"read", kHere, "180D", "2A37"});
     EXPECT_EQ(json::parse(*serving.NextLine()),
               json({{"event", "connected"}, {"peer", "F0:00:00:00:00:01"}}));
     EXPECT_EQ(json::parse(*serving.NextLine()),
@@ -295,7 +299,7 @@ TEST_F(GattCommand, ReconnectsAfterARestartOfTheService)
     EXPECT_EQ(subscriber.Wait(), 3);
     EXPECT_THAT(subscriber.Errors(), HasSubstr("PelaconService was restarted"));
     EXPECT_TRUE(serving.WaitForOutput("PelaconService was restarted; serving again.\n"));
-    EXPECT_EQ(Said({"read", kHere, "180D", "2A37"}), "0051\n") << "with the values that it had";
+    EXPECT_EQ(OutputOf({"read", kHere, "180D", "2A37"}), "0051\n") << "with the values that it had";
 }
 
 TEST_F(GattCommand, ReconnectsAfterARestartWhileValuesStream)
@@ -308,7 +312,7 @@ TEST_F(GattCommand, ReconnectsAfterARestartWhileValuesStream)
         return serving.Output().find("180D/2A37 is now 0052\n") != std::string::npos;
     }));
     EXPECT_THAT(serving.Output(), HasSubstr("PelaconService was restarted; serving again.\n"));
-    EXPECT_EQ(Said({"read", kHere, "180D", "2A37"}), "0052\n");
+    EXPECT_EQ(OutputOf({"read", kHere, "180D", "2A37"}), "0052\n");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A device that takes no notice of what it is asked.
+// A device that does not answer requests.
 #include <PelaconSDK/PelaconSDK.h>
 #include <protocol/ServiceStatus.h>
 #include <tests/support/Mailbox.h>
@@ -25,7 +25,7 @@ Mailbox<std::int32_t>& States()
 BtGattClientCallbacksC table{
     [](std::int32_t, std::int32_t state, std::int32_t) { States().Put(state); }, nullptr};
 
-/// The service gives it up before the library gives the service up.
+/// The service's time-out for the device ends before the library's time-out for the service.
 TEST(GattSilentPeerLong, ARequestToASilentPeerEndsInTime)
 {
     const ServiceProcess service(kWorld);

@@ -65,7 +65,7 @@ struct Notified {
     bool operator==(const Notified&) const = default;
 };
 
-/// What a server was told.
+/// An event that a server's callback received.
 struct PeerEvent {
     std::string what;
     std::uint64_t peer = 0;
@@ -76,22 +76,22 @@ struct PeerEvent {
 };
 
 template <typename Event>
-Mailbox<Event>& Told()
+Mailbox<Event>& Delivered()
 {
-    static auto& told = *new Mailbox<Event>;
-    return told;
+    static auto& delivered = *new Mailbox<Event>;
+    return delivered;
 }
 
-/// Done inside the callbacks, where a test wants it.
+/// Called inside the callbacks, if a test sets them.
 std::function<void(const State&)> whenState;
 std::function<void(const PeerEvent&)> whenPeer;
 
-void TellPeer(PeerEvent event)
+void DeliverPeer(PeerEvent event)
 {
     if (whenPeer) {
         whenPeer(event);
     }
-    Told<PeerEvent>().Put(std::move(event));
+    Delivered<PeerEvent>().Put(std::move(event));
 }
 
 BtGattClientCallbacksC clientTable{
@@ -99,34 +99,35 @@ BtGattClientCallbacksC clientTable{
         if (whenState) {
             whenState({clientId, state, reason});
         }
-        Told<State>().Put({clientId, state, reason});
+        Delivered<State>().Put({clientId, state, reason});
     },
     [](std::int32_t clientId, const char* service, const char* characteristic,
        const std::uint8_t* data, std::uint32_t dataLen, std::int32_t kind) {
-        Told<Notified>().Put({clientId, service, characteristic, {data, data + dataLen}, kind});
+        Delivered<Notified>().Put(
+            {clientId, service, characteristic, {data, data + dataLen}, kind});
     }};
 
 BtGattServerCallbacksC serverTable{[](std::uint64_t peer) {
-                                       TellPeer({"connect", peer, 0, {}, {}, {}});
+                                       DeliverPeer({"connect", peer, 0, {}, {}, {}});
                                    },
                                    [](std::uint64_t peer) {
-                                       TellPeer({"disconnect", peer, 0, {}, {}, {}});
+                                       DeliverPeer({"disconnect", peer, 0, {}, {}, {}});
                                    },
                                    [](std::uint64_t peer, std::uint32_t status) {
-                                       TellPeer({"sent", peer, status, {}, {}, {}});
+                                       DeliverPeer({"sent", peer, status, {}, {}, {}});
                                    },
                                    [](std::uint64_t peer, std::uint32_t mtu) {
-                                       TellPeer({"mtu", peer, mtu, {}, {}, {}});
+                                       DeliverPeer({"mtu", peer, mtu, {}, {}, {}});
                                    }};
 
 BtGattCharCallbacksC charTable{
     [](std::uint64_t peer, const char* service, const char* characteristic,
        const std::uint8_t* data, std::uint32_t dataLen) {
-        TellPeer({"read", peer, 0, service, characteristic, {data, data + dataLen}});
+        DeliverPeer({"read", peer, 0, service, characteristic, {data, data + dataLen}});
     },
     [](std::uint64_t peer, const char* service, const char* characteristic,
        const std::uint8_t* data, std::uint32_t dataLen) {
-        TellPeer({"write", peer, 0, service, characteristic, {data, data + dataLen}});
+        DeliverPeer({"write", peer, 0, service, characteristic, {data, data + dataLen}});
     }};
 
 ByteVector Counting(std::size_t count)
@@ -142,9 +143,9 @@ class Gatt : public ::testing::Test {
 
     explicit Gatt(const std::string& world) : service(world)
     {
-        Told<State>().Clear();
-        Told<Notified>().Clear();
-        Told<PeerEvent>().Clear();
+        Delivered<State>().Clear();
+        Delivered<Notified>().Clear();
+        Delivered<PeerEvent>().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~Gatt() override
@@ -177,7 +178,7 @@ class Gatt : public ::testing::Test {
     /// The next event, which is expected to be of this kind.
     static PeerEvent NextPeer(const std::string& what)
     {
-        PeerEvent event = Told<PeerEvent>().Next();
+        PeerEvent event = Delivered<PeerEvent>().Next();
         EXPECT_EQ(event.what, what);
         return event;
     }
@@ -195,12 +196,12 @@ class Gatt : public ::testing::Test {
     {
         EXPECT_EQ(BleGattClient::BleGattClientConnect(id, address, &clientTable), 0);
     }
-    /// A client that is connected, and knows the peer's services.
+    /// A client that is connected and has searched the peer's services.
     static std::int32_t Connected(std::uint64_t address)
     {
         const std::int32_t id = Register();
         StartToConnect(id, address);
-        EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattConnected, kBleGattReasonNone}));
+        EXPECT_EQ(Delivered<State>().Next(), (State{id, kBleGattConnected, kBleGattReasonNone}));
         EXPECT_EQ(BleGattClient::BleGattClientSearchServices(id), 0);
         return id;
     }
@@ -259,7 +260,7 @@ TEST_F(Gatt, FromConnectToDisconnect)
 
     EXPECT_EQ(Subscribe(id, kRate), 0);
     EXPECT_EQ(Publish({0, 72}, peer), 0);
-    EXPECT_EQ(Told<Notified>().Next(),
+    EXPECT_EQ(Delivered<Notified>().Next(),
               (Notified{id, kService, kRate, {0, 72}, kBleGattNotification}));
     event = NextPeer("sent");
     EXPECT_EQ(event.peer, peer);
@@ -268,7 +269,7 @@ TEST_F(Gatt, FromConnectToDisconnect)
     NextPeer("read");
 
     EXPECT_EQ(BleGattClient::BleGattClientDisconnect(id), 0);
-    EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonLocal}));
+    EXPECT_EQ(Delivered<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonLocal}));
     EXPECT_EQ(NextPeer("disconnect").peer, peer);
     EXPECT_EQ(BleGattClient::BleGattClientUnRegister(id), 0);
     EXPECT_EQ(BleGattServer::BleGattServerStopService(server, handle), 0);
@@ -283,7 +284,7 @@ TEST_F(Gatt, ValuesOfEveryLengthInBothDirections)
     Subscribe(id, kRate);
     for (const ByteVector& value : {ByteVector{}, ByteVector{0, 0, 7, 0}, Counting(1024)}) {
         EXPECT_EQ(Write(id, kControl, value), 0);
-        EXPECT_EQ(Told<PeerEvent>()
+        EXPECT_EQ(Delivered<PeerEvent>()
                       .NextThat([](const PeerEvent& event) { return event.what == "write"; })
                       .data,
                   value);
@@ -291,7 +292,7 @@ TEST_F(Gatt, ValuesOfEveryLengthInBothDirections)
         EXPECT_EQ(Publish(value), 0);
         ByteVector carried = value;
         carried.resize(std::min<std::size_t>(carried.size(), 185 - 3));  // of the MTU
-        EXPECT_EQ(Told<Notified>().Next().data, carried);
+        EXPECT_EQ(Delivered<Notified>().Next().data, carried);
     }
     EXPECT_EQ(Write(id, kControl, Counting(1025)), -1);
     EXPECT_EQ(Publish(Counting(1025)), -10);
@@ -329,7 +330,8 @@ TEST_F(Gatt, TheCFormWorksTheSame)
     EXPECT_EQ(BleGattServerPublishNotifyExt(&notify), -1);
     notify.valueLen = 1;
     EXPECT_EQ(BleGattServerPublishNotifyExt(&notify), 0);
-    EXPECT_EQ(Told<Notified>().Next(), (Notified{id, "1810", "2a35", {5}, kBleGattIndication}));
+    EXPECT_EQ(Delivered<Notified>().Next(),
+              (Notified{id, "1810", "2a35", {5}, kBleGattIndication}));
 }
 
 TEST_F(Gatt, ASimulatedPeripheralIsReadWrittenAndSubscribedTo)
@@ -339,28 +341,28 @@ TEST_F(Gatt, ASimulatedPeripheralIsReadWrittenAndSubscribedTo)
     EXPECT_EQ(Write(id, kPlace, {3}), 0);
     EXPECT_EQ(Read(id, kPlace), ByteVector{3});
     EXPECT_EQ(Subscribe(id, kRate), 0);
-    EXPECT_EQ(Told<Notified>().Next().data, (ByteVector{0, 0x48}));
-    EXPECT_EQ(Told<Notified>().Next().data, (ByteVector{0, 0x49}));
+    EXPECT_EQ(Delivered<Notified>().Next().data, (ByteVector{0, 0x48}));
+    EXPECT_EQ(Delivered<Notified>().Next().data, (ByteVector{0, 0x49}));
     EXPECT_EQ(Subscribe(id, kRate, false), 0);
     EXPECT_TRUE(IsDeviceConnected(kStrap, kBluetoothLe));
     EXPECT_EQ(BleManager::BtDisable(), 0);
-    EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonLocal}));
+    EXPECT_EQ(Delivered<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonLocal}));
 }
 
 TEST_F(Gatt, FailedAndLostConnectionsAreReported)
 {
     const std::int32_t id = Register();
     StartToConnect(id, kRefusing);
-    EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonRefused}));
+    EXPECT_EQ(Delivered<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonRefused}));
     StartToConnect(id, 0xC0FFFFFFFFFF);
-    EXPECT_EQ(Told<State>().Next(),
+    EXPECT_EQ(Delivered<State>().Next(),
               (State{id, kBleGattDisconnected, kBleGattReasonNotEstablished}));
     StartToConnect(id, kLost);
-    EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattConnected, kBleGattReasonNone}));
-    EXPECT_EQ(Told<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonTimeout}));
+    EXPECT_EQ(Delivered<State>().Next(), (State{id, kBleGattConnected, kBleGattReasonNone}));
+    EXPECT_EQ(Delivered<State>().Next(), (State{id, kBleGattDisconnected, kBleGattReasonTimeout}));
 }
 
-/// All that a display does, from inside the callback that says that the peer is there.
+/// All operations of a display, called inside the callback that reports the connection.
 TEST_F(Gatt, CallbacksMayCallOperations)
 {
     Serve();
@@ -381,7 +383,7 @@ TEST_F(Gatt, CallbacksMayCallOperations)
     };
     const std::int32_t id = Register();
     StartToConnect(id, kThisMachine);
-    EXPECT_EQ(Told<Notified>().Next().data, ByteVector{1});
+    EXPECT_EQ(Delivered<Notified>().Next().data, ByteVector{1});
     EXPECT_EQ(result, 0);
 }
 
@@ -397,7 +399,8 @@ TEST_F(Gatt, ACallbackMayConnectAgain)
     EXPECT_TRUE(Eventually([&] { return losses == 3; }));
 }
 
-/// Another thread registers and adds while callbacks, which have the registry, call operations.
+/// Another thread registers and adds while callbacks, which run with the registry locked, call
+/// operations.
 TEST_F(Gatt, CallbacksMayCallOperationsWhileOthersRegister)
 {
     Serve();
@@ -418,7 +421,7 @@ TEST_F(Gatt, CallbacksMayCallOperationsWhileOthersRegister)
     });
     for (int i = 0; i < 100; ++i) {
         Read(id, kPlace);
-        EXPECT_EQ(Told<Notified>().Next().data, ByteVector{7});
+        EXPECT_EQ(Delivered<Notified>().Next().data, ByteVector{7});
     }
     done = true;
     other.join();
@@ -435,7 +438,7 @@ TEST_F(Gatt, FiftyClientsOfOneServer)
     EXPECT_EQ(Publish({42}), 0);
     std::vector<std::int32_t> notified;
     for (std::size_t i = 0; i < ids.size(); ++i) {
-        notified.push_back(Told<Notified>().Next().clientId);
+        notified.push_back(Delivered<Notified>().Next().clientId);
     }
     std::sort(notified.begin(), notified.end());
     std::sort(ids.begin(), ids.end());
@@ -445,7 +448,7 @@ TEST_F(Gatt, FiftyClientsOfOneServer)
     }
 }
 
-/// Publishing does not wait for whoever is slow to take what is published, and nothing is lost.
+/// Publishing does not wait for a subscriber that takes values slowly, and nothing is lost.
 TEST_F(Gatt, ASlowReaderReceivesAllValuesInOrder)
 {
     Serve();
@@ -466,7 +469,7 @@ TEST_F(Gatt, ASlowReaderReceivesAllValuesInOrder)
     }
     leave.set_value();
     for (std::uint8_t i = 0; i < 200; ++i) {
-        ASSERT_EQ(Told<Notified>().Next().data, ByteVector{i});
+        ASSERT_EQ(Delivered<Notified>().Next().data, ByteVector{i});
     }
 }
 
@@ -478,10 +481,10 @@ TEST_F(Gatt, AfterARestartOldIdsAreUnknown)
     EXPECT_TRUE(Eventually([&] { return BleGattClient::BleGattClientSearchServices(id) > 0; }));
     EXPECT_GT(BleGattServer::BleGattServerStartService(server, handle), 0);
     StartToConnect(id, kThisMachine);
-    EXPECT_EQ(Told<State>().Next(),
+    EXPECT_EQ(Delivered<State>().Next(),
               (State{id, kBleGattDisconnected, kBleGattReasonNotEstablished}));
 
-    Told<PeerEvent>().Clear();
+    Delivered<PeerEvent>().Clear();
     Serve();
     const std::int32_t next = Connected(kThisMachine);
     EXPECT_NE(next, id);
@@ -501,13 +504,13 @@ TEST_F(Gatt, StopKeepsTheRegisteredTables)
 {
     std::int32_t id = Register();
     StartToConnect(id, kStrap);
-    EXPECT_EQ(Told<State>().Next().state, kBleGattConnected);
+    EXPECT_EQ(Delivered<State>().Next().state, kBleGattConnected);
     EXPECT_EQ(PelaconSvcStop(), 0);
     EXPECT_EQ(BleGattClient::BleGattClientSearchServices(id), -1);
     EXPECT_EQ(PelaconSvcStart(), 0);
-    // The service forgot the id with the program's connection; the library did not.
+    // The service dropped the id with the program's connection; the library still has its table.
     StartToConnect(id, kStrap);
-    EXPECT_EQ(Told<State>().Next(),
+    EXPECT_EQ(Delivered<State>().Next(),
               (State{id, kBleGattDisconnected, kBleGattReasonNotEstablished}));
 }
 

@@ -33,7 +33,7 @@ constexpr std::uint64_t kOwnAddress = 0x0A0B0C0D0E0F;
 constexpr std::uint64_t kDevice = 0xC00000000001;
 constexpr std::size_t kMostWalkers = 8;
 
-/// What a callback told one walker: what it was, a number that goes with it, and data.
+/// A callback of one walker: its kind, a number that belongs to it, and data.
 struct WalkEvent {
     std::string what;
     std::int64_t number = 0;
@@ -42,12 +42,12 @@ struct WalkEvent {
     bool operator==(const WalkEvent&) const = default;
 };
 
-void PrintTo(const WalkEvent& told, std::ostream* out)
+void PrintTo(const WalkEvent& event, std::ostream* out)
 {
-    *out << told.what << " " << told.number << " " << ::testing::PrintToString(told.data);
+    *out << event.what << " " << event.number << " " << ::testing::PrintToString(event.data);
 }
 
-/// What the walker's client and its server were told, each in its order.
+/// The callbacks of the walker's client and of its server, each in their order.
 struct Mailboxes {
     Mailbox<WalkEvent> client;
     Mailbox<WalkEvent> server;
@@ -59,7 +59,7 @@ Mailboxes& MailboxesOf(std::size_t walker)
     return all.at(walker);
 }
 
-/// Callbacks of clients are told apart by the id.
+/// The walkers of client ids, by which callbacks of clients are assigned to walkers.
 class Clients {
   public:
     void Add(std::int32_t id, std::size_t walker)
@@ -93,8 +93,8 @@ BtGattClientCallbacksC walkingClient{
         TheClients().MailboxOf(id).Put({"value", kind, {data, data + dataLen}});
     }};
 
-/// Callbacks of servers have no id: each walker has tables of its own. Connections of other walkers
-/// are of no interest.
+/// Callbacks of servers have no id, so each walker has tables of its own. They ignore connections,
+/// as those of all walkers are reported.
 template <std::size_t Walker>
 BtGattServerCallbacksC walkingServer{nullptr, nullptr,
                                      [](std::uint64_t, std::uint32_t status) {
@@ -178,7 +178,7 @@ class Walker {
     void Step()
     {
         using Action = void (Walker::*)();
-        // What makes the rest possible comes more often than what ends it.
+        // Actions that others depend on are listed more often than those that end something.
         constexpr Action kActions[] = {
             &Walker::Connect,    &Walker::Connect,   &Walker::Search,     &Walker::Search,
             &Walker::Search,     &Walker::Read,      &Walker::Read,       &Walker::Write,
@@ -194,7 +194,7 @@ class Walker {
     }
 
   private:
-    /// What is at the other end of the client's connection.
+    /// The other end of the client's connection.
     enum class End { kNone, kSimulated, kOwnServer };
 
     std::size_t Any(std::size_t count) { return random_() % count; }
@@ -207,13 +207,13 @@ class Walker {
         return value;
     }
 
-    void ExpectClientTold(const WalkEvent& told)
+    void ExpectClientEvent(const WalkEvent& event)
     {
-        EXPECT_EQ(MailboxesOf(number_).client.Next(), told);
+        EXPECT_EQ(MailboxesOf(number_).client.Next(), event);
     }
-    void ExpectServerTold(const WalkEvent& told)
+    void ExpectServerEvent(const WalkEvent& event)
     {
-        EXPECT_EQ(MailboxesOf(number_).server.Next(), told);
+        EXPECT_EQ(MailboxesOf(number_).server.Next(), event);
     }
 
     // ---- The model
@@ -221,7 +221,7 @@ class Walker {
     bool IsUp() const { return end_ != End::kNone; }
     bool IsStarted() const { return isStarted_; }
 
-    /// The status of what needs the peer's characteristic, where nothing else is wrong with it.
+    /// The status of an operation on the peer's characteristic whose arguments are valid.
     std::int32_t PeerStatus() const
     {
         if (!IsUp()) {
@@ -250,7 +250,7 @@ class Walker {
         isSubscribed_ = false;
     }
 
-    /// The service is not seen any more: who subscribed to it is forgotten.
+    /// The service becomes invisible, and its subscriptions end.
     void HideService()
     {
         isStarted_ = false;
@@ -274,9 +274,9 @@ class Walker {
                                                       &walkingClient),
                   0);
         if (IsUp()) {
-            ExpectClientTold({"state", kIsEnded});
+            ExpectClientEvent({"state", kIsEnded});
         }
-        ExpectClientTold({"state", kIsConnected});
+        ExpectClientEvent({"state", kIsConnected});
         EndConnection();
         end_ = isHere ? End::kOwnServer : End::kSimulated;
     }
@@ -286,7 +286,7 @@ class Walker {
         EXPECT_EQ(BleGattClient::BleGattClientDisconnect(client_),
                   IsUp() ? kStatusDone : kStatusNotConnected);
         if (IsUp()) {
-            ExpectClientTold({"state", kIsEnded});
+            ExpectClientEvent({"state", kIsEnded});
         }
         EndConnection();
     }
@@ -333,7 +333,7 @@ class Walker {
         }
         EXPECT_EQ(value, PeerValue());
         if (end_ == End::kOwnServer) {
-            ExpectServerTold({"read", 0, value});
+            ExpectServerEvent({"read", 0, value});
         }
     }
 
@@ -347,9 +347,9 @@ class Walker {
         }
         PeerValue() = value;
         if (end_ == End::kOwnServer) {
-            ExpectServerTold({"write", 0, value});
+            ExpectServerEvent({"write", 0, value});
         } else if (isSubscribed_) {  // the device notifies what is written
-            ExpectClientTold({"value", kBleGattNotification, Notified(value)});
+            ExpectClientEvent({"value", kBleGattNotification, Notified(value)});
         }
     }
 
@@ -432,8 +432,8 @@ class Walker {
         }
         value_ = value;
         if (end_ == End::kOwnServer && isSubscribed_) {
-            ExpectClientTold({"value", kBleGattNotification, Notified(value)});
-            ExpectServerTold({"sent", kStatusDone});
+            ExpectClientEvent({"value", kBleGattNotification, Notified(value)});
+            ExpectServerEvent({"sent", kStatusDone});
         }
     }
 
@@ -449,12 +449,12 @@ class Walker {
     ByteVector deviceValue_{0};
 
     std::int32_t server_ = 0;
-    std::int32_t handle_ = 0;  // 0: there is no service
+    std::int32_t handle_ = 0;  // 0 without a service
     bool isStarted_ = false;
     ByteVector value_;
 };
 
-/// A server that is there all the time, so that this program can always be connected to, and
+/// Registers a server that exists throughout, so that this program always accepts connections, and
 /// connections to it last.
 void ServeAlways()
 {
@@ -487,8 +487,8 @@ void WalkGattRandomly(unsigned threads, unsigned operations, unsigned seed)
         thread.join();
     }
     for (std::size_t i = 0; i < threads; ++i) {
-        EXPECT_EQ(MailboxesOf(i).client.Left(), 0U) << "told, though nothing was expected";
-        EXPECT_EQ(MailboxesOf(i).server.Left(), 0U) << "told, though nothing was expected";
+        EXPECT_EQ(MailboxesOf(i).client.Left(), 0U) << "a callback that was not expected";
+        EXPECT_EQ(MailboxesOf(i).server.Left(), 0U) << "a callback that was not expected";
     }
     PelaconSvcStop();
 }

@@ -3,10 +3,10 @@
 
 namespace pelacon::test {
 
-/// So many threads do so many operations each, on clients and servers of their own: they connect to
-/// a simulated device and to this program itself, search, read, write, subscribe, publish, start
-/// and stop services, and begin anew. Every result and everything that callbacks tell is compared
-/// with what a model says. Fails the test where they differ.
+/// Runs random operations on the given number of threads, each with clients and servers of its own:
+/// the threads connect to a simulated device and to this program itself, search, read, write,
+/// subscribe, publish, start and stop services, and begin anew. Each result and each callback is
+/// compared with a model; a difference fails the test.
 void WalkGattRandomly(unsigned threads, unsigned operations, unsigned seed);
 
 }  // namespace pelacon::test

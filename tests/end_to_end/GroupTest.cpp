@@ -27,11 +27,11 @@ constexpr char kWorld[] = R"({
                   "interfaces": [
                       {"name": "wlan0", "guid": "{00000000-0000-0000-0000-00000000000A}"}]}})";
 
-/// What callbacks told, as text.
-Mailbox<std::string>& Told()
+/// What the callbacks received, as text.
+Mailbox<std::string>& Delivered()
 {
-    static auto& told = *new Mailbox<std::string>;
-    return told;
+    static auto& delivered = *new Mailbox<std::string>;
+    return delivered;
 }
 
 template <std::size_t Size>
@@ -47,31 +47,32 @@ std::string Text(const Vod2dWifiCfgEvent& event)
 
 Vod2dWifiBroadcastRecvCb groupTable{
     [](Vod2dGroupChange change) {
-        Told().Put("group " + std::to_string(change.state) + ' ' + std::to_string(change.reason));
+        Delivered().Put("group " + std::to_string(change.state) + ' ' +
+                        std::to_string(change.reason));
     },
     [](const Vod2dStationChange* change) {
-        Told().Put("station " + std::to_string(change->state) + ' ' + Text(change->address) + ' ' +
-                   Text(change->ipAddress));
+        Delivered().Put("station " + std::to_string(change->state) + ' ' + Text(change->address) +
+                        ' ' + Text(change->ipAddress));
     },
 };
 
 Vod2dWifiCfgCallback cfgTable{
-    [](const Vod2dWifiCfgEvent* event) { Told().Put("configuration " + Text(*event)); }};
+    [](const Vod2dWifiCfgEvent* event) { Delivered().Put("configuration " + Text(*event)); }};
 
 Vod2dWifiCfgCallback connTable{
-    [](const Vod2dWifiCfgEvent* event) { Told().Put("connection " + Text(*event)); }};
+    [](const Vod2dWifiCfgEvent* event) { Delivered().Put("connection " + Text(*event)); }};
 
 WifiCardStateCallback cardTable{[](const WifiCardStateEvent* event) {
     const WifiCardStateInfo& card = event->cards[event->changed];
-    Told().Put("card " + std::to_string(card.card) + " of " + std::to_string(event->count) + ": " +
-               std::to_string(card.state));
+    Delivered().Put("card " + std::to_string(card.card) + " of " + std::to_string(event->count) +
+                    ": " + std::to_string(card.state));
 }};
 
 class Group : public ::testing::Test {
   protected:
     Group()
     {
-        Told().Clear();
+        Delivered().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~Group() override
@@ -110,7 +111,7 @@ TEST_F(Group, IsCreatedDescribedAndRemoved)
     EXPECT_EQ(made.active, 1);
     EXPECT_EQ(Text(made.ipAddress), "10.0.0.1");
     EXPECT_EQ(made.is5GHz, 1);
-    EXPECT_EQ(Told().Next(), "group 1 0");
+    EXPECT_EQ(Delivered().Next(), "group 1 0");
 
     Vod2dSoftAPInfo read{};
     EXPECT_EQ(Vod2dApi::Vod2dGetGroupConfig(&read), 0);
@@ -120,7 +121,7 @@ TEST_F(Group, IsCreatedDescribedAndRemoved)
     Vod2dSoftAPInfo second{};
     EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&second), kWifiBusy);
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), 0);
-    EXPECT_EQ(Told().Next(), "group 0 0");
+    EXPECT_EQ(Delivered().Next(), "group 0 0");
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiNotFound);
     Vod2dSoftAPInfo impossible{};
     impossible.channel = 44;
@@ -131,44 +132,44 @@ TEST_F(Group, StationsAreReportedAndCounted)
 {
     Listen();
     Created();
-    EXPECT_EQ(Told().Next(), "group 1 0");
+    EXPECT_EQ(Delivered().Next(), "group 1 0");
     Station("group.join", "0A:0B:0C:0D:0E:0F");
     Station("group.join", "00:00:00:00:00:01");
-    EXPECT_EQ(Told().Next(), "station 1 0a0b0c0d0e0f 10.0.0.2");
-    EXPECT_EQ(Told().Next(), "station 1 000000000001 10.0.0.3");
+    EXPECT_EQ(Delivered().Next(), "station 1 0a0b0c0d0e0f 10.0.0.2");
+    EXPECT_EQ(Delivered().Next(), "station 1 000000000001 10.0.0.3");
     Vod2dLinkGroup link{};
     EXPECT_EQ(Vod2dApi::Vod2dGetGroupInfoConnected(&link), 0);
     EXPECT_EQ(link.groupState, kVod2dGroupExists);
     EXPECT_EQ(link.stationCount, 2);
     Station("group.leave", "0A:0B:0C:0D:0E:0F");
-    EXPECT_EQ(Told().Next(), "station 0 0a0b0c0d0e0f ");
+    EXPECT_EQ(Delivered().Next(), "station 0 0a0b0c0d0e0f ");
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), 0);
-    EXPECT_EQ(Told().Next(), "station 0 000000000001 ");
-    EXPECT_EQ(Told().Next(), "group 0 0");
+    EXPECT_EQ(Delivered().Next(), "station 0 000000000001 ");
+    EXPECT_EQ(Delivered().Next(), "group 0 0");
 }
 
 TEST_F(Group, StationsAreNotifiedAgainAfterALostConnection)
 {
     Listen();
     Created();
-    EXPECT_EQ(Told().Next(), "group 1 0");
+    EXPECT_EQ(Delivered().Next(), "group 1 0");
     Station("group.join", "00:00:00:00:00:01");
-    EXPECT_EQ(Told().Next(), "station 1 000000000001 10.0.0.2");
+    EXPECT_EQ(Delivered().Next(), "station 1 000000000001 10.0.0.2");
     service.Command({{"command", "disconnect"}});
-    EXPECT_EQ(Told().Next(), "station 0 000000000001 ") << "by the library itself";
-    EXPECT_EQ(Told().Next(), "group 1 11");
-    EXPECT_EQ(Told().Next(), "station 1 000000000001 10.0.0.2");
+    EXPECT_EQ(Delivered().Next(), "station 0 000000000001 ") << "by the library itself";
+    EXPECT_EQ(Delivered().Next(), "group 1 11");
+    EXPECT_EQ(Delivered().Next(), "station 1 000000000001 10.0.0.2");
     Station("group.leave", "00:00:00:00:00:01");
-    EXPECT_EQ(Told().Next(), "station 0 000000000001 ");
+    EXPECT_EQ(Delivered().Next(), "station 0 000000000001 ");
 }
 
 TEST_F(Group, TakingTheCardOutEndsTheGroup)
 {
     Listen();
     Created();
-    EXPECT_EQ(Told().Next(), "group 1 0");
+    EXPECT_EQ(Delivered().Next(), "group 1 0");
     service.Command({{"command", "wifi.card"}, {"card", 0}, {"state", "absent"}});
-    EXPECT_EQ(Told().Next(), "group 0 1");
+    EXPECT_EQ(Delivered().Next(), "group 0 1");
     bool active = true;
     EXPECT_EQ(Vod2dApi::Vod2dIsWifiActive(&active), 0);
     EXPECT_FALSE(active);
@@ -182,7 +183,7 @@ TEST_F(Group, AnOwnConfigurationIsNotAPeersAfterALostConnection)
     EXPECT_EQ(Vod2dApi::Vod2dSetPeerWifiCfgInfo(kPeerCfgStation, own, 3), 0);
     Listen();
     service.Command({{"command", "disconnect"}});
-    EXPECT_EQ(Told().Next(), "group 0 11") << "it is back";
+    EXPECT_EQ(Delivered().Next(), "group 0 11") << "the state after the restart";
     std::uint8_t blob[512];
     std::int32_t length = 0;
     EXPECT_EQ(Vod2dApi::Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, blob, &length), 0);
@@ -196,19 +197,19 @@ TEST_F(Group, AnUnregisteredTableIsNotCalled)
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupTable), 0);
     Created();
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), 0);
-    EXPECT_EQ(Told().Left(), 0U);
+    EXPECT_EQ(Delivered().Left(), 0U);
 }
 
 TEST_F(Group, CallbacksMayCallOperations)
 {
     static Vod2dWifiBroadcastRecvCb asking{
         [](Vod2dGroupChange) {
-            Told().Put("frequency " + std::to_string(Vod2dApi::Vod2dGetFrequency()));
+            Delivered().Put("frequency " + std::to_string(Vod2dApi::Vod2dGetFrequency()));
         },
         nullptr};
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&asking), 0);
     Created(149);
-    EXPECT_EQ(Told().Next(), "frequency 5745");
+    EXPECT_EQ(Delivered().Next(), "frequency 5745");
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&asking), 0);
 }
 
@@ -254,7 +255,7 @@ TEST_F(Group, ConfigurationsPassBetweenApplications)
     const CommandResult other =
         Pelaconctl({"group", "config", "station", "--set", "from the other"});
     EXPECT_EQ(other.exitCode, 0) << other.errors;
-    EXPECT_EQ(Told().Next(), "configuration 1 from the other");
+    EXPECT_EQ(Delivered().Next(), "configuration 1 from the other");
     std::uint8_t blob[512];
     std::int32_t length = 0;
     EXPECT_EQ(Vod2dApi::Vod2dGetSelfWifiCfgInfo(kSelfCfgStation, blob, &length), 0);
@@ -263,7 +264,7 @@ TEST_F(Group, ConfigurationsPassBetweenApplications)
     std::uint8_t own[] = {'o', 'w', 'n'};
     EXPECT_EQ(Vod2dApi::Vod2dSetPeerWifiCfgInfo(kPeerCfgStation, own, 3), 0);
     EXPECT_EQ(Pelaconctl({"group", "config", "station"}).output, "own\n");
-    EXPECT_EQ(Told().Left(), 0U) << "not told of its own";
+    EXPECT_EQ(Delivered().Left(), 0U) << "it is not notified of its own";
 }
 
 TEST_F(Group, InterfacesAreDescribed)
@@ -291,8 +292,8 @@ TEST_F(Group, ConnectionsAreReported)
     Station("group.join", "00:00:00:00:00:01");
     Station("group.join", "00:00:00:00:00:02");
     Station("group.leave", "00:00:00:00:00:02");
-    EXPECT_EQ(Told().Next(), "connection 1 000000000002");
-    EXPECT_EQ(Told().Next(), "connection 0 000000000002");
+    EXPECT_EQ(Delivered().Next(), "connection 1 000000000002");
+    EXPECT_EQ(Delivered().Next(), "connection 0 000000000002");
 }
 
 TEST_F(Group, CardStatesAreReported)
@@ -308,7 +309,7 @@ TEST_F(Group, CardStatesAreReported)
     WifiCardStateInfo every{-1, 0};
     EXPECT_EQ(Vod2dApi::Vod2dSetWifiCardStateNotify(&every, &count, &cardTable), kWifiCopyFailed);
     service.Command({{"command", "wifi.card"}, {"card", 1}, {"state", "on"}});
-    EXPECT_EQ(Told().Next(), "card 1 of 2: 2");
+    EXPECT_EQ(Delivered().Next(), "card 1 of 2: 2");
 }
 
 TEST_F(Group, ASharedLinkKeepsTheGroup)
@@ -331,26 +332,26 @@ TEST_F(Group, RegistrationsAreRepeatedAfterARestart)
     Vod2dConnNotifyRequest request{1, "", {}};
     EXPECT_EQ(Vod2dApi::Vod2dSetConnNotify(&request, &connTable), 0);
     Created();
-    EXPECT_EQ(Told().Next(), "group 1 0");
+    EXPECT_EQ(Delivered().Next(), "group 1 0");
     Station("group.join", "00:00:00:00:00:01");
-    EXPECT_THAT((std::vector{Told().Next(), Told().Next()}),
+    EXPECT_THAT((std::vector{Delivered().Next(), Delivered().Next()}),
                 ::testing::UnorderedElementsAre("station 1 000000000001 10.0.0.2",
                                                 "connection 1 000000000001"));
     service.Restart();
-    EXPECT_THAT((std::vector{Told().Next(), Told().Next()}),
+    EXPECT_THAT((std::vector{Delivered().Next(), Delivered().Next()}),
                 ::testing::UnorderedElementsAre("station 0 000000000001 ", "group 0 11"))
-        << "the service knows neither any more";
+        << "the new service has neither";
     EXPECT_TRUE(Eventually([&] {
         return service.Command({{"command", "status"}})["wifiConfig"]["connectionListeners"] == 1;
     }));
     Created();
-    EXPECT_EQ(Told().Next(), "group 1 0");
+    EXPECT_EQ(Delivered().Next(), "group 1 0");
     Station("group.join", "00:00:00:00:00:02");
-    EXPECT_THAT((std::vector{Told().Next(), Told().Next()}),
+    EXPECT_THAT((std::vector{Delivered().Next(), Delivered().Next()}),
                 ::testing::UnorderedElementsAre("station 1 000000000002 10.0.0.2",
                                                 "connection 1 000000000002"));
     service.Command({{"command", "wifi.card"}, {"card", 1}, {"state", "on"}});
-    EXPECT_EQ(Told().Next(), "card 1 of 2: 2");
+    EXPECT_EQ(Delivered().Next(), "card 1 of 2: 2");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The wait of 20 s for a group, waited out.
+// A late group with the full time-out of 20 s.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/support/Mailbox.h>
 #include <tests/support/ServiceProcess.h>
@@ -34,7 +34,7 @@ TEST(LateGroupLong, IsRemovedByTheLibrary)
     const auto waited = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(waited, 20s);
     EXPECT_LT(waited, 21s);
-    EXPECT_EQ(States().Next(), kVod2dGroupNone) << "not told that there was one";
+    EXPECT_EQ(States().Next(), kVod2dGroupNone) << "the group itself is not reported";
     EXPECT_FALSE(service.Command({{"command", "status"}})["group"]["exists"].get<bool>());
     EXPECT_EQ(PelaconSvcStop(), 0);
 }

@@ -1,5 +1,5 @@
-// Groups that appear when nobody waits for them any more, made by a real service that takes its
-// time. The library's wait is cut short here; LateGroupLongTest waits it out.
+// Groups that appear after the creating call has timed out, with the real service. The library's
+// time-out is shortened here; LateGroupLongTest uses the full one.
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/Vod2dApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
@@ -24,22 +24,22 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 constexpr auto kShortWait = 40ms;
 constexpr auto kFullWait = 20s;
 
-Mailbox<std::string>& Told()
+Mailbox<std::string>& Delivered()
 {
-    static auto& told = *new Mailbox<std::string>;
-    return told;
+    static auto& delivered = *new Mailbox<std::string>;
+    return delivered;
 }
 
 Vod2dWifiBroadcastRecvCb table{
     [](Vod2dGroupChange change) {
-        Told().Put(std::to_string(change.state) + " because " + std::to_string(change.reason));
+        Delivered().Put(std::to_string(change.state) + " because " + std::to_string(change.reason));
     },
     nullptr,
 };
 
 class LateGroup : public ::testing::Test {
   protected:
-    LateGroup() { Told().Clear(); }
+    LateGroup() { Delivered().Clear(); }
     ~LateGroup() override
     {
         LimitWaits(kFullWait);
@@ -47,7 +47,7 @@ class LateGroup : public ::testing::Test {
         PelaconSvcStop();
     }
 
-    /// Starts the service with creations that go like this, and listens.
+    /// Starts the service with these first creations, starts the library and registers the table.
     void StartService(const std::string& firstCreations)
     {
         service.emplace(R"({"group": {"creation": {"ms": 1}, "removeMs": 1, "firstCreations": )" +
@@ -66,8 +66,7 @@ class LateGroup : public ::testing::Test {
         Vod2dSoftAPInfo info{};
         return Vod2dApi::Vod2dCreateGroup(&info);
     }
-    /// A creation that the library does not wait for to the end. What it then does by itself has
-    /// time again.
+    /// A creation that times out. The library's own requests afterwards have the full time again.
     static void CreateInVain()
     {
         LimitWaits(kShortWait);
@@ -86,13 +85,13 @@ TEST_F(LateGroup, IsRemovedWithoutACallback)
 {
     StartService(R"([{"ms": 300}])");
     CreateInVain();
-    // The first that is told is the removal that the library itself has asked for.
-    EXPECT_EQ(Told().Next(), "0 because 0");
+    // The first callback reports the removal that the library itself requested.
+    EXPECT_EQ(Delivered().Next(), "0 because 0");
     EXPECT_FALSE(GroupExists());
     EXPECT_EQ(service->Command({{"command", "status"}})["counters"]["repliesToNobody"], 1);
-    // That ends the matter: the next group is the application's.
+    // The library removes one group only: the next one is the application's.
     EXPECT_EQ(Create(), kWifiSuccess);
-    EXPECT_EQ(Told().Next(), "1 because 0");
+    EXPECT_EQ(Delivered().Next(), "1 because 0");
     EXPECT_TRUE(GroupExists());
 }
 
@@ -100,9 +99,9 @@ TEST_F(LateGroup, AFailedCreationIsReportedAndEndsTheWatch)
 {
     StartService(R"([{"ms": 300, "fails": true}])");
     CreateInVain();
-    EXPECT_EQ(Told().Next(), "0 because 10");
+    EXPECT_EQ(Delivered().Next(), "0 because 10");
     EXPECT_EQ(Create(), kWifiSuccess);
-    EXPECT_EQ(Told().Next(), "1 because 0");
+    EXPECT_EQ(Delivered().Next(), "1 because 0");
     EXPECT_TRUE(GroupExists());
 }
 
@@ -111,7 +110,7 @@ TEST_F(LateGroup, ARestartEndsTheWatch)
     StartService(R"([{"ms": 600000}])");
     CreateInVain();
     service->Restart();
-    EXPECT_EQ(Told().Next(), "0 because 11") << "there is none, says the new service";
+    EXPECT_EQ(Delivered().Next(), "0 because 11") << "the new service reports that there is none";
     Vod2dSoftAPInfo info{};
     EXPECT_EQ(Vod2dApi::Vod2dGetGroupConfig(&info), 0);
 }
@@ -121,9 +120,9 @@ TEST_F(LateGroup, ARemovalBeforeItAppearsEndsTheWatch)
     StartService(R"([{"ms": 600000}])");
     CreateInVain();
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiSuccess);
-    EXPECT_EQ(Told().Next(), "0 because 11");
+    EXPECT_EQ(Delivered().Next(), "0 because 11");
     EXPECT_EQ(Create(), kWifiSuccess);
-    EXPECT_EQ(Told().Next(), "1 because 0");
+    EXPECT_EQ(Delivered().Next(), "1 because 0");
 }
 
 TEST_F(LateGroup, EndsWithTheServiceThatCreatesIt)
@@ -143,13 +142,13 @@ TEST_F(LateGroup, EndsWithTheServiceThatCreatesIt)
 
 TEST_F(LateGroup, IsRemovedWhileTheApplicationWaitsForAnotherRequest)
 {
-    // The removal, on the receive thread, waits for its turn behind the application's request.
+    // The removal, on the receive thread, waits until the application's request is answered.
     StartService(R"([{"ms": 300}])");
     service->Command({{"command", "fault.add"},
                       {"fault", {{"request", "Vod2dGetFrequency"}, {"do", "delay"}, {"ms", 600}}}});
     CreateInVain();
-    EXPECT_EQ(Vod2dApi::Vod2dGetFrequency(), 5745) << "the late group is there meanwhile";
-    EXPECT_EQ(Told().Next(), "0 because 0");
+    EXPECT_EQ(Vod2dApi::Vod2dGetFrequency(), 5745) << "the late group exists meanwhile";
+    EXPECT_EQ(Delivered().Next(), "0 because 0");
     EXPECT_FALSE(GroupExists());
 }
 
@@ -158,7 +157,7 @@ TEST_F(LateGroup, IsRemovedThoughNoTableIsRegistered)
     service.emplace(R"({"group": {"creation": {"ms": 300}, "removeMs": 1}})");
     EXPECT_EQ(PelaconSvcStart(), 0);
     CreateInVain();
-    // Of the creation, and of the removal that it leads to.
+    // The requests are the creation and the removal.
     EXPECT_TRUE(Eventually([&] {
         return service->Command({{"command", "status"}})["counters"]["requests"] == 2;
     }));
@@ -170,9 +169,9 @@ TEST_F(LateGroup, IsRemovedThoughTheConnectionIsLostWhileItIsMade)
     StartService(R"([{"ms": 600}])");
     CreateInVain();
     service->Command({{"command", "disconnect"}});
-    // What is notified first is the removal: not that there is none yet, which would end the
-    // matter.
-    EXPECT_EQ(Told().Next(), "0 because 0");
+    // The first notification reports the removal, not that there is no group yet, which would end
+    // the library's watch.
+    EXPECT_EQ(Delivered().Next(), "0 because 0");
     EXPECT_FALSE(GroupExists());
 }
 
@@ -183,7 +182,8 @@ TEST_F(LateGroup, CannotComeOfACreationThatReachedNoService)
     EXPECT_EQ(Create(), kWifiNoReply);
     StartService("[]");
     EXPECT_EQ(Create(), kWifiSuccess);
-    EXPECT_EQ(Told().Next(), "1 because 0") << "the library removes it instead of notifying of it";
+    EXPECT_EQ(Delivered().Next(), "1 because 0")
+        << "the library removes it instead of notifying of it";
     EXPECT_TRUE(GroupExists());
 }
 
@@ -197,9 +197,9 @@ TEST_F(LateGroup, StaysWhenItsRemovalIsNotAnswered)
         return service->Command({{"command", "status"}})["counters"]["faults"] == 1;
     }));
     EXPECT_TRUE(GroupExists());
-    EXPECT_EQ(Told().Left(), 0U) << "the application was not told of it";
+    EXPECT_EQ(Delivered().Left(), 0U) << "the application is not notified of it";
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiSuccess);
-    EXPECT_EQ(Told().Next(), "0 because 0");
+    EXPECT_EQ(Delivered().Next(), "0 because 0");
 }
 
 }  // namespace

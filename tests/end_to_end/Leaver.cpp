@@ -1,4 +1,4 @@
-// An application that leaves main while the library is at work on all of its threads.
+// An application that returns from main while all threads of the library are busy.
 #include <PelaconSDK/PelaconSDK.h>
 
 #include <atomic>

@@ -44,18 +44,18 @@ class PelaconctlGroup : public ::testing::Test {
   protected:
     void StartService(const std::string& world) { service_.emplace(world); }
 
-    /// What `group ...` says for people.
-    static std::string Said(Arguments arguments)
+    /// The output of `group ...`, which is expected to succeed.
+    static std::string OutputOf(Arguments arguments)
     {
         const CommandResult result = Run(std::move(arguments));
         EXPECT_EQ(result.exitCode, kDone) << result.errors;
         return result.output;
     }
-    /// What it says for programs.
+    /// The same with --json, parsed.
     static nlohmann::json Reported(Arguments arguments)
     {
         arguments.emplace_back("--json");
-        const std::string output = Said(std::move(arguments));
+        const std::string output = OutputOf(std::move(arguments));
         EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
         return nlohmann::json::parse(output);
     }
@@ -79,7 +79,7 @@ class PelaconctlGroup : public ::testing::Test {
     nlohmann::json Status() const { return service_->Command({{"command", "status"}})["group"]; }
     bool IsBeingMade() const { return Status()["beingMade"].get<bool>(); }
 
-    /// Starts `group ...`, to go on for a while.
+    /// Starts `group ...` without waiting for its end.
     static ChildProcess& Started(Arguments arguments, bool terminal,
                                  std::optional<ChildProcess>& process)
     {
@@ -104,9 +104,9 @@ class PelaconctlGroup : public ::testing::Test {
 
 TEST_F(PelaconctlGroup, CreatesDescribesAndRemovesAGroup)
 {
-    EXPECT_THAT(Said({"info"}), AllOf(HasSubstr("There is no group."), HasSubstr("5180 MHz")));
+    EXPECT_THAT(OutputOf({"info"}), AllOf(HasSubstr("There is no group."), HasSubstr("5180 MHz")));
     EXPECT_THAT(
-        Said({"create", "--channel", "149"}),
+        OutputOf({"create", "--channel", "149"}),
         AllOf(HasSubstr("There is a group on channel 149."), HasSubstr("DIRECT-xy"),
               HasSubstr("eight letters"), HasSubstr("AA:BB:CC:DD:EE:0F"), HasSubstr("10.0.0.1")));
     const nlohmann::json info = Reported({"info"});
@@ -129,17 +129,17 @@ TEST_F(PelaconctlGroup, CreatesDescribesAndRemovesAGroup)
 TEST_F(PelaconctlGroup, ListsStations)
 {
     ExpectFailure({"stations"}, kFailed, "There is no group");
-    Said({"create"});
-    EXPECT_THAT(Said({"stations"}), HasSubstr("No station"));
+    OutputOf({"create"});
+    EXPECT_THAT(OutputOf({"stations"}), HasSubstr("No station"));
     Join("0A:0B:0C:0D:0E:0F");
     Join("00:00:00:00:00:01");
-    EXPECT_EQ(Said({"stations"}), "0A:0B:0C:0D:0E:0F  10.0.0.2\n00:00:00:00:00:01  10.0.0.3\n");
+    EXPECT_EQ(OutputOf({"stations"}), "0A:0B:0C:0D:0E:0F  10.0.0.2\n00:00:00:00:00:01  10.0.0.3\n");
     EXPECT_EQ(Reported({"info"})["stations"], 2);
 }
 
 TEST_F(PelaconctlGroup, ListsAndRecommendsChannels)
 {
-    EXPECT_EQ(Said({"channels"}), "36 149\n");
+    EXPECT_EQ(OutputOf({"channels"}), "36 149\n");
     EXPECT_EQ(Reported({"channels"})["channels"], nlohmann::json({36, 149}));
     EXPECT_EQ(Reported({"recommend"})["channel"], 36) << "the connection's";
     EXPECT_EQ(Reported({"recommend", "--band", "2.4"})["channel"], 6);
@@ -151,7 +151,7 @@ TEST_F(PelaconctlGroup, ListsAndRecommendsChannels)
     EXPECT_EQ(best["load"], 5);
     EXPECT_EQ(best["satisfied"], 2);
     EXPECT_EQ(best["sides"], 2);
-    EXPECT_THAT(Said({"recommend", "149", "6"}), HasSubstr("suits 1 of 2"));
+    EXPECT_THAT(OutputOf({"recommend", "149", "6"}), HasSubstr("suits 1 of 2"));
     ExpectFailure({"recommend", "40,44"}, kFailed, "no channel that suits any side");
 }
 
@@ -177,18 +177,18 @@ TEST_F(PelaconctlGroup, RefusesInvalidValues)
 
 TEST_F(PelaconctlGroup, ShowsAndSetsConfigurations)
 {
-    EXPECT_EQ(Said({"config", "owner"}), "role=owner;address=123456789abc;channels=6,36,149\n");
+    EXPECT_EQ(OutputOf({"config", "owner"}), "role=owner;address=123456789abc;channels=6,36,149\n");
     EXPECT_EQ(Reported({"config", "station", "--set-hex", "00 ff 10"})["data"], "00ff10");
-    EXPECT_EQ(Said({"config", "station"}), "00ff10\n") << "no text";
-    EXPECT_EQ(Said({"config", "station", "--set", std::string(512, 'x')}),
+    EXPECT_EQ(OutputOf({"config", "station"}), "00ff10\n") << "no text";
+    EXPECT_EQ(OutputOf({"config", "station", "--set", std::string(512, 'x')}),
               "Other programs now read it as their own configuration.\n");
-    EXPECT_EQ(Said({"config", "station"}), std::string(512, 'x') + '\n');
+    EXPECT_EQ(OutputOf({"config", "station"}), std::string(512, 'x') + '\n');
 }
 
 TEST_F(PelaconctlGroup, DescribesInterfaces)
 {
-    EXPECT_EQ(Said({"interface"}), "Coexistence: one+two\n");
-    EXPECT_EQ(Said({"interface", "wlan0"}), "{00000000-0000-0000-0000-00000000000A}\n");
+    EXPECT_EQ(OutputOf({"interface"}), "Coexistence: one+two\n");
+    EXPECT_EQ(OutputOf({"interface", "wlan0"}), "{00000000-0000-0000-0000-00000000000A}\n");
     EXPECT_EQ(Reported({"interface", "wlan0", "--scene", "5"})["guid"],
               "{00000000-0000-0000-0000-00000000000A}");
     EXPECT_EQ(Service().Command({{"command", "status"}})["wifiConfig"]["scene wlan0"], 5);
@@ -197,15 +197,15 @@ TEST_F(PelaconctlGroup, DescribesInterfaces)
 
 TEST_F(PelaconctlGroup, HoldsTheSharedLink)
 {
-    Said({"create"});
+    OutputOf({"create"});
     std::optional<ChildProcess> holder;
     Started({"hold"}, false, holder);
     ASSERT_TRUE(holder->WaitForOutput("Holding"));
     ExpectFailure({"remove"}, kFailed, "Other programs use the group's link");
     holder->Interrupt();
     EXPECT_EQ(holder->Wait(), kDone) << holder->Errors();
-    Said({"remove"});
-    EXPECT_THAT(Said({"hold", "--seconds", "0"}), HasSubstr("The link was released."));
+    OutputOf({"remove"});
+    EXPECT_THAT(OutputOf({"hold", "--seconds", "0"}), HasSubstr("The link was released."));
 }
 
 TEST_F(PelaconctlGroup, WatchPrintsEveryChange)
@@ -220,7 +220,7 @@ TEST_F(PelaconctlGroup, WatchPrintsEveryChange)
         const auto line = watcher->NextLine();
         return nlohmann::json::parse(line.value_or("null"));
     };
-    Said({"create"});
+    OutputOf({"create"});
     nlohmann::json event = next();
     EXPECT_EQ(event["event"], "group");
     EXPECT_EQ(event["exists"], true);
@@ -231,7 +231,7 @@ TEST_F(PelaconctlGroup, WatchPrintsEveryChange)
     EXPECT_EQ(event["address"], "00:00:00:00:00:01");
     EXPECT_EQ(event["ipAddress"], "10.0.0.2");
     EXPECT_EQ(event["joined"], true);
-    Said({"config", "owner", "--set", "hello"});
+    OutputOf({"config", "owner", "--set", "hello"});
     event = next();
     EXPECT_EQ(event["event"], "config");
     EXPECT_EQ(event["role"], "owner");
@@ -250,21 +250,21 @@ TEST_F(PelaconctlGroup, WatchPrintsSentences)
     std::optional<ChildProcess> watcher;
     Started({"watch"}, false, watcher);
     ASSERT_TRUE(watcher->WaitForOutput("Watching. Press Ctrl-C to stop."));
-    Said({"create"});
+    OutputOf({"create"});
     EXPECT_TRUE(watcher->WaitForOutput("  group was created\n"));
     Join("00:00:00:00:00:01");
     EXPECT_TRUE(watcher->WaitForOutput("  station 00:00:00:00:00:01 joined, 10.0.0.2\n"));
-    Said({"config", "station", "--set", "hello"});
+    OutputOf({"config", "station", "--set", "hello"});
     EXPECT_TRUE(watcher->WaitForOutput("  configuration of station: hello\n"));
-    Said({"remove"});
+    OutputOf({"remove"});
     EXPECT_TRUE(watcher->WaitForOutput("  station 00:00:00:00:00:01 left\n"));
     EXPECT_TRUE(watcher->WaitForOutput("  group was removed\n"));
     watcher->Interrupt();
     EXPECT_EQ(watcher->Wait(), kDone);
-    EXPECT_EQ(Said({"watch", "--seconds", "0.01"}), "Watching. Press Ctrl-C to stop.\n");
+    EXPECT_EQ(OutputOf({"watch", "--seconds", "0.01"}), "Watching. Press Ctrl-C to stop.\n");
 }
 
-// ---- What takes long
+// ---- Commands that take long
 
 TEST_F(PelaconctlGroup, AWaitIsShownOnATerminal)
 {
@@ -286,7 +286,7 @@ TEST_F(PelaconctlGroup, AWaitIsShownOnATerminal)
 TEST_F(PelaconctlGroup, AWaitIsNotShownElsewhere)
 {
     StartService(R"({"group": {"creation": {"ms": 400}}})");
-    EXPECT_THAT(Said({"create"}), Not(HasSubstr("Creating")));
+    EXPECT_THAT(OutputOf({"create"}), Not(HasSubstr("Creating")));
 }
 
 TEST_F(PelaconctlGroup, AnInterruptedCreationIsUndone)

@@ -49,8 +49,8 @@ void ExpectFailure(const Arguments& arguments, int exitCode, const std::string& 
     EXPECT_THAT(result.output, IsEmpty());
 }
 
-/// What a command says for people.
-std::string Said(const Arguments& arguments)
+/// The output of a command that is expected to succeed.
+std::string OutputOf(const Arguments& arguments)
 {
     SCOPED_TRACE(::testing::PrintToString(arguments));
     const CommandResult result = Pelaconctl(arguments);
@@ -59,11 +59,11 @@ std::string Said(const Arguments& arguments)
     return result.output;
 }
 
-/// What it says for programs.
+/// The same with --json, parsed.
 nlohmann::json Reported(Arguments arguments)
 {
     arguments.emplace_back("--json");
-    const std::string output = Said(arguments);
+    const std::string output = OutputOf(arguments);
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
     return nlohmann::json::parse(output);
 }
@@ -72,7 +72,7 @@ TEST(PelaconctlWithoutService, EveryCommandFailsWithAMessage)
 {
     {
         const ServiceProcess earlier;
-    }  // whose pipe is still known here, but nobody's
+    }  // has set PELACON_RUNTIME_DIR to its folder, where no service listens any more
     for (const Arguments& arguments : std::vector<Arguments>{{"bt", "status"},
                                                              {"bt", "on"},
                                                              {"bt", "off"},
@@ -124,12 +124,12 @@ TEST(PelaconctlUsage, MessagesListTheValidValues)
     ExpectFailure({"bt"}, kUsage, "needs a subcommand: status, on, off, name, connected");
 }
 
-/// Asks each command for its help, and those below it.
+/// Checks the help of a command and, recursively, of its subcommands.
 void ExpectHelp(Arguments command)
 {
     Arguments arguments = command;
     arguments.emplace_back("--help");
-    const std::string help = Said(arguments);
+    const std::string help = OutputOf(arguments);
     SCOPED_TRACE(help);
     EXPECT_THAT(help, HasSubstr("Usage: pelaconctl"));
     const std::size_t list = help.find("\nSubcommands:\n");
@@ -140,7 +140,7 @@ void ExpectHelp(Arguments command)
     for (std::size_t at = help.find('\n', list + 1) + 1; help.compare(at, 2, "  ") == 0;
          at = help.find('\n', at) + 1) {
         if (help[at + 2] == ' ') {
-            continue;  // a description's next line
+            continue;  // the continuation of a description
         }
         command.push_back(help.substr(at + 2, help.find(' ', at + 2) - at - 2));
         ExpectHelp(command);
@@ -151,8 +151,8 @@ void ExpectHelp(Arguments command)
 TEST(PelaconctlHelp, EveryCommandHasHelp)
 {
     ExpectHelp({});
-    EXPECT_THAT(Said({"--help"}), AllOf(HasSubstr("Exit status:"), HasSubstr("130")));
-    EXPECT_THAT(Said({"service", "fault", "set", "--help"}),
+    EXPECT_THAT(OutputOf({"--help"}), AllOf(HasSubstr("Exit status:"), HasSubstr("130")));
+    EXPECT_THAT(OutputOf({"service", "fault", "set", "--help"}),
                 AllOf(HasSubstr("Usage: pelaconctl service fault set"), HasSubstr("Examples:")));
 }
 
@@ -163,7 +163,7 @@ class PelaconctlBt : public ::testing::Test {
 
 TEST_F(PelaconctlBt, StatusShowsTheAdapter)
 {
-    EXPECT_EQ(Said({"bt", "status"}),
+    EXPECT_EQ(OutputOf({"bt", "status"}),
               "Bluetooth is on.\n"
               "Name     Front desk\n"
               "Address  5C:F3:70:8B:12:34\n");
@@ -174,28 +174,29 @@ TEST_F(PelaconctlBt, StatusShowsTheAdapter)
 
 TEST_F(PelaconctlBt, OnAndOffWaitForTheState)
 {
-    EXPECT_EQ(Said({"bt", "on"}), "Bluetooth is on already.\n");
-    EXPECT_EQ(Said({"bt", "off"}), "Bluetooth is off.\n");
+    EXPECT_EQ(OutputOf({"bt", "on"}), "Bluetooth is on already.\n");
+    EXPECT_EQ(OutputOf({"bt", "off"}), "Bluetooth is off.\n");
     EXPECT_EQ(Reported({"bt", "status"}).at("state"), "off");
-    EXPECT_EQ(Said({"bt", "off"}), "Bluetooth is off already.\n");
+    EXPECT_EQ(OutputOf({"bt", "off"}), "Bluetooth is off already.\n");
     EXPECT_EQ(Reported({"bt", "on"}), (nlohmann::json{{"state", "on"}}));
     EXPECT_EQ(Reported({"bt", "status"}).at("state"), "on");
 }
 
 TEST_F(PelaconctlBt, NameShowsAndSets)
 {
-    EXPECT_EQ(Said({"bt", "name"}), "Front desk\n");
-    EXPECT_EQ(Said({"bt", "name", "Büro"}), "The adapter is now called \"Büro\".\n");
+    EXPECT_EQ(OutputOf({"bt", "name"}), "Front desk\n");
+    EXPECT_EQ(OutputOf({"bt", "name", "Büro"}), "The adapter is now called \"Büro\".\n");
     EXPECT_EQ(Reported({"bt", "name"}).at("name"), "Büro");
     const std::string longest(64, 'n');
-    Said({"bt", "name", longest});
+    OutputOf({"bt", "name", longest});
     EXPECT_EQ(Reported({"bt", "name"}).at("name"), longest);
 }
 
 TEST_F(PelaconctlBt, ConnectedReportsWhetherADeviceIsConnected)
 {
-    EXPECT_EQ(Said({"bt", "connected", "C0:00:00:00:00:01"}), "C0:00:00:00:00:01 is connected.\n");
-    EXPECT_EQ(Said({"bt", "connected", "c0-00-00-00-00-01", "--classic"}),
+    EXPECT_EQ(OutputOf({"bt", "connected", "C0:00:00:00:00:01"}),
+              "C0:00:00:00:00:01 is connected.\n");
+    EXPECT_EQ(OutputOf({"bt", "connected", "c0-00-00-00-00-01", "--classic"}),
               "C0:00:00:00:00:01 is not connected.\n");
     EXPECT_EQ(Reported({"bt", "connected", "020000000099"}),
               (nlohmann::json{{"address", "02:00:00:00:00:99"}, {"connected", false}}));
@@ -203,26 +204,26 @@ TEST_F(PelaconctlBt, ConnectedReportsWhetherADeviceIsConnected)
 
 TEST_F(PelaconctlBt, JsonMayStandBeforeTheCommand)
 {
-    EXPECT_EQ(nlohmann::json::parse(Said({"--json", "bt", "name"})).at("name"), "Front desk");
+    EXPECT_EQ(nlohmann::json::parse(OutputOf({"--json", "bt", "name"})).at("name"), "Front desk");
 }
 
 TEST_F(PelaconctlBt, AMissingAnswerHasItsOwnMessage)
 {
-    Said({"service", "fault", "set", "any", "empty"});
+    OutputOf({"service", "fault", "set", "any", "empty"});
     ExpectFailure({"bt", "status"}, kNoAnswer,
                   "did not answer the request to read the adapter's address and name");
     ExpectFailure({"bt", "on"}, kNoAnswer, "did not answer");
     ExpectFailure({"bt", "name"}, kNoAnswer, "did not answer");
     ExpectFailure({"bt", "connected", "020000000001"}, kNoAnswer, "did not answer");
-    Said({"service", "fault", "clear"});
-    Said({"bt", "status"});
+    OutputOf({"service", "fault", "clear"});
+    OutputOf({"bt", "status"});
 }
 
 TEST_F(PelaconctlBt, RefusalsGiveTheReason)
 {
-    Said({"service", "fault", "set", "BtDisable", "status", "--status", "3", "--times", "1"});
+    OutputOf({"service", "fault", "set", "BtDisable", "status", "--status", "3", "--times", "1"});
     ExpectFailure({"bt", "off"}, kFailed, "refused to switch Bluetooth off: ");
-    Said({"service", "fault", "set", "SetBtName", "status", "--status", "1", "--times", "1"});
+    OutputOf({"service", "fault", "set", "SetBtName", "status", "--status", "1", "--times", "1"});
     ExpectFailure({"bt", "name", "Desk"}, kAdapterOff, "the radio is off");
 }
 
@@ -249,8 +250,8 @@ class PelaconctlMonitor : public ::testing::Test {
     PelaconctlMonitor() { EXPECT_EQ(PelaconSvcStart(), 0); }
     ~PelaconctlMonitor() override { PelaconSvcStop(); }
 
-    /// Has the service tell this client something until the monitor shows it, as only that tells
-    /// that it watches.
+    /// Sends notifications to this client until the monitor shows one. Nothing else reports that
+    /// the monitor has begun to watch.
     bool NotifiedUntilShown(ChildProcess& monitor, const std::string& shown) const
     {
         return Eventually([&] {
@@ -288,14 +289,14 @@ TEST_F(PelaconctlMonitor, ShowsUnknownNotificationsAsBytes)
 {
     ChildProcess monitor(PelaconctlPath(), {"monitor"});
     EXPECT_TRUE(NotifiedUntilShown(monitor, "\n"));
-    Said({"service", "notify", "0xD8FFFF", "--payload", "0102"});
+    OutputOf({"service", "notify", "0xD8FFFF", "--payload", "0102"});
     EXPECT_TRUE(monitor.WaitForOutput("0xD8FFFF")) << monitor.Output();
     EXPECT_TRUE(monitor.WaitForOutput("0102\n"));
 }
 
 TEST_F(PelaconctlMonitor, EndsAfterItsTime)
 {
-    EXPECT_EQ(Said({"monitor", "--seconds", "0.05"}), "");
+    EXPECT_EQ(OutputOf({"monitor", "--seconds", "0.05"}), "");
 }
 
 TEST_F(PelaconctlMonitor, EndsWithTheService)
@@ -315,7 +316,7 @@ class PelaconctlService : public ::testing::Test {
 
 TEST_F(PelaconctlService, StatusShowsItsState)
 {
-    EXPECT_THAT(Said({"service", "status"}),
+    EXPECT_THAT(OutputOf({"service", "status"}),
                 AllOf(HasSubstr("is running."), HasSubstr("Front desk"), HasSubstr("none")));
     const nlohmann::json status = Reported({"service", "status"});
     EXPECT_EQ(status.at("adapter").at("name"), "Front desk");
@@ -324,20 +325,20 @@ TEST_F(PelaconctlService, StatusShowsItsState)
 
 TEST_F(PelaconctlService, FaultsAreSetListedAndCleared)
 {
-    EXPECT_EQ(Said({"service", "fault", "list"}), "No faults are in force.\n");
+    EXPECT_EQ(OutputOf({"service", "fault", "list"}), "No faults are in force.\n");
     EXPECT_EQ(Reported({"service", "fault", "set", "BtEnable", "never", "--times", "2"}),
               (nlohmann::json{{"number", 1}}));
-    EXPECT_THAT(Said({"service", "fault", "set", "any", "delay", "--ms", "20", "--probability",
-                      "0.5", "--seed", "7", "--after", "3"}),
+    EXPECT_THAT(OutputOf({"service", "fault", "set", "any", "delay", "--ms", "20", "--probability",
+                          "0.5", "--seed", "7", "--after", "3"}),
                 HasSubstr("Fault 2 is in force."));
-    const std::string list = Said({"service", "fault", "list"});
+    const std::string list = OutputOf({"service", "fault", "list"});
     EXPECT_THAT(list,
                 AllOf(HasSubstr("request=BtEnable"), HasSubstr("times=2"), HasSubstr("do=delay"),
                       HasSubstr("ms=20"), HasSubstr("after=3"), HasSubstr("probability=0.5")));
-    EXPECT_EQ(Said({"service", "fault", "clear", "1"}), "Fault 1 has ended.\n");
+    EXPECT_EQ(OutputOf({"service", "fault", "clear", "1"}), "Fault 1 has ended.\n");
     EXPECT_EQ(Reported({"service", "fault", "list"}).at("number"), 2);
-    EXPECT_EQ(Said({"service", "fault", "clear"}), "No faults are in force any more.\n");
-    EXPECT_EQ(Said({"service", "fault", "list"}), "No faults are in force.\n");
+    EXPECT_EQ(OutputOf({"service", "fault", "clear"}), "No faults are in force any more.\n");
+    EXPECT_EQ(OutputOf({"service", "fault", "list"}), "No faults are in force.\n");
 }
 
 TEST_F(PelaconctlService, InvalidFaultsAreRefusedWithTheServicesMessage)
@@ -350,9 +351,9 @@ TEST_F(PelaconctlService, InvalidFaultsAreRefusedWithTheServicesMessage)
 
 TEST_F(PelaconctlService, RestartUndoesTheChangesOfPrograms)
 {
-    Said({"bt", "name", "Desk"});
-    EXPECT_EQ(Said({"service", "restart"}), "PelaconService has restarted.\n");
-    EXPECT_EQ(Said({"bt", "name"}), "Front desk\n");
+    OutputOf({"bt", "name", "Desk"});
+    EXPECT_EQ(OutputOf({"service", "restart"}), "PelaconService has restarted.\n");
+    EXPECT_EQ(OutputOf({"bt", "name"}), "Front desk\n");
     EXPECT_EQ(Reported({"service", "status"}).at("counters").at("restarts"), 1);
 }
 
@@ -393,7 +394,7 @@ TEST_F(PelaconctlBt, ColoursAreUsedOnTerminalsOnly)
         GTEST_SKIP() << reason;
     }
     constexpr char kBold[] = "\033[1mon\033[0m";
-    EXPECT_THAT(Said({"bt", "status"}), Not(HasSubstr("\033")));
+    EXPECT_THAT(OutputOf({"bt", "status"}), Not(HasSubstr("\033")));
     EXPECT_THAT(OnTerminal({"TERM=xterm", "NO_COLOR="}), HasSubstr(kBold));
     EXPECT_THAT(OnTerminal({"TERM=xterm", "NO_COLOR=1"}), Not(HasSubstr("\033")));
 }

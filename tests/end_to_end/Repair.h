@@ -1,4 +1,4 @@
-// What the library asks of a service that greets it, seen from the service.
+// The requests of the library to a service that announces its start, as the service counts them.
 #pragma once
 
 #include <PelaconSDK/PelaconSDK.h>
@@ -13,7 +13,7 @@
 
 namespace pelacon::test {
 
-/// A program that is started here and connected to a service that is not where it was installed.
+/// The library is connected to a service that does not run from the path where it was installed.
 class Repair : public ::testing::Test {
   protected:
     ~Repair() override { PelaconSvcStop(); }
@@ -32,8 +32,9 @@ class Repair : public ::testing::Test {
         return service.Command({{"command", "status"}})["counters"]["requests"].get<int>();
     }
 
-    /// The event connection is lost, and the library greeted when it is back: whether the library
-    /// then repairs what the service holds for it, which is one request as nothing is registered.
+    /// Closes the event connection; the service announces its start when the library has connected
+    /// again. Whether the library then sends its repair request, the only one as nothing is
+    /// registered.
     static bool IsRepairedAfterALoss(const ServiceProcess& service)
     {
         const int before = Requests(service);

@@ -58,7 +58,7 @@ TEST_F(ScanCommand, WritesPlainLinesWhereThereIsNoTerminal)
     EXPECT_THAT(result.output, HasSubstr("C0:00:00:00:00:02   -90 dBm  Lamp\n"));
     EXPECT_THAT(result.output, HasSubstr("C0:00:00:00:00:03   -70 dBm  CAFE: 0102\n"));
     EXPECT_THAT(result.output, Not(HasSubstr("\033")));
-    EXPECT_LE(LinesOf(result.output).size(), 4U) << "what says nothing new is not written again";
+    EXPECT_LE(LinesOf(result.output).size(), 4U) << "results without news are not written again";
 }
 
 TEST_F(ScanCommand, WritesALineOfJsonForEachResult)
@@ -88,7 +88,7 @@ TEST_F(ScanCommand, DrawsATableInPlaceOnATerminal)
     }
     ChildProcess scan(PelaconctlPath(), {"scan", "--sort", "signal"},
                       {.terminal = true, .environment = {"TERM=xterm", "NO_COLOR=1"}});
-    // Drawn again, over the lines before: up by heading, three devices and summary.
+    // The table is drawn again over itself: heading, three devices and summary are five lines.
     ASSERT_TRUE(scan.WaitForOutput("\033[5A\r")) << scan.Output();
     scan.Interrupt();
     EXPECT_EQ(scan.Wait(), 0);
@@ -216,8 +216,8 @@ TEST_F(ScanCommand, KeepsItsFiltersWhenTheServiceRestarts)
     ChildProcess scan(PelaconctlPath(), {"scan", "--filter", "name=La", "--json"});
     ASSERT_TRUE(scan.NextLine());
     service.Restart();
-    // The service has forgotten them: what it sends until the command has set them again may be of
-    // anybody. Three devices take turns.
+    // The new service has no filters until the command sets them again, so first results of all
+    // three devices may come.
     int inARow = 0;
     for (int lines = 0; lines < 1000 && inARow < 20; ++lines) {
         const auto line = scan.NextLine();
@@ -304,7 +304,7 @@ TEST_F(ScanCommand, AdvertisesNoLongerForARestart)
     EXPECT_GT(record.at("secondsLeft"), 30);
     EXPECT_TRUE(Eventually([&] {
         return service.Command({{"command", "status"}})["advertiser"]["advertising"] == 1;
-    })) << "the part is no longer than what is left";
+    })) << "the part is limited to the remaining time";
     advertise.Interrupt();
     EXPECT_EQ(advertise.Wait(), 0) << advertise.Errors();
 }

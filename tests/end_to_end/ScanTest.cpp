@@ -30,7 +30,7 @@ constexpr char kWorld[] = R"({
         {"address": "C0:00:00:00:00:02", "name": "Lamp", "advertising": {"intervalMs": 5}}
     ]})";
 
-struct Heard {
+struct Received {
     std::int32_t listenerId = 0;
     BleScanResultC result{};
     std::thread::id thread;
@@ -41,9 +41,9 @@ struct Status {
     std::int32_t status = -1;
 };
 
-Mailbox<Heard>& Results()
+Mailbox<Received>& Results()
 {
-    static auto& results = *new Mailbox<Heard>;
+    static auto& results = *new Mailbox<Received>;
     return results;
 }
 
@@ -93,7 +93,10 @@ class Scan : public ::testing::Test {
         EXPECT_EQ(BleScanner::StartBleScan(id, policy), 0);
         return id;
     }
-    static bool IsOfThermometer(const Heard& heard) { return heard.result.address == kThermometer; }
+    static bool IsOfThermometer(const Received& received)
+    {
+        return received.result.address == kThermometer;
+    }
     static std::string Text(const std::uint8_t* bytes, std::uint32_t length)
     {
         return std::string(bytes, bytes + length);
@@ -108,61 +111,62 @@ class Scan : public ::testing::Test {
 TEST_F(Scan, ResultsHoldWhatWasAdvertised)
 {
     const int id = Scanning();
-    Heard heard = Results().NextThat([](const Heard& one) {
+    Received received = Results().NextThat([](const Received& one) {
         return IsOfThermometer(one) && one.result.eventType == kBleScanConnectable;
     });
-    EXPECT_EQ(heard.listenerId, id);
-    EXPECT_NE(heard.thread, std::this_thread::get_id());
-    EXPECT_GE(heard.result.rssi, -62);
-    EXPECT_LE(heard.result.rssi, -54);
+    EXPECT_EQ(received.listenerId, id);
+    EXPECT_NE(received.thread, std::this_thread::get_id());
+    EXPECT_GE(received.result.rssi, -62);
+    EXPECT_LE(received.result.rssi, -54);
     std::uint8_t* data = nullptr;
     std::uint32_t length = 0;
-    EXPECT_EQ(
-        BleGetServiceDataByUuid(heard.result.data, heard.result.dataLen, 0x180F, &data, &length),
-        0);
+    EXPECT_EQ(BleGetServiceDataByUuid(received.result.data, received.result.dataLen, 0x180F, &data,
+                                      &length),
+              0);
     EXPECT_EQ(Text(data, length), "\x64");
-    EXPECT_EQ(BleGetManufacturerDataByCompanyId(heard.result.data, heard.result.dataLen, 0, &data,
-                                                &length),
+    EXPECT_EQ(BleGetManufacturerDataByCompanyId(received.result.data, received.result.dataLen, 0,
+                                                &data, &length),
               0);
     EXPECT_EQ(Text(data, length), "\x01\x02");
-    heard = Results().NextThat([](const Heard& one) {
+    received = Results().NextThat([](const Received& one) {
         return IsOfThermometer(one) && one.result.eventType == kBleScanResponse;
     });
-    EXPECT_EQ(BleGetAdvDataByType(heard.result.data, heard.result.dataLen, 0x09, &data, &length),
-              0);
+    EXPECT_EQ(
+        BleGetAdvDataByType(received.result.data, received.result.dataLen, 0x09, &data, &length),
+        0);
     EXPECT_EQ(Text(data, length), "Thermometer");
 }
 
 TEST_F(Scan, EveryScanningListenerReceivesEveryResult)
 {
     const std::set<int> ids{Scanning(), Scanning(), Scanning()};
-    const int deaf = Register();
-    // Results of the first listeners may have piled up before the last one scanned.
-    std::set<int> heard;
-    while (heard.size() < ids.size() && !HasFailure()) {
-        heard.insert(Results().Next().listenerId);
+    const int notScanning = Register();
+    // Many results of the first listeners may precede the start of the last one's scan.
+    std::set<int> received;
+    while (received.size() < ids.size() && !HasFailure()) {
+        received.insert(Results().Next().listenerId);
     }
     for (int i = 0; i < 60; ++i) {
-        heard.insert(Results().Next().listenerId);
+        received.insert(Results().Next().listenerId);
     }
-    EXPECT_EQ(heard, ids);
-    EXPECT_FALSE(heard.contains(deaf));
+    EXPECT_EQ(received, ids);
+    EXPECT_FALSE(received.contains(notScanning));
 }
 
 TEST_F(Scan, StatusesFollowTheScan)
 {
     const int id = Scanning();
-    Status told = Statuses().Next();
-    EXPECT_EQ(told.listenerId, id);
-    EXPECT_EQ(told.status, kBleScanStarted);
+    Status change = Statuses().Next();
+    EXPECT_EQ(change.listenerId, id);
+    EXPECT_EQ(change.status, kBleScanStarted);
     EXPECT_EQ(BleScanner::StopBleScan(id), 0);
     EXPECT_EQ(Statuses().Next().status, kBleScanStopped);
     EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanBalanced), 0);
     EXPECT_EQ(Statuses().Next().status, kBleScanStarted);
     EXPECT_EQ(BleManager::BtDisable(), 0);
-    told = Statuses().Next();
-    EXPECT_EQ(told.listenerId, id);
-    EXPECT_EQ(told.status, kBleScanStoppedAdapterOff);
+    change = Statuses().Next();
+    EXPECT_EQ(change.listenerId, id);
+    EXPECT_EQ(change.status, kBleScanStoppedAdapterOff);
     EXPECT_GT(BleScanner::StartBleScan(id, kBleScanBalanced), 0) << "the service refuses";
 }
 
@@ -212,7 +216,7 @@ TEST_F(Scan, ANullTableIsNeverCalled)
     }
 }
 
-// A callback that blocks has its own thread: it holds up no other, and nothing else.
+// Each result callback has a thread of its own, so a blocked one delays nothing else.
 TEST_F(Scan, ABlockedCallbackDelaysNothingElse)
 {
     static std::mutex& gate = *new std::mutex;
@@ -243,9 +247,9 @@ TEST_F(Scan, AListenerScansAgainAfterTheServiceRestarted)
     Results().Next();
     EXPECT_EQ(Statuses().Next().status, kBleScanStarted);
     service.Restart();
-    const Status told = Statuses().Next();
-    EXPECT_EQ(told.listenerId, id) << "the library named it in its repair";
-    EXPECT_EQ(told.status, kBleScanServiceRestart);
+    const Status change = Statuses().Next();
+    EXPECT_EQ(change.listenerId, id) << "the library's repair request contains it";
+    EXPECT_EQ(change.status, kBleScanServiceRestart);
     Results().Clear();
     EXPECT_EQ(Results().Next().listenerId, id);
     EXPECT_EQ(BleScanner::StopBleScan(id), 0);

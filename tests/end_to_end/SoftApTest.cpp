@@ -34,9 +34,9 @@ WifiSystemApi& Api()
     return WifiSystemApi::GetInstance();
 }
 
-/// What the application's objects were told, as text. Each kind has an inbox of its own: kinds are
-/// told of in no order that anybody promised.
-struct Told {
+/// What the application's objects received, as text. Each kind of notification has a mailbox of its
+/// own, as the order of different kinds is not specified.
+struct Mailboxes {
     Mailbox<std::string> connection;
     Mailbox<std::string> softAp;
     Mailbox<std::string> wifiSwitch;
@@ -44,10 +44,10 @@ struct Told {
     Mailbox<std::string> errors;
 };
 
-Told& What()
+Mailboxes& Delivered()
 {
-    static Told& told = *new Told;
-    return told;
+    static Mailboxes& mailboxes = *new Mailboxes;
+    return mailboxes;
 }
 
 class Listener : public ISoftApConnectStatus,
@@ -56,33 +56,39 @@ class Listener : public ISoftApConnectStatus,
                  public WifiRealMonitorStateCallBack,
                  public ErrorListener {
   public:
-    void OnConnectStatus(int32_t status) override { What().connection.Put(std::to_string(status)); }
+    void OnConnectStatus(int32_t status) override
+    {
+        Delivered().connection.Put(std::to_string(status));
+    }
     void OnAdvertisementStatus(uint32_t status) override
     {
-        What().softAp.Put("status " + std::to_string(status));
+        Delivered().softAp.Put("status " + std::to_string(status));
     }
     void OnAdvertisementState(const SoftApAdvertisementState* state) override
     {
-        What().softAp.Put("state " + std::to_string(state->status) + ' ' +
-                          std::to_string(state->channel) + ' ' +
-                          std::string(state->ssid, strnlen(state->ssid, sizeof state->ssid)));
+        Delivered().softAp.Put("state " + std::to_string(state->status) + ' ' +
+                               std::to_string(state->channel) + ' ' +
+                               std::string(state->ssid, strnlen(state->ssid, sizeof state->ssid)));
     }
     void OnDeviceConnectionStatus(uint32_t status) override
     {
-        What().softAp.Put("device " + std::to_string(status));
+        Delivered().softAp.Put("device " + std::to_string(status));
     }
     void OnWifiStateChanged(int32_t state) override
     {
-        What().wifiSwitch.Put(std::to_string(state));
+        Delivered().wifiSwitch.Put(std::to_string(state));
     }
-    void OnConnectChannel(int32_t channel) override { What().channel.Put(std::to_string(channel)); }
+    void OnConnectChannel(int32_t channel) override
+    {
+        Delivered().channel.Put(std::to_string(channel));
+    }
     void OnError(ErrorDetail detail) override
     {
-        What().errors.Put(std::to_string(detail.code) + ' ' + detail.message);
+        Delivered().errors.Put(std::to_string(detail.code) + ' ' + detail.message);
     }
 };
 
-/// Lives as long as the process: some of its registrations cannot be taken back.
+/// Lives as long as the process, as some registrations cannot be undone.
 Listener& TheListener()
 {
     static Listener& listener = *new Listener;
@@ -158,19 +164,19 @@ TEST_F(SoftAp, ListenersReceiveItsStates)
 {
     ListenToEverything();
     EXPECT_EQ(Create(kSoftApBand24G).apByte1, 6);
-    EXPECT_EQ(What().softAp.Next(), "status 1");
-    EXPECT_EQ(What().softAp.Next(), "state 1 6 Desk AP");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 1");
+    EXPECT_EQ(Delivered().softAp.Next(), "state 1 6 Desk AP");
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
-    EXPECT_EQ(What().softAp.Next(), "device 1");
-    EXPECT_EQ(What().connection.Next(), "1");
+    EXPECT_EQ(Delivered().softAp.Next(), "device 1");
+    EXPECT_EQ(Delivered().connection.Next(), "1");
     EXPECT_EQ(Api().SetAPFrequence(true), 149);
-    EXPECT_EQ(What().softAp.Next(), "status 2");
-    EXPECT_EQ(What().softAp.Next(), "state 2 149 Desk AP");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 2");
+    EXPECT_EQ(Delivered().softAp.Next(), "state 2 149 Desk AP");
     Api().SystemDestroySoftAP(kGoPurposeAny);
-    EXPECT_EQ(What().softAp.Next(), "device 0");
-    EXPECT_EQ(What().connection.Next(), "0");
-    EXPECT_EQ(What().softAp.Next(), "status 0");
-    EXPECT_EQ(What().softAp.Next(), "state 0 0 ");
+    EXPECT_EQ(Delivered().softAp.Next(), "device 0");
+    EXPECT_EQ(Delivered().connection.Next(), "0");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 0");
+    EXPECT_EQ(Delivered().softAp.Next(), "state 0 0 ");
 }
 
 TEST_F(SoftAp, AnUnregisteredListenerIsNotCalled)
@@ -179,8 +185,8 @@ TEST_F(SoftAp, AnUnregisteredListenerIsNotCalled)
     EXPECT_EQ(Api().UnRegisterSoftApNotificationEventCallback(&TheListener()), 0);
     Create();
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
-    EXPECT_EQ(What().connection.Next(), "1") << "which was told after the others";
-    EXPECT_EQ(What().softAp.Left(), 0U);
+    EXPECT_EQ(Delivered().connection.Next(), "1") << "which is notified after the others";
+    EXPECT_EQ(Delivered().softAp.Left(), 0U);
 }
 
 TEST_F(SoftAp, IsRenamed)
@@ -286,33 +292,33 @@ TEST_F(SoftAp, SwitchChangesAreReported)
     ListenToEverything();
     EXPECT_EQ(Api().GetWifiState(), kWifiStateOn);
     EXPECT_EQ(Api().EnableWifi(false), kEnableWifiSuccess);
-    EXPECT_EQ(What().wifiSwitch.Next(), "1");
+    EXPECT_EQ(Delivered().wifiSwitch.Next(), "1");
     EXPECT_EQ(Api().GetWifiState(), kWifiStateOff);
     EXPECT_EQ(Create().errorCode, kSoftApWifiOff);
     EXPECT_EQ(Api().EnableWifi(true), kEnableWifiSuccess);
-    EXPECT_EQ(What().wifiSwitch.Next(), "2");
+    EXPECT_EQ(Delivered().wifiSwitch.Next(), "2");
 }
 
 TEST_F(SoftAp, ThePhonesChannelIsReported)
 {
     ListenToEverything();
     Command({{"command", "phone.channel"}, {"channel", 149}});
-    EXPECT_EQ(What().channel.Next(), "149");
+    EXPECT_EQ(Delivered().channel.Next(), "149");
     EXPECT_EQ(Api().GetRecordPhoneChannel(), 149);
 }
 
 TEST_F(SoftAp, ErrorsOfTheServiceReachListeners)
 {
     EXPECT_TRUE(Api().RegistListener(&TheListener()));
-    // The event connection may still be on its way.
+    // The event connection may not be established yet.
     EXPECT_TRUE(Eventually([&] {
         return service.Command({{"command", "error"}, {"code", 0x10000001}})["sent"] == 1;
     }));
-    EXPECT_EQ(What().errors.Next(), "268435457 go already exist");
+    EXPECT_EQ(Delivered().errors.Next(), "268435457 go already exist");
     Command({{"command", "error"}, {"code", 5}});
-    EXPECT_EQ(What().errors.Next(), "5 unknow");
+    EXPECT_EQ(Delivered().errors.Next(), "5 unknow");
     Api().PostNotification(kConnectBleSendFail);
-    EXPECT_EQ(What().errors.Next(), "536870912 ble send fail");
+    EXPECT_EQ(Delivered().errors.Next(), "536870912 ble send fail");
     EXPECT_TRUE(Api().UnregistListener(&TheListener()));
 }
 
@@ -359,26 +365,26 @@ TEST_F(SoftAp, RegistrationsAreRepeatedAfterARestart)
 {
     ListenToEverything();
     Create();
-    EXPECT_EQ(What().softAp.Next(), "status 1");
-    What().softAp.Next();
+    EXPECT_EQ(Delivered().softAp.Next(), "status 1");
+    Delivered().softAp.Next();
     service.Restart();
-    EXPECT_EQ(What().softAp.Next(), "status 0") << "the old one is gone";
-    EXPECT_EQ(What().softAp.Next(), "state 0 0 ");
-    EXPECT_EQ(What().softAp.Next(), "device 0");
-    EXPECT_EQ(What().connection.Next(), "0");
-    EXPECT_EQ(What().wifiSwitch.Next(), "2");
-    EXPECT_EQ(What().channel.Next(), "6");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 0") << "the restart ended the soft AP";
+    EXPECT_EQ(Delivered().softAp.Next(), "state 0 0 ");
+    EXPECT_EQ(Delivered().softAp.Next(), "device 0");
+    EXPECT_EQ(Delivered().connection.Next(), "0");
+    EXPECT_EQ(Delivered().wifiSwitch.Next(), "2");
+    EXPECT_EQ(Delivered().channel.Next(), "6");
     EXPECT_TRUE(Eventually([&] { return Requests() == 5; }))
         << "the repair, and a request for each kind of listener";
     EXPECT_EQ(Create(kSoftApBand24G).errorCode, kSoftApSuccess);
-    EXPECT_EQ(What().softAp.Next(), "status 1");
-    EXPECT_EQ(What().softAp.Next(), "state 1 6 Desk AP");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 1");
+    EXPECT_EQ(Delivered().softAp.Next(), "state 1 6 Desk AP");
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
-    EXPECT_EQ(What().connection.Next(), "1");
+    EXPECT_EQ(Delivered().connection.Next(), "1");
     Command({{"command", "phone.channel"}, {"channel", 149}});
-    EXPECT_EQ(What().channel.Next(), "149");
+    EXPECT_EQ(Delivered().channel.Next(), "149");
     EXPECT_EQ(Api().EnableWifi(false), kEnableWifiSuccess);
-    EXPECT_EQ(What().wifiSwitch.Next(), "1");
+    EXPECT_EQ(Delivered().wifiSwitch.Next(), "1");
 }
 
 TEST_F(SoftAp, RegistrationsAreRepeatedAfterALostConnection)
@@ -388,27 +394,27 @@ TEST_F(SoftAp, RegistrationsAreRepeatedAfterALostConnection)
     Command({{"command", "disconnect"}});
     EXPECT_TRUE(Eventually([&] { return Requests() == before + 5; }))
         << "the repair, and a request for each kind of listener";
-    EXPECT_EQ(What().channel.Next(), "6");
+    EXPECT_EQ(Delivered().channel.Next(), "6");
     Command({{"command", "phone.channel"}, {"channel", 149}});
-    EXPECT_EQ(What().channel.Next(), "149");
+    EXPECT_EQ(Delivered().channel.Next(), "149");
 }
 
 TEST_F(SoftAp, AfterALostConnectionListenersAreNotifiedOfTheStateAsItIs)
 {
     ListenToEverything();
     Create(kSoftApBand5G);
-    EXPECT_EQ(What().softAp.Next(), "status 1");
-    EXPECT_EQ(What().softAp.Next(), "state 1 149 Desk AP");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 1");
+    EXPECT_EQ(Delivered().softAp.Next(), "state 1 149 Desk AP");
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
-    EXPECT_EQ(What().softAp.Next(), "device 1");
-    EXPECT_EQ(What().connection.Next(), "1");
+    EXPECT_EQ(Delivered().softAp.Next(), "device 1");
+    EXPECT_EQ(Delivered().connection.Next(), "1");
     Command({{"command", "disconnect"}});
-    EXPECT_EQ(What().softAp.Next(), "status 1");
-    EXPECT_EQ(What().softAp.Next(), "state 1 149 Desk AP");
-    EXPECT_EQ(What().softAp.Next(), "device 1");
-    EXPECT_EQ(What().connection.Next(), "1");
-    EXPECT_EQ(What().wifiSwitch.Next(), "2");
-    EXPECT_EQ(What().channel.Next(), "6");
+    EXPECT_EQ(Delivered().softAp.Next(), "status 1");
+    EXPECT_EQ(Delivered().softAp.Next(), "state 1 149 Desk AP");
+    EXPECT_EQ(Delivered().softAp.Next(), "device 1");
+    EXPECT_EQ(Delivered().connection.Next(), "1");
+    EXPECT_EQ(Delivered().wifiSwitch.Next(), "2");
+    EXPECT_EQ(Delivered().channel.Next(), "6");
 }
 
 TEST_F(SoftAp, AnObjectRegisteredWithoutAServiceIsCalledOnceThereIsOne)
@@ -420,7 +426,7 @@ TEST_F(SoftAp, AnObjectRegisteredWithoutAServiceIsCalledOnceThereIsOne)
     service.Start();
     Create();
     Command({{"command", "softap.join"}, {"address", "02:00:00:00:00:01"}});
-    EXPECT_EQ(What().connection.Next(), "1");
+    EXPECT_EQ(Delivered().connection.Next(), "1");
 }
 
 TEST(SlowSoftAp, ACreationWhoseConnectionIsLostIsNotAnswered)
@@ -435,10 +441,10 @@ TEST(SlowSoftAp, ACreationWhoseConnectionIsLostIsNotAnswered)
     });
     SoftAPInfo info;
     info.ssid = "as it was";
-    EXPECT_EQ(Api().SystemCreateSoftAP(info), -1) << "what becomes of it is not known";
+    EXPECT_EQ(Api().SystemCreateSoftAP(info), -1) << "the outcome is not known";
     EXPECT_EQ(info.ssid, "as it was");
     losing.join();
-    EXPECT_EQ(Api().SystemDestroySoftAP(kGoPurposeAny), kSoftApSuccess) << "it is still made";
+    EXPECT_EQ(Api().SystemDestroySoftAP(kGoPurposeAny), kSoftApSuccess) << "the creation continues";
     PelaconSvcStop();
 }
 

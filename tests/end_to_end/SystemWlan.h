@@ -1,11 +1,11 @@
-// What the machine that the tests run on has.
+// The wireless interfaces of the machine that runs the tests.
 #pragma once
 
 #include <os/Wlan.h>
 
 namespace pelacon::test {
 
-/// Whether the system knows of a wireless interface.
+/// Whether the system has a wireless interface.
 inline bool SystemHasWlan()
 {
     static const os::WlanHandle handle = os::OpenWlan();

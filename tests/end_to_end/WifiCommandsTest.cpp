@@ -37,7 +37,7 @@ constexpr char kWifiWorld[] = R"({
 
 class WifiCommands : public ::testing::Test {
   protected:
-    /// What a command reports with --json.
+    /// The output of a command with --json, parsed.
     static nlohmann::json Report(Arguments arguments)
     {
         arguments.emplace_back("--json");
@@ -45,7 +45,7 @@ class WifiCommands : public ::testing::Test {
         EXPECT_EQ(result.exitCode, 0) << result.errors;
         return nlohmann::json::parse(result.output, nullptr, false);
     }
-    static std::string Say(const Arguments& arguments)
+    static std::string OutputOf(const Arguments& arguments)
     {
         const CommandResult result = Pelaconctl(arguments);
         EXPECT_EQ(result.exitCode, 0) << result.errors;
@@ -72,7 +72,7 @@ class WifiCommands : public ::testing::Test {
         record.erase("time");
         return record;
     }
-    /// Once the service knows that somebody listens.
+    /// Waits until the service has a listener registered.
     void WaitForListener(const char* family, const char* kind)
     {
         EXPECT_TRUE(Eventually([&] {
@@ -101,13 +101,14 @@ TEST_F(WifiCommands, ApIsCreatedDescribedAndDestroyed)
     EXPECT_EQ(status["channel"], 149);
     EXPECT_EQ(status["adapter"]["index"], 2);
     EXPECT_EQ(status["lastError"], 0);
-    EXPECT_THAT(Say({"ap", "status"}), HasSubstr("There is a soft AP on channel 149."));
+    EXPECT_THAT(OutputOf({"ap", "status"}), HasSubstr("There is a soft AP on channel 149."));
     ExpectFailure({"ap", "create"}, kFailed, "There is a soft AP already");
     ExpectFailure({"ap", "destroy", "--purpose", "2"}, kFailed, "created for another purpose");
-    EXPECT_EQ(Say({"ap", "destroy", "--purpose", "1"}), "The soft AP was destroyed.\n");
+    EXPECT_EQ(OutputOf({"ap", "destroy", "--purpose", "1"}), "The soft AP was destroyed.\n");
     ExpectFailure({"ap", "destroy"}, kFailed, "There is no soft AP.");
-    EXPECT_THAT(Say({"ap", "status"}), AllOf(HasSubstr("There is no soft AP."),
-                                             HasSubstr("Last result  there was no soft AP\n")));
+    EXPECT_THAT(
+        OutputOf({"ap", "status"}),
+        AllOf(HasSubstr("There is no soft AP."), HasSubstr("Last result  there was no soft AP\n")));
 }
 
 TEST_F(WifiCommands, ApChangesItsBand)
@@ -132,7 +133,7 @@ TEST_F(WifiCommands, ApIsRenamedAndItsAdapterRestarted)
               nlohmann::json::parse(R"({"restarts": 1, "wakeUpRestarts": 1})"));
     EXPECT_EQ(Report({"ap", "status"})["exists"], false);
     EXPECT_EQ(Report({"ap", "restart", "--reset-count"})["wakeUpRestarts"], 0);
-    Say({"wifi", "off"});
+    OutputOf({"wifi", "off"});
     ExpectFailure({"ap", "restart"}, kRadioOff, "did not restart");
     ExpectFailure({"ap", "create"}, kRadioOff, "Wi-Fi is off");
 }
@@ -195,7 +196,7 @@ TEST_F(WifiCommands, AnApThatAnotherProgramDestroyedIsNotThere)
     EXPECT_TRUE(Eventually([&] {
         return service->Command({{"command", "status"}})["softAp"]["beingMade"] == true;
     }));
-    Say({"ap", "destroy"});
+    OutputOf({"ap", "destroy"});
     EXPECT_EQ(create.Wait(), kFailed);
     EXPECT_THAT(create.Errors(), HasSubstr("before the soft AP was ready"));
 }
@@ -213,9 +214,9 @@ TEST_F(WifiCommands, WifiIsSwitched)
     EXPECT_EQ(Report({"wifi", "status"}),
               nlohmann::json::parse(R"({"state": "on", "connected": true, "ssid": "Home",
                                         "channel": 149, "frequency": 5745})"));
-    EXPECT_EQ(Say({"wifi", "off"}), "Wi-Fi is off.\n");
-    EXPECT_EQ(Say({"wifi", "off"}), "Wi-Fi is off already.\n");
-    EXPECT_EQ(Say({"wifi", "status"}), "Wi-Fi is off, and not connected.\n");
+    EXPECT_EQ(OutputOf({"wifi", "off"}), "Wi-Fi is off.\n");
+    EXPECT_EQ(OutputOf({"wifi", "off"}), "Wi-Fi is off already.\n");
+    EXPECT_EQ(OutputOf({"wifi", "status"}), "Wi-Fi is off, and not connected.\n");
     EXPECT_EQ(Report({"wifi", "on"})["state"], "on");
 }
 
@@ -248,14 +249,14 @@ TEST_F(WifiCommands, WifiStoresThePhonesChannels)
                   "There is no channel 15");
     EXPECT_EQ(Report({"wifi", "phone"})["phone"],
               nlohmann::json::parse(R"({"channels24G": [1], "channels5G": [36], "current": null})"))
-        << "nothing is changed then";
+        << "nothing was changed";
 }
 
 TEST_F(WifiCommands, WifiIsWatched)
 {
     ChildProcess watch(PelaconctlPath(), {"wifi", "watch", "--json"});
     WaitForListener("wifi", "channelListeners");
-    Say({"wifi", "off"});
+    OutputOf({"wifi", "off"});
     EXPECT_EQ(Next(watch), nlohmann::json::parse(R"({"event": "switch", "state": "off"})"));
     service->Command({{"command", "phone.channel"}, {"channel", 36}});
     EXPECT_EQ(Next(watch), nlohmann::json::parse(R"({"event": "phone", "channel": 36})"));
@@ -296,8 +297,8 @@ TEST_F(WifiCommands, ErrorsAreWatched)
 
 TEST_F(WifiCommands, ErrorsHaveTexts)
 {
-    EXPECT_EQ(Say({"errors", "text", "268435457"}), "0x10000001  go already exist\n");
-    EXPECT_EQ(Say({"errors", "text", "0x20000000"}), "0x20000000  ble send fail\n");
+    EXPECT_EQ(OutputOf({"errors", "text", "268435457"}), "0x10000001  go already exist\n");
+    EXPECT_EQ(OutputOf({"errors", "text", "0x20000000"}), "0x20000000  ble send fail\n");
     EXPECT_EQ(Report({"errors", "text", "-1"}),
               nlohmann::json::parse(R"({"code": -1, "message": "unknow"})"));
 }

@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// What reading this text by this function complains about; nothing if it does not.
+/// The error message of reading the text with this function; empty if there is none.
 std::string Complaint(const std::string& text, const std::function<void(const Reader&)>& read)
 {
     try {

@@ -16,7 +16,7 @@ static void Expect(const char* what, long is, long shouldBe)
     }
 }
 
-/* What operations return for want of a library that is started, or of a service. */
+/* What operations return while the library is not started, or without a service. */
 typedef struct Failed {
     BleStatusC ble;
     BleStatusC posted;

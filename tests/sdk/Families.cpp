@@ -28,7 +28,7 @@ void Callback()
     }
 }
 
-struct Listener : Deaf {
+struct Listener : IdleListener {
     void OnConnectStatus(int32_t /*status*/) override { Callback(); }
     void OnAdvertisementStatus(uint32_t /*status*/) override { Callback(); }
     void OnWifiStateChanged(int32_t /*state*/) override { Callback(); }

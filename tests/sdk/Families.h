@@ -25,10 +25,10 @@ void PrintTo(const Family& family, std::ostream* out);
 
 const std::vector<Family>& Families();
 
-/// What every callback does.
+/// Called by every callback.
 extern std::function<void()> inCallback;
 
-/// Scripts the answers of a service that agrees to everything.
+/// Scripts the answers of a service that accepts every request.
 void ScriptAnswers(const Family& family);
 
 /// Delivers the notification, all zeros.

@@ -1,4 +1,4 @@
-// Who and what the tests of the two GATT families are about.
+// Ids and payloads that tests of both GATT families use.
 #pragma once
 
 #include <tests/support/Bytes.h>
@@ -16,13 +16,13 @@ inline constexpr char kService[] = "0000180d-0000-1000-8000-00805f9b34fb";  // e
 inline constexpr char kChar[] = "2a37";
 inline const std::string kTooLong(37, 'a');
 
-/// How requests of a client that name a characteristic begin, and reads' answers.
+/// The first fields of a client's requests about a characteristic, and of the replies to reads.
 inline Bytes ClientIds()
 {
     return Bytes().I32(kClient).Text(kService, 37).Text(kChar, 37);
 }
 
-/// How requests of a server that name a service begin.
+/// The first fields of a server's requests about a service.
 inline Bytes ServerIds()
 {
     return Bytes().I32(kServer).I32(kHandle);

@@ -1,4 +1,4 @@
-// Ids of the Vod2dApi messages that tests of several files are about.
+// Ids of Vod2dApi messages that tests in several files use.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Objects that hear of everything about Wi-Fi, and the class that they are registered with.
+// Objects that implement every Wi-Fi callback, and the class that they are registered with.
 #pragma once
 
 #include <PelaconSDK/WifiSystemApi.h>
@@ -18,10 +18,10 @@ inline WifiSystemApi& Api()
 }
 
 /// Does nothing.
-struct Deaf : ISoftApConnectStatus,
-              ISoftAPNotification,
-              IWifiStateChangeNotification,
-              WifiRealMonitorStateCallBack {
+struct IdleListener : ISoftApConnectStatus,
+                      ISoftAPNotification,
+                      IWifiStateChangeNotification,
+                      WifiRealMonitorStateCallBack {
     void OnConnectStatus(int32_t /*status*/) override {}
     void OnAdvertisementStatus(uint32_t /*status*/) override {}
     void OnAdvertisementState(const SoftApAdvertisementState* /*state*/) override {}
@@ -30,7 +30,7 @@ struct Deaf : ISoftApConnectStatus,
     void OnConnectChannel(int32_t /*channel*/) override {}
 };
 
-/// Notes what it is told, under its name.
+/// Notes each call in the journal, under its name.
 class Named : public ISoftApConnectStatus,
               public ISoftAPNotification,
               public IWifiStateChangeNotification,
@@ -38,27 +38,27 @@ class Named : public ISoftApConnectStatus,
   public:
     explicit Named(std::string name) : name_(std::move(name)) {}
 
-    void OnConnectStatus(int32_t status) override { Tell("connect " + std::to_string(status)); }
+    void OnConnectStatus(int32_t status) override { Note("connect " + std::to_string(status)); }
     void OnAdvertisementStatus(uint32_t status) override
     {
-        Tell("status " + std::to_string(status));
+        Note("status " + std::to_string(status));
     }
     void OnAdvertisementState(const SoftApAdvertisementState* state) override
     {
-        Tell("state " + std::to_string(state->status) + ' ' + std::to_string(state->channel) + ' ' +
+        Note("state " + std::to_string(state->status) + ' ' + std::to_string(state->channel) + ' ' +
              std::string(state->ssid, strnlen(state->ssid, sizeof state->ssid)));
     }
     void OnDeviceConnectionStatus(uint32_t status) override
     {
-        Tell("device " + std::to_string(status));
+        Note("device " + std::to_string(status));
     }
-    void OnWifiStateChanged(int32_t state) override { Tell("switch " + std::to_string(state)); }
-    void OnConnectChannel(int32_t channel) override { Tell("channel " + std::to_string(channel)); }
+    void OnWifiStateChanged(int32_t state) override { Note("switch " + std::to_string(state)); }
+    void OnConnectChannel(int32_t channel) override { Note("channel " + std::to_string(channel)); }
 
     std::function<void()> meanwhile;
 
   private:
-    void Tell(const std::string& what)
+    void Note(const std::string& what)
     {
         Journal::Note(name_ + ": " + what);
         if (meanwhile) {
@@ -70,17 +70,17 @@ class Named : public ISoftApConnectStatus,
 };
 
 /// What the objects with these names noted.
-inline std::vector<std::string> Told(const std::vector<std::string>& names = {"A", "B"})
+inline std::vector<std::string> Delivered(const std::vector<std::string>& names = {"A", "B"})
 {
-    std::vector<std::string> told;
+    std::vector<std::string> delivered;
     for (const std::string& entry : Journal::Entries()) {
         for (const std::string& name : names) {
             if (entry.starts_with(name + ": ")) {
-                told.push_back(entry);
+                delivered.push_back(entry);
             }
         }
     }
-    return told;
+    return delivered;
 }
 
 }  // namespace pelacon::test

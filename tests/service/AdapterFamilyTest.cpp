@@ -72,7 +72,7 @@ TEST_F(AdapterFamilyTest, SwitchingOnWhatIsOnChangesNothing)
     EXPECT_EQ(client.Call(protocol::kBtEnable)->status, kStatusDone);
     EXPECT_EQ(StateOf(client), kOn);
     client.Call(protocol::kBtDisable);
-    EXPECT_EQ(NextState(client), kTurningOff) << "nothing was told before";
+    EXPECT_EQ(NextState(client), kTurningOff) << "no notification came before";
 }
 
 TEST_F(AdapterFamilyTest, RegisteredClientsReceiveTheChangesOfOthers)

@@ -21,7 +21,7 @@ using protocol::StartAdvertiseRequest;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-enum Silent : std::int32_t { kTimeOver = 0, kAdapterOff = 1, kServiceRestart = 2 };
+enum EndReason : std::int32_t { kTimeOver = 0, kAdapterOff = 1, kServiceRestart = 2 };
 
 class AdvertiserFamilyTest : public ServiceTest {
   protected:
@@ -140,10 +140,10 @@ TEST_F(AdvertiserFamilyTest, EndsByItselfAfterItsTotalTime)
     request.params.sendTotalTime = 60;
     const auto begin = Clock::now();
     ASSERT_EQ(Start(sender, request), kStatusDone);
-    const auto told = sender.Next(protocol::kAdvertiseDisabled);
+    const auto end = sender.Next(protocol::kAdvertiseDisabled);
     EXPECT_GE(Clock::now() - begin, milliseconds(60));
-    EXPECT_EQ(told.advertiserId, id);
-    EXPECT_EQ(told.status, kTimeOver);
+    EXPECT_EQ(end.advertiserId, id);
+    EXPECT_EQ(end.status, kTimeOver);
     EXPECT_EQ(Advertising(), 0);
     EXPECT_EQ(Start(sender, request), kStatusDone) << "it is still registered";
 }
@@ -156,15 +156,15 @@ TEST_F(AdvertiserFamilyTest, SendsAndPausesInTurnForItsPartTime)
     request.params.sendPartTime = 100;
     request.params.sendTotalTime = 350;
     ASSERT_EQ(Start(sender, request), kStatusDone);
-    // On the air from 0 to 100 and from 200 to 300 ms: the longest pause is the rest.
+    // Advertises from 0 to 100 and from 200 to 300 ms; the longest gap is the pause between.
     Next(sender);
     auto last = Clock::now();
     auto longest = milliseconds(0);
-    int heard = 1;
+    int received = 1;
     while (sender.Waiting(protocol::kAdvertiseDisabled.id) == 0) {
         if (sender.Waiting(protocol::kScanResult.id) > 0) {
             Next(sender);
-            ++heard;
+            ++received;
             const auto now = Clock::now();
             longest = std::max(longest, std::chrono::duration_cast<milliseconds>(now - last));
             last = now;
@@ -172,8 +172,8 @@ TEST_F(AdvertiserFamilyTest, SendsAndPausesInTurnForItsPartTime)
     }
     EXPECT_EQ(sender.Next(protocol::kAdvertiseDisabled).status, kTimeOver);
     EXPECT_GE(longest, milliseconds(80));
-    EXPECT_GE(heard, 6);
-    EXPECT_LE(heard, 13) << "one in 20 ms, for 200 ms in all";
+    EXPECT_GE(received, 6);
+    EXPECT_LE(received, 13) << "one in 20 ms, for 200 ms in all";
 }
 
 TEST_F(AdvertiserFamilyTest, EndsWithTheAdapterAndNotifies)
@@ -185,11 +185,11 @@ TEST_F(AdvertiserFamilyTest, EndsWithTheAdapterAndNotifies)
     request.params.sendTotalTime = 60000;
     Start(sender, request);
     sender.Call(protocol::kBtDisable);
-    const auto told = sender.Next(protocol::kAdvertiseDisabled);
-    EXPECT_EQ(told.advertiserId, id);
-    EXPECT_EQ(told.status, kAdapterOff);
+    const auto end = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(end.advertiserId, id);
+    EXPECT_EQ(end.status, kAdapterOff);
     EXPECT_EQ(Start(sender, request), kStatusRadioOff);
-    EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U) << "the other was silent";
+    EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U) << "the other did not advertise";
 }
 
 TEST_F(AdvertiserFamilyTest, InvalidParametersAreRefused)
@@ -281,13 +281,13 @@ TEST_F(AdvertiserFamilyTest, AfterARestartAHeldIdIsReportedAsStopped)
     protocol::RepairRequest held{};
     held.advertiserIds[0] = id;
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
-    const auto told = client.Next(protocol::kAdvertiseDisabled);
-    EXPECT_EQ(told.advertiserId, id);
-    EXPECT_EQ(told.status, kServiceRestart);
+    const auto end = client.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(end.advertiserId, id);
+    EXPECT_EQ(end.status, kServiceRestart);
     EXPECT_EQ(Advertising(), 0);
     EXPECT_EQ(Start(client, Request(id, {})), kStatusDone);
 
-    // Named once more, it goes on.
+    // A second repair request with the id does not stop it.
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
     EXPECT_EQ(Advertising(), 1);
 }

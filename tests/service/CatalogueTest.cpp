@@ -14,7 +14,7 @@ TEST(CatalogueTest, NamesAreUniqueAndPlain)
 {
     std::set<std::string> names;
     for (const CatalogueEntry& entry : kCatalogue) {
-        EXPECT_TRUE(names.insert(entry.name).second) << entry.name << " stands there twice";
+        EXPECT_TRUE(names.insert(entry.name).second) << entry.name << " is listed twice";
         for (const char* letter = entry.name; *letter != '\0'; ++letter) {
             EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(*letter))) << entry.name;
         }

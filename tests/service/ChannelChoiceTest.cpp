@@ -57,7 +57,7 @@ TEST_F(ChannelChoiceTest, WithoutARequestTheLeastBusyChannelIsBest)
 
 TEST_F(ChannelChoiceTest, ABandRestrictsTheChoice)
 {
-    EXPECT_EQ(Recommended({Wish(2, 0)}).channel, 36) << "of two alike, the lower";
+    EXPECT_EQ(Recommended({Wish(2, 0)}).channel, 36) << "of two equal ones, the lower";
     EXPECT_EQ(Recommended({Wish(1, 0)}).channel, 6);
 }
 
@@ -80,7 +80,8 @@ TEST_F(ChannelChoiceTest, TheConnectionsChannelIsPreferred)
     config.connected = {"Home", 149};
     EXPECT_EQ(Recommended({}).channel, 149);
     EXPECT_EQ(Recommended({Wish(2, 0)}).channel, 149);
-    EXPECT_EQ(Recommended({Wish(1, 0)}).channel, 6) << "but not to the wishes";
+    EXPECT_EQ(Recommended({Wish(1, 0)}).channel, 6)
+        << "the connection's channel does not match the requests";
     config.on = false;
     EXPECT_EQ(Recommended({}).channel, 6) << "there is no connection while it is off";
 }
@@ -90,7 +91,7 @@ TEST_F(ChannelChoiceTest, TheNarrowestSatisfiedBandwidthIsUsed)
     EXPECT_EQ(Recommended({Wish(2, 0, {40})}).bandwidth, 160);
     EXPECT_EQ(Recommended({Wish(2, 80, {40}), Wish(2, 40), Wish(0, 0)}).bandwidth, 40);
     EXPECT_EQ(Recommended({Wish(2, 0, {40}), Wish(2, 0, {40}), Wish(1, 20)}).bandwidth, 160)
-        << "one that is not satisfied does not";
+        << "a request that is not met does not count";
 }
 
 TEST_F(ChannelChoiceTest, NoChannelMayMatch)

@@ -1,4 +1,4 @@
-// Faults as clients meet them, over a real pipe.
+// The effect of faults on clients, over a real pipe.
 #include <protocol/BleManager.h>
 #include <protocol/GattClient.h>
 #include <protocol/ServiceLink.h>
@@ -52,10 +52,10 @@ TEST_F(FaultInjectionTest, ARequestMayNeverBeAnswered)
     const auto begin = Clock::now();
     EXPECT_FALSE(client.Call(protocol::kBtDisable, 50ms));
     EXPECT_GE(Clock::now() - begin, 50ms);
-    EXPECT_EQ(client.Call(protocol::kIsBtEnabled)->value, 1) << "nor was it done";
+    EXPECT_EQ(client.Call(protocol::kIsBtEnabled)->value, 1) << "it was not performed";
 }
 
-TEST_F(FaultInjectionTest, ARequestMayBeDoneAndNotBeAnswered)
+TEST_F(FaultInjectionTest, ARequestMayBePerformedAndNotAnswered)
 {
     StartService(R"({"adapter": {"turnOffMs": 0}, "faults": [
         {"request": "SetBtName", "do": "empty", "perform": true}]})");
@@ -110,7 +110,7 @@ TEST_F(FaultInjectionTest, AFaultOnAPostedMessageClosesItsConnection)
         AddFault(std::string(R"({"request": "BleGattClientConnect", "times": 1, "do": ")") + kind +
                  "\"}");
         EXPECT_TRUE(client.Post(protocol::kGattClientConnect, {}));
-        client.Next(protocol::kServiceStarted);  // greeted as one who returns
+        client.Next(protocol::kServiceStarted);  // sent to a client that returns
     }
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
 }
@@ -168,7 +168,7 @@ TEST_F(FaultInjectionTest, AClientThatLeavesEndsItsDelays)
         TestClient client(PipeName());
         EXPECT_FALSE(client.Call(protocol::kGetBtName, 30ms));
     }
-    // Ending the service waits for running handlers; that one is over by then.
+    // The service's end waits for running handlers; the delayed one has ended before.
     EXPECT_TRUE(Eventually([&] {
         return Command({{"command", "status"}})["counters"]["callConnections"] == 0;
     }));
@@ -188,7 +188,7 @@ TEST_F(FaultInjectionTest, ADelayedPostDoesNotOutliveItsClient)
     EXPECT_TRUE(Eventually([&] { return Command({{"command", "status"}})["clients"].empty(); }));
 }
 
-TEST_F(FaultInjectionTest, AFloodDelaysNobody)
+TEST_F(FaultInjectionTest, AFloodDelaysNoOtherClient)
 {
     StartService();
     TestClient flooded(PipeName());
@@ -207,7 +207,8 @@ TEST_F(FaultInjectionTest, AFloodDelaysNobody)
         return Command({{"command", "status"}})["counters"]["notificationsDropped"] > 0;
     }));
     EXPECT_TRUE(other.Call(protocol::kIsBtEnabled));
-    EXPECT_EQ(flood.wait_for(100ms), std::future_status::timeout) << "nothing is tested";
+    EXPECT_EQ(flood.wait_for(100ms), std::future_status::timeout)
+        << "the flood ended before the other request";
     EXPECT_EQ(flood.get()["sent"], 1'000'000);
 }
 
@@ -268,7 +269,8 @@ TEST_F(FaultInjectionTest, AFreshClientIsNotGreeted)
     TestClient client(PipeName());
     EXPECT_TRUE(client.Call(protocol::kIsBtEnabled));
     Command({{"command", "notify"}, {"id", "BtStateChanged"}, {"payload", "05000000"}});
-    EXPECT_EQ(client.Next(protocol::kBtStateChanged).value, 5) << "what came later is here";
+    EXPECT_EQ(client.Next(protocol::kBtStateChanged).value, 5)
+        << "a later notification has arrived";
     EXPECT_EQ(client.Waiting(protocol::kServiceStarted.id), 0U);
 }
 

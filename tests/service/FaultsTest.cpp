@@ -64,7 +64,7 @@ TEST(FaultsTest, CountsMatchingRequests)
     faults.Add(Fault(R"({"request": "BtEnable", "do": "never", "after": 2, "times": 3})"));
     EXPECT_EQ(Pattern(faults, 1, kBtDisable), "0");
     EXPECT_EQ(Pattern(faults, 8), "00111000");
-    EXPECT_TRUE(faults.IsEmpty()) << "a fault that has struck so often is over";
+    EXPECT_TRUE(faults.IsEmpty()) << "the fault's times are used up";
 }
 
 TEST(FaultsTest, AProbabilityRepeatsWithItsSeed)

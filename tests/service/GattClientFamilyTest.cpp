@@ -102,7 +102,7 @@ TEST_F(GattClientFamilyTest, NotifiesWhyAConnectionFailed)
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kNotEstablished));
     client.StartToConnect(kNobody);
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kNotEstablished));
-    client.StartToConnect(kThisMachine);  // where nothing is served
+    client.StartToConnect(kThisMachine);  // has no started service
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kNotEstablished));
     EXPECT_EQ(client.Search(), kStatusNotConnected);
 }
@@ -272,7 +272,7 @@ TEST_F(GattClientFamilyTest, RemembersUuidTextsForAFixedNumberOfCharacteristics)
     }
     EXPECT_EQ(client.Write("180d", "2a3a", {1}), kStatusDone);
     EXPECT_EQ(TextIn(program->Next(protocol::kGattNotification).charUuid), "2a3a");
-    EXPECT_EQ(client.Subscribe("180d", "2A3A"), kStatusDone) << "new words for what has some";
+    EXPECT_EQ(client.Subscribe("180d", "2A3A"), kStatusDone) << "other texts for the same UUIDs";
     EXPECT_EQ(client.Write("180d", "2a3a", {2}), kStatusDone);
     EXPECT_EQ(TextIn(program->Next(protocol::kGattNotification).charUuid), "2A3A");
 
@@ -292,7 +292,7 @@ TEST_F(GattClientFamilyTest, NotifiesSubscribedCharacteristicsOnly)
     EXPECT_EQ(client.Subscribe("180d", "2a37"), kStatusDone);
     client.Notified();
     EXPECT_EQ(client.Subscribe("180d", "2a37", false), kStatusDone);
-    // What was on its way has come when something that was sent later has.
+    // Once a value that was notified later has arrived, all earlier ones have.
     EXPECT_EQ(client.Subscribe("180d", "2a3a"), kStatusDone);
     EXPECT_EQ(client.Write("180d", "2a3a", {7}), kStatusDone);
     while (client.Notified() != Bytes{7}) {
@@ -306,7 +306,8 @@ TEST_F(GattClientFamilyTest, SubscribersReceiveWrittenValues)
     GattCaller listener(another);
     listener.Connect(kSensor);
     EXPECT_EQ(listener.Subscribe("180d", "2a3a"), kStatusDone);
-    EXPECT_EQ(listener.Subscribe("180d", "2a3a"), kStatusDone) << "twice is once";
+    EXPECT_EQ(listener.Subscribe("180d", "2a3a"), kStatusDone)
+        << "subscribing twice is the same as once";
     GattCaller writer(*program);
     writer.Connect(kSensor);
     writer.Write("180d", "2a3a", {1});

@@ -196,14 +196,14 @@ TEST_F(GattServerFamilyTest, PublishingReachesSubscribersOnly)
 {
     GattPublisher server(*serving);
     const std::int32_t handle = Serve(server);
-    EXPECT_EQ(server.Publish(handle, kRate, {1}, 0), kStatusDone) << "to nobody";
+    EXPECT_EQ(server.Publish(handle, kRate, {1}, 0), kStatusDone) << "without subscribers";
     EXPECT_EQ(server.Publish(handle, kRate, {2}, 0xF0FFFFFFFFFF), kStatusNotConnected);
     EXPECT_EQ(serving->Waiting(protocol::kGattNotifySent.id), 0U);
 
     GattCaller client(*reading);
     client.Connect(kThisMachine);
     const std::uint64_t peer = server.Peer();
-    EXPECT_EQ(client.Read(kService, kRate).second, Bytes{2}) << "it is the value all the same";
+    EXPECT_EQ(client.Read(kService, kRate).second, Bytes{2}) << "the value is set all the same";
     EXPECT_EQ(server.Publish(handle, kRate, {3}, peer), kStatusDone);
     EXPECT_EQ(server.Sent(), PeerValue(peer, kStatusNotPermitted)) << "it did not subscribe";
     client.Subscribe(kService, kRate);
@@ -257,7 +257,7 @@ TEST_F(GattServerFamilyTest, AProgramThatDoesNotReadLosesItsConnections)
         ASSERT_THAT(server.Publish(handle, kRate, CountingBytes(1024), peer),
                     AnyOf(kStatusDone, kStatusNotConnected));
     }
-    EXPECT_GT(published, 1000) << "that many are kept for it";
+    EXPECT_GT(published, 1000) << "the length of its queue";
     EXPECT_EQ(server.PeerGone(), peer);
     EXPECT_EQ(healthy.Read(kService, kRate).second, CountingBytes(1024));
 
@@ -274,7 +274,7 @@ TEST_F(GattServerFamilyTest, AServiceIsVisibleWhileItIsStarted)
     GattCaller client(*reading);
     client.Connect(kThisMachine);
     client.Subscribe(kService, kRate);
-    EXPECT_EQ(server.Start(handle), kStatusDone) << "again is no harm";
+    EXPECT_EQ(server.Start(handle), kStatusDone) << "subscribing twice is allowed";
     EXPECT_EQ(server.Stop(handle), kStatusDone);
     EXPECT_EQ(server.Stop(handle), kStatusDone);
     EXPECT_EQ(client.GetService(kService), kStatusNotFound);
@@ -285,7 +285,7 @@ TEST_F(GattServerFamilyTest, AServiceIsVisibleWhileItIsStarted)
     server.Publish(handle, kRate, {9}, 0);
     client.Subscribe(kService, kRate);
     server.Publish(handle, kRate, {10}, 0);
-    EXPECT_EQ(client.Notified(), Bytes{10}) << "what was subscribed to before is forgotten";
+    EXPECT_EQ(client.Notified(), Bytes{10}) << "earlier subscriptions have ended";
 }
 
 TEST_F(GattServerFamilyTest, ADeletedServiceIsUnknown)
@@ -398,7 +398,7 @@ TEST_F(GattServerFamilyTest, RefusesInvalidParameters)
     EXPECT_EQ(server.TryAddService("18").status, kStatusInvalidArgument);
     EXPECT_EQ(server.TryAddService(std::string(37, 'a')).status, kStatusInvalidArgument);
     const std::int32_t handle = server.AddService(kService);
-    EXPECT_EQ(server.TryAddService("0000180D").status, kStatusInvalidArgument) << "there already";
+    EXPECT_EQ(server.TryAddService("0000180D").status, kStatusInvalidArgument) << "exists already";
     EXPECT_EQ(server.AddCharacteristic(handle, "2a", kRead), kStatusInvalidArgument);
     EXPECT_EQ(server.AddCharacteristic(handle, kPlace, kRead), kStatusDone);
     EXPECT_EQ(server.AddCharacteristic(handle, "2a38", kRead), kStatusInvalidArgument);

@@ -44,7 +44,7 @@ class GattCaller {
     std::pair<std::int32_t, std::int32_t> Outcome() { return Next(protocol::kGattConnectionState); }
     std::pair<std::int32_t, std::int32_t> End() { return Next(protocol::kGattConnectionEnd); }
 
-    /// Connects, and has the services found.
+    /// Connects, and searches the services.
     void Connect(std::uint64_t address)
     {
         StartToConnect(address);

@@ -148,8 +148,8 @@ TEST_F(GroupFamilyTest, OnlyOneExistsAtATime)
     EXPECT_EQ(Create(one, 36).status, kStatusDone);
     const auto second = Create(other, 149);
     EXPECT_EQ(second.status, kStatusBusy);
-    EXPECT_EQ(second.info.channel, 36) << "the one that there is";
-    EXPECT_EQ(Remove(other), kStatusDone) << "it belongs to all";
+    EXPECT_EQ(second.info.channel, 36) << "the existing one";
+    EXPECT_EQ(Remove(other), kStatusDone) << "any client may remove it";
     EXPECT_EQ(Remove(one), kStatusNotFound);
 }
 
@@ -242,8 +242,8 @@ TEST_F(GroupFamilyTest, ItsCreationIsNotAnsweredWhenTheEventConnectionIsLost)
     });
     EXPECT_TRUE(Eventually([&] { return IsBeingMade(); }));
     Command({{"command", "disconnect"}});
-    EXPECT_FALSE(creation.get()) << "what became of it is not known yet";
-    EXPECT_EQ(NextChange(client), "1 because 0") << "and nothing before that";
+    EXPECT_FALSE(creation.get()) << "the outcome is not known yet";
+    EXPECT_EQ(NextChange(client), "1 because 0") << "no change came before";
 }
 
 // ---- Listeners
@@ -256,7 +256,7 @@ TEST_F(GroupFamilyTest, IsNotifiedToRegisteredClients)
     Listen(listener);
     Create(maker);
     EXPECT_EQ(NextChange(listener), "1 because 0");
-    EXPECT_EQ(NextChange(maker), "1 because 0") << "which it asked for";
+    EXPECT_EQ(NextChange(maker), "1 because 0") << "it is registered";
     EXPECT_EQ(deaf.Waiting(protocol::kSoftApGroupsChange.id), 0U);
     EXPECT_EQ(listener.Call(protocol::kUnRegisterSoftApStateChanged)->status, kStatusDone);
 }
@@ -269,12 +269,12 @@ TEST_F(GroupFamilyTest, IsNotifiedToReturningClients)
     EXPECT_EQ(NextChange(client), "1 because 0");
     Command({{"command", "disconnect"}});
     client.Next(protocol::kServiceStarted);
-    EXPECT_EQ(NextChange(client), "1 because 11") << "it is still there";
+    EXPECT_EQ(NextChange(client), "1 because 11") << "the group still exists";
     Command({{"command", "restart"}});
     client.Next(protocol::kServiceStarted);
     EXPECT_EQ(NextChange(client), "0 because 11") << "it ended with the service";
     Create(client);
-    EXPECT_EQ(NextChange(client), "1 because 0") << "without having asked again";
+    EXPECT_EQ(NextChange(client), "1 because 0") << "without a new registration";
 }
 
 TEST_F(GroupFamilyTest, StationsAreNotifiedAgainToAClientThatReturns)

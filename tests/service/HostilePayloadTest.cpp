@@ -1,4 +1,4 @@
-// What clients may send that no library would.
+// Payloads that a client may send, but that the library never sends.
 #include <protocol/Catalogue.h>
 #include <service/base/Log.h>
 #include <service/base/Random.h>
@@ -20,8 +20,8 @@
 namespace pelacon::service::tests {
 namespace {
 
-/// A whole service without a pipe: what it is given lies in storage of exactly its length, so that
-/// a sanitizer sees every byte that is read too far.
+/// A whole service without a pipe. Payloads are in storage of exactly their length, so that
+/// AddressSanitizer reports every read beyond them.
 class HostilePayloadTest : public testing::Test {
   protected:
     HostilePayloadTest() : core_(MakeSettings())
@@ -32,7 +32,7 @@ class HostilePayloadTest : public testing::Test {
     }
     ~HostilePayloadTest() override { core_.Stop(); }
 
-    /// The built-in world, where nothing takes its time.
+    /// The built-in world without its delays.
     static Settings MakeSettings()
     {
         using std::chrono_literals::operator""ms;
@@ -64,7 +64,7 @@ class HostilePayloadTest : public testing::Test {
         return core_.Request(1, item);
     }
 
-    /// All zeros, all ones, or anything, by turns.
+    /// All zeros, all ones and random bytes, in turn.
     Bytes NextPayload(std::size_t length)
     {
         const int turn = turn_++ % 3;

@@ -97,7 +97,7 @@ TEST_F(RouterTest, DistinguishesTwoOperationsWithOneIdByLength)
     });
     EXPECT_EQ(Send(0xD70006, {}), (Bytes{1, 0, 0, 0}));
     EXPECT_EQ(Send(0xD70006, {7, 0, 0, 0}), (Bytes{107, 0, 0, 0}));
-    // Neither fits: only the one with the record can make something of it.
+    // Neither length matches: the operation with a record serves the request.
     EXPECT_EQ(Send(0xD70006, {7}), (Bytes{107, 0, 0, 0}));
     EXPECT_EQ(Send(0xD70006, {7, 0, 0, 0, 9}), (Bytes{107, 0, 0, 0}));
 }

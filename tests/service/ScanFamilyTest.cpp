@@ -82,7 +82,7 @@ class ScanFamilyTest : public ServiceTest {
         return {record.listenerId, record.status};
     }
 
-    /// The first result that meets the condition, of so many.
+    /// The first result that meets the condition; fails the test after a limited number of results.
     template <typename Condition>
     static protocol::ScanResult NextThat(TestClient& client, const Condition& condition)
     {
@@ -111,8 +111,8 @@ class ScanFamilyTest : public ServiceTest {
         return request;
     }
 
-    /// Who is heard, when so many results are looked at.
-    static std::set<std::uint64_t> HeardOf(TestClient& client, int results = 60)
+    /// The addresses of the next results.
+    static std::set<std::uint64_t> SendersOf(TestClient& client, int results = 60)
     {
         std::set<std::uint64_t> addresses;
         for (int i = 0; i < results; ++i) {
@@ -122,13 +122,14 @@ class ScanFamilyTest : public ServiceTest {
     }
 
     /// The same for a new client with these filters.
-    std::set<std::uint64_t> HeardThrough(const std::vector<std::pair<std::int32_t, Bytes>>& filters)
+    std::set<std::uint64_t> SendersThrough(
+        const std::vector<std::pair<std::int32_t, Bytes>>& filters)
     {
         TestClient client(PipeName());
         const std::int32_t id = Register(client);
         EXPECT_EQ(client.Call(protocol::kSetScanFilter, Filters(id, filters))->status, kStatusDone);
         Start(client, id);
-        return HeardOf(client);
+        return SendersOf(client);
     }
 };
 
@@ -140,7 +141,8 @@ TEST_F(ScanFamilyTest, ReceivesAdvertisementsOfPeripherals)
     EXPECT_EQ(lamp.rssi, -50);
     EXPECT_EQ(lamp.eventType, kConnectable);
     EXPECT_EQ(DataOf(lamp), (Bytes{2, 1, 6, 5, 9, 'L', 'a', 'm', 'p'}));
-    EXPECT_EQ(HeardOf(client), (std::set{kLamp, kStrap, kBeacon})) << "and none that is silent";
+    EXPECT_EQ(SendersOf(client), (std::set{kLamp, kStrap, kBeacon}))
+        << "none that does not advertise";
 }
 
 TEST_F(ScanFamilyTest, ReceivesScanResponsesAfterTheirAdvertisements)
@@ -218,7 +220,7 @@ TEST_F(ScanFamilyTest, SwitchingTheAdapterOffStopsScansAndNotifies)
     EXPECT_EQ(client.Waiting(protocol::kScanResult.id), before) << "it does not scan by itself";
     EXPECT_EQ(Start(client, scanning), kStatusDone);
     EXPECT_EQ(NextStatus(client), std::pair(scanning, std::int32_t{kStarted}))
-        << "nothing else was told";
+        << "no other notification came";
 }
 
 TEST_F(ScanFamilyTest, AStoppedListenerReceivesNothing)
@@ -227,13 +229,13 @@ TEST_F(ScanFamilyTest, AStoppedListenerReceivesNothing)
     const std::int32_t id = Scanning(client);
     Next(client);
     Stop(client, id);
-    // What was sent before the status came before it.
+    // Results that were sent before the status have arrived before it.
     NextStatus(client);
     EXPECT_EQ(NextStatus(client).second, kStopped);
     const std::size_t left = client.Waiting(protocol::kScanResult.id);
     TestClient other(PipeName());
     Scanning(other);
-    HeardOf(other);
+    SendersOf(other);
     EXPECT_EQ(client.Waiting(protocol::kScanResult.id), left);
 }
 
@@ -241,12 +243,12 @@ TEST_F(ScanFamilyTest, AStoppedListenerReceivesNothing)
 
 TEST_F(ScanFamilyTest, PoliciesChangeTheRate)
 {
-    // All at once, so that all have the same time.
+    // All clients scan at the same time, for the same duration.
     TestClient clients[] = {TestClient(PipeName()), TestClient(PipeName()), TestClient(PipeName())};
     for (std::int32_t policy : {kLowPower, kBalanced, kLowLatency}) {
         Scanning(clients[policy], policy);
     }
-    HeardOf(clients[kLowLatency], 4 * 200);  // four advertisements and responses a round
+    SendersOf(clients[kLowLatency], 4 * 200);  // four advertisements and responses a round
     const double all = 800 + static_cast<double>(clients[kLowLatency].Waiting(0xD8006B));
     const auto balanced = static_cast<double>(clients[kBalanced].Waiting(0xD8006B));
     const auto lowPower = static_cast<double>(clients[kLowPower].Waiting(0xD8006B));
@@ -261,16 +263,16 @@ TEST_F(ScanFamilyTest, TheFastestPolicyOfAClientDecides)
     const std::int32_t fast = Scanning(client, kLowLatency);
     Scanning(client, kLowPower);
     Scanning(reference, kLowLatency);
-    HeardOf(reference, 200);
+    SendersOf(reference, 200);
     EXPECT_GT(client.Waiting(protocol::kScanResult.id), 150U);
 
     Stop(client, fast);
     TestClient later(PipeName());
     Scanning(later, kLowLatency);
     const std::size_t before = client.Waiting(protocol::kScanResult.id);
-    HeardOf(later, 400);
+    SendersOf(later, 400);
     const std::size_t since = client.Waiting(protocol::kScanResult.id) - before;
-    EXPECT_LT(since, 100U) << "the slow one is left";
+    EXPECT_LT(since, 100U) << "only the slow one remains";
     EXPECT_GT(since, 0U);
 }
 
@@ -288,15 +290,16 @@ TEST_F(ScanFamilyTest, UnknownPoliciesAreRefused)
 TEST_F(ScanFamilyTest, FiltersPassAdvertisementsThatMatchOneOfThem)
 {
     using Set = std::set<std::uint64_t>;
-    EXPECT_EQ(HeardThrough({}), (Set{kLamp, kStrap, kBeacon}));
-    EXPECT_EQ(HeardThrough({{0x09, {'L', 'a'}}}), Set{kLamp});
-    EXPECT_EQ(HeardThrough({{0x16, {0x0D, 0x18}}}), Set{kStrap});
-    EXPECT_EQ(HeardThrough({{0xFF, {}}}), Set{kBeacon}) << "the structure is there";
-    EXPECT_EQ(HeardThrough({{0, {0xBB, 0xCC}}}), Set{kBeacon}) << "anywhere";
-    EXPECT_EQ(HeardThrough({{256, {0xC0}}}), (Set{kLamp, kStrap}));
-    EXPECT_EQ(HeardThrough({{256, {0xC0, 0, 0, 0, 0, 1}}}), Set{kLamp});
-    EXPECT_EQ(HeardThrough({{0x09, {'x'}}, {256, {0xD0}}, {0x09, {'S'}}}), (Set{kBeacon, kStrap}));
-    EXPECT_EQ(HeardThrough({{0, {}}}), (Set{kLamp, kStrap, kBeacon}));
+    EXPECT_EQ(SendersThrough({}), (Set{kLamp, kStrap, kBeacon}));
+    EXPECT_EQ(SendersThrough({{0x09, {'L', 'a'}}}), Set{kLamp});
+    EXPECT_EQ(SendersThrough({{0x16, {0x0D, 0x18}}}), Set{kStrap});
+    EXPECT_EQ(SendersThrough({{0xFF, {}}}), Set{kBeacon}) << "the structure is there";
+    EXPECT_EQ(SendersThrough({{0, {0xBB, 0xCC}}}), Set{kBeacon}) << "anywhere";
+    EXPECT_EQ(SendersThrough({{256, {0xC0}}}), (Set{kLamp, kStrap}));
+    EXPECT_EQ(SendersThrough({{256, {0xC0, 0, 0, 0, 0, 1}}}), Set{kLamp});
+    EXPECT_EQ(SendersThrough({{0x09, {'x'}}, {256, {0xD0}}, {0x09, {'S'}}}),
+              (Set{kBeacon, kStrap}));
+    EXPECT_EQ(SendersThrough({{0, {}}}), (Set{kLamp, kStrap, kBeacon}));
 }
 
 TEST_F(ScanFamilyTest, AFilterIsAppliedToEachMessage)
@@ -316,7 +319,7 @@ TEST_F(ScanFamilyTest, FiltersCanBeRemovedWhileScanning)
     const std::int32_t id = Register(client);
     client.Call(protocol::kSetScanFilter, Filters(id, {{256, {0xD0}}}));
     Start(client, id);
-    EXPECT_EQ(HeardOf(client, 20), std::set{kBeacon});
+    EXPECT_EQ(SendersOf(client, 20), std::set{kBeacon});
     EXPECT_EQ(client.Call(protocol::kRemoveScanFilter, {id})->status, kStatusDone);
     NextThat(client, [](const auto& result) { return result.address == kLamp; });
 }
@@ -329,10 +332,10 @@ TEST_F(ScanFamilyTest, ListenersOfOneClientShareTheirFilters)
     client.Call(protocol::kSetScanFilter, Filters(one, {{256, {0xD0}}}));
     client.Call(protocol::kSetScanFilter, Filters(two, {{0x09, {'L'}}}));
     Start(client, one);
-    EXPECT_EQ(HeardOf(client, 20), std::set{kBeacon}) << "the other does not scan";
+    EXPECT_EQ(SendersOf(client, 20), std::set{kBeacon}) << "the other does not scan";
     Start(client, two);
     NextThat(client, [](const auto& result) { return result.address == kLamp; });
-    EXPECT_EQ(HeardOf(client), (std::set{kLamp, kBeacon}));
+    EXPECT_EQ(SendersOf(client), (std::set{kLamp, kBeacon}));
 }
 
 TEST_F(ScanFamilyTest, InvalidFiltersAreRefused)
@@ -376,7 +379,7 @@ TEST_F(ScanFamilyTest, IdsAreValidForTheirClientOnly)
     }
     EXPECT_EQ(Stop(client, id), kStatusDone);
     EXPECT_EQ(client.Call(protocol::kUnregisterScanListener, {id})->status, kStatusDone);
-    EXPECT_EQ(Start(client, id), kStatusUnknownId) << "it is gone";
+    EXPECT_EQ(Start(client, id), kStatusUnknownId) << "it is unregistered";
 }
 
 TEST_F(ScanFamilyTest, AClientHasNoMoreListenersThanFit)
@@ -444,7 +447,7 @@ TEST_F(ScanFamilyTest, AHeldListenerIsNotifiedThatTheAdapterIsOff)
     held.scannerIds[0] = 71;
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
     EXPECT_EQ(NextStatus(client), std::pair(71, std::int32_t{kStoppedAdapterOff}));
-    EXPECT_EQ(Start(client, 71), kStatusRadioOff) << "but it is known";
+    EXPECT_EQ(Start(client, 71), kStatusRadioOff) << "the id is known";
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 class SchedulerTest : public testing::Test {
   protected:
-    /// Lets the world go on until the condition holds. With the lock held.
+    /// Runs timers until the condition holds. Called with the lock held.
     bool Until(const std::function<bool()>& condition)
     {
         return scheduler_.Wait(kPatience, condition);

@@ -50,7 +50,8 @@ class SessionsTest : public testing::Test {
     RecordingTransport transport_;
     std::string notes_;
     Sessions::Families families_;
-    Scheduler::Guard lock_ = scheduler_.Lock();  // let go of before what needs it
+    Scheduler::Guard lock_ =
+        scheduler_.Lock();  // destroyed, and so released, before the members above
     Sessions sessions_{scheduler_, transport_, families_, 1ms};
 };
 
@@ -110,10 +111,10 @@ TEST_F(SessionsTest, ARequestProlongsTheSessionOfAnAbsentClient)
     Sessions sessions(scheduler_, transport_, families_, kGrace);
     sessions.Of(5);
     EXPECT_FALSE(scheduler_.Wait(kGrace / 2, [&] { return !notes_.empty(); })) << notes_;
-    const auto asked = Scheduler::Clock::now();
+    const auto begin = Scheduler::Clock::now();
     sessions.Of(5);
     EXPECT_TRUE(scheduler_.Wait(kPatience, [&] { return notes_ == "gone5 "; }));
-    EXPECT_GE(Scheduler::Clock::now() - asked, kGrace);
+    EXPECT_GE(Scheduler::Clock::now() - begin, kGrace);
 }
 
 TEST_F(SessionsTest, EndingAllSessionsCallsNoFamily)

@@ -85,9 +85,9 @@ class SoftApFamilyTest : public ServiceTest {
     }
     static std::string NextAdvertisement(TestClient& client)
     {
-        const auto told = client.Next(protocol::kSoftApAdvertisement);
-        return std::to_string(told.status) + ' ' + std::to_string(told.channel) + ' ' +
-               std::string(TextIn(told.ssid));
+        const auto state = client.Next(protocol::kSoftApAdvertisement);
+        return std::to_string(state.status) + ' ' + std::to_string(state.channel) + ' ' +
+               std::string(TextIn(state.ssid));
     }
     int Requests() { return Command({{"command", "status"}})["counters"]["requests"].get<int>(); }
     void Join(const char* address) { Command({{"command", "softap.join"}, {"address", address}}); }
@@ -97,7 +97,7 @@ class SoftApFamilyTest : public ServiceTest {
     }
 };
 
-// ---- Its life
+// ---- Creation and end
 
 TEST_F(SoftApFamilyTest, IsCreatedAndDescribed)
 {
@@ -129,7 +129,7 @@ TEST_F(SoftApFamilyTest, OnlyOneExistsAtATime)
     EXPECT_EQ(Create(one, k5G).errorCode, kStatusDone);
     const SoftApInfoMessage second = Create(other, k24G);
     EXPECT_EQ(second.errorCode, kAlreadyExists);
-    EXPECT_EQ(second.apByte1, 149) << "the one that there is";
+    EXPECT_EQ(second.apByte1, 149) << "the existing one";
     EXPECT_EQ(LastError(other), kAlreadyExists);
     EXPECT_EQ(Destroy(other), kStatusDone);
     EXPECT_EQ(Destroy(one), kStatusNotFound);
@@ -184,7 +184,7 @@ TEST_F(SoftApFamilyTest, ALongCreationCanBeCancelled)
     }));
     TestClient other(PipeName());
     EXPECT_EQ(Create(other).errorCode, kAlreadyExists);
-    EXPECT_EQ(Destroy(other), kStatusDone) << "before it was there";
+    EXPECT_EQ(Destroy(other), kStatusDone) << "before it existed";
     EXPECT_EQ(creation.get().errorCode, protocol::kStatusInterrupted);
 }
 
@@ -198,7 +198,7 @@ TEST_F(SoftApFamilyTest, RequestsOfAClientThatLosesItsEventConnectionAreNotAnswe
     });
     EXPECT_TRUE(Eventually([&] { return softAp()["beingMade"] == true; }));
     Command({{"command", "disconnect"}});
-    EXPECT_FALSE(creation.get()) << "what became of it is not known yet";
+    EXPECT_FALSE(creation.get()) << "the outcome is not known yet";
     EXPECT_TRUE(Eventually([&] { return softAp()["exists"] == true; }));
     const int before = Requests();
     auto restart = std::async(std::launch::async, [&] {
@@ -299,7 +299,7 @@ TEST_F(SoftApFamilyTest, TheAdapterDoesNotRestartWhileWifiIsOff)
     EXPECT_EQ(client.Call(protocol::kGetRestartCount)->value, 0);
 }
 
-// ---- What is kept for programs
+// ---- What is stored for programs
 
 TEST_F(SoftApFamilyTest, KeepsTheModelName)
 {
@@ -396,7 +396,7 @@ TEST_F(SoftApFamilyTest, AClientThatReturnsIsNotifiedOfTheStateThatItFinds)
     EXPECT_EQ(client.Next(protocol::kSoftApDeviceConnection).value, 0);
     EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 0);
     Create(client, k5G);
-    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP") << "without having asked again";
+    EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP") << "without a new registration";
 }
 
 TEST_F(SoftApFamilyTest, ConnectionsAreNotifiedToUnregisteredClients)
@@ -407,7 +407,7 @@ TEST_F(SoftApFamilyTest, ConnectionsAreNotifiedToUnregisteredClients)
     EXPECT_EQ(client.Next(protocol::kSoftApConnectStatus).value, 1);
 }
 
-TEST_F(SoftApFamilyTest, DevicesOfTheWorldComeAndGo)
+TEST_F(SoftApFamilyTest, DevicesOfTheWorldConnectAndDisconnect)
 {
     StartAnew(R"({"softAp": {"creation": {"ms": 1}, "stations": [
         {"address": "02:00:00:00:00:01", "joinMs": 1, "stayMs": 1}]}})");
@@ -431,7 +431,7 @@ TEST_F(SoftApFamilyTest, DestroyingItDisconnectsItsDevices)
 
 TEST_F(SoftApFamilyTest, NotificationsContinueAfterUnregistering)
 {
-    // It may have registered other objects.
+    // Other objects of the client may still be registered.
     TestClient client(PipeName());
     Listen(client);
     EXPECT_EQ(client.Call(protocol::kUnRegisterSoftApNotification)->status, kStatusDone);
@@ -472,7 +472,7 @@ TEST_F(SoftApFamilyTest, MovesBetweenTheBands)
 {
     TestClient client(PipeName());
     Listen(client);
-    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 0) << "there is none to move";
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 0) << "there is no soft AP";
     Create(client, k24G);
     EXPECT_EQ(NextAdvertisement(client), "1 6 Desk AP");
     EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 149);
@@ -510,10 +510,10 @@ TEST_F(SoftApFamilyTest, Avoids5GHzWhereItHasFailed)
     Destroy(client);
     EXPECT_EQ(Create(client).apByte1, 6);
     Destroy(client);
-    EXPECT_EQ(Create(client, k5G).apByte1, 149) << "the band itself can still be had";
+    EXPECT_EQ(Create(client, k5G).apByte1, 149) << "the band itself is still possible";
     Destroy(client);
     client.Call(protocol::kRemovePhoneSupportChannels);
-    EXPECT_EQ(Create(client).apByte1, 149) << "another phone, another chance";
+    EXPECT_EQ(Create(client).apByte1, 149) << "a new phone clears the failure";
 }
 
 TEST_F(SoftApFamilyTest, TheMachinesChannelsAreListed)

@@ -33,7 +33,7 @@ TEST(SoftApWorldTest, ReadsTheSoftAp)
         "stations": [{"address": "0A:00:00:00:00:01", "joinMs": 3}]}})")
                                                .softAp;
     EXPECT_EQ(softAp.ssid, "Desk");
-    EXPECT_EQ(softAp.ipAddress, "192.168.173.1") << "what is not said is as usual";
+    EXPECT_EQ(softAp.ipAddress, "192.168.173.1") << "missing fields have their defaults";
     EXPECT_EQ(softAp.creation.outcome, radio::GroupOutcome::kFailed);
     ASSERT_EQ(softAp.stations.size(), 1U);
     EXPECT_EQ(softAp.stations[0].joinAfter, 3ms);

@@ -53,7 +53,7 @@ TEST_F(TargetAdvFamilyTest, AllListenersReceiveAPush)
     EXPECT_EQ(one.NextRaw(0xD8007E), BytesOf(record));
     EXPECT_EQ(other.NextRaw(0xD8007E), BytesOf(record));
     EXPECT_EQ(one.Call(protocol::kPushTargetAdv, Record(8, 1))->status, kStatusDone);
-    EXPECT_EQ(one.Next(protocol::kTargetAdvReceived).business, 8) << "its own, too";
+    EXPECT_EQ(one.Next(protocol::kTargetAdvReceived).business, 8) << "the sender receives it, too";
     EXPECT_EQ(deaf.Waiting(0xD8007E), 0U);
 }
 
@@ -71,7 +71,8 @@ TEST_F(TargetAdvFamilyTest, EachRegistrationEndsSeparately)
     EXPECT_EQ(Unregister(client), kStatusUnknownId);
     Register(client);
     client.Call(protocol::kPushTargetAdv, Record(3, 1));
-    EXPECT_EQ(client.Next(protocol::kTargetAdvReceived).business, 3) << "the second went nowhere";
+    EXPECT_EQ(client.Next(protocol::kTargetAdvReceived).business, 3)
+        << "the second was not delivered";
 }
 
 TEST_F(TargetAdvFamilyTest, TheWorldSendsItsOwn)

@@ -71,10 +71,10 @@ class TestClient {
     }
     Bytes NextRaw(std::int32_t id);
 
-    /// Has the client take no further notifications, or take them again.
+    /// Stops reading notifications, or resumes it.
     void Pause(bool pause);
 
-    /// How many of this kind have come and were not asked for yet.
+    /// The number of notifications of this kind that have arrived and were not taken.
     std::size_t Waiting(std::int32_t id) const;
 
   private:

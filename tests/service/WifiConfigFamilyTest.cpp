@@ -86,7 +86,7 @@ TEST_F(WifiConfigFamilyTest, APeerConfigurationIsTheOthersOwnAndIsNotified)
     EXPECT_EQ(NextConfiguration(other), "1 from one");
     EXPECT_EQ(Self(other, 1), "from one");
     EXPECT_EQ(Self(third, 1), "from one");
-    EXPECT_EQ(Self(one, 1).substr(0, 12), "role=station") << "not its own word";
+    EXPECT_EQ(Self(one, 1).substr(0, 12), "role=station") << "not its own configuration";
     EXPECT_EQ(Self(other, 0).substr(0, 10), "role=owner") << "another type";
 
     EXPECT_EQ(Set(other, 1, "from other"), kStatusDone);
@@ -107,7 +107,7 @@ TEST_F(WifiConfigFamilyTest, AConfigurationOutlivesItsClient)
     TestClient client(PipeName());
     EXPECT_TRUE(Eventually([&] {
         return Command({{"command", "status"}})["wifiConfig"]["configurations"] == 1;
-    })) << "of two left behind one is kept";
+    })) << "of two clients that left, one is kept";
     EXPECT_EQ(Self(client, 0), "second");
 }
 
@@ -132,7 +132,7 @@ TEST_F(WifiConfigFamilyTest, AConfigurationMayFillItsField)
     EXPECT_EQ(Set(one, 0, whole), kStatusDone);
     EXPECT_EQ(Self(other, 0), whole);
     EXPECT_EQ(Set(one, 0, ""), kStatusDone);
-    EXPECT_EQ(Self(other, 0), "status 7") << "nothing is nothing";
+    EXPECT_EQ(Self(other, 0), "status 7") << "an empty configuration clears it";
 }
 
 TEST_F(WifiConfigFamilyTest, InvalidConfigurationsAreRefused)
@@ -304,7 +304,7 @@ TEST_F(WifiConfigFamilyTest, ReturnsTheStatesOfCards)
     EXPECT_EQ(first.status, kStatusDone);
     EXPECT_EQ(first.count, 1);
     EXPECT_EQ(first.entries[0].card, 0);
-    EXPECT_EQ(first.entries[0].state, 2) << "as the switch is, whatever the world says";
+    EXPECT_EQ(first.entries[0].state, 2) << "the adapter's card follows the switch";
     EXPECT_EQ(ask(1).entries[0].state, 0);
     const auto every = ask(-1);
     EXPECT_EQ(every.count, 3);
@@ -328,7 +328,8 @@ TEST_F(WifiConfigFamilyTest, NotifiesOfChangedCards)
     EXPECT_EQ(change.cards[1].state, 2);
     Command({{"command", "wifi.card"}, {"card", 1}, {"state", "on"}});
     Command({{"command", "wifi.card"}, {"card", 2}, {"state", "absent"}});
-    EXPECT_EQ(client.Next(protocol::kWifiCardStateChange).changed, 2) << "what is so is no change";
+    EXPECT_EQ(client.Next(protocol::kWifiCardStateChange).changed, 2)
+        << "the same state is no change";
     EXPECT_EQ(refused.Waiting(protocol::kWifiCardStateChange.id), 0U);
     EXPECT_EQ(CommandText(R"({"command": "wifi.card", "card": 4, "state": "on"})")["error"],
               "there is no place for this card");

@@ -72,7 +72,7 @@ TEST_F(WifiStateFamilyTest, AnOvertakenRequestReturnsTheActualState)
         return Command({{"command", "status"}})["counters"]["requests"] == 1;
     }));
     Command({{"command", "wifi.card"}, {"card", 0}, {"state", "absent"}});
-    EXPECT_EQ(first.get(), 0) << "off it is";
+    EXPECT_EQ(first.get(), 0) << "the adapter is off";
     Command({{"command", "wifi.card"}, {"card", 0}, {"state", "on"}});
     EXPECT_EQ(StateOf(on), kOn);
     first =
@@ -139,19 +139,19 @@ TEST_F(WifiStateFamilyTest, AClientThatReturnsIsNotifiedOfTheStateThatItFinds)
     EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn);
     EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 6);
     client.Call(protocol::kEnableWifi, {0});
-    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "without having asked again";
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "without a new registration";
     Command({{"command", "restart"}});
     client.Next(protocol::kServiceStarted);
-    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn) << "as the world says";
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOn) << "the world's state";
 }
 
-TEST_F(WifiStateFamilyTest, SwitchingToThePresentStateNotifiesNobody)
+TEST_F(WifiStateFamilyTest, SwitchingToThePresentStateNotifiesNoClient)
 {
     TestClient client(PipeName());
     ListenToSwitch(client);
     EXPECT_EQ(client.Call(protocol::kEnableWifi, {1})->value, 0);
     EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 0);
-    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "nothing was told before";
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "no notification came before";
 }
 
 TEST_F(WifiStateFamilyTest, WithoutAnAdapterNothingIsSwitched)
@@ -165,7 +165,7 @@ TEST_F(WifiStateFamilyTest, WithoutAnAdapterNothingIsSwitched)
 
 TEST_F(WifiStateFamilyTest, NotificationsContinueAfterUnregistering)
 {
-    // It may have registered other objects.
+    // Other objects of the client may still be registered.
     TestClient client(PipeName());
     ListenToSwitch(client);
     EXPECT_EQ(client.Call(protocol::kUnRegistWifiStateChangeCallback)->value, 1);

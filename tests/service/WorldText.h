@@ -12,7 +12,7 @@ inline simulation::WorldFile Read(const std::string& text)
     return simulation::ReadWorldFile(text, "world.json");
 }
 
-/// What is said against it.
+/// The error message for the world; empty if the world is valid.
 inline std::string Complaint(const std::string& text)
 {
     try {

@@ -112,7 +112,7 @@ class SentMatcher {
             good = false;
         }
         if (!IsInitial(sent.replyItem)) {
-            *listener << "the reply record is not fresh; ";
+            *listener << "the reply record is not unused; ";
             good = false;
         }
         return good;

@@ -75,7 +75,8 @@ class Channel {
     // Records.
 
     std::vector<Construction> Constructions() const;
-    std::vector<Registration> Registrations() const;  ///< of the client that there is, or was last
+    std::vector<Registration> Registrations()
+        const;  ///< of the present or, without one, the last client
     std::vector<Sent> Requests() const;
     std::vector<Sent> Posts() const;
     /// The one request that was sent; fails the test when there were none or more.

@@ -16,7 +16,7 @@ class Copies {
     /// The next memcpy_s fails as if its data did not fit: it zeroes the destination and returns
     /// ERANGE.
     static void FailNext();
-    /// The copy after that many copies fails: FailAfter(0) is FailNext().
+    /// Lets that many copies succeed and the next one fail: FailAfter(0) is FailNext().
     static void FailAfter(int good);
     static void Reset();
 

@@ -25,7 +25,7 @@ struct State {
     ThreadMode mode = ThreadMode::kDetached;
     int started = 0;
     int running = 0;
-    std::vector<std::thread> threads;  // until they are waited for
+    std::vector<std::thread> threads;  // until WaitForAll joins them
     std::vector<Body> kept;
 };
 

@@ -1,4 +1,4 @@
-// Children that fork makes of an application whose threads are busy with the real service.
+// Children forked while the application's threads make requests to the real service.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/support/ServiceProcess.h>
 #include <tests/support/linux/InChild.h>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kForks = 300;
 
-/// An operation, and what it returns when the service answered.
+/// An operation, and its result when the service answers.
 struct Operation {
     const char* name;
     std::function<int()> call;
@@ -51,7 +51,8 @@ const Operation kOperations[] = {
      0},
 };
 
-/// Leaves the parent's library behind and uses one of its own. Returns how much of that failed.
+/// Stops the library as inherited from the parent, starts it and uses it. Returns the number of
+/// failed steps.
 int UseAnew(const Operation& operation)
 {
     int failed = PelaconSvcStop() == 0 ? 0 : 1;
@@ -101,7 +102,7 @@ TEST_P(ForkTest, AChildThatACallbackMakesUsesTheLibrary)
     ASSERT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), 0);
     EXPECT_EQ(BleManager::BtDisable(), 0);
     EXPECT_EQ(BleManager::BtEnable(), 0);
-    // Once off, once on; a child that switches it on adds to that.
+    // One change to off and one to on; children that switch the adapter on cause more.
     EXPECT_TRUE(Eventually([] { return childrenOfCallbacks >= 2; }));
     EXPECT_EQ(BleManager::UnRegisterBtStateChangeCallbacks(&table), 0);
 }

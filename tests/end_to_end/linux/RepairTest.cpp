@@ -1,4 +1,4 @@
-// Services whose executable the kernel names otherwise than by the path that they were started by.
+// Services for which the kernel reports another path than the one that they were started with.
 #include <tests/end_to_end/Repair.h>
 
 namespace pelacon::test {

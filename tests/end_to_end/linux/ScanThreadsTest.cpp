@@ -1,4 +1,4 @@
-// Results when the system has no thread to spare, and more of them than it likes.
+// Scan results when no thread can be created, and in bursts that need very many threads.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/support/ServiceProcess.h>
 
@@ -20,8 +20,8 @@ namespace {
 constexpr char kWorld[] = R"({"peripherals": [
     {"address": "C0:00:00:00:00:01", "advertising": {"intervalMs": 5}}]})";
 
-/// While this lives no thread can be created unless it says how large its stack is to be: there is
-/// no room for one of the usual size.
+/// While this object lives, there is no address space for a stack of the default size: only threads
+/// with an explicit, small stack can be created.
 class NoThreads {
   public:
     NoThreads()
@@ -47,7 +47,7 @@ class NoThreads {
     pthread_attr_t usual_{};
 };
 
-/// Counts the lines that say that a thread could not be created.
+/// Counts the log lines about threads that could not be created.
 struct Failures {
     std::atomic<int> count{0};
 
@@ -60,20 +60,20 @@ struct Failures {
     }
 };
 
-std::array<std::atomic<int>, 2> heard;
+std::array<std::atomic<int>, 2> received;
 
 template <std::size_t Listener>
 BleScanCallbacksC Counting()
 {
-    return {nullptr, [](std::int32_t, BleScanResultC) { ++heard[Listener]; }};
+    return {nullptr, [](std::int32_t, BleScanResultC) { ++received[Listener]; }};
 }
 
 class ScanThreads : public ::testing::Test {
   protected:
     ScanThreads()
     {
-        heard[0] = 0;
-        heard[1] = 0;
+        received[0] = 0;
+        received[1] = 0;
         PelaconSvcStart();
     }
     ~ScanThreads() override
@@ -109,15 +109,16 @@ TEST_F(ScanThreads, AThreadThatCannotBeCreatedLosesThatResultOnly)
     PelaconSetLogSink(&Failures::Take, &failures, kPelaconLogFailure);
     Scanning(&first);
     Scanning(&second);
-    ASSERT_TRUE(Eventually([] { return heard[0] > 2 && heard[1] > 2; }));
+    ASSERT_TRUE(Eventually([] { return received[0] > 2 && received[1] > 2; }));
     EXPECT_EQ(failures.count, 0);
     {
         const NoThreads none;
         ASSERT_TRUE(Eventually([&] { return failures.count >= 4; }));
-        EXPECT_TRUE(BleManager::IsBtEnabled()) << "the rest of the library goes on";
+        EXPECT_TRUE(BleManager::IsBtEnabled()) << "the rest of the library works";
     }
-    const int before[] = {heard[0], heard[1]};
-    EXPECT_TRUE(Eventually([&] { return heard[0] > before[0] + 2 && heard[1] > before[1] + 2; }));
+    const int before[] = {received[0], received[1]};
+    EXPECT_TRUE(
+        Eventually([&] { return received[0] > before[0] + 2 && received[1] > before[1] + 2; }));
 }
 
 // ---- A burst
@@ -141,7 +142,7 @@ long StatusOf(const std::string& name)
 
 TEST_F(ScanThreads, ABurstToASlowCallbackLeavesNoThread)
 {
-    constexpr int kBurst = 1000;  // what the service keeps for a client that is not quick enough
+    constexpr int kBurst = 1000;  // the most that the service queues for a client
     constexpr int kBursts = 5;
     static BleScanCallbacksC slow{nullptr, [](std::int32_t, BleScanResultC) {
                                       ++inside;

@@ -1,4 +1,4 @@
-// Unloading the library while it runs.
+// Unloading the library while its threads run.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/support/ServiceProcess.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The library as a program has it that loads it for a while.
+/// The library, loaded at run time.
 class LoadedLibrary {
   public:
     LoadedLibrary() : handle_(dlopen(PELACON_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {}
@@ -36,18 +36,18 @@ class LoadedLibrary {
 
 std::promise<void> entered;
 std::promise<void> unloaded;
-std::atomic<int> told{0};
+std::atomic<int> calls{0};
 std::atomic<bool> answered{false};
 decltype(&IsBtEnabled) isBtEnabled = nullptr;
 
 void OnStateChanged(std::int32_t /*state*/)
 {
-    if (told == 0) {
+    if (calls == 0) {
         entered.set_value();
         EXPECT_EQ(unloaded.get_future().wait_for(10s), std::future_status::ready);
         answered = isBtEnabled();
     }
-    ++told;
+    ++calls;
 }
 
 TEST(Unload, WhileACallbackRunsTheLibraryStays)
@@ -69,10 +69,10 @@ TEST(Unload, WhileACallbackRunsTheLibraryStays)
     ASSERT_EQ(entered.get_future().wait_for(10s), std::future_status::ready);
     EXPECT_TRUE(library.Unload());
     unloaded.set_value();
-    EXPECT_TRUE(Eventually([] { return told == 1; }));
-    EXPECT_TRUE(answered) << "what it called went on";
+    EXPECT_TRUE(Eventually([] { return calls == 1; }));
+    EXPECT_TRUE(answered) << "the callback's code is still loaded";
     service.Command(change);
-    EXPECT_TRUE(Eventually([] { return told == 2; })) << "and so does the receive thread";
+    EXPECT_TRUE(Eventually([] { return calls == 2; })) << "the receive thread continues";
 }
 
 }  // namespace

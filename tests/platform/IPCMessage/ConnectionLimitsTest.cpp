@@ -9,7 +9,7 @@ namespace {
 
 using Place = ConnectionPlace;
 
-TEST(ConnectionLimitsTest, AreThePromisedOnesByDefault)
+TEST(ConnectionLimitsTest, HaveDefaults)
 {
     const ConnectionLimits limits(100'000);
     EXPECT_EQ(limits.all, 2048U);
@@ -34,7 +34,7 @@ TEST(ConnectionLimitsTest, AProcessAndAUserHaveTheirShares)
     EXPECT_EQ(limits.PlaceFor({1024, 1024, 0}, false), Place::kNone);
 }
 
-TEST(ConnectionLimitsTest, TheLastPlacesAreForUsersThatHaveFew)
+TEST(ConnectionLimitsTest, TheLastPlacesAreForUsersWithFewConnections)
 {
     const ConnectionLimits limits(2048);
     const std::size_t forMany = limits.all - limits.forFew - limits.forCommands;

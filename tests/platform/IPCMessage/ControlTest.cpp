@@ -145,7 +145,7 @@ TEST_F(ControlTest, AWatcherEndsWithTheService)
     EXPECT_EQ(error.kind, Kind::kLost);
 }
 
-TEST_F(ControlTest, AWatcherThatDoesNotReadDelaysNobody)
+TEST_F(ControlTest, AWatcherThatDoesNotReadDelaysNoClient)
 {
     StartBoth();
     RawClient idler;

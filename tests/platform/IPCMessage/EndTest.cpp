@@ -77,12 +77,12 @@ TEST_F(EndTest, ACallerThatDoesNotReadDoesNotDelayIt)
     RawClient caller;
     ASSERT_TRUE(caller.Greet(ipc::FrameKind::kHelloCall));
     const ByteVector request = MakeFrame({.kind = ipc::FrameKind::kRequest, .sequence = 1});
-    ipc::IoStatus asked = ipc::IoStatus::kDone;
-    while (asked == ipc::IoStatus::kDone) {
+    ipc::IoStatus sent = ipc::IoStatus::kDone;
+    while (sent == ipc::IoStatus::kDone) {
         ipc::Deadline deadline(100ms);
-        asked = caller.Get().Send(request, deadline);
+        sent = caller.Get().Send(request, deadline);
     }
-    EXPECT_EQ(asked, ipc::IoStatus::kTimeout) << "until the server's thread is stuck";
+    EXPECT_EQ(sent, ipc::IoStatus::kTimeout) << "until the server's thread is stuck";
     EXPECT_LT(Duration([&] { server.reset(); }), 5s);
     EXPECT_TRUE(caller.IsClosed());
 }

@@ -20,7 +20,7 @@ std::string PeerProcess::ReadLine()
 {
     auto line = process_.NextLine(kPatience);
     if (!line) {
-        throw std::runtime_error("the peer process says nothing: " + process_.Errors());
+        throw std::runtime_error("the peer process writes no line: " + process_.Errors());
     }
     return std::move(*line);
 }

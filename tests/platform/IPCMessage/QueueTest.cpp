@@ -87,7 +87,7 @@ TEST_F(QueueTest, DroppableNotificationsAreDroppedForOthers)
     EXPECT_TRUE(std::includes(numbers.begin(), numbers.end(), kept.begin(), kept.end()));
 }
 
-TEST_F(QueueTest, AFullQueueCostsTheEventConnectionOnly)
+TEST_F(QueueTest, AFullQueueEndsTheEventConnectionOnly)
 {
     StartIdler();
     RawClient calls;

@@ -50,7 +50,7 @@ class CountedConnection : public ipc::Connection {
 };
 
 /// Accepts the connections that a test gives it.
-class ToldListener : public ipc::Listener {
+class ListenerOfTests : public ipc::Listener {
   public:
     using Arrival = std::function<std::unique_ptr<ipc::Connection>()>;
 
@@ -100,7 +100,7 @@ class ServerConnectionsTest : public testing::Test {
   protected:
     void Start(ipc::ServerConnections::Serve serve)
     {
-        auto listener = std::make_unique<ToldListener>();
+        auto listener = std::make_unique<ListenerOfTests>();
         listener_ = listener.get();
         connections_.emplace(
             std::move(listener), counters_, std::move(serve),
@@ -115,7 +115,7 @@ class ServerConnectionsTest : public testing::Test {
     std::atomic<int> open_{0};
     ipc::ServerCounters counters_;
     Mailbox<std::string> warnings_;
-    ToldListener* listener_ = nullptr;
+    ListenerOfTests* listener_ = nullptr;
     std::optional<ipc::ServerConnections> connections_;
 };
 

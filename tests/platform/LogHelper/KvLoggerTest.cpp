@@ -85,7 +85,7 @@ TEST_F(KvLoggerTest, RemovedSinkIsNotCalled)
 
 TEST_F(KvLoggerTest, SinkReplacesTheOneBefore)
 {
-    logger.SetSink([](auto, auto) { ADD_FAILURE() << "this one is gone"; });
+    logger.SetSink([](auto, auto) { ADD_FAILURE() << "the replaced sink"; });
     logger.SetSink(Keep(), kLogFailure);
     Log(kLogTrace, L"low");
     Log(kLogFailure, L"high");
@@ -101,7 +101,7 @@ TEST_F(KvLoggerTest, SinkMayThrow)
     });
     Log(kLogTrace, L"one");
     Log(kLogTrace, L"two");
-    EXPECT_EQ(calls, 2) << "and goes on being called";
+    EXPECT_EQ(calls, 2) << "the sink is still called";
 }
 
 TEST_F(KvLoggerTest, SinkThatLogsIsNotCalledAgainInsideItself)
@@ -139,7 +139,7 @@ TEST_F(KvLoggerTest, ReplacingASinkWaitsForItsLastCall)
         logger.SetSink({});
         return ended.load();
     });
-    EXPECT_EQ(replaced.wait_for(50ms), std::future_status::timeout) << "the call is under way";
+    EXPECT_EQ(replaced.wait_for(50ms), std::future_status::timeout) << "the call is running";
     leave.set_value();
     EXPECT_TRUE(replaced.get());
     caller.join();
@@ -206,7 +206,7 @@ TEST_F(KvLoggerTest, SeveralThreadsMaySetSinkAndLevel)
         kept.clear();
         const bool wanted = logger.IsWanted(kLogMilestone);
         Log(kLogMilestone, L"line");
-        ASSERT_EQ(kept.size(), wanted ? 1U : 0U) << "the last of the two counts, for both";
+        ASSERT_EQ(kept.size(), wanted ? 1U : 0U) << "the last setting applies to both";
     }
 }
 

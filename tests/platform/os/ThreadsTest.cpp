@@ -26,12 +26,12 @@ TEST(StartDetachedThreadTest, RunsTheBodyOnAThreadOfItsOwn)
 }
 
 /// Reports its destruction.
-class Telling {
+class NotesItsEnd {
   public:
-    explicit Telling(std::promise<void>& promise) : promise_(promise) {}
-    ~Telling() { promise_.set_value(); }
-    Telling(const Telling&) = delete;
-    Telling& operator=(const Telling&) = delete;
+    explicit NotesItsEnd(std::promise<void>& promise) : promise_(promise) {}
+    ~NotesItsEnd() { promise_.set_value(); }
+    NotesItsEnd(const NotesItsEnd&) = delete;
+    NotesItsEnd& operator=(const NotesItsEnd&) = delete;
 
   private:
     std::promise<void>& promise_;
@@ -40,12 +40,12 @@ class Telling {
 TEST(StartDetachedThreadTest, DestroysTheBodyAtItsEnd)
 {
     std::promise<void> released;
-    auto held = std::make_shared<Telling>(released);
+    auto held = std::make_shared<NotesItsEnd>(released);
     StartDetachedThread([held = std::move(held)] {});
     EXPECT_EQ(released.get_future().wait_for(kLimit), std::future_status::ready);
 }
 
-TEST(StartDetachedThreadTest, StartsAThousandThreads)
+TEST(StartDetachedThreadTest, StartsManyThreads)
 {
     constexpr int kThreads = 200;
     auto left = std::make_shared<std::atomic<int>>(kThreads);

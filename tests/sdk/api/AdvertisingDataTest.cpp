@@ -179,7 +179,7 @@ TEST(AdvertisingData, AStructureTooShortForItsIdentifierIsSkipped)
         EXPECT_EQ(Manufacturer({length, 0xFF, 1, 2, 3}), kNotFound);
         EXPECT_EQ(ServiceData({length, 0x16, 0x0D, 0x18, 3}, 0x180D), kNotFound);
     }
-    // The walk is not resumed.
+    // The search ends at the first structure of the type.
     EXPECT_EQ(Manufacturer({2, 0xFF, 1, 4, 0xFF, 1, 2, 3}), kNotFound);
     EXPECT_EQ(ServiceData({2, 0x16, 1, 4, 0x16, 1, 2, 3}, 0x0201), kNotFound);
 }
@@ -194,9 +194,9 @@ TEST(AdvertisingData, TheLongestStructure)
     EXPECT_EQ(ByType(bytes, 0xFF), kNotFound);
 }
 
-// ---- Against a walk that is as simple as can be, with random buffers
+// ---- Comparison with a simple reference implementation, on random buffers
 
-/// Index of the structure that the walk stops at, in a buffer that could be read anywhere.
+/// The index of the first structure of the type; nothing if there is none.
 std::optional<std::size_t> ReferenceWalk(const ByteVector& bytes, std::uint8_t type)
 {
     const auto at = [&](std::size_t index) {

@@ -265,7 +265,7 @@ TEST_F(SdkTest, StartAdvertiseRefusesBadTimesWithoutWaiting)
     params.sendPartTime = -1;
     EXPECT_EQ(BleAdvertiser::BleStartAdvertise(3, params, {}), -1);
 
-    // A good one waits for its turn, as all four do.
+    // A valid one waits for the running operation, as all four operations do.
     auto good =
         std::async(std::launch::async, [] { return BleAdvertiser::BleStartAdvertise(3, {}, {}); });
     auto unregister =
@@ -306,7 +306,7 @@ TEST_F(SdkTest, StartAdvertiseRefusesMoreThanThirtyOneBytes)
         }
     }
     EXPECT_THAT(channel.Requests(), IsEmpty());
-    EXPECT_EQ(BleAdvertiser::BleStartAdvertise(3, kParams, {}), 0) << "the next one goes through";
+    EXPECT_EQ(BleAdvertiser::BleStartAdvertise(3, kParams, {}), 0) << "the next one is accepted";
 }
 
 TEST_F(SdkTest, StartAdvertiseWhoseCopyFails)
@@ -338,37 +338,37 @@ TEST_F(SdkTest, StartAdvertiseSendsUnknownEventTypesAsZero)
     }
 }
 
-// ---- Going silent
+// ---- The end of advertising
 
-/// What was told, by which table, on which thread.
-struct Told {
+/// A call of a table's callback.
+struct Call {
     int table;
     std::int32_t advId;
     std::int32_t status;
-    bool operator==(const Told&) const = default;
+    bool operator==(const Call&) const = default;
 };
-std::vector<Told>& TheTold()
+std::vector<Call>& Calls()
 {
-    static std::vector<Told>& told = *new std::vector<Told>;
-    return told;
+    static std::vector<Call>& calls = *new std::vector<Call>;
+    return calls;
 }
-std::thread::id toldOn;
+std::thread::id calledOn;
 
 template <int Table>
-void Tell(std::int32_t advId, std::int32_t status)
+void NoteCall(std::int32_t advId, std::int32_t status)
 {
-    TheTold().push_back({Table, advId, status});
-    toldOn = std::this_thread::get_id();
+    Calls().push_back({Table, advId, status});
+    calledOn = std::this_thread::get_id();
 }
 
-class AdvertisersGoSilent : public SdkTest {
+class AdvertiseDisabled : public SdkTest {
   protected:
     static constexpr auto kHandler = "IPCMessageSender::AdvertiseDisableCallback";
 
     void SetUp() override
     {
         SdkTest::SetUp();
-        TheTold().clear();
+        Calls().clear();
     }
 
     void TearDown() override
@@ -389,7 +389,7 @@ class AdvertisersGoSilent : public SdkTest {
         ids_.insert(id);
     }
 
-    void Silence(std::int32_t id, std::int32_t status)
+    void NotifyDisabled(std::int32_t id, std::int32_t status)
     {
         ForgetWhatHappened();
         channel.Deliver(kDisabled, Bytes().I32(id).I32(status));
@@ -398,54 +398,54 @@ class AdvertisersGoSilent : public SdkTest {
     std::set<std::int32_t> ids_;
 };
 
-TEST_F(AdvertisersGoSilent, TheCallbackRunsOnTheReceiveThread)
+TEST_F(AdvertiseDisabled, TheCallbackRunsOnTheReceiveThread)
 {
     const std::int32_t id = FreshId();
-    RegisterAs(id, Tell<1>);
-    RegisterAs(FreshId(), Tell<2>);
-    Silence(id, -6);
-    EXPECT_THAT(TheTold(), ElementsAre(Told{1, id, -6}));
-    EXPECT_EQ(toldOn, std::this_thread::get_id());
+    RegisterAs(id, NoteCall<1>);
+    RegisterAs(FreshId(), NoteCall<2>);
+    NotifyDisabled(id, -6);
+    EXPECT_THAT(Calls(), ElementsAre(Call{1, id, -6}));
+    EXPECT_EQ(calledOn, std::this_thread::get_id());
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kHandler), Line(1, "call callback", kHandler), End(kHandler)));
 }
 
-TEST_F(AdvertisersGoSilent, WithoutATableOrASlotNothingIsCalled)
+TEST_F(AdvertiseDisabled, WithoutATableOrASlotNothingIsCalled)
 {
     const std::int32_t withoutSlot = FreshId();
     RegisterAs(withoutSlot, nullptr);
     const std::int32_t gone = FreshId();
-    RegisterAs(gone, Tell<1>);
+    RegisterAs(gone, NoteCall<1>);
     BleAdvertiser::BleAdvUnRegisterCallbacks(gone);
     for (const std::int32_t id : {withoutSlot, gone, FreshId()}) {
-        Silence(id, 1);
+        NotifyDisabled(id, 1);
         EXPECT_THAT(LogLines::All(), ElementsAre(Start(kHandler), End(kHandler)));
     }
-    EXPECT_THAT(TheTold(), IsEmpty());
+    EXPECT_THAT(Calls(), IsEmpty());
 }
 
-TEST_F(AdvertisersGoSilent, NotificationsWithoutPayloadAreDropped)
+TEST_F(AdvertiseDisabled, NotificationsWithoutPayloadAreDropped)
 {
-    RegisterAs(FreshId(), Tell<1>);
+    RegisterAs(FreshId(), NoteCall<1>);
     ForgetWhatHappened();
     channel.DeliverWithoutPayload(kDisabled);
     EXPECT_THAT(LogLines::All(), IsEmpty());
-    EXPECT_THAT(TheTold(), IsEmpty());
+    EXPECT_THAT(Calls(), IsEmpty());
 }
 
-TEST_F(AdvertisersGoSilent, TheFirstTableOfAnIdIsKept)
+TEST_F(AdvertiseDisabled, TheFirstTableOfAnIdIsKept)
 {
     const std::int32_t id = FreshId();
-    RegisterAs(id, Tell<1>);
+    RegisterAs(id, NoteCall<1>);
     ForgetWhatHappened();
-    RegisterAs(id, Tell<2>);
+    RegisterAs(id, NoteCall<2>);
     EXPECT_THAT(LogLines::All(),
                 Not(Contains(Line(1, "add callback", "IPCMessageSender::AddAdvCb"))));
-    Silence(id, 0);
-    EXPECT_THAT(TheTold(), ElementsAre(Told{1, id, 0}));
+    NotifyDisabled(id, 0);
+    EXPECT_THAT(Calls(), ElementsAre(Call{1, id, 0}));
 }
 
-TEST_F(AdvertisersGoSilent, TheRegistryRefusesNull)
+TEST_F(AdvertiseDisabled, TheRegistryRefusesNull)
 {
     Callbacks().AddAdvCb(nullptr, FreshId());
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("IPCMessageSender::AddAdvCb"),
@@ -456,54 +456,54 @@ TEST_F(AdvertisersGoSilent, TheRegistryRefusesNull)
                                              End("IPCMessageSender::RemoveAdvCb")));
 }
 
-TEST_F(AdvertisersGoSilent, StoppingKeepsTheTable)
+TEST_F(AdvertiseDisabled, StoppingKeepsTheTable)
 {
     const std::int32_t id = FreshId();
-    RegisterAs(id, Tell<1>);
+    RegisterAs(id, NoteCall<1>);
     channel.Reply(kStop, Bytes().I32(0));
     BleAdvertiser::BleStopAdvertise(id);
-    Silence(id, 0);
-    EXPECT_EQ(TheTold().size(), 1U);
+    NotifyDisabled(id, 0);
+    EXPECT_EQ(Calls().size(), 1U);
 }
 
-TEST_F(AdvertisersGoSilent, TheRegistryIsLockedDuringACallback)
+TEST_F(AdvertiseDisabled, TheRegistryIsLockedDuringACallback)
 {
     const std::int32_t id = FreshId();
     RegisterAs(id, [](std::int32_t, std::int32_t) { HeldCallback::Hold(); });
-    HeldCallback held([&] { Silence(id, 0); });
+    HeldCallback held([&] { NotifyDisabled(id, 0); });
     EXPECT_TRUE(held.HoldsUp([] { Callbacks().RemoveAdvCb(-1); }));
 }
 
-// The header's word for callbacks that throw.
-using AdvertisersGoSilentDeathTest = AdvertisersGoSilent;
+// The header's contract for callbacks that throw.
+using AdvertiseDisabledDeathTest = AdvertiseDisabled;
 
-TEST_F(AdvertisersGoSilentDeathTest, ACallbackThatThrowsEndsTheProcess)
+TEST_F(AdvertiseDisabledDeathTest, ACallbackThatThrowsEndsTheProcess)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::int32_t id = FreshId();
     RegisterAs(
         id, [](std::int32_t, std::int32_t) { throw std::runtime_error("the advertiser failed"); });
-    EXPECT_DEATH(std::thread([&] { Silence(id, 0); }).join(), "the advertiser failed");
+    EXPECT_DEATH(std::thread([&] { NotifyDisabled(id, 0); }).join(), "the advertiser failed");
 }
 
-TEST_F(AdvertisersGoSilent, TheCallbackMayStartAgain)
+TEST_F(AdvertiseDisabled, TheCallbackMayStartAgain)
 {
     const std::int32_t id = FreshId();
     channel.Reply(kStart, Bytes().I32(0));
     RegisterAs(id, [](std::int32_t advId, std::int32_t) {
-        TheTold().push_back({0, advId, BleAdvertiser::BleStartAdvertise(advId, {}, {})});
+        Calls().push_back({0, advId, BleAdvertiser::BleStartAdvertise(advId, {}, {})});
     });
-    Silence(id, 0);
-    EXPECT_THAT(TheTold(), ElementsAre(Told{0, id, 0}));
+    NotifyDisabled(id, 0);
+    EXPECT_THAT(Calls(), ElementsAre(Call{0, id, 0}));
 }
 
-TEST_F(AdvertisersGoSilent, TheCallbackMayStartAgainWhileAnotherThreadRegisters)
+TEST_F(AdvertiseDisabled, TheCallbackMayStartAgainWhileAnotherThreadRegisters)
 {
     static std::promise<void>* entered;
     static std::shared_future<void>* registering;
     std::promise<void> inside;
-    std::promise<void> asked;
-    std::shared_future<void> another = asked.get_future().share();
+    std::promise<void> requestSent;
+    std::shared_future<void> another = requestSent.get_future().share();
     entered = &inside;
     registering = &another;
     const std::int32_t id = FreshId();
@@ -511,18 +511,18 @@ TEST_F(AdvertisersGoSilent, TheCallbackMayStartAgainWhileAnotherThreadRegisters)
     RegisterAs(id, [](std::int32_t advId, std::int32_t) {
         entered->set_value();
         registering->wait_for(std::chrono::seconds(10));
-        TheTold().push_back({0, advId, BleAdvertiser::BleStartAdvertise(advId, {}, {})});
+        Calls().push_back({0, advId, BleAdvertiser::BleStartAdvertise(advId, {}, {})});
     });
-    std::thread receiver([&] { Silence(id, 0); });
+    std::thread receiver([&] { NotifyDisabled(id, 0); });
     ASSERT_EQ(inside.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    // It has the class's lock when it asks, and then waits for the registry's.
-    channel.OnRequest(kRegister, [&](const Sent&) { asked.set_value(); });
+    // It holds the class's lock while it sends its request, and then waits for the registry's.
+    channel.OnRequest(kRegister, [&](const Sent&) { requestSent.set_value(); });
     RegisterAs(FreshId(), nullptr);
     receiver.join();
-    EXPECT_THAT(TheTold(), ElementsAre(Told{0, id, 0}));
+    EXPECT_THAT(Calls(), ElementsAre(Call{0, id, 0}));
 }
 
-TEST_F(AdvertisersGoSilent, TheRepairContainsTheTenLowestIds)
+TEST_F(AdvertiseDisabled, TheRepairContainsTheTenLowestIds)
 {
     const std::vector<std::int32_t> ids = {31, 29, 23, 19, 17, 13, 11, 7, 5, 3, -2};
     for (const std::int32_t id : ids) {

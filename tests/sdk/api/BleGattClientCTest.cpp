@@ -178,7 +178,7 @@ TEST_F(BleGattClientCTest, ReadZeroesTheBufferWhenTheCopyFails)
     data.fill(0xEE);
     std::uint32_t dataLen = 5;
     ReplyToRead({1, 2}, 2, 0);
-    Copies::FailAfter(2);  // behind those of the two UUIDs
+    Copies::FailAfter(2);  // after the copies of the two UUIDs
     EXPECT_EQ(BleGattClientReadCharacteristic(kClient, kService, kChar, data.data(), &dataLen),
               -10);
     EXPECT_EQ(dataLen, 2U);
@@ -189,7 +189,7 @@ TEST_F(BleGattClientCTest, WritesValuesOfEveryLength)
 {
     channel.Reply(0xD70050, Bytes().I32(0));
     for (const std::uint32_t length : {0U, 1U, 1024U}) {
-        // A copy of just that size: what lies behind it is not to be read.
+        // A copy of exactly that size, so that AddressSanitizer reports a read beyond it.
         const ByteVector value = Counting(length);
         EXPECT_EQ(BleGattClientWriteCharacteristic(kClient, kService, kChar, value.data(), length),
                   0);
@@ -210,7 +210,7 @@ TEST_F(BleGattClientCTest, WritesNoMoreThan1024Bytes)
 {
     const ByteVector value = Counting(1025);
     EXPECT_EQ(BleGattClientWriteCharacteristic(kClient, kService, kChar, value.data(), 1025), -1);
-    // However long it is said to be: no more is looked at than shows that it is too long.
+    // A length far beyond the buffer: the value is refused before it is read.
     EXPECT_EQ(BleGattClientWriteCharacteristic(kClient, kService, kChar, value.data(), 0xFFFFFFFF),
               -1);
     EXPECT_THAT(channel.Requests(), IsEmpty());

@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Client, StoppedGattOperationTest, ::testing::ValuesIn(O
 
 class BleGattClientTest : public SdkTest {
   protected:
-    /// That nothing was sent, and what was logged between "start" and nothing.
+    /// Expects that nothing was sent, and that exactly `lines` were logged after "start".
     void ExpectRefused(const std::string& member, const std::vector<LogLine>& lines)
     {
         EXPECT_THAT(channel.Requests(), IsEmpty()) << member;
@@ -341,14 +341,15 @@ TEST_F(BleGattClientTest, ReadLeavesTheValueWhenItsLengthIsTooLarge)
 
 TEST_F(BleGattClientTest, ReadIgnoresTheIdAndTextsOfTheReply)
 {
-    // The peer may name another client and other texts in its answer: nobody looks at them.
+    // The reply names another client and other texts, which the library ignores.
     std::vector<std::uint8_t> value;
     channel.Reply(0xD7004E, Bytes().Fill(78, 0xFF).Raw({1}, 1024).Fill(2, 0xFF).U32(1).I32(0));
     EXPECT_EQ(BleGattClient::BleGattClientReadCharacteristic(kClient, kService, kChar, &value), 0);
     EXPECT_THAT(value, ElementsAre(1));
 }
 
-/// Past the checks a copy into a request cannot fail; were it to, nothing would be sent.
+/// After the checks no copy into a request can fail, so the stand-in makes one fail: nothing is
+/// sent.
 TEST_F(BleGattClientTest, AFailedCopySendsNothing)
 {
     const std::vector<LogLine> lines{{4, "memcpy failed!"}};

@@ -34,11 +34,11 @@ struct Member {
     std::function<int()> call;
     std::int32_t requestId;
     ByteVector request;
-    ByteVector reply;  ///< one that says 42, or yes
-    int result;        ///< what that makes
-    int notSent;       ///< the library is not started
-    int noReply;       ///< the answer carries nothing
-    bool logsNotSent;  ///< with a level-4 line of its own
+    ByteVector reply;  ///< status 42, or the flag 1
+    int result;        ///< for that reply
+    int notSent;       ///< while the library is not started
+    int noReply;       ///< for an answer without payload
+    bool logsNotSent;  ///< whether it then writes a level-4 line of its own
 };
 
 void PrintTo(const Member& member, std::ostream* out)
@@ -264,7 +264,7 @@ TEST_F(SdkTest, GetBtMacAndNameWithoutReplyReportsAnEvent)
             Start(kFunction),
             Line(2, "[VoView]EventType: 1-getBtMacNameFail ,ErrorCode: 3-ipc timeout", kFunction),
             NoReply(kFunction)));
-    EXPECT_EQ(info.mac, 0x5A5A5A5A5A5A5A5A) << "the record is left alone";
+    EXPECT_EQ(info.mac, 0x5A5A5A5A5A5A5A5A) << "the record is unchanged";
 }
 
 TEST_F(SdkTest, GetBtMacAndNameRefusesNull)
@@ -322,7 +322,7 @@ TEST_F(SdkTest, GetBtNameAssignsOnlyOnSuccess)
 
 TEST_F(SdkTest, GetBtNameWithoutANulEndsAtItsField)
 {
-    // The status behind the field has no zero byte either: reading on would show.
+    // The status behind the field has no zero byte either, so a read beyond the field would show.
     channel.Reply(0xD70061, Bytes().Text(std::string(64, 'y')).I32(0));
     std::string name;
     EXPECT_EQ(BleManager::GetBtName(name), 0);
@@ -331,17 +331,17 @@ TEST_F(SdkTest, GetBtNameWithoutANulEndsAtItsField)
 
 // ---- State changes
 
-/// What was told, by which table.
-std::vector<std::pair<int, std::int32_t>>& Told()
+/// The states that were delivered, with the number of the table.
+std::vector<std::pair<int, std::int32_t>>& Delivered()
 {
-    static std::vector<std::pair<int, std::int32_t>> told;
-    return told;
+    static std::vector<std::pair<int, std::int32_t>> delivered;
+    return delivered;
 }
 
 template <int Number>
-void Tell(std::int32_t state)
+void Deliver(std::int32_t state)
 {
-    Told().emplace_back(Number, state);
+    Delivered().emplace_back(Number, state);
 }
 
 class BtStateChanges : public SdkTest {
@@ -349,7 +349,7 @@ class BtStateChanges : public SdkTest {
     void SetUp() override
     {
         SdkTest::SetUp();
-        Told().clear();
+        Delivered().clear();
         channel.Reply(0xD7005A, Bytes().I32(0));
     }
 
@@ -377,17 +377,17 @@ class BtStateChanges : public SdkTest {
 
 TEST_F(BtStateChanges, AreDeliveredInOrderOfRegistration)
 {
-    Register(Tell<2>);
-    Register(Tell<1>);
-    Register(Tell<3>);
+    Register(Deliver<2>);
+    Register(Deliver<1>);
+    Register(Deliver<3>);
     ChangeState(-7);
-    EXPECT_THAT(Told(), ElementsAre(std::pair(2, -7), std::pair(1, -7), std::pair(3, -7)));
+    EXPECT_THAT(Delivered(), ElementsAre(std::pair(2, -7), std::pair(1, -7), std::pair(3, -7)));
 }
 
 TEST_F(BtStateChanges, AreLogged)
 {
     constexpr auto kFunction = "IPCMessageSender::OnBtStateChanged";
-    Register(Tell<1>);
+    Register(Deliver<1>);
     Register([](std::int32_t) { Journal::Note("called"); });
     ForgetWhatHappened();
     ChangeState(2);
@@ -403,12 +403,12 @@ TEST_F(BtStateChanges, AreLogged)
 
 TEST_F(BtStateChanges, SkipATableWithAnEmptySlot)
 {
-    Register(Tell<1>);
+    Register(Deliver<1>);
     Register(nullptr);
-    Register(Tell<2>);
+    Register(Deliver<2>);
     ForgetWhatHappened();
     ChangeState(1);
-    EXPECT_THAT(Told(), ElementsAre(std::pair(1, 1), std::pair(2, 1)));
+    EXPECT_THAT(Delivered(), ElementsAre(std::pair(1, 1), std::pair(2, 1)));
     EXPECT_EQ(LogLines::All().size(), 4U);
 }
 
@@ -421,25 +421,25 @@ TEST_F(BtStateChanges, AreDroppedWithoutATable)
 
 TEST_F(BtStateChanges, ReachATableOnlyIfTheServiceAccepted)
 {
-    auto& table = Lasting<BtManagerCallbacksC>({Tell<1>});
+    auto& table = Lasting<BtManagerCallbacksC>({Deliver<1>});
     channel.Reply(0xD7005A, Bytes().I32(4));
     EXPECT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), 4);
     channel.ReplyNothing(0xD7005A);
     EXPECT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), -9);
     ChangeState(1);
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
 }
 
 TEST_F(BtStateChanges, ReachATableOncePerRegistration)
 {
-    BtManagerCallbacksC& table = Register(Tell<1>);
+    BtManagerCallbacksC& table = Register(Deliver<1>);
     EXPECT_EQ(BleManager::RegisterBtStateChangeCallbacks(&table), 0);
     ChangeState(1);
-    EXPECT_EQ(Told().size(), 2U);
-    Told().clear();
+    EXPECT_EQ(Delivered().size(), 2U);
+    Delivered().clear();
     BleManager::UnRegisterBtStateChangeCallbacks(&table);
     ChangeState(1);
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
 }
 
 TEST_F(BtStateChanges, AreDeliveredWithTheRegistryLocked)
@@ -451,20 +451,20 @@ TEST_F(BtStateChanges, AreDeliveredWithTheRegistryLocked)
 
 TEST_F(BtStateChanges, EndWithTheRegistration)
 {
-    BtManagerCallbacksC& first = Register(Tell<1>);
-    Register(Tell<2>);
+    BtManagerCallbacksC& first = Register(Deliver<1>);
+    Register(Deliver<2>);
     ForgetWhatHappened();
     EXPECT_EQ(BleManager::UnRegisterBtStateChangeCallbacks(&first), 0);
     EXPECT_THAT(channel.Requests(), IsEmpty()) << "nothing is sent";
     EXPECT_THAT(LogLines::All(), ElementsAre(Start("BleManager::UnRegisterBtStateChangeCallbacks"),
                                              End("BleManager::UnRegisterBtStateChangeCallbacks")));
     ChangeState(9);
-    EXPECT_THAT(Told(), ElementsAre(std::pair(2, 9)));
+    EXPECT_THAT(Delivered(), ElementsAre(std::pair(2, 9)));
 }
 
 TEST_F(BtStateChanges, UnregisteringAnUnknownTableDoesNothing)
 {
-    BtManagerCallbacksC never{Tell<1>};
+    BtManagerCallbacksC never{Deliver<1>};
     EXPECT_EQ(BleManager::UnRegisterBtStateChangeCallbacks(&never), 0);
     EXPECT_EQ(BleManager::UnRegisterBtStateChangeCallbacks(nullptr), 0);
 }
@@ -480,11 +480,11 @@ TEST_F(BtStateChanges, ANullTableIsRefused)
 
 TEST_F(BtStateChanges, AreDeliveredAfterStopAndStart)
 {
-    Register(Tell<1>);
+    Register(Deliver<1>);
     PelaconSvcStop();
     ASSERT_EQ(PelaconSvcStart(), 0);
     ChangeState(5);
-    EXPECT_THAT(Told(), ElementsAre(std::pair(1, 5)));
+    EXPECT_THAT(Delivered(), ElementsAre(std::pair(1, 5)));
 }
 
 }  // namespace

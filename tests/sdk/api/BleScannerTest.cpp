@@ -1,4 +1,4 @@
-// The scanner's requests. What its registry does with what comes back: ScanCallbacksTest.
+// The scanner's requests. ScanCallbacksTest tests its notifications.
 #include <PelaconSDK/BleScanner.h>
 #include <tests/sdk/api/BleMembers.h>
 #include <tests/support/SdkTest.h>
@@ -282,7 +282,7 @@ TEST_F(SdkTest, StopScanForgetsTheScanWhateverTheAnswer)
 
     ForgetWhatHappened();
     BleScanner::StopBleScan(id);
-    EXPECT_THAT(LogLines::All(), Not(Contains(stopped))) << "it does not scan any more";
+    EXPECT_THAT(LogLines::All(), Not(Contains(stopped))) << "it no longer scans";
 }
 
 TEST_F(StoppedSdkTest, StopScanThatIsNotSentKeepsTheScan)
@@ -387,7 +387,7 @@ TEST_F(SdkTest, SetScanFilterReadsNoPatternBeyondItsField)
     channel.Reply(kSetFilter, Bytes().I32(0));
     for (const std::uint32_t length : {33U, 0xFFFFFFFFU}) {
         ForgetWhatHappened();
-        // On the heap, with nothing behind it.
+        // On the heap, so that AddressSanitizer reports a read beyond it.
         const auto filter = std::make_unique<BleScanFilter>(Filter(0xE0, length));
         EXPECT_EQ(BleScanner::SetScanFilter(8, filter.get(), 1), 0);
         std::string pattern;
@@ -414,7 +414,7 @@ TEST_F(StoppedSdkTest, SetScanFilterThatIsNotSent)
 
 // ---- One at a time
 
-/// Holds a request until it is let go, and says when it is there.
+/// Holds requests of an id until it is released, and reports their arrival.
 class HeldRequest {
   public:
     HeldRequest(Channel& channel, std::int32_t messageId)
@@ -461,7 +461,7 @@ TEST_F(SdkTest, ListenerOperationsWaitForEachOther)
     while (begun < others.size()) {
         std::this_thread::yield();
     }
-    // Those that do not take the lock are let through meanwhile.
+    // Operations that do not take the lock run meanwhile.
     EXPECT_EQ(BleScanner::BleOnRecvVoviewData(Info(1)), -9);
     EXPECT_EQ(BleScanner::SetScanFilter(2, nullptr, 6), -1);
     const auto soon = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);

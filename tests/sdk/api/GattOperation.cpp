@@ -14,7 +14,7 @@ using ::testing::IsEmpty;
 
 namespace {
 
-/// The lines of one call: "start", those of before the request, and what came then.
+/// The lines of one call: "start", those before the request, and `then`.
 std::vector<LogLine> LinesOf(const GattOperation& operation, std::vector<LogLine> then)
 {
     std::vector<LogLine> lines{Start(operation.Function())};
@@ -106,7 +106,7 @@ void ExpectWaits(Channel& channel, const std::string& className,
     });
     firstWaits.get_future().wait();
     std::future<void> secondEnds = std::async(std::launch::async, second);
-    // That it would wait for ever cannot be shown; it is given a while to be wrong.
+    // An operation that does not wait ends within this time.
     EXPECT_EQ(secondEnds.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
     answerFirst.set_value();
     first.join();

@@ -41,8 +41,8 @@ class GattOperationTest : public SdkTest, public ::testing::WithParamInterface<G
 class StoppedGattOperationTest : public StoppedSdkTest,
                                  public ::testing::WithParamInterface<GattOperation> {};
 
-/// Calls `second` while a request of its class waits for its answer, and expects that it sends what
-/// it sends, an entry of the journal, only then.
+/// Calls `second` while a request of its class waits for its answer, and expects that `second`
+/// sends its request, the journal's entry `sent`, only after that answer.
 void ExpectWaits(Channel& channel, const std::string& className,
                  const std::function<void()>& second, const std::string& sent);
 

@@ -360,7 +360,7 @@ TEST_F(SdkTest, StopWhileManyThreadsSendRequests)
             while (status == kBleStatusSuccess && std::chrono::steady_clock::now() < end) {
                 status = BleManager::BtEnable();
             }
-            // A request that is under way when the callbacks go gets no answer any more.
+            // A request that is running when the library stops gets no answer.
             EXPECT_TRUE(status == kBleStatusFailed || status == kBleStatusNoReply) << status;
         });
     }

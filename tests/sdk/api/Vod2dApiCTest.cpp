@@ -1,4 +1,4 @@
-// The C form: it forwards, and lets nothing out.
+// The C form: it forwards to the class, and throws nothing.
 #include <PelaconSDK/Vod2dApi.h>
 #include <tests/support/SdkTest.h>
 
@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 struct Forwarder {
     const char* name;
     std::int32_t requestId;
-    ByteVector reply;  ///< one whose result is 42
+    ByteVector reply;  ///< for which the result is 42
     std::function<int()> call;
     unsigned requestLength;
 };

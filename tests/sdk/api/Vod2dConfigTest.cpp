@@ -475,25 +475,25 @@ TEST_F(SdkTest, TheGuidNeedsThirtyNineBytes)
 TEST_F(SdkTest, OneCardStateIsCopied)
 {
     channel.Reply(kSetCardState, CardReply(Bytes().I32(2).I32(1), 1, 0));
-    WifiCardStateInfo asked[2] = {{2, 0}, {77, 77}};
+    WifiCardStateInfo cards[2] = {{2, 0}, {77, 77}};
     std::int32_t count = 77;
     EXPECT_EQ(
-        Vod2dApi::Vod2dSetWifiCardStateNotify(asked, &count, &Lasting<WifiCardStateCallback>()), 0);
-    EXPECT_EQ(asked[0].card, 2);
-    EXPECT_EQ(asked[0].state, 1);
-    EXPECT_EQ(asked[1].card, 77);
+        Vod2dApi::Vod2dSetWifiCardStateNotify(cards, &count, &Lasting<WifiCardStateCallback>()), 0);
+    EXPECT_EQ(cards[0].card, 2);
+    EXPECT_EQ(cards[0].state, 1);
+    EXPECT_EQ(cards[1].card, 77);
     EXPECT_EQ(count, 1);
 }
 
 TEST_F(SdkTest, NoCardStateLeavesTheRecordAsItWas)
 {
     channel.Reply(kSetCardState, CardReply({}, 0, 0));
-    WifiCardStateInfo asked{2, 5};
+    WifiCardStateInfo cards{2, 5};
     std::int32_t count = 77;
     EXPECT_EQ(
-        Vod2dApi::Vod2dSetWifiCardStateNotify(&asked, &count, &Lasting<WifiCardStateCallback>()),
+        Vod2dApi::Vod2dSetWifiCardStateNotify(&cards, &count, &Lasting<WifiCardStateCallback>()),
         0);
-    EXPECT_EQ(asked.state, 5);
+    EXPECT_EQ(cards.state, 5);
     EXPECT_EQ(count, 0);
 }
 
@@ -503,15 +503,15 @@ TEST_F(SdkTest, MoreThanOneCardStateDoesNotFit)
     for (const std::int32_t impossible : {2, 5, 2147483647, -1, 0x20000001, -2147483647 - 1}) {
         ForgetWhatHappened();
         channel.Reply(kSetCardState, CardReply(Counting(40), impossible, 0));
-        WifiCardStateInfo asked[2] = {{2, 5}, {77, 77}};
+        WifiCardStateInfo cards[2] = {{2, 5}, {77, 77}};
         std::int32_t count = 77;
         EXPECT_EQ(
-            Vod2dApi::Vod2dSetWifiCardStateNotify(asked, &count, &Lasting<WifiCardStateCallback>()),
+            Vod2dApi::Vod2dSetWifiCardStateNotify(cards, &count, &Lasting<WifiCardStateCallback>()),
             -16)
             << impossible;
         EXPECT_EQ(count, 77);
-        EXPECT_EQ(asked[0].card, 0) << "zeroed";
-        EXPECT_EQ(asked[1].card, 77);
+        EXPECT_EQ(cards[0].card, 0) << "zeroed";
+        EXPECT_EQ(cards[1].card, 77);
         EXPECT_THAT(
             LogLines::All(),
             ElementsAre(Start(kFunction), Line(4, "memcpy failed!", kFunction), End(kFunction)));
@@ -521,11 +521,11 @@ TEST_F(SdkTest, MoreThanOneCardStateDoesNotFit)
 TEST_F(SdkTest, ARefusedCardStateLeavesEverythingAsItWas)
 {
     channel.Reply(kSetCardState, CardReply(Counting(40), 1, 7));
-    WifiCardStateInfo asked{2, 5};
+    WifiCardStateInfo cards{2, 5};
     std::int32_t count = 77;
-    EXPECT_EQ(Vod2dApi::Vod2dSetWifiCardStateNotify(&asked, &count, &cardTable), 7);
-    EXPECT_EQ(asked.card, 2);
-    EXPECT_EQ(asked.state, 5);
+    EXPECT_EQ(Vod2dApi::Vod2dSetWifiCardStateNotify(&cards, &count, &cardTable), 7);
+    EXPECT_EQ(cards.card, 2);
+    EXPECT_EQ(cards.state, 5);
     EXPECT_EQ(count, 77);
 }
 

@@ -19,7 +19,7 @@ constexpr std::int32_t kBaseMac = 0xD7002B;
 constexpr std::int32_t kGroupConfig = 0xD7002D;
 constexpr std::int32_t kGroupConnected = 0xD70031;
 
-/// A group with something in every byte that counts.
+/// A group whose fields are all filled.
 ByteVector GroupReply(std::int32_t status)
 {
     return Bytes()
@@ -185,7 +185,7 @@ TEST_F(Vod2dArguments, InvalidOnesOfTheGroupAreRefused)
 
 class GroupRecord : public SdkTest, public ::testing::WithParamInterface<std::int32_t> {
   protected:
-    /// The request that the parameter names.
+    /// Calls the operation that the parameter selects.
     int Ask(Vod2dSoftAPInfo& info) const
     {
         return GetParam() == kCreateGroup ? Vod2dApi::Vod2dCreateGroup(&info)
@@ -232,7 +232,7 @@ TEST_P(GroupRecord, APassPhraseThatCannotBeCopiedFails)
     Vod2dSoftAPInfo info;
     std::memset(&info, 0x5A, sizeof info);
     EXPECT_EQ(Ask(info), -16) << "the copy's result counts before the status";
-    // What is before it in the order of copying has arrived, what is behind has not.
+    // The fields that are copied before it are filled, the later ones are not.
     EXPECT_EQ(info.channel, 149);
     EXPECT_EQ(info.active, 7);
     EXPECT_EQ(info.is5GHz, 9);
@@ -315,7 +315,7 @@ std::vector<std::string> Concatenated(std::vector<std::string> head,
     return head;
 }
 
-/// Takes the create-time-out flag away.
+/// Clears the create-time-out flag.
 void ForgetTimeOut(Channel& channel)
 {
     channel.Deliver(kGroupsChange, Bytes().I32(0).I32(0));
@@ -362,7 +362,7 @@ TEST_F(SdkTest, Vod2dRemoveGroupTimesOut)
     EXPECT_EQ(Threads::Started(), 1);
 }
 
-// ---- What is read
+// ---- Reading
 
 TEST_F(SdkTest, Vod2dGetFrequencyReturnsIt)
 {
@@ -470,13 +470,14 @@ TEST_F(SdkTest, Vod2dGetChannelListFor5GOfAFullReply)
 
 TEST_F(SdkTest, Vod2dGetChannelListFor5GReadsNoFurtherThanItsField)
 {
-    // A count beyond the field, within the capacity: neither the count nor the status is a channel.
+    // A count larger than the field, within the capacity: count and status are not read as
+    // channels.
     channel.Reply(kChannelList, ChannelReply({36}, 1028, 0));
     std::vector<std::int32_t> channels(2000, 77);
     EXPECT_EQ(Vod2dApi::Vod2dGetChannelListFor5G(channels.data(), 2000), 0);
     EXPECT_EQ(channels[0], 36);
     EXPECT_EQ(channels[255], 0);
-    // Beyond both.
+    // A count larger than both.
     channel.Reply(kChannelList, ChannelReply({36}, 0xFFFFFFFF, 0));
     EXPECT_EQ(Vod2dApi::Vod2dGetChannelListFor5G(channels.data(), 2000), -16);
 }

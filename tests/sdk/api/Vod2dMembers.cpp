@@ -27,7 +27,7 @@ TEST_P(Vod2dMembers, Answered)
 TEST_P(Vod2dMembers, AnsweredWithNothing)
 {
     const Vod2dMember& member = GetParam();
-    Threads::Use(ThreadMode::kKept);  // what else is looked into then
+    Threads::Use(ThreadMode::kKept);  // keeps the threads that list processes
     EXPECT_EQ(member.call(), -12);
     EXPECT_THAT(channel.OnlyRequest(),
                 RequestIs(member.requestId, member.request, member.timeoutMs));
@@ -38,7 +38,7 @@ TEST_P(Vod2dMembers, AnsweredWithNothing)
 
 TEST_P(Vod2dMembers, RunOneAtATime)
 {
-    // While the member waits for its answer, another one does not even send.
+    // While the member waits for its answer, another one does not send its request.
     const Vod2dMember& member = GetParam();
     const bool isFrequency = member.requestId == kFrequency;
     std::mutex mutex;

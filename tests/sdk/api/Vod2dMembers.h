@@ -17,7 +17,7 @@ struct Vod2dMember {
     std::function<int()> call;
     std::int32_t requestId;
     ByteVector request;
-    ByteVector reply;  ///< one whose result is 42
+    ByteVector reply;  ///< for which the result is 42
     unsigned timeoutMs = 5000;
 
     std::string Function() const { return std::string("Vod2dApi::") + name; }

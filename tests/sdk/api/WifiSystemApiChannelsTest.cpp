@@ -26,7 +26,7 @@ LogLine OutOfRange()
     return Line(2, "stoll exception: stoll argument out of range", kStollS);
 }
 
-/// Texts, the numbers in them, and the lines that are written on the way.
+/// A text, the numbers in it, and the lines that are logged.
 struct Text {
     const char* text;
     std::list<int> numbers;
@@ -72,7 +72,7 @@ TEST_F(SdkTest, AListLogsOneLinePerInvalidNumber)
 
 TEST_F(SdkTest, ThePcListsFillTheirFieldsToTheLastByte)
 {
-    // Neither text has a NUL; the second begins straight behind the first's 255 bytes.
+    // Neither text has a NUL; the second follows directly after the first's 255 bytes.
     const std::string first(255, '1');
     const std::string second(257, '2');
     channel.Reply(0xD70004, Bytes().Text(first).Text(second).I32(-1));

@@ -1,4 +1,4 @@
-// What is particular to single operations on the soft AP.
+// The soft AP's operations, apart from what all requests share.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
@@ -23,7 +23,7 @@ constexpr std::int32_t kDestroy = 0xD70003;
 constexpr auto kCreateFunction = "WifiSystemApi::SystemCreateSoftAP";
 constexpr auto kReportFunction = "VoviewDataReport::ReportApplicationInterface";
 
-/// The next allocation of an array that says when it fails, fails.
+/// Whether the next allocation with new[] and std::nothrow fails.
 bool failNextArray = false;
 
 using Mac = std::array<std::uint8_t, 6>;

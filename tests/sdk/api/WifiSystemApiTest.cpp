@@ -27,9 +27,9 @@ static_assert(!std::is_default_constructible_v<WifiSystemApi>);
 static_assert(!std::is_destructible_v<WifiSystemApi>);
 static_assert(std::is_copy_assignable_v<WifiSystemApi>);
 
-Deaf& DeafOnes()
+IdleListener& DeafOnes()
 {
-    static Deaf& deaf = *new Deaf;
+    static IdleListener& deaf = *new IdleListener;
     return deaf;
 }
 
@@ -41,11 +41,11 @@ struct Row {
     ByteVector request;
     unsigned timeoutMs;
     Lock lock;
-    ByteVector reply;                   ///< as short as a reply may be
-    std::function<std::string()> call;  ///< gives the result, and every output, as text
+    ByteVector reply;                   ///< of the minimum length
+    std::function<std::string()> call;  ///< returns the result and all outputs as text
     std::string answered;
     std::string unanswered;
-    bool aboutTheSwitch = false;  ///< has lines of its own
+    bool aboutTheSwitch = false;  ///< logs lines of its own
 };
 
 void PrintTo(const Row& row, std::ostream* out)
@@ -53,7 +53,7 @@ void PrintTo(const Row& row, std::ostream* out)
     *out << row.name;
 }
 
-/// A row whose operation returns something and fills nothing.
+/// The call of an operation that returns a value and has no outputs.
 template <typename Result>
 std::function<std::string()> Returns(Result (*call)())
 {
@@ -294,8 +294,8 @@ LogLine Timeout(const Row& row)
     return Line(4, "IPC Message timeout:" + std::to_string(row.timeoutMs), Function(row));
 }
 
-/// Creating and destroying say that they timed out.
-bool SaysTimeout(const Row& row)
+/// Whether the operation logs a time-out, as creating and destroying do.
+bool LogsTimeout(const Row& row)
 {
     return row.timeoutMs == 20000;
 }
@@ -325,7 +325,7 @@ TEST_P(WifiSystemApiRows, AnsweredWithNothing)
     if (row.aboutTheSwitch) {
         lines.push_back(Timeout(row));
     }
-    if (SaysTimeout(row)) {
+    if (LogsTimeout(row)) {
         lines.push_back(Line(1, std::string(row.name) + " timeout", Function(row)));
     }
     lines.push_back(NoReply(Function(row)));
@@ -357,7 +357,7 @@ Row OtherThan(const Row& row)
     return row;
 }
 
-/// Whether an operation has begun, waited for.
+/// Waits until an operation has begun; false if it has not in time.
 bool HasBegun(const Row& row)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -371,8 +371,8 @@ bool HasBegun(const Row& row)
     return false;
 }
 
-/// Calls an operation and, when its request is out, another one. Whether the other one's request
-/// goes out before the first is answered.
+/// Calls an operation and, once its request is sent, another one. Returns whether the other request
+/// is sent before the first one is answered.
 bool GoTogether(const Row& first, const Row& second)
 {
     Channel& channel = Channel::Get();
@@ -383,7 +383,7 @@ bool GoTogether(const Row& first, const Row& second)
     bool together = false;
     channel.OnRequest(first.requestId, [&](const Sent& /*sent*/) {
         other = std::thread([&] { second.call(); });
-        EXPECT_TRUE(HasBegun(second)) << "it says so before it waits for its turn";
+        EXPECT_TRUE(HasBegun(second)) << "it logs its start before it takes the lock";
         const bool mayGo = first.lock == Lock::kFree || second.lock == Lock::kFree;
         const auto patience = mayGo ? std::chrono::seconds(10) : std::chrono::milliseconds(20);
         together = sent.wait_for(patience) == std::future_status::ready;
@@ -417,7 +417,7 @@ INSTANTIATE_TEST_SUITE_P(Channels, WifiSystemApiStoppedRows, ::testing::ValuesIn
                          NameOf);
 INSTANTIATE_TEST_SUITE_P(State, WifiSystemApiStoppedRows, ::testing::ValuesIn(StateRows()), NameOf);
 
-/// The other answer of what is yes or no, and the other flag.
+/// Rows with a flag have a reply of 1; this is the other value.
 TEST_F(SdkTest, AReplyOfZeroReturnsFalse)
 {
     const ByteVector no{0};

@@ -36,7 +36,7 @@ TEST_F(StoppedSdkTest, TraverseProcessesLogsTenRounds)
                  "TraverseProcesses")));
     ForgetWhatHappened();
 
-    // A list longer than is looked at.
+    // A list that is longer than the limit of the walk.
     Processes::Set(std::vector<Processes::Process>(1500, {7, "/bin/x", L"x"}));
     TraverseProcesses();
     Threads::RunKept();

@@ -87,7 +87,7 @@ class GattClientCallbacksTest : public SdkTest {
         inCallback = {};
     }
 
-    /// Has the table hear of this client.
+    /// Registers the table for this client.
     void Register(BtGattClientCallbacksC* table)
     {
         Registry<GattClientCallbacks>().AddBleGattClientCb(table, client);
@@ -267,8 +267,8 @@ TEST_F(GattClientCallbacksTest, ACallbackMayCallOperations)
     EXPECT_THAT(results, ElementsAre(0, 0, 0));
 }
 
-/// The callback has the registry and wants the operations' lock; the other thread's connect has
-/// that and wants the registry.
+/// The callback holds the registry's lock and takes the operations' lock; the other thread's
+/// connect holds the operations' lock and takes the registry's.
 TEST_F(GattClientCallbacksTest, ACallbackMayCallOperationsWhileAnotherThreadConnects)
 {
     Register(&Table());

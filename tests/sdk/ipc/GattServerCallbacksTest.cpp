@@ -18,12 +18,12 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::vector<std::string> told;
+std::vector<std::string> delivered;
 std::function<void()> inCallback;
 
-void Tell(const std::string& what)
+void Deliver(const std::string& what)
 {
-    told.push_back(what);
+    delivered.push_back(what);
     if (inCallback) {
         inCallback();
     }
@@ -36,13 +36,13 @@ std::string PeerText(std::uint64_t peer)
 
 BtGattServerCallbacksC ServerTable()
 {
-    return {[](std::uint64_t peer) { Tell("connect" + PeerText(peer)); },
-            [](std::uint64_t peer) { Tell("disconnect" + PeerText(peer)); },
+    return {[](std::uint64_t peer) { Deliver("connect" + PeerText(peer)); },
+            [](std::uint64_t peer) { Deliver("disconnect" + PeerText(peer)); },
             [](std::uint64_t peer, std::uint32_t value) {
-                Tell("sent" + PeerText(peer) + " " + std::to_string(value));
+                Deliver("sent" + PeerText(peer) + " " + std::to_string(value));
             },
             [](std::uint64_t peer, std::uint32_t value) {
-                Tell("mtu" + PeerText(peer) + " " + std::to_string(value));
+                Deliver("mtu" + PeerText(peer) + " " + std::to_string(value));
             }};
 }
 
@@ -57,18 +57,18 @@ BtGattCharCallbacksC CharTable()
 {
     return {[](std::uint64_t peer, const char* serviceUuid, const char* charUuid,
                const std::uint8_t* data, std::uint32_t dataLen) {
-                Tell("read" + RequestText(peer, serviceUuid, charUuid, data, dataLen));
+                Deliver("read" + RequestText(peer, serviceUuid, charUuid, data, dataLen));
             },
             [](std::uint64_t peer, const char* serviceUuid, const char* charUuid,
                const std::uint8_t* data, std::uint32_t dataLen) {
-                Tell("write" + RequestText(peer, serviceUuid, charUuid, data, dataLen));
+                Deliver("write" + RequestText(peer, serviceUuid, charUuid, data, dataLen));
             }};
 }
 
 BtGattCharCallbacksC WrongCharTable()
 {
     return {[](std::uint64_t, const char*, const char*, const std::uint8_t*, std::uint32_t) {
-                Tell("the wrong table");
+                Deliver("the wrong table");
             },
             nullptr};
 }
@@ -85,7 +85,7 @@ class GattServerCallbacksTest : public SdkTest {
     void SetUp() override
     {
         SdkTest::SetUp();
-        told.clear();
+        delivered.clear();
         inCallback = {};
     }
 
@@ -130,7 +130,7 @@ struct PeerEvent {
     const char* name;
     std::int32_t id;
     bool hasValue;
-    const char* told;
+    const char* delivered;
     const char* handler;
     const char* line;  ///< logged before the call, or null
 };
@@ -168,7 +168,7 @@ TEST_P(GattPeerEventTest, ReachesItsSlot)
 {
     Publish({}, nullptr);
     channel.Deliver(GetParam().id, Payload());
-    EXPECT_THAT(told, ElementsAre(GetParam().told));
+    EXPECT_THAT(delivered, ElementsAre(GetParam().delivered));
     std::vector<LogLine> lines{Start(GetParam().handler)};
     if (GetParam().line != nullptr) {
         lines.push_back(Line(1, GetParam().line, GetParam().handler));
@@ -180,7 +180,7 @@ TEST_P(GattPeerEventTest, ReachesItsSlot)
 TEST_P(GattPeerEventTest, AnUnknownServerIsLogged)
 {
     channel.Deliver(GetParam().id, Payload());
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_THAT(delivered, IsEmpty());
     EXPECT_THAT(
         LogLines::All(),
         ElementsAre(Start(GetParam().handler),
@@ -213,7 +213,7 @@ TEST_F(GattServerCallbacksTest, NullRecordsOfPeerEventsAreIgnored)
 struct PeerRequest {
     const char* name;
     std::int32_t id;
-    const char* told;
+    const char* delivered;
     const char* handler;
     void (*handleNull)();
     bool isWrite;
@@ -259,8 +259,8 @@ TEST_P(GattPeerRequestTest, ReachesItsSlot)
 {
     Publish({"2a37", "2a38"}, &Lasting(CharTable()));
     channel.Deliver(GetParam().id, Request("2a38", {0, 5, 0}, 3));
-    EXPECT_THAT(told, ElementsAre(GetParam().told + std::string(" peer 180d 2a38 ") +
-                                  ::testing::PrintToString(ByteVector{0, 5, 0})));
+    EXPECT_THAT(delivered, ElementsAre(GetParam().delivered + std::string(" peer 180d 2a38 ") +
+                                       ::testing::PrintToString(ByteVector{0, 5, 0})));
     std::vector<LogLine> then;
     if (!GetParam().isWrite) {
         then.push_back(HandlerLine(1, "remove callback"));
@@ -273,10 +273,10 @@ TEST_P(GattPeerRequestTest, CarriesValuesOfEveryLength)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     for (const std::uint32_t length : {0U, 1U, 1024U}) {
-        told.clear();
+        delivered.clear();
         channel.Deliver(GetParam().id, Request("2a37", Counting(1024), length));
-        EXPECT_THAT(told, ElementsAre(GetParam().told + std::string(" peer 180d 2a37 ") +
-                                      ::testing::PrintToString(Counting(length))));
+        EXPECT_THAT(delivered, ElementsAre(GetParam().delivered + std::string(" peer 180d 2a37 ") +
+                                           ::testing::PrintToString(Counting(length))));
     }
 }
 
@@ -284,11 +284,11 @@ TEST_P(GattPeerRequestTest, ALengthBeyondTheFieldIsCutToIt)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     for (const std::uint32_t length : {1025U, 0xFFFFFFFFU}) {
-        told.clear();
+        delivered.clear();
         ForgetWhatHappened();
         channel.Deliver(GetParam().id, Request("2a37", Counting(1024), length));
-        EXPECT_THAT(told, ElementsAre(GetParam().told + std::string(" peer 180d 2a37 ") +
-                                      ::testing::PrintToString(Counting(1024))));
+        EXPECT_THAT(delivered, ElementsAre(GetParam().delivered + std::string(" peer 180d 2a37 ") +
+                                           ::testing::PrintToString(Counting(1024))));
         if (GetParam().isWrite) {
             EXPECT_EQ(LogLines::All().front(),
                       Line(1, "len :" + std::to_string(length), "OnServerWriteCallbackCb"));
@@ -331,7 +331,7 @@ TEST_P(GattPeerRequestTest, AnUnknownServiceIsLogged)
     Publish({"2a37"}, &Lasting(CharTable()));
     channel.Deliver(GetParam().id, Request("2a37", {1}, 1, 99));
     EXPECT_EQ(LogLines::All(), Lines(1, {HandlerLine(4, "serviceHandle not found: 99")}));
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_THAT(delivered, IsEmpty());
 }
 
 TEST_P(GattPeerRequestTest, AnUnknownCharacteristicIsLogged)
@@ -342,7 +342,7 @@ TEST_P(GattPeerRequestTest, AnUnknownCharacteristicIsLogged)
         channel.Deliver(GetParam().id, Request(uuid, {1}, 1));
         EXPECT_EQ(LogLines::All(), Lines(1, {HandlerLine(1, "char uuid not found")})) << uuid;
     }
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_THAT(delivered, IsEmpty());
 }
 
 TEST_P(GattPeerRequestTest, AUuidWithoutANulEndsWithItsField)
@@ -385,7 +385,7 @@ TEST_P(GattPeerRequestTest, MayDeleteItsOwnServer)
     channel.Reply(0xD7006F, Bytes().I32(0));
     inCallback = [&] { EXPECT_EQ(BleGattServer::BleGattServerUnRegister(server), 0); };
     channel.Deliver(GetParam().id, Request("2a37", {1}, 1));
-    EXPECT_EQ(told.size(), 1U);
+    EXPECT_EQ(delivered.size(), 1U);
     ForgetWhatHappened();
     channel.Deliver(GetParam().id, Request("2a37", {1}, 1));
     EXPECT_EQ(LogLines::All(),
@@ -400,7 +400,7 @@ TEST_F(GattServerCallbacksTest, TheFirstTableOfAServerIsKept)
     EXPECT_THAT(LogLines::All(), IsEmpty());
     channel.Deliver(0xD80075, Peer());
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
-    EXPECT_THAT(told, ElementsAre("connect peer", "read peer 180d 2a37 {}"));
+    EXPECT_THAT(delivered, ElementsAre("connect peer", "read peer 180d 2a37 {}"));
 }
 
 TEST_F(GattServerCallbacksTest, ANullTableAddsNoServer)
@@ -420,7 +420,7 @@ TEST_F(GattServerCallbacksTest, TheFirstUuidOfAServiceIsKept)
                 ElementsAre(Line(4, "serviceHandle already exist: " + std::to_string(kHandle),
                                  "IPCMessageSender::AddGattServerService")));
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
-    EXPECT_THAT(told, ElementsAre("read peer 180d 2a37 {}"));
+    EXPECT_THAT(delivered, ElementsAre("read peer 180d 2a37 {}"));
 }
 
 TEST_F(GattServerCallbacksTest, TheFirstTableOfACharacteristicIsKept)
@@ -432,7 +432,7 @@ TEST_F(GattServerCallbacksTest, TheFirstTableOfACharacteristicIsKept)
                 ElementsAre(Line(4, "charUuid already exist: 2a37",
                                  "IPCMessageSender::AddGattServerCharacteristic")));
     channel.Deliver(0xD80079, Request("2a37", {}, 0));
-    EXPECT_THAT(told, ElementsAre("read peer 180d 2a37 {}"));
+    EXPECT_THAT(delivered, ElementsAre("read peer 180d 2a37 {}"));
 }
 
 TEST_F(GattServerCallbacksTest, MissingEntriesAreLogged)
@@ -482,7 +482,7 @@ TEST_F(GattServerCallbacksTest, RemovingAServerForgetsItsServices)
                                            "IPCMessageSender::OnServerReadCallback"));
 }
 
-/// The members change the registry when the service has said 0, and only then.
+/// The members change the registry only if the service answers 0.
 TEST_F(GattServerCallbacksTest, MembersChangeTheRegistryOnSuccessOnly)
 {
     std::int32_t id = 0;
@@ -497,10 +497,10 @@ TEST_F(GattServerCallbacksTest, MembersChangeTheRegistryOnSuccessOnly)
         }
     };
     const auto read = [&] {
-        told.clear();
+        delivered.clear();
         ForgetWhatHappened();
         channel.Deliver(0xD80079, Request("2a37", {}, 0));
-        return told.empty() ? LogLines::All()[1].text : told.front();
+        return delivered.empty() ? LogLines::All()[1].text : delivered.front();
     };
     const std::string suffix = "(IPCMessageSender::OnServerReadCallback)";
     const std::string noServer =
@@ -562,18 +562,18 @@ TEST_F(GattServerCallbacksTest, ACallbackMayCallEveryOperation)
     EXPECT_THAT(results, ElementsAre(0, 0, 0, 0, 0, 0, 0));
 }
 
-/// The callback has the registry and wants the operations' lock; the other thread has that and,
-/// with the service's answer, wants the registry.
+/// The callback holds the registry's lock and takes the operations' lock; the other thread holds
+/// the operations' lock and, after the service's answer, takes the registry's.
 TEST_F(GattServerCallbacksTest, ACallbackMayPublishWhileAnotherThreadChangesTheRegistry)
 {
     Publish({"2a37"}, &Lasting(CharTable()));
     channel.Reply(0xD70070, Bytes().I32(77).I32(0));
     channel.Reply(0xD70075, Bytes().I32(0));
     for (int round = 0; round < 200; ++round) {
-        std::promise<void> asked;
+        std::promise<void> requestSent;
         std::promise<void> inside;
         channel.OnRequest(0xD70070, [&](const Sent&) {
-            asked.set_value();
+            requestSent.set_value();
             inside.get_future().wait();
         });
         inCallback = [&] {
@@ -585,7 +585,7 @@ TEST_F(GattServerCallbacksTest, ACallbackMayPublishWhileAnotherThreadChangesTheR
             std::int32_t handle = 0;
             return BleGattServer::BleGattServerAddService(server, "180f", &handle);
         });
-        asked.get_future().wait();
+        requestSent.get_future().wait();
         channel.Deliver(0xD8007A, Request("2a37", {1}, 1));
         ASSERT_EQ(adding.wait_for(std::chrono::seconds(10)), std::future_status::ready);
         EXPECT_EQ(adding.get(), 0);

@@ -39,18 +39,18 @@ ByteVector Station(std::int32_t state, const std::string& address, const std::st
     return Bytes().I32(state).Text(address, 13).Text(ip, 16);
 }
 
-/// What was told, by which table, as text.
-std::vector<std::string>& Told()
+/// What was delivered, with the number of the table, as text.
+std::vector<std::string>& Delivered()
 {
-    static auto& told = *new std::vector<std::string>;
-    return told;
+    static auto& delivered = *new std::vector<std::string>;
+    return delivered;
 }
 
 template <int Number>
 void TellGroup(Vod2dGroupChange change)
 {
-    Told().push_back(std::to_string(Number) + ": group " + std::to_string(change.state) + ' ' +
-                     std::to_string(change.reason));
+    Delivered().push_back(std::to_string(Number) + ": group " + std::to_string(change.state) + ' ' +
+                          std::to_string(change.reason));
 }
 
 template <std::size_t Size>
@@ -62,25 +62,25 @@ std::string FieldText(const char (&field)[Size])
 template <int Number>
 void TellStation(const Vod2dStationChange* change)
 {
-    Told().push_back(std::to_string(Number) + ": station " + std::to_string(change->state) + ' ' +
-                     FieldText(change->address) + ' ' + FieldText(change->ipAddress));
+    Delivered().push_back(std::to_string(Number) + ": station " + std::to_string(change->state) +
+                          ' ' + FieldText(change->address) + ' ' + FieldText(change->ipAddress));
 }
 
-class SoftApChanges : public SdkTest {
+class GroupChanges : public SdkTest {
   protected:
     void SetUp() override
     {
         SdkTest::SetUp();
-        channel.Deliver(kGroupsChange, GroupChange(0));  // no time-out is left from before
+        channel.Deliver(kGroupsChange, GroupChange(0));  // no time-out remains from an earlier test
         channel.Reply(kRegister, Bytes().I32(0));
         channel.Reply(kUnregister, Bytes().I32(0));
-        Told().clear();
+        Delivered().clear();
         ForgetWhatHappened();
     }
 
     void TearDown() override
     {
-        Registry<GroupCallbacks>().WifiExceptCallback();  // no station is left behind
+        Registry<GroupCallbacks>().WifiExceptCallback();  // no station remains for later tests
         channel.Reply(kUnregister, Bytes().I32(0));
         for (Vod2dWifiBroadcastRecvCb* table : registered_) {
             Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(table);
@@ -98,7 +98,7 @@ class SoftApChanges : public SdkTest {
         return table;
     }
 
-    /// A creation that nobody answers.
+    /// A creation that is not answered.
     void TimeOut()
     {
         Vod2dSoftAPInfo info{};
@@ -113,16 +113,16 @@ class SoftApChanges : public SdkTest {
 
 // ---- The group
 
-TEST_F(SoftApChanges, OfTheGroupAreDeliveredInOrderOfRegistration)
+TEST_F(GroupChanges, OfTheGroupAreDeliveredInOrderOfRegistration)
 {
     Register(TellGroup<2>);
     Register(TellGroup<1>);
     Register(TellGroup<3>);
     channel.Deliver(kGroupsChange, GroupChange(1, -7));
-    EXPECT_THAT(Told(), ElementsAre("2: group 1 -7", "1: group 1 -7", "3: group 1 -7"));
+    EXPECT_THAT(Delivered(), ElementsAre("2: group 1 -7", "1: group 1 -7", "3: group 1 -7"));
 }
 
-TEST_F(SoftApChanges, OfTheGroupAreLogged)
+TEST_F(GroupChanges, OfTheGroupAreLogged)
 {
     Register([](Vod2dGroupChange) { Journal::Note("called"); });
     channel.Deliver(kGroupsChange, GroupChange(1));
@@ -132,31 +132,31 @@ TEST_F(SoftApChanges, OfTheGroupAreLogged)
                             "log 1 end" + function));
 }
 
-TEST_F(SoftApChanges, OfTheGroupSkipATableWithAnEmptySlot)
+TEST_F(GroupChanges, OfTheGroupSkipATableWithAnEmptySlot)
 {
     Register(TellGroup<1>);
     Register(nullptr, TellStation<2>);
     channel.Deliver(kGroupsChange, GroupChange(0));
-    EXPECT_THAT(Told(), ElementsAre("1: group 0 0"));
+    EXPECT_THAT(Delivered(), ElementsAre("1: group 0 0"));
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kGroups), Line(1, "call callback", kGroups), End(kGroups)));
 }
 
-TEST_F(SoftApChanges, WithoutAPayloadAreDropped)
+TEST_F(GroupChanges, WithoutAPayloadAreDropped)
 {
     Register(TellGroup<1>, TellStation<1>);
     channel.DeliverWithoutPayload(kGroupsChange);
     channel.DeliverWithoutPayload(kConnectionChange);
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
     EXPECT_THAT(LogLines::All(), IsEmpty());
 }
 
-TEST_F(SoftApChanges, WithANullRecordAreRefusedByTheHandlers)
+TEST_F(GroupChanges, WithANullRecordAreRefusedByTheHandlers)
 {
     Register(TellGroup<1>, TellStation<1>);
     Registry<GroupCallbacks>().SoftAPGroupsChangeCallBack(nullptr);
     Registry<GroupCallbacks>().SoftAPConnectionStateChangeCallBack(nullptr);
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kGroups), Line(4, "null ptr", kGroups), Start(kStations),
                             Line(3, "info is nullptr, return", kStations)));
@@ -164,7 +164,7 @@ TEST_F(SoftApChanges, WithANullRecordAreRefusedByTheHandlers)
 
 // ---- Registering
 
-TEST_F(SoftApChanges, ReachATableOnlyIfTheServiceAccepted)
+TEST_F(GroupChanges, ReachATableOnlyIfTheServiceAccepted)
 {
     auto& table = Lasting<Vod2dWifiBroadcastRecvCb>({TellGroup<1>, nullptr});
     channel.Reply(kRegister, Bytes().I32(4));
@@ -172,10 +172,10 @@ TEST_F(SoftApChanges, ReachATableOnlyIfTheServiceAccepted)
     channel.ReplyNothing(kRegister);
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&table), -12);
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
 }
 
-TEST_F(SoftApChanges, ReachATableOnceHoweverOftenItIsRegistered)
+TEST_F(GroupChanges, ReachATableOnceHoweverOftenItIsRegistered)
 {
     Vod2dWifiBroadcastRecvCb& table = Register(TellGroup<1>, TellStation<1>);
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&table), 0);
@@ -185,13 +185,13 @@ TEST_F(SoftApChanges, ReachATableOnceHoweverOftenItIsRegistered)
                                                   "IPCMessageSender::AddSoftAPStateChanged"),
                                              End(kMember)));
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&table), 0);
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U) << "one unregistration is enough";
+    EXPECT_EQ(Delivered().size(), 1U) << "one unregistration is enough";
 }
 
-TEST_F(SoftApChanges, EndWithTheRegistration)
+TEST_F(GroupChanges, EndWithTheRegistration)
 {
     Vod2dWifiBroadcastRecvCb& first = Register(TellGroup<1>);
     Register(TellGroup<2>);
@@ -202,10 +202,10 @@ TEST_F(SoftApChanges, EndWithTheRegistration)
         ElementsAre(Start(kMember), Line(1, "remove", "IPCMessageSender::RemoveSoftAPStateChanged"),
                     End(kMember)));
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_THAT(Told(), ElementsAre("2: group 1 0"));
+    EXPECT_THAT(Delivered(), ElementsAre("2: group 1 0"));
 }
 
-TEST_F(SoftApChanges, AreDeliveredWhenUnregisteringFails)
+TEST_F(GroupChanges, AreDeliveredWhenUnregisteringFails)
 {
     Vod2dWifiBroadcastRecvCb& table = Register(TellGroup<1>);
     channel.Reply(kUnregister, Bytes().I32(4));
@@ -213,64 +213,65 @@ TEST_F(SoftApChanges, AreDeliveredWhenUnregisteringFails)
     channel.ReplyNothing(kUnregister);
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&table), -12);
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
-TEST_F(SoftApChanges, ANullTableIsRefused)
+TEST_F(GroupChanges, ANullTableIsRefused)
 {
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(nullptr), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegister, {}, 5000)) << "asked for all the same";
+    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRegister, {}, 5000))
+        << "the request is sent all the same";
     EXPECT_FALSE(Registry<GroupCallbacks>().HasSoftAPStateChanged());
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(nullptr), 0);
     channel.Deliver(kGroupsChange, GroupChange(1));
     channel.Deliver(kConnectionChange, Station(1, "0123456789ab"));
 }
 
-TEST_F(SoftApChanges, AreDeliveredAfterStopAndStart)
+TEST_F(GroupChanges, AreDeliveredAfterStopAndStart)
 {
     Register(TellGroup<1>);
     PelaconSvcStop();
     ASSERT_EQ(PelaconSvcStart(), 0);
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
 // ---- A creation that timed out
 
-TEST_F(SoftApChanges, AGroupThatAppearsAfterATimeOutIsRemovedWithoutACallback)
+TEST_F(GroupChanges, AGroupThatAppearsAfterATimeOutIsRemovedWithoutACallback)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
     Register(TellGroup<1>);
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
     EXPECT_THAT(channel.OnlyRequest(), RequestIs(kRemoveGroup, {}, 20000));
     EXPECT_THAT(
         LogLines::All(),
         ElementsAre(Start(kGroups), Line(1, "last Create Group is timeout", kGroups),
                     Line(1, "after timeout, create success, remove it", kGroups),
                     Start("Vod2dApi::Vod2dRemoveGroup"), End("Vod2dApi::Vod2dRemoveGroup")));
-    // The next one is told as usual.
+    // The next one is delivered as usual.
     channel.Deliver(kGroupsChange, GroupChange(1, 3));
-    EXPECT_THAT(Told(), ElementsAre("1: group 1 3"));
+    EXPECT_THAT(Delivered(), ElementsAre("1: group 1 3"));
     EXPECT_EQ(channel.Requests().size(), 1U);
 }
 
-TEST_F(SoftApChanges, AnotherStateAfterATimeOutIsDeliveredAndClearsTheFlag)
+TEST_F(GroupChanges, AnotherStateAfterATimeOutIsDeliveredAndClearsTheFlag)
 {
     Register(TellGroup<1>);
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(0, 10));
-    EXPECT_THAT(Told(), ElementsAre("1: group 0 10"));
+    EXPECT_THAT(Delivered(), ElementsAre("1: group 0 10"));
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kGroups), Line(1, "last Create Group is timeout", kGroups),
                             Line(1, "call callback", kGroups), End(kGroups)));
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_THAT(Told(), ElementsAre("1: group 0 10", "1: group 1 0"));
+    EXPECT_THAT(Delivered(), ElementsAre("1: group 0 10", "1: group 1 0"));
     EXPECT_THAT(channel.Requests(), IsEmpty());
 }
 
-TEST_F(SoftApChanges, StatesOtherThanZeroAndOneClearTheFlag)
+TEST_F(GroupChanges, StatesOtherThanZeroAndOneClearTheFlag)
 {
     Register(TellGroup<1>);
     for (const std::int32_t state : {2, -1, 257}) {
@@ -278,10 +279,10 @@ TEST_F(SoftApChanges, StatesOtherThanZeroAndOneClearTheFlag)
         channel.Deliver(kGroupsChange, GroupChange(state));
         EXPECT_THAT(channel.Requests(), IsEmpty());
     }
-    EXPECT_EQ(Told().size(), 3U);
+    EXPECT_EQ(Delivered().size(), 3U);
 }
 
-TEST_F(SoftApChanges, TwoTimeOutsRemoveOneGroup)
+TEST_F(GroupChanges, TwoTimeOutsRemoveOneGroup)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
     Register(TellGroup<1>);
@@ -289,10 +290,10 @@ TEST_F(SoftApChanges, TwoTimeOutsRemoveOneGroup)
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(1));
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
-TEST_F(SoftApChanges, ARemovalKeepsTheFlag)
+TEST_F(GroupChanges, ARemovalKeepsTheFlag)
 {
     Register(TellGroup<1>);
     TimeOut();
@@ -302,10 +303,10 @@ TEST_F(SoftApChanges, ARemovalKeepsTheFlag)
     channel.ForgetSent();
     channel.Deliver(kGroupsChange, GroupChange(1));
     EXPECT_EQ(channel.OnlyRequest().item.msgId, kRemoveGroup);
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
 }
 
-TEST_F(SoftApChanges, ACreationThatIsNotSentIsNoTimeOut)
+TEST_F(GroupChanges, ACreationThatIsNotSentIsNoTimeOut)
 {
     Register(TellGroup<1>);
     PelaconSvcStop();
@@ -313,31 +314,31 @@ TEST_F(SoftApChanges, ACreationThatIsNotSentIsNoTimeOut)
     EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&info), -1);
     ASSERT_EQ(PelaconSvcStart(), 0);
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
-TEST_F(SoftApChanges, ACreationThatFailsIsNoTimeOut)
+TEST_F(GroupChanges, ACreationThatFailsIsNoTimeOut)
 {
     channel.Reply(kCreateGroup, Bytes().Zeros(320).I32(10));
     Register(TellGroup<1>);
     Vod2dSoftAPInfo info{};
     EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&info), 10);
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
-TEST_F(SoftApChanges, ARemovalAfterATimeOutMayTimeOutItself)
+TEST_F(GroupChanges, ARemovalAfterATimeOutMayTimeOutItself)
 {
     Register(TellGroup<1>);
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(1));
     EXPECT_EQ(Events::All().size(), 1U) << "error code 2";
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
     channel.Deliver(kGroupsChange, GroupChange(1));
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
-TEST_F(SoftApChanges, EveryTimeOutIsTakenByOneChangeOnly)
+TEST_F(GroupChanges, EveryTimeOutIsTakenByOneChangeOnly)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
     for (int round = 0; round < 20; ++round) {
@@ -354,10 +355,10 @@ TEST_F(SoftApChanges, EveryTimeOutIsTakenByOneChangeOnly)
 
 // ---- Locks
 
-TEST_F(SoftApChanges, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
+TEST_F(GroupChanges, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
 {
-    // The callback holds the list and wants its turn; the registration has its turn and wants the
-    // list. Neither may wait for the other for ever.
+    // The callback holds the list's lock and takes the operations' lock; the registration holds the
+    // operations' lock and takes the list's. Neither may wait for the other for ever.
     static std::promise<void>* insideCallback = nullptr;
     static std::atomic<int> frequency{0};
     std::promise<void> inside;
@@ -383,14 +384,14 @@ TEST_F(SoftApChanges, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
     if (delivery.wait_for(kLongest) != std::future_status::ready ||
         registration.wait_for(kLongest) != std::future_status::ready) {
         ADD_FAILURE() << "the two wait for each other";
-        std::abort();  // nothing ends them
+        std::abort();  // the deadlocked threads cannot be ended
     }
     EXPECT_EQ(registration.get(), 0);
     EXPECT_EQ(frequency, 5180);
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&late);
 }
 
-TEST_F(SoftApChanges, UnregisteringWaitsForARunningCallback)
+TEST_F(GroupChanges, UnregisteringWaitsForARunningCallback)
 {
     static std::promise<void>* entered = nullptr;
     static std::atomic<bool> ended{false};
@@ -411,25 +412,25 @@ TEST_F(SoftApChanges, UnregisteringWaitsForARunningCallback)
 
 // ---- Stations
 
-TEST_F(SoftApChanges, OfStationsAreDeliveredInOrderOfRegistration)
+TEST_F(GroupChanges, OfStationsAreDeliveredInOrderOfRegistration)
 {
     Register(nullptr, TellStation<2>);
     Register(TellGroup<9>);
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "0123456789ab", "192.168.137.101"));
-    EXPECT_THAT(Told(), ElementsAre("2: station 1 0123456789ab 192.168.137.101",
-                                    "1: station 1 0123456789ab 192.168.137.101"));
+    EXPECT_THAT(Delivered(), ElementsAre("2: station 1 0123456789ab 192.168.137.101",
+                                         "1: station 1 0123456789ab 192.168.137.101"));
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kStations), End(kStations)));
 }
 
-TEST_F(SoftApChanges, OfStationsKeepTextsThatFillTheirFields)
+TEST_F(GroupChanges, OfStationsKeepTextsThatFillTheirFields)
 {
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(-2, "0123456789abc", "0123456789abcdef"));
-    EXPECT_THAT(Told(), ElementsAre("1: station -2 0123456789abc 0123456789abcdef"));
+    EXPECT_THAT(Delivered(), ElementsAre("1: station -2 0123456789abc 0123456789abcdef"));
 }
 
-TEST_F(SoftApChanges, OfStationsReachEveryTableAsACopyOfItsOwn)
+TEST_F(GroupChanges, OfStationsReachEveryTableAsACopyOfItsOwn)
 {
     const auto spoil = [](const Vod2dStationChange* change) {
         const_cast<Vod2dStationChange*>(change)->state = 5;
@@ -438,33 +439,33 @@ TEST_F(SoftApChanges, OfStationsReachEveryTableAsACopyOfItsOwn)
     Register(nullptr, spoil);
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "aa"));
-    EXPECT_THAT(Told(), ElementsAre("1: station 1 aa "));
+    EXPECT_THAT(Delivered(), ElementsAre("1: station 1 aa "));
 }
 
-TEST_F(SoftApChanges, OfAStationThatCannotBeCopiedAreDropped)
+TEST_F(GroupChanges, OfAStationThatCannotBeCopiedAreDropped)
 {
     Register(nullptr, TellStation<1>);
     Register(nullptr, TellStation<2>);
     Copies::FailNext();
     channel.Deliver(kConnectionChange, Station(1, "aa"));
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kStations), Line(4, "memcpy error", kStations)));
-    Copies::FailAfter(3);  // the second table's second field
+    Copies::FailAfter(3);  // the second field for the second table
     channel.Deliver(kConnectionChange, Station(1, "aa"));
-    EXPECT_THAT(Told(), ElementsAre("1: station 1 aa "));
+    EXPECT_THAT(Delivered(), ElementsAre("1: station 1 aa "));
     EXPECT_EQ(LogLines::All().back(), Line(4, "memcpy error", kStations));
 }
 
-// ---- Stations of a service that is gone
+// ---- Stations of a service that has ended
 
-class StationsAfterARestart : public SoftApChanges {
+class StationsAfterARestart : public GroupChanges {
   protected:
-    /// What was told because the service started anew.
-    std::vector<std::string> ToldByRestart()
+    /// What is delivered after a restart of the service.
+    std::vector<std::string> DeliveredAfterRestart()
     {
-        Told().clear();
+        Delivered().clear();
         channel.DeliverWithoutPayload(kServiceStarted);
-        return Told();
+        return Delivered();
     }
 };
 
@@ -475,9 +476,9 @@ TEST_F(StationsAfterARestart, AreReportedAsGone)
     Register(nullptr, TellStation<2>);
     channel.Deliver(kConnectionChange, Station(1, "bbb", "10.0.0.2"));
     channel.Deliver(kConnectionChange, Station(1, "aaa", "10.0.0.1"));
-    EXPECT_THAT(ToldByRestart(), ElementsAre("1: station 0 aaa ", "2: station 0 aaa ",
-                                             "1: station 0 bbb ", "2: station 0 bbb "));
-    EXPECT_THAT(ToldByRestart(), IsEmpty()) << "once";
+    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("1: station 0 aaa ", "2: station 0 aaa ",
+                                                     "1: station 0 bbb ", "2: station 0 bbb "));
+    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty()) << "once";
 }
 
 TEST_F(StationsAfterARestart, IncludeOnlyThoseThatHadNotLeft)
@@ -488,8 +489,8 @@ TEST_F(StationsAfterARestart, IncludeOnlyThoseThatHadNotLeft)
     channel.Deliver(kConnectionChange, Station(1, "bbb"));
     channel.Deliver(kConnectionChange, Station(1, "ccc"));
     channel.Deliver(kConnectionChange, Station(0, "aaa"));
-    channel.Deliver(kConnectionChange, Station(2, "bbb"));  // any other state
-    EXPECT_THAT(ToldByRestart(), ElementsAre("1: station 0 ccc "));
+    channel.Deliver(kConnectionChange, Station(2, "bbb"));  // a state other than 0 and 1
+    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("1: station 0 ccc "));
 }
 
 TEST_F(StationsAfterARestart, AreUnknownWithoutATable)
@@ -499,7 +500,7 @@ TEST_F(StationsAfterARestart, AreUnknownWithoutATable)
     channel.Deliver(kConnectionChange, Station(1, "bbb"));
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupsOnly);
     Register(nullptr, TellStation<1>);
-    EXPECT_THAT(ToldByRestart(), IsEmpty());
+    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty());
 }
 
 TEST_F(StationsAfterARestart, AreKeptWhenTheirTableIsUnregistered)
@@ -508,7 +509,7 @@ TEST_F(StationsAfterARestart, AreKeptWhenTheirTableIsUnregistered)
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
     Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&first);
     Register(nullptr, TellStation<2>);
-    EXPECT_THAT(ToldByRestart(), ElementsAre("2: station 0 aaa "));
+    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("2: station 0 aaa "));
 }
 
 TEST_F(StationsAfterARestart, AreUnknownWhenTheirCopyFailed)
@@ -516,14 +517,14 @@ TEST_F(StationsAfterARestart, AreUnknownWhenTheirCopyFailed)
     Register(nullptr, TellStation<1>);
     Copies::FailNext();
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    EXPECT_THAT(ToldByRestart(), IsEmpty());
+    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty());
 }
 
 TEST_F(StationsAfterARestart, MayHaveAddressesThatFillTheField)
 {
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "0123456789abc", "10.0.0.1"));
-    EXPECT_THAT(ToldByRestart(), ElementsAre("1: station 0 0123456789abc "));
+    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("1: station 0 0123456789abc "));
 }
 
 TEST_F(StationsAfterARestart, AreLeftOutWhenTheirAddressCannotBeCopied)
@@ -532,24 +533,24 @@ TEST_F(StationsAfterARestart, AreLeftOutWhenTheirAddressCannotBeCopied)
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
     channel.Deliver(kConnectionChange, Station(1, "bbb"));
-    Told().clear();
+    Delivered().clear();
     ForgetWhatHappened();
     Copies::FailNext();
     Registry<GroupCallbacks>().WifiExceptCallback();
-    EXPECT_THAT(Told(), ElementsAre("1: station 0 bbb "));
+    EXPECT_THAT(Delivered(), ElementsAre("1: station 0 bbb "));
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kFunction), Line(4, "memcpy error!", kFunction), End(kFunction)));
 }
 
 TEST_F(StationsAfterARestart, AreReportedAfterTheRepairRequest)
 {
-    Register(nullptr, [](const Vod2dStationChange*) { Journal::Note("told"); });
+    Register(nullptr, [](const Vod2dStationChange*) { Journal::Note("delivered"); });
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
     ForgetWhatHappened();
     channel.DeliverWithoutPayload(kServiceStarted);
     const std::vector<std::string> entries = Journal::Entries();
     const auto repair = std::find(entries.begin(), entries.end(), "request 0xD700A1");
-    EXPECT_NE(std::find(repair, entries.end(), "told"), entries.end());
+    EXPECT_NE(std::find(repair, entries.end(), "delivered"), entries.end());
 }
 
 TEST_F(StationsAfterARestart, AreNotReportedWhenAnotherServiceRuns)
@@ -557,7 +558,7 @@ TEST_F(StationsAfterARestart, AreNotReportedWhenAnotherServiceRuns)
     Processes::Set({});
     Register(nullptr, TellStation<1>);
     channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    EXPECT_THAT(ToldByRestart(), IsEmpty());
+    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty());
 }
 
 TEST(StationDeparture, ARecordThatDoesNotFitIsRefused)

@@ -104,7 +104,7 @@ TEST_F(SdkTest, RequestWithoutPayload)
 
 TEST_F(SdkTest, RequestIsTrueWithoutAnAnswer)
 {
-    ReplyRecord reply;  // nothing is scripted: the client itself returns false
+    ReplyRecord reply;  // without a scripted answer the client returns false
     EXPECT_TRUE(Sender().SendIPCMessageToService(kRequest, nullptr, 0, 10000, reply));
     EXPECT_EQ(reply.message, nullptr);
     EXPECT_THAT(LogLines::All(), IsEmpty());
@@ -139,8 +139,8 @@ TEST_F(SdkTest, RequestsOfSeveralThreadsRunConcurrently)
     std::mutex mutex;
     std::condition_variable changed;
     int inside = 0;
-    // Each request is answered only when all of them are under way: one lock around a request, and
-    // they never are.
+    // Each request is answered only when all of them are running, which a lock around requests
+    // would prevent.
     channel.OnRequest(kRequest, [&](const Sent&) {
         std::unique_lock lock(mutex);
         ++inside;

@@ -1,5 +1,5 @@
-// Notifications that come when there is no memory: the library loses them, and the application
-// lives on. The library is the real one; whichever allocation of a receiver fails is tried.
+// Notifications without memory: the library drops them, and the application continues. The library
+// is the real one; the tests let each allocation of each receiver fail in turn.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
@@ -38,7 +38,7 @@ namespace {
 
 std::atomic<int> called{0};
 
-struct CountingListener : Deaf, ErrorListener {
+struct CountingListener : IdleListener, ErrorListener {
     void OnConnectStatus(int32_t /*status*/) override { ++called; }
     void OnAdvertisementStatus(uint32_t /*status*/) override { ++called; }
     void OnDeviceConnectionStatus(uint32_t /*status*/) override { ++called; }
@@ -47,7 +47,7 @@ struct CountingListener : Deaf, ErrorListener {
     void OnError(ErrorDetail /*detail*/) override { ++called; }
 };
 
-/// Registers for everything, under id 0 where there are ids.
+/// Registers every kind of callback, with id 0 where there are ids.
 void RegisterForEverything()
 {
     static BtManagerCallbacksC manager{[](int32_t) { ++called; }};
@@ -104,8 +104,8 @@ class OutOfMemoryTest : public ::testing::TestWithParam<Notified> {
   protected:
     static void SetUpTestSuite() { RegisterForEverything(); }
 
-    /// A payload that any record can be read from, with the UUID of the one characteristic where
-    /// notifications about it have it, and a station that joins, whose name is long.
+    /// A payload that is valid for every record: the UUID of the one characteristic is at its place
+    /// in the notifications of characteristics, and a station joins with a long address.
     static std::vector<std::uint8_t> Payload()
     {
         std::vector<std::uint8_t> payload(2048);

@@ -22,7 +22,7 @@ constexpr std::int32_t kCatalogue[] = {
     0xD8007A, 0xD80028, 0xD80087, 0xD80088, 0xD8008B, 0xD70008, 0xD700A0, 0xD80096};
 constexpr std::size_t kOfFirstReceiver = 13;
 
-// What the message client makes of a payload: never shorter than this, zero behind it.
+// The message client's buffer of a payload: at least this long, with zeros after the payload.
 constexpr std::size_t kBufferSize = 2048;
 
 Receiver ReceiverOf(std::size_t position)
@@ -201,7 +201,7 @@ TEST_F(SdkTest, TheServiceStartNotificationNeedsNoPayload)
     EXPECT_EQ(LogLines::All(), lines);
     LogLines::Clear();
     channel.Deliver(0xD700A0, Bytes().I32(1));
-    EXPECT_EQ(LogLines::All(), lines) << "a payload is not looked at";
+    EXPECT_EQ(LogLines::All(), lines) << "the payload is ignored";
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ TEST_F(SdkTest, RepairsWhenTheInstalledServiceRuns)
 {
     channel.DeliverWithoutPayload(kServiceStarted);
     ASSERT_FALSE(channel.Requests().empty());
-    // Nothing is registered in this process: no ids.
+    // Nothing is registered in this process, so the request contains no ids.
     EXPECT_THAT(channel.Requests().front(), RequestIs(kRepair, ByteVector(120), 10000));
     EXPECT_EQ(LinesOfHandler().front(), Start(kHandler));
     EXPECT_EQ(LinesOfHandler().back(), End(kHandler));
@@ -86,7 +86,7 @@ TEST_F(SdkTest, NoRepairWhenTheServiceRunsFromAnotherPath)
     channel.DeliverWithoutPayload(kServiceStarted);
     EXPECT_THAT(channel.Requests(), IsEmpty());
     EXPECT_THAT(LinesOfHandler(), ElementsAre(Start(kHandler), NoService(), NotRepaired()));
-    EXPECT_EQ(Processes::Visited().size(), 5U) << "every process was looked at";
+    EXPECT_EQ(Processes::Visited().size(), 5U) << "every process was visited";
 }
 
 TEST_F(SdkTest, ThePathIsComparedIgnoringCase)
@@ -104,7 +104,8 @@ TEST_F(SdkTest, ThePathIsComparedIgnoringCase)
 
 TEST_F(SdkTest, OnlyLettersAreComparedIgnoringCase)
 {
-    // '[' and '{', '@' and '`' differ in the bit that tells upper from lower case.
+    // '[' and '{', '@' and '`' differ in the bit that distinguishes upper and lower case of
+    // letters.
     std::string path = Processes::kServicePath;
     path.front() = '\x0F';  // '/' without that bit
     Processes::Set({{9, path, L"PelaconService"}});
@@ -148,7 +149,7 @@ TEST_F(SdkTest, RepairsATrustedServiceThatRunsFromAnotherPath)
     ASSERT_FALSE(channel.Requests().empty());
     EXPECT_THAT(channel.Requests().front(), RequestIs(kRepair, ByteVector(120), 10000));
     EXPECT_THAT(LinesOfHandler(), Not(Contains(NoService())));
-    EXPECT_EQ(Processes::Visited().size(), 1U) << "the processes are looked at first";
+    EXPECT_EQ(Processes::Visited().size(), 1U) << "the processes are visited first";
 }
 
 TEST_F(SdkTest, RepairsATrustedServiceWhereProcessesCannotBeListed)

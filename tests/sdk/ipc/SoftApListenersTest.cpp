@@ -1,4 +1,4 @@
-// Who hears of the soft AP.
+// The objects that are called for the soft AP.
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
@@ -30,7 +30,7 @@ constexpr std::int32_t kConnectStatus = 0xD80006;
 constexpr std::int32_t kAdvertisement = 0xD80007;
 constexpr std::int32_t kDeviceConnection = 0xD80008;
 
-/// Nobody hears anything to begin with.
+/// Begins without registered objects.
 class SoftApListenersTest : public SdkTest {
   protected:
     void SetUp() override
@@ -56,13 +56,13 @@ class SoftApListenersTest : public SdkTest {
     Named b{"B"};
 };
 
-// ---- The one object for connections
+// ---- The one object for connect statuses
 
 TEST_F(SoftApListenersTest, TheConnectStatusObjectReceivesTheFirstWord)
 {
     Api().RegistSoftApConnectStatus(&a);
     channel.Deliver(kConnectStatus, Bytes().I32(-3).I32(9));
-    EXPECT_THAT(Told(), ElementsAre("A: connect -3"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: connect -3"));
 }
 
 TEST_F(SoftApListenersTest, ALaterConnectStatusObjectReplacesTheEarlier)
@@ -70,7 +70,7 @@ TEST_F(SoftApListenersTest, ALaterConnectStatusObjectReplacesTheEarlier)
     Api().RegistSoftApConnectStatus(&a);
     Api().RegistSoftApConnectStatus(&b);
     channel.Deliver(kConnectStatus, Bytes().I32(1));
-    EXPECT_THAT(Told(), ElementsAre("B: connect 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("B: connect 1"));
 }
 
 TEST_F(SoftApListenersTest, TheConnectStatusObjectIsKeptWhateverTheReply)
@@ -79,7 +79,7 @@ TEST_F(SoftApListenersTest, TheConnectStatusObjectIsKeptWhateverTheReply)
     Api().RegistSoftApConnectStatus(&a);
     EXPECT_EQ(LogLines::All().back(), NoReply("WifiSystemApi::RegistSoftApConnectStatus"));
     channel.Deliver(kConnectStatus, Bytes().I32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: connect 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: connect 1"));
 }
 
 TEST_F(SoftApListenersTest, KeepingTheConnectStatusObjectIsLogged)
@@ -101,7 +101,7 @@ TEST_F(SoftApListenersTest, ANullConnectStatusObjectSendsNothing)
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Start(kFunction), Line(3, "callback is nullptr, return", kFunction)));
     channel.Deliver(kConnectStatus, Bytes().I32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: connect 1")) << "the one before is still there";
+    EXPECT_THAT(Delivered(), ElementsAre("A: connect 1")) << "the earlier one is kept";
 }
 
 TEST_F(SoftApListenersTest, WithoutAConnectStatusObjectNothingIsCalled)
@@ -135,17 +135,17 @@ TEST_F(SoftApListenersTest, ACallbackMayCallSerialisedOperationsWhileAnotherObje
     channel.Deliver(kConnectStatus, Bytes().I32(1));
     registering.join();
     channel.Deliver(kConnectStatus, Bytes().I32(0));
-    EXPECT_THAT(Told(), ElementsAre("A: connect 1", "B: connect 0"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: connect 1", "B: connect 0"));
 }
 
-// ---- The objects for everything else
+// ---- The objects for all other notifications
 
 TEST_F(SoftApListenersTest, AnAdvertisementIsTwoEventsStatusThenState)
 {
     Api().RegisterSoftApNotificationEventCallback(&a);
     Api().RegisterSoftApNotificationEventCallback(&b);
     channel.Deliver(kAdvertisement, Bytes().U32(0xFFFFFFFF).I32(149).Text("My AP", 32));
-    EXPECT_THAT(Told(),
+    EXPECT_THAT(Delivered(),
                 ElementsAre("A: status 4294967295", "B: status 4294967295",
                             "A: state 4294967295 149 My AP", "B: state 4294967295 149 My AP"));
     constexpr auto kStatus = "IPCMessageSender::SoftapAdvertisemenStatusBack";
@@ -157,10 +157,10 @@ TEST_F(SoftApListenersTest, AnAdvertisementIsTwoEventsStatusThenState)
 
 TEST_F(SoftApListenersTest, TheWholeAdvertisementIsPassedOnUnchanged)
 {
-    /// Looks at bytes that the record does not name.
-    class Curious : public Named {
+    /// Also reads the bytes of the record that have no name.
+    class ReadsAllBytes : public Named {
       public:
-        Curious() : Named("A") {}
+        ReadsAllBytes() : Named("A") {}
         void OnAdvertisementState(const SoftApAdvertisementState* state) override
         {
             const auto* bytes = reinterpret_cast<const std::uint8_t*>(state);
@@ -168,11 +168,11 @@ TEST_F(SoftApListenersTest, TheWholeAdvertisementIsPassedOnUnchanged)
         }
         ByteVector seen;
     };
-    Curious curious;
-    Api().RegisterSoftApNotificationEventCallback(&curious);
+    ReadsAllBytes reader;
+    Api().RegisterSoftApNotificationEventCallback(&reader);
     channel.Deliver(kAdvertisement, Counting(500));
-    EXPECT_EQ(curious.seen, Counting(500));
-    Api().UnRegisterSoftApNotificationEventCallback(&curious);
+    EXPECT_EQ(reader.seen, Counting(500));
+    Api().UnRegisterSoftApNotificationEventCallback(&reader);
 }
 
 TEST_F(SoftApListenersTest, ADeviceIsDeliveredInOrderOfRegistration)
@@ -182,7 +182,7 @@ TEST_F(SoftApListenersTest, ADeviceIsDeliveredInOrderOfRegistration)
     Api().RegisterSoftApNotificationEventCallback(&a);
     ForgetWhatHappened();
     channel.Deliver(kDeviceConnection, Bytes().U32(0x80000001).U32(5));
-    EXPECT_THAT(Told(), ElementsAre("B: device 2147483649", "A: device 2147483649"));
+    EXPECT_THAT(Delivered(), ElementsAre("B: device 2147483649", "A: device 2147483649"));
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kFunction), End(kFunction)));
 }
 
@@ -194,7 +194,7 @@ TEST_F(SoftApListenersTest, NotificationsWithoutPayloadAreIgnored)
     for (const std::int32_t id : {kConnectStatus, kAdvertisement, kDeviceConnection}) {
         channel.DeliverWithoutPayload(id);
     }
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
     EXPECT_THAT(LogLines::All(), IsEmpty());
 }
 
@@ -207,7 +207,7 @@ TEST_F(SoftApListenersTest, AnObjectIsKeptOnce)
     EXPECT_EQ(Api().RegisterSoftApNotificationEventCallback(&a), 0);
     EXPECT_THAT(LogLines::All(), Contains(already));
     channel.Deliver(kDeviceConnection, Bytes().U32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: device 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: device 1"));
 }
 
 TEST_F(SoftApListenersTest, AnObjectIsForgotten)
@@ -221,7 +221,7 @@ TEST_F(SoftApListenersTest, AnObjectIsForgotten)
     EXPECT_EQ(Api().UnRegisterSoftApNotificationEventCallback(&a), 0);
     EXPECT_THAT(LogLines::All(), Contains(absent));
     channel.Deliver(kDeviceConnection, Bytes().U32(1));
-    EXPECT_THAT(Told(), ElementsAre("B: device 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("B: device 1"));
 }
 
 TEST_F(SoftApListenersTest, ARefusalOfTheServiceChangesNothing)
@@ -236,7 +236,7 @@ TEST_F(SoftApListenersTest, ARefusalOfTheServiceChangesNothing)
     EXPECT_EQ(Api().RegisterSoftApNotificationEventCallback(&b), -1);
     EXPECT_EQ(Api().UnRegisterSoftApNotificationEventCallback(&a), -1);
     channel.Deliver(kDeviceConnection, Bytes().U32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: device 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: device 1"));
 }
 
 TEST_F(SoftApListenersTest, NullIsKeptButNeverCalled)
@@ -245,7 +245,7 @@ TEST_F(SoftApListenersTest, NullIsKeptButNeverCalled)
     Api().RegisterSoftApNotificationEventCallback(&a);
     channel.Deliver(kDeviceConnection, Bytes().U32(1));
     channel.Deliver(kAdvertisement, Bytes().U32(1).Zeros(36));
-    EXPECT_THAT(Told(), ElementsAre("A: device 1", "A: status 1", "A: state 1 0 "));
+    EXPECT_THAT(Delivered(), ElementsAre("A: device 1", "A: status 1", "A: state 1 0 "));
 }
 
 TEST_F(SoftApListenersTest, TheListIsLockedWhileItIsCalled)
@@ -264,7 +264,7 @@ TEST_F(SoftApListenersTest, TheListIsLockedWhileItIsCalled)
     channel.Deliver(kDeviceConnection, Bytes().U32(1));
     unregistering.join();
     channel.Deliver(kDeviceConnection, Bytes().U32(0));
-    EXPECT_THAT(Told(), ElementsAre("A: device 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: device 1"));
 }
 
 TEST_F(SoftApListenersTest, ObjectsOutliveAStopOfTheLibrary)
@@ -275,7 +275,7 @@ TEST_F(SoftApListenersTest, ObjectsOutliveAStopOfTheLibrary)
     PelaconSvcStart();
     channel.Deliver(kConnectStatus, Bytes().I32(1));
     channel.Deliver(kDeviceConnection, Bytes().U32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: connect 1", "B: device 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: connect 1", "B: device 1"));
 }
 
 }  // namespace

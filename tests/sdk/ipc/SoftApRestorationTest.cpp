@@ -1,4 +1,4 @@
-// What is asked of the service again after its restart.
+// Registrations that the library repeats after a restart of the service.
 #include <PelaconSDK/Vod2dApi.h>
 #include <PelaconSDK/WifiSystemApi.h>
 #include <tests/sdk/WifiListener.h>
@@ -22,7 +22,7 @@ constexpr std::int32_t kServiceStarted = 0xD700A0;
 constexpr std::int32_t kRepair = 0xD700A1;
 constexpr auto kRestore = "IPCMessageSender::RestoreSoftAp";
 
-/// What was asked for again: every request behind the repair.
+/// The repeated registrations: every request after the repair.
 std::vector<Sent> AskedAgain()
 {
     std::vector<Sent> requests = Channel::Get().Requests();
@@ -56,15 +56,15 @@ std::vector<LogLine> RestoreLines()
 
 class SoftApRestoration : public SdkTest {
   protected:
-    /// Something in each of the Wi-Fi registries, registered in no particular order.
+    /// Registers a listener in each of the Wi-Fi registries, in an arbitrary order.
     void RegisterEverything()
     {
-        static Deaf& deaf = *new Deaf;
+        static IdleListener& deaf = *new IdleListener;
         static auto& group = *new Vod2dWifiBroadcastRecvCb{};
         static auto& configuration = *new Vod2dWifiCfgCallback{};
         static auto& connection = *new Vod2dWifiCfgCallback{};
         static auto& card = *new WifiCardStateCallback{};
-        AnswerYes();
+        AcceptAll();
         WifiSystemApi& api = WifiSystemApi::GetInstance();
         api.RegistWifiStateChangeCallback(&deaf);
         api.RegisterSoftApNotificationEventCallback(&deaf);
@@ -85,8 +85,8 @@ class SoftApRestoration : public SdkTest {
         ForgetWhatHappened();
     }
 
-    /// Every registration is agreed to.
-    void AnswerYes()
+    /// Accepts every registration.
+    void AcceptAll()
     {
         channel.Reply(0xD70005, Bytes().U8(0));
         channel.Reply(0xD70007, Bytes().U8(1));
@@ -99,7 +99,7 @@ class SoftApRestoration : public SdkTest {
     }
 };
 
-// The first one, for some of what is registered later stays for good.
+// The first test, as some listeners that later tests register remain.
 TEST_F(SoftApRestoration, SendsNothingWithoutListeners)
 {
     channel.DeliverWithoutPayload(kServiceStarted);
@@ -109,7 +109,7 @@ TEST_F(SoftApRestoration, SendsNothingWithoutListeners)
 
 TEST_F(SoftApRestoration, RegistersOnlyWhatHasListeners)
 {
-    Deaf deaf;
+    IdleListener deaf;
     channel.Reply(0xD70098, Bytes().I32(0));
     channel.Reply(0xD70099, Bytes().I32(0));
     WifiSystemApi::GetInstance().RegisterSoftApNotificationEventCallback(&deaf);

@@ -1,4 +1,4 @@
-// What becomes of targeted advertisements, and the registry behind them.
+// The delivery of targeted advertisements, and the registry of their callbacks.
 #include <PelaconSDK/BleScanner.h>
 #include <sdk/ipc/TargetAdvCallbacks.h>
 #include <tests/support/SdkTest.h>

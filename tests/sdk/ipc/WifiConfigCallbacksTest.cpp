@@ -28,11 +28,11 @@ constexpr std::int32_t kCardState = 0xD8008B;
 
 constexpr std::chrono::seconds kLongest{5};
 
-/// What was told, by which table, as text.
-std::vector<std::string>& Told()
+/// What was delivered, with the number of the table, as text.
+std::vector<std::string>& Delivered()
 {
-    static auto& told = *new std::vector<std::string>;
-    return told;
+    static auto& delivered = *new std::vector<std::string>;
+    return delivered;
 }
 
 std::string Described(const Vod2dWifiCfgEvent& event)
@@ -54,17 +54,17 @@ std::string Described(const WifiCardStateEvent& event)
 template <int Number, typename Event>
 void Tell(const Event* event)
 {
-    Told().push_back(std::to_string(Number) + ": " + Described(*event));
+    Delivered().push_back(std::to_string(Number) + ": " + Described(*event));
 }
 
-/// Set where a test wants to know that the callback below runs.
+/// Called when the callback below begins, if a test sets it.
 std::promise<void>* insideCallback = nullptr;
 
 template <typename Event>
 void CallAnOperation(const Event* /*event*/)
 {
     insideCallback->set_value();
-    Told().push_back("frequency " + std::to_string(Vod2dApi::Vod2dGetFrequency()));
+    Delivered().push_back("frequency " + std::to_string(Vod2dApi::Vod2dGetFrequency()));
 }
 
 ByteVector CfgPayload(std::int32_t type, const std::string& blob, std::int32_t length)
@@ -112,7 +112,7 @@ class Tables {
 
     int Again(const Registration& registration) { return registration(last_); }
 
-    /// There is no unregistration: the tables of a test that is over have nothing to say.
+    /// Empties the slots, as tables cannot be unregistered: those of earlier tests do nothing.
     void Blank()
     {
         for (Slot* slot : slots_) {
@@ -206,7 +206,7 @@ class WifiConfigLists : public SdkTest, public ::testing::WithParamInterface<Lis
     {
         SdkTest::SetUp();
         channel.Reply(list.requestId, list.accepted);
-        Told().clear();
+        Delivered().clear();
     }
 
     void TearDown() override
@@ -232,8 +232,8 @@ TEST_P(WifiConfigLists, DeliverInOrderOfRegistration)
     Register(1);
     Register(3);
     Notify();
-    EXPECT_THAT(Told(), ElementsAre("2: " + list.described, "1: " + list.described,
-                                    "3: " + list.described));
+    EXPECT_THAT(Delivered(), ElementsAre("2: " + list.described, "1: " + list.described,
+                                         "3: " + list.described));
 }
 
 TEST_P(WifiConfigLists, LogAndSkipEmptySlots)
@@ -259,7 +259,7 @@ TEST_P(WifiConfigLists, KeepATableOnce)
                                              Line(1, "callback already exist", list.registration),
                                              End(list.member)));
     Notify();
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
 TEST_P(WifiConfigLists, KeepATableOnlyIfTheServiceAccepted)
@@ -269,7 +269,7 @@ TEST_P(WifiConfigLists, KeepATableOnlyIfTheServiceAccepted)
     channel.ReplyNothing(list.requestId);
     EXPECT_EQ(list.registerTable(2), -12);
     Notify();
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
 }
 
 TEST_P(WifiConfigLists, DoNotMixTheirNotifications)
@@ -281,7 +281,7 @@ TEST_P(WifiConfigLists, DoNotMixTheirNotifications)
         }
     }
     channel.DeliverWithoutPayload(list.notification);
-    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Delivered(), IsEmpty());
 }
 
 TEST_P(WifiConfigLists, SurviveStopAndStart)
@@ -290,13 +290,13 @@ TEST_P(WifiConfigLists, SurviveStopAndStart)
     PelaconSvcStop();
     ASSERT_EQ(PelaconSvcStart(), 0);
     Notify();
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
 TEST_P(WifiConfigLists, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
 {
-    // The callback holds the list and wants its turn; the registration has its turn and wants the
-    // list.
+    // The callback holds the list's lock and takes the operations' lock; the registration holds the
+    // operations' lock and takes the list's.
     channel.Reply(kFrequency, Bytes().I32(5180));
     Register(9);
     std::promise<void> inside;
@@ -312,17 +312,17 @@ TEST_P(WifiConfigLists, ACallbackMayCallOperationsWhileAnotherThreadRegisters)
     if (delivery.wait_for(kLongest) != std::future_status::ready ||
         registration.wait_for(kLongest) != std::future_status::ready) {
         ADD_FAILURE() << "the two wait for each other";
-        std::abort();  // nothing ends them
+        std::abort();  // the deadlocked threads cannot be ended
     }
     EXPECT_EQ(registration.get(), 0);
-    ASSERT_FALSE(Told().empty());
-    EXPECT_EQ(Told().front(), "frequency 5180");
+    ASSERT_FALSE(Delivered().empty());
+    EXPECT_EQ(Delivered().front(), "frequency 5180");
 }
 
 INSTANTIATE_TEST_SUITE_P(The, WifiConfigLists, ::testing::ValuesIn(Lists()),
                          [](const auto& row) { return row.param.name; });
 
-// ---- What is told
+// ---- What is delivered
 
 class WifiConfigEvents : public WifiConfigLists {};
 
@@ -330,13 +330,14 @@ TEST_P(WifiConfigEvents, LengthsAreLimitedToTheirFields)
 {
     Register(1);
     const std::string whole(512, 'x');
-    for (const auto& [length, told] :
+    for (const auto& [length, delivered] :
          {std::pair(512, 512), {513, 512}, {2147483647, 512}, {-1, 0}}) {
-        Told().clear();
+        Delivered().clear();
         channel.Deliver(list.notification, CfgPayload(5, whole, length));
-        EXPECT_THAT(Told(),
-                    ElementsAre("1: 5 " + std::to_string(told) + ' ' +
-                                std::string(static_cast<std::size_t>(std::min(told, 8)), 'x')));
+        EXPECT_THAT(
+            Delivered(),
+            ElementsAre("1: 5 " + std::to_string(delivered) + ' ' +
+                        std::string(static_cast<std::size_t>(std::min(delivered, 8)), 'x')));
     }
 }
 
@@ -350,9 +351,9 @@ TEST_P(CardStateEvents, CountsAreLimitedToTheirFields)
 {
     Register(1);
     const auto deliver = [&](std::int32_t changed, std::int32_t count) {
-        Told().clear();
+        Delivered().clear();
         channel.Deliver(kCardState, Bytes().Zeros(40).I32(changed).I32(count));
-        return Told().front();
+        return Delivered().front();
     };
     EXPECT_EQ(deliver(4, 5), "1: 4 of 5: 0=0 0=0 0=0 0=0 0=0");
     EXPECT_EQ(deliver(5, 6), "1: 4 of 5: 0=0 0=0 0=0 0=0 0=0");
@@ -364,13 +365,13 @@ TEST_P(CardStateEvents, ReachATableWhoseRegistrationFailedToCopy)
     channel.Reply(kSetCardState, CardReply(2, 0));
     EXPECT_EQ(list.registerTable(1), -16);
     Notify();
-    EXPECT_EQ(Told().size(), 1U);
+    EXPECT_EQ(Delivered().size(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, CardStateEvents, ::testing::ValuesIn(std::vector<List>{Lists()[2]}),
                          [](const auto& row) { return row.param.name; });
 
-// ---- What a restarted service is asked again
+// ---- Registrations after a restart of the service
 
 TEST_F(SdkTest, TheLastAcceptedRegistrationIsRepeatedAfterARestart)
 {

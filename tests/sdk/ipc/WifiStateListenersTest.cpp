@@ -1,4 +1,4 @@
-// Who hears of the Wi-Fi switch, and of the connection's channel.
+// The objects that are called for the Wi-Fi switch and for the connection's channel.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/WifiStateListeners.h>
@@ -88,10 +88,11 @@ TEST_F(SwitchListeners, AreCalledOncePerRegistration)
     Api().RegistWifiStateChangeCallback(&a);
     EXPECT_EQ(LinesOf(kAddSwitch).back(), Line(1, "register success, cur size:2", kAddSwitch));
     channel.Deliver(kSwitchState, Bytes().I32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: switch 1", "A: switch 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: switch 1", "A: switch 1"));
     Api().UnRegistWifiStateChangeCallback(&a);
     channel.Deliver(kSwitchState, Bytes().I32(2));
-    EXPECT_THAT(Told(), ElementsAre("A: switch 1", "A: switch 1")) << "forgotten altogether";
+    EXPECT_THAT(Delivered(), ElementsAre("A: switch 1", "A: switch 1"))
+        << "every registration of it has ended";
 }
 
 TEST_F(SwitchListeners, AreForgotten)
@@ -107,7 +108,7 @@ TEST_F(SwitchListeners, AreForgotten)
     EXPECT_THAT(LinesOf(kRemoveSwitch),
                 ElementsAre(begin, Line(1, "observer does not exist", kRemoveSwitch), complete));
     channel.Deliver(kSwitchState, Bytes().I32(1));
-    EXPECT_THAT(Told(), ElementsAre("B: switch 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("B: switch 1"));
 }
 
 TEST_F(SwitchListeners, AreNeverNull)
@@ -136,7 +137,7 @@ TEST_F(SwitchListeners, AreKeptAndForgottenOnlyWhenTheServiceAgrees)
     EXPECT_FALSE(Api().RegistWifiStateChangeCallback(&b));
     EXPECT_FALSE(Api().UnRegistWifiStateChangeCallback(&a));
     channel.Deliver(kSwitchState, Bytes().I32(1));
-    EXPECT_THAT(Told(), ElementsAre("A: switch 1"));
+    EXPECT_THAT(Delivered(), ElementsAre("A: switch 1"));
 }
 
 TEST_F(SwitchListeners, AreNotCalledWithoutPayload)
@@ -166,7 +167,7 @@ TEST_F(SwitchListeners, AreLockedWhileTheyAreCalled)
     unregistering.join();
 }
 
-// ---- The channel. Objects are never forgotten, so each test has its own, under its own name.
+// ---- The channel. Objects are never unregistered, so each test has its own, with its own name.
 
 class ChannelListeners : public SdkTest {
   protected:
@@ -191,7 +192,7 @@ TEST_F(ChannelListeners, ReceiveTheFirstWordInOrderOfRegistration)
     Api().RegistWifiStateChangeCallBack(&listener);
     ForgetWhatHappened();
     channel.Deliver(kConnectChannel, Bytes().I32(-36).I32(7));
-    EXPECT_THAT(Told({name, otherName}),
+    EXPECT_THAT(Delivered({name, otherName}),
                 ElementsAre(otherName + ": channel -36", name + ": channel -36"));
     EXPECT_THAT(LogLines::All(),
                 ElementsAre(Line(4, "WifiCardStateChangeCb enter", "WifiConnectChannelCallbackCb"),
@@ -207,7 +208,7 @@ TEST_F(ChannelListeners, AreKeptOnce)
     Api().RegistWifiStateChangeCallBack(&listener);
     EXPECT_THAT(LogLines::All(), Contains(already));
     channel.Deliver(kConnectChannel, Bytes().I32(11));
-    EXPECT_THAT(Told({name}), ElementsAre(name + ": channel 11"));
+    EXPECT_THAT(Delivered({name}), ElementsAre(name + ": channel 11"));
 }
 
 TEST_F(ChannelListeners, AreKeptOnlyWhenTheServiceAgrees)
@@ -217,7 +218,7 @@ TEST_F(ChannelListeners, AreKeptOnlyWhenTheServiceAgrees)
     channel.ReplyNothing(kRegistChannel);
     Api().RegistWifiStateChangeCallBack(&listener);
     channel.Deliver(kConnectChannel, Bytes().I32(11));
-    EXPECT_THAT(Told({name}), IsEmpty());
+    EXPECT_THAT(Delivered({name}), IsEmpty());
 }
 
 TEST_F(ChannelListeners, AreNeverNull)
@@ -253,7 +254,7 @@ TEST_F(ChannelListeners, MayCallSerialisedOperationsWhileAnotherIsRegistered)
     registering.join();
     listener.meanwhile = {};
     channel.Deliver(kConnectChannel, Bytes().I32(2));
-    EXPECT_THAT(Told({otherName}), ElementsAre(otherName + ": channel 2"));
+    EXPECT_THAT(Delivered({otherName}), ElementsAre(otherName + ": channel 2"));
 }
 
 }  // namespace

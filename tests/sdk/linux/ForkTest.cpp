@@ -1,5 +1,5 @@
-// The library in a child that fork made of the process: whatever the parent's threads were doing,
-// the child can stop the library, start it and use every class.
+// The library in a forked child: whatever the parent's threads were doing, the child can stop the
+// library, start it and use every class.
 #include <PelaconSDK/PelaconSDK.h>
 #include <protocol/BleManager.h>
 #include <tests/sdk/Families.h>
@@ -19,8 +19,8 @@ using namespace std::chrono_literals;
 
 constexpr auto kLimit = 10s;
 
-/// Stops the library that came with the fork, starts it anew and uses the family. Returns how many
-/// of these failed.
+/// Stops the library as inherited from the parent, starts it and uses the family. Returns the
+/// number of failed steps.
 int UseAnew(const Family& family)
 {
     Channel::Get().Reset();
@@ -31,10 +31,10 @@ int UseAnew(const Family& family)
     failed += PelaconSvcStart() != 0;
     failed += family.call() != 0;
     family.registerTable();
-    int heard = 0;
-    inCallback = [&] { ++heard; };
+    int calls = 0;
+    inCallback = [&] { ++calls; };
     Notify(family);
-    failed += heard == 0;
+    failed += calls == 0;
     failed += PelaconSvcStop() != 0;
     return failed;
 }

@@ -1,5 +1,5 @@
-// Lengths that an application gets wrong: what lies behind its buffer is never read. The buffers
-// here end where the process's memory does.
+// Wrong lengths from an application: the library never reads beyond its buffer. The buffers here
+// end at a page that cannot be read.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/support/SdkTest.h>
 

@@ -70,7 +70,7 @@ TEST_F(UnloadTest, TheLibraryStaysAfterItsFirstStart)
 
 TEST_F(UnloadTest, TheLibraryStaysAfterAnErrorListener)
 {
-    int api = 0;  // whatever: the operation has no use for it
+    int api = 0;  // any address: the operation does not use its object
     EXPECT_FALSE(Call("_ZN13WifiSystemApi14RegistListenerEP13ErrorListener", &api, nullptr));
     Unload();
     EXPECT_TRUE(IsLoaded()) << "its worker runs";

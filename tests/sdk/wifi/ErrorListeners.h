@@ -22,30 +22,30 @@ class RecordingListener : public ErrorListener {
             meanwhile(detail);
         }
         thread_ = std::this_thread::get_id();
-        heard_.Put(std::move(detail));
+        errors_.Put(std::move(detail));
     }
 
     /// All errors, as soon as there are `count`; throws when they do not come.
-    std::vector<ErrorDetail> Wait(std::size_t count) const { return heard_.WaitFor(count); }
+    std::vector<ErrorDetail> Wait(std::size_t count) const { return errors_.WaitFor(count); }
 
-    std::vector<ErrorDetail> Heard() const { return heard_.All(); }
+    std::vector<ErrorDetail> Errors() const { return errors_.All(); }
 
     /// The thread of the last call.
     std::thread::id Thread() const { return thread_; }
 
-    /// Called inside OnError, before the error counts as heard.
+    /// Called inside OnError, before the error is recorded.
     std::function<void(const ErrorDetail&)> meanwhile;
 
   private:
-    Mailbox<ErrorDetail> heard_;
+    Mailbox<ErrorDetail> errors_;
     std::atomic<std::thread::id> thread_;
 };
 
-/// The codes of what was heard.
-inline std::vector<std::int32_t> Codes(const std::vector<ErrorDetail>& heard)
+/// The codes of the errors.
+inline std::vector<std::int32_t> Codes(const std::vector<ErrorDetail>& errors)
 {
     std::vector<std::int32_t> codes;
-    for (const ErrorDetail& detail : heard) {
+    for (const ErrorDetail& detail : errors) {
         codes.push_back(detail.code);
     }
     return codes;

@@ -110,7 +110,7 @@ TEST_F(ErrorStatusTest, AListenerIsAddedOnce)
                 ElementsAre(Start(kFunction), Line(4, "listeners found", kFunction)));
     status->PostNotification(kOther);
     Finish();
-    EXPECT_THAT(listener.Heard(), SizeIs(1));
+    EXPECT_THAT(listener.Errors(), SizeIs(1));
 }
 
 TEST_F(ErrorStatusTest, AListenerIsRemovedOnce)
@@ -126,7 +126,7 @@ TEST_F(ErrorStatusTest, AListenerIsRemovedOnce)
                 ElementsAre(Start(kFunction), Line(4, "listeners not found", kFunction)));
     status->PostNotification(kOther);
     Finish();
-    EXPECT_THAT(listener.Heard(), IsEmpty());
+    EXPECT_THAT(listener.Errors(), IsEmpty());
 }
 
 TEST_F(ErrorStatusTest, ANullListenerIsRefused)
@@ -149,14 +149,14 @@ TEST_F(ErrorStatusTest, EveryListenerReceivesEachErrorOnce)
     status->RegistListener(&second);
     status->PostNotification(kConnectGoAlreadyExist);
     Finish();
-    ASSERT_THAT(first.Heard(), SizeIs(1));
-    ASSERT_THAT(second.Heard(), SizeIs(1));
-    const ErrorDetail heard = first.Heard().front();
-    EXPECT_EQ(heard.code, kConnectGoAlreadyExist);
-    EXPECT_EQ(heard.message, "go already exist");
-    EXPECT_EQ(heard.time, second.Heard().front().time);
-    EXPECT_EQ(heard.code, second.Heard().front().code);
-    EXPECT_EQ(heard.message, second.Heard().front().message);
+    ASSERT_THAT(first.Errors(), SizeIs(1));
+    ASSERT_THAT(second.Errors(), SizeIs(1));
+    const ErrorDetail error = first.Errors().front();
+    EXPECT_EQ(error.code, kConnectGoAlreadyExist);
+    EXPECT_EQ(error.message, "go already exist");
+    EXPECT_EQ(error.time, second.Errors().front().time);
+    EXPECT_EQ(error.code, second.Errors().front().code);
+    EXPECT_EQ(error.message, second.Errors().front().message);
 }
 
 TEST_F(ErrorStatusTest, AnErrorIsStampedInStepsOf100Nanoseconds)
@@ -171,10 +171,10 @@ TEST_F(ErrorStatusTest, AnErrorIsStampedInStepsOf100Nanoseconds)
     const std::int64_t before = now();
     status->PostNotification(kOther);
     const std::int64_t after = now();
-    const ErrorDetail heard = listener.Wait(1).at(0);
-    EXPECT_GE(heard.time, before);
-    EXPECT_LE(heard.time, after);
-    EXPECT_EQ(heard.message, "unknow");
+    const ErrorDetail error = listener.Wait(1).at(0);
+    EXPECT_GE(error.time, before);
+    EXPECT_LE(error.time, after);
+    EXPECT_EQ(error.message, "unknow");
 }
 
 TEST_F(ErrorStatusTest, ErrorsArriveInTheOrderOfPosting)
@@ -232,7 +232,7 @@ TEST_F(ErrorStatusTest, AListenerMayCallTheNotifier)
     status->PostNotification(kOther);
     EXPECT_THAT(Codes(early.Wait(2)), ElementsAre(kOther, kConnectBleSendFail));
     EXPECT_THAT(Codes(late.Wait(1)), ElementsAre(kConnectBleSendFail));
-    EXPECT_THAT(leaving.Heard(), IsEmpty());
+    EXPECT_THAT(leaving.Errors(), IsEmpty());
 }
 
 TEST_F(ErrorStatusTest, ErrorsOfManyThreadsArriveInEachThreadsOrder)
@@ -253,10 +253,10 @@ TEST_F(ErrorStatusTest, ErrorsOfManyThreadsArriveInEachThreadsOrder)
     for (std::thread& thread : threads) {
         thread.join();
     }
-    const std::vector<std::int32_t> heard = Codes(listener.Wait(kThreads * kErrors));
+    const std::vector<std::int32_t> errors = Codes(listener.Wait(kThreads * kErrors));
     for (std::int32_t thread = 0; thread < kThreads; ++thread) {
         std::vector<std::int32_t> ofThread;
-        std::ranges::copy_if(heard, std::back_inserter(ofThread),
+        std::ranges::copy_if(errors, std::back_inserter(ofThread),
                              [&](std::int32_t code) { return code / 1000 == thread; });
         EXPECT_THAT(ofThread, SizeIs(kErrors));
         EXPECT_TRUE(std::ranges::is_sorted(ofThread));
@@ -290,10 +290,10 @@ TEST_F(ErrorStatusTest, TheHistoryHoldsTheLast256)
     EXPECT_EQ(ErrorStatusAccess::History(*status).back().code, 257);
 }
 
-// ---- A listener that is taken away while an error waits for it
+// ---- A listener that is removed while an error waits for delivery
 
-/// The worker is in a delivery of the first error, and a second one waits.
-class ErrorStatusWaiting : public ErrorStatusTest {
+/// The worker delivers a first error, and a second one waits.
+class ErrorStatusWithAWaitingError : public ErrorStatusTest {
   protected:
     void SetUp() override
     {
@@ -315,7 +315,7 @@ class ErrorStatusWaiting : public ErrorStatusTest {
     std::promise<void> goOn;
 };
 
-TEST_F(ErrorStatusWaiting, EndsTheWorkerForGood)
+TEST_F(ErrorStatusWithAWaitingError, WithoutAListenerTheWorkerEnds)
 {
     EXPECT_TRUE(status->UnregistListener(&listener));
     goOn.set_value();
@@ -323,13 +323,13 @@ TEST_F(ErrorStatusWaiting, EndsTheWorkerForGood)
     EXPECT_TRUE(status->RegistListener(&other));
     status->PostNotification(static_cast<ConnectErrorCode>(3));
     Finish();  // joins a worker that has ended
-    EXPECT_THAT(Codes(listener.Heard()), ElementsAre(1));
-    EXPECT_THAT(other.Heard(), IsEmpty());
+    EXPECT_THAT(Codes(listener.Errors()), ElementsAre(1));
+    EXPECT_THAT(other.Errors(), IsEmpty());
     EXPECT_THAT(LinesOf(kWorker), ElementsAre(Start(kWorker), ListenerGone(), End(kWorker)));
-    EXPECT_EQ(ErrorStatusAccess::Tasks(*status), 2U) << "what waited is still there";
+    EXPECT_EQ(ErrorStatusAccess::Tasks(*status), 2U) << "the waiting errors remain queued";
 }
 
-TEST_F(ErrorStatusWaiting, IsDeliveredToWhenItIsBackInTime)
+TEST_F(ErrorStatusWithAWaitingError, AListenerThatIsRegisteredAgainReceivesIt)
 {
     EXPECT_TRUE(status->UnregistListener(&listener));
     EXPECT_TRUE(status->RegistListener(&listener));
@@ -348,7 +348,7 @@ TEST_F(ErrorStatusTest, EndsWithAnEmptyQueue)
     EXPECT_EQ(LogLines::All().back(), End(kFunction)) << "only when the worker has ended";
 }
 
-TEST_F(ErrorStatusWaiting, EndsWhenEverythingIsDelivered)
+TEST_F(ErrorStatusWithAWaitingError, TheEndDeliversEverythingFirst)
 {
     for (std::int32_t code = 3; code <= 10; ++code) {
         status->PostNotification(static_cast<ConnectErrorCode>(code));
@@ -356,7 +356,7 @@ TEST_F(ErrorStatusWaiting, EndsWhenEverythingIsDelivered)
     auto ending = std::async(std::launch::async, [this] { Finish(); });
     goOn.set_value();
     ending.get();
-    EXPECT_THAT(Codes(listener.Heard()), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
+    EXPECT_THAT(Codes(listener.Errors()), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
     EXPECT_THAT(LinesOf(kWorker), Contains(QueueEmpty()));
 }
 
@@ -368,7 +368,7 @@ TEST_F(ErrorStatusTest, ErrorsPostedAfterTheEndAreDropped)
     status->PostNotification(kOther);
     EXPECT_EQ(ErrorStatusAccess::Tasks(*status), 1U);
     EXPECT_THAT(ErrorStatusAccess::History(*status), SizeIs(1));
-    EXPECT_THAT(listener.Heard(), IsEmpty());
+    EXPECT_THAT(listener.Errors(), IsEmpty());
 }
 
 TEST_F(ErrorStatusTest, ASecondEndIsAnError)
@@ -380,7 +380,8 @@ TEST_F(ErrorStatusTest, ASecondEndIsAnError)
     } catch (const std::system_error& error) {
         EXPECT_EQ(error.code(), std::errc::invalid_argument);
     }
-    EXPECT_THAT(LinesOf("ErrorStatus::DestroyInstance"), SizeIs(3)) << "the second has no end";
+    EXPECT_THAT(LinesOf("ErrorStatus::DestroyInstance"), SizeIs(3))
+        << "the second call throws before it ends";
 }
 
 TEST_F(ErrorStatusTest, AnEndFromInsideAListenerIsAnError)
@@ -399,7 +400,7 @@ TEST_F(ErrorStatusTest, AnEndFromInsideAListenerIsAnError)
     status->PostNotification(kOther);
     EXPECT_EQ(thrown.get_future().get(), std::errc::resource_deadlock_would_occur);
     Finish();
-    EXPECT_THAT(listener.Heard(), SizeIs(1));
+    EXPECT_THAT(listener.Errors(), SizeIs(1));
 }
 
 // ---- The process's notifier
@@ -429,8 +430,8 @@ TEST_F(SdkTest, ErrorsOfTheServiceReachListeners)
     EXPECT_THAT(channel.Requests(), IsEmpty());
 }
 
-// The last one, for it ends the process's notifier.
-TEST_F(SdkTest, TheProcesssNotifierEndsAndStays)
+// The last test of the file, as it ends the process's notifier.
+TEST_F(SdkTest, TheProcesssNotifierEndsOnceAndStaysEnded)
 {
     WifiSystemApi& api = WifiSystemApi::GetInstance();
     RecordingListener listener;
@@ -438,7 +439,7 @@ TEST_F(SdkTest, TheProcesssNotifierEndsAndStays)
     ErrorStatus* const before = ErrorStatus::GetInstance();
     api.PostNotification(kOther);
     api.DestroyInstance();
-    EXPECT_THAT(listener.Heard(), SizeIs(1));
+    EXPECT_THAT(listener.Errors(), SizeIs(1));
     EXPECT_EQ(ErrorStatus::GetInstance(), before);
     channel.Deliver(0xD80028, Bytes().I32(5));
     EXPECT_EQ(ErrorStatusAccess::Tasks(*before), 1U);

@@ -19,8 +19,8 @@ using ::testing::Not;
 
 constexpr auto kScan = "WifiSystemApi::Scan";
 
-/// Nothing here needs the library to be started. The process opens one handle that works, so the
-/// tests for handles that do not come first.
+/// WLAN scans do not need the library to be started. The process keeps the first handle that opens,
+/// so the tests of handles that do not open come first.
 class WlanScan : public StoppedSdkTest {
   protected:
     void SetUp() override
@@ -41,7 +41,7 @@ class WlanScan : public StoppedSdkTest {
         ForgetWhatHappened();
     }
 
-    /// What the library asked of the system, the handles left out.
+    /// The library's calls of the system, except for those that open handles.
     static std::vector<std::string> Calls()
     {
         std::vector<std::string> calls;

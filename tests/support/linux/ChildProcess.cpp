@@ -235,7 +235,8 @@ class ChildProcess::Implementation {
 
     void Write(const std::string& line) const
     {
-        std::signal(SIGPIPE, SIG_IGN);  // a child that has ended is a failure, not an end
+        std::signal(SIGPIPE, SIG_IGN);  // writing to a child that has ended fails the test, it does
+                                        // not kill the test program
         const std::string text = line + "\n";
         if (write(input_.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
             ADD_FAILURE() << "the program takes no input";

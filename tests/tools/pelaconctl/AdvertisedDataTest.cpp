@@ -1,4 +1,4 @@
-// What advertisements say, as people and programs read it.
+// The contents of advertisements, as text and in JSON.
 #include <tests/support/Bytes.h>
 #include <tools/pelaconctl/AdvertisedData.h>
 #include <tools/pelaconctl/Failure.h>

@@ -34,7 +34,7 @@ class NoDescriptors {
     rlimit before_{};
 };
 
-TEST_F(CrowdTest, CallersAreTurnedAwayAtOnceWhereNoDescriptorIsLeft)
+TEST_F(CrowdTest, CallersAreRefusedAtOnceWhenNoDescriptorIsLeft)
 {
     if (kSanitized) {
         GTEST_SKIP() << "UBSan opens a pipe to check an object's type";
@@ -56,7 +56,7 @@ TEST_F(CrowdTest, CallersAreTurnedAwayAtOnceWhereNoDescriptorIsLeft)
 }
 
 // A system's service, with few places so that it is full soon; see Roles.cpp.
-TEST_F(CrowdTest, OneUserDoesNotShutOutOthersNorTwoOperators)
+TEST_F(CrowdTest, AUserLeavesPlacesToOthersAndTwoLeaveSomeToOperators)
 {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become several users";
@@ -64,7 +64,7 @@ TEST_F(CrowdTest, OneUserDoesNotShutOutOthersNorTwoOperators)
     PeerProcess crowded("serve-crowd");
     const std::string limits = crowded.ReadLine();
     if (limits == "cannot") {
-        GTEST_SKIP() << "no /run of its own to be had";
+        GTEST_SKIP() << "a /run of its own is not allowed here";
     }
     EXPECT_EQ(limits, "256 places");
     EXPECT_EQ(crowded.ReadLine(), "64 of the first user's first process");

@@ -93,8 +93,8 @@ TEST_F(ForkTest, AChildKeepsNoConnectionOfItsParentOpen)
     const pid_t child = fork();
     if (child == 0) {
         close(end[1]);
-        const bool told = write(begin[1], &byte, 1) == 1;
-        _exit(told && read(end[0], &byte, 1) == 0 ? 0 : 1);
+        const bool begun = write(begin[1], &byte, 1) == 1;
+        _exit(begun && read(end[0], &byte, 1) == 0 ? 0 : 1);
     }
     close(end[0]);
     ASSERT_EQ(read(begin[0], &byte, 1), 1) << "the child does not run";

@@ -120,21 +120,21 @@ int ServeCrowd()
         hoarders.push_back(std::make_unique<PeerProcess>("hoard-as-" + std::to_string(user)));
         std::cout << hoarders.back()->ReadLine() << whose << std::endl;
     };
-    const auto say = [](const char* what, const std::string& outcome) {
+    const auto report = [](const char* what, const std::string& outcome) {
         std::cout << what << outcome << std::endl;
     };
     hoard(60001, " of the first user's first process");
     hoard(60001, " of its second");
     hoard(60001, " of its third");
-    say("a program of another user: ", Outcome("call-as-nobody"));
+    report("a program of another user: ", Outcome("call-as-nobody"));
     hoard(60002, " of the second user's first process");
     hoard(60002, " of its second");
-    say("a program of another user: ", Outcome("call-as-nobody"));
+    report("a program of another user: ", Outcome("call-as-nobody"));
     hoard(60003, " of a third user");
     hoard(60004, " of a fourth user");
-    say("a program of another user: ", Outcome("call-as-nobody"));
-    say("an operator's command: ", Outcome("control"));
-    say("an operator's program: ", Outcome("call"));
+    report("a program of another user: ", Outcome("call-as-nobody"));
+    report("an operator's command: ", Outcome("control"));
+    report("an operator's program: ", Outcome("call"));
     std::cout << handler.warnings.Count() << " warning" << std::endl;
     return 0;
 }

@@ -290,7 +290,7 @@ TEST_F(SocketsTest, ASystemServiceServesUsersItsSocketAdmitsAndObeysRoot)
     PeerProcess system("serve-system");
     const std::string socket = system.ReadLine();
     if (socket == "cannot") {
-        GTEST_SKIP() << "no /run of its own to be had";
+        GTEST_SKIP() << "a /run of its own is not allowed here";
     }
     EXPECT_EQ(socket, "/run/pelacon/ChannelTest.sock");
     EXPECT_EQ(system.ReadLine(), "755 660");

@@ -47,7 +47,7 @@ struct Scan {
 
 class Kernel {
   public:
-    bool knowsWireless = true;
+    bool hasWireless = true;
     bool silent = false;                                   ///< answers are held back
     std::vector<std::optional<std::uint32_t>> interfaces;  ///< by index; some have none
     int scanResult = 0;
@@ -122,7 +122,7 @@ class Kernel {
         ASSERT_EQ(genlmsg_parse(&request, 0, attributes, CTRL_ATTR_MAX, nullptr), 0);
         ASSERT_NE(attributes[CTRL_ATTR_FAMILY_NAME], nullptr);
         EXPECT_STREQ(nla_get_string(attributes[CTRL_ATTR_FAMILY_NAME]), "nl80211");
-        if (!knowsWireless) {
+        if (!hasWireless) {
             return Acknowledge(request, -ENOENT);
         }
         const Message reply = Reply(request, GENL_ID_CTRL, 0, CTRL_CMD_NEWFAMILY);
@@ -208,7 +208,7 @@ TEST_F(WlanTest, InterfacesAreListedInTheKernelsOrder)
     theKernel.interfaces = {7, std::nullopt, 3};
     const auto interfaces = pelacon::os::ListWlanInterfaces(handle);
     ASSERT_NE(interfaces, nullptr);
-    EXPECT_EQ(interfaces->Count(), 2U) << "one that has no index is none";
+    EXPECT_EQ(interfaces->Count(), 2U) << "an interface without an index is ignored";
     interfaces->RequestScan(1);
     interfaces->RequestScan(0);
     const int flags = NLM_F_REQUEST | NLM_F_ACK;
@@ -223,11 +223,11 @@ TEST_F(WlanTest, TheListMayBeEmpty)
 
 TEST_F(WlanTest, AKernelWithoutWirelessListsNothing)
 {
-    theKernel.knowsWireless = false;
+    theKernel.hasWireless = false;
     EXPECT_EQ(Count(), std::nullopt);
-    theKernel.knowsWireless = true;
+    theKernel.hasWireless = true;
     theKernel.interfaces = {7};
-    EXPECT_EQ(Count(), 1U) << "it may learn about it later";
+    EXPECT_EQ(Count(), 1U) << "wireless may be available later";
 }
 
 TEST_F(WlanTest, ARefusedScanIsIgnored)
@@ -256,15 +256,15 @@ TEST_F(WlanTest, ALateAnswerIsIgnored)
 TEST_F(WlanTest, AForkedChildHasItsOwnSocket)
 {
     theKernel.interfaces = {7, 3};
-    std::promise<void> asked;
+    std::promise<void> listing;
     std::promise<void> forked;
     theKernel.onRequest = [&] {
-        asked.set_value();
+        listing.set_value();
         EXPECT_EQ(forked.get_future().wait_for(std::chrono::seconds(10)),
                   std::future_status::ready);
     };
     std::thread other([&] { EXPECT_EQ(Count(), 2U); });
-    ASSERT_EQ(asked.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_EQ(listing.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     EXPECT_EQ(pelacon::test::InChild([&] { return Count() == 2U ? 0 : 1; }), 0);
     forked.set_value();
     other.join();

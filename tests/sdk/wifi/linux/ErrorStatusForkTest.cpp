@@ -1,4 +1,4 @@
-// The error notifier in a child that fork made of the process.
+// The error notifier in a forked child.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <tests/sdk/wifi/ErrorListeners.h>
 #include <tests/support/SdkTest.h>
@@ -23,9 +23,9 @@ WifiSystemApi& Api()
 }
 
 /// Posts an error and waits for it. Returns how many of these failed.
-int HearAnError(RecordingListener& listener, ConnectErrorCode code)
+int PostAndReceiveAnError(RecordingListener& listener, ConnectErrorCode code)
 {
-    const std::size_t before = listener.Heard().size();
+    const std::size_t before = listener.Errors().size();
     Api().PostNotification(code);
     return listener.Wait(before + 1).back().code != code;
 }
@@ -44,8 +44,8 @@ TEST_F(ErrorStatusForkTest, AChildReceivesErrorsWhileAParentsThreadIsInAListener
     ASSERT_EQ(inListener.get_future().wait_for(kNotifierLimit), std::future_status::ready);
     EXPECT_EQ(InChild([&] {
                   listener.meanwhile = nullptr;
-                  int failed = Api().RegistListener(&listener);  // it still is
-                  failed += HearAnError(listener, kConnectSuccess);
+                  int failed = Api().RegistListener(&listener);  // false: it is still registered
+                  failed += PostAndReceiveAnError(listener, kConnectSuccess);
                   Api().DestroyInstance();
                   return failed;
               }),
@@ -53,7 +53,7 @@ TEST_F(ErrorStatusForkTest, AChildReceivesErrorsWhileAParentsThreadIsInAListener
     forked.set_value();
     listener.Wait(1);
     listener.meanwhile = nullptr;
-    EXPECT_EQ(HearAnError(listener, kConnectSuccess), 0);
+    EXPECT_EQ(PostAndReceiveAnError(listener, kConnectSuccess), 0);
     EXPECT_TRUE(Api().UnregistListener(&listener));
 }
 
@@ -65,7 +65,7 @@ TEST_F(ErrorStatusForkTest, AChildForkedInAListenerReceivesErrors)
     listener.meanwhile = [&](const ErrorDetail&) {
         result.set_value(InChild([&] {
             listener.meanwhile = nullptr;
-            return HearAnError(listener, kConnectSuccess);
+            return PostAndReceiveAnError(listener, kConnectSuccess);
         }));
     };
     Api().PostNotification(kConnectBleSendFail);
