@@ -24,7 +24,7 @@ Mailbox<AdvertisingEnd>& Ends()
     return ends;
 }
 
-Mailbox<BleScanResultC>& Results()
+Mailbox<BleScanResultC>& ReceivedResults()
 {
     static auto& results = *new Mailbox<BleScanResultC>;
     return results;
@@ -33,15 +33,15 @@ Mailbox<BleScanResultC>& Results()
 BleAdvCallbacksC advTable{[](std::int32_t advId, std::int32_t status) {
     Ends().Put({advId, status});
 }};
-BleScanCallbacksC scanTable{nullptr,
-                            [](std::int32_t, BleScanResultC result) { Results().Put(result); }};
+BleScanCallbacksC scanTable{
+    nullptr, [](std::int32_t, BleScanResultC result) { ReceivedResults().Put(result); }};
 
 class Advertise : public ::testing::Test {
   protected:
     Advertise()
     {
         Ends().Clear();
-        Results().Clear();
+        ReceivedResults().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~Advertise() override
@@ -97,10 +97,11 @@ TEST_F(Advertise, AScannerReceivesDataAndScanResponse)
     const ByteVector data(31, 7);
     const ByteVector response{3, 9, 'm', 'e'};
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {data, response}), 0);
-    BleScanResultC received = Results().NextThat([](const auto& one) { return !IsResponse(one); });
+    BleScanResultC received =
+        ReceivedResults().NextThat([](const auto& one) { return !IsResponse(one); });
     EXPECT_EQ(received.address, 0x0A0B0C0D0E0FU);
     EXPECT_EQ(DataOf(received), data);
-    received = Results().NextThat(IsResponse);
+    received = ReceivedResults().NextThat(IsResponse);
     EXPECT_EQ(DataOf(received), response);
     EXPECT_EQ(BleAdvertiser::BleStopAdvertise(id), 0);
 }
@@ -109,7 +110,7 @@ TEST_F(Advertise, AScannerReceivesAnotherProgramsAdvertisement)
 {
     Listen();
     ChildProcess other(PelaconctlPath(), {"advertise", "--name", "Neighbour"});
-    const BleScanResultC received = Results().Next();
+    const BleScanResultC received = ReceivedResults().Next();
     std::uint8_t* name = nullptr;
     std::uint32_t length = 0;
     ASSERT_EQ(BleGetAdvDataByType(received.data, received.dataLen, 0x09, &name, &length), 0);
@@ -149,7 +150,7 @@ TEST_F(Advertise, EndsWithTheServiceAndCanStartAgain)
     EXPECT_EQ(end.status, kBleAdvServiceRestart);
     Listen();
     ASSERT_EQ(BleAdvertiser::BleStartAdvertise(id, kParams, {{2, 1, 6}, {}}), 0);
-    EXPECT_EQ(DataOf(Results().Next()), (ByteVector{2, 1, 6}));
+    EXPECT_EQ(DataOf(ReceivedResults().Next()), (ByteVector{2, 1, 6}));
 }
 
 TEST_F(Advertise, UnregisteredIdsAreUnknown)

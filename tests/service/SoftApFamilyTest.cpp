@@ -1,8 +1,7 @@
 #include <protocol/ServiceStatus.h>
 #include <protocol/SoftAp.h>
-#include <protocol/WifiChannels.h>
 #include <protocol/WifiState.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/SoftApFixture.h>
 
 #include <gmock/gmock.h>
 
@@ -21,81 +20,9 @@ using protocol::kStatusNotSupported;
 using protocol::kStatusRadioOff;
 using protocol::SoftApInfoMessage;
 using ::testing::ElementsAre;
-using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr char kWorld[] = R"({
-    "wifi": {"switchMs": 1,
-             "channels": [{"channel": 149, "load": 30}, {"channel": 6, "load": 10},
-                          {"channel": 1, "load": 5}, {"channel": 36, "load": 20}],
-             "connected": {"ssid": "Home", "channel": 149}},
-    "wifiCards": {"interfaces": [
-        {"name": "wlan0", "guid": "{5E1AC0DE-0000-4000-8000-000000000001}"},
-        {"name": "ap0", "guid": "{5E1AC0DE-0000-4000-8000-00000000000A}"}]},
-    "softAp": {"ssid": "Desk AP", "passPhrase": "eight letters", "address": "AA:BB:CC:DD:EE:0F",
-               "ipAddress": "10.0.0.1", "creation": {"ms": 1}, "removeMs": 1},
-    "phone": {"model": "Phone 9", "channels": [36, 149, 6, 157], "connectionChannel": 6}})";
-
-constexpr std::uint8_t kAny = 0;
-constexpr std::uint8_t k24G = 1;
-constexpr std::uint8_t k5G = 2;
-constexpr std::int32_t kAlreadyExists = 0x10000001;
-
-class SoftApFamilyTest : public ServiceTest {
-  protected:
-    SoftApFamilyTest() { StartService(kWorld); }
-
-    void StartAnew(const std::string& world)
-    {
-        EndService();
-        StartService(world);
-    }
-
-    static SoftApInfoMessage Create(TestClient& client, std::uint8_t band = kAny,
-                                    std::int32_t purpose = 0)
-    {
-        SoftApInfoMessage request{};
-        request.requestByte = band;
-        request.requestInt = purpose;
-        const auto reply = client.Call(protocol::kSystemCreateSoftAP, request);
-        EXPECT_TRUE(reply);
-        return reply.value_or(SoftApInfoMessage{});
-    }
-    static std::int32_t Destroy(TestClient& client, std::int32_t purpose = 0)
-    {
-        const auto reply = client.Call(protocol::kSystemDestroySoftAP, {purpose});
-        return reply.value_or(protocol::Int32Record{-99}).value;
-    }
-    static std::int32_t LastError(TestClient& client)
-    {
-        return client.Call(protocol::kGetSoftApError)->value;
-    }
-    static int Channel(TestClient& client)
-    {
-        return client.Call(protocol::kGetSoftAPChannel)->value;
-    }
-    static bool Exists(TestClient& client)
-    {
-        return client.Call(protocol::kCheckMySoftAPExist)->value != 0;
-    }
-    static void Listen(TestClient& client)
-    {
-        EXPECT_EQ(client.Call(protocol::kRegisterSoftApNotification)->status, kStatusDone);
-        EXPECT_TRUE(client.Call(protocol::kRegistSoftApConnectStatus));
-    }
-    static std::string NextAdvertisement(TestClient& client)
-    {
-        const auto state = client.Next(protocol::kSoftApAdvertisement);
-        return std::to_string(state.status) + ' ' + std::to_string(state.channel) + ' ' +
-               std::string(TextIn(state.ssid));
-    }
-    int Requests() { return Command({{"command", "status"}})["counters"]["requests"].get<int>(); }
-    void Join(const char* address) { Command({{"command", "softap.join"}, {"address", address}}); }
-    void Leave(const char* address)
-    {
-        Command({{"command", "softap.leave"}, {"address", address}});
-    }
-};
+using SoftApFamilyTest = SoftApFixture;
 
 // ---- Creation and end
 
@@ -439,146 +366,7 @@ TEST_F(SoftApFamilyTest, NotificationsContinueAfterUnregistering)
     EXPECT_EQ(NextAdvertisement(client), "1 149 Desk AP");
 }
 
-// ---- Channels
-
-TEST_F(SoftApFamilyTest, UsesTheCommonChannelOfPhoneAndMachine)
-{
-    TestClient client(PipeName());
-    EXPECT_EQ(Create(client).apByte1, 6) << "the phone's own connection";
-    Destroy(client);
-    Command({{"command", "phone.channel"}, {"channel", 0}});
-    EXPECT_EQ(Create(client).apByte1, 149) << "the machine's";
-    Destroy(client);
-    Command({{"command", "wifi.disconnect"}});
-    EXPECT_EQ(Create(client).apByte1, 6) << "the least busy one that both support";
-    Destroy(client);
-    EXPECT_EQ(Create(client, k5G).apByte1, 36);
-}
-
-TEST_F(SoftApFamilyTest, NeedsAChannelThatBothSupport)
-{
-    TestClient client(PipeName());
-    client.Call(protocol::kRemovePhoneSupportChannels);
-    client.Call(protocol::kAddPhoneSupport24Channel, {11});
-    EXPECT_EQ(Create(client).errorCode, kStatusNotSupported);
-    client.Call(protocol::kAddPhoneSupport24Channel, {1});
-    EXPECT_EQ(Create(client).apByte1, 1);
-    Destroy(client);
-    EXPECT_EQ(Create(client, k5G).errorCode, kStatusNotSupported);
-    EXPECT_EQ(Create(client, 9).errorCode, kStatusNotSupported) << "there is no such band";
-}
-
-TEST_F(SoftApFamilyTest, MovesBetweenTheBands)
-{
-    TestClient client(PipeName());
-    Listen(client);
-    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 0) << "there is no soft AP";
-    Create(client, k24G);
-    EXPECT_EQ(NextAdvertisement(client), "1 6 Desk AP");
-    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 149);
-    EXPECT_EQ(NextAdvertisement(client), "2 149 Desk AP");
-    EXPECT_EQ(client.Call(protocol::kRepickChannelWithoutEffect, {0})->value, 6);
-    EXPECT_EQ(Channel(client), 149) << "without effect";
-    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {0})->value, 6);
-    EXPECT_EQ(NextAdvertisement(client), "2 6 Desk AP");
-}
-
-TEST_F(SoftApFamilyTest, ItsChannelIsChosenAgain)
-{
-    TestClient client(PipeName());
-    EXPECT_EQ(client.Call(protocol::kSystemRefreshSoftAPChannel)->value, 0);
-    Command({{"command", "phone.channel"}, {"channel", 36}});
-    EXPECT_EQ(Create(client, k5G).apByte1, 36);
-    Command({{"command", "phone.channel"}, {"channel", 149}});
-    EXPECT_EQ(client.Call(protocol::kSystemRefreshSoftAPChannel)->value, 149);
-    EXPECT_EQ(Channel(client), 149);
-}
-
-TEST_F(SoftApFamilyTest, Avoids5GHzWhereItHasFailed)
-{
-    TestClient client(PipeName());
-    Command({{"command", "phone.channel"}, {"channel", 0}});
-    client.Call(protocol::kCheckIsSet5GFailed);
-    EXPECT_EQ(Create(client).apByte1, 149) << "nothing has failed";
-    Destroy(client);
-    client.Call(protocol::kRemovePhoneSupportChannels);
-    client.Call(protocol::kAddPhoneSupport24Channel, {6});
-    Create(client);
-    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 6) << "it stays";
-    client.Call(protocol::kAddPhoneSupportChannel, {149});
-    client.Call(protocol::kCheckIsSet5GFailed);
-    Destroy(client);
-    EXPECT_EQ(Create(client).apByte1, 6);
-    Destroy(client);
-    EXPECT_EQ(Create(client, k5G).apByte1, 149) << "the band itself is still possible";
-    Destroy(client);
-    client.Call(protocol::kRemovePhoneSupportChannels);
-    EXPECT_EQ(Create(client).apByte1, 149) << "a new phone clears the failure";
-}
-
-TEST_F(SoftApFamilyTest, TheMachinesChannelsAreListed)
-{
-    TestClient client(PipeName());
-    for (const auto& operation :
-         {protocol::kGetPCChannelList, protocol::kGetPCSupportChannelList}) {
-        const auto lists = client.Call(operation);
-        EXPECT_EQ(TextIn(lists->first), "1,6");
-        EXPECT_EQ(TextIn(lists->second), "36,149");
-        EXPECT_EQ(lists->value, 149);
-    }
-}
-
-TEST_F(SoftApFamilyTest, ThePhonesChannelsAreRecorded)
-{
-    TestClient client(PipeName());
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannelList), "36,149,157");
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhone24GChannelList), "6");
-    EXPECT_EQ(client.Call(protocol::kGetPhoneChannelList), "6,36,149,157");
-    client.Call(protocol::kRemovePhoneSupportChannels);
-    EXPECT_EQ(client.Call(protocol::kGetPhoneChannelList), "");
-    for (const std::int32_t channel : {44, 40, 44, 6, 0, -1, 37, 1000}) {
-        client.Call(protocol::kAddPhoneSupportChannel, {channel});
-    }
-    for (const std::int32_t channel : {13, 14, 15, 36}) {
-        client.Call(protocol::kAddPhoneSupport24Channel, {channel});
-    }
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannelList), "44,40");
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhone24GChannelList), "13,14");
-}
-
-TEST_F(SoftApFamilyTest, ThePhonesConnectionIsRecorded)
-{
-    TestClient client(PipeName());
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 6);
-    client.Call(protocol::kSetPhoneCurrentChannel, {157});
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 157);
-    client.Call(protocol::kSetPhoneCurrentChannel, {158});
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 0);
-    Command({{"command", "phone.channel"}, {"channel", 40}});
-    EXPECT_EQ(client.Call(protocol::kGetRecordPhoneChannel)->value, 40);
-}
-
-TEST_F(SoftApFamilyTest, BandsAndFrequenciesAreThoseOfTheStandard)
-{
-    struct Row {
-        std::int32_t channel;
-        std::int32_t type;
-        std::int32_t megahertz;
-    };
-    TestClient client(PipeName());
-    for (const Row& row :
-         {Row{1, 0, 2412}, Row{6, 0, 2437}, Row{13, 0, 2472}, Row{14, 0, 2484}, Row{36, 1, 5180},
-          Row{64, 1, 5320}, Row{100, 1, 5500}, Row{144, 1, 5720}, Row{149, 1, 5745},
-          Row{165, 1, 5825}, Row{177, 1, 5885}, Row{0, -1, 0}, Row{15, -1, 0}, Row{-6, -1, 0},
-          Row{37, -1, 0}, Row{148, -1, 0}, Row{181, -1, 0}}) {
-        EXPECT_EQ(client.Call(protocol::kGetFrequenceType, {row.channel})->value, row.type);
-        EXPECT_EQ(client.Call(protocol::kIs24GChannel, {row.channel})->value, row.type == 0);
-        EXPECT_EQ(client.Call(protocol::kIs5GChannel, {row.channel})->value, row.type == 1);
-        EXPECT_EQ(client.Call(protocol::kGetFrequencyFromChannel, {row.channel})->value,
-                  row.megahertz)
-            << row.channel;
-    }
-}
+// ---- The status command
 
 TEST_F(SoftApFamilyTest, IsPartOfTheStatus)
 {
