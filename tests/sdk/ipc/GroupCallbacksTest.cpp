@@ -1,11 +1,7 @@
+// Changes of the group, the registry of their callbacks, and groups that appear late.
 #include <PelaconSDK/PelaconSvc.h>
-#include <PelaconSDK/Vod2dApi.h>
-#include <sdk/ipc/GroupCallbacks.h>
-#include <sdk/ipc/IPCMessageSender.h>
-#include <tests/sdk/Vod2dIds.h>
-#include <tests/support/SdkTest.h>
+#include <tests/sdk/ipc/GroupFixture.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -21,108 +17,22 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kServiceStarted = 0xD700A0;
-constexpr std::int32_t kConnectionChange = 0xD80039;
-
 constexpr auto kGroups = "IPCMessageSender::SoftAPGroupsChangeCallBack";
-constexpr auto kStations = "IPCMessageSender::SoftAPConnectionStateChangeCallBack";
 
 constexpr std::chrono::seconds kLongest{5};
 
-ByteVector GroupChange(std::int32_t state, std::int32_t reason = 0)
+using GroupChanges = GroupFixture;
+
+TEST_F(GroupChanges, AreDeliveredInOrderOfRegistration)
 {
-    return Bytes().I32(state).I32(reason);
-}
-
-ByteVector Station(std::int32_t state, const std::string& address, const std::string& ip = "")
-{
-    return Bytes().I32(state).Text(address, 13).Text(ip, 16);
-}
-
-/// What was delivered, with the number of the table, as text.
-std::vector<std::string>& Delivered()
-{
-    static auto& delivered = *new std::vector<std::string>;
-    return delivered;
-}
-
-template <int Number>
-void TellGroup(Vod2dGroupChange change)
-{
-    Delivered().push_back(std::to_string(Number) + ": group " + std::to_string(change.state) + ' ' +
-                          std::to_string(change.reason));
-}
-
-template <std::size_t Size>
-std::string FieldText(const char (&field)[Size])
-{
-    return {field, std::find(field, field + Size, '\0')};
-}
-
-template <int Number>
-void TellStation(const Vod2dStationChange* change)
-{
-    Delivered().push_back(std::to_string(Number) + ": station " + std::to_string(change->state) +
-                          ' ' + FieldText(change->address) + ' ' + FieldText(change->ipAddress));
-}
-
-class GroupChanges : public SdkTest {
-  protected:
-    void SetUp() override
-    {
-        SdkTest::SetUp();
-        channel.Deliver(kGroupsChange, GroupChange(0));  // no time-out remains from an earlier test
-        channel.Reply(kRegister, Bytes().I32(0));
-        channel.Reply(kUnregister, Bytes().I32(0));
-        Delivered().clear();
-        ForgetWhatHappened();
-    }
-
-    void TearDown() override
-    {
-        Registry<GroupCallbacks>().WifiExceptCallback();  // no station remains for later tests
-        channel.Reply(kUnregister, Bytes().I32(0));
-        for (Vod2dWifiBroadcastRecvCb* table : registered_) {
-            Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(table);
-        }
-        SdkTest::TearDown();
-    }
-
-    Vod2dWifiBroadcastRecvCb& Register(void (*onGroup)(Vod2dGroupChange),
-                                       void (*onStation)(const Vod2dStationChange*) = nullptr)
-    {
-        auto& table = Lasting<Vod2dWifiBroadcastRecvCb>({onGroup, onStation});
-        EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&table), 0);
-        registered_.push_back(&table);
-        ForgetWhatHappened();
-        return table;
-    }
-
-    /// A creation that is not answered.
-    void TimeOut()
-    {
-        Vod2dSoftAPInfo info{};
-        EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&info), -12);
-        Threads::WaitForAll();
-        ForgetWhatHappened();
-    }
-
-  private:
-    std::vector<Vod2dWifiBroadcastRecvCb*> registered_;
-};
-
-// ---- The group
-
-TEST_F(GroupChanges, OfTheGroupAreDeliveredInOrderOfRegistration)
-{
-    Register(TellGroup<2>);
-    Register(TellGroup<1>);
-    Register(TellGroup<3>);
+    Register(DeliverGroup<2>);
+    Register(DeliverGroup<1>);
+    Register(DeliverGroup<3>);
     channel.Deliver(kGroupsChange, GroupChange(1, -7));
     EXPECT_THAT(Delivered(), ElementsAre("2: group 1 -7", "1: group 1 -7", "3: group 1 -7"));
 }
 
-TEST_F(GroupChanges, OfTheGroupAreLogged)
+TEST_F(GroupChanges, AreLogged)
 {
     Register([](Vod2dGroupChange) { Journal::Note("called"); });
     channel.Deliver(kGroupsChange, GroupChange(1));
@@ -132,10 +42,10 @@ TEST_F(GroupChanges, OfTheGroupAreLogged)
                             "log 1 end" + function));
 }
 
-TEST_F(GroupChanges, OfTheGroupSkipATableWithAnEmptySlot)
+TEST_F(GroupChanges, SkipATableWithAnEmptySlot)
 {
-    Register(TellGroup<1>);
-    Register(nullptr, TellStation<2>);
+    Register(DeliverGroup<1>);
+    Register(nullptr, DeliverStation<2>);
     channel.Deliver(kGroupsChange, GroupChange(0));
     EXPECT_THAT(Delivered(), ElementsAre("1: group 0 0"));
     EXPECT_THAT(LogLines::All(),
@@ -144,7 +54,7 @@ TEST_F(GroupChanges, OfTheGroupSkipATableWithAnEmptySlot)
 
 TEST_F(GroupChanges, WithoutAPayloadAreDropped)
 {
-    Register(TellGroup<1>, TellStation<1>);
+    Register(DeliverGroup<1>, DeliverStation<1>);
     channel.DeliverWithoutPayload(kGroupsChange);
     channel.DeliverWithoutPayload(kConnectionChange);
     EXPECT_THAT(Delivered(), IsEmpty());
@@ -153,7 +63,7 @@ TEST_F(GroupChanges, WithoutAPayloadAreDropped)
 
 TEST_F(GroupChanges, WithANullRecordAreRefusedByTheHandlers)
 {
-    Register(TellGroup<1>, TellStation<1>);
+    Register(DeliverGroup<1>, DeliverStation<1>);
     Registry<GroupCallbacks>().SoftAPGroupsChangeCallBack(nullptr);
     Registry<GroupCallbacks>().SoftAPConnectionStateChangeCallBack(nullptr);
     EXPECT_THAT(Delivered(), IsEmpty());
@@ -166,7 +76,7 @@ TEST_F(GroupChanges, WithANullRecordAreRefusedByTheHandlers)
 
 TEST_F(GroupChanges, ReachATableOnlyIfTheServiceAccepted)
 {
-    auto& table = Lasting<Vod2dWifiBroadcastRecvCb>({TellGroup<1>, nullptr});
+    auto& table = Lasting<Vod2dWifiBroadcastRecvCb>({DeliverGroup<1>, nullptr});
     channel.Reply(kRegister, Bytes().I32(4));
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&table), 4);
     channel.ReplyNothing(kRegister);
@@ -177,7 +87,7 @@ TEST_F(GroupChanges, ReachATableOnlyIfTheServiceAccepted)
 
 TEST_F(GroupChanges, ReachATableOnceHoweverOftenItIsRegistered)
 {
-    Vod2dWifiBroadcastRecvCb& table = Register(TellGroup<1>, TellStation<1>);
+    Vod2dWifiBroadcastRecvCb& table = Register(DeliverGroup<1>, DeliverStation<1>);
     EXPECT_EQ(Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(&table), 0);
     constexpr auto kMember = "Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback";
     EXPECT_THAT(LogLines::All(), ElementsAre(Start(kMember),
@@ -193,8 +103,8 @@ TEST_F(GroupChanges, ReachATableOnceHoweverOftenItIsRegistered)
 
 TEST_F(GroupChanges, EndWithTheRegistration)
 {
-    Vod2dWifiBroadcastRecvCb& first = Register(TellGroup<1>);
-    Register(TellGroup<2>);
+    Vod2dWifiBroadcastRecvCb& first = Register(DeliverGroup<1>);
+    Register(DeliverGroup<2>);
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&first), 0);
     constexpr auto kMember = "Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback";
     EXPECT_THAT(
@@ -207,7 +117,7 @@ TEST_F(GroupChanges, EndWithTheRegistration)
 
 TEST_F(GroupChanges, AreDeliveredWhenUnregisteringFails)
 {
-    Vod2dWifiBroadcastRecvCb& table = Register(TellGroup<1>);
+    Vod2dWifiBroadcastRecvCb& table = Register(DeliverGroup<1>);
     channel.Reply(kUnregister, Bytes().I32(4));
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&table), 4);
     channel.ReplyNothing(kUnregister);
@@ -229,7 +139,7 @@ TEST_F(GroupChanges, ANullTableIsRefused)
 
 TEST_F(GroupChanges, AreDeliveredAfterStopAndStart)
 {
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     PelaconSvcStop();
     ASSERT_EQ(PelaconSvcStart(), 0);
     channel.Deliver(kGroupsChange, GroupChange(1));
@@ -241,7 +151,7 @@ TEST_F(GroupChanges, AreDeliveredAfterStopAndStart)
 TEST_F(GroupChanges, AGroupThatAppearsAfterATimeOutIsRemovedWithoutACallback)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(1));
     EXPECT_THAT(Delivered(), IsEmpty());
@@ -259,7 +169,7 @@ TEST_F(GroupChanges, AGroupThatAppearsAfterATimeOutIsRemovedWithoutACallback)
 
 TEST_F(GroupChanges, AnotherStateAfterATimeOutIsDeliveredAndClearsTheFlag)
 {
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(0, 10));
     EXPECT_THAT(Delivered(), ElementsAre("1: group 0 10"));
@@ -273,7 +183,7 @@ TEST_F(GroupChanges, AnotherStateAfterATimeOutIsDeliveredAndClearsTheFlag)
 
 TEST_F(GroupChanges, StatesOtherThanZeroAndOneClearTheFlag)
 {
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     for (const std::int32_t state : {2, -1, 257}) {
         TimeOut();
         channel.Deliver(kGroupsChange, GroupChange(state));
@@ -285,7 +195,7 @@ TEST_F(GroupChanges, StatesOtherThanZeroAndOneClearTheFlag)
 TEST_F(GroupChanges, TwoTimeOutsRemoveOneGroup)
 {
     channel.Reply(kRemoveGroup, Bytes().I32(0));
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     TimeOut();
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(1));
@@ -295,7 +205,7 @@ TEST_F(GroupChanges, TwoTimeOutsRemoveOneGroup)
 
 TEST_F(GroupChanges, ARemovalKeepsTheFlag)
 {
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     TimeOut();
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), -12) << "one that times out";
     channel.Reply(kRemoveGroup, Bytes().I32(0));
@@ -308,7 +218,7 @@ TEST_F(GroupChanges, ARemovalKeepsTheFlag)
 
 TEST_F(GroupChanges, ACreationThatIsNotSentIsNoTimeOut)
 {
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     PelaconSvcStop();
     Vod2dSoftAPInfo info{};
     EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&info), -1);
@@ -320,7 +230,7 @@ TEST_F(GroupChanges, ACreationThatIsNotSentIsNoTimeOut)
 TEST_F(GroupChanges, ACreationThatFailsIsNoTimeOut)
 {
     channel.Reply(kCreateGroup, Bytes().Zeros(320).I32(10));
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     Vod2dSoftAPInfo info{};
     EXPECT_EQ(Vod2dApi::Vod2dCreateGroup(&info), 10);
     channel.Deliver(kGroupsChange, GroupChange(1));
@@ -329,7 +239,7 @@ TEST_F(GroupChanges, ACreationThatFailsIsNoTimeOut)
 
 TEST_F(GroupChanges, ARemovalAfterATimeOutMayTimeOutItself)
 {
-    Register(TellGroup<1>);
+    Register(DeliverGroup<1>);
     TimeOut();
     channel.Deliver(kGroupsChange, GroupChange(1));
     EXPECT_EQ(Events::All().size(), 1U) << "error code 2";
@@ -408,168 +318,6 @@ TEST_F(GroupChanges, UnregisteringWaitsForARunningCallback)
     EXPECT_EQ(Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&table), 0);
     EXPECT_TRUE(ended);
     delivery.join();
-}
-
-// ---- Stations
-
-TEST_F(GroupChanges, OfStationsAreDeliveredInOrderOfRegistration)
-{
-    Register(nullptr, TellStation<2>);
-    Register(TellGroup<9>);
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "0123456789ab", "192.168.137.101"));
-    EXPECT_THAT(Delivered(), ElementsAre("2: station 1 0123456789ab 192.168.137.101",
-                                         "1: station 1 0123456789ab 192.168.137.101"));
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kStations), End(kStations)));
-}
-
-TEST_F(GroupChanges, OfStationsKeepTextsThatFillTheirFields)
-{
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(-2, "0123456789abc", "0123456789abcdef"));
-    EXPECT_THAT(Delivered(), ElementsAre("1: station -2 0123456789abc 0123456789abcdef"));
-}
-
-TEST_F(GroupChanges, OfStationsReachEveryTableAsACopyOfItsOwn)
-{
-    const auto spoil = [](const Vod2dStationChange* change) {
-        const_cast<Vod2dStationChange*>(change)->state = 5;
-        const_cast<Vod2dStationChange*>(change)->address[0] = 'X';
-    };
-    Register(nullptr, spoil);
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "aa"));
-    EXPECT_THAT(Delivered(), ElementsAre("1: station 1 aa "));
-}
-
-TEST_F(GroupChanges, OfAStationThatCannotBeCopiedAreDropped)
-{
-    Register(nullptr, TellStation<1>);
-    Register(nullptr, TellStation<2>);
-    Copies::FailNext();
-    channel.Deliver(kConnectionChange, Station(1, "aa"));
-    EXPECT_THAT(Delivered(), IsEmpty());
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kStations), Line(4, "memcpy error", kStations)));
-    Copies::FailAfter(3);  // the second field for the second table
-    channel.Deliver(kConnectionChange, Station(1, "aa"));
-    EXPECT_THAT(Delivered(), ElementsAre("1: station 1 aa "));
-    EXPECT_EQ(LogLines::All().back(), Line(4, "memcpy error", kStations));
-}
-
-// ---- Stations of a service that has ended
-
-class StationsAfterARestart : public GroupChanges {
-  protected:
-    /// What is delivered after a restart of the service.
-    std::vector<std::string> DeliveredAfterRestart()
-    {
-        Delivered().clear();
-        channel.DeliverWithoutPayload(kServiceStarted);
-        return Delivered();
-    }
-};
-
-TEST_F(StationsAfterARestart, AreReportedAsGone)
-{
-    Register(nullptr, TellStation<1>);
-    Register(TellGroup<7>);
-    Register(nullptr, TellStation<2>);
-    channel.Deliver(kConnectionChange, Station(1, "bbb", "10.0.0.2"));
-    channel.Deliver(kConnectionChange, Station(1, "aaa", "10.0.0.1"));
-    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("1: station 0 aaa ", "2: station 0 aaa ",
-                                                     "1: station 0 bbb ", "2: station 0 bbb "));
-    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty()) << "once";
-}
-
-TEST_F(StationsAfterARestart, IncludeOnlyThoseThatHadNotLeft)
-{
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    channel.Deliver(kConnectionChange, Station(1, "bbb"));
-    channel.Deliver(kConnectionChange, Station(1, "ccc"));
-    channel.Deliver(kConnectionChange, Station(0, "aaa"));
-    channel.Deliver(kConnectionChange, Station(2, "bbb"));  // a state other than 0 and 1
-    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("1: station 0 ccc "));
-}
-
-TEST_F(StationsAfterARestart, AreUnknownWithoutATable)
-{
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    Vod2dWifiBroadcastRecvCb& groupsOnly = Register(TellGroup<1>);
-    channel.Deliver(kConnectionChange, Station(1, "bbb"));
-    Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&groupsOnly);
-    Register(nullptr, TellStation<1>);
-    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty());
-}
-
-TEST_F(StationsAfterARestart, AreKeptWhenTheirTableIsUnregistered)
-{
-    Vod2dWifiBroadcastRecvCb& first = Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(&first);
-    Register(nullptr, TellStation<2>);
-    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("2: station 0 aaa "));
-}
-
-TEST_F(StationsAfterARestart, AreUnknownWhenTheirCopyFailed)
-{
-    Register(nullptr, TellStation<1>);
-    Copies::FailNext();
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty());
-}
-
-TEST_F(StationsAfterARestart, MayHaveAddressesThatFillTheField)
-{
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "0123456789abc", "10.0.0.1"));
-    EXPECT_THAT(DeliveredAfterRestart(), ElementsAre("1: station 0 0123456789abc "));
-}
-
-TEST_F(StationsAfterARestart, AreLeftOutWhenTheirAddressCannotBeCopied)
-{
-    constexpr auto kFunction = "IPCMessageSender::WifiExceptCallback";
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    channel.Deliver(kConnectionChange, Station(1, "bbb"));
-    Delivered().clear();
-    ForgetWhatHappened();
-    Copies::FailNext();
-    Registry<GroupCallbacks>().WifiExceptCallback();
-    EXPECT_THAT(Delivered(), ElementsAre("1: station 0 bbb "));
-    EXPECT_THAT(LogLines::All(),
-                ElementsAre(Start(kFunction), Line(4, "memcpy error!", kFunction), End(kFunction)));
-}
-
-TEST_F(StationsAfterARestart, AreReportedAfterTheRepairRequest)
-{
-    Register(nullptr, [](const Vod2dStationChange*) { Journal::Note("delivered"); });
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    ForgetWhatHappened();
-    channel.DeliverWithoutPayload(kServiceStarted);
-    const std::vector<std::string> entries = Journal::Entries();
-    const auto repair = std::find(entries.begin(), entries.end(), "request 0xD700A1");
-    EXPECT_NE(std::find(repair, entries.end(), "delivered"), entries.end());
-}
-
-TEST_F(StationsAfterARestart, AreNotReportedWhenAnotherServiceRuns)
-{
-    Processes::Set({});
-    Register(nullptr, TellStation<1>);
-    channel.Deliver(kConnectionChange, Station(1, "aaa"));
-    EXPECT_THAT(DeliveredAfterRestart(), IsEmpty());
-}
-
-TEST(StationDeparture, ARecordThatDoesNotFitIsRefused)
-{
-    LogLines::Clear();
-    Vod2dStationChange change{};
-    EXPECT_TRUE(FillDeparture(std::string(13, 'a'), change));
-    EXPECT_THAT(LogLines::All(), IsEmpty());
-    EXPECT_FALSE(FillDeparture(std::string(14, 'a'), change));
-    EXPECT_THAT(LogLines::All(),
-                ElementsAre(Line(4, "length too long!", "IPCMessageSender::WifiExceptCallback")));
 }
 
 }  // namespace
