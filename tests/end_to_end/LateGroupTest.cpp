@@ -67,7 +67,7 @@ class LateGroup : public ::testing::Test {
         return Vod2dApi::Vod2dCreateGroup(&info);
     }
     /// A creation that times out. The library's own requests afterwards have the full time again.
-    static void CreateInVain()
+    static void TimeOutACreation()
     {
         LimitWaits(kShortWait);
         EXPECT_EQ(Create(), kWifiNoReply);
@@ -84,7 +84,7 @@ class LateGroup : public ::testing::Test {
 TEST_F(LateGroup, IsRemovedWithoutACallback)
 {
     StartService(R"([{"ms": 300}])");
-    CreateInVain();
+    TimeOutACreation();
     // The first callback reports the removal that the library itself requested.
     EXPECT_EQ(Delivered().Next(), "0 because 0");
     EXPECT_FALSE(GroupExists());
@@ -98,7 +98,7 @@ TEST_F(LateGroup, IsRemovedWithoutACallback)
 TEST_F(LateGroup, AFailedCreationIsReportedAndEndsTheWatch)
 {
     StartService(R"([{"ms": 300, "fails": true}])");
-    CreateInVain();
+    TimeOutACreation();
     EXPECT_EQ(Delivered().Next(), "0 because 10");
     EXPECT_EQ(Create(), kWifiSuccess);
     EXPECT_EQ(Delivered().Next(), "1 because 0");
@@ -108,7 +108,7 @@ TEST_F(LateGroup, AFailedCreationIsReportedAndEndsTheWatch)
 TEST_F(LateGroup, ARestartEndsTheWatch)
 {
     StartService(R"([{"ms": 600000}])");
-    CreateInVain();
+    TimeOutACreation();
     service->Restart();
     EXPECT_EQ(Delivered().Next(), "0 because 11") << "the new service reports that there is none";
     Vod2dSoftAPInfo info{};
@@ -118,7 +118,7 @@ TEST_F(LateGroup, ARestartEndsTheWatch)
 TEST_F(LateGroup, ARemovalBeforeItAppearsEndsTheWatch)
 {
     StartService(R"([{"ms": 600000}])");
-    CreateInVain();
+    TimeOutACreation();
     EXPECT_EQ(Vod2dApi::Vod2dRemoveGroup(), kWifiSuccess);
     EXPECT_EQ(Delivered().Next(), "0 because 11");
     EXPECT_EQ(Create(), kWifiSuccess);
@@ -146,7 +146,7 @@ TEST_F(LateGroup, IsRemovedWhileTheApplicationWaitsForAnotherRequest)
     StartService(R"([{"ms": 300}])");
     service->Command({{"command", "fault.add"},
                       {"fault", {{"request", "Vod2dGetFrequency"}, {"do", "delay"}, {"ms", 600}}}});
-    CreateInVain();
+    TimeOutACreation();
     EXPECT_EQ(Vod2dApi::Vod2dGetFrequency(), 5745) << "the late group exists meanwhile";
     EXPECT_EQ(Delivered().Next(), "0 because 0");
     EXPECT_FALSE(GroupExists());
@@ -156,7 +156,7 @@ TEST_F(LateGroup, IsRemovedThoughNoTableIsRegistered)
 {
     service.emplace(R"({"group": {"creation": {"ms": 300}, "removeMs": 1}})");
     EXPECT_EQ(PelaconSvcStart(), 0);
-    CreateInVain();
+    TimeOutACreation();
     // The requests are the creation and the removal.
     EXPECT_TRUE(Eventually([&] {
         return service->Command({{"command", "status"}})["counters"]["requests"] == 2;
@@ -167,7 +167,7 @@ TEST_F(LateGroup, IsRemovedThoughNoTableIsRegistered)
 TEST_F(LateGroup, IsRemovedThoughTheConnectionIsLostWhileItIsMade)
 {
     StartService(R"([{"ms": 600}])");
-    CreateInVain();
+    TimeOutACreation();
     service->Command({{"command", "disconnect"}});
     // The first notification reports the removal, not that there is no group yet, which would end
     // the library's watch.
@@ -192,7 +192,7 @@ TEST_F(LateGroup, StaysWhenItsRemovalIsNotAnswered)
     StartService(R"([{"ms": 300}])");
     service->Command({{"command", "fault.add"},
                       {"fault", {{"request", "Vod2dRemoveGroup"}, {"do", "empty"}, {"times", 1}}}});
-    CreateInVain();
+    TimeOutACreation();
     EXPECT_TRUE(Eventually([&] {
         return service->Command({{"command", "status"}})["counters"]["faults"] == 1;
     }));

@@ -79,7 +79,7 @@ class WifiCommands : public ::testing::Test {
             return service->Command({{"command", "status"}})[family][kind] == 1;
         })) << family;
     }
-    void StartAnew(const std::string& world)
+    void RestartWith(const std::string& world)
     {
         service.reset();
         service.emplace(world);
@@ -178,7 +178,7 @@ TEST_F(WifiCommands, ApIsWatchedThroughARestartOfTheService)
 
 TEST_F(WifiCommands, AnInterruptedCreationIsUndone)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 60000}}})");
     ChildProcess create(PelaconctlPath(), {"ap", "create"});
     const auto beingMade = [&] {
         return service->Command({{"command", "status"}})["softAp"]["beingMade"] == true;
@@ -191,7 +191,7 @@ TEST_F(WifiCommands, AnInterruptedCreationIsUndone)
 
 TEST_F(WifiCommands, AnApThatAnotherProgramDestroyedIsNotThere)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 60000}}})");
     ChildProcess create(PelaconctlPath(), {"ap", "create"});
     EXPECT_TRUE(Eventually([&] {
         return service->Command({{"command", "status"}})["softAp"]["beingMade"] == true;
@@ -203,7 +203,7 @@ TEST_F(WifiCommands, AnApThatAnotherProgramDestroyedIsNotThere)
 
 TEST_F(WifiCommands, AFailedCreationGivesTheReason)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
     ExpectFailure({"ap", "create"}, kFailed, "not possible");
 }
 
@@ -222,9 +222,9 @@ TEST_F(WifiCommands, WifiIsSwitched)
 
 TEST_F(WifiCommands, ASwitchThatTakesTooLongFails)
 {
-    StartAnew(R"({"wifi": {"switchMs": 60000}})");
+    RestartWith(R"({"wifi": {"switchMs": 60000}})");
     ExpectFailure({"wifi", "off", "--wait", "0.05"}, kNoAnswer, "Wi-Fi is still on");
-    StartAnew(R"({"wifi": {"on": false}, "wifiCards": {"cards": ["absent"]}})");
+    RestartWith(R"({"wifi": {"on": false}, "wifiCards": {"cards": ["absent"]}})");
     ExpectFailure({"wifi", "on"}, kFailed, "no Wi-Fi adapter");
 }
 

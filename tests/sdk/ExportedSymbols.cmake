@@ -1,7 +1,7 @@
-# Compares what the library exports with the list in LIST, and sees that the C program in C_PROGRAM
-# calls every C function of it. NM and LIBRARY name the tool and the library; of a DLL, OBJDUMP and
-# CXXFILT show the names, and what it needs besides is held against SYSTEM_DLLS. With UPDATE the list
-# is written anew instead:
+# Compares the symbols that the library exports with the list in LIST, and checks that the C program in
+# C_PROGRAM calls every C function among them. NM and LIBRARY are the tool and the library. For a DLL,
+# OBJDUMP and CXXFILT list the names, and the DLLs that it needs are compared with SYSTEM_DLLS. With
+# UPDATE the list is written instead:
 #     cmake -DNM=nm -DLIBRARY=... -DLIST=tests/sdk/exported-symbols.txt -DUPDATE=ON -P ...
 
 cmake_minimum_required(VERSION 3.25)
@@ -31,7 +31,7 @@ else()
 endif()
 string(REPLACE "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
     "std::string" exported "${exported}")
-string(REPLACE "[abi:cxx11]" "" exported "${exported}")  # brackets would upset CMake's lists
+string(REPLACE "[abi:cxx11]" "" exported "${exported}")  # CMake's lists treat brackets in a special way
 string(STRIP "${exported}" exported)
 string(REPLACE "\n" ";" exported "${exported}")
 list(SORT exported)

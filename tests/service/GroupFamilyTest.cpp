@@ -37,7 +37,7 @@ class GroupFamilyTest : public ServiceTest {
   protected:
     GroupFamilyTest() { StartService(kWorld); }
 
-    void StartAnew(const std::string& group)
+    void RestartWith(const std::string& group)
     {
         EndService();
         StartService(R"({"group": )" + group + "}");
@@ -165,7 +165,7 @@ TEST_F(GroupFamilyTest, OutlivesItsCreator)
 
 TEST_F(GroupFamilyTest, AFailedCreationIsNotifiedToListeners)
 {
-    StartAnew(R"({"creation": {"ms": 1, "fails": true}})");
+    RestartWith(R"({"creation": {"ms": 1, "fails": true}})");
     TestClient client(PipeName());
     Listen(client);
     EXPECT_EQ(Create(client).status, kStatusNotSupported);
@@ -174,7 +174,7 @@ TEST_F(GroupFamilyTest, AFailedCreationIsNotifiedToListeners)
 
 TEST_F(GroupFamilyTest, TheFirstCreationsMayHaveTheirOwnOutcome)
 {
-    StartAnew(R"({"creation": {"ms": 1}, "removeMs": 1,
+    RestartWith(R"({"creation": {"ms": 1}, "removeMs": 1,
                   "firstCreations": [{"ms": 1, "fails": true}, {"ms": 2}]})");
     TestClient client(PipeName());
     EXPECT_EQ(Create(client).status, kStatusNotSupported);
@@ -185,7 +185,7 @@ TEST_F(GroupFamilyTest, TheFirstCreationsMayHaveTheirOwnOutcome)
 
 TEST_F(GroupFamilyTest, AppearsAfterItsCreationTimedOut)
 {
-    StartAnew(R"({"creation": {"ms": 60}})");
+    RestartWith(R"({"creation": {"ms": 60}})");
     TestClient client(PipeName());
     Listen(client);
     EXPECT_FALSE(client.Call(protocol::kCreateGroup, {}, std::chrono::milliseconds(10)));
@@ -195,7 +195,7 @@ TEST_F(GroupFamilyTest, AppearsAfterItsCreationTimedOut)
 
 TEST_F(GroupFamilyTest, CanBeRemovedWhileItIsCreated)
 {
-    StartAnew(R"({"creation": {"ms": 60000}})");
+    RestartWith(R"({"creation": {"ms": 60000}})");
     TestClient maker(PipeName());
     TestClient other(PipeName());
     Listen(other);
@@ -209,7 +209,7 @@ TEST_F(GroupFamilyTest, CanBeRemovedWhileItIsCreated)
 
 TEST_F(GroupFamilyTest, IsRemovedOnceForConcurrentRequests)
 {
-    StartAnew(R"({"creation": {"ms": 1}, "removeMs": 30})");
+    RestartWith(R"({"creation": {"ms": 1}, "removeMs": 30})");
     TestClient one(PipeName());
     TestClient other(PipeName());
     Listen(one);
@@ -225,7 +225,7 @@ TEST_F(GroupFamilyTest, IsRemovedOnceForConcurrentRequests)
 
 TEST_F(GroupFamilyTest, WaitsEndWithTheService)
 {
-    StartAnew(R"({"creation": {"ms": 600000}})");
+    RestartWith(R"({"creation": {"ms": 600000}})");
     TestClient client(PipeName());
     auto creation = std::async(std::launch::async, [&] { return Create(client).status; });
     EXPECT_TRUE(Eventually([&] { return IsBeingMade(); }));
@@ -235,7 +235,7 @@ TEST_F(GroupFamilyTest, WaitsEndWithTheService)
 
 TEST_F(GroupFamilyTest, ItsCreationIsNotAnsweredWhenTheEventConnectionIsLost)
 {
-    StartAnew(R"({"creation": {"ms": 300}})");
+    RestartWith(R"({"creation": {"ms": 300}})");
     TestClient client(PipeName());
     auto creation = std::async(std::launch::async, [&] {
         return client.Call(protocol::kCreateGroup, protocol::CreateGroupRequest{}).has_value();
@@ -296,7 +296,7 @@ TEST_F(GroupFamilyTest, StationsAreNotifiedAgainToAClientThatReturns)
 
 TEST_F(GroupFamilyTest, StationsOfTheWorldJoinAndLeave)
 {
-    StartAnew(R"({"creation": {"ms": 1}, "removeMs": 1, "ipAddress": "10.0.0.1", "stations": [
+    RestartWith(R"({"creation": {"ms": 1}, "removeMs": 1, "ipAddress": "10.0.0.1", "stations": [
         {"address": "00:00:00:00:00:01", "joinMs": 1},
         {"address": "00:00:00:00:00:02", "joinMs": 20, "stayMs": 20, "ipAddress": "10.0.0.77"}]})");
     TestClient client(PipeName());

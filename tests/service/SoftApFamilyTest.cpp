@@ -94,7 +94,7 @@ TEST_F(SoftApFamilyTest, ExistsOnlyWhileWifiIsOn)
 
 TEST_F(SoftApFamilyTest, AFailedCreationIsReported)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 1, "fails": true}}})");
     TestClient client(PipeName());
     EXPECT_EQ(Create(client).errorCode, kStatusNotSupported);
     EXPECT_EQ(LastError(client), kStatusNotSupported);
@@ -103,7 +103,7 @@ TEST_F(SoftApFamilyTest, AFailedCreationIsReported)
 
 TEST_F(SoftApFamilyTest, ALongCreationCanBeCancelled)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 60000}}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 60000}}})");
     TestClient client(PipeName());
     auto creation = std::async(std::launch::async, [&] { return Create(client); });
     EXPECT_TRUE(Eventually([&] {
@@ -117,7 +117,7 @@ TEST_F(SoftApFamilyTest, ALongCreationCanBeCancelled)
 
 TEST_F(SoftApFamilyTest, RequestsOfAClientThatLosesItsEventConnectionAreNotAnswered)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 300}, "removeMs": 300}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 300}, "removeMs": 300}})");
     const auto softAp = [this] { return Command({{"command", "status"}})["softAp"]; };
     TestClient client(PipeName());
     auto creation = std::async(std::launch::async, [&] {
@@ -138,7 +138,7 @@ TEST_F(SoftApFamilyTest, RequestsOfAClientThatLosesItsEventConnectionAreNotAnswe
 
 TEST_F(SoftApFamilyTest, KeepsItsPurposeWhenItsCreatorLeaves)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 300}}})");
+    RestartWith(R"({"softAp": {"creation": {"ms": 300}}})");
     const auto softAp = [this] { return Command({{"command", "status"}})["softAp"]; };
     TestClient other(PipeName());
     EXPECT_EQ(Destroy(other), kStatusNotFound);
@@ -336,7 +336,7 @@ TEST_F(SoftApFamilyTest, ConnectionsAreNotifiedToUnregisteredClients)
 
 TEST_F(SoftApFamilyTest, DevicesOfTheWorldConnectAndDisconnect)
 {
-    StartAnew(R"({"softAp": {"creation": {"ms": 1}, "stations": [
+    RestartWith(R"({"softAp": {"creation": {"ms": 1}, "stations": [
         {"address": "02:00:00:00:00:01", "joinMs": 1, "stayMs": 1}]}})");
     TestClient client(PipeName());
     Listen(client);

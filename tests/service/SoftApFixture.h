@@ -31,7 +31,7 @@ class SoftApFixture : public ServiceTest {
   protected:
     SoftApFixture() { StartService(kSoftApWorld); }
 
-    void StartAnew(const std::string& world)
+    void RestartWith(const std::string& world)
     {
         EndService();
         StartService(world);

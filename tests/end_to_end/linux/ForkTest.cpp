@@ -53,7 +53,7 @@ const Operation kOperations[] = {
 
 /// Stops the library as inherited from the parent, starts it and uses it. Returns the number of
 /// failed steps.
-int UseAnew(const Operation& operation)
+int RestartAndUse(const Operation& operation)
 {
     int failed = PelaconSvcStop() == 0 ? 0 : 1;
     failed += PelaconSvcStart() == 0 ? 0 : 1;
@@ -81,7 +81,7 @@ TEST_P(ForkTest, EveryChildUsesTheLibraryThoughTheParentsThreadsAreBusy)
     std::thread one(work);
     std::thread other(work);
     for (int round = 0; round < kForks && !HasFailure(); ++round) {
-        EXPECT_EQ(InChild([] { return UseAnew(GetParam()); }), 0) << "round " << round;
+        EXPECT_EQ(InChild([] { return RestartAndUse(GetParam()); }), 0) << "round " << round;
     }
     done = true;
     one.join();
@@ -94,7 +94,7 @@ std::atomic<int> childrenOfCallbacks{0};
 TEST_P(ForkTest, AChildThatACallbackMakesUsesTheLibrary)
 {
     static BtManagerCallbacksC table{[](std::int32_t) {
-        EXPECT_EQ(InChild([] { return UseAnew(*inCallback); }), 0);
+        EXPECT_EQ(InChild([] { return RestartAndUse(*inCallback); }), 0);
         ++childrenOfCallbacks;
     }};
     inCallback = &GetParam();

@@ -9,7 +9,7 @@ namespace {
 class DeadlinesTest : public ChannelTest {
   protected:
     /// Starts a service that answers only when the gate is open.
-    void StartSilently()
+    void StartUnanswering()
     {
         handler.onRequest = [this](std::uint64_t, const TagIPCMessageItem& request) {
             gate.Pass();
@@ -21,7 +21,7 @@ class DeadlinesTest : public ChannelTest {
 
 TEST_F(DeadlinesTest, ARequestEndsWhenItsTimeIsOver)
 {
-    StartSilently();
+    StartUnanswering();
     for (const milliseconds timeout : {0ms, 30ms, 99ms, 250ms}) {
         SCOPED_TRACE(timeout.count());
         EXPECT_TRUE(KeepsTo(kOverrunLimit, [&] { return Overrun(*client, timeout); }));
@@ -55,7 +55,7 @@ TEST_F(DeadlinesTest, ALateReplyAnswersNoLaterRequest)
 
 TEST_F(DeadlinesTest, ATimedOutCallEndsNoSession)
 {
-    StartSilently();
+    StartUnanswering();
     EXPECT_FALSE(IsServed(*client, 10));
     gate.Open();
     EXPECT_TRUE(IsServed(*client));

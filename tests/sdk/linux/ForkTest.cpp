@@ -21,7 +21,7 @@ constexpr auto kLimit = 10s;
 
 /// Stops the library as inherited from the parent, starts it and uses the family. Returns the
 /// number of failed steps.
-int UseAnew(const Family& family)
+int RestartAndUse(const Family& family)
 {
     Channel::Get().Reset();
     ScriptAnswers(family);
@@ -63,7 +63,7 @@ TEST_P(FamilyForkTest, AChildUsesTheFamilyWhileAParentsThreadIsInARequest)
     });
     std::thread caller(GetParam().call);
     ASSERT_EQ(inRequest.get_future().wait_for(kLimit), std::future_status::ready);
-    EXPECT_EQ(InChild([] { return UseAnew(GetParam()); }), 0);
+    EXPECT_EQ(InChild([] { return RestartAndUse(GetParam()); }), 0);
     forked.set_value();
     caller.join();
 }
@@ -74,7 +74,7 @@ TEST_P(FamilyForkTest, AChildUsesTheFamilyWhileAParentsThreadIsInACallback)
     inCallback = HeldCallback::Hold;
     HeldCallback callback([] { Notify(GetParam()); });
     ASSERT_TRUE(callback.IsInside());
-    EXPECT_EQ(InChild([] { return UseAnew(GetParam()); }), 0);
+    EXPECT_EQ(InChild([] { return RestartAndUse(GetParam()); }), 0);
 }
 
 TEST_P(FamilyForkTest, AChildForkedInACallbackUsesTheFamily)
@@ -87,12 +87,12 @@ TEST_P(FamilyForkTest, AChildForkedInACallbackUsesTheFamily)
         child = fork();
         if (child == 0) {
             alarm(20);
-            failed += UseAnew(GetParam());
+            failed += RestartAndUse(GetParam());
         }
     };
     Notify(GetParam());
     if (child == 0) {
-        _exit(failed + UseAnew(GetParam()));
+        _exit(failed + RestartAndUse(GetParam()));
     }
     EXPECT_EQ(ExitCode(child), 0);
 }
