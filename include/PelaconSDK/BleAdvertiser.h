@@ -78,11 +78,11 @@ PELACON_API BleStatusC BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback, in
  * the table is not used afterwards. */
 PELACON_API BleStatusC BleAdvUnRegisterCallbacks(int advId);
 
-/* Starts to advertise; an advertiser that is started already continues with the new data. Times
- * that BleAdvertiseParamsC excludes, a null argument, and a null sequence that is not empty are
- * refused with kBleStatusFailed; a sequence of more than 31 bytes is refused with
- * kBleStatusDataTooLong
- * (-10). Nothing is sent then. kBleStatusNoReply also raises diagnostic event 954082008. */
+/* Starts to advertise; an advertiser that is started already begins again with the new parameters
+ * and data. A sendTotalTime or sendPartTime that BleAdvertiseParamsC excludes, a null argument, and
+ * a null sequence that is not empty are refused with kBleStatusFailed, a sequence of more than 31
+ * bytes with kBleStatusDataTooLong; nothing is sent then. kBleStatusNoReply also raises diagnostic
+ * event 954082008. */
 PELACON_API BleStatusC BleStartAdvertise(int advId, const BleAdvertiseParamsC* params,
                                          const BleAdvertiseDataC* data);
 

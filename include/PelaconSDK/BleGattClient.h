@@ -32,15 +32,16 @@ enum PELACON_ENUM(BleGattConnectionState) {
     kBleGattConnected = 1,
 };
 
-/* Why a connection was established or ended: codes of the Bluetooth core that
+/* Why a connection was not established, or ended: the codes of the Bluetooth core that
  * PelaconService uses. Other values are the service's own. */
 enum PELACON_ENUM(BleGattReason) {
-    kBleGattReasonNone = 0x00,           /* it is established */
-    kBleGattReasonTimeout = 0x08,        /* the peer is out of range */
+    kBleGattReasonNone = 0x00,           /* the connection is established */
+    kBleGattReasonTimeout = 0x08,        /* the peer no longer responds */
     kBleGattReasonRefused = 0x0D,        /* the peer refused the connection */
-    kBleGattReasonPeer = 0x13,           /* the peer ended it */
-    kBleGattReasonLocal = 0x16,          /* BleGattClientDisconnect ended it */
-    kBleGattReasonNotEstablished = 0x3E, /* no such peer was found */
+    kBleGattReasonPeer = 0x13,           /* the peer ended the connection */
+    kBleGattReasonLocal = 0x16,          /* ended on this side: by BleGattClientDisconnect, another
+                                            connect, or because the adapter was switched off */
+    kBleGattReasonNotEstablished = 0x3E, /* no such peer, or the client id is unknown */
 };
 
 /* The kind of message that a value arrived in. */
@@ -49,10 +50,10 @@ enum PELACON_ENUM(BleGattNotificationKind) {
     kBleGattIndication = 1,   /* confirmed to the peer */
 };
 
-/* Callbacks for connections. The library keeps the pointer only, and never gives it up: the first
- * table that a client id is connected with stays with the id, whatever is unregistered or connected
- * later. The table must stay valid and unchanged until the process ends. Either function may be
- * null.
+/* Callbacks for connections. The library keeps the pointer only, and keeps it until the process
+ * ends: the first table that is passed to BleGattClientConnect for a client id stays registered for
+ * that id, even after another connect or BleGattClientUnRegister. The table must stay valid and
+ * unchanged until the process ends. Either function may be null.
  *
  * Called on the receive thread. A callback may call any operation. Texts and data are valid during
  * the call. An exception that leaves a callback ends the process (std::terminate). */

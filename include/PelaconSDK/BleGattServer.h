@@ -37,7 +37,7 @@ typedef struct BtGattServerCallbacksC {
     void (*onConnect)(uint64_t peer);
     void (*onDisconnect)(uint64_t peer);
 
-    /* A published value has reached the peer (0) or has not (a code of the service). */
+    /* Whether a published value has reached the peer: 0, or a code of the service. */
     void (*onNotifySent)(uint64_t peer, uint32_t status);
 
     /* The peer and the server have agreed on another MTU, in bytes. */
@@ -99,14 +99,14 @@ typedef struct BleGattNotifyInfoC {
  *
  * Codes of PelaconService: 2 the server id or service handle does not exist (any more), 3 the
  * service is started and takes no more characteristics, 4 too many, 5 a text is not a UUID, or the
- * UUID is there already, 6 the peer is not connected, 7 the service has no such characteristic. */
+ * UUID exists already, 6 the peer is not connected, 7 the service has no such characteristic. */
 
 /* Requests a server id and registers the table for it. *serverId is written only when the result is
  * 0. Neither argument may be null. Event type 1. */
 PELACON_API BleStatusC BleGattServerRegister(BtGattServerCallbacksC* callbacks, int32_t* serverId);
 
 /* Removes the server with all its services. When the result is 0, its tables are unregistered, and
- * no callback of them is running on another thread; onDisconnect is not called any more.
+ * none of their callbacks is running on another thread or called later, not even onDisconnect.
  * (PelaconService disconnects peers when the last server of all programs is removed.) */
 PELACON_API BleStatusC BleGattServerUnRegister(int32_t serverId);
 

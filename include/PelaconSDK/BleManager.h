@@ -73,7 +73,7 @@ PELACON_API BleStatusC BtEnable(void);
 /* Switches the adapter off; as BtEnable. */
 PELACON_API BleStatusC BtDisable(void);
 
-/* Whether the adapter is on. False also when there is no answer. */
+/* Whether the adapter is on. False also after every failure. */
 PELACON_API bool IsBtEnabled(void);
 
 /* The adapter's state; kBtStateUnknown (-1) after every failure. */

@@ -4,10 +4,10 @@
  * starts and stops scanning and sets filters. Targeted advertisements, which are meant for the
  * applications of one business, are delivered to tables of their own.
  *
- * Every operation is one request to the service, with a time-out of 5 s. Operations with a listener
- * id run one after the other: a caller also waits for those of other threads. An operation that
- * registers or unregisters also waits while a status callback is running on another thread. The
- * three functions that read advertising data send nothing and never wait. */
+ * Every operation is one request to the service, with a time-out of 5 s. Operations on listeners
+ * run one after the other: a caller also waits for those of other threads. BleScanRegisterCallbacks
+ * and BleScanUnRegisterCallbacks also wait while a status callback is running on another thread.
+ * The three functions that read advertising data send nothing and never wait. */
 #ifndef PELACONSDK_BLESCANNER_H
 #define PELACONSDK_BLESCANNER_H
 
@@ -136,9 +136,9 @@ PELACON_API BleStatusC StartBleScan(int listenerId, BleScanPolicy policy);
  * nothing changes. */
 PELACON_API BleStatusC StopBleScan(int listenerId);
 
-/* Sets the listener's filters in place of those before: a result must pass at least one. No filters
- * (0) let everything pass. More than five, or a null array with a count above 0, are refused with
- * kBleStatusFailed. */
+/* Replaces the listener's filters: a result must pass at least one of them. Without filters
+ * (filterSize 0) every result passes. More than five filters, or a null array with a count above 0,
+ * are refused with kBleStatusFailed. */
 PELACON_API BleStatusC SetScanFilter(int listenerId, BleScanFilter* filters, int filterSize);
 
 /* Removes the listener's filters. */
@@ -153,7 +153,7 @@ PELACON_API BleStatusC BleRegisterTargetAdvCallback(TargetAdvFilter filter,
 /* Unregisters the table of a business. As for listeners, the library unregisters it first. */
 PELACON_API BleStatusC BleUnRegisterTargetAdvCallback(BleTargetBusiness business);
 
-/* Passes the service a targeted advertisement that arrived in another way; the service delivers it
+/* Passes a targeted advertisement that arrived in another way on to the service, which delivers it
  * to the tables of its business, in this process and in others. */
 PELACON_API BleStatusC BleOnRecvVoviewData(TargetAdvInfo info);
 

@@ -1,4 +1,4 @@
-/* Passing the library's log lines and diagnostic events to the application's own. */
+/* Receiving the library's log lines and diagnostic events in the application. */
 #ifndef PELACONSDK_DIAGNOSTICS_H
 #define PELACONSDK_DIAGNOSTICS_H
 
@@ -18,9 +18,9 @@ enum PELACON_ENUM(PelaconLogLevel) {
  * "[PelaconSDK]start(BleManager::BtEnable)". The line is valid during the call. */
 typedef void (*PelaconLogSink)(void* context, PelaconLogLevel level, const char* line);
 
-/* Sends all lines of at least this level to the sink, in place of the sink before; null removes
- * that one. Returns when no call of the sink before is running any more (inside a sink: at once).
- * So a caller must not hold a lock that the sink before takes.
+/* Replaces the sink: it is called for all lines of at least this level. Null removes the sink.
+ * Returns when no call of the previous sink is running any more (inside a sink: at once), so the
+ * caller must not hold a lock that the previous sink takes.
  *
  * The sink is called on the thread that writes the line, on several threads at once. Some lines are
  * written while the library holds a lock that operations or callbacks need: the sink must not call
@@ -40,8 +40,8 @@ typedef struct PelaconEventEntry {
 typedef void (*PelaconEventSink)(void* context, int32_t eventId, const PelaconEventEntry* entries,
                                  uint32_t count);
 
-/* Sends all diagnostic events to the sink, in place of the sink before; null removes that one.
- * Without a sink, events are dropped. The rules for log sinks apply. */
+/* Replaces the sink: it is called for all diagnostic events. Null removes the sink. Without a sink,
+ * events are dropped. The rules for log sinks apply. */
 PELACON_API void PelaconSetEventSink(PelaconEventSink sink, void* context);
 
 PELACON_C_END

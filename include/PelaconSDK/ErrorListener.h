@@ -11,7 +11,7 @@
 /* A connection error. Any other value is delivered too, with the text "unknow". */
 enum PELACON_ENUM(ConnectErrorCode) {
     kConnectSuccess = 0,                 /* "success" */
-    kConnectGoAlreadyExist = 0x10000001, /* "go already exist": the soft AP or group exists */
+    kConnectGoAlreadyExist = 0x10000001, /* "go already exist": a soft AP or group exists */
     kConnectBleSendFail = 0x20000000,    /* "ble send fail" */
 };
 

@@ -1,4 +1,5 @@
-/* How the public surface is declared. Not for applications to include by itself. */
+/* Macros for the declarations of the public headers. Applications do not include this header
+ * directly. */
 #ifndef PELACONSDK_EXPORT_H
 #define PELACONSDK_EXPORT_H
 

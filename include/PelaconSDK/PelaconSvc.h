@@ -16,8 +16,8 @@ PELACON_C_BEGIN
  *
  * May be called from any thread: of several calls at once one starts the library, and the others
  * wait for it. A start while another thread stops the library waits until the stop has ended, and
- * then starts the library; inside a callback on the receive thread, which the stop may be waiting
- * for, it returns 0 and changes nothing.
+ * then starts the library. Inside a callback on the receive thread, for which that stop may be
+ * waiting, it returns 0 at once and does not start the library.
  *
  * From the first start on the library stays in memory until the process ends, even if it is
  * unloaded.
@@ -34,15 +34,15 @@ PELACON_API int PelaconSvcStart(void);
  * Deliveries on threads of their own (scan results, targeted advertisements, errors) that have
  * begun may still run to their end.
  *
- * Callback tables and listeners stay registered with the library, but the service forgets what it
- * was to report to this application and what it made for it (listeners, advertisers, GATT clients
- * and servers). Whatever is needed again after the next start must be unregistered before the stop
- * and registered again after the start.
+ * Callback tables and listeners stay registered with the library, but the service drops all that it
+ * holds for this application: registrations, listeners, advertisers, GATT clients and servers.
+ * Unregister before the stop what is needed again later, and register it again after the next
+ * start.
  *
  * May be called when the library is stopped, while other threads are in operations, and inside a
- * callback. There it does not wait for that callback, which must not register or unregister
- * anything after it has started the library again. A stop while another thread stops the library
- * returns at once. A process may end without calling it.
+ * callback. Inside a callback it does not wait for that callback; if the callback then starts the
+ * library again, it must not register or unregister anything afterwards. A stop while another
+ * thread stops the library returns at once. A process may end without stopping the library.
  *
  * Always returns 0. */
 PELACON_API int PelaconSvcStop(void);

@@ -16,8 +16,7 @@ enum PELACON_ENUM(SoftApResult) {
     kSoftApWifiOff = 1,      /* Wi-Fi is switched off */
     kSoftApOtherPurpose = 3, /* it was created for another purpose */
     kSoftApNotExisting = 7,  /* there is none to destroy */
-    kSoftApNotPossible =
-        10, /* the radio cannot, for instance because no channel suits both sides */
+    kSoftApNotPossible = 10, /* not supported, or no channel suits both sides */
     kSoftApInterrupted = 11, /* it was destroyed, or the service was ended, before it was up */
     kSoftApAlreadyExists = 0x10000001, /* there is one already; as kConnectGoAlreadyExist */
 };
@@ -42,7 +41,7 @@ enum PELACON_ENUM(SoftApBand) {
 struct SoftAPInfo {
     std::string ssid;        /* out: network name, at most 32 bytes */
     std::string password;    /* out: pass phrase, at most 255 bytes */
-    uint8_t mac[6] = {};     /* out: the interface's address, in the order in which it is written */
+    uint8_t mac[6] = {};     /* out: the interface's address, first octet first */
     uint8_t apByte1 = 0;     /* out: the soft AP's channel */
     uint8_t requestByte = 0; /* in: the requested band, a SoftApBand */
     std::string ipAddress;   /* out: IPv4 address of the soft AP, dotted, at most 15 characters */
@@ -56,8 +55,8 @@ struct SoftAPInfo {
  * operation. An exception that leaves one ends the process (std::terminate). After a restart of the
  * service, and after a lost connection to it, the objects are called with the present state. */
 
-/* Called when the first device connects to the soft AP and when the last one disconnects. One
- * object per process. */
+/* Called when the first device connects to the soft AP and when the last one disconnects. A process
+ * has one such object: registering another one replaces it. */
 class PELACON_INTERFACE ISoftApConnectStatus {
   public:
     /* 1 when the first device has connected, 0 when the last one has disconnected. Other values are

@@ -136,12 +136,12 @@ PELACON_API WifiErrorCode Vod2dGetRecommendChannel(const RecommendChannelRequest
 PELACON_API WifiErrorCode Vod2dSetWifiCardStateNotify(WifiCardStateInfo* info, int32_t* curState,
                                                       WifiCardStateCallback* cb);
 
-/* Registers a table that is called for connections. The table is registered only when the result (a
- * WifiErrorCode) is 0, and only once; a later request replaces the one before. Null is refused with
- * kWifiFailed. */
+/* Registers a table that is called when stations join or leave, as *req selects. The table is
+ * registered only when the result (a WifiErrorCode) is 0, and only once; each accepted request
+ * replaces the selection of the previous one. Null is refused with kWifiFailed. */
 PELACON_API int32_t Vod2dSetConnNotify(Vod2dConnNotifyRequest* req, Vod2dWifiCfgCallback* cb);
 
-/* Tells the service the use of an interface. The name has `len` bytes or ends at its NUL, whichever
+/* Sets the use of an interface. The name has `len` bytes or ends at its NUL, whichever
  * comes first; at most 31 bytes are sent. Null or a negative length is refused with kWifiFailed. */
 PELACON_API WifiErrorCode Vod2dSetUpperScene(char* ifName, int32_t len, Vod2dUpperScene scene);
 

@@ -102,8 +102,8 @@ PELACON_API WifiErrorCode Vod2dGetGroupInfoConnected(Vod2dLinkGroup* group);
 /* Reads whether Wi-Fi is switched on. */
 PELACON_API WifiErrorCode Vod2dIsWifiActive(bool* active);
 
-/* The frequency in MHz of the group's channel, or of the Wi-Fi connection when there is no group; 0
- * when there is neither. kWifiFailed and kWifiNoReply are both negative. */
+/* Returns the frequency in MHz of the group's channel, or of the Wi-Fi connection when there is no
+ * group; 0 when there is neither. A negative result is a failure: kWifiFailed or kWifiNoReply. */
 PELACON_API int32_t Vod2dGetFrequency(void);
 
 /* Reads the channels of the 5 GHz band that may be used, in ascending order, into an array of `len`

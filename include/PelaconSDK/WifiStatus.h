@@ -8,7 +8,7 @@
 enum PELACON_ENUM(WifiErrorCode) {
     /* Done. */
     kWifiSuccess = 0,
-    /* Nothing was sent: an argument is invalid, or the library is not started. */
+    /* An argument is invalid, or the library is not started. Nothing was sent. */
     kWifiFailed = -1,
     /* No answer: the service is not running, did not answer in time, ended meanwhile, or answered
      * without a payload. */

@@ -23,7 +23,7 @@
  *     }
  *
  * 1. Every operation except Scan and those for connection errors is one request to the service,
- * with a time-out of 5 s unless stated otherwise.
+ *    with a time-out of 5 s unless stated otherwise.
  * 2. An operation that cannot be sent (the library is not started) or is not answered (the service
  * is not running, does not answer in time, or ends meanwhile) returns the value that is given after
  *    "Unanswered" and changes no argument. The result does not show which of these happened, nor
@@ -34,9 +34,10 @@
  * 4. Objects are called on the receive thread, error listeners on a thread of their own. They stay
  *    registered when the library is stopped. After a restart of the service, and after a lost
  *    connection to it, the library repeats their registrations, and they are called with the
- * present state.
- * 5. Throws nothing but std::bad_alloc; std::system_error, where the first use of an operation for
- *    connection errors cannot start their thread; and what is described at DestroyInstance. */
+ *    present state.
+ * 5. Operations throw only std::bad_alloc. In addition, the first operation for connection errors
+ *    throws std::system_error if the thread of the listeners cannot be created, and DestroyInstance
+ *    throws as described there. */
 class PELACON_API WifiSystemApi {
   public:
     /* The one object; it exists until the process ends. */
@@ -65,7 +66,7 @@ class PELACON_API WifiSystemApi {
     /* The soft AP's channel; 0 when there is no soft AP. Unanswered 0. */
     unsigned char GetSoftAPChannel();
 
-    /* Whether this service has a soft AP up. Unanswered false. Serialised. */
+    /* Whether there is a soft AP. Unanswered false. Serialised. */
     bool CheckMySoftAPExist();
 
     /* The network name that the soft AP has, or will have. Unanswered empty. Serialised. */
@@ -99,7 +100,8 @@ class PELACON_API WifiSystemApi {
      * whether the service accepted them. Unanswered false. */
     bool SetListProductType(std::list<std::string> types);
 
-    /* A flag that the service stores: the mobile hotspot must be restarted. Unanswered false. */
+    /* Reads and sets a flag that the service stores: whether the mobile hotspot must be restarted.
+     * Unanswered false. */
     bool GetRestartMobileHotpotFlag();
     void SetRestartMobileHotpotFlag(bool flag);
 
@@ -150,14 +152,14 @@ class PELACON_API WifiSystemApi {
     void GetPCSupportChannelList(std::list<int>& channels24G, std::list<int>& channels5G,
                                  int& current);
 
-    /* The channel of the phone's own Wi-Fi connection; 0, or a number that is not a channel, for
-     * none. Unanswered 0. */
+    /* Set and read the channel of the phone's own Wi-Fi connection; 0, or a number that is not a
+     * channel, means none. Unanswered 0. */
     void SetPhoneCurrentChannel(int channel);
     int GetRecordPhoneChannel();
 
-    /* The channels that the phone supports: adds one in the 5 GHz band, adds one in the 2.4 GHz
-     * band, and removes all. A channel that is there already, or is not in the band, is not added.
-     */
+    /* Change the list of the channels that the phone supports: add a channel of the 5 GHz band, add
+     * one of the 2.4 GHz band, remove all. A channel that is listed already, or that is not in the
+     * band, is not added. */
     void AddPhoneSupportChannel(int channel);
     void AddPhoneSupport24Channel(int channel);
     void RemovePhoneSupportChannels();
@@ -174,8 +176,8 @@ class PELACON_API WifiSystemApi {
      * moved there, and if so move it to the 2.4 GHz band. */
     void CheckIsSet5GFailed();
 
-    /* The channel that would be chosen for the soft AP now, in the 5 GHz band or not; 0 when there
-     * is none. The soft AP is not moved. Unanswered 0. Serialised. */
+    /* The channel that would be chosen for the soft AP now, in the 5 GHz band or in the 2.4 GHz
+     * band; 0 when there is none. The soft AP is not moved. Unanswered 0. Serialised. */
     int RepickChannelWithoutEffect(bool want5G);
 
     /* Moves the soft AP to the 5 GHz or the 2.4 GHz band. Returns its channel then; 0 when there is
@@ -193,7 +195,7 @@ class PELACON_API WifiSystemApi {
 
     /* ---- The Wi-Fi switch ---- */
 
-    /* Switches this computer's Wi-Fi on or off, and waits until it is. Unanswered
+    /* Switches this computer's Wi-Fi on or off, and waits until the switch has happened. Unanswered
      * kEnableWifiNoAnswer; time-out 10 s. */
     SystemApiEnableWifiResult EnableWifi(bool enable);
 
