@@ -41,16 +41,9 @@ class IPCMessageServer::Implementation {
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
-    bool Notify(std::uint64_t clientId, std::int32_t messageId,
-                std::span<const std::uint8_t> payload, Urgency urgency);
-    bool IsConnected(std::uint64_t clientId) const;
-    void Disconnect(std::uint64_t clientId);
-    void DisconnectAll() { connections_.Shutdown(); }
-    void SendMalformed(std::uint64_t clientId);
-    Statistics GetStatistics() const;
-    const Listener& GetListener() const noexcept { return connections_.GetListener(); }
-
   private:
+    friend class IPCMessageServer;
+
     using ConnectionPointer = std::shared_ptr<Connection>;
 
     /// One received frame.
@@ -104,27 +97,6 @@ class IPCMessageServer::Implementation {
     ServerConnections connections_;  // last: its threads use the other members
 };
 
-bool IPCMessageServer::Implementation::Notify(std::uint64_t clientId, std::int32_t messageId,
-                                              std::span<const std::uint8_t> payload,
-                                              Urgency urgency)
-{
-    std::uint32_t processId = 0;
-    const std::shared_ptr<Outbox> outbox = clients_.FindOutbox(clientId, processId);
-    if (!outbox || payload.size() > kMaxPayload) {
-        return false;
-    }
-    const FrameHeader header{
-        .kind = FrameKind::kNotification, .flags = kHasPayload, .msgId = messageId};
-    if (!outbox->Put(header, payload, urgency)) {
-        return false;
-    }
-    counters_.notifications.fetch_add(1, std::memory_order_relaxed);
-    if (watcherCount_.load(std::memory_order_relaxed) != 0) {
-        Mirror(header, payload, processId);
-    }
-    return true;
-}
-
 /// Sends a copy of a client's notification to the watchers.
 void IPCMessageServer::Implementation::Mirror(FrameHeader header,
                                               std::span<const std::uint8_t> payload,
@@ -135,36 +107,6 @@ void IPCMessageServer::Implementation::Mirror(FrameHeader header,
     for (const std::shared_ptr<Outbox>& watcher : watchers_) {
         watcher->Put(header, payload, Urgency::kDroppable);
     }
-}
-
-bool IPCMessageServer::Implementation::IsConnected(std::uint64_t clientId) const
-{
-    std::uint32_t processId = 0;
-    const auto outbox = clients_.FindOutbox(clientId, processId);
-    return outbox && outbox->IsConnected();
-}
-
-void IPCMessageServer::Implementation::Disconnect(std::uint64_t clientId)
-{
-    std::uint32_t processId = 0;
-    if (const auto outbox = clients_.FindOutbox(clientId, processId)) {
-        outbox->Shutdown();
-    }
-}
-
-void IPCMessageServer::Implementation::SendMalformed(std::uint64_t clientId)
-{
-    std::uint32_t processId = 0;
-    if (const auto outbox = clients_.FindOutbox(clientId, processId)) {
-        outbox->PutBytes(kNoFrame);
-    }
-}
-
-IPCMessageServer::Statistics IPCMessageServer::Implementation::GetStatistics() const
-{
-    return {counters_.clients,         counters_.callConnections, counters_.requests,
-            counters_.repliesToNobody, counters_.notifications,   counters_.notificationsDropped,
-            counters_.slowClients,     counters_.malformedFrames, counters_.refusedPeers};
 }
 
 /// Serves a connection to its end. Its first frame says what it is for.
@@ -395,40 +337,62 @@ IPCMessageServer::~IPCMessageServer() = default;
 bool IPCMessageServer::Notify(std::uint64_t clientId, std::int32_t messageId,
                               std::span<const std::uint8_t> payload, Urgency urgency)
 {
-    return implementation_->Notify(clientId, messageId, payload, urgency);
+    Implementation& server = *implementation_;
+    const std::shared_ptr<Outbox> outbox = server.clients_.FindOutbox(clientId);
+    if (!outbox || payload.size() > kMaxPayload) {
+        return false;
+    }
+    const FrameHeader header{
+        .kind = FrameKind::kNotification, .flags = kHasPayload, .msgId = messageId};
+    if (!outbox->Put(header, payload, urgency)) {
+        return false;
+    }
+    server.counters_.notifications.fetch_add(1, std::memory_order_relaxed);
+    if (server.watcherCount_.load(std::memory_order_relaxed) != 0) {
+        server.Mirror(header, payload, outbox->PeerProcess());
+    }
+    return true;
 }
 
 bool IPCMessageServer::IsConnected(std::uint64_t clientId) const
 {
-    return implementation_->IsConnected(clientId);
+    const auto outbox = implementation_->clients_.FindOutbox(clientId);
+    return outbox && outbox->IsConnected();
 }
 
 void IPCMessageServer::Disconnect(std::uint64_t clientId)
 {
-    implementation_->Disconnect(clientId);
+    if (const auto outbox = implementation_->clients_.FindOutbox(clientId)) {
+        outbox->Shutdown();
+    }
 }
 
 void IPCMessageServer::DisconnectAll()
 {
-    implementation_->DisconnectAll();
+    implementation_->connections_.Shutdown();
 }
 
 void IPCMessageServer::SendMalformed(std::uint64_t clientId)
 {
-    implementation_->SendMalformed(clientId);
+    if (const auto outbox = implementation_->clients_.FindOutbox(clientId)) {
+        outbox->PutBytes(kNoFrame);
+    }
 }
 
 IPCMessageServer::Statistics IPCMessageServer::GetStatistics() const
 {
-    return implementation_->GetStatistics();
+    const ServerCounters& counters = implementation_->counters_;
+    return {counters.clients,         counters.callConnections, counters.requests,
+            counters.repliesToNobody, counters.notifications,   counters.notificationsDropped,
+            counters.slowClients,     counters.malformedFrames, counters.refusedPeers};
 }
 
 const std::string& IPCMessageServer::Address() const
 {
-    return implementation_->GetListener().Address();
+    return implementation_->connections_.GetListener().Address();
 }
 
 const std::string& IPCMessageServer::StateFile() const
 {
-    return implementation_->GetListener().StateFile();
+    return implementation_->connections_.GetListener().StateFile();
 }

@@ -71,6 +71,20 @@ class IPCServerHandler {
     virtual void Warn(std::string_view /*sentence*/) {}
 };
 
+/// What a server has counted since its start.
+template <typename Count>
+struct IPCServerCounts {
+    Count clients{0};               ///< event connections now up
+    Count callConnections{0};       ///< call connections now open
+    Count requests{0};              ///< requests received
+    Count repliesToNobody{0};       ///< replies whose caller had given up
+    Count notifications{0};         ///< notifications sent or queued
+    Count notificationsDropped{0};  ///< droppable ones that were dropped
+    Count slowClients{0};           ///< event connections closed because of a full queue
+    Count malformedFrames{0};       ///< connections closed because of an invalid frame
+    Count refusedPeers{0};          ///< connections that were turned away
+};
+
 /// Listens on a pipe and serves the clients that connect to it.
 class IPCMessageServer {
   public:
@@ -80,17 +94,7 @@ class IPCMessageServer {
         kKept,       ///< if these fill a client's queue, its event connection is closed
     };
 
-    struct Statistics {
-        std::uint64_t clients = 0;               ///< event connections now up
-        std::uint64_t callConnections = 0;       ///< call connections now open
-        std::uint64_t requests = 0;              ///< requests received
-        std::uint64_t repliesToNobody = 0;       ///< replies whose caller had given up
-        std::uint64_t notifications = 0;         ///< notifications sent or queued
-        std::uint64_t notificationsDropped = 0;  ///< droppable ones that were dropped
-        std::uint64_t slowClients = 0;      ///< event connections closed because of a full queue
-        std::uint64_t malformedFrames = 0;  ///< connections closed because of an invalid frame
-        std::uint64_t refusedPeers = 0;     ///< connections that were turned away
-    };
+    using Statistics = IPCServerCounts<std::uint64_t>;
 
     static constexpr std::size_t kQueueLimit = 1024;  ///< notifications queued for one client
 

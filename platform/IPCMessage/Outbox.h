@@ -17,17 +17,7 @@
 namespace pelacon::ipc {
 
 /// The server's statistics. Any thread may count.
-struct ServerCounters {
-    std::atomic<std::uint64_t> clients{0};
-    std::atomic<std::uint64_t> callConnections{0};
-    std::atomic<std::uint64_t> requests{0};
-    std::atomic<std::uint64_t> repliesToNobody{0};
-    std::atomic<std::uint64_t> notifications{0};
-    std::atomic<std::uint64_t> notificationsDropped{0};
-    std::atomic<std::uint64_t> slowClients{0};
-    std::atomic<std::uint64_t> malformedFrames{0};
-    std::atomic<std::uint64_t> refusedPeers{0};
-};
+using ServerCounters = IPCServerCounts<std::atomic<std::uint64_t>>;
 
 /// Sends frames on a connection in the order in which they are put, and never waits: at once if the
 /// other end keeps up, otherwise from a bounded queue.
@@ -48,6 +38,7 @@ class Outbox {
     /// Sends or queues bytes that need not be a frame.
     bool PutBytes(std::span<const std::uint8_t> bytes);
 
+    std::uint32_t PeerProcess() const noexcept { return connection_->GetPeer().processId; }
     bool IsConnected() const noexcept { return connection_->IsConnected(); }
 
     /// Closes the connection, so that the thread that receives from it ends.

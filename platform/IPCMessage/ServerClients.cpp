@@ -79,7 +79,7 @@ void ServerClient::Stop()
     changed_.notify_all();
 }
 
-std::shared_ptr<Outbox> ServerClients::FindOutbox(std::uint64_t id, std::uint32_t& processId) const
+std::shared_ptr<Outbox> ServerClients::FindOutbox(std::uint64_t id) const
 {
     std::shared_ptr<ServerClient> client;
     {
@@ -90,7 +90,6 @@ std::shared_ptr<Outbox> ServerClients::FindOutbox(std::uint64_t id, std::uint32_
         }
         client = found->second;
     }
-    processId = client->Key().processId;
     return client->GetOutbox();
 }
 

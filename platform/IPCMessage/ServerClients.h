@@ -104,7 +104,7 @@ class ServerClients {
     };
 
     /// The event connection's outbox of a client, or null.
-    std::shared_ptr<Outbox> FindOutbox(std::uint64_t id, std::uint32_t& processId) const;
+    std::shared_ptr<Outbox> FindOutbox(std::uint64_t id) const;
 
     void Stop();
 
