@@ -100,8 +100,7 @@ bool EventReceiver::Greet(std::shared_ptr<Connection> connection)
         .kind = FrameKind::kHelloEvent,
         .flags = static_cast<std::uint16_t>(kHasPayload | (wasConnected_ ? kReturning : 0)),
         .order = order};
-    Deadline now(0ms);
-    if (connection->Send(sendBuffer_.Write(header, token_), now) != IoStatus::kDone) {
+    if (connection->TrySend(sendBuffer_.Write(header, token_)) != IoStatus::kDone) {
         return false;
     }
     order_.store(order + 1, std::memory_order_release);
@@ -120,8 +119,7 @@ bool EventReceiver::Post(const TagIPCMessageItem& item)
     }
     const std::uint64_t order = order_.load(std::memory_order_relaxed);
     const FrameHeader header{.kind = FrameKind::kPost, .order = order};
-    Deadline now(0ms);
-    if (connection_->Send(sendBuffer_.Write(header, item), now) != IoStatus::kDone) {
+    if (connection_->TrySend(sendBuffer_.Write(header, item)) != IoStatus::kDone) {
         return false;
     }
     order_.store(order + 1, std::memory_order_release);
