@@ -159,7 +159,7 @@ void EventReceiver::Run()
     ownReceiver = this;
     while (const std::shared_ptr<Connection> connection = NextConnection()) {
         ReadUntilLost(*connection);
-        if (ForkGeneration() != generation_) {
+        if (os::ForkGeneration() != generation_) {
             return;  // a child that fork made inside a callback: all else is its parent's
         }
         Lost();

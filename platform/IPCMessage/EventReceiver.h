@@ -4,6 +4,7 @@
 
 #include <IPCMessage/ServicePresence.h>
 #include <IPCMessage/Transport.h>
+#include <os/Fork.h>
 
 #include <atomic>
 #include <chrono>
@@ -70,7 +71,7 @@ class EventReceiver {
 
     const PipePlaces places_;
     const Token token_;
-    const std::uint64_t generation_ = ForkGeneration();
+    const std::uint32_t generation_ = os::ForkGeneration();
 
     std::atomic<bool> up_{false};
     std::atomic<bool> stopped_{false};

@@ -1,6 +1,7 @@
 #include <IPCMessage/CallConnections.h>
 #include <IPCMessage/EventReceiver.h>
 #include <IPCMessage/IPCMessageClient.h>
+#include <os/Fork.h>
 
 #include <exception>
 #include <utility>
@@ -19,7 +20,7 @@ class IPCMessageClient::Implementation {
 
     /// Whether this process is a child that fork made of the client's. Threads and locks are the
     /// parent's then, and nothing here can be used.
-    bool IsInherited() const noexcept { return pelacon::ipc::ForkGeneration() != generation_; }
+    bool IsInherited() const noexcept { return pelacon::os::ForkGeneration() != generation_; }
 
     CallStatus Call(const TagIPCMessageItem& request, TagIPCMessageItem& reply,
                     std::chrono::milliseconds timeout)
@@ -52,7 +53,7 @@ class IPCMessageClient::Implementation {
         EventReceiver::Start(events_);
     }
 
-    const std::uint64_t generation_ = pelacon::ipc::ForkGeneration();
+    const std::uint32_t generation_ = pelacon::os::ForkGeneration();
     std::shared_ptr<EventReceiver> events_;  // its thread holds it, too
     std::shared_ptr<Implementation> self_;
     CallConnections calls_;

@@ -156,7 +156,4 @@ std::unique_ptr<Listener> Listen(const std::wstring& pipeName, Warn warn = {});
 /// A token of random bytes from the operating system.
 Token DrawToken();
 
-/// Differs between a process and the children that fork made of it. One relaxed load.
-std::uint64_t ForkGeneration() noexcept;
-
 }  // namespace pelacon::ipc

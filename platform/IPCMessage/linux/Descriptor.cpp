@@ -1,12 +1,9 @@
 #include "Descriptor.h"
 
-#include <IPCMessage/Transport.h>
-
 #include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <mutex>
 
@@ -14,42 +11,27 @@ namespace pelacon::ipc {
 
 namespace {
 
-// All of this is trivially destructible: threads may open and close while the process exits.
+// All of this is trivially destructible: threads may open and close while the process exits. The
+// mutex is locked under a ForkHold only, so that it is free in a child.
 std::mutex listMutex;
 Descriptor* listHead = nullptr;
-std::atomic<std::uint64_t> forkGeneration{0};
 
 }  // namespace
 
 struct DescriptorList {
-    static void BeforeFork() { listMutex.lock(); }
-    static void AfterForkInParent() { listMutex.unlock(); }
-
     static void AfterForkInChild()
     {
-        forkGeneration.fetch_add(1, std::memory_order_relaxed);
         for (Descriptor* one = listHead; one != nullptr; one = one->next_) {
             close(one->fd_);
             one->fd_ = -1;
         }
         listHead = nullptr;
-        listMutex.unlock();
     }
 
     static const int registered;
 };
 
-const int DescriptorList::registered =
-    pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
-
-Descriptor::ForkGuard::ForkGuard() noexcept
-{
-    listMutex.lock();
-}
-Descriptor::ForkGuard::~ForkGuard()
-{
-    listMutex.unlock();
-}
+const int DescriptorList::registered = pthread_atfork(nullptr, nullptr, &AfterForkInChild);
 
 int Descriptor::AboveStandard(int descriptor) noexcept
 {
@@ -65,6 +47,7 @@ int Descriptor::AboveStandard(int descriptor) noexcept
 
 void Descriptor::Enlist() noexcept
 {
+    const std::lock_guard lock(listMutex);
     next_ = listHead;
     previous_ = nullptr;
     if (next_ != nullptr) {
@@ -75,7 +58,8 @@ void Descriptor::Enlist() noexcept
 
 void Descriptor::Close() noexcept
 {
-    const ForkGuard guard;
+    const os::ForkHold hold;
+    const std::lock_guard lock(listMutex);
     if (fd_ < 0) {
         return;
     }
@@ -85,11 +69,6 @@ void Descriptor::Close() noexcept
     }
     close(fd_);
     fd_ = -1;
-}
-
-std::uint64_t ForkGeneration() noexcept
-{
-    return forkGeneration.load(std::memory_order_relaxed);
 }
 
 }  // namespace pelacon::ipc

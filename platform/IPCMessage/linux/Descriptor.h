@@ -1,7 +1,7 @@
 // File descriptors that a child made by fork does not share.
 #pragma once
 
-#include <cstdint>
+#include <os/Fork.h>
 
 namespace pelacon::ipc {
 
@@ -22,7 +22,7 @@ class Descriptor {
     bool Take(const Open& open)
     {
         Close();
-        const ForkGuard guard;
+        const os::ForkHold hold;
         fd_ = AboveStandard(open());
         if (fd_ >= 0) {
             Enlist();
@@ -37,15 +37,6 @@ class Descriptor {
 
   private:
     friend struct DescriptorList;
-
-    /// Holds off fork, and guards the list of all descriptors.
-    class ForkGuard {
-      public:
-        ForkGuard() noexcept;
-        ~ForkGuard();
-        ForkGuard(const ForkGuard&) = delete;
-        ForkGuard& operator=(const ForkGuard&) = delete;
-    };
 
     static int AboveStandard(int descriptor) noexcept;
     void Enlist() noexcept;

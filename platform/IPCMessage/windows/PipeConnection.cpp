@@ -241,9 +241,4 @@ ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
     return {};
 }
 
-std::uint64_t ForkGeneration() noexcept
-{
-    return 0;
-}
-
 }  // namespace pelacon::ipc
