@@ -7,10 +7,13 @@ namespace pelacon::os {
 /// to be asked to interpret them, and to take text as UTF-8, this asks it.
 bool OutputIsTerminal();
 
-/// Columns of the terminal that standard output goes to; 0 when there is none.
-int TerminalWidth();
+/// In characters.
+struct TerminalSize {
+    int columns = 0;
+    int rows = 0;
+};
 
-/// Rows of it; 0 when there is none.
-int TerminalHeight();
+/// The size of the terminal that standard output goes to; zeros when there is none.
+TerminalSize SizeOfTerminal();
 
 }  // namespace pelacon::os

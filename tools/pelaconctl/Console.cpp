@@ -1,5 +1,4 @@
 #include <os/Environment.h>
-#include <os/Terminal.h>
 #include <tools/pelaconctl/Console.h>
 #include <tools/pelaconctl/Failure.h>
 
@@ -13,8 +12,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-constexpr int kDefaultWidth = 80;
-constexpr int kDefaultHeight = 24;
+constexpr os::TerminalSize kDefaultSize{80, 24};
 
 const char* ColourCode(Console::Style style)
 {
@@ -62,16 +60,11 @@ bool ColoursWanted()
 
 Console::Console() : terminal_(os::OutputIsTerminal()), colours_(terminal_ && ColoursWanted()) {}
 
-int Console::Width() const
+os::TerminalSize Console::Size() const
 {
-    const int width = os::TerminalWidth();
-    return width > 0 ? width : kDefaultWidth;
-}
-
-int Console::Height() const
-{
-    const int height = os::TerminalHeight();
-    return height > 0 ? height : kDefaultHeight;
+    const os::TerminalSize size = os::SizeOfTerminal();
+    return {size.columns > 0 ? size.columns : kDefaultSize.columns,
+            size.rows > 0 ? size.rows : kDefaultSize.rows};
 }
 
 std::string Console::Styled(Style style, std::string_view text) const

@@ -1,6 +1,8 @@
 // Standard output: lines for people, or JSON lines for programs.
 #pragma once
 
+#include <os/Terminal.h>
+
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstddef>
@@ -26,11 +28,8 @@ class Console {
 
     bool IsTerminal() const { return terminal_; }
 
-    /// Columns of the terminal; 80 where the output is not a terminal.
-    int Width() const;
-
-    /// Rows of the terminal; 24 where the output is not a terminal.
-    int Height() const;
+    /// 80 by 24 where the output is not a terminal.
+    os::TerminalSize Size() const;
 
     /// The text with the escape sequences that show it in this style.
     std::string Styled(Style style, std::string_view text) const;

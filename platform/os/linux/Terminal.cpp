@@ -14,24 +14,13 @@ bool OutputIsTerminal()
     return isatty(STDOUT_FILENO) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
-namespace {
-
-winsize Size()
+TerminalSize SizeOfTerminal()
 {
     winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
-}
-
-}  // namespace
-
-int TerminalWidth()
-{
-    return Size().ws_col;
-}
-
-int TerminalHeight()
-{
-    return Size().ws_row;
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) {
+        return {};
+    }
+    return {size.ws_col, size.ws_row};
 }
 
 }  // namespace pelacon::os

@@ -12,28 +12,14 @@ bool OutputIsTerminal()
            SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
-namespace {
-
-/// The visible part of the console; its width and height are 0 where there is no console.
-SMALL_RECT Window()
+TerminalSize SizeOfTerminal()
 {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    const bool known = GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info) != 0;
-    return known ? info.srWindow : SMALL_RECT{0, 0, -1, -1};
-}
-
-}  // namespace
-
-int TerminalWidth()
-{
-    const SMALL_RECT window = Window();
-    return window.Right - window.Left + 1;
-}
-
-int TerminalHeight()
-{
-    const SMALL_RECT window = Window();
-    return window.Bottom - window.Top + 1;
+    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info) == FALSE) {
+        return {};
+    }
+    const SMALL_RECT& visible = info.srWindow;
+    return {visible.Right - visible.Left + 1, visible.Bottom - visible.Top + 1};
 }
 
 }  // namespace pelacon::os

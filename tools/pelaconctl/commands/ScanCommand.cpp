@@ -206,9 +206,10 @@ class Display {
         // The summary and the line of the cursor take two rows. The last column stays empty, as
         // some terminals start a new line when it is written to.
         constexpr int kOtherRows = 2;
+        const os::TerminalSize size = console_.Size();
         std::vector<std::string> lines = table_.Lines(
-            console_, order_, now, static_cast<std::size_t>(std::max(1, console_.Width() - 1)),
-            static_cast<std::size_t>(std::max(1, console_.Height() - kOtherRows)));
+            console_, order_, now, static_cast<std::size_t>(std::max(1, size.columns - 1)),
+            static_cast<std::size_t>(std::max(1, size.rows - kOtherRows)));
         lines.push_back(console_.Styled(Console::Style::kDim, Summary(now)));
         live_.Draw(lines);
     }

@@ -83,7 +83,7 @@ void AddStatus(CLI::App& service, const Console& console)
         ->check(NotNegative());
     status->callback([&console, wait] {
         const Json answer = StatusWithin(*wait);
-        const auto width = static_cast<std::size_t>(console.Width());
+        const auto width = static_cast<std::size_t>(console.Size().columns);
         console.Report(answer, "PelaconService " + answer.value("version", "") + " is running." +
                                    console.Rows(StatusRows(answer), width));
     });
