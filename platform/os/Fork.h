@@ -5,7 +5,7 @@
 
 namespace pelacon::os {
 
-/// A number of the calling thread, from 1 on. The thread that forks keeps its number in the child,
+/// A number from 1 on that no other running thread has. The forking thread keeps it in the child,
 /// and none that the child starts gets a number that was ever used in a parent.
 std::uint64_t ThisThread() noexcept;
 

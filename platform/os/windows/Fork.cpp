@@ -1,22 +1,12 @@
 #include <os/Fork.h>
 
-#include <atomic>
+#include <windows.h>
 
 namespace pelacon::os {
 
-namespace {
-
-constinit std::atomic<std::uint64_t> lastThread{0};
-constinit thread_local std::uint64_t thisThread = 0;
-
-}  // namespace
-
 std::uint64_t ThisThread() noexcept
 {
-    if (thisThread == 0) {
-        thisThread = lastThread.fetch_add(1, std::memory_order_relaxed) + 1;
-    }
-    return thisThread;
+    return GetCurrentThreadId();
 }
 
 bool StayedBehind(std::uint64_t /*thread*/) noexcept
