@@ -2,7 +2,6 @@
 #include <os/CommandLine.h>
 #include <os/FileLimit.h>
 #include <os/Files.h>
-#include <os/StandardStreams.h>
 #include <os/Termination.h>
 #include <protocol/Operation.h>
 #include <service/Version.h>

@@ -5,7 +5,6 @@
 #include <os/Lock.h>
 #include <os/Singleton.h>
 #include <os/SinkSlot.h>
-#include <os/StandardStreams.h>
 #include <os/UtcTime.h>
 #include <os/Utf8.h>
 

@@ -1,4 +1,4 @@
-#include <os/StandardStreams.h>
+#include <os/Files.h>
 #include <os/Threads.h>
 #include <os/UtcTime.h>
 #include <service/base/Log.h>

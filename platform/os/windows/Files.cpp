@@ -6,6 +6,8 @@
 #include <io.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <system_error>
 
@@ -16,6 +18,20 @@ namespace {
 [[noreturn]] void Fail(const std::string& path)
 {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), path);
+}
+
+bool WriteAll(int descriptor, std::string_view text) noexcept
+{
+    while (!text.empty()) {
+        const int written =
+            _write(descriptor, text.data(),
+                   static_cast<unsigned>(std::min<std::size_t>(text.size(), INT_MAX)));
+        if (written <= 0) {
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
 }
 
 }  // namespace
@@ -54,16 +70,21 @@ bool IsOpenForWriting(int descriptor) noexcept
 
 bool WriteAndClose(int descriptor, std::string_view text)
 {
-    bool written = true;
-    while (written && !text.empty()) {
-        const int count = _write(descriptor, text.data(), static_cast<unsigned>(text.size()));
-        written = count > 0;
-        if (written) {
-            text.remove_prefix(static_cast<std::size_t>(count));
-        }
-    }
+    const bool written = WriteAll(descriptor, text);
     _close(descriptor);
     return written;
+}
+
+void OpenMissingStandardStreams() noexcept {}
+
+bool IsStandardErrorForLogs()
+{
+    return true;
+}
+
+bool WriteToStandardError(std::string_view text) noexcept
+{
+    return WriteAll(_fileno(stderr), text);
 }
 
 }  // namespace pelacon::os
