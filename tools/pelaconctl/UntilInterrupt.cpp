@@ -1,4 +1,4 @@
-#include <os/Interrupt.h>
+#include <os/Termination.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/UntilInterrupt.h>
 

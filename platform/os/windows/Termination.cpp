@@ -5,10 +5,33 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <utility>
 
 namespace pelacon::os {
 
 namespace {
+
+/// What an interrupt causes. Never destroyed: the system's thread may still call it after main has
+/// returned.
+std::function<void()>& Action()
+{
+    static auto& action = *new std::function<void()>;
+    return action;
+}
+
+BOOL WINAPI OnInterruptControl(DWORD event)
+{
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
+        return FALSE;
+    }
+    Action()();
+    return TRUE;
+}
+
+void CALLBACK OnEndEvent(void*, BOOLEAN)
+{
+    Action()();
+}
 
 const char* const kEndEvent = "its end event was set";
 
@@ -50,6 +73,17 @@ BOOL WINAPI OnControl(DWORD event)
 }
 
 }  // namespace
+
+// The system calls both handlers on its own threads. It does not call the first where Ctrl-C is
+// ignored. The wait for the event lasts as long as the process.
+void OnInterrupt(std::function<void()> action)
+{
+    Action() = std::move(action);
+    SetConsoleCtrlHandler(&OnInterruptControl, TRUE);
+    HANDLE event = CreateEventW(nullptr, FALSE, FALSE, EndEventName(GetCurrentProcessId()).c_str());
+    HANDLE wait = nullptr;
+    RegisterWaitForSingleObject(&wait, event, &OnEndEvent, nullptr, INFINITE, WT_EXECUTEDEFAULT);
+}
 
 Termination::Termination()
 {
