@@ -12,6 +12,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <type_traits>
 
 namespace pelacon::ipc {
 
@@ -68,22 +69,7 @@ struct FrameHeader {
 
 static_assert(std::endian::native == std::endian::little);
 static_assert(sizeof(FrameHeader) == 64);
-static_assert(offsetof(FrameHeader, magic) == 0);
-static_assert(offsetof(FrameHeader, version) == 4);
-static_assert(offsetof(FrameHeader, kind) == 5);
-static_assert(offsetof(FrameHeader, flags) == 6);
-static_assert(offsetof(FrameHeader, sequence) == 8);
-static_assert(offsetof(FrameHeader, order) == 16);
-static_assert(offsetof(FrameHeader, targetModuleId) == 24);
-static_assert(offsetof(FrameHeader, sourceModuleId) == 28);
-static_assert(offsetof(FrameHeader, msgId) == 32);
-static_assert(offsetof(FrameHeader, reservedA) == 36);
-static_assert(offsetof(FrameHeader, reservedB) == 40);
-static_assert(offsetof(FrameHeader, reservedC) == 44);
-static_assert(offsetof(FrameHeader, processId) == 48);
-static_assert(offsetof(FrameHeader, payloadLength) == 52);
-static_assert(offsetof(FrameHeader, nameLength) == 56);
-static_assert(offsetof(FrameHeader, zero) == 60);
+static_assert(std::has_unique_object_representations_v<FrameHeader>);  // there is no padding
 
 inline constexpr std::size_t kMaxPayload = 65'536;
 inline constexpr std::size_t kMaxName = 255;
