@@ -31,12 +31,12 @@ class CallConnections::Tenure {
   public:
     Tenure(CallConnections& pool, Slot& slot) noexcept : pool_(pool), slot_(slot)
     {
-        slot_.status = CallStatus::kFailed;
+        slot_.status = IoStatus::kLost;
     }
 
     ~Tenure()
     {
-        if (slot_.status != CallStatus::kAnswered) {
+        if (slot_.status != IoStatus::kDone) {
             pool_.Put(slot_, nullptr);
         }
         pool_.Release(slot_);
@@ -54,12 +54,12 @@ CallConnections::CallConnections(PipePlaces places, const Token& token)
     : id_(NextPoolId()), places_(std::move(places)), token_(token)
 {}
 
-CallStatus CallConnections::Call(const TagIPCMessageItem& request, std::uint64_t order,
-                                 TagIPCMessageItem& reply, Deadline& deadline)
+IoStatus CallConnections::Call(const TagIPCMessageItem& request, std::uint64_t order,
+                               TagIPCMessageItem& reply, Deadline& deadline)
 {
     Slot* const slot = Claim(deadline);
     if (slot == nullptr) {
-        return stopped_ ? CallStatus::kFailed : CallStatus::kTimeout;
+        return stopped_ ? IoStatus::kLost : IoStatus::kTimeout;
     }
     const Tenure tenure(*this, *slot);
     return slot->status = Exchange(*slot, request, order, reply, deadline);
@@ -138,9 +138,9 @@ void CallConnections::Release(Slot& slot)
     }
 }
 
-CallStatus CallConnections::Exchange(Slot& slot, const TagIPCMessageItem& request,
-                                     std::uint64_t order, TagIPCMessageItem& reply,
-                                     Deadline& deadline)
+IoStatus CallConnections::Exchange(Slot& slot, const TagIPCMessageItem& request,
+                                   std::uint64_t order, TagIPCMessageItem& reply,
+                                   Deadline& deadline)
 {
     if (!slot.buffer) {
         slot.buffer = std::make_unique<FrameBuffer>();
@@ -150,16 +150,16 @@ CallStatus CallConnections::Exchange(Slot& slot, const TagIPCMessageItem& reques
         .kind = FrameKind::kRequest, .sequence = ++slot.sequence, .order = order};
     const IoStatus sent = SendRequest(slot, buffer.Write(header, request), deadline);
     if (sent != IoStatus::kDone) {
-        return sent == IoStatus::kTimeout ? CallStatus::kTimeout : CallStatus::kFailed;
+        return sent;
     }
     const IoResult received = slot.connection->Receive(buffer.Room(), deadline);
     if (received.status != IoStatus::kDone) {
-        return received.status == IoStatus::kTimeout ? CallStatus::kTimeout : CallStatus::kFailed;
+        return received.status;
     }
     const auto answer = buffer.Read(received.size);
     const bool ours = answer && answer->kind == FrameKind::kReply &&
                       answer->sequence == slot.sequence && buffer.CopyItem(*answer, reply);
-    return ours ? CallStatus::kAnswered : CallStatus::kFailed;
+    return ours ? IoStatus::kDone : IoStatus::kLost;
 }
 
 /// An idle connection may have been closed by a service that has ended since. The request has not

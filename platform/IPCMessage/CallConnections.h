@@ -13,8 +13,6 @@
 
 namespace pelacon::ipc {
 
-enum class CallStatus { kAnswered, kTimeout, kFailed };
-
 /// A pool of call connections to one service. The caller itself writes its request and reads its
 /// reply, so a call costs one send and one receive on either side and wakes no third thread. A
 /// thread tends to get the same connection again, without a lock.
@@ -25,9 +23,9 @@ class CallConnections {
     CallConnections(PipePlaces places, const Token& token);
 
     /// Makes one call. The request must fit a frame; it does not overtake what was sent before
-    /// `order`.
-    CallStatus Call(const TagIPCMessageItem& request, std::uint64_t order, TagIPCMessageItem& reply,
-                    Deadline& deadline);
+    /// `order`. Returns kLost for every failure but a time-out.
+    IoStatus Call(const TagIPCMessageItem& request, std::uint64_t order, TagIPCMessageItem& reply,
+                  Deadline& deadline);
 
     /// Ends all calls that wait, and makes later ones fail.
     void Stop();
@@ -44,7 +42,7 @@ class CallConnections {
     /// A place for one connection. The thread that made it busy owns it until it releases it.
     struct alignas(64) Slot {
         std::atomic<State> state{State::kUnused};
-        CallStatus status{};  ///< of the last call
+        IoStatus status{};  ///< of the last call
         std::uint64_t sequence = 0;
         std::unique_ptr<FrameBuffer> buffer;
         std::unique_ptr<Connection> connection;  ///< changed by the owner under `exchange`
@@ -55,8 +53,8 @@ class CallConnections {
     Slot* TryClaim();
     Slot* TryClaimFrom(std::size_t index, State wanted) noexcept;
     void Release(Slot& slot);
-    CallStatus Exchange(Slot& slot, const TagIPCMessageItem& request, std::uint64_t order,
-                        TagIPCMessageItem& reply, Deadline& deadline);
+    IoStatus Exchange(Slot& slot, const TagIPCMessageItem& request, std::uint64_t order,
+                      TagIPCMessageItem& reply, Deadline& deadline);
     IoStatus SendRequest(Slot& slot, std::span<const std::uint8_t> frame, Deadline& deadline);
     IoStatus Open(Slot& slot, Deadline& deadline);
     void Put(Slot& slot, std::unique_ptr<Connection> connection);

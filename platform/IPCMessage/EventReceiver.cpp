@@ -57,27 +57,27 @@ void EventReceiver::Start(const std::shared_ptr<EventReceiver>& receiver)
     os::StartDetachedThread([receiver] { receiver->Run(); });
 }
 
-LinkStatus EventReceiver::BringUp(Deadline& deadline)
+IoStatus EventReceiver::BringUp(Deadline& deadline)
 {
     Lock lock(mutex_);
     return BringUp(lock, deadline);
 }
 
-LinkStatus EventReceiver::BringUp(Lock& lock, Deadline& deadline)
+IoStatus EventReceiver::BringUp(Lock& lock, Deadline& deadline)
 {
     if (!changed_.wait_until(lock, deadline.End(), [this] { return !connecting_ || stopped_; })) {
         deadline.Refresh();
-        return LinkStatus::kTimeout;
+        return IoStatus::kTimeout;
     }
     deadline.Refresh();
     return Connect(lock, deadline);
 }
 
 /// Connects unless that has been done. The lock is let go meanwhile; nobody else is connecting.
-LinkStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
+IoStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
 {
     if (stopped_ || connection_) {
-        return stopped_ ? LinkStatus::kDown : LinkStatus::kUp;
+        return stopped_ ? IoStatus::kLost : IoStatus::kDone;
     }
     connecting_ = true;
     lock.unlock();
@@ -87,10 +87,10 @@ LinkStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
     const bool up = attempt.connection && !stopped_ && Greet(std::move(attempt.connection));
     changed_.notify_all();
     if (up) {
-        return LinkStatus::kUp;
+        return IoStatus::kDone;
     }
     const bool inTime = stopped_ || attempt.status != ConnectStatus::kBusy;
-    return inTime ? LinkStatus::kDown : LinkStatus::kTimeout;
+    return inTime ? IoStatus::kLost : IoStatus::kTimeout;
 }
 
 bool EventReceiver::Greet(std::shared_ptr<Connection> connection)
@@ -114,7 +114,7 @@ bool EventReceiver::Post(const TagIPCMessageItem& item)
 {
     Lock lock(mutex_);
     Deadline deadline(kPostPatience);
-    if (BringUp(lock, deadline) != LinkStatus::kUp) {
+    if (BringUp(lock, deadline) != IoStatus::kDone) {
         return false;
     }
     const std::uint64_t order = order_.load(std::memory_order_relaxed);

@@ -18,8 +18,6 @@
 
 namespace pelacon::ipc {
 
-enum class LinkStatus { kUp, kTimeout, kDown };
-
 class EventReceiver {
   public:
     using Callback = std::function<void(TagIPCMessageItem& item)>;
@@ -31,10 +29,10 @@ class EventReceiver {
     static void Start(const std::shared_ptr<EventReceiver>& receiver);
 
     /// Sees to it that the event connection is up: where it is not, tries once to connect, and
-    /// waits for a busy pipe until the deadline.
-    LinkStatus EnsureUp(Deadline& deadline)
+    /// waits for a busy pipe until the deadline. Returns kDone, kTimeout or kLost.
+    IoStatus EnsureUp(Deadline& deadline)
     {
-        return up_.load(std::memory_order_acquire) ? LinkStatus::kUp : BringUp(deadline);
+        return up_.load(std::memory_order_acquire) ? IoStatus::kDone : BringUp(deadline);
     }
 
     /// How many frames that no later request may overtake have been sent.
@@ -56,9 +54,9 @@ class EventReceiver {
     using Callbacks = std::unordered_map<std::int32_t, Callback>;
     using Lock = std::unique_lock<std::mutex>;
 
-    LinkStatus BringUp(Deadline& deadline);
-    LinkStatus BringUp(Lock& lock, Deadline& deadline);
-    LinkStatus Connect(Lock& lock, Deadline& deadline);
+    IoStatus BringUp(Deadline& deadline);
+    IoStatus BringUp(Lock& lock, Deadline& deadline);
+    IoStatus Connect(Lock& lock, Deadline& deadline);
     bool Greet(std::shared_ptr<Connection> connection);
 
     void Run();

@@ -7,10 +7,9 @@
 #include <utility>
 
 using pelacon::ipc::CallConnections;
-using pelacon::ipc::CallStatus;
 using pelacon::ipc::Deadline;
 using pelacon::ipc::EventReceiver;
-using pelacon::ipc::LinkStatus;
+using pelacon::ipc::IoStatus;
 
 class IPCMessageClient::Implementation {
   public:
@@ -22,15 +21,13 @@ class IPCMessageClient::Implementation {
     /// parent's then, and nothing here can be used.
     bool IsInherited() const noexcept { return pelacon::os::ForkGeneration() != generation_; }
 
-    CallStatus Call(const TagIPCMessageItem& request, TagIPCMessageItem& reply,
-                    std::chrono::milliseconds timeout)
+    IoStatus Call(const TagIPCMessageItem& request, TagIPCMessageItem& reply,
+                  std::chrono::milliseconds timeout)
     {
         Deadline deadline(timeout);
-        const LinkStatus link = events_->EnsureUp(deadline);
-        if (link != LinkStatus::kUp) {
-            return link == LinkStatus::kTimeout ? CallStatus::kTimeout : CallStatus::kFailed;
-        }
-        return calls_.Call(request, events_->Order(), reply, deadline);
+        const IoStatus link = events_->EnsureUp(deadline);
+        return link == IoStatus::kDone ? calls_.Call(request, events_->Order(), reply, deadline)
+                                       : link;
     }
 
     void Stop()
@@ -96,12 +93,12 @@ bool IPCMessageClient::SendIPCMessage(TagIPCMessageItem& request, TagIPCMessageI
         return false;
     }
     try {
-        const CallStatus status =
+        const IoStatus status =
             implementation_->Call(request, reply, std::chrono::milliseconds(timeoutMs));
-        if (status == CallStatus::kTimeout) {
+        if (status == IoStatus::kTimeout) {
             implementation_->timedOut.fetch_add(1, std::memory_order_relaxed);
         }
-        return status == CallStatus::kAnswered;
+        return status == IoStatus::kDone;
     } catch (const std::exception&) {  // no memory
         return false;
     }
