@@ -36,25 +36,14 @@ std::uint32_t NextCharacter(std::wstring_view text, std::size_t& position)
     return none ? kReplacement : unit;
 }
 
+/// Adds a first byte, which says by its highest bits how many follow, and those, of six bits each.
 void Append(std::string& bytes, std::uint32_t character)
 {
-    const auto tail = [&](unsigned shift) {
-        bytes += static_cast<char>(0x80 | ((character >> shift) & 0x3F));
-    };
-    if (character < 0x80) {
-        bytes += static_cast<char>(character);
-    } else if (character < 0x800) {
-        bytes += static_cast<char>(0xC0 | (character >> 6));
-        tail(0);
-    } else if (character < 0x10000) {
-        bytes += static_cast<char>(0xE0 | (character >> 12));
-        tail(6);
-        tail(0);
-    } else {
-        bytes += static_cast<char>(0xF0 | (character >> 18));
-        tail(12);
-        tail(6);
-        tail(0);
+    constexpr std::uint32_t kFirst[] = {0, 0xC0, 0xE0, 0xF0};
+    unsigned more = character < 0x80 ? 0 : character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    bytes += static_cast<char>(kFirst[more] | character >> (6 * more));
+    while (more-- > 0) {
+        bytes += static_cast<char>(0x80 | ((character >> (6 * more)) & 0x3F));
     }
 }
 
