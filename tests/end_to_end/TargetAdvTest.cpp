@@ -11,27 +11,27 @@ namespace pelacon::test {
 
 namespace {
 
-struct Received {
+struct TargetedAdvertisement {
     int table = 0;
     TargetAdvInfo info{};
 };
 
-Mailbox<Received>& All()
+Mailbox<TargetedAdvertisement>& TargetedAdvertisements()
 {
-    static auto& received = *new Mailbox<Received>;
+    static auto& received = *new Mailbox<TargetedAdvertisement>;
     return received;
 }
 
 template <int Table>
 VoviewRecvAdvCallbacksC targetTable{[](TargetAdvInfo info) {
-    All().Put({Table, info});
+    TargetedAdvertisements().Put({Table, info});
 }};
 
 class TargetAdv : public ::testing::Test {
   protected:
     TargetAdv()
     {
-        All().Clear();
+        TargetedAdvertisements().Clear();
         EXPECT_EQ(PelaconSvcStart(), 0);
     }
     ~TargetAdv() override { PelaconSvcStop(); }
@@ -59,13 +59,13 @@ TEST_F(TargetAdv, ReachesTheListenersOfItsBusinessOnly)
     Register(42, &targetTable<2>);
     const TargetAdvInfo info = Info(42, 0xA5);
     EXPECT_EQ(BleScanner::BleOnRecvVoviewData(info), 0);
-    const Received received = All().Next();
+    const TargetedAdvertisement received = TargetedAdvertisements().Next();
     EXPECT_EQ(received.table, 2);
     EXPECT_EQ(std::memcmp(&received.info, &info, sizeof info), 0);
     EXPECT_EQ(BleScanner::BleUnRegisterTargetAdvCallback(static_cast<BleTargetBusiness>(42)), 0);
     EXPECT_EQ(BleScanner::BleOnRecvVoviewData(info), 0);
     EXPECT_EQ(BleScanner::BleOnRecvVoviewData(Info(41, 1)), 0);
-    EXPECT_EQ(All().Next().table, 1);
+    EXPECT_EQ(TargetedAdvertisements().Next().table, 1);
     EXPECT_EQ(BleScanner::BleUnRegisterTargetAdvCallback(static_cast<BleTargetBusiness>(41)), 0);
 }
 
@@ -74,7 +74,7 @@ TEST_F(TargetAdv, IsReceivedByAnotherProgram)
     Register(43, &targetTable<3>);
     const CommandResult sent = Pelaconctl({"targets", "send", "43", "0a0b"});
     EXPECT_EQ(sent.exitCode, 0) << sent.errors;
-    const Received received = All().Next();
+    const TargetedAdvertisement received = TargetedAdvertisements().Next();
     EXPECT_EQ(received.info.business, 43);
     EXPECT_EQ(received.info.data[0], 0x0A);
     EXPECT_EQ(received.info.data[1], 0x0B);
@@ -90,7 +90,7 @@ TEST_F(TargetAdv, IsReceivedAfterARestart)
         return service.Command({{"command", "status"}})["targetedAdvertisements"]["listeners"] == 1;
     }));
     EXPECT_EQ(BleScanner::BleOnRecvVoviewData(Info(44, 1)), 0);
-    EXPECT_EQ(All().Next().table, 4);
+    EXPECT_EQ(TargetedAdvertisements().Next().table, 4);
     EXPECT_EQ(BleScanner::BleUnRegisterTargetAdvCallback(static_cast<BleTargetBusiness>(44)), 0);
 }
 
