@@ -4,7 +4,6 @@
 #include <protocol/BleScanner.h>
 #include <tools/pelaconctl/AdvertisedData.h>
 #include <tools/pelaconctl/DeviceTable.h>
-#include <tools/pelaconctl/LiveText.h>
 #include <tools/pelaconctl/commands/Kit.h>
 
 #include <variant>
@@ -168,10 +167,7 @@ Json RecordOf(const BleScanResultC& result)
 class Display {
   public:
     Display(const Console& console, DeviceTable::Order order)
-        : console_(console),
-          live_(console),
-          order_(order),
-          redraws_(console.IsTerminal() && !console.Json())
+        : console_(console), order_(order), redraws_(console.IsTerminal() && !console.Json())
     {}
 
     void Show(const BleScanResultC& result)
@@ -211,7 +207,20 @@ class Display {
             console_, order_, now, static_cast<std::size_t>(std::max(1, size.columns - 1)),
             static_cast<std::size_t>(std::max(1, size.rows - kOtherRows)));
         lines.push_back(console_.Styled(Console::Style::kDim, Summary(now)));
-        live_.Draw(lines);
+        DrawOver(lines);
+    }
+
+    /// Replaces the lines drawn before, none of which may be wider than the terminal.
+    void DrawOver(const std::vector<std::string>& lines)
+    {
+        constexpr char kClearRestOfLine[] = "\033[K";
+        constexpr char kClearBelow[] = "\033[J";
+        std::string text = drawn_ > 0 ? "\033[" + std::to_string(drawn_) + "A\r" : "";
+        for (const std::string& line : lines) {
+            text += line + kClearRestOfLine + "\n";
+        }
+        console_.Put(text + kClearBelow);
+        drawn_ = lines.size();
     }
 
     std::string Summary(Clock::time_point now) const
@@ -223,11 +232,11 @@ class Display {
 
     const Console& console_;
     DeviceTable table_;
-    LiveText live_;
     DeviceTable::Order order_;
     bool redraws_;
     Clock::time_point begin_ = Clock::now();
     Clock::time_point next_ = begin_;
+    std::size_t drawn_ = 0;  // lines
 };
 
 void Handle(const ScanEvent& event, Display& display, ScanListener& listener)
