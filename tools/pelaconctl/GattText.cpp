@@ -155,4 +155,20 @@ void AddUuid(nlohmann::ordered_json& record, const std::string& name, const Uuid
     record[name + "128"] = protocol::LongText(uuid);
 }
 
+GattPath GattPath::Parse(std::string_view service, std::string_view characteristic)
+{
+    return {ParseUuidText(service), ParseUuidText(characteristic)};
+}
+
+std::string GattPath::Text() const
+{
+    return FormatUuid(service) + "/" + FormatUuid(characteristic);
+}
+
+void GattPath::AddTo(nlohmann::ordered_json& record) const
+{
+    AddUuid(record, "service", service);
+    AddUuid(record, "characteristic", characteristic);
+}
+
 }  // namespace pelacon::ctl

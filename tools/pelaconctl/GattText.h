@@ -39,4 +39,19 @@ void AddValue(nlohmann::ordered_json& record, std::span<const std::uint8_t> valu
 /// Adds two fields: `name` with the UUID in its shortest form, and `name`128 with the UUID in full.
 void AddUuid(nlohmann::ordered_json& record, const std::string& name, const protocol::Uuid& uuid);
 
+/// A characteristic and its service.
+struct GattPath {
+    /// Reads both UUIDs. Throws Failure.
+    static GattPath Parse(std::string_view service, std::string_view characteristic);
+
+    /// "180D/2A37"
+    std::string Text() const;
+
+    /// Adds "service" and "characteristic", by AddUuid.
+    void AddTo(nlohmann::ordered_json& record) const;
+
+    protocol::Uuid service;
+    protocol::Uuid characteristic;
+};
+
 }  // namespace pelacon::ctl

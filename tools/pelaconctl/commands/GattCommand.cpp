@@ -16,40 +16,40 @@ using protocol::Uuid;
 /// How often a subscription checks its connection while no value comes.
 constexpr std::chrono::milliseconds kCheckConnection(250);
 
-/// The options of all commands that connect to a device.
+/// The options of the commands that connect to a device; each has some of them.
 struct PeerOptions {
     std::string address;
     double wait = 30;
+    std::string service;
+    std::string characteristic;
+    std::vector<std::string> otherServices;
+    std::string hex;
+    std::string text;
+    std::optional<double> seconds;
+    std::optional<std::uint64_t> count;
 };
+
+GattPath PathOf(const PeerOptions& options)
+{
+    return GattPath::Parse(options.service, options.characteristic);
+}
 
 GattPeer ConnectTo(const PeerOptions& options)
 {
     return {ParseAddress(options.address), options.wait};
 }
 
-/// The characteristic that a command reads, writes or subscribes to.
-struct Target {
-    std::string serviceText;
-    std::string characteristicText;
+Json RecordOf(const GattPeer& peer, const GattPath& path)
+{
+    Json record{{"address", peer.Address()}};
+    path.AddTo(record);
+    return record;
+}
 
-    Uuid Service() const { return ParseUuidText(serviceText); }
-    Uuid Characteristic() const { return ParseUuidText(characteristicText); }
-    std::string Name() const { return FormatUuid(Service()) + "/" + FormatUuid(Characteristic()); }
-
-    Json Record(const GattPeer& peer) const
-    {
-        Json record{{"address", peer.Address()}};
-        AddUuid(record, "service", Service());
-        AddUuid(record, "characteristic", Characteristic());
-        return record;
-    }
-};
-
-void ShowServices(const PeerOptions& options, const std::vector<std::string>& others,
-                  const Console& console)
+void ShowServices(const PeerOptions& options, const Console& console)
 {
     std::vector<Uuid> uuids = NamedServices();
-    for (const std::string& other : others) {
+    for (const std::string& other : options.otherServices) {
         const Uuid uuid = ParseUuidText(other);
         if (std::ranges::find(uuids, uuid) == uuids.end()) {
             uuids.push_back(uuid);
@@ -77,71 +77,61 @@ void ShowServices(const PeerOptions& options, const std::vector<std::string>& ot
                        "--uuid.");
 }
 
-void Read(const PeerOptions& options, const Target& target, const Console& console)
+void Read(const PeerOptions& options, const Console& console)
 {
-    const std::string service = LongText(target.Service());
-    const std::string characteristic = LongText(target.Characteristic());
+    const GattPath path = PathOf(options);
     const GattPeer peer = ConnectTo(options);
     Bytes value;
-    Check(
-        BleGattClient::BleGattClientReadCharacteristic(peer.Id(), service, characteristic, &value),
-        "read " + target.Name());
-    Json record = target.Record(peer);
+    Check(BleGattClient::BleGattClientReadCharacteristic(peer.Id(), LongText(path.service),
+                                                         LongText(path.characteristic), &value),
+          "read " + path.Text());
+    Json record = RecordOf(peer, path);
     AddValue(record, value);
     console.Report(record, FormatValue(value));
 }
 
-void Write(const PeerOptions& options, const Target& target, const Bytes& value,
-           const Console& console)
+void Write(const PeerOptions& options, const Bytes& value, const Console& console)
 {
-    const std::string service = LongText(target.Service());
-    const std::string characteristic = LongText(target.Characteristic());
+    const GattPath path = PathOf(options);
     const GattPeer peer = ConnectTo(options);
-    Check(
-        BleGattClient::BleGattClientWriteCharacteristic(peer.Id(), service, characteristic, value),
-        "write " + target.Name());
-    Json record = target.Record(peer);
+    Check(BleGattClient::BleGattClientWriteCharacteristic(peer.Id(), LongText(path.service),
+                                                          LongText(path.characteristic), value),
+          "write " + path.Text());
+    Json record = RecordOf(peer, path);
     AddValue(record, value);
-    console.Report(record, target.Name() + " is now " + FormatValue(value));
+    console.Report(record, path.Text() + " is now " + FormatValue(value));
 }
 
-struct SubscribeLimits {
-    std::optional<double> seconds;
-    std::optional<std::uint64_t> count;
-};
-
-void ShowValue(const GattNotified& notified, const Target& target, const GattPeer& peer,
+void ShowValue(const GattNotified& notified, const GattPath& path, const GattPeer& peer,
                const Console& console)
 {
     const auto now = std::chrono::system_clock::now();
     Json record{{"time", FormatTime(now)}};
-    record.update(target.Record(peer));
+    record.update(RecordOf(peer, path));
     AddValue(record, notified.value);
     record["indication"] = notified.kind == kBleGattIndication;
     console.Report(record, FormatClock(now) + "  " + FormatValue(notified.value));
 }
 
-void Subscribe(const PeerOptions& options, const Target& target, const SubscribeLimits& limits,
-               const Console& console)
+void Subscribe(const PeerOptions& options, const Console& console)
 {
-    const std::string service = LongText(target.Service());
-    const std::string characteristic = LongText(target.Characteristic());
+    const GattPath path = PathOf(options);
     const GattPeer peer = ConnectTo(options);
-    EventLoop<GattEvent> loop(limits.seconds);
-    Check(
-        BleGattClient::BleGattClientRegisterNotification(peer.Id(), service, characteristic, true),
-        "subscribe to " + target.Name());
-    console.Say("Subscribed to " + target.Name() + " of " + peer.Address() +
+    EventLoop<GattEvent> loop(options.seconds);
+    Check(BleGattClient::BleGattClientRegisterNotification(peer.Id(), LongText(path.service),
+                                                           LongText(path.characteristic), true),
+          "subscribe to " + path.Text());
+    console.Say("Subscribed to " + path.Text() + " of " + peer.Address() +
                 ". Press Ctrl-C to stop.");
     std::uint64_t shown = 0;
-    while (loop.Continues() && (!limits.count || shown < *limits.count)) {
+    while (loop.Continues() && (!options.count || shown < *options.count)) {
         const auto event = loop.Next(kCheckConnection);
         if (!event) {
             peer.CheckConnection();
         } else if (const auto* change = std::get_if<GattConnectionChange>(&*event)) {
             peer.FailFor(*change);
         } else {
-            ShowValue(std::get<GattNotified>(*event), target, peer, console);
+            ShowValue(std::get<GattNotified>(*event), path, peer, console);
             ++shown;
         }
     }
@@ -156,87 +146,55 @@ void ShowMtu(const PeerOptions& options, const Console& console)
 
 // ---- The command line
 
-/// A subcommand that connects to a device.
-CLI::App* AddPeerCommand(CLI::App& gatt, const std::string& name, const std::string& description,
-                         const std::shared_ptr<PeerOptions>& options)
+void AddPath(CLI::App& command, PeerOptions& options)
 {
-    CLI::App* const command = gatt.add_subcommand(name, description);
-    command->add_option("ADDRESS", options->address, "The device, such as 5C:F3:70:8B:12:34")
-        ->required();
-    AddWait(*command, options->wait, "Seconds to wait for the connection", AboveZero());
-    return command;
-}
-
-void AddTarget(CLI::App& command, const std::shared_ptr<Target>& target)
-{
-    command.add_option("SERVICE", target->serviceText, "The service's UUID, such as 180D")
-        ->required();
+    command.add_option("SERVICE", options.service, "The service's UUID, such as 180D")->required();
     command
-        .add_option("CHARACTERISTIC", target->characteristicText,
+        .add_option("CHARACTERISTIC", options.characteristic,
                     "The characteristic's UUID, such as 2A37")
         ->required();
 }
 
-void AddServices(CLI::App& gatt, const Console& console)
+void AddPeerCommands(CLI::App& gatt, const Console& console)
 {
-    const auto options = std::make_shared<PeerOptions>();
-    const auto others = std::make_shared<std::vector<std::string>>();
-    CLI::App* const command =
-        AddPeerCommand(gatt, "services", "Show which of the known services a device has", options);
-    command->add_option("--uuid", *others, "Check for this service as well; may be repeated")
+    const auto options = std::make_shared<PeerOptions>();  // one command is run only
+    const auto add = [&](const char* name, const char* description,
+                         void (*run)(const PeerOptions&, const Console&)) {
+        CLI::App* const command = gatt.add_subcommand(name, description);
+        command->add_option("ADDRESS", options->address, "The device, such as 5C:F3:70:8B:12:34")
+            ->required();
+        AddWait(*command, options->wait, "Seconds to wait for the connection", AboveZero());
+        command->callback([&console, options, run] { run(*options, console); });
+        return command;
+    };
+    add("services", "Show which of the known services a device has", &ShowServices)
+        ->add_option("--uuid", options->otherServices,
+                     "Check for this service as well; may be repeated")
         ->allow_extra_args(false);
-    command->callback([&console, options, others] { ShowServices(*options, *others, console); });
-}
 
-void AddRead(CLI::App& gatt, const Console& console)
-{
-    const auto options = std::make_shared<PeerOptions>();
-    const auto target = std::make_shared<Target>();
-    CLI::App* const command = AddPeerCommand(gatt, "read", "Read a value", options);
-    AddTarget(*command, target);
-    command->callback([&console, options, target] { Read(*options, *target, console); });
-}
+    AddPath(*add("read", "Read a value", &Read), *options);
 
-void AddWrite(CLI::App& gatt, const Console& console)
-{
-    const auto options = std::make_shared<PeerOptions>();
-    const auto target = std::make_shared<Target>();
-    const auto hex = std::make_shared<std::string>();
-    const auto text = std::make_shared<std::string>();
-    CLI::App* const command = AddPeerCommand(gatt, "write", "Write a value", options);
-    AddTarget(*command, target);
-    CLI::Option* const value = command->add_option("VALUE", *hex, "The value in hexadecimal");
-    CLI::Option* const asText = command->add_option("--text", *text, "The value as text");
-    asText->excludes(value);
-    command->callback([&console, options, target, hex, text, value, asText] {
-        if (value->count() + asText->count() == 0) {
+    CLI::App* const write = add("write", "Write a value", nullptr);
+    AddPath(*write, *options);
+    CLI::Option* const hex = write->add_option("VALUE", options->hex, "The value in hexadecimal");
+    CLI::Option* const text = write->add_option("--text", options->text, "The value as text");
+    text->excludes(hex);
+    write->callback([&console, options, hex, text] {
+        if (hex->count() + text->count() == 0) {
             throw Failure(ExitStatus::kUsage,
                           "A value is missing: give it in hexadecimal, or with --text.");
         }
-        Write(*options, *target, ParseValue(asText->count() > 0 ? "\"" + *text + "\"" : *hex),
+        Write(*options, ParseValue(text->count() > 0 ? "\"" + options->text + "\"" : options->hex),
               console);
     });
-}
 
-void AddSubscribe(CLI::App& gatt, const Console& console)
-{
-    const auto options = std::make_shared<PeerOptions>();
-    const auto target = std::make_shared<Target>();
-    const auto limits = std::make_shared<SubscribeLimits>();
-    CLI::App* const command =
-        AddPeerCommand(gatt, "subscribe", "Show each new value, until Ctrl-C", options);
-    AddTarget(*command, target);
-    AddSeconds(*command, limits->seconds, AboveZero());
-    command->add_option("--count", limits->count, "End after this many values")->check(AboveZero());
-    command->callback(
-        [&console, options, target, limits] { Subscribe(*options, *target, *limits, console); });
-}
+    CLI::App* const subscribe = add("subscribe", "Show each new value, until Ctrl-C", &Subscribe);
+    AddPath(*subscribe, *options);
+    AddSeconds(*subscribe, options->seconds, AboveZero());
+    subscribe->add_option("--count", options->count, "End after this many values")
+        ->check(AboveZero());
 
-void AddMtu(CLI::App& gatt, const Console& console)
-{
-    const auto options = std::make_shared<PeerOptions>();
-    AddPeerCommand(gatt, "mtu", "Show the MTU of a connection to a device, in bytes", options)
-        ->callback([&console, options] { ShowMtu(*options, console); });
+    add("mtu", "Show the MTU of a connection to a device, in bytes", &ShowMtu);
 }
 
 }  // namespace
@@ -253,11 +211,7 @@ void AddGattCommand(CLI::App& program, const Console& console)
         "  pelaconctl gatt write C0:00:00:00:00:02 180D 2A39 01\n"
         "  pelaconctl gatt subscribe C0:00:00:00:00:02 180D 2A37 --json\n"
         "  pelaconctl gatt serve heart-rate.json\n");
-    AddServices(*gatt, console);
-    AddRead(*gatt, console);
-    AddWrite(*gatt, console);
-    AddSubscribe(*gatt, console);
-    AddMtu(*gatt, console);
+    AddPeerCommands(*gatt, console);
     AddGattServe(*gatt, console);
 }
 

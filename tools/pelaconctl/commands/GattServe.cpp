@@ -37,13 +37,10 @@ void PostRequest(const char* what, const char* verb, std::uint64_t peer, const c
                  const char* characteristic, const std::uint8_t* data, std::uint32_t dataLen)
 {
     const Bytes value(data, data + dataLen);
-    const Uuid serviceUuid = ParseUuidText(service);
-    const Uuid charUuid = ParseUuidText(characteristic);
+    const GattPath path = GattPath::Parse(service, characteristic);
     PeerEvent event{what, peer,
-                    std::string(" ") + verb + " " + FormatUuid(serviceUuid) + "/" +
-                        FormatUuid(charUuid) + ": " + FormatValue(value)};
-    AddUuid(event.fields, "service", serviceUuid);
-    AddUuid(event.fields, "characteristic", charUuid);
+                    std::string(" ") + verb + " " + path.Text() + ": " + FormatValue(value)};
+    path.AddTo(event.fields);
     AddValue(event.fields, value);
     Events<ServerEvent>().Post(std::move(event));
 }
@@ -107,9 +104,9 @@ class Server {
     }
 
     /// Sets a value and notifies the subscribed peers. Without a service, the first one with this
-    /// characteristic is meant. Returns the service.
-    Uuid SetValue(const std::optional<Uuid>& service, const Uuid& characteristic,
-                  const Bytes& value)
+    /// characteristic is meant. Returns which one it is.
+    GattPath SetValue(const std::optional<Uuid>& service, const Uuid& characteristic,
+                      const Bytes& value)
     {
         for (std::size_t i = 0; i < services_.size(); ++i) {
             auto& characteristics = services_[i].characteristics;
@@ -121,7 +118,7 @@ class Server {
                           id_, handles_[i], protocol::LongText(characteristic), value, 0),
                       "publish the value");
                 found->value = value;
-                return services_[i].uuid;
+                return {services_[i].uuid, characteristic};
             }
         }
         throw Failure(ExitStatus::kFailed, "There is no characteristic " +
@@ -196,13 +193,11 @@ void TakeInput(const std::string& line, Server& server, const Console& console)
     const std::size_t value = std::min(line.find_first_not_of(" \t", blank), end);
     const InputTarget target = ParseTarget(line.substr(begin, blank - begin));
     const Bytes bytes = ParseValue(line.substr(value, end - value));
-    const Uuid service = server.SetValue(target.service, target.characteristic, bytes);
+    const GattPath path = server.SetValue(target.service, target.characteristic, bytes);
     Json record{{"event", "value"}};
-    AddUuid(record, "service", service);
-    AddUuid(record, "characteristic", target.characteristic);
+    path.AddTo(record);
     AddValue(record, bytes);
-    console.Report(record, FormatUuid(service) + "/" + FormatUuid(target.characteristic) +
-                               " is now " + FormatValue(bytes));
+    console.Report(record, path.Text() + " is now " + FormatValue(bytes));
 }
 
 void ReportPeer(const PeerEvent& event, const Console& console)
