@@ -104,16 +104,13 @@ std::string_view ServiceName(const Uuid& uuid)
     return found != kNamedServices.end() ? found->name : std::string_view();
 }
 
-const std::vector<Uuid>& NamedServices()
+std::vector<Uuid> NamedServices()
 {
-    static const std::vector<Uuid> uuids = [] {
-        std::vector<Uuid> all;
-        all.reserve(kNamedServices.size());
-        for (const NamedService& service : kNamedServices) {
-            all.push_back(UuidOf(service.number));
-        }
-        return all;
-    }();
+    std::vector<Uuid> uuids;
+    uuids.reserve(kNamedServices.size());
+    for (const NamedService& service : kNamedServices) {
+        uuids.push_back(UuidOf(service.number));
+    }
     return uuids;
 }
 

@@ -24,7 +24,7 @@ std::string FormatUuid(const protocol::Uuid& uuid);
 std::string_view ServiceName(const protocol::Uuid& uuid);
 
 /// The services that ServiceName knows.
-const std::vector<protocol::Uuid>& NamedServices();
+std::vector<protocol::Uuid> NamedServices();
 
 /// Reads a value: hexadecimal, or text in double quotes. At most 1,024 bytes. Throws Failure.
 std::vector<std::uint8_t> ParseValue(std::string_view text);
