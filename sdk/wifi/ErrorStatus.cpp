@@ -99,48 +99,37 @@ std::optional<ErrorStatus::Task> ErrorStatus::TakeTask(const char* function)
     return task;
 }
 
-bool ErrorStatus::Insert(ErrorListener* listener)
+template <typename Change>
+bool ErrorStatus::ChangeListeners(const char* function, const ErrorListener* listener,
+                                  const char* failure, const Change& change)
 {
-    const std::lock_guard lock(lock_);
-    const os::ForkHold hold;
-    return listeners_.try_emplace(listener, true).second;
-}
-
-bool ErrorStatus::Erase(ErrorListener* listener)
-{
-    const std::lock_guard lock(lock_);
-    const os::ForkHold hold;
-    return listeners_.erase(listener) != 0;
+    LogStart(function);
+    if (listener == nullptr) {
+        return false;
+    }
+    const bool changed = [&] {
+        const std::lock_guard lock(lock_);
+        const os::ForkHold hold;
+        return change();
+    }();
+    if (!changed) {
+        Log(kLogFailure, function, failure);
+        return false;
+    }
+    LogEnd(function);
+    return true;
 }
 
 bool ErrorStatus::RegistListener(ErrorListener* listener)
 {
-    constexpr auto kFunction = "ErrorStatus::RegistListener";
-    LogStart(kFunction);
-    if (listener == nullptr) {
-        return false;
-    }
-    if (!Insert(listener)) {
-        Log(kLogFailure, kFunction, "listeners found");
-        return false;
-    }
-    LogEnd(kFunction);
-    return true;
+    return ChangeListeners("ErrorStatus::RegistListener", listener, "listeners found",
+                           [&] { return listeners_.try_emplace(listener, true).second; });
 }
 
 bool ErrorStatus::UnregistListener(ErrorListener* listener)
 {
-    constexpr auto kFunction = "ErrorStatus::UnregistListener";
-    LogStart(kFunction);
-    if (listener == nullptr) {
-        return false;
-    }
-    if (!Erase(listener)) {
-        Log(kLogFailure, kFunction, "listeners not found");
-        return false;
-    }
-    LogEnd(kFunction);
-    return true;
+    return ChangeListeners("ErrorStatus::UnregistListener", listener, "listeners not found",
+                           [&] { return listeners_.erase(listener) != 0; });
 }
 
 void ErrorStatus::PostNotification(ConnectErrorCode code)

@@ -68,8 +68,10 @@ class ErrorStatus {
     void Work();
     void WakeWorker();
 
-    bool Insert(ErrorListener* listener);
-    bool Erase(ErrorListener* listener);
+    /// Makes the change, which returns whether it was possible, under the lock.
+    template <typename Change>
+    bool ChangeListeners(const char* function, const ErrorListener* listener, const char* failure,
+                         const Change& change);
 
     /// The next task, or nothing when the worker is to end.
     std::optional<Task> TakeTask(const char* function);
