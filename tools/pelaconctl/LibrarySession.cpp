@@ -71,7 +71,8 @@ bool LibrarySession::RunInterruptibly(const Console& console, const std::string&
     return interrupted;
 }
 
-void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request)
+void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request,
+                 const ResultSentences& sentences)
 {
     if (result == protocol::kStatusDone) {
         return;
@@ -79,14 +80,19 @@ void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& 
     if (result == noAnswer) {
         FailForNoAnswer(request);
     }
+    const ExitStatus status =
+        result == protocol::kStatusRadioOff ? ExitStatus::kAdapterOff : ExitStatus::kFailed;
+    for (const auto& [particular, sentence] : sentences) {
+        if (result == particular) {
+            throw Failure(status, sentence);
+        }
+    }
     const std::string code = " (code " + std::to_string(result) + ").";
     if (result < 0) {
         throw Failure(ExitStatus::kFailed,
                       "The library refused to send the request to " + request + code);
     }
-    throw Failure(
-        result == protocol::kStatusRadioOff ? ExitStatus::kAdapterOff : ExitStatus::kFailed,
-        "PelaconService refused to " + request + ": " + ReasonOf(result) + code);
+    throw Failure(status, "PelaconService refused to " + request + ": " + ReasonOf(result) + code);
 }
 
 void FailForNoAnswer(const std::string& request)

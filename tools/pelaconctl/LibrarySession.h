@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace pelacon::ctl {
 
@@ -31,10 +33,14 @@ class LibrarySession {
                           const std::function<void()>& operation) const;
 };
 
+/// Results that mean something particular to an operation, and what they mean.
+using ResultSentences = std::vector<std::pair<std::int32_t, std::string>>;
+
 /// Throws the Failure for an operation's result, unless it is 0. `noAnswer` is the result that
 /// stands for a missing answer. `request` says what was requested, to follow "refused to": "switch
 /// Bluetooth on".
-void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request);
+void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request,
+                 const ResultSentences& sentences = {});
 
 /// CheckResult for Bluetooth operations.
 inline void Check(BleStatusC status, const std::string& request)

@@ -16,9 +16,10 @@ inline WifiSystemApi& Wifi()
 }
 
 /// CheckResult for Wi-Fi Direct operations.
-inline void CheckWifi(std::int32_t result, const std::string& request)
+inline void CheckWifi(std::int32_t result, const std::string& request,
+                      const ResultSentences& sentences = {})
 {
-    CheckResult(result, kWifiNoReply, request);
+    CheckResult(result, kWifiNoReply, request, sentences);
 }
 
 /// "channel 36"

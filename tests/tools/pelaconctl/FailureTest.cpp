@@ -19,10 +19,10 @@ struct Outcome {
     std::string sentence;
 };
 
-Outcome OutcomeOf(std::int32_t result)
+Outcome OutcomeOf(std::int32_t result, const ResultSentences& sentences = {})
 {
     try {
-        CheckResult(result, kBleStatusNoReply, "do it");
+        CheckResult(result, kBleStatusNoReply, "do it", sentences);
         return {ExitStatus::kDone, ""};
     } catch (const Failure& failure) {
         return {failure.Status(), failure.what()};
@@ -46,6 +46,20 @@ TEST(Failure, ARefusalOfTheServiceHasAReason)
 TEST(Failure, ARadioThatIsOffHasItsOwnStatus)
 {
     EXPECT_EQ(OutcomeOf(protocol::kStatusRadioOff).status, ExitStatus::kAdapterOff);
+}
+
+TEST(Failure, AResultWithASentenceOfTheOperationSaysThatOnly)
+{
+    const ResultSentences sentences{{protocol::kStatusBusy, "It was done before."},
+                                    {protocol::kStatusRadioOff, "Switch it on first."}};
+    const Outcome busy = OutcomeOf(protocol::kStatusBusy, sentences);
+    EXPECT_EQ(busy.status, ExitStatus::kFailed);
+    EXPECT_EQ(busy.sentence, "It was done before.");
+    const Outcome off = OutcomeOf(protocol::kStatusRadioOff, sentences);
+    EXPECT_EQ(off.status, ExitStatus::kAdapterOff);
+    EXPECT_EQ(off.sentence, "Switch it on first.");
+    EXPECT_EQ(OutcomeOf(0, sentences).status, ExitStatus::kDone);
+    EXPECT_THAT(OutcomeOf(4711, sentences).sentence, HasSubstr("(code 4711)"));
 }
 
 TEST(Failure, ARefusalOfTheLibraryNamesTheLibrary)

@@ -10,32 +10,20 @@ namespace {
 /// Throws the Failure for the result of creating or destroying, unless it is 0.
 void CheckSoftAp(std::int32_t result, const std::string& request)
 {
-    switch (result) {
-        case kSoftApWifiOff:
-            throw Failure(ExitStatus::kAdapterOff,
-                          "Wi-Fi is off. Switch it on with: pelaconctl wifi on");
-        case kSoftApAlreadyExists:
-            throw Failure(ExitStatus::kFailed,
-                          "There is a soft AP already, or one is being created. See: pelaconctl "
-                          "ap status");
-        case kSoftApNotExisting:
-            throw Failure(ExitStatus::kFailed, "There is no soft AP.");
-        case kSoftApOtherPurpose:
-            throw Failure(ExitStatus::kFailed,
-                          "The soft AP was created for another purpose. See: pelaconctl ap destroy "
-                          "--help");
-        case kSoftApInterrupted:
-            throw Failure(ExitStatus::kFailed,
-                          "The soft AP was destroyed, or PelaconService was restarted, before the "
-                          "soft AP was ready.");
-        case kSoftApNotPossible:
-            throw Failure(ExitStatus::kFailed,
-                          "A soft AP is not possible: the radio failed, or there is no channel "
-                          "that both this computer and the phone support. See: pelaconctl wifi "
-                          "channels");
-        default:
-            CheckResult(result, -1, request);
-    }
+    CheckResult(
+        result, -1, request,
+        {{kSoftApWifiOff, "Wi-Fi is off. Switch it on with: pelaconctl wifi on"},
+         {kSoftApAlreadyExists,
+          "There is a soft AP already, or one is being created. See: pelaconctl ap status"},
+         {kSoftApNotExisting, "There is no soft AP."},
+         {kSoftApOtherPurpose,
+          "The soft AP was created for another purpose. See: pelaconctl ap destroy --help"},
+         {kSoftApInterrupted,
+          "The soft AP was destroyed, or PelaconService was restarted, before the soft AP was "
+          "ready."},
+         {kSoftApNotPossible,
+          "A soft AP is not possible: the radio failed, or there is no channel that both this "
+          "computer and the phone support. See: pelaconctl wifi channels"}});
 }
 
 /// The last result of creating or destroying, for `ap status`.

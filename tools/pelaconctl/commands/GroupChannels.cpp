@@ -88,12 +88,10 @@ void Recommend(const RecommendOptions& options, const Console& console)
     const std::vector<RecommendChannelRequest> requests = RequestsOf(options);
     const LibrarySession session;
     RecommendChannelResponse best{};
-    const WifiErrorCode result = Vod2dGetRecommendChannel(
-        requests.data(), static_cast<std::int32_t>(requests.size()), &best);
-    if (result == kWifiNotFound) {
-        throw Failure(ExitStatus::kFailed, "This adapter has no channel that suits any side.");
-    }
-    CheckWifi(result, "recommend a channel");
+    CheckWifi(Vod2dGetRecommendChannel(requests.data(), static_cast<std::int32_t>(requests.size()),
+                                       &best),
+              "recommend a channel",
+              {{kWifiNotFound, "This adapter has no channel that suits any side."}});
     const std::string suits = options.sides.empty() ? ""
                                                     : ", suits " + std::to_string(best.satisfied) +
                                                           " of " + std::to_string(requests.size());

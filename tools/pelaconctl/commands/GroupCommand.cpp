@@ -55,17 +55,15 @@ void Create(std::int32_t channel, const Console& console)
         throw Failure(ExitStatus::kNoAnswer,
                       "PelaconService did not create a group in time; the request was cancelled.");
     }
-    if (result == kWifiBusy) {
-        throw Failure(
-            ExitStatus::kFailed,
-            "There is a group already, or one is being created. See: pelaconctl group info");
+    ResultSentences sentences{
+        {kWifiBusy,
+         "There is a group already, or one is being created. See: pelaconctl group info"}};
+    if (channel != 0) {
+        sentences.emplace_back(kWifiNotSupported,
+                               "No group was created: the adapter may not use channel " +
+                                   std::to_string(channel) + ", or the radio failed.");
     }
-    if (result == kWifiNotSupported && channel != 0) {
-        throw Failure(ExitStatus::kFailed,
-                      "No group was created: the adapter may not use channel " +
-                          std::to_string(channel) + ", or the radio failed.");
-    }
-    CheckWifi(result, "create a group");
+    CheckWifi(result, "create a group", sentences);
     ReportGroup(info, Json::object(), {}, console);
 }
 
@@ -77,14 +75,9 @@ void Remove(const Console& console)
         const Spinner spinner(console, "Removing the group");
         result = Vod2dRemoveGroup();
     }
-    if (result == kWifiNotFound) {
-        throw Failure(ExitStatus::kFailed, "There is no group to remove.");
-    }
-    if (result == kWifiNotPermitted) {
-        throw Failure(ExitStatus::kFailed,
-                      "Other programs use the group's link, so it was not removed.");
-    }
-    CheckWifi(result, "remove the group");
+    CheckWifi(result, "remove the group",
+              {{kWifiNotFound, "There is no group to remove."},
+               {kWifiNotPermitted, "Other programs use the group's link, so it was not removed."}});
     console.Report({{"removed", true}}, "The group was removed.");
 }
 

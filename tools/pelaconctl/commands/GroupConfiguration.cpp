@@ -19,12 +19,8 @@ void ShowConfiguration(const std::string& role, const Console& console)
     const LibrarySession session;
     std::uint8_t blob[kBlobSize];
     std::int32_t length = 0;
-    const WifiErrorCode result =
-        Vod2dGetSelfWifiCfgInfo(static_cast<SelfCfgType>(TypeOf(role)), blob, &length);
-    if (result == kWifiNotFound) {
-        throw Failure(ExitStatus::kFailed, "There is no such configuration.");
-    }
-    CheckWifi(result, "read the configuration");
+    CheckWifi(Vod2dGetSelfWifiCfgInfo(static_cast<SelfCfgType>(TypeOf(role)), blob, &length),
+              "read the configuration", {{kWifiNotFound, "There is no such configuration."}});
     const std::span bytes(blob, static_cast<std::size_t>(length));
     const std::string text(bytes.begin(), bytes.end());
     const bool isText = Printable(text) == text;
@@ -65,11 +61,8 @@ void ShowInterface(const std::string& name, std::optional<std::int32_t> scene,
     const LibrarySession session;
     const auto length = static_cast<std::int32_t>(name.size());
     char guid[39] = {};
-    const WifiErrorCode result = GetGuidByInterfaceName(name.c_str(), length, sizeof guid, guid);
-    if (result == kWifiNotFound) {
-        throw Failure(ExitStatus::kFailed, "There is no interface \"" + Printable(name) + "\".");
-    }
-    CheckWifi(result, "find the interface");
+    CheckWifi(GetGuidByInterfaceName(name.c_str(), length, sizeof guid, guid), "find the interface",
+              {{kWifiNotFound, "There is no interface \"" + Printable(name) + "\"."}});
     if (scene) {
         std::string copy = name;
         CheckWifi(Vod2dSetUpperScene(copy.data(), length, {{}, *scene}), "set the scene");
