@@ -73,7 +73,7 @@ IoStatus EventReceiver::BringUp(Lock& lock, Deadline& deadline)
     return Connect(lock, deadline);
 }
 
-/// Connects unless that has been done. The lock is let go meanwhile; nobody else is connecting.
+/// Connects if the connection is not up. The lock is released meanwhile; no other thread connects.
 IoStatus EventReceiver::Connect(Lock& lock, Deadline& deadline)
 {
     if (stopped_ || connection_) {

@@ -28,8 +28,8 @@ class EventReceiver {
     /// receiver as long as it runs. Throws std::system_error.
     static void Start(const std::shared_ptr<EventReceiver>& receiver);
 
-    /// Sees to it that the event connection is up: where it is not, tries once to connect, and
-    /// waits for a busy pipe until the deadline. Returns kDone, kTimeout or kLost.
+    /// Tries once to connect if the event connection is not up, and waits for a busy pipe until the
+    /// deadline. Returns kDone when the connection is up; otherwise kTimeout or kLost.
     IoStatus EnsureUp(Deadline& deadline)
     {
         return up_.load(std::memory_order_acquire) ? IoStatus::kDone : BringUp(deadline);
@@ -91,7 +91,7 @@ class EventReceiver {
     std::shared_ptr<const Callbacks> callbacks_ = noCallbacks_;
     std::atomic<std::uint64_t> callbacksVersion_{1};  // written under the lock
 
-    // The receive thread's own. It goes by a table until it sees that there is a newer one.
+    // Used by the receive thread only, which replaces the table when the version has changed.
     std::shared_ptr<const Callbacks> callbacksInUse_;
     std::uint64_t versionInUse_ = 0;
     FrameBatch batch_;

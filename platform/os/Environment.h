@@ -1,4 +1,4 @@
-// What the process is told by its surroundings.
+// The variables of the process's environment.
 #pragma once
 
 #include <optional>

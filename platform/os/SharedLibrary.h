@@ -3,8 +3,8 @@
 
 namespace pelacon::os {
 
-/// Keeps the module that holds this code in memory until the process ends, whoever unloads it:
-/// threads of it may be running application code at that moment. Cheap when called again.
+/// Keeps the module that holds this code in memory until the process ends, even if it is unloaded:
+/// its threads may be running application code at that moment. Cheap when called again.
 void PinThisLibrary();
 
 }  // namespace pelacon::os

@@ -1,4 +1,4 @@
-// Threads that nobody joins.
+// Threads that are never joined.
 #pragma once
 
 #include <functional>

@@ -10,11 +10,11 @@
 namespace pelacon::Utils {
 
 /// The whole piece as a number, base 10, with blanks and a sign allowed before it. Nothing, with a
-/// line, when it is no number or does not fit 64 bits.
+/// log line, when it is not a number or does not fit 64 bits.
 std::optional<std::int64_t> StollS(const std::string& piece);
 
 /// The numbers of a text in which they are separated by commas. Empty pieces are left out; a piece
-/// that is no number, or does not fit 32 bits, counts as 0.
+/// that is not a number, or does not fit 32 bits, counts as 0.
 std::list<std::int32_t> SplitNumbers(std::string_view text);
 
 }  // namespace pelacon::Utils

@@ -14,7 +14,7 @@ namespace pelacon {
 template <typename Table, typename Request>
 class CallbackList {
   public:
-    /// A table that is there already is not added again; the request replaces the one before.
+    /// A registered table is not added again; the request replaces the previous one.
     void Register(const char* function, Table* table, const Request& request)
     {
         const std::lock_guard lock(lock_);

@@ -15,7 +15,7 @@ namespace pelacon {
 
 class GroupCallbacks {
   public:
-    /// Null is ignored, and a table that is there already is not added again.
+    /// Null is ignored, and a registered table is not added again.
     void AddSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table);
     void RemoveSoftAPStateChanged(Vod2dWifiBroadcastRecvCb* table);
     bool HasSoftAPStateChanged() const;

@@ -64,14 +64,14 @@ class OrderedList {
         return std::find(values_.begin(), values_.end(), value) != values_.end();
     }
 
-    /// Adds the value even when it is there already.
+    /// Adds the value even when it is registered already.
     void Append(const Value& value)
     {
         const os::ForkHold hold;
         values_.push_back(value);
     }
 
-    /// False, with nothing added, when the value is there already.
+    /// False, with nothing added, when the value is registered already.
     bool AddOnce(const Value& value)
     {
         if (Contains(value)) {

@@ -18,7 +18,7 @@ class SoftApListeners {
     /// Calls the one object, with its place locked.
     void ConnectStatusCallBack(std::int32_t status);
 
-    /// An object that is there already is not added again; one that is not there is not removed.
+    /// A registered object is not added again; one that is not registered is ignored.
     void AddSoftApNotificationCallback(ISoftAPNotification* listener);
     void RemoveSoftApNotificationCallback(ISoftAPNotification* listener);
 

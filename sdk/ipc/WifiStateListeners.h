@@ -11,7 +11,7 @@ namespace pelacon {
 
 class WifiStateListeners {
   public:
-    /// For the channel. An object that is there already is not added again.
+    /// For the channel. A registered object is not added again.
     void AddWifiStateCallback(WifiRealMonitorStateCallBack* callback);
 
     /// Calls every object, in the order of registration, with the list locked.

@@ -32,7 +32,7 @@ class ErrorStatus {
     ErrorStatus(const ErrorStatus&) = delete;
     ErrorStatus& operator=(const ErrorStatus&) = delete;
 
-    /// False for null and for a listener that is there already.
+    /// False for null and for a listener that is registered already.
     bool RegistListener(ErrorListener* listener);
 
     /// False for null and for a listener that is not there.

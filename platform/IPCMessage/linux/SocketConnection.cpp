@@ -169,7 +169,7 @@ IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
 {
     if (!batchHeaders_ || batchHeaders_->rooms[0].iov_base != batch.Room(0).data()) {
         batchHeaders_.reset(new (std::nothrow) BatchHeaders(batch));
-        if (!batchHeaders_) {  // as good as lost: the receive thread has nobody to throw to
+        if (!batchHeaders_) {  // treated as lost: no caller of the receive thread catches
             batch.count = 0;
             return IoStatus::kLost;
         }
@@ -186,7 +186,7 @@ IoStatus SocketConnection::ReceiveSome(FrameBatch& batch)
         const bool cut = (message.msg_hdr.msg_flags & MSG_TRUNC) != 0;
         batch.sizes[batch.count++] = cut ? kMaxFrame + 1 : message.msg_len;
         if (message.msg_len == 0) {
-            break;  // the end, or an empty frame, which is no frame
+            break;  // the end of the connection, or an empty packet, which is not a frame
         }
     }
     return count > 0 && batch.sizes[0] != 0 ? IoStatus::kDone : IoStatus::kLost;

@@ -83,8 +83,8 @@ fs::path ProgramWord(const fs::path& process)
 }
 
 /// The executable link, or where that may not be read (a process of another user's) the first word
-/// of the command line. A process whose executable was replaced since, as an upgrade does, still
-/// goes by the path that it was started from.
+/// of the command line. The path that a process was started from also counts when its executable
+/// was replaced since, as an upgrade does.
 std::string ExecutablePath(const fs::path& process)
 {
     constexpr std::string_view kDeleted = " (deleted)";

@@ -45,7 +45,7 @@ Socket Connect()
     return socket;
 }
 
-/// A request of the nl80211 family, without attributes yet; null for want of memory.
+/// A request of the nl80211 family, without attributes yet; null when there is no memory.
 Message MakeRequest(int family, int flags, std::uint8_t command)
 {
     Message message(nlmsg_alloc());
