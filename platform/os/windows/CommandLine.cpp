@@ -1,8 +1,10 @@
 #include <os/CommandLine.h>
 #include <os/Utf8.h>
 
-#include <shellapi.h>
 #include <windows.h>
+// clang-format off: builds on windows.h
+#include <shellapi.h>
+// clang-format on
 
 #include <memory>
 #include <new>

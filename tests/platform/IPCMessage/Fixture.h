@@ -39,6 +39,10 @@ using std::chrono::milliseconds;
 /// A time-out that does not end in a test that passes.
 inline constexpr unsigned kNoHurry = 20'000;
 
+/// Longer than anything takes that does not wait, on a busy machine and under sanitizers; far
+/// shorter than kNoHurry.
+inline constexpr std::chrono::seconds kSoon{5};
+
 inline constexpr bool kSanitized = PELACON_TEST_SANITIZED;
 inline constexpr bool kThreadSanitized = PELACON_TEST_THREAD_SANITIZED;
 
