@@ -6,7 +6,6 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 
-#include <functional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -76,8 +75,16 @@ class Call {
     }
 
     /// What is done first when the request is not sent, or not answered.
-    void WhenNotSent(std::function<void()> action) { failures_.whenNotSent = std::move(action); }
-    void WhenNoReply(std::function<void()> action) { failures_.whenNoReply = std::move(action); }
+    template <typename Action>
+    void WhenNotSent(Action&& action)
+    {
+        failures_.whenNotSent = std::forward<Action>(action);
+    }
+    template <typename Action>
+    void WhenNoReply(Action&& action)
+    {
+        failures_.whenNoReply = std::forward<Action>(action);
+    }
 
     /// Logs this line at the end of an answered request, in place of "end".
     void EndWith(std::string line) { lastLine_ = std::move(line); }
