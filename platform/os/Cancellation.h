@@ -8,7 +8,7 @@ namespace pelacon::os {
 class NoCancellation {
   public:
     NoCancellation() noexcept;
-    ~NoCancellation();
+    ~NoCancellation();  // NOLINT(performance-trivially-destructible): so on Windows only
     NoCancellation(const NoCancellation&) = delete;
     NoCancellation& operator=(const NoCancellation&) = delete;
 

@@ -22,7 +22,7 @@ std::uint32_t ForkGeneration() noexcept;
 class ForkHold {
   public:
     ForkHold() noexcept;
-    ~ForkHold();
+    ~ForkHold();  // NOLINT(performance-trivially-destructible): so on Windows only
     ForkHold(const ForkHold&) = delete;
     ForkHold& operator=(const ForkHold&) = delete;
 };

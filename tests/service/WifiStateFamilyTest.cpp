@@ -100,10 +100,13 @@ TEST_F(WifiStateFamilyTest, WaitsEndWithTheEventConnectionAndTheService)
     EXPECT_TRUE(Eventually([&] { return requests() == 1; }));
     Command({{"command", "disconnect"}});
     EXPECT_FALSE(first.get());
+    client.Next(protocol::kServiceStarted);  // its event connection is back
     auto second = std::async(std::launch::async, switchOff);
     EXPECT_TRUE(Eventually([&] { return requests() == 2; }));
     EndService();
-    EXPECT_EQ(second.get()->value, 1);
+    const auto answer = second.get();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->value, 1);
 }
 
 TEST_F(WifiStateFamilyTest, TheAdapterIsOffWhileItsCardIsAbsent)
