@@ -1,10 +1,10 @@
-// Threads that somebody ends from outside.
+// Cancellation of threads.
 #pragma once
 
 namespace pelacon::os {
 
-/// While it exists, a pthread_cancel of the thread that made it is put off: the thread is cancelled
-/// at its next cancellation point afterwards. Does nothing where there is no such thing.
+/// Delays a pthread_cancel of the thread that constructs it: the thread is cancelled at its first
+/// cancellation point after the object's destruction. Does nothing on Windows.
 class NoCancellation {
   public:
     NoCancellation() noexcept;

@@ -24,17 +24,18 @@ bool IsOpenForWriting(int descriptor) noexcept;
 /// stream becomes the null device instead. False when it is not open for writing.
 bool WriteAndClose(int descriptor, std::string_view text);
 
-/// Opens the null device as each standard stream that the program was started without, so that no
-/// other file or socket gets its number and with it what is written to the stream. To be called
-/// before anything else is opened. Nothing on Windows, where streams have no numbers to lose.
+/// Opens the null device as each standard stream that the program was started without. Otherwise
+/// another file or socket would get the stream's number, and receive what is written to the stream.
+/// Call it before anything else is opened. Does nothing on Windows, where a closed stream's number
+/// is not used again.
 void OpenMissingStandardStreams() noexcept;
 
-/// Whether standard error is something that takes a log: a file, a terminal, a pipe, or the
-/// system's journal. Anything else with its number belongs to somebody who does not expect lines.
+/// Whether log lines may be written to standard error: it is a file, a terminal, a pipe, or the
+/// system's journal. Any other descriptor with its number was opened for another purpose.
 bool IsStandardErrorForLogs();
 
-/// Writes all of the text to standard error, without the C library's stream and its lock. Waits for
-/// a reader that does not read. False when it cannot be written.
+/// Writes all of the text to standard error, without the C library's stream and its lock. Waits
+/// while a pipe is full. False when it cannot be written.
 bool WriteToStandardError(std::string_view text) noexcept;
 
 }  // namespace pelacon::os

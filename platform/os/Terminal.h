@@ -3,8 +3,8 @@
 
 namespace pelacon::os {
 
-/// Whether standard output goes to a terminal that understands colour codes. Where the system has
-/// to be asked to interpret them, and to take text as UTF-8, this asks it.
+/// Whether standard output goes to a terminal that understands colour codes. On Windows, first
+/// switches the console to colour codes and to UTF-8.
 bool OutputIsTerminal();
 
 /// In characters.

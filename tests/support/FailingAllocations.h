@@ -3,9 +3,9 @@
 
 namespace pelacon::test {
 
-/// While it exists, operator new throws std::bad_alloc on the thread that made it, once so many
-/// allocations have succeeded. To be linked with FailingAllocations.cpp, which replaces the
-/// operator for the whole program. Objects of this class are not nested.
+/// Makes allocations of the thread that constructs it fail: operator new succeeds `successes` times
+/// and then throws std::bad_alloc, until the object is destroyed. Link FailingAllocations.cpp,
+/// which replaces the operator for the whole program. Objects of this class must not be nested.
 class FailingAllocations {
   public:
     explicit FailingAllocations(int successes) noexcept;
@@ -13,7 +13,7 @@ class FailingAllocations {
     FailingAllocations(const FailingAllocations&) = delete;
     FailingAllocations& operator=(const FailingAllocations&) = delete;
 
-    /// Whether one has failed.
+    /// Whether an allocation has failed.
     bool HasFailed() const noexcept;
 };
 
