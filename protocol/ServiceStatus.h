@@ -19,8 +19,8 @@ enum ServiceStatus : std::int32_t {
     kStatusInvalidArgument = 5,  ///< a value that the service cannot use
     kStatusNotConnected = 6,     ///< the peer is not connected
     kStatusNotFound = 7,         ///< no such peer, service, characteristic or interface
-    kStatusNotPermitted = 8,     ///< the characteristic, or the peer, does not allow it
-    kStatusPeerUnreachable = 9,  ///< the peer did not answer in time
+    kStatusNotPermitted = 8,     ///< the characteristic, the peer, or the system does not allow it
+    kStatusPeerUnreachable = 9,  ///< the peer, or the radio, did not answer in time
     kStatusNotSupported = 10,    ///< this radio cannot do it
     kStatusInterrupted = 11,     ///< the service was ended or restarted meanwhile
 };

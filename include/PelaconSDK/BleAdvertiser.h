@@ -30,6 +30,7 @@ enum PELACON_ENUM(BleAdvDisableStatus) {
     kBleAdvTimeOver = 0,       /* its total time is over */
     kBleAdvAdapterOff = 1,     /* the adapter was switched off */
     kBleAdvServiceRestart = 2, /* the service was restarted: the id is valid, start again */
+    kBleAdvRadioFailed = 3,    /* the radio ended it, or did not start it again after a pause */
 };
 
 /* Callbacks for one advertiser. The library keeps the pointer only: the table must stay valid and
@@ -81,8 +82,10 @@ PELACON_API BleStatusC BleAdvUnRegisterCallbacks(int advId);
 /* Starts to advertise; an advertiser that is started already begins again with the new parameters
  * and data. A sendTotalTime or sendPartTime that BleAdvertiseParamsC excludes, a null argument, and
  * a null sequence that is not empty are refused with kBleStatusFailed, a sequence of more than 31
- * bytes with kBleStatusDataTooLong; nothing is sent then. kBleStatusNoReply also raises diagnostic
- * event 954082008. */
+ * bytes with kBleStatusDataTooLong; nothing is sent then. PelaconService answers when the
+ * advertiser is on air. Its refusals are: 1 the radio is off, 4 it advertises as much as it can, 8
+ * the system does not allow it, 9 the radio did not answer in time, 10 it failed otherwise, 11 the
+ * advertiser was stopped meanwhile. kBleStatusNoReply also raises diagnostic event 954082008. */
 PELACON_API BleStatusC BleStartAdvertise(int advId, const BleAdvertiseParamsC* params,
                                          const BleAdvertiseDataC* data);
 

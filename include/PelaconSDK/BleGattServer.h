@@ -99,7 +99,9 @@ typedef struct BleGattNotifyInfoC {
  *
  * Codes of PelaconService: 2 the server id or service handle does not exist (any more), 3 the
  * service is started and takes no more characteristics, 4 too many, 5 a text is not a UUID, or the
- * UUID exists already, 6 the peer is not connected, 7 the service has no such characteristic. */
+ * UUID exists already, 6 the peer is not connected, 7 the service has no such characteristic.
+ * Starting a service is also refused with 1 the radio is off, 8 the system does not allow it, 9 the
+ * radio did not answer in time, 10 it failed otherwise, 11 the service was stopped meanwhile. */
 
 /* Requests a server id and registers the table for it. *serverId is written only when the result is
  * 0. Neither argument may be null. Event type 1. */
@@ -123,7 +125,7 @@ PELACON_API BleStatusC BleGattServerDeleteService(int32_t serverId, int32_t serv
 PELACON_API BleStatusC BleGattServerAddCharacteristic(int32_t serverId, int32_t serviceHandle,
                                                       BLECharacteristicInfoC* info);
 
-/* Makes the service visible to peers. Event type 3. */
+/* Makes the service visible to peers, and waits until it is. Event type 3. */
 PELACON_API BleStatusC BleGattServerStartService(int32_t serverId, int32_t serviceHandle);
 
 /* Hides the service from peers and ends their subscriptions to it. */

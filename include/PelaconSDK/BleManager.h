@@ -67,7 +67,9 @@ PELACON_API BleStatusC RegisterBtStateChangeCallbacks(BtManagerCallbacksC* callb
 PELACON_API BleStatusC UnRegisterBtStateChangeCallbacks(BtManagerCallbacksC* callbacks);
 
 /* Switches the adapter on. 0 means that the service accepted the request: the change itself arrives
- * in onStateChanged. */
+ * in onStateChanged. PelaconService refuses with 1 if a switch of the machine keeps the adapter
+ * off, 8 if the system does not allow it, 9 if the radio does not answer in time, 10 if there is no
+ * adapter. */
 PELACON_API BleStatusC BtEnable(void);
 
 /* Switches the adapter off; as BtEnable. */
@@ -85,7 +87,7 @@ PELACON_API BleStatusC GetBtMacAndName(BtInfo* info);
 
 /* Sets the adapter's name: `length` bytes of UTF-8, at most 64; the service uses them up to the
  * first NUL. A longer name, a null pointer or a negative length is refused with kBleStatusFailed.
- */
+ * After the result 0 the adapter has the new name. */
 PELACON_API BleStatusC SetBtName(const char* name, int32_t length);
 
 /* Reads the adapter's name into a buffer of *size bytes. A request that fails returns its result

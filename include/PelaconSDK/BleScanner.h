@@ -30,6 +30,7 @@ enum PELACON_ENUM(BleScanStatus) {
     kBleScanStoppedAdapterOff = 2, /* the adapter was switched off; once it is on, start again */
     kBleScanServiceRestart = 3,    /* the service was restarted: the id is valid; policy and filters
                                       are lost, see StartBleScan */
+    kBleScanRadioFailed = 4,       /* the radio ended it, or could not start it */
 };
 
 /* The kind of a scan result. Other values are the service's own. */
@@ -44,7 +45,7 @@ enum PELACON_ENUM(BleScanEventType) {
 typedef struct BleScanResultC {
     uint64_t address;   /* the sender's, in the low six bytes, its first octet the most
                            significant */
-    int32_t rssi;       /* signal strength in dBm */
+    int32_t rssi;       /* signal strength in dBm; 127 if the radio does not know it */
     int32_t eventType;  /* a BleScanEventType */
     uint32_t dataLen;   /* bytes at data. The library does not check it: at most 31 from
                            PelaconService; treat more as 31 */
@@ -123,12 +124,14 @@ PELACON_API BleStatusC BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, in
  * not used afterwards (for calls that have begun, see BleScanCallbacksC). */
 PELACON_API BleStatusC BleScanUnRegisterCallbacks(int listenerId);
 
-/* Starts to scan. A result is delivered to every scanning listener of this process: the fastest of
- * their policies applies, and a result is delivered to all if it passes the filters of one.
- * Starting a listener that scans already changes its policy. After a restart of the service the
- * listener scans with the fastest policy and without filters, and its status callback is called
- * (kBleScanServiceRestart): set the filters and start again to restore both. kBleStatusNoReply also
- * raises diagnostic event 954082007. */
+/* Starts to scan. 0 means that the service accepted the request: the status callback reports when
+ * the scan has started, or that it could not be started (kBleScanRadioFailed). A result is
+ * delivered to every scanning listener of this process: the fastest of their policies applies, and
+ * a result is delivered to all if it passes the filters of one. Starting a listener that scans
+ * already changes its policy. After a restart of the service the listener scans with the fastest
+ * policy and without filters, and its status callback is called (kBleScanServiceRestart): set the
+ * filters and start again to restore both. kBleStatusNoReply also raises diagnostic event
+ * 954082007. */
 PELACON_API BleStatusC StartBleScan(int listenerId, BleScanPolicy policy);
 
 /* Stops scanning. Once this has returned, no further result is delivered to the listener, whatever

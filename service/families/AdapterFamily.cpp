@@ -1,9 +1,11 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/AdapterFamily.h>
+#include <service/families/RadioWait.h>
 
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <utility>
 
 namespace pelacon::service {
 
@@ -12,7 +14,8 @@ using protocol::Int32Record;
 using protocol::Nothing;
 using protocol::StatusReply;
 
-AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.GetAdapter())
+AdapterFamily::AdapterFamily(const Context& context)
+    : scheduler_(context.scheduler), adapter_(context.radios.GetAdapter())
 {
     adapter_.Observe([this](radio::AdapterState state) { NotifyState(state); });
 
@@ -21,14 +24,10 @@ AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.G
         listeners_.insert(&session);
         return StatusReply{protocol::kStatusDone};
     });
-    router.Serve(protocol::kBtEnable, [this](Session&, const Nothing&) {
-        adapter_.SwitchOn();
-        return StatusReply{protocol::kStatusDone};
-    });
-    router.Serve(protocol::kBtDisable, [this](Session&, const Nothing&) {
-        adapter_.SwitchOff();
-        return StatusReply{protocol::kStatusDone};
-    });
+    router.Serve(protocol::kBtEnable,
+                 [this](Session& session, const Nothing&) { return Switch(session, true); });
+    router.Serve(protocol::kBtDisable,
+                 [this](Session& session, const Nothing&) { return Switch(session, false); });
     router.Serve(protocol::kIsBtEnabled, [this](Session&, const Nothing&) {
         return ByteReply{static_cast<std::uint8_t>(adapter_.IsOn())};
     });
@@ -38,7 +37,7 @@ AdapterFamily::AdapterFamily(const Context& context) : adapter_(context.radios.G
     router.Serve(protocol::kGetBtMacAndName,
                  [this](Session&, const Nothing&) { return MacAndName(); });
     router.Serve(protocol::kSetBtName,
-                 [this](Session&, std::string_view name) { return Rename(name); });
+                 [this](Session& session, std::string_view name) { return Rename(session, name); });
     router.Serve(protocol::kGetBtName, [this](Session&, const Nothing&) {
         protocol::BtNameReply reply{};
         PutText(reply.name, adapter_.Name());
@@ -66,13 +65,20 @@ void AdapterFamily::ClientLeft(Session& session)
     listeners_.erase(&session);
 }
 
-StatusReply AdapterFamily::Rename(std::string_view name)
+StatusReply AdapterFamily::Switch(Session& session, bool on)
+{
+    return {AwaitRadio(scheduler_, session, PatienceOf(protocol::kBtEnable),
+                       [&](radio::OutcomeDone done) { adapter_.Switch(on, std::move(done)); })};
+}
+
+StatusReply AdapterFamily::Rename(Session& session, std::string_view name)
 {
     if (name.empty() || name.size() > protocol::kBtNameSize) {
         return {protocol::kStatusInvalidArgument};
     }
-    adapter_.Rename(std::string(name));
-    return {protocol::kStatusDone};
+    return {AwaitRadio(
+        scheduler_, session, PatienceOf(protocol::kSetBtName),
+        [&](radio::OutcomeDone done) { adapter_.Rename(std::string(name), std::move(done)); })};
 }
 
 protocol::MacAndNameReply AdapterFamily::MacAndName() const

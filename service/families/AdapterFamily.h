@@ -18,10 +18,12 @@ class AdapterFamily : public Family {
     void Describe(nlohmann::json& status) const override;
 
   private:
-    protocol::StatusReply Rename(std::string_view name);
+    protocol::StatusReply Switch(Session& session, bool on);
+    protocol::StatusReply Rename(Session& session, std::string_view name);
     protocol::MacAndNameReply MacAndName() const;
     void NotifyState(radio::AdapterState state) const;
 
+    Scheduler& scheduler_;
     radio::Adapter& adapter_;
     std::unordered_set<Session*> listeners_;  // clients that are notified of changes
 };

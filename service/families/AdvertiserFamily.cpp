@@ -1,11 +1,13 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/AdvertiserFamily.h>
+#include <service/families/RadioWait.h>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <utility>
 
 namespace pelacon::service {
 
@@ -19,7 +21,6 @@ namespace {
 constexpr std::int32_t kDefaultInterval = 100;
 constexpr std::int32_t kShortestInterval = 20;
 constexpr std::int32_t kLongestInterval = 10240;
-constexpr std::int32_t kAllChannels = 0b111;
 constexpr std::int32_t kLowestTxPower = -127;
 constexpr std::int32_t kHighestTxPower = 20;
 
@@ -28,8 +29,13 @@ bool IsWithin(std::int32_t value, std::int32_t lowest, std::int32_t highest)
     return value >= lowest && value <= highest;
 }
 
-/// The shorter of a request's two intervals; nothing if they are invalid.
-std::optional<milliseconds> IntervalOf(const StartAdvertiseRequest& request)
+struct Intervals {
+    milliseconds shortest;
+    milliseconds longest;
+};
+
+/// Nothing if they are invalid.
+std::optional<Intervals> IntervalsOf(const StartAdvertiseRequest& request)
 {
     const std::int32_t shortest =
         request.params.minInterval != 0 ? request.params.minInterval : kDefaultInterval;
@@ -39,7 +45,7 @@ std::optional<milliseconds> IntervalOf(const StartAdvertiseRequest& request)
         !IsWithin(longest, shortest, kLongestInterval)) {
         return std::nullopt;
     }
-    return milliseconds(shortest);
+    return Intervals{milliseconds(shortest), milliseconds(longest)};
 }
 
 bool TimesMakeSense(const StartAdvertiseRequest& request)
@@ -51,7 +57,7 @@ bool TimesMakeSense(const StartAdvertiseRequest& request)
 
 bool FieldsMakeSense(const StartAdvertiseRequest& request)
 {
-    return IsWithin(request.params.channelMap, 0, kAllChannels) &&
+    return IsWithin(request.params.channelMap, 0, radio::kAllAdvertisingChannels) &&
            IsWithin(request.params.advEventType, 0,
                     static_cast<std::int32_t>(radio::AdvertisementKind::kNonConnectable)) &&
            IsWithin(request.params.txPower, kLowestTxPower, kHighestTxPower) &&
@@ -67,16 +73,105 @@ std::vector<std::uint8_t> BytesOf(const protocol::AdvertisingField& field)
 /// What the radio is to send; nothing if the request is invalid.
 std::optional<radio::Advertising> AdvertisingOf(const StartAdvertiseRequest& request)
 {
-    const auto interval = IntervalOf(request);
-    if (!interval || !TimesMakeSense(request) || !FieldsMakeSense(request)) {
+    const auto intervals = IntervalsOf(request);
+    if (!intervals || !TimesMakeSense(request) || !FieldsMakeSense(request)) {
         return std::nullopt;
     }
-    return radio::Advertising{
-        *interval, static_cast<radio::AdvertisementKind>(request.params.advEventType),
-        request.params.txPower, BytesOf(request.advData), BytesOf(request.scanResp)};
+    const std::int32_t channels = request.params.channelMap;
+    return radio::Advertising{intervals->shortest,
+                              intervals->longest,
+                              channels != 0 ? channels : radio::kAllAdvertisingChannels,
+                              static_cast<radio::AdvertisementKind>(request.params.advEventType),
+                              request.params.txPower,
+                              BytesOf(request.advData),
+                              BytesOf(request.scanResp)};
+}
+
+/// What a program is notified of when advertising has ended by itself.
+std::int32_t DisableStatusOf(radio::Outcome why)
+{
+    return IsAdapterOff(why) ? kBleAdvAdapterOff : kBleAdvRadioFailed;
 }
 
 }  // namespace
+
+/// What an advertiser advertises, from a start until its end: on the air and in pauses.
+class AdvertiserFamily::Broadcast : public radio::AdvertisementObserver {
+  public:
+    Broadcast(AdvertiserFamily& family, Session& session, const StartAdvertiseRequest& request,
+              radio::Advertising advertising)
+        : family_(family),
+          session_(session),
+          id_(request.advertiserId),
+          advertising_(std::move(advertising)),
+          part_(request.params.sendPartTime),
+          total_(request.params.sendTotalTime),
+          start_(family.context_.scheduler)
+    {}
+
+    /// Goes on the air. Returns what becomes of that.
+    Completion<std::int32_t> Begin()
+    {
+        Turn();
+        start_.GiveUpAfter(PatienceOf(protocol::kStartAdvertise),
+                           [this] { family_.Silence(session_, id_); });
+        return start_.Status();
+    }
+
+    /// Ends it, which destroys it: with this status while its request waits, else with a
+    /// notification.
+    void End(std::int32_t status, std::int32_t why)
+    {
+        const bool wasStarted = !start_.IsUnderWay();
+        Session& session = session_;
+        const std::int32_t id = id_;
+        start_.End(status);
+        family_.Silence(session, id);
+        if (wasStarted) {
+            session.Notify(protocol::kAdvertiseDisabled, {id, why});
+        }
+    }
+
+    void Started() override
+    {
+        if (!start_.IsUnderWay()) {
+            return;  // only a pause is over
+        }
+        start_.End(protocol::kStatusDone);
+        Scheduler& scheduler = family_.context_.scheduler;
+        if (part_ > milliseconds::zero()) {
+            partTime_ = scheduler.Every(part_, [this] { Turn(); });
+        }
+        if (total_ > milliseconds::zero()) {
+            totalTime_ =
+                scheduler.After(total_, [this] { End(protocol::kStatusDone, kBleAdvTimeOver); });
+        }
+    }
+
+    void Ended(radio::Outcome why) override { End(StatusOf(why), DisableStatusOf(why)); }
+
+  private:
+    /// Changes between advertising and pause.
+    void Turn()
+    {
+        if (onAir_) {
+            onAir_.reset();
+        } else {
+            onAir_ = family_.radio_.Start(advertising_, *this);
+        }
+    }
+
+    AdvertiserFamily& family_;
+    Session& session_;
+    std::int32_t id_;
+    radio::Advertising advertising_;
+    milliseconds part_;
+    milliseconds total_;
+    Attempt start_;
+    std::unique_ptr<radio::Advertisement> onAir_;  // null while it pauses
+    Timer partTime_;                               // alternates between advertising and pause
+    Timer totalTime_;
+};
 
 AdvertiserFamily::AdvertiserFamily(const Context& context)
     : context_(context),
@@ -106,6 +201,8 @@ AdvertiserFamily::AdvertiserFamily(const Context& context)
                  });
 }
 
+AdvertiserFamily::~AdvertiserFamily() = default;
+
 void AdvertiserFamily::ClientLeft(Session& session)
 {
     clients_.erase(&session);
@@ -118,7 +215,7 @@ protocol::ValueStatusReply AdvertiserFamily::Register(Session& session)
         return {0, protocol::kStatusLimitReached};
     }
     const std::int32_t id = context_.ids.Next();
-    advertisers.emplace(id, Advertiser{});
+    advertisers.emplace(id, nullptr);
     return {id, protocol::kStatusDone};
 }
 
@@ -133,8 +230,7 @@ std::int32_t AdvertiserFamily::Unregister(Session& session, std::int32_t id)
 
 std::int32_t AdvertiserFamily::Start(Session& session, const StartAdvertiseRequest& request)
 {
-    const std::int32_t id = request.advertiserId;
-    Advertiser* const advertiser = Find(session, id);
+    std::unique_ptr<Broadcast>* const advertiser = Find(session, request.advertiserId);
     if (advertiser == nullptr) {
         return protocol::kStatusUnknownId;
     }
@@ -145,33 +241,24 @@ std::int32_t AdvertiserFamily::Start(Session& session, const StartAdvertiseReque
     if (!adapter_.IsOn()) {
         return protocol::kStatusRadioOff;
     }
-    *advertiser = Advertiser{};
-    advertiser->active = true;
-    advertiser->advertising = *advertising;
-    Turn(*advertiser);
-    if (request.params.sendPartTime > 0) {
-        advertiser->partTime = context_.scheduler.Every(milliseconds(request.params.sendPartTime),
-                                                        [this, advertiser] { Turn(*advertiser); });
-    }
-    if (request.params.sendTotalTime > 0) {
-        advertiser->totalTime = context_.scheduler.After(
-            milliseconds(request.params.sendTotalTime),
-            [=, this, &session] { GoSilentByItself(session, id, *advertiser, kBleAdvTimeOver); });
-    }
-    return protocol::kStatusDone;
+    advertiser->reset();
+    auto broadcast = std::make_unique<Broadcast>(*this, session, request, *advertising);
+    const Completion<std::int32_t> status = broadcast->Begin();
+    *advertiser = std::move(broadcast);
+    return AwaitStatus(context_.scheduler, session, status, protocol::kStartAdvertise.timeout);
 }
 
 std::int32_t AdvertiserFamily::Stop(Session& session, std::int32_t id)
 {
-    Advertiser* const advertiser = Find(session, id);
-    if (advertiser == nullptr) {
+    if (Find(session, id) == nullptr) {
         return protocol::kStatusUnknownId;
     }
-    *advertiser = Advertiser{};
+    Silence(session, id);
     return protocol::kStatusDone;
 }
 
-AdvertiserFamily::Advertiser* AdvertiserFamily::Find(Session& session, std::int32_t id)
+std::unique_ptr<AdvertiserFamily::Broadcast>* AdvertiserFamily::Find(Session& session,
+                                                                     std::int32_t id)
 {
     const auto client = clients_.find(&session);
     if (client == clients_.end()) {
@@ -181,29 +268,17 @@ AdvertiserFamily::Advertiser* AdvertiserFamily::Find(Session& session, std::int3
     return advertiser != client->second.end() ? &advertiser->second : nullptr;
 }
 
-/// Changes between advertising and pause.
-void AdvertiserFamily::Turn(Advertiser& advertiser)
+void AdvertiserFamily::Silence(Session& session, std::int32_t id)
 {
-    if (advertiser.onAir) {
-        advertiser.onAir.reset();
-    } else {
-        advertiser.onAir = radio_.Start(advertiser.advertising);
-    }
-}
-
-void AdvertiserFamily::GoSilentByItself(Session& session, std::int32_t id, Advertiser& advertiser,
-                                        std::int32_t why)
-{
-    advertiser = Advertiser{};
-    session.Notify(protocol::kAdvertiseDisabled, {id, why});
+    Find(session, id)->reset();
 }
 
 void AdvertiserFamily::AdapterWentOff()
 {
     for (auto& [session, advertisers] : clients_) {
-        for (auto& [id, advertiser] : advertisers) {
-            if (advertiser.active) {
-                GoSilentByItself(*session, id, advertiser, kBleAdvAdapterOff);
+        for (auto& [id, broadcast] : advertisers) {
+            if (broadcast) {
+                broadcast->End(protocol::kStatusRadioOff, kBleAdvAdapterOff);
             }
         }
     }
@@ -228,7 +303,7 @@ void AdvertiserFamily::Describe(nlohmann::json& status) const
         registered += advertisers.size();
         active += static_cast<std::size_t>(
             std::count_if(advertisers.begin(), advertisers.end(),
-                          [](const auto& entry) { return entry.second.active; }));
+                          [](const auto& entry) { return entry.second != nullptr; }));
     }
     status["advertiser"] = {{"advertisers", registered}, {"advertising", active}};
 }

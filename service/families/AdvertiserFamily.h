@@ -16,6 +16,7 @@ class AdvertiserFamily : public Family {
     static constexpr std::size_t kMostAdvertisers = 64;
 
     explicit AdvertiserFamily(const Context& context);
+    ~AdvertiserFamily() override;
 
     void ClientLeft(Session& session) override;
 
@@ -26,24 +27,16 @@ class AdvertiserFamily : public Family {
     void Describe(nlohmann::json& status) const override;
 
   private:
-    struct Advertiser {
-        radio::Advertising advertising;
-        std::unique_ptr<radio::Advertisement> onAir;  // null while it pauses
-        Timer partTime;                               // alternates between advertising and pause
-        Timer totalTime;
-        bool active = false;
-    };
-    using Advertisers = std::map<std::int32_t, Advertiser>;
+    class Broadcast;
+    using Advertisers = std::map<std::int32_t, std::unique_ptr<Broadcast>>;  // null: silent
 
     protocol::ValueStatusReply Register(Session& session);
     std::int32_t Unregister(Session& session, std::int32_t id);
     std::int32_t Start(Session& session, const protocol::StartAdvertiseRequest& request);
     std::int32_t Stop(Session& session, std::int32_t id);
 
-    Advertiser* Find(Session& session, std::int32_t id);
-    void Turn(Advertiser& advertiser);
-    void GoSilentByItself(Session& session, std::int32_t id, Advertiser& advertiser,
-                          std::int32_t why);
+    std::unique_ptr<Broadcast>* Find(Session& session, std::int32_t id);
+    void Silence(Session& session, std::int32_t id);
     void AdapterWentOff();
 
     Context context_;

@@ -1,9 +1,11 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/GattServerFamily.h>
+#include <service/families/RadioWait.h>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,16 +26,27 @@ class GattServerFamily::Service : public radio::GattServiceHost {
         : session_(session), serverId_(serverId), handle_(handle), uuid_(uuid)
     {}
 
+    /// Whether peers see it, or are about to.
     bool IsStarted() const noexcept { return shown_ != nullptr; }
 
-    void Start(radio::LocalGattServer& server)
+    /// Returns what becomes of it, also where it is under way already.
+    Completion<std::int32_t> Start(radio::LocalGattServer& server, Scheduler& scheduler)
     {
         if (!IsStarted()) {
-            shown_ = server.Show(uuid_, shownCharacteristics_, *this);
+            showing_.emplace(scheduler);
+            shown_ = server.Show(uuid_, shownCharacteristics_, *this,
+                                 [this](radio::Outcome outcome) { Shown(outcome); });
+            showing_->GiveUpAfter(PatienceOf(protocol::kGattServerStartService),
+                                  [this] { Stop(); });
         }
+        return showing_->Status();
     }
 
-    void Stop() { shown_.reset(); }
+    void Stop()
+    {
+        shown_.reset();
+        showing_.reset();
+    }
 
     std::int32_t Add(std::string_view text, std::int32_t flags, GattValue value)
     {
@@ -95,6 +108,14 @@ class GattServerFamily::Service : public radio::GattServiceHost {
     }
 
   private:
+    void Shown(radio::Outcome outcome)
+    {
+        showing_->End(StatusOf(outcome));
+        if (outcome != radio::Outcome::kDone) {
+            Stop();
+        }
+    }
+
     struct Characteristic {
         std::string text;  // its UUID as the program spelt it: the library compares texts
         GattValue value;
@@ -120,6 +141,7 @@ class GattServerFamily::Service : public radio::GattServiceHost {
     Uuid uuid_;
     std::vector<radio::GattCharacteristic> shownCharacteristics_;
     std::vector<Characteristic> characteristics_;  // the same ones
+    std::optional<Attempt> showing_;               // the last start
     std::unique_ptr<radio::LocalGattService> shown_;
 };
 
@@ -133,6 +155,11 @@ class GattServerFamily::Server : public radio::GattPeerObserver {
     const Session& Owner() const noexcept { return session_; }
     radio::LocalGattServer& Radio() noexcept { return *radio_; }
     std::size_t CountOfServices() const noexcept { return services_.size(); }
+    std::size_t CountOfStarted() const
+    {
+        return static_cast<std::size_t>(std::ranges::count_if(
+            services_, [](const auto& entry) { return entry.second.service->IsStarted(); }));
+    }
 
     Service* Find(std::int32_t handle)
     {
@@ -187,7 +214,7 @@ class GattServerFamily::Server : public radio::GattPeerObserver {
 };
 
 GattServerFamily::GattServerFamily(const Context& context)
-    : radio_(context.radios.GetGattServer()), ids_(context.ids)
+    : scheduler_(context.scheduler), radio_(context.radios.GetGattServer()), ids_(context.ids)
 {
     Router& router = context.router;
     router.Serve(protocol::kGattServerRegister,
@@ -212,14 +239,22 @@ GattServerFamily::GattServerFamily(const Context& context)
                  [this](Session& session, const protocol::GattPublishNotifyRequest& request) {
                      return StatusReply{Publish(session, request)};
                  });
-    ServeOnService(
-        router, protocol::kGattServerDeleteService,
-        [](Server& server, Service&, std::int32_t handle) { server.DeleteService(handle); });
-    ServeOnService(
-        router, protocol::kGattServerStartService,
-        [](Server& server, Service& service, std::int32_t) { service.Start(server.Radio()); });
+    ServeOnService(router, protocol::kGattServerDeleteService,
+                   [](Session&, Server& server, Service&, std::int32_t handle) {
+                       server.DeleteService(handle);
+                       return protocol::kStatusDone;
+                   });
+    ServeOnService(router, protocol::kGattServerStartService,
+                   [this](Session& session, Server& server, Service& service, std::int32_t) {
+                       return AwaitStatus(scheduler_, session,
+                                          service.Start(server.Radio(), scheduler_),
+                                          protocol::kGattServerStartService.timeout);
+                   });
     ServeOnService(router, protocol::kGattServerStopService,
-                   [](Server&, Service& service, std::int32_t) { service.Stop(); });
+                   [](Session&, Server&, Service& service, std::int32_t) {
+                       service.Stop();
+                       return protocol::kStatusDone;
+                   });
 }
 
 GattServerFamily::~GattServerFamily() = default;
@@ -236,8 +271,7 @@ void GattServerFamily::ServeOnService(
         if (service == nullptr) {
             return Reply{protocol::kStatusUnknownId};
         }
-        action(*server, *service, request.serviceHandle);
-        return Reply{protocol::kStatusDone};
+        return Reply{action(session, *server, *service, request.serviceHandle)};
     });
 }
 
@@ -249,10 +283,13 @@ void GattServerFamily::ClientLeft(Session& session)
 void GattServerFamily::Describe(nlohmann::json& status) const
 {
     std::size_t services = 0;
+    std::size_t started = 0;
     for (const auto& [id, server] : servers_) {
         services += server->CountOfServices();
+        started += server->CountOfStarted();
     }
-    status["gattServers"] = {{"registered", servers_.size()}, {"services", services}};
+    status["gattServers"] = {
+        {"registered", servers_.size()}, {"services", services}, {"started", started}};
 }
 
 GattServerFamily::Server* GattServerFamily::Find(const Session& session, std::int32_t serverId)

@@ -45,6 +45,7 @@ class GattServerFamily : public Family {
         const protocol::Operation<protocol::GattServiceHandleRequest, Reply>& operation,
         Action action);
 
+    Scheduler& scheduler_;
     radio::GattServer& radio_;
     IdAllocator& ids_;
     std::map<std::int32_t, std::unique_ptr<Server>> servers_;

@@ -1,9 +1,11 @@
 #include <protocol/ServiceStatus.h>
+#include <service/families/RadioWait.h>
 #include <service/families/ScanFamily.h>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <utility>
 
 namespace pelacon::service {
 
@@ -33,6 +35,27 @@ bool IsPolicy(std::int32_t value)
 }
 
 }  // namespace
+
+/// A scan for one client.
+class ScanFamily::Scan : public radio::ScanObserver {
+  public:
+    Scan(ScanFamily& family, Session& session, ScanPolicy policy)
+        : family_(family), session_(session), policy_(policy)
+    {}
+
+    void Begin() { radio_ = family_.scanner_.Start(policy_, *this); }
+    ScanPolicy Policy() const noexcept { return policy_; }
+
+    void Started() override { family_.Started(session_); }
+    void Received(const radio::Heard& heard) override { family_.Received(session_, heard); }
+    void Ended(radio::Outcome why) override { family_.Ended(session_, *this, why); }
+
+  private:
+    ScanFamily& family_;
+    Session& session_;
+    ScanPolicy policy_;
+    std::unique_ptr<radio::Scan> radio_;
+};
 
 ScanFamily::ScanFamily(const Context& context)
     : context_(context),
@@ -72,6 +95,8 @@ ScanFamily::ScanFamily(const Context& context)
                  });
 }
 
+ScanFamily::~ScanFamily() = default;
+
 void ScanFamily::ClientLeft(Session& session)
 {
     clients_.erase(&session);
@@ -110,11 +135,10 @@ std::int32_t ScanFamily::Start(Session& session, const protocol::StartScanReques
     if (!adapter_.IsOn()) {
         return protocol::kStatusRadioOff;
     }
-    const bool wasScanning = listener->policy.has_value();
     listener->policy = static_cast<ScanPolicy>(request.policy);
     FitScan(session);
-    if (!wasScanning) {
-        session.Notify(protocol::kScanStatus, {request.listenerId, kBleScanStarted});
+    if (clients_[&session].scan) {
+        NotifyStarted(session);
     }
     return protocol::kStatusDone;
 }
@@ -125,8 +149,8 @@ std::int32_t ScanFamily::Stop(Session& session, std::int32_t id)
     if (listener == nullptr) {
         return protocol::kStatusUnknownId;
     }
-    if (listener->policy) {
-        listener->policy.reset();
+    if (std::exchange(listener->policy, std::nullopt)) {
+        listener->isNotified = false;
         FitScan(session);
         session.Notify(protocol::kScanStatus, {id, kBleScanStopped});
     }
@@ -153,7 +177,8 @@ ScanFamily::Listener* ScanFamily::Find(Session& session, std::int32_t id)
     return listener != client->second.listeners.end() ? &listener->second : nullptr;
 }
 
-/// Starts the client's scan, ends it or changes its policy, according to its listeners.
+/// Starts the client's scan, ends it or changes its policy, according to its listeners. A scan goes
+/// on until the one with the new policy has started.
 void ScanFamily::FitScan(Session& session)
 {
     Client& client = clients_[&session];
@@ -161,18 +186,62 @@ void ScanFamily::FitScan(Session& session)
     for (const auto& [id, listener] : client.listeners) {
         policy = std::max(policy, listener.policy);
     }
-    if (policy == client.policy) {
+    if (!policy) {
+        client.next.reset();
+        client.scan.reset();
         return;
     }
-    client.policy = policy;
-    client.scan.reset();
-    if (policy) {
-        client.scan = scanner_.Start(
-            *policy, [this, &session](const radio::Heard& heard) { Notify(session, heard); });
+    if (client.next && client.next->Policy() == *policy) {
+        return;
+    }
+    client.next.reset();
+    if (!client.scan || client.scan->Policy() != *policy) {
+        client.next = std::make_unique<Scan>(*this, session, *policy);
+        client.next->Begin();
     }
 }
 
-void ScanFamily::Notify(Session& session, const radio::Heard& heard)
+/// Notifies the client of those of its listeners that scan and are not known to.
+void ScanFamily::NotifyStarted(Session& session)
+{
+    for (auto& [id, listener] : clients_[&session].listeners) {
+        if (listener.policy && !std::exchange(listener.isNotified, true)) {
+            session.Notify(protocol::kScanStatus, {id, kBleScanStarted});
+        }
+    }
+}
+
+/// Ends the client's scan and notifies it of the reason.
+void ScanFamily::StopAll(Session& session, std::int32_t why)
+{
+    for (auto& [id, listener] : clients_[&session].listeners) {
+        if (std::exchange(listener.policy, std::nullopt)) {
+            listener.isNotified = false;
+            session.Notify(protocol::kScanStatus, {id, why});
+        }
+    }
+    FitScan(session);
+}
+
+void ScanFamily::Started(Session& session)
+{
+    Client& client = clients_[&session];
+    client.scan = std::move(client.next);
+    NotifyStarted(session);
+}
+
+void ScanFamily::Ended(Session& session, const Scan& scan, radio::Outcome why)
+{
+    Client& client = clients_[&session];
+    if (client.scan && client.next) {
+        // The other one goes on, or starts.
+        (client.next.get() == &scan ? client.next : client.scan).reset();
+        return;
+    }
+    StopAll(session, IsAdapterOff(why) ? kBleScanStoppedAdapterOff : kBleScanRadioFailed);
+}
+
+void ScanFamily::Received(Session& session, const radio::Heard& heard)
 {
     const auto& listeners = clients_[&session].listeners;
     const bool isWanted = std::any_of(listeners.begin(), listeners.end(), [&](const auto& entry) {
@@ -186,13 +255,7 @@ void ScanFamily::Notify(Session& session, const radio::Heard& heard)
 void ScanFamily::AdapterWentOff()
 {
     for (auto& [session, client] : clients_) {
-        for (auto& [id, listener] : client.listeners) {
-            if (listener.policy) {
-                listener.policy.reset();
-                session->Notify(protocol::kScanStatus, {id, kBleScanStoppedAdapterOff});
-            }
-        }
-        FitScan(*session);
+        StopAll(*session, kBleScanStoppedAdapterOff);
     }
 }
 
@@ -210,6 +273,7 @@ void ScanFamily::Repair(Session& session, const protocol::RepairRequest& held)
         const bool scans = adapter_.IsOn();
         if (scans) {
             entry->second.policy = ScanPolicy::kLowLatency;
+            entry->second.isNotified = true;
         }
         session.Notify(protocol::kScanStatus,
                        {id, scans ? kBleScanServiceRestart : kBleScanStoppedAdapterOff});

@@ -21,6 +21,7 @@ class ScanFamily : public Family {
     static constexpr std::size_t kMostListeners = 64;
 
     explicit ScanFamily(const Context& context);
+    ~ScanFamily() override;
 
     void ClientLeft(Session& session) override;
 
@@ -31,14 +32,17 @@ class ScanFamily : public Family {
     void Describe(nlohmann::json& status) const override;
 
   private:
+    class Scan;
+
     struct Listener {
-        std::optional<radio::ScanPolicy> policy;  // while it scans
+        std::optional<radio::ScanPolicy> policy;  // while it scans, or is to
+        bool isNotified = false;                  // that it scans
         ScanFilters filters;
     };
     struct Client {
         std::map<std::int32_t, Listener> listeners;
-        std::optional<radio::ScanPolicy> policy;  // of the scan
-        std::unique_ptr<radio::Scan> scan;
+        std::unique_ptr<Scan> scan;  // has started
+        std::unique_ptr<Scan> next;  // has not; replaces the other when it has
     };
 
     protocol::ValueStatusReply Register(Session& session);
@@ -49,7 +53,14 @@ class ScanFamily : public Family {
 
     Listener* Find(Session& session, std::int32_t id);
     void FitScan(Session& session);
-    void Notify(Session& session, const radio::Heard& heard);
+    void NotifyStarted(Session& session);
+    void StopAll(Session& session, std::int32_t why);
+
+    // Of a scan:
+    void Started(Session& session);
+    void Received(Session& session, const radio::Heard& heard);
+    void Ended(Session& session, const Scan& scan, radio::Outcome why);
+
     void AdapterWentOff();
 
     Context context_;

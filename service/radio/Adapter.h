@@ -4,6 +4,7 @@
 #include <PelaconSDK/BleManager.h>
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
+#include <service/radio/Outcome.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -22,7 +23,7 @@ enum class AdapterState : std::int32_t {
 
 enum class BluetoothType : std::int32_t { kClassic = kBluetoothClassic, kLe = kBluetoothLe };
 
-/// One Bluetooth adapter.
+/// One Bluetooth adapter. One that is absent is off, and has the address 0.
 class Adapter : public Interface {
   public:
     static constexpr std::size_t kMaxName = sizeof BtInfo::name;
@@ -31,17 +32,18 @@ class Adapter : public Interface {
     bool IsOn() const { return State() == AdapterState::kOn; }
 
     /// Begins to switch on or off; observers are called on the changes. Does nothing if the adapter
-    /// is in that state, or on the way to it.
-    virtual void SwitchOn() = 0;
-    virtual void SwitchOff() = 0;
+    /// is in that state, or on the way to it. `done` is called once, in the call or later: when it
+    /// is clear whether the adapter will switch, and at the latest when it has.
+    virtual void Switch(bool on, OutcomeDone done) = 0;
 
     /// In the low six bytes; the first octet is the most significant.
     virtual std::uint64_t Address() const = 0;
 
     virtual std::string Name() const = 0;
 
-    /// At most kMaxName bytes.
-    virtual void Rename(std::string name) = 0;
+    /// Begins to change the name, to at most kMaxName bytes. `done` is called once, in the call or
+    /// later: Name returns the new name then, or it cannot be changed.
+    virtual void Rename(std::string name, OutcomeDone done) = 0;
 
     virtual bool IsConnected(std::uint64_t address, BluetoothType type) const = 0;
 

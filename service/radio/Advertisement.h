@@ -24,10 +24,13 @@ static_assert(kBleAdvNonConnectable == +kBleScanNonConnectable);
 /// The largest advertisement or scan response, in bytes.
 inline constexpr std::size_t kMostAdvertisingData = sizeof BleScanResultC::data;
 
+/// The strength of a signal that the radio does not know.
+inline constexpr std::int32_t kUnknownRssi = 127;
+
 /// A received advertisement or scan response.
 struct Heard {
     std::uint64_t address = 0;  ///< the sender's
-    std::int32_t rssi = 0;      ///< dBm
+    std::int32_t rssi = 0;      ///< dBm, or kUnknownRssi
     AdvertisementKind kind = AdvertisementKind::kConnectable;
     std::vector<std::uint8_t> data;
 };

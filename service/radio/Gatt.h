@@ -31,10 +31,13 @@ inline constexpr std::int32_t kGattAnyNotify = kGattNotify | kGattIndicate;
 /// The result of an operation.
 enum class GattStatus : std::int32_t {
     kDone = protocol::kStatusDone,
+    kBusy = protocol::kStatusBusy,                     ///< another operation has to end first
+    kInvalidValue = protocol::kStatusInvalidArgument,  ///< too long for the stack or the peer
     kNotConnected = protocol::kStatusNotConnected,
     kNotFound = protocol::kStatusNotFound,
     kNotPermitted = protocol::kStatusNotPermitted,
     kUnreachable = protocol::kStatusPeerUnreachable,
+    kNotSupported = protocol::kStatusNotSupported,
 };
 
 /// Why a connection ended or was not established.

@@ -3,6 +3,7 @@
 
 #include <service/base/Interface.h>
 #include <service/radio/Gatt.h>
+#include <service/radio/Outcome.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -26,7 +27,7 @@ struct GattCharacteristic {
     std::int32_t flags = 0;
 };
 
-/// Peers see the service while this exists.
+/// Peers see the service while this exists, from its being shown on.
 class LocalGattService : public Interface {
   public:
     /// Sends a value to a peer. `sent` is called in the call or later, unless this is destroyed
@@ -48,10 +49,12 @@ class GattPeerObserver : public Interface {
 /// One server, which exists as long as this. Must outlive the services that it shows.
 class LocalGattServer : public Interface {
   public:
-    /// Shows a service to peers. The host must outlive the service.
+    /// Begins to show a service to peers. The host must outlive the service. `done` is called once,
+    /// unless the service is destroyed before: with kDone in the call or later, when peers see the
+    /// service; otherwise later, and they will not see it.
     virtual std::unique_ptr<LocalGattService> Show(
         const Uuid& service, const std::vector<GattCharacteristic>& characteristics,
-        GattServiceHost& host) = 0;
+        GattServiceHost& host, OutcomeDone done) = 0;
 
     virtual bool IsConnected(std::uint64_t peer) const = 0;
 };

@@ -26,10 +26,22 @@ namespace radio {
 
 /// The radios that the families use: simulated or real ones. Families know only these interfaces.
 ///
-/// The scheduler's lock is held in all calls, in both directions. No call blocks: a result that
-/// takes time is a Completion, or the argument of a function that is called later. An observer may
-/// destroy the object that it is called about (a connection, an advertisement). Nothing is called
-/// any more after Release, and once Scheduler::IsStopping.
+/// Rules for implementations:
+/// - The scheduler's lock is held in all calls, in both directions. A thread of the radios takes it
+///   with Scheduler::Lock before it calls an observer or sets a Completion.
+/// - No call waits for anything outside the process, since every client waits while the lock is
+///   held. A result that takes time is a Completion, or the argument of a function that is called
+///   later.
+/// - What a call begins may succeed within the call. Unless the interface says otherwise, it fails
+///   or ends by itself only later, when the caller has the object that the call returns (an
+///   advertisement, a scan).
+/// - An observer may destroy the object that it is called about (a connection, an advertisement),
+///   and others; the radio does not touch the object afterwards.
+/// - A handler waits for a limited time, shorter than its client does, and then destroys what it
+///   has begun or does without the result. A result that comes later is ignored.
+/// - Nothing is called any more after Release, and once Scheduler::IsStopping: neither an observer
+///   nor a function that was passed for a result.
+/// - What the radio cannot do is refused, with the reason.
 class Radios : public Interface {
   public:
     virtual Adapter& GetAdapter() = 0;

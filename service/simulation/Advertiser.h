@@ -4,34 +4,40 @@
 #include <service/radio/Advertiser.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/Air.h>
+#include <service/simulation/Stack.h>
 
+#include <cstddef>
 #include <memory>
+#include <vector>
 
 namespace pelacon::service::simulation {
 
 /// Sends with the adapter's address. Nothing is received while the adapter is off, since all scans
-/// use the same adapter.
+/// use the same adapter. Only the shortest interval counts, and the channels do not.
 class Advertiser : public radio::Advertiser {
   public:
     /// The signal loss between two programs on one machine, in dB, and its variation.
     static constexpr std::int32_t kPathLoss = 40;
     static constexpr std::int32_t kVariation = 2;
 
-    Advertiser(Scheduler& scheduler, const Adapter& adapter, Air& air)
-        : scheduler_(scheduler), adapter_(adapter), air_(air)
+    Advertiser(Scheduler& scheduler, Stack& stack, const Adapter& adapter, Air& air)
+        : scheduler_(scheduler), stack_(stack), adapter_(adapter), air_(air)
     {}
 
-    std::unique_ptr<radio::Advertisement> Start(const radio::Advertising& advertising) override
-    {
-        const Signal signal{adapter_.Address(), advertising.txPower - kPathLoss, kVariation};
-        return std::make_unique<Transmitter>(scheduler_, air_, signal, advertising,
-                                             Scheduler::Duration::zero());
-    }
+    std::unique_ptr<radio::Advertisement> Start(const radio::Advertising& advertising,
+                                                radio::AdvertisementObserver& observer) override;
+
+    /// For operators: all advertisements end by themselves. Returns how many.
+    std::size_t EndAll();
 
   private:
+    class Running;
+
     Scheduler& scheduler_;
+    Stack& stack_;
     const Adapter& adapter_;
     Air& air_;
+    std::vector<Running*> running_;  // also those that have not started yet
 };
 
 }  // namespace pelacon::service::simulation

@@ -29,30 +29,20 @@ bool HasScanResponse(const radio::Advertising& advertising)
 
 }  // namespace
 
-class Air::Receiver : public radio::Scan {
-  public:
-    Receiver(Air& air, radio::ScanPolicy policy, radio::Scanner::Observer observer)
-        : air_(air), oneIn_(OneIn(policy)), observer_(std::move(observer))
-    {
-        air_.receivers_.push_back(this);
-    }
-    ~Receiver() override { std::erase(air_.receivers_, this); }
+Air::Receiver::Receiver(Air& air, radio::ScanPolicy policy,
+                        std::function<void(const radio::Heard&)> observer)
+    : air_(air), oneIn_(OneIn(policy)), observer_(std::move(observer))
+{
+    air_.receivers_.push_back(this);
+}
 
-    /// Counts an advertisement of this transmitter; returns whether it is received.
-    bool Hears(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
+Air::Receiver::~Receiver()
+{
+    std::erase(air_.receivers_, this);
+}
 
-    void Notify(const radio::Heard& heard) const { observer_(heard); }
-    void Forget(const Transmitter& transmitter) { sent_.erase(&transmitter); }
-
-  private:
-    Air& air_;
-    std::uint32_t oneIn_;
-    radio::Scanner::Observer observer_;
-    std::map<const Transmitter*, std::uint32_t> sent_;
-};
-
-std::unique_ptr<radio::Scan> Air::Listen(radio::ScanPolicy policy,
-                                         radio::Scanner::Observer observer)
+std::unique_ptr<Air::Receiver> Air::Listen(radio::ScanPolicy policy,
+                                           std::function<void(const radio::Heard&)> observer)
 {
     return std::make_unique<Receiver>(*this, policy, std::move(observer));
 }
@@ -93,7 +83,7 @@ Transmitter::Transmitter(Scheduler& scheduler, Air& air, const Signal& signal,
     : air_(air), signal_(signal), advertising_(std::move(advertising))
 {
     first_ = scheduler.After(delay, [this, &scheduler] {
-        others_ = scheduler.Every(advertising_.interval, [this] { Send(); });
+        others_ = scheduler.Every(advertising_.shortestInterval, [this] { Send(); });
         Send();
     });
 }

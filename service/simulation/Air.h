@@ -6,6 +6,7 @@
 #include <service/radio/Scanner.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -21,18 +22,21 @@ struct Signal {
 
 class Transmitter;
 
-/// The running scans and their observers. Must outlive all scans and transmitters.
+/// The receivers. Must outlive all of them, and the transmitters.
 class Air {
   public:
+    /// Receives while it exists.
+    class Receiver;
+
     explicit Air(Scheduler& scheduler) : scheduler_(scheduler) {}
 
-    /// Starts a scan that receives all advertisements.
-    std::unique_ptr<radio::Scan> Listen(radio::ScanPolicy policy,
-                                        radio::Scanner::Observer observer);
+    /// Calls the observer with all advertisements that the policy receives. It must neither begin
+    /// nor end to receive or to send.
+    std::unique_ptr<Receiver> Listen(radio::ScanPolicy policy,
+                                     std::function<void(const radio::Heard&)> observer);
 
   private:
     friend class Transmitter;
-    class Receiver;
 
     void Carry(const Transmitter& from, const Signal& signal,
                const radio::Advertising& advertising);
@@ -42,13 +46,37 @@ class Air {
     std::vector<Receiver*> receivers_;
 };
 
+class Air::Receiver {
+  public:
+    Receiver(Air& air, radio::ScanPolicy policy, std::function<void(const radio::Heard&)> observer);
+    ~Receiver();
+    Receiver(const Receiver&) = delete;
+    Receiver& operator=(const Receiver&) = delete;
+
+  private:
+    friend class Air;
+
+    /// Counts an advertisement of this transmitter; returns whether it is received.
+    bool Hears(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
+
+    void Notify(const radio::Heard& heard) const { observer_(heard); }
+    void Forget(const Transmitter& transmitter) { sent_.erase(&transmitter); }
+
+    Air& air_;
+    std::uint32_t oneIn_;
+    std::function<void(const radio::Heard&)> observer_;
+    std::map<const Transmitter*, std::uint32_t> sent_;
+};
+
 /// A device that advertises while this exists.
-class Transmitter : public radio::Advertisement {
+class Transmitter {
   public:
     /// Sends for the first time after the delay, and then at each interval.
     Transmitter(Scheduler& scheduler, Air& air, const Signal& signal,
                 radio::Advertising advertising, Scheduler::Duration delay);
-    ~Transmitter() override { air_.Forget(*this); }
+    ~Transmitter() { air_.Forget(*this); }
+    Transmitter(const Transmitter&) = delete;
+    Transmitter& operator=(const Transmitter&) = delete;
 
   private:
     void Send() { air_.Carry(*this, signal_, advertising_); }

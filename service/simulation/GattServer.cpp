@@ -25,8 +25,24 @@ class GattServer::Service : public radio::LocalGattService {
         for (const radio::GattCharacteristic& characteristic : shown) {
             characteristics_.push_back({characteristic, {}});
         }
-        device_.services_.push_back(this);
     }
+
+    void Show(radio::OutcomeDone done)
+    {
+        const StackBehaviour behaviour = device_.stack_.Next(StackOperation::kShowService);
+        const auto end = [this, outcome = behaviour.outcome, done = std::move(done)] {
+            if (outcome == radio::Outcome::kDone) {
+                device_.services_.push_back(this);
+            }
+            done(outcome);
+        };
+        if (behaviour.delay.count() == 0 && behaviour.outcome == radio::Outcome::kDone) {
+            end();
+        } else {
+            showing_ = device_.scheduler_.After(behaviour.delay, end);
+        }
+    }
+
     ~Service() override { std::erase(device_.services_, this); }
 
     void Notify(std::uint64_t peer, std::size_t characteristic, const GattValue& value,
@@ -72,6 +88,7 @@ class GattServer::Service : public radio::LocalGattService {
     Uuid uuid_;
     radio::GattServiceHost& host_;
     std::vector<Characteristic> characteristics_;
+    Timer showing_;
 };
 
 class GattServer::Server : public radio::LocalGattServer {
@@ -85,9 +102,11 @@ class GattServer::Server : public radio::LocalGattServer {
 
     std::unique_ptr<radio::LocalGattService> Show(
         const Uuid& service, const std::vector<radio::GattCharacteristic>& characteristics,
-        radio::GattServiceHost& host) override
+        radio::GattServiceHost& host, radio::OutcomeDone done) override
     {
-        return std::make_unique<Service>(device_, service, characteristics, host);
+        auto shown = std::make_unique<Service>(device_, service, characteristics, host);
+        shown->Show(std::move(done));
+        return shown;
     }
 
     bool IsConnected(std::uint64_t peer) const override { return device_.LinkOf(peer) != nullptr; }

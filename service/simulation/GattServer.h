@@ -4,6 +4,7 @@
 #include <service/radio/GattServer.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/GattLink.h>
+#include <service/simulation/Stack.h>
 
 #include <cstdint>
 #include <map>
@@ -17,7 +18,8 @@ namespace pelacon::service::simulation {
 /// address.
 class GattServer : public radio::GattServer, public GattDevice {
   public:
-    GattServer(Adapter& adapter, const GattLinkConfig& config) : adapter_(adapter), config_(config)
+    GattServer(Scheduler& scheduler, Stack& stack, Adapter& adapter, const GattLinkConfig& config)
+        : scheduler_(scheduler), stack_(stack), adapter_(adapter), config_(config)
     {}
 
     std::unique_ptr<radio::LocalGattServer> Open(radio::GattPeerObserver& observer) override;
@@ -49,6 +51,8 @@ class GattServer : public radio::GattServer, public GattDevice {
     std::uint64_t PeerOf(GattLink& link) const { return peers_.at(&link); }
     void Close(const Server& server);
 
+    Scheduler& scheduler_;
+    Stack& stack_;
     Adapter& adapter_;
     GattLinkConfig config_;
     std::vector<Server*> servers_;

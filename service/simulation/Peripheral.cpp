@@ -26,8 +26,11 @@ void Peripheral::Advertise(bool on)
         scheduler_.GetRandom().Between(0, advertising.interval.count()));
     transmitter_ = std::make_unique<Transmitter>(
         scheduler_, air_, Signal{config_.address, config_.rssi, config_.rssiVariation},
-        radio::Advertising{advertising.interval, advertising.kind, 0, advertising.data,
-                           advertising.scanResponse},
+        radio::Advertising{.shortestInterval = advertising.interval,
+                           .longestInterval = advertising.interval,
+                           .kind = advertising.kind,
+                           .data = advertising.data,
+                           .scanResponse = advertising.scanResponse},
         delay);
 }
 

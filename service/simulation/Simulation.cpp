@@ -5,13 +5,14 @@
 namespace pelacon::service::simulation {
 
 Simulation::Simulation(Scheduler& scheduler, const WorldFile& file)
-    : adapter_(scheduler, file.adapter),
+    : stack_(file.stack),
+      adapter_(scheduler, stack_, file.adapter),
       air_(scheduler),
-      scanner_(adapter_, air_),
-      advertiser_(scheduler, adapter_, air_),
+      scanner_(scheduler, stack_, adapter_, air_),
+      advertiser_(scheduler, stack_, adapter_, air_),
       targetAdvs_(scheduler, adapter_, file.targetAdvs),
       gattClient_(scheduler, adapter_, file.gatt),
-      gattServer_(adapter_, file.gatt),
+      gattServer_(scheduler, stack_, adapter_, file.gatt),
       wifi_(scheduler, file.wifi),
       groups_(scheduler, wifi_, file.group),
       softAp_(scheduler, wifi_, file.softAp),

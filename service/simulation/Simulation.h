@@ -14,6 +14,7 @@
 #include <service/simulation/Peripheral.h>
 #include <service/simulation/Phone.h>
 #include <service/simulation/Scanner.h>
+#include <service/simulation/Stack.h>
 #include <service/simulation/TargetAdvs.h>
 #include <service/simulation/Wifi.h>
 #include <service/simulation/WifiCards.h>
@@ -43,6 +44,7 @@ class Simulation : public radio::Radios {
     void AddCommands(Commands& commands) override;
 
   private:
+    Stack stack_;
     Adapter adapter_;
     Air air_;
     Scanner scanner_;

@@ -70,6 +70,31 @@ void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
                  });
 }
 
+void AddStackCommands(Commands& commands, Stack& stack, Advertiser& advertiser, Scanner& scanner)
+{
+    commands.Add("stack.set",
+                 "how the Bluetooth stack does an operation from now on: operation (switch, "
+                 "rename, advertise, scan, showService), ms, fails, endsAfterMs, times",
+                 [&stack](json::Fields& fields) {
+                     const auto operation = ReadStackOperation(fields.Required("operation"));
+                     const StackBehaviour behaviour = ReadStackBehaviour(fields, operation);
+                     return [&stack, operation, behaviour] {
+                         stack.Set(operation, behaviour);
+                         return nlohmann::json::object();
+                     };
+                 });
+    commands.Add(
+        "stack.end", "advertising or scans end by themselves: operation (advertise, scan)",
+        [&advertiser, &scanner](json::Fields& fields) {
+            const bool isScan =
+                fields.Required("operation").Choice<bool>({{"advertise", false}, {"scan", true}});
+            return [&advertiser, &scanner, isScan] {
+                const std::size_t ended = isScan ? scanner.EndAll() : advertiser.EndAll();
+                return nlohmann::json{{"ended", ended}};
+            };
+        });
+}
+
 void AddPhoneCommand(Commands& commands, Phone& phone)
 {
     commands.Add("phone.channel", "the phone's Wi-Fi connects, or is lost: channel (0: lost)",
@@ -90,6 +115,7 @@ void Simulation::AddCommands(Commands& commands)
     AddStationCommands(commands, "softap", "soft AP", softAp_);
     AddPhoneCommand(commands, phone_);
     AddAdapterCommands(commands, wifi_, wifiCards_);
+    AddStackCommands(commands, stack_, advertiser_, scanner_);
 }
 
 }  // namespace pelacon::service::simulation

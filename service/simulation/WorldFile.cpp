@@ -17,6 +17,7 @@ WorldFile ReadWorldFile(std::string_view text, const std::string& name)
     json::Reader(document).Object([&](json::Fields& fields) {
         fields.Read("seed", file.seed, 0, std::numeric_limits<std::int64_t>::max());
         fields.Read("adapter", file.adapter, &ReadAdapter);
+        fields.Read("stack", file.stack, &ReadStack);
         fields.Read("wifi", file.wifi, &ReadWifi);
         fields.Read("group", file.group, &ReadGroup);
         fields.Read("softAp", file.softAp, &ReadGroup);

@@ -8,6 +8,7 @@
 #include <service/simulation/GroupConfig.h>
 #include <service/simulation/PeripheralConfig.h>
 #include <service/simulation/PhoneConfig.h>
+#include <service/simulation/StackConfig.h>
 #include <service/simulation/TargetAdvConfig.h>
 #include <service/simulation/WifiCards.h>
 #include <service/simulation/WifiConfig.h>
@@ -24,6 +25,7 @@ namespace pelacon::service::simulation {
 struct WorldFile {
     std::optional<std::uint64_t> seed;
     AdapterConfig adapter;
+    StackConfig stack;
     WifiConfig wifi;
     GroupConfig group;
     GroupConfig softAp = UsualSoftAp();

@@ -1,9 +1,11 @@
 #include <protocol/BleManager.h>
 #include <protocol/ServiceStatus.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/StackTest.h>
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <future>
 #include <string>
 
 namespace pelacon::service::tests {
@@ -19,7 +21,7 @@ constexpr char kWorld[] = R"({"adapter": {
     "connected": [{"address": "AA:00:00:00:00:01", "type": "classic"},
                   {"address": "AA:00:00:00:00:02"}]}})";
 
-class AdapterFamilyTest : public ServiceTest {
+class AdapterFamilyTest : public StackTest {
   protected:
     AdapterFamilyTest() { StartService(kWorld); }
 
@@ -169,6 +171,73 @@ TEST_F(AdapterFamilyTest, TheLastRequestDuringASwitchDecides)
     EXPECT_EQ(NextState(client), kTurningOff);
     EXPECT_EQ(NextState(client), kTurningOn);
     EXPECT_EQ(NextState(client), kOn);
+}
+
+// ---- A slow or failing stack
+
+TEST_F(AdapterFamilyTest, ARefusedSwitchChangesNothing)
+{
+    TestClient client(PipeName());
+    client.Call(protocol::kRegisterBtStateChange);
+    for (const auto& [why, status] : kRefusals) {
+        Behave("switch", {{"fails", why}});
+        EXPECT_EQ(client.Call(protocol::kBtDisable)->status, status) << why;
+        EXPECT_EQ(StateOf(client), kOn);
+        EXPECT_EQ(client.Call(protocol::kBtEnable)->status, kStatusDone) << "it is on";
+    }
+    Behave("switch");
+    EXPECT_EQ(client.Call(protocol::kBtDisable)->status, kStatusDone);
+    EXPECT_EQ(NextState(client), kTurningOff) << "nothing was told before";
+}
+
+TEST_F(AdapterFamilyTest, ASwitchIsAnsweredWhenTheStackHasAcceptedIt)
+{
+    Behave("switch", {{"ms", 30}});
+    TestClient client(PipeName());
+    client.Call(protocol::kRegisterBtStateChange);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.Call(protocol::kBtDisable)->status, kStatusDone);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
+    EXPECT_EQ(NextState(client), kTurningOff);
+    EXPECT_EQ(NextState(client), kOff);
+}
+
+TEST_F(AdapterFamilyTest, ANewNameIsThereWhenTheRequestIsAnswered)
+{
+    Behave("rename", {{"ms", 30}});
+    TestClient client(PipeName());
+    EXPECT_EQ(client.Call(protocol::kSetBtName, "Sofa")->status, kStatusDone);
+    EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), "Sofa");
+}
+
+TEST_F(AdapterFamilyTest, OthersAreServedDuringARename)
+{
+    Behave("rename", {{"ms", kForever}, {"times", 1}});
+    TestClient slow(PipeName());
+    const auto requests = [&] {
+        return Command({{"command", "status"}})["counters"]["requests"].get<int>();
+    };
+    const int before = requests();
+    auto renaming =
+        std::async(std::launch::async, [&] { return slow.Call(protocol::kSetBtName, "Sofa"); });
+    EXPECT_TRUE(Eventually([&] { return requests() == before + 1; }));
+    TestClient other(PipeName());
+    EXPECT_EQ(other.Call(protocol::kSetBtName, "Other")->status, kStatusDone);
+    EXPECT_EQ(TextIn(other.Call(protocol::kGetBtName)->name), "Other");
+    Command({{"command", "restart"}});
+    renaming.wait();  // ended by the restart
+    EXPECT_EQ(TextIn(other.Call(protocol::kGetBtName)->name), "Desk");
+}
+
+TEST_F(AdapterFamilyTest, ARefusedRenameChangesNothing)
+{
+    TestClient client(PipeName());
+    for (const auto& [why, status] : kRefusals) {
+        Behave("rename", {{"fails", why}, {"ms", 1}, {"times", 1}});
+        EXPECT_EQ(client.Call(protocol::kSetBtName, "Sofa")->status, status) << why;
+        EXPECT_EQ(TextIn(client.Call(protocol::kGetBtName)->name), "Desk");
+    }
+    EXPECT_EQ(client.Call(protocol::kSetBtName, "Sofa")->status, kStatusDone);
 }
 
 }  // namespace

@@ -3,16 +3,18 @@
 #include <protocol/BleScanner.h>
 #include <protocol/ServiceLink.h>
 #include <protocol/ServiceStatus.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/StackTest.h>
 
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <future>
 
 namespace pelacon::service::tests {
 namespace {
 
 using protocol::kStatusDone;
+using protocol::kStatusInterrupted;
 using protocol::kStatusInvalidArgument;
 using protocol::kStatusLimitReached;
 using protocol::kStatusRadioOff;
@@ -21,9 +23,14 @@ using protocol::StartAdvertiseRequest;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-enum EndReason : std::int32_t { kTimeOver = 0, kAdapterOff = 1, kServiceRestart = 2 };
+enum EndReason : std::int32_t {
+    kTimeOver = 0,
+    kAdapterOff = 1,
+    kServiceRestart = 2,
+    kRadioFailed = 3
+};
 
-class AdvertiserFamilyTest : public ServiceTest {
+class AdvertiserFamilyTest : public StackTest {
   protected:
     AdvertiserFamilyTest()
     {
@@ -290,6 +297,127 @@ TEST_F(AdvertiserFamilyTest, AfterARestartAHeldIdIsReportedAsStopped)
     // A second repair request with the id does not stop it.
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
     EXPECT_EQ(Advertising(), 1);
+}
+
+// ---- A slow or failing stack
+
+TEST_F(AdvertiserFamilyTest, AFailedStartIsAnsweredWithItsReason)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    for (const auto& [why, status] : kRefusals) {
+        Behave("advertise", {{"fails", why}, {"times", 1}});
+        EXPECT_EQ(Start(sender, Request(id, {2, 1, 6})), status) << why;
+        EXPECT_EQ(Advertising(), 0);
+    }
+    EXPECT_EQ(Start(sender, Request(id, {2, 1, 6})), kStatusDone);
+    EXPECT_EQ(Advertising(), 1);
+    EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U);
+}
+
+TEST_F(AdvertiserFamilyTest, AStartIsAnsweredWhenItIsOnAir)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    Behave("advertise", {{"ms", 30}});
+    auto request = Request(id, {2, 1, 6});
+    request.params.sendTotalTime = 40;
+    const auto begin = Clock::now();
+    EXPECT_EQ(Start(sender, request), kStatusDone);
+    EXPECT_GE(Clock::now() - begin, milliseconds(30));
+    EXPECT_EQ(sender.Next(protocol::kAdvertiseDisabled).status, kTimeOver);
+    EXPECT_GE(Clock::now() - begin, milliseconds(70)) << "its time began on the air";
+}
+
+TEST_F(AdvertiserFamilyTest, AStopEndsAStartThatIsUnderWay)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    Behave("advertise", {{"ms", kForever}, {"times", 3}});
+    const auto interrupt = [&](const auto& action) {
+        auto starting = std::async(std::launch::async, [&] {
+            return Start(sender, Request(id, {2, 1, 6}));
+        });
+        EXPECT_TRUE(Eventually([&] { return Advertising() == 1; }));
+        action();
+        return starting.get();
+    };
+    EXPECT_EQ(interrupt([&] { sender.Call(protocol::kStopAdvertise, {id}); }), kStatusInterrupted);
+    EXPECT_EQ(Advertising(), 0);
+    EXPECT_EQ(interrupt([&] { sender.Call(protocol::kBtDisable); }), kStatusRadioOff);
+    EXPECT_EQ(Advertising(), 0);
+    EXPECT_EQ(sender.Waiting(protocol::kAdvertiseDisabled.id), 0U) << "the request was answered";
+    EXPECT_TRUE(Eventually([&] {
+        sender.Call(protocol::kBtEnable);
+        return sender.Call(protocol::kIsBtEnabled)->value == 1;
+    }));
+    EXPECT_EQ(interrupt([&] { sender.Call(protocol::kUnregisterAdvertiser, {id}); }),
+              kStatusInterrupted);
+}
+
+TEST_F(AdvertiserFamilyTest, StartingAgainReplacesAStartThatIsUnderWay)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    Behave("advertise", {{"ms", kForever}, {"times", 1}});
+    auto first = std::async(std::launch::async, [&] {
+        return Start(sender, Request(id, {2, 1, 6}));
+    });
+    EXPECT_TRUE(Eventually([&] { return Advertising() == 1; }));
+    EXPECT_EQ(Start(sender, Request(id, {2, 1, 4})), kStatusDone);
+    EXPECT_EQ(first.get(), kStatusInterrupted);
+    EXPECT_EQ(Advertising(), 1);
+}
+
+TEST_F(AdvertiserFamilyTest, AClientMayLeaveDuringAStart)
+{
+    Behave("advertise", {{"ms", kForever}});
+    {
+        TestClient sender(PipeName());
+        const std::int32_t id = Register(sender);
+        EXPECT_FALSE(sender.Call(protocol::kStartAdvertise, Request(id, {}), milliseconds(20)));
+        EXPECT_EQ(Advertising(), 1);
+    }
+    EXPECT_TRUE(Eventually([&] { return Advertising() == 0; }));
+}
+
+TEST_F(AdvertiserFamilyTest, TheRadioMayEndIt)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    Behave("advertise", {{"endsAfterMs", 10}, {"times", 1}});
+    ASSERT_EQ(Start(sender, Request(id, {2, 1, 6})), kStatusDone);
+    auto told = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(told.advertiserId, id);
+    EXPECT_EQ(told.status, kRadioFailed);
+    EXPECT_EQ(Advertising(), 0);
+
+    ASSERT_EQ(Start(sender, Request(id, {2, 1, 6})), kStatusDone) << "it is still registered";
+    EXPECT_EQ(End("advertise"), 1);
+    told = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(told.advertiserId, id);
+    EXPECT_EQ(told.status, kRadioFailed);
+    EXPECT_EQ(End("advertise"), 0);
+}
+
+TEST_F(AdvertiserFamilyTest, AFailureAfterAPauseIsNotified)
+{
+    TestClient sender(PipeName());
+    const std::int32_t id = Register(sender);
+    auto request = Request(id, {2, 1, 6});
+    request.params.sendPartTime = 20;
+    ASSERT_EQ(Start(sender, request), kStatusDone);
+    Behave("advertise", {{"fails", "limit-reached"}});
+    auto told = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(told.advertiserId, id);
+    EXPECT_EQ(told.status, kRadioFailed);
+    EXPECT_EQ(Advertising(), 0);
+
+    Behave("advertise");
+    ASSERT_EQ(Start(sender, request), kStatusDone);
+    Behave("advertise", {{"fails", "blocked"}});
+    told = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(told.status, kAdapterOff);
 }
 
 }  // namespace

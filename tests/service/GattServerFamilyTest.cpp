@@ -1,7 +1,10 @@
 #include <protocol/ServiceLink.h>
 #include <tests/service/GattTest.h>
+#include <tests/service/StackTest.h>
 
+#include <chrono>
 #include <deque>
+#include <future>
 #include <set>
 
 namespace pelacon::service::tests {
@@ -9,6 +12,7 @@ namespace {
 
 using protocol::kStatusBusy;
 using protocol::kStatusDone;
+using protocol::kStatusInterrupted;
 using protocol::kStatusInvalidArgument;
 using protocol::kStatusLimitReached;
 using protocol::kStatusNotConnected;
@@ -27,7 +31,7 @@ constexpr auto kPlace = "2A38";
 constexpr auto kControl = "2a39";
 
 /// A program that serves, and another that reads.
-class GattServerFamilyTest : public ServiceTest {
+class GattServerFamilyTest : public StackTest {
   protected:
     GattServerFamilyTest()
     {
@@ -325,7 +329,7 @@ TEST_F(GattServerFamilyTest, ConnectionsEndWithTheServingProgram)
     client.Connect(kThisMachine);
     serving.reset();
     EXPECT_EQ(client.End(), std::pair(0, 0x13));
-    EXPECT_EQ(Status(), (nlohmann::json{{"registered", 0}, {"services", 0}}));
+    EXPECT_EQ(Status(), (nlohmann::json{{"registered", 0}, {"services", 0}, {"started", 0}}));
 }
 
 TEST_F(GattServerFamilyTest, TheServerIsNotifiedWhenAReadingProgramEnds)
@@ -467,6 +471,55 @@ TEST_F(GattServerFamilyTest, TheServiceEndsWithOpenConnections)
     client.Subscribe(kService, kRate);
     EndService();
     EXPECT_FALSE(serving->Call(protocol::kGattServerUnRegister, {server.Id()}));
+}
+
+// ---- A slow or failing stack
+
+TEST_F(GattServerFamilyTest, AServiceThatCannotBeShownIsNotStarted)
+{
+    GattPublisher server(*serving);
+    const std::int32_t handle = server.AddService(kService);
+    for (const auto& [why, status] : kRefusals) {
+        Behave("showService", {{"fails", why}, {"times", 1}});
+        EXPECT_EQ(server.Start(handle), status) << why;
+        EXPECT_EQ(server.AddCharacteristic(handle, kRate, kRead),
+                  why == "no-adapter" ? kStatusDone : kStatusInvalidArgument)
+            << "it takes characteristics, but none twice";
+    }
+    GattCaller client(*reading);
+    client.StartToConnect(kThisMachine);
+    EXPECT_EQ(client.Outcome().first, GattCaller::kDisconnected);
+    EXPECT_EQ(server.Start(handle), kStatusDone);
+    client.Connect(kThisMachine);
+    EXPECT_EQ(client.GetService(kService), kStatusDone);
+}
+
+TEST_F(GattServerFamilyTest, AStartIsAnsweredWhenPeersSeeTheService)
+{
+    Behave("showService", {{"ms", 30}});
+    GattPublisher server(*serving);
+    const auto begin = std::chrono::steady_clock::now();
+    Serve(server);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
+    GattCaller client(*reading);
+    client.Connect(kThisMachine);
+    EXPECT_EQ(client.GetService(kService), kStatusDone);
+}
+
+TEST_F(GattServerFamilyTest, AStartThatIsUnderWayEndsWithItsService)
+{
+    GattPublisher server(*serving);
+    const std::int32_t handle = server.AddService(kService);
+    const auto interrupt = [&](const auto& action) {
+        Behave("showService", {{"ms", kForever}, {"times", 1}});
+        auto starting = std::async(std::launch::async, [&] { return server.Start(handle); });
+        EXPECT_TRUE(Eventually([&] { return Status()["started"] == 1; }));
+        action();
+        return starting.get();
+    };
+    EXPECT_EQ(interrupt([&] { server.Stop(handle); }), kStatusInterrupted);
+    EXPECT_EQ(interrupt([&] { server.Delete(handle); }), kStatusInterrupted);
+    EXPECT_EQ(server.Start(handle), kStatusUnknownId);
 }
 
 }  // namespace

@@ -2,10 +2,11 @@
 #include <protocol/BleScanner.h>
 #include <protocol/ServiceLink.h>
 #include <protocol/ServiceStatus.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/StackTest.h>
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <map>
 #include <set>
 
@@ -20,7 +21,13 @@ using protocol::kStatusUnknownId;
 using ::testing::ElementsAre;
 
 enum Policy : std::int32_t { kLowPower = 0, kBalanced = 1, kLowLatency = 2 };
-enum Status : std::int32_t { kStarted = 0, kStopped = 1, kStoppedAdapterOff = 2, kRestarted = 3 };
+enum Status : std::int32_t {
+    kStarted = 0,
+    kStopped = 1,
+    kStoppedAdapterOff = 2,
+    kRestarted = 3,
+    kStoppedByRadio = 4
+};
 enum Kind : std::int32_t { kConnectable = 0, kScannable = 1, kNonConnectable = 2, kResponse = 3 };
 
 constexpr std::uint64_t kLamp = 0xC00000000001;
@@ -42,7 +49,7 @@ constexpr char kWorld[] = R"({
         {"address": "D0:00:00:00:00:04", "name": "Silent", "advertising": {"on": false}}
     ]})";
 
-class ScanFamilyTest : public ServiceTest {
+class ScanFamilyTest : public StackTest {
   protected:
     ScanFamilyTest() { StartService(kWorld); }
 
@@ -448,6 +455,104 @@ TEST_F(ScanFamilyTest, AHeldListenerIsNotifiedThatTheAdapterIsOff)
     EXPECT_EQ(client.Call(protocol::kRepairResource, held)->status, kStatusDone);
     EXPECT_EQ(NextStatus(client), std::pair(71, std::int32_t{kStoppedAdapterOff}));
     EXPECT_EQ(Start(client, 71), kStatusRadioOff) << "the id is known";
+}
+
+// ---- A slow or failing stack
+
+TEST_F(ScanFamilyTest, TheStartOfALateScanIsNotifiedWhenItScans)
+{
+    Behave("scan", {{"ms", 50}});
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Start(client, id), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStarted}));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(50));
+    Next(client);
+}
+
+TEST_F(ScanFamilyTest, AScanThatCannotStartIsNotified)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Register(client);
+    for (const auto& [why, status] : kRefusals) {
+        Behave("scan", {{"fails", why}, {"times", 1}});
+        EXPECT_EQ(Start(client, id), kStatusDone) << why;
+        const bool isOff = status == kStatusRadioOff || why == "no-adapter";
+        EXPECT_EQ(NextStatus(client),
+                  std::pair(id, std::int32_t{isOff ? kStoppedAdapterOff : kStoppedByRadio}))
+            << why;
+    }
+    EXPECT_EQ(client.Waiting(protocol::kScanResult.id), 0U);
+    EXPECT_EQ(Start(client, id), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStarted}));
+}
+
+TEST_F(ScanFamilyTest, TheRadioMayEndAScan)
+{
+    TestClient client(PipeName());
+    Behave("scan", {{"endsAfterMs", 20}, {"times", 1}});
+    const std::int32_t one = Scanning(client);
+    EXPECT_EQ(NextStatus(client), std::pair(one, std::int32_t{kStarted}));
+    EXPECT_EQ(NextStatus(client), std::pair(one, std::int32_t{kStoppedByRadio}));
+
+    Scanning(client);
+    NextStatus(client);
+    EXPECT_EQ(Start(client, one), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(one, std::int32_t{kStarted}));
+    EXPECT_EQ(End("scan"), 1) << "they share a scan";
+    EXPECT_EQ(NextStatus(client).second, kStoppedByRadio);
+    EXPECT_EQ(NextStatus(client).second, kStoppedByRadio);
+    const std::size_t left = client.Waiting(protocol::kScanResult.id);
+    TestClient other(PipeName());
+    Scanning(other);
+    SendersOf(other);
+    EXPECT_EQ(client.Waiting(protocol::kScanResult.id), left) << "it receives nothing any more";
+}
+
+TEST_F(ScanFamilyTest, AListenerMayStopBeforeItScans)
+{
+    Behave("scan", {{"ms", kForever}});
+    TestClient client(PipeName());
+    const std::int32_t id = Scanning(client);
+    EXPECT_EQ(Stop(client, id), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStopped}));
+    EXPECT_EQ(Start(client, id), kStatusDone);
+    client.Call(protocol::kBtDisable);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStoppedAdapterOff}));
+    EXPECT_EQ(End("scan"), 0);
+}
+
+TEST_F(ScanFamilyTest, AScanGoesOnUntilTheOneWithTheNewPolicyHasStarted)
+{
+    TestClient client(PipeName());
+    const std::int32_t slow = Scanning(client, kLowPower);
+    EXPECT_EQ(NextStatus(client), std::pair(slow, std::int32_t{kStarted}));
+    Behave("scan", {{"ms", kForever}, {"times", 1}});
+    const std::int32_t fast = Scanning(client, kLowLatency);
+    EXPECT_EQ(NextStatus(client), std::pair(fast, std::int32_t{kStarted})) << "it receives";
+    for (std::size_t left = client.Waiting(protocol::kScanResult.id) + 5; left > 0; --left) {
+        Next(client);
+    }
+    EXPECT_EQ(Stop(client, fast), kStatusDone);
+    EXPECT_EQ(NextStatus(client), std::pair(fast, std::int32_t{kStopped}));
+    EXPECT_EQ(End("scan"), 1) << "the one that had not started is given up";
+    EXPECT_EQ(NextStatus(client), std::pair(slow, std::int32_t{kStoppedByRadio}));
+}
+
+TEST_F(ScanFamilyTest, AScanGoesOnIfItsPolicyCannotBeChanged)
+{
+    TestClient client(PipeName());
+    const std::int32_t id = Scanning(client, kLowPower);
+    NextStatus(client);
+    Behave("scan", {{"fails", "failed"}, {"times", 1}});
+    EXPECT_EQ(Start(client, id, kLowLatency), kStatusDone);
+    for (std::size_t left = client.Waiting(protocol::kScanResult.id) + 5; left > 0; --left) {
+        Next(client);
+    }
+    EXPECT_EQ(client.Waiting(protocol::kScanStatus.id), 0U);
+    EXPECT_EQ(End("scan"), 1);
+    EXPECT_EQ(NextStatus(client), std::pair(id, std::int32_t{kStoppedByRadio}));
 }
 
 }  // namespace

@@ -47,6 +47,33 @@ TEST(WorldFileTest, ReadsTheAdapter)
     EXPECT_EQ(world.adapter.connected[1].type, radio::BluetoothType::kLe);
 }
 
+TEST(WorldFileTest, ReadsTheBluetoothStack)
+{
+    using simulation::StackOperation;
+    const auto world = Read(R"({"stack": {
+        "rename": {"ms": 1000}, "switch": {"fails": "blocked"},
+        "advertise": {"ms": 1, "fails": "limit-reached", "times": 2},
+        "scan": {"endsAfterMs": 5}}})");
+    const auto of = [&](StackOperation operation) {
+        return world.stack.at(static_cast<std::size_t>(operation));
+    };
+    EXPECT_EQ(of(StackOperation::kRename).delay, 1s);
+    EXPECT_EQ(of(StackOperation::kRename).outcome, radio::Outcome::kDone);
+    EXPECT_EQ(of(StackOperation::kSwitch).outcome, radio::Outcome::kBlocked);
+    EXPECT_EQ(of(StackOperation::kAdvertise).outcome, radio::Outcome::kLimitReached);
+    EXPECT_EQ(of(StackOperation::kAdvertise).times, 2U);
+    EXPECT_EQ(of(StackOperation::kScan).endsAfter, 5ms);
+    EXPECT_EQ(of(StackOperation::kShowService).delay, 0ms);
+    EXPECT_EQ(of(StackOperation::kShowService).outcome, radio::Outcome::kDone);
+
+    EXPECT_EQ(Complaint(R"({"stack": {"rename": {"endsAfterMs": 5}}})"),
+              "world.json:1: stack.rename.endsAfterMs: unknown field; there may be ms, fails, "
+              "times");
+    EXPECT_EQ(Complaint(R"({"stack": {"scan": {"fails": "often"}}})"),
+              "world.json:1: stack.scan.fails: must be one of \"no-adapter\", \"off\", "
+              "\"blocked\", \"not-permitted\", \"limit-reached\", \"failed\"");
+}
+
 TEST(WorldFileTest, ReadsErrors)
 {
     const simulation::WorldFile world = simulation::ReadWorldFile(

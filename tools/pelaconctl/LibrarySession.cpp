@@ -24,7 +24,7 @@ std::string ReasonOf(std::int32_t status)
                    {protocol::kStatusNotConnected, "the peer is not connected"},
                    {protocol::kStatusNotFound, "it was not found"},
                    {protocol::kStatusNotPermitted, "that is not permitted"},
-                   {protocol::kStatusPeerUnreachable, "the peer did not answer"},
+                   {protocol::kStatusPeerUnreachable, "the peer or the radio did not answer"},
                    {protocol::kStatusNotSupported, "the radio does not support it"},
                    {protocol::kStatusInterrupted, "it was restarted in the meantime"}},
                   "for an unknown reason");

@@ -1,0 +1,69 @@
+#include <service/simulation/StackConfig.h>
+
+#include <limits>
+#include <string_view>
+#include <utility>
+
+namespace pelacon::service::simulation {
+
+using namespace std::chrono_literals;
+using radio::Outcome;
+
+namespace {
+
+constexpr std::array<std::pair<std::string_view, StackOperation>, kStackOperations> kNames{
+    {{"switch", StackOperation::kSwitch},
+     {"rename", StackOperation::kRename},
+     {"advertise", StackOperation::kAdvertise},
+     {"scan", StackOperation::kScan},
+     {"showService", StackOperation::kShowService}}};
+
+bool CanEnd(StackOperation operation)
+{
+    return operation == StackOperation::kAdvertise || operation == StackOperation::kScan;
+}
+
+}  // namespace
+
+StackOperation ReadStackOperation(const json::Reader& reader)
+{
+    return reader.Choice<StackOperation>({kNames[0], kNames[1], kNames[2], kNames[3], kNames[4]});
+}
+
+StackBehaviour ReadStackBehaviour(json::Fields& fields, StackOperation operation)
+{
+    StackBehaviour behaviour;
+    fields.Read("ms", behaviour.delay, 0ms, 10min);
+    fields.Read("fails", behaviour.outcome,
+                {{"no-adapter", Outcome::kNoAdapter},
+                 {"off", Outcome::kOff},
+                 {"blocked", Outcome::kBlocked},
+                 {"not-permitted", Outcome::kNotPermitted},
+                 {"limit-reached", Outcome::kLimitReached},
+                 {"failed", Outcome::kFailed}});
+    if (CanEnd(operation)) {
+        fields.Read("endsAfterMs", behaviour.endsAfter, 0ms, 24h);
+    }
+    fields.Read("times", behaviour.times, 1);
+    return behaviour;
+}
+
+StackConfig ReadStack(const json::Reader& reader)
+{
+    StackConfig config;
+    reader.Object([&](json::Fields& fields) {
+        for (const auto& [name, operation] : kNames) {
+            fields.Read(name, config[static_cast<std::size_t>(operation)],
+                        [which = operation](const json::Reader& one) {
+                            StackBehaviour behaviour;
+                            one.Object([&](json::Fields& its) {
+                                behaviour = ReadStackBehaviour(its, which);
+                            });
+                            return behaviour;
+                        });
+        }
+    });
+    return config;
+}
+
+}  // namespace pelacon::service::simulation
