@@ -84,7 +84,8 @@ class Scheduler {
 
     /// Releases the lock and waits until `done` returns true, the time is up, or the scheduler
     /// stops. `done` is called with the lock held, at each Wake. Returns the last result of `done`.
-    /// Only handlers of requests and commands may wait; a timer's task must not.
+    /// Handlers of requests and commands may wait, and the start of the service; a timer's task
+    /// must not.
     bool Wait(Duration limit, const std::function<bool()>& done);
 
     /// Releases the lock for a moment, in the middle of something that takes long.

@@ -16,6 +16,9 @@ namespace pelacon::service {
 
 namespace {
 
+/// How long the start waits for radios that look at the machine for the first time.
+constexpr std::chrono::seconds kFirstLook{3};
+
 ByteView PayloadOf(const TagIPCMessageItem& item)
 {
     return item.message != nullptr ? ByteView(item.message, item.length) : ByteView();
@@ -64,6 +67,8 @@ void Core::Start(Transport& transport, const std::string& stateFile)
         transport_ = &transport;
         ids_.emplace(stateFile);
         state_ = MakeState();
+        // A client that returns must not be notified of a state that is not known yet.
+        scheduler_.Wait(kFirstLook, [this] { return state_->radios->IsKnown(); });
     } catch (...) {
         MakeReady();
         throw;

@@ -42,8 +42,8 @@ class Core : public IPCServerHandler {
     Core(const Core&) = delete;
     Core& operator=(const Core&) = delete;
 
-    /// Begins to answer. The transport must outlive the core. Throws IdError; the core is stopped
-    /// then.
+    /// Begins to answer, when the radios know the machine's state or after 3 s. The transport must
+    /// outlive the core. Throws IdError; the core is stopped then.
     void Start(Transport& transport, const std::string& stateFile);
 
     /// Ends all waits; later requests are answered without payload. May be called repeatedly.

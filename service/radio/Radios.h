@@ -57,6 +57,10 @@ class Radios : public Interface {
     virtual WifiCards& GetWifiCards() = 0;
     virtual Errors& GetErrors() = 0;
 
+    /// Whether the state of the machine is known. It is not while the radios still look at it for
+    /// the first time; they call Scheduler::Wake when it is, also if there is nothing to be found.
+    virtual bool IsKnown() const { return true; }
+
     /// Adds the operators' commands of these radios, if they have any.
     virtual void AddCommands(Commands& /*commands*/) {}
 

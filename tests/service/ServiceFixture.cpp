@@ -38,6 +38,13 @@ void ServiceTest::StartService(const std::string& world, std::uint64_t seed)
     service_.emplace(pipeName_, std::move(settings));
 }
 
+void ServiceTest::StartService(radio::Factory makeRadios)
+{
+    Settings settings;
+    settings.makeRadios = std::move(makeRadios);
+    service_.emplace(pipeName_, std::move(settings));
+}
+
 nlohmann::json ServiceTest::Command(const nlohmann::json& command)
 {
     nlohmann::json answer = CommandText(command.dump());

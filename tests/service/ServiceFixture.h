@@ -22,6 +22,9 @@ class ServiceTest : public testing::Test {
 
     /// Starts a service with this world. One that ran before has to be ended first.
     void StartService(const std::string& world = "{}", std::uint64_t seed = 1);
+
+    /// Starts one with these radios.
+    void StartService(radio::Factory makeRadios);
     void EndService() { service_.reset(); }
 
     const std::wstring& PipeName() const noexcept { return pipeName_; }
