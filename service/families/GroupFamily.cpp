@@ -15,32 +15,12 @@ namespace pelacon::service {
 
 using protocol::Int32Record;
 using protocol::Nothing;
-using protocol::ServiceStatus;
 using protocol::StatusReply;
 using radio::GroupOutcome;
 
 namespace {
 
 constexpr std::int32_t kMostSharedLinks = 1000;
-
-ServiceStatus StatusOf(GroupOutcome outcome)
-{
-    switch (outcome) {
-        case GroupOutcome::kDone:
-            return protocol::kStatusDone;
-        case GroupOutcome::kWifiOff:
-            return protocol::kStatusRadioOff;
-        case GroupOutcome::kBusy:
-            return protocol::kStatusBusy;
-        case GroupOutcome::kNoGroup:
-            return protocol::kStatusNotFound;
-        case GroupOutcome::kAborted:
-            return protocol::kStatusInterrupted;
-        case GroupOutcome::kFailed:
-            break;
-    }
-    return protocol::kStatusNotSupported;
-}
 
 Vod2dGroupState GroupStateOf(bool exists)
 {

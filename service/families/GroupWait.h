@@ -1,6 +1,7 @@
 // Waiting for what becomes of a group or a soft AP.
 #pragma once
 
+#include <protocol/ServiceStatus.h>
 #include <service/base/Scheduler.h>
 #include <service/core/Session.h>
 #include <service/radio/Groups.h>
@@ -9,6 +10,28 @@
 #include <optional>
 
 namespace pelacon::service {
+
+constexpr protocol::ServiceStatus StatusOf(radio::GroupOutcome outcome)
+{
+    using radio::GroupOutcome;
+    switch (outcome) {
+        case GroupOutcome::kDone:
+            return protocol::kStatusDone;
+        case GroupOutcome::kWifiOff:
+            return protocol::kStatusRadioOff;
+        case GroupOutcome::kBusy:
+            return protocol::kStatusBusy;
+        case GroupOutcome::kNoGroup:
+            return protocol::kStatusNotFound;
+        case GroupOutcome::kAborted:
+            return protocol::kStatusInterrupted;
+        case GroupOutcome::kNotPermitted:
+            return protocol::kStatusNotPermitted;
+        case GroupOutcome::kFailed:
+            break;
+    }
+    return protocol::kStatusNotSupported;
+}
 
 /// Begins something at the radio and waits for its end; kAborted where the service ends meanwhile.
 /// Nothing where the client has left (the connection of its request may still be there): the group

@@ -3,6 +3,8 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/SoftApFamily.h>
 
+#include <chrono>
+
 namespace pelacon::service {
 
 using protocol::ByteReply;
@@ -11,8 +13,13 @@ using protocol::Int32Record;
 using protocol::Nothing;
 using radio::Band;
 using radio::BandOf;
+using radio::GroupOutcome;
 
 namespace {
+
+/// How long a request waits for another channel, of the 5 s that its client waits. Radios that
+/// refuse to move try again for 4 s.
+constexpr std::chrono::milliseconds kMovePatience{4500};
 
 std::int32_t FrequenceTypeOf(std::int32_t channel)
 {
@@ -77,23 +84,29 @@ void SoftApFamily::ServeChannels(Router& router)
     router.Serve(protocol::kGetSoftAPChannel, [this](Session&, const Nothing&) {
         return ByteReply{static_cast<std::uint8_t>(Channel())};
     });
-    router.Serve(protocol::kSystemRefreshSoftAPChannel, [this](Session&, const Nothing&) {
-        return ByteReply{static_cast<std::uint8_t>(MoveTo(BandOf(Channel())))};
-    });
+    router.Serve(protocol::kSystemRefreshSoftAPChannel,
+                 [this](Session& session, const Nothing&) -> std::optional<ByteReply> {
+                     const auto channel = MoveTo(session, BandOf(Channel()));
+                     return channel ? std::optional(ByteReply{static_cast<std::uint8_t>(*channel)})
+                                    : std::nullopt;
+                 });
     router.Serve(protocol::kRepickChannelWithoutEffect,
                  [this](Session&, const FlagRequest& request) {
                      return Int32Record{ChannelFor(request.flag != 0 ? Band::k5GHz : Band::k24GHz)};
                  });
-    router.Serve(protocol::kSetAPFrequence, [this](Session&, const FlagRequest& request) {
-        const Band band = request.flag != 0 ? Band::k5GHz : Band::k24GHz;
-        missed5GHz_ = band == Band::k5GHz && ChannelFor(band) == 0;
-        return Int32Record{MoveTo(band)};
-    });
-    router.Serve(protocol::kCheckIsSet5GFailed, [this](Session&, const Nothing&) {
+    router.Serve(
+        protocol::kSetAPFrequence,
+        [this](Session& session, const FlagRequest& request) -> std::optional<Int32Record> {
+            const Band band = request.flag != 0 ? Band::k5GHz : Band::k24GHz;
+            missed5GHz_ = band == Band::k5GHz && ChannelFor(band) == 0;
+            const auto channel = MoveTo(session, band);
+            return channel ? std::optional(Int32Record{*channel}) : std::nullopt;
+        });
+    router.Serve(protocol::kCheckIsSet5GFailed, [this](Session& session, const Nothing&) {
         if (missed5GHz_) {
             missed5GHz_ = false;
             avoid5GHz_ = true;
-            MoveTo(Band::k24GHz);
+            MoveTo(session, Band::k24GHz);
         }
         return Acknowledgement();
     });
@@ -127,12 +140,20 @@ std::int32_t SoftApFamily::ChannelFor(Band band) const
     return MeetingChannel(wifi_, phone_, band);
 }
 
-/// Moves the soft AP to a channel of the band, if there is one. Returns its channel.
-std::int32_t SoftApFamily::MoveTo(Band band)
+/// Moves the soft AP to a channel of the band, if there is one, and waits for that. Returns the
+/// channel that it is on then. Nothing where the client has left or the service ends: the family
+/// may be gone, and is not touched.
+std::optional<std::int32_t> SoftApFamily::MoveTo(Session& session, Band band)
 {
     const std::int32_t channel = ChannelFor(band);
     if (channel != 0) {
-        ap_.Move(channel);
+        const Scheduler& scheduler = scheduler_;
+        const Completion<GroupOutcome> moved(scheduler_);
+        ap_.Move(channel, [moved](GroupOutcome outcome) { moved.Set(outcome); });
+        const bool isAnswered = session.Await(moved, kMovePatience).has_value();
+        if (!isAnswered && (!session.IsPresent() || scheduler.IsStopping())) {
+            return std::nullopt;
+        }
     }
     return Channel();
 }

@@ -29,21 +29,7 @@ constexpr std::size_t kLongestProductType = 64;
 /// The result for an outcome: the service's statuses except one.
 std::int32_t ResultOf(GroupOutcome outcome)
 {
-    switch (outcome) {
-        case GroupOutcome::kDone:
-            return protocol::kStatusDone;
-        case GroupOutcome::kWifiOff:
-            return protocol::kStatusRadioOff;
-        case GroupOutcome::kBusy:
-            return radio::Errors::kGroupExists;
-        case GroupOutcome::kNoGroup:
-            return protocol::kStatusNotFound;
-        case GroupOutcome::kAborted:
-            return protocol::kStatusInterrupted;
-        case GroupOutcome::kFailed:
-            break;
-    }
-    return protocol::kStatusNotSupported;
+    return outcome == GroupOutcome::kBusy ? +radio::Errors::kGroupExists : +StatusOf(outcome);
 }
 
 /// The elements of a text in which each is followed by a comma.
@@ -63,7 +49,6 @@ std::vector<std::string> SplitTypes(std::string_view text)
 SoftApFamily::SoftApFamily(const Context& context)
     : scheduler_(context.scheduler),
       wifi_(context.radios.GetWifi()),
-      cards_(context.radios.GetWifiCards()),
       ap_(context.radios.GetSoftAp())
 {
     radio::Phone& phone = context.radios.GetPhone();
@@ -141,12 +126,13 @@ void SoftApFamily::ServeAdapter(Router& router)
         wakeUpRestarts_ = 0;
         return Acknowledgement();
     });
-    // The soft AP runs on the machine's last interface.
     router.Serve(protocol::kGetAdapterIndex, [this](Session&, const Nothing&) {
-        return Int32Record{cards_.Interfaces().empty() ? 0 : cards_.Interfaces().back().index};
+        const auto interface = ap_.NetworkInterface();
+        return Int32Record{interface ? interface->index : 0};
     });
     router.Serve(protocol::kGetAdapterGuid, [this](Session&, const Nothing&) {
-        return cards_.Interfaces().empty() ? std::string() : cards_.Interfaces().back().guid;
+        const auto interface = ap_.NetworkInterface();
+        return interface ? interface->guid : std::string();
     });
 }
 

@@ -46,7 +46,7 @@ class SoftApFamily : public Family {
     void DrawName();
 
     std::int32_t ChannelFor(radio::Band band) const;
-    std::int32_t MoveTo(radio::Band band);
+    std::optional<std::int32_t> MoveTo(Session& session, radio::Band band);
     protocol::PcChannelsReply PcChannels() const;
 
     protocol::SoftApAdvertisement Advertisement(std::uint32_t status) const;
@@ -55,7 +55,6 @@ class SoftApFamily : public Family {
 
     Scheduler& scheduler_;
     radio::Wifi& wifi_;
-    radio::WifiCards& cards_;
     radio::Groups& ap_;
     PairedPhone phone_;
     std::vector<std::string> productTypes_;

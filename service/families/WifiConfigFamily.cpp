@@ -10,6 +10,7 @@
 #include <cctype>
 #include <cstring>
 #include <set>
+#include <span>
 #include <utility>
 
 namespace pelacon::service {
@@ -70,8 +71,10 @@ void WifiConfigFamily::ServeInterfaces(Router& router)
 {
     router.Serve(protocol::kGetIfaceCoexistCap, [this](Session&, const Nothing&) {
         protocol::IfaceCoexistCapReply reply{};
-        PutText(reply.capability, cards_.Coexistence());
-        reply.length = static_cast<std::int32_t>(cards_.Coexistence().size());
+        const std::string_view text =
+            std::string_view(cards_.Coexistence()).substr(0, sizeof reply.capability);
+        PutText(reply.capability, text);
+        reply.length = static_cast<std::int32_t>(text.size());
         return reply;
     });
     router.Serve(
@@ -159,10 +162,11 @@ Bytes WifiConfigFamily::DefaultConfiguration(std::int32_t type) const
     }
     std::string text = type == kSelfCfgGroupOwner ? "role=owner" : "role=station";
     text += ";address=" + AddressDigits(wifi_.Address()) + ";channels=";
+    const char* separator = "";
     for (const radio::Wifi::Channel& channel : wifi_.Channels()) {
-        text += std::to_string(channel.number) + ',';
+        text += separator + std::to_string(channel.number);
+        separator = ",";
     }
-    text.pop_back();
     return {text.begin(), text.begin() + static_cast<std::ptrdiff_t>(
                                              std::min(text.size(), protocol::kWifiCfgSize))};
 }
@@ -238,7 +242,7 @@ protocol::InterfaceGuidReply WifiConfigFamily::Guid(std::string_view name) const
 protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session, std::int32_t card)
 {
     protocol::CardStateReply reply{};
-    const auto& states = cards_.States();
+    const std::span<const radio::CardState> states = Cards();
     for (std::size_t index = 0; index < states.size(); ++index) {
         const auto number = static_cast<std::int32_t>(index);
         if (card == kEveryCard || card == number) {
@@ -270,10 +274,20 @@ StatusReply WifiConfigFamily::AskForConnections(Session& session,
     return {protocol::kStatusDone};
 }
 
+/// Those that records have room for.
+std::span<const radio::CardState> WifiConfigFamily::Cards() const
+{
+    const std::span<const radio::CardState> all = cards_.States();
+    return all.first(std::min(all.size(), radio::WifiCards::kMostCards));
+}
+
 void WifiConfigFamily::NotifyCard(std::size_t changed) const
 {
     protocol::CardStateChange change{};
-    const auto& states = cards_.States();
+    const std::span<const radio::CardState> states = Cards();
+    if (changed >= states.size()) {
+        return;
+    }
     for (std::size_t index = 0; index < states.size(); ++index) {
         change.cards[index] = {static_cast<std::int32_t>(index),
                                static_cast<std::int32_t>(states[index])};

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -46,6 +47,7 @@ class WifiConfigFamily : public Family {
     protocol::CardStateReply AskForCards(Session& session, std::int32_t card);
     void ForgetSetter(const Session& session);
     Bytes DefaultConfiguration(std::int32_t type) const;
+    std::span<const radio::CardState> Cards() const;
     const radio::WifiInterface* FindInterface(std::string_view name) const;
 
     void NotifyStation(const radio::Station& station, bool joined) const;

@@ -22,6 +22,18 @@ std::int32_t StateOf(bool on)
     return on ? kWifiStateOn : kWifiStateOff;
 }
 
+std::int32_t ResultOf(radio::Outcome outcome)
+{
+    switch (outcome) {
+        case radio::Outcome::kDone:
+            return kEnableWifiSuccess;
+        case radio::Outcome::kNoAdapter:
+            return kEnableWifiNoAdapter;
+        default:
+            return kEnableWifiFailed;
+    }
+}
+
 }  // namespace
 
 WifiStateFamily::WifiStateFamily(const Context& context)
@@ -76,16 +88,17 @@ void WifiStateFamily::ClientLeft(Session& session)
 /// is no point in going on the family may be gone, and is not touched.
 std::optional<Int32Record> WifiStateFamily::Enable(Session& session, bool on)
 {
-    if (cards_.States().front() == radio::CardState::kAbsent) {
+    const auto& cards = cards_.States();
+    if (cards.empty() || cards.front() == radio::CardState::kAbsent) {
         return Int32Record{kEnableWifiNoAdapter};
     }
-    const Completion<bool> completion(scheduler_);
-    wifi_.Switch(on, [completion](bool reached) { completion.Set(reached); });
-    const auto reached = session.Await(completion, kSwitchPatience);
-    if (!reached && !session.IsPresent()) {
+    const Completion<radio::Outcome> completion(scheduler_);
+    wifi_.Switch(on, [completion](radio::Outcome outcome) { completion.Set(outcome); });
+    const auto outcome = session.Await(completion, kSwitchPatience);
+    if (!outcome && !session.IsPresent()) {
         return std::nullopt;
     }
-    return Int32Record{reached.value_or(false) ? kEnableWifiSuccess : kEnableWifiFailed};
+    return Int32Record{ResultOf(outcome.value_or(radio::Outcome::kFailed))};
 }
 
 void WifiStateFamily::NotifySwitch(bool on) const

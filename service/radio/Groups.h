@@ -3,6 +3,7 @@
 
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
+#include <service/radio/WifiCards.h>
 
 #include <chrono>
 #include <cstdint>
@@ -20,11 +21,12 @@ inline constexpr std::chrono::minutes kGroupPatience{15};
 /// The result of creating or removing a group, or why a group is gone.
 enum class GroupOutcome : std::uint8_t {
     kDone,
-    kWifiOff,  ///< the adapter is switched off
-    kBusy,     ///< there is a group, or one is being created
-    kNoGroup,  ///< there is no group to remove
-    kFailed,   ///< the radio could not create it
-    kAborted,  ///< it was removed while it was being created
+    kWifiOff,       ///< the adapter is switched off
+    kBusy,          ///< there is a group, or one is being created
+    kNoGroup,       ///< there is no group to remove
+    kNotPermitted,  ///< this process may not do it
+    kFailed,        ///< the radio could not create it
+    kAborted,       ///< it was removed while it was being created
 };
 
 struct Group {
@@ -35,7 +37,8 @@ struct Group {
     std::int32_t channel = 0;
 };
 
-/// A device that joined the group.
+/// A device that joined the group. It has joined when its IP address is known, or 5 s after its
+/// radio has.
 struct Station {
     std::uint64_t address = 0;
     std::string ipAddress;  ///< dotted; empty if it has none
@@ -56,6 +59,9 @@ class Groups : public Interface {
 
     virtual const std::vector<Station>& Stations() const = 0;
 
+    /// The network interface that it uses, if it has one.
+    virtual std::optional<WifiInterface> NetworkInterface() const = 0;
+
     /// Begins to create a group on this channel, which the adapter may use. `done` is called once,
     /// in the call or later, after the observers, which are called on failure, too.
     virtual void Create(std::int32_t channel, Done done) = 0;
@@ -67,9 +73,10 @@ class Groups : public Interface {
     /// Names the next groups.
     virtual void Rename(std::string ssid, std::string passPhrase) = 0;
 
-    /// Moves the group to another channel, which the adapter may use. Does nothing if there is no
-    /// group.
-    virtual void Move(std::int32_t channel) = 0;
+    /// Begins to move the group to another channel, which the adapter may use. `done` is called
+    /// once, in the call or later, after the observers; with kNoGroup if there is no group (any
+    /// more).
+    virtual void Move(std::int32_t channel, Done done) = 0;
 
     /// The observer is called when a group was created or is gone, and when a creation failed. It
     /// must live as long as the radio, like the next one.

@@ -4,6 +4,7 @@
 #include <service/base/Interface.h>
 #include <service/base/Observers.h>
 #include <service/radio/Channels.h>
+#include <service/radio/Outcome.h>
 
 #include <cstdint>
 #include <functional>
@@ -30,20 +31,17 @@ class Wifi : public Interface {
         std::int32_t channel = 0;
     };
 
-    /// Whether the adapter reached the state that was asked for.
-    using SwitchDone = std::function<void(bool reached)>;
-
     virtual bool IsOn() const = 0;
 
     /// Begins to switch on or off, unless the adapter is in that state or on the way to it. `done`
     /// is called once, in the call or later: when the state is reached, after the observers, or
-    /// when the adapter is switched the other way before.
-    virtual void Switch(bool on, SwitchDone done) = 0;
+    /// when it will not be, for instance because the adapter is switched the other way before.
+    virtual void Switch(bool on, OutcomeDone done) = 0;
 
     /// In the low six bytes; the first octet is the most significant.
     virtual std::uint64_t Address() const = 0;
 
-    /// In ascending order of their numbers.
+    /// In ascending order of their numbers. There may be none.
     virtual const std::vector<Channel>& Channels() const = 0;
 
     /// Nothing while the adapter is off or not connected.

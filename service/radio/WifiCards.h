@@ -29,14 +29,15 @@ struct WifiInterface {
 
 class WifiCards : public Interface {
   public:
+    /// Programs see this many cards; there may be more, and none.
     static constexpr std::size_t kMostCards = protocol::kMostCards;
 
-    /// By number; at most kMostCards. The first card is the adapter that all other interfaces use.
+    /// By number. The first card is the adapter that all other interfaces use.
     virtual const std::vector<CardState>& States() const = 0;
 
     virtual const std::vector<WifiInterface>& Interfaces() const = 0;
 
-    /// Which kinds of interfaces can be used together, as text of at most 256 bytes.
+    /// Which kinds of interfaces can be used together, as text. Programs see its first 256 bytes.
     virtual const std::string& Coexistence() const = 0;
 
     /// The observer is called on each change of a card's state. It must live as long as the radios.

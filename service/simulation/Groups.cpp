@@ -7,9 +7,13 @@ namespace pelacon::service::simulation {
 using radio::GroupOutcome;
 using radio::Station;
 
-Groups::Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config)
+Groups::Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config,
+               const WifiCardsConfig& cards)
     : scheduler_(scheduler), wifi_(wifi), config_(config)
 {
+    if (!cards.interfaces.empty()) {
+        interface_ = cards.interfaces.back();
+    }
     wifi_.ObserveSwitch([this](bool on) { OnWifiSwitched(on); });
 }
 
@@ -99,12 +103,16 @@ void Groups::TakeNewName()
     }
 }
 
-void Groups::Move(std::int32_t channel)
+void Groups::Move(std::int32_t channel, Done done)
 {
-    if (Exists() && channel_ != channel) {
-        channel_ = channel;
+    if (!Exists()) {
+        done(GroupOutcome::kNoGroup);
+        return;
+    }
+    if (std::exchange(channel_, channel) != channel) {
         groupObservers_(Exists(), GroupOutcome::kDone);
     }
+    done(GroupOutcome::kDone);
 }
 
 void Groups::OnWifiSwitched(bool on)

@@ -5,6 +5,7 @@
 #include <service/radio/Groups.h>
 #include <service/simulation/GroupConfig.h>
 #include <service/simulation/Wifi.h>
+#include <service/simulation/WifiCards.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -15,18 +16,21 @@
 
 namespace pelacon::service::simulation {
 
+/// They use the last interface of the machine.
 class Groups : public radio::Groups {
   public:
-    Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config);
+    Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config,
+           const WifiCardsConfig& cards);
 
     bool Exists() const override { return channel_ != 0; }
     bool IsCreating() const override { return creating_.IsPending(); }
     radio::Group Describe() const override;
     const std::vector<radio::Station>& Stations() const override { return stations_; }
+    std::optional<radio::WifiInterface> NetworkInterface() const override { return interface_; }
     void Create(std::int32_t channel, Done done) override;
     void Remove(Done done) override;
     void Rename(std::string ssid, std::string passPhrase) override;
-    void Move(std::int32_t channel) override;
+    void Move(std::int32_t channel, Done done) override;
 
     /// For the simulation: a station joins, with the next free IP address if it has none. False if
     /// there is no group, or the station has joined already.
@@ -52,6 +56,7 @@ class Groups : public radio::Groups {
     Scheduler& scheduler_;
     Wifi& wifi_;
     GroupConfig config_;
+    std::optional<radio::WifiInterface> interface_;
     std::optional<Name> newName_;  // for the next group
     std::size_t creations_ = 0;
     std::int32_t channel_ = 0;  // 0: there is no group

@@ -14,8 +14,8 @@ Simulation::Simulation(Scheduler& scheduler, const WorldFile& file)
       gattClient_(scheduler, adapter_, file.gatt),
       gattServer_(scheduler, stack_, adapter_, file.gatt),
       wifi_(scheduler, file.wifi),
-      groups_(scheduler, wifi_, file.group),
-      softAp_(scheduler, wifi_, file.softAp),
+      groups_(scheduler, wifi_, file.group, file.wifiCards),
+      softAp_(scheduler, wifi_, file.softAp, file.wifiCards),
       phone_(scheduler, file.phone),
       wifiCards_(wifi_, file.wifiCards),
       errors_(scheduler, file.errors)

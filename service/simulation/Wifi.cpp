@@ -2,17 +2,19 @@
 
 namespace pelacon::service::simulation {
 
-void Wifi::Switch(bool on, SwitchDone done)
+using radio::Outcome;
+
+void Wifi::Switch(bool on, radio::OutcomeDone done)
 {
     if (goal_ != on) {
-        EndSwitching(false);
+        EndSwitching(Outcome::kFailed);
         goal_ = on;
         switching_ = scheduler_.After(config_.switchDelay, [this, on] { Enter(on); });
     }
     if (switching_.IsPending()) {
         done_.push_back(std::move(done));
     } else {
-        done(true);
+        done(Outcome::kDone);
     }
 }
 
@@ -22,7 +24,7 @@ void Wifi::SwitchNow(bool on)
         return;
     }
     if (goal_ != on) {
-        EndSwitching(false);
+        EndSwitching(Outcome::kFailed);
         goal_ = on;
     }
     switching_.Cancel();
@@ -34,13 +36,13 @@ void Wifi::Enter(bool on)
     if (std::exchange(on_, on) != on) {
         switchObservers_(on);
     }
-    EndSwitching(true);
+    EndSwitching(Outcome::kDone);
 }
 
-void Wifi::EndSwitching(bool reached)
+void Wifi::EndSwitching(Outcome outcome)
 {
-    for (const SwitchDone& done : std::exchange(done_, {})) {
-        done(reached);
+    for (const radio::OutcomeDone& done : std::exchange(done_, {})) {
+        done(outcome);
     }
 }
 

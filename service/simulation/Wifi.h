@@ -17,7 +17,7 @@ class Wifi : public radio::Wifi {
     {}
 
     bool IsOn() const override { return on_; }
-    void Switch(bool on, SwitchDone done) override;
+    void Switch(bool on, radio::OutcomeDone done) override;
     std::uint64_t Address() const override { return config_.address; }
     const std::vector<Channel>& Channels() const override { return config_.channels; }
     std::optional<Connection> CurrentConnection() const override
@@ -36,14 +36,14 @@ class Wifi : public radio::Wifi {
 
   private:
     void Enter(bool on);
-    void EndSwitching(bool reached);
+    void EndSwitching(radio::Outcome outcome);
 
     Scheduler& scheduler_;
     WifiConfig config_;
     bool on_;
     bool goal_;
     Timer switching_;
-    std::vector<SwitchDone> done_;  // of calls that wait for the goal
+    std::vector<radio::OutcomeDone> done_;  // of calls that wait for the goal
 };
 
 }  // namespace pelacon::service::simulation
