@@ -349,6 +349,34 @@ TEST_F(PelaconctlService, InvalidFaultsAreRefusedWithTheServicesMessage)
     ExpectFailure({"service", "fault", "clear", "77"}, kFailed, "there is no fault");
 }
 
+TEST_F(PelaconctlService, TheStackRefusesAndRecovers)
+{
+    EXPECT_THAT(OutputOf({"service", "stack", "set", "switch", "--fails", "not-permitted"}),
+                HasSubstr("pelaconctl service stack set switch\n"));
+    ExpectFailure({"bt", "off"}, kFailed, "refused to switch Bluetooth off: ");
+    OutputOf({"service", "stack", "set", "switch", "--fails", "blocked", "--times", "1"});
+    ExpectFailure({"bt", "off"}, kAdapterOff, "the radio is off");
+    OutputOf({"bt", "off"});
+    OutputOf({"bt", "on"});
+    EXPECT_EQ(Reported({"service", "stack", "set", "switch"}),
+              (nlohmann::json{{"operation", "switch"}}));
+
+    OutputOf({"service", "stack", "set", "advertise", "--ms", "1", "--ends-after", "20"});
+    const CommandResult advertising = Pelaconctl({"advertise", "--name", "Desk"});
+    EXPECT_EQ(advertising.exitCode, kFailed);
+    EXPECT_THAT(advertising.errors, HasSubstr("The radio ended the advertising."));
+    OutputOf({"service", "stack", "set", "scan", "--fails", "failed"});
+    ExpectFailure({"scan"}, kFailed, "The radio ended the scan.");
+    EXPECT_EQ(OutputOf({"service", "stack", "end", "scan"}), "Ended: 0\n");
+
+    ExpectFailure({"service", "stack", "set", "explode"}, kFailed, "operation");
+    ExpectFailure({"service", "stack", "set", "scan", "--fails", "often"}, kFailed, "fails");
+    ExpectFailure({"service", "stack", "set", "rename", "--ends-after", "1"}, kFailed,
+                  "endsAfterMs");
+    ExpectFailure({"service", "stack", "end", "rename"}, kFailed, "operation");
+    EXPECT_THAT(OutputOf({"service", "stack", "set", "--help"}), HasSubstr("showService"));
+}
+
 TEST_F(PelaconctlService, RestartUndoesTheChangesOfPrograms)
 {
     OutputOf({"bt", "name", "Desk"});

@@ -210,6 +210,8 @@ void ReportEnd(std::int32_t status, const Console& console)
             return;
         case kBleAdvAdapterOff:
             throw Failure(ExitStatus::kAdapterOff, "Bluetooth was switched off.");
+        case kBleAdvRadioFailed:
+            throw Failure(ExitStatus::kFailed, "The radio ended the advertising.");
         default:
             throw Failure(ExitStatus::kFailed, "PelaconService ended the advertising (code " +
                                                    std::to_string(status) + ").");

@@ -28,6 +28,7 @@ void AddGattServe(CLI::App& gatt, const Console& console);
 void AddGroupChannels(CLI::App& group, const Console& console);
 void AddGroupConfiguration(CLI::App& group, const Console& console);
 void AddGroupWatch(CLI::App& group, const Console& console);
+void AddServiceStack(CLI::App& service, const Console& console);
 void AddWifiChannels(CLI::App& wifi, const Console& console);
 
 }  // namespace pelacon::ctl

@@ -251,6 +251,9 @@ void Handle(const ScanEvent& event, Display& display, ScanListener& listener)
     } else if (status == kBleScanStoppedAdapterOff) {
         display.Finish();
         throw Failure(ExitStatus::kAdapterOff, "Bluetooth was switched off.");
+    } else if (status == kBleScanRadioFailed) {
+        display.Finish();
+        throw Failure(ExitStatus::kFailed, "The radio ended the scan.");
     }
 }
 

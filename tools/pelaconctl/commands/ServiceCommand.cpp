@@ -312,6 +312,7 @@ void AddServiceCommand(CLI::App& program, const Console& console)
     AddStatus(*service, console);
     AddRestart(*service, console);
     AddFault(*service, console);
+    AddServiceStack(*service, console);
     AddClientCommands(*service, console);
     AddSend(*service, console);
 }
