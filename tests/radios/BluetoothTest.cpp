@@ -1,106 +1,14 @@
 // What drives Bluetooth, with a real bluetoothd and two controllers that hear each other: hci0 and
 // hci1. Run in the virtual machine, by tests/bluetooth.sh.
-#include <service/linux/bluetooth/AdapterControl.h>
-#include <service/linux/bluetooth/Advertisements.h>
-#include <service/linux/bluetooth/Discovery.h>
-#include <service/linux/bluetooth/Sockets.h>
+#include <tests/radios/TwoControllers.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <future>
-#include <memory>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
-
-// Emulation is slow, and a controller tells of an advertisement every ten seconds or so.
-constexpr std::chrono::seconds kPatience{60};
-
-using Bytes = std::vector<std::uint8_t>;
-
-/// All that there is for one controller.
-class Machine {
-  public:
-    Machine(Loop& loop, const std::string& controller) : stack(loop, controller) { stack.Start(); }
-
-    Stack stack;
-    AdapterPicture picture;
-    std::vector<AdvertisingReport> heard;
-    bool isDiscovering = false;
-    AdapterControl adapter{stack, [this](const AdapterPicture& now) { picture = now; }};
-    Discovery discovery{
-        stack,
-        Discovery::Callbacks{[this](const AdvertisingReport& report) { heard.push_back(report); },
-                             [this] { isDiscovering = true; },
-                             [this](ControlOutcome) { isDiscovering = false; }}};
-    Advertisements advertisements{stack,
-                                  [] { return OpenSocket(HciChannel::kControl, kNoController); }};
-};
-
-class OverBluez : public testing::Test {
-  protected:
-    OverBluez()
-    {
-        Do([this] {
-            one = std::make_unique<Machine>(loop, "hci0");
-            two = std::make_unique<Machine>(loop, "hci1");
-        });
-        EXPECT_TRUE(Eventually([this] { return one->picture.isThere && two->picture.isThere; }));
-        for (Machine* machine : {one.get(), two.get()}) {
-            Do([&] { machine->adapter.Switch(true, Store()); });
-            EXPECT_EQ(Result(), ControlOutcome::kDone);
-        }
-    }
-    ~OverBluez() override
-    {
-        Do([this] {
-            one.reset();
-            two.reset();
-        });
-    }
-
-    template <typename Body>
-    void Do(Body body)
-    {
-        std::promise<void> done;
-        loop.Post([&] {
-            body();
-            done.set_value();
-        });
-        if (done.get_future().wait_for(kPatience) != std::future_status::ready) {
-            std::abort();  // the loop is stuck, and holds what is on this stack
-        }
-    }
-    template <typename Condition>
-    bool Eventually(const Condition& condition)
-    {
-        const auto end = Loop::Clock::now() + kPatience;
-        bool holds = false;
-        while (!holds && Loop::Clock::now() < end) {
-            Do([&] { holds = condition(); });
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return holds;
-    }
-
-    AdapterControl::Done Store()
-    {
-        outcome.reset();
-        return [this](ControlOutcome result) { outcome = result; };
-    }
-    std::optional<ControlOutcome> Result()
-    {
-        EXPECT_TRUE(Eventually([this] { return outcome.has_value(); }));
-        return outcome;
-    }
-
-    Loop loop{[](std::string_view text) { ADD_FAILURE() << text; }};
-    std::unique_ptr<Machine> one;
-    std::unique_ptr<Machine> two;
-    std::optional<ControlOutcome> outcome;
-};
 
 TEST_F(OverBluez, AnAdapterIsSwitchedAndRenamed)
 {

@@ -90,9 +90,30 @@ Discovery::~Discovery()
     stack_.Remove(*this);
 }
 
+Discovery::Hold::~Hold()
+{
+    if (discovery_ != nullptr) {
+        --discovery_->holds_;
+        discovery_->FitLater();
+    }
+}
+
+Discovery::Hold Discovery::Keep()
+{
+    ++holds_;
+    FitLater();
+    return Hold(*this);
+}
+
 void Discovery::Want(bool wanted)
 {
     isWanted_ = wanted;
+    isBeginTold_ = false;
+    FitLater();
+}
+
+void Discovery::FitLater()
+{
     next_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Fit(); });
 }
 
@@ -125,7 +146,7 @@ void Discovery::Listen()
         raw_ = std::make_unique<Hci>(
             stack_.GetLoop(), openRaw_(*controller),
             [this](AdvertisingReport& report) {
-                if (state_ == State::kRunning) {
+                if (state_ == State::kRunning && isWanted_) {
                     callbacks_.heard(report);
                 }
             },
@@ -141,13 +162,15 @@ void Discovery::Fit()
     if (!IsPossible()) {
         next_.Cancel();
         call_.Reset();
-        if (std::exchange(state_, State::kIdle) != State::kIdle && isWanted_) {
-            callbacks_.ended(ControlOutcome::kNoAdapter);
+        if (std::exchange(state_, State::kIdle) != State::kIdle) {
+            TellEnd(ControlOutcome::kNoAdapter);
         }
-    } else if (isWanted_ && state_ == State::kIdle && !next_.IsPending()) {
+    } else if (IsNeeded() && state_ == State::kIdle && !next_.IsPending()) {
         Start();
-    } else if (!isWanted_ && state_ != State::kIdle) {
+    } else if (!IsNeeded() && state_ != State::kIdle) {
         Stop();
+    } else if (state_ == State::kRunning) {
+        TellBegin();
     }
 }
 
@@ -169,7 +192,7 @@ void Discovery::Start()
                                                         return;
                                                     }
                                                     state_ = State::kRunning;
-                                                    callbacks_.began();
+                                                    TellBegin();
                                                 });
                         });
 }
@@ -187,7 +210,22 @@ void Discovery::Fail(ControlOutcome why)
 {
     state_ = State::kIdle;
     next_ = stack_.GetLoop().After(kNextTry, [this] { Fit(); });
-    callbacks_.ended(why);
+    TellEnd(why);
+}
+
+void Discovery::TellBegin()
+{
+    if (isWanted_ && !std::exchange(isBeginTold_, true)) {
+        callbacks_.began();
+    }
+}
+
+void Discovery::TellEnd(ControlOutcome why)
+{
+    isBeginTold_ = false;
+    if (isWanted_) {
+        callbacks_.ended(why);
+    }
 }
 
 void Discovery::ObjectAdded(const std::string& path, const std::string& interface)
@@ -216,6 +254,9 @@ void Discovery::ObjectChanged(const std::string& path, const std::string& interf
 /// Tells of a device that was just heard: its strength is told then, or its data.
 void Discovery::Rebuild(const std::string& path, const dbus::Properties& changed)
 {
+    if (!isWanted_) {
+        return;
+    }
     const bool isHeard = changed.contains("RSSI") || changed.contains("ManufacturerData") ||
                          changed.contains("ServiceData");
     const dbus::Properties* const device = stack_.Mirror().Find(path, bluez::kDevice);

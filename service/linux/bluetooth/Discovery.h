@@ -9,6 +9,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
@@ -43,6 +45,22 @@ class Discovery : private Stack::Observer {
 
     Way GetWay() const noexcept { return way_; }
 
+    /// Has discovery go on for as long as this lives, for what BlueZ finds by it. Ends before it.
+    class Hold {
+      public:
+        Hold(Hold&& other) noexcept : discovery_(std::exchange(other.discovery_, nullptr)) {}
+        Hold& operator=(Hold&&) = delete;
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+        ~Hold();
+
+      private:
+        friend class Discovery;
+        explicit Hold(Discovery& discovery) : discovery_(&discovery) {}
+        Discovery* discovery_;
+    };
+    [[nodiscard]] Hold Keep();
+
   private:
     enum class State : std::uint8_t { kIdle, kStarting, kRunning };
 
@@ -52,10 +70,14 @@ class Discovery : private Stack::Observer {
                        const dbus::Properties& changed) override;
 
     bool IsPossible() const;
+    bool IsNeeded() const noexcept { return isWanted_ || holds_ > 0; }
+    void FitLater();
     void Fit();
     void Start();
     void Stop();
     void Fail(ControlOutcome why);
+    void TellBegin();
+    void TellEnd(ControlOutcome why);
     void Listen();
     void Rebuild(const std::string& path, const dbus::Properties& changed);
 
@@ -63,6 +85,8 @@ class Discovery : private Stack::Observer {
     Callbacks callbacks_;
     OpenRaw openRaw_;
     bool isWanted_ = false;
+    bool isBeginTold_ = false;  // to who wants it
+    int holds_ = 0;
     State state_ = State::kIdle;
     Way way_ = Way::kNone;
     std::string adapter_;  // whose reports are listened to

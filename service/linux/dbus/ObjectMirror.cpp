@@ -61,8 +61,9 @@ void ObjectMirror::OwnerIs(const std::string& owner)
 {
     pictureCall_.Reset();
     owner_ = owner;
+    const bool wasThere = std::exchange(isThere_, false);
     Clear();
-    if (std::exchange(isThere_, false) || owner_.empty()) {
+    if (wasThere || owner_.empty()) {
         observer_.Vanished();
     }
     if (!owner_.empty()) {

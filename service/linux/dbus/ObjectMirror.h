@@ -46,6 +46,7 @@ class ObjectMirror {
     ObjectMirror(const ObjectMirror&) = delete;
     ObjectMirror& operator=(const ObjectMirror&) = delete;
 
+    /// Not any more from before the first object goes with it.
     bool IsThere() const noexcept { return isThere_; }
     const Objects& All() const noexcept { return objects_; }
 

@@ -3,7 +3,7 @@
 . /mnt/tests/lib.sh
 bluetooth_start || exit
 python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
-check "peer is ready" wait_for 20 grep -q ready /tmp/peer.log || exit
+check "peer is ready" wait_for 60 grep -q ready /tmp/peer.log || exit
 check "power hci0" power hci0 true
 address=$(address_of hci1)
 device=/org/bluez/hci0/dev_${address//:/_}
@@ -36,3 +36,5 @@ check "long read" reads "$long" 'ay 300 '
 check "the peer was subscribed to" grep -q 'subscribed 2' /tmp/peer.log
 check "values are told" grep -q 'Value' /tmp/client.log
 check "disconnect" bluez call org.bluez "$device" org.bluez.Device1 Disconnect
+# Our own client, with the same device.
+gtest "$STAGE/tests/radios_gatt_test"

@@ -6,6 +6,7 @@ Commands come as JSON, one object a line, and are answered by a line of JSON. Th
 """
 import json
 import os
+import socket
 import sys
 
 import dbus
@@ -136,6 +137,10 @@ class Exported(dbus.service.Object):
     def PropertiesChanged(self, interface, changed, invalidated):
         pass
 
+    @dbus.service.method(PROPERTIES, in_signature='ss', out_signature='v')
+    def Get(self, interface, name):
+        return self.properties[name]
+
     @dbus.service.method(PROPERTIES, in_signature='s', out_signature='a{sv}')
     def GetAll(self, interface):
         return self.properties
@@ -226,6 +231,31 @@ class Characteristic(Exported):
         faults.answer('WriteValue', [self.path, bytes(value).hex(), options.get('type', '')],
                       lambda: self.properties.update(Value=value), reply, fail)
 
+    @dbus.service.method(CHARACTERISTIC, in_signature='a{sv}', out_signature='hq',
+                         async_callbacks=('reply', 'fail'))
+    def AcquireNotify(self, options, reply, fail):
+        def acquire():
+            self.socket, other = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+            GLib.io_add_watch(self.socket.fileno(), GLib.IO_HUP, self.closed)
+            # Two results, which one function cannot hand on.
+            reply(dbus.types.UnixFd(other), dbus.UInt16(517))
+            other.close()
+            return DEFERRED
+
+        faults.answer('AcquireNotify', [self.path], acquire, reply, fail)
+
+    def closed(self, source, condition):
+        faults.calls.append(['closed', self.path])
+        return False
+
+    @dbus.service.method(CHARACTERISTIC, async_callbacks=('reply', 'fail'))
+    def StartNotify(self, reply, fail):
+        faults.answer('StartNotify', [self.path], lambda: None, reply, fail)
+
+    @dbus.service.method(CHARACTERISTIC, async_callbacks=('reply', 'fail'))
+    def StopNotify(self, reply, fail):
+        faults.answer('StopNotify', [self.path], lambda: None, reply, fail)
+
 
 class Root(dbus.service.Object):
     @dbus.service.method(MANAGER, out_signature='a{oa{sa{sv}}}', async_callbacks=('reply', 'fail'))
@@ -265,6 +295,11 @@ def do_remove(path):
 
 def do_change(path, **properties):
     objects[ROOT + '/' + path].change(properties)
+
+
+def do_packet(path, value):
+    """A value through the socket of AcquireNotify."""
+    objects[ROOT + '/' + path].socket.send(bytes.fromhex(value))
 
 
 def do_fail(method, **fault):
