@@ -47,7 +47,7 @@ class AGattPeer : public OverBluez {
         events.clear();
         Do([this] {
             link = std::make_unique<GattLink>(
-                one->stack, one->discovery, one->users, two->picture.address,
+                one->central, two->picture.address,
                 GattLink::Callbacks{
                     [this] { events.emplace_back("connected"); },
                     [this](LinkEnd) { events.emplace_back("ended"); },

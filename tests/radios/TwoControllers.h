@@ -38,9 +38,13 @@ class Machine {
         Discovery::Callbacks{[this](const AdvertisingReport& report) { heard.push_back(report); },
                              [this] { isDiscovering = true; },
                              [this](ControlOutcome) { isDiscovering = false; }}};
-    GattLink::Users users;
-    Advertisements advertisements{stack,
-                                  [] { return OpenSocket(HciChannel::kControl, kNoController); }};
+    static FileDescriptor OpenManagement()
+    {
+        return OpenSocket(HciChannel::kControl, kNoController);
+    }
+    KernelConnections connections{stack, &OpenManagement};
+    GattCentral central{stack, discovery, connections};
+    Advertisements advertisements{stack, &OpenManagement};
 };
 
 class OverBluez : public testing::Test {

@@ -170,7 +170,8 @@ void AdapterControl::ObjectRemoved(const std::string&, const std::string& interf
 void AdapterControl::ObjectChanged(const std::string&, const std::string& interface,
                                    const dbus::Properties& changed)
 {
-    if (interface == bluez::kDevice && changed.contains("Connected")) {
+    if (interface == bluez::kDevice &&
+        (changed.contains("Connected") || changed.contains("ServicesResolved"))) {
         Look();
     }
 }

@@ -303,7 +303,7 @@ void Advertisements::SendData(std::uint64_t number)
 void Advertisements::BeginRebuilt(std::uint64_t number)
 {
     Entry& entry = entries_.at(number);
-    entry.path = "/pelacon/advertisement" + std::to_string(++lastPath_);
+    entry.path = stack_.NewPath("advertisement");
     entry.object = std::make_unique<dbus::ObjectTree>(stack_.Bus(), entry.path);
     const auto released = [this, number](const dbus::Incoming&, dbus::Invocation invocation) {
         invocation.Return();

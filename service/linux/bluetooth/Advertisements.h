@@ -86,7 +86,6 @@ class Advertisements : private Stack::Observer {
     std::unique_ptr<Management> management_;
     std::map<std::uint64_t, Entry> entries_;
     std::set<std::uint8_t> inUse_;  // instances of ours, also those being removed
-    std::uint64_t lastPath_ = 0;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -51,8 +51,12 @@ Device ToDevice(const std::string& path, const Properties& properties)
         Find<dbus::ObjectPath>(properties, "Adapter").value_or(dbus::ObjectPath{}).text;
     device.address = AddressIn(properties);
     device.isRandom = Find<std::string>(properties, "AddressType") == "random";
-    device.isConnected = Find<bool>(properties, "Connected").value_or(false);
     device.areServicesResolved = Find<bool>(properties, "ServicesResolved").value_or(false);
+    // BlueZ does not always signal that a device is connected, but always that its services are
+    // known, and that it is not connected any more.
+    device.isConnected =
+        device.areServicesResolved || Find<bool>(properties, "Connected").value_or(false);
+    device.isPaired = Find<bool>(properties, "Paired").value_or(false);
     device.isLeOnly = !Find<std::uint32_t>(properties, "Class").has_value();
     return device;
 }
@@ -141,6 +145,23 @@ std::vector<Characteristic> Characteristics(const ObjectMirror& mirror, const st
                 characteristics.push_back(std::move(characteristic));
             });
     return characteristics;
+}
+
+std::optional<Characteristic> FindCharacteristic(const ObjectMirror& mirror,
+                                                 const std::string& device, const Uuid& service,
+                                                 const Uuid& characteristic)
+{
+    for (const Service& candidate : Services(mirror, device)) {
+        if (protocol::ParseUuid(candidate.uuid) != service) {
+            continue;
+        }
+        for (Characteristic& found : Characteristics(mirror, candidate.path)) {
+            if (protocol::ParseUuid(found.uuid) == characteristic) {
+                return std::move(found);
+            }
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<std::uint16_t> ControllerOf(const std::string& path)

@@ -1,6 +1,7 @@
 // What BlueZ shows on the bus, in this tree's words.
 #pragma once
 
+#include <protocol/Uuid.h>
 #include <service/linux/bluetooth/Address.h>
 #include <service/linux/dbus/ObjectMirror.h>
 
@@ -10,6 +11,8 @@
 #include <vector>
 
 namespace pelacon::service::linux_radios::bluetooth::bluez {
+
+using protocol::Uuid;
 
 inline constexpr const char* kService = "org.bluez";
 inline constexpr const char* kAdapter = "org.bluez.Adapter1";
@@ -36,6 +39,7 @@ struct Device {
     bool isRandom = false;  ///< its address
     bool isConnected = false;
     bool areServicesResolved = false;
+    bool isPaired = false;
     bool isLeOnly = true;  ///< it has never shown that it speaks anything but LE
 };
 
@@ -70,6 +74,11 @@ std::vector<Device> Devices(const dbus::ObjectMirror& mirror, const std::string&
 std::vector<Service> Services(const dbus::ObjectMirror& mirror, const std::string& device);
 std::vector<Characteristic> Characteristics(const dbus::ObjectMirror& mirror,
                                             const std::string& service);
+
+/// The first one in the order of paths, where the device has several of the kind.
+std::optional<Characteristic> FindCharacteristic(const dbus::ObjectMirror& mirror,
+                                                 const std::string& device, const Uuid& service,
+                                                 const Uuid& characteristic);
 
 /// A controller's number, from its adapter's path: 1 of "/org/bluez/hci1".
 std::optional<std::uint16_t> ControllerOf(const std::string& path);

@@ -1,115 +1,60 @@
 #include <service/linux/bluetooth/GattLink.h>
 #include <service/linux/dbus/Names.h>
 
-#include <poll.h>
-#include <sys/socket.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
 
-constexpr std::int32_t kSmallestMtu = 23;
+/// How long a connection may take to end after an operation was broken off.
+constexpr std::chrono::seconds kUntilEnded{1};
 
-/// The longest value that an attribute can have.
-constexpr std::size_t kMostAttributeValue = 512;
+/// Whether the device did not answer at all, as far as BlueZ tells: most often because the
+/// connection is about to end.
+bool IsBrokenOff(const dbus::Error& error)
+{
+    return error.name == "org.bluez.Error.Failed" &&
+           error.message.find("ATT error") == std::string::npos;
+}
 
 }  // namespace
 
-GattResult GattResultOf(const dbus::Error& error)
-{
-    static const std::map<std::string, GattResult> kResults{
-        {"org.bluez.Error.NotPermitted", GattResult::kNotPermitted},
-        {"org.bluez.Error.NotAuthorized", GattResult::kNotPermitted},
-        {"org.freedesktop.DBus.Error.AccessDenied", GattResult::kNotPermitted},
-        {"org.bluez.Error.NotSupported", GattResult::kNotSupported},
-        {"org.bluez.Error.InvalidArguments", GattResult::kInvalidValue},
-        {"org.bluez.Error.InvalidValueLength", GattResult::kInvalidValue},
-        {"org.bluez.Error.InProgress", GattResult::kBusy},
-        {"org.bluez.Error.NotConnected", GattResult::kNotConnected},
-        {"org.freedesktop.DBus.Error.UnknownObject", GattResult::kNotConnected},
-        {"org.freedesktop.DBus.Error.UnknownMethod", GattResult::kNotConnected},
-    };
-    const auto found = kResults.find(error.name);
-    return found != kResults.end() ? found->second : GattResult::kUnreachable;
-}
-
-class GattLink::Packets : private Loop::Source {
-  public:
-    using Got = std::function<void(const Bytes&)>;
-
-    Packets(Loop& loop, std::shared_ptr<const FileDescriptor> socket, Got got)
-        : loop_(loop), socket_(std::move(socket)), got_(std::move(got))
-    {
-        loop_.Add(*this);
-    }
-    ~Packets() override { loop_.Remove(*this); }
-
-  private:
-    Loop::Interest Wants() override { return {socket_->Get(), POLLIN, std::nullopt}; }
-
-    void Ready(short) override
-    {
-        std::array<std::uint8_t, kMostAttributeValue> packet{};
-        const ssize_t size = recv(socket_->Get(), packet.data(), packet.size(), MSG_DONTWAIT);
-        if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
-            return;
-        }
-        if (size <= 0) {
-            loop_.Remove(*this);  // with the connection, which is told otherwise
-            return;
-        }
-        const Got got = got_;  // it may end the subscription
-        got(Bytes(packet.begin(), packet.begin() + size));
-    }
-
-    Loop& loop_;
-    std::shared_ptr<const FileDescriptor> socket_;
-    Got got_;
-};
-
-GattLink::GattLink(Stack& stack, Discovery& discovery, Users& users, std::uint64_t address,
-                   Callbacks callbacks)
-    : stack_(stack),
-      discovery_(discovery),
-      users_(users),
+GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callbacks)
+    : central_(central),
+      stack_(central.stack),
       address_(address),
       callbacks_(std::move(callbacks)),
       mtu_(kSmallestMtu)
 {
     stack_.Add(*this);
-    ++users_.links[address_];
-    limit_ = stack_.GetLoop().After(kConnectLimit, [this] { End(LinkEnd::kNotEstablished); });
+    ++central_.links[address_];
+    limit_ =
+        stack_.GetLoop().After(central_.connectLimit, [this] { End(LinkEnd::kNotEstablished); });
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });
 }
 
 GattLink::~GattLink()
 {
     stack_.Remove(*this);
-    if (--users_.links.at(address_) == 0) {
-        users_.links.erase(address_);
+    if (--central_.links.at(address_) == 0) {
+        central_.links.erase(address_);
     }
-    const bool isThere = state_ != State::kOver && stack_.Adapter() && device_;
-    if (isThere) {
-        for (const auto& [key, subscription] : subscriptions_) {
-            EndSubscription(subscription);
-        }
-        if (!users_.links.contains(address_) && state_ != State::kSearching) {
-            Disconnect();
-        }
+    subscriptions_.clear();  // before the connection that they are on
+    const bool isLast = !central_.links.contains(address_);
+    if (isLast && (state_ == State::kConnecting || state_ == State::kUp) && stack_.Adapter() &&
+        device_) {
+        Disconnect();
     }
 }
 
 void GattLink::Disconnect()
 {
-    users_.leaving->insert(address_);
+    const auto waiting = std::make_shared<char>();
+    std::erase_if(central_.leaving, [](const auto& entry) { return entry.second.expired(); });
+    central_.leaving[address_] = waiting;
     stack_.Bus().Send({bluez::kService, device_->path, bluez::kDevice, "Disconnect"}, {},
-                      [leaving = users_.leaving, address = address_](const dbus::Reply&) {
-                          leaving->erase(address);
-                      });
+                      [waiting](const dbus::Reply&) {});
 }
 
 /// Goes on as far as what BlueZ knows allows.
@@ -124,18 +69,20 @@ void GattLink::Look()
     }
     device_ = bluez::FindDevice(stack_.Mirror(), stack_.Adapter()->path, address_);
     if (state_ == State::kSearching) {
-        if (device_ && device_->isConnected && users_.leaving->contains(address_)) {
+        if (device_ && device_->isConnected && central_.IsLeaving(address_)) {
             return;  // until it has left
         }
         if (device_) {
-            users_.leaving->erase(address_);
+            central_.leaving.erase(address_);
             Connect();
         } else if (!search_) {
-            search_.emplace(discovery_.Keep());
+            search_.emplace(central_.discovery.Keep());
         }
+    } else if (state_ == State::kConnecting && !device_) {
+        End(LinkEnd::kNotEstablished);
     } else if (state_ == State::kUp) {
         if (!device_ || !device_->isConnected) {
-            End(LinkEnd::kPeer);
+            later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { End(WhyEnded()); });
         } else if (device_->areServicesResolved) {
             AskMtu();
         }
@@ -150,10 +97,15 @@ void GattLink::Connect()
     connecting_ = stack_.Call(
         device_->path, bluez::kDevice, "Connect", {},
         [this](const dbus::Reply& reply) {
-            const bool isUp =
-                !reply.IsError() || reply.error->name == "org.bluez.Error.AlreadyConnected";
-            if (isUp) {
-                BecomeUp();
+            const std::string error = reply.IsError() ? reply.error->name : "";
+            if (error == "org.bluez.Error.InProgress") {
+                // Another link, or another program, is connecting it.
+                later_ = stack_.GetLoop().After(kNextTry, [this] { Connect(); });
+            } else if (error.empty() || error == "org.bluez.Error.AlreadyConnected") {
+                // BlueZ does not signal that the device is connected where it was the first to
+                // see it. Where the peer has left meanwhile that is the answer.
+                isAccepted_ = true;
+                stack_.Refresh(device_->path, bluez::kDevice, "Connected");
             } else {
                 End(LinkEnd::kNotEstablished);
             }
@@ -161,20 +113,33 @@ void GattLink::Connect()
         std::chrono::minutes(1));
 }
 
-void GattLink::BecomeUp()
+/// What BlueZ says of the device after it has connected.
+void GattLink::Accepted(bool isConnected)
 {
+    if (!isConnected) {
+        End(LinkEnd::kNotEstablished);
+        return;
+    }
     limit_.Cancel();
     state_ = State::kUp;
     const auto connected = callbacks_.connected;
-    // The answer may come before what it says is seen; a peer that left meanwhile is told as such.
-    later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });
     connected();
+}
+
+LinkEnd GattLink::WhyEnded() const
+{
+    using Reason = DeviceDisconnected::Reason;
+    const auto reason = central_.connections.WhyEnded(address_);
+    if (reason == Reason::kTimeout) {
+        return LinkEnd::kTimeout;
+    }
+    return reason == Reason::kLocal ? LinkEnd::kLocal : LinkEnd::kPeer;
 }
 
 void GattLink::End(LinkEnd why)
 {
     if (state_ == State::kConnecting && stack_.Adapter() && device_ &&
-        users_.links.at(address_) == 1) {
+        central_.links.at(address_) == 1) {
         Disconnect();
     }
     state_ = State::kOver;
@@ -182,8 +147,9 @@ void GattLink::End(LinkEnd why)
     connecting_.Reset();
     askingMtu_.Reset();
     limit_.Cancel();
+    later_.Cancel();
     subscriptions_.clear();
-    reading_.clear();
+    subscribing_.clear();
     std::vector<OnRead> pending;
     for (auto& [number, operation] : operations_) {
         pending.push_back(std::move(operation.done));
@@ -224,20 +190,11 @@ void GattLink::ObjectChanged(const std::string& path, const std::string& interfa
                              const dbus::Properties& changed)
 {
     if (interface == bluez::kDevice && device_ && device_->path == path) {
-        Look();
-        return;
-    }
-    const auto value = changed.find("Value");
-    // A read of our own changes the property as a value that is told does.
-    if (interface != bluez::kGattCharacteristic || value == changed.end() ||
-        reading_.contains(path)) {
-        return;
-    }
-    for (const auto& [key, subscription] : subscriptions_) {
-        if (subscription.path == path && !subscription.packets) {
-            const auto notified = callbacks_.notified;
-            notified(Key(key), value->second.Or(Bytes()), subscription.isIndication);
-            return;
+        const auto connected = dbus::Find<bool>(changed, "Connected");
+        if (state_ == State::kConnecting && isAccepted_ && connected) {
+            Accepted(*connected);
+        } else {
+            Look();
         }
     }
 }
@@ -285,17 +242,7 @@ bool GattLink::HasService(const Uuid& service) const
 
 std::optional<bluez::Characteristic> GattLink::Find(const Key& key) const
 {
-    for (const auto& service : bluez::Services(stack_.Mirror(), device_->path)) {
-        if (protocol::ParseUuid(service.uuid) != key.first) {
-            continue;
-        }
-        for (auto& candidate : bluez::Characteristics(stack_.Mirror(), service.path)) {
-            if (protocol::ParseUuid(candidate.uuid) == key.second) {
-                return std::move(candidate);
-            }
-        }
-    }
-    return std::nullopt;
+    return bluez::FindCharacteristic(stack_.Mirror(), device_->path, key.first, key.second);
 }
 
 std::uint64_t GattLink::Begin(OnRead done)
@@ -309,10 +256,6 @@ void GattLink::Finish(std::uint64_t number, GattResult result, const Bytes& valu
     const auto operation = operations_.extract(number);
     if (operation.empty()) {
         return;
-    }
-    const auto reading = reading_.find(operation.mapped().reading);
-    if (reading != reading_.end() && --reading->second == 0) {
-        reading_.erase(reading);
     }
     operation.mapped().done(result, value);
 }
@@ -333,7 +276,7 @@ void GattLink::Discover(Done done)
     }
     discoveries_.push_back(number);
     operations_.at(number).limit = stack_.GetLoop().After(
-        kDiscoverLimit, [this, number] { Finish(number, GattResult::kUnreachable); });
+        central_.discoverLimit, [this, number] { Finish(number, GattResult::kUnreachable); });
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });
 }
 
@@ -350,15 +293,18 @@ void GattLink::CallOn(const bluez::Characteristic& characteristic, const char* m
                       const dbus::Arguments& arguments, std::uint64_t number,
                       std::function<void(const dbus::Reply&)> succeeded)
 {
-    operations_.at(number).call =
-        stack_.Call(characteristic.path, bluez::kGattCharacteristic, method, arguments,
-                    [this, number, succeeded = std::move(succeeded)](const dbus::Reply& reply) {
-                        if (reply.IsError()) {
-                            Finish(number, GattResultOf(*reply.error));
-                        } else {
-                            succeeded(reply);
-                        }
-                    });
+    operations_.at(number).call = stack_.Call(
+        characteristic.path, bluez::kGattCharacteristic, method, arguments,
+        [this, number, succeeded = std::move(succeeded)](const dbus::Reply& reply) {
+            if (reply.IsError() && IsBrokenOff(*reply.error)) {
+                operations_.at(number).limit = stack_.GetLoop().After(
+                    kUntilEnded, [this, number] { Finish(number, GattResult::kUnreachable); });
+            } else if (reply.IsError()) {
+                Finish(number, GattResultOf(*reply.error));
+            } else {
+                succeeded(reply);
+            }
+        });
 }
 
 void GattLink::Read(const Key& key, OnRead done)
@@ -369,8 +315,8 @@ void GattLink::Read(const Key& key, OnRead done)
         FinishLater(number, IsUp() ? GattResult::kNotFound : GattResult::kNotConnected);
         return;
     }
-    operations_.at(number).reading = found->path;
-    ++reading_[found->path];
+    operations_.at(number).reading =
+        std::make_unique<GattNotifications::Reading>(central_.notifications, found->path);
     CallOn(*found, "ReadValue", {dbus::MakeProperties({})}, number,
            [this, number](const dbus::Reply& reply) {
                const Bytes* const value = reply.First<Bytes>();
@@ -404,69 +350,32 @@ void GattLink::Subscribe(const Key& key, bool enable, Done done)
     const auto number =
         Begin([done = std::move(done)](GattResult result, const Bytes&) { done(result); });
     const auto found = IsUp() ? Find(key) : std::nullopt;
-    const auto subscription = subscriptions_.find(key);
     if (!found) {
         FinishLater(number, IsUp() ? GattResult::kNotFound : GattResult::kNotConnected);
-    } else if (!enable) {
-        if (subscription != subscriptions_.end()) {
-            EndSubscription(subscription->second);
-            subscriptions_.erase(subscription);
+    } else if (subscribing_.contains(key)) {
+        FinishLater(number, GattResult::kBusy);
+    } else if (!enable || subscriptions_.contains(key)) {
+        if (!enable) {
+            subscriptions_.erase(key);
         }
         FinishLater(number, GattResult::kDone);
-    } else if (subscription != subscriptions_.end()) {
-        FinishLater(number, GattResult::kDone);
-    } else if (found->Has("notify")) {
-        Acquire(key, *found, number);
-    } else if (found->Has("indicate")) {
-        StartNotify(key, *found, number);
-    } else {
+    } else if (!found->Has("notify") && !found->Has("indicate")) {
         FinishLater(number, GattResult::kNotPermitted);
-    }
-}
-
-/// Asks for a socket, through which each value comes once. Where that cannot be had (another
-/// program has it), for changes of the property.
-void GattLink::Acquire(const Key& key, const bluez::Characteristic& characteristic,
-                       std::uint64_t number)
-{
-    operations_.at(number).call = stack_.Call(
-        characteristic.path, bluez::kGattCharacteristic, "AcquireNotify",
-        {dbus::MakeProperties({})}, [this, key, characteristic, number](const dbus::Reply& reply) {
-            const auto* const socket = reply.First<dbus::Handle>();
-            if (socket == nullptr || !socket->descriptor) {
-                StartNotify(key, characteristic, number);
-                return;
-            }
-            Subscription& subscription = subscriptions_[key];
-            subscription.path = characteristic.path;
-            subscription.packets = std::make_unique<Packets>(
-                stack_.GetLoop(), socket->descriptor, [this, key](const Bytes& value) {
-                    const auto notified = callbacks_.notified;
-                    notified(key, value, false);
-                });
-            Finish(number, GattResult::kDone);
-        });
-}
-
-void GattLink::StartNotify(const Key& key, const bluez::Characteristic& characteristic,
-                           std::uint64_t number)
-{
-    const bool isIndication = !characteristic.Has("notify");
-    CallOn(characteristic, "StartNotify", {}, number,
-           [this, key, path = characteristic.path, isIndication, number](const dbus::Reply&) {
-               Subscription& subscription = subscriptions_[key];
-               subscription.path = path;
-               subscription.isIndication = isIndication;
-               Finish(number, GattResult::kDone);
-           });
-}
-
-/// A socket ends it by being closed.
-void GattLink::EndSubscription(const Subscription& subscription)
-{
-    if (!subscription.packets && stack_.Adapter()) {
-        stack_.Bus().Send(
-            {bluez::kService, subscription.path, bluez::kGattCharacteristic, "StopNotify"}, {});
+    } else {
+        subscribing_.insert(key);
+        subscriptions_[key] = central_.notifications.Subscribe(
+            *found,
+            [this, key](const Bytes& value, bool isIndication) {
+                const auto notified = callbacks_.notified;
+                notified(key, value, isIndication);
+            },
+            [this, key, number](GattResult result) {
+                subscribing_.erase(key);
+                if (result != GattResult::kDone) {
+                    subscriptions_.erase(key);
+                }
+                Finish(number, result);
+            });
     }
 }
 

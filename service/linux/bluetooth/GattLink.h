@@ -2,7 +2,8 @@
 #pragma once
 
 #include <protocol/Uuid.h>
-#include <service/linux/bluetooth/Discovery.h>
+#include <service/linux/bluetooth/GattCentral.h>
+#include <service/linux/bluetooth/GattResult.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <chrono>
@@ -20,23 +21,14 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 using protocol::Uuid;
 
-/// What became of an operation.
-enum class GattResult : std::uint8_t {
-    kDone,
-    kBusy,
-    kInvalidValue,
-    kNotConnected,
-    kNotFound,
-    kNotPermitted,
-    kUnreachable,  ///< no answer, or one that has no better word
-    kNotSupported,
-};
-
-/// What an error of BlueZ means for an operation on a characteristic.
-GattResult GattResultOf(const dbus::Error& error);
-
 /// Why a link did not come up, or is over.
-enum class LinkEnd : std::uint8_t { kNotEstablished, kPeer, kAdapterGone };
+enum class LinkEnd : std::uint8_t {
+    kNotEstablished,
+    kPeer,  ///< also where it is not known
+    kAdapterGone,
+    kTimeout,
+    kLocal,  ///< another program of this machine ended it
+};
 
 /// One connection to a device, from the attempt on; in the loop's thread. Links to the same device
 /// share its connection, which ends with the last of them. Callbacks are called later, never in a
@@ -57,22 +49,10 @@ class GattLink : private Stack::Observer {
         std::function<void(const Key&, const Bytes&, bool isIndication)> notified;
     };
 
-    /// How long an attempt may take, and a discovery of services.
-    static constexpr std::chrono::seconds kConnectLimit{20};
-    static constexpr std::chrono::seconds kDiscoverLimit{30};
+    /// How long until a device is tried again that somebody else is connecting.
+    static constexpr std::chrono::milliseconds kNextTry{200};
 
-    /// What the links of a stack know of each other.
-    struct Users {
-        std::map<std::uint64_t, int> links;  // how many each device has
-        /// Devices that are being disconnected: BlueZ takes two seconds for it, in which it calls
-        /// them connected, and takes an attempt to connect for done. Kept for the answer that tells
-        /// when.
-        std::shared_ptr<std::set<std::uint64_t>> leaving =
-            std::make_shared<std::set<std::uint64_t>>();
-    };
-
-    GattLink(Stack& stack, Discovery& discovery, Users& users, std::uint64_t address,
-             Callbacks callbacks);
+    GattLink(GattCentral& central, std::uint64_t address, Callbacks callbacks);
 
     /// Ends the subscriptions, and the connection if this was its last link.
     ~GattLink() override;
@@ -93,18 +73,11 @@ class GattLink : private Stack::Observer {
   private:
     enum class State : std::uint8_t { kSearching, kConnecting, kUp, kOver };
 
-    /// Values that come through a socket, each once.
-    class Packets;
-    struct Subscription {
-        std::unique_ptr<Packets> packets;  // none: they come as changes of the property
-        std::string path;
-        bool isIndication = false;
-    };
     /// Something under way.
     struct Operation {
         dbus::Bus::Slot call;
         OnRead done;
-        std::string reading;  // the path, where it is a read
+        std::unique_ptr<GattNotifications::Reading> reading;
         Loop::Timer limit;
     };
 
@@ -117,9 +90,9 @@ class GattLink : private Stack::Observer {
 
     void Look();
     void Connect();
-    void BecomeUp();
+    void Accepted(bool isConnected);
+    LinkEnd WhyEnded() const;
     void End(LinkEnd why);
-    void EndSubscription(const Subscription& subscription);
 
     std::optional<bluez::Characteristic> Find(const Key& key) const;
     std::uint64_t Begin(OnRead done);
@@ -131,19 +104,15 @@ class GattLink : private Stack::Observer {
     void CallOn(const bluez::Characteristic& characteristic, const char* method,
                 const dbus::Arguments& arguments, std::uint64_t number,
                 std::function<void(const dbus::Reply&)> succeeded);
-    void Acquire(const Key& key, const bluez::Characteristic& characteristic, std::uint64_t number);
-    void StartNotify(const Key& key, const bluez::Characteristic& characteristic,
-                     std::uint64_t number);
-
+    GattCentral& central_;
     Stack& stack_;
-    Discovery& discovery_;
-    Users& users_;
     std::uint64_t address_;
     Callbacks callbacks_;
     State state_ = State::kSearching;
     std::optional<bluez::Device> device_;
     std::optional<Discovery::Hold> search_;
     dbus::Bus::Slot connecting_;
+    bool isAccepted_ = false;  // BlueZ has connected
     Loop::Timer limit_;
     Loop::Timer later_;
     std::uint64_t lastOperation_ = 0;
@@ -151,8 +120,8 @@ class GattLink : private Stack::Observer {
     std::vector<std::uint64_t> discoveries_;
     std::int32_t mtu_;
     dbus::Bus::Slot askingMtu_;
-    std::map<Key, Subscription> subscriptions_;
-    std::map<std::string, int> reading_;  // paths whose value is being read
+    std::map<Key, std::unique_ptr<GattNotifications::Subscription>> subscriptions_;
+    std::set<Key> subscribing_;  // those that are not sure yet
     std::shared_ptr<void> alive_ = std::make_shared<char>();
 };
 

@@ -5,8 +5,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-Stack::Stack(Loop& loop, std::string adapterName)
-    : loop_(loop), adapterName_(std::move(adapterName))
+Stack::Stack(Loop& loop, std::string adapterName, std::chrono::microseconds callLimit)
+    : loop_(loop), adapterName_(std::move(adapterName)), callLimit_(callLimit)
 {}
 
 Stack::~Stack()
@@ -88,10 +88,10 @@ void Stack::Changed(const std::string& path, const std::string& interface,
 
 dbus::Bus::Slot Stack::Call(const std::string& path, const char* interface, const char* method,
                             const dbus::Arguments& arguments, dbus::Bus::OnReply done,
-                            std::chrono::microseconds limit)
+                            std::optional<std::chrono::microseconds> limit)
 {
     return bus_->Call({bluez::kService, path, interface, method}, arguments, std::move(done),
-                      limit);
+                      limit.value_or(callLimit_));
 }
 
 const char* TextOf(Stack::Presence presence)

@@ -6,7 +6,9 @@
 #include <service/linux/dbus/Bus.h>
 #include <service/linux/dbus/ObjectMirror.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,7 +23,8 @@ class Stack : private dbus::ObjectMirror::Observer {
   public:
     enum class Presence : std::uint8_t { kUnknown, kNoBus, kNoBluez, kNoAdapter, kThere };
 
-    /// Hears of changes, in the order of registration. Must not destroy the stack or an observer.
+    /// Hears of changes, in the order of registration. Must not destroy the stack; may destroy
+    /// observers.
     class Observer {
       public:
         Observer() = default;
@@ -45,8 +48,10 @@ class Stack : private dbus::ObjectMirror::Observer {
     /// How long until a bus that is not there is tried again.
     static constexpr std::chrono::seconds kNextTry{10};
 
-    /// The adapter by its name ("hci1"); the first that there is where it is empty.
-    Stack(Loop& loop, std::string adapterName);
+    /// The adapter by its name ("hci1"); the first that there is where it is empty. `callLimit` is
+    /// how long a call waits for its answer.
+    Stack(Loop& loop, std::string adapterName,
+          std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit);
     ~Stack() override;
 
     /// Observers are added before anything is heard, and removed before they end.
@@ -60,6 +65,12 @@ class Stack : private dbus::ObjectMirror::Observer {
     Presence GetPresence() const noexcept { return presence_; }
     const std::string& WantedAdapter() const noexcept { return adapterName_; }
 
+    /// Where an object of ours can be on the bus, below which nothing is or was.
+    std::string NewPath(const char* kind)
+    {
+        return std::string("/pelacon/") + kind + std::to_string(++lastPath_);
+    }
+
     /// The adapter; nothing where there is none.
     const std::optional<bluez::Adapter>& Adapter() const noexcept { return adapter_; }
 
@@ -67,11 +78,18 @@ class Stack : private dbus::ObjectMirror::Observer {
     dbus::Bus& Bus() const { return *bus_; }
     const dbus::ObjectMirror& Mirror() const { return *mirror_; }
 
-    /// Calls a method of the adapter, or of one of its objects; as Bus::Call.
-    [[nodiscard]] dbus::Bus::Slot Call(const std::string& path, const char* interface,
-                                       const char* method, const dbus::Arguments& arguments,
-                                       dbus::Bus::OnReply done,
-                                       std::chrono::microseconds limit = dbus::Bus::kUsualLimit);
+    /// Has the mirror ask for a property, as ObjectMirror::Refresh.
+    void Refresh(const std::string& path, const char* interface, const char* property)
+    {
+        mirror_->Refresh(path, interface, property);
+    }
+
+    /// Calls a method of the adapter, or of one of its objects; as Bus::Call. The limit is the
+    /// stack's where none is given.
+    [[nodiscard]] dbus::Bus::Slot Call(
+        const std::string& path, const char* interface, const char* method,
+        const dbus::Arguments& arguments, dbus::Bus::OnReply done,
+        std::optional<std::chrono::microseconds> limit = std::nullopt);
 
   private:
     void Connect();
@@ -90,12 +108,16 @@ class Stack : private dbus::ObjectMirror::Observer {
     void ForEachObserver(const Tell& tell)
     {
         for (Observer* const observer : std::vector(observers_)) {
-            tell(*observer);
+            if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) {
+                tell(*observer);
+            }
         }
     }
 
     Loop& loop_;
     std::string adapterName_;
+    std::chrono::microseconds callLimit_;
+    std::uint64_t lastPath_ = 0;
     std::vector<Observer*> observers_;
     Presence presence_ = Presence::kUnknown;
     std::optional<bluez::Adapter> adapter_;

@@ -57,9 +57,28 @@ const Properties* ObjectMirror::Find(const std::string& path, const std::string&
     return found != object->second.end() ? &found->second : nullptr;
 }
 
+void ObjectMirror::Refresh(const std::string& path, const std::string& interface,
+                           const std::string& property)
+{
+    const std::uint64_t number = ++lastRefresh_;
+    refreshes_[number] = bus_.Call(
+        {owner_, path, kProperties, "Get"}, {interface, property},
+        [this, number, path, interface, property](const Reply& reply) {
+            const auto done = refreshes_.extract(number);  // until the end of this call
+            const auto* const value = reply.IsError() || reply.arguments.empty()
+                                          ? nullptr
+                                          : std::get_if<Variant>(&reply.arguments.front().Get());
+            if (value != nullptr) {
+                Change(path, interface, {{property, *value->value}}, {});
+            }
+        });
+}
+
 void ObjectMirror::OwnerIs(const std::string& owner)
 {
     pictureCall_.Reset();
+    next_.Cancel();
+    refreshes_.clear();
     owner_ = owner;
     const bool wasThere = std::exchange(isThere_, false);
     Clear();
@@ -67,15 +86,21 @@ void ObjectMirror::OwnerIs(const std::string& owner)
         observer_.Vanished();
     }
     if (!owner_.empty()) {
-        pictureCall_ = bus_.Call({owner_, "/", kObjectManager, "GetManagedObjects"}, {},
-                                 [this](const Reply& reply) { Picture(reply); });
+        Ask();
     }
+}
+
+void ObjectMirror::Ask()
+{
+    pictureCall_ = bus_.Call({owner_, "/", kObjectManager, "GetManagedObjects"}, {},
+                             [this](const Reply& reply) { Picture(reply); });
 }
 
 void ObjectMirror::Picture(const Reply& reply)
 {
     const auto* const objects = reply.First<Dictionary>();
     if (objects == nullptr) {
+        next_ = bus_.GetLoop().After(kNextTry, [this] { Ask(); });
         observer_.Vanished();
         return;
     }
@@ -95,7 +120,11 @@ void ObjectMirror::Heard(const Signal& signal)
         return;
     }
     if (signal.name == "PropertiesChanged") {
-        Change(signal.path, signal);
+        const auto* const interface = At<std::string>(signal.arguments, 0);
+        if (interface != nullptr && signal.arguments.size() >= 3) {
+            Change(signal.path, *interface, ReadProperties(signal.arguments[1]),
+                   ReadTexts(signal.arguments[2]));
+        }
         return;
     }
     const auto* const path = At<ObjectPath>(signal.arguments, 0);
@@ -137,25 +166,24 @@ void ObjectMirror::Remove(const std::string& path, const std::string& interface)
     }
 }
 
-void ObjectMirror::Change(const std::string& path, const Signal& signal)
+void ObjectMirror::Change(const std::string& path, const std::string& interface,
+                          const Properties& changed, const std::vector<std::string>& invalidated)
 {
-    const auto* const interface = At<std::string>(signal.arguments, 0);
     const auto object = objects_.find(path);
-    if (interface == nullptr || signal.arguments.size() < 3 || object == objects_.end()) {
+    if (object == objects_.end()) {
         return;
     }
-    const auto kept = object->second.find(*interface);
+    const auto kept = object->second.find(interface);
     if (kept == object->second.end()) {
         return;
     }
-    const Properties changed = ReadProperties(signal.arguments[1]);
     for (const auto& [name, value] : changed) {
         kept->second.insert_or_assign(name, value);
     }
-    for (const std::string& name : ReadTexts(signal.arguments[2])) {
+    for (const std::string& name : invalidated) {
         kept->second.erase(name);
     }
-    observer_.Changed(path, *interface, changed);
+    observer_.Changed(path, interface, changed);
 }
 
 void ObjectMirror::Clear()

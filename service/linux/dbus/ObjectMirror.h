@@ -3,8 +3,11 @@
 
 #include <service/linux/dbus/Bus.h>
 
+#include <chrono>
+#include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace pelacon::service::linux_radios::dbus {
 
@@ -40,6 +43,9 @@ class ObjectMirror {
 
     using Objects = std::map<std::string, Interfaces>;
 
+    /// How long until a service that did not list its objects is asked again.
+    static constexpr std::chrono::seconds kNextTry{3};
+
     /// Both outlive the mirror.
     ObjectMirror(Bus& bus, std::string service, Observer& observer);
 
@@ -50,16 +56,27 @@ class ObjectMirror {
     bool IsThere() const noexcept { return isThere_; }
     const Objects& All() const noexcept { return objects_; }
 
+    /// The service's own name on the bus; empty where there is none.
+    const std::string& Owner() const noexcept { return owner_; }
+
     /// Nothing where there is no such object, or it has no such interface.
     const Properties* Find(const std::string& path, const std::string& interface) const;
 
+    /// Asks for a property that may change without a signal. The observer hears of the answer as of
+    /// a change, even if it is the value that the copy has; of none where there is no such
+    /// property.
+    void Refresh(const std::string& path, const std::string& interface,
+                 const std::string& property);
+
   private:
     void OwnerIs(const std::string& owner);
+    void Ask();
     void Picture(const Reply& reply);
     void Heard(const Signal& signal);
     void Insert(const std::string& path, const Interfaces& interfaces);
     void Remove(const std::string& path, const std::string& interface);
-    void Change(const std::string& path, const Signal& signal);
+    void Change(const std::string& path, const std::string& interface, const Properties& changed,
+                const std::vector<std::string>& invalidated);
     void Clear();
 
     Bus& bus_;
@@ -70,9 +87,12 @@ class ObjectMirror {
     Objects objects_;
     Bus::Slot ownerCall_;
     Bus::Slot pictureCall_;
+    Loop::Timer next_;
     Bus::Slot owners_;
     Bus::Slot managed_;
     Bus::Slot changes_;
+    std::uint64_t lastRefresh_ = 0;
+    std::map<std::uint64_t, Bus::Slot> refreshes_;
 };
 
 }  // namespace pelacon::service::linux_radios::dbus

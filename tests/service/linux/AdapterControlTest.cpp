@@ -160,6 +160,10 @@ TEST_F(AnAdapterControl, ReportsConnectedDevices)
     EXPECT_THAT(Do([this] { return control->Picture().connected; }), ElementsAre(Pair(1, true)));
     bluetoothd->Do({{"do", "remove"}, {"path", path}});
     EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return picture.connected.empty(); }));
+    // BlueZ may signal no more than that.
+    bluetoothd->Do({{"do", "device"}, {"path", path}, {"Address", "00:00:00:00:00:01"}});
+    bluetoothd->Do({{"do", "change"}, {"path", path}, {"ServicesResolved", true}});
+    EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return !picture.connected.empty(); }));
 }
 
 }  // namespace

@@ -145,6 +145,24 @@ TEST_F(TheMirrorOfBluez, FollowsChanges)
     Do([this] { EXPECT_TRUE(mirror->All().empty()); });
 }
 
+TEST_F(TheMirrorOfBluez, AsksForWhatChangesWithoutASignal)
+{
+    StandIn bluetoothd("bluez.py");
+    const std::string path = "/org/bluez/hci0/dev_1";
+    bluetoothd.Do({{"do", "adapter"}, {"name", "hci0"}});
+    bluetoothd.Do({{"do", "device"}, {"path", "hci0/dev_1"}});
+    Start();
+    ASSERT_TRUE(Hears("there"));
+    bluetoothd.Do({{"do", "set"}, {"path", "hci0/dev_1"}, {"Connected", true}});
+    Do([&] {
+        mirror->Refresh(path, bluez::kDevice, "NoSuchProperty");
+        mirror->Refresh("/org/bluez/hci7", bluez::kDevice, "Connected");
+        mirror->Refresh(path, bluez::kDevice, "Connected");
+    });
+    ASSERT_TRUE(Hears("= " + path + " Connected"));
+    Do([&] { EXPECT_TRUE(bluez::DeviceAt(*mirror, path)->isConnected); });
+}
+
 TEST_F(TheMirrorOfBluez, IsEmptiedWithBluezAndFilledWithIt)
 {
     {
@@ -158,9 +176,13 @@ TEST_F(TheMirrorOfBluez, IsEmptiedWithBluezAndFilledWithIt)
     }
     EXPECT_THAT(Do([this] { return notes.lines; }),
                 ElementsAre("+ /org/bluez/hci0 org.bluez.Adapter1",
+                            "+ /org/bluez/hci0 org.bluez.GattManager1",
+                            "+ /org/bluez/hci0 org.bluez.LEAdvertisingManager1",
                             "+ /org/bluez/hci0/dev_1 org.bluez.Device1", "there",
                             "- /org/bluez/hci0/dev_1 org.bluez.Device1",
-                            "- /org/bluez/hci0 org.bluez.Adapter1", "gone"));
+                            "- /org/bluez/hci0 org.bluez.Adapter1",
+                            "- /org/bluez/hci0 org.bluez.GattManager1",
+                            "- /org/bluez/hci0 org.bluez.LEAdvertisingManager1", "gone"));
     Do([this] {
         EXPECT_FALSE(mirror->IsThere());
         notes.lines.clear();
@@ -169,7 +191,7 @@ TEST_F(TheMirrorOfBluez, IsEmptiedWithBluezAndFilledWithIt)
     ASSERT_TRUE(Hears("there"));
 }
 
-TEST_F(TheMirrorOfBluez, StaysEmptyWhereTheListIsRefusedOrLate)
+TEST_F(TheMirrorOfBluez, StaysEmptyWhileTheListIsRefused)
 {
     StandIn bluetoothd("bluez.py");
     bluetoothd.Do({{"do", "adapter"}, {"name", "hci0"}});
@@ -178,10 +200,14 @@ TEST_F(TheMirrorOfBluez, StaysEmptyWhereTheListIsRefusedOrLate)
                    {"error", "org.freedesktop.DBus.Error.AccessDenied"}});
     Start();
     ASSERT_TRUE(Hears("gone"));
-    EXPECT_FALSE(mirror->IsThere());
-    // Something new does not make up for what is not known.
+    // Something new does not make up for what is not known. All of it is asked for again.
     bluetoothd.Do({{"do", "device"}, {"path", "hci0/dev_1"}});
-    Do([this] { EXPECT_TRUE(mirror->All().empty()); });
+    ASSERT_TRUE(Hears("there"));
+    EXPECT_THAT(Do([this] { return notes.lines; }),
+                ElementsAre("gone", "+ /org/bluez/hci0 org.bluez.Adapter1",
+                            "+ /org/bluez/hci0 org.bluez.GattManager1",
+                            "+ /org/bluez/hci0 org.bluez.LEAdvertisingManager1",
+                            "+ /org/bluez/hci0/dev_1 org.bluez.Device1", "there"));
 }
 
 }  // namespace

@@ -1,143 +1,10 @@
-#include <service/linux/bluetooth/GattLink.h>
-#include <tests/service/linux/Recorded.h>
-#include <tests/service/linux/StackTest.h>
+#include <tests/service/linux/GattLinkTest.h>
 
 namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
 using nlohmann::json;
-
-const Uuid kHeartRate = *protocol::ParseUuid("180d");
-const Uuid kMeasurement = *protocol::ParseUuid("2a37");
-const Uuid kControlPoint = *protocol::ParseUuid("2a39");
-const Uuid kOther = *protocol::ParseUuid("2a00");
-constexpr std::uint64_t kAddress = 0xC10203040506U;
-
-class AGattLink : public StackTest {
-  protected:
-    AGattLink()
-    {
-        StartBluez();
-        Do([this] {
-            discovery = std::make_unique<Discovery>(
-                *stack,
-                Discovery::Callbacks{[](const AdvertisingReport&) {}, [] {}, [](ControlOutcome) {}},
-                [](std::uint16_t) -> FileDescriptor {
-                    throw std::system_error(
-                        std::make_error_code(std::errc::operation_not_permitted));
-                });
-        });
-        Start();
-        EXPECT_TRUE(Eventually([this] { return stack->Adapter().has_value(); }));
-    }
-    ~AGattLink() override
-    {
-        Do([this] {
-            link.reset();
-            discovery.reset();
-        });
-    }
-
-    void AddDevice()
-    {
-        bluetoothd->Do({{"do", "device"},
-                        {"path", kDevicePath},
-                        {"Address", "C1:02:03:04:05:06"},
-                        {"AddressType", "random"}});
-    }
-    void AddServices()
-    {
-        const std::string service = std::string(kDevicePath) + "/service1";
-        bluetoothd->Do({{"do", "service"}, {"path", service}, {"UUID", "180d"}});
-        const auto add = [&](const char* name, const char* uuid, const json& flags) {
-            bluetoothd->Do({{"do", "characteristic"},
-                            {"path", service + "/" + name},
-                            {"UUID", uuid},
-                            {"Flags", flags},
-                            {"MTU", 100}});
-        };
-        add("char1", "2a37", {"read", "notify"});
-        add("char2", "2a39", {"write", "indicate"});
-        bluetoothd->Do({{"do", "change"}, {"path", kDevicePath}, {"ServicesResolved", true}});
-    }
-    std::unique_ptr<GattLink> NewLink()
-    {
-        return Do([this] {
-            return std::make_unique<GattLink>(
-                *stack, *discovery, users, kAddress,
-                GattLink::Callbacks{
-                    [this] { events.emplace_back("connected"); },
-                    [this](LinkEnd why) {
-                        events.push_back("ended " + std::to_string(static_cast<int>(why)));
-                    },
-                    [this](const GattLink::Key& key, const dbus::Bytes& value, bool indication) {
-                        values.push_back({key.second, value, indication});
-                    }});
-        });
-    }
-    void Connect()
-    {
-        AddDevice();
-        link = NewLink();
-        ASSERT_TRUE(Sees({"connected"}));
-        AddServices();
-        Do([this] { link->Discover(Store()); });
-        ASSERT_EQ(Result(), GattResult::kDone);
-    }
-    bool Sees(const std::vector<std::string>& expected)
-    {
-        const bool isSeen = Eventually([&] { return events == expected; });
-        EXPECT_EQ(Do([&] { return events; }), expected);
-        return isSeen;
-    }
-    GattLink::Done Store()
-    {
-        result.reset();
-        return [this](GattResult outcome) { result = outcome; };
-    }
-    GattLink::OnRead StoreRead()
-    {
-        result.reset();
-        return [this](GattResult outcome, const dbus::Bytes& bytes) {
-            result = outcome;
-            read = bytes;
-        };
-    }
-    std::optional<GattResult> Result()
-    {
-        EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
-        return Do([this] { return result; });
-    }
-    /// Waits until a method was called on the device or one of its characteristics; or a socket
-    /// closed.
-    bool IsCalled(const std::string& method)
-    {
-        return LoopTest::Eventually([&] {
-            for (const json& call : bluetoothd->Do({{"do", "calls"}})) {
-                calls.push_back(call.at(0));
-            }
-            return std::find(calls.begin(), calls.end(), method) != calls.end();
-        });
-    }
-
-    struct Value {
-        Uuid characteristic;
-        dbus::Bytes bytes;
-        bool isIndication;
-    };
-
-    static constexpr const char* kDevicePath = "hci0/dev_C1_02_03_04_05_06";
-
-    std::vector<std::string> events;
-    std::vector<Value> values;
-    std::vector<std::string> calls;
-    std::optional<GattResult> result;
-    dbus::Bytes read;
-    GattLink::Users users;
-    std::unique_ptr<Discovery> discovery;
-    std::unique_ptr<GattLink> link;
-};
 
 TEST_F(AGattLink, ConnectsAndFindsServices)
 {
@@ -157,16 +24,6 @@ TEST_F(AGattLink, SearchesForADeviceThatIsNotKnown)
     AddDevice();
     EXPECT_TRUE(Sees({"connected"}));
     EXPECT_TRUE(IsCalled("StopDiscovery"));
-}
-
-TEST_F(AGattLink, DoesNotComeUpWhereBluezSaysSo)
-{
-    AddDevice();
-    bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"error", "org.bluez.Error.Failed"}});
-    link = NewLink();
-    EXPECT_TRUE(Sees({"ended 0"}));
-    Do([this] { link->Discover(Store()); });
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
 }
 
 TEST_F(AGattLink, ReadsAndWrites)
@@ -192,51 +49,6 @@ TEST_F(AGattLink, ReadsAndWrites)
     EXPECT_EQ(Result(), GattResult::kNotFound);
 }
 
-TEST_F(AGattLink, TellsWhyAnOperationIsRefused)
-{
-    Connect();
-    for (const auto& [error, expected] :
-         {std::pair{"org.bluez.Error.NotPermitted", GattResult::kNotPermitted},
-          std::pair{"org.bluez.Error.NotAuthorized", GattResult::kNotPermitted},
-          std::pair{"org.bluez.Error.NotSupported", GattResult::kNotSupported},
-          std::pair{"org.bluez.Error.InvalidValueLength", GattResult::kInvalidValue},
-          std::pair{"org.bluez.Error.InProgress", GattResult::kBusy},
-          std::pair{"org.bluez.Error.NotConnected", GattResult::kNotConnected},
-          std::pair{"org.bluez.Error.Failed", GattResult::kUnreachable}}) {
-        bluetoothd->Do({{"do", "fail"}, {"method", "ReadValue"}, {"error", error}});
-        Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
-        EXPECT_EQ(Result(), expected) << error;
-    }
-}
-
-TEST_F(AGattLink, EndsWhatIsUnderWayWhenThePeerGoes)
-{
-    Connect();
-    bluetoothd->Do({{"do", "fail"}, {"method", "ReadValue"}, {"never", true}});
-    Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
-    bluetoothd->Do({{"do", "change"}, {"path", kDevicePath}, {"Connected", false}});
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
-    EXPECT_TRUE(Sees({"connected", "ended 1"}));
-}
-
-TEST_F(AGattLink, EndsWithBluezAndWithTheAdapter)
-{
-    Connect();
-    bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", false}});
-    EXPECT_TRUE(Sees({"connected", "ended 2"}));
-    Do([this] {
-        link.reset();
-        events.clear();
-    });
-    StartBluez();
-    AddDevice();
-    ASSERT_TRUE(Eventually([this] { return stack->Adapter() && stack->Adapter()->isOn; }));
-    link = NewLink();
-    ASSERT_TRUE(Sees({"connected"}));
-    bluetoothd->Kill();
-    EXPECT_TRUE(Sees({"connected", "ended 2"}));
-}
-
 TEST_F(AGattLink, HasEachNotificationOnceThroughASocket)
 {
     Connect();
@@ -256,6 +68,62 @@ TEST_F(AGattLink, HasEachNotificationOnceThroughASocket)
     });
     EXPECT_EQ(Result(), GattResult::kDone);
     EXPECT_TRUE(IsCalled("closed"));
+}
+
+TEST_F(AGattLink, ComesUpWithAnotherOneThatIsFirst)
+{
+    AddDevice();
+    bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"delay", 50}});
+    bluetoothd->Do(
+        {{"do", "fail"}, {"method", "Connect"}, {"error", "org.bluez.Error.InProgress"}});
+    link = NewLink();
+    auto second = NewLink();
+    EXPECT_TRUE(Sees({"connected", "connected"}));
+    Do([&] { second.reset(); });
+}
+
+TEST_F(AGattLink, SharesASubscriptionWithOthers)
+{
+    Connect();
+    auto second = NewLink();
+    ASSERT_TRUE(Sees({"connected", "connected"}));
+    int done = 0;
+    Do([&] {
+        const auto count = [&](GattResult outcome) {
+            done += outcome == GattResult::kDone ? 1 : 0;
+        };
+        link->Subscribe({kHeartRate, kMeasurement}, true, count);
+        second->Subscribe({kHeartRate, kMeasurement}, true, count);
+    });
+    ASSERT_TRUE(Eventually([&] { return done == 2; }));
+    const std::string path = std::string(kDevicePath) + "/service1/char1";
+    bluetoothd->Do({{"do", "packet"}, {"path", path}, {"value", "01"}});
+    EXPECT_TRUE(Eventually([this] { return values.size() == 2; }));
+    Do([this] {
+        link.reset();
+        values.clear();
+    });
+    bluetoothd->Do({{"do", "packet"}, {"path", path}, {"value", "02"}});
+    EXPECT_TRUE(Eventually([this] { return values.size() == 1; }));
+    const json made = bluetoothd->Do({{"do", "calls"}});
+    EXPECT_EQ(std::count_if(made.begin(), made.end(),
+                            [](const json& call) { return call.at(0) == "AcquireNotify"; }),
+              1);
+    Do([&] { second.reset(); });
+    EXPECT_TRUE(IsCalled("closed"));
+}
+
+TEST_F(AGattLink, TriesAgainToSubscribeAfterARefusal)
+{
+    Connect();
+    for (const char* const method : {"AcquireNotify", "StartNotify"}) {
+        bluetoothd->Do(
+            {{"do", "fail"}, {"method", method}, {"error", "org.bluez.Error.NotPermitted"}});
+    }
+    Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
+    EXPECT_EQ(Result(), GattResult::kNotPermitted);
+    Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
+    EXPECT_EQ(Result(), GattResult::kDone);
 }
 
 TEST_F(AGattLink, HasIndicationsByChangesOfTheProperty)

@@ -19,9 +19,9 @@ using namespace bluetooth;  // NOLINT(google-build-using-namespace)
 
 class StackTest : public LoopTest {
   protected:
-    StackTest()
+    explicit StackTest(std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit)
     {
-        Do([this] { stack = std::make_unique<Stack>(loop, ""); });
+        Do([&] { stack = std::make_unique<Stack>(loop, "", callLimit); });
     }
     /// What observes the stack has ended by then.
     ~StackTest() override

@@ -24,6 +24,7 @@ ADVERTISEMENT = 'org.bluez.LEAdvertisement1'
 DEVICE = 'org.bluez.Device1'
 GATT_SERVICE = 'org.bluez.GattService1'
 CHARACTERISTIC = 'org.bluez.GattCharacteristic1'
+GATT_MANAGER = 'org.bluez.GattManager1'
 
 # The types that BlueZ gives its properties, where they are not texts or truth values.
 TYPES = {
@@ -88,6 +89,9 @@ class Faults:
         if 'error' in fault:
             def act():
                 fail(Failure(fault['error'], fault.get('message', '')))
+        elif fault.get('idle'):
+            def act():
+                reply()
         else:
             def act():
                 self.finish(perform, reply, fail)
@@ -114,24 +118,34 @@ faults = Faults()
 class Exported(dbus.service.Object):
     """An object with properties, listed by the object manager while it is there."""
 
+    others = ()  # further interfaces, without properties
+
     def __init__(self, path, interface, properties):
         self.path, self.interface = path, interface
         self.properties = {name: to_bus(name, value) for name, value in properties.items()}
         super().__init__(bus, path)
         objects[path] = self
-        root.InterfacesAdded(dbus.ObjectPath(path), {interface: self.properties})
+        root.InterfacesAdded(dbus.ObjectPath(path), self.interfaces())
+
+    def interfaces(self):
+        nothing = dbus.Dictionary({}, signature='sv')
+        return {self.interface: self.properties, **{other: nothing for other in self.others}}
 
     def remove(self):
         for path in [path for path in objects if path.startswith(self.path + '/')]:
-            objects[path].remove()
+            if path in objects:  # not removed with another one
+                objects[path].remove()
         del objects[self.path]
-        root.InterfacesRemoved(dbus.ObjectPath(self.path), [self.interface])
+        root.InterfacesRemoved(dbus.ObjectPath(self.path), [self.interface, *self.others])
         self.remove_from_connection()
 
-    def change(self, properties):
+    def set(self, properties):
         changed = {name: to_bus(name, value) for name, value in properties.items()}
         self.properties.update(changed)
-        self.PropertiesChanged(self.interface, changed, [])
+        return changed
+
+    def change(self, properties):
+        self.PropertiesChanged(self.interface, self.set(properties), [])
 
     @dbus.service.signal(PROPERTIES, signature='sa{sv}as')
     def PropertiesChanged(self, interface, changed, invalidated):
@@ -156,6 +170,8 @@ class Exported(dbus.service.Object):
 
 
 class Adapter(Exported):
+    others = (GATT_MANAGER, ADVERTISING)
+
     def __init__(self, name, properties):
         super().__init__(ROOT + '/' + name, ADAPTER, {
             'Address': '00:00:00:00:00:00', 'Alias': name, 'Powered': False, 'Discovering': False,
@@ -194,6 +210,27 @@ class Adapter(Exported):
     def UnregisterAdvertisement(self, path, reply, fail):
         faults.answer('UnregisterAdvertisement', [path], lambda: advertisements.pop(path) and None, reply, fail)
 
+    @dbus.service.method(GATT_MANAGER, in_signature='oa{sv}', async_callbacks=('reply', 'fail'),
+                         sender_keyword='sender')
+    def RegisterApplication(self, path, options, reply, fail, sender):
+        def register():
+            bus.call_async(sender, path, MANAGER, 'GetManagedObjects', '', (), keep, fail)
+            return DEFERRED
+
+        def keep(managed):
+            applications[path] = (sender, managed)
+            bus.add_signal_receiver(changed, 'PropertiesChanged', PROPERTIES, sender, path_keyword='path')
+            reply()
+
+        def changed(interface, properties, invalidated, path):
+            faults.calls.append(['changed', path, from_bus(properties)])
+
+        faults.answer('RegisterApplication', [path], register, reply, fail)
+
+    @dbus.service.method(GATT_MANAGER, in_signature='o', async_callbacks=('reply', 'fail'))
+    def UnregisterApplication(self, path, reply, fail):
+        faults.answer('UnregisterApplication', [path], lambda: applications.pop(path) and None, reply, fail)
+
     def discover(self, on):
         if not self.properties['Powered']:
             raise Failure('org.bluez.Error.NotReady', 'Resource Not Ready')
@@ -206,14 +243,22 @@ class Device(Exported):
             'Adapter': path.rsplit('/', 1)[0], 'AddressType': 'public', 'Connected': False,
             'ServicesResolved': False, **properties})
 
+    def set(self, properties):
+        if properties.get('Connected') is False:
+            properties = {'ServicesResolved': False, **properties}
+        return super().set(properties)
+
     @dbus.service.method(DEVICE, async_callbacks=('reply', 'fail'))
     def Connect(self, reply, fail):
-        faults.answer('Connect', [self.path], lambda: self.change({'Connected': True}), reply, fail)
+        # Without a signal, as BlueZ does where it sees the connection before the kernel reports it.
+        def connect():
+            self.set({'Connected': True})
+
+        faults.answer('Connect', [self.path], connect, reply, fail)
 
     @dbus.service.method(DEVICE, async_callbacks=('reply', 'fail'))
     def Disconnect(self, reply, fail):
-        faults.answer('Disconnect', [self.path],
-                      lambda: self.change({'Connected': False, 'ServicesResolved': False}), reply, fail)
+        faults.answer('Disconnect', [self.path], lambda: self.change({'Connected': False}), reply, fail)
 
 
 class Characteristic(Exported):
@@ -261,7 +306,7 @@ class Root(dbus.service.Object):
     @dbus.service.method(MANAGER, out_signature='a{oa{sa{sv}}}', async_callbacks=('reply', 'fail'))
     def GetManagedObjects(self, reply, fail):
         faults.answer('GetManagedObjects', [], lambda: dbus.Dictionary(
-            {dbus.ObjectPath(path): {one.interface: one.properties} for path, one in objects.items()},
+            {dbus.ObjectPath(path): one.interfaces() for path, one in objects.items()},
             signature='oa{sa{sv}}'), reply, fail)
 
     @dbus.service.signal(MANAGER, signature='oa{sa{sv}}')
@@ -297,6 +342,11 @@ def do_change(path, **properties):
     objects[ROOT + '/' + path].change(properties)
 
 
+def do_set(path, **properties):
+    """Changes properties without a signal."""
+    objects[ROOT + '/' + path].set(properties)
+
+
 def do_packet(path, value):
     """A value through the socket of AcquireNotify."""
     objects[ROOT + '/' + path].socket.send(bytes.fromhex(value))
@@ -304,7 +354,7 @@ def do_packet(path, value):
 
 def do_fail(method, **fault):
     """The next call (or the next so many "times") of the method ends in an "error", after a "delay" in
-    ms, or "never". A delay alone makes it late."""
+    ms, or "never". A delay alone makes it late. An "idle" one is answered, but does nothing."""
     faults.planned.setdefault(method, []).append(fault)
 
 
@@ -322,12 +372,52 @@ def from_bus(value):
         return {str(int(key) if isinstance(key, int) else key): from_bus(one) for key, one in value.items()}
     if isinstance(value, dbus.Array):
         return [from_bus(one) for one in value]
+    if isinstance(value, dbus.Boolean):
+        return bool(value)
     return value
 
 
 def do_advertisements():
     """The properties of all that is advertised, by its path."""
     return {path: from_bus(properties) for path, (_, properties) in advertisements.items()}
+
+
+def do_applications():
+    """All objects of the GATT services that programs have registered, by their paths."""
+    return {path: {name: from_bus(properties) for name, properties in interfaces.items()}
+            for _, managed in applications.values() for path, interfaces in managed.items()}
+
+
+def do_peer(method, characteristic, value=None, **options):
+    """Calls a program's characteristic on behalf of a device, and says what it returns."""
+    sender = next(sender for sender, managed in applications.values() if characteristic in managed)
+    if 'device' in options:
+        options['device'] = dbus.ObjectPath(ROOT + '/' + options['device'])
+    for name in 'offset', 'mtu':
+        if name in options:
+            options[name] = dbus.UInt16(options[name])
+    given = [] if value is None else [octets(bytes.fromhex(value))]
+    if method in ('ReadValue', 'WriteValue', 'AcquireNotify'):
+        given.append(dbus.Dictionary(options, signature='sv'))
+    signature = {'ReadValue': 'a{sv}', 'WriteValue': 'aya{sv}', 'AcquireNotify': 'a{sv}'}.get(method, '')
+    try:
+        return {'value': from_bus(bus.call_blocking(sender, characteristic, CHARACTERISTIC, method, signature, given))}
+    except dbus.DBusException as failure:
+        return {'error': failure.get_dbus_name()}
+
+
+def do_sender():
+    """The program whose services are registered."""
+    return next(sender for sender, _ in applications.values())
+
+
+def do_foreign(sender, path):
+    """Reads a characteristic as a program that is not bluetoothd."""
+    try:
+        bus.call_blocking(sender, path, CHARACTERISTIC, 'ReadValue', 'a{sv}', [dbus.Dictionary({}, signature='sv')])
+    except dbus.DBusException as failure:
+        return failure.get_dbus_name()
+    return ''
 
 
 def do_release(path):
@@ -376,6 +466,7 @@ dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 bus = dbus.SystemBus()
 objects = {}
 advertisements = {}
+applications = {}
 root = Root(bus, '/')
 bus.request_name(SERVICE)
 loop = GLib.MainLoop()

@@ -1,0 +1,49 @@
+// What this machine's links to other devices share.
+#pragma once
+
+#include <service/linux/bluetooth/Discovery.h>
+#include <service/linux/bluetooth/GattNotifications.h>
+#include <service/linux/bluetooth/KernelConnections.h>
+#include <service/linux/bluetooth/Stack.h>
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+/// In the loop's thread; outlives the links.
+struct GattCentral {
+    GattCentral(Stack& theStack, Discovery& theDiscovery, const KernelConnections& theConnections)
+        : stack(theStack),
+          discovery(theDiscovery),
+          connections(theConnections),
+          notifications(theStack)
+    {}
+
+    Stack& stack;
+    Discovery& discovery;
+    const KernelConnections& connections;
+    GattNotifications notifications;
+
+    /// How long an attempt to connect may take, and a discovery of services.
+    std::chrono::milliseconds connectLimit = std::chrono::seconds(20);
+    std::chrono::milliseconds discoverLimit = std::chrono::seconds(30);
+
+    /// How many links each device has.
+    std::map<std::uint64_t, int> links;
+
+    /// Devices that are being disconnected, each as long as somebody awaits the answer. BlueZ takes
+    /// two seconds for it, in which it calls them connected, and takes an attempt to connect for
+    /// done.
+    std::map<std::uint64_t, std::weak_ptr<void>> leaving;
+
+    bool IsLeaving(std::uint64_t address) const
+    {
+        const auto found = leaving.find(address);
+        return found != leaving.end() && !found->second.expired();
+    }
+};
+
+}  // namespace pelacon::service::linux_radios::bluetooth
