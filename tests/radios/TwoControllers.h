@@ -5,6 +5,7 @@
 #include <service/linux/bluetooth/Advertisements.h>
 #include <service/linux/bluetooth/Discovery.h>
 #include <service/linux/bluetooth/GattLink.h>
+#include <service/linux/bluetooth/GattPeers.h>
 #include <service/linux/bluetooth/Sockets.h>
 
 #include <gtest/gtest.h>
@@ -44,6 +45,7 @@ class Machine {
     }
     KernelConnections connections{stack, &OpenManagement};
     GattCentral central{stack, discovery, connections};
+    GattPeers peers{central};
     Advertisements advertisements{stack, &OpenManagement};
 };
 

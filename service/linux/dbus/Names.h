@@ -8,6 +8,7 @@ namespace pelacon::service::linux_radios::dbus {
 inline constexpr const char* kBus = "org.freedesktop.DBus";
 inline constexpr const char* kBusPath = "/org/freedesktop/DBus";
 inline constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
+inline constexpr const char* kPeer = "org.freedesktop.DBus.Peer";
 inline constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
 /// Throws what a negative result means.

@@ -1,0 +1,124 @@
+// One characteristic of a GATT service of this machine.
+#pragma once
+
+#include <protocol/Uuid.h>
+#include <service/linux/bluetooth/GattPeers.h>
+#include <service/linux/bluetooth/GattResult.h>
+#include <service/linux/bluetooth/Stack.h>
+#include <service/linux/dbus/ObjectTree.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <list>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+using protocol::Uuid;
+
+/// Answers what BlueZ asks on behalf of peers, knows who subscribed, and sends values. In the
+/// loop's thread.
+class ServedCharacteristic {
+  public:
+    using Bytes = dbus::Bytes;
+    using Done = std::function<void(GattResult)>;
+
+    /// What peers do, as far as the flags permit it; see GattService::Callbacks.
+    struct Callbacks {
+        std::function<Bytes(std::uint64_t peer)> read;
+        std::function<void(std::uint64_t peer, const Bytes& value)> written;
+    };
+
+    /// How long a peer may take to confirm an indication, as GATT has it.
+    static constexpr std::chrono::seconds kConfirmLimit{30};
+
+    /// So many values are sent before BlueZ is asked whether it has them, and so many wait
+    /// meanwhile.
+    static constexpr std::size_t kMostAtOnce = 16;
+    static constexpr std::size_t kMostWaiting = 1024;
+
+    /// The flags are those of service/radio/Gatt.h. Stack and peers outlive it.
+    ServedCharacteristic(Stack& stack, GattPeers& peers, const Uuid& uuid, std::int32_t flags,
+                         Callbacks callbacks);
+
+    ServedCharacteristic(const ServedCharacteristic&) = delete;
+    ServedCharacteristic& operator=(const ServedCharacteristic&) = delete;
+
+    /// Adds its object to a tree, below that of its service. The tree stays until Detach.
+    void Attach(dbus::ObjectTree& tree, const std::string& service, const std::string& path);
+
+    /// Nobody subscribes any more, and nobody will confirm.
+    void Detach();
+
+    void PeerDisconnected(std::uint64_t peer);
+
+    /// These are as in GattService.
+    std::vector<std::uint64_t> Subscribers() const;
+    void Notify(const Bytes& value, Done done);
+    void NotifyOne(std::uint64_t peer, const Bytes& value, Done done);
+
+  private:
+    struct Waiting {
+        Bytes value;
+        Done done;
+    };
+    /// A value that awaits being confirmed. BlueZ does not tell by whom it is, so all that is kept
+    /// of those who have confirmed is how many have not.
+    struct Indication {
+        std::set<std::uint64_t> peers;
+        std::size_t missing = 0;
+        Done done;
+        Loop::Timer limit;
+    };
+    using Indications = std::list<Indication>;
+
+    /// What BlueZ says with each call for a peer.
+    struct Request {
+        std::uint64_t peer = 0;
+        std::size_t offset = 0;
+    };
+    using Answer = void (ServedCharacteristic::*)(const dbus::Incoming&, dbus::Invocation&);
+
+    bool Has(std::int32_t flags) const noexcept { return (flags_ & flags) != 0; }
+    dbus::ObjectTree::Handler Handle(Answer answer);
+    Request Note(const dbus::Incoming& call, std::size_t options);
+
+    void Read(const dbus::Incoming& call, dbus::Invocation& invocation);
+    void Write(const dbus::Incoming& call, dbus::Invocation& invocation);
+    void Subscribe(const dbus::Incoming& call, dbus::Invocation& invocation);
+    void Start(const dbus::Incoming& call, dbus::Invocation& invocation);
+    void Stop(const dbus::Incoming& call, dbus::Invocation& invocation);
+    void Confirm(const dbus::Incoming& call, dbus::Invocation& invocation);
+
+    void SendWaiting();
+    void Send(Waiting next);
+    void TellSent(GattResult result);
+    void TellLater(Done done, GattResult result);
+    void Finish(Indications::iterator indication, GattResult result);
+
+    Stack& stack_;
+    GattPeers& peers_;
+    Uuid uuid_;
+    std::int32_t flags_;
+    Callbacks callbacks_;
+    dbus::ObjectTree* tree_ = nullptr;
+    std::string path_;
+    std::set<std::uint64_t> subscribers_;
+    bool isStarted_ = false;  // somebody subscribed, even where it is not known who
+    std::deque<Waiting> waiting_;
+    std::vector<Done> sent_;  // notifications that BlueZ may not have yet
+    dbus::Bus::Slot asking_;  // whether it has
+    Indications indications_;
+    std::map<std::uint64_t, Bytes> readParts_;     // the value that each peer reads part by part
+    std::map<std::uint64_t, Bytes> writtenParts_;  // what each peer wrote so far
+    std::uint64_t lastTelling_ = 0;
+    std::map<std::uint64_t, Loop::Timer> telling_;
+};
+
+}  // namespace pelacon::service::linux_radios::bluetooth

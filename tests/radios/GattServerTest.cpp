@@ -1,0 +1,76 @@
+// What a GATT server of ours does for a client. Run in the virtual machine, by
+// tests/gatt_server.sh.
+#include <tests/radios/ServerAndClient.h>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+namespace {
+
+using testing::ElementsAre;
+
+class AGattServer : public ServerAndClient {};
+
+TEST_F(AGattServer, IsReadAndWritten)
+{
+    EXPECT_EQ(Read(kValue), Bytes{'a'});
+    for (std::uint8_t round = 0; round < 100; ++round) {
+        const Bytes bytes(std::size_t{1} + round * 5U, round);
+        ASSERT_EQ(Write(kValue, bytes), GattResult::kDone);
+        Do([&] { EXPECT_EQ(value, bytes); });
+        ASSERT_EQ(Read(kValue), bytes);
+    }
+    EXPECT_EQ(Read(kLong), Bytes(512, 7));
+    EXPECT_EQ(Write(kLong, {1}), GattResult::kNotPermitted);
+    EXPECT_EQ(Read(kSecret), std::nullopt);
+    EXPECT_EQ(result, GattResult::kNotPermitted);
+    EXPECT_EQ(Write(kSecret, {1, 2}), GattResult::kDone);
+    EXPECT_TRUE(Eventually([this] { return writes == 101; }));
+    Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
+}
+
+TEST_F(AGattServer, HearsOfPeersThatComeAndGo)
+{
+    Subscribe(kNotifying);
+    Do([this] { link.reset(); });
+    ASSERT_TRUE(Eventually([this] { return events.back() == "-one"; }));
+    Do([this] {
+        EXPECT_THAT(events, ElementsAre("+one", "one has 517", "-one"));
+        EXPECT_FALSE(two->peers.IsConnected(one->picture.address));
+        EXPECT_TRUE(one->central.links.empty());
+        EXPECT_THAT(service->Subscribers(kNotifying), ElementsAre());
+        events.clear();
+    });
+    Connect();
+    EXPECT_EQ(Read(kValue), Bytes{'a'});
+    Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
+}
+
+TEST_F(AGattServer, AddsAndTakesAwayServicesWhilePeersAreConnected)
+{
+    Do([this] { service.reset(); });
+    EXPECT_TRUE(Eventually([this] { return !link->HasService(kService); }));
+}
+
+/// Where peers get 47 bytes at once.
+class AGattServerOfASmallMtu : public ServerAndClient {};
+
+TEST_F(AGattServerOfASmallMtu, IsReadAndWrittenInParts)
+{
+    Do([this] { EXPECT_EQ(link->Mtu(), 48); });
+    EXPECT_EQ(Read(kLong), Bytes(512, 7));
+    const Bytes bytes(300, 9);
+    EXPECT_EQ(Write(kValue, bytes), GattResult::kDone);
+    Do([&] {
+        EXPECT_EQ(value, bytes);
+        EXPECT_EQ(writes, 1);
+    });
+    EXPECT_EQ(Read(kValue), bytes);
+    Do([this] {
+        EXPECT_EQ(reads, 2);
+        EXPECT_THAT(events, ElementsAre("+one", "one has 48"));
+    });
+}
+
+}  // namespace
+
+}  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,0 +1,10 @@
+# Our GATT server on hci1, used by our client on hci0.
+. /mnt/tests/lib.sh
+bluetooth_start || exit
+gtest "$STAGE/tests/radios_gatt_server_test" --gtest_filter='AGattServer.*'
+# The same with the smallest MTU that the kernel takes, so that values go in parts.
+kill "$BLUETOOTHD"
+wait "$BLUETOOTHD"
+printf '[GATT]\nExchangeMTU = 48\nChannels = 1\n' >/tmp/main.conf
+check "bluetoothd with a small MTU" bluetoothd_start --configfile=/tmp/main.conf || exit
+gtest "$STAGE/tests/radios_gatt_server_test" --gtest_filter='AGattServerOfASmallMtu.*'
