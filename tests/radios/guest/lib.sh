@@ -73,6 +73,16 @@ bluetoothd_start() {
     BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci0 && BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci1
 }
 
+# bluetoothd_keep: the same, but it is started again whenever it ends. Its id is in /run/bluetoothd.pid.
+bluetoothd_keep() {
+    while :; do
+        /usr/libexec/bluetooth/bluetoothd -n >>/tmp/bluetoothd.log 2>&1 &
+        echo $! >/run/bluetoothd.pid
+        wait $!
+    done &
+    BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci0 && BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci1
+}
+
 bluetooth_start() {
     check "two controllers" controllers_start && check "bluetoothd" bluetoothd_start "$@"
 }

@@ -1,0 +1,57 @@
+// What becomes of connections and services when bluetoothd ends or hangs. Run in the virtual
+// machine, by tests/trouble.sh.
+#include <tests/radios/ServerAndClient.h>
+
+#include <signal.h>
+
+#include <fstream>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+namespace {
+
+class Trouble : public ServerAndClient {
+  protected:
+    /// To the bluetoothd that runs now.
+    static void Send(int signal)
+    {
+        pid_t id = 0;
+        std::ifstream("/run/bluetoothd.pid") >> id;
+        ASSERT_GT(id, 1);
+        ASSERT_EQ(kill(id, signal), 0);
+    }
+};
+
+TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
+{
+    Subscribe(kIndicating);
+    Send(SIGKILL);
+    ASSERT_TRUE(Eventually([this] { return !isConnected; }));
+    EXPECT_EQ(ended, LinkEnd::kAdapterGone);
+    EXPECT_TRUE(Eventually([this] { return events.back() == "-one"; }));
+    Do([this] {
+        EXPECT_TRUE(service->Subscribers(kIndicating).empty());
+        link.reset();
+    });
+    // It is started again, and finds both adapters as they were.
+    ASSERT_TRUE(Eventually([this] { return one->picture.isOn && two->picture.isOn; }));
+    Advertise();
+    Connect();
+    EXPECT_EQ(Read(kValue), Bytes{'a'});
+    Subscribe(kNotifying);
+}
+
+TEST_F(Trouble, IsNotWaitedForLongerThanSaid)
+{
+    Send(SIGSTOP);
+    const auto begin = Loop::Clock::now();
+    EXPECT_EQ(Read(kValue), std::nullopt);
+    EXPECT_EQ(result, GattResult::kUnreachable);
+    EXPECT_LT(Loop::Clock::now() - begin, dbus::Bus::kUsualLimit + std::chrono::seconds(5));
+    Send(SIGCONT);
+    EXPECT_EQ(Read(kValue), Bytes{'a'});
+}
+
+}  // namespace
+
+}  // namespace pelacon::service::linux_radios::bluetooth
