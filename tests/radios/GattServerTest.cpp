@@ -28,6 +28,42 @@ TEST_F(AGattServer, IsReadAndWritten)
     Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
 }
 
+TEST_F(AGattServer, NotifiesAndIndicates)
+{
+    Subscribe(kNotifying);
+    // In rounds: BlueZ drops what a client has not taken, and a socket holds some 200 values.
+    constexpr std::size_t kRound = 100;
+    constexpr std::size_t kCount = 10 * kRound;
+    for (std::size_t first = 0; first < kCount; first += kRound) {
+        Do([&] {
+            for (std::size_t i = first; i < first + kRound; ++i) {
+                service->Notify(kNotifying,
+                                {static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8U)},
+                                Note());
+            }
+        });
+        ASSERT_TRUE(Eventually([&] { return notifications.size() >= first + kRound; }))
+            << notifications.size();
+    }
+    EXPECT_EQ(Outcome(), GattResult::kDone);
+    Do([&] {
+        for (std::size_t i = 0; i < kCount; ++i) {
+            const Bytes& bytes = notifications.at(i);
+            ASSERT_EQ(bytes.at(0) | std::size_t{bytes.at(1)} << 8U, i);
+        }
+        service->NotifyOne(one->picture.address, kNotifying, {1}, Note());
+    });
+    EXPECT_EQ(Outcome(), GattResult::kDone);
+
+    Subscribe(kIndicating);
+    Do([this] { service->Notify(kIndicating, {5, 6}, Note()); });
+    EXPECT_EQ(Outcome(), GattResult::kDone);  // once it is confirmed
+    EXPECT_TRUE(Eventually([this] { return indications.size() == 1; }));
+    Do([this] { link->Subscribe({kService, UuidOf(kIndicating)}, false, Note()); });
+    EXPECT_EQ(Outcome(), GattResult::kDone);
+    EXPECT_TRUE(Eventually([this] { return service->Subscribers(kIndicating).empty(); }));
+}
+
 TEST_F(AGattServer, HearsOfPeersThatComeAndGo)
 {
     Subscribe(kNotifying);

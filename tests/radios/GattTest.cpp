@@ -156,11 +156,15 @@ TEST_F(AGattPeer, IsLeftAndConnectedAgain)
     }
 }
 
-TEST_F(AGattPeer, EndsTheConnectionWhenItsAdapterGoes)
+TEST_F(AGattPeer, EndsTheConnectionAndAReadWhenItsAdapterGoes)
 {
     Connect();
-    Do([this] { two->adapter.Switch(false, Store()); });
+    Do([this] {
+        link->Read(KeyOf(5), [this, note = Note()](GattResult now, const Bytes&) { note(now); });
+        two->adapter.Switch(false, Store());
+    });
     EXPECT_EQ(Result(), ControlOutcome::kDone);
+    EXPECT_EQ(Outcome(), GattResult::kNotConnected);
     EXPECT_TRUE(Eventually([this] { return events.back() == "ended"; }));
 }
 

@@ -18,6 +18,14 @@ bool IsBrokenOff(const dbus::Error& error)
            error.message.find("ATT error") == std::string::npos;
 }
 
+/// An operation may fail with the connection before its end is told.
+bool IsConnected(const Stack& stack, const std::optional<bluez::Device>& device)
+{
+    const auto now =
+        stack.Adapter() && device ? bluez::DeviceAt(stack.Mirror(), device->path) : std::nullopt;
+    return now && now->isConnected;
+}
+
 }  // namespace
 
 GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callbacks)
@@ -242,7 +250,9 @@ bool GattLink::HasService(const Uuid& service) const
 
 std::optional<bluez::Characteristic> GattLink::Find(const Key& key) const
 {
-    return bluez::FindCharacteristic(stack_.Mirror(), device_->path, key.first, key.second);
+    return device_
+               ? bluez::FindCharacteristic(stack_.Mirror(), device_->path, key.first, key.second)
+               : std::nullopt;
 }
 
 std::uint64_t GattLink::Begin(OnRead done)
@@ -296,7 +306,9 @@ void GattLink::CallOn(const bluez::Characteristic& characteristic, const char* m
     operations_.at(number).call = stack_.Call(
         characteristic.path, bluez::kGattCharacteristic, method, arguments,
         [this, number, succeeded = std::move(succeeded)](const dbus::Reply& reply) {
-            if (reply.IsError() && IsBrokenOff(*reply.error)) {
+            if (reply.IsError() && !IsConnected(stack_, device_)) {
+                Finish(number, GattResult::kNotConnected);
+            } else if (reply.IsError() && IsBrokenOff(*reply.error)) {
                 operations_.at(number).limit = stack_.GetLoop().After(
                     kUntilEnded, [this, number] { Finish(number, GattResult::kUnreachable); });
             } else if (reply.IsError()) {

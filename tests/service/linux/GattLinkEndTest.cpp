@@ -73,6 +73,18 @@ TEST_F(AGattLink, TakesAnOperationThatIsBrokenOffForOneOfAConnectionThatEnds)
     EXPECT_EQ(Result(), GattResult::kNotConnected);
 }
 
+TEST_F(AGattLink, TakesAnOperationThatFailsWithTheConnectionForUnconnected)
+{
+    Connect();
+    bluetoothd->Do({{"do", "fail"},
+                    {"method", "ReadValue"},
+                    {"error", "org.bluez.Error.Failed"},
+                    {"message", "Operation failed with ATT error: 0x0e"},
+                    {"leaves", kDevicePath}});
+    Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
+    EXPECT_EQ(Result(), GattResult::kNotConnected);
+}
+
 TEST_F(AGattLink, TellsWhyTheKernelSaysThatItEnded)
 {
     for (const auto& [reason, expected] :

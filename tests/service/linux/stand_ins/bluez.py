@@ -88,6 +88,8 @@ class Faults:
             return
         if 'error' in fault:
             def act():
+                if 'leaves' in fault:
+                    do_change(fault['leaves'], Connected=False)
                 fail(Failure(fault['error'], fault.get('message', '')))
         elif fault.get('idle'):
             def act():
@@ -353,8 +355,8 @@ def do_packet(path, value):
 
 
 def do_fail(method, **fault):
-    """The next call (or the next so many "times") of the method ends in an "error", after a "delay" in
-    ms, or "never". A delay alone makes it late. An "idle" one is answered, but does nothing."""
+    """The next call (or the next so many "times") of the method ends in an "error", just when a device
+    "leaves" where one is given, after a "delay" in ms, or "never". A delay alone makes it late. An "idle" one is answered, but does nothing."""
     faults.planned.setdefault(method, []).append(fault)
 
 
