@@ -13,10 +13,10 @@ namespace {
 TEST_F(OverBluez, AnAdapterIsSwitchedAndRenamed)
 {
     Do([this] { one->adapter.Rename("first", Store()); });
-    EXPECT_EQ(Result(), ControlOutcome::kDone);
+    EXPECT_EQ(Result(), radio::Outcome::kDone);
     EXPECT_EQ(one->picture.name, "first");
     Do([this] { one->adapter.Switch(false, Store()); });
-    EXPECT_EQ(Result(), ControlOutcome::kDone);
+    EXPECT_EQ(Result(), radio::Outcome::kDone);
     EXPECT_FALSE(one->picture.isOn);
     EXPECT_TRUE(two->picture.isOn);
     EXPECT_NE(one->picture.address, two->picture.address);
@@ -32,10 +32,10 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
     const Bytes connectable{2, 1, 6, 5, 0xFF, 0x34, 0x12, 1, 2};
     const Bytes response{4, 9, 'a', 'b', 'c'};
     const Bytes silent{2, 1, 4, 3, 3, 0xAA, 0xFE};
-    std::vector<AdvertisingOutcome> started;
+    std::vector<radio::Outcome> started;
     Do([&] {
         one->discovery.Want(true);
-        const auto note = [&](AdvertisingOutcome result) { started.push_back(result); };
+        const auto note = [&](radio::Outcome result) { started.push_back(result); };
         OutgoingAdvertisement advertisement;
         advertisement.data = connectable;
         advertisement.scanResponse = response;
@@ -46,7 +46,7 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
         two->advertisements.Add(2, advertisement, note, note);
     });
     ASSERT_TRUE(Eventually([&] { return started.size() == 2; }));
-    EXPECT_THAT(started, testing::Each(AdvertisingOutcome::kDone));
+    EXPECT_THAT(started, testing::Each(radio::Outcome::kDone));
     const auto isHeard = [this](Kind kind, const Bytes& data) {
         return Eventually([&] {
             return std::any_of(one->heard.begin(), one->heard.end(), [&](const auto& report) {
@@ -68,16 +68,16 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
 
 TEST_F(OverBluez, TheNumberOfAdvertisementsIsLimited)
 {
-    std::vector<AdvertisingOutcome> started;
+    std::vector<radio::Outcome> started;
     Do([&] {
-        const auto note = [&](AdvertisingOutcome result) { started.push_back(result); };
+        const auto note = [&](radio::Outcome result) { started.push_back(result); };
         for (std::uint64_t number = 0; number < 6; ++number) {
             two->advertisements.Add(number, {}, note, note);
         }
     });
     ASSERT_TRUE(Eventually([&] { return started.size() == 6; }));
-    EXPECT_EQ(std::count(started.begin(), started.end(), AdvertisingOutcome::kDone), 5);
-    EXPECT_EQ(std::count(started.begin(), started.end(), AdvertisingOutcome::kLimit), 1);
+    EXPECT_EQ(std::count(started.begin(), started.end(), radio::Outcome::kDone), 5);
+    EXPECT_EQ(std::count(started.begin(), started.end(), radio::Outcome::kLimitReached), 1);
 }
 
 }  // namespace

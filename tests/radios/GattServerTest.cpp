@@ -15,15 +15,15 @@ TEST_F(AGattServer, IsReadAndWritten)
     EXPECT_EQ(Read(kValue), Bytes{'a'});
     for (std::uint8_t round = 0; round < 100; ++round) {
         const Bytes bytes(std::size_t{1} + round * 5U, round);
-        ASSERT_EQ(Write(kValue, bytes), GattResult::kDone);
+        ASSERT_EQ(Write(kValue, bytes), GattStatus::kDone);
         Do([&] { EXPECT_EQ(value, bytes); });
         ASSERT_EQ(Read(kValue), bytes);
     }
     EXPECT_EQ(Read(kLong), Bytes(512, 7));
-    EXPECT_EQ(Write(kLong, {1}), GattResult::kNotPermitted);
+    EXPECT_EQ(Write(kLong, {1}), GattStatus::kNotPermitted);
     EXPECT_EQ(Read(kSecret), std::nullopt);
-    EXPECT_EQ(result, GattResult::kNotPermitted);
-    EXPECT_EQ(Write(kSecret, {1, 2}), GattResult::kDone);
+    EXPECT_EQ(result, GattStatus::kNotPermitted);
+    EXPECT_EQ(Write(kSecret, {1, 2}), GattStatus::kDone);
     EXPECT_TRUE(Eventually([this] { return writes == 101; }));
     Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
 }
@@ -45,7 +45,7 @@ TEST_F(AGattServer, NotifiesAndIndicates)
         ASSERT_TRUE(Eventually([&] { return notifications.size() >= first + kRound; }))
             << notifications.size();
     }
-    EXPECT_EQ(Outcome(), GattResult::kDone);
+    EXPECT_EQ(Outcome(), GattStatus::kDone);
     Do([&] {
         for (std::size_t i = 0; i < kCount; ++i) {
             const Bytes& bytes = notifications.at(i);
@@ -53,14 +53,14 @@ TEST_F(AGattServer, NotifiesAndIndicates)
         }
         service->NotifyOne(one->picture.address, kNotifying, {1}, Note());
     });
-    EXPECT_EQ(Outcome(), GattResult::kDone);
+    EXPECT_EQ(Outcome(), GattStatus::kDone);
 
     Subscribe(kIndicating);
     Do([this] { service->Notify(kIndicating, {5, 6}, Note()); });
-    EXPECT_EQ(Outcome(), GattResult::kDone);  // once it is confirmed
+    EXPECT_EQ(Outcome(), GattStatus::kDone);  // once it is confirmed
     EXPECT_TRUE(Eventually([this] { return indications.size() == 1; }));
     Do([this] { link->Subscribe({kService, UuidOf(kIndicating)}, false, Note()); });
-    EXPECT_EQ(Outcome(), GattResult::kDone);
+    EXPECT_EQ(Outcome(), GattStatus::kDone);
     EXPECT_TRUE(Eventually([this] { return service->Subscribers(kIndicating).empty(); }));
 }
 
@@ -95,7 +95,7 @@ TEST_F(AGattServerOfASmallMtu, IsReadAndWrittenInParts)
     Do([this] { EXPECT_EQ(link->Mtu(), 48); });
     EXPECT_EQ(Read(kLong), Bytes(512, 7));
     const Bytes bytes(300, 9);
-    EXPECT_EQ(Write(kValue, bytes), GattResult::kDone);
+    EXPECT_EQ(Write(kValue, bytes), GattStatus::kDone);
     Do([&] {
         EXPECT_EQ(value, bytes);
         EXPECT_EQ(writes, 1);

@@ -50,7 +50,7 @@ class AGattPeer : public OverBluez {
                 one->central, two->picture.address,
                 GattLink::Callbacks{
                     [this] { events.emplace_back("connected"); },
-                    [this](LinkEnd) { events.emplace_back("ended"); },
+                    [this](GattReason) { events.emplace_back("ended"); },
                     [this](const GattLink::Key& key, const Bytes& value, bool isIndication) {
                         values[key.second].push_back(value);
                         isIndicated = isIndication;
@@ -59,19 +59,19 @@ class AGattPeer : public OverBluez {
         ASSERT_TRUE(Eventually([this] { return !events.empty(); }));
         ASSERT_EQ(events.front(), "connected");
         Do([this] { link->Discover(Note()); });
-        ASSERT_EQ(Outcome(), GattResult::kDone);
+        ASSERT_EQ(Outcome(), GattStatus::kDone);
     }
     GattLink::Done Note()
     {
         result.reset();
-        return [this](GattResult now) { result = now; };
+        return [this](GattStatus now) { result = now; };
     }
-    GattResult Outcome()
+    GattStatus Outcome()
     {
         EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
-        return result.value_or(GattResult::kUnreachable);
+        return result.value_or(GattStatus::kUnreachable);
     }
-    GattResult Write(unsigned number, const Bytes& value)
+    GattStatus Write(unsigned number, const Bytes& value)
     {
         Do([&] { link->Write(KeyOf(number), value, Note()); });
         return Outcome();
@@ -81,18 +81,18 @@ class AGattPeer : public OverBluez {
         Bytes bytes;
         Do([&] {
             result.reset();
-            link->Read(KeyOf(number), [&](GattResult now, const Bytes& value) {
+            link->Read(KeyOf(number), [&](GattStatus now, const Bytes& value) {
                 bytes = value;
                 result = now;
             });
         });
-        return Outcome() == GattResult::kDone ? std::optional(bytes) : std::nullopt;
+        return Outcome() == GattStatus::kDone ? std::optional(bytes) : std::nullopt;
     }
 
     std::vector<std::string> events;
     std::map<Uuid, std::vector<Bytes>> values;
     bool isIndicated = false;
-    std::optional<GattResult> result;
+    std::optional<GattStatus> result;
     std::unique_ptr<GattLink> link;
 };
 
@@ -106,29 +106,29 @@ TEST_F(AGattPeer, IsReadAndWrittenAndKeepsWhatWasWritten)
     });
     for (std::uint8_t round = 0; round < 100; ++round) {
         const Bytes value(std::size_t{1} + round % 20, round);
-        ASSERT_EQ(Write(1, value), GattResult::kDone);
+        ASSERT_EQ(Write(1, value), GattStatus::kDone);
         ASSERT_EQ(Read(1), value);
     }
     const auto longValue = Read(4);
     ASSERT_TRUE(longValue);
     EXPECT_EQ(longValue->size(), 300U);
-    EXPECT_EQ(Write(1, Bytes(513)), GattResult::kInvalidValue);
-    EXPECT_EQ(Write(4, Bytes(1)), GattResult::kNotPermitted);
+    EXPECT_EQ(Write(1, Bytes(513)), GattStatus::kInvalidValue);
+    EXPECT_EQ(Write(4, Bytes(1)), GattStatus::kNotPermitted);
     EXPECT_EQ(Read(9), std::nullopt);
-    EXPECT_EQ(result, GattResult::kNotFound);
+    EXPECT_EQ(result, GattStatus::kNotFound);
 }
 
 TEST_F(AGattPeer, NotifiesInOrderAndIndicates)
 {
     Connect();
     Do([this] { link->Subscribe(KeyOf(2), true, Note()); });
-    ASSERT_EQ(Outcome(), GattResult::kDone);
+    ASSERT_EQ(Outcome(), GattStatus::kDone);
     const auto& counted = values[PeerUuid(0x102)];
     ASSERT_TRUE(Eventually([&] { return counted.size() >= 20; }));
     // Reads beside it are not taken for notifications.
     ASSERT_TRUE(Read(2));
     Do([this] { link->Subscribe(KeyOf(2), false, Note()); });
-    ASSERT_EQ(Outcome(), GattResult::kDone);
+    ASSERT_EQ(Outcome(), GattStatus::kDone);
     Do([&] {
         for (std::size_t i = 1; i < counted.size(); ++i) {
             const auto number = [](const Bytes& value) {
@@ -138,7 +138,7 @@ TEST_F(AGattPeer, NotifiesInOrderAndIndicates)
         }
         link->Subscribe(KeyOf(3), true, Note());
     });
-    ASSERT_EQ(Outcome(), GattResult::kDone);
+    ASSERT_EQ(Outcome(), GattStatus::kDone);
     const auto& indicated = values[PeerUuid(0x103)];
     ASSERT_TRUE(Eventually([&] { return indicated.size() >= 2; }));
     EXPECT_TRUE(isIndicated);
@@ -160,11 +160,11 @@ TEST_F(AGattPeer, EndsTheConnectionAndAReadWhenItsAdapterGoes)
 {
     Connect();
     Do([this] {
-        link->Read(KeyOf(5), [this, note = Note()](GattResult now, const Bytes&) { note(now); });
+        link->Read(KeyOf(5), [this, note = Note()](GattStatus now, const Bytes&) { note(now); });
         two->adapter.Switch(false, Store());
     });
-    EXPECT_EQ(Result(), ControlOutcome::kDone);
-    EXPECT_EQ(Outcome(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), radio::Outcome::kDone);
+    EXPECT_EQ(Outcome(), GattStatus::kNotConnected);
     EXPECT_TRUE(Eventually([this] { return events.back() == "ended"; }));
 }
 

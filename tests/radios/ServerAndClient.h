@@ -41,10 +41,10 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
                                            value = written;
                                            ++writes;
                                        },
-                                       [this](ControlOutcome now) { shown = now; }});
+                                       [this](radio::Outcome now) { shown = now; }});
         });
         EXPECT_TRUE(Eventually([this] { return shown.has_value(); }));
-        EXPECT_EQ(shown, ControlOutcome::kDone);
+        EXPECT_EQ(shown, radio::Outcome::kDone);
         Advertise();
         Connect();
     }
@@ -65,11 +65,10 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         Do([this] {
             advertised.reset();
             two->advertisements.Add(
-                1, {}, [this](AdvertisingOutcome now) { advertised = now; },
-                [](AdvertisingOutcome) {});
+                1, {}, [this](radio::Outcome now) { advertised = now; }, [](radio::Outcome) {});
         });
         EXPECT_TRUE(Eventually([this] { return advertised.has_value(); }));
-        EXPECT_EQ(advertised, AdvertisingOutcome::kDone);
+        EXPECT_EQ(advertised, radio::Outcome::kDone);
     }
     void Connect()
     {
@@ -79,7 +78,7 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
                 one->central, two->picture.address,
                 GattLink::Callbacks{
                     [this] { isConnected = true; },
-                    [this](LinkEnd why) {
+                    [this](GattReason why) {
                         isConnected = false;
                         ended = why;
                     },
@@ -89,7 +88,7 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         });
         EXPECT_TRUE(Eventually([this] { return isConnected; }));
         Do([this] { link->Discover(Note()); });
-        EXPECT_EQ(Outcome(), GattResult::kDone);
+        EXPECT_EQ(Outcome(), GattStatus::kDone);
         EXPECT_TRUE(Eventually([this] { return link->HasService(kService); }));
     }
     void PeerConnected(std::uint64_t peer) override { events.push_back("+" + NameOf(peer)); }
@@ -106,14 +105,14 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
     GattLink::Done Note()
     {
         result.reset();
-        return [this](GattResult now) { result = now; };
+        return [this](GattStatus now) { result = now; };
     }
-    GattResult Outcome()
+    GattStatus Outcome()
     {
         EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
-        return result.value_or(GattResult::kUnreachable);
+        return result.value_or(GattStatus::kUnreachable);
     }
-    GattResult Write(Place place, const Bytes& bytes)
+    GattStatus Write(Place place, const Bytes& bytes)
     {
         Do([&] { link->Write({kService, UuidOf(place)}, bytes, Note()); });
         return Outcome();
@@ -123,17 +122,17 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         Bytes bytes;
         Do([&] {
             result.reset();
-            link->Read({kService, UuidOf(place)}, [&](GattResult now, const Bytes& read) {
+            link->Read({kService, UuidOf(place)}, [&](GattStatus now, const Bytes& read) {
                 bytes = read;
                 result = now;
             });
         });
-        return Outcome() == GattResult::kDone ? std::optional(bytes) : std::nullopt;
+        return Outcome() == GattStatus::kDone ? std::optional(bytes) : std::nullopt;
     }
     void Subscribe(Place place)
     {
         Do([&] { link->Subscribe({kService, UuidOf(place)}, true, Note()); });
-        ASSERT_EQ(Outcome(), GattResult::kDone);
+        ASSERT_EQ(Outcome(), GattStatus::kDone);
         ASSERT_TRUE(Eventually([&] { return !service->Subscribers(place).empty(); }));
         Do([&] {
             EXPECT_THAT(service->Subscribers(place), testing::ElementsAre(one->picture.address));
@@ -144,10 +143,10 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
     int reads = 0;
     int writes = 0;
     bool isConnected = false;
-    std::optional<LinkEnd> ended;
-    std::optional<ControlOutcome> shown;
-    std::optional<AdvertisingOutcome> advertised;
-    std::optional<GattResult> result;
+    std::optional<GattReason> ended;
+    std::optional<radio::Outcome> shown;
+    std::optional<radio::Outcome> advertised;
+    std::optional<GattStatus> result;
     std::vector<std::string> events;
     std::vector<Bytes> notifications;
     std::vector<Bytes> indications;

@@ -27,7 +27,7 @@ TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
     Subscribe(kIndicating);
     Send(SIGKILL);
     ASSERT_TRUE(Eventually([this] { return !isConnected; }));
-    EXPECT_EQ(ended, LinkEnd::kAdapterGone);
+    EXPECT_EQ(ended, GattReason::kLocal);
     EXPECT_TRUE(Eventually([this] { return events.back() == "-one"; }));
     Do([this] {
         EXPECT_TRUE(service->Subscribers(kIndicating).empty());
@@ -46,7 +46,7 @@ TEST_F(Trouble, IsNotWaitedForLongerThanSaid)
     Send(SIGSTOP);
     const auto begin = Loop::Clock::now();
     EXPECT_EQ(Read(kValue), std::nullopt);
-    EXPECT_EQ(result, GattResult::kUnreachable);
+    EXPECT_EQ(result, GattStatus::kUnreachable);
     EXPECT_LT(Loop::Clock::now() - begin, dbus::Bus::kUsualLimit + std::chrono::seconds(5));
     Send(SIGCONT);
     EXPECT_EQ(Read(kValue), Bytes{'a'});

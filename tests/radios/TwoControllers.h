@@ -38,7 +38,7 @@ class Machine {
         stack,
         Discovery::Callbacks{[this](const AdvertisingReport& report) { heard.push_back(report); },
                              [this] { isDiscovering = true; },
-                             [this](ControlOutcome) { isDiscovering = false; }}};
+                             [this](radio::Outcome) { isDiscovering = false; }}};
     static FileDescriptor OpenManagement()
     {
         return OpenSocket(HciChannel::kControl, kNoController);
@@ -60,7 +60,7 @@ class OverBluez : public testing::Test {
         EXPECT_TRUE(Eventually([this] { return one->picture.isThere && two->picture.isThere; }));
         for (Machine* machine : {one.get(), two.get()}) {
             Do([&] { machine->adapter.Switch(true, Store()); });
-            EXPECT_EQ(Result(), ControlOutcome::kDone);
+            EXPECT_EQ(Result(), radio::Outcome::kDone);
         }
     }
     ~OverBluez() override
@@ -98,9 +98,9 @@ class OverBluez : public testing::Test {
     AdapterControl::Done Store()
     {
         outcome.reset();
-        return [this](ControlOutcome result) { outcome = result; };
+        return [this](radio::Outcome result) { outcome = result; };
     }
-    std::optional<ControlOutcome> Result()
+    std::optional<radio::Outcome> Result()
     {
         EXPECT_TRUE(Eventually([this] { return outcome.has_value(); }));
         return outcome;
@@ -109,7 +109,7 @@ class OverBluez : public testing::Test {
     Loop loop{[](std::string_view text) { ADD_FAILURE() << text; }};
     std::unique_ptr<Machine> one;
     std::unique_ptr<Machine> two;
-    std::optional<ControlOutcome> outcome;
+    std::optional<radio::Outcome> outcome;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -36,22 +36,22 @@ bool IsBlocked(const std::string& adapterPath)
 
 }  // namespace
 
-ControlOutcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath)
+radio::Outcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath)
 {
     const std::string& name = error.name;
     if (name == "org.freedesktop.DBus.Error.AccessDenied" ||
         name == "org.bluez.Error.NotPermitted" || name == "org.bluez.Error.NotAuthorized") {
-        return ControlOutcome::kNotPermitted;
+        return radio::Outcome::kNotPermitted;
     }
     if (dbus::IsSilence(error) || name == "org.freedesktop.DBus.Error.UnknownObject" ||
         name == "org.freedesktop.DBus.Error.UnknownMethod") {
-        return ControlOutcome::kNoAdapter;
+        return radio::Outcome::kNoAdapter;
     }
     if (name == "org.bluez.Error.Blocked" ||
         (name == "org.bluez.Error.Failed" && IsBlocked(adapterPath))) {
-        return ControlOutcome::kBlocked;
+        return radio::Outcome::kBlocked;
     }
-    return ControlOutcome::kFailed;
+    return radio::Outcome::kFailed;
 }
 
 AdapterControl::AdapterControl(Stack& stack, std::function<void(const AdapterPicture&)> changed)
@@ -88,7 +88,7 @@ void AdapterControl::Set(const char* property, dbus::Value value,
     wish.isFulfilled = std::move(isFulfilled);
     if (!stack_.Adapter()) {
         wish.limit = stack_.GetLoop().After(
-            Loop::Duration::zero(), [this, number] { Finish(number, ControlOutcome::kNoAdapter); });
+            Loop::Duration::zero(), [this, number] { Finish(number, radio::Outcome::kNoAdapter); });
         return;
     }
     wish.path = stack_.Adapter()->path;
@@ -102,7 +102,7 @@ void AdapterControl::Set(const char* property, dbus::Value value,
                                 }
                                 asked.isAccepted = true;
                                 asked.limit = stack_.GetLoop().After(kUntilSeen, [this, number] {
-                                    Finish(number, ControlOutcome::kFailed);
+                                    Finish(number, radio::Outcome::kFailed);
                                 });
                                 Settle();
                             });
@@ -115,14 +115,14 @@ void AdapterControl::Settle()
         const auto [number, wish] = std::tie(next->first, next->second);
         ++next;
         if (!wish.path.empty() && (!stack_.Adapter() || stack_.Adapter()->path != wish.path)) {
-            Finish(number, ControlOutcome::kNoAdapter);
+            Finish(number, radio::Outcome::kNoAdapter);
         } else if (wish.isAccepted && wish.isFulfilled(picture_)) {
-            Finish(number, ControlOutcome::kDone);
+            Finish(number, radio::Outcome::kDone);
         }
     }
 }
 
-void AdapterControl::Finish(std::uint64_t number, ControlOutcome outcome)
+void AdapterControl::Finish(std::uint64_t number, radio::Outcome outcome)
 {
     const auto wish = wishes_.extract(number);
     if (!wish.empty()) {

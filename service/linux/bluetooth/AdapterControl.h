@@ -2,6 +2,7 @@
 #pragma once
 
 #include <service/linux/bluetooth/Stack.h>
+#include <service/radio/Outcome.h>
 
 #include <cstdint>
 #include <functional>
@@ -11,15 +12,6 @@
 #include <utility>
 
 namespace pelacon::service::linux_radios::bluetooth {
-
-/// What became of a wish.
-enum class ControlOutcome : std::uint8_t {
-    kDone,
-    kNoAdapter,     ///< there is none, it went away meanwhile, or BlueZ does not answer
-    kBlocked,       ///< by a switch of the machine (rfkill)
-    kNotPermitted,  ///< this process may not
-    kFailed,
-};
 
 /// What is known of the adapter.
 struct AdapterPicture {
@@ -36,7 +28,7 @@ struct AdapterPicture {
 /// In the loop's thread.
 class AdapterControl : private Stack::Observer {
   public:
-    using Done = std::function<void(ControlOutcome)>;
+    using Done = std::function<void(radio::Outcome)>;
 
     /// `changed` is called with each new picture, also with the first one, once there is one or it
     /// is clear that there is no adapter.
@@ -72,7 +64,7 @@ class AdapterControl : private Stack::Observer {
     void Set(const char* property, dbus::Value value,
              std::function<bool(const AdapterPicture&)> isFulfilled, Done done);
     void Settle();
-    void Finish(std::uint64_t number, ControlOutcome outcome);
+    void Finish(std::uint64_t number, radio::Outcome outcome);
 
     Stack& stack_;
     std::function<void(const AdapterPicture&)> changed_;
@@ -83,6 +75,6 @@ class AdapterControl : private Stack::Observer {
 };
 
 /// What an error of BlueZ means for a wish about an adapter.
-ControlOutcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath);
+radio::Outcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath);
 
 }  // namespace pelacon::service::linux_radios::bluetooth

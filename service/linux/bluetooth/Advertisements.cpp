@@ -19,19 +19,19 @@ constexpr std::uint32_t kFlagConnectable = 1U << 0U;
 constexpr std::uint32_t kFlagIntervals = 1U << 14U;
 constexpr std::uint32_t kFlagTxPower = 1U << 15U;
 
-AdvertisingOutcome AdvertisingOutcomeOf(ManagementStatus status)
+radio::Outcome OutcomeOf(ManagementStatus status)
 {
     switch (status) {
         case ManagementStatus::kSuccess:
-            return AdvertisingOutcome::kDone;
+            return radio::Outcome::kDone;
         case ManagementStatus::kPermissionDenied:
-            return AdvertisingOutcome::kNotPermitted;
+            return radio::Outcome::kNotPermitted;
         case ManagementStatus::kNotPowered:
         case ManagementStatus::kInvalidIndex:
         case ManagementStatus::kBlockedByRfkill:
-            return AdvertisingOutcome::kNoAdapter;
+            return radio::Outcome::kNoAdapter;
         default:
-            return AdvertisingOutcome::kFailed;
+            return radio::Outcome::kFailed;
     }
 }
 
@@ -125,13 +125,13 @@ dbus::Properties PropertiesOf(const OutgoingAdvertisement& wanted)
     return properties;
 }
 
-AdvertisingOutcome AdvertisingOutcomeOf(const dbus::Error& error)
+radio::Outcome OutcomeOf(const dbus::Error& error)
 {
     if (error.name == "org.freedesktop.DBus.Error.AccessDenied") {
-        return AdvertisingOutcome::kNotPermitted;
+        return radio::Outcome::kNotPermitted;
     }
-    return error.name == "org.bluez.Error.NotPermitted" ? AdvertisingOutcome::kLimit
-                                                        : AdvertisingOutcome::kFailed;
+    return error.name == "org.bluez.Error.NotPermitted" ? radio::Outcome::kLimitReached
+                                                        : radio::Outcome::kFailed;
 }
 
 }  // namespace
@@ -182,7 +182,7 @@ void Advertisements::AdapterChanged()
     }
     if (!stack_.Adapter() || !stack_.Adapter()->isOn) {
         while (!entries_.empty()) {
-            Failed(entries_.begin()->first, AdvertisingOutcome::kNoAdapter);
+            Failed(entries_.begin()->first, radio::Outcome::kNoAdapter);
         }
     }
 }
@@ -223,9 +223,8 @@ void Advertisements::Heard(const ManagementEvent& event)
 void Advertisements::Begin(std::uint64_t number)
 {
     if (!stack_.Adapter()) {
-        entries_.at(number).later = stack_.GetLoop().After(Loop::Duration::zero(), [this, number] {
-            Failed(number, AdvertisingOutcome::kNoAdapter);
-        });
+        entries_.at(number).later = stack_.GetLoop().After(
+            Loop::Duration::zero(), [this, number] { Failed(number, radio::Outcome::kNoAdapter); });
         return;
     }
     if (way_ != Way::kRaw || !management_) {
@@ -239,7 +238,7 @@ void Advertisements::Begin(std::uint64_t number)
                           }
                           const auto features = DecodeAdvertisingFeatures(bytes);
                           if (status != ManagementStatus::kSuccess || !features) {
-                              Failed(number, AdvertisingOutcomeOf(status));
+                              Failed(number, OutcomeOf(status));
                               return;
                           }
                           BeginRaw(number, *features);
@@ -260,7 +259,7 @@ void Advertisements::BeginRaw(std::uint64_t number, const AdvertisingFeatures& f
         --instance;
     }
     if (instance == 0) {
-        Failed(number, AdvertisingOutcome::kLimit);
+        Failed(number, radio::Outcome::kLimitReached);
         return;
     }
     entry.instance = instance;
@@ -279,7 +278,7 @@ void Advertisements::BeginRaw(std::uint64_t number, const AdvertisingFeatures& f
                               way_ = Way::kRebuilt;
                               BeginRebuilt(number);
                           } else {
-                              Failed(number, AdvertisingOutcomeOf(status));
+                              Failed(number, OutcomeOf(status));
                           }
                       });
 }
@@ -295,7 +294,7 @@ void Advertisements::SendData(std::uint64_t number)
                           if (status == ManagementStatus::kSuccess) {
                               Started(number);
                           } else {
-                              Failed(number, AdvertisingOutcomeOf(status));
+                              Failed(number, OutcomeOf(status));
                           }
                       });
 }
@@ -310,9 +309,8 @@ void Advertisements::BeginRebuilt(std::uint64_t number)
         Entry& ended = entries_.at(number);
         ended.path.clear();
         // Not from within the object's own handler.
-        ended.later = stack_.GetLoop().After(Loop::Duration::zero(), [this, number] {
-            Failed(number, AdvertisingOutcome::kFailed);
-        });
+        ended.later = stack_.GetLoop().After(
+            Loop::Duration::zero(), [this, number] { Failed(number, radio::Outcome::kFailed); });
     };
     entry.object->Add(entry.path, bluez::kAdvertisement,
                       {PropertiesOf(entry.wanted), {{"Release", released}}});
@@ -322,7 +320,7 @@ void Advertisements::BeginRebuilt(std::uint64_t number)
                     [this, number](const dbus::Reply& reply) {
                         if (reply.IsError()) {
                             entries_.at(number).path.clear();
-                            Failed(number, AdvertisingOutcomeOf(*reply.error));
+                            Failed(number, OutcomeOf(*reply.error));
                         } else {
                             Started(number);
                         }
@@ -334,11 +332,11 @@ void Advertisements::Started(std::uint64_t number)
     Entry& entry = entries_.at(number);
     entry.isOnAir = true;
     if (const OnOutcome started = std::exchange(entry.started, nullptr)) {
-        started(AdvertisingOutcome::kDone);
+        started(radio::Outcome::kDone);
     }
 }
 
-void Advertisements::Failed(std::uint64_t number, AdvertisingOutcome why)
+void Advertisements::Failed(std::uint64_t number, radio::Outcome why)
 {
     auto failed = entries_.extract(number);
     Entry& entry = failed.mapped();

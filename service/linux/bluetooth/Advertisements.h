@@ -27,8 +27,6 @@ struct OutgoingAdvertisement {
     std::vector<std::uint8_t> scanResponse;
 };
 
-enum class AdvertisingOutcome : std::uint8_t { kDone, kNoAdapter, kLimit, kNotPermitted, kFailed };
-
 /// Advertises through the management socket where this process may (CAP_NET_ADMIN): each byte is as
 /// it was given. Else through BlueZ, which puts the advertisement together again from its fields.
 /// In the loop's thread.
@@ -36,7 +34,7 @@ class Advertisements : private Stack::Observer {
   public:
     enum class Way : std::uint8_t { kNone, kRaw, kRebuilt };
 
-    using OnOutcome = std::function<void(AdvertisingOutcome)>;
+    using OnOutcome = std::function<void(radio::Outcome)>;
     /// Opens the management socket; throws std::system_error where that cannot be.
     using OpenManagement = std::function<FileDescriptor()>;
 
@@ -75,7 +73,7 @@ class Advertisements : private Stack::Observer {
     void SendData(std::uint64_t number);
     void BeginRebuilt(std::uint64_t number);
     void Started(std::uint64_t number);
-    void Failed(std::uint64_t number, AdvertisingOutcome why);
+    void Failed(std::uint64_t number, radio::Outcome why);
     void GiveBack(Entry& entry);
 
     std::uint16_t Controller() const;

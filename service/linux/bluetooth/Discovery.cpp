@@ -163,7 +163,7 @@ void Discovery::Fit()
         next_.Cancel();
         call_.Reset();
         if (std::exchange(state_, State::kIdle) != State::kIdle) {
-            TellEnd(ControlOutcome::kNoAdapter);
+            TellEnd(radio::Outcome::kNoAdapter);
         }
     } else if (IsNeeded() && state_ == State::kIdle && !next_.IsPending()) {
         Start();
@@ -206,7 +206,7 @@ void Discovery::Stop()
                       {});
 }
 
-void Discovery::Fail(ControlOutcome why)
+void Discovery::Fail(radio::Outcome why)
 {
     state_ = State::kIdle;
     next_ = stack_.GetLoop().After(kNextTry, [this] { Fit(); });
@@ -220,7 +220,7 @@ void Discovery::TellBegin()
     }
 }
 
-void Discovery::TellEnd(ControlOutcome why)
+void Discovery::TellEnd(radio::Outcome why)
 {
     isBeginTold_ = false;
     if (isWanted_) {
@@ -247,7 +247,7 @@ void Discovery::ObjectChanged(const std::string& path, const std::string& interf
                             dbus::Find<bool>(changed, "Discovering") == false;
     if (hasStopped && state_ == State::kRunning) {
         // Ours goes on through what others stop, unless BlueZ ended all.
-        Fail(ControlOutcome::kFailed);
+        Fail(radio::Outcome::kFailed);
     }
 }
 

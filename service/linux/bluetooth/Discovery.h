@@ -28,7 +28,7 @@ class Discovery : private Stack::Observer {
         std::function<void()> began;
         /// It does not go on, or did not come up, though it is wanted. It begins by itself again
         /// when that is possible.
-        std::function<void(ControlOutcome why)> ended;
+        std::function<void(radio::Outcome why)> ended;
     };
 
     /// How long until one that was refused is tried again.
@@ -75,9 +75,9 @@ class Discovery : private Stack::Observer {
     void Fit();
     void Start();
     void Stop();
-    void Fail(ControlOutcome why);
+    void Fail(radio::Outcome why);
     void TellBegin();
-    void TellEnd(ControlOutcome why);
+    void TellEnd(radio::Outcome why);
     void Listen();
     void Rebuild(const std::string& path, const dbus::Properties& changed);
 

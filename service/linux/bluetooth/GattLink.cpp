@@ -38,7 +38,7 @@ GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callba
     stack_.Add(*this);
     ++central_.links[address_];
     limit_ =
-        stack_.GetLoop().After(central_.connectLimit, [this] { End(LinkEnd::kNotEstablished); });
+        stack_.GetLoop().After(central_.connectLimit, [this] { End(GattReason::kNotEstablished); });
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });
 }
 
@@ -72,7 +72,7 @@ void GattLink::Look()
         return;
     }
     if (!stack_.Adapter() || !stack_.Adapter()->isOn || !stack_.Mirror().IsThere()) {
-        End(state_ == State::kUp ? LinkEnd::kAdapterGone : LinkEnd::kNotEstablished);
+        End(state_ == State::kUp ? GattReason::kLocal : GattReason::kNotEstablished);
         return;
     }
     device_ = bluez::FindDevice(stack_.Mirror(), stack_.Adapter()->path, address_);
@@ -87,7 +87,7 @@ void GattLink::Look()
             search_.emplace(central_.discovery.Keep());
         }
     } else if (state_ == State::kConnecting && !device_) {
-        End(LinkEnd::kNotEstablished);
+        End(GattReason::kNotEstablished);
     } else if (state_ == State::kUp) {
         if (!device_ || !device_->isConnected) {
             later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { End(WhyEnded()); });
@@ -115,7 +115,7 @@ void GattLink::Connect()
                 isAccepted_ = true;
                 stack_.Refresh(device_->path, bluez::kDevice, "Connected");
             } else {
-                End(LinkEnd::kNotEstablished);
+                End(GattReason::kNotEstablished);
             }
         },
         std::chrono::minutes(1));
@@ -125,7 +125,7 @@ void GattLink::Connect()
 void GattLink::Accepted(bool isConnected)
 {
     if (!isConnected) {
-        End(LinkEnd::kNotEstablished);
+        End(GattReason::kNotEstablished);
         return;
     }
     limit_.Cancel();
@@ -134,17 +134,17 @@ void GattLink::Accepted(bool isConnected)
     connected();
 }
 
-LinkEnd GattLink::WhyEnded() const
+GattReason GattLink::WhyEnded() const
 {
     using Reason = DeviceDisconnected::Reason;
     const auto reason = central_.connections.WhyEnded(address_);
     if (reason == Reason::kTimeout) {
-        return LinkEnd::kTimeout;
+        return GattReason::kTimeout;
     }
-    return reason == Reason::kLocal ? LinkEnd::kLocal : LinkEnd::kPeer;
+    return reason == Reason::kLocal ? GattReason::kLocal : GattReason::kPeer;
 }
 
-void GattLink::End(LinkEnd why)
+void GattLink::End(GattReason why)
 {
     if (state_ == State::kConnecting && stack_.Adapter() && device_ &&
         central_.links.at(address_) == 1) {
@@ -166,7 +166,7 @@ void GattLink::End(LinkEnd why)
     const auto ended = callbacks_.ended;
     const std::weak_ptr<void> alive = alive_;
     for (const OnRead& done : pending) {
-        done(GattResult::kNotConnected, {});
+        done(GattStatus::kNotConnected, {});
         if (alive.expired()) {
             return;
         }
@@ -261,7 +261,7 @@ std::uint64_t GattLink::Begin(OnRead done)
     return lastOperation_;
 }
 
-void GattLink::Finish(std::uint64_t number, GattResult result, const Bytes& value)
+void GattLink::Finish(std::uint64_t number, GattStatus result, const Bytes& value)
 {
     const auto operation = operations_.extract(number);
     if (operation.empty()) {
@@ -270,7 +270,7 @@ void GattLink::Finish(std::uint64_t number, GattResult result, const Bytes& valu
     operation.mapped().done(result, value);
 }
 
-void GattLink::FinishLater(std::uint64_t number, GattResult result)
+void GattLink::FinishLater(std::uint64_t number, GattStatus result)
 {
     operations_.at(number).limit = stack_.GetLoop().After(
         Loop::Duration::zero(), [this, number, result] { Finish(number, result); });
@@ -279,14 +279,14 @@ void GattLink::FinishLater(std::uint64_t number, GattResult result)
 void GattLink::Discover(Done done)
 {
     const auto number =
-        Begin([done = std::move(done)](GattResult result, const Bytes&) { done(result); });
+        Begin([done = std::move(done)](GattStatus result, const Bytes&) { done(result); });
     if (!IsUp()) {
-        FinishLater(number, GattResult::kNotConnected);
+        FinishLater(number, GattStatus::kNotConnected);
         return;
     }
     discoveries_.push_back(number);
     operations_.at(number).limit = stack_.GetLoop().After(
-        central_.discoverLimit, [this, number] { Finish(number, GattResult::kUnreachable); });
+        central_.discoverLimit, [this, number] { Finish(number, GattStatus::kUnreachable); });
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });
 }
 
@@ -294,7 +294,7 @@ void GattLink::FinishDiscoveries()
 {
     for (const std::uint64_t number : std::exchange(discoveries_, {})) {
         if (operations_.contains(number)) {
-            FinishLater(number, GattResult::kDone);
+            FinishLater(number, GattStatus::kDone);
         }
     }
 }
@@ -307,12 +307,12 @@ void GattLink::CallOn(const bluez::Characteristic& characteristic, const char* m
         characteristic.path, bluez::kGattCharacteristic, method, arguments,
         [this, number, succeeded = std::move(succeeded)](const dbus::Reply& reply) {
             if (reply.IsError() && !IsConnected(stack_, device_)) {
-                Finish(number, GattResult::kNotConnected);
+                Finish(number, GattStatus::kNotConnected);
             } else if (reply.IsError() && IsBrokenOff(*reply.error)) {
                 operations_.at(number).limit = stack_.GetLoop().After(
-                    kUntilEnded, [this, number] { Finish(number, GattResult::kUnreachable); });
+                    kUntilEnded, [this, number] { Finish(number, GattStatus::kUnreachable); });
             } else if (reply.IsError()) {
-                Finish(number, GattResultOf(*reply.error));
+                Finish(number, GattStatusOf(*reply.error));
             } else {
                 succeeded(reply);
             }
@@ -324,7 +324,7 @@ void GattLink::Read(const Key& key, OnRead done)
     const auto number = Begin(std::move(done));
     const auto found = IsUp() ? Find(key) : std::nullopt;
     if (!found) {
-        FinishLater(number, IsUp() ? GattResult::kNotFound : GattResult::kNotConnected);
+        FinishLater(number, IsUp() ? GattStatus::kNotFound : GattStatus::kNotConnected);
         return;
     }
     operations_.at(number).reading =
@@ -332,7 +332,7 @@ void GattLink::Read(const Key& key, OnRead done)
     CallOn(*found, "ReadValue", {dbus::MakeProperties({})}, number,
            [this, number](const dbus::Reply& reply) {
                const Bytes* const value = reply.First<Bytes>();
-               Finish(number, value != nullptr ? GattResult::kDone : GattResult::kUnreachable,
+               Finish(number, value != nullptr ? GattStatus::kDone : GattStatus::kUnreachable,
                       value != nullptr ? *value : Bytes());
            });
 }
@@ -340,39 +340,39 @@ void GattLink::Read(const Key& key, OnRead done)
 void GattLink::Write(const Key& key, const Bytes& value, Done done)
 {
     const auto number =
-        Begin([done = std::move(done)](GattResult result, const Bytes&) { done(result); });
+        Begin([done = std::move(done)](GattStatus result, const Bytes&) { done(result); });
     const auto found = IsUp() ? Find(key) : std::nullopt;
     const bool wantsAnswer = found && found->Has("write");
     if (!found) {
-        FinishLater(number, IsUp() ? GattResult::kNotFound : GattResult::kNotConnected);
+        FinishLater(number, IsUp() ? GattStatus::kNotFound : GattStatus::kNotConnected);
     } else if (!wantsAnswer && !found->Has("write-without-response")) {
-        FinishLater(number, GattResult::kNotPermitted);
+        FinishLater(number, GattStatus::kNotPermitted);
     } else if (value.size() > kMostAttributeValue) {
-        FinishLater(number, GattResult::kInvalidValue);
+        FinishLater(number, GattStatus::kInvalidValue);
     } else {
         const dbus::Value options =
             dbus::MakeProperties({{"type", wantsAnswer ? "request" : "command"}});
         CallOn(*found, "WriteValue", {value, options}, number,
-               [this, number](const dbus::Reply&) { Finish(number, GattResult::kDone); });
+               [this, number](const dbus::Reply&) { Finish(number, GattStatus::kDone); });
     }
 }
 
 void GattLink::Subscribe(const Key& key, bool enable, Done done)
 {
     const auto number =
-        Begin([done = std::move(done)](GattResult result, const Bytes&) { done(result); });
+        Begin([done = std::move(done)](GattStatus result, const Bytes&) { done(result); });
     const auto found = IsUp() ? Find(key) : std::nullopt;
     if (!found) {
-        FinishLater(number, IsUp() ? GattResult::kNotFound : GattResult::kNotConnected);
+        FinishLater(number, IsUp() ? GattStatus::kNotFound : GattStatus::kNotConnected);
     } else if (subscribing_.contains(key)) {
-        FinishLater(number, GattResult::kBusy);
+        FinishLater(number, GattStatus::kBusy);
     } else if (!enable || subscriptions_.contains(key)) {
         if (!enable) {
             subscriptions_.erase(key);
         }
-        FinishLater(number, GattResult::kDone);
+        FinishLater(number, GattStatus::kDone);
     } else if (!found->Has("notify") && !found->Has("indicate")) {
-        FinishLater(number, GattResult::kNotPermitted);
+        FinishLater(number, GattStatus::kNotPermitted);
     } else {
         subscribing_.insert(key);
         subscriptions_[key] = central_.notifications.Subscribe(
@@ -381,9 +381,9 @@ void GattLink::Subscribe(const Key& key, bool enable, Done done)
                 const auto notified = callbacks_.notified;
                 notified(key, value, isIndication);
             },
-            [this, key, number](GattResult result) {
+            [this, key, number](GattStatus result) {
                 subscribing_.erase(key);
-                if (result != GattResult::kDone) {
+                if (result != GattStatus::kDone) {
                     subscriptions_.erase(key);
                 }
                 Finish(number, result);

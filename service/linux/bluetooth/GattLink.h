@@ -3,7 +3,7 @@
 
 #include <protocol/Uuid.h>
 #include <service/linux/bluetooth/GattCentral.h>
-#include <service/linux/bluetooth/GattResult.h>
+#include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <chrono>
@@ -21,31 +21,23 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 using protocol::Uuid;
 
-/// Why a link did not come up, or is over.
-enum class LinkEnd : std::uint8_t {
-    kNotEstablished,
-    kPeer,  ///< also where it is not known
-    kAdapterGone,
-    kTimeout,
-    kLocal,  ///< another program of this machine ended it
-};
-
 /// One connection to a device, from the attempt on; in the loop's thread. Links to the same device
 /// share its connection, which ends with the last of them. Callbacks are called later, never in a
 /// call, and not any more once the link is destroyed; they may destroy it.
 class GattLink : private Stack::Observer {
   public:
     using Bytes = dbus::Bytes;
-    using Done = std::function<void(GattResult)>;
-    using OnRead = std::function<void(GattResult, const Bytes&)>;
+    using Done = std::function<void(GattStatus)>;
+    using OnRead = std::function<void(GattStatus, const Bytes&)>;
     /// A characteristic, by its service's UUID and its own.
     using Key = std::pair<Uuid, Uuid>;
 
     struct Callbacks {
         std::function<void()> connected;
-        /// Nothing else is called afterwards but what is under way, which ends in kNotConnected
-        /// before.
-        std::function<void(LinkEnd)> ended;
+        /// The last call. What is under way has ended with kNotConnected before. kPeer also if the
+        /// reason is not known; kLocal also if the adapter is gone, or another program of this
+        /// machine ended the connection.
+        std::function<void(GattReason)> ended;
         std::function<void(const Key&, const Bytes&, bool isIndication)> notified;
     };
 
@@ -91,13 +83,13 @@ class GattLink : private Stack::Observer {
     void Look();
     void Connect();
     void Accepted(bool isConnected);
-    LinkEnd WhyEnded() const;
-    void End(LinkEnd why);
+    GattReason WhyEnded() const;
+    void End(GattReason why);
 
     std::optional<bluez::Characteristic> Find(const Key& key) const;
     std::uint64_t Begin(OnRead done);
-    void Finish(std::uint64_t number, GattResult result, const Bytes& value = {});
-    void FinishLater(std::uint64_t number, GattResult result);
+    void Finish(std::uint64_t number, GattStatus result, const Bytes& value = {});
+    void FinishLater(std::uint64_t number, GattStatus result);
     void FinishDiscoveries();
     void AskMtu();
     void Disconnect();

@@ -37,7 +37,7 @@ std::unique_ptr<GattNotifications::Subscription> GattNotifications::Subscribe(
     source.subscribers.emplace(number, Subscriber{std::move(got), std::move(done)});
     if (source.state == State::kOn) {
         source.later = stack_.GetLoop().After(Loop::Duration::zero(),
-                                              [this, path] { Finish(path, GattResult::kDone); });
+                                              [this, path] { Finish(path, GattStatus::kDone); });
     } else if (source.state == State::kOff) {
         source.state = State::kStarting;
         source.isIndication = !characteristic.Has("notify");
@@ -59,7 +59,7 @@ void GattNotifications::Acquire(const std::string& path)
                     [this, path](const dbus::Reply& reply) {
                         const auto* const socket = reply.First<dbus::Handle>();
                         if (reply.IsError() && dbus::IsSilence(*reply.error)) {
-                            Finish(path, GattResultOf(*reply.error));
+                            Finish(path, GattStatusOf(*reply.error));
                             return;
                         }
                         if (socket == nullptr || !socket->descriptor) {
@@ -69,7 +69,7 @@ void GattNotifications::Acquire(const std::string& path)
                         sources_.at(path).packets = std::make_unique<PacketSocket>(
                             stack_.GetLoop(), socket->descriptor,
                             [this, path](const Bytes& value) { Deliver(path, value); });
-                        Finish(path, GattResult::kDone);
+                        Finish(path, GattStatus::kDone);
                     });
 }
 
@@ -78,7 +78,7 @@ void GattNotifications::Start(const std::string& path)
     sources_.at(path).call = stack_.Call(
         path, bluez::kGattCharacteristic, "StartNotify", {},
         [this, path](const dbus::Reply& reply) {
-            Finish(path, reply.IsError() ? GattResultOf(*reply.error) : GattResult::kDone);
+            Finish(path, reply.IsError() ? GattStatusOf(*reply.error) : GattStatus::kDone);
         });
 }
 
@@ -102,9 +102,9 @@ void GattNotifications::ForEachSubscriber(const std::string& path, const Use& us
 }
 
 /// Tells those who have not been told yet.
-void GattNotifications::Finish(const std::string& path, GattResult result)
+void GattNotifications::Finish(const std::string& path, GattStatus result)
 {
-    sources_.at(path).state = result == GattResult::kDone ? State::kOn : State::kOff;
+    sources_.at(path).state = result == GattStatus::kDone ? State::kOn : State::kOff;
     ForEachSubscriber(path, [result](Subscriber& subscriber, bool) {
         if (const Done done = std::exchange(subscriber.done, nullptr)) {
             done(result);

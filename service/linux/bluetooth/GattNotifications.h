@@ -2,7 +2,7 @@
 #pragma once
 
 #include <service/linux/PacketSocket.h>
-#include <service/linux/bluetooth/GattResult.h>
+#include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <cstdint>
@@ -19,7 +19,7 @@ class GattNotifications : private Stack::Observer {
   public:
     using Bytes = dbus::Bytes;
     using Got = std::function<void(const Bytes& value, bool isIndication)>;
-    using Done = std::function<void(GattResult)>;
+    using Done = std::function<void(GattStatus)>;
 
     /// Somebody's subscription, for as long as this lives; ends before all of it does.
     class Subscription {
@@ -80,7 +80,7 @@ class GattNotifications : private Stack::Observer {
 
     void Acquire(const std::string& path);
     void Start(const std::string& path);
-    void Finish(const std::string& path, GattResult result);
+    void Finish(const std::string& path, GattStatus result);
     void Deliver(const std::string& path, const Bytes& value);
     void End(const std::string& path, std::uint64_t number);
 

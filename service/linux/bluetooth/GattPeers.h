@@ -2,7 +2,7 @@
 #pragma once
 
 #include <service/linux/bluetooth/GattCentral.h>
-#include <service/linux/bluetooth/GattResult.h>
+#include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <algorithm>

@@ -22,7 +22,7 @@ GattService::GattService(Stack& stack, GattPeers& peers, const Uuid& uuid,
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] {
         Fit();
         if (adapter_.empty()) {
-            TellShown(ControlOutcome::kNoAdapter);
+            TellShown(radio::Outcome::kNoAdapter);
         }
     });
 }
@@ -64,7 +64,7 @@ void GattService::Fit()
     Withdraw();
     adapter_ = adapter;
     if (adapter_.empty()) {
-        TellShown(ControlOutcome::kNoAdapter);
+        TellShown(radio::Outcome::kNoAdapter);
     } else {
         Register();
     }
@@ -86,10 +86,10 @@ void GattService::Register()
                                {dbus::ObjectPath{root}, dbus::MakeProperties({})},
                                [this](const dbus::Reply& reply) {
                                    if (!reply.IsError()) {
-                                       TellShown(ControlOutcome::kDone);
+                                       TellShown(radio::Outcome::kDone);
                                        return;
                                    }
-                                   const ControlOutcome why = OutcomeOf(*reply.error, adapter_);
+                                   const radio::Outcome why = OutcomeOf(*reply.error, adapter_);
                                    Withdraw();
                                    later_ = stack_.GetLoop().After(kNextTry, [this] { Fit(); });
                                    TellShown(why);
@@ -106,7 +106,7 @@ void GattService::Withdraw()
     adapter_.clear();
 }
 
-void GattService::TellShown(ControlOutcome outcome)
+void GattService::TellShown(radio::Outcome outcome)
 {
     if (const auto shown = std::exchange(callbacks_.shown, nullptr)) {
         shown(outcome);

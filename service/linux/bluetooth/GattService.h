@@ -39,7 +39,7 @@ class GattService : private Stack::Observer, private GattPeers::Observer {
         std::function<void(std::uint64_t peer, std::size_t characteristic, const Bytes& value)>
             written;
         /// Called once: whether the service is shown. One that is not is tried again.
-        std::function<void(ControlOutcome)> shown;
+        std::function<void(radio::Outcome)> shown;
     };
 
     /// How long until BlueZ is asked again after it has refused.
@@ -71,7 +71,7 @@ class GattService : private Stack::Observer, private GattPeers::Observer {
     void Fit();
     void Register();
     void Withdraw();
-    void TellShown(ControlOutcome outcome);
+    void TellShown(radio::Outcome outcome);
 
     Stack& stack_;
     GattPeers& peers_;

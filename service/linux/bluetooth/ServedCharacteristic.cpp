@@ -84,12 +84,12 @@ void ServedCharacteristic::Detach()
     readParts_.clear();
     writtenParts_.clear();
     asking_.Reset();
-    TellSent(GattResult::kNotConnected);
+    TellSent(GattStatus::kNotConnected);
     for (Waiting& waiting : std::exchange(waiting_, {})) {
-        TellLater(std::move(waiting.done), GattResult::kNotConnected);
+        TellLater(std::move(waiting.done), GattStatus::kNotConnected);
     }
     while (!indications_.empty()) {
-        Finish(indications_.begin(), GattResult::kNotConnected);
+        Finish(indications_.begin(), GattStatus::kNotConnected);
     }
 }
 
@@ -187,7 +187,7 @@ void ServedCharacteristic::Confirm(const dbus::Incoming&, dbus::Invocation& invo
 {
     invocation.Return();
     if (!indications_.empty() && --indications_.front().missing == 0) {
-        Finish(indications_.begin(), GattResult::kDone);
+        Finish(indications_.begin(), GattStatus::kDone);
     }
 }
 
@@ -207,7 +207,7 @@ void ServedCharacteristic::PeerDisconnected(std::uint64_t peer)
             indication->missing = std::min(indication->missing, indication->peers.size());
             if (indication->missing == 0) {
                 Finish(indication,
-                       indication->peers.empty() ? GattResult::kNotConnected : GattResult::kDone);
+                       indication->peers.empty() ? GattStatus::kNotConnected : GattStatus::kDone);
             }
         }
     }
@@ -224,9 +224,9 @@ std::vector<std::uint64_t> ServedCharacteristic::Subscribers() const
 void ServedCharacteristic::Notify(const Bytes& value, Done done)
 {
     if (tree_ == nullptr || (!isStarted_ && Subscribers().empty())) {
-        TellLater(std::move(done), GattResult::kDone);
+        TellLater(std::move(done), GattStatus::kDone);
     } else if (waiting_.size() >= kMostWaiting) {
-        TellLater(std::move(done), GattResult::kBusy);
+        TellLater(std::move(done), GattStatus::kBusy);
     } else {
         waiting_.push_back({Cut(value), std::move(done)});
         SendWaiting();
@@ -247,8 +247,8 @@ void ServedCharacteristic::SendWaiting()
     }
     asking_ = stack_.Call("/", dbus::kPeer, "Ping", {}, [this](const dbus::Reply& reply) {
         asking_.Reset();
-        TellSent(reply.IsError() && dbus::IsSilence(*reply.error) ? GattResult::kUnreachable
-                                                                  : GattResult::kDone);
+        TellSent(reply.IsError() && dbus::IsSilence(*reply.error) ? GattStatus::kUnreachable
+                                                                  : GattStatus::kDone);
         SendWaiting();
     });
 }
@@ -265,10 +265,10 @@ void ServedCharacteristic::Send(Waiting next)
     indications_.push_back({{to.begin(), to.end()}, to.size(), std::move(next.done), {}});
     const auto added = std::prev(indications_.end());
     added->limit = stack_.GetLoop().After(
-        kConfirmLimit, [this, added] { Finish(added, GattResult::kUnreachable); });
+        kConfirmLimit, [this, added] { Finish(added, GattStatus::kUnreachable); });
 }
 
-void ServedCharacteristic::TellSent(GattResult result)
+void ServedCharacteristic::TellSent(GattStatus result)
 {
     for (Done& done : std::exchange(sent_, {})) {
         TellLater(std::move(done), result);
@@ -279,15 +279,15 @@ void ServedCharacteristic::NotifyOne(std::uint64_t peer, const Bytes& value, Don
 {
     const std::vector<std::uint64_t> to = Subscribers();
     if (std::find(to.begin(), to.end(), peer) == to.end()) {
-        TellLater(std::move(done), GattResult::kNotPermitted);
+        TellLater(std::move(done), GattStatus::kNotPermitted);
     } else if (to.size() > 1) {
-        TellLater(std::move(done), GattResult::kNotSupported);
+        TellLater(std::move(done), GattStatus::kNotSupported);
     } else {
         Notify(value, std::move(done));
     }
 }
 
-void ServedCharacteristic::TellLater(Done done, GattResult result)
+void ServedCharacteristic::TellLater(Done done, GattStatus result)
 {
     const std::uint64_t number = ++lastTelling_;
     telling_[number] = stack_.GetLoop().After(
@@ -297,7 +297,7 @@ void ServedCharacteristic::TellLater(Done done, GattResult result)
         });
 }
 
-void ServedCharacteristic::Finish(Indications::iterator indication, GattResult result)
+void ServedCharacteristic::Finish(Indications::iterator indication, GattStatus result)
 {
     Done done = std::move(indication->done);
     indications_.erase(indication);

@@ -3,7 +3,7 @@
 
 #include <protocol/Uuid.h>
 #include <service/linux/bluetooth/GattPeers.h>
-#include <service/linux/bluetooth/GattResult.h>
+#include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 #include <service/linux/dbus/ObjectTree.h>
 
@@ -27,7 +27,7 @@ using protocol::Uuid;
 class ServedCharacteristic {
   public:
     using Bytes = dbus::Bytes;
-    using Done = std::function<void(GattResult)>;
+    using Done = std::function<void(GattStatus)>;
 
     /// What peers do, as far as the flags permit it; see GattService::Callbacks.
     struct Callbacks {
@@ -98,9 +98,9 @@ class ServedCharacteristic {
 
     void SendWaiting();
     void Send(Waiting next);
-    void TellSent(GattResult result);
-    void TellLater(Done done, GattResult result);
-    void Finish(Indications::iterator indication, GattResult result);
+    void TellSent(GattStatus result);
+    void TellLater(Done done, GattStatus result);
+    void Finish(Indications::iterator indication, GattStatus result);
 
     Stack& stack_;
     GattPeers& peers_;

@@ -7,7 +7,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::Pair;
-using Outcome = ControlOutcome;
+using Outcome = radio::Outcome;
 
 class AnAdapterControl : public StackTest {
   protected:

@@ -7,7 +7,7 @@ namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
-using Sent = AdvertisingOutcome;
+using Sent = radio::Outcome;
 using nlohmann::json;
 
 /// Advertisements by their numbers, and what is told of them.

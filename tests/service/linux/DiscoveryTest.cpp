@@ -20,7 +20,7 @@ class ADiscovery : public StackTest {
                 Discovery::Callbacks{
                     [this](const AdvertisingReport& report) { heard.push_back(report); },
                     [this] { events.emplace_back("began"); },
-                    [this](ControlOutcome why) {
+                    [this](radio::Outcome why) {
                         events.push_back("ended " + std::to_string(static_cast<int>(why)));
                     }},
                 [this](std::uint16_t) {

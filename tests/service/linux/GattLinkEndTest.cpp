@@ -12,7 +12,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereBluezSaysSo)
     link = NewLink();
     EXPECT_TRUE(Sees({"ended 0"}));
     Do([this] { link->Discover(Store()); });
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
 TEST_F(AGattLink, DoesNotComeUpWhereThePeerHasLeftMeanwhile)
@@ -37,13 +37,13 @@ TEST_F(AGattLink, TellsWhyAnOperationIsRefused)
 {
     Connect();
     for (const auto& [error, expected] :
-         {std::pair{"org.bluez.Error.NotPermitted", GattResult::kNotPermitted},
-          std::pair{"org.bluez.Error.NotAuthorized", GattResult::kNotPermitted},
-          std::pair{"org.bluez.Error.NotSupported", GattResult::kNotSupported},
-          std::pair{"org.bluez.Error.InvalidValueLength", GattResult::kInvalidValue},
-          std::pair{"org.bluez.Error.InProgress", GattResult::kBusy},
-          std::pair{"org.bluez.Error.NotConnected", GattResult::kNotConnected},
-          std::pair{"org.bluez.Error.Failed", GattResult::kUnreachable}}) {
+         {std::pair{"org.bluez.Error.NotPermitted", GattStatus::kNotPermitted},
+          std::pair{"org.bluez.Error.NotAuthorized", GattStatus::kNotPermitted},
+          std::pair{"org.bluez.Error.NotSupported", GattStatus::kNotSupported},
+          std::pair{"org.bluez.Error.InvalidValueLength", GattStatus::kInvalidValue},
+          std::pair{"org.bluez.Error.InProgress", GattStatus::kBusy},
+          std::pair{"org.bluez.Error.NotConnected", GattStatus::kNotConnected},
+          std::pair{"org.bluez.Error.Failed", GattStatus::kUnreachable}}) {
         bluetoothd->Do({{"do", "fail"}, {"method", "ReadValue"}, {"error", error}});
         Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
         EXPECT_EQ(Result(), expected) << error;
@@ -56,7 +56,7 @@ TEST_F(AGattLink, EndsWhatIsUnderWayWhenThePeerGoes)
     bluetoothd->Do({{"do", "fail"}, {"method", "ReadValue"}, {"never", true}});
     Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
     bluetoothd->Do({{"do", "change"}, {"path", kDevicePath}, {"Connected", false}});
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
     EXPECT_TRUE(Sees({"connected", "ended 1"}));
 }
 
@@ -70,7 +70,7 @@ TEST_F(AGattLink, TakesAnOperationThatIsBrokenOffForOneOfAConnectionThatEnds)
     Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
     ASSERT_TRUE(IsCalled("ReadValue"));
     bluetoothd->Do({{"do", "change"}, {"path", kDevicePath}, {"Connected", false}});
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
 TEST_F(AGattLink, TakesAnOperationThatFailsWithTheConnectionForUnconnected)
@@ -82,7 +82,7 @@ TEST_F(AGattLink, TakesAnOperationThatFailsWithTheConnectionForUnconnected)
                     {"message", "Operation failed with ATT error: 0x0e"},
                     {"leaves", kDevicePath}});
     Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
 TEST_F(AGattLink, TellsWhyTheKernelSaysThatItEnded)
@@ -125,7 +125,7 @@ TEST_F(AGattLink, MayBeDestroyedByAnotherOneThatEnds)
     std::unique_ptr<GattLink> third;
     int ended = 0;
     const GattLink::Callbacks callbacks{[] {},
-                                        [&](LinkEnd) {
+                                        [&](GattReason) {
                                             ++ended;
                                             link.reset();
                                             third.reset();
@@ -144,11 +144,11 @@ TEST_F(AGattLink, EndsWithTheBus)
     Connect();
     bluetoothd->Do({{"do", "fail"}, {"method", "ReadValue"}, {"never", true}});
     Do([this] {
-        link->Subscribe({kHeartRate, kMeasurement}, true, [](GattResult) {});
+        link->Subscribe({kHeartRate, kMeasurement}, true, [](GattStatus) {});
         link->Read({kHeartRate, kMeasurement}, StoreRead());
     });
     bus.Kill();
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
     EXPECT_TRUE(Sees({"connected", "ended 2"}));
 }
 
@@ -179,7 +179,7 @@ TEST_F(AGattLink, GivesServicesUpThatAreNotFound)
         central->discoverLimit = std::chrono::milliseconds(100);
         link->Discover(Store());
     });
-    EXPECT_EQ(Result(), GattResult::kUnreachable);
+    EXPECT_EQ(Result(), GattStatus::kUnreachable);
 }
 
 /// Where a call waits for its answer for two seconds.
@@ -194,20 +194,20 @@ TEST_F(AnImpatientGattLink, GivesOperationsUpThatAreNotAnswered)
     for (const char* const method : {"ReadValue", "WriteValue", "AcquireNotify", "StartNotify"}) {
         bluetoothd->Do({{"do", "fail"}, {"method", method}, {"never", true}});
     }
-    std::vector<GattResult> results;
+    std::vector<GattStatus> results;
     Do([&] {
-        const auto note = [&](GattResult outcome) { results.push_back(outcome); };
+        const auto note = [&](GattStatus outcome) { results.push_back(outcome); };
         link->Read({kHeartRate, kMeasurement},
-                   [note](GattResult outcome, const dbus::Bytes&) { note(outcome); });
+                   [note](GattStatus outcome, const dbus::Bytes&) { note(outcome); });
         link->Write({kHeartRate, kControlPoint}, FromHex("01"), note);
         link->Subscribe({kHeartRate, kMeasurement}, true, note);
         link->Subscribe({kHeartRate, kControlPoint}, true, note);
     });
     ASSERT_TRUE(Eventually([&] { return results.size() == 4; }));
-    EXPECT_THAT(results, testing::Each(GattResult::kUnreachable));
+    EXPECT_THAT(results, testing::Each(GattStatus::kUnreachable));
     // The connection goes on.
     Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
 }
 
 }  // namespace

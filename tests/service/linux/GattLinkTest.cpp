@@ -33,27 +33,27 @@ TEST_F(AGattLink, ReadsAndWrites)
                     {"path", std::string(kDevicePath) + "/service1/char1"},
                     {"Value", "0a0b"}});
     Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     EXPECT_EQ(Do([this] { return read; }), FromHex("0a0b"));
     Do([this] { link->Write({kHeartRate, kControlPoint}, FromHex("01"), Store()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     const json made = bluetoothd->Do({{"do", "calls"}});
     EXPECT_EQ(made.back().at(0), "WriteValue");
     EXPECT_EQ(made.back().at(2), "01");
     EXPECT_EQ(made.back().at(3), "request");
     Do([this] { link->Write({kHeartRate, kControlPoint}, dbus::Bytes(513), Store()); });
-    EXPECT_EQ(Result(), GattResult::kInvalidValue);
+    EXPECT_EQ(Result(), GattStatus::kInvalidValue);
     Do([this] { link->Write({kHeartRate, kMeasurement}, FromHex("01"), Store()); });
-    EXPECT_EQ(Result(), GattResult::kNotPermitted);
+    EXPECT_EQ(Result(), GattStatus::kNotPermitted);
     Do([this] { link->Read({kHeartRate, kOther}, StoreRead()); });
-    EXPECT_EQ(Result(), GattResult::kNotFound);
+    EXPECT_EQ(Result(), GattStatus::kNotFound);
 }
 
 TEST_F(AGattLink, HasEachNotificationOnceThroughASocket)
 {
     Connect();
     Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
-    ASSERT_EQ(Result(), GattResult::kDone);
+    ASSERT_EQ(Result(), GattStatus::kDone);
     const std::string path = std::string(kDevicePath) + "/service1/char1";
     for (int i = 0; i < 100; ++i) {
         bluetoothd->Do({{"do", "packet"}, {"path", path}, {"value", "0" + std::to_string(i % 10)}});
@@ -66,7 +66,7 @@ TEST_F(AGattLink, HasEachNotificationOnceThroughASocket)
         }
         link->Subscribe({kHeartRate, kMeasurement}, false, Store());
     });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     EXPECT_TRUE(IsCalled("closed"));
 }
 
@@ -89,8 +89,8 @@ TEST_F(AGattLink, SharesASubscriptionWithOthers)
     ASSERT_TRUE(Sees({"connected", "connected"}));
     int done = 0;
     Do([&] {
-        const auto count = [&](GattResult outcome) {
-            done += outcome == GattResult::kDone ? 1 : 0;
+        const auto count = [&](GattStatus outcome) {
+            done += outcome == GattStatus::kDone ? 1 : 0;
         };
         link->Subscribe({kHeartRate, kMeasurement}, true, count);
         second->Subscribe({kHeartRate, kMeasurement}, true, count);
@@ -121,16 +121,16 @@ TEST_F(AGattLink, TriesAgainToSubscribeAfterARefusal)
             {{"do", "fail"}, {"method", method}, {"error", "org.bluez.Error.NotPermitted"}});
     }
     Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
-    EXPECT_EQ(Result(), GattResult::kNotPermitted);
+    EXPECT_EQ(Result(), GattStatus::kNotPermitted);
     Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
 }
 
 TEST_F(AGattLink, HasIndicationsByChangesOfTheProperty)
 {
     Connect();
     Do([this] { link->Subscribe({kHeartRate, kControlPoint}, true, Store()); });
-    ASSERT_EQ(Result(), GattResult::kDone);
+    ASSERT_EQ(Result(), GattStatus::kDone);
     bluetoothd->Do({{"do", "change"},
                     {"path", std::string(kDevicePath) + "/service1/char2"},
                     {"Value", "07"}});
@@ -164,7 +164,7 @@ TEST_F(AGattLink, SharesTheConnectionWithOthersToTheSameDevice)
     Do([this] { link.reset(); });
     // It can still be read from: the first one's end has not cut the connection.
     Do([&] { second->Read({kHeartRate, kMeasurement}, StoreRead()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     const json made = bluetoothd->Do({{"do", "calls"}});
     EXPECT_TRUE(std::none_of(made.begin(), made.end(),
                              [](const json& call) { return call.at(0) == "Disconnect"; }));

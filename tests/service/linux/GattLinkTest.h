@@ -41,7 +41,7 @@ class AGattLink : public GattTest {
                 *central, kAddress,
                 GattLink::Callbacks{
                     [this] { events.emplace_back("connected"); },
-                    [this](LinkEnd why) {
+                    [this](GattReason why) {
                         events.push_back("ended " + std::to_string(static_cast<int>(why)));
                     },
                     [this](const GattLink::Key& key, const dbus::Bytes& value, bool indication) {
@@ -56,7 +56,7 @@ class AGattLink : public GattTest {
         ASSERT_TRUE(Sees({"connected"}));
         AddServices();
         Do([this] { link->Discover(Store()); });
-        ASSERT_EQ(Result(), GattResult::kDone);
+        ASSERT_EQ(Result(), GattStatus::kDone);
     }
     bool Sees(const std::vector<std::string>& expected)
     {
@@ -67,17 +67,17 @@ class AGattLink : public GattTest {
     GattLink::Done Store()
     {
         result.reset();
-        return [this](GattResult outcome) { result = outcome; };
+        return [this](GattStatus outcome) { result = outcome; };
     }
     GattLink::OnRead StoreRead()
     {
         result.reset();
-        return [this](GattResult outcome, const dbus::Bytes& bytes) {
+        return [this](GattStatus outcome, const dbus::Bytes& bytes) {
             result = outcome;
             read = bytes;
         };
     }
-    std::optional<GattResult> Result()
+    std::optional<GattStatus> Result()
     {
         EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
         return Do([this] { return result; });
@@ -96,7 +96,7 @@ class AGattLink : public GattTest {
 
     std::vector<std::string> events;
     std::vector<Value> values;
-    std::optional<GattResult> result;
+    std::optional<GattStatus> result;
     dbus::Bytes read;
     std::unique_ptr<GattLink> link;
 };

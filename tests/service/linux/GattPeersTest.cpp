@@ -77,7 +77,7 @@ TEST_F(TheGattPeers, AreNotThoseThatALinkOfOursHas)
     auto link = Do([&] {
         return std::make_unique<GattLink>(
             *central, kAddress,
-            GattLink::Callbacks{[&] { isUp = true; }, [](LinkEnd) {},
+            GattLink::Callbacks{[&] { isUp = true; }, [](GattReason) {},
                                 [](const GattLink::Key&, const dbus::Bytes&, bool) {}});
     });
     ASSERT_TRUE(Eventually([&] { return isUp; }));

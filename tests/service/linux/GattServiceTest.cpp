@@ -52,10 +52,10 @@ class AGattService : public GattTest {
                         EXPECT_TRUE(peers->IsConnected(peer));
                         written.push_back(bytes);
                     },
-                    [this](ControlOutcome outcome) { shown = outcome; }});
+                    [this](radio::Outcome outcome) { shown = outcome; }});
         });
     }
-    std::optional<ControlOutcome> Shown()
+    std::optional<radio::Outcome> Shown()
     {
         EXPECT_TRUE(Eventually([this] { return shown.has_value(); }));
         return Do([this] { return shown; });
@@ -66,7 +66,7 @@ class AGattService : public GattTest {
         Start();
         ASSERT_TRUE(Eventually([this] { return stack->Adapter().has_value(); }));
         Show();
-        ASSERT_EQ(Shown(), ControlOutcome::kDone);
+        ASSERT_EQ(Shown(), radio::Outcome::kDone);
         AddPeers();
     }
     void AddPeers()
@@ -109,9 +109,9 @@ class AGattService : public GattTest {
     GattService::Done Store()
     {
         result.reset();
-        return [this](GattResult outcome) { result = outcome; };
+        return [this](GattStatus outcome) { result = outcome; };
     }
-    std::optional<GattResult> Result()
+    std::optional<GattStatus> Result()
     {
         EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
         return Do([this] { return result; });
@@ -123,8 +123,8 @@ class AGattService : public GattTest {
 
     std::unique_ptr<GattPeers> peers;
     std::unique_ptr<GattService> service;
-    std::optional<ControlOutcome> shown;
-    std::optional<GattResult> result;
+    std::optional<radio::Outcome> shown;
+    std::optional<GattStatus> result;
     std::string path;
     dbus::Bytes value;
     int reads = 0;
@@ -194,16 +194,16 @@ TEST_F(AGattService, NotifiesThoseThatSubscribed)
 {
     ShowToPeers();
     Do([this] { service->Notify(kNotifying, FromHex("00"), Store()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     Do([this] { service->NotifyOne(kAddress, kNotifying, FromHex("00"), Store()); });
-    EXPECT_EQ(Result(), GattResult::kNotPermitted);
+    EXPECT_EQ(Result(), GattStatus::kNotPermitted);
     Subscribe(kNotifying);
     EXPECT_THAT(Subscribers(kNotifying), ElementsAre(kAddress));
     bluetoothd->Do({{"do", "calls"}});
     for (int i = 0; i < 100; ++i) {
         Do([&] { service->Notify(kNotifying, {static_cast<std::uint8_t>(i)}, Store()); });
     }
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     std::vector<std::string> told;
     ASSERT_TRUE(LoopTest::Eventually([&] {
         for (const json& call : bluetoothd->Do({{"do", "calls"}})) {
@@ -216,11 +216,11 @@ TEST_F(AGattService, NotifiesThoseThatSubscribed)
     EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
 
     Do([this] { service->NotifyOne(kAddress, kNotifying, FromHex("01"), Store()); });
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     Subscribe(kNotifying, kOtherPath);
     EXPECT_THAT(Subscribers(kNotifying), UnorderedElementsAre(kAddress, kOther));
     Do([this] { service->NotifyOne(kAddress, kNotifying, FromHex("01"), Store()); });
-    EXPECT_EQ(Result(), GattResult::kNotSupported);
+    EXPECT_EQ(Result(), GattStatus::kNotSupported);
 
     Change(kDevicePath, "Connected", false);
     ASSERT_TRUE(Eventually([this] { return !peers->IsConnected(kAddress); }));
@@ -233,19 +233,19 @@ TEST_F(AGattService, HasBluezTakeNotificationsBeforeMoreAreSent)
 {
     ShowToPeers();
     Subscribe(kNotifying);
-    std::vector<GattResult> results;
+    std::vector<GattStatus> results;
     constexpr std::size_t kTooMany = ServedCharacteristic::kMostWaiting + 20;
     Do([&] {
         for (std::size_t i = 0; i < kTooMany; ++i) {
             service->Notify(kNotifying, {7},
-                            [&](GattResult outcome) { results.push_back(outcome); });
+                            [&](GattStatus outcome) { results.push_back(outcome); });
         }
     });
     ASSERT_TRUE(Eventually([&] { return results.size() == kTooMany; }));
     // The first one goes at once, so many others wait.
-    EXPECT_EQ(std::count(results.begin(), results.end(), GattResult::kDone),
+    EXPECT_EQ(std::count(results.begin(), results.end(), GattStatus::kDone),
               1 + ServedCharacteristic::kMostWaiting);
-    EXPECT_EQ(std::count(results.begin(), results.end(), GattResult::kBusy), 19);
+    EXPECT_EQ(std::count(results.begin(), results.end(), GattStatus::kBusy), 19);
 }
 
 TEST_F(AGattService, KeepsTheSubscriptionsOfPairedDevices)
@@ -271,7 +271,7 @@ TEST_F(AGattService, AwaitsThatIndicationsAreConfirmed)
     Peer("Confirm", kIndicating, {}, nullptr);
     EXPECT_FALSE(Do([this] { return result.has_value(); }));
     Peer("Confirm", kIndicating, {}, nullptr);
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
     Peer("Confirm", kIndicating, {}, nullptr);  // one too many
 
     Do([this] { service->Notify(kIndicating, FromHex("02"), Store()); });
@@ -281,22 +281,22 @@ TEST_F(AGattService, AwaitsThatIndicationsAreConfirmed)
     // It may be the one that has confirmed.
     EXPECT_FALSE(Do([this] { return result.has_value(); }));
     Peer("Confirm", kIndicating, {}, nullptr);
-    EXPECT_EQ(Result(), GattResult::kDone);
+    EXPECT_EQ(Result(), GattStatus::kDone);
 
     Do([this] { service->NotifyOne(kAddress, kIndicating, FromHex("03"), Store()); });
     Change(kDevicePath, "Connected", false);
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
 TEST_F(AGattService, SaysWhyItIsNotShown)
 {
     Show();
-    EXPECT_EQ(Shown(), ControlOutcome::kNoAdapter);
+    EXPECT_EQ(Shown(), radio::Outcome::kNoAdapter);
     Start();
     ASSERT_TRUE(IsCalled("RegisterApplication"));
     for (const auto& [error, expected] :
-         {std::pair{"org.freedesktop.DBus.Error.AccessDenied", ControlOutcome::kNotPermitted},
-          std::pair{"org.bluez.Error.Failed", ControlOutcome::kFailed}}) {
+         {std::pair{"org.freedesktop.DBus.Error.AccessDenied", radio::Outcome::kNotPermitted},
+          std::pair{"org.bluez.Error.Failed", radio::Outcome::kFailed}}) {
         bluetoothd->Do({{"do", "fail"}, {"method", "RegisterApplication"}, {"error", error}});
         Do([this] { service.reset(); });
         Show();
@@ -310,15 +310,15 @@ TEST_F(AGattService, IsShownAgainByABluezThatIsStartedAgain)
     Subscribe(kIndicating);
     Do([this] { service->Notify(kIndicating, FromHex("01"), Store()); });
     Subscribe(kNotifying);
-    std::vector<GattResult> results;
+    std::vector<GattStatus> results;
     Do([&] {
         for (int i = 0; i < 100; ++i) {
             service->Notify(kNotifying, {7},
-                            [&](GattResult outcome) { results.push_back(outcome); });
+                            [&](GattStatus outcome) { results.push_back(outcome); });
         }
     });
     bluetoothd->Kill();
-    EXPECT_EQ(Result(), GattResult::kNotConnected);
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
     EXPECT_TRUE(Eventually([&] { return results.size() == 100; }));
     EXPECT_THAT(Subscribers(kIndicating), ElementsAre());
     StartBluez();

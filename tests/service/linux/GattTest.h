@@ -20,7 +20,7 @@ class GattTest : public StackTest {
         Do([this] {
             discovery = std::make_unique<Discovery>(
                 *stack,
-                Discovery::Callbacks{[](const AdvertisingReport&) {}, [] {}, [](ControlOutcome) {}},
+                Discovery::Callbacks{[](const AdvertisingReport&) {}, [] {}, [](radio::Outcome) {}},
                 [](std::uint16_t) -> FileDescriptor {
                     throw std::system_error(
                         std::make_error_code(std::errc::operation_not_permitted));

@@ -1,0 +1,24 @@
+// What becomes of operations on characteristics, in both roles.
+#pragma once
+
+#include <service/linux/dbus/Bus.h>
+#include <service/radio/Gatt.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+/// The longest value that an attribute can have.
+inline constexpr std::size_t kMostAttributeValue = 512;
+
+/// What every LE connection has, until its devices agree on more.
+inline constexpr std::int32_t kSmallestMtu = 23;
+
+using radio::GattReason;
+using radio::GattStatus;
+
+/// What an error of BlueZ means for an operation on a characteristic.
+GattStatus GattStatusOf(const dbus::Error& error);
+
+}  // namespace pelacon::service::linux_radios::bluetooth
