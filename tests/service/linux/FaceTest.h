@@ -1,0 +1,69 @@
+// What families see of Bluetooth, over a stand-in of bluetoothd.
+#pragma once
+
+#include <service/base/Scheduler.h>
+#include <service/linux/bluetooth/Host.h>
+#include <tests/service/linux/OnLoop.h>
+#include <tests/service/linux/PrivateBus.h>
+#include <tests/support/Eventually.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace pelacon::service::linux_radios::tests {
+
+using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+
+/// A test body runs without the scheduler's lock, and takes it with Locked.
+class FaceTest : public testing::Test {
+  protected:
+    /// Ends the host; what uses it has ended by then.
+    ~FaceTest() override { host.reset(); }
+
+    template <typename Body>
+    auto Locked(Body body)
+    {
+        const Scheduler::Guard lock = scheduler.Lock();
+        return body();
+    }
+
+    /// Waits until the condition, which is checked with the lock held, holds.
+    template <typename Condition>
+    bool Eventually(const Condition& condition)
+    {
+        return test::Eventually([&] { return Locked(condition); });
+    }
+
+    /// With an adapter that is on: hci0, 00:AA:01:00:00:00, called "desk".
+    void StartBluez()
+    {
+        bluetoothd.reset();
+        bluetoothd.emplace("bluez.py");
+        bluetoothd->Do({{"do", "adapter"},
+                        {"name", "hci0"},
+                        {"Address", "00:AA:01:00:00:00"},
+                        {"Alias", "desk"},
+                        {"Powered", true}});
+    }
+
+    /// Waits until it is known whether there is an adapter.
+    void StartHost()
+    {
+        Locked([this] { host = std::make_unique<Host>(loop, scheduler, ""); });
+        ASSERT_TRUE(Eventually([this] { return host->IsKnown(); }));
+    }
+
+    PrivateBus bus;
+    std::optional<StandIn> bluetoothd;
+    Scheduler scheduler{1};
+    std::shared_ptr<Gate> gate = std::make_shared<Gate>(scheduler);
+    Complaints complaints;
+    Loop loop{[this](std::string_view text) { complaints.Add(text); }};
+    std::unique_ptr<Host> host;
+};
+
+}  // namespace pelacon::service::linux_radios::tests
