@@ -1,5 +1,5 @@
-// What drives Bluetooth, with a real bluetoothd and two controllers that hear each other: hci0 and
-// hci1. Run in the virtual machine, by tests/bluetooth.sh.
+// What drives Bluetooth, with a real bluetoothd and two controllers that receive each other: hci0
+// and hci1. Run in the virtual machine, by tests/bluetooth.sh.
 #include <tests/radios/TwoControllers.h>
 
 #include <gmock/gmock.h>
@@ -33,17 +33,17 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
     const Bytes response{4, 9, 'a', 'b', 'c'};
     const Bytes silent{2, 1, 4, 3, 3, 0xAA, 0xFE};
     std::vector<radio::Outcome> started;
+    std::vector<std::uint64_t> numbers;
     Do([&] {
         one->discovery.Want(true);
         const auto note = [&](radio::Outcome result) { started.push_back(result); };
-        OutgoingAdvertisement advertisement;
-        advertisement.data = connectable;
-        advertisement.scanResponse = response;
-        two->advertisements.Add(1, advertisement, note, note);
-        advertisement = {};
-        advertisement.isConnectable = false;
-        advertisement.data = silent;
-        two->advertisements.Add(2, advertisement, note, note);
+        radio::Advertising advertising;
+        advertising.data = connectable;
+        advertising.scanResponse = response;
+        numbers.push_back(two->advertisements.Add(advertising, note, note));
+        advertising.kind = radio::AdvertisementKind::kNonConnectable;
+        advertising.data = silent;
+        numbers.push_back(two->advertisements.Add(advertising, note, note));
     });
     ASSERT_TRUE(Eventually([&] { return started.size() == 2; }));
     EXPECT_THAT(started, testing::Each(radio::Outcome::kDone));
@@ -57,11 +57,12 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
     EXPECT_TRUE(isHeard(Kind::kConnectable, connectable));
     EXPECT_TRUE(isHeard(Kind::kScanResponse, response));
     EXPECT_TRUE(isHeard(Kind::kNonConnectable, silent));
-    Do([this] {
+    Do([&] {
         EXPECT_EQ(one->discovery.GetWay(), Discovery::Way::kRaw);
         EXPECT_EQ(two->advertisements.GetWay(), Advertisements::Way::kRaw);
-        two->advertisements.Remove(1);
-        two->advertisements.Remove(2);
+        for (const std::uint64_t number : numbers) {
+            two->advertisements.Remove(number);
+        }
         one->discovery.Want(false);
     });
 }
@@ -71,8 +72,8 @@ TEST_F(OverBluez, TheNumberOfAdvertisementsIsLimited)
     std::vector<radio::Outcome> started;
     Do([&] {
         const auto note = [&](radio::Outcome result) { started.push_back(result); };
-        for (std::uint64_t number = 0; number < 6; ++number) {
-            two->advertisements.Add(number, {}, note, note);
+        for (int i = 0; i < 6; ++i) {
+            two->advertisements.Add({}, note, note);
         }
     });
     ASSERT_TRUE(Eventually([&] { return started.size() == 6; }));

@@ -4,6 +4,7 @@
 #include <service/linux/bluetooth/AdapterControl.h>
 #include <service/linux/bluetooth/Advertisements.h>
 #include <service/linux/bluetooth/Discovery.h>
+#include <service/linux/bluetooth/DuplicateFilter.h>
 #include <service/linux/bluetooth/GattLink.h>
 #include <service/linux/bluetooth/GattPeers.h>
 #include <service/linux/bluetooth/Sockets.h>
@@ -46,7 +47,9 @@ class Machine {
     KernelConnections connections{stack, &OpenManagement};
     GattCentral central{stack, discovery, connections};
     GattPeers peers{central};
-    Advertisements advertisements{stack, &OpenManagement};
+    KernelItems items{""};
+    DuplicateFilter duplicateFilter{stack, items, &OpenManagement};
+    Advertisements advertisements{stack, items, &OpenManagement};
 };
 
 class OverBluez : public testing::Test {

@@ -5,10 +5,14 @@
 #include <service/linux/bluetooth/Sockets.h>
 
 #include <algorithm>
+#include <span>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace pelacon::service::linux_radios::bluetooth {
+
+using radio::AdvertisementKind;
 
 namespace {
 
@@ -41,12 +45,11 @@ std::uint32_t Slots(std::chrono::milliseconds interval)
     return static_cast<std::uint32_t>(interval.count() * 8 / 5);
 }
 
-std::vector<std::uint8_t> EncodeParameters(std::uint8_t instance,
-                                           const OutgoingAdvertisement& wanted,
+std::vector<std::uint8_t> EncodeParameters(std::uint8_t instance, const radio::Advertising& wanted,
                                            std::uint32_t supported)
 {
     std::uint32_t flags = supported & (kFlagIntervals | kFlagTxPower);
-    if (wanted.isConnectable) {
+    if (wanted.kind == AdvertisementKind::kConnectable) {
         flags |= kFlagConnectable;
     }
     std::vector<std::uint8_t> parameters;
@@ -60,12 +63,25 @@ std::vector<std::uint8_t> EncodeParameters(std::uint8_t instance,
     return parameters;
 }
 
-std::vector<std::uint8_t> EncodeData(std::uint8_t instance, const OutgoingAdvertisement& wanted)
+/// What is not connectable is scannable by its scan response only, so that one has to have some.
+std::vector<std::uint8_t> ScanResponseOf(const radio::Advertising& wanted)
 {
+    if (wanted.kind == AdvertisementKind::kNonConnectable) {
+        return {};
+    }
+    if (wanted.kind == AdvertisementKind::kScannable && wanted.scanResponse.empty()) {
+        return {0};  // a structure's length: the end
+    }
+    return wanted.scanResponse;
+}
+
+std::vector<std::uint8_t> EncodeData(std::uint8_t instance, const radio::Advertising& wanted)
+{
+    const std::vector<std::uint8_t> scanResponse = ScanResponseOf(wanted);
     std::vector<std::uint8_t> parameters{instance, static_cast<std::uint8_t>(wanted.data.size()),
-                                         static_cast<std::uint8_t>(wanted.scanResponse.size())};
+                                         static_cast<std::uint8_t>(scanResponse.size())};
     parameters.insert(parameters.end(), wanted.data.begin(), wanted.data.end());
-    parameters.insert(parameters.end(), wanted.scanResponse.begin(), wanted.scanResponse.end());
+    parameters.insert(parameters.end(), scanResponse.begin(), scanResponse.end());
     return parameters;
 }
 
@@ -79,13 +95,14 @@ dbus::Value MakeUuids(const std::vector<Uuid>& uuids)
     return dbus::MakeTexts(texts);
 }
 
-/// What BlueZ is to put together again. Flags are its own affair.
-dbus::Properties PropertiesOf(const OutgoingAdvertisement& wanted)
+/// The fields that BlueZ is to assemble. It adds flags by itself.
+dbus::Properties PropertiesOf(const radio::Advertising& wanted)
 {
     AdvertisingFields fields;
     ReadStructures(wanted.data, fields);
-    ReadStructures(wanted.scanResponse, fields);
-    dbus::Properties properties{{"Type", wanted.isConnectable ? "peripheral" : "broadcast"}};
+    ReadStructures(ScanResponseOf(wanted), fields);
+    const bool isConnectable = wanted.kind == AdvertisementKind::kConnectable;
+    dbus::Properties properties{{"Type", isConnectable ? "peripheral" : "broadcast"}};
     const auto add = [&properties](const char* name, dbus::Value value) {
         properties.emplace(name, std::move(value));
     };
@@ -136,8 +153,8 @@ radio::Outcome OutcomeOf(const dbus::Error& error)
 
 }  // namespace
 
-Advertisements::Advertisements(Stack& stack, OpenManagement open)
-    : stack_(stack), open_(std::move(open))
+Advertisements::Advertisements(Stack& stack, KernelItems& items, OpenManagement open)
+    : stack_(stack), items_(items), open_(std::move(open))
 {
     stack_.Add(*this);
 }
@@ -146,7 +163,13 @@ Advertisements::~Advertisements()
 {
     stack_.Remove(*this);
     for (auto& [number, entry] : entries_) {
-        GiveBack(entry);
+        Withdraw(entry);
+    }
+    if (management_) {
+        management_.reset();  // sends what waits
+        for (const KernelItems::Item& instance : items_.All(KernelItems::Kind::kAdvertisement)) {
+            items_.Remove(instance);
+        }
     }
 }
 
@@ -155,35 +178,36 @@ std::uint16_t Advertisements::Controller() const
     return bluez::ControllerOf(stack_.Adapter()->path).value_or(kNoController);
 }
 
-void Advertisements::Add(std::uint64_t number, OutgoingAdvertisement advertisement,
-                         OnOutcome started, OnOutcome ended)
+std::uint64_t Advertisements::Add(radio::Advertising wanted, OnOutcome started, OnOutcome ended)
 {
+    const std::uint64_t number = ++lastNumber_;
     Entry& entry = entries_[number];
-    entry.wanted = std::move(advertisement);
+    entry.wanted = std::move(wanted);
     entry.started = std::move(started);
     entry.ended = std::move(ended);
     if (way_ == Way::kRaw && !management_) {
         OpenSocket();
     }
     Begin(number);
+    return number;
 }
 
 void Advertisements::Remove(std::uint64_t number)
 {
     if (auto removed = entries_.extract(number)) {
-        GiveBack(removed.mapped());
+        Withdraw(removed.mapped());
     }
 }
 
 void Advertisements::AdapterChanged()
 {
+    const bool isOn = stack_.Adapter() && stack_.Adapter()->isOn;
+    if (!isOn || stack_.Adapter()->path != adapter_) {
+        FailAll(radio::Outcome::kNoAdapter);
+    }
+    adapter_ = stack_.Adapter() ? stack_.Adapter()->path : "";
     if (stack_.Adapter() && way_ == Way::kNone) {
         OpenSocket();
-    }
-    if (!stack_.Adapter() || !stack_.Adapter()->isOn) {
-        while (!entries_.empty()) {
-            Failed(entries_.begin()->first, radio::Outcome::kNoAdapter);
-        }
     }
 }
 
@@ -194,27 +218,42 @@ void Advertisements::OpenSocket()
         FileDescriptor socket = open_();
         management_ = std::make_unique<Management>(
             stack_.GetLoop(), std::move(socket),
-            [this](const ManagementEvent& event) { Heard(event); },
+            [this](const ManagementEvent& event) { Received(event); },
             [this] { management_.reset(); });
         way_ = Way::kRaw;
-    } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): then by BlueZ
+        RemoveLeftovers();
+    } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): then through BlueZ
     }
 }
 
-/// One that somebody else removed (a bluetoothd that starts does so) is added again.
-void Advertisements::Heard(const ManagementEvent& event)
+/// Removes the instances of an earlier service.
+void Advertisements::RemoveLeftovers()
 {
-    const auto instance = DecodeAdvertisingInstance(event.parameters);
+    for (const KernelItems::Item& instance : items_.All(KernelItems::Kind::kAdvertisement)) {
+        const bool isInUse = std::any_of(entries_.begin(), entries_.end(), [&](const auto& entry) {
+            return entry.second.instance == instance;
+        });
+        if (!isInUse) {
+            RemoveInstance(instance);
+        }
+    }
+}
+
+/// One that another program removed (a bluetoothd that starts does so) is added again.
+void Advertisements::Received(const ManagementEvent& event)
+{
+    const auto number = DecodeAdvertisingInstance(event.parameters);
     if (event.code != static_cast<std::uint16_t>(ManagementEventCode::kAdvertisingRemoved) ||
-        !instance || !stack_.Adapter() || !stack_.Adapter()->isOn ||
-        event.controller != Controller()) {
+        !number || !stack_.Adapter() || !stack_.Adapter()->isOn) {
         return;
     }
-    for (auto& [number, entry] : entries_) {
-        if (entry.isOnAir && entry.instance == *instance) {
+    const KernelItems::Item instance{KernelItems::Kind::kAdvertisement, event.controller, *number};
+    for (auto& [key, entry] : entries_) {
+        if (entry.isOnAir && entry.instance == instance) {
             entry.isOnAir = false;
-            inUse_.erase(std::exchange(entry.instance, std::uint8_t{0}));
-            Begin(number);
+            entry.instance.reset();
+            items_.Remove(instance);
+            Begin(key);
             return;
         }
     }
@@ -249,44 +288,48 @@ void Advertisements::Begin(std::uint64_t number)
 void Advertisements::BeginRaw(std::uint64_t number, const AdvertisingFeatures& features)
 {
     Entry& entry = entries_.at(number);
-    const auto isUsed = [&](std::uint8_t instance) {
-        return inUse_.contains(instance) ||
-               std::find(features.instances.begin(), features.instances.end(), instance) !=
+    // The kernel does not list all.
+    KernelItems::Item instance{KernelItems::Kind::kAdvertisement, Controller(),
+                               features.mostInstances};
+    const auto isUsed = [&] {
+        return items_.Contains(instance) ||
+               std::find(features.instances.begin(), features.instances.end(), instance.number) !=
                    features.instances.end();
     };
-    std::uint8_t instance = features.mostInstances;
-    while (instance > 0 && isUsed(instance)) {
-        --instance;
+    while (instance.number > 0 && isUsed()) {
+        --instance.number;
     }
-    if (instance == 0) {
+    if (instance.number == 0) {
         Failed(number, radio::Outcome::kLimitReached);
         return;
     }
     entry.instance = instance;
-    inUse_.insert(instance);
-    management_->Send(kAddExtendedParameters, Controller(),
-                      EncodeParameters(instance, entry.wanted, features.flags),
-                      [this, number](ManagementStatus status, std::span<const std::uint8_t>) {
-                          if (!entries_.contains(number)) {
-                              return;
-                          }
-                          if (status == ManagementStatus::kSuccess) {
-                              SendData(number);
-                          } else if (status == ManagementStatus::kPermissionDenied) {
-                              Entry& refused = entries_.at(number);
-                              inUse_.erase(std::exchange(refused.instance, std::uint8_t{0}));
-                              way_ = Way::kRebuilt;
-                              BeginRebuilt(number);
-                          } else {
-                              Failed(number, OutcomeOf(status));
-                          }
-                      });
+    items_.Add(instance);
+    management_->Send(
+        kAddExtendedParameters, instance.controller,
+        EncodeParameters(static_cast<std::uint8_t>(instance.number), entry.wanted, features.flags),
+        [this, number, instance](ManagementStatus status, std::span<const std::uint8_t>) {
+            if (!entries_.contains(number)) {
+                return;
+            }
+            if (status == ManagementStatus::kSuccess) {
+                SendData(number);
+            } else if (status == ManagementStatus::kPermissionDenied) {
+                entries_.at(number).instance.reset();
+                items_.Remove(instance);
+                way_ = Way::kRebuilt;
+                BeginRebuilt(number);
+            } else {
+                Failed(number, OutcomeOf(status));
+            }
+        });
 }
 
 void Advertisements::SendData(std::uint64_t number)
 {
     const Entry& entry = entries_.at(number);
-    management_->Send(kAddExtendedData, Controller(), EncodeData(entry.instance, entry.wanted),
+    management_->Send(kAddExtendedData, entry.instance->controller,
+                      EncodeData(static_cast<std::uint8_t>(entry.instance->number), entry.wanted),
                       [this, number](ManagementStatus status, std::span<const std::uint8_t>) {
                           if (!entries_.contains(number)) {
                               return;
@@ -340,24 +383,23 @@ void Advertisements::Failed(std::uint64_t number, radio::Outcome why)
 {
     auto failed = entries_.extract(number);
     Entry& entry = failed.mapped();
-    GiveBack(entry);
+    Withdraw(entry);
     (entry.started ? entry.started : entry.ended)(why);
 }
 
-/// Ends what there may be of it with the kernel or BlueZ.
-void Advertisements::GiveBack(Entry& entry)
+void Advertisements::FailAll(radio::Outcome why)
+{
+    while (!entries_.empty()) {
+        Failed(entries_.begin()->first, why);
+    }
+}
+
+/// Ends what the kernel or BlueZ may have of it.
+void Advertisements::Withdraw(Entry& entry)
 {
     entry.call.Reset();
-    if (const std::uint8_t instance = std::exchange(entry.instance, std::uint8_t{0});
-        instance != 0) {
-        if (management_ && stack_.Adapter()) {
-            management_->Send(kRemoveAdvertising, Controller(), {instance},
-                              [this, instance](ManagementStatus, std::span<const std::uint8_t>) {
-                                  inUse_.erase(instance);
-                              });
-        } else {
-            inUse_.erase(instance);
-        }
+    if (const auto instance = std::exchange(entry.instance, std::nullopt)) {
+        RemoveInstance(*instance);
     }
     if (!entry.path.empty() && stack_.Adapter()) {
         stack_.Bus().Send({bluez::kService, stack_.Adapter()->path, bluez::kAdvertisingManager,
@@ -366,6 +408,18 @@ void Advertisements::GiveBack(Entry& entry)
     }
     entry.path.clear();
     entry.object.reset();
+}
+
+/// It is noted until the kernel answers; without a socket, until there is one again.
+void Advertisements::RemoveInstance(const KernelItems::Item& instance)
+{
+    if (management_) {
+        management_->Send(kRemoveAdvertising, instance.controller,
+                          {static_cast<std::uint8_t>(instance.number)},
+                          [this, instance](ManagementStatus, std::span<const std::uint8_t>) {
+                              items_.Remove(instance);
+                          });
+    }
 }
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -4,9 +4,11 @@
 #include <service/linux/bluetooth/AdapterControl.h>
 #include <service/linux/bluetooth/Advertisements.h>
 #include <service/linux/bluetooth/Discovery.h>
+#include <service/linux/bluetooth/DuplicateFilter.h>
 #include <service/linux/bluetooth/GattCentral.h>
 #include <service/linux/bluetooth/GattPeers.h>
 #include <service/linux/bluetooth/KernelConnections.h>
+#include <service/linux/bluetooth/KernelItems.h>
 #include <service/linux/bluetooth/Sockets.h>
 #include <service/linux/bluetooth/Stack.h>
 
@@ -16,26 +18,35 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
+/// The way to the kernel.
+struct KernelAccess {
+    /// For each user of the management socket; throws std::system_error where that cannot be.
+    std::function<FileDescriptor()> openManagement = [] {
+        return OpenSocket(HciChannel::kControl, kNoController);
+    };
+    Discovery::OpenRaw openReports = &Hci::OpenReports;
+    /// Where to note what the kernel keeps after the end of this process; see KernelItems.
+    std::string itemsFile;
+};
+
 /// In the loop's thread.
 struct Backend {
     /// The adapter by its name ("hci1"), or the first one if the name is empty. Begins to look for
     /// it; `changed` is called as AdapterControl has it.
     Backend(Loop& loop, const std::string& adapterName,
-            std::function<void(const AdapterPicture&)> changed, Discovery::Callbacks scanning)
+            std::function<void(const AdapterPicture&)> changed, Discovery::Callbacks scanning,
+            const KernelAccess& kernel = {})
         : stack(loop, adapterName),
           adapter(stack, std::move(changed)),
-          discovery(stack, std::move(scanning)),
-          connections(stack, &OpenManagement),
+          discovery(stack, std::move(scanning), kernel.openReports),
+          connections(stack, kernel.openManagement),
           central(stack, discovery, connections),
           peers(central),
-          advertisements(stack, &OpenManagement)
+          kernelItems(kernel.itemsFile),
+          duplicateFilter(stack, kernelItems, kernel.openManagement),
+          advertisements(stack, kernelItems, kernel.openManagement)
     {
         stack.Start();
-    }
-
-    static FileDescriptor OpenManagement()
-    {
-        return OpenSocket(HciChannel::kControl, kNoController);
     }
 
     Stack stack;
@@ -44,6 +55,8 @@ struct Backend {
     KernelConnections connections;
     GattCentral central;
     GattPeers peers;
+    KernelItems kernelItems;
+    DuplicateFilter duplicateFilter;
     Advertisements advertisements;
 };
 

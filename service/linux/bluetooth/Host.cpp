@@ -12,16 +12,17 @@ auto Host::ToObserver(Member member) const
     });
 }
 
-Host::Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName)
+Host::Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName,
+           const KernelAccess& kernel)
     : scheduler_(scheduler),
       gate_(std::make_shared<Gate>(scheduler)),
       upcalls_(gate_, *this),
       backend_(std::make_unique<InLoop<Backend>>(
-          loop, [&loop, adapterName, changed = upcalls_.To(&Host::TakePicture),
+          loop, [&loop, adapterName, kernel, changed = upcalls_.To(&Host::TakePicture),
                  scanning = Discovery::Callbacks{ToObserver(&Observer::Heard),
                                                  ToObserver(&Observer::DiscoveryBegan),
                                                  ToObserver(&Observer::DiscoveryEnded)}] {
-              return std::make_unique<Backend>(loop, adapterName, changed, scanning);
+              return std::make_unique<Backend>(loop, adapterName, changed, scanning, kernel);
           }))
 {}
 

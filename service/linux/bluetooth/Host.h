@@ -29,7 +29,8 @@ class Host {
         virtual void DiscoveryEnded(radio::Outcome why) = 0;
     };
 
-    Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName);
+    Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName,
+         const KernelAccess& kernel = {});
     ~Host();
 
     Host(const Host&) = delete;

@@ -38,6 +38,7 @@ enum class ManagementEventCode : std::uint16_t {
     kDeviceDisconnected = 0x000C,
     kAdvertisingAdded = 0x0023,
     kAdvertisingRemoved = 0x0024,
+    kMonitorRemoved = 0x002C,
 };
 
 /// An event, or a reply, as it comes.

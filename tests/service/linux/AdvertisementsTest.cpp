@@ -10,12 +10,14 @@ namespace {
 using Sent = radio::Outcome;
 using nlohmann::json;
 
-/// Advertisements by their numbers, and what is told of them.
+/// Advertisements by their numbers, and what is reported of them.
 class AdvertisementsTest : public StackTest {
   protected:
     void Make(Advertisements::OpenManagement open)
     {
-        Do([&] { advertisements = std::make_unique<Advertisements>(*stack, std::move(open)); });
+        Do([&] {
+            advertisements = std::make_unique<Advertisements>(*stack, items, std::move(open));
+        });
         StartBluez();
         Start();
         ASSERT_TRUE(Eventually([this] { return stack->Adapter().has_value(); }));
@@ -25,7 +27,8 @@ class AdvertisementsTest : public StackTest {
         Do([this] { advertisements.reset(); });
     }
 
-    void Add(std::uint64_t number, OutgoingAdvertisement advertisement = {})
+    /// The numbers are those of the calls, from 1 on.
+    void Add(std::uint64_t number, const radio::Advertising& advertisement = {})
     {
         Do([&] {
             const auto note = [this, number](const char* what) {
@@ -34,8 +37,8 @@ class AdvertisementsTest : public StackTest {
                                      std::to_string(static_cast<int>(outcome)));
                 };
             };
-            advertisements->Add(number, std::move(advertisement), note(" started "),
-                                note(" ended "));
+            EXPECT_EQ(advertisements->Add(advertisement, note(" started "), note(" ended ")),
+                      number);
         });
     }
     void Remove(std::uint64_t number)
@@ -48,6 +51,7 @@ class AdvertisementsTest : public StackTest {
     }
 
     std::vector<std::string> events;
+    KernelItems items{""};
     std::unique_ptr<Advertisements> advertisements;
 };
 
@@ -83,7 +87,7 @@ class RawAdvertisements : public AdvertisementsTest {
 
 TEST_F(RawAdvertisements, AreSentUnchangedFromTheHighestInstanceDown)
 {
-    OutgoingAdvertisement advertisement;
+    radio::Advertising advertisement;
     advertisement.shortestInterval = std::chrono::milliseconds(100);
     advertisement.longestInterval = std::chrono::milliseconds(200);
     advertisement.txPower = -7;
@@ -96,7 +100,7 @@ TEST_F(RawAdvertisements, AreSentUnchangedFromTheHighestInstanceDown)
     ASSERT_TRUE(Sees({"1 started 0"}));
     EXPECT_EQ(Do([this] { return advertisements->GetWay(); }), Advertisements::Way::kRaw);
 
-    advertisement.isConnectable = false;
+    advertisement.kind = radio::AdvertisementKind::kScannable;
     Add(2, advertisement);
     ExpectFeatures("0104");
     Expect("5400", "03 00c00000 0000 0000 a0000000 40010000 f9", "03 00 1f 1f");
@@ -114,7 +118,7 @@ TEST_F(RawAdvertisements, AreLimitedByTheController)
 {
     Add(1);
     ExpectFeatures("050102030405");
-    EXPECT_TRUE(Sees({"1 started 2"}));
+    EXPECT_TRUE(Sees({"1 started 5"}));
 }
 
 TEST_F(RawAdvertisements, AreRemovedWhenTheirDataIsRefused)
@@ -123,7 +127,7 @@ TEST_F(RawAdvertisements, AreRemovedWhenTheirDataIsRefused)
     ExpectFeatures("00");
     Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
     Expect("5500", "05 00 00", "", "0d");
-    EXPECT_TRUE(Sees({"1 started 4"}));
+    EXPECT_TRUE(Sees({"1 started 6"}));
     Expect("3f00", "05", "05");
 }
 
@@ -137,7 +141,7 @@ TEST_F(RawAdvertisements, AreAddedAgainWhenAnotherProgramRemovesThem)
     sockets.Send(FromHex("2400 0000 0100 05"));
     ExpectFeatures("00");
     Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "", "0b");
-    EXPECT_TRUE(Sees({"1 started 0", "1 ended 4"}));
+    EXPECT_TRUE(Sees({"1 started 0", "1 ended 6"}));
 }
 
 TEST_F(RawAdvertisements, EndWithTheAdapter)
@@ -185,7 +189,7 @@ class RebuiltAdvertisements : public AdvertisementsTest {
 
 TEST_F(RebuiltAdvertisements, AreGivenToBluezAsFields)
 {
-    OutgoingAdvertisement advertisement;
+    radio::Advertising advertisement;
     advertisement.data = FromHex("020106 03030d18 05ff34120a0b 0416aafe01 021bff");
     advertisement.scanResponse = FromHex("04096162 63 0319c103");
     Add(1, advertisement);
@@ -212,12 +216,12 @@ TEST_F(RebuiltAdvertisements, ReportTheReasonOfARefusal)
                     {"method", "RegisterAdvertisement"},
                     {"error", "org.freedesktop.DBus.Error.AccessDenied"}});
     Add(1);
-    ASSERT_TRUE(Sees({"1 started 3"}));
+    ASSERT_TRUE(Sees({"1 started 4"}));
     for (std::uint64_t number = 2; number < 8; ++number) {
         Add(number);
     }
     ASSERT_TRUE(Eventually([this] { return events.size() == 7; }));
-    EXPECT_THAT(Do([this] { return events; }), testing::Contains("7 started 2"));
+    EXPECT_THAT(Do([this] { return events; }), testing::Contains("7 started 5"));
 }
 
 TEST_F(RebuiltAdvertisements, EndWhenBluezReleasesThem)
@@ -226,7 +230,7 @@ TEST_F(RebuiltAdvertisements, EndWhenBluezReleasesThem)
     ASSERT_TRUE(Sees({"1 started 0"}));
     const std::string path = bluetoothd->Do({{"do", "advertisements"}}).begin().key();
     bluetoothd->Do({{"do", "release"}, {"path", path}});
-    EXPECT_TRUE(Sees({"1 started 0", "1 ended 4"}));
+    EXPECT_TRUE(Sees({"1 started 0", "1 ended 6"}));
 }
 
 TEST_F(RebuiltAdvertisements, EndWithBluez)

@@ -130,8 +130,8 @@ TEST_F(ADiscovery, ReportsTheReasonOfAFailureAndTriesAgain)
                     {"error", "org.freedesktop.DBus.Error.AccessDenied"}});
     Start();
     Want(true);
-    EXPECT_TRUE(Sees({"ended 3"}));
-    EXPECT_TRUE(Sees({"ended 3", "began"}));
+    EXPECT_TRUE(Sees({"ended 4"}));
+    EXPECT_TRUE(Sees({"ended 4", "began"}));
 }
 
 TEST_F(ADiscovery, EndsWithTheAdapterAndBeginsWithItAgain)
@@ -157,8 +157,8 @@ TEST_F(ADiscovery, BeginsAgainWhenBluezEndsIt)
     Want(true);
     ASSERT_TRUE(Sees({"began"}));
     bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Discovering", false}});
-    ASSERT_TRUE(Sees({"began", "ended 4"}));
-    EXPECT_TRUE(Sees({"began", "ended 4", "began"}));
+    ASSERT_TRUE(Sees({"began", "ended 6"}));
+    EXPECT_TRUE(Sees({"began", "ended 6", "began"}));
 }
 
 TEST_F(ADiscovery, IsWantedBeforeThereIsAnAdapter)

@@ -25,7 +25,7 @@ class FaceTest : public testing::Test {
     ~FaceTest() override { host.reset(); }
 
     template <typename Body>
-    auto Locked(Body body)
+    decltype(auto) Locked(Body body)
     {
         const Scheduler::Guard lock = scheduler.Lock();
         return body();
@@ -51,9 +51,9 @@ class FaceTest : public testing::Test {
     }
 
     /// Waits until it is known whether there is an adapter.
-    void StartHost()
+    void StartHost(const KernelAccess& kernel = {})
     {
-        Locked([this] { host = std::make_unique<Host>(loop, scheduler, ""); });
+        Locked([&] { host = std::make_unique<Host>(loop, scheduler, "", kernel); });
         ASSERT_TRUE(Eventually([this] { return host->IsKnown(); }));
     }
 

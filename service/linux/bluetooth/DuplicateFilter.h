@@ -1,0 +1,65 @@
+// Whether the controller reports repeated advertisements.
+#pragma once
+
+#include <service/linux/bluetooth/KernelItems.h>
+#include <service/linux/bluetooth/Management.h>
+#include <service/linux/bluetooth/Stack.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace pelacon::service::linux_radios::bluetooth {
+
+/// While BlueZ discovers, the controller reports an advertisement that is repeated unchanged as
+/// little as once in ten seconds. It reports all while there is an advertisement monitor, which
+/// the kernel lets a process with CAP_NET_ADMIN add. BlueZ continues its discovery every ten
+/// seconds or so: a discovery that is under way is filtered until then. In the loop's thread.
+class DuplicateFilter : private Stack::Observer {
+  public:
+    enum class State : std::uint8_t {
+        kOn,
+        kOff,
+        kRefused,  ///< it is to be off, but the kernel does not allow that
+    };
+
+    /// Opens the management socket; throws std::system_error where that cannot be.
+    using OpenManagement = std::function<FileDescriptor()>;
+
+    DuplicateFilter(Stack& stack, KernelItems& items, OpenManagement open);
+    ~DuplicateFilter() override;
+
+    /// Whether it is to be off. Where that is refused, it is tried again when it was not wanted in
+    /// between.
+    void SetOff(bool off);
+
+    State GetState() const noexcept;
+
+  private:
+    using Item = KernelItems::Item;
+
+    void AdapterChanged() override { Fit(); }
+    void Received(const ManagementEvent& event);
+
+    /// The controller that is to have a monitor, if any.
+    std::optional<std::uint16_t> WantedOn() const;
+    /// A monitor of ours, or of an earlier service, that is to go.
+    std::optional<Item> Unwanted() const;
+    bool OpenSocket();
+    void Fit();
+    void Add(std::uint16_t controller);
+    void Remove(const Item& monitor);
+    void Forget(const Item& monitor);
+
+    Stack& stack_;
+    KernelItems& items_;
+    OpenManagement open_;
+    bool isToBeOff_ = false;
+    bool isRefused_ = false;
+    bool isBusy_ = false;  // a command is under way
+    std::optional<Item> monitor_;
+    std::unique_ptr<Management> management_;
+};
+
+}  // namespace pelacon::service::linux_radios::bluetooth
