@@ -1,4 +1,4 @@
-// One test's loop, and all that there is for each of the machine's two controllers.
+// One test's loop, and the objects that drive each of the machine's two controllers.
 #pragma once
 
 #include <service/linux/bluetooth/AdapterControl.h>
@@ -20,15 +20,19 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-// Emulation is slow, and a controller tells of an advertisement every ten seconds or so.
+// Emulation is slow, and a controller reports an advertisement every ten seconds or so.
 inline constexpr std::chrono::seconds kPatience{60};
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// All that there is for one controller. In the loop's thread.
+/// Drives one controller. In the loop's thread.
 class Machine {
   public:
-    Machine(Loop& loop, const std::string& controller) : stack(loop, controller) { stack.Start(); }
+    Machine(Loop& loop, const std::string& controller, const std::string& itemsFile = "")
+        : stack(loop, controller), items(itemsFile)
+    {
+        stack.Start();
+    }
 
     Stack stack;
     AdapterPicture picture;
@@ -47,7 +51,7 @@ class Machine {
     KernelConnections connections{stack, &OpenManagement};
     GattCentral central{stack, discovery, connections};
     GattPeers peers{central};
-    KernelItems items{""};
+    KernelItems items;
     DuplicateFilter duplicateFilter{stack, items, &OpenManagement};
     Advertisements advertisements{stack, items, &OpenManagement};
 };
@@ -83,7 +87,7 @@ class OverBluez : public testing::Test {
             done.set_value();
         });
         if (done.get_future().wait_for(kPatience) != std::future_status::ready) {
-            std::abort();  // the loop is stuck, and holds what is on this stack
+            std::abort();  // the loop is stuck, and its task refers to this stack
         }
     }
     template <typename Condition>

@@ -1,4 +1,4 @@
-// Has the controller send advertisements, several by turns.
+// Has the controller send advertisements: several take turns.
 #pragma once
 
 #include <service/linux/bluetooth/AdapterControl.h>
@@ -25,7 +25,7 @@ class Advertisements : private Stack::Observer {
     enum class Way : std::uint8_t { kNone, kRaw, kRebuilt };
 
     using OnOutcome = std::function<void(radio::Outcome)>;
-    /// Opens the management socket; throws std::system_error where that cannot be.
+    /// Opens the management socket; throws std::system_error if that fails.
     using OpenManagement = std::function<FileDescriptor()>;
 
     Advertisements(Stack& stack, KernelItems& items, OpenManagement open);
@@ -35,7 +35,7 @@ class Advertisements : private Stack::Observer {
     /// by itself. Returns a number for Remove, never the same again.
     std::uint64_t Add(radio::Advertising wanted, OnOutcome started, OnOutcome ended);
 
-    /// Ends it; nothing is called for it any more. Does nothing if it has ended.
+    /// Ends it; nothing is called for it any more. Does nothing if it has ended already.
     void Remove(std::uint64_t number);
 
     Way GetWay() const noexcept { return way_; }

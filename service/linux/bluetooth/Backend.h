@@ -18,14 +18,14 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// The way to the kernel.
+/// How the backend reaches the kernel. The members are replaced in tests.
 struct KernelAccess {
-    /// For each user of the management socket; throws std::system_error where that cannot be.
+    /// Called for each object that needs a management socket; throws std::system_error if it fails.
     std::function<FileDescriptor()> openManagement = [] {
         return OpenSocket(HciChannel::kControl, kNoController);
     };
     Discovery::OpenRaw openReports = &Hci::OpenReports;
-    /// Where to note what the kernel keeps after the end of this process; see KernelItems.
+    /// The file with notes on what the kernel keeps after the end of this process: KernelItems.
     std::string itemsFile;
 };
 

@@ -108,7 +108,7 @@ Discovery::Hold Discovery::Keep()
 void Discovery::Want(bool wanted)
 {
     isWanted_ = wanted;
-    isBeginTold_ = false;
+    isBeginReported_ = false;
     FitLater();
 }
 
@@ -127,13 +127,13 @@ void Discovery::AdapterChanged()
     const std::string adapter = stack_.Adapter() ? stack_.Adapter()->path : "";
     if (adapter != adapter_) {
         adapter_ = adapter;
-        Listen();
+        OpenReports();
     }
     Fit();
 }
 
-/// Opens the raw reports of the adapter, or falls back to what BlueZ tells.
-void Discovery::Listen()
+/// Opens the raw reports of the adapter, or falls back to the properties of BlueZ's devices.
+void Discovery::OpenReports()
 {
     raw_.reset();
     way_ = Way::kNone;
@@ -150,39 +150,39 @@ void Discovery::Listen()
                     callbacks_.heard(report);
                 }
             },
-            [this] { raw_.reset(); });  // the adapter is about to go, or to come again
+            [this] { raw_.reset(); });  // the adapter goes, or is set up anew
         way_ = Way::kRaw;
     } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): then without them
     }
 }
 
-/// Makes what is so what is wanted, as far as that is possible.
+/// Starts or stops discovery, if it is not as wanted and can be.
 void Discovery::Fit()
 {
     if (!IsPossible()) {
         next_.Cancel();
         call_.Reset();
         if (std::exchange(state_, State::kIdle) != State::kIdle) {
-            TellEnd(radio::Outcome::kNoAdapter);
+            ReportEnd(radio::Outcome::kNoAdapter);
         }
     } else if (IsNeeded() && state_ == State::kIdle && !next_.IsPending()) {
         Start();
     } else if (!IsNeeded() && state_ != State::kIdle) {
         Stop();
     } else if (state_ == State::kRunning) {
-        TellBegin();
+        ReportBegin();
     }
 }
 
 void Discovery::Start()
 {
     if (way_ == Way::kRaw && !raw_) {
-        Listen();
+        OpenReports();
     }
     state_ = State::kStarting;
     const std::string path = stack_.Adapter()->path;
     const dbus::Value filter = dbus::MakeProperties({{"Transport", "le"}, {"DuplicateData", true}});
-    // A filter that BlueZ does not take is no reason not to listen.
+    // If BlueZ refuses the filter, discovery is started all the same.
     call_ = stack_.Call(path, bluez::kAdapter, "SetDiscoveryFilter", {filter},
                         [this, path](const dbus::Reply&) {
                             call_ = stack_.Call(path, bluez::kAdapter, "StartDiscovery", {},
@@ -192,7 +192,7 @@ void Discovery::Start()
                                                         return;
                                                     }
                                                     state_ = State::kRunning;
-                                                    TellBegin();
+                                                    ReportBegin();
                                                 });
                         });
 }
@@ -201,7 +201,7 @@ void Discovery::Stop()
 {
     state_ = State::kIdle;
     call_.Reset();
-    // One that was never started is refused, which does not matter.
+    // If it was never started, BlueZ refuses, which does not matter.
     stack_.Bus().Send({bluez::kService, stack_.Adapter()->path, bluez::kAdapter, "StopDiscovery"},
                       {});
 }
@@ -210,19 +210,19 @@ void Discovery::Fail(radio::Outcome why)
 {
     state_ = State::kIdle;
     next_ = stack_.GetLoop().After(kNextTry, [this] { Fit(); });
-    TellEnd(why);
+    ReportEnd(why);
 }
 
-void Discovery::TellBegin()
+void Discovery::ReportBegin()
 {
-    if (isWanted_ && !std::exchange(isBeginTold_, true)) {
+    if (isWanted_ && !std::exchange(isBeginReported_, true)) {
         callbacks_.began();
     }
 }
 
-void Discovery::TellEnd(radio::Outcome why)
+void Discovery::ReportEnd(radio::Outcome why)
 {
-    isBeginTold_ = false;
+    isBeginReported_ = false;
     if (isWanted_) {
         callbacks_.ended(why);
     }
@@ -246,12 +246,12 @@ void Discovery::ObjectChanged(const std::string& path, const std::string& interf
     const bool hasStopped = interface == bluez::kAdapter && path == adapter_ &&
                             dbus::Find<bool>(changed, "Discovering") == false;
     if (hasStopped && state_ == State::kRunning) {
-        // Ours goes on through what others stop, unless BlueZ ended all.
+        // It goes on when other programs stop theirs, unless BlueZ ends all.
         Fail(radio::Outcome::kFailed);
     }
 }
 
-/// Tells of a device that was just heard: its strength is told then, or its data.
+/// Reports a device of which an advertisement was just received: its RSSI or data change then.
 void Discovery::Rebuild(const std::string& path, const dbus::Properties& changed)
 {
     if (!isWanted_) {

@@ -1,4 +1,4 @@
-// Has BlueZ discover while somebody wants to hear advertisements, and hears them.
+// Has BlueZ discover while advertisements are wanted, and reports those that are received.
 #pragma once
 
 #include <service/linux/bluetooth/AdapterControl.h>
@@ -14,38 +14,40 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// One discovery for all who scan, which BlueZ shares with the desktop. What is heard comes from
-/// the controller as it was sent, where this process may have that (CAP_NET_RAW); else it is
-/// rebuilt from what BlueZ makes of it, which merges advertisements over time. In the loop's
-/// thread.
+/// One discovery for all scans, which BlueZ shares with the desktop. Advertisements are reported as
+/// the controller received them, where this process may read that (CAP_NET_RAW); else they are
+/// rebuilt from the properties of BlueZ's devices, which merge advertisements over time. In the
+/// loop's thread.
 class Discovery : private Stack::Observer {
   public:
     enum class Way : std::uint8_t { kNone, kRaw, kRebuilt };
 
     struct Callbacks {
         std::function<void(const AdvertisingReport&)> heard;
-        /// Discovery goes on since now.
+        /// Discovery runs.
         std::function<void()> began;
-        /// It does not go on, or did not come up, though it is wanted. It begins by itself again
-        /// when that is possible.
+        /// It has ended, or could not be started, though it is wanted. It begins again by itself
+        /// as soon as it can.
         std::function<void(radio::Outcome why)> ended;
     };
 
-    /// How long until one that was refused is tried again.
+    /// How long after a refusal it is tried again.
     static constexpr std::chrono::seconds kNextTry{3};
 
-    /// Opens a controller's raw reports; throws std::system_error where that cannot be.
+    /// Opens a controller's raw reports; throws std::system_error if that fails.
     using OpenRaw = std::function<FileDescriptor(std::uint16_t controller)>;
 
     Discovery(Stack& stack, Callbacks callbacks, OpenRaw openRaw = &Hci::OpenReports);
     ~Discovery() override;
 
-    /// Whether to go on. `began` or `ended` is called later.
+    /// Whether discovery is to run for scans. If it is, `began` or `ended` is called later, also
+    /// when it runs already.
     void Want(bool wanted);
 
     Way GetWay() const noexcept { return way_; }
 
-    /// Has discovery go on for as long as this lives, for what BlueZ finds by it. Ends before it.
+    /// Discovery runs while this exists, for the devices that BlueZ finds by it. Must be destroyed
+    /// before the discovery.
     class Hold {
       public:
         Hold(Hold&& other) noexcept : discovery_(std::exchange(other.discovery_, nullptr)) {}
@@ -76,20 +78,20 @@ class Discovery : private Stack::Observer {
     void Start();
     void Stop();
     void Fail(radio::Outcome why);
-    void TellBegin();
-    void TellEnd(radio::Outcome why);
-    void Listen();
+    void ReportBegin();
+    void ReportEnd(radio::Outcome why);
+    void OpenReports();
     void Rebuild(const std::string& path, const dbus::Properties& changed);
 
     Stack& stack_;
     Callbacks callbacks_;
     OpenRaw openRaw_;
     bool isWanted_ = false;
-    bool isBeginTold_ = false;  // to who wants it
+    bool isBeginReported_ = false;
     int holds_ = 0;
     State state_ = State::kIdle;
     Way way_ = Way::kNone;
-    std::string adapter_;  // whose reports are listened to
+    std::string adapter_;  // whose reports are read
     std::unique_ptr<Hci> raw_;
     dbus::Bus::Slot call_;
     Loop::Timer next_;

@@ -82,7 +82,7 @@ std::optional<DuplicateFilter::Item> DuplicateFilter::Unwanted() const
     return std::nullopt;
 }
 
-/// Makes what is so what is wanted, one command after the other.
+/// Sends the next command that is needed to have the filter as wanted.
 void DuplicateFilter::Fit()
 {
     const auto unwanted = Unwanted();

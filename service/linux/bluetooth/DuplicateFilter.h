@@ -21,17 +21,17 @@ class DuplicateFilter : private Stack::Observer {
     enum class State : std::uint8_t {
         kOn,
         kOff,
-        kRefused,  ///< it is to be off, but the kernel does not allow that
+        kRefused,  ///< it is to be off, but the kernel refuses
     };
 
-    /// Opens the management socket; throws std::system_error where that cannot be.
+    /// Opens the management socket; throws std::system_error if that fails.
     using OpenManagement = std::function<FileDescriptor()>;
 
     DuplicateFilter(Stack& stack, KernelItems& items, OpenManagement open);
     ~DuplicateFilter() override;
 
-    /// Whether it is to be off. Where that is refused, it is tried again when it was not wanted in
-    /// between.
+    /// Whether the filter is to be off. After a refusal, that is tried again only when it was not
+    /// wanted in between.
     void SetOff(bool off);
 
     State GetState() const noexcept;
@@ -44,7 +44,7 @@ class DuplicateFilter : private Stack::Observer {
 
     /// The controller that is to have a monitor, if any.
     std::optional<std::uint16_t> WantedOn() const;
-    /// A monitor of ours, or of an earlier service, that is to go.
+    /// A monitor, of this service or an earlier one, that is to be removed.
     std::optional<Item> Unwanted() const;
     bool OpenSocket();
     void Fit();

@@ -13,8 +13,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Owns the backend, and knows the adapter. Created, used and observed with the scheduler's lock
-/// held; destroyed without it, before the loop stops.
+/// Owns the backend, and has a copy of the adapter's state. Created, used and observed with the
+/// scheduler's lock held; destroyed without it, before the loop stops.
 class Host {
   public:
     /// The radios of the state of the service that is in use.

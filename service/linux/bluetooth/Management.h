@@ -15,7 +15,7 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// What the kernel says to a command.
+/// The result of a command.
 enum class ManagementStatus : std::uint8_t {
     kSuccess = 0x00,
     kUnknownCommand = 0x01,
@@ -28,7 +28,7 @@ enum class ManagementStatus : std::uint8_t {
     kInvalidIndex = 0x11,
     kBlockedByRfkill = 0x12,
     kPermissionDenied = 0x14,
-    kNoReply = 0xFF,  ///< not the kernel's: there was no answer in time, or the socket is gone
+    kNoReply = 0xFF,  ///< not the kernel's: there was no reply in time, or the socket was closed
 };
 
 enum class ManagementEventCode : std::uint16_t {
@@ -48,7 +48,7 @@ struct ManagementEvent {
     std::span<const std::uint8_t> parameters;
 };
 
-/// Nothing where the packet is shorter than it says.
+/// Nothing if the packet is shorter than its header says.
 std::optional<ManagementEvent> DecodeManagementEvent(std::span<const std::uint8_t> packet);
 
 struct DeviceConnected {
@@ -65,14 +65,14 @@ struct DeviceDisconnected {
     Reason reason = Reason::kUnknown;
 };
 
-/// These decode an event's parameters; nothing where they are wrong.
+/// These decode an event's parameters; nothing if they are wrong.
 std::optional<DeviceConnected> DecodeDeviceConnected(std::span<const std::uint8_t> parameters);
 std::optional<DeviceDisconnected> DecodeDeviceDisconnected(
     std::span<const std::uint8_t> parameters);
-/// Of Advertising Added and Removed: which instance.
+/// The instance, of Advertising Added and Removed.
 std::optional<std::uint8_t> DecodeAdvertisingInstance(std::span<const std::uint8_t> parameters);
 
-/// What of advertising a controller can do, and what is on now.
+/// What a controller can advertise, and the instances that it has.
 struct AdvertisingFeatures {
     std::uint32_t flags = 0;
     std::uint8_t mostData = 0;
@@ -98,7 +98,7 @@ std::vector<std::uint8_t> EncodeAddAdvertising(const AdvertisingInstance& instan
 /// Commands go one after the other, each answered within a bounded time. In the loop's thread.
 class Management : private Loop::Source {
   public:
-    /// Hears each event; must not destroy the socket.
+    /// Called with each event; must not destroy the socket.
     using OnEvent = std::function<void(const ManagementEvent&)>;
     using OnReply =
         std::function<void(ManagementStatus status, std::span<const std::uint8_t> parameters)>;
@@ -106,10 +106,10 @@ class Management : private Loop::Source {
     static constexpr std::chrono::seconds kLimit{5};
 
     /// Takes a socket of the control channel (see OpenSocket), or a stand-in of it. `lost` is
-    /// called once, when the socket is of no use any more; it may destroy this.
+    /// called once, when the socket cannot be used any more; it may destroy this.
     Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::function<void()> lost);
 
-    /// What still waits is sent, as what was begun is to be ended, but no reply is told any more.
+    /// Commands that wait are sent, as they may end what others have begun; no `done` is called.
     ~Management() override;
 
     /// `done` is called once, later.

@@ -90,7 +90,7 @@ TEST_F(ADiscovery, ReportsWhatTheControllerReceives)
     sockets->Send(FromHex("043e150201000001000101aa000902010605ff34120a0b7f"));
     ASSERT_TRUE(Eventually([this] { return heard.size() == 1; }));
     EXPECT_EQ(Report(0).data, FromHex("02010605ff34120a0b"));
-    // What bluetoothd makes of it is not told as well.
+    // What bluetoothd makes of it is not reported as well.
     bluetoothd->Do({{"do", "device"}, {"path", "hci0/dev_1"}, {"RSSI", -40}});
     Want(false);
     Do([] {});

@@ -21,7 +21,7 @@ using namespace bluetooth;  // NOLINT(google-build-using-namespace)
 /// A test body runs without the scheduler's lock, and takes it with Locked.
 class FaceTest : public testing::Test {
   protected:
-    /// Ends the host; what uses it has ended by then.
+    /// Destroys the host; its users have been destroyed by then.
     ~FaceTest() override { host.reset(); }
 
     template <typename Body>
