@@ -84,13 +84,15 @@ class GattServerFamily::Service : public radio::GattServiceHost {
         if (!IsStarted()) {
             return peer == 0 ? protocol::kStatusDone : protocol::kStatusNotPermitted;
         }
-        const auto peers =
-            peer != 0 ? std::vector<std::uint64_t>{peer} : shown_->Subscribers(index);
-        for (const std::uint64_t one : peers) {
-            shown_->Notify(one, index, value, [this, one](GattStatus status) {
-                session_.Notify(protocol::kGattNotifySent,
-                                {serverId_, {}, one, static_cast<std::uint32_t>(status)});
-            });
+        const auto sent = [this](std::uint64_t to, GattStatus status) {
+            session_.Notify(protocol::kGattNotifySent,
+                            {serverId_, {}, to, static_cast<std::uint32_t>(status)});
+        };
+        if (peer == 0) {
+            shown_->NotifyAll(index, value, sent);
+        } else {
+            shown_->Notify(peer, index, value,
+                           [sent, peer](GattStatus status) { sent(peer, status); });
         }
         return protocol::kStatusDone;
     }

@@ -30,10 +30,15 @@ struct GattCharacteristic {
 /// Peers see the service while this exists, from its being shown on.
 class LocalGattService : public Interface {
   public:
-    /// Sends a value to a peer. `sent` is called in the call or later, unless this is destroyed
-    /// before; with kNotPermitted if the peer did not subscribe.
+    /// Sends a value to one peer. `sent` is called in the call or later, unless this is destroyed
+    /// before; with kNotPermitted if the peer did not subscribe, and with kNotSupported if others
+    /// did, too, and the radio can only send to all of them.
     virtual void Notify(std::uint64_t peer, std::size_t characteristic, const GattValue& value,
                         std::function<void(GattStatus)> sent) = 0;
+
+    /// Sends a value to all subscribers. `sent` is called for each of them, as it is by Notify.
+    virtual void NotifyAll(std::size_t characteristic, const GattValue& value,
+                           std::function<void(std::uint64_t peer, GattStatus)> sent) = 0;
 
     virtual std::vector<std::uint64_t> Subscribers(std::size_t characteristic) const = 0;
 };

@@ -59,6 +59,15 @@ class GattServer::Service : public radio::LocalGattService {
         sent(GattStatus::kDone);
     }
 
+    void NotifyAll(std::size_t characteristic, const GattValue& value,
+                   std::function<void(std::uint64_t, GattStatus)> sent) override
+    {
+        for (const std::uint64_t peer : Subscribers(characteristic)) {
+            Notify(peer, characteristic, value,
+                   [&sent, peer](GattStatus status) { sent(peer, status); });
+        }
+    }
+
     std::vector<std::uint64_t> Subscribers(std::size_t characteristic) const override
     {
         std::vector<std::uint64_t> peers;
