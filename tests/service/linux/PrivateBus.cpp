@@ -62,7 +62,8 @@ void PrivateBus::Kill()
 }
 
 StandIn::StandIn(const std::string& script)
-    : process_(PELACON_SYSTEM_PYTHON, {std::string(PELACON_STAND_INS) + "/" + script}, WithInput())
+    : process_(PELACON_SYSTEM_PYTHON, {"-B", std::string(PELACON_STAND_INS) + "/" + script},
+               WithInput())  // -B: the tree stays free of compiled modules
 {
     if (process_.NextLine() != "ready") {
         throw std::runtime_error(script + " does not start: " + process_.Errors());
