@@ -100,9 +100,9 @@ TEST_F(AGattPeer, IsReadAndWrittenAndKeepsWhatWasWritten)
 {
     Connect();
     Do([this] {
-        EXPECT_TRUE(link->HasService(PeerUuid(0x100)));
-        EXPECT_FALSE(link->HasService(PeerUuid(0x200)));
-        EXPECT_EQ(link->Mtu(), 517);
+        EXPECT_TRUE(link->Remote().services.contains(PeerUuid(0x100)));
+        EXPECT_FALSE(link->Remote().services.contains(PeerUuid(0x200)));
+        EXPECT_EQ(link->Remote().mtu, 517);
     });
     for (std::uint8_t round = 0; round < 100; ++round) {
         const Bytes value(std::size_t{1} + round % 20, round);

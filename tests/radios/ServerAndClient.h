@@ -89,7 +89,7 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         EXPECT_TRUE(Eventually([this] { return isConnected; }));
         Do([this] { link->Discover(Note()); });
         EXPECT_EQ(Outcome(), GattStatus::kDone);
-        EXPECT_TRUE(Eventually([this] { return link->HasService(kService); }));
+        EXPECT_TRUE(Eventually([this] { return link->Remote().services.contains(kService); }));
     }
     void PeerConnected(std::uint64_t peer) override { events.push_back("+" + NameOf(peer)); }
     void PeerDisconnected(std::uint64_t peer) override { events.push_back("-" + NameOf(peer)); }

@@ -10,15 +10,15 @@ namespace {
 /// How long a connection may take to end after an operation was broken off.
 constexpr std::chrono::seconds kUntilEnded{1};
 
-/// Whether the device did not answer at all, as far as BlueZ tells: most often because the
-/// connection is about to end.
+/// Whether the device, or BlueZ, did not answer at all: most often because the connection is about
+/// to end.
 bool IsBrokenOff(const dbus::Error& error)
 {
-    return error.name == "org.bluez.Error.Failed" &&
-           error.message.find("ATT error") == std::string::npos;
+    return dbus::IsSilence(error) || (error.name == "org.bluez.Error.Failed" &&
+                                      error.message.find("ATT error") == std::string::npos);
 }
 
-/// An operation may fail with the connection before its end is told.
+/// BlueZ may fail an operation before it signals that the connection has ended.
 bool IsConnected(const Stack& stack, const std::optional<bluez::Device>& device)
 {
     const auto now =
@@ -29,11 +29,7 @@ bool IsConnected(const Stack& stack, const std::optional<bluez::Device>& device)
 }  // namespace
 
 GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callbacks)
-    : central_(central),
-      stack_(central.stack),
-      address_(address),
-      callbacks_(std::move(callbacks)),
-      mtu_(kSmallestMtu)
+    : central_(central), stack_(central.stack), address_(address), callbacks_(std::move(callbacks))
 {
     stack_.Add(*this);
     ++central_.links[address_];
@@ -65,14 +61,14 @@ void GattLink::Disconnect()
                       [waiting](const dbus::Reply&) {});
 }
 
-/// Goes on as far as what BlueZ knows allows.
+/// Takes the next steps that the state of BlueZ's objects permits.
 void GattLink::Look()
 {
     if (state_ == State::kOver) {
         return;
     }
     if (!stack_.Adapter() || !stack_.Adapter()->isOn || !stack_.Mirror().IsThere()) {
-        End(state_ == State::kUp ? GattReason::kLocal : GattReason::kNotEstablished);
+        End(GattReason::kLocal);
         return;
     }
     device_ = bluez::FindDevice(stack_.Mirror(), stack_.Adapter()->path, address_);
@@ -91,7 +87,8 @@ void GattLink::Look()
     } else if (state_ == State::kUp) {
         if (!device_ || !device_->isConnected) {
             later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { End(WhyEnded()); });
-        } else if (device_->areServicesResolved) {
+        } else {
+            Update();
             AskMtu();
         }
     }
@@ -121,7 +118,7 @@ void GattLink::Connect()
         std::chrono::minutes(1));
 }
 
-/// What BlueZ says of the device after it has connected.
+/// BlueZ has connected, and its property says whether the device still is.
 void GattLink::Accepted(bool isConnected)
 {
     if (!isConnected) {
@@ -181,7 +178,7 @@ void GattLink::AdapterChanged()
 
 void GattLink::ObjectAdded(const std::string&, const std::string& interface)
 {
-    if (interface == bluez::kDevice) {
+    if (interface == bluez::kDevice || interface == bluez::kGattService) {
         Look();
     }
 }
@@ -189,7 +186,8 @@ void GattLink::ObjectAdded(const std::string&, const std::string& interface)
 void GattLink::ObjectRemoved(const std::string& path, const std::string& interface,
                              const dbus::Properties&)
 {
-    if (interface == bluez::kDevice && device_ && device_->path == path) {
+    const bool isOurs = device_ && path.starts_with(device_->path);
+    if (isOurs && (interface == bluez::kDevice || interface == bluez::kGattService)) {
         Look();
     }
 }
@@ -207,15 +205,30 @@ void GattLink::ObjectChanged(const std::string& path, const std::string& interfa
     }
 }
 
-std::int32_t GattLink::Mtu() const
+void GattLink::Update()
 {
-    return mtu_;
+    GattRemote now{remote_.mtu, {}};
+    if (device_->areServicesResolved) {
+        for (const auto& service : bluez::Services(stack_.Mirror(), device_->path)) {
+            if (const auto uuid = protocol::ParseUuid(service.uuid)) {
+                now.services.insert(*uuid);
+            }
+        }
+    }
+    if (now != remote_) {
+        remote_ = std::move(now);
+        callbacks_.changed(remote_);
+    }
 }
 
-/// Characteristics that appear have no MTU yet, and nothing is said when they get one.
+/// Characteristics that appear have no MTU yet, and BlueZ does not signal it.
 void GattLink::AskMtu()
 {
-    if (discoveries_.empty() || askingMtu_) {
+    if (!device_->areServicesResolved || askingMtu_) {
+        return;
+    }
+    if (isMtuKnown_) {
+        FinishDiscoveries();
         return;
     }
     for (const auto& service : bluez::Services(stack_.Mirror(), device_->path)) {
@@ -226,26 +239,17 @@ void GattLink::AskMtu()
         askingMtu_ =
             stack_.Call(all.front().path, dbus::kProperties, "Get",
                         {bluez::kGattCharacteristic, "MTU"}, [this](const dbus::Reply& reply) {
-                            if (const auto* const mtu = reply.First<std::uint16_t>()) {
-                                mtu_ = *mtu;
-                            }
                             askingMtu_.Reset();
+                            if (const auto* const mtu = reply.First<std::uint16_t>()) {
+                                isMtuKnown_ = true;
+                                remote_.mtu = *mtu;
+                                callbacks_.changed(remote_);
+                            }
                             FinishDiscoveries();
                         });
         return;
     }
     FinishDiscoveries();
-}
-
-bool GattLink::HasService(const Uuid& service) const
-{
-    if (!IsUp() || !stack_.Adapter() || !device_ || !device_->areServicesResolved) {
-        return false;
-    }
-    const auto services = bluez::Services(stack_.Mirror(), device_->path);
-    return std::any_of(services.begin(), services.end(), [&](const bluez::Service& candidate) {
-        return protocol::ParseUuid(candidate.uuid) == service;
-    });
 }
 
 std::optional<bluez::Characteristic> GattLink::Find(const Key& key) const
@@ -299,24 +303,16 @@ void GattLink::FinishDiscoveries()
     }
 }
 
-void GattLink::CallOn(const bluez::Characteristic& characteristic, const char* method,
-                      const dbus::Arguments& arguments, std::uint64_t number,
-                      std::function<void(const dbus::Reply&)> succeeded)
+void GattLink::Fail(std::uint64_t number, const dbus::Error& error)
 {
-    operations_.at(number).call = stack_.Call(
-        characteristic.path, bluez::kGattCharacteristic, method, arguments,
-        [this, number, succeeded = std::move(succeeded)](const dbus::Reply& reply) {
-            if (reply.IsError() && !IsConnected(stack_, device_)) {
-                Finish(number, GattStatus::kNotConnected);
-            } else if (reply.IsError() && IsBrokenOff(*reply.error)) {
-                operations_.at(number).limit = stack_.GetLoop().After(
-                    kUntilEnded, [this, number] { Finish(number, GattStatus::kUnreachable); });
-            } else if (reply.IsError()) {
-                Finish(number, GattStatusOf(*reply.error));
-            } else {
-                succeeded(reply);
-            }
-        });
+    if (!IsConnected(stack_, device_)) {
+        Finish(number, GattStatus::kNotConnected);
+    } else if (IsBrokenOff(error)) {
+        operations_.at(number).limit = stack_.GetLoop().After(
+            kUntilEnded, [this, number, result = GattStatusOf(error)] { Finish(number, result); });
+    } else {
+        Finish(number, GattStatusOf(error));
+    }
 }
 
 void GattLink::Read(const Key& key, OnRead done)
@@ -328,13 +324,15 @@ void GattLink::Read(const Key& key, OnRead done)
         return;
     }
     operations_.at(number).reading =
-        std::make_unique<GattNotifications::Reading>(central_.notifications, found->path);
-    CallOn(*found, "ReadValue", {dbus::MakeProperties({})}, number,
-           [this, number](const dbus::Reply& reply) {
-               const Bytes* const value = reply.First<Bytes>();
-               Finish(number, value != nullptr ? GattStatus::kDone : GattStatus::kUnreachable,
-                      value != nullptr ? *value : Bytes());
-           });
+        central_.notifications.Read(found->path, [this, number](const dbus::Reply& reply) {
+            const Bytes* const value = reply.First<Bytes>();
+            if (reply.IsError()) {
+                Fail(number, *reply.error);
+            } else {
+                Finish(number, value != nullptr ? GattStatus::kDone : GattStatus::kUnreachable,
+                       value != nullptr ? *value : Bytes());
+            }
+        });
 }
 
 void GattLink::Write(const Key& key, const Bytes& value, Done done)
@@ -352,8 +350,15 @@ void GattLink::Write(const Key& key, const Bytes& value, Done done)
     } else {
         const dbus::Value options =
             dbus::MakeProperties({{"type", wantsAnswer ? "request" : "command"}});
-        CallOn(*found, "WriteValue", {value, options}, number,
-               [this, number](const dbus::Reply&) { Finish(number, GattStatus::kDone); });
+        operations_.at(number).call =
+            stack_.Call(found->path, bluez::kGattCharacteristic, "WriteValue", {value, options},
+                        [this, number](const dbus::Reply& reply) {
+                            if (reply.IsError()) {
+                                Fail(number, *reply.error);
+                            } else {
+                                Finish(number, GattStatus::kDone);
+                            }
+                        });
     }
 }
 
@@ -381,12 +386,14 @@ void GattLink::Subscribe(const Key& key, bool enable, Done done)
                 const auto notified = callbacks_.notified;
                 notified(key, value, isIndication);
             },
-            [this, key, number](GattStatus result) {
+            [this, key, number](const std::optional<dbus::Error>& error) {
                 subscribing_.erase(key);
-                if (result != GattStatus::kDone) {
+                if (error) {
                     subscriptions_.erase(key);
+                    Fail(number, *error);
+                } else {
+                    Finish(number, GattStatus::kDone);
                 }
-                Finish(number, result);
             });
     }
 }

@@ -21,9 +21,17 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 using protocol::Uuid;
 
+/// What is known of the device at the other end of a link.
+struct GattRemote {
+    std::int32_t mtu = kSmallestMtu;
+    std::set<Uuid> services;  ///< none before they have been discovered
+
+    bool operator==(const GattRemote&) const = default;
+};
+
 /// One connection to a device, from the attempt on; in the loop's thread. Links to the same device
 /// share its connection, which ends with the last of them. Callbacks are called later, never in a
-/// call, and not any more once the link is destroyed; they may destroy it.
+/// call, and not after the link is destroyed. They may destroy it, except for `changed`.
 class GattLink : private Stack::Observer {
   public:
     using Bytes = dbus::Bytes;
@@ -34,14 +42,15 @@ class GattLink : private Stack::Observer {
 
     struct Callbacks {
         std::function<void()> connected;
-        /// The last call. What is under way has ended with kNotConnected before. kPeer also if the
-        /// reason is not known; kLocal also if the adapter is gone, or another program of this
-        /// machine ended the connection.
+        /// The last call, after the operations under way have ended with kNotConnected. kPeer also
+        /// if the reason is not known; kLocal also if the adapter is off or gone, or another
+        /// program of this machine ended the connection.
         std::function<void(GattReason)> ended;
         std::function<void(const Key&, const Bytes&, bool isIndication)> notified;
+        std::function<void(const GattRemote&)> changed = [](const GattRemote&) {};
     };
 
-    /// How long until a device is tried again that somebody else is connecting.
+    /// How long until the next attempt if the device is already being connected.
     static constexpr std::chrono::milliseconds kNextTry{200};
 
     GattLink(GattCentral& central, std::uint64_t address, Callbacks callbacks);
@@ -51,12 +60,10 @@ class GattLink : private Stack::Observer {
 
     bool IsUp() const noexcept { return state_ == State::kUp; }
 
-    /// 23 as long as it is not known.
-    std::int32_t Mtu() const;
+    const GattRemote& Remote() const noexcept { return remote_; }
 
     /// `done` once the device's services are known.
     void Discover(Done done);
-    bool HasService(const Uuid& service) const;
 
     void Read(const Key& key, OnRead done);
     void Write(const Key& key, const Bytes& value, Done done);
@@ -69,7 +76,7 @@ class GattLink : private Stack::Observer {
     struct Operation {
         dbus::Bus::Slot call;
         OnRead done;
-        std::unique_ptr<GattNotifications::Reading> reading;
+        std::shared_ptr<void> reading;
         Loop::Timer limit;
     };
 
@@ -89,13 +96,13 @@ class GattLink : private Stack::Observer {
     std::optional<bluez::Characteristic> Find(const Key& key) const;
     std::uint64_t Begin(OnRead done);
     void Finish(std::uint64_t number, GattStatus result, const Bytes& value = {});
+    void Fail(std::uint64_t number, const dbus::Error& error);
     void FinishLater(std::uint64_t number, GattStatus result);
     void FinishDiscoveries();
+    void Update();
     void AskMtu();
     void Disconnect();
-    void CallOn(const bluez::Characteristic& characteristic, const char* method,
-                const dbus::Arguments& arguments, std::uint64_t number,
-                std::function<void(const dbus::Reply&)> succeeded);
+
     GattCentral& central_;
     Stack& stack_;
     std::uint64_t address_;
@@ -110,10 +117,11 @@ class GattLink : private Stack::Observer {
     std::uint64_t lastOperation_ = 0;
     std::map<std::uint64_t, Operation> operations_;
     std::vector<std::uint64_t> discoveries_;
-    std::int32_t mtu_;
+    GattRemote remote_;
+    bool isMtuKnown_ = false;
     dbus::Bus::Slot askingMtu_;
     std::map<Key, std::unique_ptr<GattNotifications::Subscription>> subscriptions_;
-    std::set<Key> subscribing_;  // those that are not sure yet
+    std::set<Key> subscribing_;  // those that are not established yet
     std::shared_ptr<void> alive_ = std::make_shared<char>();
 };
 

@@ -1,22 +1,8 @@
 #include <service/linux/bluetooth/GattNotifications.h>
 
-#include <utility>
 #include <vector>
 
 namespace pelacon::service::linux_radios::bluetooth {
-
-GattNotifications::Reading::Reading(GattNotifications& all, std::string path)
-    : all_(all), path_(std::move(path))
-{
-    ++all_.reading_[path_];
-}
-
-GattNotifications::Reading::~Reading()
-{
-    if (--all_.reading_.at(path_) == 0) {
-        all_.reading_.erase(path_);
-    }
-}
 
 GattNotifications::GattNotifications(Stack& stack) : stack_(stack)
 {
@@ -29,57 +15,31 @@ GattNotifications::~GattNotifications()
 }
 
 std::unique_ptr<GattNotifications::Subscription> GattNotifications::Subscribe(
-    const bluez::Characteristic& characteristic, Got got, Done done)
+    const bluez::Characteristic& characteristic, Received received, Established established)
 {
     const std::string& path = characteristic.path;
     Source& source = sources_[path];
     const std::uint64_t number = ++lastNumber_;
-    source.subscribers.emplace(number, Subscriber{std::move(got), std::move(done)});
+    source.subscribers.emplace(number, Subscriber{std::move(received), std::move(established)});
     if (source.state == State::kOn) {
         source.later = stack_.GetLoop().After(Loop::Duration::zero(),
-                                              [this, path] { Finish(path, GattStatus::kDone); });
+                                              [this, path] { Finish(path, std::nullopt); });
     } else if (source.state == State::kOff) {
-        source.state = State::kStarting;
         source.isIndication = !characteristic.Has("notify");
-        if (source.isIndication) {
-            Start(path);
-        } else {
-            Acquire(path);
-        }
+        Start(path);
     }
     return std::make_unique<Subscription>(*this, path, number);
 }
 
-/// Asks for a socket, through which each value comes once. Where that cannot be had (another
-/// program has it), for changes of the property.
-void GattNotifications::Acquire(const std::string& path)
-{
-    sources_.at(path).call =
-        stack_.Call(path, bluez::kGattCharacteristic, "AcquireNotify", {dbus::MakeProperties({})},
-                    [this, path](const dbus::Reply& reply) {
-                        const auto* const socket = reply.First<dbus::Handle>();
-                        if (reply.IsError() && dbus::IsSilence(*reply.error)) {
-                            Finish(path, GattStatusOf(*reply.error));
-                            return;
-                        }
-                        if (socket == nullptr || !socket->descriptor) {
-                            Start(path);
-                            return;
-                        }
-                        sources_.at(path).packets = std::make_unique<PacketSocket>(
-                            stack_.GetLoop(), socket->descriptor,
-                            [this, path](const Bytes& value) { Deliver(path, value); });
-                        Finish(path, GattStatus::kDone);
-                    });
-}
-
+/// AcquireNotify would return a socket with nothing but the notifications. It is of no use: it
+/// holds some 200 of them, and BlueZ drops what does not fit.
 void GattNotifications::Start(const std::string& path)
 {
-    sources_.at(path).call = stack_.Call(
-        path, bluez::kGattCharacteristic, "StartNotify", {},
-        [this, path](const dbus::Reply& reply) {
-            Finish(path, reply.IsError() ? GattStatusOf(*reply.error) : GattStatus::kDone);
-        });
+    Source& source = sources_.at(path);
+    source.state = State::kStarting;
+    source.call =
+        stack_.Call(path, bluez::kGattCharacteristic, "StartNotify", {},
+                    [this, path](const dbus::Reply& reply) { Finish(path, reply.error); });
 }
 
 template <typename Use>
@@ -101,13 +61,13 @@ void GattNotifications::ForEachSubscriber(const std::string& path, const Use& us
     }
 }
 
-/// Tells those who have not been told yet.
-void GattNotifications::Finish(const std::string& path, GattStatus result)
+/// Calls those callbacks that have not been called yet.
+void GattNotifications::Finish(const std::string& path, const std::optional<dbus::Error>& error)
 {
-    sources_.at(path).state = result == GattStatus::kDone ? State::kOn : State::kOff;
-    ForEachSubscriber(path, [result](Subscriber& subscriber, bool) {
-        if (const Done done = std::exchange(subscriber.done, nullptr)) {
-            done(result);
+    sources_.at(path).state = error ? State::kOff : State::kOn;
+    ForEachSubscriber(path, [&error](Subscriber& subscriber, bool) {
+        if (const Established established = std::exchange(subscriber.established, nullptr)) {
+            established(error);
         }
     });
 }
@@ -115,23 +75,66 @@ void GattNotifications::Finish(const std::string& path, GattStatus result)
 void GattNotifications::Deliver(const std::string& path, const Bytes& value)
 {
     ForEachSubscriber(path, [&](const Subscriber& subscriber, bool isIndication) {
-        const Got got = subscriber.got;
-        got(value, isIndication);
+        const Received received = subscriber.received;
+        received(value, isIndication);
     });
+}
+
+/// All reads and subscriptions have ended with the adapter, or are about to.
+void GattNotifications::AdapterChanged()
+{
+    if (!stack_.Adapter()) {
+        readCalls_.clear();
+        reads_.clear();
+    }
 }
 
 void GattNotifications::ObjectChanged(const std::string& path, const std::string& interface,
                                       const dbus::Properties& changed)
 {
     const auto value = changed.find("Value");
-    const auto source = sources_.find(path);
-    if (interface == bluez::kGattCharacteristic && value != changed.end() &&
-        source != sources_.end() && !source->second.packets && !reading_.contains(path)) {
-        Deliver(path, value->second.Or(Bytes()));
+    if (interface != bluez::kGattCharacteristic || value == changed.end() ||
+        !sources_.contains(path)) {
+        return;
+    }
+    auto bytes = value->second.Or(Bytes());
+    const auto reads = reads_.find(path);
+    if (reads == reads_.end()) {
+        Deliver(path, bytes);
+    } else if (const auto before = std::exchange(reads->second.latest, std::move(bytes))) {
+        Deliver(path, *before);  // a reply would have followed it, had it been read
     }
 }
 
-/// A socket ends the subscription by being closed.
+std::shared_ptr<void> GattNotifications::Read(const std::string& path, dbus::Bus::OnReply done)
+{
+    const auto wanted = std::make_shared<dbus::Bus::OnReply>(std::move(done));
+    const std::uint64_t number = ++lastNumber_;
+    ++reads_[path].underWay;
+    readCalls_[number] =
+        stack_.Call(path, bluez::kGattCharacteristic, "ReadValue", {dbus::MakeProperties({})},
+                    [this, path, number, weak = std::weak_ptr(wanted)](const dbus::Reply& reply) {
+                        const auto call = readCalls_.extract(number);  // until the end of this call
+                        EndRead(path, !reply.IsError());
+                        if (const auto still = weak.lock()) {
+                            (*still)(reply);
+                        }
+                    });
+    return wanted;
+}
+
+void GattNotifications::EndRead(const std::string& path, bool isFound)
+{
+    const auto reads = reads_.find(path);
+    const auto latest = std::exchange(reads->second.latest, std::nullopt);
+    if (--reads->second.underWay == 0) {
+        reads_.erase(reads);
+    }
+    if (latest && !isFound) {
+        Deliver(path, *latest);
+    }
+}
+
 void GattNotifications::End(const std::string& path, std::uint64_t number)
 {
     const auto source = sources_.find(path);
@@ -139,7 +142,7 @@ void GattNotifications::End(const std::string& path, std::uint64_t number)
         !source->second.subscribers.empty()) {
         return;
     }
-    if (source->second.state != State::kOff && !source->second.packets && stack_.Adapter()) {
+    if (source->second.state != State::kOff && stack_.Adapter()) {
         stack_.Bus().Send({bluez::kService, path, bluez::kGattCharacteristic, "StopNotify"}, {});
     }
     sources_.erase(source);

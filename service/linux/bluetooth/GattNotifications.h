@@ -1,27 +1,30 @@
-// The values that characteristics of other devices send by themselves.
+// The values of other devices' characteristics: those that are read, and those that come unasked.
 #pragma once
 
-#include <service/linux/PacketSocket.h>
-#include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
 /// BlueZ lets this process subscribe to a characteristic once; any number of links may do so here.
-/// It drops values that this process does not take: a socket holds some 200. In the loop's thread.
+/// It signals every notification and indication as a change of the property Value, one signal each,
+/// and the result of a read likewise, immediately before the reply. Reads are therefore made here,
+/// so that they are told apart from notifications. In the loop's thread.
 class GattNotifications : private Stack::Observer {
   public:
     using Bytes = dbus::Bytes;
-    using Got = std::function<void(const Bytes& value, bool isIndication)>;
-    using Done = std::function<void(GattStatus)>;
+    using Received = std::function<void(const Bytes& value, bool isIndication)>;
+    /// Without an error: the subscription is established.
+    using Established = std::function<void(const std::optional<dbus::Error>& error)>;
 
-    /// Somebody's subscription, for as long as this lives; ends before all of it does.
+    /// A subscription, for as long as this lives; ends before the GattNotifications.
     class Subscription {
       public:
         Subscription(GattNotifications& all, std::string path, std::uint64_t number)
@@ -37,61 +40,57 @@ class GattNotifications : private Stack::Observer {
         std::uint64_t number_;
     };
 
-    /// While this lives a change of a characteristic's value is what a read of ours found.
-    class Reading {
-      public:
-        Reading(GattNotifications& all, std::string path);
-        ~Reading();
-        Reading(const Reading&) = delete;
-        Reading& operator=(const Reading&) = delete;
-
-      private:
-        GattNotifications& all_;
-        std::string path_;
-    };
-
     explicit GattNotifications(Stack& stack);
     ~GattNotifications() override;
 
-    /// `done` and `got` are called later, and not any more once the subscription has ended; they
-    /// may end it, and do so where it has failed. The device is connected.
+    /// `established` and `received` are called later, and not after the end of the subscription.
+    /// They may end it, and do so if it could not be established. The device is connected.
     [[nodiscard]] std::unique_ptr<Subscription> Subscribe(
-        const bluez::Characteristic& characteristic, Got got, Done done);
+        const bluez::Characteristic& characteristic, Received received, Established established);
+
+    /// Reads the value of the characteristic with this path. `done` is called once, later, and not
+    /// after the end of what is returned.
+    [[nodiscard]] std::shared_ptr<void> Read(const std::string& path, dbus::Bus::OnReply done);
 
   private:
     enum class State : std::uint8_t { kOff, kStarting, kOn };
     struct Subscriber {
-        Got got;
-        Done done;  // empty once it was called
+        Received received;
+        Established established;  // empty after the call
     };
-    /// A characteristic that somebody subscribed to.
+    /// A characteristic with subscribers.
     struct Source {
         State state = State::kOff;
         bool isIndication = false;
-        std::unique_ptr<PacketSocket> packets;  // none: values come as changes of the property
         std::map<std::uint64_t, Subscriber> subscribers;
         dbus::Bus::Slot call;
         Loop::Timer later;
     };
+    /// A characteristic that is being read.
+    struct Reads {
+        int underWay = 0;
+        std::optional<Bytes> latest;  // the last change, which may be what a read has found
+    };
 
-    void AdapterChanged() override {}
+    void AdapterChanged() override;
     void ObjectChanged(const std::string& path, const std::string& interface,
                        const dbus::Properties& changed) override;
 
-    void Acquire(const std::string& path);
     void Start(const std::string& path);
-    void Finish(const std::string& path, GattStatus result);
+    void Finish(const std::string& path, const std::optional<dbus::Error>& error);
     void Deliver(const std::string& path, const Bytes& value);
     void End(const std::string& path, std::uint64_t number);
+    void EndRead(const std::string& path, bool isFound);
 
-    /// Calls `use` with each subscriber that is still there by then.
+    /// Calls `use` with each subscriber, except those whose subscription an earlier call has ended.
     template <typename Use>
     void ForEachSubscriber(const std::string& path, const Use& use);
 
     Stack& stack_;
     std::uint64_t lastNumber_ = 0;
     std::map<std::string, Source> sources_;
-    std::map<std::string, int> reading_;
+    std::map<std::string, Reads> reads_;
+    std::map<std::uint64_t, dbus::Bus::Slot> readCalls_;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

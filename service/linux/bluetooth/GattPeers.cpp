@@ -14,6 +14,15 @@ GattPeers::~GattPeers()
     stack_.Remove(*this);
 }
 
+std::vector<std::uint64_t> GattPeers::All() const
+{
+    std::vector<std::uint64_t> all;
+    for (const auto& [peer, state] : peers_) {
+        all.push_back(peer);
+    }
+    return all;
+}
+
 std::optional<std::uint64_t> GattPeers::Note(const std::string& device, std::int32_t mtu)
 {
     const auto found = stack_.Adapter() ? bluez::DeviceAt(stack_.Mirror(), device) : std::nullopt;
@@ -60,7 +69,7 @@ void GattPeers::ObjectChanged(const std::string&, const std::string& interface,
     }
 }
 
-/// What the kernel says is read by then.
+/// Later, so that the kernel's events, which may be read after BlueZ's signals, are known.
 void GattPeers::LookLater()
 {
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });

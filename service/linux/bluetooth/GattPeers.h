@@ -15,12 +15,12 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Those that connected by LE to this machine, rather than it to them; and those that work with a
-/// service of ours, whoever connected. Where the kernel does not tell who did, it is the device
-/// unless a link of ours has it. In the loop's thread.
+/// Those that connected by LE to this machine, rather than it to them; and those that use a service
+/// of ours, whoever connected. If the kernel does not report who did, it was the device unless it
+/// has a link of ours. In the loop's thread.
 class GattPeers : private Stack::Observer {
   public:
-    /// Hears of peers. Must not destroy what tells of them; may destroy observers.
+    /// Must not destroy the GattPeers; may destroy observers.
     class Observer {
       public:
         Observer() = default;
@@ -30,7 +30,7 @@ class GattPeers : private Stack::Observer {
 
         virtual void PeerConnected(std::uint64_t /*peer*/) {}
         virtual void PeerDisconnected(std::uint64_t /*peer*/) {}
-        /// BlueZ tells the MTU with what a peer does first.
+        /// BlueZ gives the MTU with the first operation of a peer.
         virtual void PeerMtuChanged(std::uint64_t /*peer*/, std::int32_t /*mtu*/) {}
     };
 
@@ -41,15 +41,16 @@ class GattPeers : private Stack::Observer {
     void Remove(Observer& observer) noexcept { std::erase(observers_, &observer); }
 
     bool IsConnected(std::uint64_t peer) const { return peers_.contains(peer); }
+    std::vector<std::uint64_t> All() const;
 
-    /// Notes that a device, given by BlueZ's path, works with a service of ours. Returns its
-    /// address; nothing where the device is not known.
+    /// Notes that a device, given by BlueZ's path, uses a service of ours. Returns its address;
+    /// nothing if the device is not known.
     std::optional<std::uint64_t> Note(const std::string& device, std::int32_t mtu);
 
   private:
     struct Peer {
         std::int32_t mtu = kSmallestMtu;
-        bool isSeen = false;  // connected: a peer may work with a service before BlueZ says that
+        bool isSeen = false;  // connected: a peer may use a service before BlueZ signals that
     };
 
     void AdapterChanged() override { LookLater(); }
@@ -64,12 +65,12 @@ class GattPeers : private Stack::Observer {
     bool HasComeByItself(const bluez::Device& device) const;
     void Connected(std::uint64_t peer);
 
-    template <typename Tell>
-    void ForEachObserver(const Tell& tell)
+    template <typename Use>
+    void ForEachObserver(const Use& use)
     {
         for (Observer* const observer : std::vector(observers_)) {
             if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) {
-                tell(*observer);
+                use(*observer);
             }
         }
     }

@@ -15,6 +15,9 @@ GattService::GattService(Stack& stack, GattPeers& peers, const Uuid& uuid,
                 [this, place](std::uint64_t peer) { return callbacks_.read(peer, place); },
                 [this, place](std::uint64_t peer, const Bytes& value) {
                     callbacks_.written(peer, place, value);
+                },
+                [this, place](const std::vector<std::uint64_t>& subscribers) {
+                    callbacks_.subscribed(place, subscribers);
                 }}));
     }
     stack_.Add(*this);
@@ -22,7 +25,7 @@ GattService::GattService(Stack& stack, GattPeers& peers, const Uuid& uuid,
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] {
         Fit();
         if (adapter_.empty()) {
-            TellShown(radio::Outcome::kNoAdapter);
+            Finish(radio::Outcome::kNoAdapter);
         }
     });
 }
@@ -44,6 +47,13 @@ void GattService::ObjectAdded(const std::string&, const std::string& interface)
     }
 }
 
+void GattService::PeerConnected(std::uint64_t /*peer*/)
+{
+    for (const auto& characteristic : characteristics_) {
+        characteristic->UpdateSubscribers();
+    }
+}
+
 void GattService::PeerDisconnected(std::uint64_t peer)
 {
     for (const auto& characteristic : characteristics_) {
@@ -51,7 +61,7 @@ void GattService::PeerDisconnected(std::uint64_t peer)
     }
 }
 
-/// Registers it with the adapter that there is now.
+/// Registers it with the adapter, if that is another one than before.
 void GattService::Fit()
 {
     std::string adapter = stack_.Adapter() ? stack_.Adapter()->path : "";
@@ -64,7 +74,7 @@ void GattService::Fit()
     Withdraw();
     adapter_ = adapter;
     if (adapter_.empty()) {
-        TellShown(radio::Outcome::kNoAdapter);
+        Finish(radio::Outcome::kNoAdapter);
     } else {
         Register();
     }
@@ -72,7 +82,7 @@ void GattService::Fit()
 
 void GattService::Register()
 {
-    // Each time another path: BlueZ may still be busy with the one before.
+    // Another path each time: BlueZ may still be busy with the one before.
     const std::string root = stack_.NewPath("gatt");
     const std::string service = root + "/service";
     tree_ = std::make_unique<dbus::ObjectTree>(stack_.Bus(), root);
@@ -86,13 +96,13 @@ void GattService::Register()
                                {dbus::ObjectPath{root}, dbus::MakeProperties({})},
                                [this](const dbus::Reply& reply) {
                                    if (!reply.IsError()) {
-                                       TellShown(radio::Outcome::kDone);
+                                       Finish(radio::Outcome::kDone);
                                        return;
                                    }
                                    const radio::Outcome why = OutcomeOf(*reply.error, adapter_);
                                    Withdraw();
                                    later_ = stack_.GetLoop().After(kNextTry, [this] { Fit(); });
-                                   TellShown(why);
+                                   Finish(why);
                                });
 }
 
@@ -106,7 +116,7 @@ void GattService::Withdraw()
     adapter_.clear();
 }
 
-void GattService::TellShown(radio::Outcome outcome)
+void GattService::Finish(radio::Outcome outcome)
 {
     if (const auto shown = std::exchange(callbacks_.shown, nullptr)) {
         shown(outcome);

@@ -39,6 +39,8 @@ class Host {
     /// For the radios of one state.
     std::shared_ptr<Gate> MakeGate() const { return std::make_shared<Gate>(scheduler_); }
 
+    Scheduler& GetScheduler() const noexcept { return scheduler_; }
+
     /// False until it is known for the first time whether there is an adapter.
     bool IsKnown() const noexcept { return isKnown_; }
     const AdapterPicture& Picture() const noexcept { return picture_; }

@@ -35,7 +35,7 @@ ServedCharacteristic::Bytes Cut(ServedCharacteristic::Bytes value)
     return value;
 }
 
-/// What BlueZ is to make of a peer's request.
+/// The error that answers a peer's request.
 struct Refusal {
     const char* error;
     const char* why;
@@ -69,8 +69,8 @@ void ServedCharacteristic::Attach(dbus::ObjectTree& tree, const std::string& ser
         }
     };
     if (Has(radio::kGattAnyNotify)) {
-        // StartNotify does not say who subscribes. AcquireNotify does, and is called where this
-        // property is; refused, StartNotify follows.
+        // StartNotify does not say who subscribes. AcquireNotify does, and is called if there is
+        // this property. It is refused, and StartNotify follows.
         interface.properties.emplace("NotifyAcquired", false);
     }
     tree.Add(path, bluez::kGattCharacteristic, std::move(interface));
@@ -84,9 +84,10 @@ void ServedCharacteristic::Detach()
     readParts_.clear();
     writtenParts_.clear();
     asking_.Reset();
-    TellSent(GattStatus::kNotConnected);
+    UpdateSubscribers();
+    FinishSent(GattStatus::kNotConnected);
     for (Waiting& waiting : std::exchange(waiting_, {})) {
-        TellLater(std::move(waiting.done), GattStatus::kNotConnected);
+        CallLater(std::move(waiting.done), GattStatus::kNotConnected);
     }
     while (!indications_.empty()) {
         Finish(indications_.begin(), GattStatus::kNotConnected);
@@ -133,7 +134,11 @@ void ServedCharacteristic::Read(const dbus::Incoming& call, dbus::Invocation& in
     // All parts are of the value as it was with the first one.
     Bytes& value = readParts_[request.peer];
     if (request.offset == 0) {
-        value = Cut(callbacks_.read(request.peer));
+        auto now = callbacks_.read(request.peer);
+        if (!now) {
+            throw Refusal{"org.bluez.Error.Failed", "no value"};
+        }
+        value = Cut(std::move(*now));
     }
     if (request.offset > value.size()) {
         throw Refusal{"org.bluez.Error.InvalidOffset", "behind the value's end"};
@@ -162,10 +167,11 @@ void ServedCharacteristic::Write(const dbus::Incoming& call, dbus::Invocation& i
     invocation.Return();
 }
 
-/// AcquireNotify: somebody subscribes, by notifications or by indications.
+/// AcquireNotify: a peer subscribes to notifications or indications.
 void ServedCharacteristic::Subscribe(const dbus::Incoming& call, dbus::Invocation&)
 {
     subscribers_.insert(Note(call, 0).peer);
+    UpdateSubscribers();
     throw Refusal{"org.bluez.Error.NotSupported", "values come as changes of the property"};
 }
 
@@ -180,6 +186,7 @@ void ServedCharacteristic::Stop(const dbus::Incoming&, dbus::Invocation& invocat
 {
     isStarted_ = false;
     subscribers_.clear();
+    UpdateSubscribers();
     invocation.Return();
 }
 
@@ -201,6 +208,7 @@ void ServedCharacteristic::PeerDisconnected(std::uint64_t peer)
     if (!device || !device->isPaired) {
         subscribers_.erase(peer);  // BlueZ keeps those of paired devices, and does not repeat them
     }
+    UpdateSubscribers();
     for (auto next = indications_.begin(); next != indications_.end();) {
         const auto indication = next++;
         if (indication->peers.erase(peer) > 0) {
@@ -221,20 +229,28 @@ std::vector<std::uint64_t> ServedCharacteristic::Subscribers() const
     return connected;
 }
 
+void ServedCharacteristic::UpdateSubscribers()
+{
+    const std::vector<std::uint64_t> now = Subscribers();
+    if (std::exchange(lastSubscribers_, now) != now) {
+        callbacks_.subscribed(now);
+    }
+}
+
 void ServedCharacteristic::Notify(const Bytes& value, Done done)
 {
     if (tree_ == nullptr || (!isStarted_ && Subscribers().empty())) {
-        TellLater(std::move(done), GattStatus::kDone);
+        CallLater(std::move(done), GattStatus::kDone);
     } else if (waiting_.size() >= kMostWaiting) {
-        TellLater(std::move(done), GattStatus::kBusy);
+        CallLater(std::move(done), GattStatus::kBusy);
     } else {
         waiting_.push_back({Cut(value), std::move(done)});
         SendWaiting();
     }
 }
 
-/// BlueZ takes any number of values and sends them as it can. So that they do not pile up there, no
-/// more are sent before it has had those before.
+/// BlueZ queues any number of values and sends them as it can. The next ones are sent when it has
+/// received those before, so that they do not pile up there.
 void ServedCharacteristic::SendWaiting()
 {
     if (asking_ || waiting_.empty()) {
@@ -247,8 +263,8 @@ void ServedCharacteristic::SendWaiting()
     }
     asking_ = stack_.Call("/", dbus::kPeer, "Ping", {}, [this](const dbus::Reply& reply) {
         asking_.Reset();
-        TellSent(reply.IsError() && dbus::IsSilence(*reply.error) ? GattStatus::kUnreachable
-                                                                  : GattStatus::kDone);
+        FinishSent(reply.IsError() && dbus::IsSilence(*reply.error) ? GattStatus::kUnreachable
+                                                                    : GattStatus::kDone);
         SendWaiting();
     });
 }
@@ -257,7 +273,7 @@ void ServedCharacteristic::Send(Waiting next)
 {
     tree_->Set(path_, bluez::kGattCharacteristic, kValue, std::move(next.value));
     const std::vector<std::uint64_t> to = Subscribers();
-    // Where there are both, most peers choose notifications, which nobody confirms.
+    // If there are both, most peers choose notifications, which nobody confirms.
     if (to.empty() || Has(radio::kGattNotify)) {
         sent_.push_back(std::move(next.done));
         return;
@@ -268,10 +284,10 @@ void ServedCharacteristic::Send(Waiting next)
         kConfirmLimit, [this, added] { Finish(added, GattStatus::kUnreachable); });
 }
 
-void ServedCharacteristic::TellSent(GattStatus result)
+void ServedCharacteristic::FinishSent(GattStatus result)
 {
     for (Done& done : std::exchange(sent_, {})) {
-        TellLater(std::move(done), result);
+        CallLater(std::move(done), result);
     }
 }
 
@@ -279,20 +295,20 @@ void ServedCharacteristic::NotifyOne(std::uint64_t peer, const Bytes& value, Don
 {
     const std::vector<std::uint64_t> to = Subscribers();
     if (std::find(to.begin(), to.end(), peer) == to.end()) {
-        TellLater(std::move(done), GattStatus::kNotPermitted);
+        CallLater(std::move(done), GattStatus::kNotPermitted);
     } else if (to.size() > 1) {
-        TellLater(std::move(done), GattStatus::kNotSupported);
+        CallLater(std::move(done), GattStatus::kNotSupported);
     } else {
         Notify(value, std::move(done));
     }
 }
 
-void ServedCharacteristic::TellLater(Done done, GattStatus result)
+void ServedCharacteristic::CallLater(Done done, GattStatus result)
 {
-    const std::uint64_t number = ++lastTelling_;
-    telling_[number] = stack_.GetLoop().After(
+    const std::uint64_t number = ++lastCall_;
+    calls_[number] = stack_.GetLoop().After(
         Loop::Duration::zero(), [this, number, result, done = std::move(done)] {
-            const auto timer = telling_.extract(number);  // until the end of this call
+            const auto timer = calls_.extract(number);  // until the end of this call
             done(result);
         });
 }
@@ -301,7 +317,7 @@ void ServedCharacteristic::Finish(Indications::iterator indication, GattStatus r
 {
     Done done = std::move(indication->done);
     indications_.erase(indication);
-    TellLater(std::move(done), result);
+    CallLater(std::move(done), result);
 }
 
 }  // namespace pelacon::service::linux_radios::bluetooth

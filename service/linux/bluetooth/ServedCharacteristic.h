@@ -14,6 +14,7 @@
 #include <functional>
 #include <list>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,8 +23,8 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 using protocol::Uuid;
 
-/// Answers what BlueZ asks on behalf of peers, knows who subscribed, and sends values. In the
-/// loop's thread.
+/// Answers BlueZ's calls on behalf of peers, knows who subscribed, and sends values. In the loop's
+/// thread.
 class ServedCharacteristic {
   public:
     using Bytes = dbus::Bytes;
@@ -31,15 +32,16 @@ class ServedCharacteristic {
 
     /// What peers do, as far as the flags permit it; see GattService::Callbacks.
     struct Callbacks {
-        std::function<Bytes(std::uint64_t peer)> read;
+        std::function<std::optional<Bytes>(std::uint64_t peer)> read;
         std::function<void(std::uint64_t peer, const Bytes& value)> written;
+        std::function<void(const std::vector<std::uint64_t>& peers)> subscribed;
     };
 
-    /// How long a peer may take to confirm an indication, as GATT has it.
+    /// How long a peer may take to confirm an indication, by GATT's rules.
     static constexpr std::chrono::seconds kConfirmLimit{30};
 
-    /// So many values are sent before BlueZ is asked whether it has them, and so many wait
-    /// meanwhile.
+    /// So many values are sent before BlueZ is asked whether it has received them, and so many
+    /// wait meanwhile.
     static constexpr std::size_t kMostAtOnce = 16;
     static constexpr std::size_t kMostWaiting = 1024;
 
@@ -53,9 +55,11 @@ class ServedCharacteristic {
     /// Adds its object to a tree, below that of its service. The tree stays until Detach.
     void Attach(dbus::ObjectTree& tree, const std::string& service, const std::string& path);
 
-    /// Nobody subscribes any more, and nobody will confirm.
+    /// There are no subscribers any more, and nobody will confirm.
     void Detach();
 
+    /// Calls `subscribed` if the subscribers have changed, as they do when peers come and go.
+    void UpdateSubscribers();
     void PeerDisconnected(std::uint64_t peer);
 
     /// These are as in GattService.
@@ -68,8 +72,8 @@ class ServedCharacteristic {
         Bytes value;
         Done done;
     };
-    /// A value that awaits being confirmed. BlueZ does not tell by whom it is, so all that is kept
-    /// of those who have confirmed is how many have not.
+    /// A value that is not confirmed yet. BlueZ does not say who has confirmed it, so only their
+    /// number is known.
     struct Indication {
         std::set<std::uint64_t> peers;
         std::size_t missing = 0;
@@ -78,7 +82,7 @@ class ServedCharacteristic {
     };
     using Indications = std::list<Indication>;
 
-    /// What BlueZ says with each call for a peer.
+    /// What BlueZ gives with each call for a peer.
     struct Request {
         std::uint64_t peer = 0;
         std::size_t offset = 0;
@@ -98,8 +102,8 @@ class ServedCharacteristic {
 
     void SendWaiting();
     void Send(Waiting next);
-    void TellSent(GattStatus result);
-    void TellLater(Done done, GattStatus result);
+    void FinishSent(GattStatus result);
+    void CallLater(Done done, GattStatus result);
     void Finish(Indications::iterator indication, GattStatus result);
 
     Stack& stack_;
@@ -110,15 +114,16 @@ class ServedCharacteristic {
     dbus::ObjectTree* tree_ = nullptr;
     std::string path_;
     std::set<std::uint64_t> subscribers_;
-    bool isStarted_ = false;  // somebody subscribed, even where it is not known who
+    std::vector<std::uint64_t> lastSubscribers_;  // as `subscribed` was last called with
+    bool isStarted_ = false;                      // somebody subscribed, even if it is unknown who
     std::deque<Waiting> waiting_;
     std::vector<Done> sent_;  // notifications that BlueZ may not have yet
     dbus::Bus::Slot asking_;  // whether it has
     Indications indications_;
     std::map<std::uint64_t, Bytes> readParts_;     // the value that each peer reads part by part
     std::map<std::uint64_t, Bytes> writtenParts_;  // what each peer wrote so far
-    std::uint64_t lastTelling_ = 0;
-    std::map<std::uint64_t, Loop::Timer> telling_;
+    std::uint64_t lastCall_ = 0;
+    std::map<std::uint64_t, Loop::Timer> calls_;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -10,7 +10,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereBluezSaysSo)
     AddDevice();
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"error", "org.bluez.Error.Failed"}});
     link = NewLink();
-    EXPECT_TRUE(Sees({"ended 0"}));
+    EXPECT_TRUE(Sees({"ended: not established"}));
     Do([this] { link->Discover(Store()); });
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
@@ -20,7 +20,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereThePeerHasLeftMeanwhile)
     AddDevice();
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"idle", true}});
     link = NewLink();
-    EXPECT_TRUE(Sees({"ended 0"}));
+    EXPECT_TRUE(Sees({"ended: not established"}));
 }
 
 TEST_F(AGattLink, DoesNotComeUpWhereTheDeviceIsForgottenMeanwhile)
@@ -30,7 +30,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereTheDeviceIsForgottenMeanwhile)
     link = NewLink();
     ASSERT_TRUE(IsCalled("Connect"));
     bluetoothd->Do({{"do", "remove"}, {"path", kDevicePath}});
-    EXPECT_TRUE(Sees({"ended 0"}));
+    EXPECT_TRUE(Sees({"ended: not established"}));
 }
 
 TEST_F(AGattLink, TellsWhyAnOperationIsRefused)
@@ -57,7 +57,7 @@ TEST_F(AGattLink, EndsWhatIsUnderWayWhenThePeerGoes)
     Do([this] { link->Read({kHeartRate, kMeasurement}, StoreRead()); });
     bluetoothd->Do({{"do", "change"}, {"path", kDevicePath}, {"Connected", false}});
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
-    EXPECT_TRUE(Sees({"connected", "ended 1"}));
+    EXPECT_TRUE(Sees({"connected", "ended: peer"}));
 }
 
 TEST_F(AGattLink, TakesAnOperationThatIsBrokenOffForOneOfAConnectionThatEnds)
@@ -88,7 +88,8 @@ TEST_F(AGattLink, TakesAnOperationThatFailsWithTheConnectionForUnconnected)
 TEST_F(AGattLink, TellsWhyTheKernelSaysThatItEnded)
 {
     for (const auto& [reason, expected] :
-         {std::pair{"01", "ended 3"}, std::pair{"02", "ended 4"}, std::pair{"03", "ended 1"}}) {
+         {std::pair{"01", "ended: timeout"}, std::pair{"02", "ended: local"},
+          std::pair{"03", "ended: peer"}}) {
         Connect();
         management.Send(FromHex(std::string("0c00 0000 0800 0605040302c1 02") + reason));
         bluetoothd->Do({{"do", "change"}, {"path", kDevicePath}, {"Connected", false}});
@@ -105,7 +106,7 @@ TEST_F(AGattLink, EndsWithBluezAndWithTheAdapter)
 {
     Connect();
     bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", false}});
-    EXPECT_TRUE(Sees({"connected", "ended 2"}));
+    EXPECT_TRUE(Sees({"connected", "ended: local"}));
     Do([this] {
         link.reset();
         events.clear();
@@ -116,7 +117,7 @@ TEST_F(AGattLink, EndsWithBluezAndWithTheAdapter)
     link = NewLink();
     ASSERT_TRUE(Sees({"connected"}));
     bluetoothd->Kill();
-    EXPECT_TRUE(Sees({"connected", "ended 2"}));
+    EXPECT_TRUE(Sees({"connected", "ended: local"}));
 }
 
 TEST_F(AGattLink, MayBeDestroyedByAnotherOneThatEnds)
@@ -149,7 +150,7 @@ TEST_F(AGattLink, EndsWithTheBus)
     });
     bus.Kill();
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
-    EXPECT_TRUE(Sees({"connected", "ended 2"}));
+    EXPECT_TRUE(Sees({"connected", "ended: local"}));
 }
 
 TEST_F(AGattLink, GivesAnAttemptUpThatIsNotAnswered)
@@ -158,7 +159,7 @@ TEST_F(AGattLink, GivesAnAttemptUpThatIsNotAnswered)
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"never", true}});
     Do([this] { central->connectLimit = std::chrono::milliseconds(100); });
     link = NewLink();
-    EXPECT_TRUE(Sees({"ended 0"}));
+    EXPECT_TRUE(Sees({"ended: not established"}));
     EXPECT_TRUE(IsCalled("Disconnect"));
 }
 
@@ -166,7 +167,7 @@ TEST_F(AGattLink, GivesASearchUpThatFindsNothing)
 {
     Do([this] { central->connectLimit = std::chrono::milliseconds(100); });
     link = NewLink();
-    EXPECT_TRUE(Sees({"ended 0"}));
+    EXPECT_TRUE(Sees({"ended: not established"}));
     EXPECT_TRUE(IsCalled("StopDiscovery"));
 }
 
@@ -191,7 +192,7 @@ class AnImpatientGattLink : public AGattLink {
 TEST_F(AnImpatientGattLink, GivesOperationsUpThatAreNotAnswered)
 {
     Connect();
-    for (const char* const method : {"ReadValue", "WriteValue", "AcquireNotify", "StartNotify"}) {
+    for (const char* const method : {"ReadValue", "WriteValue", "StartNotify", "StartNotify"}) {
         bluetoothd->Do({{"do", "fail"}, {"method", method}, {"never", true}});
     }
     std::vector<GattStatus> results;

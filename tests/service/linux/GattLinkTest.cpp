@@ -11,9 +11,7 @@ TEST_F(AGattLink, ConnectsAndFindsServices)
     Connect();
     Do([this] {
         EXPECT_TRUE(link->IsUp());
-        EXPECT_TRUE(link->HasService(kHeartRate));
-        EXPECT_FALSE(link->HasService(kOther));
-        EXPECT_EQ(link->Mtu(), 100);
+        EXPECT_EQ(link->Remote(), (GattRemote{100, {kHeartRate}}));
     });
 }
 
@@ -49,14 +47,14 @@ TEST_F(AGattLink, ReadsAndWrites)
     EXPECT_EQ(Result(), GattStatus::kNotFound);
 }
 
-TEST_F(AGattLink, HasEachNotificationOnceThroughASocket)
+TEST_F(AGattLink, HasEachNotificationOnce)
 {
     Connect();
     Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
     ASSERT_EQ(Result(), GattStatus::kDone);
     const std::string path = std::string(kDevicePath) + "/service1/char1";
     for (int i = 0; i < 100; ++i) {
-        bluetoothd->Do({{"do", "packet"}, {"path", path}, {"value", "0" + std::to_string(i % 10)}});
+        Change(path.c_str(), "Value", "0" + std::to_string(i % 10));
     }
     ASSERT_TRUE(Eventually([this] { return values.size() == 100; }));
     Do([this] {
@@ -67,7 +65,7 @@ TEST_F(AGattLink, HasEachNotificationOnceThroughASocket)
         link->Subscribe({kHeartRate, kMeasurement}, false, Store());
     });
     EXPECT_EQ(Result(), GattStatus::kDone);
-    EXPECT_TRUE(IsCalled("closed"));
+    EXPECT_TRUE(IsCalled("StopNotify"));
 }
 
 TEST_F(AGattLink, ComesUpWithAnotherOneThatIsFirst)
@@ -97,36 +95,34 @@ TEST_F(AGattLink, SharesASubscriptionWithOthers)
     });
     ASSERT_TRUE(Eventually([&] { return done == 2; }));
     const std::string path = std::string(kDevicePath) + "/service1/char1";
-    bluetoothd->Do({{"do", "packet"}, {"path", path}, {"value", "01"}});
+    Change(path.c_str(), "Value", "01");
     EXPECT_TRUE(Eventually([this] { return values.size() == 2; }));
     Do([this] {
         link.reset();
         values.clear();
     });
-    bluetoothd->Do({{"do", "packet"}, {"path", path}, {"value", "02"}});
+    Change(path.c_str(), "Value", "02");
     EXPECT_TRUE(Eventually([this] { return values.size() == 1; }));
     const json made = bluetoothd->Do({{"do", "calls"}});
     EXPECT_EQ(std::count_if(made.begin(), made.end(),
-                            [](const json& call) { return call.at(0) == "AcquireNotify"; }),
+                            [](const json& call) { return call.at(0) == "StartNotify"; }),
               1);
     Do([&] { second.reset(); });
-    EXPECT_TRUE(IsCalled("closed"));
+    EXPECT_TRUE(IsCalled("StopNotify"));
 }
 
 TEST_F(AGattLink, TriesAgainToSubscribeAfterARefusal)
 {
     Connect();
-    for (const char* const method : {"AcquireNotify", "StartNotify"}) {
-        bluetoothd->Do(
-            {{"do", "fail"}, {"method", method}, {"error", "org.bluez.Error.NotPermitted"}});
-    }
+    bluetoothd->Do(
+        {{"do", "fail"}, {"method", "StartNotify"}, {"error", "org.bluez.Error.NotPermitted"}});
     Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
     EXPECT_EQ(Result(), GattStatus::kNotPermitted);
     Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
     EXPECT_EQ(Result(), GattStatus::kDone);
 }
 
-TEST_F(AGattLink, HasIndicationsByChangesOfTheProperty)
+TEST_F(AGattLink, ReceivesIndications)
 {
     Connect();
     Do([this] { link->Subscribe({kHeartRate, kControlPoint}, true, Store()); });

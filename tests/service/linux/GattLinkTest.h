@@ -42,7 +42,7 @@ class AGattLink : public GattTest {
                 GattLink::Callbacks{
                     [this] { events.emplace_back("connected"); },
                     [this](GattReason why) {
-                        events.push_back("ended " + std::to_string(static_cast<int>(why)));
+                        events.push_back(std::string("ended: ") + TextOf(why));
                     },
                     [this](const GattLink::Key& key, const dbus::Bytes& value, bool indication) {
                         values.push_back({key.second, value, indication});
@@ -81,6 +81,25 @@ class AGattLink : public GattTest {
     {
         EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
         return Do([this] { return result; });
+    }
+
+    static const char* TextOf(GattReason reason)
+    {
+        switch (reason) {
+            case GattReason::kNone:
+                return "no reason";
+            case GattReason::kTimeout:
+                return "timeout";
+            case GattReason::kRefused:
+                return "refused";
+            case GattReason::kPeer:
+                return "peer";
+            case GattReason::kLocal:
+                return "local";
+            case GattReason::kNotEstablished:
+                return "not established";
+        }
+        return "unknown";
     }
 
     struct Value {
