@@ -24,7 +24,7 @@ class KernelItems {
         std::uint16_t controller = 0;
         std::uint16_t number = 0;  ///< the instance's, or the monitor's handle
 
-        auto operator<=>(const Item&) const = default;
+        auto operator<=>(const Item&) const = default;  // NOLINT(modernize-use-nullptr)
     };
 
     /// Reads the notes of the service that used the file before: those of this boot, as the kernel

@@ -14,11 +14,12 @@ namespace {
 using bluetooth::KernelItems;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Kind = KernelItems::Kind;
-using Item = KernelItems::Item;
 
 class NotesOnKernelItems : public testing::Test {
   protected:
+    using Kind = KernelItems::Kind;
+    using Item = KernelItems::Item;
+
     /// A service that is killed removes nothing.
     void Restart()
     {
