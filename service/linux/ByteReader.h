@@ -9,8 +9,8 @@
 
 namespace pelacon::service::linux_radios {
 
-/// Takes fields from the front. Once one is not there, all that is read is zero or empty, and
-/// IsBroken says so: a decoder checks once, at its end.
+/// Takes fields from the front. Once one is missing, all that is read is zero or empty, and
+/// IsBroken returns true: a decoder checks once, at its end.
 class ByteReader {
   public:
     explicit ByteReader(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
@@ -26,7 +26,7 @@ class ByteReader {
         return number;
     }
 
-    /// Empty where there are fewer.
+    /// Empty if there are fewer.
     std::span<const std::uint8_t> TakeBytes(std::size_t count)
     {
         if (count > rest_.size()) {

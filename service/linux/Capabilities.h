@@ -1,4 +1,4 @@
-// What this process may do.
+// The capabilities of this process.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,8 @@ namespace pelacon::service::linux_radios {
 
 enum class Capability : std::uint8_t { kNetAdmin = 12, kNetRaw = 13 };
 
-/// Whether the process has it now. The kernel may refuse all the same, in a container for example.
+/// Whether it is effective now. The kernel may refuse an operation all the same, for example in a
+/// container.
 bool HasCapability(Capability capability);
 
 }  // namespace pelacon::service::linux_radios

@@ -121,7 +121,7 @@ void Loop::Report(std::string_view what) const noexcept
 {
     try {
         complain_(what);
-    } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody left to hear of it
+    } catch (...) {  // NOLINT(bugprone-empty-catch): there is no way left to report it
     }
 }
 
@@ -147,7 +147,7 @@ void Loop::Run()
     }
 }
 
-/// Runs what was posted. False once the loop is to end and nothing is left.
+/// Runs the posted tasks. False once the loop is to end and there are no more.
 bool Loop::RunPosted()
 {
     while (true) {
@@ -161,7 +161,7 @@ bool Loop::RunPosted()
         }
         for (Task& task : tasks) {
             Guarded(task);
-            task = nullptr;  // what it holds ends before the next one runs
+            task = nullptr;  // destroys its captures before the next one runs
         }
     }
 }

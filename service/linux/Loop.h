@@ -15,9 +15,9 @@
 
 namespace pelacon::service::linux_radios {
 
-/// Everything that speaks with the operating system's radios lives in this thread: sockets, buses,
-/// timers. Other threads post tasks to it. The loop's own lock is never held while a task runs, so
-/// a task may take any other lock, and whoever holds another lock may post.
+/// All that uses the operating system's radios lives in this thread: sockets, buses, timers. Other
+/// threads post tasks to it. The loop's own lock is not held while a task runs, so that a task may
+/// take any other lock, and a thread that holds another lock may post.
 class Loop {
   public:
     using Clock = std::chrono::steady_clock;
@@ -25,14 +25,14 @@ class Loop {
     using Task = std::function<void()>;
     using Complain = std::function<void(std::string_view)>;
 
-    /// What a source waits for.
+    /// The events and the time that a source waits for.
     struct Interest {
         int descriptor = -1;  ///< none: only the time counts
         short events = 0;     ///< as poll has them
         std::optional<Clock::time_point> due;
     };
 
-    /// Something that the loop waits for on behalf of its owner.
+    /// What the loop waits for.
     class Source {
       public:
         Source() = default;
@@ -40,10 +40,11 @@ class Loop {
         Source(const Source&) = delete;
         Source& operator=(const Source&) = delete;
 
-        /// Asked before each wait.
+        /// Called before each wait.
         virtual Interest Wants() = 0;
 
-        /// The events have come, or it is due (0 then). May remove any source, itself too.
+        /// The events have occurred, or the time has come (0 then). May remove any source, also
+        /// itself.
         virtual void Ready(short events) = 0;
     };
 
@@ -81,7 +82,7 @@ class Loop {
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    /// Has the task run in the loop's thread, after those posted before it. From any thread. False,
+    /// Runs the task in the loop's thread, after those posted before it. From any thread. False,
     /// and the task is dropped, once the loop stops.
     bool Post(Task task);
 
@@ -102,7 +103,7 @@ class Loop {
 
     [[nodiscard]] Timer After(Duration delay, Task task);
 
-    /// Reports what must not pass through a C library.
+    /// Reports an exception that must not pass through a C library.
     void Report(std::string_view what) const noexcept;
 
   private:

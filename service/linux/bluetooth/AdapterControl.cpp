@@ -10,7 +10,7 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
 
-/// How long a change may take to show after BlueZ has said yes to it.
+/// How long a change may take to show after BlueZ has accepted it.
 constexpr std::chrono::seconds kUntilSeen{5};
 
 /// Whether the machine's switches block a controller.
@@ -82,41 +82,41 @@ void AdapterControl::Rename(const std::string& name, Done done)
 void AdapterControl::Set(const char* property, dbus::Value value,
                          std::function<bool(const AdapterPicture&)> isFulfilled, Done done)
 {
-    const std::uint64_t number = ++lastWish_;
-    Wish& wish = wishes_[number];
-    wish.done = std::move(done);
-    wish.isFulfilled = std::move(isFulfilled);
+    const std::uint64_t number = ++lastChange_;
+    Change& change = changes_[number];
+    change.done = std::move(done);
+    change.isFulfilled = std::move(isFulfilled);
     if (!stack_.Adapter()) {
-        wish.limit = stack_.GetLoop().After(
+        change.limit = stack_.GetLoop().After(
             Loop::Duration::zero(), [this, number] { Finish(number, radio::Outcome::kNoAdapter); });
         return;
     }
-    wish.path = stack_.Adapter()->path;
-    wish.call = stack_.Call(wish.path, dbus::kProperties, "Set",
-                            {bluez::kAdapter, property, dbus::InVariant(std::move(value))},
-                            [this, number](const dbus::Reply& reply) {
-                                Wish& asked = wishes_.at(number);
-                                if (reply.IsError()) {
-                                    Finish(number, OutcomeOf(*reply.error, asked.path));
-                                    return;
-                                }
-                                asked.isAccepted = true;
-                                asked.limit = stack_.GetLoop().After(kUntilSeen, [this, number] {
-                                    Finish(number, radio::Outcome::kFailed);
-                                });
-                                Settle();
-                            });
+    change.path = stack_.Adapter()->path;
+    change.call = stack_.Call(change.path, dbus::kProperties, "Set",
+                              {bluez::kAdapter, property, dbus::InVariant(std::move(value))},
+                              [this, number](const dbus::Reply& reply) {
+                                  Change& asked = changes_.at(number);
+                                  if (reply.IsError()) {
+                                      Finish(number, OutcomeOf(*reply.error, asked.path));
+                                      return;
+                                  }
+                                  asked.isAccepted = true;
+                                  asked.limit = stack_.GetLoop().After(kUntilSeen, [this, number] {
+                                      Finish(number, radio::Outcome::kFailed);
+                                  });
+                                  Settle();
+                              });
 }
 
-/// Ends the wishes that are fulfilled, or cannot be any more.
+/// Ends the changes that show, or cannot any more.
 void AdapterControl::Settle()
 {
-    for (auto next = wishes_.begin(); next != wishes_.end();) {
-        const auto [number, wish] = std::tie(next->first, next->second);
+    for (auto next = changes_.begin(); next != changes_.end();) {
+        const auto [number, change] = std::tie(next->first, next->second);
         ++next;
-        if (!wish.path.empty() && (!stack_.Adapter() || stack_.Adapter()->path != wish.path)) {
+        if (!change.path.empty() && (!stack_.Adapter() || stack_.Adapter()->path != change.path)) {
             Finish(number, radio::Outcome::kNoAdapter);
-        } else if (wish.isAccepted && wish.isFulfilled(picture_)) {
+        } else if (change.isAccepted && change.isFulfilled(picture_)) {
             Finish(number, radio::Outcome::kDone);
         }
     }
@@ -124,9 +124,9 @@ void AdapterControl::Settle()
 
 void AdapterControl::Finish(std::uint64_t number, radio::Outcome outcome)
 {
-    const auto wish = wishes_.extract(number);
-    if (!wish.empty()) {
-        wish.mapped().done(outcome);
+    const auto change = changes_.extract(number);
+    if (!change.empty()) {
+        change.mapped().done(outcome);
     }
 }
 
@@ -144,9 +144,9 @@ void AdapterControl::Look()
             }
         }
     }
-    if (picture != picture_ || !isTold_) {
+    if (picture != picture_ || !isReported_) {
         picture_ = std::move(picture);
-        isTold_ = true;
+        isReported_ = true;
         changed_(picture_);
     }
     Settle();

@@ -1,4 +1,4 @@
-// The adapter, as BlueZ has it: its state, its switch, its name, and who is connected to it.
+// BlueZ's adapter: its state, its switch, its name, and the connected devices.
 #pragma once
 
 #include <service/linux/bluetooth/Stack.h>
@@ -38,7 +38,7 @@ class AdapterControl : private Stack::Observer {
     const AdapterPicture& Picture() const noexcept { return picture_; }
 
     /// `done` is called once, later, unless this is destroyed before. The picture that goes with
-    /// success was told before.
+    /// success was given to `changed` before.
     void Switch(bool on, Done done);
     void Rename(const std::string& name, Done done);
 
@@ -50,12 +50,12 @@ class AdapterControl : private Stack::Observer {
     void ObjectChanged(const std::string& path, const std::string& interface,
                        const dbus::Properties& changed) override;
 
-    /// A wish that BlueZ has said yes to, but whose effect is not seen yet.
-    struct Wish {
+    /// A property that is to change.
+    struct Change {
         dbus::Bus::Slot call;
         std::string path;
         std::function<bool(const AdapterPicture&)> isFulfilled;
-        bool isAccepted = false;
+        bool isAccepted = false;  // by BlueZ; the picture may not show it yet
         Done done;
         Loop::Timer limit;
     };
@@ -68,13 +68,13 @@ class AdapterControl : private Stack::Observer {
 
     Stack& stack_;
     std::function<void(const AdapterPicture&)> changed_;
-    bool isTold_ = false;
+    bool isReported_ = false;  // the first picture
     AdapterPicture picture_;
-    std::uint64_t lastWish_ = 0;
-    std::map<std::uint64_t, Wish> wishes_;
+    std::uint64_t lastChange_ = 0;
+    std::map<std::uint64_t, Change> changes_;
 };
 
-/// What an error of BlueZ means for a wish about an adapter.
+/// What an error of BlueZ means for an operation of an adapter.
 radio::Outcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath);
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,4 +1,4 @@
-// Bluetooth addresses, as the radios of this tree, the kernel and BlueZ have them.
+// Bluetooth addresses in the forms of the radios, the kernel and BlueZ.
 #pragma once
 
 #include <protocol/Codec.h>
@@ -28,7 +28,7 @@ constexpr std::uint64_t AddressOf(std::span<const std::uint8_t, kAddressOctets> 
 
 using protocol::AddressText;  // as BlueZ writes it: "00:1B:DC:07:32:3F"
 
-/// Nothing where it is no address.
+/// Nothing if it is not an address.
 constexpr std::optional<std::uint64_t> ParseAddress(std::string_view text)
 {
     if (text.size() != kAddressOctets * 3 - 1) {

@@ -35,7 +35,7 @@ enum StructureType : std::uint8_t {
 
 constexpr std::size_t kLongUuid = 16;
 
-/// From the order in which it is sent, the last byte first; 2, 4 or 16 bytes.
+/// A UUID of 2, 4 or 16 bytes, the last byte first, as it is sent.
 Uuid UuidOf(View bytes)
 {
     if (bytes.size() == kLongUuid) {
@@ -49,7 +49,7 @@ Uuid UuidOf(View bytes)
     return uuid;
 }
 
-/// In the order in which it is sent, and as short as it can be.
+/// The bytes of a UUID as they are sent, in the shortest form.
 Bytes BytesOf(const Uuid& uuid)
 {
     const bool isLong = !std::equal(uuid.bytes.begin() + 4, uuid.bytes.end(),
@@ -150,7 +150,7 @@ void ReadOne(std::uint8_t type, View bytes, AdvertisingFields& fields)
     }
 }
 
-/// The next structure, with its length and type; empty where there is no whole one.
+/// The next structure, with its length and type; empty if there is no whole one.
 View Next(View data)
 {
     if (data.size() < 2 || data[0] == 0 || data[0] >= data.size()) {
@@ -189,7 +189,7 @@ class Packer {
         }
     }
 
-    /// Whole where it fits, else shortened where there is most room.
+    /// The whole name if it fits, else a part of it where there is most room.
     void AddName(const std::string& name)
     {
         const Bytes bytes(name.begin(), name.end());

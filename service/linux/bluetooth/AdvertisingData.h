@@ -1,4 +1,4 @@
-// The structures in an advertisement, and the fields that BlueZ makes of them.
+// The structures in an advertisement, and the fields of BlueZ.
 #pragma once
 
 #include <protocol/Uuid.h>
@@ -15,7 +15,7 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 using protocol::Uuid;
 
-/// What an advertisement says, without the order in which it says so.
+/// The content of an advertisement, without the order of its structures.
 struct AdvertisingFields {
     using Bytes = std::vector<std::uint8_t>;
 
@@ -32,11 +32,11 @@ struct AdvertisingFields {
     bool operator==(const AdvertisingFields&) const = default;
 };
 
-/// Adds to the fields what the structures say. What stands behind a structure that is cut off, or
-/// behind a zero length, is left out.
+/// Adds the content of the structures to the fields. What follows a structure that is cut off, or a
+/// zero length, is left out.
 void ReadStructures(std::span<const std::uint8_t> data, AdvertisingFields& fields);
 
-/// How many of these bytes are whole structures, of the first `limit` bytes.
+/// How many of the first `limit` bytes belong to whole structures.
 std::size_t WholeStructures(std::span<const std::uint8_t> data, std::size_t limit);
 
 /// An advertisement and a scan response.

@@ -32,7 +32,7 @@ std::optional<AddressType> SenderTypeOf(std::uint8_t type)
     }
 }
 
-/// Reads who sent it. False where nobody can be named.
+/// Reads the sender. False if the report names none.
 bool TakeSender(ByteReader& reader, AdvertisingReport& report)
 {
     const auto type = SenderTypeOf(reader.Take<std::uint8_t>());
@@ -94,7 +94,7 @@ void Assign(std::vector<std::uint8_t>& to, std::span<const std::uint8_t> from)
     to.assign(from.begin(), from.end());
 }
 
-/// One of the reports in an event; what cannot be used of it is false, and it is read all the same.
+/// Reads one of the reports in an event. False if it cannot be used.
 bool TakeLegacy(ByteReader& reader, AdvertisingReport& report)
 {
     const bool isKnown = SetLegacyKind(report, reader.Take<std::uint8_t>());
@@ -112,7 +112,8 @@ bool TakeExtended(ByteReader& reader, AdvertisingReport& report)
     report.set = reader.Take<std::uint8_t>();
     reader.TakeBytes(1);  // power
     report.rssi = static_cast<std::int8_t>(reader.Take<std::uint8_t>());
-    reader.TakeBytes(2 + 1 + kAddressOctets);  // periodic interval; to whom it is directed
+    reader.TakeBytes(2 + 1 +
+                     kAddressOctets);  // periodic interval, and the receiver of a directed one
     Assign(report.data, reader.TakeBytes(reader.Take<std::uint8_t>()));
     return hasSender;
 }

@@ -1,4 +1,4 @@
-// What a controller says it heard.
+// A controller's advertising reports.
 #pragma once
 
 #include <service/linux/bluetooth/Address.h>

@@ -14,7 +14,7 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
 
-/// As the kernel has it (hci_ufilter).
+/// The kernel's hci_ufilter.
 struct HciFilter {
     std::uint32_t types;
     std::array<std::uint32_t, 2> events;
@@ -28,9 +28,9 @@ constexpr unsigned kEventBit = 4;
 constexpr unsigned kLeMetaBit = 0x3E;
 constexpr unsigned kBitsPerWord = 32;
 
-/// As large as any event, with its packet type.
+/// The size of the largest event, with its packet type.
 constexpr std::size_t kMostPacketSize = 3 + 255;
-/// So many at a time, lest a busy air keep the loop from all else.
+/// How many are read before other sources have their turn.
 constexpr int kMostPacketsAtOnce = 64;
 
 }  // namespace
@@ -42,7 +42,7 @@ FileDescriptor Hci::OpenReports(std::uint16_t controller)
     if (setsockopt(socket.Get(), kHciLevel, kFilterOption, &filter, sizeof filter) != 0) {
         throw std::system_error(errno, std::generic_category(), "cannot filter HCI events");
     }
-    // Without the capability the kernel takes the event out of the filter, and says nothing.
+    // Without the capability the kernel removes the event from the filter without an error.
     HciFilter kept{};
     socklen_t size = sizeof kept;
     if (getsockopt(socket.Get(), kHciLevel, kFilterOption, &kept, &size) != 0) {

@@ -1,4 +1,4 @@
-// A controller's advertising reports as they are heard.
+// A controller's advertising reports as it receives them.
 #pragma once
 
 #include <service/linux/FileDescriptor.h>
@@ -10,20 +10,20 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// A raw socket beside bluetoothd. It switches nothing on: reports come while somebody scans. In
-/// the loop's thread.
+/// A raw socket beside bluetoothd. It does not start a scan: there are reports while any program
+/// scans. In the loop's thread.
 class Hci : private Loop::Source {
   public:
-    /// Hears each report; must not destroy the socket.
+    /// Called with each report; must not destroy this.
     using OnReport = std::function<void(AdvertisingReport&)>;
 
-    /// Takes what is bound to a controller already (see OpenReports), or a stand-in of it. `lost`
-    /// is called once, when the controller is gone; it may destroy this.
+    /// Takes a socket of OpenReports, or a stand-in of one. `lost` is called once, when the
+    /// controller is gone; it may destroy this.
     Hci(Loop& loop, FileDescriptor socket, OnReport heard, std::function<void()> lost);
     ~Hci() override;
 
-    /// A socket that gets advertising reports only. Throws std::system_error; with
-    /// operation_not_permitted where CAP_NET_RAW is missing.
+    /// A socket that receives advertising reports only. Throws std::system_error; with
+    /// operation_not_permitted if CAP_NET_RAW is missing.
     static FileDescriptor OpenReports(std::uint16_t controller);
 
   private:

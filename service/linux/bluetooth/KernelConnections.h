@@ -13,24 +13,24 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Who began a connection, and why it ended: the kernel tells, to those who may administer the
-/// network (CAP_NET_ADMIN). Others know nothing of it. In the loop's thread.
+/// Which side began a connection, and why it ended. The kernel reports it to processes with
+/// CAP_NET_ADMIN; without it nothing is known. In the loop's thread.
 class KernelConnections : private Stack::Observer {
   public:
-    /// Opens the management socket; throws std::system_error where that cannot be.
+    /// Opens the management socket, or throws std::system_error.
     using OpenManagement = std::function<FileDescriptor()>;
 
-    /// How long it is known why a connection ended: BlueZ, which tells that it did, is slower.
+    /// How long a reason is kept, as BlueZ reports the end of a connection later than the kernel.
     static constexpr std::chrono::seconds kReasonKept{10};
 
     KernelConnections(Stack& stack, OpenManagement open);
     ~KernelConnections() override;
 
-    /// The connection to a device; nothing where there is none, or nothing is known.
+    /// The connection to a device; nothing if there is none, or nothing is known.
     std::optional<DeviceConnected> Find(std::uint64_t address) const;
 
-    /// Why the last connection to a device ended. Ask after what else is ready in this turn of the
-    /// loop, as the bus may be read first.
+    /// Why the last connection to a device ended. To be called after all that is ready in this turn
+    /// of the loop, as the bus may be read before the kernel's socket.
     std::optional<DeviceDisconnected::Reason> WhyEnded(std::uint64_t address) const;
 
   private:

@@ -36,7 +36,7 @@ const char* OrNothing(const std::string& text)
     return text.empty() ? nullptr : text.c_str();
 }
 
-/// A message that is let go of with its owner.
+/// Releases a message.
 struct MessageEnd {
     void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
@@ -151,7 +151,7 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
     const auto answered = [](sd_bus_message* reply, void* data, sd_bus_error*) {
         auto& slot = *static_cast<Slot::State*>(data);
         Loop& itsLoop = slot.loop;
-        // The callback may drop its own slot, and what it is made of with it.
+        // The callback may destroy its own slot, and with it the callback's own captures.
         const OnReply callback = std::exchange(slot.done, nullptr);
         try {
             if (callback) {
@@ -190,7 +190,7 @@ Bus::Slot Bus::Watch(const SignalFilter& filter, OnSignal heard)
     const auto came = [](sd_bus_message* message, void* data, sd_bus_error*) {
         const auto& slot = *static_cast<const Slot::State*>(data);
         Loop& itsLoop = slot.loop;
-        const OnSignal callback = slot.heard;  // it may drop its own slot
+        const OnSignal callback = slot.heard;  // it may destroy its own slot
         try {
             callback({TextOf(sd_bus_message_get_sender(message)),
                       TextOf(sd_bus_message_get_path(message)),
@@ -249,7 +249,7 @@ Loop::Interest Bus::Wants()
     const int events = sd_bus_get_events(bus_);
     std::uint64_t due = UINT64_MAX;
     if (interest.descriptor < 0 || events < 0 || sd_bus_get_timeout(bus_, &due) < 0) {
-        // The connection is at its end: Ready finds that out.
+        // The connection has ended: Ready handles that.
         return {-1, 0, Loop::Clock::now()};
     }
     interest.events = static_cast<short>(events);
@@ -262,7 +262,7 @@ Loop::Interest Bus::Wants()
 
 void Bus::Ready(short)
 {
-    // Callbacks must not destroy the bus that calls them (see `lost`), so it is there throughout.
+    // The bus exists throughout: no callback but `lost` may destroy it.
     int result = 0;
     do {
         result = sd_bus_process(bus_, nullptr);

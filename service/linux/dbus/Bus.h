@@ -18,17 +18,17 @@ struct sd_bus_slot;
 
 namespace pelacon::service::linux_radios::dbus {
 
-/// What a peer answers instead of a result.
+/// The error that a peer answers with.
 struct Error {
     std::string name;  ///< such as "org.bluez.Error.Failed"
     std::string message;
 };
 
-/// Whether nobody answered: not in time, not before the peer or the connection was gone, or there
-/// is no such peer.
+/// Whether there was no answer: not in time, or the peer or the connection is gone, or there is no
+/// such peer.
 bool IsSilence(const Error& error);
 
-/// Where a call goes.
+/// The method that a call is for.
 struct Method {
     std::string destination;
     std::string path;
@@ -58,7 +58,7 @@ struct Signal {
     Arguments arguments;
 };
 
-/// Which signals are wanted; what is empty is not compared.
+/// Which signals to receive; empty fields match all.
 struct SignalFilter {
     std::string sender;
     std::string path;
@@ -68,8 +68,8 @@ struct SignalFilter {
     std::string firstArgument;
 };
 
-/// A call of one of our objects that waits for its answer. Whoever drops it without an answer
-/// answers with an error. It may be kept, and answered later, while the bus lives.
+/// A call of one of our objects that waits for its answer. It may be kept, and answered later,
+/// while the bus exists. Its destructor answers with an error if there was no answer.
 class Invocation {
   public:
     explicit Invocation(sd_bus_message* call);
@@ -86,7 +86,7 @@ class Invocation {
     sd_bus_message* call_;
 };
 
-/// What a call from outside is about.
+/// A call that another program makes.
 struct Incoming {
     std::string sender;
     std::string path;
@@ -95,16 +95,15 @@ struct Incoming {
     Arguments arguments;
 };
 
-/// A connection to a bus. All of it is used in the loop's thread, and all callbacks come there;
-/// none comes from within a call here.
+/// A connection to a bus. Used in the loop's thread, where all callbacks are called; none is called
+/// within a call of a member.
 class Bus : private Loop::Source {
   public:
     using OnReply = std::function<void(const Reply&)>;
     using OnSignal = std::function<void(const Signal&)>;
     using OnCall = std::function<void(const Incoming&, Invocation)>;
 
-    /// Something asked of the bus, for as long as this lives: afterwards its callback is not
-    /// called.
+    /// A call or a subscription. Its callback is not called once this is destroyed.
     class Slot {
       public:
         Slot() = default;
@@ -119,7 +118,7 @@ class Bus : private Loop::Source {
         std::shared_ptr<State> state_;
     };
 
-    /// A method call waits this long for its answer unless something else is said.
+    /// How long a method call waits for its answer by default.
     static constexpr std::chrono::seconds kUsualLimit{25};
 
     /// Connects to the system's bus, or to the one that DBUS_SYSTEM_BUS_ADDRESS names. Does not
@@ -132,13 +131,13 @@ class Bus : private Loop::Source {
     [[nodiscard]] Slot Call(const Method& method, const Arguments& arguments, OnReply done,
                             std::chrono::microseconds limit = kUsualLimit);
 
-    /// The same for those who need no handle: `done` may be empty, and comes while the bus lives.
+    /// The same without a handle: `done` may be empty, and is called as long as the bus exists.
     void Send(const Method& method, const Arguments& arguments, OnReply done = {},
               std::chrono::microseconds limit = kUsualLimit);
 
     [[nodiscard]] Slot Watch(const SignalFilter& filter, OnSignal heard);
 
-    /// Has calls answered that come for the path, or for one below it.
+    /// `handler` is called for each call of the object at the path, or of one below it.
     [[nodiscard]] Slot Serve(const std::string& path, OnCall called);
 
     void Emit(const std::string& path, const std::string& interface, const std::string& name,

@@ -11,8 +11,8 @@ namespace pelacon::service::linux_radios::dbus {
 /// UTF-8.
 void Append(sd_bus_message* message, const Arguments& values);
 
-/// All that the message carries, from where it is read. What has a type that nobody here uses is
-/// left out. Throws std::system_error where the message is broken.
+/// The rest of the message's values. Those of types that are not used here are left out. Throws
+/// std::system_error where the message is broken.
 Arguments Read(sd_bus_message* message);
 
 }  // namespace pelacon::service::linux_radios::dbus

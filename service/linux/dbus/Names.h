@@ -1,4 +1,4 @@
-// Names that the bus itself and all its objects have, and how sd-bus says that something failed.
+// The names of D-Bus's own interfaces, and the check of sd-bus's results.
 #pragma once
 
 #include <system_error>

@@ -26,7 +26,8 @@ const Type* At(const Arguments& arguments, std::size_t place)
 ObjectMirror::ObjectMirror(Bus& bus, std::string service, Observer& observer)
     : bus_(bus), service_(std::move(service)), observer_(observer)
 {
-    // The bus delivers in order, so what is asked for last misses nothing.
+    // Messages arrive in order: as the objects are listed after the subscription, no change is
+    // missed.
     SignalFilter filter = From(kBus, kBus);
     filter.name = "NameOwnerChanged";
     filter.firstArgument = service_;
@@ -104,7 +105,7 @@ void ObjectMirror::Picture(const Reply& reply)
         observer_.Vanished();
         return;
     }
-    // What was added before the picture was made is in it; what was said since comes behind it.
+    // The list has what was added before it was made; signals of later changes follow it.
     isThere_ = true;
     for (const auto& [key, interfaces] : objects->entries) {
         if (const auto* const path = key.As<ObjectPath>()) {
@@ -142,7 +143,7 @@ void ObjectMirror::Heard(const Signal& signal)
 
 void ObjectMirror::Insert(const std::string& path, const Interfaces& interfaces)
 {
-    // All of an object is there before any of it is told.
+    // The copy has all interfaces of the object before the first call of the observer.
     for (const auto& [interface, properties] : interfaces) {
         objects_[path].insert_or_assign(interface, properties);
     }
@@ -189,7 +190,7 @@ void ObjectMirror::Change(const std::string& path, const std::string& interface,
 void ObjectMirror::Clear()
 {
     while (!objects_.empty() && !objects_.rbegin()->second.empty()) {
-        // The last in order first: what lies below an object goes before it.
+        // In reverse order, so that objects are removed before the one above them.
         const std::string path = objects_.rbegin()->first;
         const std::string interface = objects_.rbegin()->second.begin()->first;
         Remove(path, interface);

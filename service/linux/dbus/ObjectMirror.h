@@ -1,4 +1,4 @@
-// What another program shows on the bus, as it is now.
+// A copy of the objects that another program has on the bus.
 #pragma once
 
 #include <service/linux/dbus/Bus.h>
@@ -11,11 +11,11 @@
 
 namespace pelacon::service::linux_radios::dbus {
 
-/// Keeps a copy of all objects of a service that has an ObjectManager at its root, and says what
+/// Keeps a copy of all objects of a service that has an ObjectManager at its root, and reports its
 /// changes. In the loop's thread.
 class ObjectMirror {
   public:
-    /// Hears of each change, after the copy has it. Must not destroy the mirror.
+    /// Called after each change of the copy. Must not destroy the mirror.
     class Observer {
       public:
         Observer() = default;
@@ -23,27 +23,27 @@ class ObjectMirror {
         Observer(const Observer&) = delete;
         Observer& operator=(const Observer&) = delete;
 
-        /// The service is there, and the copy whole for the first time since.
+        /// The service is on the bus, and the copy is complete.
         virtual void Appeared() = 0;
 
-        /// The service is gone, or there is none, or it does not answer. The objects are gone, too,
-        /// and were reported so before.
+        /// The service is not on the bus, or does not answer. Removed was called before for each
+        /// object that the copy had.
         virtual void Vanished() = 0;
 
         virtual void Added(const std::string& path, const std::string& interface) = 0;
 
-        /// The copy has it no more.
+        /// The copy does not have it any more.
         virtual void Removed(const std::string& path, const std::string& interface,
                              const Properties& last) = 0;
 
-        /// `changed` has only what was told; a property that became invalid is absent in the copy.
+        /// `changed` has what the signal had; a property that became invalid is absent in the copy.
         virtual void Changed(const std::string& path, const std::string& interface,
                              const Properties& changed) = 0;
     };
 
     using Objects = std::map<std::string, Interfaces>;
 
-    /// How long until a service that did not list its objects is asked again.
+    /// How long until a service that did not list its objects is called again.
     static constexpr std::chrono::seconds kNextTry{3};
 
     /// Both outlive the mirror.
@@ -52,19 +52,18 @@ class ObjectMirror {
     ObjectMirror(const ObjectMirror&) = delete;
     ObjectMirror& operator=(const ObjectMirror&) = delete;
 
-    /// Not any more from before the first object goes with it.
+    /// False before the first object is removed because the service has gone.
     bool IsThere() const noexcept { return isThere_; }
     const Objects& All() const noexcept { return objects_; }
 
     /// The service's own name on the bus; empty where there is none.
     const std::string& Owner() const noexcept { return owner_; }
 
-    /// Nothing where there is no such object, or it has no such interface.
+    /// Null if there is no such object, or it has no such interface.
     const Properties* Find(const std::string& path, const std::string& interface) const;
 
-    /// Asks for a property that may change without a signal. The observer hears of the answer as of
-    /// a change, even if it is the value that the copy has; of none where there is no such
-    /// property.
+    /// Reads a property that may change without a signal. The observer is called as for a change,
+    /// even if the copy has that value already, but not if there is no such property.
     void Refresh(const std::string& path, const std::string& interface,
                  const std::string& property);
 

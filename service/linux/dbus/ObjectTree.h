@@ -9,8 +9,8 @@
 
 namespace pelacon::service::linux_radios::dbus {
 
-/// Objects below a root, which lists them as an ObjectManager. Others may read their properties and
-/// call their methods, as far as the bus lets them. In the loop's thread.
+/// Objects below a root, which lists them as an ObjectManager. Other programs may read their
+/// properties and call their methods, if the bus permits it. In the loop's thread.
 class ObjectTree {
   public:
     /// Answers a call of a method, at once or later.
@@ -21,7 +21,7 @@ class ObjectTree {
         std::map<std::string, Handler> methods;
     };
 
-    /// The bus outlives the tree. With the tree its objects are gone, without a signal.
+    /// The bus outlives the tree. The destructor removes the objects without a signal.
     ObjectTree(Bus& bus, std::string root);
 
     ObjectTree(const ObjectTree&) = delete;
@@ -30,10 +30,10 @@ class ObjectTree {
     const std::string& Root() const noexcept { return root_; }
 
     /// Adds an interface to the object at a path, which is the root or below it. There is no signal
-    /// of it: whoever is to see it is asked to look afterwards.
+    /// of it: programs that are to use it are called afterwards.
     void Add(const std::string& path, const std::string& name, Interface interface);
 
-    /// Gives a property a new value, and says so to all who listen.
+    /// Gives a property a new value, and signals the change.
     void Set(const std::string& path, const std::string& interface, const std::string& property,
              Value value);
 

@@ -46,7 +46,7 @@ struct Variant {
     std::shared_ptr<const Value> value;
 };
 
-/// A descriptor that came, or that is to be sent. Copies share it.
+/// A received descriptor, or one to send. Copies share it.
 struct Handle {
     std::shared_ptr<const FileDescriptor> descriptor;
 };
@@ -90,7 +90,7 @@ class Value {
         return content != nullptr ? *content : std::move(otherwise);
     }
 
-    /// As D-Bus writes its type.
+    /// Its type in D-Bus's notation.
     std::string Signature() const;
 
   private:
