@@ -31,9 +31,9 @@ IPCReply WithoutPayload()
 
 }  // namespace
 
-Core::State::State(Scheduler& scheduler, const radio::Factory& makeRadios, IdAllocator& ids,
+Core::State::State(Scheduler& scheduler, std::unique_ptr<radio::Radios> theRadios, IdAllocator& ids,
                    Transport& transport)
-    : radios(makeRadios(scheduler)), sessions(scheduler, transport, families)
+    : radios(std::move(theRadios)), sessions(scheduler, transport, families)
 {
     Context context{scheduler, router, *radios, ids, commands};
     families = MakeFamilies(context);
@@ -65,6 +65,7 @@ void Core::Start(Transport& transport, const std::string& stateFile)
     try {
         const Scheduler::Guard lock = scheduler_.Lock();
         transport_ = &transport;
+        stateFile_ = stateFile;
         ids_.emplace(stateFile);
         state_ = MakeState();
         // A client that returns must not be notified of a state that is not known yet.
@@ -101,7 +102,8 @@ void Core::Stop()
 
 std::shared_ptr<Core::State> Core::MakeState()
 {
-    auto state = std::make_shared<State>(scheduler_, settings_.makeRadios, *ids_, *transport_);
+    auto state = std::make_shared<State>(scheduler_, settings_.makeRadios(scheduler_, stateFile_),
+                                         *ids_, *transport_);
     AddCommands(*state);
     return state;
 }
@@ -279,6 +281,7 @@ nlohmann::json Core::Status() const
         {"version", kVersion},
         {"pid", os::CurrentProcessId()},
         {"uptimeMs", duration_cast<milliseconds>(Scheduler::Clock::now() - begin_).count()},
+        {"radios", state_->radios->Describe()},
         {"world", settings_.worldName},
         {"seed", settings_.seed},
         {"clients", clients},

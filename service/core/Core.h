@@ -80,7 +80,9 @@ class Core : public IPCServerHandler {
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::atomic<std::uint64_t> ready_{0};  // 1 once Start has ended or Stop has begun
 
-    Transport* transport_ = nullptr;  // set by Start
+    // Set by Start.
+    Transport* transport_ = nullptr;
+    std::string stateFile_;
 
     // All that follows is guarded by the scheduler's lock.
     std::optional<IdAllocator> ids_;

@@ -12,7 +12,7 @@ namespace pelacon::service {
 
 /// A restart creates another one instead of clearing this one, so that nothing can be left over.
 struct Core::State {
-    State(Scheduler& scheduler, const radio::Factory& makeRadios, IdAllocator& ids,
+    State(Scheduler& scheduler, std::unique_ptr<radio::Radios> theRadios, IdAllocator& ids,
           Transport& transport);
 
     const std::unique_ptr<radio::Radios> radios;

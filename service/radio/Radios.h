@@ -14,8 +14,11 @@
 #include <service/radio/Wifi.h>
 #include <service/radio/WifiCards.h>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace pelacon::service {
 
@@ -61,6 +64,9 @@ class Radios : public Interface {
     /// the first time; they call Scheduler::Wake when it is, also if there is nothing to be found.
     virtual bool IsKnown() const { return true; }
 
+    /// For operators: of Bluetooth and of Wi-Fi, which stack there is and how it is used.
+    virtual nlohmann::json Describe() const = 0;
+
     /// Adds the operators' commands of these radios, if they have any.
     virtual void AddCommands(Commands& /*commands*/) {}
 
@@ -72,8 +78,10 @@ class Radios : public Interface {
 
 /// Creates radios; called with the scheduler's lock held. Threads, sockets and whatever else must
 /// not be destroyed with that lock held belong to the factory itself: it is destroyed without the
-/// lock, after all radios and before the scheduler.
-using Factory = std::function<std::unique_ptr<Radios>(Scheduler& scheduler)>;
+/// lock, after all radios and before the scheduler. `stateFile` is where the service keeps what
+/// outlives it, empty if nowhere; radios may have files of their own beside it.
+using Factory =
+    std::function<std::unique_ptr<Radios>(Scheduler& scheduler, const std::string& stateFile)>;
 
 }  // namespace radio
 }  // namespace pelacon::service

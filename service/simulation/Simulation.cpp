@@ -1,5 +1,7 @@
 #include <service/simulation/Simulation.h>
 
+#include <nlohmann/json.hpp>
+
 #include <utility>
 
 namespace pelacon::service::simulation {
@@ -28,9 +30,14 @@ Simulation::Simulation(Scheduler& scheduler, const WorldFile& file)
     gattClient_.AddDevice(adapter_.Address(), gattServer_);
 }
 
+nlohmann::json Simulation::Describe() const
+{
+    return {{"bluetooth", {{"kind", "simulated"}}}, {"wifi", {{"kind", "simulated"}}}};
+}
+
 radio::Factory SimulationOf(WorldFile file)
 {
-    return [file = std::move(file)](Scheduler& scheduler) {
+    return [file = std::move(file)](Scheduler& scheduler, const std::string& /*stateFile*/) {
         return std::make_unique<Simulation>(scheduler, file);
     };
 }

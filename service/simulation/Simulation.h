@@ -41,7 +41,11 @@ class Simulation : public radio::Radios {
     Phone& GetPhone() override { return phone_; }
     WifiCards& GetWifiCards() override { return wifiCards_; }
     Errors& GetErrors() override { return errors_; }
+    nlohmann::json Describe() const override;
     void AddCommands(Commands& commands) override;
+
+    /// Those that act on Wi-Fi and the phone only.
+    void AddWifiCommands(Commands& commands);
 
   private:
     Stack stack_;

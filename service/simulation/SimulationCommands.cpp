@@ -109,12 +109,17 @@ void AddPhoneCommand(Commands& commands, Phone& phone)
 
 }  // namespace
 
-void Simulation::AddCommands(Commands& commands)
+void Simulation::AddWifiCommands(Commands& commands)
 {
     AddStationCommands(commands, "group", "group", groups_);
     AddStationCommands(commands, "softap", "soft AP", softAp_);
     AddPhoneCommand(commands, phone_);
     AddAdapterCommands(commands, wifi_, wifiCards_);
+}
+
+void Simulation::AddCommands(Commands& commands)
+{
+    AddWifiCommands(commands);
     AddStackCommands(commands, stack_, advertiser_, scanner_);
 }
 

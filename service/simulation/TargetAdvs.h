@@ -2,8 +2,8 @@
 #pragma once
 
 #include <service/base/Scheduler.h>
+#include <service/radio/Adapter.h>
 #include <service/radio/TargetAdvs.h>
-#include <service/simulation/Adapter.h>
 #include <service/simulation/TargetAdvConfig.h>
 
 #include <utility>
@@ -13,7 +13,7 @@ namespace pelacon::service::simulation {
 
 class TargetAdvs : public radio::TargetAdvs {
   public:
-    TargetAdvs(Scheduler& scheduler, const Adapter& adapter,
+    TargetAdvs(Scheduler& scheduler, const radio::Adapter& adapter,
                const std::vector<TargetAdvConfig>& configs)
         : adapter_(adapter)
     {
@@ -31,7 +31,7 @@ class TargetAdvs : public radio::TargetAdvs {
         }
     }
 
-    const Adapter& adapter_;
+    const radio::Adapter& adapter_;
     std::vector<Timer> timers_;
 };
 

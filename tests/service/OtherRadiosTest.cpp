@@ -72,7 +72,7 @@ class WifiRadios : public OtherRadios {
 template <typename Prepare>
 radio::Factory WifiRadiosThat(Prepare prepare)
 {
-    return [prepare](Scheduler& scheduler) {
+    return [prepare](Scheduler& scheduler, const std::string& /*stateFile*/) {
         auto radios = std::make_unique<WifiRadios>(scheduler);
         prepare(*radios, scheduler);
         return radios;
