@@ -4,10 +4,11 @@
 #include <os/Files.h>
 #include <os/Termination.h>
 #include <protocol/Operation.h>
+#include <service/RadioChoice.h>
+#include <service/RealRadios.h>
 #include <service/Version.h>
 #include <service/base/Log.h>
 #include <service/core/PipeService.h>
-#include <service/simulation/Simulation.h>
 #include <service/simulation/WorldFile.h>
 
 #include <CLI/CLI.hpp>
@@ -21,6 +22,7 @@
 #include <limits>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,6 +59,7 @@ Examples
   PelaconService                         the built-in world
   PelaconService --print-world > my.json then edit it, and
   PelaconService --world my.json --log debug
+  PelaconService --radio linux           with the machine's Bluetooth adapter
   PELACON_RUNTIME_DIR=$(mktemp -d) PelaconService
                                          beside another service, for tests
 
@@ -67,6 +70,7 @@ Exit codes
 
 struct Options {
     std::optional<std::string> world;
+    std::string radio = "simulated";
     std::string pipe;
     std::string logLevel = "info";
     bool trace = false;
@@ -118,6 +122,15 @@ std::string CheckWorldName(const std::string& name)
     return name.empty() ? "the file's name is empty" : "";
 }
 
+std::string CheckRadio(const std::string& text)
+{
+    try {
+        return service::WhyNotUsable(service::ReadRadioChoice(text));
+    } catch (const std::invalid_argument& wrong) {
+        return wrong.what();
+    }
+}
+
 void Declare(CLI::App& app, Options& options)
 {
     app.footer(kFooter);
@@ -126,6 +139,12 @@ void Declare(CLI::App& app, Options& options)
                    "The world to simulate: a JSON file, see docs/world.md")
         ->type_name("FILE")
         ->check(&CheckWorldName);
+    app.add_option("--radio", options.radio,
+                   "simulated; linux: the machine's Bluetooth adapter, and simulated Wi-Fi; or a "
+                   "list such as bluetooth=linux:hci1,wifi=simulated. See docs/radios.md")
+        ->type_name("RADIOS")
+        ->check(&CheckRadio)
+        ->capture_default_str();
     app.add_option("--seed", options.seed,
                    "Seed of the simulation's random numbers, for runs that can be repeated; "
                    "by default the world file's, or a random one that is logged")
@@ -173,7 +192,8 @@ service::Settings ReadSettings(const Options& options)
     const auto seed = options.seed ? options.seed : world.seed;
     settings.seed = seed ? *seed : std::random_device()();
     settings.faults = world.faults;
-    settings.makeRadios = simulation::SimulationOf(std::move(world));
+    settings.makeRadios =
+        service::MakeRadios(service::ReadRadioChoice(options.radio), std::move(world));
     return settings;
 }
 

@@ -27,8 +27,9 @@ std::string WriteWorld(const std::string& world)
 
 }  // namespace
 
-ServiceProcess::ServiceProcess(std::optional<std::string> world, std::string program)
-    : program_(std::move(program))
+ServiceProcess::ServiceProcess(std::optional<std::string> world, std::string program,
+                               std::vector<std::string> options)
+    : program_(std::move(program)), options_(std::move(options))
 {
     UseOwnRuntimeFolder();
     if (world) {
@@ -49,6 +50,7 @@ ServiceProcess::~ServiceProcess()
 void ServiceProcess::Start()
 {
     std::vector<std::string> arguments{"--seed", "1"};
+    arguments.insert(arguments.end(), options_.begin(), options_.end());
     if (worldFile_) {
         arguments.insert(arguments.end(), {"--world", *worldFile_});
     }

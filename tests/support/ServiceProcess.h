@@ -19,9 +19,11 @@ const std::string& ServicePath();
 /// it starts can find. It is ready after the constructor and killed by the destructor.
 class ServiceProcess {
   public:
-    /// With this world, or the built-in one; this program, or the one in the stage.
+    /// With this world, or the built-in one; this program, or the one in the stage; and more
+    /// options.
     explicit ServiceProcess(std::optional<std::string> world = std::nullopt,
-                            std::string program = ServicePath());
+                            std::string program = ServicePath(),
+                            std::vector<std::string> options = {});
     ~ServiceProcess();
 
     ServiceProcess(const ServiceProcess&) = delete;
@@ -41,6 +43,7 @@ class ServiceProcess {
 
   private:
     std::string program_;
+    std::vector<std::string> options_;
     std::optional<std::string> worldFile_;
     std::optional<ChildProcess> process_;
 };

@@ -29,27 +29,33 @@ struct KernelAccess {
     std::string itemsFile;
 };
 
-/// In the loop's thread.
-struct Backend {
-    /// The adapter by its name ("hci1"), or the first one if the name is empty. Begins to look for
-    /// it; `changed` is called as AdapterControl has it.
-    Backend(Loop& loop, const std::string& adapterName,
-            std::function<void(const AdapterPicture&)> changed, Discovery::Callbacks scanning,
-            const KernelAccess& kernel = {})
-        : stack(loop, adapterName),
-          adapter(stack, std::move(changed)),
-          discovery(stack, std::move(scanning), kernel.openReports),
-          connections(stack, kernel.openManagement),
-          central(stack, discovery, connections),
-          peers(central),
-          kernelItems(kernel.itemsFile),
-          duplicateFilter(stack, kernelItems, kernel.openManagement),
-          advertisements(stack, kernelItems, kernel.openManagement)
-    {
-        stack.Start();
-    }
+/// What is there, and in which way it is used.
+struct BackendStatus {
+    Stack::Presence presence = Stack::Presence::kUnknown;
+    std::string adapter;  ///< "hci0"; empty if there is none
+    std::string version;  ///< of BlueZ; empty if it is not known
+    Discovery::Way reports = Discovery::Way::kNone;
+    Advertisements::Way advertising = Advertisements::Way::kNone;
 
-    Stack stack;
+    bool operator==(const BackendStatus&) const = default;
+};
+
+/// In the loop's thread.
+class Backend : private Stack::Observer {
+  public:
+    struct Callbacks {
+        std::function<void(const BackendStatus&)> changed;  ///< called with each other status
+        std::function<void(const AdapterPicture&)> adapterChanged;  ///< as AdapterControl has it
+        Discovery::Callbacks scanning;
+    };
+
+    /// The adapter by its name ("hci1"), or the first one if the name is empty. Begins to look for
+    /// it.
+    Backend(Loop& loop, const std::string& adapterName, Callbacks callbacks,
+            const KernelAccess& kernel = {});
+    ~Backend() override;
+
+    Stack stack;  // first, as the others observe it
     AdapterControl adapter;
     Discovery discovery;
     KernelConnections connections;
@@ -58,6 +64,12 @@ struct Backend {
     KernelItems kernelItems;
     DuplicateFilter duplicateFilter;
     Advertisements advertisements;
+
+  private:
+    void AdapterChanged() override;
+
+    std::function<void(const BackendStatus&)> changed_;
+    BackendStatus status_;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

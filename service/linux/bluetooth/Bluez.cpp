@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <string_view>
 
 namespace pelacon::service::linux_radios::bluetooth::bluez {
 
@@ -33,6 +34,21 @@ void ForEach(const ObjectMirror& mirror, const std::string& below, const char* i
     }
 }
 
+/// BlueZ gives its adapters the vendor and the product of the Linux Foundation's software, with its
+/// own version as that of the product.
+std::string VersionIn(const Properties& properties)
+{
+    constexpr std::string_view kPrefix = "usb:v1D6Bp0246d";
+    const std::string text = Find<std::string>(properties, "Modalias").value_or("");
+    std::uint32_t version = 0;
+    const char* const end = text.data() + text.size();
+    if (!text.starts_with(kPrefix) ||
+        std::from_chars(text.data() + kPrefix.size(), end, version, 16).ptr != end) {
+        return {};
+    }
+    return std::to_string(version >> 8U) + "." + std::to_string(version & 0xFFU);
+}
+
 Adapter ToAdapter(const std::string& path, const Properties& properties)
 {
     Adapter adapter;
@@ -40,6 +56,7 @@ Adapter ToAdapter(const std::string& path, const Properties& properties)
     adapter.address = AddressIn(properties);
     adapter.name = Find<std::string>(properties, "Alias").value_or("");
     adapter.isOn = Find<bool>(properties, "Powered").value_or(false);
+    adapter.version = VersionIn(properties);
     return adapter;
 }
 
@@ -101,7 +118,7 @@ std::optional<Device> DeviceAt(const ObjectMirror& mirror, const std::string& pa
 std::optional<Device> FindDevice(const ObjectMirror& mirror, const std::string& adapter,
                                  std::uint64_t address)
 {
-    // Its path may have another address than it has by now.
+    // The path keeps the address that the device had first.
     for (Device& device : Devices(mirror, adapter)) {
         if (device.address == address) {
             return std::move(device);

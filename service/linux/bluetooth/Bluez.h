@@ -1,4 +1,4 @@
-// What BlueZ shows on the bus, in this tree's words.
+// BlueZ's objects, decoded.
 #pragma once
 
 #include <protocol/Uuid.h>
@@ -28,6 +28,7 @@ struct Adapter {
     std::uint64_t address = 0;
     std::string name;
     bool isOn = false;
+    std::string version;  ///< of BlueZ ("5.66"), if it is known
 
     bool operator==(const Adapter&) const = default;
 };
@@ -40,7 +41,7 @@ struct Device {
     bool isConnected = false;
     bool areServicesResolved = false;
     bool isPaired = false;
-    bool isLeOnly = true;  ///< it has never shown that it speaks anything but LE
+    bool isLeOnly = true;  ///< it has not been seen as a classic device
 };
 
 struct Service {
@@ -60,13 +61,13 @@ struct Characteristic {
 /// All adapters, by their paths.
 std::vector<Adapter> Adapters(const dbus::ObjectMirror& mirror);
 
-/// The one with this name ("hci1"), or the first where none is named.
+/// The one with this name ("hci1"), or the first one if the name is empty.
 std::optional<Adapter> FindAdapter(const dbus::ObjectMirror& mirror, const std::string& name);
 
 std::optional<Adapter> AdapterAt(const dbus::ObjectMirror& mirror, const std::string& path);
 std::optional<Device> DeviceAt(const dbus::ObjectMirror& mirror, const std::string& path);
 
-/// Nothing where the adapter does not know the device.
+/// Nothing if the adapter does not know the device.
 std::optional<Device> FindDevice(const dbus::ObjectMirror& mirror, const std::string& adapter,
                                  std::uint64_t address);
 

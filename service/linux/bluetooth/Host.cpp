@@ -1,4 +1,7 @@
+#include <service/base/Log.h>
 #include <service/linux/bluetooth/Host.h>
+
+#include <nlohmann/json.hpp>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
@@ -18,11 +21,13 @@ Host::Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName,
       gate_(std::make_shared<Gate>(scheduler)),
       upcalls_(gate_, *this),
       backend_(std::make_unique<InLoop<Backend>>(
-          loop, [&loop, adapterName, kernel, changed = upcalls_.To(&Host::TakePicture),
-                 scanning = Discovery::Callbacks{ToObserver(&Observer::Heard),
-                                                 ToObserver(&Observer::DiscoveryBegan),
-                                                 ToObserver(&Observer::DiscoveryEnded)}] {
-              return std::make_unique<Backend>(loop, adapterName, changed, scanning, kernel);
+          loop, [&loop, adapterName, kernel,
+                 callbacks = Backend::Callbacks{
+                     upcalls_.To(&Host::TakeStatus),
+                     upcalls_.To(&Host::TakePicture),
+                     {ToObserver(&Observer::Heard), ToObserver(&Observer::DiscoveryBegan),
+                      ToObserver(&Observer::DiscoveryEnded)}}] {
+              return std::make_unique<Backend>(loop, adapterName, callbacks, kernel);
           }))
 {}
 
@@ -30,6 +35,67 @@ Host::~Host()
 {
     const Scheduler::Guard lock = scheduler_.Lock();
     gate_->Close();
+}
+
+namespace {
+
+/// What has to be there, for people.
+const char* WhatIsMissing(Stack::Presence presence)
+{
+    switch (presence) {
+        case Stack::Presence::kNoBus:
+            return "the system's message bus: install and start D-Bus";
+        case Stack::Presence::kNoBluez:
+            return "bluetoothd: install BlueZ and start bluetooth.service";
+        case Stack::Presence::kNoAdapter:
+            return "the adapter: plug it in; bluetoothctl list shows those that are there";
+        case Stack::Presence::kUnknown:
+        case Stack::Presence::kThere:
+            break;
+    }
+    return "";
+}
+
+}  // namespace
+
+void Host::TakeStatus(const BackendStatus& status)
+{
+    const BackendStatus before = std::exchange(status_, status);
+    if (status.presence == before.presence) {
+        return;
+    }
+    if (status.presence == Stack::Presence::kThere) {
+        log::Info("Bluetooth: adapter ", status.adapter, ", BlueZ ", status.version);
+    } else {
+        log::Warning("Bluetooth is off: ", TextOf(status.presence));
+    }
+}
+
+nlohmann::json Host::Describe() const
+{
+    nlohmann::json description{{"kind", "linux"}, {"state", TextOf(status_.presence)}};
+    nlohmann::json missing = nlohmann::json::array();
+    if (status_.presence != Stack::Presence::kThere) {
+        missing.push_back(WhatIsMissing(status_.presence));
+        description["missing"] = missing;
+        return description;
+    }
+    const bool areReportsRaw = status_.reports == Discovery::Way::kRaw;
+    if (!areReportsRaw) {
+        missing.push_back("CAP_NET_RAW, to receive advertisements as they were sent");
+    }
+    const bool isAdvertisingRaw = status_.advertising == Advertisements::Way::kRaw;
+    if (!isAdvertisingRaw) {
+        missing.push_back(
+            "CAP_NET_ADMIN, to send advertisements as they were given, and to know why "
+            "connections end");
+    }
+    description["stack"] = "BlueZ " + status_.version;
+    description["adapter"] = status_.adapter;
+    description["reports"] = areReportsRaw ? "raw" : "rebuilt from BlueZ's properties";
+    description["advertising"] = isAdvertisingRaw ? "raw" : "rebuilt by BlueZ from fields";
+    description["missing"] = missing;
+    return description;
 }
 
 void Host::TakePicture(const AdapterPicture& picture)

@@ -6,6 +6,8 @@
 #include <service/linux/Upcalls.h>
 #include <service/linux/bluetooth/Backend.h>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -45,6 +47,9 @@ class Host {
     bool IsKnown() const noexcept { return isKnown_; }
     const AdapterPicture& Picture() const noexcept { return picture_; }
 
+    /// For operators: the stack, the way in which it is used, and what is missing.
+    nlohmann::json Describe() const;
+
     /// Null: there are no radios.
     void SetObserver(Observer* observer) noexcept { observer_ = observer; }
 
@@ -63,6 +68,7 @@ class Host {
     }
 
   private:
+    void TakeStatus(const BackendStatus& status);
     void TakePicture(const AdapterPicture& picture);
 
     /// A function for the loop's thread that calls a member of the observer.
@@ -70,6 +76,7 @@ class Host {
     auto ToObserver(Member member) const;
 
     Scheduler& scheduler_;
+    BackendStatus status_;
     bool isKnown_ = false;
     AdapterPicture picture_;
     Observer* observer_ = nullptr;

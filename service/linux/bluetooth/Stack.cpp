@@ -31,7 +31,7 @@ void Stack::Connect()
     }
 }
 
-/// There is no bus, or none any more.
+/// There is no bus, or the connection to it is lost.
 void Stack::Disconnect()
 {
     mirror_.reset();
@@ -40,7 +40,7 @@ void Stack::Disconnect()
     next_ = loop_.After(kNextTry, [this] { Connect(); });
 }
 
-/// Finds out what there is now, and says so where it has changed.
+/// Finds out what there is now, and reports a change.
 void Stack::Look()
 {
     std::optional<bluez::Adapter> adapter;
@@ -108,7 +108,7 @@ const char* TextOf(Stack::Presence presence)
         case Stack::Presence::kThere:
             break;
     }
-    return "there";
+    return "present";
 }
 
 }  // namespace pelacon::service::linux_radios::bluetooth

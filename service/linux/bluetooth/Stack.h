@@ -1,4 +1,4 @@
-// BlueZ, as long as it is there, and the adapter that is used.
+// BlueZ and the adapter that is used, as they come and go.
 #pragma once
 
 #include <service/linux/Loop.h>
@@ -17,13 +17,13 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Connects to the system's bus, follows BlueZ on it, and chooses an adapter; again and again, as
-/// they come and go. In the loop's thread, as all that observes it.
+/// Connects to the system's bus, follows BlueZ on it, and chooses an adapter; again each time that
+/// one of them comes or goes. In the loop's thread, as are its observers.
 class Stack : private dbus::ObjectMirror::Observer {
   public:
     enum class Presence : std::uint8_t { kUnknown, kNoBus, kNoBluez, kNoAdapter, kThere };
 
-    /// Hears of changes, in the order of registration. Must not destroy the stack; may destroy
+    /// Called on changes, in the order of registration. Must not destroy the stack; may destroy
     /// observers.
     class Observer {
       public:
@@ -32,7 +32,8 @@ class Stack : private dbus::ObjectMirror::Observer {
         Observer(const Observer&) = delete;
         Observer& operator=(const Observer&) = delete;
 
-        /// The adapter came, went, or has other properties; or why there is none has changed.
+        /// The adapter came, went, or has other properties; or the reason why there is none
+        /// changed.
         virtual void AdapterChanged() = 0;
 
         /// Of objects of any kind and any adapter.
@@ -45,47 +46,47 @@ class Stack : private dbus::ObjectMirror::Observer {
         {}
     };
 
-    /// How long until a bus that is not there is tried again.
+    /// How long until a bus that is absent is tried again.
     static constexpr std::chrono::seconds kNextTry{10};
 
-    /// The adapter by its name ("hci1"); the first that there is where it is empty. `callLimit` is
-    /// how long a call waits for its answer.
+    /// The adapter by its name ("hci1"), or the first one if the name is empty. `callLimit` is how
+    /// long a call waits for its answer.
     Stack(Loop& loop, std::string adapterName,
           std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit);
     ~Stack() override;
 
-    /// Observers are added before anything is heard, and removed before they end.
+    /// Observers are added before Start, or miss what happened before; removed before their end.
     void Add(Observer& observer) { observers_.push_back(&observer); }
     void Remove(Observer& observer) noexcept { std::erase(observers_, &observer); }
 
-    /// Begins to look, once all observers are there.
+    /// Begins to look.
     void Start();
 
     Loop& GetLoop() const noexcept { return loop_; }
     Presence GetPresence() const noexcept { return presence_; }
     const std::string& WantedAdapter() const noexcept { return adapterName_; }
 
-    /// Where an object of ours can be on the bus, below which nothing is or was.
+    /// A new path for an object of ours on the bus.
     std::string NewPath(const char* kind)
     {
         return std::string("/pelacon/") + kind + std::to_string(++lastPath_);
     }
 
-    /// The adapter; nothing where there is none.
+    /// Nothing if there is none.
     const std::optional<bluez::Adapter>& Adapter() const noexcept { return adapter_; }
 
-    /// These are there while there is an adapter.
+    /// These exist while there is an adapter.
     dbus::Bus& Bus() const { return *bus_; }
     const dbus::ObjectMirror& Mirror() const { return *mirror_; }
 
-    /// Has the mirror ask for a property, as ObjectMirror::Refresh.
+    /// As ObjectMirror::Refresh.
     void Refresh(const std::string& path, const char* interface, const char* property)
     {
         mirror_->Refresh(path, interface, property);
     }
 
     /// Calls a method of the adapter, or of one of its objects; as Bus::Call. The limit is the
-    /// stack's where none is given.
+    /// stack's if none is given.
     [[nodiscard]] dbus::Bus::Slot Call(
         const std::string& path, const char* interface, const char* method,
         const dbus::Arguments& arguments, dbus::Bus::OnReply done,

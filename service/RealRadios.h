@@ -1,0 +1,19 @@
+// The real radios of the machine, if this build has any.
+#pragma once
+
+#include <service/RadioChoice.h>
+#include <service/radio/Radios.h>
+#include <service/simulation/WorldFile.h>
+
+#include <string>
+
+namespace pelacon::service {
+
+/// What keeps this build from using these radios, for people; empty if it can.
+std::string WhyNotUsable(const RadioChoice& choice);
+
+/// A factory of these radios, which WhyNotUsable permits; those that are not real are simulated as
+/// the world file describes them.
+radio::Factory MakeRadios(const RadioChoice& choice, simulation::WorldFile world);
+
+}  // namespace pelacon::service
