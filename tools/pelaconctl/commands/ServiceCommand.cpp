@@ -37,6 +37,26 @@ std::string TitleOf(const std::string& name)
     return title;
 }
 
+/// The rows of one radio: which stack it is, how it is used, and what is missing.
+void AddRadioRows(std::vector<Console::Row>& rows, const std::string& title, const Json& radio)
+{
+    std::string text = radio.value("kind", "");
+    if (radio.contains("stack")) {
+        text += ": " + radio.value("stack", "") + ", adapter " + radio.value("adapter", "");
+    } else if (radio.contains("state")) {
+        text += ": " + radio.value("state", "");
+    }
+    rows.emplace_back(title, text);
+    for (const char* const way : {"reports", "advertising"}) {
+        if (radio.contains(way)) {
+            rows.emplace_back("", std::string(way) + ": " + radio.value(way, ""));
+        }
+    }
+    for (const Json& missing : radio.value("missing", Json::array())) {
+        rows.emplace_back("", "missing: " + missing.get<std::string>());
+    }
+}
+
 /// A row for each part of the status, whatever the parts are: the radios add their own.
 std::vector<Console::Row> StatusRows(const Json& status)
 {
@@ -45,7 +65,13 @@ std::vector<Console::Row> StatusRows(const Json& status)
                         Duration(status.value("uptimeMs", std::int64_t{0}))},
         {"World", status.value("world", "") + ", seed " +
                       std::to_string(status.value("seed", std::uint64_t{0}))}};
+    const Json radios = status.value("radios", Json::object());
+    AddRadioRows(rows, "Bluetooth radio", radios.value("bluetooth", Json::object()));
+    AddRadioRows(rows, "Wi-Fi radio", radios.value("wifi", Json::object()));
     for (const auto& [name, value] : status.items()) {
+        if (name == "radios") {
+            continue;
+        }
         if (value.is_object()) {
             rows.emplace_back(TitleOf(name), FieldsLine(value));
         } else if (value.is_array()) {
