@@ -94,3 +94,22 @@ power() { bluez set-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Powere
 address_of() {
     bluez get-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Address | tr -d '"' | cut -d ' ' -f 2
 }
+
+# service_start CONTROLLER [OPTIONS]: PelaconService on it, with a runtime folder of its own; its process is in
+# SERVICE. Programs are run with `on CONTROLLER`.
+service_start() {
+    local controller=$1
+    shift
+    mkdir -p "/run/pelacon-$controller"
+    PELACON_RUNTIME_DIR=/run/pelacon-$controller "$STAGE/libexec/pelacon/PelaconService" \
+        --radio "bluetooth=linux:$controller" "$@" >"/tmp/ready-$controller" 2>>"/tmp/service-$controller.log" &
+    SERVICE=$!
+    wait_for 20 grep -q ready "/tmp/ready-$controller"
+}
+
+# on CONTROLLER COMMAND...: with the service that is on it.
+on() {
+    local controller=$1
+    shift
+    PELACON_RUNTIME_DIR=/run/pelacon-$controller LD_LIBRARY_PATH=$STAGE/lib PATH=$STAGE/bin:$PATH "$@"
+}

@@ -1,0 +1,19 @@
+# The library with a service on each controller: a program on hci1 is the device that one on hci0 uses.
+. /mnt/tests/lib.sh
+bluetooth_start || exit
+check "service on hci0" service_start hci0
+check "service on hci1" service_start hci1
+check "bt on, hci0" on hci0 pelaconctl bt on
+check "bt on, hci1" on hci1 pelaconctl bt on
+on hci0 pelaconctl service status | sed 's/^/    /'
+export PEER=$(address_of hci1)
+mkfifo /tmp/peer.in
+on hci1 "$STAGE/tests/radios_library_peer" </tmp/peer.in >/tmp/peer.log 2>&1 &
+peer=$!
+exec 3>/tmp/peer.in
+check "the peer is ready" wait_for 30 grep -q ready /tmp/peer.log || cat /tmp/peer.log
+on hci0 gtest "$STAGE/tests/radios_library_test"
+grep '^read: ' /tmp/gtest.log | sed 's/^/    /'
+exec 3>&-
+wait $peer
+check "the peer ends" test $? = 0
