@@ -68,6 +68,12 @@ inline std::string AddressText(std::uint64_t address)
     return HexText(octets, HexCase::kUpper, ":");
 }
 
+/// "5cf3708b1234"
+inline std::string AddressDigits(std::uint64_t address)
+{
+    return HexNumber(address, 12, HexCase::kLower);
+}
+
 /// The address with these octets, the most significant one first.
 inline std::uint64_t AddressOf(ByteView octets)
 {

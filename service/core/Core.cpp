@@ -43,7 +43,7 @@ Core::State::State(Scheduler& scheduler, std::unique_ptr<radio::Radios> theRadio
                      for (const auto& family : families) {
                          family->Repair(session, held);
                      }
-                     return protocol::StatusReply{protocol::kStatusDone};
+                     return protocol::kStatusDone;
                  });
 }
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <unordered_set>
 #include <vector>
 
 namespace pelacon::service {
@@ -88,5 +89,17 @@ class Session {
     bool arrived_ = false;
     std::vector<Held> held_;
 };
+
+/// Clients that are notified of something.
+using Listeners = std::unordered_set<Session*>;
+
+template <typename Record>
+void NotifyAll(const Listeners& listeners, const protocol::Notification<Record>& notification,
+               const Record& record)
+{
+    for (Session* session : listeners) {
+        session->Notify(notification, record);
+    }
+}
 
 }  // namespace pelacon::service

@@ -4,50 +4,41 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <string>
 #include <utility>
 
 namespace pelacon::service {
 
-using protocol::ByteReply;
-using protocol::Int32Record;
-using protocol::Nothing;
-using protocol::StatusReply;
-
 AdapterFamily::AdapterFamily(const Context& context)
     : scheduler_(context.scheduler), adapter_(context.radios.GetAdapter())
 {
-    adapter_.Observe([this](radio::AdapterState state) { NotifyState(state); });
+    adapter_.Observe([this](radio::AdapterState state) {
+        NotifyAll(listeners_, protocol::kBtStateChanged, {static_cast<std::int32_t>(state)});
+    });
 
     Router& router = context.router;
-    router.Serve(protocol::kRegisterBtStateChange, [this](Session& session, const Nothing&) {
+    router.Serve(protocol::kRegisterBtStateChange, [this](Session& session) {
         listeners_.insert(&session);
-        return StatusReply{protocol::kStatusDone};
+        return protocol::kStatusDone;
     });
-    router.Serve(protocol::kBtEnable,
-                 [this](Session& session, const Nothing&) { return Switch(session, true); });
-    router.Serve(protocol::kBtDisable,
-                 [this](Session& session, const Nothing&) { return Switch(session, false); });
-    router.Serve(protocol::kIsBtEnabled, [this](Session&, const Nothing&) {
-        return ByteReply{static_cast<std::uint8_t>(adapter_.IsOn())};
-    });
-    router.Serve(protocol::kGetBtRunningState, [this](Session&, const Nothing&) {
-        return Int32Record{static_cast<std::int32_t>(adapter_.State())};
-    });
-    router.Serve(protocol::kGetBtMacAndName,
-                 [this](Session&, const Nothing&) { return MacAndName(); });
-    router.Serve(protocol::kSetBtName,
-                 [this](Session& session, std::string_view name) { return Rename(session, name); });
-    router.Serve(protocol::kGetBtName, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kBtEnable, [this](Session& session) { return Switch(session, true); });
+    router.Serve(protocol::kBtDisable, [this](Session& session) { return Switch(session, false); });
+    router.Serve(protocol::kIsBtEnabled, [this] { return adapter_.IsOn(); });
+    router.Serve(protocol::kGetBtRunningState,
+                 [this] { return static_cast<std::int32_t>(adapter_.State()); });
+    router.Serve(protocol::kGetBtMacAndName, std::bind_front(&AdapterFamily::MacAndName, this));
+    router.Serve(protocol::kSetBtName, std::bind_front(&AdapterFamily::Rename, this));
+    router.Serve(protocol::kGetBtName, [this] {
         protocol::BtNameReply reply{};
         PutText(reply.name, adapter_.Name());
         return reply;
     });
     router.Serve(protocol::kIsDeviceConnected,
-                 [this](Session&, const protocol::DeviceConnectedRequest& request) {
+                 [this](const protocol::DeviceConnectedRequest& request) {
                      const auto type = static_cast<radio::BluetoothType>(request.type);
                      const bool connected = adapter_.IsConnected(request.address, type);
-                     return Int32Record{connected ? kDeviceConnected : kDeviceDisconnected};
+                     return connected ? kDeviceConnected : kDeviceDisconnected;
                  });
 }
 
@@ -65,20 +56,20 @@ void AdapterFamily::ClientLeft(Session& session)
     listeners_.erase(&session);
 }
 
-StatusReply AdapterFamily::Switch(Session& session, bool on)
+std::int32_t AdapterFamily::Switch(Session& session, bool on)
 {
-    return {AwaitRadio(scheduler_, session, PatienceOf(protocol::kBtEnable),
-                       [&](radio::OutcomeDone done) { adapter_.Switch(on, std::move(done)); })};
+    return AwaitRadio(scheduler_, session, PatienceOf(protocol::kBtEnable),
+                      [&](radio::OutcomeDone done) { adapter_.Switch(on, std::move(done)); });
 }
 
-StatusReply AdapterFamily::Rename(Session& session, std::string_view name)
+std::int32_t AdapterFamily::Rename(Session& session, std::string_view name)
 {
     if (name.empty() || name.size() > protocol::kBtNameSize) {
-        return {protocol::kStatusInvalidArgument};
+        return protocol::kStatusInvalidArgument;
     }
-    return {AwaitRadio(
+    return AwaitRadio(
         scheduler_, session, PatienceOf(protocol::kSetBtName),
-        [&](radio::OutcomeDone done) { adapter_.Rename(std::string(name), std::move(done)); })};
+        [&](radio::OutcomeDone done) { adapter_.Rename(std::string(name), std::move(done)); });
 }
 
 protocol::MacAndNameReply AdapterFamily::MacAndName() const
@@ -87,13 +78,6 @@ protocol::MacAndNameReply AdapterFamily::MacAndName() const
     reply.mac = adapter_.Address();
     PutText(reply.name, adapter_.Name());
     return reply;
-}
-
-void AdapterFamily::NotifyState(radio::AdapterState state) const
-{
-    for (Session* session : listeners_) {
-        session->Notify(protocol::kBtStateChanged, {static_cast<std::int32_t>(state)});
-    }
 }
 
 void AdapterFamily::Describe(nlohmann::json& status) const

@@ -4,8 +4,8 @@
 #include <protocol/BleManager.h>
 #include <service/core/Family.h>
 
+#include <cstdint>
 #include <string_view>
-#include <unordered_set>
 
 namespace pelacon::service {
 
@@ -18,14 +18,13 @@ class AdapterFamily : public Family {
     void Describe(nlohmann::json& status) const override;
 
   private:
-    protocol::StatusReply Switch(Session& session, bool on);
-    protocol::StatusReply Rename(Session& session, std::string_view name);
+    std::int32_t Switch(Session& session, bool on);
+    std::int32_t Rename(Session& session, std::string_view name);
     protocol::MacAndNameReply MacAndName() const;
-    void NotifyState(radio::AdapterState state) const;
 
     Scheduler& scheduler_;
     radio::Adapter& adapter_;
-    std::unordered_set<Session*> listeners_;  // clients that are notified of changes
+    Listeners listeners_;  // clients that are notified of changes
 };
 
 }  // namespace pelacon::service

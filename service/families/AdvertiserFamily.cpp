@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -13,7 +14,6 @@ namespace pelacon::service {
 
 using protocol::AdvertiserRequest;
 using protocol::StartAdvertiseRequest;
-using protocol::StatusReply;
 using std::chrono::milliseconds;
 
 namespace {
@@ -185,20 +185,11 @@ AdvertiserFamily::AdvertiserFamily(const Context& context)
     });
 
     Router& router = context.router;
-    router.Serve(protocol::kRegisterAdvertiser,
-                 [this](Session& session, const protocol::Nothing&) { return Register(session); });
+    router.Serve(protocol::kRegisterAdvertiser, std::bind_front(&AdvertiserFamily::Register, this));
     router.Serve(protocol::kUnregisterAdvertiser,
-                 [this](Session& session, const AdvertiserRequest& request) {
-                     return StatusReply{Unregister(session, request.advertiserId)};
-                 });
-    router.Serve(protocol::kStartAdvertise,
-                 [this](Session& session, const StartAdvertiseRequest& request) {
-                     return StatusReply{Start(session, request)};
-                 });
-    router.Serve(protocol::kStopAdvertise,
-                 [this](Session& session, const AdvertiserRequest& request) {
-                     return StatusReply{Stop(session, request.advertiserId)};
-                 });
+                 std::bind_front(&AdvertiserFamily::Unregister, this));
+    router.Serve(protocol::kStartAdvertise, std::bind_front(&AdvertiserFamily::Start, this));
+    router.Serve(protocol::kStopAdvertise, std::bind_front(&AdvertiserFamily::Stop, this));
 }
 
 AdvertiserFamily::~AdvertiserFamily() = default;
@@ -219,12 +210,12 @@ protocol::ValueStatusReply AdvertiserFamily::Register(Session& session)
     return {id, protocol::kStatusDone};
 }
 
-std::int32_t AdvertiserFamily::Unregister(Session& session, std::int32_t id)
+std::int32_t AdvertiserFamily::Unregister(Session& session, const AdvertiserRequest& request)
 {
-    if (Find(session, id) == nullptr) {
+    if (Find(session, request.advertiserId) == nullptr) {
         return protocol::kStatusUnknownId;
     }
-    clients_[&session].erase(id);
+    clients_[&session].erase(request.advertiserId);
     return protocol::kStatusDone;
 }
 
@@ -248,12 +239,13 @@ std::int32_t AdvertiserFamily::Start(Session& session, const StartAdvertiseReque
     return AwaitStatus(context_.scheduler, session, status, protocol::kStartAdvertise.timeout);
 }
 
-std::int32_t AdvertiserFamily::Stop(Session& session, std::int32_t id)
+std::int32_t AdvertiserFamily::Stop(Session& session, const AdvertiserRequest& request)
 {
-    if (Find(session, id) == nullptr) {
+    std::unique_ptr<Broadcast>* const advertiser = Find(session, request.advertiserId);
+    if (advertiser == nullptr) {
         return protocol::kStatusUnknownId;
     }
-    Silence(session, id);
+    advertiser->reset();
     return protocol::kStatusDone;
 }
 

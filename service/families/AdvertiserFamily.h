@@ -31,9 +31,9 @@ class AdvertiserFamily : public Family {
     using Advertisers = std::map<std::int32_t, std::unique_ptr<Broadcast>>;  // null: silent
 
     protocol::ValueStatusReply Register(Session& session);
-    std::int32_t Unregister(Session& session, std::int32_t id);
+    std::int32_t Unregister(Session& session, const protocol::AdvertiserRequest& request);
     std::int32_t Start(Session& session, const protocol::StartAdvertiseRequest& request);
-    std::int32_t Stop(Session& session, std::int32_t id);
+    std::int32_t Stop(Session& session, const protocol::AdvertiserRequest& request);
 
     std::unique_ptr<Broadcast>* Find(Session& session, std::int32_t id);
     void Silence(Session& session, std::int32_t id);

@@ -5,14 +5,13 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <utility>
 
 namespace pelacon::service {
 
-using protocol::GattConnectionState;
-using protocol::Nothing;
-using protocol::StatusReply;
+using protocol::GattClientRequest;
 using radio::GattReason;
 using radio::Uuid;
 
@@ -113,57 +112,37 @@ GattClientFamily::GattClientFamily(const Context& context)
     : radio_(context.radios.GetGattClient()), ids_(context.ids)
 {
     Router& router = context.router;
-    router.Serve(protocol::kGattClientRegister,
-                 [this](Session& session, const Nothing&) { return Register(session); });
+    router.Serve(protocol::kGattClientRegister, std::bind_front(&GattClientFamily::Register, this));
     router.Serve(protocol::kGattClientUnRegister,
-                 [this](Session& session, const protocol::GattClientRequest& request) {
+                 [this](Session& session, const GattClientRequest& request) {
                      if (Find(session, request.clientId) == nullptr) {
-                         return StatusReply{protocol::kStatusUnknownId};
+                         return protocol::kStatusUnknownId;
                      }
                      clients_.erase(request.clientId);
-                     return StatusReply{protocol::kStatusDone};
+                     return protocol::kStatusDone;
                  });
-    router.Serve(protocol::kGattClientConnect,
-                 [this](Session& session, const protocol::GattConnectRequest& request) {
-                     Connect(session, request);
-                 });
+    router.Serve(protocol::kGattClientConnect, std::bind_front(&GattClientFamily::Connect, this));
     router.Serve(protocol::kGattClientDisconnect,
-                 [this](Session& session, const protocol::GattClientRequest& request) {
-                     return StatusReply{Disconnect(session, request.clientId)};
-                 });
+                 std::bind_front(&GattClientFamily::Disconnect, this));
     router.Serve(protocol::kGattClientSearchServices,
-                 [this](Session& session, const protocol::GattClientRequest& request) {
-                     return StatusReply{StatusOf(session, request.clientId, [](Client& client) {
+                 [this](Session& session, const GattClientRequest& request) {
+                     return StatusOf(session, request.clientId, true, [](Client& client) {
                          return client.Connection()->Discover();
-                     })};
+                     });
                  });
     router.Serve(protocol::kGattClientGetService,
-                 [this](Session& session, const protocol::GattServiceRequest& request) {
-                     return StatusReply{GetService(session, request)};
-                 });
-    router.Serve(protocol::kGattClientRead,
-                 [this](Session& session, const protocol::GattCharacteristicRequest& request) {
-                     return Read(session, request);
-                 });
-    router.Serve(protocol::kGattClientWrite,
-                 [this](Session& session, const protocol::GattValueRequest& request) {
-                     return StatusReply{Write(session, request)};
-                 });
+                 std::bind_front(&GattClientFamily::GetService, this));
+    router.Serve(protocol::kGattClientRead, std::bind_front(&GattClientFamily::Read, this));
+    router.Serve(protocol::kGattClientWrite, std::bind_front(&GattClientFamily::Write, this));
     router.Serve(protocol::kGattClientRegisterNotification,
-                 [this](Session& session, const protocol::GattCharacteristicRequest& request) {
-                     return StatusReply{Subscribe(session, request)};
+                 std::bind_front(&GattClientFamily::Subscribe, this));
+    router.Serve(protocol::kGattClientGetMtu,
+                 [this](Session& session, const GattClientRequest& request) {
+                     Client* const client = Find(session, request.clientId);
+                     const std::int32_t status = Check(client);
+                     return protocol::ValueStatusReply{
+                         status == protocol::kStatusDone ? client->Connection()->Mtu() : 0, status};
                  });
-    router.Serve(protocol::kGattClientGetMtu, [this](Session& session,
-                                                     const protocol::GattClientRequest& request) {
-        Client* const client = Find(session, request.clientId);
-        if (client == nullptr) {
-            return protocol::ValueStatusReply{0, protocol::kStatusUnknownId};
-        }
-        if (!client->IsConnected()) {
-            return protocol::ValueStatusReply{0, protocol::kStatusNotConnected};
-        }
-        return protocol::ValueStatusReply{client->Connection()->Mtu(), protocol::kStatusDone};
-    });
 }
 
 GattClientFamily::~GattClientFamily() = default;
@@ -219,24 +198,33 @@ void GattClientFamily::Connect(Session& session, const protocol::GattConnectRequ
                     static_cast<std::int32_t>(GattReason::kNotEstablished)});
 }
 
-std::int32_t GattClientFamily::Disconnect(Session& session, std::int32_t clientId)
+std::int32_t GattClientFamily::Disconnect(Session& session, const GattClientRequest& request)
 {
-    Client* const client = Find(session, clientId);
+    Client* const client = Find(session, request.clientId);
     if (client == nullptr) {
         return protocol::kStatusUnknownId;
     }
     return client->Disconnect() ? protocol::kStatusDone : protocol::kStatusNotConnected;
 }
 
-template <typename Ask>
-std::int32_t GattClientFamily::StatusOf(Session& session, std::int32_t clientId, const Ask& ask)
+std::int32_t GattClientFamily::Check(const Client* client, bool isValid)
 {
-    Client* const client = Find(session, clientId);
     if (client == nullptr) {
         return protocol::kStatusUnknownId;
     }
-    if (!client->IsConnected()) {
-        return protocol::kStatusNotConnected;
+    if (!isValid) {
+        return protocol::kStatusInvalidArgument;
+    }
+    return client->IsConnected() ? protocol::kStatusDone : protocol::kStatusNotConnected;
+}
+
+template <typename Ask>
+std::int32_t GattClientFamily::StatusOf(Session& session, std::int32_t clientId, bool isValid,
+                                        const Ask& ask)
+{
+    Client* const client = Find(session, clientId);
+    if (const std::int32_t refusal = Check(client, isValid); refusal != protocol::kStatusDone) {
+        return refusal;
     }
     // Everything may change during the wait: neither the client nor the family is used after it.
     const auto status = session.Await(ask(*client), kPeerTime);
@@ -247,18 +235,11 @@ std::int32_t GattClientFamily::GetService(Session& session,
                                           const protocol::GattServiceRequest& request)
 {
     Client* const client = Find(session, request.clientId);
-    if (client == nullptr) {
-        return protocol::kStatusUnknownId;
-    }
     const auto uuid = protocol::ParseUuid(TextIn(request.serviceUuid));
-    if (!uuid) {
-        return protocol::kStatusInvalidArgument;
-    }
-    if (!client->IsConnected()) {
-        return protocol::kStatusNotConnected;
-    }
-    return client->Connection()->HasService(*uuid) ? protocol::kStatusDone
-                                                   : protocol::kStatusNotFound;
+    const std::int32_t status = Check(client, uuid.has_value());
+    return status != protocol::kStatusDone || client->Connection()->HasService(*uuid)
+               ? status
+               : protocol::kStatusNotFound;
 }
 
 protocol::GattValueRecord GattClientFamily::Read(Session& session,
@@ -270,10 +251,8 @@ protocol::GattValueRecord GattClientFamily::Read(Session& session,
     PutText(reply.charUuid, TextIn(request.charUuid));
     Client* const client = Find(session, request.clientId);
     const auto path = PathOf(request);
-    if (client == nullptr || !path || !client->IsConnected()) {
-        reply.status = client == nullptr ? protocol::kStatusUnknownId
-                       : !path           ? protocol::kStatusInvalidArgument
-                                         : protocol::kStatusNotConnected;
+    reply.status = Check(client, path.has_value());
+    if (reply.status != protocol::kStatusDone) {
         return reply;
     }
     const auto result =
@@ -289,11 +268,8 @@ protocol::GattValueRecord GattClientFamily::Read(Session& session,
 std::int32_t GattClientFamily::Write(Session& session, const protocol::GattValueRequest& request)
 {
     const auto path = PathOf(request);
-    if (!path || request.dataLen > sizeof request.value) {
-        return Find(session, request.clientId) == nullptr ? protocol::kStatusUnknownId
-                                                          : protocol::kStatusInvalidArgument;
-    }
-    return StatusOf(session, request.clientId, [&](Client& client) {
+    const bool isValid = path && request.dataLen <= sizeof request.value;
+    return StatusOf(session, request.clientId, isValid, [&](Client& client) {
         return client.Connection()->Write(
             path->service, path->characteristic,
             radio::GattValue(request.value, request.value + request.dataLen));
@@ -304,11 +280,7 @@ std::int32_t GattClientFamily::Subscribe(Session& session,
                                          const protocol::GattCharacteristicRequest& request)
 {
     const auto path = PathOf(request);
-    if (!path) {
-        return Find(session, request.clientId) == nullptr ? protocol::kStatusUnknownId
-                                                          : protocol::kStatusInvalidArgument;
-    }
-    return StatusOf(session, request.clientId, [&](Client& client) {
+    return StatusOf(session, request.clientId, path.has_value(), [&](Client& client) {
         client.Name(*path, TextIn(request.serviceUuid), TextIn(request.charUuid));
         return client.Connection()->Subscribe(path->service, path->characteristic,
                                               request.enable != 0);

@@ -33,7 +33,7 @@ class GattClientFamily : public Family {
 
     protocol::ValueStatusReply Register(Session& session);
     void Connect(Session& session, const protocol::GattConnectRequest& request);
-    std::int32_t Disconnect(Session& session, std::int32_t clientId);
+    std::int32_t Disconnect(Session& session, const protocol::GattClientRequest& request);
     std::int32_t GetService(Session& session, const protocol::GattServiceRequest& request);
     protocol::GattValueRecord Read(Session& session,
                                    const protocol::GattCharacteristicRequest& request);
@@ -43,9 +43,13 @@ class GattClientFamily : public Family {
     Client* Find(const Session& session, std::int32_t clientId);
     std::size_t CountOf(const Session& session) const;
 
-    /// Starts an operation on the client's connection and waits for its protocol::ServiceStatus.
+    /// Why the request, which is valid or not, cannot be performed; kStatusDone if it can.
+    static std::int32_t Check(const Client* client, bool isValid = true);
+
+    /// Starts an operation on the client's connection, if Check allows it, and waits for its
+    /// protocol::ServiceStatus.
     template <typename Ask>
-    std::int32_t StatusOf(Session& session, std::int32_t clientId, const Ask& ask);
+    std::int32_t StatusOf(Session& session, std::int32_t clientId, bool isValid, const Ask& ask);
 
     radio::GattClient& radio_;
     IdAllocator& ids_;

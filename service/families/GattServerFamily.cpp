@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,8 +13,6 @@
 
 namespace pelacon::service {
 
-using protocol::Nothing;
-using protocol::StatusReply;
 using protocol::ValueStatusReply;
 using radio::GattStatus;
 using radio::GattValue;
@@ -219,28 +218,21 @@ GattServerFamily::GattServerFamily(const Context& context)
     : scheduler_(context.scheduler), radio_(context.radios.GetGattServer()), ids_(context.ids)
 {
     Router& router = context.router;
-    router.Serve(protocol::kGattServerRegister,
-                 [this](Session& session, const Nothing&) { return Register(session); });
+    router.Serve(protocol::kGattServerRegister, std::bind_front(&GattServerFamily::Register, this));
     router.Serve(protocol::kGattServerUnRegister,
                  [this](Session& session, const protocol::GattServerRequest& request) {
                      if (Find(session, request.serverId) == nullptr) {
-                         return StatusReply{protocol::kStatusUnknownId};
+                         return protocol::kStatusUnknownId;
                      }
                      servers_.erase(request.serverId);
-                     return StatusReply{protocol::kStatusDone};
+                     return protocol::kStatusDone;
                  });
     router.Serve(protocol::kGattServerAddService,
-                 [this](Session& session, const protocol::GattAddServiceRequest& request) {
-                     return AddService(session, request);
-                 });
+                 std::bind_front(&GattServerFamily::AddService, this));
     router.Serve(protocol::kGattServerAddCharacteristic,
-                 [this](Session& session, const protocol::GattAddCharacteristicRequest& request) {
-                     return StatusReply{AddCharacteristic(session, request)};
-                 });
+                 std::bind_front(&GattServerFamily::AddCharacteristic, this));
     router.Serve(protocol::kGattServerPublishNotify,
-                 [this](Session& session, const protocol::GattPublishNotifyRequest& request) {
-                     return StatusReply{Publish(session, request)};
-                 });
+                 std::bind_front(&GattServerFamily::Publish, this));
     ServeOnService(router, protocol::kGattServerDeleteService,
                    [](Session&, Server& server, Service&, std::int32_t handle) {
                        server.DeleteService(handle);

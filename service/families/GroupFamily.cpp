@@ -1,21 +1,17 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/ChannelChoice.h>
 #include <service/families/GroupFamily.h>
-#include <service/families/GroupWait.h>
-#include <service/families/WifiText.h>
+#include <service/families/RadioWait.h>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <chrono>
+#include <functional>
 #include <string>
 #include <utility>
 
 namespace pelacon::service {
 
-using protocol::Int32Record;
-using protocol::Nothing;
-using protocol::StatusReply;
 using radio::GroupOutcome;
 
 namespace {
@@ -31,7 +27,7 @@ protocol::StationChange ChangeOf(const radio::Station& station, bool joined)
 {
     protocol::StationChange change{};
     change.state = joined ? kVod2dStationJoined : kVod2dStationLeft;
-    PutText(change.address, AddressDigits(station.address));
+    PutText(change.address, protocol::AddressDigits(station.address));
     PutText(change.ipAddress, station.ipAddress);
     return change;
 }
@@ -43,80 +39,72 @@ GroupFamily::GroupFamily(const Context& context)
       wifi_(context.radios.GetWifi()),
       groups_(context.radios.GetGroups())
 {
-    groups_.ObserveGroup([this](bool exists, GroupOutcome reason) { NotifyGroup(exists, reason); });
-    groups_.ObserveStations(
-        [this](const radio::Station& station, bool joined) { NotifyStation(station, joined); });
+    groups_.ObserveGroup([this](bool exists, GroupOutcome reason) {
+        NotifyAll(listeners_, protocol::kSoftApGroupsChange,
+                  {GroupStateOf(exists), StatusOf(reason)});
+    });
+    groups_.ObserveStations([this](const radio::Station& station, bool joined) {
+        NotifyAll(listeners_, protocol::kSoftApConnectionStateChange, ChangeOf(station, joined));
+    });
     ServeLife(context.router);
     ServeQuestions(context.router);
-    ServeListeners(context.router);
     ServeSharedLink(context.router);
 }
 
 void GroupFamily::ServeLife(Router& router)
 {
-    router.Serve(protocol::kCreateGroup,
-                 [this](Session& session, const protocol::CreateGroupRequest& request) {
-                     return Create(session, request.info.channel);
-                 });
-    router.Serve(protocol::kRemoveGroup,
-                 [this](Session& session, const Nothing&) { return Remove(session); });
+    router.Serve(protocol::kCreateGroup, std::bind_front(&GroupFamily::Create, this));
+    router.Serve(protocol::kRemoveGroup, std::bind_front(&GroupFamily::Remove, this));
+    router.Serve(protocol::kRegisterSoftApStateChanged, [this](Session& session) {
+        listeners_.insert(&session);
+        return protocol::kStatusDone;
+    });
+    // The client may have other tables registered: it is still notified of changes.
+    router.Serve(protocol::kUnRegisterSoftApStateChanged, [] { return protocol::kStatusDone; });
 }
 
 void GroupFamily::ServeQuestions(Router& router)
 {
-    router.Serve(protocol::kGetGroupConfig, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kGetGroupConfig, [this] {
         return protocol::GroupInfoReply{Info(), protocol::kStatusDone};
     });
-    router.Serve(protocol::kGetGroupInfoConnected, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kGetGroupInfoConnected, [this] {
         return protocol::LinkGroupReply{
             {GroupStateOf(groups_.Exists()), static_cast<std::int32_t>(groups_.Stations().size())},
             protocol::kStatusDone};
     });
-    router.Serve(protocol::kIsWifiActive, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kIsWifiActive, [this] {
         return protocol::WifiActiveReply{
             static_cast<std::uint8_t>(wifi_.IsOn()), {}, protocol::kStatusDone};
     });
-    router.Serve(protocol::kGetFrequency,
-                 [this](Session&, const Nothing&) { return Int32Record{Frequency()}; });
-    router.Serve(protocol::kGetChannelListFor5G,
-                 [this](Session&, const Nothing&) { return ChannelList(); });
-    router.Serve(protocol::kGetBaseMacAddress, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kGetFrequency, std::bind_front(&GroupFamily::Frequency, this));
+    router.Serve(protocol::kGetChannelListFor5G, std::bind_front(&GroupFamily::ChannelList, this));
+    router.Serve(protocol::kGetBaseMacAddress, [this] {
         protocol::BaseMacReply reply{};
         PutAddress(reply.mac, wifi_.Address());
         return reply;
     });
 }
 
-void GroupFamily::ServeListeners(Router& router)
-{
-    router.Serve(protocol::kRegisterSoftApStateChanged, [this](Session& session, const Nothing&) {
-        listeners_.insert(&session);
-        return StatusReply{protocol::kStatusDone};
-    });
-    // The client may have other tables registered: it is still notified of changes.
-    router.Serve(protocol::kUnRegisterSoftApStateChanged,
-                 [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
-}
-
 void GroupFamily::ServeSharedLink(Router& router)
 {
-    router.Serve(protocol::kSharedlinkIncrease, [this](Session& session, const Nothing&) {
+    router.Serve(protocol::kSharedlinkIncrease, [this](Session& session) {
         std::int32_t& uses = sharedLinks_[&session];
         if (uses == kMostSharedLinks) {
-            return StatusReply{protocol::kStatusLimitReached};
+            return protocol::kStatusLimitReached;
         }
         ++uses;
-        return StatusReply{protocol::kStatusDone};
+        return protocol::kStatusDone;
     });
-    router.Serve(protocol::kSharedlinkDecrease, [this](Session& session, const Nothing&) {
+    router.Serve(protocol::kSharedlinkDecrease, [this](Session& session) {
         const auto uses = sharedLinks_.find(&session);
         if (uses == sharedLinks_.end()) {
-            return StatusReply{protocol::kStatusInvalidArgument};
+            return protocol::kStatusInvalidArgument;
         }
         if (--uses->second == 0) {
             sharedLinks_.erase(uses);
         }
-        return StatusReply{protocol::kStatusDone};
+        return protocol::kStatusDone;
     });
 }
 
@@ -145,10 +133,11 @@ void GroupFamily::ClientLeft(Session& session)
     sharedLinks_.erase(&session);
 }
 
-std::optional<protocol::GroupInfoReply> GroupFamily::Create(Session& session, std::int32_t channel)
+std::optional<protocol::GroupInfoReply> GroupFamily::Create(
+    Session& session, const protocol::CreateGroupRequest& request)
 {
     using protocol::GroupInfoReply;
-    const std::int32_t chosen = ChooseChannel(channel);
+    const std::int32_t chosen = ChooseChannel(request.info.channel);
     if (chosen == 0) {
         return GroupInfoReply{Info(), protocol::kStatusNotSupported};
     }
@@ -167,14 +156,14 @@ std::optional<protocol::GroupInfoReply> GroupFamily::Create(Session& session, st
     return GroupInfoReply{Info(), StatusOf(*outcome)};
 }
 
-std::optional<StatusReply> GroupFamily::Remove(Session& session)
+std::optional<std::int32_t> GroupFamily::Remove(Session& session)
 {
     if (IsUsedByOthers(session)) {
-        return StatusReply{protocol::kStatusNotPermitted};
+        return protocol::kStatusNotPermitted;
     }
     const auto outcome = AwaitGroup(
         scheduler_, session, [&](radio::Groups::Done done) { groups_.Remove(std::move(done)); });
-    return outcome ? std::optional(StatusReply{StatusOf(*outcome)}) : std::nullopt;
+    return outcome ? std::optional<std::int32_t>(StatusOf(*outcome)) : std::nullopt;
 }
 
 bool GroupFamily::IsUsedByOthers(const Session& session) const
@@ -231,21 +220,6 @@ std::int32_t GroupFamily::Frequency() const
     return connection ? radio::FrequencyOf(connection->channel) : 0;
 }
 
-void GroupFamily::NotifyGroup(bool exists, GroupOutcome reason) const
-{
-    for (Session* session : listeners_) {
-        session->Notify(protocol::kSoftApGroupsChange, {GroupStateOf(exists), StatusOf(reason)});
-    }
-}
-
-void GroupFamily::NotifyStation(const radio::Station& station, bool joined) const
-{
-    const protocol::StationChange change = ChangeOf(station, joined);
-    for (Session* session : listeners_) {
-        session->Notify(protocol::kSoftApConnectionStateChange, change);
-    }
-}
-
 void GroupFamily::Describe(nlohmann::json& status) const
 {
     std::int32_t sharedLinks = 0;
@@ -254,8 +228,8 @@ void GroupFamily::Describe(nlohmann::json& status) const
     }
     nlohmann::json stations = nlohmann::json::array();
     for (const radio::Station& station : groups_.Stations()) {
-        stations.push_back(
-            {{"address", AddressDigits(station.address)}, {"ipAddress", station.ipAddress}});
+        stations.push_back({{"address", protocol::AddressDigits(station.address)},
+                            {"ipAddress", station.ipAddress}});
     }
     status["group"] = {
         {"exists", groups_.Exists()},

@@ -6,10 +6,8 @@
 #include <service/core/Family.h>
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace pelacon::service {
 
@@ -24,24 +22,21 @@ class GroupFamily : public Family {
   private:
     void ServeLife(Router& router);
     void ServeQuestions(Router& router);
-    void ServeListeners(Router& router);
     void ServeSharedLink(Router& router);
 
-    std::optional<protocol::GroupInfoReply> Create(Session& session, std::int32_t channel);
-    std::optional<protocol::StatusReply> Remove(Session& session);
+    std::optional<protocol::GroupInfoReply> Create(Session& session,
+                                                   const protocol::CreateGroupRequest& request);
+    std::optional<std::int32_t> Remove(Session& session);
     std::int32_t ChooseChannel(std::int32_t wished) const;
     bool IsUsedByOthers(const Session& session) const;
     protocol::GroupInfo Info() const;
     protocol::ChannelListReply ChannelList() const;
     std::int32_t Frequency() const;
 
-    void NotifyGroup(bool exists, radio::GroupOutcome reason) const;
-    void NotifyStation(const radio::Station& station, bool joined) const;
-
     Scheduler& scheduler_;
     radio::Wifi& wifi_;
     radio::Groups& groups_;
-    std::unordered_set<Session*> listeners_;  // clients that are notified of changes
+    Listeners listeners_;  // clients that are notified of changes
     std::unordered_map<Session*, std::int32_t> sharedLinks_;
 };
 

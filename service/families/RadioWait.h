@@ -4,10 +4,12 @@
 #include <protocol/ServiceStatus.h>
 #include <service/base/Scheduler.h>
 #include <service/core/Session.h>
+#include <service/radio/Groups.h>
 #include <service/radio/Outcome.h>
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace pelacon::service {
@@ -27,6 +29,28 @@ constexpr protocol::ServiceStatus StatusOf(radio::Outcome outcome)
             return protocol::kStatusLimitReached;
         case Outcome::kNoAdapter:
         case Outcome::kFailed:
+            break;
+    }
+    return protocol::kStatusNotSupported;
+}
+
+constexpr protocol::ServiceStatus StatusOf(radio::GroupOutcome outcome)
+{
+    using radio::GroupOutcome;
+    switch (outcome) {
+        case GroupOutcome::kDone:
+            return protocol::kStatusDone;
+        case GroupOutcome::kWifiOff:
+            return protocol::kStatusRadioOff;
+        case GroupOutcome::kBusy:
+            return protocol::kStatusBusy;
+        case GroupOutcome::kNoGroup:
+            return protocol::kStatusNotFound;
+        case GroupOutcome::kAborted:
+            return protocol::kStatusInterrupted;
+        case GroupOutcome::kNotPermitted:
+            return protocol::kStatusNotPermitted;
+        case GroupOutcome::kFailed:
             break;
     }
     return protocol::kStatusNotSupported;
@@ -64,6 +88,21 @@ inline std::int32_t AwaitRadio(Scheduler& scheduler, Session& session, Scheduler
     const Completion<std::int32_t> status(scheduler);
     begin([status](radio::Outcome outcome) { status.Set(StatusOf(outcome)); });
     return AwaitStatus(scheduler, session, status, patience);
+}
+
+/// Begins something at the radio and waits for its end; kAborted where the service ends meanwhile.
+/// Nothing where the client has left (the connection of its request may still be there): the group
+/// may still come or go, so no outcome would be true. Without an outcome of the radio's the family
+/// may be gone, and is not to be touched.
+inline std::optional<radio::GroupOutcome> AwaitGroup(
+    Scheduler& scheduler, Session& session, const std::function<void(radio::Groups::Done)>& begin)
+{
+    const Completion<radio::GroupOutcome> completion(scheduler);
+    begin([completion](radio::GroupOutcome outcome) { completion.Set(outcome); });
+    if (const auto outcome = session.Await(completion, radio::kGroupPatience)) {
+        return outcome;
+    }
+    return scheduler.IsStopping() ? std::optional(radio::GroupOutcome::kAborted) : std::nullopt;
 }
 
 /// Something that a radio begins for a request, and which is withdrawn if it takes too long or is

@@ -5,12 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace pelacon::service {
 
 using protocol::ScanListenerRequest;
-using protocol::StatusReply;
 using radio::ScanPolicy;
 
 namespace {
@@ -69,29 +69,19 @@ ScanFamily::ScanFamily(const Context& context)
     });
 
     Router& router = context.router;
-    router.Serve(protocol::kRegisterScanListener,
-                 [this](Session& session, const protocol::Nothing&) { return Register(session); });
-    router.Serve(protocol::kUnregisterScanListener,
-                 [this](Session& session, const ScanListenerRequest& request) {
-                     return StatusReply{Unregister(session, request.listenerId)};
-                 });
-    router.Serve(protocol::kStartBleScan,
-                 [this](Session& session, const protocol::StartScanRequest& request) {
-                     return StatusReply{Start(session, request)};
-                 });
-    router.Serve(protocol::kStopBleScan,
-                 [this](Session& session, const ScanListenerRequest& request) {
-                     return StatusReply{Stop(session, request.listenerId)};
-                 });
+    router.Serve(protocol::kRegisterScanListener, std::bind_front(&ScanFamily::Register, this));
+    router.Serve(protocol::kUnregisterScanListener, std::bind_front(&ScanFamily::Unregister, this));
+    router.Serve(protocol::kStartBleScan, std::bind_front(&ScanFamily::Start, this));
+    router.Serve(protocol::kStopBleScan, std::bind_front(&ScanFamily::Stop, this));
     router.Serve(protocol::kSetScanFilter,
                  [this](Session& session, const protocol::SetScanFilterRequest& request) {
                      const auto filters = ScanFilters::From(request);
-                     return StatusReply{filters ? SetFilters(session, request.listenerId, *filters)
-                                                : protocol::kStatusInvalidArgument};
+                     return filters ? SetFilters(session, request.listenerId, *filters)
+                                    : protocol::kStatusInvalidArgument;
                  });
     router.Serve(protocol::kRemoveScanFilter,
                  [this](Session& session, const ScanListenerRequest& request) {
-                     return StatusReply{SetFilters(session, request.listenerId, {})};
+                     return SetFilters(session, request.listenerId, {});
                  });
 }
 
@@ -113,12 +103,12 @@ protocol::ValueStatusReply ScanFamily::Register(Session& session)
     return {id, protocol::kStatusDone};
 }
 
-std::int32_t ScanFamily::Unregister(Session& session, std::int32_t id)
+std::int32_t ScanFamily::Unregister(Session& session, const ScanListenerRequest& request)
 {
-    if (Find(session, id) == nullptr) {
+    if (Find(session, request.listenerId) == nullptr) {
         return protocol::kStatusUnknownId;
     }
-    clients_[&session].listeners.erase(id);
+    clients_[&session].listeners.erase(request.listenerId);
     FitScan(session);
     return protocol::kStatusDone;
 }
@@ -143,16 +133,16 @@ std::int32_t ScanFamily::Start(Session& session, const protocol::StartScanReques
     return protocol::kStatusDone;
 }
 
-std::int32_t ScanFamily::Stop(Session& session, std::int32_t id)
+std::int32_t ScanFamily::Stop(Session& session, const ScanListenerRequest& request)
 {
-    Listener* const listener = Find(session, id);
+    Listener* const listener = Find(session, request.listenerId);
     if (listener == nullptr) {
         return protocol::kStatusUnknownId;
     }
     if (std::exchange(listener->policy, std::nullopt)) {
         listener->isNotified = false;
         FitScan(session);
-        session.Notify(protocol::kScanStatus, {id, kBleScanStopped});
+        session.Notify(protocol::kScanStatus, {request.listenerId, kBleScanStopped});
     }
     return protocol::kStatusDone;
 }

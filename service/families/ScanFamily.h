@@ -46,9 +46,9 @@ class ScanFamily : public Family {
     };
 
     protocol::ValueStatusReply Register(Session& session);
-    std::int32_t Unregister(Session& session, std::int32_t id);
+    std::int32_t Unregister(Session& session, const protocol::ScanListenerRequest& request);
     std::int32_t Start(Session& session, const protocol::StartScanRequest& request);
-    std::int32_t Stop(Session& session, std::int32_t id);
+    std::int32_t Stop(Session& session, const protocol::ScanListenerRequest& request);
     std::int32_t SetFilters(Session& session, std::int32_t id, const ScanFilters& filters);
 
     Listener* Find(Session& session, std::int32_t id);

@@ -4,13 +4,12 @@
 #include <service/families/SoftApFamily.h>
 
 #include <chrono>
+#include <functional>
 
 namespace pelacon::service {
 
-using protocol::ByteReply;
 using protocol::FlagRequest;
 using protocol::Int32Record;
-using protocol::Nothing;
 using radio::Band;
 using radio::BandOf;
 using radio::GroupOutcome;
@@ -34,41 +33,40 @@ std::int32_t FrequenceTypeOf(std::int32_t channel)
     return kWifiFrequenceUnknown;
 }
 
-ByteReply Flag(bool value)
+/// The band that a request is about.
+Band BandIn(const FlagRequest& request)
 {
-    return {static_cast<std::uint8_t>(value)};
+    return request.flag != 0 ? Band::k5GHz : Band::k24GHz;
 }
 
 }  // namespace
 
 void SoftApFamily::ServePhone(Router& router)
 {
-    router.Serve(protocol::kSetPhoneCurrentChannel, [this](Session&, const Int32Record& request) {
+    router.Serve(protocol::kSetPhoneCurrentChannel, [this](const Int32Record& request) {
         phone_.connectionChannel = BandOf(request.value) == Band::kNone ? 0 : request.value;
         return Acknowledgement();
     });
-    router.Serve(protocol::kGetRecordPhoneChannel, [this](Session&, const Nothing&) {
-        return Int32Record{phone_.connectionChannel};
-    });
-    router.Serve(protocol::kAddPhoneSupportChannel, [this](Session&, const Int32Record& request) {
+    router.Serve(protocol::kGetRecordPhoneChannel, [this] { return phone_.connectionChannel; });
+    router.Serve(protocol::kAddPhoneSupportChannel, [this](const Int32Record& request) {
         phone_.Add(Band::k5GHz, request.value);
         return Acknowledgement();
     });
-    router.Serve(protocol::kAddPhoneSupport24Channel, [this](Session&, const Int32Record& request) {
+    router.Serve(protocol::kAddPhoneSupport24Channel, [this](const Int32Record& request) {
         phone_.Add(Band::k24GHz, request.value);
         return Acknowledgement();
     });
-    router.Serve(protocol::kRemovePhoneSupportChannels, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kRemovePhoneSupportChannels, [this] {
         phone_.channels24GHz.clear();
         phone_.channels5GHz.clear();
         avoid5GHz_ = false;
         return Acknowledgement();
     });
     router.Serve(protocol::kGetRecordPhoneChannelList,
-                 [this](Session&, const Nothing&) { return ChannelText(phone_.channels5GHz); });
+                 [this] { return ChannelText(phone_.channels5GHz); });
     router.Serve(protocol::kGetRecordPhone24GChannelList,
-                 [this](Session&, const Nothing&) { return ChannelText(phone_.channels24GHz); });
-    router.Serve(protocol::kGetPhoneChannelList, [this](Session&, const Nothing&) {
+                 [this] { return ChannelText(phone_.channels24GHz); });
+    router.Serve(protocol::kGetPhoneChannelList, [this] {
         std::vector<std::int32_t> all = phone_.channels24GHz;
         all.insert(all.end(), phone_.channels5GHz.begin(), phone_.channels5GHz.end());
         return ChannelText(all);
@@ -77,32 +75,25 @@ void SoftApFamily::ServePhone(Router& router)
 
 void SoftApFamily::ServeChannels(Router& router)
 {
-    router.Serve(protocol::kGetPCChannelList,
-                 [this](Session&, const Nothing&) { return PcChannels(); });
+    router.Serve(protocol::kGetPCChannelList, std::bind_front(&SoftApFamily::PcChannels, this));
     router.Serve(protocol::kGetPCSupportChannelList,
-                 [this](Session&, const Nothing&) { return PcChannels(); });
-    router.Serve(protocol::kGetSoftAPChannel, [this](Session&, const Nothing&) {
-        return ByteReply{static_cast<std::uint8_t>(Channel())};
-    });
+                 std::bind_front(&SoftApFamily::PcChannels, this));
+    router.Serve(protocol::kGetSoftAPChannel,
+                 [this] { return static_cast<std::uint8_t>(Channel()); });
     router.Serve(protocol::kSystemRefreshSoftAPChannel,
-                 [this](Session& session, const Nothing&) -> std::optional<ByteReply> {
+                 [this](Session& session) -> std::optional<std::uint8_t> {
                      const auto channel = MoveTo(session, BandOf(Channel()));
-                     return channel ? std::optional(ByteReply{static_cast<std::uint8_t>(*channel)})
+                     return channel ? std::optional(static_cast<std::uint8_t>(*channel))
                                     : std::nullopt;
                  });
     router.Serve(protocol::kRepickChannelWithoutEffect,
-                 [this](Session&, const FlagRequest& request) {
-                     return Int32Record{ChannelFor(request.flag != 0 ? Band::k5GHz : Band::k24GHz)};
-                 });
-    router.Serve(
-        protocol::kSetAPFrequence,
-        [this](Session& session, const FlagRequest& request) -> std::optional<Int32Record> {
-            const Band band = request.flag != 0 ? Band::k5GHz : Band::k24GHz;
-            missed5GHz_ = band == Band::k5GHz && ChannelFor(band) == 0;
-            const auto channel = MoveTo(session, band);
-            return channel ? std::optional(Int32Record{*channel}) : std::nullopt;
-        });
-    router.Serve(protocol::kCheckIsSet5GFailed, [this](Session& session, const Nothing&) {
+                 [this](const FlagRequest& request) { return ChannelFor(BandIn(request)); });
+    router.Serve(protocol::kSetAPFrequence, [this](Session& session, const FlagRequest& request) {
+        const Band band = BandIn(request);
+        missed5GHz_ = band == Band::k5GHz && ChannelFor(band) == 0;
+        return MoveTo(session, band);
+    });
+    router.Serve(protocol::kCheckIsSet5GFailed, [this](Session& session) {
         if (missed5GHz_) {
             missed5GHz_ = false;
             avoid5GHz_ = true;
@@ -110,22 +101,14 @@ void SoftApFamily::ServeChannels(Router& router)
         }
         return Acknowledgement();
     });
-}
-
-void SoftApFamily::ServeBands(Router& router)
-{
-    router.Serve(protocol::kGetFrequenceType, [](Session&, const Int32Record& request) {
-        return Int32Record{FrequenceTypeOf(request.value)};
-    });
-    router.Serve(protocol::kIs5GChannel, [](Session&, const Int32Record& request) {
-        return Flag(BandOf(request.value) == Band::k5GHz);
-    });
-    router.Serve(protocol::kIs24GChannel, [](Session&, const Int32Record& request) {
-        return Flag(BandOf(request.value) == Band::k24GHz);
-    });
-    router.Serve(protocol::kGetFrequencyFromChannel, [](Session&, const Int32Record& request) {
-        return Int32Record{radio::FrequencyOf(request.value)};
-    });
+    router.Serve(protocol::kGetFrequenceType,
+                 [](const Int32Record& request) { return FrequenceTypeOf(request.value); });
+    router.Serve(protocol::kIs5GChannel,
+                 [](const Int32Record& request) { return BandOf(request.value) == Band::k5GHz; });
+    router.Serve(protocol::kIs24GChannel,
+                 [](const Int32Record& request) { return BandOf(request.value) == Band::k24GHz; });
+    router.Serve(protocol::kGetFrequencyFromChannel,
+                 [](const Int32Record& request) { return radio::FrequencyOf(request.value); });
 }
 
 /// The channel for a wish; 0 if there is none. After a failure on the 5 GHz band, a wish for any

@@ -1,22 +1,19 @@
 #include <protocol/ServiceStatus.h>
-#include <service/families/GroupWait.h>
+#include <service/families/RadioWait.h>
 #include <service/families/SoftApFamily.h>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <utility>
 
 namespace pelacon::service {
 
 using namespace std::chrono_literals;
-using protocol::ByteReply;
 using protocol::FlagRequest;
-using protocol::Int32Record;
-using protocol::Nothing;
 using protocol::SoftApInfoMessage;
-using protocol::StatusReply;
 using radio::Band;
 using radio::GroupOutcome;
 
@@ -65,41 +62,38 @@ SoftApFamily::SoftApFamily(const Context& context)
     ServeQuestions(context.router);
     ServeAdapter(context.router);
     ServeDevices(context.router);
-    ServeListeners(context.router);
     ServePhone(context.router);
     ServeChannels(context.router);
-    ServeBands(context.router);
 }
 
 void SoftApFamily::ServeLife(Router& router)
 {
-    router.Serve(protocol::kSystemCreateSoftAP,
-                 [this](Session& session, const SoftApInfoMessage& request) {
-                     return Create(session, request);
-                 });
-    router.Serve(protocol::kSystemDestroySoftAP,
-                 [this](Session& session, const Int32Record& request) {
-                     return Destroy(session, request.value);
-                 });
-    router.Serve(protocol::kChangeSSIDAndPasswd, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kSystemCreateSoftAP, std::bind_front(&SoftApFamily::Create, this));
+    router.Serve(protocol::kSystemDestroySoftAP, std::bind_front(&SoftApFamily::Destroy, this));
+    router.Serve(protocol::kChangeSSIDAndPasswd, [this] {
         DrawName();
         return Acknowledgement();
     });
+    router.Serve(protocol::kRegistSoftApConnectStatus, [this](Session& session) {
+        connectionListeners_.insert(&session);
+        return Acknowledgement();
+    });
+    router.Serve(protocol::kRegisterSoftApNotification, [this](Session& session) {
+        listeners_.insert(&session);
+        return protocol::kStatusDone;
+    });
+    // The client may have other objects registered: it is still notified of the soft AP.
+    router.Serve(protocol::kUnRegisterSoftApNotification, [] { return protocol::kStatusDone; });
 }
 
 void SoftApFamily::ServeQuestions(Router& router)
 {
-    router.Serve(protocol::kCheckMySoftAPExist, [this](Session&, const Nothing&) {
-        return ByteReply{static_cast<std::uint8_t>(ap_.Exists())};
-    });
-    router.Serve(protocol::kGetSSID,
-                 [this](Session&, const Nothing&) { return ap_.Describe().ssid; });
-    router.Serve(protocol::kGetLegacyAPIP, [this](Session&, const Nothing&) {
-        return ap_.Exists() ? ap_.Describe().ipAddress : std::string();
-    });
-    router.Serve(protocol::kGetSoftApError,
-                 [this](Session&, const Nothing&) { return Int32Record{lastError_}; });
-    router.Serve(protocol::kIsAPConnected, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kCheckMySoftAPExist, [this] { return ap_.Exists(); });
+    router.Serve(protocol::kGetSSID, [this] { return ap_.Describe().ssid; });
+    router.Serve(protocol::kGetLegacyAPIP,
+                 [this] { return ap_.Exists() ? ap_.Describe().ipAddress : std::string(); });
+    router.Serve(protocol::kGetSoftApError, [this] { return lastError_; });
+    router.Serve(protocol::kIsAPConnected, [this] {
         protocol::ApConnectedReply reply{};
         if (const auto connection = wifi_.CurrentConnection()) {
             reply.value = connection->channel;
@@ -113,24 +107,18 @@ void SoftApFamily::ServeQuestions(Router& router)
 void SoftApFamily::ServeAdapter(Router& router)
 {
     router.Serve(protocol::kRestartWiFiDirectVirtualAdapter,
-                 [this](Session& session, const FlagRequest& request) {
-                     return RestartAdapter(session, request.flag != 0);
-                 });
-    router.Serve(protocol::kGetRestartCount, [this](Session&, const Nothing&) {
-        return Int32Record{static_cast<std::int32_t>(restarts_)};
-    });
-    router.Serve(protocol::kGetWakeUpRestartCount, [this](Session&, const Nothing&) {
-        return Int32Record{static_cast<std::int32_t>(wakeUpRestarts_)};
-    });
-    router.Serve(protocol::kResetWakeUpCount, [this](Session&, const Nothing&) {
+                 std::bind_front(&SoftApFamily::RestartAdapter, this));
+    router.Serve(protocol::kGetRestartCount, [this] { return restarts_; });
+    router.Serve(protocol::kGetWakeUpRestartCount, [this] { return wakeUpRestarts_; });
+    router.Serve(protocol::kResetWakeUpCount, [this] {
         wakeUpRestarts_ = 0;
         return Acknowledgement();
     });
-    router.Serve(protocol::kGetAdapterIndex, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kGetAdapterIndex, [this] {
         const auto interface = ap_.NetworkInterface();
-        return Int32Record{interface ? interface->index : 0};
+        return interface ? interface->index : 0;
     });
-    router.Serve(protocol::kGetAdapterGuid, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kGetAdapterGuid, [this] {
         const auto interface = ap_.NetworkInterface();
         return interface ? interface->guid : std::string();
     });
@@ -138,17 +126,17 @@ void SoftApFamily::ServeAdapter(Router& router)
 
 void SoftApFamily::ServeDevices(Router& router)
 {
-    router.Serve(protocol::kSetPairDeviceModelName, [this](Session&, std::string_view name) {
+    router.Serve(protocol::kSetPairDeviceModelName, [this](std::string_view name) {
         phone_.model = name.substr(0, PairedPhone::kLongestModel);
-        return ByteReply{1};
+        return true;
     });
-    router.Serve(protocol::kGetPairDeviceModelName, [this](Session&, const Nothing&) {
+    router.Serve(protocol::kGetPairDeviceModelName, [this] {
         protocol::ModelNameReply reply{};
         PutText(reply.name, phone_.model);
         reply.result = phone_.model.empty() ? 0 : 1;
         return reply;
     });
-    router.Serve(protocol::kSetListProductType, [this](Session&, ByteView text) {
+    router.Serve(protocol::kSetListProductType, [this](ByteView text) {
         std::vector<std::string> types = SplitTypes(TextIn(text));
         const bool fit = types.size() <= kMostProductTypes &&
                          std::ranges::all_of(types, [](const std::string& type) {
@@ -157,31 +145,13 @@ void SoftApFamily::ServeDevices(Router& router)
         if (fit) {
             productTypes_ = std::move(types);
         }
-        return ByteReply{static_cast<std::uint8_t>(fit)};
+        return fit;
     });
-    router.Serve(protocol::kGetRestartMobileHotpotFlag, [this](Session&, const Nothing&) {
-        return ByteReply{static_cast<std::uint8_t>(restartHotspot_)};
-    });
-    router.Serve(protocol::kSetRestartMobileHotpotFlag,
-                 [this](Session&, const FlagRequest& request) {
-                     restartHotspot_ = request.flag != 0;
-                     return Acknowledgement();
-                 });
-}
-
-void SoftApFamily::ServeListeners(Router& router)
-{
-    router.Serve(protocol::kRegistSoftApConnectStatus, [this](Session& session, const Nothing&) {
-        connectionListeners_.insert(&session);
+    router.Serve(protocol::kGetRestartMobileHotpotFlag, [this] { return restartHotspot_; });
+    router.Serve(protocol::kSetRestartMobileHotpotFlag, [this](const FlagRequest& request) {
+        restartHotspot_ = request.flag != 0;
         return Acknowledgement();
     });
-    router.Serve(protocol::kRegisterSoftApNotification, [this](Session& session, const Nothing&) {
-        listeners_.insert(&session);
-        return StatusReply{protocol::kStatusDone};
-    });
-    // The client may have other objects registered: it is still notified of the soft AP.
-    router.Serve(protocol::kUnRegisterSoftApNotification,
-                 [](Session&, const Nothing&) { return StatusReply{protocol::kStatusDone}; });
 }
 
 // Any client may have registered for connections while there was no service: its library keeps that
@@ -255,33 +225,35 @@ std::optional<SoftApInfoMessage> SoftApFamily::Create(Session& session,
     return Info(ResultOf(*outcome));
 }
 
-std::optional<Int32Record> SoftApFamily::Destroy(Session& session, std::int32_t purpose)
+std::optional<std::int32_t> SoftApFamily::Destroy(Session& session,
+                                                  const protocol::Int32Record& request)
 {
+    const std::int32_t purpose = request.value;
     if (ap_.Exists() && purpose != kGoPurposeAny && purpose_ != kGoPurposeAny &&
         purpose != purpose_) {
         lastError_ = protocol::kStatusBusy;
-        return Int32Record{lastError_};
+        return lastError_;
     }
     const auto outcome = AwaitGroup(scheduler_, session, [&](radio::Groups::Done done) {
         ap_.Remove(Noting(std::move(done)));
     });
-    return outcome ? std::optional(Int32Record{ResultOf(*outcome)}) : std::nullopt;
+    return outcome ? std::optional(ResultOf(*outcome)) : std::nullopt;
 }
 
-std::optional<ByteReply> SoftApFamily::RestartAdapter(Session& session, bool afterWakeUp)
+std::optional<bool> SoftApFamily::RestartAdapter(Session& session, const FlagRequest& afterWakeUp)
 {
     if (!wifi_.IsOn()) {
-        return ByteReply{0};
+        return false;
     }
     const Scheduler& scheduler = scheduler_;
     const auto removed = AwaitGroup(scheduler_, session,
                                     [&](radio::Groups::Done done) { ap_.Remove(std::move(done)); });
     if (!removed || *removed == GroupOutcome::kAborted || !session.WaitFor(kAdapterRestart)) {
-        return scheduler.IsStopping() ? std::optional(ByteReply{0}) : std::nullopt;
+        return scheduler.IsStopping() ? std::optional(false) : std::nullopt;
     }
     ++restarts_;
-    wakeUpRestarts_ += afterWakeUp ? 1 : 0;
-    return ByteReply{1};
+    wakeUpRestarts_ += afterWakeUp.flag != 0 ? 1 : 0;
+    return true;
 }
 
 SoftApInfoMessage SoftApFamily::Info(std::int32_t errorCode) const
@@ -337,22 +309,16 @@ void SoftApFamily::NotifyAdvertisement()
         Advertisement(channel == 0  ? kSoftApAdvertisementStopped
                       : before == 0 ? kSoftApAdvertisementStarted
                                     : kSoftApAdvertisementMoved);
-    for (Session* session : listeners_) {
-        session->Notify(protocol::kSoftApAdvertisement, advertisement);
-    }
+    NotifyAll(listeners_, protocol::kSoftApAdvertisement, advertisement);
 }
 
 void SoftApFamily::NotifyStation(bool joined)
 {
-    for (Session* session : listeners_) {
-        session->Notify(protocol::kSoftApDeviceConnection, {joined ? 1 : 0});
-    }
+    NotifyAll(listeners_, protocol::kSoftApDeviceConnection, {joined ? 1 : 0});
     const bool first = joined && ap_.Stations().size() == 1;
     const bool last = !joined && ap_.Stations().empty();
     if (first || last) {
-        for (Session* session : clients_) {
-            session->Notify(protocol::kSoftApConnectStatus, {first ? 1 : 0});
-        }
+        NotifyAll(clients_, protocol::kSoftApConnectStatus, {first ? 1 : 0});
     }
 }
 

@@ -12,7 +12,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace pelacon::service {
@@ -30,16 +29,14 @@ class SoftApFamily : public Family {
     void ServeQuestions(Router& router);
     void ServeAdapter(Router& router);
     void ServeDevices(Router& router);
-    void ServeListeners(Router& router);
     // In SoftApChannels.cpp:
     void ServePhone(Router& router);
     void ServeChannels(Router& router);
-    void ServeBands(Router& router);
 
     std::optional<protocol::SoftApInfoMessage> Create(Session& session,
                                                       const protocol::SoftApInfoMessage& request);
-    std::optional<protocol::Int32Record> Destroy(Session& session, std::int32_t purpose);
-    std::optional<protocol::ByteReply> RestartAdapter(Session& session, bool afterWakeUp);
+    std::optional<std::int32_t> Destroy(Session& session, const protocol::Int32Record& request);
+    std::optional<bool> RestartAdapter(Session& session, const protocol::FlagRequest& afterWakeUp);
     radio::Groups::Done Noting(radio::Groups::Done done);
     protocol::SoftApInfoMessage Info(std::int32_t errorCode) const;
     std::int32_t Channel() const { return ap_.Describe().channel; }
@@ -65,12 +62,12 @@ class SoftApFamily : public Family {
     bool restartHotspot_ = false;
     bool missed5GHz_ = false;  // the last request for the band found no channel
     bool avoid5GHz_ = false;
-    std::uint32_t restarts_ = 0;
-    std::uint32_t wakeUpRestarts_ = 0;
+    std::int32_t restarts_ = 0;
+    std::int32_t wakeUpRestarts_ = 0;
 
-    std::unordered_set<Session*> clients_;              // notified of connections
-    std::unordered_set<Session*> connectionListeners_;  // those that are known to want it
-    std::unordered_set<Session*> listeners_;
+    Listeners clients_;              // notified of connections
+    Listeners connectionListeners_;  // those that are known to want it
+    Listeners listeners_;
 };
 
 }  // namespace pelacon::service

@@ -5,7 +5,6 @@
 
 namespace pelacon::service {
 
-using protocol::StatusReply;
 using protocol::TargetAdvRecord;
 
 namespace {
@@ -20,17 +19,15 @@ TargetAdvFamily::TargetAdvFamily(const Context& context)
         [this](const TargetAdvRecord& received) { Notify(received); });
 
     Router& router = context.router;
-    router.Serve(protocol::kRegisterTargetAdv, [this](Session& session, const protocol::Nothing&) {
+    router.Serve(protocol::kRegisterTargetAdv, [this](Session& session) {
         ++registrations_[&session];
-        return StatusReply{protocol::kStatusDone};
+        return protocol::kStatusDone;
     });
     router.Serve(protocol::kUnregisterTargetAdv,
-                 [this](Session& session, const protocol::TargetAdvBusinessRequest&) {
-                     return StatusReply{Unregister(session)};
-                 });
-    router.Serve(protocol::kPushTargetAdv, [this](Session&, const TargetAdvRecord& record) {
+                 [this](Session& session) { return Unregister(session); });
+    router.Serve(protocol::kPushTargetAdv, [this](const TargetAdvRecord& record) {
         Notify(record);
-        return StatusReply{protocol::kStatusDone};
+        return protocol::kStatusDone;
     });
 }
 

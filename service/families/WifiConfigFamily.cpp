@@ -2,21 +2,18 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/ChannelChoice.h>
 #include <service/families/WifiConfigFamily.h>
-#include <service/families/WifiText.h>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <functional>
 #include <set>
 #include <span>
 #include <utility>
 
 namespace pelacon::service {
-
-using protocol::Nothing;
-using protocol::StatusReply;
 
 namespace {
 
@@ -39,37 +36,18 @@ WifiConfigFamily::WifiConfigFamily(const Context& context)
     cards_.Observe([this](std::size_t changed) { NotifyCard(changed); });
     context.radios.GetGroups().ObserveStations(
         [this](const radio::Station& station, bool joined) { NotifyStation(station, joined); });
-    ServeConfigurations(context.router);
-    ServeChannels(context.router);
-    ServeInterfaces(context.router);
-    ServeNotifications(context.router);
-}
-
-void WifiConfigFamily::ServeConfigurations(Router& router)
-{
+    Router& router = context.router;
     router.Serve(protocol::kGetSelfWifiCfgInfo,
-                 [this](Session& session, const protocol::Int32Record& request) {
-                     return SelfConfiguration(session, request.value);
-                 });
+                 std::bind_front(&WifiConfigFamily::SelfConfiguration, this));
     router.Serve(protocol::kSetPeerWifiCfgInfo,
-                 [this](Session& session, const protocol::WifiCfg& request) {
-                     return SetPeerConfiguration(session, request);
-                 });
-    router.Serve(protocol::kRegisterWifiCfg, [this](Session& session, const Nothing&) {
+                 std::bind_front(&WifiConfigFamily::SetPeerConfiguration, this));
+    router.Serve(protocol::kRegisterWifiCfg, [this](Session& session) {
         configurationListeners_.insert(&session);
-        return StatusReply{protocol::kStatusDone};
+        return protocol::kStatusDone;
     });
-}
-
-void WifiConfigFamily::ServeChannels(Router& router)
-{
     router.Serve(protocol::kGetRecommendChannel,
-                 [this](Session&, ByteView request) { return Recommend(request); });
-}
-
-void WifiConfigFamily::ServeInterfaces(Router& router)
-{
-    router.Serve(protocol::kGetIfaceCoexistCap, [this](Session&, const Nothing&) {
+                 std::bind_front(&WifiConfigFamily::Recommend, this));
+    router.Serve(protocol::kGetIfaceCoexistCap, [this] {
         protocol::IfaceCoexistCapReply reply{};
         const std::string_view text =
             std::string_view(cards_.Coexistence()).substr(0, sizeof reply.capability);
@@ -77,23 +55,12 @@ void WifiConfigFamily::ServeInterfaces(Router& router)
         reply.length = static_cast<std::int32_t>(text.size());
         return reply;
     });
-    router.Serve(
-        protocol::kSetUpperScene,
-        [this](Session&, const protocol::UpperSceneRequest& request) { return SetScene(request); });
-    router.Serve(protocol::kGetGuidByInterfaceName,
-                 [this](Session&, std::string_view name) { return Guid(name); });
-}
-
-void WifiConfigFamily::ServeNotifications(Router& router)
-{
+    router.Serve(protocol::kSetUpperScene, std::bind_front(&WifiConfigFamily::SetScene, this));
+    router.Serve(protocol::kGetGuidByInterfaceName, std::bind_front(&WifiConfigFamily::Guid, this));
     router.Serve(protocol::kSetConnNotify,
-                 [this](Session& session, const protocol::ConnNotifyRequest& request) {
-                     return AskForConnections(session, request);
-                 });
+                 std::bind_front(&WifiConfigFamily::AskForConnections, this));
     router.Serve(protocol::kSetWifiCardStateNotify,
-                 [this](Session& session, const protocol::CardState& request) {
-                     return AskForCards(session, request.card);
-                 });
+                 std::bind_front(&WifiConfigFamily::AskForCards, this));
 }
 
 // A client that returns drops what none of its tables is registered for. What it set before is its
@@ -140,9 +107,10 @@ void WifiConfigFamily::ForgetSetter(const Session& session)
     settings_ = std::move(kept);
 }
 
-protocol::SelfWifiCfgReply WifiConfigFamily::SelfConfiguration(const Session& session,
-                                                               std::int32_t type) const
+protocol::SelfWifiCfgReply WifiConfigFamily::SelfConfiguration(
+    const Session& session, const protocol::Int32Record& request) const
 {
+    const std::int32_t type = request.value;
     const auto setting = std::find_if(
         settings_.rbegin(), settings_.rend(),
         [&](const Setting& one) { return one.type == type && one.setter != &session; });
@@ -161,7 +129,7 @@ Bytes WifiConfigFamily::DefaultConfiguration(std::int32_t type) const
         return {};
     }
     std::string text = type == kSelfCfgGroupOwner ? "role=owner" : "role=station";
-    text += ";address=" + AddressDigits(wifi_.Address()) + ";channels=";
+    text += ";address=" + protocol::AddressDigits(wifi_.Address()) + ";channels=";
     const char* separator = "";
     for (const radio::Wifi::Channel& channel : wifi_.Channels()) {
         text += separator + std::to_string(channel.number);
@@ -171,13 +139,13 @@ Bytes WifiConfigFamily::DefaultConfiguration(std::int32_t type) const
                                              std::min(text.size(), protocol::kWifiCfgSize))};
 }
 
-StatusReply WifiConfigFamily::SetPeerConfiguration(Session& session,
-                                                   const protocol::WifiCfg& request)
+std::int32_t WifiConfigFamily::SetPeerConfiguration(Session& session,
+                                                    const protocol::WifiCfg& request)
 {
     const bool isTypeKnown = request.type >= 0 && request.type < kMostTypes;
     if (!isTypeKnown || request.length < 0 ||
         request.length > static_cast<std::int32_t>(protocol::kWifiCfgSize)) {
-        return {protocol::kStatusInvalidArgument};
+        return protocol::kStatusInvalidArgument;
     }
     std::erase_if(settings_, [&](const Setting& one) {
         return one.setter == &session && one.type == request.type;
@@ -189,7 +157,7 @@ StatusReply WifiConfigFamily::SetPeerConfiguration(Session& session,
             listener->Notify(protocol::kWifiCfgChanged, request);
         }
     }
-    return {protocol::kStatusDone};
+    return protocol::kStatusDone;
 }
 
 protocol::RecommendChannelReply WifiConfigFamily::Recommend(ByteView request) const
@@ -217,14 +185,14 @@ const radio::WifiInterface* WifiConfigFamily::FindInterface(std::string_view nam
     return found != interfaces.end() ? &*found : nullptr;
 }
 
-StatusReply WifiConfigFamily::SetScene(const protocol::UpperSceneRequest& request)
+std::int32_t WifiConfigFamily::SetScene(const protocol::UpperSceneRequest& request)
 {
     const radio::WifiInterface* const found = FindInterface(TextIn(request.ifName));
     if (found == nullptr) {
-        return {protocol::kStatusNotFound};
+        return protocol::kStatusNotFound;
     }
     scenes_[found->name] = request.scene.scene;
-    return {protocol::kStatusDone};
+    return protocol::kStatusDone;
 }
 
 protocol::InterfaceGuidReply WifiConfigFamily::Guid(std::string_view name) const
@@ -239,13 +207,14 @@ protocol::InterfaceGuidReply WifiConfigFamily::Guid(std::string_view name) const
     return reply;
 }
 
-protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session, std::int32_t card)
+protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session,
+                                                       const protocol::CardState& request)
 {
     protocol::CardStateReply reply{};
     const std::span<const radio::CardState> states = Cards();
     for (std::size_t index = 0; index < states.size(); ++index) {
         const auto number = static_cast<std::int32_t>(index);
-        if (card == kEveryCard || card == number) {
+        if (request.card == kEveryCard || request.card == number) {
             reply.entries[reply.count++] = {number, static_cast<std::int32_t>(states[index])};
         }
     }
@@ -258,20 +227,20 @@ protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session, std::in
 }
 
 /// Addresses are compared in the form in which they are notified.
-StatusReply WifiConfigFamily::AskForConnections(Session& session,
-                                                protocol::ConnNotifyRequest request)
+std::int32_t WifiConfigFamily::AskForConnections(Session& session,
+                                                 protocol::ConnNotifyRequest request)
 {
     const std::string_view address = TextIn(request.address);
     const auto isDigit = [](char character) { return protocol::HexValue(character) >= 0; };
     if (!address.empty() &&
         (address.size() != kAddressDigits || !std::ranges::all_of(address, isDigit))) {
-        return {protocol::kStatusInvalidArgument};
+        return protocol::kStatusInvalidArgument;
     }
     for (char& character : request.address) {
         character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
     }
     connectionListeners_[&session] = request;
-    return {protocol::kStatusDone};
+    return protocol::kStatusDone;
 }
 
 /// Those that records have room for.
@@ -294,14 +263,12 @@ void WifiConfigFamily::NotifyCard(std::size_t changed) const
     }
     change.changed = static_cast<std::int32_t>(changed);
     change.count = static_cast<std::int32_t>(states.size());
-    for (Session* listener : cardListeners_) {
-        listener->Notify(protocol::kWifiCardStateChange, change);
-    }
+    NotifyAll(cardListeners_, protocol::kWifiCardStateChange, change);
 }
 
 void WifiConfigFamily::NotifyStation(const radio::Station& station, bool joined) const
 {
-    const std::string address = AddressDigits(station.address);
+    const std::string address = protocol::AddressDigits(station.address);
     protocol::WifiCfg event{};
     event.type = joined ? kVod2dStationJoined : kVod2dStationLeft;
     std::ranges::copy(address, event.blob);

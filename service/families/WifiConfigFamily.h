@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace pelacon::service {
@@ -33,18 +32,14 @@ class WifiConfigFamily : public Family {
         std::uint32_t processId = 0;  // of a setter that has left, and may return
     };
 
-    void ServeConfigurations(Router& router);
-    void ServeChannels(Router& router);
-    void ServeInterfaces(Router& router);
-    void ServeNotifications(Router& router);
-
-    protocol::SelfWifiCfgReply SelfConfiguration(const Session& session, std::int32_t type) const;
-    protocol::StatusReply SetPeerConfiguration(Session& session, const protocol::WifiCfg& request);
-    protocol::StatusReply AskForConnections(Session& session, protocol::ConnNotifyRequest request);
+    protocol::SelfWifiCfgReply SelfConfiguration(const Session& session,
+                                                 const protocol::Int32Record& request) const;
+    std::int32_t SetPeerConfiguration(Session& session, const protocol::WifiCfg& request);
+    std::int32_t AskForConnections(Session& session, protocol::ConnNotifyRequest request);
     protocol::RecommendChannelReply Recommend(ByteView request) const;
-    protocol::StatusReply SetScene(const protocol::UpperSceneRequest& request);
+    std::int32_t SetScene(const protocol::UpperSceneRequest& request);
     protocol::InterfaceGuidReply Guid(std::string_view name) const;
-    protocol::CardStateReply AskForCards(Session& session, std::int32_t card);
+    protocol::CardStateReply AskForCards(Session& session, const protocol::CardState& request);
     void ForgetSetter(const Session& session);
     Bytes DefaultConfiguration(std::int32_t type) const;
     std::span<const radio::CardState> Cards() const;
@@ -56,8 +51,8 @@ class WifiConfigFamily : public Family {
     radio::Wifi& wifi_;
     radio::WifiCards& cards_;
     std::vector<Setting> settings_;  // the latest last
-    std::unordered_set<Session*> configurationListeners_;
-    std::unordered_set<Session*> cardListeners_;
+    Listeners configurationListeners_;
+    Listeners cardListeners_;
     std::unordered_map<Session*, protocol::ConnNotifyRequest> connectionListeners_;
     std::map<std::string, std::int32_t, std::less<>> scenes_;  // by interface
 };

@@ -4,13 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
+#include <functional>
 
 namespace pelacon::service {
-
-using protocol::ByteReply;
-using protocol::FlagRequest;
-using protocol::Int32Record;
-using protocol::Nothing;
 
 namespace {
 
@@ -42,28 +38,26 @@ WifiStateFamily::WifiStateFamily(const Context& context)
       cards_(context.radios.GetWifiCards()),
       phone_(context.radios.GetPhone())
 {
-    wifi_.ObserveSwitch([this](bool on) { NotifySwitch(on); });
-    phone_.Observe([this](std::int32_t channel) { NotifyChannel(channel); });
+    wifi_.ObserveSwitch([this](bool on) {
+        NotifyAll(switchListeners_, protocol::kWifiSwitchState, {StateOf(on)});
+    });
+    phone_.Observe([this](std::int32_t channel) {
+        NotifyAll(channelListeners_, protocol::kWifiConnectChannel, {channel});
+    });
 
     Router& router = context.router;
-    router.Serve(protocol::kEnableWifi, [this](Session& session, const FlagRequest& request) {
-        return Enable(session, request.flag != 0);
+    router.Serve(protocol::kEnableWifi, std::bind_front(&WifiStateFamily::Enable, this));
+    router.Serve(protocol::kGetWifiState, [this] { return StateOf(wifi_.IsOn()); });
+    router.Serve(protocol::kRegistWifiStateChangeCallback, [this](Session& session) {
+        switchListeners_.insert(&session);
+        return true;
     });
-    router.Serve(protocol::kGetWifiState,
-                 [this](Session&, const Nothing&) { return Int32Record{StateOf(wifi_.IsOn())}; });
-    router.Serve(protocol::kRegistWifiStateChangeCallback,
-                 [this](Session& session, const Nothing&) {
-                     switchListeners_.insert(&session);
-                     return ByteReply{1};
-                 });
     // The client may have other objects registered: it is still notified of the switch.
-    router.Serve(protocol::kUnRegistWifiStateChangeCallback,
-                 [](Session&, const Nothing&) { return ByteReply{1}; });
-    router.Serve(protocol::kRegistWifiStateChangeCallBack,
-                 [this](Session& session, const Nothing&) {
-                     channelListeners_.insert(&session);
-                     return ByteReply{1};
-                 });
+    router.Serve(protocol::kUnRegistWifiStateChangeCallback, [] { return true; });
+    router.Serve(protocol::kRegistWifiStateChangeCallBack, [this](Session& session) {
+        channelListeners_.insert(&session);
+        return true;
+    });
 }
 
 // A client that returns is notified of the state that it finds, and drops what none of its objects
@@ -86,33 +80,21 @@ void WifiStateFamily::ClientLeft(Session& session)
 
 /// Switches, and waits until that is done. Nothing where the client has left meanwhile. Where there
 /// is no point in going on the family may be gone, and is not touched.
-std::optional<Int32Record> WifiStateFamily::Enable(Session& session, bool on)
+std::optional<std::int32_t> WifiStateFamily::Enable(Session& session,
+                                                    const protocol::FlagRequest& request)
 {
     const auto& cards = cards_.States();
     if (cards.empty() || cards.front() == radio::CardState::kAbsent) {
-        return Int32Record{kEnableWifiNoAdapter};
+        return kEnableWifiNoAdapter;
     }
     const Completion<radio::Outcome> completion(scheduler_);
-    wifi_.Switch(on, [completion](radio::Outcome outcome) { completion.Set(outcome); });
+    wifi_.Switch(request.flag != 0,
+                 [completion](radio::Outcome outcome) { completion.Set(outcome); });
     const auto outcome = session.Await(completion, kSwitchPatience);
     if (!outcome && !session.IsPresent()) {
         return std::nullopt;
     }
-    return Int32Record{ResultOf(outcome.value_or(radio::Outcome::kFailed))};
-}
-
-void WifiStateFamily::NotifySwitch(bool on) const
-{
-    for (Session* session : switchListeners_) {
-        session->Notify(protocol::kWifiSwitchState, {StateOf(on)});
-    }
-}
-
-void WifiStateFamily::NotifyChannel(std::int32_t channel) const
-{
-    for (Session* session : channelListeners_) {
-        session->Notify(protocol::kWifiConnectChannel, {channel});
-    }
+    return ResultOf(outcome.value_or(radio::Outcome::kFailed));
 }
 
 void WifiStateFamily::Describe(nlohmann::json& status) const

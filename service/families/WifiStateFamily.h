@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <unordered_set>
 
 namespace pelacon::service {
 
@@ -19,16 +18,14 @@ class WifiStateFamily : public Family {
     void Describe(nlohmann::json& status) const override;
 
   private:
-    std::optional<protocol::Int32Record> Enable(Session& session, bool on);
-    void NotifySwitch(bool on) const;
-    void NotifyChannel(std::int32_t channel) const;
+    std::optional<std::int32_t> Enable(Session& session, const protocol::FlagRequest& request);
 
     Scheduler& scheduler_;
     radio::Wifi& wifi_;
     radio::WifiCards& cards_;
     radio::Phone& phone_;
-    std::unordered_set<Session*> switchListeners_;
-    std::unordered_set<Session*> channelListeners_;
+    Listeners switchListeners_;
+    Listeners channelListeners_;
 };
 
 }  // namespace pelacon::service
