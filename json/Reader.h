@@ -24,6 +24,10 @@ class Fields;
 template <typename Meaning>
 using Choices = std::initializer_list<std::pair<std::string_view, std::type_identity_t<Meaning>>>;
 
+/// A function that reads an object's fields into a value.
+template <typename Value>
+using ObjectReader = void (*)(Fields& fields, Value& value);
+
 /// A value of a document, and its position. The document must outlive it. All members throw Error.
 class Reader {
   public:
@@ -90,8 +94,24 @@ class Reader {
         return elements;
     }
 
+    /// A list of objects.
+    template <typename Element>
+    std::vector<Element> List(ObjectReader<Element> readFields) const
+    {
+        return List([&](const Reader& element) { return element.Object(readFields); });
+    }
+
     /// An object. The function reads its fields; a field that it does not read is an error.
     void Object(const std::function<void(Fields&)>& readFields) const;
+
+    /// The value that the function reads an object's fields into.
+    template <typename Value>
+    Value Object(ObjectReader<Value> readFields) const
+    {
+        Value value;
+        Object([&](Fields& fields) { readFields(fields, value); });
+        return value;
+    }
 
     bool IsText() const { return AsText() != nullptr; }
 
@@ -143,8 +163,8 @@ class Fields {
 
     /// Reads the field with this name into the target, which stays as it is if there is none. How
     /// it is read follows from the target's type, with the limits given. Instead of limits, a
-    /// function of a Reader may be given: it returns the value, or the value of a list's elements,
-    /// or also takes the target and changes that.
+    /// function may be given: an ObjectReader of the target or of a list's elements, or a function
+    /// of a Reader that returns the value, or the value of a list's elements.
     template <typename Target, typename... How>
     void Read(std::string_view name, Target& target, const How&... how)
     {
@@ -197,11 +217,16 @@ class Fields {
     {
         ReadInto(field, target.emplace(), limits...);
     }
-    template <typename Target, typename Function>
-    static void ReadInto(const Reader& field, Target& target, const Function& read) requires
-        std::invocable<Function, const Reader&, Target&>
+    template <typename Target>
+    static void ReadInto(const Reader& field, Target& target, ObjectReader<Target> readFields)
     {
-        read(field, target);
+        field.Object([&](Fields& fields) { readFields(fields, target); });
+    }
+    template <typename Element>
+    static void ReadInto(const Reader& field, std::vector<Element>& target,
+                         ObjectReader<Element> readFields)
+    {
+        target = field.List(readFields);
     }
     template <typename Target, std::invocable<const Reader&> Function>
     static void ReadInto(const Reader& field, Target& target, const Function& read)

@@ -132,7 +132,7 @@ void Core::AddFaultCommands(Commands& commands)
 {
     commands.Add("fault.add", "puts a fault in force: fault (as in a world file)",
                  [this](json::Fields& fields) {
-                     const FaultConfig fault = ReadFault(fields.Required("fault"));
+                     const auto fault = fields.Required("fault").Object(&ReadFault);
                      return [this, fault]() -> nlohmann::json {
                          return {{"number", faults_.Add(fault)}};
                      };

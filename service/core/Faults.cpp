@@ -67,32 +67,28 @@ std::string_view NameOf(FaultKind kind)
     return kKinds[static_cast<std::size_t>(kind)].first;
 }
 
-FaultConfig ReadFault(const json::Reader& reader)
+void ReadFault(json::Fields& fields, FaultConfig& config)
 {
-    FaultConfig config;
-    reader.Object([&](json::Fields& fields) {
-        ReadRequest(fields.Required("request"), config);
-        config.kind = ReadKind(fields.Required("do"));
-        const bool isDelay = config.kind == FaultKind::kDelay;
-        if (isDelay) {
-            config.delay = fields.Required("ms").Milliseconds(0ms, 1h);
-        } else {
-            fields.Read("ms", config.delay, 0ms, 1h);
+    ReadRequest(fields.Required("request"), config);
+    config.kind = ReadKind(fields.Required("do"));
+    const bool isDelay = config.kind == FaultKind::kDelay;
+    if (isDelay) {
+        config.delay = fields.Required("ms").Milliseconds(0ms, 1h);
+    } else {
+        fields.Read("ms", config.delay, 0ms, 1h);
+    }
+    if (config.kind == FaultKind::kStatus) {
+        config.status = fields.Required("status").Integer<std::int32_t>();
+        if (config.entry != nullptr && !ReplyWithStatus(config.entry, 0)) {
+            fields.Fail("a reply to " + config.request + " has no place for a status");
         }
-        if (config.kind == FaultKind::kStatus) {
-            config.status = fields.Required("status").Integer<std::int32_t>();
-            if (config.entry != nullptr && !ReplyWithStatus(config.entry, 0)) {
-                fields.Fail("a reply to " + config.request + " has no place for a status");
-            }
-        } else if (!isDelay) {
-            fields.Read("perform", config.perform);
-        }
-        fields.Read("after", config.after, 0, 1'000'000'000);
-        fields.Read("times", config.times, 1, 1'000'000'000);
-        fields.Read("probability", config.probability, 0, 1);
-        fields.Read("seed", config.seed, 0, INT64_MAX);
-    });
-    return config;
+    } else if (!isDelay) {
+        fields.Read("perform", config.perform);
+    }
+    fields.Read("after", config.after, 0, 1'000'000'000);
+    fields.Read("times", config.times, 1, 1'000'000'000);
+    fields.Read("probability", config.probability, 0, 1);
+    fields.Read("seed", config.seed, 0, INT64_MAX);
 }
 
 std::uint64_t Faults::Add(const FaultConfig& config)

@@ -41,7 +41,7 @@ struct FaultConfig {
     std::optional<std::uint64_t> seed;  ///< of its random numbers
 };
 
-FaultConfig ReadFault(const json::Reader& reader);
+void ReadFault(json::Fields& fields, FaultConfig& config);
 
 /// Its name in world files and commands.
 std::string_view NameOf(FaultKind kind);

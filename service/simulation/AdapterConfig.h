@@ -25,6 +25,6 @@ struct AdapterConfig {
     std::vector<ConnectedDevice> connected;
 };
 
-AdapterConfig ReadAdapter(const json::Reader& reader);
+void ReadAdapter(json::Fields& fields, AdapterConfig& config);
 
 }  // namespace pelacon::service::simulation

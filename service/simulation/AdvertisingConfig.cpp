@@ -110,19 +110,17 @@ AdvertisingConfig DefaultAdvertising(const std::string& name)
     return config;
 }
 
-void ReadAdvertising(const json::Reader& reader, AdvertisingConfig& config)
+void ReadAdvertising(json::Fields& fields, AdvertisingConfig& config)
 {
     using Kind = radio::AdvertisementKind;
-    reader.Object([&](json::Fields& fields) {
-        fields.Read("on", config.on);
-        fields.Read("intervalMs", config.interval, 1ms, 1min);
-        fields.Read("kind", config.kind,
-                    {{"connectable", Kind::kConnectable},
-                     {"scannable", Kind::kScannable},
-                     {"non-connectable", Kind::kNonConnectable}});
-        fields.Read("data", config.data, &ReadData);
-        fields.Read("scanResponse", config.scanResponse, &ReadData);
-    });
+    fields.Read("on", config.on);
+    fields.Read("intervalMs", config.interval, 1ms, 1min);
+    fields.Read("kind", config.kind,
+                {{"connectable", Kind::kConnectable},
+                 {"scannable", Kind::kScannable},
+                 {"non-connectable", Kind::kNonConnectable}});
+    fields.Read("data", config.data, &ReadData);
+    fields.Read("scanResponse", config.scanResponse, &ReadData);
 }
 
 }  // namespace pelacon::service::simulation

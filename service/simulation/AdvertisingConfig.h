@@ -23,6 +23,6 @@ struct AdvertisingConfig {
 AdvertisingConfig DefaultAdvertising(const std::string& name);
 
 /// Reads what differs from this configuration into it.
-void ReadAdvertising(const json::Reader& reader, AdvertisingConfig& config);
+void ReadAdvertising(json::Fields& fields, AdvertisingConfig& config);
 
 }  // namespace pelacon::service::simulation

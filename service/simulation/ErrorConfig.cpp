@@ -4,15 +4,11 @@ namespace pelacon::service::simulation {
 
 using namespace std::chrono_literals;
 
-ErrorConfig ReadError(const json::Reader& reader)
+void ReadError(json::Fields& fields, ErrorConfig& config)
 {
-    ErrorConfig config;
-    reader.Object([&](json::Fields& fields) {
-        config.code = fields.Required("code").Integer<std::int32_t>();
-        config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
-        fields.Read("everyMs", config.every, 1ms, 24h);
-    });
-    return config;
+    config.code = fields.Required("code").Integer<std::int32_t>();
+    config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
+    fields.Read("everyMs", config.every, 1ms, 24h);
 }
 
 }  // namespace pelacon::service::simulation

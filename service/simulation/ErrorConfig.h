@@ -14,6 +14,6 @@ struct ErrorConfig {
     std::chrono::milliseconds every{0};  ///< period of repetition; 0: once
 };
 
-ErrorConfig ReadError(const json::Reader& reader);
+void ReadError(json::Fields& fields, ErrorConfig& config);
 
 }  // namespace pelacon::service::simulation

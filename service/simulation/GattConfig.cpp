@@ -11,66 +11,43 @@ namespace {
 constexpr std::int32_t kLeastMtu = 23;
 constexpr std::int32_t kMostMtu = 517;
 
-GattCharacteristicConfig ReadCharacteristic(const json::Reader& reader)
+void ReadCharacteristic(json::Fields& fields, GattCharacteristicConfig& config)
 {
-    GattCharacteristicConfig config;
-    reader.Object([&](json::Fields& fields) {
-        config.uuid = json::ReadUuid(fields.Required("uuid"));
-        fields.Read("flags", config.flags, &json::ReadGattFlags);
-        fields.Read("value", config.value, &json::ReadGattValue);
-        fields.Read("notifyMs", config.notifyEvery, 1ms, 1h);
-        fields.Read("notifyValues", config.notifyValues, &json::ReadGattValue);
-    });
-    return config;
+    config.uuid = json::ReadUuid(fields.Required("uuid"));
+    fields.Read("flags", config.flags, &json::ReadGattFlags);
+    fields.Read("value", config.value, &json::ReadGattValue);
+    fields.Read("notifyMs", config.notifyEvery, 1ms, 1h);
+    fields.Read("notifyValues", config.notifyValues, &json::ReadGattValue);
 }
 
-GattServiceConfig ReadService(const json::Reader& reader)
+void ReadService(json::Fields& fields, GattServiceConfig& config)
 {
-    GattServiceConfig config;
-    reader.Object([&](json::Fields& fields) {
-        config.uuid = json::ReadUuid(fields.Required("uuid"));
-        fields.Read("characteristics", config.characteristics, json::Distinct(&ReadCharacteristic));
-    });
-    return config;
+    config.uuid = json::ReadUuid(fields.Required("uuid"));
+    fields.Read("characteristics", config.characteristics, json::Distinct(&ReadCharacteristic));
 }
 
-GattDisconnectConfig ReadDisconnect(const json::Reader& reader)
+void ReadDisconnect(json::Fields& fields, GattDisconnectConfig& config)
 {
-    GattDisconnectConfig config;
-    reader.Object([&](json::Fields& fields) {
-        config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
-        fields.Read("reason", config.reason,
-                    {{"peer", GattReason::kPeer}, {"timeout", GattReason::kTimeout}});
-    });
-    return config;
+    config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
+    fields.Read("reason", config.reason,
+                {{"peer", GattReason::kPeer}, {"timeout", GattReason::kTimeout}});
 }
 
-void ReadLinkFields(json::Fields& fields, GattLinkConfig& config)
+}  // namespace
+
+void ReadGattLink(json::Fields& fields, GattLinkConfig& config)
 {
     fields.Read("connectMs", config.connectDelay, 0ms, 1min);
     fields.Read("responseMs", config.responseDelay, 0ms, 1min);
     fields.Read("mtu", config.mtu, kLeastMtu, kMostMtu);
 }
 
-}  // namespace
-
-GattLinkConfig ReadGattLink(const json::Reader& reader)
+void ReadGattPeripheral(json::Fields& fields, GattPeripheralConfig& config)
 {
-    GattLinkConfig config;
-    reader.Object([&](json::Fields& fields) { ReadLinkFields(fields, config); });
-    return config;
-}
-
-GattPeripheralConfig ReadGattPeripheral(const json::Reader& reader)
-{
-    GattPeripheralConfig config;
-    reader.Object([&](json::Fields& fields) {
-        ReadLinkFields(fields, config.link);
-        fields.Read("refuse", config.refuses);
-        fields.Read("disconnect", config.disconnect, &ReadDisconnect);
-        fields.Read("services", config.services, json::Distinct(&ReadService));
-    });
-    return config;
+    ReadGattLink(fields, config.link);
+    fields.Read("refuse", config.refuses);
+    fields.Read("disconnect", config.disconnect, &ReadDisconnect);
+    fields.Read("services", config.services, json::Distinct(&ReadService));
 }
 
 }  // namespace pelacon::service::simulation

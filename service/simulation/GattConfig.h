@@ -42,7 +42,7 @@ struct GattPeripheralConfig {
     std::vector<GattServiceConfig> services;
 };
 
-GattLinkConfig ReadGattLink(const json::Reader& reader);
-GattPeripheralConfig ReadGattPeripheral(const json::Reader& reader);
+void ReadGattLink(json::Fields& fields, GattLinkConfig& config);
+void ReadGattPeripheral(json::Fields& fields, GattPeripheralConfig& config);
 
 }  // namespace pelacon::service::simulation

@@ -32,37 +32,20 @@ bool IsIpAddress(std::string_view text)
     return position == end;
 }
 
-CreationConfig ReadCreation(const json::Reader& reader)
+void ReadCreation(json::Fields& fields, CreationConfig& creation)
 {
-    CreationConfig creation;
-    reader.Object([&](json::Fields& fields) {
-        fields.Read("ms", creation.delay, 0ms, 10min);
-        if (const auto fails = fields.Optional("fails"); fails && fails->Bool()) {
-            creation.outcome = radio::GroupOutcome::kFailed;
-        }
-    });
-    return creation;
+    fields.Read("ms", creation.delay, 0ms, 10min);
+    if (const auto fails = fields.Optional("fails"); fails && fails->Bool()) {
+        creation.outcome = radio::GroupOutcome::kFailed;
+    }
 }
 
-StationConfig ReadStation(const json::Reader& reader)
+void ReadStation(json::Fields& fields, StationConfig& station)
 {
-    StationConfig station;
-    reader.Object([&](json::Fields& fields) {
-        station.address = fields.Required("address").Address();
-        fields.Read("ipAddress", station.ipAddress, &ReadIpAddress);
-        fields.Read("joinMs", station.joinAfter, 0ms, 24h);
-        fields.Read("stayMs", station.stay, 0ms, 24h);
-    });
-    return station;
-}
-
-/// Reads the fields about the group's owner.
-void ReadOwner(json::Fields& fields, GroupConfig& config)
-{
-    fields.Read("ssid", config.ssid, &json::Reader::Ssid);
-    fields.Read("passPhrase", config.passPhrase, kShortestPassPhrase, kLongestPassPhrase);
-    fields.Read("address", config.address, &json::Reader::Address);
-    fields.Read("ipAddress", config.ipAddress, &ReadIpAddress);
+    station.address = fields.Required("address").Address();
+    fields.Read("ipAddress", station.ipAddress, &ReadIpAddress);
+    fields.Read("joinMs", station.joinAfter, 0ms, 24h);
+    fields.Read("stayMs", station.stay, 0ms, 24h);
 }
 
 }  // namespace
@@ -85,15 +68,16 @@ GroupConfig UsualSoftAp()
     return config;
 }
 
-void ReadGroup(const json::Reader& reader, GroupConfig& config)
+void ReadGroup(json::Fields& fields, GroupConfig& config)
 {
-    reader.Object([&](json::Fields& fields) {
-        ReadOwner(fields, config);
-        fields.Read("creation", config.creation, &ReadCreation);
-        fields.Read("firstCreations", config.firstCreations, &ReadCreation);
-        fields.Read("removeMs", config.removeDelay, 0ms, 10min);
-        fields.Read("stations", config.stations, &ReadStation);
-    });
+    fields.Read("ssid", config.ssid, &json::Reader::Ssid);
+    fields.Read("passPhrase", config.passPhrase, kShortestPassPhrase, kLongestPassPhrase);
+    fields.Read("address", config.address, &json::Reader::Address);
+    fields.Read("ipAddress", config.ipAddress, &ReadIpAddress);
+    fields.Read("creation", config.creation, &ReadCreation);
+    fields.Read("firstCreations", config.firstCreations, &ReadCreation);
+    fields.Read("removeMs", config.removeDelay, 0ms, 10min);
+    fields.Read("stations", config.stations, &ReadStation);
 }
 
 }  // namespace pelacon::service::simulation

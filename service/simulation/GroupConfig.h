@@ -41,7 +41,7 @@ struct GroupConfig {
 GroupConfig UsualSoftAp();
 
 /// Reads what differs from this configuration into it.
-void ReadGroup(const json::Reader& reader, GroupConfig& config);
+void ReadGroup(json::Fields& fields, GroupConfig& config);
 
 /// An IPv4 address, dotted.
 std::string ReadIpAddress(const json::Reader& reader);

@@ -23,7 +23,7 @@ struct PhoneConfig {
     std::vector<PhoneMove> moves;
 };
 
-PhoneConfig ReadPhone(const json::Reader& reader);
+void ReadPhone(json::Fields& fields, PhoneConfig& config);
 
 /// The number of an existing channel, or 0 for none.
 std::int32_t ReadConnectionChannel(const json::Reader& reader);

@@ -47,7 +47,8 @@ void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
 {
     commands.Add("wifi.connect", "the adapter connects to an access point: ssid, channel",
                  [&wifi](json::Fields& fields) {
-                     const radio::Wifi::Connection connection = ReadConnection(fields);
+                     radio::Wifi::Connection connection;
+                     ReadConnection(fields, connection);
                      return [&wifi, connection] {
                          wifi.Connect(connection);
                          return nlohmann::json::object();

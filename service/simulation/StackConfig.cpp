@@ -48,22 +48,15 @@ StackBehaviour ReadStackBehaviour(json::Fields& fields, StackOperation operation
     return behaviour;
 }
 
-StackConfig ReadStack(const json::Reader& reader)
+void ReadStack(json::Fields& fields, StackConfig& config)
 {
-    StackConfig config;
-    reader.Object([&](json::Fields& fields) {
-        for (const auto& [name, operation] : kNames) {
-            fields.Read(name, config[static_cast<std::size_t>(operation)],
-                        [which = operation](const json::Reader& one) {
-                            StackBehaviour behaviour;
-                            one.Object([&](json::Fields& its) {
-                                behaviour = ReadStackBehaviour(its, which);
-                            });
-                            return behaviour;
-                        });
+    for (const auto& [name, operation] : kNames) {
+        if (const auto behaviour = fields.Optional(name)) {
+            behaviour->Object([&, which = operation](json::Fields& its) {
+                config[static_cast<std::size_t>(which)] = ReadStackBehaviour(its, which);
+            });
         }
-    });
-    return config;
+    }
 }
 
 }  // namespace pelacon::service::simulation

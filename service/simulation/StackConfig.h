@@ -27,7 +27,7 @@ struct StackBehaviour {
 /// For each operation, by its number. By default everything is done at once.
 using StackConfig = std::array<StackBehaviour, kStackOperations>;
 
-StackConfig ReadStack(const json::Reader& reader);
+void ReadStack(json::Fields& fields, StackConfig& config);
 
 /// A command's field `operation`.
 StackOperation ReadStackOperation(const json::Reader& reader);

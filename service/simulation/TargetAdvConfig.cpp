@@ -8,19 +8,15 @@ namespace pelacon::service::simulation {
 
 using namespace std::chrono_literals;
 
-TargetAdvConfig ReadTargetAdv(const json::Reader& reader)
+void ReadTargetAdv(json::Fields& fields, TargetAdvConfig& config)
 {
-    TargetAdvConfig config;
-    reader.Object([&](json::Fields& fields) {
-        config.advertisement.business =
-            static_cast<BleTargetBusiness>(fields.Required("business").Integer<std::int32_t>());
-        if (const auto data = fields.Optional("data")) {
-            const std::vector<std::uint8_t> bytes = data->Hex(0, sizeof config.advertisement.data);
-            std::copy(bytes.begin(), bytes.end(), config.advertisement.data);
-        }
-        fields.Read("everyMs", config.every, 1ms, 1h);
-    });
-    return config;
+    config.advertisement.business =
+        static_cast<BleTargetBusiness>(fields.Required("business").Integer<std::int32_t>());
+    if (const auto data = fields.Optional("data")) {
+        const std::vector<std::uint8_t> bytes = data->Hex(0, sizeof config.advertisement.data);
+        std::copy(bytes.begin(), bytes.end(), config.advertisement.data);
+    }
+    fields.Read("everyMs", config.every, 1ms, 1h);
 }
 
 }  // namespace pelacon::service::simulation

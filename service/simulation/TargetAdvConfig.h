@@ -13,6 +13,6 @@ struct TargetAdvConfig {
     std::chrono::milliseconds every{1000};
 };
 
-TargetAdvConfig ReadTargetAdv(const json::Reader& reader);
+void ReadTargetAdv(json::Fields& fields, TargetAdvConfig& config);
 
 }  // namespace pelacon::service::simulation

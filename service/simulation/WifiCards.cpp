@@ -23,18 +23,14 @@ bool IsGuid(const std::string& text)
     });
 }
 
-WifiInterface ReadInterface(const json::Reader& reader)
+void ReadInterface(json::Fields& fields, WifiInterface& result)
 {
-    WifiInterface result;
-    reader.Object([&](json::Fields& fields) {
-        result.name = fields.Required("name").Text(1, kLongestName);
-        const json::Reader guid = fields.Required("guid");
-        result.guid = guid.Text(kGuidLength, kGuidLength);
-        if (!IsGuid(result.guid)) {
-            guid.Fail("must be a GUID such as \"{5E1AC0DE-0000-4000-8000-000000000001}\"");
-        }
-    });
-    return result;
+    result.name = fields.Required("name").Text(1, kLongestName);
+    const json::Reader guid = fields.Required("guid");
+    result.guid = guid.Text(kGuidLength, kGuidLength);
+    if (!IsGuid(result.guid)) {
+        guid.Fail("must be a GUID such as \"{5E1AC0DE-0000-4000-8000-000000000001}\"");
+    }
 }
 
 }  // namespace
@@ -45,25 +41,21 @@ CardState ReadCardState(const json::Reader& reader)
         {{"absent", CardState::kAbsent}, {"off", CardState::kOff}, {"on", CardState::kOn}});
 }
 
-WifiCardsConfig ReadWifiCards(const json::Reader& reader)
+void ReadWifiCards(json::Fields& fields, WifiCardsConfig& config)
 {
-    WifiCardsConfig config;
-    reader.Object([&](json::Fields& fields) {
-        if (const auto cards = fields.Optional("cards")) {
-            config.cards = cards->List(&ReadCardState);
-            if (config.cards.empty() || config.cards.size() > radio::WifiCards::kMostCards) {
-                cards->Fail("must name one to five cards");
-            }
+    if (const auto cards = fields.Optional("cards")) {
+        config.cards = cards->List(&ReadCardState);
+        if (config.cards.empty() || config.cards.size() > radio::WifiCards::kMostCards) {
+            cards->Fail("must name one to five cards");
         }
-        if (const auto interfaces = fields.Optional("interfaces")) {
-            config.interfaces = interfaces->List(&ReadInterface);
-            for (std::size_t i = 0; i < config.interfaces.size(); ++i) {
-                config.interfaces[i].index = static_cast<std::int32_t>(i) + 1;
-            }
+    }
+    if (const auto interfaces = fields.Optional("interfaces")) {
+        config.interfaces = interfaces->List(&ReadInterface);
+        for (std::size_t i = 0; i < config.interfaces.size(); ++i) {
+            config.interfaces[i].index = static_cast<std::int32_t>(i) + 1;
         }
-        fields.Read("coexistence", config.coexistence, 0, kLongestCoexistence);
-    });
-    return config;
+    }
+    fields.Read("coexistence", config.coexistence, 0, kLongestCoexistence);
 }
 
 WifiCards::WifiCards(Wifi& wifi, const WifiCardsConfig& config) : wifi_(wifi), config_(config)

@@ -20,7 +20,7 @@ struct WifiCardsConfig {
     std::string coexistence = "station+group, station+access point";
 };
 
-WifiCardsConfig ReadWifiCards(const json::Reader& reader);
+void ReadWifiCards(json::Fields& fields, WifiCardsConfig& config);
 
 /// Reads a card's state, as in world files and commands.
 radio::CardState ReadCardState(const json::Reader& reader);

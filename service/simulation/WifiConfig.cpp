@@ -10,16 +10,12 @@ namespace {
 
 constexpr std::int32_t kWidest = 160;
 
-radio::Wifi::Channel ReadChannel(const json::Reader& reader)
+void ReadChannel(json::Fields& fields, radio::Wifi::Channel& channel)
 {
-    radio::Wifi::Channel channel;
-    reader.Object([&](json::Fields& fields) {
-        channel.number = ReadChannelNumber(fields.Required("channel"));
-        channel.bandwidth = radio::BandOf(channel.number) == radio::Band::k5GHz ? 80 : 20;
-        fields.Read("load", channel.load, 0, 100);
-        fields.Read("bandwidth", channel.bandwidth, 20, kWidest);
-    });
-    return channel;
+    channel.number = ReadChannelNumber(fields.Required("channel"));
+    channel.bandwidth = radio::BandOf(channel.number) == radio::Band::k5GHz ? 80 : 20;
+    fields.Read("load", channel.load, 0, 100);
+    fields.Read("bandwidth", channel.bandwidth, 20, kWidest);
 }
 
 std::vector<radio::Wifi::Channel> ReadChannels(const json::Reader& reader)
@@ -44,12 +40,10 @@ std::vector<radio::Wifi::Channel> UsualChannels()
             {153, 10, 80}, {157, 10, 80}, {161, 15, 80}, {165, 20, 20}};
 }
 
-radio::Wifi::Connection ReadConnection(json::Fields& fields)
+void ReadConnection(json::Fields& fields, radio::Wifi::Connection& connection)
 {
-    radio::Wifi::Connection connection;
     connection.ssid = fields.Required("ssid").Ssid();
     connection.channel = ReadChannelNumber(fields.Required("channel"));
-    return connection;
 }
 
 std::int32_t ReadChannelNumber(const json::Reader& reader)
@@ -61,20 +55,13 @@ std::int32_t ReadChannelNumber(const json::Reader& reader)
     return number;
 }
 
-WifiConfig ReadWifi(const json::Reader& reader)
+void ReadWifi(json::Fields& fields, WifiConfig& config)
 {
-    WifiConfig config;
-    reader.Object([&](json::Fields& fields) {
-        fields.Read("address", config.address, &json::Reader::Address);
-        fields.Read("on", config.on);
-        fields.Read("switchMs", config.switchDelay, 0ms, 1min);
-        fields.Read("channels", config.channels, &ReadChannels);
-        if (const auto connected = fields.Optional("connected")) {
-            connected->Object(
-                [&](json::Fields& access) { config.connected = ReadConnection(access); });
-        }
-    });
-    return config;
+    fields.Read("address", config.address, &json::Reader::Address);
+    fields.Read("on", config.on);
+    fields.Read("switchMs", config.switchDelay, 0ms, 1min);
+    fields.Read("channels", config.channels, &ReadChannels);
+    fields.Read("connected", config.connected, &ReadConnection);
 }
 
 }  // namespace pelacon::service::simulation

@@ -22,10 +22,10 @@ struct WifiConfig {
     std::optional<radio::Wifi::Connection> connected;
 };
 
-WifiConfig ReadWifi(const json::Reader& reader);
+void ReadWifi(json::Fields& fields, WifiConfig& config);
 
 /// Reads the fields "ssid" and "channel" of an access point.
-radio::Wifi::Connection ReadConnection(json::Fields& fields);
+void ReadConnection(json::Fields& fields, radio::Wifi::Connection& connection);
 
 /// Reads the number of an existing channel.
 std::int32_t ReadChannelNumber(const json::Reader& reader);

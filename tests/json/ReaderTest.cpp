@@ -226,6 +226,18 @@ TEST(ReaderTest, UnknownAndMissingFieldsAreNamedWithTheirPlace)
     EXPECT_EQ(Complaint("[]", read), "f.json:1: must be an object, in braces");
 }
 
+struct Size {
+    int width = 1;
+    int height = 1;
+    bool operator==(const Size&) const = default;
+};
+
+void ReadSize(Fields& fields, Size& size)
+{
+    fields.Read("width", size.width, 1, 9);
+    fields.Read("height", size.height, 1, 9);
+}
+
 /// A value of each type that a field is read into.
 struct Everything {
     bool flag = false;
@@ -237,7 +249,9 @@ struct Everything {
     std::optional<std::uint64_t> address;
     std::vector<std::uint64_t> addresses;
     int word = 0;
-    std::string changed = "from";
+    Size size{3, 4};
+    std::optional<Size> maybeSize;
+    std::vector<Size> sizes;
 };
 
 Everything ReadEverything(const std::string& text)
@@ -254,9 +268,9 @@ Everything ReadEverything(const std::string& text)
         fields.Read("address", read.address, &Reader::Address);
         fields.Read("addresses", read.addresses, &Reader::Address);
         fields.Read("word", read.word, {{"one", 1}, {"two", 2}});
-        fields.Read("changed", read.changed, [](const Reader& reader, std::string& changed) {
-            changed += reader.Text(0, 9);
-        });
+        fields.Read("size", read.size, &ReadSize);
+        fields.Read("maybeSize", read.maybeSize, &ReadSize);
+        fields.Read("sizes", read.sizes, &ReadSize);
     });
     return read;
 }
@@ -267,7 +281,8 @@ TEST(FieldsTest, AreReadByTheTypeOfTheirTarget)
         "flag": true, "number": 100, "share": 1, "text": "some", "time": 60000, "maybe": -1,
         "address": "00:00:00:00:00:0A",
         "addresses": ["00:00:00:00:00:01", "00:00:00:00:01:00"],
-        "word": "two", "changed": " to"})");
+        "word": "two", "size": {"width": 5}, "maybeSize": {"height": 6},
+        "sizes": [{}, {"width": 7}]})");
     EXPECT_TRUE(read.flag);
     EXPECT_EQ(read.number, 100);
     EXPECT_EQ(read.share, 1.0);
@@ -277,7 +292,9 @@ TEST(FieldsTest, AreReadByTheTypeOfTheirTarget)
     EXPECT_EQ(read.address, 10U);
     EXPECT_EQ(read.addresses, (std::vector<std::uint64_t>{1, 256}));
     EXPECT_EQ(read.word, 2);
-    EXPECT_EQ(read.changed, "from to");
+    EXPECT_EQ(read.size, (Size{5, 4}));
+    EXPECT_EQ(read.maybeSize, (Size{1, 6}));
+    EXPECT_EQ(read.sizes, (std::vector<Size>{{1, 1}, {7, 1}}));
 }
 
 TEST(FieldsTest, LeaveTheirTargetsAsTheyAreWhereTheyAreMissing)
@@ -287,7 +304,9 @@ TEST(FieldsTest, LeaveTheirTargetsAsTheyAreWhereTheyAreMissing)
     EXPECT_EQ(read.text, "none");
     EXPECT_FALSE(read.maybe);
     EXPECT_TRUE(read.addresses.empty());
-    EXPECT_EQ(read.changed, "from");
+    EXPECT_EQ(read.size, (Size{3, 4}));
+    EXPECT_FALSE(read.maybeSize);
+    EXPECT_TRUE(read.sizes.empty());
 }
 
 TEST(FieldsTest, HaveLimits)
@@ -305,6 +324,10 @@ TEST(FieldsTest, HaveLimits)
     EXPECT_EQ(complaint(R"({"maybe": 2})"),
               "f.json:1: maybe: must be a whole number between -1 and 1");
     EXPECT_EQ(complaint(R"({"text": "large"})"), "f.json:1: text: must be text of 1 to 4 bytes");
+    EXPECT_EQ(complaint(R"({"sizes": [{}, {"width": 0}]})"),
+              "f.json:1: sizes[1].width: must be a whole number between 1 and 9");
+    EXPECT_EQ(complaint(R"({"size": {"depth": 1}})"),
+              "f.json:1: size.depth: unknown field; there may be width, height");
     EXPECT_EQ(complaint(R"({"word": "three"})"), "f.json:1: word: must be one of \"one\", \"two\"");
 }
 

@@ -17,7 +17,7 @@ constexpr std::int32_t kBtDisable = 0xD7005D;
 FaultConfig Fault(const std::string& text)
 {
     const json::Document document = json::Parse(text, "fault");
-    return ReadFault(json::Reader(document));
+    return json::Reader(document).Object(&ReadFault);
 }
 
 /// Which of this many requests a fault affects, as digits.

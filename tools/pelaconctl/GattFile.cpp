@@ -1,4 +1,3 @@
-#include <PelaconSDK/BleGattServer.h>
 #include <json/GattFields.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/GattFile.h>
@@ -10,26 +9,17 @@ namespace pelacon::ctl {
 
 namespace {
 
-ServedCharacteristic ReadCharacteristic(const json::Reader& reader)
+void ReadCharacteristic(json::Fields& fields, ServedCharacteristic& characteristic)
 {
-    ServedCharacteristic characteristic{{}, kBleGattCharRead, {}};
-    reader.Object([&](json::Fields& fields) {
-        characteristic.uuid = json::ReadUuid(fields.Required("uuid"));
-        fields.Read("flags", characteristic.flags, &json::ReadGattFlags);
-        fields.Read("value", characteristic.value, &json::ReadGattValue);
-    });
-    return characteristic;
+    characteristic.uuid = json::ReadUuid(fields.Required("uuid"));
+    fields.Read("flags", characteristic.flags, &json::ReadGattFlags);
+    fields.Read("value", characteristic.value, &json::ReadGattValue);
 }
 
-ServedService ReadService(const json::Reader& reader)
+void ReadService(json::Fields& fields, ServedService& service)
 {
-    ServedService service;
-    reader.Object([&](json::Fields& fields) {
-        service.uuid = json::ReadUuid(fields.Required("uuid"));
-        fields.Read("characteristics", service.characteristics,
-                    json::Distinct(&ReadCharacteristic));
-    });
-    return service;
+    service.uuid = json::ReadUuid(fields.Required("uuid"));
+    fields.Read("characteristics", service.characteristics, json::Distinct(&ReadCharacteristic));
 }
 
 }  // namespace

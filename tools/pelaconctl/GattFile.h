@@ -1,6 +1,7 @@
 // Reads the JSON file of `gatt serve`: services to serve.
 #pragma once
 
+#include <PelaconSDK/BleGattServer.h>
 #include <protocol/Uuid.h>
 
 #include <cstdint>
@@ -12,7 +13,7 @@ namespace pelacon::ctl {
 
 struct ServedCharacteristic {
     protocol::Uuid uuid;
-    std::int32_t flags = 0;
+    std::int32_t flags = kBleGattCharRead;
     std::vector<std::uint8_t> value;
 };
 
