@@ -22,11 +22,16 @@ void Commands::Add(const std::string& name, const std::string& summary, Command 
     commands_.emplace(name, Entry{summary, std::move(command)});
 }
 
+void Commands::Add(const std::string& name, const std::string& summary, Action action)
+{
+    Add(name, summary, [action = std::move(action)](json::Fields&) { return action; });
+}
+
 std::string Commands::Run(std::string_view text) const
 {
-    nlohmann::json answer;
+    nlohmann::json answer = nlohmann::json::object();
     try {
-        answer = Read(text)();
+        Read(text)(answer);
         answer["ok"] = true;
     } catch (const std::exception& failure) {
         answer = {{"ok", false}, {"error", failure.what()}};
@@ -45,7 +50,7 @@ Commands::Action Commands::Read(std::string_view text) const
         const json::Reader field = fields.Required("command");
         const std::string name = field.Text(1, 64);
         if (name == "help") {
-            action = [this] { return Describe(); };
+            action = [this](nlohmann::json& answer) { Describe(answer); };
             return;
         }
         const auto found = commands_.find(name);
@@ -57,13 +62,12 @@ Commands::Action Commands::Read(std::string_view text) const
     return action;
 }
 
-nlohmann::json Commands::Describe() const
+void Commands::Describe(nlohmann::json& answer) const
 {
-    nlohmann::json list = nlohmann::json::object();
+    nlohmann::json& list = answer["commands"] = nlohmann::json::object();
     for (const auto& [name, entry] : commands_) {
         list[name] = entry.summary;
     }
-    return {{"commands", list}};
 }
 
 }  // namespace pelacon::service

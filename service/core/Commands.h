@@ -17,14 +17,16 @@ namespace pelacon::service {
 /// without fields.
 class Commands {
   public:
-    /// Executes the command and returns the fields of the answer. Called with the scheduler's lock
-    /// held.
-    using Action = std::function<nlohmann::json()>;
+    /// Executes the command and adds fields to the answer. Called with the scheduler's lock held.
+    using Action = std::function<void(nlohmann::json& answer)>;
 
     /// Reads all of the command's fields, and returns the action.
     using Command = std::function<Action(json::Fields& fields)>;
 
     void Add(const std::string& name, const std::string& summary, Command command);
+
+    /// Adds a command without fields.
+    void Add(const std::string& name, const std::string& summary, Action action);
 
     /// Executes a command and returns its answer. Does not throw: the answer contains the error.
     std::string Run(std::string_view text) const;
@@ -36,7 +38,7 @@ class Commands {
     };
 
     Action Read(std::string_view text) const;
-    nlohmann::json Describe() const;
+    void Describe(nlohmann::json& answer) const;
 
     std::map<std::string, Entry> commands_;
 };

@@ -88,13 +88,12 @@ Push ReadPush(json::Fields& fields)
     return push;
 }
 
-/// Sends the notification to these sessions, and releases the lock from time to time.
-nlohmann::json Send(Scheduler& scheduler, const std::vector<std::shared_ptr<Session>>& sessions,
-                    const Push& push)
+/// Sends the notification, and releases the lock from time to time. Returns how many were sent.
+std::uint64_t Send(Scheduler& scheduler, const Sessions& sessions, const Push& push)
 {
     constexpr std::uint64_t kAtOnce = 1000;
     std::uint64_t sent = 0;
-    for (const std::shared_ptr<Session>& session : sessions) {
+    for (const auto& session : Choose(sessions, push.whom)) {
         for (std::uint64_t i = 1; i <= push.count && session->IsPresent(); ++i) {
             sent += session->Notify(push.id, push.payload, push.urgency) ? 1 : 0;
             if (i % kAtOnce == 0) {
@@ -105,105 +104,81 @@ nlohmann::json Send(Scheduler& scheduler, const std::vector<std::shared_ptr<Sess
             }
         }
     }
-    return {{"sent", sent}};
+    return sent;
 }
 
 }  // namespace
 
 void Core::AddCommands(State& state)
 {
-    state.commands.Add("ping", "nothing but an answer",
-                       [](json::Fields&) { return [] { return nlohmann::json::object(); }; });
+    state.commands.Add("ping", "does nothing; shows that the service answers",
+                       [](nlohmann::json&) {});
     state.commands.Add("status", "what the service does: clients, counters, faults, radios",
-                       [this](json::Fields&) { return [this] { return Status(); }; });
+                       [this](nlohmann::json& answer) { answer = Status(); });
     state.commands.Add(
         "restart", "drops all connections and forgets everything, as a service that was restarted",
-        [this](json::Fields&) {
-            return [this] {
-                Restart();
-                return nlohmann::json::object();
-            };
-        });
+        [this](nlohmann::json&) { Restart(); });
     AddFaultCommands(state.commands);
     AddClientCommands(state.commands);
 }
 
 void Core::AddFaultCommands(Commands& commands)
 {
-    commands.Add("fault.add", "puts a fault in force: fault (as in a world file)",
-                 [this](json::Fields& fields) {
-                     const auto fault = fields.Required("fault").Object(&ReadFault);
-                     return [this, fault]() -> nlohmann::json {
-                         return {{"number", faults_.Add(fault)}};
-                     };
-                 });
+    commands.Add(
+        "fault.add", "adds a fault: fault (as in a world file)", [this](json::Fields& fields) {
+            const auto fault = fields.Required("fault").Object(&ReadFault);
+            return [this, fault](nlohmann::json& answer) { answer["number"] = faults_.Add(fault); };
+        });
     commands.Add("fault.remove", "ends a fault: number", [this](json::Fields& fields) {
         const auto number = fields.Required("number").Integer<std::uint64_t>();
-        return [this, number] {
+        return [this, number](nlohmann::json&) {
             if (!faults_.Remove(number)) {
                 throw std::runtime_error("there is no fault with this number");
             }
-            return nlohmann::json::object();
         };
     });
-    commands.Add("fault.list", "the faults in force", [this](json::Fields&) {
-        return [this]() -> nlohmann::json { return {{"faults", faults_.Describe()}}; };
-    });
-    commands.Add("fault.clear", "ends all faults", [this](json::Fields&) {
-        return [this] {
-            faults_.Clear();
-            return nlohmann::json::object();
-        };
-    });
+    commands.Add("fault.list", "the faults in force",
+                 [this](nlohmann::json& answer) { answer["faults"] = faults_.Describe(); });
+    commands.Add("fault.clear", "ends all faults", [this](nlohmann::json&) { faults_.Clear(); });
 }
 
 void Core::AddClientCommands(Commands& commands)
 {
+    const auto send = [this](const Push& push) {
+        return [this, push](nlohmann::json& answer) {
+            answer["sent"] = Send(scheduler_, state_->sessions, push);
+        };
+    };
     commands.Add("notify", "sends a notification: id, payload (hexadecimal), client or pid",
-                 [this](json::Fields& fields) {
-                     const Push push = ReadPush(fields);
-                     return [this, push] {
-                         return Send(scheduler_, Choose(state_->sessions, push.whom), push);
-                     };
-                 });
+                 [send](json::Fields& fields) { return send(ReadPush(fields)); });
     commands.Add("flood",
                  "sends many notifications at once: id, count, payload, droppable, client or pid",
-                 [this](json::Fields& fields) {
+                 [send](json::Fields& fields) {
                      Push push = ReadPush(fields);
                      push.count = fields.Required("count").Integer<std::uint64_t>(1, 1'000'000);
-                     if (const auto droppable = fields.Optional("droppable")) {
-                         push.urgency = droppable->Bool() ? Transport::Urgency::kDroppable
-                                                          : Transport::Urgency::kKept;
-                     }
-                     return [this, push] {
-                         return Send(scheduler_, Choose(state_->sessions, push.whom), push);
-                     };
+                     fields.Read("droppable", push.urgency, [](const json::Reader& droppable) {
+                         return droppable.Bool() ? Transport::Urgency::kDroppable
+                                                 : Transport::Urgency::kKept;
+                     });
+                     return send(push);
                  });
-    commands.Add("malformed", "sends bytes that are no message, as a notification: client or pid",
-                 [this](json::Fields& fields) {
-                     const Whom whom = ReadWhom(fields);
-                     return [this, whom]() -> nlohmann::json {
-                         const auto chosen = Choose(state_->sessions, whom);
-                         for (const auto& session : chosen) {
-                             afterwards_.emplace_back([this, id = session->ClientId()] {
-                                 transport_->SendMalformed(id);
-                             });
-                         }
-                         return {{"sent", chosen.size()}};
-                     };
-                 });
+    const auto act = [this](void (Transport::*action)(std::uint64_t clientId), const char* count) {
+        return [=, this](json::Fields& fields) {
+            return [=, this, whom = ReadWhom(fields)](nlohmann::json& answer) {
+                const auto chosen = Choose(state_->sessions, whom);
+                for (const auto& session : chosen) {
+                    afterwards_.emplace_back(
+                        [=, this, id = session->ClientId()] { (transport_->*action)(id); });
+                }
+                answer[count] = chosen.size();
+            };
+        };
+    };
+    commands.Add("malformed",
+                 "sends bytes that are not a message, as a notification: client or pid",
+                 act(&Transport::SendMalformed, "sent"));
     commands.Add("disconnect", "closes the event connection, as if it had failed: client or pid",
-                 [this](json::Fields& fields) {
-                     const Whom whom = ReadWhom(fields);
-                     return [this, whom]() -> nlohmann::json {
-                         const auto chosen = Choose(state_->sessions, whom);
-                         for (const auto& session : chosen) {
-                             afterwards_.emplace_back(
-                                 [this, id = session->ClientId()] { transport_->Disconnect(id); });
-                         }
-                         return {{"disconnected", chosen.size()}};
-                     };
-                 });
+                 act(&Transport::Disconnect, "disconnected"));
 }
 
 }  // namespace pelacon::service

@@ -9,9 +9,9 @@ ErrorFamily::ErrorFamily(const Context& context)
 {
     context.radios.GetErrors().Observe([this](std::int32_t code) { Notify(code); });
     context.commands.Add(
-        "error", "tells every client of a connection error: code", [this](json::Fields& fields) {
+        "error", "notifies every client of a connection error: code", [this](json::Fields& fields) {
             const auto code = fields.Required("code").Integer<std::int32_t>();
-            return [this, code]() -> nlohmann::json { return {{"sent", Notify(code)}}; };
+            return [this, code](nlohmann::json& answer) { answer["sent"] = Notify(code); };
         });
 }
 

@@ -11,13 +11,11 @@ namespace pelacon::service::simulation {
 
 namespace {
 
-/// The answer of a command that may fail.
-nlohmann::json DoneOr(bool done, const char* why)
+void Require(bool done, const char* why)
 {
     if (!done) {
         throw std::runtime_error(why);
     }
-    return nlohmann::json::object();
 }
 
 /// Adds the commands of groups or of the soft AP, which begin with this word.
@@ -29,45 +27,42 @@ void AddStationCommands(Commands& commands, const std::string& word, const std::
                      const std::uint64_t address = fields.Required("address").Address();
                      std::optional<std::string> ipAddress;
                      fields.Read("ipAddress", ipAddress, &ReadIpAddress);
-                     return [&groups, address, ipAddress] {
-                         return DoneOr(groups.Join(address, ipAddress),
-                                       "there is none, or the station has joined it already");
+                     return [&groups, address, ipAddress](nlohmann::json&) {
+                         Require(groups.Join(address, ipAddress),
+                                 "there is none, or the station has joined it already");
                      };
                  });
     commands.Add(word + ".leave", "a station leaves the " + name + ": address",
                  [&groups](json::Fields& fields) {
                      const std::uint64_t address = fields.Required("address").Address();
-                     return [&groups, address] {
-                         return DoneOr(groups.Leave(address), "there is no such station");
+                     return [&groups, address](nlohmann::json&) {
+                         Require(groups.Leave(address), "there is no such station");
                      };
                  });
 }
 
-void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
+void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards, Phone& phone)
 {
     commands.Add("wifi.connect", "the adapter connects to an access point: ssid, channel",
                  [&wifi](json::Fields& fields) {
                      radio::Wifi::Connection connection;
                      ReadConnection(fields, connection);
-                     return [&wifi, connection] {
-                         wifi.Connect(connection);
-                         return nlohmann::json::object();
-                     };
+                     return [&wifi, connection](nlohmann::json&) { wifi.Connect(connection); };
                  });
     commands.Add("wifi.disconnect", "the adapter loses its access point",
-                 [&wifi](json::Fields& /*fields*/) {
-                     return [&wifi] {
-                         wifi.Connect(std::nullopt);
-                         return nlohmann::json::object();
-                     };
-                 });
+                 [&wifi](nlohmann::json&) { wifi.Connect(std::nullopt); });
     commands.Add("wifi.card", "a Wi-Fi card changes: card, state (absent, off, on)",
                  [&cards](json::Fields& fields) {
                      const auto card = fields.Required("card").Integer<std::size_t>(0, 4);
                      const radio::CardState state = ReadCardState(fields.Required("state"));
-                     return [&cards, card, state] {
-                         return DoneOr(cards.Set(card, state), "there is no place for this card");
+                     return [&cards, card, state](nlohmann::json&) {
+                         Require(cards.Set(card, state), "there is no place for this card");
                      };
+                 });
+    commands.Add("phone.channel", "the phone's Wi-Fi connects, or is lost: channel (0: lost)",
+                 [&phone](json::Fields& fields) {
+                     const auto channel = ReadConnectionChannel(fields.Required("channel"));
+                     return [&phone, channel](nlohmann::json&) { phone.Connect(channel); };
                  });
 }
 
@@ -79,9 +74,8 @@ void AddStackCommands(Commands& commands, Stack& stack, Advertiser& advertiser, 
                  [&stack](json::Fields& fields) {
                      const auto operation = ReadStackOperation(fields.Required("operation"));
                      const StackBehaviour behaviour = ReadStackBehaviour(fields, operation);
-                     return [&stack, operation, behaviour] {
+                     return [&stack, operation, behaviour](nlohmann::json&) {
                          stack.Set(operation, behaviour);
-                         return nlohmann::json::object();
                      };
                  });
     commands.Add(
@@ -89,23 +83,10 @@ void AddStackCommands(Commands& commands, Stack& stack, Advertiser& advertiser, 
         [&advertiser, &scanner](json::Fields& fields) {
             const bool isScan =
                 fields.Required("operation").Choice<bool>({{"advertise", false}, {"scan", true}});
-            return [&advertiser, &scanner, isScan] {
-                const std::size_t ended = isScan ? scanner.EndAll() : advertiser.EndAll();
-                return nlohmann::json{{"ended", ended}};
+            return [&advertiser, &scanner, isScan](nlohmann::json& answer) {
+                answer["ended"] = isScan ? scanner.EndAll() : advertiser.EndAll();
             };
         });
-}
-
-void AddPhoneCommand(Commands& commands, Phone& phone)
-{
-    commands.Add("phone.channel", "the phone's Wi-Fi connects, or is lost: channel (0: lost)",
-                 [&phone](json::Fields& fields) {
-                     const auto channel = ReadConnectionChannel(fields.Required("channel"));
-                     return [&phone, channel] {
-                         phone.Connect(channel);
-                         return nlohmann::json::object();
-                     };
-                 });
 }
 
 }  // namespace
@@ -114,8 +95,7 @@ void Simulation::AddWifiCommands(Commands& commands)
 {
     AddStationCommands(commands, "group", "group", groups_);
     AddStationCommands(commands, "softap", "soft AP", softAp_);
-    AddPhoneCommand(commands, phone_);
-    AddAdapterCommands(commands, wifi_, wifiCards_);
+    AddAdapterCommands(commands, wifi_, wifiCards_, phone_);
 }
 
 void Simulation::AddCommands(Commands& commands)
