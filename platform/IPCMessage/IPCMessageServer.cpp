@@ -2,10 +2,10 @@
 #include <IPCMessage/Outbox.h>
 #include <IPCMessage/ServerClients.h>
 #include <IPCMessage/ServerConnections.h>
+#include <IPCMessage/ServerWatchers.h>
 
 #include <algorithm>
 #include <chrono>
-#include <list>
 #include <utility>
 
 using namespace pelacon::ipc;
@@ -82,32 +82,14 @@ class IPCMessageServer::Implementation {
     bool Check(const IoResult& received, Incoming& frame);
     bool Next(Connection& connection, FrameKind wanted, Incoming& frame);
     std::optional<ClientKey> KeyOf(const Connection& connection, const Incoming& hello) const;
-    void Mirror(FrameHeader header, std::span<const std::uint8_t> payload, std::uint32_t processId);
     void CountMalformed() { counters_.malformedFrames.fetch_add(1, std::memory_order_relaxed); }
 
     IPCServerHandler& handler_;
     ServerCounters counters_;
     ServerClients clients_;
-
-    ServerCounters watcherCounters_;  // their dropped notifications are not counted for clients
-    std::mutex watchersMutex_;
-    std::list<std::shared_ptr<Outbox>> watchers_;
-    std::atomic<std::size_t> watcherCount_{0};
-
+    ServerWatchers watchers_;
     ServerConnections connections_;  // last: its threads use the other members
 };
-
-/// Sends a copy of a client's notification to the watchers.
-void IPCMessageServer::Implementation::Mirror(FrameHeader header,
-                                              std::span<const std::uint8_t> payload,
-                                              std::uint32_t processId)
-{
-    header.processId = processId;
-    const std::lock_guard lock(watchersMutex_);
-    for (const std::shared_ptr<Outbox>& watcher : watchers_) {
-        watcher->Put(header, payload, Urgency::kDroppable);
-    }
-}
 
 /// Serves a connection to its end. Its first frame says what it is for.
 void IPCMessageServer::Implementation::Serve(ServedConnection& served)
@@ -271,20 +253,12 @@ bool IPCMessageServer::Implementation::Obey(Connection& connection, Incoming& fr
 void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,
                                                   Incoming& frame)
 {
-    const auto outbox = OpenOutbox(connection, watcherCounters_);
-    {
-        const std::lock_guard lock(watchersMutex_);
-        watchers_.push_back(outbox);
-        ++watcherCount_;
-    }
+    const auto outbox = OpenOutbox(connection, watchers_.Counters());
+    watchers_.Add(outbox);
     if (Check(connection->Receive(frame.buffer.Room()), frame)) {
         CountMalformed();  // a watcher must not send anything else
     }
-    {
-        const std::lock_guard lock(watchersMutex_);
-        --watcherCount_;
-        watchers_.remove(outbox);
-    }
+    watchers_.Remove(outbox);
     outbox->Close();
 }
 
@@ -348,9 +322,7 @@ bool IPCMessageServer::Notify(std::uint64_t clientId, std::int32_t messageId,
         return false;
     }
     server.counters_.notifications.fetch_add(1, std::memory_order_relaxed);
-    if (server.watcherCount_.load(std::memory_order_relaxed) != 0) {
-        server.Mirror(header, payload, outbox->PeerProcess());
-    }
+    server.watchers_.Mirror(header, payload, outbox->PeerProcess());
     return true;
 }
 

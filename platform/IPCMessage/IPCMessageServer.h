@@ -85,8 +85,9 @@ struct IPCServerCounts {
     Count refusedPeers{0};          ///< connections that were turned away
 };
 
-/// Listens on a pipe and serves the clients that connect to it.
-class IPCMessageServer {
+/// A service's way to its clients. Notify, IsConnected and GetStatistics may be called from inside
+/// the handler and with locks of the caller held, the other functions with none.
+class IPCServerTransport {
   public:
     /// Whether a notification may be dropped when its client is too slow.
     enum class Urgency {
@@ -96,6 +97,38 @@ class IPCMessageServer {
 
     using Statistics = IPCServerCounts<std::uint64_t>;
 
+    IPCServerTransport() = default;
+    virtual ~IPCServerTransport() = default;
+    IPCServerTransport(const IPCServerTransport&) = delete;
+    IPCServerTransport& operator=(const IPCServerTransport&) = delete;
+
+    /// Sends a notification to one client; false if the client has no event connection or the
+    /// payload is larger than 65,536 bytes. Never blocks. Notifications to one client arrive in the
+    /// order of these calls.
+    virtual bool Notify(std::uint64_t clientId, std::int32_t messageId,
+                        std::span<const std::uint8_t> payload,
+                        Urgency urgency = Urgency::kKept) = 0;
+
+    /// Whether a client's event connection is up. A running call of Posted for this client delays
+    /// ClientLeft; this function does not wait for it.
+    virtual bool IsConnected(std::uint64_t clientId) const = 0;
+
+    /// Closes the event connection of one client, as if the line had failed.
+    virtual void Disconnect(std::uint64_t clientId) = 0;
+
+    /// Closes every connection of every client, as the end of the service would, and goes on
+    /// listening. Operators' connections stay, so that the command that asked for this is answered.
+    virtual void DisconnectAll() = 0;
+
+    /// Sends bytes that are not a frame on a client's event connection.
+    virtual void SendMalformed(std::uint64_t clientId) = 0;
+
+    virtual Statistics GetStatistics() const = 0;
+};
+
+/// Listens on a pipe and serves the clients that connect to it.
+class IPCMessageServer : public IPCServerTransport {
+  public:
     static constexpr std::size_t kQueueLimit = 1024;  ///< notifications queued for one client
 
     /// Starts to listen. Throws IPCServerError, for instance if another service has the pipe or its
@@ -105,33 +138,15 @@ class IPCMessageServer {
     /// Closes all connections and waits for the handler's running calls, so calls that block must
     /// have been made to end. Requests and commands whose calls end within half a second are
     /// answered before their connection is closed.
-    ~IPCMessageServer();
+    ~IPCMessageServer() override;
 
-    IPCMessageServer(const IPCMessageServer&) = delete;
-    IPCMessageServer& operator=(const IPCMessageServer&) = delete;
-
-    /// Sends a notification to one client; false if the client has no event connection or the
-    /// payload is larger than 65,536 bytes. Never blocks. Notifications to one client arrive in the
-    /// order of these calls. May be called from inside the handler, and with locks of the caller
-    /// held.
     bool Notify(std::uint64_t clientId, std::int32_t messageId,
-                std::span<const std::uint8_t> payload, Urgency urgency = Urgency::kKept);
-
-    /// Whether a client's event connection is up. A running call of Posted for this client delays
-    /// ClientLeft; this function does not wait for it.
-    bool IsConnected(std::uint64_t clientId) const;
-
-    /// Closes the event connection of one client, as if the line had failed.
-    void Disconnect(std::uint64_t clientId);
-
-    /// Closes every connection of every client, as the end of the service would, and goes on
-    /// listening. Operators' connections stay, so that the command that asked for this is answered.
-    void DisconnectAll();
-
-    /// Sends bytes that are not a frame on a client's event connection.
-    void SendMalformed(std::uint64_t clientId);
-
-    Statistics GetStatistics() const;
+                std::span<const std::uint8_t> payload, Urgency urgency = Urgency::kKept) override;
+    bool IsConnected(std::uint64_t clientId) const override;
+    void Disconnect(std::uint64_t clientId) override;
+    void DisconnectAll() override;
+    void SendMalformed(std::uint64_t clientId) override;
+    Statistics GetStatistics() const override;
 
     /// Where the server listens, as text for people: a socket's path or a pipe's name.
     const std::string& Address() const;

@@ -9,7 +9,7 @@ PipeService::PipeService(const std::wstring& pipeName, Settings settings)
 {
     try {
         server_ = std::make_unique<IPCMessageServer>(pipeName, core_);
-        core_.Start(*this, server_->StateFile());
+        core_.Start(*server_, server_->StateFile());
     } catch (...) {
         core_.Stop();  // threads of clients that connected already wait for the core
         throw;
@@ -21,12 +21,6 @@ PipeService::PipeService(const std::wstring& pipeName, Settings settings)
 PipeService::~PipeService()
 {
     core_.Stop();
-}
-
-bool PipeService::Notify(std::uint64_t clientId, std::int32_t messageId,
-                         std::span<const std::uint8_t> payload, Urgency urgency)
-{
-    return server_->Notify(clientId, messageId, payload, urgency);
 }
 
 }  // namespace pelacon::service
