@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <string_view>
 
 namespace pelacon::ctl {
@@ -131,7 +132,7 @@ Json Fields(const protocol::SoftApAdvertisement& record)
             {"ssid", protocol::TextIn(record.ssid)}};
 }
 
-Json NoFields()
+Json Fields(const protocol::Nothing& /*none*/)
 {
     return Json::object();
 }
@@ -139,31 +140,27 @@ Json NoFields()
 /// Reads one kind of notification.
 struct Reader {
     std::int32_t id;
-    Json (*read)(ByteView payload);
+    std::function<Json(ByteView payload)> read;
 };
 
 template <typename Record>
-constexpr Reader ReaderOf(const protocol::Notification<Record>& notification)
+Reader ReaderOf(const protocol::Notification<Record>& notification)
 {
     return {notification.id,
-            [](ByteView payload) { return Fields(protocol::ReadPadded<Record>(payload)); }};
+            [](ByteView payload) { return Fields(protocol::Payload<Record>::Read(payload)); }};
 }
 
 /// For records of one number, whose meaning depends on the notification.
-template <const char* Name>
-constexpr Reader NumberReader(const protocol::Notification<protocol::Int32Record>& notification)
+Reader NumberReader(const protocol::Notification<protocol::Int32Record>& notification,
+                    const char* name)
 {
-    return {notification.id, [](ByteView payload) -> Json {
-                return {{Name, protocol::ReadPadded<protocol::Int32Record>(payload).value}};
+    return {notification.id, [name](ByteView payload) -> Json {
+                return {{name, protocol::ReadPadded<protocol::Int32Record>(payload).value}};
             }};
 }
 
-constexpr char kState[] = "state";
-constexpr char kChannel[] = "channel";
-constexpr char kCode[] = "code";
-
-constexpr Reader kReaders[] = {
-    {protocol::kServiceStarted.id, [](ByteView) { return NoFields(); }},
+const Reader kReaders[] = {
+    ReaderOf(protocol::kServiceStarted),
     {protocol::kBtStateChanged.id,
      [](ByteView payload) -> Json {
          return {
@@ -187,12 +184,12 @@ constexpr Reader kReaders[] = {
     ReaderOf(protocol::kWifiCardStateChange),
     ReaderOf(protocol::kSoftApGroupsChange),
     ReaderOf(protocol::kSoftApConnectionStateChange),
-    NumberReader<kState>(protocol::kSoftApConnectStatus),
+    NumberReader(protocol::kSoftApConnectStatus, "state"),
     ReaderOf(protocol::kSoftApAdvertisement),
-    NumberReader<kState>(protocol::kSoftApDeviceConnection),
-    NumberReader<kChannel>(protocol::kWifiConnectChannel),
-    NumberReader<kState>(protocol::kWifiSwitchState),
-    NumberReader<kCode>(protocol::kErrorStatus),
+    NumberReader(protocol::kSoftApDeviceConnection, "state"),
+    NumberReader(protocol::kWifiConnectChannel, "channel"),
+    NumberReader(protocol::kWifiSwitchState, "state"),
+    NumberReader(protocol::kErrorStatus, "code"),
 };
 
 }  // namespace

@@ -52,6 +52,17 @@ std::string Printable(std::string_view text);
 /// text must be printable; each character counts as one column.
 std::string Fit(std::string_view text, std::size_t columns);
 
+/// The numbers with blanks between them.
+template <typename Numbers>
+std::string Listed(const Numbers& numbers)
+{
+    std::string text;
+    for (const auto number : numbers) {
+        text += (text.empty() ? "" : " ") + std::to_string(number);
+    }
+    return text;
+}
+
 /// "0xD80062"
 std::string FormatMessageId(std::int32_t id);
 

@@ -4,7 +4,6 @@
 #include <tools/pelaconctl/WifiCommon.h>
 #include <tools/pelaconctl/commands/Kit.h>
 
-#include <array>
 #include <charconv>
 #include <iterator>
 
@@ -17,19 +16,13 @@ constexpr std::size_t kMaxSides = protocol::kMostWishes;
 void ShowChannels(const Console& console)
 {
     const LibrarySession session;
-    std::array<std::int32_t, 1020> channels{};  // enough for any list: see Vod2dGetChannelListFor5G
+    std::vector<std::int32_t> channels(1020);  // enough for any list: see Vod2dGetChannelListFor5G
     CheckWifi(Vod2dGetChannelListFor5G(channels.data(), static_cast<std::int32_t>(channels.size())),
               "list the channels");
-    Json list = Json::array();
-    std::string line;
-    for (const std::int32_t channel : channels) {
-        if (channel != 0) {
-            list.push_back(channel);
-            line += (line.empty() ? "" : " ") + std::to_string(channel);
-        }
-    }
-    console.Report({{"channels", list}},
-                   line.empty() ? "No channel of the 5 GHz band is allowed." : line);
+    std::erase(channels, 0);
+    console.Report({{"channels", channels}}, channels.empty()
+                                                 ? "No channel of the 5 GHz band is allowed."
+                                                 : Listed(channels));
 }
 
 /// The options of `group recommend`.

@@ -27,4 +27,13 @@ namespace pelacon::ctl {
 using Json = nlohmann::ordered_json;
 using Bytes = std::vector<std::uint8_t>;
 
+/// Adds an option whose value, if it is given, becomes a field of a command to the service.
+template <typename Value>
+CLI::Option* AddField(CLI::App& command, const std::string& option, Json& fields, const char* name,
+                      const std::string& description)
+{
+    return command.add_option_function<Value>(
+        option, [&fields, name](const Value& value) { fields[name] = value; }, description);
+}
+
 }  // namespace pelacon::ctl

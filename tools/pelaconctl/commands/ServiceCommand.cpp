@@ -124,39 +124,8 @@ void AddRestart(CLI::App& service, const Console& console)
         });
 }
 
-/// The options of `fault set`: the fields of the fault.
-struct FaultOptions {
-    std::string request;
-    std::string kind;
-    std::optional<std::int64_t> ms;
-    std::optional<std::int32_t> status;
-    std::optional<std::uint64_t> after;
-    std::optional<std::uint64_t> times;
-    std::optional<double> probability;
-    std::optional<std::uint64_t> seed;
-    bool perform = false;
-};
-
-template <typename Value>
-void PutIfGiven(Json& object, const char* name, const std::optional<Value>& value)
+void SetFault(const Json& fault, const Console& console)
 {
-    if (value) {
-        object[name] = *value;
-    }
-}
-
-void SetFault(const FaultOptions& options, const Console& console)
-{
-    Json fault{{"request", options.request}, {"do", options.kind}};
-    PutIfGiven(fault, "ms", options.ms);
-    PutIfGiven(fault, "status", options.status);
-    PutIfGiven(fault, "after", options.after);
-    PutIfGiven(fault, "times", options.times);
-    PutIfGiven(fault, "probability", options.probability);
-    PutIfGiven(fault, "seed", options.seed);
-    if (options.perform) {
-        fault["perform"] = true;
-    }
     const Json answer = Control({{"command", "fault.add"}, {"fault", fault}});
     const std::string number = std::to_string(answer.value("number", std::uint64_t{0}));
     console.Report(answer, "Fault " + number +
@@ -168,27 +137,33 @@ void SetFault(const FaultOptions& options, const Console& console)
 void AddFaultSet(CLI::App& fault, const Console& console)
 {
     CLI::App* const set = fault.add_subcommand("set", "Make requests fail from now on");
-    const auto options = std::make_shared<FaultOptions>();
-    set->add_option("REQUEST", options->request,
-                    "An operation's name such as BtEnable, its id such as 0xD7005C, or any")
+    const auto fields = std::make_shared<Json>();
+    AddField<std::string>(*set, "REQUEST", *fields, "request",
+                          "An operation's name such as BtEnable, its id such as 0xD7005C, or any")
         ->required();
-    set->add_option("WHAT", options->kind,
-                    "What happens to the request:\n"
-                    "delay       answered after --ms milliseconds\n"
-                    "never       not answered\n"
-                    "empty       answered without payload\n"
-                    "status      refused with the code --status\n"
-                    "disconnect  the connection is closed instead\n"
-                    "malformed   answered with bytes that are not a frame")
+    AddField<std::string>(*set, "WHAT", *fields, "do",
+                          "What happens to the request:\n"
+                          "delay       answered after --ms milliseconds\n"
+                          "never       not answered\n"
+                          "empty       answered without payload\n"
+                          "status      refused with the code --status\n"
+                          "disconnect  the connection is closed instead\n"
+                          "malformed   answered with bytes that are not a frame")
         ->required();
-    set->add_option("--ms", options->ms, "Milliseconds to wait first, with any WHAT");
-    set->add_option("--status", options->status, "The code of the refusal");
-    set->add_option("--after", options->after, "Skip this many requests first");
-    set->add_option("--times", options->times, "End after this many failures; never by default");
-    set->add_option("--probability", options->probability, "Probability for each request, 0 to 1");
-    set->add_option("--seed", options->seed, "Seed of the probability, to repeat a run");
-    set->add_flag("--perform", options->perform, "Perform the request; only the answer fails");
-    set->callback([&console, options] { SetFault(*options, console); });
+    AddField<std::int64_t>(*set, "--ms", *fields, "ms",
+                           "Milliseconds to wait first, with any WHAT");
+    AddField<std::int32_t>(*set, "--status", *fields, "status", "The code of the refusal");
+    AddField<std::uint64_t>(*set, "--after", *fields, "after", "Skip this many requests first");
+    AddField<std::uint64_t>(*set, "--times", *fields, "times",
+                            "End after this many failures; never by default");
+    AddField<double>(*set, "--probability", *fields, "probability",
+                     "Probability for each request, 0 to 1");
+    AddField<std::uint64_t>(*set, "--seed", *fields, "seed",
+                            "Seed of the probability, to repeat a run");
+    set->add_flag_function(
+        "--perform", [fields](std::int64_t) { (*fields)["perform"] = true; },
+        "Perform the request; only the answer fails");
+    set->callback([&console, fields] { SetFault(*fields, console); });
 }
 
 void AddFault(CLI::App& service, const Console& console)
@@ -229,83 +204,57 @@ void AddFault(CLI::App& service, const Console& console)
     });
 }
 
-/// The options of commands that act on clients.
-struct ClientOptions {
-    std::optional<std::uint64_t> client;
-    std::optional<std::uint32_t> processId;
-    std::optional<std::string> notification;
-    std::optional<std::string> payload;
-    std::optional<std::uint64_t> count;
-    bool droppable = false;
-};
-
-/// Sends a command that acts on clients. The answer's field `counted` says how many notifications
-/// or clients there were.
-void SendToClients(const std::string& name, const ClientOptions& options, const char* counted,
-                   const std::string& line, const Console& console)
-{
-    Json command{{"command", name}};
-    PutIfGiven(command, "client", options.client);
-    PutIfGiven(command, "pid", options.processId);
-    PutIfGiven(command, "id", options.notification);
-    PutIfGiven(command, "payload", options.payload);
-    PutIfGiven(command, "count", options.count);
-    if (options.count) {
-        command["droppable"] = options.droppable;
-    }
-    const Json answer = Control(command);
-    console.Report(answer, line + ": " + answer.at(counted).dump());
-}
-
-/// Adds a command that acts on clients. `line` says what the number in the answer counts.
+/// Adds a command that acts on clients. Its options add to `fields`. The answer's field `counted`
+/// says how many notifications or clients there were, and `line` what they are.
 CLI::App* AddClientCommand(CLI::App& service, const std::string& name,
                            const std::string& description, const char* counted,
-                           const std::string& line, const std::shared_ptr<ClientOptions>& options,
+                           const std::string& line, const std::shared_ptr<Json>& fields,
                            const Console& console)
 {
     CLI::App* const command = service.add_subcommand(name, description);
-    CLI::Option* const client = command->add_option(
-        "--client", options->client, "Only this client, numbered as in `service status`");
-    command->add_option("--pid", options->processId, "Only the clients of this process")
+    CLI::Option* const client =
+        AddField<std::uint64_t>(*command, "--client", *fields, "client",
+                                "Only this client, numbered as in `service status`");
+    AddField<std::uint32_t>(*command, "--pid", *fields, "pid", "Only the clients of this process")
         ->excludes(client);
-    command->callback([&console, name, counted, line, options] {
-        SendToClients(name, *options, counted, line, console);
+    command->callback([&console, name, counted, line, fields] {
+        (*fields)["command"] = name;
+        const Json answer = Control(*fields);
+        console.Report(answer, line + ": " + answer.at(counted).dump());
     });
     return command;
 }
 
-void AddNotificationOptions(CLI::App& command, ClientOptions& options)
+void AddNotificationOptions(CLI::App& command, Json& fields)
 {
-    command
-        .add_option("NOTIFICATION", options.notification,
-                    "Its name such as BtStateChanged, or its id such as 0xD80062")
+    AddField<std::string>(command, "NOTIFICATION", fields, "id",
+                          "Its name such as BtStateChanged, or its id such as 0xD80062")
         ->required();
-    command.add_option("--payload", options.payload,
-                       "Its bytes in hexadecimal; by default its record filled with zeros");
+    AddField<std::string>(command, "--payload", fields, "payload",
+                          "Its bytes in hexadecimal; by default its record filled with zeros");
 }
 
 void AddClientCommands(CLI::App& service, const Console& console)
 {
-    const auto notify = std::make_shared<ClientOptions>();
+    const auto fields = std::make_shared<Json>();  // one command is run only
     AddNotificationOptions(
         *AddClientCommand(service, "notify", "Send clients a notification without a cause", "sent",
-                          "Notifications sent", notify, console),
-        *notify);
+                          "Notifications sent", fields, console),
+        *fields);
 
-    const auto flood = std::make_shared<ClientOptions>();
-    CLI::App* const floodCommand =
+    CLI::App* const flood =
         AddClientCommand(service, "flood", "Send clients many notifications at once", "sent",
-                         "Notifications sent", flood, console);
-    AddNotificationOptions(*floodCommand, *flood);
-    floodCommand->add_option("COUNT", flood->count, "How many")->required();
-    floodCommand->add_flag("--droppable", flood->droppable,
-                           "Drop them when a client does not keep up, as with scan results");
+                         "Notifications sent", fields, console);
+    AddNotificationOptions(*flood, *fields);
+    AddField<std::uint64_t>(*flood, "COUNT", *fields, "count", "How many")->required();
+    flood->add_flag_function(
+        "--droppable", [fields](std::int64_t) { (*fields)["droppable"] = true; },
+        "Drop them when a client does not keep up, as with scan results");
 
     AddClientCommand(service, "malformed", "Send clients bytes that are not a message", "sent",
-                     "Clients that were sent malformed bytes", std::make_shared<ClientOptions>(),
-                     console);
+                     "Clients that were sent malformed bytes", fields, console);
     AddClientCommand(service, "disconnect", "Close the connections of clients", "disconnected",
-                     "Clients disconnected", std::make_shared<ClientOptions>(), console);
+                     "Clients disconnected", fields, console);
 }
 
 void AddSend(CLI::App& service, const Console& console)

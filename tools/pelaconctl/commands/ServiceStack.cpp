@@ -1,68 +1,48 @@
 // pelaconctl service stack: how the simulated Bluetooth stack behaves.
 #include <tools/pelaconctl/commands/Kit.h>
 
-#include <utility>
-
 namespace pelacon::ctl {
 
 namespace {
 
-/// The options of `stack set`: the fields of the behaviour.
-struct StackOptions {
-    std::string operation;
-    std::optional<std::int64_t> ms;
-    std::optional<std::string> why;
-    std::optional<std::int64_t> endsAfterMs;
-    std::optional<std::uint64_t> times;
-
-    bool IsEmpty() const { return !ms && !why && !endsAfterMs && !times; }
-};
-
-void Set(const StackOptions& options, const Console& console)
+/// `fields` are those of the command: the operation, and how the stack does it.
+void Set(Json& fields, const Console& console)
 {
-    Json command{{"command", "stack.set"}, {"operation", options.operation}};
-    if (options.ms) {
-        command["ms"] = *options.ms;
-    }
-    if (options.why) {
-        command["fails"] = *options.why;
-    }
-    if (options.endsAfterMs) {
-        command["endsAfterMs"] = *options.endsAfterMs;
-    }
-    if (options.times) {
-        command["times"] = *options.times;
-    }
-    Control(command);
-    console.Report({{"operation", options.operation}},
-                   options.IsEmpty()
+    const std::string operation = fields.value("operation", "");
+    const bool isReset = fields.size() == 1;
+    fields["command"] = "stack.set";
+    Control(fields);
+    console.Report({{"operation", operation}},
+                   isReset
                        ? "The stack does this at once again, and without failure."
                        : "The stack behaves like this now. End it with: pelaconctl service stack "
                          "set " +
-                             options.operation);
+                             operation);
 }
 
 void AddSet(CLI::App& stack, const Console& console)
 {
     CLI::App* const set = stack.add_subcommand(
         "set", "Change how the stack does an operation; without options it does it at once again");
-    const auto options = std::make_shared<StackOptions>();
-    set->add_option("OPERATION", options->operation,
-                    "What programs have the stack do:\n"
-                    "switch       switch the adapter on or off\n"
-                    "rename       change the adapter's name\n"
-                    "advertise    start to advertise, also after a pause\n"
-                    "scan         start a scan, or change its policy\n"
-                    "showService  show a GATT service to peers")
+    const auto fields = std::make_shared<Json>();
+    AddField<std::string>(*set, "OPERATION", *fields, "operation",
+                          "What programs have the stack do:\n"
+                          "switch       switch the adapter on or off\n"
+                          "rename       change the adapter's name\n"
+                          "advertise    start to advertise, also after a pause\n"
+                          "scan         start a scan, or change its policy\n"
+                          "showService  show a GATT service to peers")
         ->required();
-    set->add_option("--ms", options->ms, "Milliseconds until it is done, or fails");
-    set->add_option("--fails", options->why,
-                    "Fail, for this reason: no-adapter, off, blocked, not-permitted, "
-                    "limit-reached or failed");
-    set->add_option("--ends-after", options->endsAfterMs,
-                    "End by itself this many milliseconds after its start: advertise and scan");
-    set->add_option("--times", options->times, "Only this many times; always by default");
-    set->callback([&console, options] { Set(*options, console); });
+    AddField<std::int64_t>(*set, "--ms", *fields, "ms", "Milliseconds until it is done, or fails");
+    AddField<std::string>(*set, "--fails", *fields, "fails",
+                          "Fail, for this reason: no-adapter, off, blocked, not-permitted, "
+                          "limit-reached or failed");
+    AddField<std::int64_t>(*set, "--ends-after", *fields, "endsAfterMs",
+                           "End by itself this many milliseconds after its start: advertise and "
+                           "scan");
+    AddField<std::uint64_t>(*set, "--times", *fields, "times",
+                            "Only this many times; always by default");
+    set->callback([&console, fields] { Set(*fields, console); });
 }
 
 void AddEnd(CLI::App& stack, const Console& console)

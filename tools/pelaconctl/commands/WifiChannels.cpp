@@ -8,15 +8,6 @@ namespace pelacon::ctl {
 
 namespace {
 
-std::string Listed(const std::list<int>& channels)
-{
-    std::string text;
-    for (const int channel : channels) {
-        text += (text.empty() ? "" : " ") + std::to_string(channel);
-    }
-    return text.empty() ? "none" : text;
-}
-
 /// The channels that one side supports, and its current channel.
 struct Side {
     std::list<int> channels24G;
@@ -53,7 +44,10 @@ Json RecordOf(const Side& side)
 
 std::string RowsOf(const Side& side)
 {
-    return "\n  2.4 GHz  " + Listed(side.channels24G) + "\n  5 GHz    " + Listed(side.channels5G) +
+    const auto row = [](const std::list<int>& channels) {
+        return channels.empty() ? "none" : Listed(channels);
+    };
+    return "\n  2.4 GHz  " + row(side.channels24G) + "\n  5 GHz    " + row(side.channels5G) +
            "\n  current  " + (side.current != 0 ? std::to_string(side.current) : "none");
 }
 
