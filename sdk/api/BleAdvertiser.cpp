@@ -55,22 +55,15 @@ std::int32_t CheckedEventType(const BleCall& call, std::int32_t eventType)
 BleStatusC BleAdvertiser::BleAdvRegisterCallbacks(BleAdvCallbacksC* advCallback, int* businessId)
 {
     BleCall call("BleAdvertiser::BleAdvRegisterCallbacks", &advertiserLock);
-    if (advCallback == nullptr) {
-        return call.Refuse(kLogIncomplete, "advCallback is nullptr, return");
-    }
-    if (businessId == nullptr) {
-        return call.Refuse(kLogIncomplete, "businessId is nullptr, return");
+    if (call.IsNull("advCallback", advCallback) || call.IsNull("businessId", businessId)) {
+        return kBleStatusFailed;
     }
     call.WhenNoReply([] { ReportBroadcastError(kRegisterFailed, 0); });
     return call.Send(protocol::kRegisterAdvertiser, {},
-                     [&](const protocol::ValueStatusReply& reply) {
-                         if (reply.status == kBleStatusSuccess) {
-                             call.Unlock();
-                             Registry<AdvertiserCallbacks>().AddAdvCb(advCallback, reply.value);
-                             *businessId = reply.value;
-                         }
-                         return BleStatusOf(reply);
-                     });
+                     call.Then([&](const protocol::ValueStatusReply& reply) {
+                         Registry<AdvertiserCallbacks>().AddAdvCb(advCallback, reply.value);
+                         *businessId = reply.value;
+                     }));
 }
 
 BleStatusC BleAdvertiser::BleAdvUnRegisterCallbacks(int advId)

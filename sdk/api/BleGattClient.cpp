@@ -65,15 +65,10 @@ void TakeValue(const BleCall& call, const protocol::GattValueRecord& reply,
     value.assign(reply.value, reply.value + reply.dataLen);
 }
 
-/// Stores the value of a reply whose status is success.
+/// Stores the value of a reply.
 auto StoreIn(std::int32_t& value)
 {
-    return [&value](const protocol::ValueStatusReply& reply) {
-        if (reply.status == kBleStatusSuccess) {
-            value = reply.value;
-        }
-        return BleStatusOf(reply);
-    };
+    return [&value](const protocol::ValueStatusReply& reply) { value = reply.value; };
 }
 
 }  // namespace
@@ -81,12 +76,12 @@ auto StoreIn(std::int32_t& value)
 BleStatusC BleGattClient::BleGattClientRegister(int32_t* clientId)
 {
     ClientCall call("BleGattClient::BleGattClientRegister");
-    if (clientId == nullptr) {
-        return call.Refuse(kLogIncomplete, "clientId is nullptr, return");
+    if (call.IsNull("clientId", clientId)) {
+        return kBleStatusFailed;
     }
     const std::string none = "NA";
     call.ReportNoReply(kRegisterEvent, none, 0);
-    return call.Send(protocol::kGattClientRegister, {}, StoreIn(*clientId));
+    return call.Send(protocol::kGattClientRegister, {}, call.Then(StoreIn(*clientId)));
 }
 
 BleStatusC BleGattClient::BleGattClientUnRegister(int32_t clientId)
@@ -202,5 +197,5 @@ BleStatusC BleGattClient::BleGattClientGetMtu(int32_t clientId, int32_t* mtu)
     if (mtu == nullptr) {
         return call.Refuse(kLogFailure, "null");
     }
-    return call.Send(protocol::kGattClientGetMtu, {clientId}, StoreIn(*mtu));
+    return call.Send(protocol::kGattClientGetMtu, {clientId}, call.Then(StoreIn(*mtu)));
 }

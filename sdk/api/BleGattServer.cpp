@@ -39,19 +39,6 @@ class ServerCall : public BleCall {
     {
         return Refuse(kLogFailure, "memcpy failed", kBleStatusDataTooLong);
     }
-
-    /// Makes the result of a reply with a status; when it is success, the registry is changed.
-    template <typename Change>
-    auto Then(const Change& change)
-    {
-        return [this, &change](const auto& reply) {
-            if (reply.status == kBleStatusSuccess) {
-                Unlock();
-                change(reply);
-            }
-            return BleStatusOf(reply);
-        };
-    }
 };
 
 GattServerCallbacks& Servers()

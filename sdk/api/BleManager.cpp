@@ -14,12 +14,9 @@ BleStatusC BleManager::RegisterBtStateChangeCallbacks(BtManagerCallbacksC* callb
     if (callbacks == nullptr) {
         return call.Refuse(kLogFailure, "null");
     }
-    return call.Send(protocol::kRegisterBtStateChange, {}, [&](const protocol::StatusReply& reply) {
-        if (reply.status == kBleStatusSuccess) {
-            Registry<BleManagerCallbacks>().AddBleManagerCb(callbacks);
-        }
-        return BleStatusOf(reply);
-    });
+    return call.Send(protocol::kRegisterBtStateChange, {}, call.Then([&](const auto&) {
+        Registry<BleManagerCallbacks>().AddBleManagerCb(callbacks);
+    }));
 }
 
 BleStatusC BleManager::UnRegisterBtStateChangeCallbacks(BtManagerCallbacksC* callbacks)
@@ -55,8 +52,8 @@ BtRunningState BleManager::GetBtRunningState()
 BleStatusC BleManager::GetBtMacAndName(BtInfo* info)
 {
     BleCall call("BleManager::GetBtMacAndName");
-    if (info == nullptr) {
-        return call.Refuse(kLogIncomplete, "info is nullptr, return");
+    if (call.IsNull("info", info)) {
+        return kBleStatusFailed;
     }
     call.WhenNoReply([&] {
         VoviewDataReport::EventDataReport(VoviewDataReport::kBtMacAndNameEvent)
@@ -91,13 +88,10 @@ BleStatusC BleManager::SetBtName(const std::string& name)
 
 BleStatusC BleManager::GetBtName(std::string& name)
 {
-    return BleCall("BleManager::GetBtName")
-        .Send(protocol::kGetBtName, {}, [&](const protocol::BtNameReply& reply) {
-            if (reply.status == kBleStatusSuccess) {
-                name = protocol::TextIn(reply.name);
-            }
-            return BleStatusOf(reply);
-        });
+    BleCall call("BleManager::GetBtName");
+    return call.Send(protocol::kGetBtName, {}, call.Then([&](const protocol::BtNameReply& reply) {
+        name = protocol::TextIn(reply.name);
+    }));
 }
 
 DeviceConnectStatus BleManager::IsDeviceConnected(uint64_t address, BluetoothType type)

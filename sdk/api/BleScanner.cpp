@@ -56,14 +56,10 @@ BleStatusC BleScanner::BleScanRegisterCallbacks(BleScanCallbacksC* callbacks, in
         call.LogEvent(kRegisterFailed);
     });
     return call.Send(protocol::kRegisterScanListener, {},
-                     [&](const protocol::ValueStatusReply& reply) {
-                         if (reply.status == kBleStatusSuccess) {
-                             call.Unlock();
-                             Registry<ScanCallbacks>().AddScanCb(callbacks, reply.value);
-                             *listenerId = reply.value;
-                         }
-                         return BleStatusOf(reply);
-                     });
+                     call.Then([&](const protocol::ValueStatusReply& reply) {
+                         Registry<ScanCallbacks>().AddScanCb(callbacks, reply.value);
+                         *listenerId = reply.value;
+                     }));
 }
 
 BleStatusC BleScanner::BleScanUnRegisterCallbacks(int listenerId)
@@ -138,13 +134,10 @@ BleStatusC BleScanner::RemoveScanFilter(int listenerId)
 BleStatusC BleScanner::BleRegisterTargetAdvCallback(TargetAdvFilter filter,
                                                     VoviewRecvAdvCallbacksC* callbacks)
 {
-    return BleCall("BleScanner::BleRegisterTargetAdvCallback")
-        .Send(protocol::kRegisterTargetAdv, {}, [&](const protocol::StatusReply& reply) {
-            if (reply.status == kBleStatusSuccess) {
-                Registry<TargetAdvCallbacks>().AddTargetAdvCb(filter.business, callbacks);
-            }
-            return BleStatusOf(reply);
-        });
+    BleCall call("BleScanner::BleRegisterTargetAdvCallback");
+    return call.Send(protocol::kRegisterTargetAdv, {}, call.Then([&](const auto&) {
+        Registry<TargetAdvCallbacks>().AddTargetAdvCb(filter.business, callbacks);
+    }));
 }
 
 BleStatusC BleScanner::BleUnRegisterTargetAdvCallback(BleTargetBusiness business)

@@ -3,6 +3,7 @@
 
 #include <os/Lock.h>
 #include <protocol/Operation.h>
+#include <protocol/ServiceStatus.h>
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/Exchange.h>
 
@@ -74,6 +75,15 @@ class Call {
         return result;
     }
 
+    /// Whether an argument is null, which is logged.
+    bool IsNull(const char* argument, const void* value) const
+    {
+        if (value == nullptr) {
+            Log(kLogIncomplete, argument, " is nullptr, return");
+        }
+        return value == nullptr;
+    }
+
     /// What is done first when the request is not sent, or not answered.
     template <typename Action>
     void WhenNotSent(Action&& action)
@@ -96,6 +106,22 @@ class Call {
                 const OnReply& onReply = {})
     {
         return Exchange(function_, operation, request, failures_, onReply, lastLine_);
+    }
+
+    /// For Send, where the reply has a status: on success `change` is called with the reply, and
+    /// without the lock, as it may change a registry (see os::Lock).
+    template <typename Change>
+    auto Then(const Change& change)
+    {
+        return [this, &change](const auto& reply) {
+            if (reply.status == protocol::kStatusDone) {
+                if (lock_.owns_lock()) {
+                    Unlock();
+                }
+                change(reply);
+            }
+            return ResultOf<Result>()(reply);
+        };
     }
 
   private:

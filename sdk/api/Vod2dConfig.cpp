@@ -65,11 +65,8 @@ WifiErrorCode Vod2dApi::Vod2dOrvidSharedlinkDecrease()
 WifiErrorCode Vod2dApi::Vod2dGetSelfWifiCfgInfo(SelfCfgType type, uint8_t* cfgData, int32_t* len)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetSelfWifiCfgInfo");
-    if (cfgData == nullptr) {
-        return call.Refuse(kLogIncomplete, "cfgData is nullptr, return");
-    }
-    if (len == nullptr) {
-        return call.Refuse(kLogIncomplete, "len is nullptr, return");
+    if (call.IsNull("cfgData", cfgData) || call.IsNull("len", len)) {
+        return kWifiFailed;
     }
     return call.Send(protocol::kGetSelfWifiCfgInfo, {type},
                      [&](const protocol::SelfWifiCfgReply& reply) {
@@ -80,8 +77,8 @@ WifiErrorCode Vod2dApi::Vod2dGetSelfWifiCfgInfo(SelfCfgType type, uint8_t* cfgDa
 WifiErrorCode Vod2dApi::Vod2dSetPeerWifiCfgInfo(PeerCfgType type, uint8_t* cfgData, int32_t len)
 {
     Vod2dCall call("Vod2dApi::Vod2dSetPeerWifiCfgInfo");
-    if (cfgData == nullptr) {
-        return call.Refuse(kLogIncomplete, "cfgData is nullptr, return");
+    if (call.IsNull("cfgData", cfgData)) {
+        return kWifiFailed;
     }
     if (len < 0) {
         return call.Refuse(kLogFailure, "cfgData len is invalid");
@@ -98,26 +95,19 @@ WifiErrorCode Vod2dApi::Vod2dSetPeerWifiCfgInfo(PeerCfgType type, uint8_t* cfgDa
 WifiErrorCode Vod2dApi::Vod2dRegisterWifiCfgCallback(Vod2dWifiCfgCallback* cb)
 {
     Vod2dCall call("Vod2dApi::Vod2dRegisterWifiCfgCallback");
-    if (cb == nullptr) {
-        return call.Refuse(kLogIncomplete, "callback is nullptr, return");
+    if (call.IsNull("callback", cb)) {
+        return kWifiFailed;
     }
-    return call.Send(protocol::kRegisterWifiCfg, {}, [&](const protocol::StatusReply& reply) {
-        call.Unlock();
-        if (reply.status == kWifiSuccess) {
-            Registry<WifiConfigCallbacks>().RegisterWifiCfgCallback(cb);
-        }
-        return WifiStatusOf(reply);
-    });
+    return call.Send(protocol::kRegisterWifiCfg, {}, call.Then([&](const auto&) {
+        Registry<WifiConfigCallbacks>().RegisterWifiCfgCallback(cb);
+    }));
 }
 
 WifiErrorCode Vod2dApi::Vod2dGetIfaceCoexistCap(char* ifaceCoexCap, int32_t* validLen)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetIfaceCoexistCap");
-    if (ifaceCoexCap == nullptr) {
-        return call.Refuse(kLogIncomplete, "ifaceCoexCap is nullptr, return");
-    }
-    if (validLen == nullptr) {
-        return call.Refuse(kLogIncomplete, "validLen is nullptr, return");
+    if (call.IsNull("ifaceCoexCap", ifaceCoexCap) || call.IsNull("validLen", validLen)) {
+        return kWifiFailed;
     }
     return call.Send(protocol::kGetIfaceCoexistCap, {},
                      [&](const protocol::IfaceCoexistCapReply& reply) {
@@ -129,11 +119,8 @@ WifiErrorCode Vod2dApi::Vod2dGetRecommendChannel(const RecommendChannelRequest* 
                                                  RecommendChannelResponse* resp)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetRecommendChannel");
-    if (req == nullptr) {
-        return call.Refuse(kLogIncomplete, "request is nullptr, return");
-    }
-    if (resp == nullptr) {
-        return call.Refuse(kLogIncomplete, "resp is nullptr, return");
+    if (call.IsNull("request", req) || call.IsNull("resp", resp)) {
+        return kWifiFailed;
     }
     if (count < 0) {
         return call.Refuse(kLogFailure, "count is invalid");
@@ -154,14 +141,9 @@ WifiErrorCode Vod2dApi::Vod2dSetWifiCardStateNotify(WifiCardStateInfo* info, int
                                                     WifiCardStateCallback* cb)
 {
     Vod2dCall call("Vod2dApi::Vod2dSetWifiCardStateNotify");
-    if (curState == nullptr) {
-        return call.Refuse(kLogIncomplete, "curState is nullptr, return");
-    }
-    if (cb == nullptr) {
-        return call.Refuse(kLogIncomplete, "callback is nullptr, return");
-    }
-    if (info == nullptr) {
-        return call.Refuse(kLogIncomplete, "info is nullptr, return");
+    if (call.IsNull("curState", curState) || call.IsNull("callback", cb) ||
+        call.IsNull("info", info)) {
+        return kWifiFailed;
     }
     const WifiCardStateInfo request = *info;
     return call.Send(protocol::kSetWifiCardStateNotify, request,
@@ -185,27 +167,20 @@ WifiErrorCode Vod2dApi::Vod2dSetWifiCardStateNotify(WifiCardStateInfo* info, int
 int32_t Vod2dApi::Vod2dSetConnNotify(Vod2dConnNotifyRequest* req, Vod2dWifiCfgCallback* cb)
 {
     Vod2dCall call("Vod2dApi::Vod2dSetConnNotify");
-    if (req == nullptr) {
-        return call.Refuse(kLogIncomplete, "request is nullptr, return");
-    }
-    if (cb == nullptr) {
-        return call.Refuse(kLogIncomplete, "callback is nullptr, return");
+    if (call.IsNull("request", req) || call.IsNull("callback", cb)) {
+        return kWifiFailed;
     }
     const Vod2dConnNotifyRequest request = *req;
-    return call.Send(protocol::kSetConnNotify, request, [&](const protocol::StatusReply& reply) {
-        call.Unlock();
-        if (reply.status == kWifiSuccess) {
-            Registry<WifiConfigCallbacks>().RegisterConnNotifyCallback(cb, request);
-        }
-        return WifiStatusOf(reply);
-    });
+    return call.Send(protocol::kSetConnNotify, request, call.Then([&](const auto&) {
+        Registry<WifiConfigCallbacks>().RegisterConnNotifyCallback(cb, request);
+    }));
 }
 
 WifiErrorCode Vod2dApi::Vod2dSetUpperScene(char* ifName, int32_t len, Vod2dUpperScene scene)
 {
     Vod2dCall call("Vod2dApi::Vod2dSetUpperScene");
-    if (ifName == nullptr) {
-        return call.Refuse(kLogIncomplete, "ifName is nullptr, return");
+    if (call.IsNull("ifName", ifName)) {
+        return kWifiFailed;
     }
     if (len < 0) {
         return call.Refuse(kLogFailure, "ifName len is invalid");
@@ -223,11 +198,8 @@ WifiErrorCode Vod2dApi::GetGuidByInterfaceName(const char* ifName, int32_t len, 
                                                char* guid)
 {
     Vod2dCall call("Vod2dApi::GetGuidByInterfaceName");
-    if (ifName == nullptr) {
-        return call.Refuse(kLogIncomplete, "ifName is nullptr, return");
-    }
-    if (guid == nullptr) {
-        return call.Refuse(kLogIncomplete, "guid is nullptr, return");
+    if (call.IsNull("ifName", ifName) || call.IsNull("guid", guid)) {
+        return kWifiFailed;
     }
     if (len < 0 || len > kLongestName || guidLen < 0) {
         return call.Refuse(kLogFailure, "len is invalid");

@@ -69,8 +69,8 @@ auto FillInfo(Vod2dSoftAPInfo& info)
 WifiErrorCode Vod2dApi::Vod2dCreateGroup(Vod2dSoftAPInfo* info)
 {
     Vod2dCall call("Vod2dApi::Vod2dCreateGroup");
-    if (info == nullptr) {
-        return call.Refuse(kLogIncomplete, "apInfo is nullptr, return");
+    if (call.IsNull("apInfo", info)) {
+        return kWifiFailed;
     }
     const ipc::ServicePresence::Watch service;
     call.WhenNoReply([&] {
@@ -99,8 +99,8 @@ WifiErrorCode Vod2dApi::Vod2dRemoveGroup()
 WifiErrorCode Vod2dApi::Vod2dGetGroupConfig(Vod2dSoftAPInfo* info)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetGroupConfig");
-    if (info == nullptr) {
-        return call.Refuse(kLogIncomplete, "apInfo is nullptr, return");
+    if (call.IsNull("apInfo", info)) {
+        return kWifiFailed;
     }
     return call.Send(protocol::kGetGroupConfig, {}, FillInfo(*info));
 }
@@ -108,8 +108,8 @@ WifiErrorCode Vod2dApi::Vod2dGetGroupConfig(Vod2dSoftAPInfo* info)
 WifiErrorCode Vod2dApi::Vod2dGetGroupInfoConnected(Vod2dLinkGroup* group)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetGroupInfoConnected");
-    if (group == nullptr) {
-        return call.Refuse(kLogIncomplete, "group is nullptr, return");
+    if (call.IsNull("group", group)) {
+        return kWifiFailed;
     }
     return call.Send(protocol::kGetGroupInfoConnected, {},
                      [&](const protocol::LinkGroupReply& reply) {
@@ -121,8 +121,8 @@ WifiErrorCode Vod2dApi::Vod2dGetGroupInfoConnected(Vod2dLinkGroup* group)
 WifiErrorCode Vod2dApi::Vod2dIsWifiActive(bool* active)
 {
     Vod2dCall call("Vod2dApi::Vod2dIsWifiActive");
-    if (active == nullptr) {
-        return call.Refuse(kLogIncomplete, "active is nullptr, return");
+    if (call.IsNull("active", active)) {
+        return kWifiFailed;
     }
     return call.Send(protocol::kIsWifiActive, {}, [&](const protocol::WifiActiveReply& reply) {
         *active = reply.active != 0;
@@ -140,8 +140,8 @@ int32_t Vod2dApi::Vod2dGetFrequency()
 WifiErrorCode Vod2dApi::Vod2dGetChannelListFor5G(int32_t* chanList, int32_t len)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetChannelListFor5G");
-    if (chanList == nullptr) {
-        return call.Refuse(kLogIncomplete, "chanList is nullptr, return");
+    if (call.IsNull("chanList", chanList)) {
+        return kWifiFailed;
     }
     if (len < 0) {
         return call.Refuse(kLogFailure, "chanList len is invalid");
@@ -166,8 +166,8 @@ WifiErrorCode Vod2dApi::Vod2dGetChannelListFor5G(int32_t* chanList, int32_t len)
 WifiErrorCode Vod2dApi::Vod2dGetBaseMacAddress(char* mac, int32_t len)
 {
     Vod2dCall call("Vod2dApi::Vod2dGetBaseMacAddress");
-    if (mac == nullptr) {
-        return call.Refuse(kLogIncomplete, "macAddr is nullptr, return");
+    if (call.IsNull("macAddr", mac)) {
+        return kWifiFailed;
     }
     if (len < static_cast<int32_t>(sizeof protocol::BaseMacReply::mac)) {
         return call.Refuse(kLogFailure, "mac len is invalid");
@@ -183,25 +183,15 @@ WifiErrorCode Vod2dApi::Vod2dGetBaseMacAddress(char* mac, int32_t len)
 WifiErrorCode Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback(Vod2dWifiBroadcastRecvCb* cb)
 {
     Vod2dCall call("Vod2dApi::Vod2dRegisterSoftAPStateChangedCallback");
-    return call.Send(protocol::kRegisterSoftApStateChanged, {},
-                     [&](const protocol::StatusReply& reply) {
-                         call.Unlock();
-                         if (reply.status == kWifiSuccess) {
-                             Registry<GroupCallbacks>().AddSoftAPStateChanged(cb);
-                         }
-                         return WifiStatusOf(reply);
-                     });
+    return call.Send(protocol::kRegisterSoftApStateChanged, {}, call.Then([&](const auto&) {
+        Registry<GroupCallbacks>().AddSoftAPStateChanged(cb);
+    }));
 }
 
 WifiErrorCode Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback(Vod2dWifiBroadcastRecvCb* cb)
 {
     Vod2dCall call("Vod2dApi::Vod2dUnRegisterSoftAPStateChangedCallback");
-    return call.Send(protocol::kUnRegisterSoftApStateChanged, {},
-                     [&](const protocol::StatusReply& reply) {
-                         call.Unlock();
-                         if (reply.status == kWifiSuccess) {
-                             Registry<GroupCallbacks>().RemoveSoftAPStateChanged(cb);
-                         }
-                         return WifiStatusOf(reply);
-                     });
+    return call.Send(protocol::kUnRegisterSoftApStateChanged, {}, call.Then([&](const auto&) {
+        Registry<GroupCallbacks>().RemoveSoftAPStateChanged(cb);
+    }));
 }

@@ -232,22 +232,16 @@ void WifiSystemApi::RegistSoftApConnectStatus(ISoftApConnectStatus* listener)
 
 int WifiSystemApi::RegisterSoftApNotificationEventCallback(ISoftAPNotification* listener)
 {
-    return WifiCall("WifiSystemApi::RegisterSoftApNotificationEventCallback", -1)
-        .Send(protocol::kRegisterSoftApNotification, {}, [&](const protocol::StatusReply& reply) {
-            if (reply.status == kSoftApSuccess) {
-                Registry<SoftApListeners>().AddSoftApNotificationCallback(listener);
-            }
-            return reply.status;
-        });
+    WifiCall call("WifiSystemApi::RegisterSoftApNotificationEventCallback", -1);
+    return call.Send(protocol::kRegisterSoftApNotification, {}, call.Then([&](const auto&) {
+        Registry<SoftApListeners>().AddSoftApNotificationCallback(listener);
+    }));
 }
 
 int WifiSystemApi::UnRegisterSoftApNotificationEventCallback(ISoftAPNotification* listener)
 {
-    return WifiCall("WifiSystemApi::UnRegisterSoftApNotificationEventCallback", -1)
-        .Send(protocol::kUnRegisterSoftApNotification, {}, [&](const protocol::StatusReply& reply) {
-            if (reply.status == kSoftApSuccess) {
-                Registry<SoftApListeners>().RemoveSoftApNotificationCallback(listener);
-            }
-            return reply.status;
-        });
+    WifiCall call("WifiSystemApi::UnRegisterSoftApNotificationEventCallback", -1);
+    return call.Send(protocol::kUnRegisterSoftApNotification, {}, call.Then([&](const auto&) {
+        Registry<SoftApListeners>().RemoveSoftApNotificationCallback(listener);
+    }));
 }
