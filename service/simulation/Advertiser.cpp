@@ -1,6 +1,5 @@
 #include <service/simulation/Advertiser.h>
 
-#include <algorithm>
 #include <optional>
 
 namespace pelacon::service::simulation {
@@ -10,11 +9,11 @@ class Advertiser::Running : public radio::Advertisement {
   public:
     Running(Advertiser& radio, const radio::Advertising& advertising,
             radio::AdvertisementObserver& observer)
-        : radio_(radio), advertising_(advertising), observer_(observer), activity_(radio.scheduler_)
-    {
-        radio_.running_.push_back(this);
-    }
-    ~Running() override { std::erase(radio_.running_, this); }
+        : radio_(radio),
+          advertising_(advertising),
+          observer_(observer),
+          activity_(radio.scheduler_, radio.activities_)
+    {}
 
     void Begin()
     {
@@ -33,8 +32,6 @@ class Advertiser::Running : public radio::Advertisement {
             });
     }
 
-    void End() { activity_.End(radio::Outcome::kFailed); }
-
   private:
     Advertiser& radio_;
     radio::Advertising advertising_;
@@ -49,17 +46,6 @@ std::unique_ptr<radio::Advertisement> Advertiser::Start(const radio::Advertising
     auto running = std::make_unique<Running>(*this, advertising, observer);
     running->Begin();
     return running;
-}
-
-std::size_t Advertiser::EndAll()
-{
-    const std::vector<Running*> all = running_;
-    for (Running* const one : all) {
-        if (std::ranges::count(running_, one) != 0) {  // the end of one may be the end of another
-            one->End();
-        }
-    }
-    return all.size();
 }
 
 }  // namespace pelacon::service::simulation

@@ -28,7 +28,7 @@ class Advertiser : public radio::Advertiser {
                                                 radio::AdvertisementObserver& observer) override;
 
     /// For operators: all advertisements end by themselves. Returns how many.
-    std::size_t EndAll();
+    std::size_t EndAll() { return simulation::EndAll(activities_, radio::Outcome::kFailed); }
 
   private:
     class Running;
@@ -37,7 +37,7 @@ class Advertiser : public radio::Advertiser {
     Stack& stack_;
     const Adapter& adapter_;
     Air& air_;
-    std::vector<Running*> running_;  // also those that have not started yet
+    std::vector<StackActivity*> activities_;  // also those that have not started yet
 };
 
 }  // namespace pelacon::service::simulation

@@ -61,7 +61,7 @@ void Air::Carry(const Transmitter& from, const Signal& signal,
     const radio::Heard response{signal.address, rssi(), radio::AdvertisementKind::kScanResponse,
                                 advertising.scanResponse};
     for (Receiver* receiver : receivers_) {
-        if (!receiver->Hears(from)) {
+        if (!receiver->Receives(from)) {
             continue;
         }
         receiver->Notify(heard);

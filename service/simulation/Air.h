@@ -57,7 +57,7 @@ class Air::Receiver {
     friend class Air;
 
     /// Counts an advertisement of this transmitter; returns whether it is received.
-    bool Hears(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
+    bool Receives(const Transmitter& from) { return sent_[&from]++ % oneIn_ == 0; }
 
     void Notify(const radio::Heard& heard) const { observer_(heard); }
     void Forget(const Transmitter& transmitter) { sent_.erase(&transmitter); }

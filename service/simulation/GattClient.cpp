@@ -9,7 +9,7 @@ GattClient::GattClient(Scheduler& scheduler, Adapter& adapter, const GattLinkCon
 {
     adapter.Observe([this](radio::AdapterState state) {
         if (state != radio::AdapterState::kOn) {
-            EndLinks(links_, radio::GattReason::kLocal);
+            EndAll(links_, radio::GattReason::kLocal);
         }
     });
 }
@@ -29,17 +29,6 @@ GattDevice* GattClient::Find(std::uint64_t address) const
 std::int32_t GattClient::MtuWith(const GattDevice& device) const
 {
     return std::min(config_.mtu, device.Config().mtu);
-}
-
-void EndLinks(const std::vector<GattLink*>& links, radio::GattReason reason)
-{
-    // A link that ends leaves the list.
-    const std::vector<GattLink*> before = links;  // NOLINT(performance-unnecessary-copy-*)
-    for (GattLink* const link : before) {
-        if (std::find(links.begin(), links.end(), link) != links.end()) {
-            link->End(reason);
-        }
-    }
 }
 
 }  // namespace pelacon::service::simulation

@@ -5,6 +5,7 @@
 #include <service/radio/GattClient.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/GattLink.h>
+#include <service/simulation/Stack.h>
 
 #include <cstdint>
 #include <map>
@@ -43,8 +44,5 @@ class GattClient : public radio::GattClient {
     std::map<std::uint64_t, GattDevice*> devices_;
     std::vector<GattLink*> links_;
 };
-
-/// Ends these links, except those that the end of another one has ended.
-void EndLinks(const std::vector<GattLink*>& links, radio::GattReason reason);
 
 }  // namespace pelacon::service::simulation

@@ -116,11 +116,23 @@ bool GattLink::HasService(const Uuid& service) const
     return isDiscovered_ && device_ != nullptr && device_->HasService(service);
 }
 
+/// Whether the device has a characteristic with one of these flags.
+GattStatus GattLink::Permission(const Uuid& service, const Uuid& characteristic,
+                                std::int32_t flags) const
+{
+    const auto actual = isDiscovered_ ? device_->FlagsOf(service, characteristic) : std::nullopt;
+    if (!actual) {
+        return GattStatus::kNotFound;
+    }
+    return (*actual & flags) != 0 ? GattStatus::kDone : GattStatus::kNotPermitted;
+}
+
 Completion<GattLink::ReadResult> GattLink::Read(const Uuid& service, const Uuid& characteristic)
 {
-    return Ask<ReadResult>({GattStatus::kNotConnected, {}}, [=, this] {
-        return isDiscovered_ ? device_->Read(*this, service, characteristic)
-                             : ReadResult{GattStatus::kNotFound, {}};
+    return Ask<ReadResult>({GattStatus::kNotConnected, {}}, [=, this]() -> ReadResult {
+        const GattStatus status = Permission(service, characteristic, radio::kGattRead);
+        return {status, status == GattStatus::kDone ? device_->Read(*this, service, characteristic)
+                                                    : GattValue()};
     });
 }
 
@@ -128,8 +140,11 @@ Completion<GattStatus> GattLink::Write(const Uuid& service, const Uuid& characte
                                        GattValue value)
 {
     return Ask<GattStatus>(GattStatus::kNotConnected, [=, this, value = std::move(value)] {
-        return isDiscovered_ ? device_->Write(*this, service, characteristic, value)
-                             : GattStatus::kNotFound;
+        const GattStatus status = Permission(service, characteristic, radio::kGattAnyWrite);
+        if (status == GattStatus::kDone) {
+            device_->Write(*this, service, characteristic, value);
+        }
+        return status;
     });
 }
 
@@ -137,8 +152,11 @@ Completion<GattStatus> GattLink::Subscribe(const Uuid& service, const Uuid& char
                                            bool enable)
 {
     return Ask<GattStatus>(GattStatus::kNotConnected, [=, this] {
-        return isDiscovered_ ? device_->Subscribe(*this, service, characteristic, enable)
-                             : GattStatus::kNotFound;
+        const GattStatus status = Permission(service, characteristic, radio::kGattAnyNotify);
+        if (status == GattStatus::kDone) {
+            device_->Subscribe(*this, service, characteristic, enable);
+        }
+        return status;
     });
 }
 

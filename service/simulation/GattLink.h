@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace pelacon::service::simulation {
 
@@ -17,8 +18,6 @@ class GattLink;
 /// A device that can be connected to.
 class GattDevice {
   public:
-    using ReadResult = radio::GattConnection::ReadResult;
-
     GattDevice() = default;
     virtual ~GattDevice() = default;
     GattDevice(const GattDevice&) = delete;
@@ -33,12 +32,18 @@ class GattDevice {
     virtual void Leave(GattLink& link) = 0;
 
     virtual bool HasService(const radio::Uuid& service) const = 0;
-    virtual ReadResult Read(GattLink& link, const radio::Uuid& service,
-                            const radio::Uuid& characteristic) = 0;
-    virtual radio::GattStatus Write(GattLink& link, const radio::Uuid& service,
-                                    const radio::Uuid& characteristic, radio::GattValue value) = 0;
-    virtual radio::GattStatus Subscribe(GattLink& link, const radio::Uuid& service,
-                                        const radio::Uuid& characteristic, bool enable) = 0;
+
+    /// What a characteristic can do; nothing if the device does not have it.
+    virtual std::optional<std::int32_t> FlagsOf(const radio::Uuid& service,
+                                                const radio::Uuid& characteristic) = 0;
+
+    /// These are called only if the characteristic's flags permit it.
+    virtual radio::GattValue Read(GattLink& link, const radio::Uuid& service,
+                                  const radio::Uuid& characteristic) = 0;
+    virtual void Write(GattLink& link, const radio::Uuid& service,
+                       const radio::Uuid& characteristic, radio::GattValue value) = 0;
+    virtual void Subscribe(GattLink& link, const radio::Uuid& service,
+                           const radio::Uuid& characteristic, bool enable) = 0;
 };
 
 /// A connection from this machine to a device.
@@ -76,6 +81,9 @@ class GattLink : public radio::GattConnection {
 
     void Establish();
     void Close();
+
+    radio::GattStatus Permission(const radio::Uuid& service, const radio::Uuid& characteristic,
+                                 std::int32_t flags) const;
 
     template <typename Result>
     Completion<Result> Ask(Result whenEnded, std::function<Result()> answer);

@@ -6,7 +6,6 @@
 namespace pelacon::service::simulation {
 
 using radio::GattReason;
-using radio::GattStatus;
 using radio::GattValue;
 using radio::Uuid;
 
@@ -72,55 +71,39 @@ GattPeripheral::Characteristic* GattPeripheral::Find(const Uuid& service,
     return found != characteristics_.end() ? &*found : nullptr;
 }
 
-GattPeripheral::ReadResult GattPeripheral::Read(GattLink& /*link*/, const Uuid& service,
-                                                const Uuid& characteristic)
+std::optional<std::int32_t> GattPeripheral::FlagsOf(const Uuid& service, const Uuid& characteristic)
 {
     const Characteristic* const found = Find(service, characteristic);
-    if (found == nullptr) {
-        return {GattStatus::kNotFound, {}};
-    }
-    if ((found->config.flags & radio::kGattRead) == 0) {
-        return {GattStatus::kNotPermitted, {}};
-    }
-    return {GattStatus::kDone, found->config.value};
+    return found != nullptr ? std::optional(found->config.flags) : std::nullopt;
 }
 
-GattStatus GattPeripheral::Write(GattLink& /*link*/, const Uuid& service,
-                                 const Uuid& characteristic, GattValue value)
+GattValue GattPeripheral::Read(GattLink& /*link*/, const Uuid& service, const Uuid& characteristic)
 {
-    Characteristic* const found = Find(service, characteristic);
-    if (found == nullptr) {
-        return GattStatus::kNotFound;
-    }
-    if ((found->config.flags & radio::kGattAnyWrite) == 0) {
-        return GattStatus::kNotPermitted;
-    }
-    found->config.value = std::move(value);
-    Notify(*found);
-    return GattStatus::kDone;
+    return Find(service, characteristic)->config.value;
 }
 
-GattStatus GattPeripheral::Subscribe(GattLink& link, const Uuid& service,
-                                     const Uuid& characteristic, bool enable)
+void GattPeripheral::Write(GattLink& /*link*/, const Uuid& service, const Uuid& characteristic,
+                           GattValue value)
 {
-    Characteristic* const found = Find(service, characteristic);
-    if (found == nullptr) {
-        return GattStatus::kNotFound;
-    }
-    if ((found->config.flags & radio::kGattAnyNotify) == 0) {
-        return GattStatus::kNotPermitted;
-    }
-    std::erase(found->subscribers, &link);
+    Characteristic& found = *Find(service, characteristic);
+    found.config.value = std::move(value);
+    Notify(found);
+}
+
+void GattPeripheral::Subscribe(GattLink& link, const Uuid& service, const Uuid& characteristic,
+                               bool enable)
+{
+    Characteristic& found = *Find(service, characteristic);
+    std::erase(found.subscribers, &link);
     if (enable) {
-        found->subscribers.push_back(&link);
+        found.subscribers.push_back(&link);
     }
-    if (found->subscribers.empty()) {
-        found->notifying.Cancel();
-    } else if (found->config.notifyEvery.count() != 0 && !found->notifying.IsPending()) {
-        found->notifying =
-            scheduler_.Every(found->config.notifyEvery, [this, found] { NotifyNext(*found); });
+    if (found.subscribers.empty()) {
+        found.notifying.Cancel();
+    } else if (found.config.notifyEvery.count() != 0 && !found.notifying.IsPending()) {
+        found.notifying =
+            scheduler_.Every(found.config.notifyEvery, [this, &found] { NotifyNext(found); });
     }
-    return GattStatus::kDone;
 }
 
 void GattPeripheral::Notify(const Characteristic& characteristic)

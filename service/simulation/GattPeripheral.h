@@ -22,12 +22,14 @@ class GattPeripheral : public GattDevice {
     radio::GattReason Join(GattLink& link) override;
     void Leave(GattLink& link) override;
     bool HasService(const radio::Uuid& service) const override;
-    ReadResult Read(GattLink& link, const radio::Uuid& service,
-                    const radio::Uuid& characteristic) override;
-    radio::GattStatus Write(GattLink& link, const radio::Uuid& service,
-                            const radio::Uuid& characteristic, radio::GattValue value) override;
-    radio::GattStatus Subscribe(GattLink& link, const radio::Uuid& service,
-                                const radio::Uuid& characteristic, bool enable) override;
+    std::optional<std::int32_t> FlagsOf(const radio::Uuid& service,
+                                        const radio::Uuid& characteristic) override;
+    radio::GattValue Read(GattLink& link, const radio::Uuid& service,
+                          const radio::Uuid& characteristic) override;
+    void Write(GattLink& link, const radio::Uuid& service, const radio::Uuid& characteristic,
+               radio::GattValue value) override;
+    void Subscribe(GattLink& link, const radio::Uuid& service, const radio::Uuid& characteristic,
+                   bool enable) override;
 
   private:
     struct Characteristic {

@@ -1,4 +1,3 @@
-#include <service/simulation/GattClient.h>
 #include <service/simulation/GattServer.h>
 
 #include <algorithm>
@@ -87,10 +86,6 @@ class GattServer::Service : public radio::LocalGattService {
     const Uuid& GetUuid() const noexcept { return uuid_; }
     radio::GattServiceHost& Host() const noexcept { return host_; }
     std::vector<Characteristic>& Characteristics() noexcept { return characteristics_; }
-    std::int32_t FlagsOf(std::size_t characteristic) const
-    {
-        return characteristics_.at(characteristic).shown.flags;
-    }
 
   private:
     GattServer& device_;
@@ -136,7 +131,7 @@ void GattServer::Close(const Server& server)
 {
     std::erase(servers_, &server);
     if (servers_.empty()) {
-        EndLinks(links_, GattReason::kPeer);
+        EndAll(links_, GattReason::kPeer);
     }
 }
 
@@ -207,49 +202,36 @@ bool GattServer::HasService(const Uuid& service) const
     return FindService(service) != nullptr;
 }
 
-GattServer::ReadResult GattServer::Read(GattLink& link, const Uuid& service,
-                                        const Uuid& characteristic)
+std::optional<std::int32_t> GattServer::FlagsOf(const Uuid& service, const Uuid& characteristic)
 {
     const Place place = Find(service, characteristic);
-    if (place.service == nullptr) {
-        return {GattStatus::kNotFound, {}};
-    }
-    if ((place.service->FlagsOf(place.characteristic) & radio::kGattRead) == 0) {
-        return {GattStatus::kNotPermitted, {}};
-    }
-    return {GattStatus::kDone, place.service->Host().PeerReads(PeerOf(link), place.characteristic)};
+    return place.service != nullptr
+               ? std::optional(place.service->Characteristics()[place.characteristic].shown.flags)
+               : std::nullopt;
 }
 
-GattStatus GattServer::Write(GattLink& link, const Uuid& service, const Uuid& characteristic,
-                             GattValue value)
+GattValue GattServer::Read(GattLink& link, const Uuid& service, const Uuid& characteristic)
 {
     const Place place = Find(service, characteristic);
-    if (place.service == nullptr) {
-        return GattStatus::kNotFound;
-    }
-    if ((place.service->FlagsOf(place.characteristic) & radio::kGattAnyWrite) == 0) {
-        return GattStatus::kNotPermitted;
-    }
+    return place.service->Host().PeerReads(PeerOf(link), place.characteristic);
+}
+
+void GattServer::Write(GattLink& link, const Uuid& service, const Uuid& characteristic,
+                       GattValue value)
+{
+    const Place place = Find(service, characteristic);
     place.service->Host().PeerWrites(PeerOf(link), place.characteristic, std::move(value));
-    return GattStatus::kDone;
 }
 
-GattStatus GattServer::Subscribe(GattLink& link, const Uuid& service, const Uuid& characteristic,
-                                 bool enable)
+void GattServer::Subscribe(GattLink& link, const Uuid& service, const Uuid& characteristic,
+                           bool enable)
 {
     const Place place = Find(service, characteristic);
-    if (place.service == nullptr) {
-        return GattStatus::kNotFound;
-    }
-    if ((place.service->FlagsOf(place.characteristic) & radio::kGattAnyNotify) == 0) {
-        return GattStatus::kNotPermitted;
-    }
     auto& subscribers = place.service->Characteristics()[place.characteristic].subscribers;
     std::erase(subscribers, &link);
     if (enable) {
         subscribers.push_back(&link);
     }
-    return GattStatus::kDone;
 }
 
 }  // namespace pelacon::service::simulation

@@ -1,18 +1,16 @@
 #include <service/simulation/Scanner.h>
 
-#include <algorithm>
-
 namespace pelacon::service::simulation {
 
 /// One scan, from its start on.
 class Scanner::Running : public radio::Scan {
   public:
     Running(Scanner& radio, radio::ScanPolicy policy, radio::ScanObserver& observer)
-        : radio_(radio), policy_(policy), observer_(observer), activity_(radio.scheduler_)
-    {
-        radio_.running_.push_back(this);
-    }
-    ~Running() override { std::erase(radio_.running_, this); }
+        : radio_(radio),
+          policy_(policy),
+          observer_(observer),
+          activity_(radio.scheduler_, radio.activities_)
+    {}
 
     void Begin()
     {
@@ -32,8 +30,6 @@ class Scanner::Running : public radio::Scan {
             });
     }
 
-    void End() { activity_.End(radio::Outcome::kFailed); }
-
   private:
     Scanner& radio_;
     radio::ScanPolicy policy_;
@@ -47,17 +43,6 @@ std::unique_ptr<radio::Scan> Scanner::Start(radio::ScanPolicy policy, radio::Sca
     auto running = std::make_unique<Running>(*this, policy, observer);
     running->Begin();
     return running;
-}
-
-std::size_t Scanner::EndAll()
-{
-    const std::vector<Running*> all = running_;
-    for (Running* const one : all) {
-        if (std::ranges::count(running_, one) != 0) {  // the end of one may be the end of another
-            one->End();
-        }
-    }
-    return all.size();
 }
 
 }  // namespace pelacon::service::simulation

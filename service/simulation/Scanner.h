@@ -22,7 +22,7 @@ class Scanner : public radio::Scanner {
                                        radio::ScanObserver& observer) override;
 
     /// For operators: all scans end by themselves. Returns how many.
-    std::size_t EndAll();
+    std::size_t EndAll() { return simulation::EndAll(activities_, radio::Outcome::kFailed); }
 
   private:
     class Running;
@@ -31,7 +31,7 @@ class Scanner : public radio::Scanner {
     Stack& stack_;
     const Adapter& adapter_;
     Air& air_;
-    std::vector<Running*> running_;  // also those that have not started yet
+    std::vector<StackActivity*> activities_;  // also those that have not started yet
 };
 
 }  // namespace pelacon::service::simulation

@@ -4,9 +4,11 @@
 #include <service/base/Scheduler.h>
 #include <service/simulation/StackConfig.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <utility>
+#include <vector>
 
 namespace pelacon::service::simulation {
 
@@ -35,10 +37,18 @@ class Stack {
     StackConfig behaviours_;
 };
 
-/// An activity that takes time to start and may fail or end by itself: advertising, a scan.
+/// An activity that takes time to start and may fail or end by itself: advertising, a scan. It is
+/// in the list while it exists.
 class StackActivity {
   public:
-    explicit StackActivity(Scheduler& scheduler) : scheduler_(scheduler) {}
+    StackActivity(Scheduler& scheduler, std::vector<StackActivity*>& list)
+        : scheduler_(scheduler), list_(list)
+    {
+        list_.push_back(this);
+    }
+    ~StackActivity() { std::erase(list_, this); }
+    StackActivity(const StackActivity&) = delete;
+    StackActivity& operator=(const StackActivity&) = delete;
 
     /// Calls `started` in the call or later, or `ended` later, as the behaviour says; `ended` also
     /// if it ends by itself after its start. Both may destroy this.
@@ -77,10 +87,25 @@ class StackActivity {
     }
 
     Scheduler& scheduler_;
+    std::vector<StackActivity*>& list_;
     std::function<void()> started_;
     std::function<void(radio::Outcome)> ended_;
     std::optional<std::chrono::milliseconds> endsAfter_;
     Timer next_;
 };
+
+/// Ends all in the list, which each leaves at its end, perhaps together with others. Returns how
+/// many there were.
+template <typename One, typename Reason>
+std::size_t EndAll(const std::vector<One*>& list, Reason why)
+{
+    const std::vector<One*> before = list;  // NOLINT(performance-unnecessary-copy-initialization)
+    for (One* const one : before) {
+        if (std::ranges::find(list, one) != list.end()) {
+            one->End(why);
+        }
+    }
+    return before.size();
+}
 
 }  // namespace pelacon::service::simulation
