@@ -37,7 +37,7 @@ enum ExitCode : int {
     kEnded = 0,
     kFailed = 1,
     kUsage = 2,
-    kWorldWrong = 3,
+    kWorldNotValid = 3,
     kPipeUnusable = 4,
 };
 
@@ -52,8 +52,8 @@ constexpr char kFooter[] = R"(
 Where it listens
   In the folder that the environment variable PELACON_RUNTIME_DIR names; without it, in
   /run/pelacon if it runs as root or may write there, else in $XDG_RUNTIME_DIR/pelacon.
-  Programs look in the same places. When it takes connections, it prints "ready" and its
-  address to stdout.
+  Programs look in the same places. When it accepts connections, it prints "ready" and
+  its address to stdout.
 
 Examples
   PelaconService                         the built-in world
@@ -65,7 +65,7 @@ Examples
 
 Exit codes
   0  ended by a signal    1  failed unexpectedly    2  wrong options
-  3  the world file is wrong or cannot be read
+  3  the world file is not valid or cannot be read
   4  the pipe cannot be used: another service has it, or its folder is not writable)";
 
 struct Options {
@@ -222,7 +222,7 @@ int Run(const Options& options)
         options.trace ? service::LogLevel::kTrace : *service::LogLevelOf(options.logLevel);
     service::Settings settings = ReadSettings(options);
     if (options.check) {
-        std::printf("%s: right\n", settings.worldName.c_str());
+        std::printf("%s: valid\n", settings.worldName.c_str());
         return kEnded;
     }
     // Not before the world file has been read: while the program waits for it in a pipe, a signal
@@ -268,7 +268,7 @@ int main(int argc, char** argv)
         }
         return Run(options);
     } catch (const json::Error& failure) {
-        return Complain(kWorldWrong, failure);
+        return Complain(kWorldNotValid, failure);
     } catch (const IPCServerError& failure) {
         return Complain(kPipeUnusable, failure);
     } catch (const std::exception& failure) {

@@ -95,7 +95,7 @@ std::int32_t DisableStatusOf(radio::Outcome why)
 
 }  // namespace
 
-/// What an advertiser advertises, from a start until its end: on the air and in pauses.
+/// What an advertiser advertises, from a start to its end, including pauses.
 class AdvertiserFamily::Broadcast : public radio::AdvertisementObserver {
   public:
     Broadcast(AdvertiserFamily& family, Session& session, const StartAdvertiseRequest& request,
@@ -109,7 +109,7 @@ class AdvertiserFamily::Broadcast : public radio::AdvertisementObserver {
           start_(family.context_.scheduler)
     {}
 
-    /// Goes on the air. Returns what becomes of that.
+    /// Starts to advertise. Returns the result of the start.
     Completion<std::int32_t> Begin()
     {
         Turn();
@@ -118,8 +118,8 @@ class AdvertiserFamily::Broadcast : public radio::AdvertisementObserver {
         return start_.Status();
     }
 
-    /// Ends it, which destroys it: with this status while its request waits, else with a
-    /// notification.
+    /// Ends it, which destroys it. A request that waits for the start gets this status; otherwise
+    /// the client is notified.
     void End(std::int32_t status, std::int32_t why)
     {
         const bool wasStarted = !start_.IsUnderWay();
@@ -280,7 +280,7 @@ void AdvertiserFamily::Repair(Session& session, const protocol::RepairRequest& h
 {
     Advertisers& advertisers = clients_[&session];
     for (const std::int32_t id : held.advertiserIds) {
-        // One that is there already was registered since the restart.
+        // An id that exists already was registered after the restart.
         if (id > 0 && advertisers.size() < kMostAdvertisers && advertisers.try_emplace(id).second) {
             session.Notify(protocol::kAdvertiseDisabled, {id, kBleAdvServiceRestart});
         }

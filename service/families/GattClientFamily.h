@@ -43,7 +43,7 @@ class GattClientFamily : public Family {
     Client* Find(const Session& session, std::int32_t clientId);
     std::size_t CountOf(const Session& session) const;
 
-    /// Why the request, which is valid or not, cannot be performed; kStatusDone if it can.
+    /// Why a request to this client cannot be performed; kStatusDone if it can.
     static std::int32_t Check(const Client* client, bool isValid = true);
 
     /// Starts an operation on the client's connection, if Check allows it, and waits for its

@@ -28,7 +28,7 @@ class GattServerFamily::Service : public radio::GattServiceHost {
     /// Whether peers see it, or are about to.
     bool IsStarted() const noexcept { return shown_ != nullptr; }
 
-    /// Returns what becomes of it, also where it is under way already.
+    /// Returns the result of the start, also of one that is under way already.
     Completion<std::int32_t> Start(radio::LocalGattServer& server, Scheduler& scheduler)
     {
         if (!IsStarted()) {

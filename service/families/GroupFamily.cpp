@@ -108,9 +108,9 @@ void GroupFamily::ServeSharedLink(Router& router)
     });
 }
 
-// A client that returns may have asked a service that has ended since. It is notified of the state
-// that it finds, and drops what none of its callbacks is registered for. While a group is being
-// made there is no such state yet: what becomes of the group is notified in the end.
+// A returning client may have registered with a service that has ended since. It is notified of the
+// present state, and ignores what it has no callback for. While a group is being created there is
+// no such state; the result of the creation is notified later.
 void GroupFamily::ClientArrived(Session& session, bool returning)
 {
     if (!returning) {
@@ -121,7 +121,7 @@ void GroupFamily::ClientArrived(Session& session, bool returning)
         session.Notify(protocol::kSoftApGroupsChange,
                        {GroupStateOf(groups_.Exists()), protocol::kStatusInterrupted});
     }
-    // Its library has reported all stations gone.
+    // The client's library has reported to its callbacks that all stations left.
     for (const radio::Station& station : groups_.Stations()) {
         session.Notify(protocol::kSoftApConnectionStateChange, ChangeOf(station, true));
     }
@@ -141,8 +141,8 @@ std::optional<protocol::GroupInfoReply> GroupFamily::Create(
     if (chosen == 0) {
         return GroupInfoReply{Info(), protocol::kStatusNotSupported};
     }
-    // Also where no table is registered: the client may give up before the group is there, and then
-    // has to learn of it.
+    // Also if the client has registered no table: it may stop waiting before the group exists, and
+    // must then be notified of the group.
     listeners_.insert(&session);
     const auto outcome = AwaitGroup(scheduler_, session, [&](radio::Groups::Done done) {
         groups_.Create(chosen, std::move(done));
@@ -172,16 +172,16 @@ bool GroupFamily::IsUsedByOthers(const Session& session) const
                                [&](const auto& uses) { return uses.first != &session; });
 }
 
-/// The channel asked for, or for 0 the recommended one; 0 when the adapter may not use it.
-std::int32_t GroupFamily::ChooseChannel(std::int32_t wished) const
+/// The requested channel, or the recommended one if that is 0; 0 if the adapter may not use it.
+std::int32_t GroupFamily::ChooseChannel(std::int32_t requested) const
 {
-    if (wished == 0) {
+    if (requested == 0) {
         const auto recommended = RecommendChannel(wifi_, {});
         return recommended ? recommended->channel : 0;
     }
     const bool known = std::ranges::any_of(
-        wifi_.Channels(), [&](const auto& channel) { return channel.number == wished; });
-    return known ? wished : 0;
+        wifi_.Channels(), [&](const auto& channel) { return channel.number == requested; });
+    return known ? requested : 0;
 }
 
 protocol::GroupInfo GroupFamily::Info() const

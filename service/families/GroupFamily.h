@@ -27,7 +27,7 @@ class GroupFamily : public Family {
     std::optional<protocol::GroupInfoReply> Create(Session& session,
                                                    const protocol::CreateGroupRequest& request);
     std::optional<std::int32_t> Remove(Session& session);
-    std::int32_t ChooseChannel(std::int32_t wished) const;
+    std::int32_t ChooseChannel(std::int32_t requested) const;
     bool IsUsedByOthers(const Session& session) const;
     protocol::GroupInfo Info() const;
     protocol::ChannelListReply ChannelList() const;

@@ -1,4 +1,4 @@
-// Waiting for what a radio makes of a request.
+// Waiting for the radio's part of a request.
 #pragma once
 
 #include <protocol/ServiceStatus.h>
@@ -69,8 +69,7 @@ constexpr Scheduler::Duration PatienceOf(const Operation& operation)
     return operation.timeout / 2;
 }
 
-/// Waits for a status. Everything may have changed then: the caller does not use its family any
-/// more.
+/// Waits for a status. The family may be destroyed meanwhile: the caller does not use it any more.
 inline std::int32_t AwaitStatus(Scheduler& scheduler, Session& session,
                                 const Completion<std::int32_t>& status, Scheduler::Duration limit)
 {
@@ -81,7 +80,8 @@ inline std::int32_t AwaitStatus(Scheduler& scheduler, Session& session,
     return isOver ? protocol::kStatusInterrupted : protocol::kStatusPeerUnreachable;
 }
 
-/// Has a radio begin something and waits for the outcome, as AwaitStatus does.
+/// Calls `begin`, which makes a radio begin something, and waits for the status as AwaitStatus
+/// does.
 inline std::int32_t AwaitRadio(Scheduler& scheduler, Session& session, Scheduler::Duration patience,
                                const std::function<void(radio::OutcomeDone)>& begin)
 {
@@ -90,10 +90,10 @@ inline std::int32_t AwaitRadio(Scheduler& scheduler, Session& session, Scheduler
     return AwaitStatus(scheduler, session, status, patience);
 }
 
-/// Begins something at the radio and waits for its end; kAborted where the service ends meanwhile.
-/// Nothing where the client has left (the connection of its request may still be there): the group
-/// may still come or go, so no outcome would be true. Without an outcome of the radio's the family
-/// may be gone, and is not to be touched.
+/// Calls `begin`, which makes the radio create or remove a group, and waits for the outcome.
+/// Returns kAborted if the service ends meanwhile, and nothing if the client has left (the
+/// connection of its request may still be open): the radio has not finished then. In both cases the
+/// family may be destroyed and must not be used any more.
 inline std::optional<radio::GroupOutcome> AwaitGroup(
     Scheduler& scheduler, Session& session, const std::function<void(radio::Groups::Done)>& begin)
 {
@@ -105,8 +105,8 @@ inline std::optional<radio::GroupOutcome> AwaitGroup(
     return scheduler.IsStopping() ? std::optional(radio::GroupOutcome::kAborted) : std::nullopt;
 }
 
-/// Something that a radio begins for a request, and which is withdrawn if it takes too long or is
-/// not wanted any more.
+/// Something that a radio begins for a request, and that is cancelled if it takes too long or is no
+/// longer wanted.
 class Attempt {
   public:
     explicit Attempt(Scheduler& scheduler) : scheduler_(scheduler), status_(scheduler) {}

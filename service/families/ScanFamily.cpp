@@ -167,8 +167,8 @@ ScanFamily::Listener* ScanFamily::Find(Session& session, std::int32_t id)
     return listener != client->second.listeners.end() ? &listener->second : nullptr;
 }
 
-/// Starts the client's scan, ends it or changes its policy, according to its listeners. A scan goes
-/// on until the one with the new policy has started.
+/// Starts the client's scan, ends it or changes its policy, as its listeners require. A scan
+/// continues until the one with the new policy has started.
 void ScanFamily::FitScan(Session& session)
 {
     Client& client = clients_[&session];
@@ -191,7 +191,7 @@ void ScanFamily::FitScan(Session& session)
     }
 }
 
-/// Notifies the client of those of its listeners that scan and are not known to.
+/// Notifies the client of those of its listeners that scan and were not notified yet.
 void ScanFamily::NotifyStarted(Session& session)
 {
     for (auto& [id, listener] : clients_[&session].listeners) {
@@ -224,7 +224,7 @@ void ScanFamily::Ended(Session& session, const Scan& scan, radio::Outcome why)
 {
     Client& client = clients_[&session];
     if (client.scan && client.next) {
-        // The other one goes on, or starts.
+        // The other scan continues, or starts.
         (client.next.get() == &scan ? client.next : client.scan).reset();
         return;
     }

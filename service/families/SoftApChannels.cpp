@@ -16,8 +16,8 @@ using radio::GroupOutcome;
 
 namespace {
 
-/// How long a request waits for another channel, of the 5 s that its client waits. Radios that
-/// refuse to move try again for 4 s.
+/// How long a request waits for the move to another channel; its client waits for 5 s. Radios try
+/// a move that fails again for 4 s.
 constexpr std::chrono::milliseconds kMovePatience{4500};
 
 std::int32_t FrequenceTypeOf(std::int32_t channel)
@@ -111,8 +111,8 @@ void SoftApFamily::ServeChannels(Router& router)
                  [](const Int32Record& request) { return radio::FrequencyOf(request.value); });
 }
 
-/// The channel for a wish; 0 if there is none. After a failure on the 5 GHz band, a wish for any
-/// band does not choose it.
+/// The best channel of this band, or of any; 0 if there is none. After a failure on the 5 GHz band,
+/// that band is not chosen for a request for any band.
 std::int32_t SoftApFamily::ChannelFor(Band band) const
 {
     if (band == Band::kNone && avoid5GHz_) {
@@ -123,9 +123,9 @@ std::int32_t SoftApFamily::ChannelFor(Band band) const
     return MeetingChannel(wifi_, phone_, band);
 }
 
-/// Moves the soft AP to a channel of the band, if there is one, and waits for that. Returns the
-/// channel that it is on then. Nothing where the client has left or the service ends: the family
-/// may be gone, and is not touched.
+/// Moves the soft AP to a channel of the band, if there is one, and waits until it has moved.
+/// Returns its channel afterwards; nothing if the client has left or the service ends, since the
+/// family may be destroyed then.
 std::optional<std::int32_t> SoftApFamily::MoveTo(Session& session, Band band)
 {
     const std::int32_t channel = ChannelFor(band);

@@ -154,9 +154,9 @@ void SoftApFamily::ServeDevices(Router& router)
     });
 }
 
-// Any client may have registered for connections while there was no service: its library keeps that
-// object whether it is answered or not, and drops what it has no object for. One that returns is
-// notified of the state that it finds as well.
+// Every client is notified of connections, as it may have registered for them while there was no
+// service: its library keeps the registered object even if the request was not answered. A
+// returning client is also notified of the present state. It ignores what it has no object for.
 void SoftApFamily::ClientArrived(Session& session, bool returning)
 {
     clients_.insert(&session);
@@ -184,9 +184,9 @@ void SoftApFamily::ClientLeft(Session& session)
     listeners_.erase(&session);
 }
 
-/// Makes the outcome the last result as soon as the radio knows it: until the handler goes on,
-/// another client that was notified of the soft AP may already act on it, and where this one has
-/// left, the handler does not go on at all.
+/// Records the outcome as the last result as soon as the radio reports it. The handler continues
+/// only later, when other clients may have asked for the result already, and does not continue if
+/// its client has left.
 radio::Groups::Done SoftApFamily::Noting(radio::Groups::Done done)
 {
     return [this, done = std::move(done)](GroupOutcome outcome) {

@@ -66,7 +66,7 @@ class SoftApFamily : public Family {
     std::int32_t wakeUpRestarts_ = 0;
 
     Listeners clients_;              // notified of connections
-    Listeners connectionListeners_;  // those that are known to want it
+    Listeners connectionListeners_;  // those that have registered for them
     Listeners listeners_;
 };
 

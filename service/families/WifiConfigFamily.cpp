@@ -17,7 +17,7 @@ namespace pelacon::service {
 
 namespace {
 
-/// Types that there are: of an application's kinds of configuration, and of the scenes.
+/// The number of types of configurations.
 constexpr std::int32_t kMostTypes = 16;
 
 constexpr std::int32_t kEveryCard = -1;
@@ -63,8 +63,8 @@ WifiConfigFamily::WifiConfigFamily(const Context& context)
                  std::bind_front(&WifiConfigFamily::AskForCards, this));
 }
 
-// A client that returns drops what none of its tables is registered for. What it set before is its
-// own word again, not a peer's.
+// A returning client ignores notifications that it has no table for. It is the setter of what it
+// set before.
 void WifiConfigFamily::ClientArrived(Session& session, bool returning)
 {
     if (!returning) {
@@ -87,8 +87,8 @@ void WifiConfigFamily::ClientLeft(Session& session)
     ForgetSetter(session);
 }
 
-/// The others go on with what it set. Of two of one type that nobody can replace any more, the
-/// later one is enough.
+/// What the client has set stays valid for the others. Of several settings of one type whose
+/// setters have left, only the latest is kept, since none of them can be replaced any more.
 void WifiConfigFamily::ForgetSetter(const Session& session)
 {
     std::set<std::int32_t> types;
@@ -226,7 +226,7 @@ protocol::CardStateReply WifiConfigFamily::AskForCards(Session& session,
     return reply;
 }
 
-/// Addresses are compared in the form in which they are notified.
+/// Keeps the address in lower case, as in notifications.
 std::int32_t WifiConfigFamily::AskForConnections(Session& session,
                                                  protocol::ConnNotifyRequest request)
 {
@@ -243,7 +243,7 @@ std::int32_t WifiConfigFamily::AskForConnections(Session& session,
     return protocol::kStatusDone;
 }
 
-/// Those that records have room for.
+/// The cards that fit into a record.
 std::span<const radio::CardState> WifiConfigFamily::Cards() const
 {
     const std::span<const radio::CardState> all = cards_.States();

@@ -60,8 +60,7 @@ WifiStateFamily::WifiStateFamily(const Context& context)
     });
 }
 
-// A client that returns is notified of the state that it finds, and drops what none of its objects
-// is registered for.
+// A returning client is notified of the present state, and ignores what it has no object for.
 void WifiStateFamily::ClientArrived(Session& session, bool returning)
 {
     if (returning) {
@@ -78,8 +77,8 @@ void WifiStateFamily::ClientLeft(Session& session)
     channelListeners_.erase(&session);
 }
 
-/// Switches, and waits until that is done. Nothing where the client has left meanwhile. Where there
-/// is no point in going on the family may be gone, and is not touched.
+/// Switches, and waits until that is done. Returns nothing if the client has left meanwhile. The
+/// family may be destroyed during the wait and is not used after it.
 std::optional<std::int32_t> WifiStateFamily::Enable(Session& session,
                                                     const protocol::FlagRequest& request)
 {

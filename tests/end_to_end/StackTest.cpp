@@ -15,17 +15,17 @@ namespace pelacon::test {
 
 namespace {
 
-using Told = std::pair<std::int32_t, std::int32_t>;  // an id and its status
+using IdAndStatus = std::pair<std::int32_t, std::int32_t>;
 
-Mailbox<Told>& Silences()
+Mailbox<IdAndStatus>& Silences()
 {
-    static auto& silences = *new Mailbox<Told>;
+    static auto& silences = *new Mailbox<IdAndStatus>;
     return silences;
 }
 
-Mailbox<Told>& ScanStatuses()
+Mailbox<IdAndStatus>& ScanStatuses()
 {
-    static auto& statuses = *new Mailbox<Told>;
+    static auto& statuses = *new Mailbox<IdAndStatus>;
     return statuses;
 }
 
@@ -92,7 +92,7 @@ TEST_F(SlowStack, AdvertisingThatEndsByItselfIsReported)
     EXPECT_EQ(BleAdvertiser::BleStartAdvertise(id, {}, {}), 0);
     EXPECT_EQ(service.Command({{"command", "stack.end"}, {"operation", "advertise"}}).at("ended"),
               1);
-    EXPECT_EQ(Silences().Next(), Told(id, kBleAdvRadioFailed));
+    EXPECT_EQ(Silences().Next(), IdAndStatus(id, kBleAdvRadioFailed));
     EXPECT_EQ(BleAdvertiser::BleAdvUnRegisterCallbacks(id), 0);
 }
 
@@ -101,11 +101,11 @@ TEST_F(SlowStack, AScanThatStartsLateAndEndsByItselfIsReported)
     int id = 0;
     ASSERT_EQ(BleScanner::BleScanRegisterCallbacks(&scanTable, &id), 0);
     EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanLowLatency), 0);
-    EXPECT_EQ(ScanStatuses().Next(), Told(id, kBleScanStarted));
-    EXPECT_EQ(ScanStatuses().Next(), Told(id, kBleScanRadioFailed));
+    EXPECT_EQ(ScanStatuses().Next(), IdAndStatus(id, kBleScanStarted));
+    EXPECT_EQ(ScanStatuses().Next(), IdAndStatus(id, kBleScanRadioFailed));
     Behave("scan", {{"fails", "failed"}});
     EXPECT_EQ(BleScanner::StartBleScan(id, kBleScanLowLatency), 0);
-    EXPECT_EQ(ScanStatuses().Next(), Told(id, kBleScanRadioFailed));
+    EXPECT_EQ(ScanStatuses().Next(), IdAndStatus(id, kBleScanRadioFailed));
     EXPECT_EQ(BleScanner::BleScanUnRegisterCallbacks(id), 0);
 }
 

@@ -187,7 +187,7 @@ TEST_F(AdapterFamilyTest, ARefusedSwitchChangesNothing)
     }
     Behave("switch");
     EXPECT_EQ(client.Call(protocol::kBtDisable)->status, kStatusDone);
-    EXPECT_EQ(NextState(client), kTurningOff) << "nothing was told before";
+    EXPECT_EQ(NextState(client), kTurningOff) << "nothing was notified before";
 }
 
 TEST_F(AdapterFamilyTest, ASwitchIsAnsweredWhenTheStackHasAcceptedIt)

@@ -387,16 +387,16 @@ TEST_F(AdvertiserFamilyTest, TheRadioMayEndIt)
     const std::int32_t id = Register(sender);
     Behave("advertise", {{"endsAfterMs", 10}, {"times", 1}});
     ASSERT_EQ(Start(sender, Request(id, {2, 1, 6})), kStatusDone);
-    auto told = sender.Next(protocol::kAdvertiseDisabled);
-    EXPECT_EQ(told.advertiserId, id);
-    EXPECT_EQ(told.status, kRadioFailed);
+    auto disabled = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(disabled.advertiserId, id);
+    EXPECT_EQ(disabled.status, kRadioFailed);
     EXPECT_EQ(Advertising(), 0);
 
     ASSERT_EQ(Start(sender, Request(id, {2, 1, 6})), kStatusDone) << "it is still registered";
     EXPECT_EQ(End("advertise"), 1);
-    told = sender.Next(protocol::kAdvertiseDisabled);
-    EXPECT_EQ(told.advertiserId, id);
-    EXPECT_EQ(told.status, kRadioFailed);
+    disabled = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(disabled.advertiserId, id);
+    EXPECT_EQ(disabled.status, kRadioFailed);
     EXPECT_EQ(End("advertise"), 0);
 }
 
@@ -408,16 +408,16 @@ TEST_F(AdvertiserFamilyTest, AFailureAfterAPauseIsNotified)
     request.params.sendPartTime = 20;
     ASSERT_EQ(Start(sender, request), kStatusDone);
     Behave("advertise", {{"fails", "limit-reached"}});
-    auto told = sender.Next(protocol::kAdvertiseDisabled);
-    EXPECT_EQ(told.advertiserId, id);
-    EXPECT_EQ(told.status, kRadioFailed);
+    auto disabled = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(disabled.advertiserId, id);
+    EXPECT_EQ(disabled.status, kRadioFailed);
     EXPECT_EQ(Advertising(), 0);
 
     Behave("advertise");
     ASSERT_EQ(Start(sender, request), kStatusDone);
     Behave("advertise", {{"fails", "blocked"}});
-    told = sender.Next(protocol::kAdvertiseDisabled);
-    EXPECT_EQ(told.status, kAdapterOff);
+    disabled = sender.Next(protocol::kAdvertiseDisabled);
+    EXPECT_EQ(disabled.status, kAdapterOff);
 }
 
 }  // namespace
