@@ -3,7 +3,6 @@
 #include <protocol/Hex.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <sstream>
 

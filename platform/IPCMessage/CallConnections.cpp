@@ -1,6 +1,5 @@
 #include <IPCMessage/CallConnections.h>
 
-#include <algorithm>
 #include <array>
 #include <utility>
 

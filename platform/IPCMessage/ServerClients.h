@@ -1,7 +1,6 @@
 // The clients of a service. A client has several connections.
 #pragma once
 
-#include <IPCMessage/IPCMessageServer.h>
 #include <IPCMessage/Outbox.h>
 #include <IPCMessage/Transport.h>
 

@@ -2,7 +2,6 @@
 #include <sdk/api/CEntry.h>
 #include <sdk/api/GattFields.h>
 
-#include <string>
 #include <vector>
 
 using pelacon::CEntry;

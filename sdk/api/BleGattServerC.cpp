@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 using pelacon::CEntry;
 using pelacon::ValueFrom;

@@ -4,8 +4,6 @@
 #include <PelaconSDK/WifiStatus.h>
 #include <sdk/api/Call.h>
 
-#include <cstdint>
-
 namespace pelacon {
 
 inline constinit os::Lock vod2dLock;

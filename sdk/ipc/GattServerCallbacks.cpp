@@ -5,7 +5,6 @@
 #include <sdk/ipc/GattServerCallbacks.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace pelacon {
 

@@ -7,7 +7,6 @@
 #include <sdk/ipc/Registry.h>
 
 #include <atomic>
-#include <cstdint>
 #include <set>
 #include <string>
 

@@ -5,8 +5,6 @@
 #include <protocol/Vod2dConfig.h>
 #include <sdk/ipc/CallbackList.h>
 
-#include <cstdint>
-
 namespace pelacon {
 
 /// Three lists, each with a lock of its own. A handler calls every table of its list, with that

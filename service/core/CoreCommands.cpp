@@ -1,14 +1,12 @@
 #include <service/base/Log.h>
 #include <service/core/Core.h>
 #include <service/core/CoreState.h>
-#include <service/core/Trace.h>
 
 #include <nlohmann/json.hpp>
 
 #include <charconv>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace pelacon::service {
 

@@ -4,7 +4,6 @@
 #include <protocol/Vod2dConfig.h>
 #include <service/radio/Wifi.h>
 
-#include <cstdint>
 #include <optional>
 #include <span>
 

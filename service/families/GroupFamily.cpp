@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <string>
 #include <utility>
 
 namespace pelacon::service {

@@ -1,7 +1,6 @@
 // Wi-Fi Direct groups: creation, removal, and notifications.
 #pragma once
 
-#include <protocol/Vod2dConfig.h>
 #include <protocol/Vod2dGroup.h>
 #include <service/core/Family.h>
 

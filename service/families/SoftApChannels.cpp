@@ -1,6 +1,5 @@
 // The channels of the soft AP, the machine and the phone.
 #include <PelaconSDK/WifiState.h>
-#include <protocol/ServiceStatus.h>
 #include <service/families/SoftApFamily.h>
 
 #include <chrono>

@@ -6,12 +6,9 @@
 #include <service/core/Family.h>
 #include <service/families/PairedPhone.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace pelacon::service {

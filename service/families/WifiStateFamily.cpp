@@ -3,7 +3,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <chrono>
 #include <functional>
 
 namespace pelacon::service {

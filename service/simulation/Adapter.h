@@ -11,7 +11,6 @@
 #include <set>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace pelacon::service::simulation {
 

@@ -2,7 +2,6 @@
 #include <service/simulation/AdvertisingConfig.h>
 
 #include <algorithm>
-#include <span>
 
 namespace pelacon::service::simulation {
 

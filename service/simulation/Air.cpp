@@ -1,6 +1,5 @@
 #include <service/simulation/Air.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace pelacon::service::simulation {

@@ -6,7 +6,6 @@
 #include <service/simulation/PhoneConfig.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace pelacon::service::simulation {

@@ -1,6 +1,5 @@
 #include <service/simulation/StackConfig.h>
 
-#include <limits>
 #include <string_view>
 #include <utility>
 

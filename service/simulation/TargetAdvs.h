@@ -6,7 +6,6 @@
 #include <service/radio/TargetAdvs.h>
 #include <service/simulation/TargetAdvConfig.h>
 
-#include <utility>
 #include <vector>
 
 namespace pelacon::service::simulation {

@@ -6,7 +6,6 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <chrono>
 #include <string_view>
 
 namespace pelacon::ctl {

@@ -19,7 +19,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
-#include <string_view>
 
 namespace pelacon::ctl {
 

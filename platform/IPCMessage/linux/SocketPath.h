@@ -4,7 +4,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>

@@ -4,7 +4,6 @@
 
 #include <cctype>
 #include <thread>
-#include <utility>
 
 namespace pelacon::ctl {
 
