@@ -118,8 +118,6 @@ class Reader {
     /// Throws an error about this value: "world.json:12: adapter.name: " and the text.
     [[noreturn]] void Fail(const std::string& what) const;
 
-    std::size_t Line() const noexcept { return value_->line; }
-
   private:
     friend class Fields;
 

@@ -1,8 +1,8 @@
 #include <PelaconSDK/BleGattServer.h>
 #include <protocol/GattServer.h>
 #include <sdk/api/BleCall.h>
+#include <sdk/api/BothForms.h>
 #include <sdk/api/GattFields.h>
-#include <sdk/api/GattServerService.h>
 #include <sdk/diag/VoviewDataReport.h>
 #include <sdk/ipc/GattServerCallbacks.h>
 

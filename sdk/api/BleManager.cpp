@@ -2,7 +2,7 @@
 #include <karvell_secure_c/securec.h>
 #include <protocol/BleManager.h>
 #include <sdk/api/BleCall.h>
-#include <sdk/api/BtName.h>
+#include <sdk/api/BothForms.h>
 #include <sdk/diag/VoviewDataReport.h>
 #include <sdk/ipc/BleManagerCallbacks.h>
 

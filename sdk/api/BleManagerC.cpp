@@ -1,6 +1,6 @@
 #include <PelaconSDK/BleManager.h>
 #include <karvell_secure_c/securec.h>
-#include <sdk/api/BtName.h>
+#include <sdk/api/BothForms.h>
 #include <sdk/api/CEntry.h>
 
 #include <string>

@@ -34,17 +34,17 @@ class Family : public Interface {
   public:
     /// A client's event connection is up. A returning client was connected before, possibly to a
     /// service that has ended since, and may rely on registrations that this service does not have.
-    virtual void ClientArrived(Session& session, bool returning);
+    virtual void ClientArrived(Session& /*session*/, bool /*returning*/) {}
 
     /// The client has left. The family drops everything that it holds for the client.
-    virtual void ClientLeft(Session& session);
+    virtual void ClientLeft(Session& /*session*/) {}
 
     /// The client holds these ids from before a restart. They are valid for this session from now
     /// on.
-    virtual void Repair(Session& session, const protocol::RepairRequest& held);
+    virtual void Repair(Session& /*session*/, const protocol::RepairRequest& /*held*/) {}
 
     /// Adds the family's state to the answer of the `status` command.
-    virtual void Describe(nlohmann::json& status) const;
+    virtual void Describe(nlohmann::json& /*status*/) const {}
 };
 
 /// Creates all families, in the order in which ClientArrived and ClientLeft are called. Defined in

@@ -47,11 +47,6 @@ class Session {
     {
         return Notify(notification.id, {}, Transport::Urgency::kKept);
     }
-    bool Notify(const protocol::Notification<protocol::Bytes>& notification, ByteView payload,
-                Transport::Urgency urgency = Transport::Urgency::kKept)
-    {
-        return Notify(notification.id, payload, urgency);
-    }
     bool Notify(std::int32_t messageId, std::span<const std::uint8_t> payload,
                 Transport::Urgency urgency);
 

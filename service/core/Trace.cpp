@@ -38,11 +38,6 @@ std::string RequestName(std::int32_t id, std::size_t payloadLength)
     return NameOf(protocol::FindRequest(id, payloadLength), id);
 }
 
-std::string NotificationName(std::int32_t id)
-{
-    return NameOf(protocol::FindNotification(id), id);
-}
-
 std::string HexOf(ByteView bytes, std::size_t most)
 {
     std::string text = protocol::HexText(bytes.first(std::min(most, bytes.size())));
@@ -80,8 +75,8 @@ void TraceReply(std::uint64_t clientId, std::int32_t id, std::size_t requestLeng
 void TraceNotification(std::uint64_t clientId, std::int32_t id, ByteView payload, bool sent)
 {
     if (log::IsWanted(LogLevel::kDebug)) {
-        log::Debug("client ", clientId, " ! ", NotificationName(id), ", ", Contents(payload),
-                   sent ? "" : ", not there");
+        log::Debug("client ", clientId, " ! ", NameOf(protocol::FindNotification(id), id), ", ",
+                   Contents(payload), sent ? "" : ", not there");
     }
 }
 

@@ -11,7 +11,6 @@ namespace pelacon::service {
 
 /// A request's name and id, or only its id if it has no name.
 std::string RequestName(std::int32_t id, std::size_t payloadLength);
-std::string NotificationName(std::int32_t id);
 
 /// Bytes in hexadecimal, cut after a number of them.
 std::string HexOf(ByteView bytes, std::size_t most = 64);

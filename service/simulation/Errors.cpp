@@ -2,6 +2,15 @@
 
 namespace pelacon::service::simulation {
 
+using namespace std::chrono_literals;
+
+void ReadError(json::Fields& fields, ErrorConfig& config)
+{
+    config.code = fields.Required("code").Integer<std::int32_t>();
+    config.after = fields.Required("afterMs").Milliseconds(0ms, 24h);
+    fields.Read("everyMs", config.every, 1ms, 24h);
+}
+
 Errors::Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs)
     : scheduler_(scheduler)
 {
@@ -12,15 +21,10 @@ Errors::Errors(Scheduler& scheduler, const std::vector<ErrorConfig>& configs)
     }
 }
 
-void Errors::Report(std::int32_t code) const
-{
-    observers_(code);
-}
-
 void Errors::Strike(std::size_t index)
 {
     Planned& planned = planned_[index];
-    Report(planned.config.code);
+    observers_(planned.config.code);
     if (planned.config.every.count() != 0) {
         planned.timer = scheduler_.After(planned.config.every, [this, index] { Strike(index); });
     }

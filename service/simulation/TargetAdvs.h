@@ -1,14 +1,22 @@
 // Simulated targeted advertisements.
 #pragma once
 
+#include <json/Reader.h>
 #include <service/base/Scheduler.h>
 #include <service/radio/Adapter.h>
 #include <service/radio/TargetAdvs.h>
-#include <service/simulation/TargetAdvConfig.h>
 
+#include <chrono>
 #include <vector>
 
 namespace pelacon::service::simulation {
+
+struct TargetAdvConfig {
+    radio::TargetAdv advertisement{};
+    std::chrono::milliseconds every{1000};
+};
+
+void ReadTargetAdv(json::Fields& fields, TargetAdvConfig& config);
 
 class TargetAdvs : public radio::TargetAdvs {
   public:

@@ -3,13 +3,13 @@
 
 #include <service/core/Faults.h>
 #include <service/simulation/AdapterConfig.h>
-#include <service/simulation/ErrorConfig.h>
+#include <service/simulation/Errors.h>
 #include <service/simulation/GattConfig.h>
 #include <service/simulation/GroupConfig.h>
 #include <service/simulation/PeripheralConfig.h>
-#include <service/simulation/PhoneConfig.h>
+#include <service/simulation/Phone.h>
 #include <service/simulation/StackConfig.h>
-#include <service/simulation/TargetAdvConfig.h>
+#include <service/simulation/TargetAdvs.h>
 #include <service/simulation/WifiCards.h>
 #include <service/simulation/WifiConfig.h>
 

@@ -1,4 +1,4 @@
-#include <service/simulation/TargetAdvConfig.h>
+#include <service/simulation/TargetAdvs.h>
 
 #include <algorithm>
 #include <cstdint>
