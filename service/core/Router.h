@@ -80,6 +80,7 @@ class Router {
             const ByteView payload = protocol::Payload<Reply>::View(reply);
             return Bytes(payload.begin(), payload.end());
         } else {
+            static_assert(sizeof(Owned) == sizeof(Value), "the record has other fields, too");
             return Encode<Reply>(Owned{value});
         }
     }

@@ -1,8 +1,10 @@
+#include <protocol/ServiceStatus.h>
 #include <service/core/Router.h>
 #include <tests/service/RecordingTransport.h>
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -71,6 +73,29 @@ TEST_F(RouterTest, GivesBytesAsTheyAre)
                   [](Session&, ByteView bytes) { return Bytes(bytes.rbegin(), bytes.rend()); });
     EXPECT_EQ(Send(kReverse.id, {1, 2, 3}), (Bytes{3, 2, 1}));
     EXPECT_EQ(Send(kReverse.id, {}), Bytes());
+}
+
+TEST_F(RouterTest, AHandlerTakesWhatItNeeds)
+{
+    router_.Serve(kSwap, [](const Pair& pair) { return Pair{pair.other, pair.one}; });
+    EXPECT_EQ(Send(kSwap.id, {1, 0, 0, 0, 2, 0, 0, 0}), (Bytes{2, 0, 0, 0, 1, 0, 0, 0}));
+    router_.Serve(kPlain, [](Session& session) {
+        return protocol::StatusReply{static_cast<std::int32_t>(session.ClientId())};
+    });
+    EXPECT_EQ(Send(kPlain.id, {}), (Bytes{1, 0, 0, 0}));
+    router_.Serve(kEcho, [] { return std::string("?"); });
+    EXPECT_EQ(Send(kEcho.id, {'a', 0}), (Bytes{'?', 0}));
+}
+
+TEST_F(RouterTest, AHandlerMayReturnTheValueOfTheReplysOnlyField)
+{
+    router_.Serve(kPlain, [] { return protocol::kStatusBusy; });
+    EXPECT_EQ(Send(kPlain.id, {}), (Bytes{3, 0, 0, 0}));
+    router_.Serve(kTwinWithRecord, [](const protocol::Int32Record& record) {
+        return record.value == 0 ? std::nullopt : std::optional(record.value);
+    });
+    EXPECT_EQ(Send(kTwinWithRecord.id, {7, 0, 0, 0}), (Bytes{7, 0, 0, 0}));
+    EXPECT_EQ(Send(kTwinWithRecord.id, {}), std::nullopt);
 }
 
 TEST_F(RouterTest, AHandlerMayReturnNoReply)
