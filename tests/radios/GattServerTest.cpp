@@ -2,8 +2,6 @@
 // tests/gatt_server.sh.
 #include <tests/radios/ServerAndClient.h>
 
-#include <cstdio>
-
 namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
@@ -66,7 +64,6 @@ TEST_F(AGattServer, NotifiesInOrderWithoutALoss)
             });
         }
     };
-    const auto start = Loop::Clock::now();
     Do(send);
     constexpr std::size_t kStep = 1000;
     for (std::size_t expected = kStep; expected <= kCount; expected += kStep) {
@@ -75,8 +72,6 @@ TEST_F(AGattServer, NotifiesInOrderWithoutALoss)
             << notifications.size() << " of " << done;
     }
     EXPECT_TRUE(Eventually([&] { return done == kCount; }));
-    const std::chrono::duration<double> taken = Loop::Clock::now() - start;
-    std::printf("%zu notifications in %.1f s\n", kCount, taken.count());
     EXPECT_EQ(Read(kNotifying), Bytes{'a'});
     Do([&] {
         ASSERT_EQ(notifications.size(), kCount);

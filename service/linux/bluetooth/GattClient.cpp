@@ -79,6 +79,7 @@ void GattConnection::Connected()
 void GattConnection::Ended(GattReason why)
 {
     isUp_ = false;
+    isDiscovered_ = false;
     AbandonAll();
     observer_.Ended(why);
 }

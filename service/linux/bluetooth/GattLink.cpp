@@ -7,9 +7,6 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
 
-/// How long a connection may take to end after an operation was broken off.
-constexpr std::chrono::seconds kUntilEnded{1};
-
 /// Whether the device, or BlueZ, did not answer at all: most often because the connection is about
 /// to end.
 bool IsBrokenOff(const dbus::Error& error)

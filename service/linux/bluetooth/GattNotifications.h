@@ -13,10 +13,11 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// BlueZ lets this process subscribe to a characteristic once; any number of links may do so here.
-/// It signals every notification and indication as a change of the property Value, one signal each,
+/// A process can subscribe to a characteristic of BlueZ once; any number of links share that. BlueZ
+/// signals every notification and indication as a change of the property Value, one signal each,
 /// and the result of a read likewise, immediately before the reply. Reads are therefore made here,
-/// so that they are told apart from notifications. In the loop's thread.
+/// which keeps the two apart; only a read by another program looks like a notification. In the
+/// loop's thread.
 class GattNotifications : private Stack::Observer {
   public:
     using Bytes = dbus::Bytes;

@@ -4,6 +4,7 @@
 #include <service/linux/dbus/Bus.h>
 #include <service/radio/Gatt.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,6 +12,10 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 /// The longest value that an attribute can have.
 inline constexpr std::size_t kMostAttributeValue = 512;
+
+/// How long it may take until the end of a connection is known, if a call was not answered because
+/// of that.
+inline constexpr std::chrono::seconds kUntilEnded{1};
 
 /// What every LE connection has, until its devices agree on more.
 inline constexpr std::int32_t kSmallestMtu = 23;

@@ -84,6 +84,7 @@ void ServedCharacteristic::Detach()
     readParts_.clear();
     writtenParts_.clear();
     asking_.Reset();
+    unanswered_.Cancel();
     UpdateSubscribers();
     FinishSent(GattStatus::kNotConnected);
     for (Waiting& waiting : std::exchange(waiting_, {})) {
@@ -262,11 +263,20 @@ void ServedCharacteristic::SendWaiting()
         Send(std::move(next));
     }
     asking_ = stack_.Call("/", dbus::kPeer, "Ping", {}, [this](const dbus::Reply& reply) {
-        asking_.Reset();
-        FinishSent(reply.IsError() && dbus::IsSilence(*reply.error) ? GattStatus::kUnreachable
-                                                                    : GattStatus::kDone);
-        SendWaiting();
+        if (reply.IsError() && dbus::IsSilence(*reply.error)) {
+            unanswered_ =
+                stack_.GetLoop().After(kUntilEnded, [this] { Received(GattStatus::kUnreachable); });
+        } else {
+            Received(GattStatus::kDone);
+        }
     });
+}
+
+void ServedCharacteristic::Received(GattStatus result)
+{
+    asking_.Reset();
+    FinishSent(result);
+    SendWaiting();
 }
 
 void ServedCharacteristic::Send(Waiting next)

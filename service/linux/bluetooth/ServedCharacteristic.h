@@ -102,6 +102,7 @@ class ServedCharacteristic {
 
     void SendWaiting();
     void Send(Waiting next);
+    void Received(GattStatus result);
     void FinishSent(GattStatus result);
     void CallLater(Done done, GattStatus result);
     void Finish(Indications::iterator indication, GattStatus result);
@@ -119,6 +120,7 @@ class ServedCharacteristic {
     std::deque<Waiting> waiting_;
     std::vector<Done> sent_;  // notifications that BlueZ may not have yet
     dbus::Bus::Slot asking_;  // whether it has
+    Loop::Timer unanswered_;
     Indications indications_;
     std::map<std::uint64_t, Bytes> readParts_;     // the value that each peer reads part by part
     std::map<std::uint64_t, Bytes> writtenParts_;  // what each peer wrote so far

@@ -264,6 +264,7 @@ TEST_F(AGattClient, EndsOperationsWithTheConnection)
     EXPECT_THAT(Events(), ElementsAre("connected", EndedBy(GattReason::kPeer)));
     Locked([this] {
         EXPECT_FALSE(connection->IsUp());
+        EXPECT_FALSE(connection->HasService(kHeartRate));
         EXPECT_EQ(connection->Discover().Get(), GattStatus::kNotConnected);
         EXPECT_EQ(connection->Write(kHeartRate, kControlPoint, {}).Get(),
                   GattStatus::kNotConnected);

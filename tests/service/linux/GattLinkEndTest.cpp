@@ -1,11 +1,11 @@
-// How links end, and operations that come to nothing.
+// How links end, and operations that fail.
 #include <tests/service/linux/GattLinkTest.h>
 
 namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
-TEST_F(AGattLink, DoesNotComeUpWhereBluezSaysSo)
+TEST_F(AGattLink, FailsIfBluezCannotConnect)
 {
     AddDevice();
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"error", "org.bluez.Error.Failed"}});
@@ -15,7 +15,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereBluezSaysSo)
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
-TEST_F(AGattLink, DoesNotComeUpWhereThePeerHasLeftMeanwhile)
+TEST_F(AGattLink, FailsIfThePeerHasLeftMeanwhile)
 {
     AddDevice();
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"idle", true}});
@@ -23,7 +23,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereThePeerHasLeftMeanwhile)
     EXPECT_TRUE(Sees({"ended: not established"}));
 }
 
-TEST_F(AGattLink, DoesNotComeUpWhereTheDeviceIsForgottenMeanwhile)
+TEST_F(AGattLink, FailsIfTheDeviceIsForgottenMeanwhile)
 {
     AddDevice();
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"never", true}});
@@ -33,7 +33,7 @@ TEST_F(AGattLink, DoesNotComeUpWhereTheDeviceIsForgottenMeanwhile)
     EXPECT_TRUE(Sees({"ended: not established"}));
 }
 
-TEST_F(AGattLink, TellsWhyAnOperationIsRefused)
+TEST_F(AGattLink, ReportsWhyAnOperationIsRefused)
 {
     Connect();
     for (const auto& [error, expected] :
@@ -60,7 +60,7 @@ TEST_F(AGattLink, EndsWhatIsUnderWayWhenThePeerGoes)
     EXPECT_TRUE(Sees({"connected", "ended: peer"}));
 }
 
-TEST_F(AGattLink, TakesAnOperationThatIsBrokenOffForOneOfAConnectionThatEnds)
+TEST_F(AGattLink, EndsABrokenOffOperationWithTheConnection)
 {
     Connect();
     bluetoothd->Do({{"do", "fail"},
@@ -73,7 +73,7 @@ TEST_F(AGattLink, TakesAnOperationThatIsBrokenOffForOneOfAConnectionThatEnds)
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
-TEST_F(AGattLink, TakesAnOperationThatFailsWithTheConnectionForUnconnected)
+TEST_F(AGattLink, EndsAnOperationThatFailsWithTheConnection)
 {
     Connect();
     bluetoothd->Do({{"do", "fail"},
@@ -85,7 +85,7 @@ TEST_F(AGattLink, TakesAnOperationThatFailsWithTheConnectionForUnconnected)
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
-TEST_F(AGattLink, TellsWhyTheKernelSaysThatItEnded)
+TEST_F(AGattLink, ReportsTheKernelsReason)
 {
     for (const auto& [reason, expected] :
          {std::pair{"01", "ended: timeout"}, std::pair{"02", "ended: local"},
@@ -153,7 +153,7 @@ TEST_F(AGattLink, EndsWithTheBus)
     EXPECT_TRUE(Sees({"connected", "ended: local"}));
 }
 
-TEST_F(AGattLink, GivesAnAttemptUpThatIsNotAnswered)
+TEST_F(AGattLink, AbandonsAnAttemptThatIsNotAnswered)
 {
     AddDevice();
     bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"never", true}});
@@ -163,7 +163,7 @@ TEST_F(AGattLink, GivesAnAttemptUpThatIsNotAnswered)
     EXPECT_TRUE(IsCalled("Disconnect"));
 }
 
-TEST_F(AGattLink, GivesASearchUpThatFindsNothing)
+TEST_F(AGattLink, AbandonsASearchThatFindsNothing)
 {
     Do([this] { central->connectLimit = std::chrono::milliseconds(100); });
     link = NewLink();
@@ -171,7 +171,7 @@ TEST_F(AGattLink, GivesASearchUpThatFindsNothing)
     EXPECT_TRUE(IsCalled("StopDiscovery"));
 }
 
-TEST_F(AGattLink, GivesServicesUpThatAreNotFound)
+TEST_F(AGattLink, AbandonsADiscoveryOfServicesThatDoesNotEnd)
 {
     AddDevice();
     link = NewLink();
@@ -183,13 +183,13 @@ TEST_F(AGattLink, GivesServicesUpThatAreNotFound)
     EXPECT_EQ(Result(), GattStatus::kUnreachable);
 }
 
-/// Where a call waits for its answer for two seconds.
+/// A call waits for its reply for two seconds.
 class AnImpatientGattLink : public AGattLink {
   protected:
     AnImpatientGattLink() : AGattLink(std::chrono::seconds(2)) {}
 };
 
-TEST_F(AnImpatientGattLink, GivesOperationsUpThatAreNotAnswered)
+TEST_F(AnImpatientGattLink, AbandonsOperationsThatAreNotAnswered)
 {
     Connect();
     for (const char* const method : {"ReadValue", "WriteValue", "StartNotify", "StartNotify"}) {

@@ -7,6 +7,7 @@ namespace pelacon::service::linux_radios::tests {
 namespace {
 
 using nlohmann::json;
+using testing::Each;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
@@ -329,6 +330,26 @@ TEST_F(AGattService, IsShownAgainByABluezThatIsStartedAgain)
     EXPECT_EQ(Peer("ReadValue", kReadable), "0d");
     bus.Kill();
     ASSERT_TRUE(Eventually([this] { return !stack->Adapter(); }));
+}
+
+TEST_F(AGattService, EndsWhatItSendsWithTheBus)
+{
+    ShowToPeers();
+    Subscribe(kNotifying);
+    Subscribe(kIndicating);
+    std::vector<GattStatus> results;
+    constexpr std::size_t kCount = 500;
+    Do([&] {
+        service->Notify(kIndicating, {1}, Store());
+        for (std::size_t i = 0; i < kCount; ++i) {
+            service->Notify(kNotifying, {7},
+                            [&](GattStatus outcome) { results.push_back(outcome); });
+        }
+    });
+    bus.Kill();
+    ASSERT_TRUE(Eventually([&] { return results.size() == kCount; }));
+    EXPECT_THAT(results, Each(testing::AnyOf(GattStatus::kDone, GattStatus::kNotConnected)));
+    EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
 TEST_F(AGattService, IsForBluezOnly)
