@@ -10,10 +10,6 @@ using nlohmann::json;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const Uuid kMeasurement = *protocol::ParseUuid("2a37");
-const Uuid kControlPoint = *protocol::ParseUuid("2a39");
-const Uuid kBattery = *protocol::ParseUuid("180f");
-
 class AGattClient : public GattFaceTest, protected radio::GattConnectionObserver {
   protected:
     AGattClient()
@@ -21,7 +17,8 @@ class AGattClient : public GattFaceTest, protected radio::GattConnectionObserver
         AddDevice();
         Locked([this] { client = std::make_unique<bluetooth::GattClient>(*host, gate); });
     }
-    ~AGattClient() override
+    /// Not in the destructor, as this is an observer until then.
+    void TearDown() override
     {
         Locked([this] {
             connection.reset();
@@ -110,6 +107,9 @@ class AGattClient : public GattFaceTest, protected radio::GattConnectionObserver
         return "ended: " + std::to_string(static_cast<int>(reason));
     }
 
+    static inline const Uuid kMeasurement = *protocol::ParseUuid("2a37");
+    static inline const Uuid kControlPoint = *protocol::ParseUuid("2a39");
+    static inline const Uuid kBattery = *protocol::ParseUuid("180f");
     const std::string kMeasurementPath = std::string(kDevicePath) + "/service1/char1";
     const std::string kControlPointPath = std::string(kDevicePath) + "/service1/char2";
 
@@ -312,7 +312,7 @@ TEST_F(AGattClient, IsLocalIfTheAdapterIsOff)
 
 TEST_F(AGattClient, MayBeDestroyedWhenItConnects)
 {
-    destroyAt = "connected";
+    Locked([this] { destroyAt = "connected"; });
     BeginToConnect();
     EXPECT_TRUE(IsCalled("Disconnect"));
     EXPECT_THAT(Events(), ElementsAre("connected"));
@@ -322,7 +322,7 @@ TEST_F(AGattClient, MayBeDestroyedByANotification)
 {
     Connect();
     ASSERT_EQ(Await(Subscribe(kMeasurement)), GattStatus::kDone);
-    destroyAt = "notified";
+    Locked([this] { destroyAt = "notified"; });
     Fail("ReadValue", {{"never", true}});
     const auto read = Read();
     ASSERT_TRUE(IsCalled("ReadValue"));
@@ -337,7 +337,7 @@ TEST_F(AGattClient, MayBeDestroyedByANotification)
 TEST_F(AGattClient, MayBeDestroyedWhenItEnds)
 {
     Connect();
-    destroyAt = EndedBy(GattReason::kPeer);
+    Locked([this] { destroyAt = EndedBy(GattReason::kPeer); });
     Fail("ReadValue", {{"never", true}});
     const auto read = Read();
     Change(kDevicePath, "Connected", false);

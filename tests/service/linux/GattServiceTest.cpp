@@ -155,25 +155,25 @@ TEST_F(AGattService, IsShownWithItsCharacteristics)
 TEST_F(AGattService, IsRead)
 {
     ShowToPeers();
-    value = FromHex("0a0b0c");
+    Do([this] { value = FromHex("0a0b0c"); });
     EXPECT_EQ(Peer("ReadValue", kReadable, {{"mtu", 100}}), "0a0b0c");
     EXPECT_EQ(Peer("ReadValue", kWritable), "org.bluez.Error.NotPermitted");
     EXPECT_EQ(Peer("ReadValue", kReadable, {}, nullptr), "org.bluez.Error.Failed");
     EXPECT_EQ(Peer("ReadValue", kReadable, {}, "hci0/dev_3"), "org.bluez.Error.Failed");
-    EXPECT_EQ(reads, 1);
+    Do([this] { EXPECT_EQ(reads, 1); });
 }
 
 TEST_F(AGattService, IsReadInPartsOfOneValue)
 {
     ShowToPeers();
-    value = dbus::Bytes(600, 7);
+    Do([this] { value = dbus::Bytes(600, 7); });
     const auto digits = [](const json& text) { return text.get<std::string>().size(); };
     EXPECT_EQ(digits(Peer("ReadValue", kReadable)), 2 * 512U);
-    value = FromHex("01");
+    Do([this] { value = FromHex("01"); });
     EXPECT_EQ(digits(Peer("ReadValue", kReadable, {{"offset", 22}})), 2 * 490U);
     EXPECT_EQ(digits(Peer("ReadValue", kReadable, {{"offset", 512}})), 0U);
     EXPECT_EQ(Peer("ReadValue", kReadable, {{"offset", 513}}), "org.bluez.Error.InvalidOffset");
-    EXPECT_EQ(reads, 1);
+    Do([this] { EXPECT_EQ(reads, 1); });
     EXPECT_EQ(Peer("ReadValue", kReadable, {}, kOtherPath), "01");
 }
 
@@ -188,7 +188,9 @@ TEST_F(AGattService, IsWrittenAlsoInParts)
     EXPECT_EQ(Peer("WriteValue", kReadable, {{"value", "05"}}), "org.bluez.Error.NotPermitted");
     EXPECT_EQ(Peer("WriteValue", kWritable, {{"value", std::string(1026, '0')}}),
               "org.bluez.Error.InvalidValueLength");
-    EXPECT_THAT(written, ElementsAre(FromHex("0102"), FromHex("010203"), FromHex("")));
+    Do([this] {
+        EXPECT_THAT(written, ElementsAre(FromHex("0102"), FromHex("010203"), FromHex("")));
+    });
 }
 
 TEST_F(AGattService, NotifiesThoseThatSubscribed)
@@ -326,7 +328,7 @@ TEST_F(AGattService, IsShownAgainByABluezThatIsStartedAgain)
     ASSERT_TRUE(IsCalled("RegisterApplication"));
     ASSERT_TRUE(LoopTest::Eventually([this] { return !PathOf(kReadable).empty(); }));
     AddPeers();
-    value = FromHex("0d");
+    Do([this] { value = FromHex("0d"); });
     EXPECT_EQ(Peer("ReadValue", kReadable), "0d");
     bus.Kill();
     ASSERT_TRUE(Eventually([this] { return !stack->Adapter(); }));
