@@ -20,6 +20,7 @@ struct Bus::Slot::State {
     Loop& loop;
     sd_bus_slot* slot = nullptr;
     OnReply done;
+    Loop::Timer failing;  // a call that could not be sent
     OnSignal heard;
     OnCall called;
 };
@@ -162,9 +163,18 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
         }
         return 0;
     };
-    Check(sd_bus_call_async(bus_, &state->slot, made, answered, state.get(),
-                            static_cast<std::uint64_t>(limit.count())),
-          "cannot call a method");
+    const int result = sd_bus_call_async(bus_, &state->slot, made, answered, state.get(),
+                                         static_cast<std::uint64_t>(limit.count()));
+    if (result == -ENOTCONN || result == -ECONNRESET) {
+        // The connection is at its end, which Ready is about to find out.
+        state->failing = loop_.After(Loop::Duration::zero(), [one = state.get()] {
+            const OnReply callback = std::exchange(one->done, nullptr);
+            const Loop::Timer timer = std::move(one->failing);  // until the end of this call
+            callback({Error{"org.freedesktop.DBus.Error.Disconnected", "no connection"}, {}});
+        });
+    } else {
+        Check(result, "cannot call a method");
+    }
     return Slot(state);
 }
 
