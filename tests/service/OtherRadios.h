@@ -4,6 +4,8 @@
 #include <service/radio/Radios.h>
 #include <service/simulation/Simulation.h>
 
+#include <nlohmann/json.hpp>
+
 namespace pelacon::service::tests {
 
 /// The simulation of an empty world. A test's own radios derive from it.
@@ -23,6 +25,7 @@ class OtherRadios : public radio::Radios {
     radio::Phone& GetPhone() override { return simulation_.GetPhone(); }
     radio::WifiCards& GetWifiCards() override { return simulation_.GetWifiCards(); }
     radio::Errors& GetErrors() override { return simulation_.GetErrors(); }
+    nlohmann::json Describe() const override { return simulation_.Describe(); }
 
   private:
     simulation::Simulation simulation_;

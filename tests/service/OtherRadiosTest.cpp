@@ -183,7 +183,7 @@ class ApRadios : public OtherRadios {
 
 TEST_F(OtherRadiosTest, AMissingPermissionForGroupsIsReported)
 {
-    StartService([](Scheduler& scheduler) {
+    StartService([](Scheduler& scheduler, const std::string& /*stateFile*/) {
         auto radios = std::make_unique<ApRadios>(scheduler);
         radios->ap.outcome = radio::GroupOutcome::kNotPermitted;
         return radios;
@@ -199,7 +199,7 @@ TEST_F(OtherRadiosTest, AMoveIsAnsweredWithTheChannelThatItLedTo)
 {
     for (const auto outcome : {radio::GroupOutcome::kDone, radio::GroupOutcome::kFailed}) {
         EndService();
-        StartService([outcome](Scheduler& scheduler) {
+        StartService([outcome](Scheduler& scheduler, const std::string& /*stateFile*/) {
             auto radios = std::make_unique<ApRadios>(scheduler);
             radios->ap.outcome = outcome;
             return radios;
@@ -215,14 +215,16 @@ TEST_F(OtherRadiosTest, AMoveIsAnsweredWithTheChannelThatItLedTo)
 
 TEST_F(OtherRadiosTest, TheSoftApHasAnInterfaceOrNone)
 {
-    StartService([](Scheduler& scheduler) { return std::make_unique<ApRadios>(scheduler); });
+    StartService([](Scheduler& scheduler, const std::string& /*stateFile*/) {
+        return std::make_unique<ApRadios>(scheduler);
+    });
     {
         TestClient client(PipeName());
         EXPECT_EQ(client.Call(protocol::kGetAdapterIndex)->value, 0);
         EXPECT_EQ(client.Call(protocol::kGetAdapterGuid), "");
     }
     EndService();
-    StartService([](Scheduler& scheduler) {
+    StartService([](Scheduler& scheduler, const std::string& /*stateFile*/) {
         auto radios = std::make_unique<ApRadios>(scheduler);
         radios->ap.interface = radio::WifiInterface{"ap0", "{guid}", 7};
         return radios;
@@ -251,8 +253,9 @@ TEST_F(OtherRadiosTest, TheServiceStartsWhenTheRadiosKnowTheMachine)
         Timer look_;
     };
     bool isKnown = false;
-    StartService(
-        [&](Scheduler& scheduler) { return std::make_unique<SlowRadios>(scheduler, isKnown); });
+    StartService([&](Scheduler& scheduler, const std::string& /*stateFile*/) {
+        return std::make_unique<SlowRadios>(scheduler, isKnown);
+    });
     EXPECT_TRUE(isKnown);
 }
 
@@ -281,7 +284,7 @@ TEST_F(OtherRadiosTest, TheRadioGetsBothIntervalsAndTheChannels)
         Recorder& recorder_;
     };
     Recorder recorder;
-    StartService([&](Scheduler& scheduler) {
+    StartService([&](Scheduler& scheduler, const std::string& /*stateFile*/) {
         return std::make_unique<RecordingRadios>(scheduler, recorder);
     });
     TestClient client(PipeName());
