@@ -26,7 +26,9 @@ TEST_F(SilentRadiosTest, TheServiceStartsWithoutKnowingTheMachine)
         bool IsKnown() const override { return false; }
     };
     const auto begin = std::chrono::steady_clock::now();
-    StartService([](Scheduler& scheduler) { return std::make_unique<UnknownRadios>(scheduler); });
+    StartService([](Scheduler& scheduler, const std::string& /*stateFile*/) {
+        return std::make_unique<UnknownRadios>(scheduler);
+    });
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 3s);
     TestClient client(PipeName());
     EXPECT_EQ(client.Call(protocol::kIsBtEnabled)->value, 1);
