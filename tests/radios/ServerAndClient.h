@@ -56,7 +56,7 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         Do([this] {
             two->peers.Remove(*this);
             service.reset();
-            two->advertisements.Remove(1);
+            two->advertisements.Remove(advertisement);
         });
     }
 
@@ -64,8 +64,8 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
     {
         Do([this] {
             advertised.reset();
-            two->advertisements.Add(
-                1, {}, [this](radio::Outcome now) { advertised = now; }, [](radio::Outcome) {});
+            advertisement = two->advertisements.Add(
+                {}, [this](radio::Outcome now) { advertised = now; }, [](radio::Outcome) {});
         });
         EXPECT_TRUE(Eventually([this] { return advertised.has_value(); }));
         EXPECT_EQ(advertised, radio::Outcome::kDone);
@@ -144,6 +144,7 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
     int writes = 0;
     bool isConnected = false;
     std::optional<GattReason> ended;
+    std::uint64_t advertisement = 0;  // its number
     std::optional<radio::Outcome> shown;
     std::optional<radio::Outcome> advertised;
     std::optional<GattStatus> result;

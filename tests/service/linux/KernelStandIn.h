@@ -2,21 +2,58 @@
 #pragma once
 
 #include <service/linux/ByteReader.h>
-#include <service/linux/PacketSocket.h>
+#include <service/linux/FileDescriptor.h>
+#include <service/linux/Loop.h>
 #include <service/linux/bluetooth/Management.h>
 #include <tests/service/linux/OnLoop.h>
 
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace pelacon::service::linux_radios::tests {
+
+/// Reads packets from a socket, in the loop's thread.
+class PacketReader : private Loop::Source {
+  public:
+    using Bytes = std::vector<std::uint8_t>;
+
+    PacketReader(Loop& loop, const FileDescriptor& socket,
+                 std::function<void(const Bytes&)> received)
+        : loop_(loop), socket_(socket), received_(std::move(received))
+    {
+        loop_.Add(*this);
+    }
+    ~PacketReader() override { loop_.Remove(*this); }
+
+  private:
+    Loop::Interest Wants() override { return {isOpen_ ? socket_.Get() : -1, POLLIN, std::nullopt}; }
+    void Ready(short /*events*/) override
+    {
+        Bytes packet(512);
+        const ssize_t size = recv(socket_.Get(), packet.data(), packet.size(), MSG_DONTWAIT);
+        isOpen_ = size > 0;
+        if (isOpen_) {
+            packet.resize(static_cast<std::size_t>(size));
+            received_(packet);
+        }
+    }
+
+    Loop& loop_;
+    const FileDescriptor& socket_;
+    std::function<void(const Bytes&)> received_;
+    bool isOpen_ = true;
+};
 
 /// Has one controller, 0, which sends up to five advertisements. It must outlive what uses its
 /// sockets.
@@ -48,8 +85,8 @@ class KernelStandIn {
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
         const auto end = std::make_shared<const FileDescriptor>(ends[1]);
         loop_.Post([this, end] {
-            sockets_.push_back(std::make_unique<PacketSocket>(
-                loop_, end, [this, end](const Bytes& packet) { Answer(*end, packet); }));
+            sockets_.push_back(std::make_unique<PacketReader>(
+                loop_, *end, [this, end](const Bytes& packet) { Answer(*end, packet); }));
             ends_.push_back(end);
         });
         return FileDescriptor(ends[0]);
@@ -195,7 +232,7 @@ class KernelStandIn {
     Complaints complaints_;
     // In its thread:
     std::vector<std::shared_ptr<const FileDescriptor>> ends_;
-    std::vector<std::unique_ptr<PacketSocket>> sockets_;
+    std::vector<std::unique_ptr<PacketReader>> sockets_;
     Loop loop_{[this](std::string_view text) { complaints_.Add(text); }};
 };
 
