@@ -56,6 +56,12 @@ const char* WhatIsMissing(Stack::Presence presence)
     return "";
 }
 
+/// "BlueZ 5.66"
+std::string StackName(const BackendStatus& status)
+{
+    return status.version.empty() ? "BlueZ" : "BlueZ " + status.version;
+}
+
 }  // namespace
 
 void Host::TakeStatus(const BackendStatus& status)
@@ -65,7 +71,7 @@ void Host::TakeStatus(const BackendStatus& status)
         return;
     }
     if (status.presence == Stack::Presence::kThere) {
-        log::Info("Bluetooth: adapter ", status.adapter, ", BlueZ ", status.version);
+        log::Info("Bluetooth: ", status.adapter, ", ", StackName(status));
     } else {
         log::Warning("Bluetooth is off: ", TextOf(status.presence));
     }
@@ -90,7 +96,7 @@ nlohmann::json Host::Describe() const
             "CAP_NET_ADMIN, to send advertisements as they were given, and to know why "
             "connections end");
     }
-    description["stack"] = "BlueZ " + status_.version;
+    description["stack"] = StackName(status_);
     description["adapter"] = status_.adapter;
     description["reports"] = areReportsRaw ? "raw" : "rebuilt from BlueZ's properties";
     description["advertising"] = isAdvertisingRaw ? "raw" : "rebuilt by BlueZ from fields";

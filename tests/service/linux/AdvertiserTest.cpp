@@ -232,9 +232,9 @@ TEST_F(AnAdvertiser, RemovesWhatAnEarlierServiceLeft)
 TEST_F(AnAdvertiser, NotesInTheLogOnceThatChannelsCannotBeChosen)
 {
     std::vector<std::string> lines;
-    log::SetSink([&](LogLevel, std::string_view line) { lines.emplace_back(line); });
     StartBluez();
     Start();
+    log::SetSink([&](LogLevel, std::string_view line) { lines.emplace_back(line); });
     radio::Advertising wanted;
     wanted.channels = 0b001;
     EXPECT_TRUE(Sees(Begin(wanted), {"started"}));
