@@ -115,6 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Arguments{"bt", "name", std::string(65, 'n')}, Arguments{"bt", "name", ""},
                       Arguments{"monitor", "--seconds", "x"},
                       Arguments{"service", "fault", "set", "BtEnable"},
+                      Arguments{"service", "fault", "set", "any", "empty", "--perform=maybe"},
+                      Arguments{"service", "flood", "BtStateChanged", "1", "--droppable=maybe"},
                       Arguments{"service", "send", "no json"}));
 
 TEST(PelaconctlUsage, MessagesListTheValidValues)
@@ -217,6 +219,15 @@ TEST_F(PelaconctlBt, AMissingAnswerHasItsOwnMessage)
     ExpectFailure({"bt", "connected", "020000000001"}, kNoAnswer, "did not answer");
     OutputOf({"service", "fault", "clear"});
     OutputOf({"bt", "status"});
+}
+
+TEST_F(PelaconctlBt, OptionsMayBeGivenAsAbsent)
+{
+    OutputOf({"service", "fault", "set", "any", "empty", "--perform=false", "--times", ""});
+    EXPECT_THAT(OutputOf({"service", "fault", "list"}), Not(HasSubstr("perform=true")));
+    ExpectFailure({"bt", "name"}, kNoAnswer, "did not answer");
+    ExpectFailure({"bt", "name"}, kNoAnswer, "did not answer");
+    OutputOf({"service", "fault", "clear"});
 }
 
 TEST_F(PelaconctlBt, RefusalsGiveTheReason)

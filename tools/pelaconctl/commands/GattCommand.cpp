@@ -157,7 +157,7 @@ void AddPath(CLI::App& command, PeerOptions& options)
 
 void AddPeerCommands(CLI::App& gatt, const Console& console)
 {
-    const auto options = std::make_shared<PeerOptions>();  // one command is run only
+    const auto options = std::make_shared<PeerOptions>();  // only one of these commands is run
     const auto add = [&](const char* name, const char* description,
                          void (*run)(const PeerOptions&, const Console&)) {
         CLI::App* const command = gatt.add_subcommand(name, description);

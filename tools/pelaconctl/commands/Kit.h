@@ -32,8 +32,15 @@ template <typename Value>
 CLI::Option* AddField(CLI::App& command, const std::string& option, Json& fields, const char* name,
                       const std::string& description)
 {
-    return command.add_option_function<Value>(
-        option, [&fields, name](const Value& value) { fields[name] = value; }, description);
+    // An empty text is no number, as if the option were not given.
+    return command.add_option_function<std::optional<Value>>(
+        option,
+        [&fields, name](const std::optional<Value>& value) {
+            if (value) {
+                fields[name] = *value;
+            }
+        },
+        description);
 }
 
 }  // namespace pelacon::ctl

@@ -159,8 +159,8 @@ void AddFaultSet(CLI::App& fault, const Console& console)
                      "Probability for each request, 0 to 1");
     AddField<std::uint64_t>(*set, "--seed", *fields, "seed",
                             "Seed of the probability, to repeat a run");
-    set->add_flag_function(
-        "--perform", [fields](std::int64_t) { (*fields)["perform"] = true; },
+    set->add_flag_callback(
+        "--perform", [fields] { (*fields)["perform"] = true; },
         "Perform the request; only the answer fails");
     set->callback([&console, fields] { SetFault(*fields, console); });
 }
@@ -235,7 +235,7 @@ void AddNotificationOptions(CLI::App& command, Json& fields)
 
 void AddClientCommands(CLI::App& service, const Console& console)
 {
-    const auto fields = std::make_shared<Json>();  // one command is run only
+    const auto fields = std::make_shared<Json>();  // only one of these commands is run
     AddNotificationOptions(
         *AddClientCommand(service, "notify", "Send clients a notification without a cause", "sent",
                           "Notifications sent", fields, console),
@@ -246,8 +246,8 @@ void AddClientCommands(CLI::App& service, const Console& console)
                          "Notifications sent", fields, console);
     AddNotificationOptions(*flood, *fields);
     AddField<std::uint64_t>(*flood, "COUNT", *fields, "count", "How many")->required();
-    flood->add_flag_function(
-        "--droppable", [fields](std::int64_t) { (*fields)["droppable"] = true; },
+    flood->add_flag_callback(
+        "--droppable", [fields] { (*fields)["droppable"] = true; },
         "Drop them when a client does not keep up, as with scan results");
 
     AddClientCommand(service, "malformed", "Send clients bytes that are not a message", "sent",
