@@ -30,7 +30,7 @@ class ServerWatchers {
         watchers_.remove(watcher);
     }
 
-    /// Sends a copy of a notification to a client of this process.
+    /// Sends the watchers a copy of a notification to a client of the process.
     void Mirror(FrameHeader header, std::span<const std::uint8_t> payload, std::uint32_t processId)
     {
         if (count_.load(std::memory_order_relaxed) == 0) {
@@ -43,7 +43,7 @@ class ServerWatchers {
         }
     }
 
-    /// Of the watchers' outboxes: what they drop is not counted for clients.
+    /// The counters of the watchers' outboxes, which are not part of those of clients.
     ServerCounters& Counters() noexcept { return counters_; }
 
   private:

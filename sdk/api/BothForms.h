@@ -1,5 +1,5 @@
-// Operations that the C++ form and the C form have in common, as only the C form can be given a
-// length that is wrong, or no text at all.
+// Operations that both forms call. The C form may be given what the C++ form cannot: a wrong length,
+// or a null text.
 #pragma once
 
 #include <PelaconSDK/BleGattServer.h>

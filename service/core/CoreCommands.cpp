@@ -160,7 +160,8 @@ void Core::AddClientCommands(Commands& commands)
                      });
                      return send(push);
                  });
-    const auto act = [this](void (Transport::*action)(std::uint64_t clientId), const char* count) {
+    const auto act = [this](void (Transport::*action)(std::uint64_t clientId),
+                            const char* counted) {
         return [=, this](json::Fields& fields) {
             return [=, this, whom = ReadWhom(fields)](nlohmann::json& answer) {
                 const auto chosen = Choose(state_->sessions, whom);
@@ -168,7 +169,7 @@ void Core::AddClientCommands(Commands& commands)
                     afterwards_.emplace_back(
                         [=, this, id = session->ClientId()] { (transport_->*action)(id); });
                 }
-                answer[count] = chosen.size();
+                answer[counted] = chosen.size();
             };
         };
     };

@@ -23,8 +23,7 @@ class PipeService {
 
   private:
     Core core_;
-    std::unique_ptr<IPCMessageServer>
-        server_;  // its threads use this pointer until its destructor has returned
+    std::unique_ptr<IPCMessageServer> server_;  // destroyed first: its threads use the core
 };
 
 }  // namespace pelacon::service

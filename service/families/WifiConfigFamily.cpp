@@ -63,8 +63,8 @@ WifiConfigFamily::WifiConfigFamily(const Context& context)
                  std::bind_front(&WifiConfigFamily::AskForCards, this));
 }
 
-// A returning client ignores notifications that it has no table for. It is the setter of what it
-// set before.
+// A returning client ignores notifications that it has no table for. What it set before counts as
+// its own again.
 void WifiConfigFamily::ClientArrived(Session& session, bool returning)
 {
     if (!returning) {

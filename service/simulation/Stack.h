@@ -94,8 +94,8 @@ class StackActivity {
     Timer next_;
 };
 
-/// Ends all in the list, which each leaves at its end, perhaps together with others. Returns how
-/// many there were.
+/// Ends each object in the list. The end of one may be the end of others, which then leave the
+/// list. Returns how many there were.
 template <typename One, typename Reason>
 std::size_t EndAll(const std::vector<One*>& list, Reason why)
 {

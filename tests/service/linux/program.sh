@@ -73,10 +73,10 @@ expect 3 "$folder/wrong.json:2: adapter.on: must be true or false" "$service" --
 expect 3 "$folder/wrong.json:2: " "$service" --check --world "$folder/wrong.json"
 expect 3 "$folder/none.json: cannot be read" "$service" --world "$folder/none.json"
 "$service" --print-world >"$folder/own.json"
-expect 0 'right' "$service" --check --world "$folder/own.json"
+expect 0 ': valid' "$service" --check --world "$folder/own.json"
 
 # A world comes from a file or a pipe, and from nothing without an end.
-expect 0 'right' "$service" --check --world <("$service" --print-world)
+expect 0 ': valid' "$service" --check --world <("$service" --print-world)
 expect 3 'neither a file nor a pipe' "$service" --world /dev/full
 expect 3 'neither a file nor a pipe' "$service" --world "$folder"
 head -c 17000000 /dev/zero >"$folder/large.json"
