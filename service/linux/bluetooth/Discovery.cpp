@@ -156,19 +156,21 @@ void Discovery::OpenReports()
     }
 }
 
-/// Starts or stops discovery, if it is not as wanted and can be.
+/// Starts or stops discovery, if it is not as wanted and can be. BlueZ refuses a request while
+/// another one is under way: each waits for the reply to the one before.
 void Discovery::Fit()
 {
     if (!IsPossible()) {
         next_.Cancel();
         call_.Reset();
+        refusals_ = 0;
         if (std::exchange(state_, State::kIdle) != State::kIdle) {
             ReportEnd(radio::Outcome::kNoAdapter);
         }
-    } else if (IsNeeded() && state_ == State::kIdle && !next_.IsPending()) {
+    } else if (state_ == State::kIdle && IsNeeded() && !next_.IsPending()) {
         Start();
-    } else if (!IsNeeded() && state_ != State::kIdle) {
-        Stop();
+    } else if (state_ == State::kRunning && !IsNeeded()) {
+        Stop(State::kIdle);
     } else if (state_ == State::kRunning) {
         ReportBegin();
     }
@@ -183,27 +185,42 @@ void Discovery::Start()
     const std::string path = stack_.Adapter()->path;
     const dbus::Value filter = dbus::MakeProperties({{"Transport", "le"}, {"DuplicateData", true}});
     // If BlueZ refuses the filter, discovery is started all the same.
-    call_ = stack_.Call(path, bluez::kAdapter, "SetDiscoveryFilter", {filter},
-                        [this, path](const dbus::Reply&) {
-                            call_ = stack_.Call(path, bluez::kAdapter, "StartDiscovery", {},
-                                                [this, path](const dbus::Reply& reply) {
-                                                    if (reply.IsError()) {
-                                                        Fail(OutcomeOf(*reply.error, path));
-                                                        return;
-                                                    }
-                                                    state_ = State::kRunning;
-                                                    ReportBegin();
-                                                });
-                        });
+    call_ = stack_.Call(
+        path, bluez::kAdapter, "SetDiscoveryFilter", {filter}, [this, path](const dbus::Reply&) {
+            call_ = stack_.Call(path, bluez::kAdapter, "StartDiscovery", {},
+                                [this, path](const dbus::Reply& reply) { Started(path, reply); });
+        });
 }
 
-void Discovery::Stop()
+void Discovery::Started(const std::string& path, const dbus::Reply& reply)
 {
-    state_ = State::kIdle;
-    call_.Reset();
-    // If it was never started, BlueZ refuses, which does not matter.
-    stack_.Bus().Send({bluez::kService, stack_.Adapter()->path, bluez::kAdapter, "StopDiscovery"},
-                      {});
+    if (!reply.IsError()) {
+        refusals_ = 0;
+        state_ = State::kRunning;
+        Fit();
+    } else if (reply.error->name == "org.bluez.Error.InProgress" && ++refusals_ < kMostRefusals) {
+        // Either a request is under way, or BlueZ still discovers for this process.
+        Stop(State::kStarting);
+    } else {
+        refusals_ = 0;
+        Fail(OutcomeOf(*reply.error, path));
+    }
+}
+
+/// Stops discovery, to leave it at that or to start it again.
+void Discovery::Stop(State next)
+{
+    state_ = State::kStopping;
+    call_ = stack_.Call(stack_.Adapter()->path, bluez::kAdapter, "StopDiscovery", {},
+                        [this, next](const dbus::Reply&) {
+                            // If it did not run, BlueZ refuses, which does not matter.
+                            state_ = State::kIdle;
+                            if (next == State::kStarting) {
+                                next_ = stack_.GetLoop().After(kNextTryIfBusy, [this] { Fit(); });
+                            } else {
+                                Fit();
+                            }
+                        });
 }
 
 void Discovery::Fail(radio::Outcome why)

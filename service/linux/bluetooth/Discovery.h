@@ -34,6 +34,10 @@ class Discovery : private Stack::Observer {
     /// How long after a refusal it is tried again.
     static constexpr std::chrono::seconds kNextTry{3};
 
+    /// How often, and how soon, it is started again while BlueZ is busy.
+    static constexpr int kMostRefusals = 10;
+    static constexpr std::chrono::milliseconds kNextTryIfBusy{200};
+
     /// Opens a controller's raw reports; throws std::system_error if that fails.
     using OpenRaw = std::function<FileDescriptor(std::uint16_t controller)>;
 
@@ -64,7 +68,7 @@ class Discovery : private Stack::Observer {
     [[nodiscard]] Hold Keep();
 
   private:
-    enum class State : std::uint8_t { kIdle, kStarting, kRunning };
+    enum class State : std::uint8_t { kIdle, kStarting, kRunning, kStopping };
 
     void AdapterChanged() override;
     void ObjectAdded(const std::string& path, const std::string& interface) override;
@@ -76,7 +80,8 @@ class Discovery : private Stack::Observer {
     void FitLater();
     void Fit();
     void Start();
-    void Stop();
+    void Started(const std::string& path, const dbus::Reply& reply);
+    void Stop(State next);
     void Fail(radio::Outcome why);
     void ReportBegin();
     void ReportEnd(radio::Outcome why);
@@ -90,6 +95,7 @@ class Discovery : private Stack::Observer {
     bool isBeginReported_ = false;
     int holds_ = 0;
     State state_ = State::kIdle;
+    int refusals_ = 0;  // in a row, because another request is under way
     Way way_ = Way::kNone;
     std::string adapter_;  // whose reports are read
     std::unique_ptr<Hci> raw_;

@@ -2,6 +2,7 @@
 #include <tests/service/linux/Recorded.h>
 #include <tests/service/linux/SocketPair.h>
 #include <tests/service/linux/StackTest.h>
+#include <tests/support/Eventually.h>
 
 namespace pelacon::service::linux_radios::tests {
 
@@ -63,6 +64,42 @@ class ADiscovery : public StackTest {
     std::vector<std::string> events;
     std::unique_ptr<Discovery> discovery;
 };
+
+TEST_F(ADiscovery, EndsAndBeginsThoughItsStartIsStillUnderWay)
+{
+    StartBluez();
+    Start();
+    ASSERT_TRUE(Eventually([this] { return stack->Adapter().has_value(); }));
+    bluetoothd->Do({{"do", "fail"}, {"method", "StartDiscovery"}, {"delay", 200}});
+    Want(true);
+    ASSERT_TRUE(test::Eventually(
+        [this] { return testing::Value(Calls(), testing::Contains("StartDiscovery")); }));
+    Want(false);
+    ASSERT_TRUE(test::Eventually(
+        [this] { return testing::Value(Calls(), testing::Contains("StopDiscovery")); }));
+    Want(true);
+    EXPECT_TRUE(Sees({"began"}));
+}
+
+TEST_F(ADiscovery, BeginsAfterOneThatBluezHasNotEnded)
+{
+    StartBluez();
+    bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Discovering", true}});
+    Start();
+    Want(true);
+    EXPECT_TRUE(Sees({"began"}));
+}
+
+TEST_F(ADiscovery, GoesOnWithTheAdapterThatTakesThePlaceOfAnother)
+{
+    StartBluez();
+    bluetoothd->Do({{"do", "adapter"}, {"name", "hci1"}, {"Powered", true}});
+    Start();
+    Want(true);
+    ASSERT_TRUE(Sees({"began"}));
+    bluetoothd->Do({{"do", "remove"}, {"path", "hci0"}});
+    EXPECT_TRUE(Sees({"began", "ended 1", "began"}));
+}
 
 TEST_F(ADiscovery, RunsWhileItIsWanted)
 {

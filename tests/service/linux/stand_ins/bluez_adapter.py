@@ -23,6 +23,7 @@ class Adapter(Exported):
         super().__init__(tree, ROOT + '/' + name, ADAPTER, {
             'Address': '00:00:00:00:00:00', 'Alias': name, 'Powered': False, 'Discovering': False,
             **properties})
+        self.is_request_under_way = False
 
     @dbus.service.method(ADAPTER, in_signature='a{sv}', async_callbacks=('reply', 'fail'))
     def SetDiscoveryFilter(self, wanted, reply, fail):
@@ -30,11 +31,11 @@ class Adapter(Exported):
 
     @dbus.service.method(ADAPTER, async_callbacks=('reply', 'fail'))
     def StartDiscovery(self, reply, fail):
-        self.answer('StartDiscovery', [], lambda: self.discover(True), reply, fail)
+        self.request('StartDiscovery', lambda: self.discover(True), reply, fail)
 
     @dbus.service.method(ADAPTER, async_callbacks=('reply', 'fail'))
     def StopDiscovery(self, reply, fail):
-        self.answer('StopDiscovery', [], lambda: self.discover(False), reply, fail)
+        self.request('StopDiscovery', lambda: self.discover(False), reply, fail)
 
     @dbus.service.method(ADVERTISING, in_signature='oa{sv}', async_callbacks=('reply', 'fail'),
                          sender_keyword='sender')
@@ -84,4 +85,25 @@ class Adapter(Exported):
     def discover(self, on):
         if not self.properties['Powered']:
             raise Failure('org.bluez.Error.NotReady', 'Resource Not Ready')
+        if on and self.properties['Discovering']:
+            raise Failure('org.bluez.Error.InProgress', 'Operation already in progress')
+        if not on and not self.properties['Discovering']:
+            raise Failure('org.bluez.Error.Failed', 'No discovery started')
         self.change({'Discovering': on})
+
+    def request(self, method, perform, reply, fail):
+        """A start or stop of discovery, which is refused while another one is under way."""
+        def refuse():
+            raise Failure('org.bluez.Error.InProgress', 'Operation already in progress')
+
+        def end(answer):
+            def ended(*arguments):
+                self.is_request_under_way = False
+                answer(*arguments)
+            return ended
+
+        if self.is_request_under_way:
+            self.answer(method, [], refuse, reply, fail)
+        else:
+            self.is_request_under_way = True
+            self.answer(method, [], perform, end(reply), end(fail))
