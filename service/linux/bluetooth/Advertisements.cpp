@@ -1,5 +1,4 @@
 #include <service/linux/ByteReader.h>
-#include <service/linux/Capabilities.h>
 #include <service/linux/bluetooth/Advertisements.h>
 #include <service/linux/bluetooth/AdvertisingData.h>
 #include <service/linux/bluetooth/Sockets.h>
@@ -202,12 +201,15 @@ void Advertisements::Remove(std::uint64_t number)
 void Advertisements::AdapterChanged()
 {
     const bool isOn = stack_.Adapter() && stack_.Adapter()->isOn;
+    const bool wasOff = !std::exchange(isOn_, isOn);
     if (!isOn || stack_.Adapter()->path != adapter_) {
         FailAll(radio::Outcome::kNoAdapter);
     }
     adapter_ = stack_.Adapter() ? stack_.Adapter()->path : "";
     if (stack_.Adapter() && way_ == Way::kNone) {
         OpenSocket();
+    } else if (isOn && wasOff && management_) {
+        RemoveLeftovers();  // what could not be removed while it was off
     }
 }
 
@@ -226,7 +228,7 @@ void Advertisements::OpenSocket()
     }
 }
 
-/// Removes the instances of an earlier service.
+/// Removes the instances of an earlier service, and those that the kernel did not remove before.
 void Advertisements::RemoveLeftovers()
 {
     for (const KernelItems::Item& instance : items_.All(KernelItems::Kind::kAdvertisement)) {
@@ -273,6 +275,11 @@ void Advertisements::Begin(std::uint64_t number)
     management_->Send(kReadAdvertisingFeatures, Controller(), {},
                       [this, number](ManagementStatus status, std::span<const std::uint8_t> bytes) {
                           if (!entries_.contains(number)) {
+                              return;
+                          }
+                          if (status == ManagementStatus::kPermissionDenied) {
+                              way_ = Way::kRebuilt;
+                              BeginRebuilt(number);
                               return;
                           }
                           const auto features = DecodeAdvertisingFeatures(bytes);
@@ -410,14 +417,17 @@ void Advertisements::Withdraw(Entry& entry)
     entry.object.reset();
 }
 
-/// It is noted until the kernel answers; without a socket, until there is one again.
+/// It is noted until the kernel has removed it: while the controller is off it may refuse, and send
+/// it again once the controller is on.
 void Advertisements::RemoveInstance(const KernelItems::Item& instance)
 {
     if (management_) {
         management_->Send(kRemoveAdvertising, instance.controller,
                           {static_cast<std::uint8_t>(instance.number)},
-                          [this, instance](ManagementStatus, std::span<const std::uint8_t>) {
-                              items_.Remove(instance);
+                          [this, instance](ManagementStatus status, std::span<const std::uint8_t>) {
+                              if (IsGone(status)) {
+                                  items_.Remove(instance);
+                              }
                           });
     }
 }

@@ -74,6 +74,7 @@ class Advertisements : private Stack::Observer {
     KernelItems& items_;
     OpenManagement open_;
     Way way_ = Way::kNone;
+    bool isOn_ = false;    // the adapter
     std::string adapter_;  // its path
     std::unique_ptr<Management> management_;
     std::uint64_t lastNumber_ = 0;

@@ -21,9 +21,7 @@ namespace pelacon::service::linux_radios::bluetooth {
 /// How the backend reaches the kernel. The members are replaced in tests.
 struct KernelAccess {
     /// Called for each object that needs a management socket; throws std::system_error if it fails.
-    std::function<FileDescriptor()> openManagement = [] {
-        return OpenSocket(HciChannel::kControl, kNoController);
-    };
+    std::function<FileDescriptor()> openManagement = &OpenManagementSocket;
     Discovery::OpenRaw openReports = &Hci::OpenReports;
     /// The file with notes on what the kernel keeps after the end of this process: KernelItems.
     std::string itemsFile;

@@ -75,11 +75,22 @@ std::optional<std::uint16_t> DuplicateFilter::WantedOn() const
 std::optional<DuplicateFilter::Item> DuplicateFilter::Unwanted() const
 {
     for (const Item& item : items_.All(KernelItems::Kind::kMonitor)) {
-        if (item != monitor_ || item.controller != WantedOn()) {
+        const bool isWanted = item == monitor_ && item.controller == WantedOn();
+        if (!isWanted && !stuck_.contains(item)) {
             return item;
         }
     }
     return std::nullopt;
+}
+
+void DuplicateFilter::AdapterChanged()
+{
+    const bool isOn = stack_.Adapter() && stack_.Adapter()->isOn;
+    if (isOn && !std::exchange(isOn_, isOn)) {
+        stuck_.clear();
+    }
+    isOn_ = isOn;
+    Fit();
 }
 
 /// Sends the next command that is needed to have the filter as wanted.
@@ -138,10 +149,13 @@ void DuplicateFilter::Remove(const Item& monitor)
 {
     isBusy_ = true;
     management_->Send(kRemoveMonitor, monitor.controller, EncodeHandle(monitor.number),
-                      [this, monitor](ManagementStatus, std::span<const std::uint8_t>) {
+                      [this, monitor](ManagementStatus status, std::span<const std::uint8_t>) {
                           isBusy_ = false;
-                          // One that cannot be removed is not tried again and again.
-                          Forget(monitor);
+                          if (IsGone(status)) {
+                              Forget(monitor);
+                          } else {
+                              stuck_.insert(monitor);
+                          }
                           Fit();
                       });
 }

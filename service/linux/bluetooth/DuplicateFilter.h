@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
@@ -39,7 +40,7 @@ class DuplicateFilter : private Stack::Observer {
   private:
     using Item = KernelItems::Item;
 
-    void AdapterChanged() override { Fit(); }
+    void AdapterChanged() override;
     void Received(const ManagementEvent& event);
 
     /// The controller that is to have a monitor, if any.
@@ -59,6 +60,8 @@ class DuplicateFilter : private Stack::Observer {
     bool isRefused_ = false;
     bool isBusy_ = false;  // a command is under way
     std::optional<Item> monitor_;
+    std::set<Item> stuck_;  // could not be removed; tried again once the adapter is on
+    bool isOn_ = false;     // the adapter
     std::unique_ptr<Management> management_;
 };
 

@@ -31,6 +31,13 @@ enum class ManagementStatus : std::uint8_t {
     kNoReply = 0xFF,  ///< not the kernel's: there was no reply in time, or the socket was closed
 };
 
+/// Whether what was to be removed is not there any more after this reply.
+constexpr bool IsGone(ManagementStatus status)
+{
+    return status == ManagementStatus::kSuccess || status == ManagementStatus::kInvalidParameters ||
+           status == ManagementStatus::kInvalidIndex;
+}
+
 enum class ManagementEventCode : std::uint16_t {
     kIndexAdded = 0x0004,
     kIndexRemoved = 0x0005,

@@ -1,3 +1,4 @@
+#include <service/linux/Capabilities.h>
 #include <service/linux/bluetooth/Sockets.h>
 
 #include <sys/socket.h>
@@ -33,6 +34,14 @@ FileDescriptor OpenSocket(HciChannel channel, std::uint16_t controller)
         throw std::system_error(errno, std::generic_category(), "cannot bind a Bluetooth socket");
     }
     return descriptor;
+}
+
+FileDescriptor OpenManagementSocket()
+{
+    if (!HasCapability(Capability::kNetAdmin)) {
+        throw std::system_error(std::make_error_code(std::errc::operation_not_permitted));
+    }
+    return OpenSocket(HciChannel::kControl, kNoController);
 }
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -16,4 +16,8 @@ inline constexpr std::uint16_t kNoController = 0xFFFF;
 /// or there is no such controller.
 FileDescriptor OpenSocket(HciChannel channel, std::uint16_t controller);
 
+/// A socket for management commands. Throws std::system_error as above, and without CAP_NET_ADMIN:
+/// the kernel would open the socket and refuse the commands.
+FileDescriptor OpenManagementSocket();
+
 }  // namespace pelacon::service::linux_radios::bluetooth
