@@ -43,6 +43,9 @@ radio::Outcome OutcomeOf(const dbus::Error& error, const std::string& adapterPat
         name == "org.bluez.Error.NotPermitted" || name == "org.bluez.Error.NotAuthorized") {
         return radio::Outcome::kNotPermitted;
     }
+    if (name == "org.bluez.Error.NotReady") {
+        return radio::Outcome::kOff;
+    }
     if (dbus::IsSilence(error) || name == "org.freedesktop.DBus.Error.UnknownObject" ||
         name == "org.freedesktop.DBus.Error.UnknownMethod") {
         return radio::Outcome::kNoAdapter;
@@ -92,6 +95,17 @@ void AdapterControl::Set(const char* property, dbus::Value value,
         return;
     }
     change.path = stack_.Adapter()->path;
+    try {
+        Send(number, property, std::move(value));
+    } catch (const std::system_error&) {  // the value is not UTF-8
+        change.limit = stack_.GetLoop().After(
+            Loop::Duration::zero(), [this, number] { Finish(number, radio::Outcome::kFailed); });
+    }
+}
+
+void AdapterControl::Send(std::uint64_t number, const char* property, dbus::Value value)
+{
+    Change& change = changes_.at(number);
     change.call = stack_.Call(change.path, dbus::kProperties, "Set",
                               {bluez::kAdapter, property, dbus::InVariant(std::move(value))},
                               [this, number](const dbus::Reply& reply) {
@@ -152,17 +166,19 @@ void AdapterControl::Look()
     Settle();
 }
 
-void AdapterControl::ObjectAdded(const std::string&, const std::string& interface)
+// Devices come and go often. Those that are not connected are not part of the picture.
+void AdapterControl::ObjectAdded(const std::string& path, const std::string& interface)
 {
-    if (interface == bluez::kDevice) {
+    const dbus::Properties* const device = stack_.Mirror().Find(path, interface);
+    if (interface == bluez::kDevice && device != nullptr && bluez::IsConnected(*device)) {
         Look();
     }
 }
 
 void AdapterControl::ObjectRemoved(const std::string&, const std::string& interface,
-                                   const dbus::Properties&)
+                                   const dbus::Properties& last)
 {
-    if (interface == bluez::kDevice) {
+    if (interface == bluez::kDevice && bluez::IsConnected(last)) {
         Look();
     }
 }

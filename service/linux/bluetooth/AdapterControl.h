@@ -63,6 +63,7 @@ class AdapterControl : private Stack::Observer {
     void Look();
     void Set(const char* property, dbus::Value value,
              std::function<bool(const AdapterPicture&)> isFulfilled, Done done);
+    void Send(std::uint64_t number, const char* property, dbus::Value value);
     void Settle();
     void Finish(std::uint64_t number, radio::Outcome outcome);
 

@@ -69,16 +69,21 @@ Device ToDevice(const std::string& path, const Properties& properties)
     device.address = AddressIn(properties);
     device.isRandom = Find<std::string>(properties, "AddressType") == "random";
     device.areServicesResolved = Find<bool>(properties, "ServicesResolved").value_or(false);
-    // BlueZ does not always signal that a device is connected, but always that its services are
-    // known, and that it is not connected any more.
-    device.isConnected =
-        device.areServicesResolved || Find<bool>(properties, "Connected").value_or(false);
+    device.isConnected = IsConnected(properties);
     device.isPaired = Find<bool>(properties, "Paired").value_or(false);
     device.isLeOnly = !Find<std::uint32_t>(properties, "Class").has_value();
     return device;
 }
 
 }  // namespace
+
+bool IsConnected(const Properties& device)
+{
+    // BlueZ does not always signal that a device is connected, but always that its services are
+    // known, and that it is not connected any more.
+    return Find<bool>(device, "ServicesResolved").value_or(false) ||
+           Find<bool>(device, "Connected").value_or(false);
+}
 
 bool Characteristic::Has(const std::string& flag) const
 {

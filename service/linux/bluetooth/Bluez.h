@@ -64,6 +64,9 @@ std::vector<Adapter> Adapters(const dbus::ObjectMirror& mirror);
 /// The one with this name ("hci1"), or the first one if the name is empty.
 std::optional<Adapter> FindAdapter(const dbus::ObjectMirror& mirror, const std::string& name);
 
+/// Whether a device with these properties is connected.
+bool IsConnected(const dbus::Properties& device);
+
 std::optional<Adapter> AdapterAt(const dbus::ObjectMirror& mirror, const std::string& path);
 std::optional<Device> DeviceAt(const dbus::ObjectMirror& mirror, const std::string& path);
 

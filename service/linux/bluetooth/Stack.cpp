@@ -40,6 +40,17 @@ void Stack::Disconnect()
     next_ = loop_.After(kNextTry, [this] { Connect(); });
 }
 
+/// The one that has the name; without a name, the one that is used as long as it is there.
+std::optional<bluez::Adapter> Stack::WantedAdapter() const
+{
+    if (adapterName_.empty() && adapter_) {
+        if (auto present = bluez::AdapterAt(*mirror_, adapter_->path)) {
+            return present;
+        }
+    }
+    return bluez::FindAdapter(*mirror_, adapterName_);
+}
+
 /// Finds out what there is now, and reports a change.
 void Stack::Look()
 {
@@ -50,8 +61,14 @@ void Stack::Look()
     } else if (!mirror_->IsThere()) {
         presence = Presence::kNoBluez;
     } else {
-        adapter = bluez::FindAdapter(*mirror_, adapterName_);
+        adapter = WantedAdapter();
         presence = adapter ? Presence::kThere : Presence::kNoAdapter;
+    }
+    if (adapter && adapter_ && adapter->path != adapter_->path) {
+        // Another one takes its place: it goes first.
+        presence_ = Presence::kNoAdapter;
+        adapter_.reset();
+        ForEachObserver([](Observer& observer) { observer.AdapterChanged(); });
     }
     if (presence != presence_ || adapter != adapter_) {
         presence_ = presence;

@@ -49,7 +49,8 @@ class Stack : private dbus::ObjectMirror::Observer {
     /// How long until a bus that is absent is tried again.
     static constexpr std::chrono::seconds kNextTry{10};
 
-    /// The adapter by its name ("hci1"), or the first one if the name is empty. `callLimit` is how
+    /// The adapter by its name ("hci1"), or the first one, as long as it is there, if the name is
+    /// empty. `callLimit` is how
     /// long a call waits for its answer.
     Stack(Loop& loop, std::string adapterName,
           std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit);
@@ -64,7 +65,6 @@ class Stack : private dbus::ObjectMirror::Observer {
 
     Loop& GetLoop() const noexcept { return loop_; }
     Presence GetPresence() const noexcept { return presence_; }
-    const std::string& WantedAdapter() const noexcept { return adapterName_; }
 
     /// A new path for an object of ours on the bus.
     std::string NewPath(const char* kind)
@@ -96,6 +96,7 @@ class Stack : private dbus::ObjectMirror::Observer {
     void Connect();
     void Disconnect();
     void Look();
+    std::optional<bluez::Adapter> WantedAdapter() const;
 
     void Appeared() override { Look(); }
     void Vanished() override { Look(); }

@@ -93,6 +93,30 @@ TEST_F(AnAdapterControl, RenamesAndWaitsForTheNewName)
     EXPECT_EQ(Do([this] { return control->Picture().name; }), "hall");
 }
 
+TEST_F(AnAdapterControl, RefusesANameThatIsNotUtf8)
+{
+    StartBluez();
+    Start();
+    ASSERT_TRUE(Sees([](const AdapterPicture& picture) { return picture.isThere; }));
+    Do([this] { control->Rename("B\xFCro", Store()); });
+    EXPECT_EQ(Result(), Outcome::kFailed);
+}
+
+TEST_F(AnAdapterControl, KeepsItsAdapterWhileItIsThere)
+{
+    StartBluez();
+    bluetoothd->Do({{"do", "adapter"}, {"name", "hci1"}, {"Alias", "other"}, {"Powered", true}});
+    Start();
+    ASSERT_TRUE(Sees([](const AdapterPicture& picture) { return picture.name == "desk"; }));
+    bluetoothd->Do({{"do", "remove"}, {"path", "hci0"}});
+    ASSERT_TRUE(Sees([](const AdapterPicture& picture) { return picture.name == "other"; }));
+    EXPECT_FALSE(Do([this] { return pictures.at(pictures.size() - 2).isThere; }));
+    bluetoothd->Do({{"do", "adapter"}, {"name", "hci0"}, {"Alias", "desk"}, {"Powered", true}});
+    Do([this] { control->Rename("still", Store()); });
+    EXPECT_EQ(Result(), Outcome::kDone);
+    EXPECT_EQ(Do([this] { return stack->Adapter()->path; }), "/org/bluez/hci1");
+}
+
 TEST_F(AnAdapterControl, ReportsTheReasonOfARefusal)
 {
     StartBluez();
