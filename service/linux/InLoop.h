@@ -43,8 +43,10 @@ class InLoop {
     template <typename Other, typename MakeOther>
     std::unique_ptr<InLoop<Other>> Create(MakeOther make) const
     {
-        return std::make_unique<InLoop<Other>>(
-            loop_, [object = object_, make = std::move(make)] { return make(**object); });
+        return std::make_unique<InLoop<Other>>(loop_, [object = object_, make = std::move(make)] {
+            // Null if this one could not be created.
+            return *object ? make(**object) : nullptr;
+        });
     }
 
   private:

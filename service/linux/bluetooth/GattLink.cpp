@@ -38,15 +38,23 @@ GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callba
 GattLink::~GattLink()
 {
     stack_.Remove(*this);
-    if (--central_.links.at(address_) == 0) {
-        central_.links.erase(address_);
-    }
+    const bool isLast = Uncount();
     subscriptions_.clear();  // before the connection that they are on
-    const bool isLast = !central_.links.contains(address_);
     if (isLast && (state_ == State::kConnecting || state_ == State::kUp) && stack_.Adapter() &&
         device_) {
         Disconnect();
     }
+}
+
+/// The device has one link fewer. Returns whether this was the last one.
+bool GattLink::Uncount()
+{
+    const auto links = central_.links.find(address_);
+    if (!std::exchange(isCounted_, false) || --links->second > 0) {
+        return false;
+    }
+    central_.links.erase(links);
+    return true;
 }
 
 void GattLink::Disconnect()
@@ -71,7 +79,8 @@ void GattLink::Look()
     device_ = bluez::FindDevice(stack_.Mirror(), stack_.Adapter()->path, address_);
     if (state_ == State::kSearching) {
         if (device_ && device_->isConnected && central_.IsLeaving(address_)) {
-            return;  // until it has left
+            later_ = stack_.GetLoop().After(kNextTry, [this] { Look(); });
+            return;
         }
         if (device_) {
             central_.leaving.erase(address_);
@@ -140,8 +149,8 @@ GattReason GattLink::WhyEnded() const
 
 void GattLink::End(GattReason why)
 {
-    if (state_ == State::kConnecting && stack_.Adapter() && device_ &&
-        central_.links.at(address_) == 1) {
+    const bool isLast = Uncount();
+    if (isLast && state_ == State::kConnecting && stack_.Adapter() && device_) {
         Disconnect();
     }
     state_ = State::kOver;
@@ -173,9 +182,16 @@ void GattLink::AdapterChanged()
     Look();
 }
 
-void GattLink::ObjectAdded(const std::string&, const std::string& interface)
+void GattLink::ObjectAdded(const std::string& path, const std::string& interface)
 {
-    if (interface == bluez::kDevice || interface == bluez::kGattService) {
+    bool isOurs = false;
+    if (interface == bluez::kDevice) {
+        const auto device = bluez::DeviceAt(stack_.Mirror(), path);
+        isOurs = device && device->address == address_;
+    } else if (interface == bluez::kGattService) {
+        isOurs = device_ && path.starts_with(device_->path);
+    }
+    if (isOurs) {
         Look();
     }
 }

@@ -101,11 +101,13 @@ class GattLink : private Stack::Observer {
     void FinishDiscoveries();
     void Update();
     void AskMtu();
+    bool Uncount();
     void Disconnect();
 
     GattCentral& central_;
     Stack& stack_;
     std::uint64_t address_;
+    bool isCounted_ = true;  // among the device's links
     Callbacks callbacks_;
     State state_ = State::kSearching;
     std::optional<bluez::Device> device_;

@@ -242,7 +242,7 @@ void ServedCharacteristic::Notify(const Bytes& value, Done done)
 {
     if (tree_ == nullptr || (!isStarted_ && Subscribers().empty())) {
         CallLater(std::move(done), GattStatus::kDone);
-    } else if (waiting_.size() >= kMostWaiting) {
+    } else if (waiting_.size() + indications_.size() >= kMostWaiting) {
         CallLater(std::move(done), GattStatus::kBusy);
     } else {
         waiting_.push_back({Cut(value), std::move(done)});

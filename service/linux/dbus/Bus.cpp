@@ -104,16 +104,15 @@ Invocation& Invocation::operator=(Invocation&& other) noexcept
 
 void Invocation::Return(const Arguments& results)
 {
-    const OwnMessage call(std::exchange(call_, nullptr));
-    if (!call) {
+    if (call_ == nullptr) {
         return;
     }
     sd_bus_message* made = nullptr;
-    Check(sd_bus_message_new_method_return(call.get(), &made), "cannot answer a call");
+    Check(sd_bus_message_new_method_return(call_, &made), "cannot answer a call");
     const OwnMessage answer(made);
-    Append(made, results);
-    // A caller that is gone by now is none of our business.
-    sd_bus_send(nullptr, made, nullptr);
+    Append(made, results);  // if it throws, the destructor answers with an error
+    const OwnMessage call(std::exchange(call_, nullptr));
+    sd_bus_send(nullptr, made, nullptr);  // the caller may have gone
 }
 
 void Invocation::Fail(const Error& error)
@@ -146,6 +145,8 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
                                        OrNothing(method.interface), method.name.c_str()),
         "cannot call a method");
     const OwnMessage message(made);
+    // A service that has ended is not started by a call that came too late.
+    sd_bus_message_set_auto_start(made, 0);
     Append(made, arguments);
     const auto state = std::make_shared<Slot::State>(loop_);
     state->done = std::move(done);
@@ -272,11 +273,13 @@ Loop::Interest Bus::Wants()
 
 void Bus::Ready(short)
 {
+    // How many messages are handled before other sources have their turn.
+    constexpr int kMostAtOnce = 64;
     // The bus exists throughout: no callback but `lost` may destroy it.
-    int result = 0;
-    do {
+    int result = 1;
+    for (int i = 0; i < kMostAtOnce && result > 0; ++i) {
         result = sd_bus_process(bus_, nullptr);
-    } while (result > 0);
+    }
     if (result < 0 || sd_bus_is_open(bus_) <= 0) {
         HandleEnd();
     }
