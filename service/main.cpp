@@ -45,7 +45,7 @@ enum ExitCode : int {
 constexpr std::chrono::milliseconds kLastLines{300};
 
 constexpr char kDescription[] =
-    "PelaconService answers programs that use PelaconSDK, with simulated radios behind it.\n"
+    "PelaconService answers programs that use PelaconSDK, with simulated or real radios.\n"
     "It runs in the foreground until SIGTERM or Ctrl-C, and logs to stderr.\n";
 
 constexpr char kFooter[] = R"(

@@ -21,7 +21,20 @@ std::condition_variable changed;
 std::uint32_t wanted = 0;
 bool isOver = false;
 
-BtGattServerCallbacksC serverCallbacks{};
+/// How many values may be on their way.
+constexpr int kMostUnderWay = 32;
+int underWay = 0;
+
+BtGattServerCallbacksC serverCallbacks{nullptr, nullptr,
+                                       [](uint64_t, uint32_t status) {
+                                           if (status != 0) {
+                                               std::printf("not sent: %u\n", status);
+                                           }
+                                           const std::lock_guard lock(mutex);
+                                           --underWay;
+                                           changed.notify_all();
+                                       },
+                                       nullptr};
 BtGattCharCallbacksC valueCallbacks{};
 BtGattCharCallbacksC controlCallbacks{
     nullptr, [](uint64_t, const char*, const char*, const uint8_t* data, uint32_t dataLen) {
@@ -72,6 +85,10 @@ bool Count(int32_t server, int32_t service, std::uint32_t count)
     for (std::uint32_t number = 0; number < count; ++number) {
         std::vector<uint8_t> value(kNumberSize, static_cast<uint8_t>(number));
         std::memcpy(value.data(), &number, sizeof number);
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [] { return isOver || underWay < kMostUnderWay; });
+        ++underWay;
+        lock.unlock();
         if (!Check(BleGattServer::BleGattServerPublishNotify(server, service, kNumbers, value, 0),
                    "publish")) {
             return false;

@@ -183,7 +183,8 @@ TEST_F(WithRealRadios, TenThousandNotificationsArriveInOrder)
     std::memcpy(count.data(), &kCount, sizeof kCount);
     ASSERT_EQ(BleGattClient::BleGattClientWriteCharacteristic(client, kService, kControl, count),
               kBleStatusSuccess);
-    EXPECT_TRUE(events.Wait([] { return events.values.size() >= kCount; }, 3 * kPatience));
+    EXPECT_TRUE(events.Wait([] { return events.values.size() >= kCount; }, 3 * kPatience))
+        << events.values.size();
     const std::lock_guard lock(events.mutex);
     ASSERT_EQ(events.values.size(), kCount);
     for (std::uint32_t number = 0; number < kCount; ++number) {

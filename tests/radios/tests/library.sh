@@ -14,6 +14,8 @@ exec 3>/tmp/peer.in
 check "the peer is ready" wait_for 30 grep -q ready /tmp/peer.log || cat /tmp/peer.log
 on hci0 gtest "$STAGE/tests/radios_library_test"
 grep '^read: ' /tmp/gtest.log | sed 's/^/    /'
+sed 's/^/    /' /tmp/peer.log
+cat /tmp/service-hci0.log /tmp/service-hci1.log | sed 's/^/    /'
 exec 3>&-
 wait $peer
 check "the peer ends" test $? = 0
