@@ -177,6 +177,27 @@ TEST_F(RawAdvertisements, GoThroughBluezWhereTheKernelRefuses)
     EXPECT_EQ(bluetoothd->Do({{"do", "advertisements"}}).size(), 1U);
 }
 
+TEST_F(RawAdvertisements, GoThroughBluezWithoutAnyRight)
+{
+    Add(1);
+    Expect("3d00", "", "", "14");
+    EXPECT_TRUE(Sees({"1 started 0"}));
+    EXPECT_EQ(Do([this] { return advertisements->GetWay(); }), Advertisements::Way::kRebuilt);
+}
+
+TEST_F(RawAdvertisements, AreRemovedOnceTheAdapterIsOnAgain)
+{
+    Add(1);
+    ExpectFeatures("00");
+    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
+    Expect("5500", "05 00 00", "05");
+    ASSERT_TRUE(Sees({"1 started 0"}));
+    bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", false}});
+    Expect("3f00", "05", "", "0f");  // the kernel refuses while the controller is off
+    bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", true}});
+    Expect("3f00", "05", "05");
+}
+
 class RebuiltAdvertisements : public AdvertisementsTest {
   protected:
     void SetUp() override
