@@ -1,5 +1,5 @@
-// Operations that both forms call. The C form may be given what the C++ form cannot: a wrong length,
-// or a null text.
+// Operations that both forms call. The C form may be given what the C++ form cannot: a wrong
+// length, or a null text.
 #pragma once
 
 #include <PelaconSDK/BleGattServer.h>

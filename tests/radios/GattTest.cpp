@@ -160,7 +160,7 @@ TEST_F(AGattPeer, EndsTheConnectionAndAReadWhenItsAdapterGoes)
 {
     Connect();
     Do([this] {
-        link->Read(KeyOf(5), [this, note = Note()](GattStatus now, const Bytes&) { note(now); });
+        link->Read(KeyOf(5), [note = Note()](GattStatus now, const Bytes&) { note(now); });
         two->adapter.Switch(false, Store());
     });
     EXPECT_EQ(Result(), radio::Outcome::kDone);
