@@ -1,10 +1,10 @@
-#include <service/linux/MixedRadios.h>
+#include <service/MixedRadios.h>
 
 #include <nlohmann/json.hpp>
 
 #include <utility>
 
-namespace pelacon::service::linux_radios {
+namespace pelacon::service {
 
 namespace {
 
@@ -19,7 +19,7 @@ simulation::WorldFile WithoutBluetooth(simulation::WorldFile world)
 }  // namespace
 
 MixedRadios::MixedRadios(Scheduler& scheduler, const simulation::WorldFile& world,
-                         bluetooth::Host& host)
+                         linux_radios::bluetooth::Host& host)
     : host_(host),
       simulation_(scheduler, WithoutBluetooth(world)),
       bluetooth_(host),
@@ -33,4 +33,4 @@ nlohmann::json MixedRadios::Describe() const
     return description;
 }
 
-}  // namespace pelacon::service::linux_radios
+}  // namespace pelacon::service

@@ -4,13 +4,14 @@
 #include <service/linux/bluetooth/Radios.h>
 #include <service/simulation/Simulation.h>
 
-namespace pelacon::service::linux_radios {
+namespace pelacon::service {
 
 /// Bluetooth is this machine's; Wi-Fi, the phone and errors are simulated. Targeted advertisements
 /// have no radio: the world file's are received while the real adapter is on.
 class MixedRadios : public radio::Radios {
   public:
-    MixedRadios(Scheduler& scheduler, const simulation::WorldFile& world, bluetooth::Host& host);
+    MixedRadios(Scheduler& scheduler, const simulation::WorldFile& world,
+                linux_radios::bluetooth::Host& host);
 
     radio::Adapter& GetAdapter() override { return bluetooth_.GetAdapter(); }
     radio::Scanner& GetScanner() override { return bluetooth_.GetScanner(); }
@@ -31,10 +32,10 @@ class MixedRadios : public radio::Radios {
     void Release() override { bluetooth_.Release(); }
 
   private:
-    bluetooth::Host& host_;
+    linux_radios::bluetooth::Host& host_;
     simulation::Simulation simulation_;
-    bluetooth::Radios bluetooth_;
+    linux_radios::bluetooth::Radios bluetooth_;
     simulation::TargetAdvs targetAdvs_;
 };
 
-}  // namespace pelacon::service::linux_radios
+}  // namespace pelacon::service

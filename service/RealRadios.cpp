@@ -1,6 +1,6 @@
+#include <service/MixedRadios.h>
 #include <service/RealRadios.h>
 #include <service/base/Log.h>
-#include <service/linux/MixedRadios.h>
 
 #include <memory>
 #include <utility>
@@ -40,7 +40,7 @@ radio::Factory MakeRadios(const RadioChoice& choice, simulation::WorldFile world
         if (!*engine) {
             *engine = std::make_unique<Engine>(scheduler, choice, stateFile);
         }
-        return std::make_unique<linux_radios::MixedRadios>(scheduler, world, (*engine)->bluetooth);
+        return std::make_unique<MixedRadios>(scheduler, world, (*engine)->bluetooth);
     };
 }
 
