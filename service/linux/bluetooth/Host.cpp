@@ -67,6 +67,10 @@ std::string StackName(const BackendStatus& status)
 void Host::TakeStatus(const BackendStatus& status)
 {
     const BackendStatus before = std::exchange(status_, status);
+    // The picture was given before.
+    if (!std::exchange(isKnown_, true)) {
+        scheduler_.Wake();
+    }
     if (status.presence == before.presence) {
         return;
     }
@@ -109,9 +113,6 @@ void Host::TakePicture(const AdapterPicture& picture)
     const AdapterPicture before = std::exchange(picture_, picture);
     if (observer_ != nullptr) {
         observer_->PictureChanged(before);
-    }
-    if (!std::exchange(isKnown_, true)) {
-        scheduler_.Wake();
     }
 }
 
