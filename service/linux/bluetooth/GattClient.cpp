@@ -94,7 +94,7 @@ void GattConnection::AbandonAll()
 template <typename Result, typename Begin>
 Completion<Result> GattConnection::Ask(Result whenEnded, Begin begin)
 {
-    const Completion<Result> completion(scheduler_);
+    Completion<Result> completion(scheduler_);
     if (!isUp_) {
         completion.Set(std::move(whenEnded));
         return completion;
