@@ -1,6 +1,8 @@
 #include <service/linux/ByteReader.h>
 #include <service/linux/bluetooth/DuplicateFilter.h>
 
+#include <algorithm>
+#include <array>
 #include <system_error>
 #include <utility>
 
@@ -17,11 +19,11 @@ std::vector<std::uint8_t> EncodePattern()
 {
     constexpr std::size_t kMostPattern = 31;
     constexpr std::uint8_t kManufacturerData = 0xFF;
-    const std::vector<std::uint8_t> pattern{0xFF, 0xFF, 'p', 'e', 'l', 'a', 'c', 'o', 'n'};
-    std::vector<std::uint8_t> parameters{1, kManufacturerData, 0,
-                                         static_cast<std::uint8_t>(pattern.size())};
-    parameters.insert(parameters.end(), pattern.begin(), pattern.end());
-    parameters.resize(parameters.size() + kMostPattern - pattern.size());
+    constexpr std::array<std::uint8_t, 9> kPattern{0xFF, 0xFF, 'p', 'e', 'l', 'a', 'c', 'o', 'n'};
+    constexpr std::array<std::uint8_t, 4> kHeader{1, kManufacturerData, 0, kPattern.size()};
+    std::vector<std::uint8_t> parameters(kHeader.size() + kMostPattern);
+    std::copy(kPattern.begin(), kPattern.end(),
+              std::copy(kHeader.begin(), kHeader.end(), parameters.begin()));
     return parameters;
 }
 
