@@ -185,8 +185,8 @@ void SoftApFamily::ClientLeft(Session& session)
 }
 
 /// Records the outcome as the last result as soon as the radio reports it. The handler continues
-/// only later, when other clients may have asked for the result already, and does not continue if
-/// its client has left.
+/// only later, when other clients may have read the result already, and not at all if its client
+/// has left.
 radio::Groups::Done SoftApFamily::Noting(radio::Groups::Done done)
 {
     return [this, done = std::move(done)](GroupOutcome outcome) {

@@ -1,4 +1,4 @@
-// What becomes of something that a radio is asked for.
+// The results of operations of radios.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace pelacon::service::radio {
 
-/// The result of something that a radio was asked for, or why something ended by itself.
+/// The result of an operation, or the reason why an activity ended by itself.
 enum class Outcome : std::uint8_t {
     kDone,
     kNoAdapter,     ///< there is none, or it is gone

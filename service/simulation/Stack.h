@@ -1,4 +1,4 @@
-// How the simulated Bluetooth stack does what it is asked for.
+// How the simulated Bluetooth stack performs operations.
 #pragma once
 
 #include <service/base/Scheduler.h>

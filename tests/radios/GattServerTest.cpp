@@ -1,4 +1,4 @@
-// What a GATT server of ours does for a client. Run in the virtual machine, by
+// GattService with a real client. Run in the virtual machine, by
 // tests/gatt_server.sh.
 #include <tests/radios/ServerAndClient.h>
 

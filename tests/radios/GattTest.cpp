@@ -28,7 +28,7 @@ GattLink::Key KeyOf(unsigned number)
 
 class AGattPeer : public OverBluez {
   protected:
-    // Whoever was connected before may still be leaving, on either side.
+    // The connections of the test before may still be ending, on both sides.
     AGattPeer()
     {
         EXPECT_TRUE(Eventually(

@@ -145,7 +145,7 @@ TEST_F(OtherRadiosTest, AnAdapterWithoutChannelsIsDescribed)
 
 // ---- Groups
 
-/// Exists on channel 36, and does nothing that it is not asked for.
+/// Exists on channel 36, and changes only when a member is called.
 class AccessPoint : public radio::Groups {
   public:
     bool Exists() const override { return true; }

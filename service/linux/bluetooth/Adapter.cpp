@@ -6,7 +6,7 @@ using radio::AdapterState;
 
 namespace {
 
-/// At most so many bytes of a UTF-8 text, without the part of a character at their end.
+/// The first `most` bytes of a UTF-8 text, or fewer, so that no character is cut.
 std::string CutText(const std::string& text, std::size_t most)
 {
     if (text.size() <= most) {

@@ -9,7 +9,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// All advertisements are sent on all channels, whatever was asked for.
+/// Sends all advertisements on all channels: neither BlueZ nor the kernel lets a program choose
+/// them.
 class Advertiser : public radio::Advertiser {
   public:
     Advertiser(const Host& host, std::shared_ptr<Gate> gate);

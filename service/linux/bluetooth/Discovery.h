@@ -97,7 +97,7 @@ class Discovery : private Stack::Observer {
     State state_ = State::kIdle;
     int refusals_ = 0;  // in a row, because another request is under way
     Way way_ = Way::kNone;
-    std::string adapter_;  // whose reports are read
+    std::string adapter_;  // the one that the reports are of
     std::unique_ptr<Hci> raw_;
     dbus::Bus::Slot call_;
     Loop::Timer next_;

@@ -34,9 +34,9 @@ struct GattCentral {
     /// How many links each device has.
     std::map<std::uint64_t, int> links;
 
-    /// Devices that are being disconnected, each as long as somebody awaits the answer. BlueZ takes
-    /// two seconds for it, in which it calls them connected, and takes an attempt to connect for
-    /// done.
+    /// Devices that are being disconnected; an entry has expired when BlueZ has answered. That
+    /// takes two seconds, during which BlueZ shows the device as connected, and answers an attempt
+    /// to connect at once.
     std::map<std::uint64_t, std::weak_ptr<void>> leaving;
 
     bool IsLeaving(std::uint64_t address) const

@@ -15,9 +15,9 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Those that connected by LE to this machine, rather than it to them; and those that use a service
-/// of ours, whoever connected. If the kernel does not report who did, it was the device unless it
-/// has a link of ours. In the loop's thread.
+/// A peer is a device that has connected to this machine by LE, or that uses a service of this
+/// process, whichever side has connected. If the kernel does not report the side, a device without
+/// a GattLink is taken for a peer. In the loop's thread.
 class GattPeers : private Stack::Observer {
   public:
     /// Must not destroy the GattPeers; may destroy observers.

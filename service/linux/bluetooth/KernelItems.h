@@ -13,8 +13,8 @@
 namespace pelacon::service::linux_radios::bluetooth {
 
 /// Advertising instances and advertisement monitors outlive the management socket that added them,
-/// and the kernel does not say whose they are. They are noted here, and in a file, so that the next
-/// service can remove those of one that was killed. In the loop's thread.
+/// and the kernel does not report which program did. They are noted here, and in a file, so that
+/// the next service can remove those of one that was killed. In the loop's thread.
 class KernelItems {
   public:
     enum class Kind : std::uint8_t { kAdvertisement, kMonitor };
@@ -27,8 +27,8 @@ class KernelItems {
         auto operator<=>(const Item&) const = default;  // NOLINT(modernize-use-nullptr)
     };
 
-    /// Reads the notes of the service that used the file before: those of this boot, as the kernel
-    /// forgets everything at its end. Without a name, or while another process uses the file,
+    /// Reads the notes of the service that used the file before: those of this boot, as nothing
+    /// in the kernel outlives it. Without a name, or while another process uses the file,
     /// notes are kept in memory only.
     explicit KernelItems(const std::string& file);
 

@@ -69,8 +69,8 @@ void ServedCharacteristic::Attach(dbus::ObjectTree& tree, const std::string& ser
         }
     };
     if (Has(radio::kGattAnyNotify)) {
-        // StartNotify does not say who subscribes. AcquireNotify does, and is called if there is
-        // this property. It is refused, and StartNotify follows.
+        // StartNotify does not name the peer, AcquireNotify does. BlueZ calls AcquireNotify if
+        // there is this property, and StartNotify once it has been refused.
         interface.properties.emplace("NotifyAcquired", false);
     }
     tree.Add(path, bluez::kGattCharacteristic, std::move(interface));
@@ -283,7 +283,7 @@ void ServedCharacteristic::Send(Waiting next)
 {
     tree_->Set(path_, bluez::kGattCharacteristic, kValue, std::move(next.value));
     const std::vector<std::uint64_t> to = Subscribers();
-    // If there are both, most peers choose notifications, which nobody confirms.
+    // If there are both, most peers choose notifications, which are not confirmed.
     if (to.empty() || Has(radio::kGattNotify)) {
         sent_.push_back(std::move(next.done));
         return;

@@ -23,8 +23,8 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 using protocol::Uuid;
 
-/// Answers BlueZ's calls on behalf of peers, knows who subscribed, and sends values. In the loop's
-/// thread.
+/// Answers the calls that BlueZ makes for peers, keeps the list of subscribers, and sends values.
+/// In the loop's thread.
 class ServedCharacteristic {
   public:
     using Bytes = dbus::Bytes;
@@ -40,9 +40,9 @@ class ServedCharacteristic {
     /// How long a peer may take to confirm an indication, by GATT's rules.
     static constexpr std::chrono::seconds kConfirmLimit{30};
 
-    /// So many values are sent before BlueZ is asked whether it has received them, and so many
-    /// wait meanwhile.
+    /// How many values are sent to BlueZ before it must answer a Ping.
     static constexpr std::size_t kMostAtOnce = 16;
+    /// How many values may wait meanwhile, or wait to be confirmed.
     static constexpr std::size_t kMostWaiting = 1024;
 
     /// The flags are those of service/radio/Gatt.h. Stack and peers outlive it.
@@ -55,7 +55,7 @@ class ServedCharacteristic {
     /// Adds its object to a tree, below that of its service. The tree stays until Detach.
     void Attach(dbus::ObjectTree& tree, const std::string& service, const std::string& path);
 
-    /// There are no subscribers any more, and nobody will confirm.
+    /// Removes all subscribers, and ends the indications that wait to be confirmed.
     void Detach();
 
     /// Calls `subscribed` if the subscribers have changed, as they do when peers come and go.
@@ -72,8 +72,8 @@ class ServedCharacteristic {
         Bytes value;
         Done done;
     };
-    /// A value that is not confirmed yet. BlueZ does not say who has confirmed it, so only their
-    /// number is known.
+    /// A value that is not confirmed yet. BlueZ does not name the peer that has confirmed it, so
+    /// only the number of missing confirmations is known.
     struct Indication {
         std::set<std::uint64_t> peers;
         std::size_t missing = 0;
@@ -116,7 +116,7 @@ class ServedCharacteristic {
     std::string path_;
     std::set<std::uint64_t> subscribers_;
     std::vector<std::uint64_t> lastSubscribers_;  // as `subscribed` was last called with
-    bool isStarted_ = false;                      // somebody subscribed, even if it is unknown who
+    bool isStarted_ = false;  // there are subscribers, of which BlueZ may have named none
     std::deque<Waiting> waiting_;
     std::vector<Done> sent_;  // notifications that BlueZ may not have yet
     dbus::Bus::Slot asking_;  // whether it has

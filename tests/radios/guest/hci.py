@@ -1,7 +1,7 @@
 """The kernel's Bluetooth sockets: one controller's events, the management interface, the monitor.
 
-As a program it prints the advertisements that a controller hears (scanning is switched on elsewhere), or
-succeeds if so many controllers are there and set up:
+As a program it prints the advertisements that a controller receives (another program switches scanning on),
+or succeeds if there are CONTROLLERS controllers, all set up:
 hci.py CONTROLLER SECONDS
 hci.py --ready CONTROLLERS
 """

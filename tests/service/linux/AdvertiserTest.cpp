@@ -20,7 +20,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using Events = std::vector<std::string>;
 
-/// An advertisement whose observer notes the calls. They come with the lock held.
+/// An advertisement whose observer notes the calls. They are called with the lock held.
 class NotedAdvertisement : public radio::AdvertisementObserver {
   public:
     void Start(radio::Advertiser& advertiser, const radio::Advertising& wanted)

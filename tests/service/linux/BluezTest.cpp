@@ -200,7 +200,7 @@ TEST_F(TheMirrorOfBluez, StaysEmptyWhileTheListIsRefused)
                    {"error", "org.freedesktop.DBus.Error.AccessDenied"}});
     Start();
     ASSERT_TRUE(Hears("gone"));
-    // Something new does not make up for what is not known. All of it is asked for again.
+    // A new object does not complete a copy that is not complete: all objects are listed again.
     bluetoothd.Do({{"do", "device"}, {"path", "hci0/dev_1"}});
     ASSERT_TRUE(Hears("there"));
     EXPECT_THAT(Do([this] { return notes.lines; }),

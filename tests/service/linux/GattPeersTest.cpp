@@ -38,7 +38,7 @@ class TheGattPeers : public GattTest, private GattPeers::Observer {
         EXPECT_EQ(Do([&] { return events; }), expected);
         return isSeen;
     }
-    /// What the kernel says of the device: Device Connected with these flags.
+    /// The kernel's event Device Connected, with these flags.
     void SendConnected(const char* flags)
     {
         management.Send(FromHex(std::string("0b00 0000 0d00 0605040302c1 02") + flags + "0000"));
@@ -66,7 +66,7 @@ TEST_F(TheGattPeers, AreNotThoseThatThisMachineConnectedTo)
     AddDevice("hci0/dev_2", "00:00:00:00:00:02");
     SendConnected("08000000");
     Change(kDevicePath, "Connected", true);
-    Change("hci0/dev_2", "Connected", true);  // of which the kernel has said nothing
+    Change("hci0/dev_2", "Connected", true);  // which the kernel has not reported
     EXPECT_TRUE(Sees({"+ of another"}));
 }
 

@@ -311,7 +311,7 @@ TEST_F(AGattServer, SaysWhoDidNotGetAnIndication)
     Peer("Confirm", kIndicating, {}, nullptr);
     Change(kOtherPath, "Connected", false);
     ASSERT_TRUE(Eventually([this] { return !server->IsConnected(kOther); }));
-    Peer("Confirm", kIndicating, {}, nullptr);  // BlueZ does not say who has confirmed
+    Peer("Confirm", kIndicating, {}, nullptr);  // BlueZ does not name the peer
     ASSERT_TRUE(AreSent(2));
     Locked([this] {
         EXPECT_THAT(sent, UnorderedElementsAre(Pair(kAddress, GattStatus::kDone),

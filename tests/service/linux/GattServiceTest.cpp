@@ -245,7 +245,7 @@ TEST_F(AGattService, HasBluezTakeNotificationsBeforeMoreAreSent)
         }
     });
     ASSERT_TRUE(Eventually([&] { return results.size() == kTooMany; }));
-    // The first one goes at once, so many others wait.
+    // The first value is sent at once, and kMostWaiting values wait.
     EXPECT_EQ(std::count(results.begin(), results.end(), GattStatus::kDone),
               1 + ServedCharacteristic::kMostWaiting);
     EXPECT_EQ(std::count(results.begin(), results.end(), GattStatus::kBusy), 19);
@@ -291,7 +291,7 @@ TEST_F(AGattService, AwaitsThatIndicationsAreConfirmed)
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
-TEST_F(AGattService, SaysWhyItIsNotShown)
+TEST_F(AGattService, ReportsWhyItIsNotShown)
 {
     Show();
     EXPECT_EQ(Shown(), radio::Outcome::kNoAdapter);

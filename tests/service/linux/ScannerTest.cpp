@@ -20,7 +20,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Events = std::vector<std::string>;
 
-/// A scan whose observer notes the calls. They come with the lock held.
+/// A scan whose observer notes the calls. They are called with the lock held.
 class NotedScan : public radio::ScanObserver {
   public:
     void Start(radio::Scanner& scanner, ScanPolicy policy) { scan = scanner.Start(policy, *this); }

@@ -49,9 +49,9 @@ def do_set(path, **properties):
 
 
 def do_fail(method, leaves=None, **fault):
-    """The next call (or the next so many "times") of the method ends in an "error", just when a device
-    "leaves" if one is given, after a "delay" in ms, or "never". A delay alone makes it late. An "idle" one
-    is answered, but does nothing."""
+    """Plans the next call of the method, or as many as "times" gives: it ends in an "error", after a
+    "delay" in ms, or "never". With "leaves", a device disconnects just before. A delay alone makes the call
+    late. An "idle" call is answered, but does nothing."""
     if leaves is not None:
         fault['before'] = lambda: do_change(leaves, Connected=False)
     tree.faults.plan(method, **fault)
