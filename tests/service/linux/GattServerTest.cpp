@@ -96,15 +96,17 @@ class AGattServer : public GattFaceTest,
                   "org.bluez.Error.NotSupported");
         EXPECT_EQ(Peer("StartNotify", place, {}, nullptr), json());
     }
-    void NotifyAll(Place place, const Bytes& bytes)
+    void NotifyAll(Place place, const std::vector<Bytes>& values)
     {
         Locked([&] {
-            service->NotifyAll(place, bytes, [this](std::uint64_t peer, GattStatus status) {
-                sent.emplace_back(peer, status);
-                if (destroysWhenSent) {
-                    service.reset();
-                }
-            });
+            for (const Bytes& bytes : values) {
+                service->NotifyAll(place, bytes, [this](std::uint64_t peer, GattStatus status) {
+                    sent.emplace_back(peer, status);
+                    if (destroysWhenSent) {
+                        service.reset();
+                    }
+                });
+            }
         });
     }
     GattStatus Notify(std::uint64_t peer, Place place, const Bytes& bytes)
@@ -258,13 +260,12 @@ TEST_F(AGattServer, RefusesReadsOnceItsGateIsClosed)
 TEST_F(AGattServer, NotifiesAllSubscribersAtOnce)
 {
     ShowToPeers();
-    NotifyAll(kNotifying, {0});
+    NotifyAll(kNotifying, {{0}});
     Subscribe(kNotifying);
     Subscribe(kNotifying, kOtherPath);
     ASSERT_TRUE(Eventually([this] { return service->Subscribers(kNotifying).size() == 2; }));
     bluetoothd->Do({{"do", "calls"}});
-    NotifyAll(kNotifying, {1});
-    NotifyAll(kNotifying, Bytes(600, 2));
+    NotifyAll(kNotifying, {{1}, Bytes(600, 2)});
     ASSERT_TRUE(AreSent(4));
     Locked([this] {
         EXPECT_THAT(sent, UnorderedElementsAre(
@@ -306,7 +307,7 @@ TEST_F(AGattServer, SaysWhoDidNotGetAnIndication)
     Subscribe(kIndicating);
     Subscribe(kIndicating, kOtherPath);
     ASSERT_TRUE(Eventually([this] { return service->Subscribers(kIndicating).size() == 2; }));
-    NotifyAll(kIndicating, {1});
+    NotifyAll(kIndicating, {{1}});
     ASSERT_TRUE(IsCalled("changed"));
     Peer("Confirm", kIndicating, {}, nullptr);
     Change(kOtherPath, "Connected", false);
@@ -340,8 +341,7 @@ TEST_F(AGattServer, MayEndAServiceWhenAValueIsSent)
     Subscribe(kNotifying, kOtherPath);
     ASSERT_TRUE(Eventually([this] { return service->Subscribers(kNotifying).size() == 2; }));
     Locked([this] { destroysWhenSent = true; });
-    NotifyAll(kNotifying, {1});
-    NotifyAll(kNotifying, {2});
+    NotifyAll(kNotifying, {{1}, {2}});
     ASSERT_TRUE(IsCalled("UnregisterApplication"));
     EXPECT_EQ(Locked([this] { return sent.size(); }), 1U);
 }
