@@ -28,7 +28,10 @@ class MixedRadios : public radio::Radios {
 
     bool IsKnown() const override { return host_.IsKnown(); }
     nlohmann::json Describe() const override;
-    void AddCommands(Commands& commands) override { simulation_.AddWifiCommands(commands); }
+    void AddCommands(Commands& commands) override
+    {
+        simulation_.AddCommandsOf(commands, {.bluetooth = false});
+    }
     void Release() override { bluetooth_.Release(); }
 
   private:

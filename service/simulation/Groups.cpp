@@ -7,9 +7,33 @@ namespace pelacon::service::simulation {
 using radio::GroupOutcome;
 using radio::Station;
 
-Groups::Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config,
+namespace {
+
+/// What a refusal of the stack means for groups.
+GroupOutcome GroupOutcomeOf(radio::Outcome outcome)
+{
+    switch (outcome) {
+        case radio::Outcome::kDone:
+            return GroupOutcome::kDone;
+        case radio::Outcome::kNoAdapter:
+        case radio::Outcome::kOff:
+        case radio::Outcome::kBlocked:
+            return GroupOutcome::kWifiOff;
+        case radio::Outcome::kNotPermitted:
+            return GroupOutcome::kNotPermitted;
+        case radio::Outcome::kLimitReached:
+            return GroupOutcome::kBusy;
+        case radio::Outcome::kFailed:
+            break;
+    }
+    return GroupOutcome::kFailed;
+}
+
+}  // namespace
+
+Groups::Groups(Scheduler& scheduler, Stack& stack, Wifi& wifi, const GroupConfig& config,
                const WifiCardsConfig& cards)
-    : scheduler_(scheduler), wifi_(wifi), config_(config)
+    : scheduler_(scheduler), stack_(stack), wifi_(wifi), config_(config)
 {
     if (!cards.interfaces.empty()) {
         interface_ = cards.interfaces.back();
@@ -25,8 +49,14 @@ radio::Group Groups::Describe() const
 CreationConfig Groups::NextCreation()
 {
     const std::size_t number = creations_++;
-    return number < config_.firstCreations.size() ? config_.firstCreations[number]
-                                                  : config_.creation;
+    CreationConfig creation =
+        number < config_.firstCreations.size() ? config_.firstCreations[number] : config_.creation;
+    const StackBehaviour behaviour = stack_.Next(StackOperation::kCreateGroup);
+    creation.delay += behaviour.delay;
+    if (behaviour.outcome != radio::Outcome::kDone) {
+        creation.outcome = GroupOutcomeOf(behaviour.outcome);
+    }
+    return creation;
 }
 
 void Groups::Create(std::int32_t channel, Done done)
@@ -75,12 +105,16 @@ void Groups::EndGroup(GroupOutcome reason)
 {
     removing_.Cancel();
     comings_.clear();
+    const std::list<Moving> moves = std::exchange(moves_, {});
     while (!stations_.empty()) {
         Leave(stations_.back().address);
     }
     channel_ = 0;
     TakeNewName();
     groupObservers_(Exists(), reason);
+    for (const Moving& move : moves) {
+        move.done(GroupOutcome::kNoGroup);
+    }
     for (const Done& done : std::exchange(removed_, {})) {
         done(GroupOutcome::kDone);
     }
@@ -109,10 +143,25 @@ void Groups::Move(std::int32_t channel, Done done)
         done(GroupOutcome::kNoGroup);
         return;
     }
-    if (std::exchange(channel_, channel) != channel) {
+    const StackBehaviour behaviour = stack_.Next(StackOperation::kMoveGroup);
+    const auto move = moves_.insert(moves_.end(), {Timer(), std::move(done)});
+    const GroupOutcome outcome = GroupOutcomeOf(behaviour.outcome);
+    if (behaviour.delay.count() == 0) {
+        EndMove(move, channel, outcome);
+    } else {
+        move->timer = scheduler_.After(
+            behaviour.delay, [this, move, channel, outcome] { EndMove(move, channel, outcome); });
+    }
+}
+
+void Groups::EndMove(std::list<Moving>::iterator move, std::int32_t channel, GroupOutcome outcome)
+{
+    const Done done = std::move(move->done);
+    moves_.erase(move);
+    if (outcome == GroupOutcome::kDone && std::exchange(channel_, channel) != channel) {
         groupObservers_(Exists(), GroupOutcome::kDone);
     }
-    done(GroupOutcome::kDone);
+    done(outcome);
 }
 
 void Groups::OnWifiSwitched(bool on)

@@ -4,11 +4,13 @@
 #include <service/base/Scheduler.h>
 #include <service/radio/Groups.h>
 #include <service/simulation/GroupConfig.h>
+#include <service/simulation/Stack.h>
 #include <service/simulation/Wifi.h>
 #include <service/simulation/WifiCards.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,7 +21,7 @@ namespace pelacon::service::simulation {
 /// They use the last interface of the machine.
 class Groups : public radio::Groups {
   public:
-    Groups(Scheduler& scheduler, Wifi& wifi, const GroupConfig& config,
+    Groups(Scheduler& scheduler, Stack& stack, Wifi& wifi, const GroupConfig& config,
            const WifiCardsConfig& cards);
 
     bool Exists() const override { return channel_ != 0; }
@@ -45,15 +47,23 @@ class Groups : public radio::Groups {
         std::string passPhrase;
     };
 
+    struct Moving {
+        Timer timer;
+        Done done;
+    };
+
     CreationConfig NextCreation();
     void TakeNewName();
     void EndCreation(radio::GroupOutcome outcome, std::int32_t channel);
+    void EndMove(std::list<Moving>::iterator move, std::int32_t channel,
+                 radio::GroupOutcome outcome);
     void EndGroup(radio::GroupOutcome reason);
     void AwaitStations();
     void OnWifiSwitched(bool on);
     std::string FreeIpAddress() const;
 
     Scheduler& scheduler_;
+    Stack& stack_;
     Wifi& wifi_;
     GroupConfig config_;
     std::optional<radio::WifiInterface> interface_;
@@ -63,6 +73,7 @@ class Groups : public radio::Groups {
     std::vector<radio::Station> stations_;
     Done created_;
     std::vector<Done> removed_;
+    std::list<Moving> moves_;
     std::vector<Timer> comings_;  // and leaves of stations
     Timer creating_;
     Timer removing_;

@@ -15,9 +15,9 @@ Simulation::Simulation(Scheduler& scheduler, const WorldFile& file)
       targetAdvs_(scheduler, adapter_, file.targetAdvs),
       gattClient_(scheduler, adapter_, file.gatt),
       gattServer_(scheduler, stack_, adapter_, file.gatt),
-      wifi_(scheduler, file.wifi),
-      groups_(scheduler, wifi_, file.group, file.wifiCards),
-      softAp_(scheduler, wifi_, file.softAp, file.wifiCards),
+      wifi_(scheduler, stack_, file.wifi),
+      groups_(scheduler, stack_, wifi_, file.group, file.wifiCards),
+      softAp_(scheduler, stack_, wifi_, file.softAp, file.wifiCards),
       phone_(scheduler, file.phone),
       wifiCards_(wifi_, file.wifiCards),
       errors_(scheduler, file.errors)

@@ -42,10 +42,16 @@ class Simulation : public radio::Radios {
     WifiCards& GetWifiCards() override { return wifiCards_; }
     Errors& GetErrors() override { return errors_; }
     nlohmann::json Describe() const override;
-    void AddCommands(Commands& commands) override;
+    void AddCommands(Commands& commands) override { AddCommandsOf(commands, {}); }
 
-    /// Those that act on Wi-Fi and the phone only.
-    void AddWifiCommands(Commands& commands);
+    /// Which of the simulated radios programs use. The phone is always one of them.
+    struct Parts {
+        bool bluetooth = true;
+        bool wifi = true;
+    };
+
+    /// Those that act on these radios only.
+    void AddCommandsOf(Commands& commands, Parts parts);
 
   private:
     Stack stack_;

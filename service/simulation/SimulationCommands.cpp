@@ -41,7 +41,7 @@ void AddStationCommands(Commands& commands, const std::string& word, const std::
                  });
 }
 
-void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards, Phone& phone)
+void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
 {
     commands.Add("wifi.connect", "the adapter connects to an access point: ssid, channel",
                  [&wifi](json::Fields& fields) {
@@ -59,6 +59,10 @@ void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards, Phone&
                          Require(cards.Set(card, state), "there is no place for this card");
                      };
                  });
+}
+
+void AddPhoneCommands(Commands& commands, Phone& phone)
+{
     commands.Add("phone.channel", "the phone's Wi-Fi connects, or is lost: channel (0: lost)",
                  [&phone](json::Fields& fields) {
                      const auto channel = ReadConnectionChannel(fields.Required("channel"));
@@ -66,18 +70,27 @@ void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards, Phone&
                  });
 }
 
-void AddStackCommands(Commands& commands, Stack& stack, Advertiser& advertiser, Scanner& scanner)
+void AddStackCommands(Commands& commands, Stack& stack, Simulation::Parts parts)
 {
     commands.Add("stack.set",
-                 "how the Bluetooth stack does an operation from now on: operation (switch, "
-                 "rename, advertise, scan, showService), ms, fails, endsAfterMs, times",
-                 [&stack](json::Fields& fields) {
-                     const auto operation = ReadStackOperation(fields.Required("operation"));
+                 "how the stack does an operation from now on: operation (switch, rename, "
+                 "advertise, scan, showService; switchWifi, createGroup, moveGroup), ms, fails, "
+                 "endsAfterMs, times",
+                 [&stack, parts](json::Fields& fields) {
+                     const json::Reader name = fields.Required("operation");
+                     const auto operation = ReadStackOperation(name);
+                     if (!(IsOfWifi(operation) ? parts.wifi : parts.bluetooth)) {
+                         name.Fail("is what a real radio does");
+                     }
                      const StackBehaviour behaviour = ReadStackBehaviour(fields, operation);
                      return [&stack, operation, behaviour](nlohmann::json&) {
                          stack.Set(operation, behaviour);
                      };
                  });
+}
+
+void AddEndCommand(Commands& commands, Advertiser& advertiser, Scanner& scanner)
+{
     commands.Add(
         "stack.end", "advertising or scans end by themselves: operation (advertise, scan)",
         [&advertiser, &scanner](json::Fields& fields) {
@@ -91,17 +104,20 @@ void AddStackCommands(Commands& commands, Stack& stack, Advertiser& advertiser, 
 
 }  // namespace
 
-void Simulation::AddWifiCommands(Commands& commands)
+void Simulation::AddCommandsOf(Commands& commands, Parts parts)
 {
-    AddStationCommands(commands, "group", "group", groups_);
-    AddStationCommands(commands, "softap", "soft AP", softAp_);
-    AddAdapterCommands(commands, wifi_, wifiCards_, phone_);
-}
-
-void Simulation::AddCommands(Commands& commands)
-{
-    AddWifiCommands(commands);
-    AddStackCommands(commands, stack_, advertiser_, scanner_);
+    AddPhoneCommands(commands, phone_);
+    if (parts.wifi) {
+        AddStationCommands(commands, "group", "group", groups_);
+        AddStationCommands(commands, "softap", "soft AP", softAp_);
+        AddAdapterCommands(commands, wifi_, wifiCards_);
+    }
+    if (parts.bluetooth) {
+        AddEndCommand(commands, advertiser_, scanner_);
+    }
+    if (parts.bluetooth || parts.wifi) {
+        AddStackCommands(commands, stack_, parts);
+    }
 }
 
 }  // namespace pelacon::service::simulation

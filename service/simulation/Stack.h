@@ -1,4 +1,4 @@
-// How the simulated Bluetooth stack performs operations.
+// How the simulated stacks perform operations.
 #pragma once
 
 #include <service/base/Scheduler.h>

@@ -15,7 +15,10 @@ constexpr std::array<std::pair<std::string_view, StackOperation>, kStackOperatio
      {"rename", StackOperation::kRename},
      {"advertise", StackOperation::kAdvertise},
      {"scan", StackOperation::kScan},
-     {"showService", StackOperation::kShowService}}};
+     {"showService", StackOperation::kShowService},
+     {"switchWifi", StackOperation::kSwitchWifi},
+     {"createGroup", StackOperation::kCreateGroup},
+     {"moveGroup", StackOperation::kMoveGroup}}};
 
 bool CanEnd(StackOperation operation)
 {
@@ -26,7 +29,8 @@ bool CanEnd(StackOperation operation)
 
 StackOperation ReadStackOperation(const json::Reader& reader)
 {
-    return reader.Choice<StackOperation>({kNames[0], kNames[1], kNames[2], kNames[3], kNames[4]});
+    return reader.Choice<StackOperation>(
+        {kNames[0], kNames[1], kNames[2], kNames[3], kNames[4], kNames[5], kNames[6], kNames[7]});
 }
 
 StackBehaviour ReadStackBehaviour(json::Fields& fields, StackOperation operation)

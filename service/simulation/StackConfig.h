@@ -1,4 +1,4 @@
-// The description of the Bluetooth stack's behaviour in a world file.
+// The description of the stacks' behaviour in a world file.
 #pragma once
 
 #include <json/Reader.h>
@@ -12,9 +12,23 @@
 
 namespace pelacon::service::simulation {
 
-/// What programs have the stack do.
-enum class StackOperation : std::uint8_t { kSwitch, kRename, kAdvertise, kScan, kShowService };
-inline constexpr std::size_t kStackOperations = 5;
+/// What programs have the stacks do: Bluetooth's the first ones, Wi-Fi's the others.
+enum class StackOperation : std::uint8_t {
+    kSwitch,
+    kRename,
+    kAdvertise,
+    kScan,
+    kShowService,
+    kSwitchWifi,
+    kCreateGroup,
+    kMoveGroup,
+};
+inline constexpr std::size_t kStackOperations = 8;
+
+constexpr bool IsOfWifi(StackOperation operation)
+{
+    return operation >= StackOperation::kSwitchWifi;
+}
 
 /// What becomes of one operation.
 struct StackBehaviour {

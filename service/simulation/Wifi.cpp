@@ -9,7 +9,11 @@ void Wifi::Switch(bool on, radio::OutcomeDone done)
     if (goal_ != on) {
         EndSwitching(Outcome::kFailed);
         goal_ = on;
-        switching_ = scheduler_.After(config_.switchDelay, [this, on] { Enter(on); });
+        const StackBehaviour behaviour = stack_.Next(StackOperation::kSwitchWifi);
+        switching_ = scheduler_.After(config_.switchDelay + behaviour.delay,
+                                      [this, on, outcome = behaviour.outcome] {
+                                          outcome == Outcome::kDone ? Enter(on) : Refuse(outcome);
+                                      });
     }
     if (switching_.IsPending()) {
         done_.push_back(std::move(done));
@@ -37,6 +41,12 @@ void Wifi::Enter(bool on)
         switchObservers_(on);
     }
     EndSwitching(Outcome::kDone);
+}
+
+void Wifi::Refuse(Outcome why)
+{
+    goal_ = on_;
+    EndSwitching(why);
 }
 
 void Wifi::EndSwitching(Outcome outcome)

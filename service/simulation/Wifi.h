@@ -3,6 +3,7 @@
 
 #include <service/base/Scheduler.h>
 #include <service/radio/Wifi.h>
+#include <service/simulation/Stack.h>
 #include <service/simulation/WifiConfig.h>
 
 #include <utility>
@@ -12,8 +13,8 @@ namespace pelacon::service::simulation {
 
 class Wifi : public radio::Wifi {
   public:
-    Wifi(Scheduler& scheduler, const WifiConfig& config)
-        : scheduler_(scheduler), config_(config), on_(config.on), goal_(config.on)
+    Wifi(Scheduler& scheduler, Stack& stack, const WifiConfig& config)
+        : scheduler_(scheduler), stack_(stack), config_(config), on_(config.on), goal_(config.on)
     {}
 
     bool IsOn() const override { return on_; }
@@ -36,9 +37,11 @@ class Wifi : public radio::Wifi {
 
   private:
     void Enter(bool on);
+    void Refuse(radio::Outcome why);
     void EndSwitching(radio::Outcome outcome);
 
     Scheduler& scheduler_;
+    Stack& stack_;
     WifiConfig config_;
     bool on_;
     bool goal_;

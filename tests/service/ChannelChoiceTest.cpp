@@ -32,7 +32,8 @@ class ChannelChoiceTest : public testing::Test {
     {
         Scheduler scheduler(1);
         const Scheduler::Guard lock = scheduler.Lock();
-        simulation::Wifi wifi(scheduler, config);
+        simulation::Stack stack({});
+        simulation::Wifi wifi(scheduler, stack, config);
         return RecommendChannel(wifi, wishes).value_or(protocol::RecommendedChannel{});
     }
 

@@ -2,7 +2,7 @@
 #include <protocol/Vod2dConfig.h>
 #include <protocol/Vod2dGroup.h>
 #include <protocol/WifiState.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/StackTest.h>
 
 #include <gmock/gmock.h>
 
@@ -33,7 +33,7 @@ constexpr char kWorld[] = R"({
     "group": {"ssid": "DIRECT-xy", "passPhrase": "eight letters", "address": "AA:BB:CC:DD:EE:0F",
               "ipAddress": "10.0.0.1", "creation": {"ms": 1}, "removeMs": 1}})";
 
-class GroupFamilyTest : public ServiceTest {
+class GroupFamilyTest : public StackTest {
   protected:
     GroupFamilyTest() { StartService(kWorld); }
 
@@ -181,6 +181,30 @@ TEST_F(GroupFamilyTest, TheFirstCreationsMayHaveTheirOwnOutcome)
     EXPECT_EQ(Create(client).status, kStatusDone);
     EXPECT_EQ(Remove(client), kStatusDone);
     EXPECT_EQ(Create(client).status, kStatusDone);
+}
+
+TEST_F(GroupFamilyTest, ARefusedCreationIsNotifiedWithItsReason)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    const std::vector<std::pair<std::string, std::int32_t>> reasons{
+        {"no-adapter", kStatusRadioOff}, {"off", kStatusRadioOff},
+        {"blocked", kStatusRadioOff},    {"not-permitted", kStatusNotPermitted},
+        {"limit-reached", kStatusBusy},  {"failed", kStatusNotSupported}};
+    for (const auto& [why, status] : reasons) {
+        Behave("createGroup", {{"fails", why}, {"times", 1}});
+        EXPECT_EQ(Create(client).status, status) << why;
+        EXPECT_EQ(NextChange(client), "0 because " + std::to_string(status));
+    }
+    EXPECT_EQ(Create(client).status, kStatusDone);
+}
+
+TEST_F(GroupFamilyTest, ASlowStackMakesTheGroupLate)
+{
+    Behave("createGroup", {{"ms", kForever}});
+    TestClient client(PipeName());
+    EXPECT_FALSE(client.Call(protocol::kCreateGroup, {}, std::chrono::milliseconds(10)));
+    EXPECT_TRUE(IsBeingMade());
 }
 
 TEST_F(GroupFamilyTest, AppearsAfterItsCreationTimedOut)

@@ -236,6 +236,40 @@ TEST_F(OtherRadiosTest, TheSoftApHasAnInterfaceOrNone)
 
 // ---- Radios that take time
 
+TEST_F(OtherRadiosTest, OnlyTheStackOfSimulatedRadiosCanBeChanged)
+{
+    using Parts = simulation::Simulation::Parts;
+    class SomeRadios : public simulation::Simulation {
+      public:
+        SomeRadios(Scheduler& scheduler, Parts parts)
+            : Simulation(scheduler, simulation::WorldFile{}), parts_(parts)
+        {}
+        void AddCommands(Commands& commands) override { AddCommandsOf(commands, parts_); }
+
+      private:
+        Parts parts_;
+    };
+    const auto isDone = [this](const char* operation) {
+        const nlohmann::json command{{"command", "stack.set"}, {"operation", operation}};
+        return CommandText(command.dump())["ok"].get<bool>();
+    };
+    const auto start = [this](Parts parts) {
+        EndService();
+        StartService([parts](Scheduler& scheduler, const std::string& /*stateFile*/) {
+            return std::make_unique<SomeRadios>(scheduler, parts);
+        });
+    };
+    start({.bluetooth = false});
+    EXPECT_FALSE(isDone("scan"));
+    EXPECT_TRUE(isDone("moveGroup"));
+    start({.wifi = false});
+    EXPECT_TRUE(isDone("scan"));
+    EXPECT_FALSE(isDone("moveGroup"));
+    start({});
+    EXPECT_TRUE(isDone("scan"));
+    EXPECT_TRUE(isDone("moveGroup"));
+}
+
 TEST_F(OtherRadiosTest, TheServiceStartsWhenTheRadiosKnowTheMachine)
 {
     class SlowRadios : public OtherRadios {

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+
 namespace pelacon::service::tests {
 namespace {
 
@@ -51,6 +54,44 @@ TEST_F(SoftApChannelsTest, MovesBetweenTheBands)
     EXPECT_EQ(Channel(client), 149) << "without effect";
     EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {0})->value, 6);
     EXPECT_EQ(NextAdvertisement(client), "2 6 Desk AP");
+}
+
+TEST_F(SoftApChannelsTest, AMoveIsAnsweredWhenItIsOver)
+{
+    TestClient client(PipeName());
+    Create(client, k24G);
+    Behave("moveGroup", {{"ms", 30}});
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 149);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
+    EXPECT_EQ(Channel(client), 149);
+}
+
+TEST_F(SoftApChannelsTest, ARefusedMoveIsAnsweredWithTheChannelThatItIsOn)
+{
+    TestClient client(PipeName());
+    Listen(client);
+    Create(client, k24G);
+    EXPECT_EQ(NextAdvertisement(client), "1 6 Desk AP");
+    Behave("moveGroup", {{"fails", "failed"}, {"times", 1}});
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 6);
+    EXPECT_EQ(client.Call(protocol::kSetAPFrequence, {1})->value, 149);
+    EXPECT_EQ(NextAdvertisement(client), "2 149 Desk AP") << "nothing was notified before";
+}
+
+TEST_F(SoftApChannelsTest, AMoveEndsWithTheSoftApAndDoesNotMoveTheNext)
+{
+    TestClient client(PipeName());
+    TestClient other(PipeName());
+    Create(client, k24G);
+    Behave("moveGroup", {{"ms", 300}, {"times", 1}});
+    auto move = std::async(std::launch::async,
+                           [&] { return other.Call(protocol::kSetAPFrequence, {1})->value; });
+    EXPECT_TRUE(Eventually([&] { return Requests() == 2; }));
+    EXPECT_EQ(Destroy(client), 0);
+    EXPECT_EQ(move.get(), 0) << "at once, as there is none any more";
+    Create(client, k24G);
+    EXPECT_EQ(Channel(client), 6);
 }
 
 TEST_F(SoftApChannelsTest, ItsChannelIsChosenAgain)

@@ -3,7 +3,7 @@
 
 #include <protocol/ServiceStatus.h>
 #include <protocol/SoftAp.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/StackTest.h>
 
 #include <string>
 
@@ -27,7 +27,7 @@ inline constexpr std::uint8_t k5G = 2;
 inline constexpr std::int32_t kAlreadyExists = 0x10000001;
 
 /// A service whose soft AP is created at once, with a phone.
-class SoftApFixture : public ServiceTest {
+class SoftApFixture : public StackTest {
   protected:
     SoftApFixture() { StartService(kSoftApWorld); }
 

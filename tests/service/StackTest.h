@@ -1,4 +1,4 @@
-// A Bluetooth stack that is slow, refuses, or ends what it was doing.
+// A stack that is slow, refuses, or ends what it was doing.
 #pragma once
 
 #include <protocol/ServiceStatus.h>

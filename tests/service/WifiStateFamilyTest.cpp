@@ -1,6 +1,6 @@
 #include <protocol/Vod2dGroup.h>
 #include <protocol/WifiState.h>
-#include <tests/service/ServiceFixture.h>
+#include <tests/service/StackTest.h>
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@ constexpr char kSwitchWorld[] = R"({"wifi": {"switchMs": 1}, "phone": {"connecti
 
 enum State : std::int32_t { kOff = 1, kOn = 2 };
 
-class WifiStateFamilyTest : public ServiceTest {
+class WifiStateFamilyTest : public StackTest {
   protected:
     WifiStateFamilyTest() { StartService(kSwitchWorld); }
 
@@ -200,6 +200,34 @@ TEST_F(WifiStateFamilyTest, ThePhoneOfTheWorldChangesItsChannel)
     ListenToChannel(client);
     EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 11);
     EXPECT_EQ(client.Next(protocol::kWifiConnectChannel).value, 0);
+}
+
+// ---- A slow or failing stack
+
+TEST_F(WifiStateFamilyTest, ARefusedSwitchChangesNothing)
+{
+    TestClient client(PipeName());
+    ListenToSwitch(client);
+    for (const auto& [why, status] : kRefusals) {
+        Behave("switchWifi", {{"fails", why}});
+        EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, why == "no-adapter" ? 2 : 1)
+            << why;
+        EXPECT_EQ(StateOf(client), kOn);
+        EXPECT_EQ(client.Call(protocol::kEnableWifi, {1})->value, 0) << "it is on";
+    }
+    Behave("switchWifi");
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 0);
+    EXPECT_EQ(client.Next(protocol::kWifiSwitchState).value, kOff) << "nothing was notified before";
+}
+
+TEST_F(WifiStateFamilyTest, ASlowSwitchIsAnsweredWhenItIsOver)
+{
+    Behave("switchWifi", {{"ms", 30}});
+    TestClient client(PipeName());
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.Call(protocol::kEnableWifi, {0})->value, 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
+    EXPECT_EQ(StateOf(client), kOff);
 }
 
 TEST_F(WifiStateFamilyTest, ClientsThatLeftReceiveNothing)

@@ -47,13 +47,14 @@ TEST(WorldFileTest, ReadsTheAdapter)
     EXPECT_EQ(world.adapter.connected[1].type, radio::BluetoothType::kLe);
 }
 
-TEST(WorldFileTest, ReadsTheBluetoothStack)
+TEST(WorldFileTest, ReadsTheStack)
 {
     using simulation::StackOperation;
     const auto world = Read(R"({"stack": {
         "rename": {"ms": 1000}, "switch": {"fails": "blocked"},
         "advertise": {"ms": 1, "fails": "limit-reached", "times": 2},
-        "scan": {"endsAfterMs": 5}}})");
+        "scan": {"endsAfterMs": 5}, "switchWifi": {"fails": "blocked", "ms": 7},
+        "createGroup": {"fails": "not-permitted"}, "moveGroup": {"ms": 3}}})");
     const auto of = [&](StackOperation operation) {
         return world.stack.at(static_cast<std::size_t>(operation));
     };
@@ -65,6 +66,10 @@ TEST(WorldFileTest, ReadsTheBluetoothStack)
     EXPECT_EQ(of(StackOperation::kScan).endsAfter, 5ms);
     EXPECT_EQ(of(StackOperation::kShowService).delay, 0ms);
     EXPECT_EQ(of(StackOperation::kShowService).outcome, radio::Outcome::kDone);
+    EXPECT_EQ(of(StackOperation::kSwitchWifi).outcome, radio::Outcome::kBlocked);
+    EXPECT_EQ(of(StackOperation::kSwitchWifi).delay, 7ms);
+    EXPECT_EQ(of(StackOperation::kCreateGroup).outcome, radio::Outcome::kNotPermitted);
+    EXPECT_EQ(of(StackOperation::kMoveGroup).delay, 3ms);
 
     EXPECT_EQ(Complaint(R"({"stack": {"rename": {"endsAfterMs": 5}}})"),
               "world.json:1: stack.rename.endsAfterMs: unknown field; there may be ms, fails, "

@@ -1,4 +1,4 @@
-// pelaconctl service stack: how the simulated Bluetooth stack behaves.
+// pelaconctl service stack: how the simulated stack behaves.
 #include <tools/pelaconctl/commands/Kit.h>
 
 namespace pelacon::ctl {
@@ -31,7 +31,10 @@ void AddSet(CLI::App& stack, const Console& console)
                           "rename       change the adapter's name\n"
                           "advertise    start to advertise, also after a pause\n"
                           "scan         start a scan, or change its policy\n"
-                          "showService  show a GATT service to peers")
+                          "showService  show a GATT service to peers\n"
+                          "switchWifi   switch Wi-Fi on or off\n"
+                          "createGroup  create a group or the soft AP\n"
+                          "moveGroup    move it to another channel")
         ->required();
     AddField<std::int64_t>(*set, "--ms", *fields, "ms", "Milliseconds until it is done, or fails");
     AddField<std::string>(*set, "--fails", *fields, "fails",
@@ -62,7 +65,8 @@ void AddEnd(CLI::App& stack, const Console& console)
 void AddServiceStack(CLI::App& service, const Console& console)
 {
     CLI::App* const stack = service.add_subcommand(
-        "stack", "Make the simulated Bluetooth stack slow or fail, to test an application");
+        "stack",
+        "Make the simulated Bluetooth or Wi-Fi stack slow or fail, to test an application");
     stack->require_subcommand(1);
     stack->footer(
         "Examples:\n"
