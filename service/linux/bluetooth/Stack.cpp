@@ -1,54 +1,26 @@
 #include <service/linux/bluetooth/Stack.h>
 
-#include <system_error>
 #include <utility>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
 Stack::Stack(Loop& loop, std::string adapterName, std::chrono::microseconds callLimit)
-    : loop_(loop), adapterName_(std::move(adapterName)), callLimit_(callLimit)
+    : loop_(loop),
+      adapterName_(std::move(adapterName)),
+      callLimit_(callLimit),
+      link_(loop, bluez::kService, "/", static_cast<dbus::ObjectMirror::Observer&>(*this),
+            [this] { Look(); })
 {}
-
-Stack::~Stack()
-{
-    mirror_.reset();
-    bus_.reset();
-}
-
-void Stack::Start()
-{
-    Connect();
-}
-
-void Stack::Connect()
-{
-    try {
-        bus_ = std::make_unique<dbus::Bus>(loop_, [this] { Disconnect(); });
-        mirror_ = std::make_unique<dbus::ObjectMirror>(
-            *bus_, bluez::kService, static_cast<dbus::ObjectMirror::Observer&>(*this));
-    } catch (const std::system_error&) {
-        Disconnect();
-    }
-}
-
-/// There is no bus, or the connection to it is lost.
-void Stack::Disconnect()
-{
-    mirror_.reset();
-    bus_.reset();
-    Look();
-    next_ = loop_.After(kNextTry, [this] { Connect(); });
-}
 
 /// The one that has the name; without a name, the one that is used as long as it is there.
 std::optional<bluez::Adapter> Stack::WantedAdapter() const
 {
     if (adapterName_.empty() && adapter_) {
-        if (auto present = bluez::AdapterAt(*mirror_, adapter_->path)) {
+        if (auto present = bluez::AdapterAt(Mirror(), adapter_->path)) {
             return present;
         }
     }
-    return bluez::FindAdapter(*mirror_, adapterName_);
+    return bluez::FindAdapter(Mirror(), adapterName_);
 }
 
 /// Finds out what there is now, and reports a change.
@@ -56,9 +28,9 @@ void Stack::Look()
 {
     std::optional<bluez::Adapter> adapter;
     Presence presence = Presence::kThere;
-    if (!mirror_) {
+    if (!link_.IsConnected()) {
         presence = Presence::kNoBus;
-    } else if (!mirror_->IsThere()) {
+    } else if (!Mirror().IsThere()) {
         presence = Presence::kNoBluez;
     } else {
         adapter = WantedAdapter();
@@ -107,7 +79,7 @@ dbus::Bus::Slot Stack::Call(const std::string& path, const char* interface, cons
                             const dbus::Arguments& arguments, dbus::Bus::OnReply done,
                             std::optional<std::chrono::microseconds> limit)
 {
-    return bus_->Call({bluez::kService, path, interface, method}, arguments, std::move(done),
+    return Bus().Call({bluez::kService, path, interface, method}, arguments, std::move(done),
                       limit.value_or(callLimit_));
 }
 

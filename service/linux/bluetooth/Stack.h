@@ -3,8 +3,7 @@
 
 #include <service/linux/Loop.h>
 #include <service/linux/bluetooth/Bluez.h>
-#include <service/linux/dbus/Bus.h>
-#include <service/linux/dbus/ObjectMirror.h>
+#include <service/linux/dbus/ServiceLink.h>
 
 #include <algorithm>
 #include <chrono>
@@ -46,22 +45,17 @@ class Stack : private dbus::ObjectMirror::Observer {
         {}
     };
 
-    /// How long until a bus that is absent is tried again.
-    static constexpr std::chrono::seconds kNextTry{10};
-
     /// The adapter by its name ("hci1"), or the first one, as long as it is there, if the name is
-    /// empty. `callLimit` is how
-    /// long a call waits for its answer.
+    /// empty. `callLimit` is how long a call waits for its answer.
     Stack(Loop& loop, std::string adapterName,
           std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit);
-    ~Stack() override;
 
     /// Observers are added before Start, or miss what happened before; removed before their end.
     void Add(Observer& observer) { observers_.push_back(&observer); }
     void Remove(Observer& observer) noexcept { std::erase(observers_, &observer); }
 
     /// Begins to look.
-    void Start();
+    void Start() { link_.Start(); }
 
     Loop& GetLoop() const noexcept { return loop_; }
     Presence GetPresence() const noexcept { return presence_; }
@@ -76,13 +70,13 @@ class Stack : private dbus::ObjectMirror::Observer {
     const std::optional<bluez::Adapter>& Adapter() const noexcept { return adapter_; }
 
     /// These exist while there is an adapter.
-    dbus::Bus& Bus() const { return *bus_; }
-    const dbus::ObjectMirror& Mirror() const { return *mirror_; }
+    dbus::Bus& Bus() const { return link_.GetBus(); }
+    const dbus::ObjectMirror& Mirror() const { return link_.Mirror(); }
 
     /// As ObjectMirror::Refresh.
     void Refresh(const std::string& path, const char* interface, const char* property)
     {
-        mirror_->Refresh(path, interface, property);
+        link_.Mirror().Refresh(path, interface, property);
     }
 
     /// Calls a method of the adapter, or of one of its objects; as Bus::Call. The limit is the
@@ -93,8 +87,6 @@ class Stack : private dbus::ObjectMirror::Observer {
         std::optional<std::chrono::microseconds> limit = std::nullopt);
 
   private:
-    void Connect();
-    void Disconnect();
     void Look();
     std::optional<bluez::Adapter> WantedAdapter() const;
 
@@ -123,9 +115,7 @@ class Stack : private dbus::ObjectMirror::Observer {
     std::vector<Observer*> observers_;
     Presence presence_ = Presence::kUnknown;
     std::optional<bluez::Adapter> adapter_;
-    std::unique_ptr<dbus::Bus> bus_;
-    std::unique_ptr<dbus::ObjectMirror> mirror_;
-    Loop::Timer next_;
+    dbus::ServiceLink link_;
 };
 
 /// For people.

@@ -23,30 +23,18 @@ const Type* At(const Arguments& arguments, std::size_t place)
 
 }  // namespace
 
-ObjectMirror::ObjectMirror(Bus& bus, std::string service, Observer& observer)
-    : bus_(bus), service_(std::move(service)), observer_(observer)
-{
-    // Messages arrive in order: as the objects are listed after the subscription, no change is
-    // missed.
-    SignalFilter filter = From(kBus, kBus);
-    filter.name = "NameOwnerChanged";
-    filter.firstArgument = service_;
-    owners_ = bus_.Watch(filter, [this](const Signal& signal) {
-        if (const auto* const owner = At<std::string>(signal.arguments, 2)) {
-            ownerCall_.Reset();
-            OwnerIs(*owner);
-        }
-    });
-    managed_ =
-        bus_.Watch(From(service_, kObjectManager), [this](const Signal& signal) { Heard(signal); });
-    changes_ =
-        bus_.Watch(From(service_, kProperties), [this](const Signal& signal) { Heard(signal); });
-    ownerCall_ =
-        bus_.Call({kBus, kBusPath, kBus, "GetNameOwner"}, {service_}, [this](const Reply& reply) {
-            const auto* const owner = reply.First<std::string>();
-            OwnerIs(owner != nullptr ? *owner : "");
-        });
-}
+// Messages arrive in order: as the objects are listed after the subscription, no change is missed.
+ObjectMirror::ObjectMirror(Bus& bus, const std::string& service, std::string root,
+                           Observer& observer)
+    : bus_(bus),
+      root_(std::move(root)),
+      observer_(observer),
+      managed_(bus.Watch(From(service, kObjectManager),
+                         [this](const Signal& signal) { Heard(signal); })),
+      changes_(
+          bus.Watch(From(service, kProperties), [this](const Signal& signal) { Heard(signal); })),
+      name_(bus, service, [this](const std::string& owner) { OwnerIs(owner); })
+{}
 
 const Properties* ObjectMirror::Find(const std::string& path, const std::string& interface) const
 {
@@ -93,7 +81,7 @@ void ObjectMirror::OwnerIs(const std::string& owner)
 
 void ObjectMirror::Ask()
 {
-    pictureCall_ = bus_.Call({owner_, "/", kObjectManager, "GetManagedObjects"}, {},
+    pictureCall_ = bus_.Call({owner_, root_, kObjectManager, "GetManagedObjects"}, {},
                              [this](const Reply& reply) { Picture(reply); });
 }
 

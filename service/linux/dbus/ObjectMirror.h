@@ -2,6 +2,7 @@
 #pragma once
 
 #include <service/linux/dbus/Bus.h>
+#include <service/linux/dbus/NameWatch.h>
 
 #include <chrono>
 #include <cstdint>
@@ -11,8 +12,8 @@
 
 namespace pelacon::service::linux_radios::dbus {
 
-/// Keeps a copy of all objects of a service that has an ObjectManager at its root, and reports its
-/// changes. In the loop's thread.
+/// Keeps a copy of all objects of a service that has an ObjectManager, and reports its changes. In
+/// the loop's thread.
 class ObjectMirror {
   public:
     /// Called after each change of the copy. Must not destroy the mirror.
@@ -46,8 +47,8 @@ class ObjectMirror {
     /// How long until a service that did not list its objects is called again.
     static constexpr std::chrono::seconds kNextTry{3};
 
-    /// Both outlive the mirror.
-    ObjectMirror(Bus& bus, std::string service, Observer& observer);
+    /// The manager is at the path `root`. Bus and observer outlive the mirror.
+    ObjectMirror(Bus& bus, const std::string& service, std::string root, Observer& observer);
 
     ObjectMirror(const ObjectMirror&) = delete;
     ObjectMirror& operator=(const ObjectMirror&) = delete;
@@ -79,19 +80,18 @@ class ObjectMirror {
     void Clear();
 
     Bus& bus_;
-    std::string service_;
+    std::string root_;
     Observer& observer_;
     std::string owner_;
     bool isThere_ = false;
     Objects objects_;
-    Bus::Slot ownerCall_;
     Bus::Slot pictureCall_;
     Loop::Timer next_;
-    Bus::Slot owners_;
     Bus::Slot managed_;
     Bus::Slot changes_;
     std::uint64_t lastRefresh_ = 0;
     std::map<std::uint64_t, Bus::Slot> refreshes_;
+    NameWatch name_;
 };
 
 }  // namespace pelacon::service::linux_radios::dbus

@@ -47,7 +47,7 @@ class TheMirrorOfBluez : public LoopTest {
     {
         Do([this] {
             connection = std::make_unique<dbus::Bus>(loop, [] {});
-            mirror = std::make_unique<dbus::ObjectMirror>(*connection, bluez::kService, notes);
+            mirror = std::make_unique<dbus::ObjectMirror>(*connection, bluez::kService, "/", notes);
         });
     }
     void Stop()
