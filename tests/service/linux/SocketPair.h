@@ -4,6 +4,7 @@
 #include <service/linux/FileDescriptor.h>
 #include <tests/service/linux/OnLoop.h>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -17,6 +18,7 @@ class SocketPair {
     {
         std::array<int, 2> ends{};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+        EXPECT_EQ(fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
         service = FileDescriptor(ends[0]);
         kernel = FileDescriptor(ends[1]);
     }

@@ -1,0 +1,69 @@
+// A copy of what the kernel knows of Wi-Fi cards and their interfaces.
+#pragma once
+
+#include <service/linux/Loop.h>
+#include <service/linux/netlink/Socket.h>
+#include <service/linux/wifi/Nl80211.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+
+namespace pelacon::service::linux_radios::wifi {
+
+/// Keeps the copy, and reports its changes. In the loop's thread.
+class KernelMirror {
+  public:
+    using Cards = std::map<std::uint32_t, Card>;
+    using Interfaces = std::map<std::uint32_t, Interface>;
+    using Loads = std::map<std::uint32_t, std::int32_t>;
+
+    /// `changed` is called after each change of the copy, and once when it is known that there is
+    /// nothing to copy. It must not destroy the mirror.
+    KernelMirror(Loop& loop, netlink::Endpoint endpoint, std::function<void()> changed);
+
+    KernelMirror(const KernelMirror&) = delete;
+    KernelMirror& operator=(const KernelMirror&) = delete;
+
+    /// False until the first copy is complete.
+    bool IsKnown() const noexcept { return isKnown_; }
+
+    /// By their numbers.
+    const Cards& AllCards() const noexcept { return cards_; }
+    const Interfaces& AllInterfaces() const noexcept { return interfaces_; }
+
+    /// How busy frequencies are, in percent; of all cards.
+    const Loads& AllLoads() const noexcept { return loads_; }
+
+  private:
+    /// What has to be read again.
+    struct Stale {
+        bool cards = false;
+        bool interfaces = false;
+        bool loads = false;
+    };
+
+    void Begin(const netlink::Family& family);
+    void Heard(const netlink::Message& event);
+    void ReadAgain(Stale what);
+    void ReadNext();
+    void ReadCards();
+    void ReadInterfaces();
+    void ReadLoads(std::uint32_t interface);
+    void Finished(Stale what, int error);
+    void Know();
+
+    Loop& loop_;
+    std::function<void()> changed_;
+    std::uint16_t family_ = 0;
+    bool isKnown_ = false;
+    bool isReading_ = false;
+    Stale stale_;
+    Cards cards_;
+    Interfaces interfaces_;
+    Loads loads_;
+    Loop::Timer next_;
+    netlink::Socket socket_;
+};
+
+}  // namespace pelacon::service::linux_radios::wifi

@@ -1,0 +1,126 @@
+#include <service/linux/wifi/Rfkill.h>
+
+#include <fcntl.h>
+#include <linux/rfkill.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <fstream>
+#include <utility>
+
+namespace pelacon::service::linux_radios::wifi {
+
+namespace {
+
+constexpr const char* kDevice = "/dev/rfkill";
+constexpr ssize_t kEventSize = RFKILL_EVENT_SIZE_V1;
+
+/// The names of cards begin with this; switches of the machine have others.
+constexpr const char* kCardPrefix = "phy";
+
+std::string NameInSysfs(std::uint32_t number)
+{
+    std::ifstream file("/sys/class/rfkill/rfkill" + std::to_string(number) + "/name");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
+}  // namespace
+
+RfkillAccess OpenRfkill()
+{
+    constexpr int kFlags = O_NONBLOCK | O_CLOEXEC;
+    RfkillAccess access;
+    access.nameOf = &NameInSysfs;
+    access.descriptor = FileDescriptor(open(kDevice, O_RDWR | kFlags));
+    access.isWritable = static_cast<bool>(access.descriptor);
+    if (!access.isWritable) {
+        access.descriptor = FileDescriptor(open(kDevice, O_RDONLY | kFlags));
+    }
+    return access;
+}
+
+Rfkill::Rfkill(Loop& loop, RfkillAccess access, std::function<void()> changed)
+    : loop_(loop), access_(std::move(access)), changed_(std::move(changed))
+{
+    if (access_.descriptor) {
+        loop_.Add(*this);
+        Read();  // the kernel has an event for each switch that is there
+    }
+}
+
+Rfkill::~Rfkill()
+{
+    loop_.Remove(*this);
+}
+
+Rfkill::Block Rfkill::BlockOf(const std::string& card) const
+{
+    Block block = Block::kNone;
+    for (const auto& [number, one] : switches_) {
+        if (one.device == card || !one.device.starts_with(kCardPrefix)) {
+            block = std::max(block, one.block);
+        }
+    }
+    return block;
+}
+
+bool Rfkill::Switch(bool on) const
+{
+    rfkill_event event{};
+    event.type = RFKILL_TYPE_WLAN;
+    event.op = RFKILL_OP_CHANGE_ALL;
+    event.soft = on ? 0 : 1;
+    return write(access_.descriptor.Get(), &event, kEventSize) == kEventSize;
+}
+
+Loop::Interest Rfkill::Wants()
+{
+    return {access_.descriptor.Get(), POLLIN, std::nullopt};
+}
+
+void Rfkill::Ready(short)
+{
+    if (Read()) {
+        changed_();
+    }
+}
+
+/// Reads the events that there are. Returns whether a switch has changed.
+bool Rfkill::Read()
+{
+    bool hasChanged = false;
+    while (true) {
+        rfkill_event event{};
+        const ssize_t size = read(access_.descriptor.Get(), &event, sizeof event);
+        if (size < 0 && errno == EINTR) {
+            continue;
+        }
+        if (size < kEventSize) {
+            if (size >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) {
+                loop_.Remove(*this);
+            }
+            break;
+        }
+        if (event.type != RFKILL_TYPE_WLAN) {
+            continue;
+        }
+        hasChanged = true;
+        if (event.op == RFKILL_OP_DEL) {
+            switches_.erase(event.idx);
+            continue;
+        }
+        One& one = switches_[event.idx];
+        if (one.device.empty()) {
+            one.device = access_.nameOf(event.idx);
+        }
+        one.block = event.hard != 0 ? Block::kHard : event.soft != 0 ? Block::kSoft : Block::kNone;
+    }
+    return hasChanged;
+}
+
+}  // namespace pelacon::service::linux_radios::wifi

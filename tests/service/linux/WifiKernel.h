@@ -1,0 +1,323 @@
+// A stand-in of the kernel's Wi-Fi: nl80211 and rfkill.
+#pragma once
+
+#include <service/linux/netlink/Socket.h>
+#include <service/linux/wifi/Rfkill.h>
+#include <tests/service/linux/NetlinkBytes.h>
+#include <tests/service/linux/OnLoop.h>
+#include <tests/service/linux/PacketReader.h>
+
+#include <linux/genetlink.h>
+#include <linux/nl80211.h>
+#include <linux/rfkill.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace pelacon::service::linux_radios::tests {
+
+/// Has no card at first. It must outlive what uses its sockets.
+class WifiKernel {
+  public:
+    using Frequencies = std::vector<std::uint32_t>;
+    struct Survey {
+        std::uint32_t frequency = 0;
+        std::uint64_t active = 0;
+        std::uint64_t busy = 0;
+    };
+
+    WifiKernel() = default;
+    ~WifiKernel()
+    {
+        loop_.Post([this] {
+            readers_.clear();
+            ends_.clear();
+        });
+        loop_.Stop();
+    }
+    WifiKernel(const WifiKernel&) = delete;
+    WifiKernel& operator=(const WifiKernel&) = delete;
+
+    netlink::Endpoint OpenNetlink()
+    {
+        return {Open(false, [this](const FileDescriptor& end,
+                                   const Octets& packet) { Answer(end, packet); }),
+                [](std::uint32_t /*group*/) {}};
+    }
+
+    /// The switches: that of the card "phy3" has the number 3.
+    wifi::RfkillAccess OpenRfkill(bool isWritable = true)
+    {
+        return {
+            Open(true, [this](const FileDescriptor& /*end*/,
+                              const Octets& packet) { SetSoftBlocks(packet.at(kSoftOctet) != 0); }),
+            isWritable, [](std::uint32_t number) { return "phy" + std::to_string(number); }};
+    }
+
+    /// The kernel has no Wi-Fi at all until LoadDriver.
+    void UnloadDriver()
+    {
+        const std::lock_guard lock(mutex_);
+        hasFamily_ = false;
+    }
+    void LoadDriver()
+    {
+        {
+            const std::lock_guard lock(mutex_);
+            hasFamily_ = true;
+        }
+        Emit(GENL_ID_CTRL, CTRL_CMD_NEWFAMILY, Attribute(CTRL_ATTR_FAMILY_NAME, "nl80211"));
+    }
+
+    /// The card "phy0", or with another number, and its frequencies.
+    void SetCard(std::uint32_t number, const Frequencies& frequencies = {2412, 2437, 5180})
+    {
+        const bool isNew = [&] {
+            const std::lock_guard lock(mutex_);
+            return cards_.insert_or_assign(number, frequencies).second;
+        }();
+        Emit(kFamily, isNew ? NL80211_CMD_NEW_WIPHY : NL80211_CMD_WIPHY_REG_CHANGE, {});
+        if (isNew) {
+            Block(number, false, false, RFKILL_OP_ADD);
+        }
+    }
+    void RemoveCard(std::uint32_t number)
+    {
+        {
+            const std::lock_guard lock(mutex_);
+            cards_.erase(number);
+            std::erase_if(interfaces_, [&](const auto& one) { return one.second.card == number; });
+        }
+        Block(number, false, false, RFKILL_OP_DEL);
+        Emit(kFamily, NL80211_CMD_DEL_WIPHY, {});
+    }
+
+    /// An interface of a card that is on a network, if a name is given.
+    void SetInterface(std::uint32_t index, const std::string& name, std::uint32_t card = 0,
+                      const std::string& ssid = {}, std::uint32_t frequency = 0)
+    {
+        {
+            const std::lock_guard lock(mutex_);
+            interfaces_[index] = {card, name, ssid, frequency};
+        }
+        Emit(kFamily, ssid.empty() ? NL80211_CMD_NEW_INTERFACE : NL80211_CMD_CONNECT, {});
+    }
+    void RemoveInterface(std::uint32_t index)
+    {
+        {
+            const std::lock_guard lock(mutex_);
+            interfaces_.erase(index);
+        }
+        Emit(kFamily, NL80211_CMD_DEL_INTERFACE, {});
+    }
+
+    void Measure(const std::vector<Survey>& surveys)
+    {
+        {
+            const std::lock_guard lock(mutex_);
+            surveys_ = surveys;
+        }
+        Emit(kFamily, NL80211_CMD_NEW_SCAN_RESULTS, {});
+    }
+
+    void Block(std::uint32_t number, bool soft, bool hard,
+               std::uint8_t operation = RFKILL_OP_CHANGE)
+    {
+        const std::lock_guard lock(mutex_);
+        if (operation == RFKILL_OP_DEL) {
+            blocks_.erase(number);
+        } else {
+            blocks_[number] = {soft, hard};
+        }
+        EmitBlock(number, soft, hard, operation);
+    }
+
+    /// The next dumps of this command end as if the list had changed meanwhile.
+    void InterruptDumps(std::uint8_t command, int times)
+    {
+        const std::lock_guard lock(mutex_);
+        interrupted_[command] = times;
+    }
+
+  private:
+    using Taken = std::function<void(const FileDescriptor& end, const Octets& packet)>;
+    struct End {
+        std::shared_ptr<const FileDescriptor> socket;
+        bool isRfkill;
+    };
+
+    struct Interface {
+        std::uint32_t card = 0;
+        std::string name;
+        std::string ssid;
+        std::uint32_t frequency = 0;
+    };
+
+    static constexpr std::uint16_t kFamily = 28;
+    static constexpr std::size_t kSoftOctet = 6;
+
+    FileDescriptor Open(bool isRfkill, Taken taken)
+    {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(
+            socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()), 0);
+        const auto end = std::make_shared<const FileDescriptor>(ends[1]);
+        if (isRfkill) {
+            const std::lock_guard lock(mutex_);
+            for (const auto& [number, block] : blocks_) {
+                Send(*end, BlockEvent(number, block.first, block.second, RFKILL_OP_ADD));
+            }
+        }
+        loop_.Post([this, end, isRfkill, taken = std::move(taken)] {
+            readers_.push_back(std::make_unique<PacketReader>(
+                loop_, *end, [end, taken](const Octets& packet) { taken(*end, packet); }));
+            ends_.push_back({end, isRfkill});
+        });
+        return FileDescriptor(ends[0]);
+    }
+
+    static void Send(const FileDescriptor& end, const Octets& packet)
+    {
+        send(end.Get(), packet.data(), packet.size(), MSG_NOSIGNAL);
+    }
+
+    static Octets BlockEvent(std::uint32_t number, bool soft, bool hard, std::uint8_t operation)
+    {
+        return OctetsOf(number) + Octets{RFKILL_TYPE_WLAN, operation, soft, hard};
+    }
+
+    void EmitBlock(std::uint32_t number, bool soft, bool hard, std::uint8_t operation)
+    {
+        EmitPacket(true, BlockEvent(number, soft, hard, operation));
+    }
+    void Emit(std::uint16_t family, std::uint8_t command, const Octets& attributes)
+    {
+        EmitPacket(false, FamilyMessage(family, 0, command, attributes));
+    }
+    void EmitPacket(bool isRfkill, const Octets& packet)
+    {
+        loop_.Post([this, isRfkill, packet] {
+            for (const End& end : ends_) {
+                if (end.isRfkill == isRfkill) {
+                    Send(*end.socket, packet);
+                }
+            }
+        });
+    }
+
+    void SetSoftBlocks(bool soft)
+    {
+        const std::lock_guard lock(mutex_);
+        for (auto& [number, block] : blocks_) {
+            if (std::exchange(block.first, soft) != soft) {
+                EmitBlock(number, soft, block.second, RFKILL_OP_CHANGE);
+            }
+        }
+    }
+
+    void Answer(const FileDescriptor& end, const Octets& packet)
+    {
+        constexpr std::uint16_t kInterrupted = 0x10;
+        std::uint16_t family = 0;
+        std::uint32_t sequence = 0;
+        std::memcpy(&family, packet.data() + 4, sizeof family);
+        std::memcpy(&sequence, packet.data() + 8, sizeof sequence);
+        const std::uint8_t command = packet.at(16);
+        const std::lock_guard lock(mutex_);
+        if (family == GENL_ID_CTRL) {
+            if (hasFamily_) {
+                Send(end, FamilyMessage(GENL_ID_CTRL, sequence, CTRL_CMD_NEWFAMILY,
+                                        Attribute(CTRL_ATTR_FAMILY_ID, OctetsOf(kFamily))));
+            }
+            Send(end, Acknowledgement(sequence, hasFamily_ ? 0 : ENOENT));
+            return;
+        }
+        for (const Octets& attributes : ListOf(command)) {
+            Send(end, FamilyMessage(kFamily, sequence, command, attributes, NLM_F_MULTI));
+        }
+        int& interrupted = interrupted_[command];
+        const bool isInterrupted = interrupted > 0;
+        interrupted -= isInterrupted ? 1 : 0;
+        Send(end, EndOfDump(sequence, isInterrupted ? kInterrupted : std::uint16_t{0}));
+    }
+
+    std::vector<Octets> ListOf(std::uint8_t command) const
+    {
+        std::vector<Octets> list;
+        if (command == NL80211_CMD_GET_WIPHY) {
+            for (const auto& [number, frequencies] : cards_) {
+                list.push_back(Attribute(NL80211_ATTR_WIPHY, number) +
+                               Attribute(NL80211_ATTR_WIPHY_NAME, "phy" + std::to_string(number)));
+                list.push_back(Attribute(NL80211_ATTR_WIPHY, number) + BandsOf(frequencies));
+            }
+        } else if (command == NL80211_CMD_GET_INTERFACE) {
+            for (const auto& [index, interface] : interfaces_) {
+                list.push_back(AttributesOf(index, interface));
+            }
+        } else if (command == NL80211_CMD_GET_SURVEY) {
+            for (const Survey& survey : surveys_) {
+                list.push_back(
+                    Nest(NL80211_ATTR_SURVEY_INFO,
+                         Attribute(NL80211_SURVEY_INFO_FREQUENCY, survey.frequency) +
+                             Attribute(NL80211_SURVEY_INFO_TIME, OctetsOf(survey.active)) +
+                             Attribute(NL80211_SURVEY_INFO_TIME_BUSY, OctetsOf(survey.busy))));
+            }
+        }
+        return list;
+    }
+
+    static Octets BandsOf(const Frequencies& frequencies)
+    {
+        std::vector<Octets> list;
+        for (const std::uint32_t frequency : frequencies) {
+            list.push_back(Attribute(NL80211_FREQUENCY_ATTR_FREQ, frequency));
+        }
+        const Octets combination =
+            List(NL80211_IFACE_COMB_LIMITS,
+                 {Attribute(NL80211_IFACE_LIMIT_MAX, std::uint32_t{1}) +
+                  Nest(NL80211_IFACE_LIMIT_TYPES, Attribute(NL80211_IFTYPE_STATION))}) +
+            Attribute(NL80211_IFACE_COMB_MAXNUM, std::uint32_t{1}) +
+            Attribute(NL80211_IFACE_COMB_NUM_CHANNELS, std::uint32_t{1});
+        return Nest(NL80211_ATTR_WIPHY_BANDS, Nest(0, List(NL80211_BAND_ATTR_FREQS, list))) +
+               List(NL80211_ATTR_INTERFACE_COMBINATIONS, {combination});
+    }
+
+    static Octets AttributesOf(std::uint32_t index, const Interface& interface)
+    {
+        Octets attributes = Attribute(NL80211_ATTR_IFINDEX, index) +
+                            Attribute(NL80211_ATTR_IFNAME, interface.name) +
+                            Attribute(NL80211_ATTR_WIPHY, interface.card) +
+                            Attribute(NL80211_ATTR_IFTYPE, std::uint32_t{NL80211_IFTYPE_STATION});
+        if (!interface.ssid.empty()) {
+            attributes =
+                attributes +
+                Attribute(NL80211_ATTR_SSID, Octets(interface.ssid.begin(), interface.ssid.end())) +
+                Attribute(NL80211_ATTR_WIPHY_FREQ, interface.frequency);
+        }
+        return attributes;
+    }
+
+    mutable std::mutex mutex_;  // guards the next six
+    bool hasFamily_ = true;
+    std::map<std::uint32_t, Frequencies> cards_;
+    std::map<std::uint32_t, Interface> interfaces_;
+    std::vector<Survey> surveys_;
+    std::map<std::uint32_t, std::pair<bool, bool>> blocks_;  // soft, hard
+    std::map<std::uint8_t, int> interrupted_;
+
+    Complaints complaints_;
+    // In its thread:
+    std::vector<End> ends_;
+    std::vector<std::unique_ptr<PacketReader>> readers_;
+    Loop loop_{[this](std::string_view text) { complaints_.Add(text); }};
+};
+
+}  // namespace pelacon::service::linux_radios::tests
