@@ -23,12 +23,16 @@ class Wifi : public Interface {
         std::int32_t number = 0;
         std::int32_t load = 0;        ///< the busy part of the time, in percent
         std::int32_t bandwidth = 20;  ///< the widest possible, in MHz
+
+        bool operator==(const Channel&) const = default;
     };
 
     /// The access point that the adapter is connected to.
     struct Connection {
         std::string ssid;
         std::int32_t channel = 0;
+
+        bool operator==(const Connection&) const = default;
     };
 
     virtual bool IsOn() const = 0;

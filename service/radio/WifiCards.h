@@ -25,6 +25,8 @@ struct WifiInterface {
     std::string name;
     std::string guid;  ///< with its braces
     std::int32_t index = 0;
+
+    bool operator==(const WifiInterface&) const = default;
 };
 
 class WifiCards : public Interface {

@@ -19,11 +19,11 @@ class Radios : private Host::Observer {
     explicit Radios(Host& host) : host_(host) { host_.SetObserver(this); }
     ~Radios() override { Release(); }
 
-    Adapter& GetAdapter() noexcept { return adapter_; }
-    Scanner& GetScanner() noexcept { return scanner_; }
-    Advertiser& GetAdvertiser() noexcept { return advertiser_; }
-    GattClient& GetGattClient() noexcept { return gattClient_; }
-    GattServer& GetGattServer() noexcept { return gattServer_; }
+    radio::Adapter& GetAdapter() noexcept { return adapter_; }
+    radio::Scanner& GetScanner() noexcept { return scanner_; }
+    radio::Advertiser& GetAdvertiser() noexcept { return advertiser_; }
+    radio::GattClient& GetGattClient() noexcept { return gattClient_; }
+    radio::GattServer& GetGattServer() noexcept { return gattServer_; }
 
     /// As radio::Radios has it.
     void Release();

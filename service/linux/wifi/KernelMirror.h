@@ -15,7 +15,7 @@ namespace pelacon::service::linux_radios::wifi {
 class KernelMirror {
   public:
     using Cards = std::map<std::uint32_t, Card>;
-    using Interfaces = std::map<std::uint32_t, Interface>;
+    using Interfaces = std::map<std::uint32_t, CardInterface>;
     using Loads = std::map<std::uint32_t, std::int32_t>;
 
     /// `changed` is called after each change of the copy, and once when it is known that there is

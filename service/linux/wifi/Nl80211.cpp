@@ -121,14 +121,14 @@ void AddTo(Card& card, const Attributes& attributes)
     }
 }
 
-std::optional<Interface> ReadInterface(const Attributes& attributes)
+std::optional<CardInterface> ReadInterface(const Attributes& attributes)
 {
     const auto index = attributes.Get<std::uint32_t>(NL80211_ATTR_IFINDEX);
     const auto card = CardNumber(attributes);
     if (!index || !card) {
         return std::nullopt;  // such as a P2P device
     }
-    Interface interface;
+    CardInterface interface;
     interface.index = *index;
     interface.card = *card;
     interface.name = attributes.Text(NL80211_ATTR_IFNAME).value_or("");

@@ -15,7 +15,7 @@ namespace pelacon::service::linux_radios::wifi {
 /// What an interface does; the kernel's values.
 enum class InterfaceKind : std::uint8_t { kStation = 2, kAccessPoint = 3 };
 
-struct Interface {
+struct CardInterface {
     std::uint32_t index = 0;
     std::uint32_t card = 0;  ///< its number
     std::string name;
@@ -24,7 +24,7 @@ struct Interface {
     std::string ssid;             ///< of its network; empty if it has none
     std::uint32_t frequency = 0;  ///< in MHz; 0 if it is on none
 
-    bool operator==(const Interface&) const = default;
+    bool operator==(const CardInterface&) const = default;
 };
 
 /// One frequency of a band, and what is not allowed there.
@@ -83,7 +83,7 @@ std::optional<std::uint32_t> CardNumber(const netlink::Attributes& attributes);
 void AddTo(Card& card, const netlink::Attributes& attributes);
 
 /// Nothing if it is no interface of the network.
-std::optional<Interface> ReadInterface(const netlink::Attributes& attributes);
+std::optional<CardInterface> ReadInterface(const netlink::Attributes& attributes);
 
 /// Nothing if the driver does not measure it.
 std::optional<Load> ReadLoad(const netlink::Attributes& attributes);

@@ -15,7 +15,7 @@ namespace pelacon::service::linux_radios::wifi {
 
 namespace {
 
-constexpr const char* kDevice = "/dev/rfkill";
+constexpr const char* kRfkillFile = "/dev/rfkill";
 constexpr ssize_t kEventSize = RFKILL_EVENT_SIZE_V1;
 
 /// The names of cards begin with this; switches of the machine have others.
@@ -36,10 +36,10 @@ RfkillAccess OpenRfkill()
     constexpr int kFlags = O_NONBLOCK | O_CLOEXEC;
     RfkillAccess access;
     access.nameOf = &NameInSysfs;
-    access.descriptor = FileDescriptor(open(kDevice, O_RDWR | kFlags));
+    access.descriptor = FileDescriptor(open(kRfkillFile, O_RDWR | kFlags));
     access.isWritable = static_cast<bool>(access.descriptor);
     if (!access.isWritable) {
-        access.descriptor = FileDescriptor(open(kDevice, O_RDONLY | kFlags));
+        access.descriptor = FileDescriptor(open(kRfkillFile, O_RDONLY | kFlags));
     }
     return access;
 }

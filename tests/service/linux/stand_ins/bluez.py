@@ -1,16 +1,12 @@
 #!/usr/bin/python3
 """Plays bluetoothd on the system's bus, as a test commands.
 
-Commands come as JSON, one object a line, and are answered by a line of JSON. They name what to do in
-"do" (see the functions called do_...) and have its arguments beside it. Paths are below /org/bluez.
+Its commands are the functions called do_... here. Paths are below /org/bluez.
 """
-import json
-import os
-
 import dbus
 import dbus.mainloop.glib
-from gi.repository import GLib
 
+import commands
 from bluez_adapter import ADVERTISEMENT, Adapter, ROOT, advertisements, applications
 from bluez_device import CHARACTERISTIC, Characteristic, Device, GATT_SERVICE
 from bus_values import from_bus, octets
@@ -123,35 +119,8 @@ def do_come():
     bus.request_name(SERVICE)
 
 
-def command(line):
-    try:
-        arguments = json.loads(line)
-        result = globals()['do_' + arguments.pop('do')](**arguments)
-    except Exception as failure:  # whatever it is, the test fails
-        result = {'failed': repr(failure)}
-    # The answer comes after all that was sent on the bus.
-    bus.call_blocking('org.freedesktop.DBus', '/', 'org.freedesktop.DBus', 'GetId', '', ())
-    print(json.dumps(result), flush=True)
-
-
-def read_commands(source, condition, pending=bytearray()):
-    data = os.read(0, 65536)
-    if not data:
-        loop.quit()
-        return False
-    pending += data
-    while b'\n' in pending:
-        line, _, rest = pending.partition(b'\n')
-        pending[:] = rest
-        command(line)
-    return True
-
-
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 bus = dbus.SystemBus()
 tree = Tree(bus)
 bus.request_name(SERVICE)
-loop = GLib.MainLoop()
-GLib.io_add_watch(0, GLib.IO_IN | GLib.IO_HUP, read_commands)
-print('ready', flush=True)
-loop.run()
+commands.serve(bus, globals())

@@ -1,11 +1,13 @@
 """D-Bus values from JSON, and JSON from them."""
 import dbus
 
-# The types that BlueZ gives its properties, where they are not texts or truth values.
+# The types that BlueZ and NetworkManager give their properties, where they are not texts or truth values.
 TYPES = {
     'Class': dbus.UInt32, 'RSSI': dbus.Int16, 'TxPower': dbus.Int16, 'MTU': dbus.UInt16,
     'Adapter': dbus.ObjectPath, 'Device': dbus.ObjectPath, 'Service': dbus.ObjectPath,
     'Appearance': dbus.UInt16,
+    'State': dbus.UInt32, 'DeviceType': dbus.UInt32, 'Frequency': dbus.UInt32,
+    'ActiveAccessPoint': dbus.ObjectPath,
 }
 
 
@@ -17,6 +19,8 @@ def to_bus(name, value):
     """A property's value from JSON: bytes are texts of hexadecimal digits."""
     if name in TYPES:
         return TYPES[name](value)
+    if name == 'Ssid':
+        return octets(value.encode())
     if name == 'Value':
         return octets(bytes.fromhex(value))
     if name == 'ManufacturerData':

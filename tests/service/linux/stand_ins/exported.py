@@ -12,8 +12,8 @@ PROPERTIES = 'org.freedesktop.DBus.Properties'
 class Tree(dbus.service.Object):
     """All objects of a program, by their paths, and what is planned for their methods."""
 
-    def __init__(self, bus):
-        super().__init__(bus, '/')
+    def __init__(self, bus, root='/'):
+        super().__init__(bus, root)
         self.bus = bus
         self.objects = {}
         self.faults = Faults()

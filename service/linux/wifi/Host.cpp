@@ -1,0 +1,103 @@
+#include <service/base/Log.h>
+#include <service/linux/wifi/Host.h>
+
+#include <nlohmann/json.hpp>
+
+namespace pelacon::service::linux_radios::wifi {
+
+namespace {
+
+using Manager = BackendStatus::Manager;
+
+/// For people.
+std::string StackName(const BackendStatus& status)
+{
+    switch (status.manager) {
+        case Manager::kNetworkManager:
+            return status.version.empty() ? "NetworkManager" : "NetworkManager " + status.version;
+        case Manager::kSupplicant:
+            return "wpa_supplicant alone";
+        case Manager::kNone:
+            break;
+    }
+    return "neither NetworkManager nor wpa_supplicant";
+}
+
+}  // namespace
+
+Host::Host(Loop& loop, Scheduler& scheduler, const std::string& interface,
+           const KernelAccess& kernel)
+    : scheduler_(scheduler),
+      gate_(std::make_shared<Gate>(scheduler)),
+      upcalls_(gate_, *this),
+      backend_(std::make_unique<InLoop<Backend>>(
+          loop, [&loop, interface, kernel,
+                 callbacks = Backend::Callbacks{upcalls_.To(&Host::TakeStatus),
+                                                upcalls_.To(&Host::TakePicture)}] {
+              return std::make_unique<Backend>(loop, interface, callbacks, kernel);
+          }))
+{}
+
+Host::~Host()
+{
+    const Scheduler::Guard lock = scheduler_.Lock();
+    gate_->Close();
+}
+
+void Host::TakeStatus(const BackendStatus& status)
+{
+    const BackendStatus before = std::exchange(status_, status);
+    // The picture was given before.
+    const bool isFirst = !std::exchange(isKnown_, true);
+    if (isFirst) {
+        scheduler_.Wake();
+    }
+    if (!isFirst && status.isThere == before.isThere && status.manager == before.manager) {
+        return;
+    }
+    if (status.isThere) {
+        log::Info("Wi-Fi: ", status.adapter, ", ", StackName(status));
+    } else {
+        log::Warning("Wi-Fi is off: there is no such card");
+    }
+}
+
+nlohmann::json Host::Describe() const
+{
+    nlohmann::json missing = nlohmann::json::array();
+    if (!isKnown_ || !status_.isThere) {
+        if (isKnown_) {
+            missing.push_back("the card: plug it in; \"ip link\" shows those that are there");
+        }
+        return {{"kind", "linux"},
+                {"state", isKnown_ ? "no such card" : "not known yet"},
+                {"missing", missing}};
+    }
+    const bool isManaged = status_.manager == Manager::kNetworkManager;
+    if (status_.manager == Manager::kNone) {
+        missing.push_back("NetworkManager, to connect the machine to networks");
+    }
+    if (!status_.canSwitch) {
+        missing.push_back("write access to /dev/rfkill, to switch Wi-Fi");
+    }
+    const char* const way = isManaged           ? "by NetworkManager"
+                            : status_.canSwitch ? "by rfkill"
+                                                : "not possible";
+    return {{"kind", "linux"},
+            {"state", "present"},
+            {"stack", StackName(status_)},
+            {"adapter", status_.adapter},
+            {"switch", way},
+            {"groups", "not supported"},
+            {"missing", missing}};
+}
+
+void Host::TakePicture(const Picture& picture)
+{
+    const Picture before = std::exchange(picture_, picture);
+    if (observer_ != nullptr) {
+        observer_->PictureChanged(before);
+    }
+}
+
+}  // namespace pelacon::service::linux_radios::wifi

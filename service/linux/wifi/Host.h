@@ -1,0 +1,69 @@
+// Wi-Fi of this machine, as the radios of all states of the service share it.
+#pragma once
+
+#include <service/base/Interface.h>
+#include <service/linux/InLoop.h>
+#include <service/linux/Upcalls.h>
+#include <service/linux/wifi/Backend.h>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace pelacon::service::linux_radios::wifi {
+
+/// Owns the backend, and has a copy of its picture. Created, used and observed with the scheduler's
+/// lock held; destroyed without it, before the loop stops.
+class Host {
+  public:
+    /// The radios of the state of the service that is in use.
+    class Observer : public Interface {
+      public:
+        /// There is another picture; the one before is given.
+        virtual void PictureChanged(const Picture& before) = 0;
+    };
+
+    Host(Loop& loop, Scheduler& scheduler, const std::string& interface,
+         const KernelAccess& kernel = {});
+    ~Host();
+
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    /// For the radios of one state.
+    std::shared_ptr<Gate> MakeGate() const { return std::make_shared<Gate>(scheduler_); }
+
+    /// False until it is known for the first time whether there is a card.
+    bool IsKnown() const noexcept { return isKnown_; }
+    const Picture& GetPicture() const noexcept { return picture_; }
+
+    /// For operators: the way in which Wi-Fi is used, and what is missing.
+    nlohmann::json Describe() const;
+
+    /// Null: there are no radios.
+    void SetObserver(Observer* observer) noexcept { observer_ = observer; }
+
+    /// Has `use` called with the backend in the loop's thread.
+    template <typename Use>
+    void Post(Use use) const
+    {
+        backend_->Post(std::move(use));
+    }
+
+  private:
+    void TakeStatus(const BackendStatus& status);
+    void TakePicture(const Picture& picture);
+
+    Scheduler& scheduler_;
+    BackendStatus status_;
+    bool isKnown_ = false;
+    Picture picture_;
+    Observer* observer_ = nullptr;
+    std::shared_ptr<Gate> gate_;
+    Upcalls<Host> upcalls_;
+    std::unique_ptr<InLoop<Backend>> backend_;
+};
+
+}  // namespace pelacon::service::linux_radios::wifi

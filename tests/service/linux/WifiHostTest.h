@@ -1,0 +1,109 @@
+// What families see of Wi-Fi, over stand-ins of the kernel and of NetworkManager.
+#pragma once
+
+#include <service/base/Scheduler.h>
+#include <service/linux/wifi/Radios.h>
+#include <tests/service/linux/OnLoop.h>
+#include <tests/service/linux/PrivateBus.h>
+#include <tests/service/linux/WifiKernel.h>
+#include <tests/support/Eventually.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace pelacon::service::linux_radios::tests {
+
+/// A test body runs without the scheduler's lock, and takes it with Locked.
+class WifiHostTest : public testing::Test {
+  protected:
+    ~WifiHostTest() override
+    {
+        Release();
+        host.reset();
+    }
+
+    template <typename Body>
+    decltype(auto) Locked(Body body)
+    {
+        const Scheduler::Guard lock = scheduler.Lock();
+        return body();
+    }
+
+    /// Waits until the condition, which is checked with the lock held, holds.
+    template <typename Condition>
+    bool Eventually(const Condition& condition)
+    {
+        return test::Eventually([&] { return Locked(condition); });
+    }
+
+    /// Has a program on the bus that can play NetworkManager.
+    void StartManager()
+    {
+        manager.reset();
+        manager.emplace("network_manager.py");
+        manager->Do({{"do", "come"}});
+    }
+
+    /// Waits until it is known what there is.
+    void Start(const std::string& interface = "")
+    {
+        wifi::KernelAccess access;
+        access.openNetlink = [this] { return kernel.OpenNetlink(); };
+        access.openRfkill = [this] { return kernel.OpenRfkill(canSwitch); };
+        access.addressOf = [](const std::string& card) -> std::uint64_t {
+            return card == "phy0" ? 0x020000000010 : 0x020000000020;
+        };
+        Locked([&] { host = std::make_unique<wifi::Host>(loop, scheduler, interface, access); });
+        ASSERT_TRUE(Eventually([this] { return host->IsKnown(); }));
+        Locked([this] {
+            radios = std::make_unique<wifi::Radios>(*host);
+            radios->GetWifi().ObserveSwitch([this](bool on) { switches.push_back(on); });
+            radios->GetWifiCards().Observe([this](std::size_t card) { cards.push_back(card); });
+        });
+    }
+
+    radio::OutcomeDone Store()
+    {
+        return [this](radio::Outcome outcome) { outcomes.push_back(outcome); };
+    }
+    void Switch(bool on)
+    {
+        Locked([&] { radios->GetWifi().Switch(on, Store()); });
+    }
+    bool IsOn()
+    {
+        return Locked([this] { return radios->GetWifi().IsOn(); });
+    }
+    /// The outcomes of so many switches, once they have ended.
+    std::vector<radio::Outcome> Outcomes(std::size_t count)
+    {
+        EXPECT_TRUE(Eventually([&] { return outcomes.size() >= count; }));
+        return Locked([this] { return outcomes; });
+    }
+
+    void Release()
+    {
+        const Scheduler::Guard lock = scheduler.Lock();
+        radios.reset();
+    }
+
+    PrivateBus bus;
+    std::optional<StandIn> manager;
+    WifiKernel kernel;
+    bool canSwitch = true;  // may write to /dev/rfkill
+    Scheduler scheduler{1};
+    Complaints complaints;
+    Loop loop{[this](std::string_view text) { complaints.Add(text); }};
+    std::unique_ptr<wifi::Host> host;
+    std::unique_ptr<wifi::Radios> radios;
+    // Guarded by the scheduler's lock:
+    std::vector<bool> switches;
+    std::vector<std::size_t> cards;
+    std::vector<radio::Outcome> outcomes;
+};
+
+}  // namespace pelacon::service::linux_radios::tests
