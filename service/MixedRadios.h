@@ -2,42 +2,72 @@
 #pragma once
 
 #include <service/linux/bluetooth/Radios.h>
+#include <service/linux/wifi/Radios.h>
 #include <service/simulation/Simulation.h>
+
+#include <memory>
 
 namespace pelacon::service {
 
-/// Bluetooth is this machine's; Wi-Fi, the phone and errors are simulated. Targeted advertisements
-/// have no radio: the world file's are received while the real adapter is on.
+/// Bluetooth, Wi-Fi, or both are this machine's; the phone and errors are simulated. Targeted
+/// advertisements have no radio: the world file's are received while the adapter is on.
 class MixedRadios : public radio::Radios {
   public:
-    MixedRadios(Scheduler& scheduler, const simulation::WorldFile& world,
-                linux_radios::bluetooth::Host& host);
+    /// Null for a radio that is simulated.
+    struct Hosts {
+        linux_radios::bluetooth::Host* bluetooth = nullptr;
+        linux_radios::wifi::Host* wifi = nullptr;
+    };
 
-    radio::Adapter& GetAdapter() override { return bluetooth_.GetAdapter(); }
-    radio::Scanner& GetScanner() override { return bluetooth_.GetScanner(); }
-    radio::Advertiser& GetAdvertiser() override { return bluetooth_.GetAdvertiser(); }
+    MixedRadios(Scheduler& scheduler, const simulation::WorldFile& world, const Hosts& hosts);
+
+    radio::Adapter& GetAdapter() override
+    {
+        return bluetooth_ ? bluetooth_->GetAdapter() : simulation_.GetAdapter();
+    }
+    radio::Scanner& GetScanner() override
+    {
+        return bluetooth_ ? bluetooth_->GetScanner() : simulation_.GetScanner();
+    }
+    radio::Advertiser& GetAdvertiser() override
+    {
+        return bluetooth_ ? bluetooth_->GetAdvertiser() : simulation_.GetAdvertiser();
+    }
     radio::TargetAdvs& GetTargetAdvs() override { return targetAdvs_; }
-    radio::GattClient& GetGattClient() override { return bluetooth_.GetGattClient(); }
-    radio::GattServer& GetGattServer() override { return bluetooth_.GetGattServer(); }
-    radio::Wifi& GetWifi() override { return simulation_.GetWifi(); }
-    radio::Groups& GetGroups() override { return simulation_.GetGroups(); }
-    radio::Groups& GetSoftAp() override { return simulation_.GetSoftAp(); }
+    radio::GattClient& GetGattClient() override
+    {
+        return bluetooth_ ? bluetooth_->GetGattClient() : simulation_.GetGattClient();
+    }
+    radio::GattServer& GetGattServer() override
+    {
+        return bluetooth_ ? bluetooth_->GetGattServer() : simulation_.GetGattServer();
+    }
+    radio::Wifi& GetWifi() override { return wifi_ ? wifi_->GetWifi() : simulation_.GetWifi(); }
+    radio::Groups& GetGroups() override
+    {
+        return wifi_ ? wifi_->GetGroups() : simulation_.GetGroups();
+    }
+    radio::Groups& GetSoftAp() override
+    {
+        return wifi_ ? wifi_->GetSoftAp() : simulation_.GetSoftAp();
+    }
     radio::Phone& GetPhone() override { return simulation_.GetPhone(); }
-    radio::WifiCards& GetWifiCards() override { return simulation_.GetWifiCards(); }
+    radio::WifiCards& GetWifiCards() override
+    {
+        return wifi_ ? wifi_->GetWifiCards() : simulation_.GetWifiCards();
+    }
     radio::Errors& GetErrors() override { return simulation_.GetErrors(); }
 
-    bool IsKnown() const override { return host_.IsKnown(); }
+    bool IsKnown() const override;
     nlohmann::json Describe() const override;
-    void AddCommands(Commands& commands) override
-    {
-        simulation_.AddCommandsOf(commands, {.bluetooth = false});
-    }
-    void Release() override { bluetooth_.Release(); }
+    void AddCommands(Commands& commands) override;
+    void Release() override;
 
   private:
-    linux_radios::bluetooth::Host& host_;
+    Hosts hosts_;
     simulation::Simulation simulation_;
-    linux_radios::bluetooth::Radios bluetooth_;
+    std::unique_ptr<linux_radios::bluetooth::Radios> bluetooth_;  // null: simulated
+    std::unique_ptr<linux_radios::wifi::Radios> wifi_;            // null: simulated
     simulation::TargetAdvs targetAdvs_;
 };
 

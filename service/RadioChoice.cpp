@@ -53,7 +53,7 @@ RadioChoice ReadRadioChoice(std::string_view text)
         if (text.find(':') != std::string_view::npos) {
             Fail("an adapter belongs to one radio, such as bluetooth=" + std::string(text));
         }
-        return {ReadOne(text), {}};
+        return {ReadOne(text), ReadOne(text)};
     }
     RadioChoice choice;
     bool isBluetoothGiven = false;

@@ -20,7 +20,7 @@ struct RadioChoice {
     bool operator==(const RadioChoice&) const = default;
 };
 
-/// Reads "simulated", "linux" (real Bluetooth, simulated Wi-Fi), or a list such as
+/// Reads "simulated", "linux" (both radios are real), or a list such as
 /// "bluetooth=linux:hci1,wifi=simulated"; a radio that the list leaves out is simulated. Throws
 /// std::invalid_argument with what is wrong.
 RadioChoice ReadRadioChoice(std::string_view text);

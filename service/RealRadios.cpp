@@ -3,6 +3,7 @@
 #include <service/base/Log.h>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace pelacon::service {
@@ -12,20 +13,33 @@ namespace {
 /// The loop and all that lives in its thread, for all states of the service.
 struct Engine {
     Engine(Scheduler& scheduler, const RadioChoice& choice, const std::string& stateFile)
-        : bluetooth(loop, scheduler, choice.bluetooth.adapter,
-                    {.itemsFile = stateFile.empty() ? "" : stateFile + ".kernel"})
-    {}
+    {
+        if (choice.bluetooth.isReal) {
+            linux_radios::bluetooth::KernelAccess kernel;
+            kernel.itemsFile = stateFile.empty() ? "" : stateFile + ".kernel";
+            bluetooth.emplace(loop, scheduler, choice.bluetooth.adapter, kernel);
+        }
+        if (choice.wifi.isReal) {
+            wifi.emplace(loop, scheduler, choice.wifi.adapter);
+        }
+    }
+
+    MixedRadios::Hosts Hosts()
+    {
+        return {bluetooth ? &*bluetooth : nullptr, wifi ? &*wifi : nullptr};
+    }
 
     linux_radios::Loop loop{
         [](std::string_view what) { log::Error("the radios' thread: ", what); }};
-    linux_radios::bluetooth::Host bluetooth;
+    std::optional<linux_radios::bluetooth::Host> bluetooth;
+    std::optional<linux_radios::wifi::Host> wifi;
 };
 
 }  // namespace
 
-std::string WhyNotUsable(const RadioChoice& choice)
+std::string WhyNotUsable(const RadioChoice& /*choice*/)
 {
-    return choice.wifi.isReal ? "PelaconService has no real Wi-Fi yet: use wifi=simulated" : "";
+    return "";
 }
 
 radio::Factory MakeRadios(const RadioChoice& choice, simulation::WorldFile world)
@@ -40,7 +54,7 @@ radio::Factory MakeRadios(const RadioChoice& choice, simulation::WorldFile world
         if (!*engine) {
             *engine = std::make_unique<Engine>(scheduler, choice, stateFile);
         }
-        return std::make_unique<MixedRadios>(scheduler, world, (*engine)->bluetooth);
+        return std::make_unique<MixedRadios>(scheduler, world, (*engine)->Hosts());
     };
 }
 

@@ -59,7 +59,7 @@ Examples
   PelaconService                         the built-in world
   PelaconService --print-world > my.json then edit it, and
   PelaconService --world my.json --log debug
-  PelaconService --radio linux           with the machine's Bluetooth adapter
+  PelaconService --radio linux           with the machine's Bluetooth and Wi-Fi
   PELACON_RUNTIME_DIR=$(mktemp -d) PelaconService
                                          beside another service, for tests
 
@@ -140,7 +140,7 @@ void Declare(CLI::App& app, Options& options)
         ->type_name("FILE")
         ->check(&CheckWorldName);
     app.add_option("--radio", options.radio,
-                   "simulated; linux: the machine's Bluetooth adapter, and simulated Wi-Fi; or a "
+                   "simulated; linux: the machine's Bluetooth adapter and Wi-Fi card; or a "
                    "list such as bluetooth=linux:hci1,wifi=simulated. See docs/radios.md")
         ->type_name("RADIOS")
         ->check(&CheckRadio)

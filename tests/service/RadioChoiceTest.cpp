@@ -24,7 +24,7 @@ std::string WhatIsWrongWith(const char* text)
 TEST(ARadioChoice, IsOneWordForAll)
 {
     EXPECT_EQ(ReadRadioChoice("simulated"), RadioChoice());
-    EXPECT_EQ(ReadRadioChoice("linux"), (RadioChoice{One{true, ""}, One{}}));
+    EXPECT_EQ(ReadRadioChoice("linux"), (RadioChoice{One{true, ""}, One{true, ""}}));
 }
 
 TEST(ARadioChoice, IsAListOfRadios)

@@ -33,9 +33,9 @@ class RealRadios : public testing::Test {
                         {"Modalias", "usb:v1D6Bp0246d0542"},
                         {"Powered", true}});
     }
-    void StartService()
+    void StartService(const std::string& radios = "bluetooth=linux")
     {
-        service.emplace(std::nullopt, ServicePath(), std::vector<std::string>{"--radio", "linux"});
+        service.emplace(std::nullopt, ServicePath(), std::vector<std::string>{"--radio", radios});
     }
     nlohmann::json Bluetooth() const
     {
@@ -89,6 +89,24 @@ TEST_F(RealRadios, AreDescribedByTheStatus)
     EXPECT_THAT(status.output, HasSubstr("linux: BlueZ 5.66, adapter hci0"));
 }
 
+TEST_F(RealRadios, AreBothOfTheMachineWithOneWord)
+{
+    // Of the machine that runs this test, whether it has a card or not.
+    StartBluez();
+    StartService("linux");
+    const nlohmann::json radios = service->Command({{"command", "status"}})["radios"];
+    EXPECT_EQ(radios["bluetooth"]["kind"], "linux");
+    EXPECT_EQ(radios["wifi"]["kind"], "linux");
+    const bool hasCard = radios["wifi"]["state"] == "present";
+    EXPECT_THAT(Pelaconctl({"service", "status"}).output,
+                HasSubstr(hasCard ? "groups: not supported" : "missing: the card"));
+    EXPECT_EQ(Pelaconctl({"wifi", "status"}).exitCode, 0);
+    EXPECT_NE(Pelaconctl({"service", "stack", "set", "switchWifi"}).exitCode, 0);
+    EXPECT_NE(Pelaconctl({"group", "create"}).exitCode, 0);
+    service->Command({{"command", "restart"}});
+    EXPECT_TRUE(IsOn());
+}
+
 TEST_F(RealRadios, MayBeAbsentAndComeLater)
 {
     StartService();
@@ -123,7 +141,8 @@ TEST_F(RealRadios, HaveNoSimulatedStack)
 TEST(TheRadioOption, IsRefusedIfItIsWrong)
 {
     for (const auto& [option, reason] :
-         {std::pair{"windows", "not a kind of radio"}, std::pair{"wifi=linux", "no real Wi-Fi yet"},
+         {std::pair{"windows", "not a kind of radio"},
+          std::pair{"wifi=linux:", "not the name of an adapter"},
           std::pair{"bluetooth=linux:", "not the name of an adapter"}}) {
         ChildProcess process(ServicePath(), {"--radio", option, "--check"});
         EXPECT_EQ(process.Wait(), 2);

@@ -46,7 +46,7 @@ void AddRadioRows(std::vector<Console::Row>& rows, const std::string& title, con
         text += ": " + radio.value("state", "");
     }
     rows.emplace_back(title, text);
-    for (const char* const way : {"reports", "advertising"}) {
+    for (const char* const way : {"reports", "advertising", "switch", "groups"}) {
         if (radio.contains(way)) {
             rows.emplace_back("", std::string(way) + ": " + radio.value(way, ""));
         }
