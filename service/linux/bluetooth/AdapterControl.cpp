@@ -39,8 +39,8 @@ bool IsBlocked(const std::string& adapterPath)
 radio::Outcome OutcomeOf(const dbus::Error& error, const std::string& adapterPath)
 {
     const std::string& name = error.name;
-    if (name == "org.freedesktop.DBus.Error.AccessDenied" ||
-        name == "org.bluez.Error.NotPermitted" || name == "org.bluez.Error.NotAuthorized") {
+    if (name == dbus::kAccessDenied || name == "org.bluez.Error.NotPermitted" ||
+        name == "org.bluez.Error.NotAuthorized") {
         return radio::Outcome::kNotPermitted;
     }
     if (name == "org.bluez.Error.NotReady") {

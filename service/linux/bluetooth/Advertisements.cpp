@@ -2,6 +2,7 @@
 #include <service/linux/bluetooth/Advertisements.h>
 #include <service/linux/bluetooth/AdvertisingData.h>
 #include <service/linux/bluetooth/Sockets.h>
+#include <service/linux/dbus/Names.h>
 
 #include <algorithm>
 #include <span>
@@ -143,7 +144,7 @@ dbus::Properties PropertiesOf(const radio::Advertising& wanted)
 
 radio::Outcome OutcomeOf(const dbus::Error& error)
 {
-    if (error.name == "org.freedesktop.DBus.Error.AccessDenied") {
+    if (error.name == dbus::kAccessDenied) {
         return radio::Outcome::kNotPermitted;
     }
     return error.name == "org.bluez.Error.NotPermitted" ? radio::Outcome::kLimitReached

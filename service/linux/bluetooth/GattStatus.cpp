@@ -1,4 +1,5 @@
 #include <service/linux/bluetooth/GattStatus.h>
+#include <service/linux/dbus/Names.h>
 
 #include <map>
 #include <string>
@@ -10,7 +11,7 @@ GattStatus GattStatusOf(const dbus::Error& error)
     static const std::map<std::string, GattStatus> kResults{
         {"org.bluez.Error.NotPermitted", GattStatus::kNotPermitted},
         {"org.bluez.Error.NotAuthorized", GattStatus::kNotPermitted},
-        {"org.freedesktop.DBus.Error.AccessDenied", GattStatus::kNotPermitted},
+        {dbus::kAccessDenied, GattStatus::kNotPermitted},
         {"org.bluez.Error.NotSupported", GattStatus::kNotSupported},
         {"org.bluez.Error.InvalidArguments", GattStatus::kInvalidValue},
         {"org.bluez.Error.InvalidValueLength", GattStatus::kInvalidValue},

@@ -47,6 +47,10 @@ const char* WhatIsMissing(Stack::Presence presence)
             return "the system's message bus: install and start D-Bus";
         case Stack::Presence::kNoBluez:
             return "bluetoothd: install BlueZ and start bluetooth.service";
+        case Stack::Presence::kForbidden:
+            return "access to BlueZ: the message bus must let this user send to org.bluez";
+        case Stack::Presence::kSilent:
+            return "bluetoothd's answer: restart bluetooth.service";
         case Stack::Presence::kNoAdapter:
             return "the adapter: plug it in; bluetoothctl list shows those that are there";
         case Stack::Presence::kUnknown:

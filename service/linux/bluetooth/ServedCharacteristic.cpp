@@ -99,7 +99,7 @@ dbus::ObjectTree::Handler ServedCharacteristic::Handle(Answer answer)
 {
     return [this, answer](const dbus::Incoming& call, dbus::Invocation invocation) {
         if (!stack_.Adapter() || call.sender != stack_.Mirror().Owner()) {
-            invocation.Fail({"org.freedesktop.DBus.Error.AccessDenied", "this is for BlueZ"});
+            invocation.Fail({dbus::kAccessDenied, "this is for BlueZ"});
             return;
         }
         try {

@@ -1,4 +1,5 @@
 #include <service/linux/bluetooth/Stack.h>
+#include <service/linux/dbus/Names.h>
 
 #include <utility>
 
@@ -23,6 +24,15 @@ std::optional<bluez::Adapter> Stack::WantedAdapter() const
     return bluez::FindAdapter(Mirror(), adapterName_);
 }
 
+Stack::Presence Stack::WhyNoObjects() const
+{
+    const auto& error = Mirror().WhyUnknown();
+    if (!error) {
+        return Presence::kNoBluez;
+    }
+    return error->name == dbus::kAccessDenied ? Presence::kForbidden : Presence::kSilent;
+}
+
 /// Finds out what there is now, and reports a change.
 void Stack::Look()
 {
@@ -31,7 +41,7 @@ void Stack::Look()
     if (!link_.IsConnected()) {
         presence = Presence::kNoBus;
     } else if (!Mirror().IsThere()) {
-        presence = Presence::kNoBluez;
+        presence = WhyNoObjects();
     } else {
         adapter = WantedAdapter();
         presence = adapter ? Presence::kThere : Presence::kNoAdapter;
@@ -92,6 +102,10 @@ const char* TextOf(Stack::Presence presence)
             return "no message bus";
         case Stack::Presence::kNoBluez:
             return "no bluetoothd on the bus";
+        case Stack::Presence::kForbidden:
+            return "no access to bluetoothd";
+        case Stack::Presence::kSilent:
+            return "bluetoothd does not answer";
         case Stack::Presence::kNoAdapter:
             return "no such adapter";
         case Stack::Presence::kThere:

@@ -20,7 +20,15 @@ namespace pelacon::service::linux_radios::bluetooth {
 /// one of them comes or goes. In the loop's thread, as are its observers.
 class Stack : private dbus::ObjectMirror::Observer {
   public:
-    enum class Presence : std::uint8_t { kUnknown, kNoBus, kNoBluez, kNoAdapter, kThere };
+    enum class Presence : std::uint8_t {
+        kUnknown,
+        kNoBus,
+        kNoBluez,
+        kForbidden,  ///< the bus does not let this process use BlueZ
+        kSilent,     ///< BlueZ does not list its objects
+        kNoAdapter,
+        kThere
+    };
 
     /// Called on changes, in the order of registration. Must not destroy the stack; may destroy
     /// observers.
@@ -88,6 +96,7 @@ class Stack : private dbus::ObjectMirror::Observer {
 
   private:
     void Look();
+    Presence WhyNoObjects() const;
     std::optional<bluez::Adapter> WantedAdapter() const;
 
     void Appeared() override { Look(); }

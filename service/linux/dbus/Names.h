@@ -11,6 +11,9 @@ inline constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManage
 inline constexpr const char* kPeer = "org.freedesktop.DBus.Peer";
 inline constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
+/// The error if the bus's policy forbids a call.
+inline constexpr const char* kAccessDenied = "org.freedesktop.DBus.Error.AccessDenied";
+
 /// Throws what a negative result means.
 inline void Check(int result, const char* what)
 {

@@ -69,6 +69,7 @@ void ObjectMirror::OwnerIs(const std::string& owner)
     next_.Cancel();
     refreshes_.clear();
     owner_ = owner;
+    whyUnknown_.reset();
     const bool wasThere = std::exchange(isThere_, false);
     Clear();
     if (wasThere || owner_.empty()) {
@@ -88,6 +89,7 @@ void ObjectMirror::Ask()
 void ObjectMirror::Picture(const Reply& reply)
 {
     const auto* const objects = reply.First<Dictionary>();
+    whyUnknown_ = reply.error;
     if (objects == nullptr) {
         next_ = bus_.GetLoop().After(kNextTry, [this] { Ask(); });
         observer_.Vanished();

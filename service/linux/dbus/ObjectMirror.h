@@ -60,6 +60,9 @@ class ObjectMirror {
     /// The service's own name on the bus; empty where there is none.
     const std::string& Owner() const noexcept { return owner_; }
 
+    /// Why a service that is there has not listed its objects; nothing before its first answer.
+    const std::optional<Error>& WhyUnknown() const noexcept { return whyUnknown_; }
+
     /// Null if there is no such object, or it has no such interface.
     const Properties* Find(const std::string& path, const std::string& interface) const;
 
@@ -84,6 +87,7 @@ class ObjectMirror {
     Observer& observer_;
     std::string owner_;
     bool isThere_ = false;
+    std::optional<Error> whyUnknown_;
     Objects objects_;
     Bus::Slot pictureCall_;
     Loop::Timer next_;

@@ -29,6 +29,13 @@ class AnAdapterControl : public StackTest {
     {
         return Eventually([&] { return !pictures.empty() && condition(pictures.back()); });
     }
+    void StartWithAListThatFails(const char* error)
+    {
+        StartBluez();
+        bluetoothd->Do({{"do", "fail"}, {"method", "GetManagedObjects"}, {"error", error}});
+        Start();
+        EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return !picture.isThere; }));
+    }
     void Switch(bool on)
     {
         Do([&] { control->Switch(on, Store()); });
@@ -56,6 +63,21 @@ TEST_F(AnAdapterControl, FailsWithoutBluez)
     EXPECT_EQ(Do([this] { return stack->GetPresence(); }), Stack::Presence::kNoBluez);
     Switch(true);
     EXPECT_EQ(Result(), Outcome::kNoAdapter);
+}
+
+TEST_F(AnAdapterControl, KnowsThatTheBusForbidsBluez)
+{
+    StartWithAListThatFails("org.freedesktop.DBus.Error.AccessDenied");
+    EXPECT_EQ(Do([this] { return stack->GetPresence(); }), Stack::Presence::kForbidden);
+    // The next attempt succeeds.
+    EXPECT_TRUE(Sees([](const AdapterPicture& picture) { return picture.isThere; }));
+    EXPECT_EQ(Do([this] { return stack->GetPresence(); }), Stack::Presence::kThere);
+}
+
+TEST_F(AnAdapterControl, KnowsThatBluezDoesNotAnswer)
+{
+    StartWithAListThatFails("org.freedesktop.DBus.Error.NoReply");
+    EXPECT_EQ(Do([this] { return stack->GetPresence(); }), Stack::Presence::kSilent);
 }
 
 TEST_F(AnAdapterControl, ReadsThePresentStateAtOnce)
