@@ -16,13 +16,13 @@ check() {
     fi
 }
 
-# gtest PROGRAM [ARGUMENTS]: each of its tests is a PASS or a FAIL.
+# gtest COMMAND...: each of the program's tests is a PASS or a FAIL.
 gtest() {
     "$@" --gtest_color=no >/tmp/gtest.log 2>&1
     local code=$?
     sed -n 's/^\[       OK \] \(.*\) (.*/PASS \1/p; s/^\[  FAILED  \] \(.*\) (.*/FAIL \1/p' /tmp/gtest.log
     if [ $code -ne 0 ]; then
-        echo "FAIL $1 ended with $code"
+        echo "FAIL $* ended with $code"
         tail -n 80 /tmp/gtest.log
     fi
 }
@@ -108,8 +108,11 @@ service_start() {
 }
 
 # on CONTROLLER COMMAND...: with the service that is on it.
-on() {
-    local controller=$1
+on() { (exec_on "$@"); }
+
+# exec_on CONTROLLER COMMAND... &: the same in the background, so that $! is the command itself.
+exec_on() {
+    export PELACON_RUNTIME_DIR=/run/pelacon-$1 LD_LIBRARY_PATH=$STAGE/lib PATH=$STAGE/bin:$PATH
     shift
-    PELACON_RUNTIME_DIR=/run/pelacon-$controller LD_LIBRARY_PATH=$STAGE/lib PATH=$STAGE/bin:$PATH "$@"
+    exec "$@"
 }

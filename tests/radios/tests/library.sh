@@ -8,11 +8,11 @@ check "bt on, hci1" on hci1 pelaconctl bt on
 on hci0 pelaconctl service status | sed 's/^/    /'
 export PEER=$(address_of hci1)
 mkfifo /tmp/peer.in
-on hci1 "$STAGE/tests/radios_library_peer" </tmp/peer.in >/tmp/peer.log 2>&1 &
+exec_on hci1 "$STAGE/tests/radios_library_peer" </tmp/peer.in >/tmp/peer.log 2>&1 &
 peer=$!
 exec 3>/tmp/peer.in
 check "the peer is ready" wait_for 30 grep -q ready /tmp/peer.log || cat /tmp/peer.log
-on hci0 gtest "$STAGE/tests/radios_library_test"
+gtest on hci0 "$STAGE/tests/radios_library_test"
 grep '^read: ' /tmp/gtest.log | sed 's/^/    /'
 sed 's/^/    /' /tmp/peer.log
 cat /tmp/service-hci0.log /tmp/service-hci1.log | sed 's/^/    /'

@@ -1,0 +1,131 @@
+# GATT between pelaconctl and programs that are not ours: gatttool, bluetoothctl, and a device made with BlueZ
+# alone.
+. /mnt/tests/lib.sh
+bluetooth_start || exit
+check "service on hci0" service_start hci0
+check "bt on, hci0" on hci0 pelaconctl bt on
+check "power hci1" power hci1 true
+ours=$(address_of hci0)
+theirs=$(address_of hci1)
+
+echo "Our server, their clients"
+cat >/tmp/services.json <<'J'
+{"services": [{"uuid": "180D", "characteristics": [
+    {"uuid": "2A37", "flags": ["read", "notify"], "value": "0048"},
+    {"uuid": "2A38", "flags": ["read"], "value": {"text": "0123456789012345678901234567890123456789"}},
+    {"uuid": "2A39", "flags": ["read", "write"], "value": "01"},
+    {"uuid": "2A3A", "flags": ["indicate"], "value": "02"}]}]}
+J
+mkfifo /tmp/serve.in
+exec_on hci0 pelaconctl gatt serve /tmp/services.json </tmp/serve.in >/tmp/serve.log 2>&1 &
+serve=$!
+exec 3>/tmp/serve.in
+check "pelaconctl serves" wait_for 30 grep -q Serving /tmp/serve.log || exit
+exec_on hci0 pelaconctl advertise --name Ours --uuid 180D >/tmp/advertise.log 2>&1 &
+advertise=$!
+
+tool() { timeout 60 gatttool -i hci1 -b "$ours" "$@" >/tmp/gatttool.log 2>&1; }
+prints() { local text=$1; shift; "$@"; cat /tmp/gatttool.log; grep -q "$text" /tmp/gatttool.log; }
+handle_of() { sed -n "s/.*char value handle = \(0x[0-9a-f]*\), uuid = 0000$1.*/\1/p" /tmp/characteristics; }
+check "gatttool finds the service" prints 0000180d tool --primary
+check "gatttool finds the characteristics" prints 00002a37 tool --characteristics || exit
+cp /tmp/gatttool.log /tmp/characteristics
+rate=$(handle_of 2a37)
+control=$(handle_of 2a39)
+indicated=$(handle_of 2a3a)
+check "gatttool reads" prints '00 48' tool --char-read -a "$rate"
+check "gatttool reads the first part of a long value" prints '30 31 32 .* 38' tool --char-read -a "$(handle_of 2a38)"
+check "gatttool writes" prints 'written successfully' tool --char-write-req -a "$control" -n 0a0b
+check "pelaconctl shows the write" wait_for 10 grep -q "$theirs writes 180D/2A39: 0a0b" /tmp/serve.log
+check "gatttool reads what it wrote" prints '0a 0b' tool --char-read -a "$control"
+check "gatttool's write of another one is refused" prints "can't be written" tool --char-write-req -a "$rate" -n 01
+# What a subscription needs stands behind the value.
+descriptor() { printf '0x%04x' $(($1 + 1)); }
+listen() { # HANDLE VALUE: a subscription, until it is killed
+    timeout 60 gatttool -i hci1 -b "$ours" --char-write-req -a "$(descriptor "$1")" -n "$2" --listen \
+        >/tmp/listen.log 2>&1 &
+    listen=$!
+    wait_for 30 grep -q 'written successfully' /tmp/listen.log
+}
+check "gatttool subscribes to notifications" listen "$rate" 0100 || cat /tmp/listen.log /tmp/serve.log
+echo "2A37 004c" >&3
+check "gatttool receives a notification" wait_for 20 grep -q 'Notification handle.*00 4c' /tmp/listen.log
+end_listening() {
+    : >/tmp/serve.log
+    kill $listen
+    wait $listen 2>/dev/null
+    check "the disconnection is reported" wait_for 30 grep -q "$theirs disconnected" /tmp/serve.log
+}
+end_listening
+check "gatttool subscribes to indications" listen "$indicated" 0200 || cat /tmp/listen.log /tmp/serve.log
+echo "2A3A 03" >&3
+check "gatttool receives an indication" wait_for 20 grep -q 'Indication   handle.*03' /tmp/listen.log
+end_listening
+
+mkfifo /tmp/bluetoothctl.in
+bluetoothctl </tmp/bluetoothctl.in >/tmp/bluetoothctl.log 2>&1 &
+exec 4>/tmp/bluetoothctl.in
+console() { # COMMANDS TEXT: the text that answers
+    printf "$1\n" >&4
+    wait_for "${3:-20}" grep -q "$2" /tmp/bluetoothctl.log || { tail -n 15 /tmp/bluetoothctl.log; false; }
+}
+check "bluetoothctl finds it" console "select $theirs\nscan le" "Device $ours" 60
+check "bluetoothctl connects" console "scan off\nconnect $ours" "Connection successful" 60
+check "bluetoothctl finds the services" console "" "ServicesResolved: yes" 40
+echo "menu gatt" >&4
+check "bluetoothctl reads" console "select-attribute 00002a39-0000-1000-8000-00805f9b34fb\nread" "  0a 0b"
+check "bluetoothctl writes" console "write '0x0c 0x0d'\nread" "  0c 0d"
+check "pelaconctl shows the write" wait_for 10 grep -q "writes 180D/2A39: 0c0d" /tmp/serve.log
+check "bluetoothctl reads a long value" console "select-attribute 00002a38-0000-1000-8000-00805f9b34fb\nread" \
+    "  36 37 38 39"
+check "bluetoothctl subscribes" console "select-attribute 00002a37-0000-1000-8000-00805f9b34fb\nnotify on" \
+    "Notify started"
+echo "2A37 0055" >&3
+check "bluetoothctl receives the value" console "" "  00 55"
+check "bluetoothctl disconnects" console "back\ndisconnect $ours" "Successful disconnected" 30
+check "the disconnection is reported" wait_for 30 grep -q "$theirs disconnected" /tmp/serve.log
+exec 4>&-
+exec 3>&-
+kill $serve $advertise
+wait $serve $advertise
+sed 's/^/    /' /tmp/serve.log
+
+echo "Their server, our client"
+python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
+peer=$!
+check "their peer is ready" wait_for 60 grep -q ready /tmp/peer.log || exit
+service=00000100-1234-5678-1234-56789abcdef0
+characteristic() { echo "0000010$1-1234-5678-1234-56789abcdef0"; }
+value() { # N: read by pelaconctl
+    on hci0 timeout 60 pelaconctl gatt read "$theirs" $service "$(characteristic "$1")"
+}
+reads() { value "$1" >/tmp/read.log 2>&1; cat /tmp/read.log; grep -q "$2" /tmp/read.log; }
+writes() { # N VALUE
+    on hci0 timeout 60 pelaconctl gatt write "$theirs" $service "$(characteristic "$1")" "$2"
+}
+is_refused() { "$@"; test $? = 1; }
+mtu_is() { test "$(on hci0 timeout 60 pelaconctl --json gatt mtu "$theirs" | tee /dev/stderr | grep -o '[0-9]*}')" = "$1}"; }
+check "pelaconctl reads" reads 1 68656c6c6f
+check "pelaconctl writes" writes 1 0102
+check "their peer has it" wait_for 5 grep -q 'written 1 0102' /tmp/peer.log
+check "pelaconctl reads what it wrote" reads 1 0102
+check "pelaconctl reads a long value" reads 4 "$(python3 -c 'print((bytes(range(100)) * 3).hex())')"
+check "a write that is not permitted is refused" is_refused writes 4 01
+check "pelaconctl shows the MTU" mtu_is 517
+exec_on hci0 pelaconctl gatt subscribe "$theirs" $service "$(characteristic 2)" >/tmp/subscribe.log 2>&1 &
+subscribe=$!
+lines() { test "$(grep -c "$2" "$1")" -ge "$3"; }
+check "pelaconctl shows notifications" wait_for 60 lines /tmp/subscribe.log 000000 5
+check "their side disconnects" bluez call org.bluez "/org/bluez/hci1/dev_${ours//:/_}" org.bluez.Device1 Disconnect
+wait $subscribe
+echo "    subscribe ended with $?"
+tail -n 3 /tmp/subscribe.log | sed 's/^/    /'
+exec_on hci0 pelaconctl gatt subscribe "$theirs" $service "$(characteristic 3)" >/tmp/subscribe.log 2>&1 &
+subscribe=$!
+check "pelaconctl shows indications" wait_for 60 grep -q 61636b6e6f /tmp/subscribe.log
+check "they are confirmed" wait_for 10 grep -q 'confirmed 3' /tmp/peer.log
+kill $subscribe
+wait $subscribe
+check "the subscription ends" wait_for 20 grep -q 'unsubscribed 3' /tmp/peer.log
+kill $peer
+sed 's/^/    /' /tmp/service-hci0.log

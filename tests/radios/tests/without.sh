@@ -1,0 +1,83 @@
+# A service without bus, bluetoothd, rights: it starts, says what is missing, and uses it as soon as it is there.
+. /mnt/tests/lib.sh
+control() { on hci0 timeout 15 pelaconctl "$@"; }
+shows() { # TEXT: in what the status says about Bluetooth
+    control service status 2>&1 | sed -n '/Bluetooth radio/,/Wi-Fi radio/p' | tr -s ' \n' ' ' >/tmp/shows.log
+    cat /tmp/shows.log
+    grep -q "$1" /tmp/shows.log
+}
+exits() { # CODE TEXT COMMAND...
+    local expected=$1 text=$2 code
+    shift 2
+    "$@" >/tmp/exits.log 2>&1
+    code=$?
+    cat /tmp/exits.log
+    echo "exit status $code"
+    test $code = "$expected" && grep -q "$text" /tmp/exits.log
+}
+check "a service without a bus" service_start hci0
+service=$SERVICE
+check "the status says what is missing" shows "no message bus .* install and start D-Bus"
+check "bluetooth is off" exits 0 'is off' control bt status
+check "it cannot be switched on" exits 1 'does not support it' control bt on
+check "scanning is refused" exits 5 'is off' control scan --seconds 5
+check "a bus" dbus_start
+check "the status says that bluetoothd is missing" wait_for 30 shows "no bluetoothd .* start bluetooth.service"
+check "two controllers" controllers_start || exit
+check "bluetoothd" bluetoothd_start || exit
+check "bluetooth can be used" wait_for 30 control bt on
+check "the status says so" shows "BlueZ .*adapter hci0"
+check "scanning works" exits 0 '' control scan --seconds 2
+check "the service is the same" kill -0 $service
+kill $service
+
+# as_nobody COMMAND...
+as_nobody() { setpriv --reuid nobody --regid nogroup --clear-groups --inh-caps=-all "$@"; }
+for_nobody() { PELACON_RUNTIME_DIR=/run/pelacon-nobody LD_LIBRARY_PATH=$STAGE/lib as_nobody timeout 15 "$STAGE/bin/pelaconctl" "$@"; }
+mkdir -p /run/pelacon-nobody
+chown nobody /run/pelacon-nobody
+PELACON_RUNTIME_DIR=/run/pelacon-nobody as_nobody "$STAGE/libexec/pelacon/PelaconService" --radio bluetooth=linux \
+    >/tmp/ready-nobody 2>/tmp/service-nobody.log &
+check "a service without capabilities" wait_for 20 grep -q ready /tmp/ready-nobody
+control() { for_nobody "$@"; }
+check "the status says what is missing" shows "CAP_NET_RAW, to .* CAP_NET_ADMIN, to"
+check "bluetooth can be used" control bt on
+check "it is renamed" exits 0 'Desk' control bt name Desk
+check "advertising works" exits 0 Advertising control advertise --name Ours --seconds 1
+check "scanning works" exits 0 '' control scan --seconds 1
+
+# What a system's administrator may forbid.
+forbid() { # RULES of D-Bus's policy for nobody
+    cat >/etc/dbus-1/system.d/forbid.conf <<P
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig><policy user="nobody">$1</policy></busconfig>
+P
+    busctl --system call org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus ReloadConfig
+}
+forbid_calls() {
+    local rules= call
+    for call in "$@"; do
+        rules+="<deny send_destination='org.bluez' send_interface='org.${call%.*}' send_member='${call##*.}'/>"
+    done
+    forbid "$rules"
+}
+check "a policy that forbids to change anything" forbid_calls freedesktop.DBus.Properties.Set \
+    bluez.Adapter1.StartDiscovery bluez.LEAdvertisingManager1.RegisterAdvertisement \
+    bluez.GattManager1.RegisterApplication
+is_forbidden() { as_nobody busctl --system set-property org.bluez /org/bluez/hci0 org.bluez.Adapter1 Alias s x 2>&1 | grep -q denied; }
+check "it holds" wait_for 10 is_forbidden
+check "switching is refused" exits 1 'not permitted' control bt off
+check "a new name is refused" exits 1 'not permitted' control bt name Other
+check "a scan is refused" exits 1 'not permitted' control scan --seconds 3
+check "advertising is refused" exits 1 'not permitted' control advertise --name Ours --seconds 3
+echo '{"services": [{"uuid": "180D", "characteristics": [{"uuid": "2A37"}]}]}' >/tmp/services.json
+check "a GATT service is refused" exits 1 'not permitted' control gatt serve /tmp/services.json --seconds 3
+check "a policy that forbids everything" forbid "<deny send_destination='org.bluez'/>"
+kill $BLUETOOTHD
+wait $BLUETOOTHD
+check "bluetoothd" bluetoothd_start
+check "the status says so" wait_for 20 shows "no access to bluetoothd .* let this user send to org.bluez"
+check "a policy that allows it again" forbid ""
+check "bluetooth can be used again" wait_for 40 control bt on
+sed 's/^/    /' /tmp/service-nobody.log | grep -v client
