@@ -4,6 +4,8 @@ As a program it prints the advertisements that a controller receives (another pr
 or succeeds if there are CONTROLLERS controllers, all set up:
 hci.py CONTROLLER SECONDS
 hci.py --ready CONTROLLERS
+or advertises a number that it counts up twenty times a second:
+hci.py --count CONTROLLER
 """
 import ctypes
 import os
@@ -83,7 +85,24 @@ def controllers():
     return struct.unpack('<%dH' % count, answer[2:2 + 2 * count])
 
 
+def count(controller):
+    """By commands to the controller itself, of which bluetoothd learns nothing."""
+    raw = open_socket(controller, RAW)
+
+    def send(code, parameters):
+        raw.send(struct.pack('<BHB', 1, 0x2000 | code, len(parameters)) + parameters)
+
+    for number in range(2 ** 32):
+        data = b'\x07\xff\xff\xff' + struct.pack('<I', number)
+        send(0x0A, b'\x00')
+        send(0x08, bytes([len(data)]) + data.ljust(31, b'\x00'))
+        send(0x0A, b'\x01')
+        time.sleep(0.05)
+
+
 def main():
+    if sys.argv[1] == '--count':
+        count(int(sys.argv[2]))
     if sys.argv[1] == '--ready':
         sys.exit(len(controllers()) != int(sys.argv[2]))
     raw = open_socket(int(sys.argv[1]), RAW)

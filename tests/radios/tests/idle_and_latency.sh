@@ -1,0 +1,27 @@
+# How soon a callback gets an advertisement, and that a service without traffic sleeps.
+. /mnt/tests/lib.sh
+bluetooth_start || exit
+check "service on hci0" service_start hci0
+service=$SERVICE
+check "bt on, hci0" on hci0 pelaconctl bt on
+check "power hci1" power hci1 true
+
+# Wake-ups are voluntary context switches: a thread that waits and is woken has one.
+wake_ups() { cat /proc/$service/task/*/status | awk '/^voluntary_ctxt_switches/ { sum += $2 } END { print sum }'; }
+cpu() { awk '{ print $14 + $15 }' /proc/$service/stat; }  # in 1/100 s
+sleep 5
+before=$(wake_ups)
+cpu_before=$(cpu)
+sleep 30
+woken=$(($(wake_ups) - before))
+used=$(($(cpu) - cpu_before))
+echo "    in 30 s without traffic: $woken wake-ups, $used/100 s of CPU time"
+check "less than one wake-up a second" test $woken -lt 30
+check "no CPU time" test $used -le 1
+
+python3 /mnt/tests/hci.py --count 1 &
+counter=$!
+export BLUETOOTHD
+gtest on hci0 "$STAGE/tests/radios_scan_latency_test"
+grep '^scan: ' /tmp/gtest.log | sed 's/^/    /'
+kill $counter
