@@ -16,9 +16,32 @@ Without it the real radios are not tested end to end; all else is tested by scri
     for name in "$@"; do
         [ -e "tests/radios/tests/$name.sh" ] || fail "There is no test tests/radios/tests/$name.sh"
     done
+    # The tests mostly wait, so that as many as there are processors run at a time.
+    trap 'kill 0' INT  # children in the background ignore Ctrl-C
+    local logs
+    logs=$(mktemp -d)
     for name in "$@"; do
-        say "In the virtual machine: $name"
-        tests/radios/run "$stage" "tests/radios/tests/$name.sh" || failed+=("$name")
+        while [ "$(jobs -rp | wc -l)" -ge "$(nproc)" ]; do wait -n || true; done
+        run_radio_test "$stage" "$name" "$logs" &
     done
+    wait
+    for name in "$@"; do
+        [ -e "$logs/$name.passed" ] || failed+=("$name")
+    done
+    rm -r "$logs"
     [ ${#failed[@]} -eq 0 ] || fail "Tests failed in the virtual machine: ${failed[*]}"
+}
+
+# run_radio_test STAGE NAME FOLDER: prints all of the test's output at its end; NAME.passed is made in the
+# folder if it passed.
+run_radio_test() {
+    local begin=$SECONDS
+    if tests/radios/run "$1" "tests/radios/tests/$2.sh" >"$3/$2.log" 2>&1; then
+        touch "$3/$2.passed"
+    fi
+    (
+        flock 9
+        say "In the virtual machine: $2 ($((SECONDS - begin)) s)"
+        cat "$3/$2.log"
+    ) 9>"$3/lock"
 }
