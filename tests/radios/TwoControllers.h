@@ -8,6 +8,7 @@
 #include <service/linux/bluetooth/GattLink.h>
 #include <service/linux/bluetooth/GattPeers.h>
 #include <service/linux/bluetooth/Sockets.h>
+#include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
 
@@ -93,13 +94,12 @@ class OverBluez : public testing::Test {
     template <typename Condition>
     bool Eventually(const Condition& condition)
     {
-        const auto end = Loop::Clock::now() + kPatience;
         bool holds = false;
-        while (!holds && Loop::Clock::now() < end) {
+        const auto check = [&] {
             Do([&] { holds = condition(); });
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return holds;
+            return holds;
+        };
+        return test::Eventually(check, kPatience, std::chrono::milliseconds(20));
     }
 
     AdapterControl::Done Store()

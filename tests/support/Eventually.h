@@ -10,17 +10,18 @@ namespace pelacon::test {
 /// takes on a busy machine.
 inline constexpr std::chrono::seconds kPatience{20};
 
-/// Waits until the condition holds, which is checked every few milliseconds; false when it does not
-/// hold in time. For conditions that no callback and no notification announces.
+/// Checks the condition, with a pause between two checks, until it holds; false if it does not hold
+/// in time. For conditions that no callback and no notification announces.
 template <typename Condition>
-bool Eventually(const Condition& condition, std::chrono::milliseconds patience = kPatience)
+bool Eventually(const Condition& condition, std::chrono::milliseconds patience = kPatience,
+                std::chrono::milliseconds pause = std::chrono::milliseconds(2))
 {
     const auto end = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        std::this_thread::sleep_for(pause);
     }
     return true;
 }

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <service/linux/Loop.h>
+#include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -15,7 +15,7 @@
 
 namespace pelacon::service::linux_radios::tests {
 
-inline constexpr std::chrono::seconds kPatience{10};
+using test::kPatience;
 
 /// Keeps what tasks throw, and fails the test where that is not asked for.
 class Complaints {
@@ -55,18 +55,11 @@ class LoopTest : public testing::Test {
         return result.get();
     }
 
-    /// Waits until the condition, asked in the loop's thread, holds.
+    /// Waits until the condition, which is checked in the loop's thread, holds.
     template <typename Condition>
     bool Eventually(const Condition& condition)
     {
-        const auto end = Loop::Clock::now() + kPatience;
-        while (!Do([&]() -> bool { return condition(); })) {
-            if (Loop::Clock::now() > end) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return true;
+        return test::Eventually([&] { return Do([&]() -> bool { return condition(); }); });
     }
 
     Complaints complaints;
