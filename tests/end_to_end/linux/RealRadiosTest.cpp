@@ -1,6 +1,6 @@
 // PelaconService with real radios, over a stand-in of bluetoothd on a message bus of the test's
 // own.
-#include <tests/service/linux/PrivateBus.h>
+#include <tests/service/linux/BluezFixture.h>
 #include <tests/support/Eventually.h>
 #include <tests/support/ServiceProcess.h>
 
@@ -16,23 +16,10 @@ namespace pelacon::test {
 
 namespace {
 
-using service::linux_radios::tests::PrivateBus;
-using service::linux_radios::tests::StandIn;
 using testing::HasSubstr;
 
-class RealRadios : public testing::Test {
+class RealRadios : public testing::Test, protected service::linux_radios::tests::BluezFixture {
   protected:
-    void StartBluez()
-    {
-        bluetoothd.reset();
-        bluetoothd.emplace("bluez.py");
-        bluetoothd->Do({{"do", "adapter"},
-                        {"name", "hci0"},
-                        {"Address", "00:AA:01:00:00:00"},
-                        {"Alias", "desk"},
-                        {"Modalias", "usb:v1D6Bp0246d0542"},
-                        {"Powered", true}});
-    }
     void StartService(const std::string& radios = "bluetooth=linux")
     {
         service.emplace(std::nullopt, ServicePath(), std::vector<std::string>{"--radio", radios});
@@ -47,8 +34,6 @@ class RealRadios : public testing::Test {
                "on";
     }
 
-    PrivateBus bus;
-    std::optional<StandIn> bluetoothd;
     std::optional<ServiceProcess> service;
 };
 

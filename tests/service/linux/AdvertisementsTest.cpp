@@ -82,6 +82,19 @@ class RawAdvertisements : public AdvertisementsTest {
         Expect("3d00", "", ("7ff001001f1f05" + used).c_str());
     }
 
+    /// Adds an advertisement without data, which is sent as instance 5.
+    void AddOne()
+    {
+        Add(1);
+        ExpectFeatures("00");
+        Expect("5400", kParameters, "05 00 1f 1f");
+        Expect("5500", "05 00 00", "05");
+        ASSERT_TRUE(Sees({"1 started 0"}));
+    }
+
+    /// Of an advertisement by default, as instance 5.
+    static constexpr const char* kParameters = "05 01c00000 0000 0000 a0000000 a0000000 00";
+
     SocketPair sockets;
 };
 
@@ -125,7 +138,7 @@ TEST_F(RawAdvertisements, AreRemovedWhenTheirDataIsRefused)
 {
     Add(1);
     ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
+    Expect("5400", kParameters, "05 00 1f 1f");
     Expect("5500", "05 00 00", "", "0d");
     EXPECT_TRUE(Sees({"1 started 6"}));
     Expect("3f00", "05", "05");
@@ -133,24 +146,16 @@ TEST_F(RawAdvertisements, AreRemovedWhenTheirDataIsRefused)
 
 TEST_F(RawAdvertisements, AreAddedAgainWhenAnotherProgramRemovesThem)
 {
-    Add(1);
-    ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
-    Expect("5500", "05 00 00", "05");
-    ASSERT_TRUE(Sees({"1 started 0"}));
+    AddOne();
     sockets.Send(FromHex("2400 0000 0100 05"));
     ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "", "0b");
+    Expect("5400", kParameters, "", "0b");
     EXPECT_TRUE(Sees({"1 started 0", "1 ended 6"}));
 }
 
 TEST_F(RawAdvertisements, EndWithTheAdapter)
 {
-    Add(1);
-    ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
-    Expect("5500", "05 00 00", "05");
-    ASSERT_TRUE(Sees({"1 started 0"}));
+    AddOne();
     bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", false}});
     EXPECT_TRUE(Sees({"1 started 0", "1 ended 1"}));
     Expect("3f00", "05", "05");
@@ -158,11 +163,7 @@ TEST_F(RawAdvertisements, EndWithTheAdapter)
 
 TEST_F(RawAdvertisements, AreRemovedAtTheEnd)
 {
-    Add(1);
-    ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
-    Expect("5500", "05 00 00", "05");
-    ASSERT_TRUE(Sees({"1 started 0"}));
+    AddOne();
     Do([this] { advertisements.reset(); });
     EXPECT_EQ(sockets.Receive(), FromHex("3f00 0000 0100 05"));
 }
@@ -171,7 +172,7 @@ TEST_F(RawAdvertisements, GoThroughBluezWhereTheKernelRefuses)
 {
     Add(1);
     ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "", "14");
+    Expect("5400", kParameters, "", "14");
     EXPECT_TRUE(Sees({"1 started 0"}));
     EXPECT_EQ(Do([this] { return advertisements->GetWay(); }), Advertisements::Way::kRebuilt);
     EXPECT_EQ(bluetoothd->Do({{"do", "advertisements"}}).size(), 1U);
@@ -187,11 +188,7 @@ TEST_F(RawAdvertisements, GoThroughBluezWithoutAnyRight)
 
 TEST_F(RawAdvertisements, AreRemovedOnceTheAdapterIsOnAgain)
 {
-    Add(1);
-    ExpectFeatures("00");
-    Expect("5400", "05 01c00000 0000 0000 a0000000 a0000000 00", "05 00 1f 1f");
-    Expect("5500", "05 00 00", "05");
-    ASSERT_TRUE(Sees({"1 started 0"}));
+    AddOne();
     bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", false}});
     Expect("3f00", "05", "", "0f");  // the kernel refuses while the controller is off
     bluetoothd->Do({{"do", "change"}, {"path", "hci0"}, {"Powered", true}});
@@ -226,7 +223,7 @@ TEST_F(RebuiltAdvertisements, AreGivenToBluezAsFields)
                     {"LocalName", "abc"},
                     {"Appearance", 961}}));
     Remove(1);
-    EXPECT_TRUE(LoopTest::Eventually([this] {
+    EXPECT_TRUE(test::Eventually([this] {
         return bluetoothd->Do({{"do", "advertisements"}}).empty();
     }));
 }

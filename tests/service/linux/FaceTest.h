@@ -3,15 +3,14 @@
 
 #include <service/base/Scheduler.h>
 #include <service/linux/bluetooth/Host.h>
+#include <tests/service/linux/BluezFixture.h>
 #include <tests/service/linux/OnLoop.h>
-#include <tests/service/linux/PrivateBus.h>
 #include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace pelacon::service::linux_radios::tests {
@@ -19,7 +18,7 @@ namespace pelacon::service::linux_radios::tests {
 using namespace bluetooth;  // NOLINT(google-build-using-namespace)
 
 /// A test body runs without the scheduler's lock, and takes it with Locked.
-class FaceTest : public testing::Test {
+class FaceTest : public testing::Test, protected BluezFixture {
   protected:
     /// Destroys the host; its users have been destroyed by then.
     ~FaceTest() override { host.reset(); }
@@ -38,18 +37,6 @@ class FaceTest : public testing::Test {
         return test::Eventually([&] { return Locked(condition); });
     }
 
-    /// With an adapter that is on: hci0, 00:AA:01:00:00:00, called "desk".
-    void StartBluez()
-    {
-        bluetoothd.reset();
-        bluetoothd.emplace("bluez.py");
-        bluetoothd->Do({{"do", "adapter"},
-                        {"name", "hci0"},
-                        {"Address", "00:AA:01:00:00:00"},
-                        {"Alias", "desk"},
-                        {"Powered", true}});
-    }
-
     /// Waits until it is known whether there is an adapter.
     void StartHost(const KernelAccess& kernel = {})
     {
@@ -57,8 +44,6 @@ class FaceTest : public testing::Test {
         ASSERT_TRUE(Eventually([this] { return host->IsKnown(); }));
     }
 
-    PrivateBus bus;
-    std::optional<StandIn> bluetoothd;
     Scheduler scheduler{1};
     std::shared_ptr<Gate> gate = std::make_shared<Gate>(scheduler);
     Complaints complaints;

@@ -54,7 +54,7 @@ TEST_F(AGattLink, HasEachNotificationOnce)
     ASSERT_EQ(Result(), GattStatus::kDone);
     const std::string path = std::string(kDevicePath) + "/service1/char1";
     for (int i = 0; i < 100; ++i) {
-        Change(path.c_str(), "Value", "0" + std::to_string(i % 10));
+        Change(path, "Value", "0" + std::to_string(i % 10));
     }
     ASSERT_TRUE(Eventually([this] { return values.size() == 100; }));
     Do([this] {
@@ -95,13 +95,13 @@ TEST_F(AGattLink, SharesASubscriptionWithOthers)
     });
     ASSERT_TRUE(Eventually([&] { return done == 2; }));
     const std::string path = std::string(kDevicePath) + "/service1/char1";
-    Change(path.c_str(), "Value", "01");
+    Change(path, "Value", "01");
     EXPECT_TRUE(Eventually([this] { return values.size() == 2; }));
     Do([this] {
         link.reset();
         values.clear();
     });
-    Change(path.c_str(), "Value", "02");
+    Change(path, "Value", "02");
     EXPECT_TRUE(Eventually([this] { return values.size() == 1; }));
     const json made = bluetoothd->Do({{"do", "calls"}});
     EXPECT_EQ(std::count_if(made.begin(), made.end(),

@@ -91,21 +91,11 @@ class AScanner : public FaceTest, protected Host::Observer {
     {
         return Eventually([&] { return scan.events == expected; });
     }
-    /// Whether a method of BlueZ was called so often.
-    bool IsCalled(const std::string& method, std::ptrdiff_t times)
-    {
-        return test::Eventually([&] {
-            const nlohmann::json calls = bluetoothd->Do({{"do", "calls"}});
-            return std::count_if(calls.begin(), calls.end(), [&](const nlohmann::json& call) {
-                       return call.at(0) == method;
-                   }) == times;
-        });
-    }
     bool HasMonitors(const std::set<std::uint16_t>& handles)
     {
         return test::Eventually([&] { return kernel.Monitors() == handles; });
     }
-    /// Whether the duplicate filter is so, by and by.
+    /// Waits until the duplicate filter has the state.
     bool FilterIs(DuplicateFilter::State expected)
     {
         return test::Eventually([&] {
@@ -115,7 +105,9 @@ class AScanner : public FaceTest, protected Host::Observer {
                     state->set_value(backend.duplicateFilter.GetState());
                 });
             });
-            return state->get_future().get() == expected;
+            auto received = state->get_future();
+            return received.wait_for(kPatience) == std::future_status::ready &&
+                   received.get() == expected;
         });
     }
 
@@ -145,12 +137,12 @@ TEST_F(AScanner, DiscoversWhileThereIsAScan)
     End(one);
     Begin(one);
     ASSERT_TRUE(Sees(one, {"started", "started"}));
-    EXPECT_TRUE(IsCalled("StartDiscovery", 1));
-    EXPECT_TRUE(IsCalled("StopDiscovery", 0));
+    EXPECT_EQ(CallsOf("StartDiscovery"), 1);
+    EXPECT_EQ(CallsOf("StopDiscovery"), 0);
     End(one);
     End(two);
-    EXPECT_TRUE(IsCalled("StopDiscovery", 1));
-    EXPECT_THAT(one.events, ElementsAre("started", "started"));
+    EXPECT_TRUE(IsCalled("StopDiscovery"));
+    EXPECT_THAT(Locked([this] { return one.events; }), ElementsAre("started", "started"));
 }
 
 TEST_F(AScanner, DeliversReportsOfAllKindsToAllScans)
@@ -329,9 +321,9 @@ TEST_F(AScanner, DoesNothingForScansOnceItIsReleased)
         one.scan.reset();
     });
     EXPECT_TRUE(HasMonitors({}));
-    EXPECT_TRUE(IsCalled("StopDiscovery", 0)) << "for the next state of the service";
+    EXPECT_EQ(CallsOf("StopDiscovery"), 0) << "the other scan goes on";
     End(two);
-    EXPECT_TRUE(IsCalled("StopDiscovery", 1));
+    EXPECT_TRUE(IsCalled("StopDiscovery"));
 }
 
 }  // namespace

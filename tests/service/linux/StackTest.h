@@ -2,8 +2,8 @@
 #pragma once
 
 #include <service/linux/bluetooth/Stack.h>
+#include <tests/service/linux/BluezFixture.h>
 #include <tests/service/linux/OnLoop.h>
-#include <tests/service/linux/PrivateBus.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -17,7 +17,7 @@ namespace pelacon::service::linux_radios::tests {
 
 using namespace bluetooth;  // NOLINT(google-build-using-namespace)
 
-class StackTest : public LoopTest {
+class StackTest : public LoopTest, protected BluezFixture {
   protected:
     explicit StackTest(std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit)
     {
@@ -29,24 +29,11 @@ class StackTest : public LoopTest {
         Do([this] { stack.reset(); });
     }
 
-    /// With an adapter that is on: hci0, 00:AA:01:00:00:00, called "desk".
-    void StartBluez()
-    {
-        bluetoothd.reset();
-        bluetoothd = std::make_unique<StandIn>("bluez.py");
-        bluetoothd->Do({{"do", "adapter"},
-                        {"name", "hci0"},
-                        {"Address", "00:AA:01:00:00:00"},
-                        {"Alias", "desk"},
-                        {"Powered", true}});
-    }
     void Start()
     {
         Do([this] { stack->Start(); });
     }
 
-    PrivateBus bus;
-    std::unique_ptr<StandIn> bluetoothd;
     std::unique_ptr<Stack> stack;
 };
 
