@@ -1,6 +1,8 @@
 // One thread that waits for descriptors, timers and tasks.
 #pragma once
 
+#include <service/base/Interface.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -27,19 +29,14 @@ class Loop {
 
     /// The events and the time that a source waits for.
     struct Interest {
-        int descriptor = -1;  ///< none: only the time counts
+        int descriptor = -1;  ///< -1: the source waits for the time only
         short events = 0;     ///< as poll has them
         std::optional<Clock::time_point> due;
     };
 
     /// What the loop waits for.
-    class Source {
+    class Source : public Interface {
       public:
-        Source() = default;
-        virtual ~Source() = default;
-        Source(const Source&) = delete;
-        Source& operator=(const Source&) = delete;
-
         /// Called before each wait.
         virtual Interest Wants() = 0;
 
@@ -48,7 +45,7 @@ class Loop {
         virtual void Ready(short events) = 0;
     };
 
-    /// A task that is to run later, for as long as this lives. Used and destroyed in the loop's
+    /// A task that runs later, unless this is destroyed before. Used and destroyed in the loop's
     /// thread, or after the loop has stopped.
     class Timer {
       public:

@@ -1,6 +1,7 @@
 // A simulated GATT connection, and the device at its other end.
 #pragma once
 
+#include <service/base/Interface.h>
 #include <service/base/Scheduler.h>
 #include <service/radio/GattClient.h>
 #include <service/simulation/GattConfig.h>
@@ -16,13 +17,8 @@ class GattClient;
 class GattLink;
 
 /// A device that can be connected to.
-class GattDevice {
+class GattDevice : public Interface {
   public:
-    GattDevice() = default;
-    virtual ~GattDevice() = default;
-    GattDevice(const GattDevice&) = delete;
-    GattDevice& operator=(const GattDevice&) = delete;
-
     virtual const GattLinkConfig& Config() const = 0;
 
     /// Accepts the link and returns kNone, or returns why it does not.

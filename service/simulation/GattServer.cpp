@@ -100,7 +100,7 @@ class GattServer::Server : public radio::LocalGattServer {
     Server(GattServer& device, radio::GattPeerObserver& observer)
         : device_(device), observer_(observer)
     {
-        device_.servers_.push_back(this);
+        device_.servers_.Add(*this);
     }
     ~Server() override { device_.Close(*this); }
 
@@ -127,10 +127,10 @@ std::unique_ptr<radio::LocalGattServer> GattServer::Open(radio::GattPeerObserver
     return std::make_unique<Server>(*this, observer);
 }
 
-void GattServer::Close(const Server& server)
+void GattServer::Close(Server& server)
 {
-    std::erase(servers_, &server);
-    if (servers_.empty()) {
+    servers_.Remove(server);
+    if (servers_.IsEmpty()) {
         EndAll(links_, GattReason::kPeer);
     }
 }
@@ -145,10 +145,11 @@ GattReason GattServer::Join(GattLink& link)
     peers_.emplace(&link, peer);
     adapter_.SetConnected(peer, radio::BluetoothType::kLe, true);
     adapter_.SetConnected(adapter_.Address(), radio::BluetoothType::kLe, true);
-    for (Server* const server : servers_) {
-        server->Observer().PeerConnected(peer);
-        server->Observer().PeerMtuChanged(peer, config_.mtu);
-    }
+    servers_.ForEach([&](const Server& server) {
+        radio::GattPeerObserver& observer = server.Observer();
+        observer.PeerConnected(peer);
+        observer.PeerMtuChanged(peer, config_.mtu);
+    });
     return GattReason::kNone;
 }
 
@@ -164,9 +165,7 @@ void GattServer::Leave(GattLink& link)
     if (links_.empty()) {
         adapter_.SetConnected(adapter_.Address(), radio::BluetoothType::kLe, false);
     }
-    for (Server* const server : servers_) {
-        server->Observer().PeerDisconnected(peer);
-    }
+    servers_.ForEach([peer](const Server& server) { server.Observer().PeerDisconnected(peer); });
 }
 
 GattLink* GattServer::LinkOf(std::uint64_t peer) const

@@ -1,6 +1,7 @@
 // The simulated GATT server of this machine, which other programs can connect to.
 #pragma once
 
+#include <service/base/ObserverList.h>
 #include <service/radio/GattServer.h>
 #include <service/simulation/Adapter.h>
 #include <service/simulation/GattLink.h>
@@ -51,13 +52,13 @@ class GattServer : public radio::GattServer, public GattDevice {
     Place Find(const radio::Uuid& service, const radio::Uuid& characteristic) const;
     GattLink* LinkOf(std::uint64_t peer) const;
     std::uint64_t PeerOf(GattLink& link) const { return peers_.at(&link); }
-    void Close(const Server& server);
+    void Close(Server& server);
 
     Scheduler& scheduler_;
     Stack& stack_;
     Adapter& adapter_;
     GattLinkConfig config_;
-    std::vector<Server*> servers_;
+    ObserverList<Server> servers_;
     std::vector<Service*> services_;  // the shown ones, oldest first
     std::vector<GattLink*> links_;
     std::map<const GattLink*, std::uint64_t> peers_;

@@ -34,7 +34,7 @@ std::optional<std::uint64_t> GattPeers::Note(const std::string& device, std::int
         Connected(peer);
     }
     if (mtu >= kSmallestMtu && std::exchange(peers_.at(peer).mtu, mtu) != mtu) {
-        ForEachObserver([&](Observer& observer) { observer.PeerMtuChanged(peer, mtu); });
+        observers_.ForEach([&](Observer& observer) { observer.PeerMtuChanged(peer, mtu); });
     }
     return peer;
 }
@@ -42,7 +42,7 @@ std::optional<std::uint64_t> GattPeers::Note(const std::string& device, std::int
 void GattPeers::Connected(std::uint64_t peer)
 {
     peers_.emplace(peer, Peer());
-    ForEachObserver([&](Observer& observer) { observer.PeerConnected(peer); });
+    observers_.ForEach([&](Observer& observer) { observer.PeerConnected(peer); });
 }
 
 void GattPeers::ObjectAdded(const std::string&, const std::string& interface)
@@ -98,7 +98,7 @@ void GattPeers::Look()
         }
         const std::uint64_t peer = next->first;
         next = peers_.erase(next);
-        ForEachObserver([&](Observer& observer) { observer.PeerDisconnected(peer); });
+        observers_.ForEach([&](Observer& observer) { observer.PeerDisconnected(peer); });
     }
     for (const std::uint64_t peer : come) {
         Connected(peer);

@@ -1,11 +1,12 @@
 // The devices that use this machine as a GATT server.
 #pragma once
 
+#include <service/base/Interface.h>
+#include <service/base/ObserverList.h>
 #include <service/linux/bluetooth/GattCentral.h>
 #include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -21,13 +22,8 @@ namespace pelacon::service::linux_radios::bluetooth {
 class GattPeers : private Stack::Observer {
   public:
     /// Must not destroy the GattPeers; may destroy observers.
-    class Observer {
+    class Observer : public Interface {
       public:
-        Observer() = default;
-        virtual ~Observer() = default;
-        Observer(const Observer&) = delete;
-        Observer& operator=(const Observer&) = delete;
-
         virtual void PeerConnected(std::uint64_t /*peer*/) {}
         virtual void PeerDisconnected(std::uint64_t /*peer*/) {}
         /// BlueZ gives the MTU with the first operation of a peer.
@@ -37,14 +33,14 @@ class GattPeers : private Stack::Observer {
     explicit GattPeers(GattCentral& central);
     ~GattPeers() override;
 
-    void Add(Observer& observer) { observers_.push_back(&observer); }
-    void Remove(Observer& observer) noexcept { std::erase(observers_, &observer); }
+    void Add(Observer& observer) { observers_.Add(observer); }
+    void Remove(Observer& observer) noexcept { observers_.Remove(observer); }
 
     bool IsConnected(std::uint64_t peer) const { return peers_.contains(peer); }
     std::vector<std::uint64_t> All() const;
 
-    /// Notes that a device, given by BlueZ's path, uses a service of ours. Returns its address;
-    /// nothing if the device is not known.
+    /// Notes that a device, given by BlueZ's path, uses a service of this process.
+    /// Returns its address; nothing if the device is not known.
     std::optional<std::uint64_t> Note(const std::string& device, std::int32_t mtu);
 
   private:
@@ -65,19 +61,9 @@ class GattPeers : private Stack::Observer {
     bool HasComeByItself(const bluez::Device& device) const;
     void Connected(std::uint64_t peer);
 
-    template <typename Use>
-    void ForEachObserver(const Use& use)
-    {
-        for (Observer* const observer : std::vector(observers_)) {
-            if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) {
-                use(*observer);
-            }
-        }
-    }
-
     const GattCentral& central_;
     Stack& stack_;
-    std::vector<Observer*> observers_;
+    ObserverList<Observer> observers_;
     std::map<std::uint64_t, Peer> peers_;
     Loop::Timer later_;
 };

@@ -41,7 +41,7 @@ class GattServer::PeerWatch : private GattPeers::Observer {
     Callbacks callbacks_;
 };
 
-/// What is under the scheduler's lock of a GattService.
+/// The part of a service that the scheduler's lock guards; the GattService is in the loop's thread.
 class GattServer::Service : public radio::LocalGattService {
   public:
     Service(const GattServer& device, const Uuid& uuid,
@@ -96,7 +96,7 @@ GattService::Callbacks GattServer::Service::MakeCallbacks(radio::OutcomeDone don
                const GattValue& value) { service.owner_.PeerWrites(peer, place, value); }),
         .shown = upcalls_.To([done = std::move(done)](Service& service, radio::Outcome outcome) {
             if (outcome != radio::Outcome::kDone) {
-                service.service_.reset();  // it would be tried again
+                service.service_.reset();  // which would try again
             }
             done(outcome);
         }),
@@ -156,9 +156,9 @@ class GattServer::Server : public radio::LocalGattServer {
     Server(GattServer& device, radio::GattPeerObserver& observer)
         : device_(device), observer_(observer)
     {
-        device_.servers_.push_back(this);
+        device_.servers_.Add(*this);
     }
-    ~Server() override { std::erase(device_.servers_, this); }
+    ~Server() override { device_.servers_.Remove(*this); }
 
     std::unique_ptr<radio::LocalGattService> Show(
         const Uuid& service, const std::vector<radio::GattCharacteristic>& characteristics,
@@ -195,31 +195,21 @@ std::unique_ptr<radio::LocalGattServer> GattServer::Open(radio::GattPeerObserver
     return std::make_unique<Server>(*this, observer);
 }
 
-template <typename Use>
-void GattServer::ForEachObserver(const Use& use)
-{
-    for (Server* const server : std::vector(servers_)) {
-        if (std::find(servers_.begin(), servers_.end(), server) != servers_.end()) {
-            use(server->Observer());
-        }
-    }
-}
-
 void GattServer::PeerConnected(std::uint64_t peer)
 {
     peers_.insert(peer);
-    ForEachObserver([peer](radio::GattPeerObserver& observer) { observer.PeerConnected(peer); });
+    servers_.ForEach([peer](const Server& server) { server.Observer().PeerConnected(peer); });
 }
 
 void GattServer::PeerDisconnected(std::uint64_t peer)
 {
     peers_.erase(peer);
-    ForEachObserver([peer](radio::GattPeerObserver& observer) { observer.PeerDisconnected(peer); });
+    servers_.ForEach([peer](const Server& server) { server.Observer().PeerDisconnected(peer); });
 }
 
 void GattServer::PeerMtuChanged(std::uint64_t peer, std::int32_t mtu)
 {
-    ForEachObserver([=](radio::GattPeerObserver& observer) { observer.PeerMtuChanged(peer, mtu); });
+    servers_.ForEach([=](const Server& server) { server.Observer().PeerMtuChanged(peer, mtu); });
 }
 
 }  // namespace pelacon::service::linux_radios::bluetooth

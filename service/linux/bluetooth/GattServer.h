@@ -1,13 +1,13 @@
 // The services of this machine and the devices that connect to it, as families see them.
 #pragma once
 
+#include <service/base/ObserverList.h>
 #include <service/linux/bluetooth/Host.h>
 #include <service/radio/GattServer.h>
 
 #include <cstdint>
 #include <memory>
 #include <set>
-#include <vector>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
@@ -28,14 +28,9 @@ class GattServer : public radio::GattServer {
     void PeerDisconnected(std::uint64_t peer);
     void PeerMtuChanged(std::uint64_t peer, std::int32_t mtu);
 
-    /// Calls `use` with each server's observer, except those of servers that an earlier call has
-    /// closed.
-    template <typename Use>
-    void ForEachObserver(const Use& use);
-
     const Host& host_;
     std::shared_ptr<Gate> gate_;
-    std::vector<Server*> servers_;
+    ObserverList<Server> servers_;
     std::set<std::uint64_t> peers_;
     Upcalls<GattServer> upcalls_;
     std::unique_ptr<InLoop<PeerWatch>> watch_;

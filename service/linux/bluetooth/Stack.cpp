@@ -50,12 +50,12 @@ void Stack::Look()
         // Another one takes its place: it goes first.
         presence_ = Presence::kNoAdapter;
         adapter_.reset();
-        ForEachObserver([](Observer& observer) { observer.AdapterChanged(); });
+        observers_.ForEach([](Observer& observer) { observer.AdapterChanged(); });
     }
     if (presence != presence_ || adapter != adapter_) {
         presence_ = presence;
         adapter_ = std::move(adapter);
-        ForEachObserver([](Observer& observer) { observer.AdapterChanged(); });
+        observers_.ForEach([](Observer& observer) { observer.AdapterChanged(); });
     }
 }
 
@@ -64,13 +64,13 @@ void Stack::Added(const std::string& path, const std::string& interface)
     if (interface == bluez::kAdapter) {
         Look();
     }
-    ForEachObserver([&](Observer& observer) { observer.ObjectAdded(path, interface); });
+    observers_.ForEach([&](Observer& observer) { observer.ObjectAdded(path, interface); });
 }
 
 void Stack::Removed(const std::string& path, const std::string& interface,
                     const dbus::Properties& last)
 {
-    ForEachObserver([&](Observer& observer) { observer.ObjectRemoved(path, interface, last); });
+    observers_.ForEach([&](Observer& observer) { observer.ObjectRemoved(path, interface, last); });
     if (interface == bluez::kAdapter) {
         Look();
     }
@@ -82,7 +82,8 @@ void Stack::Changed(const std::string& path, const std::string& interface,
     if (interface == bluez::kAdapter) {
         Look();
     }
-    ForEachObserver([&](Observer& observer) { observer.ObjectChanged(path, interface, changed); });
+    observers_.ForEach(
+        [&](Observer& observer) { observer.ObjectChanged(path, interface, changed); });
 }
 
 dbus::Bus::Slot Stack::Call(const std::string& path, const char* interface, const char* method,

@@ -1,11 +1,12 @@
-// BlueZ and the adapter that is used, as they come and go.
+// Follows BlueZ and the adapter that is used.
 #pragma once
 
+#include <service/base/Interface.h>
+#include <service/base/ObserverList.h>
 #include <service/linux/Loop.h>
 #include <service/linux/bluetooth/Bluez.h>
 #include <service/linux/dbus/ServiceLink.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -16,8 +17,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Connects to the system's bus, follows BlueZ on it, and chooses an adapter; again each time that
-/// one of them comes or goes. In the loop's thread, as are its observers.
+/// Connects to the system's bus, follows BlueZ on it, and chooses an adapter, each time that one of
+/// them appears or disappears. Used, and its observers called, in the loop's thread.
 class Stack : private dbus::ObjectMirror::Observer {
   public:
     enum class Presence : std::uint8_t {
@@ -32,15 +33,10 @@ class Stack : private dbus::ObjectMirror::Observer {
 
     /// Called on changes, in the order of registration. Must not destroy the stack; may destroy
     /// observers.
-    class Observer {
+    class Observer : public Interface {
       public:
-        Observer() = default;
-        virtual ~Observer() = default;
-        Observer(const Observer&) = delete;
-        Observer& operator=(const Observer&) = delete;
-
-        /// The adapter came, went, or has other properties; or the reason why there is none
-        /// changed.
+        /// The adapter appeared, disappeared, or has other properties; or the reason why there is
+        /// none changed.
         virtual void AdapterChanged() = 0;
 
         /// Of objects of any kind and any adapter.
@@ -53,22 +49,22 @@ class Stack : private dbus::ObjectMirror::Observer {
         {}
     };
 
-    /// The adapter by its name ("hci1"), or the first one, as long as it is there, if the name is
-    /// empty. `callLimit` is how long a call waits for its answer.
+    /// Uses the adapter with this name ("hci1"); if the name is empty, the first one that there is,
+    /// until it is removed. `callLimit`: how long a call waits for its answer.
     Stack(Loop& loop, std::string adapterName,
           std::chrono::microseconds callLimit = dbus::Bus::kUsualLimit);
 
     /// Observers are added before Start, or miss what happened before; removed before their end.
-    void Add(Observer& observer) { observers_.push_back(&observer); }
-    void Remove(Observer& observer) noexcept { std::erase(observers_, &observer); }
+    void Add(Observer& observer) { observers_.Add(observer); }
+    void Remove(Observer& observer) noexcept { observers_.Remove(observer); }
 
-    /// Begins to look.
+    /// Connects to the bus.
     void Start() { link_.Start(); }
 
     Loop& GetLoop() const noexcept { return loop_; }
     Presence GetPresence() const noexcept { return presence_; }
 
-    /// A new path for an object of ours on the bus.
+    /// A new path for an object of this process on the bus.
     std::string NewPath(const char* kind)
     {
         return std::string("/pelacon/") + kind + std::to_string(++lastPath_);
@@ -107,27 +103,17 @@ class Stack : private dbus::ObjectMirror::Observer {
     void Changed(const std::string& path, const std::string& interface,
                  const dbus::Properties& changed) override;
 
-    template <typename Tell>
-    void ForEachObserver(const Tell& tell)
-    {
-        for (Observer* const observer : std::vector(observers_)) {
-            if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) {
-                tell(*observer);
-            }
-        }
-    }
-
     Loop& loop_;
     std::string adapterName_;
     std::chrono::microseconds callLimit_;
     std::uint64_t lastPath_ = 0;
-    std::vector<Observer*> observers_;
+    ObserverList<Observer> observers_;
     Presence presence_ = Presence::kUnknown;
     std::optional<bluez::Adapter> adapter_;
     dbus::ServiceLink link_;
 };
 
-/// For people.
+/// Text for operators.
 const char* TextOf(Stack::Presence presence);
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,6 +1,7 @@
 // A copy of the objects that another program has on the bus.
 #pragma once
 
+#include <service/base/Interface.h>
 #include <service/linux/dbus/Bus.h>
 #include <service/linux/dbus/NameWatch.h>
 
@@ -17,13 +18,8 @@ namespace pelacon::service::linux_radios::dbus {
 class ObjectMirror {
   public:
     /// Called after each change of the copy. Must not destroy the mirror.
-    class Observer {
+    class Observer : public Interface {
       public:
-        Observer() = default;
-        virtual ~Observer() = default;
-        Observer(const Observer&) = delete;
-        Observer& operator=(const Observer&) = delete;
-
         /// The service is on the bus, and the copy is complete.
         virtual void Appeared() = 0;
 
@@ -33,7 +29,7 @@ class ObjectMirror {
 
         virtual void Added(const std::string& path, const std::string& interface) = 0;
 
-        /// The copy does not have it any more.
+        /// The interface was removed from the copy.
         virtual void Removed(const std::string& path, const std::string& interface,
                              const Properties& last) = 0;
 
@@ -53,11 +49,11 @@ class ObjectMirror {
     ObjectMirror(const ObjectMirror&) = delete;
     ObjectMirror& operator=(const ObjectMirror&) = delete;
 
-    /// False before the first object is removed because the service has gone.
+    /// When the service disappears, this is false before the first object is removed.
     bool IsThere() const noexcept { return isThere_; }
     const Objects& All() const noexcept { return objects_; }
 
-    /// The service's own name on the bus; empty where there is none.
+    /// The unique bus name of the service; empty if it is not on the bus.
     const std::string& Owner() const noexcept { return owner_; }
 
     /// Why a service that is there has not listed its objects; nothing before its first answer.
