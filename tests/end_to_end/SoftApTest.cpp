@@ -42,6 +42,13 @@ struct Mailboxes {
     Mailbox<std::string> wifiSwitch;
     Mailbox<std::string> channel;
     Mailbox<std::string> errors;
+
+    void Clear()
+    {
+        for (auto* const mailbox : {&connection, &softAp, &wifiSwitch, &channel, &errors}) {
+            mailbox->Clear();
+        }
+    }
 };
 
 Mailboxes& Delivered()
@@ -103,6 +110,7 @@ class SoftAp : public ::testing::Test {
         Api().UnRegistWifiStateChangeCallback(&TheListener());
         Api().UnRegisterSoftApNotificationEventCallback(&TheListener());
         PelaconSvcStop();
+        Delivered().Clear();  // no callback runs any more
     }
 
     static SoftAPInfo Create(SoftApBand band = kSoftApBandAny, EGoPurpose purpose = kGoPurposeAny)

@@ -3,6 +3,7 @@
 
 #include <tests/support/Eventually.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <future>
@@ -25,11 +26,14 @@ class HeldCallback {
     HeldCallback(const HeldCallback&) = delete;
     HeldCallback& operator=(const HeldCallback&) = delete;
 
-    /// To be called by the callback: returns when this object releases it.
+    /// To be called by the callback: the first call returns when this object releases it, later
+    /// calls at once.
     static void Hold()
     {
-        current_->entered_.set_value();
-        current_->leave_.get_future().wait_for(kPatience);
+        if (!current_->isHeld_.exchange(true)) {
+            current_->entered_.set_value();
+            current_->leave_.get_future().wait_for(kPatience);
+        }
     }
 
     bool IsInside() const { return isInside_; }
@@ -55,6 +59,7 @@ class HeldCallback {
 
     static inline HeldCallback* current_ = nullptr;
 
+    std::atomic<bool> isHeld_{false};
     std::promise<void> entered_;
     std::promise<void> leave_;
     std::thread receiver_;

@@ -1,5 +1,7 @@
 #include <IPCMessage/ServicePresence.h>
+#include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
 #include <cctype>
@@ -49,6 +51,35 @@ TEST_F(SdkTest, RepairsWhenTheInstalledServiceRuns)
     EXPECT_THAT(channel.Requests().front(), RequestIs(kRepair, ByteVector(120), 10000));
     EXPECT_EQ(LinesOfHandler().front(), Start(kHandler));
     EXPECT_EQ(LinesOfHandler().back(), End(kHandler));
+}
+
+TEST_F(SdkTest, NothingIsRegisteredAgainWithoutListeners)
+{
+    const std::string function = "IPCMessageSender::RestoreSoftAp";
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), ElementsAre(RequestIs(kRepair, ByteVector(120), 10000)));
+    std::vector<LogLine> lines = LogLines::All();
+    std::erase_if(lines,
+                  [&](const LogLine& line) { return !line.text.ends_with("(" + function + ")"); });
+    EXPECT_THAT(lines, ElementsAre(Start(function), End(function)));
+}
+
+TEST_F(SdkTest, OnlyListenersThatExistAreRegisteredAgain)
+{
+    constexpr std::int32_t kRegister = 0xD70098;
+    constexpr std::int32_t kUnRegister = 0xD70099;
+    const auto repair = RequestIs(kRepair, ByteVector(120), 10000);
+    IdleListener listener;
+    channel.Reply(kRegister, Bytes().I32(0));
+    channel.Reply(kUnRegister, Bytes().I32(0));
+    Api().RegisterSoftApNotificationEventCallback(&listener);
+    ForgetWhatHappened();
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), ElementsAre(repair, RequestIs(kRegister, {}, 5000)));
+    Api().UnRegisterSoftApNotificationEventCallback(&listener);
+    ForgetWhatHappened();
+    channel.DeliverWithoutPayload(kServiceStarted);
+    EXPECT_THAT(channel.Requests(), ElementsAre(repair));
 }
 
 TEST_F(SdkTest, TheWifiHooksFollowTheRepairInOrder)

@@ -36,6 +36,8 @@ class SoftApListenersTest : public SdkTest {
     void SetUp() override
     {
         SdkTest::SetUp();
+        Registry<SoftApListeners>().SetSoftApConnectStatus(nullptr);
+        ForgetWhatHappened();
         channel.Reply(kRegistConnectStatus, Bytes().U8(0));
         channel.Reply(kRegister, Bytes().I32(0));
         channel.Reply(kUnRegister, Bytes().I32(0));
@@ -113,6 +115,8 @@ TEST_F(SoftApListenersTest, WithoutAConnectStatusObjectNothingIsCalled)
 
 TEST_F(StoppedSdkTest, AConnectStatusObjectThatCannotBeSentIsNotKept)
 {
+    Registry<SoftApListeners>().SetSoftApConnectStatus(nullptr);
+    ForgetWhatHappened();
     Named listener("A");
     Api().RegistSoftApConnectStatus(&listener);
     EXPECT_THAT(LogLines::All(),

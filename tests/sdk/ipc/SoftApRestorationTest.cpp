@@ -34,15 +34,6 @@ std::vector<Sent> AskedAgain()
     return requests;
 }
 
-std::vector<std::int32_t> Ids(const std::vector<Sent>& requests)
-{
-    std::vector<std::int32_t> ids;
-    for (const Sent& request : requests) {
-        ids.push_back(request.item.msgId);
-    }
-    return ids;
-}
-
 std::vector<LogLine> RestoreLines()
 {
     std::vector<LogLine> lines;
@@ -98,30 +89,6 @@ class SoftApRestoration : public SdkTest {
         channel.Reply(0xD7009C, Bytes().U8(1));
     }
 };
-
-// The first test, as some listeners that later tests register remain.
-TEST_F(SoftApRestoration, SendsNothingWithoutListeners)
-{
-    channel.DeliverWithoutPayload(kServiceStarted);
-    EXPECT_THAT(AskedAgain(), IsEmpty());
-    EXPECT_THAT(RestoreLines(), ElementsAre(Start(kRestore), End(kRestore)));
-}
-
-TEST_F(SoftApRestoration, RegistersOnlyWhatHasListeners)
-{
-    IdleListener deaf;
-    channel.Reply(0xD70098, Bytes().I32(0));
-    channel.Reply(0xD70099, Bytes().I32(0));
-    WifiSystemApi::GetInstance().RegisterSoftApNotificationEventCallback(&deaf);
-    ForgetWhatHappened();
-    channel.DeliverWithoutPayload(kServiceStarted);
-    EXPECT_THAT(AskedAgain(), Contains(RequestIs(0xD70098, {}, 5000)));
-    EXPECT_THAT(Ids(AskedAgain()), Not(Contains(0xD7009C)));
-    WifiSystemApi::GetInstance().UnRegisterSoftApNotificationEventCallback(&deaf);
-    ForgetWhatHappened();
-    channel.DeliverWithoutPayload(kServiceStarted);
-    EXPECT_THAT(Ids(AskedAgain()), Not(Contains(0xD70098)));
-}
 
 TEST_F(SoftApRestoration, RegistersEverythingInTheOrderOfTheIds)
 {

@@ -430,23 +430,6 @@ TEST_F(SdkTest, ErrorsOfTheServiceReachListeners)
     EXPECT_THAT(channel.Requests(), IsEmpty());
 }
 
-// The last test of the file, as it ends the process's notifier.
-TEST_F(SdkTest, TheProcesssNotifierEndsOnceAndStaysEnded)
-{
-    WifiSystemApi& api = WifiSystemApi::GetInstance();
-    RecordingListener listener;
-    api.RegistListener(&listener);
-    ErrorStatus* const before = ErrorStatus::GetInstance();
-    api.PostNotification(kOther);
-    api.DestroyInstance();
-    EXPECT_THAT(listener.Errors(), SizeIs(1));
-    EXPECT_EQ(ErrorStatus::GetInstance(), before);
-    channel.Deliver(0xD80028, Bytes().I32(5));
-    EXPECT_EQ(ErrorStatusAccess::Tasks(*before), 1U);
-    EXPECT_THROW(api.DestroyInstance(), std::system_error);
-    EXPECT_EQ(&WifiSystemApi::GetInstance(), &api);
-}
-
 }  // namespace
 
 }  // namespace pelacon::test

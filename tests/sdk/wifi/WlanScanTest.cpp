@@ -3,8 +3,6 @@
 #include <tests/support/Wlan.h>
 
 #include <algorithm>
-#include <atomic>
-#include <future>
 #include <string>
 #include <vector>
 
@@ -12,15 +10,13 @@ namespace pelacon::test {
 
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 constexpr auto kScan = "WifiSystemApi::Scan";
 
-/// WLAN scans do not need the library to be started. The process keeps the first handle that opens,
-/// so the tests of handles that do not open come first.
+/// WLAN scans do not need the library to be started. The process keeps the first handle that opens:
+/// how it opens is tested in WlanHandleTest.cpp.
 class WlanScan : public StoppedSdkTest {
   protected:
     void SetUp() override
@@ -53,50 +49,6 @@ class WlanScan : public StoppedSdkTest {
         return calls;
     }
 };
-
-TEST_F(WlanScan, WithoutAHandleTheScanFailsAndTheNextOpensAgain)
-{
-    Wlan::OpenGives(0);
-    Wlan::ListGives(2);
-    for (int scan = 0; scan < 2; ++scan) {
-        ForgetWhatHappened();
-        EXPECT_FALSE(WifiSystemApi::GetInstance().Scan());
-        EXPECT_THAT(Journal::Entries(),
-                    ElementsAre("log 1 start(WifiSystemApi::Scan)", "wlan open",
-                                "log 4 WlanOpenHandle failed(InstanceHandle)", "wlan list 0",
-                                "log 4 WlanEnumInterfaces failed(WifiSystemApi::Scan)"));
-    }
-}
-
-TEST_F(WlanScan, OfTwoHandlesOpenedAtOnceTheLaterIsKept)
-{
-    std::promise<void> firstOpens;
-    std::promise<void> secondOpens;
-    std::promise<void> firstIsDone;
-    std::atomic<int> openings{0};
-    Wlan::OnOpen([&] {
-        if (++openings == 1) {
-            firstOpens.set_value();
-            secondOpens.get_future().wait();
-        } else {
-            secondOpens.set_value();
-            firstIsDone.get_future().wait();
-        }
-    });
-    const auto scan = [] { WifiSystemApi::GetInstance().Scan(); };
-    auto first = std::async(std::launch::async, scan);
-    firstOpens.get_future().wait();
-    Wlan::OpenGives(2);
-    auto second = std::async(std::launch::async, scan);
-    first.get();
-    firstIsDone.set_value();
-    second.get();
-
-    ForgetWhatHappened();
-    scan();
-    EXPECT_THAT(Journal::Entries(), Contains("wlan list 2"));
-    EXPECT_THAT(Journal::Entries(), Not(Contains("wlan open")));
-}
 
 TEST_F(WlanScan, OpensOnce)
 {
