@@ -57,7 +57,7 @@ static_assert(sizeof(GattValueRequest) == 1108);
 static_assert(offsetof(GattValueRequest, value) == 78);
 static_assert(offsetof(GattValueRequest, dataLen) == 1104);
 
-/// The same with a word behind it: a read's status, or what a notification says besides.
+/// The same with a word behind it: the status of a read, or the detail of a notification.
 struct GattValueRecord {
     std::int32_t clientId;
     char serviceUuid[kUuidFieldSize];

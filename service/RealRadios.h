@@ -9,7 +9,7 @@
 
 namespace pelacon::service {
 
-/// What keeps this build from using these radios, for people; empty if it can.
+/// Why this build cannot use these radios, for operators; empty if it can.
 std::string WhyNotUsable(const RadioChoice& choice);
 
 /// A factory of these radios, which WhyNotUsable permits; those that are not real are simulated as

@@ -9,8 +9,8 @@
 
 namespace pelacon::service::linux_radios {
 
-/// Takes fields from the front. Once one is missing, all that is read is zero or empty, and
-/// IsBroken returns true: a decoder checks once, at its end.
+/// Takes fields from the front. Once a field is missing, everything that is read is zero or empty,
+/// and IsBroken returns true: a decoder needs one check, at its end.
 class ByteReader {
   public:
     explicit ByteReader(std::span<const std::uint8_t> bytes) : rest_(bytes) {}

@@ -27,7 +27,7 @@ class InLoop {
     InLoop(const InLoop&) = delete;
     InLoop& operator=(const InLoop&) = delete;
 
-    /// Has `use` called with the object, unless the object could not be created.
+    /// Posts a call of `use` with the object; nothing is called if the object could not be created.
     template <typename Use>
     void Post(Use use) const
     {

@@ -1,4 +1,4 @@
-// The way from the loop's thread to what lives under the scheduler's lock.
+// Calls from the loop's thread to objects that the scheduler's lock guards.
 #pragma once
 
 #include <service/base/Scheduler.h>
@@ -25,7 +25,7 @@ class Gate {
         }
     }
 
-    /// Nothing passes any more. With the scheduler's lock held.
+    /// No call passes any more. With the scheduler's lock held.
     void Close() noexcept { isClosed_ = true; }
 
   private:

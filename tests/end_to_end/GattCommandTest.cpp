@@ -25,7 +25,7 @@ constexpr auto kRefusingAddress = "C0:00:00:00:00:02";
 constexpr auto kLeaving = "C0:00:00:00:00:03";
 constexpr auto kFar = "C0:00:00:00:00:04";
 constexpr auto kBare = "C0:00:00:00:00:05";
-constexpr auto kNobody = "C0:FF:FF:FF:FF:FF";
+constexpr auto kAbsentDevice = "C0:FF:FF:FF:FF:FF";
 
 constexpr auto kWorld = R"({
     "adapter": {"address": "0A:0B:0C:0D:0E:0F", "turnOnMs": 1, "turnOffMs": 1},
@@ -175,7 +175,7 @@ TEST_F(GattCommand, CtrlCEndsAnAttemptToConnect)
 TEST_F(GattCommand, FailuresAreSentences)
 {
     ExpectFailure({"read", kRefusingAddress, "180D", "2A38"}, 1, "refused the connection.");
-    ExpectFailure({"read", kNobody, "180D", "2A38"}, 1, "No device with the address");
+    ExpectFailure({"read", kAbsentDevice, "180D", "2A38"}, 1, "No device with the address");
     ExpectFailure({"mtu", kFar, "--wait", "0.05"}, 4, "did not answer in time.");
     ExpectFailure({"read", kStrapAddress, "180D", "2A99"}, 1,
                   "refused to read 180D/2A99: it was not found");

@@ -32,7 +32,7 @@ constexpr std::uint64_t kLost = 0xC00000000004;
 constexpr std::uint64_t kBeacon = 0xC00000000005;
 constexpr std::uint64_t kSlow = 0xC00000000006;
 constexpr std::uint64_t kFar = 0xC00000000007;
-constexpr std::uint64_t kNobody = 0xC0FFFFFFFFFF;
+constexpr std::uint64_t kAbsentDevice = 0xC0FFFFFFFFFF;
 
 constexpr char kWorld[] = R"({
     "adapter": {"address": "02:00:00:00:00:01", "turnOnMs": 1, "turnOffMs": 1},
@@ -100,7 +100,7 @@ TEST_F(GattClientFamilyTest, NotifiesWhyAConnectionFailed)
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kRefused));
     client.StartToConnect(kBeacon);
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kNotEstablished));
-    client.StartToConnect(kNobody);
+    client.StartToConnect(kAbsentDevice);
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kNotEstablished));
     client.StartToConnect(kThisMachine);  // has no started service
     EXPECT_EQ(client.Outcome(), Outcome(kDisconnected, kNotEstablished));

@@ -39,7 +39,7 @@ CLI::Validator OneOf(std::vector<std::pair<std::string, Value>> values)
 void AddSeconds(CLI::App& command, std::optional<double>& seconds,
                 const CLI::Validator& check = NotNegative());
 
-/// Adds --wait: how long the command waits for what the description says.
+/// Adds --wait: how long the command waits for the event that the description names.
 void AddWait(CLI::App& command, double& seconds, const std::string& description,
              const CLI::Validator& check = NotNegative());
 

@@ -77,7 +77,8 @@ void Adapter::PictureChanged(const AdapterPicture& before)
 {
     const AdapterPicture& now = host_.Picture();
     if (now.isOn != before.isOn) {
-        // BlueZ shows changes when they are over. An adapter that is gone was not switched off.
+        // BlueZ shows a change when it is complete. An adapter that was removed was not switched
+        // off.
         if (now.isThere) {
             Enter(now.isOn ? AdapterState::kTurningOn : AdapterState::kTurningOff);
         }

@@ -122,7 +122,7 @@ void AdapterControl::Send(std::uint64_t number, const char* property, dbus::Valu
                               });
 }
 
-/// Ends the changes that show, or cannot any more.
+/// Completes the changes that the picture shows, or that cannot take place any more.
 void AdapterControl::Settle()
 {
     for (auto next = changes_.begin(); next != changes_.end();) {

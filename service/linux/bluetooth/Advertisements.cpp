@@ -63,14 +63,15 @@ std::vector<std::uint8_t> EncodeParameters(std::uint8_t instance, const radio::A
     return parameters;
 }
 
-/// What is not connectable is scannable by its scan response only, so that one has to have some.
+/// The kernel makes an advertisement scannable only if it has a scan response: an empty one is sent
+/// as one zero byte.
 std::vector<std::uint8_t> ScanResponseOf(const radio::Advertising& wanted)
 {
     if (wanted.kind == AdvertisementKind::kNonConnectable) {
         return {};
     }
     if (wanted.kind == AdvertisementKind::kScannable && wanted.scanResponse.empty()) {
-        return {0};  // a structure's length: the end
+        return {0};  // a length of zero ends the structures
     }
     return wanted.scanResponse;
 }
@@ -242,7 +243,7 @@ void Advertisements::RemoveLeftovers()
     }
 }
 
-/// One that another program removed (a bluetoothd that starts does so) is added again.
+/// Adds an instance again that another program removed, as bluetoothd does when it starts.
 void Advertisements::Received(const ManagementEvent& event)
 {
     const auto number = DecodeAdvertisingInstance(event.parameters);
@@ -402,7 +403,7 @@ void Advertisements::FailAll(radio::Outcome why)
     }
 }
 
-/// Ends what the kernel or BlueZ may have of it.
+/// Removes the advertisement from the kernel or from BlueZ.
 void Advertisements::Withdraw(Entry& entry)
 {
     entry.call.Reset();
@@ -418,8 +419,8 @@ void Advertisements::Withdraw(Entry& entry)
     entry.object.reset();
 }
 
-/// It is noted until the kernel has removed it: while the controller is off it may refuse, and send
-/// it again once the controller is on.
+/// The instance stays noted until the kernel has removed it: while the controller is off the kernel
+/// may refuse to, and would send it again once the controller is on.
 void Advertisements::RemoveInstance(const KernelItems::Item& instance)
 {
     if (management_) {

@@ -1,4 +1,4 @@
-// Has the controller send advertisements: several take turns.
+// Advertisements that the controller sends, in turns if there are several.
 #pragma once
 
 #include <service/linux/bluetooth/AdapterControl.h>
@@ -17,9 +17,9 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Advertises through the management socket where this process may (CAP_NET_ADMIN): each byte is as
-/// it was given. Else through BlueZ, which assembles the advertisement from its fields. The
-/// channels cannot be chosen either way. In the loop's thread.
+/// Advertises through the management socket if this process may use it (CAP_NET_ADMIN), byte for
+/// byte. Otherwise through BlueZ, which assembles the advertisement from its fields. Neither lets
+/// the channels be chosen. In the loop's thread.
 class Advertisements : private Stack::Observer {
   public:
     enum class Way : std::uint8_t { kNone, kRaw, kRebuilt };
@@ -35,7 +35,7 @@ class Advertisements : private Stack::Observer {
     /// by itself. Returns a number for Remove, never the same again.
     std::uint64_t Add(radio::Advertising wanted, OnOutcome started, OnOutcome ended);
 
-    /// Ends it; nothing is called for it any more. Does nothing if it has ended already.
+    /// Ends the advertisement, and calls nothing for it any more. Does nothing if it has ended.
     void Remove(std::uint64_t number);
 
     Way GetWay() const noexcept { return way_; }
@@ -47,7 +47,7 @@ class Advertisements : private Stack::Observer {
         OnOutcome ended;
         bool isOnAir = false;
         std::optional<KernelItems::Item> instance;  // raw
-        std::string path;                           // rebuilt: our object
+        std::string path;                           // rebuilt: its object on the bus
         std::unique_ptr<dbus::ObjectTree> object;
         dbus::Bus::Slot call;
         Loop::Timer later;

@@ -15,7 +15,7 @@ struct AdvertisingReport {
 
     enum class Kind : std::uint8_t { kConnectable, kScannable, kNonConnectable, kScanResponse };
 
-    /// Of an extended report's data: whether all of it is here.
+    /// Whether an extended report has all of its data.
     enum class Part : std::uint8_t { kWhole, kMoreToCome, kCutOff };
 
     Kind kind = Kind::kConnectable;
@@ -29,19 +29,19 @@ struct AdvertisingReport {
     std::vector<std::uint8_t> data;
 };
 
-/// The reports in a packet of a raw HCI socket: none where it is something else. Of a packet that
-/// is cut off or wrong, what stands before the error.
+/// The reports in a packet of a raw HCI socket; none if the packet is of another kind. If it is cut
+/// off or wrong, the reports before the error.
 std::vector<AdvertisingReport> DecodeAdvertisingReports(std::span<const std::uint8_t> packet);
 
 /// Joins the parts of long extended advertisements.
 class ReportAssembler {
   public:
-    /// As much as one advertisement can hold.
+    /// The most data that one advertisement has.
     static constexpr std::size_t kMostData = 1650;
-    /// As many as are kept unfinished at a time; the oldest is dropped.
+    /// How many unfinished ones are kept; the oldest is dropped.
     static constexpr std::size_t kMostUnfinished = 16;
 
-    /// True if the report is whole now, with all that came before it.
+    /// Adds the parts that came before. True if the report is complete.
     bool Join(AdvertisingReport& report);
 
   private:

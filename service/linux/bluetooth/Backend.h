@@ -1,4 +1,4 @@
-// All that speaks with BlueZ and the kernel about one adapter.
+// The objects that use one adapter through BlueZ and the kernel.
 #pragma once
 
 #include <service/linux/bluetooth/AdapterControl.h>
@@ -42,13 +42,13 @@ struct BackendStatus {
 class Backend : private Stack::Observer {
   public:
     struct Callbacks {
-        std::function<void(const BackendStatus&)> changed;  ///< called with each other status
+        std::function<void(const BackendStatus&)> changed;  ///< called when the status changes
         std::function<void(const AdapterPicture&)> adapterChanged;  ///< as AdapterControl has it
         Discovery::Callbacks scanning;
     };
 
-    /// The adapter by its name ("hci1"), or the first one if the name is empty. Begins to look for
-    /// it.
+    /// Uses the adapter with this name ("hci1"), or the first one if the name is empty. Connects to
+    /// the bus.
     Backend(Loop& loop, const std::string& adapterName, Callbacks callbacks,
             const KernelAccess& kernel = {});
     ~Backend() override;

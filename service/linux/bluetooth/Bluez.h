@@ -79,7 +79,7 @@ std::vector<Service> Services(const dbus::ObjectMirror& mirror, const std::strin
 std::vector<Characteristic> Characteristics(const dbus::ObjectMirror& mirror,
                                             const std::string& service);
 
-/// The first one in the order of paths, where the device has several of the kind.
+/// If the device has several of the kind, the first in the order of paths.
 std::optional<Characteristic> FindCharacteristic(const dbus::ObjectMirror& mirror,
                                                  const std::string& device, const Uuid& service,
                                                  const Uuid& characteristic);

@@ -1,4 +1,4 @@
-// Has BlueZ discover while advertisements are wanted, and reports those that are received.
+// Runs discovery while advertisements are wanted, and reports those that are received.
 #pragma once
 
 #include <service/linux/bluetooth/AdapterControl.h>
@@ -15,7 +15,7 @@
 namespace pelacon::service::linux_radios::bluetooth {
 
 /// One discovery for all scans, which BlueZ shares with the desktop. Advertisements are reported as
-/// the controller received them, where this process may read that (CAP_NET_RAW); else they are
+/// the controller received them if this process may read that (CAP_NET_RAW); otherwise they are
 /// rebuilt from the properties of BlueZ's devices, which merge advertisements over time. In the
 /// loop's thread.
 class Discovery : private Stack::Observer {
@@ -97,7 +97,7 @@ class Discovery : private Stack::Observer {
     State state_ = State::kIdle;
     int refusals_ = 0;  // in a row, because another request is under way
     Way way_ = Way::kNone;
-    std::string adapter_;  // the one that the reports are of
+    std::string adapter_;  // the one whose reports are read
     std::unique_ptr<Hci> raw_;
     dbus::Bus::Slot call_;
     Loop::Timer next_;

@@ -13,10 +13,10 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// While BlueZ discovers, the controller reports an advertisement that is repeated unchanged as
-/// little as once in ten seconds. It reports all while there is an advertisement monitor, which
-/// the kernel lets a process with CAP_NET_ADMIN add. BlueZ continues its discovery every ten
-/// seconds or so: a discovery that is under way is filtered until then. In the loop's thread.
+/// While BlueZ discovers, the controller may report an advertisement that is repeated unchanged
+/// only once in ten seconds. It reports all while there is an advertisement monitor, which a
+/// process with CAP_NET_ADMIN can add. BlueZ continues its discovery every ten seconds or so: a
+/// discovery that is under way is filtered until then. In the loop's thread.
 class DuplicateFilter : private Stack::Observer {
   public:
     enum class State : std::uint8_t {

@@ -9,7 +9,7 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 namespace {
 
-/// What is under the scheduler's lock of a GattLink.
+/// The part of a connection that the scheduler's lock guards; the GattLink is in the loop's thread.
 class GattConnection : public radio::GattConnection {
   public:
     GattConnection(const Host& host, const std::shared_ptr<Gate>& gate, std::uint64_t address,
@@ -34,8 +34,8 @@ class GattConnection : public radio::GattConnection {
     void Ended(GattReason why);
     void AbandonAll();
 
-    /// Has `begin` called with the link and with a function that takes the result. The result is
-    /// `whenEnded` if there is no connection, or it ends before.
+    /// Posts a call of `begin` with the link and with a function that takes the result. The result
+    /// is `whenEnded` if there is no connection, or it ends before.
     template <typename Result, typename Begin>
     Completion<Result> Ask(Result whenEnded, Begin begin);
 

@@ -102,7 +102,7 @@ void GattLink::Look()
 
 void GattLink::Connect()
 {
-    // While it discovers, a controller takes its time to connect.
+    // A controller connects slowly while it discovers.
     search_.reset();
     state_ = State::kConnecting;
     connecting_ = stack_.Call(
@@ -113,8 +113,8 @@ void GattLink::Connect()
                 // Another link, or another program, is connecting it.
                 later_ = stack_.GetLoop().After(kNextTry, [this] { Connect(); });
             } else if (error.empty() || error == "org.bluez.Error.AlreadyConnected") {
-                // BlueZ does not signal that the device is connected where it was the first to
-                // see it. Where the peer has left meanwhile that is the answer.
+                // BlueZ does not always signal that the device is connected, and replies the same
+                // if the peer has left meanwhile: the property is read.
                 isAccepted_ = true;
                 stack_.Refresh(device_->path, bluez::kDevice, "Connected");
             } else {
@@ -124,7 +124,7 @@ void GattLink::Connect()
         std::chrono::minutes(1));
 }
 
-/// BlueZ has connected, and its property says whether the device still is.
+/// BlueZ has connected; `isConnected` is what the property Connected was afterwards.
 void GattLink::Accepted(bool isConnected)
 {
     if (!isConnected) {

@@ -1,4 +1,4 @@
-// Connections to other devices, and what is done with their characteristics.
+// Connections to other devices, and operations on their characteristics.
 #pragma once
 
 #include <protocol/Uuid.h>
@@ -72,7 +72,7 @@ class GattLink : private Stack::Observer {
   private:
     enum class State : std::uint8_t { kSearching, kConnecting, kUp, kOver };
 
-    /// Something under way.
+    /// An operation that is under way.
     struct Operation {
         dbus::Bus::Slot call;
         OnRead done;

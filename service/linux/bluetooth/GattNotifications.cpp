@@ -102,7 +102,7 @@ void GattNotifications::ObjectChanged(const std::string& path, const std::string
     if (reads == reads_.end()) {
         Deliver(path, bytes);
     } else if (const auto before = std::exchange(reads->second.latest, std::move(bytes))) {
-        Deliver(path, *before);  // a reply would have followed it, had it been read
+        Deliver(path, *before);  // not of a read: no reply followed
     }
 }
 

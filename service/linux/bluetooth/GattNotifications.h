@@ -1,4 +1,4 @@
-// The values of other devices' characteristics: those that are read, and those that come unasked.
+// The values of other devices' characteristics: those that are read, and notifications.
 #pragma once
 
 #include <service/linux/bluetooth/Stack.h>

@@ -19,8 +19,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Shown through BlueZ from now on, as soon as there is an adapter, again after BlueZ was
-/// restarted, and until this ends. Characteristics are identified by their place in the list. In
+/// Is shown through BlueZ while it exists, as soon as there is an adapter, and again after each
+/// restart of BlueZ. Characteristics are identified by their place in the list. In
 /// the loop's thread. Callbacks must not destroy it, and are not called after it is destroyed.
 class GattService : private Stack::Observer, private GattPeers::Observer {
   public:
@@ -29,17 +29,17 @@ class GattService : private Stack::Observer, private GattPeers::Observer {
 
     using Characteristic = radio::GattCharacteristic;
 
-    /// What peers do, as far as the flags permit it. GattPeers' observers are called about a peer
+    /// Operations of peers that the flags permit. GattPeers' observers are called about a peer
     /// before.
     struct Callbacks {
-        /// Returns the value that the peer gets, cut to what an attribute can have; nothing refuses
-        /// the read. Called once for a value that is read in parts.
+        /// Returns the value that the peer gets, cut to the size of an attribute, or nothing, which
+        /// refuses the read. Called once for a value that is read in parts.
         std::function<std::optional<Bytes>(std::uint64_t peer, std::size_t characteristic)> read;
         std::function<void(std::uint64_t peer, std::size_t characteristic, const Bytes& value)>
             written;
         /// Called once: whether the service is shown. If not, it is tried again.
         std::function<void(radio::Outcome)> shown;
-        /// Subscribers returns something else now.
+        /// The result of Subscribers has changed.
         std::function<void(std::size_t characteristic, const std::vector<std::uint64_t>& peers)>
             subscribed = [](std::size_t, const std::vector<std::uint64_t>&) {};
     };

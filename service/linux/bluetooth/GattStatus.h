@@ -1,4 +1,4 @@
-// What becomes of operations on characteristics, in both roles.
+// The results of operations on characteristics, in both roles.
 #pragma once
 
 #include <service/linux/dbus/Bus.h>
@@ -17,7 +17,7 @@ inline constexpr std::size_t kMostAttributeValue = 512;
 /// of that.
 inline constexpr std::chrono::seconds kUntilEnded{1};
 
-/// What every LE connection has, until its devices agree on more.
+/// The MTU of an LE connection until its devices agree on a larger one.
 inline constexpr std::int32_t kSmallestMtu = 23;
 
 using radio::GattReason;

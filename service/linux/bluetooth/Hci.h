@@ -10,8 +10,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// A raw socket beside bluetoothd. It does not start a scan: there are reports while any program
-/// scans. In the loop's thread.
+/// A raw socket, used beside bluetoothd. It starts no scan: reports arrive while any program scans.
+/// In the loop's thread.
 class Hci : private Loop::Source {
   public:
     /// Called with each report; must not destroy this.

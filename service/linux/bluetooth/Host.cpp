@@ -39,7 +39,7 @@ Host::~Host()
 
 namespace {
 
-/// What has to be there, for people.
+/// What is missing, for operators.
 const char* WhatIsMissing(Stack::Presence presence)
 {
     switch (presence) {

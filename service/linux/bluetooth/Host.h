@@ -1,4 +1,4 @@
-// Bluetooth of this machine, as the radios of all states of the service share it.
+// Bluetooth of this machine, which the radios of all states of the service share.
 #pragma once
 
 #include <service/base/Interface.h>
@@ -53,7 +53,7 @@ class Host {
     /// Null: there are no radios.
     void SetObserver(Observer* observer) noexcept { observer_ = observer; }
 
-    /// Has `use` called with the backend in the loop's thread.
+    /// Posts a call of `use` with the backend to the loop's thread.
     template <typename Use>
     void Post(Use use) const
     {

@@ -13,8 +13,8 @@
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-/// Which side began a connection, and why it ended. The kernel reports it to processes with
-/// CAP_NET_ADMIN; without it nothing is known. In the loop's thread.
+/// Which side began a connection, and why it ended. The kernel reports this only to processes with
+/// CAP_NET_ADMIN. In the loop's thread.
 class KernelConnections : private Stack::Observer {
   public:
     /// Opens the management socket, or throws std::system_error.

@@ -19,7 +19,7 @@ namespace {
 constexpr std::string_view kAdvertisement = "advertisement";
 constexpr std::string_view kMonitor = "monitor";
 
-/// Another one after each boot.
+/// An id that differs after each boot.
 std::string ReadBootId()
 {
     std::ifstream file("/proc/sys/kernel/random/boot_id");
@@ -41,7 +41,7 @@ std::optional<KernelItems::Item> ParseItem(const std::string& line)
     return item;
 }
 
-/// Nothing if another process has it.
+/// Empty if another process has the file open.
 FileDescriptor OpenLocked(const std::string& name)
 {
     FileDescriptor file(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -28,10 +28,10 @@ enum class ManagementStatus : std::uint8_t {
     kInvalidIndex = 0x11,
     kBlockedByRfkill = 0x12,
     kPermissionDenied = 0x14,
-    kNoReply = 0xFF,  ///< not the kernel's: there was no reply in time, or the socket was closed
+    kNoReply = 0xFF,  ///< no reply in time, or the socket was closed
 };
 
-/// Whether what was to be removed is not there any more after this reply.
+/// Whether, after this reply to a removal, the object does not exist any more.
 constexpr bool IsGone(ManagementStatus status)
 {
     return status == ManagementStatus::kSuccess || status == ManagementStatus::kInvalidParameters ||

@@ -15,7 +15,7 @@ namespace pelacon::service::linux_radios::bluetooth {
 /// Created, used and destroyed with the scheduler's lock held.
 class Radios : private Host::Observer {
   public:
-    /// The host's other radios, if there were any, have been released.
+    /// The host's radios before these, if there were any, have been released.
     explicit Radios(Host& host) : host_(host) { host_.SetObserver(this); }
     ~Radios() override { Release(); }
 

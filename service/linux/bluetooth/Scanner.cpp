@@ -100,7 +100,7 @@ void Scanner::Release()
     Fit();
 }
 
-/// Has the backend do what all scans together want.
+/// Requests of the backend what all scans together need.
 void Scanner::Fit()
 {
     const bool isWanted = !isReleased_ && !running_.empty();

@@ -30,7 +30,7 @@ class ServedCharacteristic {
     using Bytes = dbus::Bytes;
     using Done = std::function<void(GattStatus)>;
 
-    /// What peers do, as far as the flags permit it; see GattService::Callbacks.
+    /// Operations of peers that the flags permit; see GattService::Callbacks.
     struct Callbacks {
         std::function<std::optional<Bytes>(std::uint64_t peer)> read;
         std::function<void(std::uint64_t peer, const Bytes& value)> written;
@@ -58,7 +58,8 @@ class ServedCharacteristic {
     /// Removes all subscribers, and ends the indications that wait to be confirmed.
     void Detach();
 
-    /// Calls `subscribed` if the subscribers have changed, as they do when peers come and go.
+    /// Calls `subscribed` if the subscribers have changed; to be called when peers connect or
+    /// leave.
     void UpdateSubscribers();
     void PeerDisconnected(std::uint64_t peer);
 
@@ -118,8 +119,8 @@ class ServedCharacteristic {
     std::vector<std::uint64_t> lastSubscribers_;  // as `subscribed` was last called with
     bool isStarted_ = false;  // there are subscribers, of which BlueZ may have named none
     std::deque<Waiting> waiting_;
-    std::vector<Done> sent_;  // notifications that BlueZ may not have yet
-    dbus::Bus::Slot asking_;  // whether it has
+    std::vector<Done> sent_;  // notifications that BlueZ may not have received
+    dbus::Bus::Slot asking_;  // whether BlueZ has received them
     Loop::Timer unanswered_;
     Indications indications_;
     std::map<std::uint64_t, Bytes> readParts_;     // the value that each peer reads part by part

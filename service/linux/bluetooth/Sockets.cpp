@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kHciProtocol = 1;
 
-/// As the kernel has it (sockaddr_hci).
+/// The kernel's sockaddr_hci.
 struct HciAddress {
     sa_family_t family;
     std::uint16_t controller;

@@ -145,7 +145,7 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
                                        OrNothing(method.interface), method.name.c_str()),
         "cannot call a method");
     const OwnMessage message(made);
-    // A service that has ended is not started by a call that came too late.
+    // The bus must not start a service that has ended because of a late call.
     sd_bus_message_set_auto_start(made, 0);
     Append(made, arguments);
     const auto state = std::make_shared<Slot::State>(loop_);
@@ -167,7 +167,7 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
     const int result = sd_bus_call_async(bus_, &state->slot, made, answered, state.get(),
                                          static_cast<std::uint64_t>(limit.count()));
     if (result == -ENOTCONN || result == -ECONNRESET) {
-        // The connection is at its end, which Ready is about to find out.
+        // The connection has ended, which Ready detects later.
         state->failing = loop_.After(Loop::Duration::zero(), [one = state.get()] {
             const OnReply callback = std::exchange(one->done, nullptr);
             const Loop::Timer timer = std::move(one->failing);  // until the end of this call

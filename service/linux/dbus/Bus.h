@@ -68,8 +68,8 @@ struct SignalFilter {
     std::string firstArgument;
 };
 
-/// A call of one of our objects that waits for its answer. It may be kept, and answered later,
-/// while the bus exists. Its destructor answers with an error if there was no answer.
+/// A call of an object of this process that is not answered yet. It may be kept, and answered
+/// later, while the bus exists. Its destructor answers with an error if there was no answer.
 class Invocation {
   public:
     explicit Invocation(sd_bus_message* call);

@@ -106,7 +106,7 @@ class Reader {
   public:
     explicit Reader(sd_bus_message* message) : message_(message) {}
 
-    /// What is left of the container, or of the message.
+    /// The remaining values of the container, or of the message.
     std::vector<Value> Rest() const
     {
         std::vector<Value> values;
@@ -229,7 +229,7 @@ class Reader {
         return InVariant(std::move(inside.front()));
     }
 
-    /// The message closes its own.
+    /// A copy of a descriptor, as the message closes its own one.
     static Value Duplicate(int number)
     {
         const int own = fcntl(number, F_DUPFD_CLOEXEC, 0);

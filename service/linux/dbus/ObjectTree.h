@@ -1,4 +1,4 @@
-// Objects of our own on the bus.
+// Objects of this process on the bus.
 #pragma once
 
 #include <service/linux/dbus/Bus.h>
@@ -29,8 +29,8 @@ class ObjectTree {
 
     const std::string& Root() const noexcept { return root_; }
 
-    /// Adds an interface to the object at a path, which is the root or below it. There is no signal
-    /// of it: programs that are to use it are called afterwards.
+    /// Adds an interface to the object at a path, which is the root or below it. Sends no signal:
+    /// programs that are to use it are called afterwards.
     void Add(const std::string& path, const std::string& name, Interface interface);
 
     /// Gives a property a new value, and signals the change.

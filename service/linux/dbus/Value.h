@@ -72,7 +72,7 @@ class Value {
 
     const Content& Get() const noexcept { return content_; }
 
-    /// The content, or that of the variant that this is; nothing where it has another type.
+    /// The content, or that of the variant that this is; nothing if it has another type.
     template <typename Type>
     const Type* As() const noexcept
     {
@@ -108,7 +108,7 @@ using Interfaces = std::map<std::string, Properties>;
 
 Value InVariant(Value value);
 
-/// What a dictionary of texts and variants (a{sv}) holds; nothing of what is something else.
+/// The entries of a dictionary of texts and variants (a{sv}); other entries are left out.
 Properties ReadProperties(const Value& value);
 Value MakeProperties(const Properties& properties);
 
@@ -120,7 +120,7 @@ Value MakeInterfaces(const Interfaces& interfaces);
 std::vector<std::string> ReadTexts(const Value& value);
 Value MakeTexts(const std::vector<std::string>& texts);
 
-/// A property, as its type; nothing where it is absent or of another type.
+/// A property of this type; nothing if it is absent or of another type.
 template <typename Type>
 std::optional<Type> Find(const Properties& properties, const std::string& name)
 {

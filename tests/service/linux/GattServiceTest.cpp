@@ -207,16 +207,16 @@ TEST_F(AGattService, NotifiesThoseThatSubscribed)
         Do([&] { service->Notify(kNotifying, {static_cast<std::uint8_t>(i)}, Store()); });
     }
     EXPECT_EQ(Result(), GattStatus::kDone);
-    std::vector<std::string> told;
-    ASSERT_TRUE(LoopTest::Eventually([&] {
+    std::vector<std::string> sent;
+    ASSERT_TRUE(test::Eventually([&] {
         for (const json& call : bluetoothd->Do({{"do", "calls"}})) {
-            told.push_back(call.at(2).at("Value"));
+            sent.push_back(call.at(2).at("Value"));
         }
-        return told.size() == 100;
+        return sent.size() == 100;
     }));
-    EXPECT_EQ(told.front(), "00");
-    EXPECT_EQ(told.back(), "63");
-    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+    EXPECT_EQ(sent.front(), "00");
+    EXPECT_EQ(sent.back(), "63");
+    EXPECT_TRUE(std::is_sorted(sent.begin(), sent.end()));
 
     Do([this] { service->NotifyOne(kAddress, kNotifying, FromHex("01"), Store()); });
     EXPECT_EQ(Result(), GattStatus::kDone);
@@ -326,7 +326,7 @@ TEST_F(AGattService, IsShownAgainByABluezThatIsStartedAgain)
     EXPECT_THAT(Subscribers(kIndicating), ElementsAre());
     StartBluez();
     ASSERT_TRUE(IsCalled("RegisterApplication"));
-    ASSERT_TRUE(LoopTest::Eventually([this] { return !PathOf(kReadable).empty(); }));
+    ASSERT_TRUE(test::Eventually([this] { return !PathOf(kReadable).empty(); }));
     AddPeers();
     Do([this] { value = FromHex("0d"); });
     EXPECT_EQ(Peer("ReadValue", kReadable), "0d");

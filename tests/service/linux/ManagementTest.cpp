@@ -125,7 +125,7 @@ TEST(ManagementBytes, AreDecoded)
     EXPECT_THAT(features->instances, ElementsAre(5, 4));
     EXPECT_FALSE(DecodeAdvertisingFeatures(FromHex("7ff00100 1f1f 05 02 05")));
 
-    // As kernel 6.1 told of it, on either side.
+    // Recorded with kernel 6.1, on either side of a connection.
     const auto byPeer = DecodeDeviceConnected(FromHex("00000001aa0001000000000000"));
     ASSERT_TRUE(byPeer);
     EXPECT_EQ(byPeer->address, 0x00AA01000000U);

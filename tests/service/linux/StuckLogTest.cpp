@@ -78,7 +78,7 @@ struct Lines {
     int missing = 0;
 };
 
-TEST(StuckLogTest, DelaysNobodyAndReportsLostLines)
+TEST(StuckLogTest, DelaysNoCallerAndReportsLostLines)
 {
     constexpr int kLines = 20'000;
     const LogLevel before = log::wantedLevel.exchange(LogLevel::kInfo);

@@ -131,7 +131,7 @@ await_ready
 kill "$id"
 wait "$id" || complain "without standard streams it does not end well"
 
-# Nobody reads its log: it says no less, and ends as soon.
+# A service whose log is not read answers as before, and ends in time.
 mkfifo "$folder/unread"
 rm "$folder/ready"
 exec 8<>"$folder/unread"
