@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace pelacon;  // NOLINT(google-build-using-namespace)
+using namespace pelacon;
 
 /// Each operation writes two lines; without a sink their cost should be negligible.
 void LogLineWithoutSink(benchmark::State& state)

@@ -25,9 +25,9 @@
  * 1. Every operation except Scan and those for connection errors is one request to the service,
  *    with a time-out of 5 s unless stated otherwise.
  * 2. An operation that cannot be sent (the library is not started) or is not answered (the service
- * is not running, does not answer in time, or ends meanwhile) returns the value that is given after
- *    "Unanswered" and changes no argument. The result does not show which of these happened, nor
- *    whether the service answered with this very value; the log does.
+ *    is not running, does not answer in time, or ends meanwhile) returns the value that is given
+ *    after "Unanswered" and changes no argument. The result does not show which of these happened,
+ *    nor whether the service answered with this very value; the log does.
  * 3. Operations marked "serialised" run one after the other, also while one of them waits for its
  *    answer (creating and destroying a soft AP: up to 20 s). Operations that register or unregister
  *    an object also wait while an object of the same class is being called on another thread.

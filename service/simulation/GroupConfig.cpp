@@ -35,7 +35,9 @@ bool IsIpAddress(std::string_view text)
 void ReadCreation(json::Fields& fields, CreationConfig& creation)
 {
     fields.Read("ms", creation.delay, 0ms, 10min);
-    if (const auto fails = fields.Optional("fails"); fails && fails->Bool()) {
+    bool fails = false;
+    fields.Read("fails", fails);
+    if (fails) {
         creation.outcome = radio::GroupOutcome::kFailed;
     }
 }

@@ -12,7 +12,7 @@ namespace pelacon::test {
 
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 Mailbox<std::int32_t>& States()
 {

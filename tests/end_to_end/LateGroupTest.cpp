@@ -19,7 +19,7 @@ namespace pelacon::test {
 
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 constexpr auto kShortWait = 40ms;
 constexpr auto kFullWait = 20s;

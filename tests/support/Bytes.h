@@ -62,7 +62,7 @@ class Bytes {
 
     std::size_t Size() const { return bytes_.size(); }
 
-    operator const ByteVector&() const { return bytes_; }  // NOLINT(google-explicit-constructor)
+    operator const ByteVector&() const { return bytes_; }
 
   private:
     Bytes& Number(std::uint64_t value, int width)

@@ -102,7 +102,7 @@ void Threads::Reset()
 
 void pelacon::os::StartDetachedThread(std::function<void()> body)
 {
-    using namespace pelacon::test;  // NOLINT(google-build-using-namespace)
+    using namespace pelacon::test;
     ThreadMode mode{};
     {
         const std::lock_guard lock(TheState().mutex);

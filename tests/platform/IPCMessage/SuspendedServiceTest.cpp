@@ -90,8 +90,7 @@ TEST_F(SuspendedServiceTest, AFullBacklogDoesNotDelayStop)
     StartClient();
     std::thread callers(
         [&] { OnThreads(4, [&](std::size_t) { EXPECT_FALSE(IsServed(*client)); }); });
-    std::this_thread::sleep_for(
-        50ms);  // gives them time to reach their wait, which nothing reports
+    std::this_thread::sleep_for(50ms);  // gives the callers time to reach their waits
     const auto stop = [&] {
         return Duration([&] {
             client->UnRegisterMessageCallbackAll();

@@ -7,7 +7,7 @@ namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
-using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace bluetooth;
 using protocol::ParseUuid;
 using testing::ElementsAre;
 using testing::IsEmpty;

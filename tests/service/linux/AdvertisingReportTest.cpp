@@ -7,7 +7,7 @@ namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
-using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace bluetooth;
 using Kind = AdvertisingReport::Kind;
 using Part = AdvertisingReport::Part;
 

@@ -12,7 +12,7 @@ namespace {
 using nlohmann::json;
 using testing::Contains;
 using testing::ElementsAre;
-using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace bluetooth;
 
 /// Notes what it hears, one line each.
 class Notes : public dbus::ObjectMirror::Observer {

@@ -14,7 +14,7 @@ namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
-using namespace dbus;  // NOLINT(google-build-using-namespace)
+using namespace dbus;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 

@@ -15,7 +15,7 @@
 
 namespace pelacon::service::linux_radios::tests {
 
-using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace bluetooth;
 
 /// A test body runs without the scheduler's lock, and takes it with Locked.
 class FaceTest : public testing::Test, protected BluezFixture {

@@ -48,7 +48,7 @@ class TheGattPeers : public GattTest, private GattPeers::Observer {
     std::unique_ptr<GattPeers> peers;
 };
 
-TEST_F(TheGattPeers, AreThoseThatConnectedByThemselves)
+TEST_F(TheGattPeers, AreDevicesThatConnectedByThemselves)
 {
     AddDevice();
     SendConnected("00000000");
@@ -60,7 +60,7 @@ TEST_F(TheGattPeers, AreThoseThatConnectedByThemselves)
     EXPECT_FALSE(Do([this] { return peers->IsConnected(kAddress); }));
 }
 
-TEST_F(TheGattPeers, AreNotThoseThatThisMachineConnectedTo)
+TEST_F(TheGattPeers, DoNotIncludeDevicesThatThisMachineConnectedTo)
 {
     AddDevice();
     AddDevice("hci0/dev_2", "00:00:00:00:00:02");
@@ -70,7 +70,7 @@ TEST_F(TheGattPeers, AreNotThoseThatThisMachineConnectedTo)
     EXPECT_TRUE(Sees({"+ of another"}));
 }
 
-TEST_F(TheGattPeers, AreNotThoseThatALinkOfOursHas)
+TEST_F(TheGattPeers, DoNotIncludeDevicesOfALink)
 {
     AddDevice();
     bool isUp = false;
@@ -88,7 +88,7 @@ TEST_F(TheGattPeers, AreNotThoseThatALinkOfOursHas)
     EXPECT_TRUE(Sees({"+ of another"}));
 }
 
-TEST_F(TheGattPeers, AreThoseThatUseAServiceOfOurs)
+TEST_F(TheGattPeers, IncludeDevicesThatUseAService)
 {
     AddDevice();
     SendConnected("08000000");

@@ -197,7 +197,7 @@ TEST_F(AGattServer, DoesNotTryAgainToShowAServiceThatBluezRefuses)
     Locked([this] { EXPECT_THAT(service->Subscribers(kNotifying), IsEmpty()); });
 }
 
-TEST_F(AGattServer, SaysThatThereIsNoAdapter)
+TEST_F(AGattServer, ReportsThatThereIsNoAdapter)
 {
     bluetoothd->Kill();
     ASSERT_TRUE(Eventually([this] { return !host->Picture().isThere; }));
@@ -220,7 +220,7 @@ TEST_F(AGattServer, ReportsPeersThatComeAndGo)
     });
 }
 
-TEST_F(AGattServer, KnowsThePeersThatCameBefore)
+TEST_F(AGattServer, HasThePeersThatConnectedBefore)
 {
     ShowToPeers();
     Locked([this] {
@@ -234,7 +234,7 @@ TEST_F(AGattServer, KnowsThePeersThatCameBefore)
         [this] { return server->IsConnected(kAddress) && server->IsConnected(kOther); }));
 }
 
-TEST_F(AGattServer, AsksTheOwnerForValuesAndHandsItWhatIsWritten)
+TEST_F(AGattServer, ReadsFromItsOwnerAndPassesWrittenValuesOn)
 {
     ShowToPeers();
     Locked([this] { value = FromHex("0a0b"); });
@@ -301,7 +301,7 @@ TEST_F(AGattServer, NotifiesOnePeerOnlyIfNoOtherSubscribed)
     EXPECT_TRUE(Eventually([this] { return service->Subscribers(kNotifying).empty(); }));
 }
 
-TEST_F(AGattServer, SaysWhoDidNotGetAnIndication)
+TEST_F(AGattServer, ReportsWhichPeersGotNoIndication)
 {
     ShowToPeers();
     Subscribe(kIndicating);

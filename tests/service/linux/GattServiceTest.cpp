@@ -232,7 +232,7 @@ TEST_F(AGattService, NotifiesThoseThatSubscribed)
     EXPECT_THAT(Subscribers(kNotifying), ElementsAre());
 }
 
-TEST_F(AGattService, HasBluezTakeNotificationsBeforeMoreAreSent)
+TEST_F(AGattService, SendsMoreNotificationsOnceBluezHasReceivedTheFirst)
 {
     ShowToPeers();
     Subscribe(kNotifying);
@@ -354,7 +354,7 @@ TEST_F(AGattService, EndsWhatItSendsWithTheBus)
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
-TEST_F(AGattService, IsForBluezOnly)
+TEST_F(AGattService, RefusesCallsOfOtherPrograms)
 {
     ShowToPeers();
     StandIn other("bluez.py");  // which does not get the name

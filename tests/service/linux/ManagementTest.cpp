@@ -8,7 +8,7 @@ namespace pelacon::service::linux_radios::tests {
 
 namespace {
 
-using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace bluetooth;
 using Status = ManagementStatus;
 using testing::ElementsAre;
 
@@ -86,7 +86,7 @@ TEST_F(AManagementSocket, DeliversEvents)
 {
     sockets.Send(FromHex("23000100010005"));
     sockets.Send(FromHex("2300"));
-    sockets.Send(FromHex("2300010009000 5"));
+    sockets.Send(FromHex("23000100090005"));
     sockets.Send(FromHex("24000100010005"));
     ASSERT_TRUE(Eventually([this] { return events.size() == 2; }));
     EXPECT_THAT(events, ElementsAre(0x23, 0x24));

@@ -15,7 +15,7 @@
 
 namespace pelacon::service::linux_radios::tests {
 
-using namespace bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace bluetooth;
 
 class StackTest : public LoopTest, protected BluezFixture {
   protected:

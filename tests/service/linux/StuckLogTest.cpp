@@ -16,7 +16,7 @@
 namespace pelacon::service::tests {
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 
 /// While this lives, standard error is a pipe that is full.
 class FullStandardError {

@@ -13,7 +13,7 @@ namespace pelacon::ctl {
 
 namespace {
 
-using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::chrono_literals;
 using test::ByteVector;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
