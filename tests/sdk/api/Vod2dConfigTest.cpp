@@ -1,9 +1,7 @@
-#include "Vod2dMembers.h"
-
 #include <PelaconSDK/Vod2dApi.h>
 #include <protocol/ServiceStatus.h>
-#include <service/radio/Channels.h>
-#include <service/radio/WifiCards.h>
+#include <tests/sdk/api/Vod2dMembers.h>
+#include <tests/sdk/api/Vod2dRecords.h>
 #include <tests/support/SdkTest.h>
 
 #include <cstring>
@@ -18,15 +16,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t kGetSelf = 0xD70034;
-constexpr std::int32_t kSetPeer = 0xD70035;
-constexpr std::int32_t kIncrease = 0xD70036;
-constexpr std::int32_t kDecrease = 0xD70037;
-constexpr std::int32_t kCoexist = 0xD7007D;
-constexpr std::int32_t kRecommend = 0xD7007E;
-constexpr std::int32_t kScene = 0xD70080;
-constexpr std::int32_t kGuid = 0xD70082;
-
 // What members are called with where it does not matter.
 std::uint8_t anyBlob[512];
 char anyText[256];
@@ -37,35 +26,6 @@ Vod2dWifiCfgCallback cfgTable;
 WifiCardStateCallback cardTable;
 Vod2dConnNotifyRequest connRequest;
 char ifName[] = "wlan0";
-
-Vod2dUpperScene Scene()
-{
-    Vod2dUpperScene scene{};
-    const ByteVector data = Counting(16);
-    std::copy(data.begin(), data.end(), scene.data);
-    scene.scene = -9;
-    return scene;
-}
-
-ByteVector SceneRequest(const std::string& name, std::int32_t length)
-{
-    return Bytes().Text(name, 32).I32(length).Raw(Counting(16)).I32(-9);
-}
-
-ByteVector SelfReply(const ByteVector& data, std::int32_t length, std::int32_t status)
-{
-    return Bytes().Raw(data, 512).I32(length).I32(status);
-}
-
-ByteVector CoexistReply(const std::string& data, std::int32_t length, std::int32_t status)
-{
-    return Bytes().Text(data, 256).I32(length).I32(status);
-}
-
-ByteVector CardReply(const ByteVector& entries, std::int32_t count, std::int32_t status)
-{
-    return Bytes().Raw(entries, 40).I32(count).I32(status);
-}
 
 // ---- What all members share, by rows.
 
@@ -379,155 +339,8 @@ TEST_F(SdkTest, ARecommendationWithoutAReplyReportsAnEvent)
     EXPECT_EQ(Threads::Started(), 0);
 }
 
-// ---- Values that the library names as the service uses them
-
-static_assert(int{kWifiSuccess} == int{protocol::kStatusDone});
-static_assert(int{kWifiIsOff} == int{protocol::kStatusRadioOff});
-static_assert(int{kWifiBusy} == int{protocol::kStatusBusy});
-static_assert(int{kWifiInvalidArgument} == int{protocol::kStatusInvalidArgument});
-static_assert(int{kWifiNotFound} == int{protocol::kStatusNotFound});
-static_assert(int{kWifiNotPermitted} == int{protocol::kStatusNotPermitted});
-static_assert(int{kWifiNotSupported} == int{protocol::kStatusNotSupported});
-static_assert(int{kWifiInterrupted} == int{protocol::kStatusInterrupted});
-
-constexpr bool Is(service::radio::CardState ours, WifiCardState theirs)
-{
-    return static_cast<std::int32_t>(ours) == theirs;
-}
-static_assert(Is(service::radio::CardState::kAbsent, kWifiCardAbsent));
-static_assert(Is(service::radio::CardState::kOff, kWifiCardOff));
-static_assert(Is(service::radio::CardState::kOn, kWifiCardOn));
-
-constexpr bool Is(service::radio::Band ours, Vod2dBand theirs)
-{
-    return static_cast<std::int32_t>(ours) == theirs;
-}
-static_assert(Is(service::radio::Band::k24GHz, kVod2dBand24GHz));
-static_assert(Is(service::radio::Band::k5GHz, kVod2dBand5GHz));
-
-// ---- The scene, and the name of an interface
-
-TEST_F(SdkTest, AnInterfaceNameMayLeaveRoomForItsNulOnly)
-{
-    channel.Reply(kScene, Bytes().I32(0));
-    std::string name(31, 'w');
-    EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(name.data(), 31, Scene()), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kScene, SceneRequest(name, 31), 5000));
-}
-
-TEST_F(SdkTest, AnInterfaceNameThatDoesNotFitIsCut)
-{
-    channel.Reply(kScene, Bytes().I32(0));
-    for (const std::size_t length : {32U, 33U, 60U, 5000U}) {
-        channel.ForgetSent();
-        std::string name(length, 'w');
-        const auto given = static_cast<std::int32_t>(length);
-        EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(name.data(), given, Scene()), 0);
-        EXPECT_THAT(channel.OnlyRequest(),
-                    RequestIs(kScene, SceneRequest(std::string(31, 'w'), given), 5000));
-        EXPECT_EQ(channel.OnlyRequest().item.length, 56U);
-    }
-}
-
-TEST_F(SdkTest, AnInterfaceNameEndsWithItsLength)
-{
-    channel.Reply(kScene, Bytes().I32(0));
-    EXPECT_EQ(Vod2dApi::Vod2dSetUpperScene(ifName, 0, Scene()), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kScene, SceneRequest("", 0), 5000));
-}
-
-static_assert(sizeof(Vod2dUpperScene) == 20);
-static_assert(offsetof(Vod2dUpperScene, scene) == 16);
-static_assert(sizeof(RecommendChannelRequest) == 68);
-static_assert(sizeof(RecommendChannelResponse) == 24);
-static_assert(sizeof(Vod2dConnNotifyRequest) == 32);
-static_assert(sizeof(WifiCardStateInfo) == 8);
-
-TEST_F(SdkTest, TheGuidIsAlwaysThirtyNineBytes)
-{
-    const std::string guid = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
-    ASSERT_EQ(guid.size(), 38U);
-    channel.Reply(kGuid, Bytes().I32(99).Text(guid, 39).U8(0xEE).I32(3));
-    char buffer[64];
-    std::memset(buffer, 0x5A, sizeof buffer);
-    EXPECT_EQ(Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 64, buffer), 3) << "whatever the status";
-    EXPECT_STREQ(buffer, guid.c_str());
-    EXPECT_EQ(buffer[39], 0x5A);
-}
-
-TEST_F(SdkTest, TheGuidNeedsThirtyNineBytes)
-{
-    constexpr auto kFunction = "Vod2dApi::GetGuidByInterfaceName";
-    channel.Reply(kGuid, Bytes().I32(0).Text("{}", 39).U8(0).I32(0));
-    char buffer[40];
-    std::memset(buffer, 0x5A, sizeof buffer);
-    EXPECT_EQ(Vod2dApi::GetGuidByInterfaceName("wlan0", 5, 38, buffer), -16);
-    EXPECT_EQ(buffer[38], 0x5A);
-    EXPECT_THAT(LogLines::All(), ElementsAre(Start(kFunction), Line(4, "memcpy failed!", kFunction),
-                                             End(kFunction)));
-    channel.ForgetSent();
-    EXPECT_EQ(Vod2dApi::GetGuidByInterfaceName("eth", 0, 39, buffer), 0);
-    EXPECT_THAT(channel.OnlyRequest(), RequestIs(kGuid, Bytes().U8(0), 5000));
-}
-
-// ---- Card states
-
-TEST_F(SdkTest, OneCardStateIsCopied)
-{
-    channel.Reply(kSetCardState, CardReply(Bytes().I32(2).I32(1), 1, 0));
-    WifiCardStateInfo cards[2] = {{2, 0}, {77, 77}};
-    std::int32_t count = 77;
-    EXPECT_EQ(
-        Vod2dApi::Vod2dSetWifiCardStateNotify(cards, &count, &Lasting<WifiCardStateCallback>()), 0);
-    EXPECT_EQ(cards[0].card, 2);
-    EXPECT_EQ(cards[0].state, 1);
-    EXPECT_EQ(cards[1].card, 77);
-    EXPECT_EQ(count, 1);
-}
-
-TEST_F(SdkTest, NoCardStateLeavesTheRecordAsItWas)
-{
-    channel.Reply(kSetCardState, CardReply({}, 0, 0));
-    WifiCardStateInfo cards{2, 5};
-    std::int32_t count = 77;
-    EXPECT_EQ(
-        Vod2dApi::Vod2dSetWifiCardStateNotify(&cards, &count, &Lasting<WifiCardStateCallback>()),
-        0);
-    EXPECT_EQ(cards.state, 5);
-    EXPECT_EQ(count, 0);
-}
-
-TEST_F(SdkTest, MoreThanOneCardStateDoesNotFit)
-{
-    constexpr auto kFunction = "Vod2dApi::Vod2dSetWifiCardStateNotify";
-    for (const std::int32_t impossible : {2, 5, 2147483647, -1, 0x20000001, -2147483647 - 1}) {
-        ForgetWhatHappened();
-        channel.Reply(kSetCardState, CardReply(Counting(40), impossible, 0));
-        WifiCardStateInfo cards[2] = {{2, 5}, {77, 77}};
-        std::int32_t count = 77;
-        EXPECT_EQ(
-            Vod2dApi::Vod2dSetWifiCardStateNotify(cards, &count, &Lasting<WifiCardStateCallback>()),
-            -16)
-            << impossible;
-        EXPECT_EQ(count, 77);
-        EXPECT_EQ(cards[0].card, 0) << "zeroed";
-        EXPECT_EQ(cards[1].card, 77);
-        EXPECT_THAT(
-            LogLines::All(),
-            ElementsAre(Start(kFunction), Line(4, "memcpy failed!", kFunction), End(kFunction)));
-    }
-}
-
-TEST_F(SdkTest, ARefusedCardStateLeavesEverythingAsItWas)
-{
-    channel.Reply(kSetCardState, CardReply(Counting(40), 1, 7));
-    WifiCardStateInfo cards{2, 5};
-    std::int32_t count = 77;
-    EXPECT_EQ(Vod2dApi::Vod2dSetWifiCardStateNotify(&cards, &count, &cardTable), 7);
-    EXPECT_EQ(cards.card, 2);
-    EXPECT_EQ(cards.state, 5);
-    EXPECT_EQ(count, 77);
-}
+// The other statuses: protocol/ServiceStatus.h
+static_assert(kWifiSuccess == +protocol::kStatusDone);
 
 }  // namespace
 
