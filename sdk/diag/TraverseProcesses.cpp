@@ -52,4 +52,9 @@ void TryTraverseProcesses(const char* function) noexcept
     }
 }
 
+void ForgetTraversals() noexcept
+{
+    threadsStarted = 0;
+}
+
 }  // namespace pelacon

@@ -11,4 +11,7 @@ void TraverseProcesses();
 /// As TraverseProcesses, but a thread that cannot be created is logged under the caller's name.
 void TryTraverseProcesses(const char* function) noexcept;
 
+/// Begins to count anew. For tests: the library does not call it.
+void ForgetTraversals() noexcept;
+
 }  // namespace pelacon

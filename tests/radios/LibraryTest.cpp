@@ -1,7 +1,7 @@
 // The library with a service on a real stack (hci0), and LibraryPeer on another one (hci1). Run in
 // the virtual machine, by tests/library.sh, which gives the peer's address.
 #include <PelaconSDK/PelaconSDK.h>
-#include <service/linux/bluetooth/Address.h>
+#include <service/linux/HardwareAddress.h>
 #include <tests/radios/LibraryPeer.h>
 #include <tests/radios/SmallClient.h>
 
@@ -69,7 +69,7 @@ BtGattClientCallbacksC clientCallbacks{
 std::uint64_t PeerAddress()
 {
     const char* const text = std::getenv("PEER");
-    return service::linux_radios::bluetooth::ParseAddress(text != nullptr ? text : "").value_or(0);
+    return service::linux_radios::ParseAddress(text != nullptr ? text : "").value_or(0);
 }
 
 class WithRealRadios : public testing::Test {

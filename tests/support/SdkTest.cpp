@@ -1,5 +1,6 @@
 #include <LogHelper/KvLogger.h>
 #include <PelaconSDK/PelaconSvc.h>
+#include <sdk/diag/TraverseProcesses.h>
 #include <tests/support/SdkTest.h>
 #include <voevent/VoEvent.h>
 
@@ -15,6 +16,7 @@ void StoppedSdkTest::SetUp()
     Copies::Reset();
     Processes::Reset();
     Threads::Reset();
+    ForgetTraversals();
     ForgetWhatHappened();
 }
 
