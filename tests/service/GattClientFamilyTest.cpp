@@ -362,15 +362,23 @@ TEST_F(GattClientFamilyTest, ARunningRequestEndsWithItsConnection)
     GattCaller client(*program);
     client.StartToConnect(kSlow);
     client.Outcome();
-    auto searching = std::async(std::launch::async, [&] { return client.Search(); });
-    EXPECT_EQ(searching.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    const auto requests = [this] {
+        return Command({{"command", "status"}})["counters"]["requests"].get<int>();
+    };
+    const auto search = [&] {
+        const int before = requests();
+        auto answer = std::async(std::launch::async, [&] { return client.Search(); });
+        EXPECT_TRUE(Eventually([&] { return requests() > before; }));
+        EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+        return answer;
+    };
+    auto searching = search();
     EXPECT_EQ(client.Disconnect(), kStatusDone);
     EXPECT_EQ(searching.get(), kStatusNotConnected);
 
     client.StartToConnect(kSlow);
     client.Outcome();
-    searching = std::async(std::launch::async, [&] { return client.Search(); });
-    EXPECT_EQ(searching.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    searching = search();
     EXPECT_EQ(client.UnRegister(), kStatusDone);
     EXPECT_EQ(searching.get(), kStatusNotConnected);
 }

@@ -1,5 +1,8 @@
 // What all requests of WifiSystemApi share, by rows.
 #include <PelaconSDK/WifiSystemApi.h>
+#include <sdk/ipc/IPCMessageSender.h>
+#include <sdk/ipc/SoftApListeners.h>
+#include <sdk/ipc/WifiStateListeners.h>
 #include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
@@ -300,7 +303,16 @@ bool LogsTimeout(const Row& row)
     return row.timeoutMs == 20000;
 }
 
-class WifiSystemApiRows : public SdkTest, public ::testing::WithParamInterface<Row> {};
+class WifiSystemApiRows : public SdkTest, public ::testing::WithParamInterface<Row> {
+  protected:
+    void TearDown() override
+    {
+        Registry<SoftApListeners>().SetSoftApConnectStatus(nullptr);
+        Registry<SoftApListeners>().RemoveSoftApNotificationCallback(&DeafOnes());
+        Registry<WifiStateListeners>().RemoveWifiStateChangeCallback(&DeafOnes());
+        SdkTest::TearDown();
+    }
+};
 class WifiSystemApiStoppedRows : public StoppedSdkTest,
                                  public ::testing::WithParamInterface<Row> {};
 
