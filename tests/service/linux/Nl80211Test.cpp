@@ -178,8 +178,8 @@ TEST(ALoad, IsTheBusyPartOfTheTime)
     const auto time = [](std::uint64_t active) {
         return Attribute(NL80211_SURVEY_INFO_TIME, OctetsOf(active));
     };
-    const auto busy = [](std::uint64_t milliseconds) {
-        return Attribute(NL80211_SURVEY_INFO_TIME_BUSY, OctetsOf(milliseconds));
+    const auto busy = [](std::uint64_t active) {
+        return Attribute(NL80211_SURVEY_INFO_TIME_BUSY, OctetsOf(active));
     };
     EXPECT_EQ(load(time(125) + busy(50)), 40);
     EXPECT_EQ(load(time(125) + busy(0)), 0);
