@@ -74,9 +74,9 @@ else()
 endif()
 
 # The build tree is laid out like an installed one, so that programs can be run from it.
-set(PELACON_STAGE "${CMAKE_BINARY_DIR}/stage")
+set(PELACON_STAGE "${PROJECT_BINARY_DIR}/stage")
 
-# pelacon_stage(<target>) puts a program or library into the stage, at its installed path.
+# pelacon_stage(<target> <folder>) puts a program or library into this folder of the stage.
 function(pelacon_stage target folder)
     get_target_property(type ${target} TYPE)
     set(program_folder ${folder})
@@ -89,24 +89,27 @@ function(pelacon_stage target folder)
         ARCHIVE_OUTPUT_DIRECTORY "${PELACON_STAGE}/${folder}")
 endfunction()
 
-# The path of the installed service executable. After a restart announcement the library searches for
-# a process that runs from exactly this path. A build with tests uses the path in its own stage, where
-# its tests restart the service; do not install such a build.
-if(PELACON_BUILD_TESTS)
-    set(_pelacon_service_path "${PELACON_STAGE}/libexec/pelacon/PelaconService${CMAKE_EXECUTABLE_SUFFIX}")
-    if(WIN32)
-        if(CMAKE_CROSSCOMPILING)
-            string(PREPEND _pelacon_service_path "Z:")  # Wine's drive for the root folder
-        endif()
-        string(REPLACE "/" "\\" _pelacon_service_path "${_pelacon_service_path}")
-    endif()
-elseif(WIN32)
-    set(_pelacon_service_path "C:\\Program Files\\Karvell\\Tavimo\\PelaconService.exe")
-else()
-    set(_pelacon_service_path "${CMAKE_INSTALL_FULL_LIBEXECDIR}/pelacon/PelaconService")
+# After a restart announcement the library searches for a process that runs from PELACON_SERVICE_PATH.
+# Where a user does not set it, it is a fixed path on Windows, and elsewhere relative to the library's
+# own folder, so that an installed tree may be moved.
+if("$CACHE{PELACON_SERVICE_PATH}" MATCHES "stage.libexec.pelacon")
+    unset(PELACON_SERVICE_PATH CACHE)  # an earlier version of this file cached its own choice
 endif()
-set(PELACON_SERVICE_PATH "${_pelacon_service_path}" CACHE STRING
-    "Full path of the installed service executable")
+if(NOT PELACON_SERVICE_PATH AND WIN32)
+    set(PELACON_SERVICE_PATH "C:\\Program Files\\Karvell\\Tavimo\\PelaconService.exe")
+    set(PELACON_SERVICE_DESTINATION .)
+    if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT AND PROJECT_IS_TOP_LEVEL)
+        set(CMAKE_INSTALL_PREFIX "C:/Program Files/Karvell/Tavimo" CACHE PATH
+            "Folder to install into" FORCE)
+    endif()
+elseif(NOT PELACON_SERVICE_PATH)
+    set(PELACON_SERVICE_DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/pelacon)
+    file(RELATIVE_PATH PELACON_SERVICE_PATH "${CMAKE_INSTALL_FULL_LIBDIR}"
+        "${CMAKE_INSTALL_FULL_LIBEXECDIR}/pelacon/PelaconService")
+else()
+    string(REPLACE "\\" "/" PELACON_SERVICE_DESTINATION "${PELACON_SERVICE_PATH}")
+    cmake_path(GET PELACON_SERVICE_DESTINATION PARENT_PATH PELACON_SERVICE_DESTINATION)
+endif()
 
 # The account whose service a client trusts, besides root and the user's own.
 set(PELACON_SERVICE_ACCOUNT "pelacon" CACHE STRING "Account that a system-wide service runs as")

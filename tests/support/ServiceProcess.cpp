@@ -16,6 +16,18 @@ namespace pelacon::test {
 
 namespace {
 
+/// The library of this process, and of those that it starts, expects the service in the stage. The
+/// first call must come before any thread is started; later calls do nothing.
+void ExpectTheStagedService()
+{
+    static const bool isSet = [] {
+        std::filesystem::path path = std::filesystem::absolute(ServicePath());
+        SetVariable("PELACON_SERVICE_PATH", path.make_preferred().string());
+        return true;
+    }();
+    static_cast<void>(isSet);
+}
+
 std::string WriteWorld(const std::string& world)
 {
     const std::filesystem::path file =
@@ -32,6 +44,7 @@ ServiceProcess::ServiceProcess(std::optional<std::string> world, std::string pro
     : program_(std::move(program)), options_(std::move(options))
 {
     UseOwnRuntimeFolder();
+    ExpectTheStagedService();
     if (world) {
         worldFile_ = WriteWorld(*world);
     }

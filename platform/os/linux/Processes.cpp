@@ -1,6 +1,9 @@
+#include <os/Environment.h>
 #include <os/Processes.h>
 #include <os/Singleton.h>
 
+#include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -56,6 +59,17 @@ fs::path Resolved(const fs::path& path)
     std::error_code error;
     fs::path resolved = fs::canonical(path, error);
     return error ? path : resolved;
+}
+
+/// The folder of the library, or of the program that this code is linked into.
+fs::path FolderOfThisLibrary()
+{
+    Dl_info here{};
+    link_map* module = nullptr;
+    static const char inThisLibrary = 0;
+    dladdr1(&inThisLibrary, &here, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP);
+    const bool isLibrary = module != nullptr && module->l_name[0] != '\0';
+    return Resolved(isLibrary ? module->l_name : "/proc/self/exe").parent_path();
 }
 
 /// The contents of a file up to this character. Programs that another thread starts meanwhile do
@@ -119,9 +133,15 @@ std::uint32_t CurrentProcessId()
 
 const std::string& ServiceInstallPath()
 {
-    // As the kernel names the executables of processes.
     static constinit Singleton<const std::string> path;
-    return path.Get([] { return new std::string(Resolved(PELACON_SERVICE_PATH).string()); });
+    return path.Get([] {
+        const fs::path expected = EnvironmentVariable("PELACON_SERVICE_PATH")
+                                      .value_or(FolderOfThisLibrary() / PELACON_SERVICE_PATH);
+        // As the kernel names the executables of processes.
+        std::error_code error;
+        const fs::path resolved = fs::weakly_canonical(expected, error);
+        return new std::string((error ? expected : resolved).string());
+    });
 }
 
 bool VisitProcessPaths(

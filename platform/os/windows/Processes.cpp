@@ -1,3 +1,4 @@
+#include <os/Environment.h>
 #include <os/Processes.h>
 #include <os/Utf8.h>
 #include <os/windows/Handle.h>
@@ -53,7 +54,8 @@ std::uint32_t CurrentProcessId()
 
 const std::string& ServiceInstallPath()
 {
-    static const std::string& path = *new std::string(PELACON_SERVICE_PATH);
+    static const std::string& path = *new std::string(
+        EnvironmentVariable("PELACON_SERVICE_PATH").value_or(PELACON_SERVICE_PATH));
     return path;
 }
 
