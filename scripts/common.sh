@@ -33,8 +33,9 @@ Elsewhere install by hand what README.md lists, and build with CMake."
 }
 
 build_packages=(g++ cmake ninja-build pkg-config ccache libcli11-dev nlohmann-json3-dev
-    libnl-genl-3-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
-    dbus python3-dbus python3-gi)
+    libnl-genl-3-dev libsystemd-dev libgtest-dev libgmock-dev dbus python3-dbus python3-gi)
+
+bench_packages=(libbenchmark-dev)
 
 # To build and run the virtual machine of tests/radios.
 radio_packages=(qemu-system-x86 mmdebstrap kmod cpio zstd e2fsprogs python3)
@@ -46,11 +47,11 @@ mingw_packages=(g++-mingw-w64-x86-64-posix)
 # Makes objects independent of the tree's path, so that clones share the compiler's cache.
 export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 
-# configure PRESET: quick if configured before; prints the reason of a failure.
+# configure PRESET [OPTION...]: quick if configured before; prints the reason of a failure.
 configure() {
     local log="build/$1/configure.log"
     mkdir -p "build/$1"
-    cmake --preset "$1" >"$log" 2>&1 || {
+    cmake --preset "$@" >"$log" 2>&1 || {
         cat "$log" >&2
         fail "Configuring the build failed; the lines above say why."
     }
