@@ -1,12 +1,15 @@
-/* Connection errors, and the callback for them. For WifiSystemApi.h. */
+/* Connection errors, and the callback for them. For WifiSystemApi.h and
+ * WifiSystem.h. */
 #ifndef PELACONSDK_ERRORLISTENER_H
 #define PELACONSDK_ERRORLISTENER_H
 
 #include <PelaconSDK/Export.h>
 
 #ifdef __cplusplus
-
 #include <string>
+#endif
+
+PELACON_C_BEGIN
 
 /* A connection error. Any other value is delivered too, with the text "unknow". */
 enum PELACON_ENUM(ConnectErrorCode) {
@@ -14,6 +17,22 @@ enum PELACON_ENUM(ConnectErrorCode) {
     kConnectGoAlreadyExist = 0x10000001, /* "go already exist": a soft AP or group exists */
     kConnectBleSendFail = 0x20000000,    /* "ble send fail" */
 };
+
+/* One error, in C. */
+typedef struct ErrorDetailC {
+    int64_t time; /* of posting, in units of 100 ns since 1970-01-01 00:00 UTC */
+    ConnectErrorCode code;
+    const char* message; /* the code's text; valid during the call, as the record is */
+} ErrorDetailC;
+
+/* Called as ErrorListener is. */
+typedef struct ErrorListenerC {
+    void (*onError)(const ErrorDetailC* detail);
+} ErrorListenerC;
+
+PELACON_C_END
+
+#ifdef __cplusplus
 
 /* One error. */
 struct ErrorDetail {

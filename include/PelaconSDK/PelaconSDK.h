@@ -16,9 +16,9 @@
  * 4. The library keeps pointers to callback tables and listener objects. They must stay valid until
  *    they are unregistered and no call of them is running.
  * 5. No operation throws for a failure: results say what happened. Nothing is retried.
- * 6. In C each operation is a plain function; in C++ it is also a member of a class. (The Wi-Fi
- *    system API is for C++ only.) No exception leaves a plain function: where memory runs out, it
- *    returns its value for a library that is not started. A pthread_cancel of the calling thread
+ * 6. In C each operation is a plain function; in C++ it is also a member of a class. No exception
+ *    leaves a plain function: where memory runs out, it returns its value for a library that is not
+ *    started. A pthread_cancel of the calling thread
  *    takes effect when the function returns. A thread inside a C++ member must not be cancelled. */
 #ifndef PELACONSDK_PELACONSDK_H
 #define PELACONSDK_PELACONSDK_H
@@ -31,6 +31,7 @@
 #include <PelaconSDK/Diagnostics.h>
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/Vod2dApi.h>
+#include <PelaconSDK/WifiSystem.h>
 #include <PelaconSDK/WifiSystemApi.h>
 
 #endif /* PELACONSDK_PELACONSDK_H */

@@ -1,13 +1,15 @@
 /* The soft access point that phones join: its record, and the callbacks for it. For
- * WifiSystemApi.h. */
+ * WifiSystemApi.h and WifiSystem.h. */
 #ifndef PELACONSDK_SOFTAP_H
 #define PELACONSDK_SOFTAP_H
 
 #include <PelaconSDK/Export.h>
 
 #ifdef __cplusplus
-
 #include <string>
+#endif
+
+PELACON_C_BEGIN
 
 /* The service's result of creating or destroying a soft AP (SoftAPInfo::errorCode,
  * SystemDestroySoftAP, GetSoftApError). Other values are the service's own. */
@@ -36,8 +38,53 @@ enum PELACON_ENUM(SoftApBand) {
     kSoftApBand5G = 2,
 };
 
-/* A soft AP, for SystemCreateSoftAP: the application sets the two request members, and an answer
- * fills all others. Texts are in the encoding of the service, which is UTF-8. */
+/* The status of the soft AP's advertisement. */
+enum PELACON_ENUM(SoftApAdvertisementStatus) {
+    kSoftApAdvertisementStopped = 0,
+    kSoftApAdvertisementStarted = 1,
+    kSoftApAdvertisementMoved = 2, /* to another channel */
+};
+
+/* The complete advertisement. Every service sends the status; the other fields are as
+ * PelaconService sends them, and zero where a service sends less. */
+typedef struct SoftApAdvertisementState {
+    uint32_t status; /* as in OnAdvertisementStatus */
+    int32_t channel; /* 0 when stopped */
+    char ssid[32];   /* NUL-terminated when shorter than 32 bytes */
+} SoftApAdvertisementState;
+
+/* A soft AP, for WifiSystemCreateSoftAP: the application sets the two request members, and an
+ * answer fills all others. Texts end with a NUL. */
+typedef struct SoftAPInfoC {
+    char ssid[33];         /* out: network name */
+    char password[257];    /* out: pass phrase */
+    char ipAddress[17];    /* out: IPv4 address of the soft AP, dotted */
+    uint8_t mac[6];        /* out: the interface's address, first octet first */
+    uint8_t channel;       /* out: the soft AP's channel */
+    uint8_t band;          /* out: the soft AP's band, a SoftApBand */
+    uint8_t requestedBand; /* in: the requested band, a SoftApBand */
+    int32_t purpose;       /* in: the purpose, an EGoPurpose */
+    int32_t errorCode;     /* out: the service's result, a SoftApResult */
+} SoftAPInfoC;
+
+/* Called as ISoftApConnectStatus is. */
+typedef struct SoftApConnectStatusCallbacksC {
+    void (*onConnectStatus)(int32_t status);
+} SoftApConnectStatusCallbacksC;
+
+/* Called as ISoftAPNotification is. */
+typedef struct SoftApNotificationCallbacksC {
+    void (*onAdvertisementStatus)(uint32_t status);
+    void (*onAdvertisementState)(const SoftApAdvertisementState* state);
+    void (*onDeviceConnectionStatus)(uint32_t status);
+} SoftApNotificationCallbacksC;
+
+PELACON_C_END
+
+#ifdef __cplusplus
+
+/* A soft AP, for WifiSystemApi::SystemCreateSoftAP: the application sets the two request members,
+ * and an answer fills all others. Texts are in the encoding of the service, which is UTF-8. */
 struct SoftAPInfo {
     std::string ssid;        /* out: network name, at most 32 bytes */
     std::string password;    /* out: pass phrase, at most 255 bytes */
@@ -64,21 +111,6 @@ class PELACON_INTERFACE ISoftApConnectStatus {
     virtual void OnConnectStatus(int32_t status) = 0;
 
     virtual ~ISoftApConnectStatus() = default;
-};
-
-/* The status of the soft AP's advertisement. */
-enum PELACON_ENUM(SoftApAdvertisementStatus) {
-    kSoftApAdvertisementStopped = 0,
-    kSoftApAdvertisementStarted = 1,
-    kSoftApAdvertisementMoved = 2, /* to another channel */
-};
-
-/* The complete advertisement. Every service sends the status; the other fields are as
- * PelaconService sends them, and zero where a service sends less. */
-struct SoftApAdvertisementState {
-    uint32_t status; /* as in OnAdvertisementStatus */
-    int32_t channel; /* 0 when stopped */
-    char ssid[32];   /* NUL-terminated when shorter than 32 bytes */
 };
 
 /* Called on changes of the soft AP's advertisement, and when devices connect or disconnect. */

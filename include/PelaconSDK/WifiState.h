@@ -1,10 +1,11 @@
-/* The Wi-Fi switch, channels and bands, and the callbacks for them. For WifiSystemApi.h. */
+/* The Wi-Fi switch, channels and bands, and the callbacks for them. For WifiSystemApi.h and
+ * WifiSystem.h. */
 #ifndef PELACONSDK_WIFISTATE_H
 #define PELACONSDK_WIFISTATE_H
 
 #include <PelaconSDK/Export.h>
 
-#ifdef __cplusplus
+PELACON_C_BEGIN
 
 /* The result of EnableWifi. Other values are the service's own. */
 enum PELACON_ENUM(SystemApiEnableWifiResult) {
@@ -27,6 +28,20 @@ enum PELACON_ENUM(WifiFrequenceType) {
     kWifiFrequence24G = 0,
     kWifiFrequence5G = 1,
 };
+
+/* Called as IWifiStateChangeNotification is. */
+typedef struct WifiStateCallbacksC {
+    void (*onWifiStateChanged)(int32_t state);
+} WifiStateCallbacksC;
+
+/* Called as WifiRealMonitorStateCallBack is. */
+typedef struct WifiChannelCallbacksC {
+    void (*onConnectChannel)(int32_t channel);
+} WifiChannelCallbacksC;
+
+PELACON_C_END
+
+#ifdef __cplusplus
 
 /* The application implements the two classes below. The library keeps the pointer only;
  * WifiSystemApi.h says how long an object must live. Objects are called on the receive thread, and

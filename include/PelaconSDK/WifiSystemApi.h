@@ -1,5 +1,6 @@
 /* The Wi-Fi system API: the computer's soft access point (soft AP), the channels that it shares
- * with a paired phone, the Wi-Fi switch, connection errors, and a scan for networks. C++ only. */
+ * with a paired phone, the Wi-Fi switch, connection errors, and a scan for networks. For C++; the C
+ * form is in WifiSystem.h. */
 #ifndef PELACONSDK_WIFISYSTEMAPI_H
 #define PELACONSDK_WIFISYSTEMAPI_H
 
@@ -7,6 +8,7 @@
 #include <PelaconSDK/Export.h>
 #include <PelaconSDK/SoftAp.h>
 #include <PelaconSDK/WifiState.h>
+#include <PelaconSDK/WifiSystem.h>
 
 #ifdef __cplusplus
 

@@ -22,6 +22,13 @@ struct WhenThrown {
     const char* function;
 };
 
+template <>
+struct WhenThrown<void> {
+    WhenThrown(const char* name = __builtin_FUNCTION()) : function(name) {}
+
+    const char* function;
+};
+
 /// Runs the body of a C entry point. An exception (std::bad_alloc) is logged. A pthread_cancel,
 /// which C++ code does not survive everywhere, waits until this returns.
 template <typename Body>
@@ -35,7 +42,9 @@ auto CEntry(WhenThrown<std::invoke_result_t<Body>> whenThrown, const Body& body)
     } catch (...) {
         diag::Log(kLogFailure, whenThrown.function, "exception");
     }
-    return whenThrown.result;
+    if constexpr (!std::is_void_v<std::invoke_result_t<Body>>) {
+        return whenThrown.result;
+    }
 }
 
 /// An entry point that does what a member does.

@@ -1,6 +1,7 @@
 // Channels of the phone and of this computer.
 #include <PelaconSDK/WifiSystemApi.h>
 #include <protocol/WifiChannels.h>
+#include <sdk/api/BothForms.h>
 #include <sdk/api/Utils.h>
 #include <sdk/api/WifiCall.h>
 
@@ -9,28 +10,38 @@
 
 using namespace pelacon;
 
-void WifiSystemApi::GetPCChannelList(std::string& channels24G, std::string& channels5G,
-                                     int& current)
+bool pelacon::ReadPcChannels(std::string& channels24G, std::string& channels5G, int& current)
 {
-    WifiCall("WifiSystemApi::GetPCChannelList")
+    return WifiCall("WifiSystemApi::GetPCChannelList", false)
         .Send(protocol::kGetPCChannelList, {}, [&](const protocol::PcChannelsReply& reply) {
             channels24G = protocol::TextIn(reply.first);
             channels5G = protocol::TextIn(reply.second);
             current = reply.value;
-            return protocol::Nothing{};
+            return true;
         });
+}
+
+bool pelacon::ReadPcChannels(std::list<int>& channels24G, std::list<int>& channels5G, int& current)
+{
+    return WifiCall("WifiSystemApi::GetPCSupportChannelList", false)
+        .Send(protocol::kGetPCSupportChannelList, {}, [&](const protocol::PcChannelsReply& reply) {
+            channels24G = Utils::SplitNumbers(protocol::TextIn(reply.first));
+            channels5G = Utils::SplitNumbers(protocol::TextIn(reply.second));
+            current = reply.value;
+            return true;
+        });
+}
+
+void WifiSystemApi::GetPCChannelList(std::string& channels24G, std::string& channels5G,
+                                     int& current)
+{
+    ReadPcChannels(channels24G, channels5G, current);
 }
 
 void WifiSystemApi::GetPCSupportChannelList(std::list<int>& channels24G, std::list<int>& channels5G,
                                             int& current)
 {
-    WifiCall("WifiSystemApi::GetPCSupportChannelList")
-        .Send(protocol::kGetPCSupportChannelList, {}, [&](const protocol::PcChannelsReply& reply) {
-            channels24G = Utils::SplitNumbers(protocol::TextIn(reply.first));
-            channels5G = Utils::SplitNumbers(protocol::TextIn(reply.second));
-            current = reply.value;
-            return protocol::Nothing{};
-        });
+    ReadPcChannels(channels24G, channels5G, current);
 }
 
 void WifiSystemApi::SetPhoneCurrentChannel(int channel)

@@ -2,6 +2,7 @@
 #include <PelaconSDK/WifiSystemApi.h>
 #include <karvell_secure_c/securec.h>
 #include <protocol/SoftAp.h>
+#include <sdk/api/BothForms.h>
 #include <sdk/api/WifiCall.h>
 #include <sdk/diag/TraverseProcesses.h>
 #include <sdk/diag/VoviewDataReport.h>
@@ -65,7 +66,7 @@ std::string Joined(const std::list<std::string>& texts)
 
 }  // namespace
 
-int WifiSystemApi::SystemCreateSoftAP(SoftAPInfo& info)
+int pelacon::CreateSoftAp(SoftAPInfo& info, bool& answered)
 {
     RadioCall call("WifiSystemApi::SystemCreateSoftAP", kCreateTimedOut,
                    "SystemCreateSoftAP timeout");
@@ -74,9 +75,16 @@ int WifiSystemApi::SystemCreateSoftAP(SoftAPInfo& info)
     request.requestInt = info.requestInt;
     return call.Send(protocol::kSystemCreateSoftAP, request,
                      [&](const protocol::SoftApInfoMessage& reply) {
+                         answered = true;
                          Fill(info, reply, call);
                          return info.errorCode;
                      });
+}
+
+int WifiSystemApi::SystemCreateSoftAP(SoftAPInfo& info)
+{
+    bool answered = false;
+    return CreateSoftAp(info, answered);
 }
 
 int WifiSystemApi::SystemDestroySoftAP(EGoPurpose purpose)

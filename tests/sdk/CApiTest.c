@@ -194,6 +194,95 @@ static void CallVod2dConfig(Failed failed)
     Expect("Vod2dOrvidSharedlinkDecrease", Vod2dOrvidSharedlinkDecrease(), failed.wifi);
 }
 
+/* Tables that stay with the library for good. */
+static SoftApConnectStatusCallbacksC connectTable;
+static WifiChannelCallbacksC channelTable;
+
+static void CallSoftAp(void)
+{
+    SoftApNotificationCallbacksC table = {NULL, NULL, NULL};
+    const char* types[] = {"phone", "tablet"};
+    SoftAPInfoC info;
+    char text[64];
+    int32_t channel = 0;
+    memset(&info, 0, sizeof info);
+    Expect("WifiSystemCreateSoftAP", WifiSystemCreateSoftAP(&info), -1);
+    Expect("WifiSystemDestroySoftAP", WifiSystemDestroySoftAP(kGoPurposeAny), -1);
+    Expect("WifiSystemRefreshSoftAPChannel", WifiSystemRefreshSoftAPChannel(), 0);
+    Expect("WifiSystemGetSoftAPChannel", WifiSystemGetSoftAPChannel(), 0);
+    Expect("WifiSystemCheckMySoftAPExist", WifiSystemCheckMySoftAPExist(), false);
+    Expect("WifiSystemGetSSID", WifiSystemGetSSID(text, sizeof text), 0);
+    WifiSystemChangeSSIDAndPasswd();
+    Expect("WifiSystemGetSoftApError", WifiSystemGetSoftApError(), -1);
+    Expect("WifiSystemGetLegacyAPIP", WifiSystemGetLegacyAPIP(text, sizeof text), 0);
+    Expect("WifiSystemIsAPConnected", WifiSystemIsAPConnected(&channel, text, sizeof text), false);
+    Expect("WifiSystemSetPairDeviceModelName", WifiSystemSetPairDeviceModelName("model"), false);
+    Expect("WifiSystemGetPairDeviceModelName", WifiSystemGetPairDeviceModelName(text, sizeof text),
+           0);
+    Expect("WifiSystemSetListProductType", WifiSystemSetListProductType(types, 2), false);
+    Expect("WifiSystemGetRestartMobileHotpotFlag", WifiSystemGetRestartMobileHotpotFlag(), false);
+    WifiSystemSetRestartMobileHotpotFlag(true);
+    Expect("WifiSystemRestartWiFiDirectVirtualAdapter",
+           WifiSystemRestartWiFiDirectVirtualAdapter(true), false);
+    Expect("WifiSystemGetRestartCount", WifiSystemGetRestartCount(), 0);
+    Expect("WifiSystemGetWakeUpRestartCount", WifiSystemGetWakeUpRestartCount(), 0);
+    WifiSystemResetWakeUpCount();
+    Expect("WifiSystemGetAdapterIndex", WifiSystemGetAdapterIndex(), 0);
+    Expect("WifiSystemGetAdapterGuid", WifiSystemGetAdapterGuid(text, sizeof text), 0);
+    WifiSystemRegistSoftApConnectStatus(&connectTable);
+    Expect("WifiSystemRegisterSoftApNotificationEventCallback",
+           WifiSystemRegisterSoftApNotificationEventCallback(&table), -1);
+    Expect("WifiSystemUnRegisterSoftApNotificationEventCallback",
+           WifiSystemUnRegisterSoftApNotificationEventCallback(&table), -1);
+
+    Expect("WifiSystemCreateSoftAP(NULL)", WifiSystemCreateSoftAP(NULL), -1);
+    Expect("WifiSystemGetSSID(NULL)", WifiSystemGetSSID(NULL, 1), -1);
+    Expect("WifiSystemSetListProductType(-1)", WifiSystemSetListProductType(types, -1), false);
+}
+
+static void CallChannels(void)
+{
+    char texts[2][258];
+    int32_t channels[2][64];
+    int32_t counts[2] = {64, 64};
+    int32_t current = 0;
+    Expect("WifiSystemGetPCChannelList",
+           WifiSystemGetPCChannelList(texts[0], 258, texts[1], 258, &current), false);
+    Expect("WifiSystemGetPCSupportChannelList",
+           WifiSystemGetPCSupportChannelList(channels[0], &counts[0], channels[1], &counts[1],
+                                             &current),
+           false);
+    WifiSystemSetPhoneCurrentChannel(36);
+    Expect("WifiSystemGetRecordPhoneChannel", WifiSystemGetRecordPhoneChannel(), 0);
+    WifiSystemAddPhoneSupportChannel(36);
+    WifiSystemAddPhoneSupport24Channel(6);
+    WifiSystemRemovePhoneSupportChannels();
+    Expect("WifiSystemGetRecordPhoneChannelList",
+           WifiSystemGetRecordPhoneChannelList(channels[0], 64), 0);
+    Expect("WifiSystemGetRecordPhone24GChannelList",
+           WifiSystemGetRecordPhone24GChannelList(channels[0], 64), 0);
+    Expect("WifiSystemGetPhoneChannelList", WifiSystemGetPhoneChannelList(texts[0], 258), 0);
+    WifiSystemCheckIsSet5GFailed();
+    Expect("WifiSystemRepickChannelWithoutEffect", WifiSystemRepickChannelWithoutEffect(true), 0);
+    Expect("WifiSystemSetAPFrequence", WifiSystemSetAPFrequence(true), 0);
+    Expect("WifiSystemGetFrequenceType", WifiSystemGetFrequenceType(36), kWifiFrequenceUnknown);
+    Expect("WifiSystemIs5GChannel", WifiSystemIs5GChannel(36), false);
+    Expect("WifiSystemIs24GChannel", WifiSystemIs24GChannel(6), false);
+    Expect("WifiSystemGetFrequencyFromChannel", WifiSystemGetFrequencyFromChannel(36), 0);
+}
+
+static void CallWifiSwitch(void)
+{
+    WifiStateCallbacksC table = {NULL};
+    Expect("WifiSystemEnableWifi", WifiSystemEnableWifi(true), kEnableWifiNoAnswer);
+    Expect("WifiSystemGetWifiState", WifiSystemGetWifiState(), kWifiStateUnknown);
+    Expect("WifiSystemRegistWifiStateChangeCallback",
+           WifiSystemRegistWifiStateChangeCallback(&table), false);
+    Expect("WifiSystemUnRegistWifiStateChangeCallback",
+           WifiSystemUnRegistWifiStateChangeCallback(&table), false);
+    WifiSystemRegistWifiChannelCallback(&channelTable);
+}
+
 static void CallEverything(Failed failed)
 {
     CallBleManager(failed);
@@ -203,6 +292,9 @@ static void CallEverything(Failed failed)
     CallGattServer(failed);
     CallVod2dGroup(failed);
     CallVod2dConfig(failed);
+    CallSoftAp();
+    CallChannels();
+    CallWifiSwitch();
 }
 
 /* What needs neither the library to be started nor a service. */
@@ -278,6 +370,35 @@ static void TakeLinesAndEvents(void)
     Expect("event", counted.lastEvent, 954082006);
 }
 
+static int errorsReceived = 0;
+
+static void TakeError(const ErrorDetailC* detail)
+{
+    Expect("the error's code", detail->code, kConnectBleSendFail);
+    Expect("the error's text", strcmp(detail->message, "ble send fail"), 0);
+    ++errorsReceived;
+}
+
+/* The system decides what a scan returns. DestroyInstance waits for what is queued. */
+static void ScanAndTakeErrors(void)
+{
+    static ErrorListenerC listener = {TakeError};
+    static ErrorListenerC other = {NULL};
+    char text[64];
+    printf("WifiSystemScan: %d\n", WifiSystemScan());
+    Expect("WifiSystemGetErrorString",
+           WifiSystemGetErrorString(kConnectBleSendFail, text, sizeof text), 13);
+    Expect("the text of an error", strcmp(text, "ble send fail"), 0);
+    Expect("WifiSystemRegistListener", WifiSystemRegistListener(&listener), true);
+    Expect("WifiSystemRegistListener again", WifiSystemRegistListener(&listener), false);
+    Expect("WifiSystemRegistListener(NULL)", WifiSystemRegistListener(NULL), false);
+    Expect("WifiSystemUnregistListener of another", WifiSystemUnregistListener(&other), false);
+    WifiSystemPostNotification(kConnectBleSendFail);
+    Expect("WifiSystemDestroyInstance", WifiSystemDestroyInstance(), true);
+    Expect("errors", errorsReceived, 1);
+    Expect("WifiSystemDestroyInstance again", WifiSystemDestroyInstance(), false);
+}
+
 int main(void)
 {
     ReadAdvertisingData();
@@ -289,6 +410,7 @@ int main(void)
     TakeLinesAndEvents();
     Expect("PelaconSvcStop", PelaconSvcStop(), 0);
     CallEverything(refused);
+    ScanAndTakeErrors();
     Expect("PelaconSvcStop again", PelaconSvcStop(), 0);
     return failures == 0 ? 0 : 1;
 }
