@@ -9,6 +9,9 @@ namespace pelacon::test {
 
 namespace {
 
+constexpr auto kSensor = PELACON_EXAMPLES "heart_rate_sensor" PELACON_EXAMPLES_SUFFIX;
+constexpr auto kDisplay = PELACON_EXAMPLES "heart_rate_display" PELACON_EXAMPLES_SUFFIX;
+
 class HeartRateExample : public ::testing::Test {
   protected:
     static ChildProcess::Options WithInput()
@@ -23,9 +26,9 @@ class HeartRateExample : public ::testing::Test {
 
 TEST_F(HeartRateExample, TheDisplayFindsTheSensor)
 {
-    ChildProcess sensor(PELACON_SENSOR_EXAMPLE, {}, WithInput());
+    ChildProcess sensor(kSensor, {}, WithInput());
     ASSERT_TRUE(sensor.WaitForOutput("serving\n"));
-    ChildProcess display(PELACON_DISPLAY_EXAMPLE, {"3"});
+    ChildProcess display(kDisplay, {"3"});
     EXPECT_EQ(display.NextLine(), "sensor at body location 1");
     for (int i = 0; i < 3; ++i) {
         EXPECT_THAT(*display.NextLine(), ::testing::MatchesRegex("6. beats per minute, .* kJ"));
@@ -40,15 +43,15 @@ TEST_F(HeartRateExample, TheDisplayFindsTheSensor)
 
 TEST_F(HeartRateExample, TheDisplayReconnectsToTheSensor)
 {
-    ChildProcess display(PELACON_DISPLAY_EXAMPLE, {});
+    ChildProcess display(kDisplay, {});
     {
-        ChildProcess sensor(PELACON_SENSOR_EXAMPLE, {}, WithInput());
+        ChildProcess sensor(kSensor, {}, WithInput());
         EXPECT_TRUE(display.WaitForOutput("beats per minute"));
         sensor.Kill();
     }
     EXPECT_TRUE(display.WaitForOutput("no sensor\n"));
     const std::string before = display.Output();
-    ChildProcess sensor(PELACON_SENSOR_EXAMPLE, {}, WithInput());
+    ChildProcess sensor(kSensor, {}, WithInput());
     EXPECT_TRUE(Eventually([&] {
         return display.Output().find("beats per minute", before.size()) != std::string::npos;
     }));
@@ -57,10 +60,10 @@ TEST_F(HeartRateExample, TheDisplayReconnectsToTheSensor)
 TEST_F(HeartRateExample, WithoutAServiceBothFailWithAMessage)
 {
     service.End();
-    ChildProcess sensor(PELACON_SENSOR_EXAMPLE, {}, WithInput());
+    ChildProcess sensor(kSensor, {}, WithInput());
     EXPECT_EQ(sensor.Wait(), 1);
     EXPECT_THAT(sensor.Errors(), ::testing::HasSubstr("cannot register: -9"));
-    ChildProcess display(PELACON_DISPLAY_EXAMPLE, {});
+    ChildProcess display(kDisplay, {});
     EXPECT_EQ(display.Wait(), 1);
     EXPECT_THAT(display.Errors(), ::testing::HasSubstr("is PelaconService running?"));
 }

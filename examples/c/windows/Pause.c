@@ -1,0 +1,8 @@
+#include "../Wait.h"
+
+#include <windows.h>
+
+void Pause(void)
+{
+    Sleep(10);
+}
