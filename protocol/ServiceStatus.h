@@ -1,6 +1,7 @@
 // What the service answers when it does not do what was asked.
 #pragma once
 
+#include <PelaconSDK/BleStatus.h>
 #include <PelaconSDK/SoftAp.h>
 #include <PelaconSDK/WifiStatus.h>
 
@@ -25,14 +26,32 @@ enum ServiceStatus : std::int32_t {
     kStatusInterrupted = 11,     ///< the service was ended or restarted meanwhile
 };
 
-// Applications see some of them under names of their own.
-static_assert(kStatusRadioOff == +kWifiIsOff && kStatusRadioOff == +kSoftApWifiOff);
-static_assert(kStatusBusy == +kWifiBusy && kStatusBusy == +kSoftApOtherPurpose);
-static_assert(kStatusInvalidArgument == +kWifiInvalidArgument);
-static_assert(kStatusNotFound == +kWifiNotFound && kStatusNotFound == +kSoftApNotExisting);
-static_assert(kStatusNotPermitted == +kWifiNotPermitted);
-static_assert(kStatusNotSupported == +kWifiNotSupported &&
+// Applications see them under names of their own.
+static_assert(kStatusRadioOff == +kBleStatusRadioOff && kStatusRadioOff == +kWifiIsOff &&
+              kStatusRadioOff == +kSoftApWifiOff);
+static_assert(kStatusUnknownId == +kBleStatusUnknownId && kStatusUnknownId == +kWifiUnknownId);
+static_assert(kStatusBusy == +kBleStatusBusy && kStatusBusy == +kWifiBusy &&
+              kStatusBusy == +kSoftApOtherPurpose);
+static_assert(kStatusLimitReached == +kBleStatusLimitReached &&
+              kStatusLimitReached == +kWifiLimitReached &&
+              kStatusLimitReached == +kSoftApLimitReached);
+static_assert(kStatusInvalidArgument == +kBleStatusInvalidArgument &&
+              kStatusInvalidArgument == +kWifiInvalidArgument &&
+              kStatusInvalidArgument == +kSoftApInvalidArgument);
+static_assert(kStatusNotConnected == +kBleStatusNotConnected &&
+              kStatusNotConnected == +kWifiNotConnected);
+static_assert(kStatusNotFound == +kBleStatusNoSuchItem && kStatusNotFound == +kWifiNotFound &&
+              kStatusNotFound == +kSoftApNotExisting);
+static_assert(kStatusNotPermitted == +kBleStatusNotPermitted &&
+              kStatusNotPermitted == +kWifiNotPermitted &&
+              kStatusNotPermitted == +kSoftApNotPermitted);
+static_assert(kStatusPeerUnreachable == +kBleStatusUnreachable &&
+              kStatusPeerUnreachable == +kWifiUnreachable &&
+              kStatusPeerUnreachable == +kSoftApUnreachable);
+static_assert(kStatusNotSupported == +kBleStatusNotSupported &&
+              kStatusNotSupported == +kWifiNotSupported &&
               kStatusNotSupported == +kSoftApNotPossible);
-static_assert(kStatusInterrupted == +kWifiInterrupted && kStatusInterrupted == +kSoftApInterrupted);
+static_assert(kStatusInterrupted == +kBleStatusInterrupted &&
+              kStatusInterrupted == +kWifiInterrupted && kStatusInterrupted == +kSoftApInterrupted);
 
 }  // namespace pelacon::protocol

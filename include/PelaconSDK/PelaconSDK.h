@@ -30,6 +30,8 @@
 #include <PelaconSDK/BleScanner.h>
 #include <PelaconSDK/Diagnostics.h>
 #include <PelaconSDK/PelaconSvc.h>
+#include <PelaconSDK/Status.h>
+#include <PelaconSDK/Version.h>
 #include <PelaconSDK/Vod2dApi.h>
 #include <PelaconSDK/WifiSystem.h>
 #include <PelaconSDK/WifiSystemApi.h>

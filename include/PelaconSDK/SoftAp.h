@@ -14,12 +14,17 @@ PELACON_C_BEGIN
 /* The service's result of creating or destroying a soft AP (SoftAPInfo::errorCode,
  * SystemDestroySoftAP, GetSoftApError). Other values are the service's own. */
 enum PELACON_ENUM(SoftApResult) {
+    kSoftApNoReply = -1, /* refused by the library, or no answer: the outcome is not known */
     kSoftApSuccess = 0,
-    kSoftApWifiOff = 1,      /* Wi-Fi is switched off */
-    kSoftApOtherPurpose = 3, /* it was created for another purpose */
-    kSoftApNotExisting = 7,  /* there is none to destroy */
-    kSoftApNotPossible = 10, /* not supported, or no channel suits both sides */
-    kSoftApInterrupted = 11, /* it was destroyed, or the service was ended, before it was up */
+    kSoftApWifiOff = 1,         /* Wi-Fi is switched off */
+    kSoftApOtherPurpose = 3,    /* it was created for another purpose */
+    kSoftApLimitReached = 4,    /* the radio has no room for one */
+    kSoftApInvalidArgument = 5, /* the service does not accept a value */
+    kSoftApNotExisting = 7,     /* there is none to destroy */
+    kSoftApNotPermitted = 8,    /* the system does not allow it */
+    kSoftApUnreachable = 9,     /* the radio did not answer in time */
+    kSoftApNotPossible = 10,    /* not supported, or no channel suits both sides */
+    kSoftApInterrupted = 11,    /* it was destroyed, or the service was ended, before it was up */
     kSoftApAlreadyExists = 0x10000001, /* there is one already; as kConnectGoAlreadyExist */
 };
 

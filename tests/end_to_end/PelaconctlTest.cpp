@@ -18,6 +18,7 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
 
@@ -202,6 +203,23 @@ TEST_F(PelaconctlBt, ConnectedReportsWhetherADeviceIsConnected)
               "C0:00:00:00:00:01 is not connected.\n");
     EXPECT_EQ(Reported({"bt", "connected", "020000000099"}),
               (nlohmann::json{{"address", "02:00:00:00:00:99"}, {"connected", false}}));
+}
+
+TEST_F(PelaconctlBt, VersionNamesProgramLibraryAndService)
+{
+    const std::string version = PelaconGetVersion();
+    EXPECT_THAT(OutputOf({"--version"}), MatchesRegex("pelaconctl .*\n.*library +" + version +
+                                                      "\n.*service +" + version + "\n"));
+    const nlohmann::json record = nlohmann::json::parse(OutputOf({"--json", "--version"}));
+    EXPECT_EQ(record["library"], version);
+    EXPECT_EQ(record["service"], version);
+}
+
+TEST_F(PelaconctlBt, VersionSaysThatThereIsNoService)
+{
+    service.End();
+    EXPECT_THAT(OutputOf({"--version"}), HasSubstr("PelaconService is not running"));
+    EXPECT_EQ(nlohmann::json::parse(OutputOf({"--json", "--version"}))["service"], nullptr);
 }
 
 TEST_F(PelaconctlBt, JsonMayStandBeforeTheCommand)

@@ -320,6 +320,19 @@ static void ReadAdvertisingData(void)
            kBleStatusNotFound);
 }
 
+static void ReadVersionAndStatus(void)
+{
+    char version[32];
+    snprintf(version, sizeof version, "%d.%d.%d", PELACON_VERSION_MAJOR, PELACON_VERSION_MINOR,
+             PELACON_VERSION_PATCH);
+    Expect("PelaconGetVersionNumber", PelaconGetVersionNumber(), PELACON_VERSION_NUMBER);
+    Expect("PelaconGetVersion", strncmp(PelaconGetVersion(), version, strlen(version)), 0);
+    Expect("PelaconStatusName",
+           strcmp(PelaconStatusName(kPelaconStatusBle, kBleStatusNoReply), "kBleStatusNoReply"), 0);
+    Expect("PelaconStatusText",
+           strcmp(PelaconStatusText(kPelaconStatusWifi, kWifiIsOff), "the radio is off"), 0);
+}
+
 typedef struct Counted {
     int lines;
     int startLines;
@@ -402,6 +415,7 @@ static void ScanAndTakeErrors(void)
 int main(void)
 {
     ReadAdvertisingData();
+    ReadVersionAndStatus();
     CallEverything(refused);
     Expect("PelaconSvcStop before the start", PelaconSvcStop(), 0);
     Expect("PelaconSvcStart", PelaconSvcStart(), 0);

@@ -3,34 +3,11 @@
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/LibrarySession.h>
 #include <tools/pelaconctl/Spinner.h>
-#include <tools/pelaconctl/Text.h>
 #include <tools/pelaconctl/UntilInterrupt.h>
 
 #include <string>
 
 namespace pelacon::ctl {
-
-namespace {
-
-/// Why the service refused a request.
-std::string ReasonOf(std::int32_t status)
-{
-    return NameOf(status,
-                  {{protocol::kStatusRadioOff, "the radio is off"},
-                   {protocol::kStatusUnknownId, "the id is unknown"},
-                   {protocol::kStatusBusy, "that is in progress already, or not possible now"},
-                   {protocol::kStatusLimitReached, "there are as many of these as it allows"},
-                   {protocol::kStatusInvalidArgument, "a value is not valid"},
-                   {protocol::kStatusNotConnected, "the peer is not connected"},
-                   {protocol::kStatusNotFound, "it was not found"},
-                   {protocol::kStatusNotPermitted, "that is not permitted"},
-                   {protocol::kStatusPeerUnreachable, "the peer or the radio did not answer"},
-                   {protocol::kStatusNotSupported, "the radio does not support it"},
-                   {protocol::kStatusInterrupted, "it was restarted in the meantime"}},
-                  "for an unknown reason");
-}
-
-}  // namespace
 
 LibrarySession::LibrarySession()
 {
@@ -92,7 +69,8 @@ void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& 
         throw Failure(ExitStatus::kFailed,
                       "The library refused to send the request to " + request + code);
     }
-    throw Failure(status, "PelaconService refused to " + request + ": " + ReasonOf(result) + code);
+    throw Failure(status, "PelaconService refused to " + request + ": " +
+                              PelaconStatusText(kPelaconStatusBle, result) + code);
 }
 
 void FailForNoAnswer(const std::string& request)

@@ -1,11 +1,14 @@
 // pelaconctl: Bluetooth and Wi-Fi from the command line, through PelaconService.
+#include <PelaconSDK/PelaconSDK.h>
 #include <os/CommandLine.h>
 #include <tools/pelaconctl/Console.h>
+#include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/UntilInterrupt.h>
 #include <tools/pelaconctl/commands/Commands.h>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <exception>
@@ -81,6 +84,29 @@ std::string HelpText(const CLI::App& program)
     return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
+std::string HeaderVersion()
+{
+    return std::to_string(PELACON_VERSION_MAJOR) + "." + std::to_string(PELACON_VERSION_MINOR) +
+           "." + std::to_string(PELACON_VERSION_PATCH);
+}
+
+/// The versions of this program, of the library that it runs with, and of the service.
+void ReportVersions(const Console& console)
+{
+    nlohmann::ordered_json service;
+    std::string line;
+    try {
+        service = pelacon::ctl::Control({{"command", "status"}})["version"];
+        line = service.get<std::string>();
+    } catch (const Failure& failure) {
+        line = failure.what();
+    }
+    console.Report(
+        {{"pelaconctl", HeaderVersion()}, {"library", PelaconGetVersion()}, {"service", service}},
+        "pelaconctl " + HeaderVersion() +
+            console.Rows({{"library", PelaconGetVersion()}, {"service", line}}));
+}
+
 int Fail(ExitStatus status, const std::string& sentence)
 {
     std::cerr << "pelaconctl: " << sentence << '\n';
@@ -101,6 +127,9 @@ int Run(std::vector<std::string> arguments)
         "--json", [&console] { console.SetJson(true); },
         "Write JSON, one object per line; with any command, before or after it");
 
+    program.set_version_flag("--version", std::string(),
+                             "Show the versions of this program, the library and the service");
+
     pelacon::ctl::AddBtCommand(program, console);
     pelacon::ctl::AddScanCommand(program, console);
     pelacon::ctl::AddAdvertiseCommand(program, console);
@@ -120,6 +149,9 @@ int Run(std::vector<std::string> arguments)
     } catch (const CLI::CallForHelp&) {
         console.SetJson(false);  // help is text
         console.Say(HelpText(program));
+        return static_cast<int>(ExitStatus::kDone);
+    } catch (const CLI::CallForVersion&) {
+        ReportVersions(console);
         return static_cast<int>(ExitStatus::kDone);
     } catch (const CLI::ParseError& error) {
         return Fail(ExitStatus::kUsage, UsageSentence(program, error));

@@ -26,20 +26,6 @@ void CheckSoftAp(std::int32_t result, const std::string& request)
           "computer and the phone support. See: pelaconctl wifi channels"}});
 }
 
-/// The last result of creating or destroying, for `ap status`.
-std::string ResultText(std::int32_t result)
-{
-    return NameOf(result,
-                  {{kSoftApSuccess, "success"},
-                   {kSoftApWifiOff, "Wi-Fi was off"},
-                   {kSoftApAlreadyExists, "a soft AP existed already"},
-                   {kSoftApNotExisting, "there was no soft AP"},
-                   {kSoftApOtherPurpose, "it was created for another purpose"},
-                   {kSoftApInterrupted, "destroyed before it was ready"},
-                   {kSoftApNotPossible, "not possible"}},
-                  "code " + std::to_string(result));
-}
-
 /// Destroys a soft AP that may still be under creation, so that it does not appear after this
 /// program has ended.
 void CancelCreation(std::int32_t purpose, const Console& console)
@@ -114,11 +100,12 @@ void ShowStatus(const Console& console)
     }
     const std::string where = exists ? "There is a soft AP on " + ChannelText(channel) + "."
                                      : std::string("There is no soft AP. The next one will use:");
-    std::vector<Console::Row> rows{{"Name", ssid},
-                                   {"Adapter", guid + ", index " + std::to_string(index)},
-                                   {"Restarts", std::to_string(restarts) + ", " +
-                                                    std::to_string(wakeUps) + " after a wake-up"},
-                                   {"Last result", ResultText(lastError)}};
+    std::vector<Console::Row> rows{
+        {"Name", ssid},
+        {"Adapter", guid + ", index " + std::to_string(index)},
+        {"Restarts",
+         std::to_string(restarts) + ", " + std::to_string(wakeUps) + " after a wake-up"},
+        {"Last result", PelaconStatusText(kPelaconStatusSoftAp, lastError)}};
     if (exists) {
         rows.insert(rows.begin() + 1, {"IP address", ipAddress});
     }
