@@ -2,6 +2,7 @@
 #include <os/CommandLine.h>
 #include <os/FileLimit.h>
 #include <os/Files.h>
+#include <os/ServiceManager.h>
 #include <os/Termination.h>
 #include <protocol/Operation.h>
 #include <service/RadioChoice.h>
@@ -204,6 +205,9 @@ void TellReady(const Options& options, const std::string& address)
     std::fflush(stdout);
     if (options.readyFd >= 0 && !os::WriteAndClose(options.readyFd, line)) {
         service::log::Warning("cannot write to file descriptor ", options.readyFd);
+    }
+    if (!os::NotifyReady()) {
+        service::log::Warning("cannot report to the service manager (NOTIFY_SOCKET)");
     }
 }
 
