@@ -22,6 +22,10 @@ constexpr std::chrono::seconds kNextTry{3};
 /// The same for a list that changed while it was read.
 constexpr std::chrono::milliseconds kSoon{10};
 
+/// Interfaces get their final names from the system just after they appear, which is no event of
+/// nl80211.
+constexpr std::chrono::seconds kUntilRenamed{1};
+
 }  // namespace
 
 KernelMirror::KernelMirror(Loop& loop, netlink::Endpoint endpoint, std::function<void()> changed)
@@ -65,6 +69,10 @@ void KernelMirror::Heard(const Message& event)
         return;
     }
     switch (event.command) {
+        case NL80211_CMD_NEW_INTERFACE:
+            renamed_ = loop_.After(kUntilRenamed, [this] { ReadAgain({false, true, false}); });
+            ReadAgain({false, true, false});
+            break;
         case NL80211_CMD_NEW_WIPHY:
         case NL80211_CMD_DEL_WIPHY:
         case NL80211_CMD_REG_CHANGE:
@@ -72,7 +80,6 @@ void KernelMirror::Heard(const Message& event)
         case NL80211_CMD_REG_BEACON_HINT:
             ReadAgain({true, true, false});
             break;
-        case NL80211_CMD_NEW_INTERFACE:
         case NL80211_CMD_DEL_INTERFACE:
         case NL80211_CMD_SET_INTERFACE:
         case NL80211_CMD_CONNECT:

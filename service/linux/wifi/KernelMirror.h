@@ -63,6 +63,7 @@ class KernelMirror {
     Interfaces interfaces_;
     Loads loads_;
     Loop::Timer next_;
+    Loop::Timer renamed_;
     netlink::Socket socket_;
 };
 

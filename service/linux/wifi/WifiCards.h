@@ -4,6 +4,7 @@
 #include <service/linux/wifi/Host.h>
 #include <service/radio/WifiCards.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,7 @@ namespace pelacon::service::linux_radios::wifi {
 
 class WifiCards : public radio::WifiCards {
   public:
-    explicit WifiCards(const Host& host) : host_(host), states_(host.GetPicture().cards) {}
+    explicit WifiCards(const Host& host);
 
     const std::vector<radio::CardState>& States() const override { return states_; }
     const std::vector<radio::WifiInterface>& Interfaces() const override
@@ -25,7 +26,8 @@ class WifiCards : public radio::WifiCards {
 
   private:
     const Host& host_;
-    std::vector<radio::CardState> states_;  // as many as there have ever been
+    std::vector<radio::CardState> states_;
+    std::size_t most_;  // cards that have been there at a time
 };
 
 }  // namespace pelacon::service::linux_radios::wifi

@@ -73,6 +73,16 @@ TEST_F(TheMirrorOfTheKernel, FollowsCardsAndInterfaces)
     ASSERT_TRUE(Eventually([this] { return mirror->AllCards().empty() && Interfaces().empty(); }));
 }
 
+TEST_F(TheMirrorOfTheKernel, HasTheNameThatAnInterfaceGetsAfterItsBeginning)
+{
+    Start();
+    kernel.SetCard(0);
+    kernel.SetInterface(4, "wlan0");
+    ASSERT_TRUE(Eventually([this] { return Interfaces().size() == 1; }));
+    kernel.RenameInterface(4, "wlp2s0");
+    ASSERT_TRUE(Eventually([this] { return Interfaces().front().first == "wlp2s0"; }));
+}
+
 TEST_F(TheMirrorOfTheKernel, HasTheLoadsAfterEachScan)
 {
     kernel.SetCard(0);

@@ -110,6 +110,12 @@ class WifiKernel {
         }
         Emit(kFamily, ssid.empty() ? NL80211_CMD_NEW_INTERFACE : NL80211_CMD_CONNECT, {});
     }
+    /// Without an event, as the kernel does it.
+    void RenameInterface(std::uint32_t index, const std::string& name)
+    {
+        const std::lock_guard lock(mutex_);
+        interfaces_.at(index).name = name;
+    }
     void RemoveInterface(std::uint32_t index)
     {
         {

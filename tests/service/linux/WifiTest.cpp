@@ -33,6 +33,11 @@ class RealWifi : public WifiHostTest {
     {
         return test::Eventually([&] { return Network() == network; });
     }
+    /// Waits until NetworkManager has been asked to switch.
+    void AwaitSwitch()
+    {
+        ASSERT_TRUE(test::Eventually([this] { return !manager->Do({{"do", "calls"}}).empty(); }));
+    }
     std::vector<CardState> States()
     {
         return Locked([this] { return radios->GetWifiCards().States(); });
@@ -159,7 +164,7 @@ TEST_F(RealWifi, ReportsASwitchWhenItShows)
     Start();
     manager->Do({{"do", "fail"}, {"method", "SetWirelessEnabled"}, {"idle", true}});
     Switch(false);
-    manager->Do({{"do", "calls"}});
+    AwaitSwitch();
     Locked([this] { EXPECT_THAT(outcomes, IsEmpty()) << "it was accepted only"; });
     manager->Do({{"do", "change"}, {"WirelessEnabled", false}});
     EXPECT_THAT(Outcomes(1), ElementsAre(Outcome::kDone));
@@ -236,7 +241,8 @@ TEST_F(RealWifi, FollowsNetworkManagerThatGoesAndComesBack)
     EXPECT_THAT(Status()["missing"][0], HasSubstr("NetworkManager"));
     manager->Do({{"do", "come"}, {"enabled", false}});
     ASSERT_TRUE(Eventually([this] { return !radios->GetWifi().IsOn(); }));
-    EXPECT_EQ(Status()["stack"], "NetworkManager 1.42.4");
+    EXPECT_TRUE(
+        Eventually([this] { return host->Describe()["stack"] == "NetworkManager 1.42.4"; }));
 }
 
 TEST_F(RealWifi, LosesNetworkManagerDuringASwitch)
@@ -246,7 +252,7 @@ TEST_F(RealWifi, LosesNetworkManagerDuringASwitch)
     Start();
     manager->Do({{"do", "fail"}, {"method", "SetWirelessEnabled"}, {"never", true}});
     Switch(false);
-    manager->Do({{"do", "calls"}});
+    AwaitSwitch();
     manager->Kill();
     EXPECT_THAT(Outcomes(1), ElementsAre(Outcome::kFailed));
     EXPECT_TRUE(IsOn());
@@ -297,6 +303,8 @@ TEST_F(RealWifi, UsesTheCardThatWasChosenByItsInterface)
     EXPECT_THAT(States(), ElementsAre(CardState::kAbsent, CardState::kOn))
         << "the first one is the adapter";
     kernel.SetCard(1);
+    ASSERT_TRUE(Eventually([this] { return radios->GetWifiCards().States().size() == 3; }))
+        << "whose interface is not known yet";
     kernel.SetInterface(5, "wlan1", 1, "Home", 5180);
     EXPECT_TRUE(EventuallyOn("Home on 36"));
     EXPECT_THAT(States(), ElementsAre(CardState::kOn, CardState::kOn));
