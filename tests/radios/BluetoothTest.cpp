@@ -103,7 +103,7 @@ class InTheKernel : public OverBluez {
     {
         Do([this] {
             control = std::make_unique<Management>(
-                loop, Machine::OpenManagement(), [](const ManagementEvent&) {}, [] {});
+                loop, OpenManagementSocket(), [](const ManagementEvent&) {}, [] {});
         });
     }
     ~InTheKernel() override

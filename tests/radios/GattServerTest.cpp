@@ -12,42 +12,41 @@ class AGattServer : public ServerAndClient {};
 
 TEST_F(AGattServer, IsReadAndWritten)
 {
-    EXPECT_EQ(Read(kValue), Bytes{'a'});
+    EXPECT_EQ(Read(KeyOf(kValue)), Bytes{'a'});
     for (std::uint8_t round = 0; round < 100; ++round) {
         const Bytes bytes(std::size_t{1} + round * 5U, round);
-        ASSERT_EQ(Write(kValue, bytes), GattStatus::kDone);
+        ASSERT_EQ(Write(KeyOf(kValue), bytes), GattStatus::kDone);
         Do([&] { EXPECT_EQ(value, bytes); });
-        ASSERT_EQ(Read(kValue), bytes);
+        ASSERT_EQ(Read(KeyOf(kValue)), bytes);
     }
-    EXPECT_EQ(Read(kLong), Bytes(512, 7));
-    EXPECT_EQ(Write(kLong, {1}), GattStatus::kNotPermitted);
-    EXPECT_EQ(Read(kSecret), std::nullopt);
+    EXPECT_EQ(Read(KeyOf(kLong)), Bytes(512, 7));
+    EXPECT_EQ(Write(KeyOf(kLong), {1}), GattStatus::kNotPermitted);
+    EXPECT_EQ(Read(KeyOf(kSecret)), std::nullopt);
     EXPECT_EQ(result, GattStatus::kNotPermitted);
-    EXPECT_EQ(Write(kSecret, {1, 2}), GattStatus::kDone);
+    EXPECT_EQ(Write(KeyOf(kSecret), {1, 2}), GattStatus::kDone);
     EXPECT_TRUE(Eventually([this] { return writes == 101; }));
     Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
 }
 
 TEST_F(AGattServer, NotifiesAndIndicates)
 {
-    Subscribe(kNotifying);
+    SubscribeTo(kNotifying);
     Do([this] { service->NotifyOne(one->picture.address, kNotifying, {1}, Note()); });
     EXPECT_EQ(Outcome(), GattStatus::kDone);
-    EXPECT_TRUE(Eventually([this] { return notifications.size() == 1; }));
+    EXPECT_TRUE(Eventually([this] { return notifications[KeyOf(kNotifying)].size() == 1; }));
 
-    Subscribe(kIndicating);
+    SubscribeTo(kIndicating);
     Do([this] { service->Notify(kIndicating, {5, 6}, Note()); });
     EXPECT_EQ(Outcome(), GattStatus::kDone);  // once it is confirmed
-    EXPECT_TRUE(Eventually([this] { return indications.size() == 1; }));
-    Do([this] { link->Subscribe({kService, UuidOf(kIndicating)}, false, Note()); });
-    EXPECT_EQ(Outcome(), GattStatus::kDone);
+    EXPECT_TRUE(Eventually([this] { return indications[KeyOf(kIndicating)].size() == 1; }));
+    EXPECT_EQ(Subscribe(KeyOf(kIndicating), false), GattStatus::kDone);
     EXPECT_TRUE(Eventually([this] { return service->Subscribers(kIndicating).empty(); }));
 }
 
 /// As fast as the server takes them, and with reads of the same characteristic meanwhile.
 TEST_F(AGattServer, NotifiesInOrderWithoutALoss)
 {
-    Subscribe(kNotifying);
+    SubscribeTo(kNotifying);
     constexpr std::size_t kCount = 10000;
     constexpr std::size_t kMostUnderWay = 500;
     std::size_t begun = 0;
@@ -66,17 +65,18 @@ TEST_F(AGattServer, NotifiesInOrderWithoutALoss)
     };
     Do(send);
     constexpr std::size_t kStep = 1000;
+    const std::vector<Bytes>& received = notifications[KeyOf(kNotifying)];
     for (std::size_t expected = kStep; expected <= kCount; expected += kStep) {
-        EXPECT_EQ(Read(kNotifying), Bytes{'a'});
-        ASSERT_TRUE(Eventually([&] { return notifications.size() >= expected; }))
-            << notifications.size() << " of " << done;
+        EXPECT_EQ(Read(KeyOf(kNotifying)), Bytes{'a'});
+        ASSERT_TRUE(Eventually([&] { return received.size() >= expected; }))
+            << received.size() << " of " << done;
     }
     EXPECT_TRUE(Eventually([&] { return done == kCount; }));
-    EXPECT_EQ(Read(kNotifying), Bytes{'a'});
+    EXPECT_EQ(Read(KeyOf(kNotifying)), Bytes{'a'});
     Do([&] {
-        ASSERT_EQ(notifications.size(), kCount);
+        ASSERT_EQ(received.size(), kCount);
         for (std::size_t i = 0; i < kCount; ++i) {
-            const Bytes& bytes = notifications[i];
+            const Bytes& bytes = received[i];
             ASSERT_EQ(bytes.at(0) | std::size_t{bytes.at(1)} << 8U, i);
         }
     });
@@ -84,7 +84,7 @@ TEST_F(AGattServer, NotifiesInOrderWithoutALoss)
 
 TEST_F(AGattServer, ReportsPeersThatComeAndGo)
 {
-    Subscribe(kNotifying);
+    SubscribeTo(kNotifying);
     Do([this] { link.reset(); });
     ASSERT_TRUE(Eventually([this] { return events.back() == "-one"; }));
     Do([this] {
@@ -95,7 +95,7 @@ TEST_F(AGattServer, ReportsPeersThatComeAndGo)
         events.clear();
     });
     Connect();
-    EXPECT_EQ(Read(kValue), Bytes{'a'});
+    EXPECT_EQ(Read(KeyOf(kValue)), Bytes{'a'});
     Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
 }
 
@@ -111,14 +111,14 @@ class AGattServerOfASmallMtu : public ServerAndClient {};
 TEST_F(AGattServerOfASmallMtu, IsReadAndWrittenInParts)
 {
     Do([this] { EXPECT_EQ(link->Remote().mtu, 48); });
-    EXPECT_EQ(Read(kLong), Bytes(512, 7));
+    EXPECT_EQ(Read(KeyOf(kLong)), Bytes(512, 7));
     const Bytes bytes(300, 9);
-    EXPECT_EQ(Write(kValue, bytes), GattStatus::kDone);
+    EXPECT_EQ(Write(KeyOf(kValue), bytes), GattStatus::kDone);
     Do([&] {
         EXPECT_EQ(value, bytes);
         EXPECT_EQ(writes, 1);
     });
-    EXPECT_EQ(Read(kValue), bytes);
+    EXPECT_EQ(Read(KeyOf(kValue)), bytes);
     Do([this] {
         EXPECT_EQ(reads, 2);
         EXPECT_THAT(events, ElementsAre("+one", "one has 48"));

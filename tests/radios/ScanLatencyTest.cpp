@@ -128,7 +128,9 @@ TEST(AScan, IsReportedSoonAfterTheRawSocket)
     // measured.
     Times forwarded;
     WaitForOne(raw.Get());
-    const pid_t bluetoothd = std::atoi(std::getenv("BLUETOOTHD"));
+    const char* const process = std::getenv("BLUETOOTHD");
+    ASSERT_NE(process, nullptr);
+    const pid_t bluetoothd = std::atoi(process);
     ASSERT_GT(bluetoothd, 1);
     kill(bluetoothd, SIGSTOP);
     Times atRawSocket;

@@ -3,7 +3,7 @@
 
 #include <service/linux/bluetooth/GattService.h>
 #include <service/radio/Gatt.h>
-#include <tests/radios/TwoControllers.h>
+#include <tests/radios/Client.h>
 
 #include <gmock/gmock.h>
 
@@ -11,14 +11,15 @@ namespace pelacon::service::linux_radios::bluetooth {
 
 inline const Uuid kService = *protocol::ParseUuid("00000200-1234-5678-1234-56789abcdef0");
 
-inline Uuid UuidOf(std::size_t place)
-{
-    return *protocol::ParseUuid("0000020" + std::to_string(place) + "-1234-5678-1234-56789abcdef1");
-}
-
 enum Place : std::size_t { kValue, kLong, kNotifying, kIndicating, kSecret };
 
-class ServerAndClient : public OverBluez, private GattPeers::Observer {
+inline GattLink::Key KeyOf(Place place)
+{
+    return {kService, *protocol::ParseUuid("0000020" + std::to_string(place) +
+                                           "-1234-5678-1234-56789abcdef1")};
+}
+
+class ServerAndClient : public Client, private GattPeers::Observer {
   protected:
     ServerAndClient()
     {
@@ -27,11 +28,11 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
             service = std::make_unique<GattService>(
                 two->stack, two->peers, kService,
                 std::vector<GattService::Characteristic>{
-                    {UuidOf(kValue), radio::kGattRead | radio::kGattWrite},
-                    {UuidOf(kLong), radio::kGattRead},
-                    {UuidOf(kNotifying), radio::kGattRead | radio::kGattNotify},
-                    {UuidOf(kIndicating), radio::kGattIndicate},
-                    {UuidOf(kSecret), radio::kGattWriteWithoutResponse},
+                    {KeyOf(kValue).second, radio::kGattRead | radio::kGattWrite},
+                    {KeyOf(kLong).second, radio::kGattRead},
+                    {KeyOf(kNotifying).second, radio::kGattRead | radio::kGattNotify},
+                    {KeyOf(kIndicating).second, radio::kGattIndicate},
+                    {KeyOf(kSecret).second, radio::kGattWriteWithoutResponse},
                 },
                 GattService::Callbacks{[this](std::uint64_t, std::size_t place) {
                                            ++reads;
@@ -47,12 +48,11 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         EXPECT_EQ(shown, radio::Outcome::kDone);
         Advertise();
         Connect();
+        EXPECT_TRUE(Eventually([this] { return link->Remote().services.contains(kService); }));
     }
     ~ServerAndClient() override
     {
-        Do([this] { link.reset(); });
-        EXPECT_TRUE(Eventually(
-            [this] { return one->picture.connected.empty() && two->picture.connected.empty(); }));
+        Disconnect();
         Do([this] {
             two->peers.Remove(*this);
             service.reset();
@@ -70,27 +70,6 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         EXPECT_TRUE(Eventually([this] { return advertised.has_value(); }));
         EXPECT_EQ(advertised, radio::Outcome::kDone);
     }
-    void Connect()
-    {
-        Do([this] {
-            isConnected = false;
-            link = std::make_unique<GattLink>(
-                one->central, two->picture.address,
-                GattLink::Callbacks{
-                    [this] { isConnected = true; },
-                    [this](GattReason why) {
-                        isConnected = false;
-                        ended = why;
-                    },
-                    [this](const GattLink::Key&, const Bytes& notified, bool isIndication) {
-                        (isIndication ? indications : notifications).push_back(notified);
-                    }});
-        });
-        EXPECT_TRUE(Eventually([this] { return isConnected; }));
-        Do([this] { link->Discover(Note()); });
-        EXPECT_EQ(Outcome(), GattStatus::kDone);
-        EXPECT_TRUE(Eventually([this] { return link->Remote().services.contains(kService); }));
-    }
     void PeerConnected(std::uint64_t peer) override { events.push_back("+" + NameOf(peer)); }
     void PeerDisconnected(std::uint64_t peer) override { events.push_back("-" + NameOf(peer)); }
     void PeerMtuChanged(std::uint64_t peer, std::int32_t mtu) override
@@ -102,37 +81,9 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
         return peer == one->picture.address ? "one" : "another";
     }
 
-    GattLink::Done Note()
+    void SubscribeTo(Place place)
     {
-        result.reset();
-        return [this](GattStatus now) { result = now; };
-    }
-    GattStatus Outcome()
-    {
-        EXPECT_TRUE(Eventually([this] { return result.has_value(); }));
-        return result.value_or(GattStatus::kUnreachable);
-    }
-    GattStatus Write(Place place, const Bytes& bytes)
-    {
-        Do([&] { link->Write({kService, UuidOf(place)}, bytes, Note()); });
-        return Outcome();
-    }
-    std::optional<Bytes> Read(Place place)
-    {
-        Bytes bytes;
-        Do([&] {
-            result.reset();
-            link->Read({kService, UuidOf(place)}, [&](GattStatus now, const Bytes& read) {
-                bytes = read;
-                result = now;
-            });
-        });
-        return Outcome() == GattStatus::kDone ? std::optional(bytes) : std::nullopt;
-    }
-    void Subscribe(Place place)
-    {
-        Do([&] { link->Subscribe({kService, UuidOf(place)}, true, Note()); });
-        ASSERT_EQ(Outcome(), GattStatus::kDone);
+        ASSERT_EQ(Subscribe(KeyOf(place)), GattStatus::kDone);
         ASSERT_TRUE(Eventually([&] { return !service->Subscribers(place).empty(); }));
         Do([&] {
             EXPECT_THAT(service->Subscribers(place), testing::ElementsAre(one->picture.address));
@@ -142,17 +93,11 @@ class ServerAndClient : public OverBluez, private GattPeers::Observer {
     Bytes value{'a'};
     int reads = 0;
     int writes = 0;
-    bool isConnected = false;
-    std::optional<GattReason> ended;
     std::uint64_t advertisement = 0;  // its number
     std::optional<radio::Outcome> shown;
     std::optional<radio::Outcome> advertised;
-    std::optional<GattStatus> result;
     std::vector<std::string> events;
-    std::vector<Bytes> notifications;
-    std::vector<Bytes> indications;
     std::unique_ptr<GattService> service;
-    std::unique_ptr<GattLink> link;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

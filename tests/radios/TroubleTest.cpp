@@ -24,7 +24,7 @@ class Trouble : public ServerAndClient {
 
 TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
 {
-    Subscribe(kIndicating);
+    SubscribeTo(kIndicating);
     Send(SIGKILL);
     ASSERT_TRUE(Eventually([this] { return !isConnected; }));
     EXPECT_EQ(ended, GattReason::kLocal);
@@ -37,19 +37,19 @@ TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
     ASSERT_TRUE(Eventually([this] { return one->picture.isOn && two->picture.isOn; }));
     Advertise();
     Connect();
-    EXPECT_EQ(Read(kValue), Bytes{'a'});
-    Subscribe(kNotifying);
+    EXPECT_EQ(Read(KeyOf(kValue)), Bytes{'a'});
+    SubscribeTo(kNotifying);
 }
 
 TEST_F(Trouble, IsNotWaitedForLongerThanSaid)
 {
     Send(SIGSTOP);
     const auto begin = Loop::Clock::now();
-    EXPECT_EQ(Read(kValue), std::nullopt);
+    EXPECT_EQ(Read(KeyOf(kValue)), std::nullopt);
     EXPECT_EQ(result, GattStatus::kUnreachable);
     EXPECT_LT(Loop::Clock::now() - begin, dbus::Bus::kUsualLimit + std::chrono::seconds(5));
     Send(SIGCONT);
-    EXPECT_EQ(Read(kValue), Bytes{'a'});
+    EXPECT_EQ(Read(KeyOf(kValue)), Bytes{'a'});
 }
 
 }  // namespace

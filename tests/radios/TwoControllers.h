@@ -1,13 +1,7 @@
 // One test's loop, and the objects that drive each of the machine's two controllers.
 #pragma once
 
-#include <service/linux/bluetooth/AdapterControl.h>
-#include <service/linux/bluetooth/Advertisements.h>
-#include <service/linux/bluetooth/Discovery.h>
-#include <service/linux/bluetooth/DuplicateFilter.h>
-#include <service/linux/bluetooth/GattLink.h>
-#include <service/linux/bluetooth/GattPeers.h>
-#include <service/linux/bluetooth/Sockets.h>
+#include <service/linux/bluetooth/Backend.h>
 #include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
@@ -26,35 +20,24 @@ inline constexpr std::chrono::seconds kPatience{60};
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Drives one controller. In the loop's thread.
-class Machine {
-  public:
-    Machine(Loop& loop, const std::string& controller, const std::string& itemsFile = "")
-        : stack(loop, controller), items(itemsFile)
-    {
-        stack.Start();
-    }
-
-    Stack stack;
+/// What is reported of one controller.
+struct Reported {
     AdapterPicture picture;
     std::vector<AdvertisingReport> heard;
     bool isDiscovering = false;
-    AdapterControl adapter{stack, [this](const AdapterPicture& now) { picture = now; }};
-    Discovery discovery{
-        stack,
-        Discovery::Callbacks{[this](const AdvertisingReport& report) { heard.push_back(report); },
-                             [this] { isDiscovering = true; },
-                             [this](radio::Outcome) { isDiscovering = false; }}};
-    static FileDescriptor OpenManagement()
-    {
-        return OpenSocket(HciChannel::kControl, kNoController);
-    }
-    KernelConnections connections{stack, &OpenManagement};
-    GattCentral central{stack, discovery, connections};
-    GattPeers peers{central};
-    KernelItems items;
-    DuplicateFilter duplicateFilter{stack, items, &OpenManagement};
-    Advertisements advertisements{stack, items, &OpenManagement};
+};
+
+/// Drives one controller. In the loop's thread.
+struct Machine : Reported, Backend {
+    Machine(Loop& loop, const std::string& controller, const std::string& itemsFile = "")
+        : Backend(loop, controller,
+                  {[](const BackendStatus&) {},
+                   [this](const AdapterPicture& now) { picture = now; },
+                   {[this](const AdvertisingReport& report) { heard.push_back(report); },
+                    [this] { isDiscovering = true; },
+                    [this](radio::Outcome) { isDiscovering = false; }}},
+                  {.itemsFile = itemsFile})
+    {}
 };
 
 class OverBluez : public testing::Test {

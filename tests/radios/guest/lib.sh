@@ -37,6 +37,29 @@ wait_for() {
     done
 }
 
+# prints TEXT COMMAND...: the command's output has the text, an extended regular expression.
+prints() {
+    local text=$1
+    shift
+    "$@" >/tmp/prints.log 2>&1
+    cat /tmp/prints.log
+    grep -qE -- "$text" /tmp/prints.log
+}
+
+# exits CODE TEXT COMMAND...: the same, and the command's exit status is the code.
+exits() {
+    local expected=$1 text=$2 code
+    shift 2
+    "$@" >/tmp/exits.log 2>&1
+    code=$?
+    cat /tmp/exits.log
+    echo "exit status $code"
+    test $code = "$expected" && grep -qE -- "$text" /tmp/exits.log
+}
+
+# is_over PROCESS
+is_over() { ! kill -0 "$1" 2>/dev/null; }
+
 # bluez ARGUMENTS OF BUSCTL: without having the bus start a bluetoothd that is not there.
 bluez() { busctl --system --auto-start=no --timeout=${BLUEZ_LIMIT:-40} "$@"; }
 

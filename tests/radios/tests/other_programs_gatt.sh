@@ -14,7 +14,8 @@ cat >/tmp/services.json <<'J'
     {"uuid": "2A37", "flags": ["read", "notify"], "value": "0048"},
     {"uuid": "2A38", "flags": ["read"], "value": {"text": "0123456789012345678901234567890123456789"}},
     {"uuid": "2A39", "flags": ["read", "write"], "value": "01"},
-    {"uuid": "2A3A", "flags": ["indicate"], "value": "02"}]}]}
+    {"uuid": "2A3A", "flags": ["indicate"], "value": "02"},
+    {"uuid": "2A3B", "flags": ["writeWithoutResponse"]}]}]}
 J
 mkfifo /tmp/serve.in
 exec_on hci0 pelaconctl gatt serve /tmp/services.json </tmp/serve.in >/tmp/serve.log 2>&1 &
@@ -24,12 +25,11 @@ check "pelaconctl serves" wait_for 30 grep -q Serving /tmp/serve.log || exit
 exec_on hci0 pelaconctl advertise --name Ours --uuid 180D >/tmp/advertise.log 2>&1 &
 advertise=$!
 
-tool() { timeout 60 gatttool -i hci1 -b "$ours" "$@" >/tmp/gatttool.log 2>&1; }
-prints() { local text=$1; shift; "$@"; cat /tmp/gatttool.log; grep -q "$text" /tmp/gatttool.log; }
+tool() { timeout 60 gatttool -i hci1 -b "$ours" "$@"; }
 handle_of() { sed -n "s/.*char value handle = \(0x[0-9a-f]*\), uuid = 0000$1.*/\1/p" /tmp/characteristics; }
 check "gatttool finds the service" prints 0000180d tool --primary
 check "gatttool finds the characteristics" prints 00002a37 tool --characteristics || exit
-cp /tmp/gatttool.log /tmp/characteristics
+cp /tmp/prints.log /tmp/characteristics
 rate=$(handle_of 2a37)
 control=$(handle_of 2a39)
 indicated=$(handle_of 2a3a)
@@ -38,6 +38,8 @@ check "gatttool reads the first part of a long value" prints '30 31 32 .* 38' to
 check "gatttool writes" prints 'written successfully' tool --char-write-req -a "$control" -n 0a0b
 check "pelaconctl shows the write" wait_for 10 grep -q "$theirs writes 180D/2A39: 0a0b" /tmp/serve.log
 check "gatttool reads what it wrote" prints '0a 0b' tool --char-read -a "$control"
+check "gatttool writes without a response" tool --char-write -a "$(handle_of 2a3b)" -n 0e0f
+check "pelaconctl shows that, too" wait_for 10 grep -q "$theirs writes 180D/2A3B: 0e0f" /tmp/serve.log
 check "gatttool's write of another one is refused" prints "can't be written" tool --char-write-req -a "$rate" -n 01
 # What a subscription needs stands behind the value.
 descriptor() { printf '0x%04x' $(($1 + 1)); }
@@ -99,27 +101,25 @@ characteristic() { echo "0000010$1-1234-5678-1234-56789abcdef0"; }
 value() { # N: read by pelaconctl
     on hci0 timeout 60 pelaconctl gatt read "$theirs" $service "$(characteristic "$1")"
 }
-reads() { value "$1" >/tmp/read.log 2>&1; cat /tmp/read.log; grep -q "$2" /tmp/read.log; }
 writes() { # N VALUE
     on hci0 timeout 60 pelaconctl gatt write "$theirs" $service "$(characteristic "$1")" "$2"
 }
-is_refused() { "$@"; test $? = 1; }
-mtu_is() { test "$(on hci0 timeout 60 pelaconctl --json gatt mtu "$theirs" | tee /dev/stderr | grep -o '[0-9]*}')" = "$1}"; }
-check "pelaconctl reads" reads 1 68656c6c6f
+mtu() { on hci0 timeout 60 pelaconctl gatt mtu "$theirs"; }
+check "pelaconctl reads" prints 68656c6c6f value 1
 check "pelaconctl writes" writes 1 0102
 check "their peer has it" wait_for 5 grep -q 'written 1 0102' /tmp/peer.log
-check "pelaconctl reads what it wrote" reads 1 0102
-check "pelaconctl reads a long value" reads 4 "$(python3 -c 'print((bytes(range(100)) * 3).hex())')"
-check "a write that is not permitted is refused" is_refused writes 4 01
-check "pelaconctl shows the MTU" mtu_is 517
+check "pelaconctl reads what it wrote" prints 0102 value 1
+check "pelaconctl reads a long value" prints "$(python3 -c 'print((bytes(range(100)) * 3).hex())')" value 4
+check "a write that is not permitted is refused" exits 1 'not permitted|does not allow' writes 4 01
+check "pelaconctl shows the MTU" prints 517 mtu
 exec_on hci0 pelaconctl gatt subscribe "$theirs" $service "$(characteristic 2)" >/tmp/subscribe.log 2>&1 &
 subscribe=$!
 lines() { test "$(grep -c "$2" "$1")" -ge "$3"; }
 check "pelaconctl shows notifications" wait_for 60 lines /tmp/subscribe.log 000000 5
 check "their side disconnects" bluez call org.bluez "/org/bluez/hci1/dev_${ours//:/_}" org.bluez.Device1 Disconnect
 wait $subscribe
-echo "    subscribe ended with $?"
-tail -n 3 /tmp/subscribe.log | sed 's/^/    /'
+check "pelaconctl ends with a failure" test $? = 1
+check "... and says why" grep -q "$theirs ended the connection" /tmp/subscribe.log
 exec_on hci0 pelaconctl gatt subscribe "$theirs" $service "$(characteristic 3)" >/tmp/subscribe.log 2>&1 &
 subscribe=$!
 check "pelaconctl shows indications" wait_for 60 grep -q 61636b6e6f /tmp/subscribe.log

@@ -8,24 +8,13 @@ service=$SERVICE
 check "bt on, hci0" on hci0 pelaconctl bt on
 
 control() { on hci0 timeout 15 pelaconctl "$@"; }
-shows() { local text=$1; shift; control "$@" >/tmp/shows.log 2>&1; cat /tmp/shows.log; grep -q "$text" /tmp/shows.log; }
-exits() { # CODE TEXT COMMAND...
-    local expected=$1 text=$2 code
-    shift 2
-    control "$@" >/tmp/exits.log 2>&1
-    code=$?
-    cat /tmp/exits.log
-    echo "exit status $code"
-    test $code = "$expected" && grep -q "$text" /tmp/exits.log
-}
 begin() { # a scan and an advertisement
     exec_on hci0 pelaconctl advertise --name Ours >/tmp/advertise.log 2>&1 &
     advertise=$!
     exec_on hci0 pelaconctl scan >/tmp/scan.log 2>&1 &
     scan=$!
-    wait_for 20 grep -q Advertising /tmp/advertise.log && wait_for 20 shows 'scanning=1' service status
+    wait_for 20 grep -q Advertising /tmp/advertise.log && wait_for 20 prints 'scanning=1' control service status
 }
-is_over() { ! kill -0 "$1" 2>/dev/null; }
 ended_off() { # PROCESS LOG
     wait_for 20 is_over "$1" && cat "$2" && grep -q 'Bluetooth was switched off' "$2"
 }
@@ -34,9 +23,9 @@ both_ended() { ended_off $advertise /tmp/advertise.log && ended_off $scan /tmp/s
 echo "rfkill"
 check "a scan and an advertisement" begin
 check "block" rfkill block bluetooth
-check "bluetooth is off" wait_for 20 shows 'is off' bt status
+check "bluetooth is off" wait_for 20 prints 'is off' control bt status
 check "scan and advertisement end, and say why" both_ended
-check "bluetooth cannot be switched on" exits 5 'the radio is off' bt on
+check "bluetooth cannot be switched on" exits 5 'the radio is off' control bt on
 check "unblock" rfkill unblock bluetooth
 check "bluetooth is on, or can be switched on" wait_for 20 control bt on
 
@@ -44,15 +33,15 @@ echo "bluetoothd is killed"
 check "a scan and an advertisement" begin
 kill -KILL "$(cat /run/bluetoothd.pid)"
 check "scan and advertisement end, and say why" both_ended
-check "bluetooth is on again by itself" wait_for 60 shows 'is on' bt status
+check "bluetooth is on again by itself" wait_for 60 prints 'is on' control bt status
 check "a scan and an advertisement" begin
 kill $scan $advertise
 wait $scan $advertise
 
 echo "bluetoothd hangs"
 kill -STOP "$(cat /run/bluetoothd.pid)"
-check "switching is answered" exits 1 'did not answer' bt off
-check "what is known is answered meanwhile" exits 0 'is on' bt status
+check "switching is answered" exits 1 'did not answer' control bt off
+check "what is known is answered meanwhile" exits 0 'is on' control bt status
 kill -CONT "$(cat /run/bluetoothd.pid)"
 check "it answers again" wait_for 60 control bt on
 
@@ -71,15 +60,15 @@ check "... with a failure" test $? = 1
 check "... that is said" grep -qE 'not connected|ended the connection' /tmp/read.log
 kill $peer
 # This bluetoothd may crash of it.
-check "bluetooth is on" wait_for 60 shows 'is on' bt status
+check "bluetooth is on" wait_for 60 prints 'is on' control bt status
 
 echo "the adapters are unplugged"
 check "a scan and an advertisement" begin
 kill $BTVIRT
 wait $BTVIRT
-check "bluetooth is off" wait_for 20 shows 'is off' bt status
+check "bluetooth is off" wait_for 20 prints 'is off' control bt status
 check "scan and advertisement end, and say why" both_ended
-check "the status says that there is no adapter" shows 'no such adapter' service status
+check "the status says that there is no adapter" prints 'no such adapter' control service status
 check "two controllers" controllers_start
 check "bluetooth can be used again" wait_for 60 control bt on
 check "a scan and an advertisement" begin

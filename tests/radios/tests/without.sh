@@ -1,32 +1,20 @@
 # A service without bus, bluetoothd, rights: it starts, says what is missing, and uses it as soon as it is there.
 . /mnt/tests/lib.sh
 control() { on hci0 timeout 15 pelaconctl "$@"; }
-shows() { # TEXT: in what the status says about Bluetooth
-    control service status 2>&1 | sed -n '/Bluetooth radio/,/Wi-Fi radio/p' | tr -s ' \n' ' ' >/tmp/shows.log
-    cat /tmp/shows.log
-    grep -q "$1" /tmp/shows.log
-}
-exits() { # CODE TEXT COMMAND...
-    local expected=$1 text=$2 code
-    shift 2
-    "$@" >/tmp/exits.log 2>&1
-    code=$?
-    cat /tmp/exits.log
-    echo "exit status $code"
-    test $code = "$expected" && grep -q "$text" /tmp/exits.log
-}
+# What the status says about Bluetooth, in one line.
+radio() { control service status | sed -n '/Bluetooth radio/,/Wi-Fi radio/p' | tr -s ' \n' ' '; }
 check "a service without a bus" service_start hci0
 service=$SERVICE
-check "the status says what is missing" shows "no message bus .* install and start D-Bus"
+check "the status says what is missing" prints "no message bus .* install and start D-Bus" radio
 check "bluetooth is off" exits 0 'is off' control bt status
 check "it cannot be switched on" exits 1 'does not support it' control bt on
 check "scanning is refused" exits 5 'is off' control scan --seconds 5
 check "a bus" dbus_start
-check "the status says that bluetoothd is missing" wait_for 30 shows "no bluetoothd .* start bluetooth.service"
+check "the status says that bluetoothd is missing" wait_for 30 prints "no bluetoothd .* start bluetooth.service" radio
 check "two controllers" controllers_start || exit
 check "bluetoothd" bluetoothd_start || exit
 check "bluetooth can be used" wait_for 30 control bt on
-check "the status says so" shows "BlueZ .*adapter hci0"
+check "the status says so" prints "BlueZ .*adapter hci0" radio
 check "scanning works" exits 0 '' control scan --seconds 2
 check "the service is the same" kill -0 $service
 kill $service
@@ -40,7 +28,7 @@ PELACON_RUNTIME_DIR=/run/pelacon-nobody as_nobody "$STAGE/libexec/pelacon/Pelaco
     >/tmp/ready-nobody 2>/tmp/service-nobody.log &
 check "a service without capabilities" wait_for 20 grep -q ready /tmp/ready-nobody
 control() { for_nobody "$@"; }
-check "the status says what is missing" shows "CAP_NET_RAW, to .* CAP_NET_ADMIN, to"
+check "the status says what is missing" prints "CAP_NET_RAW, to .* CAP_NET_ADMIN, to" radio
 check "bluetooth can be used" control bt on
 check "it is renamed" exits 0 'Desk' control bt name Desk
 check "advertising works" exits 0 Advertising control advertise --name Ours --seconds 1
@@ -77,7 +65,7 @@ check "a policy that forbids everything" forbid "<deny send_destination='org.blu
 kill $BLUETOOTHD
 wait $BLUETOOTHD
 check "bluetoothd" bluetoothd_start
-check "the status says so" wait_for 20 shows "no access to bluetoothd .* let this user send to org.bluez"
+check "the status says so" wait_for 20 prints "no access to bluetoothd .* let this user send to org.bluez" radio
 check "a policy that allows it again" forbid ""
 check "bluetooth can be used again" wait_for 40 control bt on
 sed 's/^/    /' /tmp/service-nobody.log | grep -v client
