@@ -4,6 +4,7 @@
 
 #include <signal.h>
 
+#include <cstdlib>
 #include <fstream>
 
 namespace pelacon::service::linux_radios::bluetooth {
@@ -20,6 +21,9 @@ class Trouble : public ServerAndClient {
         ASSERT_GT(id, 1);
         ASSERT_EQ(kill(id, signal), 0);
     }
+
+    /// As the kernel sees both controllers.
+    static bool AreUnconnected() { return std::system("hcitool con | grep -q handle") != 0; }
 };
 
 TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
@@ -33,8 +37,10 @@ TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
         EXPECT_TRUE(service->Subscribers(kIndicating).empty());
         link.reset();
     });
-    // It is started again, and finds both adapters as they were.
+    // It is started again, and finds both adapters as they were. The kernel ends the connection
+    // that bluetoothd had some seconds later.
     ASSERT_TRUE(Eventually([this] { return one->picture.isOn && two->picture.isOn; }));
+    ASSERT_TRUE(Eventually([this] { return AreUnconnected(); }));
     Advertise();
     Connect();
     EXPECT_EQ(Read(KeyOf(kValue)), Bytes{'a'});
