@@ -224,10 +224,10 @@ static void CallSoftAp(void)
     WifiSystemSetRestartMobileHotpotFlag(true);
     Expect("WifiSystemRestartWiFiDirectVirtualAdapter",
            WifiSystemRestartWiFiDirectVirtualAdapter(true), false);
-    Expect("WifiSystemGetRestartCount", WifiSystemGetRestartCount(), 0);
-    Expect("WifiSystemGetWakeUpRestartCount", WifiSystemGetWakeUpRestartCount(), 0);
+    Expect("WifiSystemGetRestartCount", (long)WifiSystemGetRestartCount(), 0);
+    Expect("WifiSystemGetWakeUpRestartCount", (long)WifiSystemGetWakeUpRestartCount(), 0);
     WifiSystemResetWakeUpCount();
-    Expect("WifiSystemGetAdapterIndex", WifiSystemGetAdapterIndex(), 0);
+    Expect("WifiSystemGetAdapterIndex", (long)WifiSystemGetAdapterIndex(), 0);
     Expect("WifiSystemGetAdapterGuid", WifiSystemGetAdapterGuid(text, sizeof text), 0);
     WifiSystemRegistSoftApConnectStatus(&connectTable);
     Expect("WifiSystemRegisterSoftApNotificationEventCallback",
