@@ -1,15 +1,15 @@
-# The installed files: the library with its headers, CMake and pkg-config files, the service
-# and the command line.
+# The installed files, in four components: runtime (the library), dev (headers, CMake and pkg-config files),
+# service (the service and the command line), doc.
 
 include(CMakePackageConfigHelpers)
 
 install(TARGETS PelaconSDK EXPORT PelaconSDK
-        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/PelaconSDK DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+install(DIRECTORY include/PelaconSDK DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
 install(EXPORT PelaconSDK FILE PelaconSDKTargets.cmake NAMESPACE Pelacon::
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/PelaconSDK)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/PelaconSDK COMPONENT dev)
 configure_package_config_file(cmake/PelaconSDKConfig.cmake.in
     "${PROJECT_BINARY_DIR}/PelaconSDKConfig.cmake"
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/PelaconSDK)
@@ -17,7 +17,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/PelaconSDKConfigVersion.
     COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/PelaconSDKConfig.cmake"
               "${PROJECT_BINARY_DIR}/PelaconSDKConfigVersion.cmake"
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/PelaconSDK)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/PelaconSDK COMPONENT dev)
 if(NOT WIN32)
     # Relative to the file itself, so that the installed tree may be moved.
     set(_pkgconfig "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig")
@@ -25,7 +25,7 @@ if(NOT WIN32)
     file(RELATIVE_PATH PELACON_PC_INCLUDEDIR "${_pkgconfig}" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
     configure_file(cmake/PelaconSDK.pc.in "${PROJECT_BINARY_DIR}/PelaconSDK.pc" @ONLY)
     install(FILES "${PROJECT_BINARY_DIR}/PelaconSDK.pc"
-            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 endif()
 
 if(PELACON_BUILD_SERVICE)
@@ -33,6 +33,13 @@ if(PELACON_BUILD_SERVICE)
         file(RELATIVE_PATH _library_folder "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
         set_target_properties(pelaconctl PROPERTIES INSTALL_RPATH "$ORIGIN/${_library_folder}")
     endif()
-    install(TARGETS PelaconService RUNTIME DESTINATION "${PELACON_SERVICE_DESTINATION}")
-    install(TARGETS pelaconctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS PelaconService
+            RUNTIME DESTINATION "${PELACON_SERVICE_DESTINATION}" COMPONENT service)
+    install(TARGETS pelaconctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
 endif()
+
+install(FILES README.md CHANGELOG.md SECURITY.md LICENSE
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT doc)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc
+        PATTERN CMakeLists.txt EXCLUDE)
