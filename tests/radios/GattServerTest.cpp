@@ -99,7 +99,7 @@ TEST_F(AGattServer, ReportsPeersThatComeAndGo)
     Do([this] { EXPECT_THAT(events, ElementsAre("+one", "one has 517")); });
 }
 
-TEST_F(AGattServer, AddsAndTakesAwayServicesWhilePeersAreConnected)
+TEST_F(AGattServer, AddsAndRemovesServicesWhilePeersAreConnected)
 {
     Do([this] { service.reset(); });
     EXPECT_TRUE(Eventually([this] { return !link->Remote().services.contains(kService); }));

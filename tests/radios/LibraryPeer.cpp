@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace pelacon::radios_test;  // NOLINT(google-build-using-namespace)
+using namespace pelacon::radios_test;
 
 std::mutex mutex;
 std::condition_variable changed;

@@ -25,7 +25,7 @@ namespace pelacon::radios_test {
 
 namespace {
 
-using namespace service::linux_radios::bluetooth;  // NOLINT(google-build-using-namespace)
+using namespace service::linux_radios::bluetooth;
 using Clock = std::chrono::steady_clock;
 
 /// An emulated processor is some thirty times as slow as a real one, so that a bound in

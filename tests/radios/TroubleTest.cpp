@@ -26,7 +26,7 @@ class Trouble : public ServerAndClient {
     static bool AreUnconnected() { return std::system("hcitool con | grep -q handle") != 0; }
 };
 
-TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
+TEST_F(Trouble, EndsWithABluezThatIsKilledAndBeginsAgainWithTheNextOne)
 {
     SubscribeTo(kIndicating);
     Send(SIGKILL);
@@ -47,7 +47,7 @@ TEST_F(Trouble, EndsWithABluezThatIsKilledAndIsOverWhenItIsBack)
     SubscribeTo(kNotifying);
 }
 
-TEST_F(Trouble, IsNotWaitedForLongerThanSaid)
+TEST_F(Trouble, FailsWithinTheStatedTimeWhenBluezHangs)
 {
     Send(SIGSTOP);
     const auto begin = Loop::Clock::now();

@@ -18,7 +18,7 @@ measured() { test "$(grep -c 'beats per minute' "$1")" -ge "$2"; }
 check "the display shows measurements" wait_for 60 measured /tmp/display1.log 3 || cat /tmp/display1.log /tmp/sensor.log
 check "it has read the sensor's location" grep -q 'sensor at body location 1' /tmp/display1.log
 check "the sensor was written to" grep -q 'energy reset' /tmp/sensor.log
-# A connected peripheral does not advertise, so that only a program that knows it can use it.
+# A connected peripheral does not advertise, so that the second program is given its address.
 exec_on hci0 pelaconctl gatt subscribe "$peer" 180D 2A37 >/tmp/display2.log 2>&1 &
 display2=$!
 lines() { test "$(wc -l <"$1")" -ge "$2"; }
@@ -33,7 +33,7 @@ kill $display2
 wait $display2 2>/dev/null
 disconnected() { ! connected; }
 check "it ends with the last" wait_for 20 disconnected
-check "the sensor knows" wait_for 20 grep -q left /tmp/sensor.log
+check "the sensor reports that it left" wait_for 20 grep -q left /tmp/sensor.log
 exec_on hci0 heart_rate_display 3 >/tmp/display3.log 2>&1 &
 display3=$!
 check "another display connects" wait_for 60 measured /tmp/display3.log 3 || cat /tmp/display3.log /tmp/sensor.log

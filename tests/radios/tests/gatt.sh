@@ -34,7 +34,7 @@ check "long read" reads "$long" 'ay 300 '
 (echo "menu gatt"; echo "select-attribute $two"; echo "notify on"; sleep 3; echo "notify off") |
     timeout 8 bluetoothctl >/tmp/client.log 2>&1
 check "the peer was subscribed to" grep -q 'subscribed 2' /tmp/peer.log
-check "values are told" grep -q 'Value' /tmp/client.log
+check "values are shown" grep -q 'Value' /tmp/client.log
 check "disconnect" bluez call org.bluez "$device" org.bluez.Device1 Disconnect
 # Our own client, with the same device.
 gtest "$STAGE/tests/radios_gatt_test"

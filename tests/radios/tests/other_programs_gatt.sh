@@ -120,7 +120,7 @@ check "pelaconctl shows notifications" wait_for 60 lines /tmp/subscribe.log 0000
 check "their side disconnects" bluez call org.bluez "/org/bluez/hci1/dev_${ours//:/_}" org.bluez.Device1 Disconnect
 wait $subscribe
 check "pelaconctl ends with a failure" test $? = 1
-check "... and says why" grep -q "$theirs ended the connection" /tmp/subscribe.log
+check "... and the reason" grep -q "$theirs ended the connection" /tmp/subscribe.log
 exec_on hci0 pelaconctl gatt subscribe "$theirs" $service "$(characteristic 3)" >/tmp/subscribe.log 2>&1 &
 subscribe=$!
 check "pelaconctl shows indications" wait_for 60 grep -q 61636b6e6f /tmp/subscribe.log

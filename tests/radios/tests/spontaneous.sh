@@ -24,7 +24,7 @@ echo "rfkill"
 check "a scan and an advertisement" begin
 check "block" rfkill block bluetooth
 check "bluetooth is off" wait_for 20 prints 'is off' control bt status
-check "scan and advertisement end, and say why" both_ended
+check "scan and advertisement end with the reason" both_ended
 check "bluetooth cannot be switched on" exits 5 'the radio is off' control bt on
 check "unblock" rfkill unblock bluetooth
 check "bluetooth is on, or can be switched on" wait_for 20 control bt on
@@ -32,7 +32,7 @@ check "bluetooth is on, or can be switched on" wait_for 20 control bt on
 echo "bluetoothd is killed"
 check "a scan and an advertisement" begin
 kill -KILL "$(cat /run/bluetoothd.pid)"
-check "scan and advertisement end, and say why" both_ended
+check "scan and advertisement end with the reason" both_ended
 check "bluetooth is on again by itself" wait_for 60 prints 'is on' control bt status
 check "a scan and an advertisement" begin
 kill $scan $advertise
@@ -57,7 +57,7 @@ check "the peer's adapter is switched off" power hci1 false
 check "the read ends" wait_for 10 is_over $read
 wait $read
 check "... with a failure" test $? = 1
-check "... that is said" grep -qE 'not connected|ended the connection' /tmp/read.log
+check "... and the reason" grep -qE 'not connected|ended the connection' /tmp/read.log
 kill $peer
 # This bluetoothd may crash of it.
 check "bluetooth is on" wait_for 60 prints 'is on' control bt status
@@ -67,8 +67,8 @@ check "a scan and an advertisement" begin
 kill $BTVIRT
 wait $BTVIRT
 check "bluetooth is off" wait_for 20 prints 'is off' control bt status
-check "scan and advertisement end, and say why" both_ended
-check "the status says that there is no adapter" prints 'no such adapter' control service status
+check "scan and advertisement end with the reason" both_ended
+check "the status names the adapter as missing" prints 'no such adapter' control service status
 check "two controllers" controllers_start
 check "bluetooth can be used again" wait_for 60 control bt on
 check "a scan and an advertisement" begin

@@ -1,20 +1,20 @@
-# A service without bus, bluetoothd, rights: it starts, says what is missing, and uses it as soon as it is there.
+# A service without bus, bluetoothd, rights: it starts, its status names what is missing, and what appears is used.
 . /mnt/tests/lib.sh
 control() { on hci0 timeout 15 pelaconctl "$@"; }
-# What the status says about Bluetooth, in one line.
+# The part of the status about Bluetooth, in one line.
 radio() { control service status | sed -n '/Bluetooth radio/,/Wi-Fi radio/p' | tr -s ' \n' ' '; }
 check "a service without a bus" service_start hci0
 service=$SERVICE
-check "the status says what is missing" prints "no message bus .* install and start D-Bus" radio
+check "the status names what is missing" prints "no message bus .* install and start D-Bus" radio
 check "bluetooth is off" exits 0 'is off' control bt status
 check "it cannot be switched on" exits 1 'does not support it' control bt on
 check "scanning is refused" exits 5 'is off' control scan --seconds 5
 check "a bus" dbus_start
-check "the status says that bluetoothd is missing" wait_for 30 prints "no bluetoothd .* start bluetooth.service" radio
+check "the status names bluetoothd as missing" wait_for 30 prints "no bluetoothd .* start bluetooth.service" radio
 check "two controllers" controllers_start || exit
 check "bluetoothd" bluetoothd_start || exit
 check "bluetooth can be used" wait_for 30 control bt on
-check "the status says so" prints "BlueZ .*adapter hci0" radio
+check "the status shows it" prints "BlueZ .*adapter hci0" radio
 check "scanning works" control scan --seconds 2
 check "the service is the same" kill -0 $service
 kill $service
@@ -28,7 +28,7 @@ PELACON_RUNTIME_DIR=/run/pelacon-nobody as_nobody "$STAGE/libexec/pelacon/Pelaco
     >/tmp/ready-nobody 2>/tmp/service-nobody.log &
 check "a service without capabilities" wait_for 20 grep -q ready /tmp/ready-nobody
 control() { for_nobody "$@"; }
-check "the status says what is missing" prints "CAP_NET_RAW, to .* CAP_NET_ADMIN, to" radio
+check "the status names what is missing" prints "CAP_NET_RAW, to .* CAP_NET_ADMIN, to" radio
 check "bluetooth can be used" control bt on
 check "it is renamed" exits 0 'Desk' control bt name Desk
 check "advertising works" exits 0 Advertising control advertise --name Ours --seconds 1
@@ -65,7 +65,7 @@ check "a policy that forbids everything" forbid "<deny send_destination='org.blu
 kill $BLUETOOTHD
 wait $BLUETOOTHD
 check "bluetoothd" bluetoothd_start
-check "the status says so" wait_for 20 prints "no access to bluetoothd .* let this user send to org.bluez" radio
+check "the status shows it" wait_for 20 prints "no access to bluetoothd .* let this user send to org.bluez" radio
 check "a policy that allows it again" forbid ""
 check "bluetooth can be used again" wait_for 40 control bt on
 sed 's/^/    /' /tmp/service-nobody.log | grep -v client
