@@ -45,7 +45,7 @@ class Discovery : private Stack::Observer {
     ~Discovery() override;
 
     /// Whether discovery is to run for scans. If it is, `began` or `ended` is called later, also
-    /// when it runs already.
+    /// when it runs already; neither before there is an adapter that is on.
     void Want(bool wanted);
 
     Way GetWay() const noexcept { return way_; }

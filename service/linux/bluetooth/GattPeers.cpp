@@ -33,7 +33,9 @@ std::optional<std::uint64_t> GattPeers::Note(const std::string& device, std::int
     if (!IsConnected(peer)) {
         Connected(peer);
     }
-    if (mtu >= kSmallestMtu && std::exchange(peers_.at(peer).mtu, mtu) != mtu) {
+    Peer& noted = peers_.at(peer);
+    noted.isSeen |= found->isConnected;
+    if (mtu >= kSmallestMtu && std::exchange(noted.mtu, mtu) != mtu) {
         observers_.ForEach([&](Observer& observer) { observer.PeerMtuChanged(peer, mtu); });
     }
     return peer;

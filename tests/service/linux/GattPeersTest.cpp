@@ -106,6 +106,22 @@ TEST_F(TheGattPeers, IncludeDevicesThatUseAService)
     EXPECT_TRUE(Sees({"+", "mtu 100", "-"}));
 }
 
+TEST_F(TheGattPeers, MayDisconnectSoonAfterTheyUsedAService)
+{
+    AddDevice();
+    // A link of this machine, so that the device becomes a peer by its request only.
+    Do([this] { central->links[kAddress] = 1; });
+    Change(kDevicePath, "Connected", true);
+    const std::string path = std::string("/org/bluez/") + kDevicePath;
+    ASSERT_TRUE(Eventually([&] {
+        const auto device = bluez::DeviceAt(stack->Mirror(), path);
+        return device && device->isConnected;
+    }));
+    Do([&] { EXPECT_EQ(peers->Note(path, 0), kAddress); });
+    Change(kDevicePath, "Connected", false);
+    EXPECT_TRUE(Sees({"+", "-"}));
+}
+
 TEST_F(TheGattPeers, MayUseAServiceBeforeBluezSaysThatTheyAreConnected)
 {
     AddDevice();
