@@ -17,7 +17,7 @@ Without it the real radios are not tested end to end; all else is tested by scri
         [ -e "tests/radios/tests/$name.sh" ] || fail "There is no test tests/radios/tests/$name.sh"
     done
     # The tests mostly wait, so that as many as there are processors run at a time.
-    trap 'kill 0' INT  # children in the background ignore Ctrl-C
+    trap 'trap - TERM; kill 0' INT TERM  # children in the background ignore Ctrl-C
     local logs
     logs=$(mktemp -d)
     for name in "$@"; do

@@ -23,12 +23,14 @@ TEST_F(OverBluez, AnAdapterIsSwitchedAndRenamed)
 {
     Do([this] { one->adapter.Rename("first", Store()); });
     EXPECT_EQ(Result(), radio::Outcome::kDone);
-    EXPECT_EQ(one->picture.name, "first");
+    Do([this] { EXPECT_EQ(one->picture.name, "first"); });
     Do([this] { one->adapter.Switch(false, Store()); });
     EXPECT_EQ(Result(), radio::Outcome::kDone);
-    EXPECT_FALSE(one->picture.isOn);
-    EXPECT_TRUE(two->picture.isOn);
-    EXPECT_NE(one->picture.address, two->picture.address);
+    Do([this] {
+        EXPECT_FALSE(one->picture.isOn);
+        EXPECT_TRUE(two->picture.isOn);
+        EXPECT_NE(one->picture.address, two->picture.address);
+    });
 }
 
 TEST_F(OverBluez, AdvertisementsArriveUnchanged)
@@ -42,11 +44,10 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
     const Bytes response{4, 9, 'a', 'b', 'c'};
     const Bytes silent{2, 1, 4, 3, 3, 0xAA, 0xFE};
     const Bytes scannable{2, 1, 4, 3, 3, 0xAB, 0xFE};
-    std::vector<radio::Outcome> started;
     std::vector<std::uint64_t> numbers;
     Do([&] {
         one->discovery.Want(true);
-        const auto note = [&](radio::Outcome result) { started.push_back(result); };
+        const auto note = [this](radio::Outcome result) { started.push_back(result); };
         radio::Advertising advertising;
         advertising.data = connectable;
         advertising.scanResponse = response;
@@ -84,9 +85,8 @@ TEST_F(OverBluez, AdvertisementsArriveUnchanged)
 
 TEST_F(OverBluez, TheNumberOfAdvertisementsIsLimited)
 {
-    std::vector<radio::Outcome> started;
     Do([&] {
-        const auto note = [&](radio::Outcome result) { started.push_back(result); };
+        const auto note = [this](radio::Outcome result) { started.push_back(result); };
         for (int i = 0; i < 6; ++i) {
             two->advertisements.Add({}, note, note);
         }
@@ -162,12 +162,11 @@ TEST_F(OverBluez, DISABLED_AServiceIsKilled)
 {
     const char* const file = std::getenv(kItemsFile);
     ASSERT_NE(file, nullptr);
-    std::vector<radio::Outcome> started;
     std::unique_ptr<Machine> killed;
     Do([&] { killed = std::make_unique<Machine>(loop, "hci1", file); });
     EXPECT_TRUE(Eventually([&] { return killed->picture.isOn; }));
     Do([&] {
-        const auto note = [&](radio::Outcome result) { started.push_back(result); };
+        const auto note = [this](radio::Outcome result) { started.push_back(result); };
         for (int i = 0; i < 5; ++i) {
             killed->advertisements.Add({}, note, note);
         }

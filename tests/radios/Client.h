@@ -24,7 +24,8 @@ class Client : public OverBluez {
         return Eventually(
             [this] { return one->picture.connected.empty() && two->picture.connected.empty(); });
     }
-    /// On both sides, as the next test's stack does not know that the device is being left.
+    /// Waits for both sides: the next test has a new stack, which has no record of a disconnection
+    /// under way.
     void Disconnect()
     {
         Do([this] { link.reset(); });
@@ -70,14 +71,13 @@ class Client : public OverBluez {
     }
     std::optional<Bytes> Read(const Key& key)
     {
-        Bytes bytes;
         Do([&] {
-            link->Read(key, [&bytes, note = Note()](GattStatus now, const Bytes& read) {
-                bytes = read;
+            link->Read(key, [this, note = Note()](GattStatus now, const Bytes& read) {
+                lastRead = read;
                 note(now);
             });
         });
-        return Outcome() == GattStatus::kDone ? std::optional(bytes) : std::nullopt;
+        return Outcome() == GattStatus::kDone ? std::optional(lastRead) : std::nullopt;
     }
     GattStatus Subscribe(const Key& key, bool enable = true)
     {
@@ -85,9 +85,25 @@ class Client : public OverBluez {
         return Outcome();
     }
 
+    /// What has been received so far; for the test's thread.
+    std::vector<Bytes> Notifications(const Key& key)
+    {
+        std::vector<Bytes> received;
+        Do([&] { received = notifications[key]; });
+        return received;
+    }
+    std::vector<Bytes> Indications(const Key& key)
+    {
+        std::vector<Bytes> received;
+        Do([&] { received = indications[key]; });
+        return received;
+    }
+
+    // Used in the loop's thread.
     bool isConnected = false;
     std::optional<GattReason> ended;
     std::optional<GattStatus> result;
+    Bytes lastRead;
     std::map<Key, std::vector<Bytes>> notifications;
     std::map<Key, std::vector<Bytes>> indications;
     std::unique_ptr<GattLink> link;

@@ -52,24 +52,21 @@ TEST_F(AGattPeer, NotifiesInOrderAndIndicates)
 {
     Connect();
     ASSERT_EQ(Subscribe(KeyOf(2)), GattStatus::kDone);
-    const auto& counted = notifications[KeyOf(2)];
-    ASSERT_TRUE(Eventually([&] { return counted.size() >= 20; }));
+    ASSERT_TRUE(Eventually([this] { return notifications[KeyOf(2)].size() >= 20; }));
     // Reads beside it are not taken for notifications.
     ASSERT_TRUE(Read(KeyOf(2)));
     ASSERT_EQ(Subscribe(KeyOf(2), false), GattStatus::kDone);
-    Do([&] {
-        for (std::size_t i = 1; i < counted.size(); ++i) {
-            const auto number = [](const Bytes& value) {
-                return value.at(0) | value.at(1) << 8U | value.at(2) << 16U;
-            };
-            EXPECT_EQ(number(counted[i]), number(counted[i - 1]) + 1);
-        }
-    });
+    const std::vector<Bytes> counted = Notifications(KeyOf(2));
+    const auto number = [](const Bytes& value) {
+        return value.at(0) | value.at(1) << 8U | value.at(2) << 16U;
+    };
+    for (std::size_t i = 1; i < counted.size(); ++i) {
+        EXPECT_EQ(number(counted[i]), number(counted[i - 1]) + 1);
+    }
     ASSERT_EQ(Subscribe(KeyOf(3)), GattStatus::kDone);
-    const auto& indicated = indications[KeyOf(3)];
-    ASSERT_TRUE(Eventually([&] { return indicated.size() >= 2; }));
+    ASSERT_TRUE(Eventually([this] { return indications[KeyOf(3)].size() >= 2; }));
     const std::string text = "acknowledge me";
-    EXPECT_EQ(indicated.front(), Bytes(text.begin(), text.end()));
+    EXPECT_EQ(Indications(KeyOf(3)).front(), Bytes(text.begin(), text.end()));
 }
 
 TEST_F(AGattPeer, IsLeftAndConnectedAgain)

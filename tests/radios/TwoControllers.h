@@ -100,6 +100,7 @@ class OverBluez : public testing::Test {
     std::unique_ptr<Machine> one;
     std::unique_ptr<Machine> two;
     std::optional<radio::Outcome> outcome;
+    std::vector<radio::Outcome> started;  // of what a test starts several of
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

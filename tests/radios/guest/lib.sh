@@ -1,5 +1,10 @@
 # For tests in the guest, which begin with: . /mnt/tests/lib.sh
 
+command_not_found_handle() {
+    echo "FAIL $1: no such command" >/dev/console
+    return 127
+}
+
 # A line with the time since the boot.
 up() { local t _; read -r t _ </proc/uptime; echo "[$t] $*"; }
 
@@ -21,6 +26,7 @@ gtest() {
     "$@" --gtest_color=no >/tmp/gtest.log 2>&1
     local code=$?
     sed -n 's/^\[       OK \] \(.*\) (.*/PASS \1/p; s/^\[  FAILED  \] \(.*\) (.*/FAIL \1/p' /tmp/gtest.log
+    grep -q '^\[       OK ' /tmp/gtest.log || echo "FAIL $*: no test has passed"
     if [ $code -ne 0 ]; then
         echo "FAIL $* ended with $code"
         tail -n 80 /tmp/gtest.log

@@ -4,7 +4,7 @@
 bluetooth_start || exit
 check "power hci0" power hci0 true
 check "power hci1" power hci1 true
-python3 /mnt/tests/hci.py 0 20 >/tmp/heard &
+python3 /mnt/tests/hci.py 0 300 >/tmp/heard &
 heard=$!
 # Beside bluetoothd, by the management socket: all bytes are the test's own.
 check "advertise raw bytes" python3 - <<'P'
@@ -14,9 +14,11 @@ import hci
 control = hci.open_socket(hci.NONE, hci.CONTROL)
 sys.exit(hci.add_advertising(control, 1, 5, 1, bytes.fromhex('02010605ff34120a0b'), bytes.fromhex('06095241572d31')))
 P
-check "discover" python3 /mnt/tests/discover.py hci0 6
-wait $heard
+python3 /mnt/tests/discover.py hci0 300 &
+discovery=$!
+check "heard the advertisement as it was sent" wait_for 90 grep -q '^ADV_IND .* 02010605ff34120a0b$' /tmp/heard
+check "heard the scan response by itself" wait_for 90 grep -q '^SCAN_RSP .* 06095241572d31$' /tmp/heard
+kill $discovery $heard
+wait $discovery $heard
 sed 's/^/    /' /tmp/heard
-check "heard the advertisement as it was sent" grep -q '^ADV_IND .* 02010605ff34120a0b$' /tmp/heard
-check "heard the scan response by itself" grep -q '^SCAN_RSP .* 06095241572d31$' /tmp/heard
 gtest "$STAGE/tests/radios_bluetooth_test"

@@ -28,13 +28,21 @@ read_value() { bluez call org.bluez "$1" org.bluez.GattCharacteristic1 ReadValue
 reads() { read_value "$1" | grep -q "$2"; }
 check "read" reads "$one" 'ay 5 104 101 108 108 111'
 check "write" bluez call org.bluez "$one" org.bluez.GattCharacteristic1 WriteValue 'aya{sv}' 2 1 2 0
-check "the peer has it" wait_for 5 grep -q 'written 1 0102' /tmp/peer.log
+check "the peer has it" wait_for 60 grep -q 'written 1 0102' /tmp/peer.log
 check "long read" reads "$long" 'ay 300 '
 # A subscription ends with the program that asked for it, so a program that stays.
-(echo "menu gatt"; echo "select-attribute $two"; echo "notify on"; sleep 3; echo "notify off") |
-    timeout 8 bluetoothctl >/tmp/client.log 2>&1
-check "the peer was subscribed to" grep -q 'subscribed 2' /tmp/peer.log
-check "values are shown" grep -q 'Value' /tmp/client.log
+mkfifo /tmp/client.in
+bluetoothctl </tmp/client.in >/tmp/client.log 2>&1 &
+exec 3>/tmp/client.in
+is_selected() { echo "select-attribute $two" >&3; sleep 1; grep -q 'service[0-9a-f]*/char' /tmp/client.log; }
+echo "menu gatt" >&3
+check "the characteristic is selected" wait_for 60 is_selected || tail -n 5 /tmp/client.log
+echo "notify on" >&3
+check "the peer was subscribed to" wait_for 60 grep -q 'subscribed 2' /tmp/peer.log
+check "values are shown" wait_for 60 grep -q 'CHG.*Attribute.*Value' /tmp/client.log || tail -n 20 /tmp/client.log
+echo "notify off" >&3
+exec 3>&-
+check "the subscription ends" wait_for 60 grep -q 'unsubscribed 2' /tmp/peer.log
 check "disconnect" bluez call org.bluez "$device" org.bluez.Device1 Disconnect
 # Our own client, with the same device.
 gtest "$STAGE/tests/radios_gatt_test"

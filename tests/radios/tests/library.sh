@@ -6,7 +6,8 @@ check "service on hci1" service_start hci1
 check "bt on, hci0" on hci0 pelaconctl bt on
 check "bt on, hci1" on hci1 pelaconctl bt on
 on hci0 pelaconctl service status | sed 's/^/    /'
-export PEER=$(address_of hci1)
+PEER=$(address_of hci1)
+export PEER
 mkfifo /tmp/peer.in
 exec_on hci1 "$STAGE/tests/radios_library_peer" </tmp/peer.in >/tmp/peer.log 2>&1 &
 peer=$!

@@ -16,9 +16,9 @@ exec 3>/tmp/bluetoothctl.in
 printf 'select %s\nscan le\n' "$theirs" >&3
 check "bluetoothctl finds our advertisement" wait_for 60 grep -q "NEW.*Device $ours" /tmp/bluetoothctl.log
 echo "info $ours" >&3
-check "... its name" wait_for 10 grep -qE 'Name: (Ours|Answer)' /tmp/bluetoothctl.log
-check "... its service" wait_for 10 grep -q 'UUID: Battery Service' /tmp/bluetoothctl.log
-check "... its manufacturer's data" wait_for 10 grep -q '02 15 aa' /tmp/bluetoothctl.log
+check "... its name" wait_for 60 grep -qE 'Name: (Ours|Answer)' /tmp/bluetoothctl.log
+check "... its service" wait_for 60 grep -q 'UUID: Battery Service' /tmp/bluetoothctl.log
+check "... its manufacturer's data" wait_for 60 grep -q '02 15 aa' /tmp/bluetoothctl.log
 echo "scan off" >&3
 exec 3>&-
 # btmgmt reads its commands from a terminal.

@@ -21,7 +21,7 @@ mkfifo /tmp/serve.in
 exec_on hci0 pelaconctl gatt serve /tmp/services.json </tmp/serve.in >/tmp/serve.log 2>&1 &
 serve=$!
 exec 3>/tmp/serve.in
-check "pelaconctl serves" wait_for 30 grep -q Serving /tmp/serve.log || exit
+check "pelaconctl serves" wait_for 60 grep -q Serving /tmp/serve.log || exit
 exec_on hci0 pelaconctl advertise --name Ours --uuid 180D >/tmp/advertise.log 2>&1 &
 advertise=$!
 
@@ -36,7 +36,7 @@ indicated=$(handle_of 2a3a)
 check "gatttool reads" prints '00 48' tool --char-read -a "$rate"
 check "gatttool reads the first part of a long value" prints '30 31 32 .* 38' tool --char-read -a "$(handle_of 2a38)"
 check "gatttool writes" prints 'written successfully' tool --char-write-req -a "$control" -n 0a0b
-check "pelaconctl shows the write" wait_for 10 grep -q "$theirs writes 180D/2A39: 0a0b" /tmp/serve.log
+check "pelaconctl shows the write" wait_for 60 grep -q "$theirs writes 180D/2A39: 0a0b" /tmp/serve.log
 check "gatttool reads what it wrote" prints '0a 0b' tool --char-read -a "$control"
 check "gatttool's write of another one is refused" prints "can't be written" tool --char-write-req -a "$rate" -n 01
 # What a subscription needs stands behind the value.
@@ -45,39 +45,39 @@ listen() { # HANDLE VALUE: a subscription, until it is killed
     timeout 60 gatttool -i hci1 -b "$ours" --char-write-req -a "$(descriptor "$1")" -n "$2" --listen \
         >/tmp/listen.log 2>&1 &
     listen=$!
-    wait_for 30 grep -q 'written successfully' /tmp/listen.log
+    wait_for 60 grep -q 'written successfully' /tmp/listen.log
 }
 check "gatttool subscribes to notifications" listen "$rate" 0100 || cat /tmp/listen.log /tmp/serve.log
 echo "2A37 004c" >&3
-check "gatttool receives a notification" wait_for 20 grep -q 'Notification handle.*00 4c' /tmp/listen.log
+check "gatttool receives a notification" wait_for 60 grep -q 'Notification handle.*00 4c' /tmp/listen.log
 end_listening() {
     : >/tmp/serve.log
     kill $listen
     wait $listen 2>/dev/null
-    check "the disconnection is reported" wait_for 30 grep -q "$theirs disconnected" /tmp/serve.log
+    check "the disconnection is reported" wait_for 60 grep -q "$theirs disconnected" /tmp/serve.log
 }
 end_listening
 check "gatttool subscribes to indications" listen "$indicated" 0200 || cat /tmp/listen.log /tmp/serve.log
 echo "2A3A 03" >&3
-check "gatttool receives an indication" wait_for 20 grep -q 'Indication   handle.*03' /tmp/listen.log
+check "gatttool receives an indication" wait_for 60 grep -q 'Indication   handle.*03' /tmp/listen.log
 end_listening
 
 mkfifo /tmp/bluetoothctl.in
 bluetoothctl </tmp/bluetoothctl.in >/tmp/bluetoothctl.log 2>&1 &
 exec 4>/tmp/bluetoothctl.in
 console() { # COMMANDS TEXT: the text that answers
-    printf "$1\n" >&4
-    wait_for "${3:-20}" grep -q "$2" /tmp/bluetoothctl.log || { tail -n 15 /tmp/bluetoothctl.log; false; }
+    printf '%b\n' "$1" >&4
+    wait_for 60 grep -q "$2" /tmp/bluetoothctl.log || { tail -n 15 /tmp/bluetoothctl.log; false; }
 }
-check "bluetoothctl finds it" console "select $theirs\nscan le" "Device $ours" 60
-check "bluetoothctl connects" console "scan off\nconnect $ours" "Connection successful" 60
-check "bluetoothctl finds the services" console "" "ServicesResolved: yes" 40
+check "bluetoothctl finds it" console "select $theirs\nscan le" "Device $ours"
+check "bluetoothctl connects" console "scan off\nconnect $ours" "Connection successful"
+check "bluetoothctl finds the services" console "" "ServicesResolved: yes"
 echo "menu gatt" >&4
 check "bluetoothctl reads" console "select-attribute 00002a39-0000-1000-8000-00805f9b34fb\nread" "  0a 0b"
 check "bluetoothctl writes" console "write '0x0c 0x0d'\nread" "  0c 0d"
-check "pelaconctl shows the write" wait_for 10 grep -q "writes 180D/2A39: 0c0d" /tmp/serve.log
+check "pelaconctl shows the write" wait_for 60 grep -q "writes 180D/2A39: 0c0d" /tmp/serve.log
 printf 'select-attribute 00002a3b-0000-1000-8000-00805f9b34fb\nwrite "0x0e 0x0f" 0 command\n' >&4
-check "bluetoothctl writes without a response" wait_for 20 grep -q "writes 180D/2A3B: 0e0f" /tmp/serve.log ||
+check "bluetoothctl writes without a response" wait_for 60 grep -q "writes 180D/2A3B: 0e0f" /tmp/serve.log ||
     tail -n 5 /tmp/bluetoothctl.log
 check "bluetoothctl reads a long value" console "select-attribute 00002a38-0000-1000-8000-00805f9b34fb\nread" \
     "  36 37 38 39"
@@ -85,8 +85,8 @@ check "bluetoothctl subscribes" console "select-attribute 00002a37-0000-1000-800
     "Notify started"
 echo "2A37 0055" >&3
 check "bluetoothctl receives the value" console "" "  00 55"
-check "bluetoothctl disconnects" console "back\ndisconnect $ours" "Successful disconnected" 30
-check "the disconnection is reported" wait_for 30 grep -q "$theirs disconnected" /tmp/serve.log
+check "bluetoothctl disconnects" console "back\ndisconnect $ours" "Successful disconnected"
+check "the disconnection is reported" wait_for 60 grep -q "$theirs disconnected" /tmp/serve.log
 exec 4>&-
 exec 3>&-
 kill $serve $advertise
@@ -108,7 +108,7 @@ writes() { # N VALUE
 mtu() { on hci0 timeout 60 pelaconctl gatt mtu "$theirs"; }
 check "pelaconctl reads" prints 68656c6c6f value 1
 check "pelaconctl writes" writes 1 0102
-check "their peer has it" wait_for 5 grep -q 'written 1 0102' /tmp/peer.log
+check "their peer has it" wait_for 60 grep -q 'written 1 0102' /tmp/peer.log
 check "pelaconctl reads what it wrote" prints 0102 value 1
 check "pelaconctl reads a long value" prints "$(python3 -c 'print((bytes(range(100)) * 3).hex())')" value 4
 check "a write that is not permitted is refused" exits 1 'not permitted|does not allow' writes 4 01
@@ -124,9 +124,9 @@ check "... and the reason" grep -q "$theirs ended the connection" /tmp/subscribe
 exec_on hci0 pelaconctl gatt subscribe "$theirs" $service "$(characteristic 3)" >/tmp/subscribe.log 2>&1 &
 subscribe=$!
 check "pelaconctl shows indications" wait_for 60 grep -q 61636b6e6f /tmp/subscribe.log
-check "they are confirmed" wait_for 10 grep -q 'confirmed 3' /tmp/peer.log
+check "they are confirmed" wait_for 60 grep -q 'confirmed 3' /tmp/peer.log
 kill $subscribe
 wait $subscribe
-check "the subscription ends" wait_for 20 grep -q 'unsubscribed 3' /tmp/peer.log
+check "the subscription ends" wait_for 60 grep -q 'unsubscribed 3' /tmp/peer.log
 kill $peer
 sed 's/^/    /' /tmp/service-hci0.log

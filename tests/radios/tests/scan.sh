@@ -47,10 +47,16 @@ expect name=Filt
 expect "address=${peer//:/}"
 expect manufacturer=FFFF
 expect hex=0215AA
-scan --filter name=Other --filter manufacturer=0001
-sleep 25
-check "other filters do not" test "$(grep -c "$peer" /tmp/scan.log)" = 0
+exec_on hci0 pelaconctl --json scan --filter name=Other --filter manufacturer=0001 >/tmp/other.log 2>&1 &
+other=$!
+wait_for 60 prints 'scanning=1' on hci0 pelaconctl service status
+scan
+check "it is received beside other filters" wait_for 60 receives "$peer" '"name":"Filtered"'
 end_scan
+check "the scan with other filters is there" kill -0 $other
+check "... and lets nothing through" test ! -s /tmp/other.log
+kill $other
+wait $other 2>/dev/null
 for policy in low-power balanced low-latency; do
     scan --policy $policy
     check "the policy $policy receives it" wait_for 60 receives "$peer" '"name":"Filtered"'

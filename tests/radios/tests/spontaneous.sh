@@ -7,7 +7,7 @@ check "service on hci0" service_start hci0
 service=$SERVICE
 check "bt on, hci0" on hci0 pelaconctl bt on
 
-control() { on hci0 timeout 15 pelaconctl "$@"; }
+control() { on hci0 timeout 60 pelaconctl "$@"; }
 begin() { # a scan and an advertisement
     exec_on hci0 pelaconctl advertise --name Ours >/tmp/advertise.log 2>&1 &
     advertise=$!
@@ -54,7 +54,7 @@ exec_on hci0 pelaconctl gatt read $silent >/tmp/read.log 2>&1 &
 read=$!
 check "the peer is asked" wait_for 60 grep -q 'asked 5' /tmp/peer.log || cat /tmp/read.log
 check "the peer's adapter is switched off" power hci1 false
-check "the read ends" wait_for 10 is_over $read
+check "the read ends" wait_for 30 is_over "$read"
 wait $read
 check "... with a failure" test $? = 1
 check "... and the reason" grep -qE 'not connected|ended the connection' /tmp/read.log

@@ -1,6 +1,6 @@
 # A service without bus, bluetoothd, rights: it starts, its status names what is missing, and what appears is used.
 . /mnt/tests/lib.sh
-control() { on hci0 timeout 15 pelaconctl "$@"; }
+control() { on hci0 timeout 60 pelaconctl "$@"; }
 # The part of the status about Bluetooth, in one line.
 radio() { control service status | sed -n '/Bluetooth radio/,/Wi-Fi radio/p' | tr -s ' \n' ' '; }
 check "a service without a bus" service_start hci0
@@ -21,7 +21,7 @@ kill $service
 
 # as_nobody COMMAND...
 as_nobody() { setpriv --reuid nobody --regid nogroup --clear-groups --inh-caps=-all "$@"; }
-for_nobody() { PELACON_RUNTIME_DIR=/run/pelacon-nobody LD_LIBRARY_PATH=$STAGE/lib as_nobody timeout 15 "$STAGE/bin/pelaconctl" "$@"; }
+for_nobody() { PELACON_RUNTIME_DIR=/run/pelacon-nobody LD_LIBRARY_PATH=$STAGE/lib as_nobody timeout 60 "$STAGE/bin/pelaconctl" "$@"; }
 mkdir -p /run/pelacon-nobody
 chown nobody /run/pelacon-nobody
 PELACON_RUNTIME_DIR=/run/pelacon-nobody as_nobody "$STAGE/libexec/pelacon/PelaconService" --radio bluetooth=linux \
