@@ -5,11 +5,11 @@
 #include <os/ServiceManager.h>
 #include <os/Termination.h>
 #include <protocol/Operation.h>
-#include <service/RadioChoice.h>
-#include <service/RealRadios.h>
 #include <service/Version.h>
 #include <service/base/Log.h>
 #include <service/core/PipeService.h>
+#include <service/selection/RadioChoice.h>
+#include <service/selection/RealRadios.h>
 #include <service/simulation/WorldFile.h>
 
 #include <CLI/CLI.hpp>

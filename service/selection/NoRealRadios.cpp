@@ -1,5 +1,5 @@
 // For builds without real radios.
-#include <service/RealRadios.h>
+#include <service/selection/RealRadios.h>
 #include <service/simulation/Simulation.h>
 
 #include <utility>

@@ -1,8 +1,8 @@
 // The real radios of the machine, if this build has any.
 #pragma once
 
-#include <service/RadioChoice.h>
 #include <service/radio/Radios.h>
+#include <service/selection/RadioChoice.h>
 #include <service/simulation/WorldFile.h>
 
 #include <string>

@@ -1,4 +1,4 @@
-#include <service/MixedRadios.h>
+#include <service/selection/MixedRadios.h>
 
 #include <nlohmann/json.hpp>
 

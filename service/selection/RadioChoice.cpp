@@ -1,4 +1,4 @@
-#include <service/RadioChoice.h>
+#include <service/selection/RadioChoice.h>
 
 #include <algorithm>
 #include <stdexcept>

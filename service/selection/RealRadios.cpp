@@ -1,6 +1,6 @@
-#include <service/MixedRadios.h>
-#include <service/RealRadios.h>
 #include <service/base/Log.h>
+#include <service/selection/MixedRadios.h>
+#include <service/selection/RealRadios.h>
 
 #include <memory>
 #include <optional>
