@@ -40,7 +40,7 @@ TEST_F(Trouble, EndsWithABluezThatIsKilledAndBeginsAgainWithTheNextOne)
     // It is started again, and finds both adapters as they were. The kernel ends the connection
     // that bluetoothd had some seconds later.
     ASSERT_TRUE(Eventually([this] { return one->picture.isOn && two->picture.isOn; }));
-    ASSERT_TRUE(Eventually([this] { return AreUnconnected(); }));
+    ASSERT_TRUE(Eventually(&AreUnconnected));
     Advertise();
     Connect();
     EXPECT_EQ(Read(KeyOf(kValue)), Bytes{'a'});
