@@ -1,7 +1,5 @@
 #include <service/core/Commands.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <exception>
 #include <utility>
@@ -29,15 +27,14 @@ void Commands::Add(const std::string& name, const std::string& summary, Action a
 
 std::string Commands::Run(std::string_view text) const
 {
-    nlohmann::json answer = nlohmann::json::object();
+    json::Output answer;
     try {
         Read(text)(answer);
         answer["ok"] = true;
     } catch (const std::exception& failure) {
         answer = {{"ok", false}, {"error", failure.what()}};
     }
-    // The bytes of a device's name may be anything; the answer must be UTF-8.
-    return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return json::Write(answer);
 }
 
 Commands::Action Commands::Read(std::string_view text) const
@@ -50,7 +47,7 @@ Commands::Action Commands::Read(std::string_view text) const
         const json::Reader field = fields.Required("command");
         const std::string name = field.Text(1, 64);
         if (name == "help") {
-            action = [this](nlohmann::json& answer) { Describe(answer); };
+            action = [this](json::Output& answer) { Describe(answer); };
             return;
         }
         const auto found = commands_.find(name);
@@ -62,9 +59,9 @@ Commands::Action Commands::Read(std::string_view text) const
     return action;
 }
 
-void Commands::Describe(nlohmann::json& answer) const
+void Commands::Describe(json::Output& answer) const
 {
-    nlohmann::json& list = answer["commands"] = nlohmann::json::object();
+    json::Output& list = answer["commands"];
     for (const auto& [name, entry] : commands_) {
         list[name] = entry.summary;
     }

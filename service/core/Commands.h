@@ -1,9 +1,8 @@
 // Commands that operators send to a running service.
 #pragma once
 
+#include <json/Output.h>
 #include <json/Reader.h>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <map>
@@ -18,7 +17,7 @@ namespace pelacon::service {
 class Commands {
   public:
     /// Executes the command and adds fields to the answer. Called with the scheduler's lock held.
-    using Action = std::function<void(nlohmann::json& answer)>;
+    using Action = std::function<void(json::Output& answer)>;
 
     /// Reads all of the command's fields, and returns the action.
     using Command = std::function<Action(json::Fields& fields)>;
@@ -38,7 +37,7 @@ class Commands {
     };
 
     Action Read(std::string_view text) const;
-    void Describe(nlohmann::json& answer) const;
+    void Describe(json::Output& answer) const;
 
     std::map<std::string, Entry> commands_;
 };

@@ -7,8 +7,6 @@
 #include <service/core/CoreState.h>
 #include <service/core/Trace.h>
 
-#include <nlohmann/json.hpp>
-
 #include <exception>
 #include <utility>
 
@@ -268,16 +266,16 @@ void Core::Restart()
     afterwards_.emplace_back([this] { transport_->DisconnectAll(); });
 }
 
-nlohmann::json Core::Status() const
+json::Output Core::Status() const
 {
     using std::chrono::duration_cast;
     using std::chrono::milliseconds;
     const Transport::Statistics line = transport_->GetStatistics();
-    nlohmann::json clients = nlohmann::json::array();
+    json::Output::List clients;
     for (const auto& session : state_->sessions.Present()) {
         clients.push_back({{"client", session->ClientId()}, {"pid", session->ProcessId()}});
     }
-    nlohmann::json status{
+    json::Output status{
         {"version", kVersion},
         {"pid", os::CurrentProcessId()},
         {"uptimeMs", duration_cast<milliseconds>(Scheduler::Clock::now() - begin_).count()},

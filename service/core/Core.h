@@ -2,6 +2,7 @@
 #pragma once
 
 #include <IPCMessage/IPCMessageServer.h>
+#include <json/Output.h>
 #include <service/base/Scheduler.h>
 #include <service/base/Transport.h>
 #include <service/core/Commands.h>
@@ -72,7 +73,7 @@ class Core : public IPCServerHandler {
     void AddCommands(State& state);
     void AddFaultCommands(Commands& commands);
     void AddClientCommands(Commands& commands);
-    nlohmann::json Status() const;
+    json::Output Status() const;
     void Restart();
 
     Scheduler scheduler_;

@@ -2,8 +2,6 @@
 #include <service/core/Core.h>
 #include <service/core/CoreState.h>
 
-#include <nlohmann/json.hpp>
-
 #include <charconv>
 #include <stdexcept>
 #include <string>
@@ -110,12 +108,12 @@ std::uint64_t Send(Scheduler& scheduler, const Sessions& sessions, const Push& p
 void Core::AddCommands(State& state)
 {
     state.commands.Add("ping", "does nothing; shows that the service answers",
-                       [](nlohmann::json&) {});
+                       [](json::Output&) {});
     state.commands.Add("status", "what the service does: clients, counters, faults, radios",
-                       [this](nlohmann::json& answer) { answer = Status(); });
+                       [this](json::Output& answer) { answer = Status(); });
     state.commands.Add(
         "restart", "drops all connections and forgets everything, as a service that was restarted",
-        [this](nlohmann::json&) { Restart(); });
+        [this](json::Output&) { Restart(); });
     AddFaultCommands(state.commands);
     AddClientCommands(state.commands);
 }
@@ -125,25 +123,25 @@ void Core::AddFaultCommands(Commands& commands)
     commands.Add(
         "fault.add", "adds a fault: fault (as in a world file)", [this](json::Fields& fields) {
             const auto fault = fields.Required("fault").Object(&ReadFault);
-            return [this, fault](nlohmann::json& answer) { answer["number"] = faults_.Add(fault); };
+            return [this, fault](json::Output& answer) { answer["number"] = faults_.Add(fault); };
         });
     commands.Add("fault.remove", "ends a fault: number", [this](json::Fields& fields) {
         const auto number = fields.Required("number").Integer<std::uint64_t>();
-        return [this, number](nlohmann::json&) {
+        return [this, number](json::Output&) {
             if (!faults_.Remove(number)) {
                 throw std::runtime_error("there is no fault with this number");
             }
         };
     });
     commands.Add("fault.list", "the faults in force",
-                 [this](nlohmann::json& answer) { answer["faults"] = faults_.Describe(); });
-    commands.Add("fault.clear", "ends all faults", [this](nlohmann::json&) { faults_.Clear(); });
+                 [this](json::Output& answer) { answer["faults"] = faults_.Describe(); });
+    commands.Add("fault.clear", "ends all faults", [this](json::Output&) { faults_.Clear(); });
 }
 
 void Core::AddClientCommands(Commands& commands)
 {
     const auto send = [this](const Push& push) {
-        return [this, push](nlohmann::json& answer) {
+        return [this, push](json::Output& answer) {
             answer["sent"] = Send(scheduler_, state_->sessions, push);
         };
     };
@@ -163,7 +161,7 @@ void Core::AddClientCommands(Commands& commands)
     const auto act = [this](void (Transport::*action)(std::uint64_t clientId),
                             const char* counted) {
         return [=, this](json::Fields& fields) {
-            return [=, this, whom = ReadWhom(fields)](nlohmann::json& answer) {
+            return [=, this, whom = ReadWhom(fields)](json::Output& answer) {
                 const auto chosen = Choose(state_->sessions, whom);
                 for (const auto& session : chosen) {
                     afterwards_.emplace_back(

@@ -1,6 +1,7 @@
 // A family of operations.
 #pragma once
 
+#include <json/Output.h>
 #include <protocol/ServiceLink.h>
 #include <service/base/Interface.h>
 #include <service/base/Scheduler.h>
@@ -8,8 +9,6 @@
 #include <service/core/Router.h>
 #include <service/core/Session.h>
 #include <service/radio/Radios.h>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <memory>
 #include <vector>
@@ -44,7 +43,7 @@ class Family : public Interface {
     virtual void Repair(Session& /*session*/, const protocol::RepairRequest& /*held*/) {}
 
     /// Adds the family's state to the answer of the `status` command.
-    virtual void Describe(nlohmann::json& /*status*/) const {}
+    virtual void Describe(json::Output& /*status*/) const {}
 };
 
 /// Creates all families, in the order in which ClientArrived and ClientLeft are called. Defined in

@@ -1,7 +1,5 @@
 #include <service/core/Faults.h>
 
-#include <nlohmann/json.hpp>
-
 #include <array>
 #include <charconv>
 #include <cstring>
@@ -138,11 +136,11 @@ FaultVerdict Faults::Judge(std::int32_t id, std::size_t payloadLength)
     return verdict;
 }
 
-nlohmann::json Faults::Describe() const
+json::Output::List Faults::Describe() const
 {
-    nlohmann::json list = nlohmann::json::array();
+    json::Output::List list;
     for (const Active& fault : active_) {
-        nlohmann::json entry{
+        json::Output entry{
             {"number", fault.number},
             {"request", fault.config.request},
             {"do", NameOf(fault.config.kind)},

@@ -1,11 +1,10 @@
 // Fault injection.
 #pragma once
 
+#include <json/Output.h>
 #include <json/Reader.h>
 #include <protocol/Catalogue.h>
 #include <service/base/Random.h>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <chrono>
 #include <cstdint>
@@ -72,7 +71,7 @@ class Faults {
     FaultVerdict Judge(std::int32_t id, std::size_t payloadLength);
 
     /// For the `status` command.
-    nlohmann::json Describe() const;
+    json::Output::List Describe() const;
 
   private:
     struct Active {

@@ -2,8 +2,6 @@
 #include <service/families/AdapterFamily.h>
 #include <service/families/RadioWait.h>
 
-#include <nlohmann/json.hpp>
-
 #include <functional>
 #include <string>
 #include <utility>
@@ -80,7 +78,7 @@ protocol::MacAndNameReply AdapterFamily::MacAndName() const
     return reply;
 }
 
-void AdapterFamily::Describe(nlohmann::json& status) const
+void AdapterFamily::Describe(json::Output& status) const
 {
     constexpr const char* kStates[] = {"off", "turning on", "on", "turning off"};
     status["adapter"] = {

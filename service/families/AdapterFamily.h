@@ -15,7 +15,7 @@ class AdapterFamily : public Family {
 
     void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     std::int32_t Switch(Session& session, bool on);

@@ -2,8 +2,6 @@
 #include <service/families/AdvertiserFamily.h>
 #include <service/families/RadioWait.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <functional>
@@ -287,7 +285,7 @@ void AdvertiserFamily::Repair(Session& session, const protocol::RepairRequest& h
     }
 }
 
-void AdvertiserFamily::Describe(nlohmann::json& status) const
+void AdvertiserFamily::Describe(json::Output& status) const
 {
     std::size_t registered = 0;
     std::size_t active = 0;

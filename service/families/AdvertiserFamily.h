@@ -24,7 +24,7 @@ class AdvertiserFamily : public Family {
     /// notified of that.
     void Repair(Session& session, const protocol::RepairRequest& held) override;
 
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     class Broadcast;

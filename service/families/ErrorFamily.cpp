@@ -1,8 +1,6 @@
 #include <service/core/Commands.h>
 #include <service/families/ErrorFamily.h>
 
-#include <nlohmann/json.hpp>
-
 namespace pelacon::service {
 
 ErrorFamily::ErrorFamily(const Context& context)
@@ -11,7 +9,7 @@ ErrorFamily::ErrorFamily(const Context& context)
     context.commands.Add(
         "error", "notifies every client of a connection error: code", [this](json::Fields& fields) {
             const auto code = fields.Required("code").Integer<std::int32_t>();
-            return [this, code](nlohmann::json& answer) { answer["sent"] = Notify(code); };
+            return [this, code](json::Output& answer) { answer["sent"] = Notify(code); };
         });
 }
 

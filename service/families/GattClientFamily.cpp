@@ -2,8 +2,6 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/GattClientFamily.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -152,7 +150,7 @@ void GattClientFamily::ClientLeft(Session& session)
     std::erase_if(clients_, [&](const auto& entry) { return &entry.second->Owner() == &session; });
 }
 
-void GattClientFamily::Describe(nlohmann::json& status) const
+void GattClientFamily::Describe(json::Output& status) const
 {
     const auto connected = std::count_if(clients_.begin(), clients_.end(), [](const auto& entry) {
         return entry.second->IsConnected();

@@ -26,7 +26,7 @@ class GattClientFamily : public Family {
     ~GattClientFamily() override;
 
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     class Client;

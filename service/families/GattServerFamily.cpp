@@ -2,8 +2,6 @@
 #include <service/families/GattServerFamily.h>
 #include <service/families/RadioWait.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <functional>
 #include <optional>
@@ -274,7 +272,7 @@ void GattServerFamily::ClientLeft(Session& session)
     std::erase_if(servers_, [&](const auto& entry) { return &entry.second->Owner() == &session; });
 }
 
-void GattServerFamily::Describe(nlohmann::json& status) const
+void GattServerFamily::Describe(json::Output& status) const
 {
     std::size_t services = 0;
     std::size_t started = 0;

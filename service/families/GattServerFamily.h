@@ -22,7 +22,7 @@ class GattServerFamily : public Family {
     ~GattServerFamily() override;
 
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     class Server;

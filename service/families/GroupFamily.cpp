@@ -3,8 +3,6 @@
 #include <service/families/GroupFamily.h>
 #include <service/families/RadioWait.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <functional>
 #include <utility>
@@ -219,13 +217,13 @@ std::int32_t GroupFamily::Frequency() const
     return connection ? radio::FrequencyOf(connection->channel) : 0;
 }
 
-void GroupFamily::Describe(nlohmann::json& status) const
+void GroupFamily::Describe(json::Output& status) const
 {
     std::int32_t sharedLinks = 0;
     for (const auto& [session, uses] : sharedLinks_) {
         sharedLinks += uses;
     }
-    nlohmann::json stations = nlohmann::json::array();
+    json::Output::List stations;
     for (const radio::Station& station : groups_.Stations()) {
         stations.push_back({{"address", protocol::AddressDigits(station.address)},
                             {"ipAddress", station.ipAddress}});

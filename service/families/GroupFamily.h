@@ -16,7 +16,7 @@ class GroupFamily : public Family {
 
     void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     void ServeLife(Router& router);

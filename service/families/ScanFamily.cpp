@@ -2,8 +2,6 @@
 #include <service/families/RadioWait.h>
 #include <service/families/ScanFamily.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <functional>
 #include <utility>
@@ -271,7 +269,7 @@ void ScanFamily::Repair(Session& session, const protocol::RepairRequest& held)
     FitScan(session);
 }
 
-void ScanFamily::Describe(nlohmann::json& status) const
+void ScanFamily::Describe(json::Output& status) const
 {
     std::size_t listeners = 0;
     std::size_t scanning = 0;

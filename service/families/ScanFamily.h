@@ -29,7 +29,7 @@ class ScanFamily : public Family {
     /// before, and the client is notified of that.
     void Repair(Session& session, const protocol::RepairRequest& held) override;
 
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     class Scan;

@@ -2,8 +2,6 @@
 #include <service/families/RadioWait.h>
 #include <service/families/SoftApFamily.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <functional>
@@ -322,7 +320,7 @@ void SoftApFamily::NotifyStation(bool joined)
     }
 }
 
-void SoftApFamily::Describe(nlohmann::json& status) const
+void SoftApFamily::Describe(json::Output& status) const
 {
     status["softAp"] = {
         {"exists", ap_.Exists()},
@@ -338,8 +336,8 @@ void SoftApFamily::Describe(nlohmann::json& status) const
     status["phone"] = {
         {"model", phone_.model},
         {"connectionChannel", phone_.connectionChannel},
-        {"channels24GHz", phone_.channels24GHz},
-        {"channels5GHz", phone_.channels5GHz},
+        {"channels24GHz", json::ListOf(phone_.channels24GHz)},
+        {"channels5GHz", json::ListOf(phone_.channels5GHz)},
     };
 }
 

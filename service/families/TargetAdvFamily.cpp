@@ -1,8 +1,6 @@
 #include <protocol/ServiceStatus.h>
 #include <service/families/TargetAdvFamily.h>
 
-#include <nlohmann/json.hpp>
-
 namespace pelacon::service {
 
 using protocol::TargetAdvRecord;
@@ -65,7 +63,7 @@ void TargetAdvFamily::Notify(const TargetAdvRecord& record) const
     }
 }
 
-void TargetAdvFamily::Describe(nlohmann::json& status) const
+void TargetAdvFamily::Describe(json::Output& status) const
 {
     status["targetedAdvertisements"] = {{"listeners", registrations_.size()}};
 }

@@ -17,7 +17,7 @@ class TargetAdvFamily : public Family {
 
     void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     std::int32_t Unregister(Session& session);

@@ -3,8 +3,6 @@
 #include <service/families/ChannelChoice.h>
 #include <service/families/WifiConfigFamily.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -282,9 +280,9 @@ void WifiConfigFamily::NotifyStation(const radio::Station& station, bool joined)
     }
 }
 
-void WifiConfigFamily::Describe(nlohmann::json& status) const
+void WifiConfigFamily::Describe(json::Output& status) const
 {
-    nlohmann::json description{
+    json::Output description{
         {"configurations", settings_.size()},
         {"configurationListeners", configurationListeners_.size()},
         {"connectionListeners", connectionListeners_.size()},

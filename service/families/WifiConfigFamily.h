@@ -21,7 +21,7 @@ class WifiConfigFamily : public Family {
 
     void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     /// A configuration that an application has set.

@@ -1,8 +1,6 @@
 #include <PelaconSDK/WifiState.h>
 #include <service/families/WifiStateFamily.h>
 
-#include <nlohmann/json.hpp>
-
 #include <functional>
 
 namespace pelacon::service {
@@ -95,7 +93,7 @@ std::optional<std::int32_t> WifiStateFamily::Enable(Session& session,
     return ResultOf(outcome.value_or(radio::Outcome::kFailed));
 }
 
-void WifiStateFamily::Describe(nlohmann::json& status) const
+void WifiStateFamily::Describe(json::Output& status) const
 {
     status["wifi"] = {
         {"on", wifi_.IsOn()},

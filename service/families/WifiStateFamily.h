@@ -15,7 +15,7 @@ class WifiStateFamily : public Family {
 
     void ClientArrived(Session& session, bool returning) override;
     void ClientLeft(Session& session) override;
-    void Describe(nlohmann::json& status) const override;
+    void Describe(json::Output& status) const override;
 
   private:
     std::optional<std::int32_t> Enable(Session& session, const protocol::FlagRequest& request);

@@ -1,6 +1,7 @@
 // The radios of one machine.
 #pragma once
 
+#include <json/Output.h>
 #include <service/base/Interface.h>
 #include <service/radio/Adapter.h>
 #include <service/radio/Advertiser.h>
@@ -13,8 +14,6 @@
 #include <service/radio/TargetAdvs.h>
 #include <service/radio/Wifi.h>
 #include <service/radio/WifiCards.h>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <memory>
@@ -65,7 +64,7 @@ class Radios : public Interface {
     virtual bool IsKnown() const { return true; }
 
     /// For operators: of Bluetooth and of Wi-Fi, which stack there is and how it is used.
-    virtual nlohmann::json Describe() const = 0;
+    virtual json::Output Describe() const = 0;
 
     /// Adds the operators' commands of these radios, if they have any.
     virtual void AddCommands(Commands& /*commands*/) {}

@@ -1,7 +1,5 @@
 #include <service/selection/MixedRadios.h>
 
-#include <nlohmann/json.hpp>
-
 #include <utility>
 
 namespace pelacon::service {
@@ -41,9 +39,9 @@ bool MixedRadios::IsKnown() const
            (hosts_.wifi == nullptr || hosts_.wifi->IsKnown());
 }
 
-nlohmann::json MixedRadios::Describe() const
+json::Output MixedRadios::Describe() const
 {
-    nlohmann::json description = simulation_.Describe();
+    json::Output description = simulation_.Describe();
     if (hosts_.bluetooth != nullptr) {
         description["bluetooth"] = hosts_.bluetooth->Describe();
     }

@@ -1,6 +1,7 @@
 // Real radios, and simulated ones for the rest.
 #pragma once
 
+#include <json/Output.h>
 #include <service/linux/bluetooth/Radios.h>
 #include <service/linux/wifi/Radios.h>
 #include <service/simulation/Simulation.h>
@@ -59,7 +60,7 @@ class MixedRadios : public radio::Radios {
     radio::Errors& GetErrors() override { return simulation_.GetErrors(); }
 
     bool IsKnown() const override;
-    nlohmann::json Describe() const override;
+    json::Output Describe() const override;
     void AddCommands(Commands& commands) override;
     void Release() override;
 

@@ -1,7 +1,5 @@
 #include <service/simulation/Simulation.h>
 
-#include <nlohmann/json.hpp>
-
 #include <utility>
 
 namespace pelacon::service::simulation {
@@ -30,7 +28,7 @@ Simulation::Simulation(Scheduler& scheduler, const WorldFile& file)
     gattClient_.AddDevice(adapter_.Address(), gattServer_);
 }
 
-nlohmann::json Simulation::Describe() const
+json::Output Simulation::Describe() const
 {
     return {{"bluetooth", {{"kind", "simulated"}}}, {"wifi", {{"kind", "simulated"}}}};
 }

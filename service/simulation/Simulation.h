@@ -1,6 +1,7 @@
 // The simulated radios.
 #pragma once
 
+#include <json/Output.h>
 #include <service/base/Scheduler.h>
 #include <service/radio/Radios.h>
 #include <service/simulation/Adapter.h>
@@ -41,7 +42,7 @@ class Simulation : public radio::Radios {
     Phone& GetPhone() override { return phone_; }
     WifiCards& GetWifiCards() override { return wifiCards_; }
     Errors& GetErrors() override { return errors_; }
-    nlohmann::json Describe() const override;
+    json::Output Describe() const override;
     void AddCommands(Commands& commands) override { AddCommandsOf(commands, {}); }
 
     /// Which of the simulated radios programs use. The phone is always one of them.

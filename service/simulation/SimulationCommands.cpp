@@ -2,8 +2,6 @@
 #include <service/core/Commands.h>
 #include <service/simulation/Simulation.h>
 
-#include <nlohmann/json.hpp>
-
 #include <stdexcept>
 #include <string>
 
@@ -27,7 +25,7 @@ void AddStationCommands(Commands& commands, const std::string& word, const std::
                      const std::uint64_t address = fields.Required("address").Address();
                      std::optional<std::string> ipAddress;
                      fields.Read("ipAddress", ipAddress, &ReadIpAddress);
-                     return [&groups, address, ipAddress](nlohmann::json&) {
+                     return [&groups, address, ipAddress](json::Output&) {
                          Require(groups.Join(address, ipAddress),
                                  "there is none, or the station has joined it already");
                      };
@@ -35,7 +33,7 @@ void AddStationCommands(Commands& commands, const std::string& word, const std::
     commands.Add(word + ".leave", "a station leaves the " + name + ": address",
                  [&groups](json::Fields& fields) {
                      const std::uint64_t address = fields.Required("address").Address();
-                     return [&groups, address](nlohmann::json&) {
+                     return [&groups, address](json::Output&) {
                          Require(groups.Leave(address), "there is no such station");
                      };
                  });
@@ -47,15 +45,15 @@ void AddAdapterCommands(Commands& commands, Wifi& wifi, WifiCards& cards)
                  [&wifi](json::Fields& fields) {
                      radio::Wifi::Connection connection;
                      ReadConnection(fields, connection);
-                     return [&wifi, connection](nlohmann::json&) { wifi.Connect(connection); };
+                     return [&wifi, connection](json::Output&) { wifi.Connect(connection); };
                  });
     commands.Add("wifi.disconnect", "the adapter loses its access point",
-                 [&wifi](nlohmann::json&) { wifi.Connect(std::nullopt); });
+                 [&wifi](json::Output&) { wifi.Connect(std::nullopt); });
     commands.Add("wifi.card", "a Wi-Fi card changes: card, state (absent, off, on)",
                  [&cards](json::Fields& fields) {
                      const auto card = fields.Required("card").Integer<std::size_t>(0, 4);
                      const radio::CardState state = ReadCardState(fields.Required("state"));
-                     return [&cards, card, state](nlohmann::json&) {
+                     return [&cards, card, state](json::Output&) {
                          Require(cards.Set(card, state), "there is no place for this card");
                      };
                  });
@@ -66,7 +64,7 @@ void AddPhoneCommands(Commands& commands, Phone& phone)
     commands.Add("phone.channel", "the phone's Wi-Fi connects, or is lost: channel (0: lost)",
                  [&phone](json::Fields& fields) {
                      const auto channel = ReadConnectionChannel(fields.Required("channel"));
-                     return [&phone, channel](nlohmann::json&) { phone.Connect(channel); };
+                     return [&phone, channel](json::Output&) { phone.Connect(channel); };
                  });
 }
 
@@ -83,7 +81,7 @@ void AddStackCommands(Commands& commands, Stack& stack, Simulation::Parts parts)
                          name.Fail("is what a real radio does");
                      }
                      const StackBehaviour behaviour = ReadStackBehaviour(fields, operation);
-                     return [&stack, operation, behaviour](nlohmann::json&) {
+                     return [&stack, operation, behaviour](json::Output&) {
                          stack.Set(operation, behaviour);
                      };
                  });
@@ -96,7 +94,7 @@ void AddEndCommand(Commands& commands, Advertiser& advertiser, Scanner& scanner)
         [&advertiser, &scanner](json::Fields& fields) {
             const bool isScan =
                 fields.Required("operation").Choice<bool>({{"advertise", false}, {"scan", true}});
-            return [&advertiser, &scanner, isScan](nlohmann::json& answer) {
+            return [&advertiser, &scanner, isScan](json::Output& answer) {
                 answer["ended"] = isScan ? scanner.EndAll() : advertiser.EndAll();
             };
         });

@@ -162,7 +162,7 @@ TEST(FaultsTest, IsDescribedForOperators)
             "probability": 0.25})"));
     faults.Add(Fault(R"({"request": "any", "do": "never", "perform": true})"));
     faults.Judge(kBtEnable, 0);
-    const nlohmann::json list = faults.Describe();
+    const auto list = nlohmann::json::parse(json::Write(faults.Describe()));
     EXPECT_EQ(list[0], nlohmann::json::parse(
                            R"({"number": 1, "request": "BtEnable", "do": "status", "status": 3,
                                "ms": 5, "after": 1, "times": 9, "probability": 0.25,

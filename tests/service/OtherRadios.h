@@ -25,7 +25,7 @@ class OtherRadios : public radio::Radios {
     radio::Phone& GetPhone() override { return simulation_.GetPhone(); }
     radio::WifiCards& GetWifiCards() override { return simulation_.GetWifiCards(); }
     radio::Errors& GetErrors() override { return simulation_.GetErrors(); }
-    nlohmann::json Describe() const override { return simulation_.Describe(); }
+    json::Output Describe() const override { return simulation_.Describe(); }
 
   private:
     simulation::Simulation simulation_;

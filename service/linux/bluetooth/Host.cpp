@@ -1,8 +1,6 @@
 #include <service/base/Log.h>
 #include <service/linux/bluetooth/Host.h>
 
-#include <nlohmann/json.hpp>
-
 namespace pelacon::service::linux_radios::bluetooth {
 
 template <typename Member>
@@ -85,22 +83,22 @@ void Host::TakeStatus(const BackendStatus& status)
     }
 }
 
-nlohmann::json Host::Describe() const
+json::Output Host::Describe() const
 {
-    nlohmann::json description{{"kind", "linux"}, {"state", TextOf(status_.presence)}};
-    nlohmann::json missing = nlohmann::json::array();
+    json::Output description{{"kind", "linux"}, {"state", TextOf(status_.presence)}};
+    json::Output::List missing;
     if (status_.presence != Stack::Presence::kThere) {
-        missing.push_back(WhatIsMissing(status_.presence));
+        missing.emplace_back(WhatIsMissing(status_.presence));
         description["missing"] = missing;
         return description;
     }
     const bool areReportsRaw = status_.reports == Discovery::Way::kRaw;
     if (!areReportsRaw) {
-        missing.push_back("CAP_NET_RAW, to receive advertisements as they were sent");
+        missing.emplace_back("CAP_NET_RAW, to receive advertisements as they were sent");
     }
     const bool isAdvertisingRaw = status_.advertising == Advertisements::Way::kRaw;
     if (!isAdvertisingRaw) {
-        missing.push_back(
+        missing.emplace_back(
             "CAP_NET_ADMIN, to send advertisements as they were given, and to know why "
             "connections end");
     }

@@ -1,12 +1,11 @@
 // Bluetooth of this machine, which the radios of all states of the service share.
 #pragma once
 
+#include <json/Output.h>
 #include <service/base/Interface.h>
 #include <service/linux/InLoop.h>
 #include <service/linux/Upcalls.h>
 #include <service/linux/bluetooth/Backend.h>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <memory>
@@ -48,7 +47,7 @@ class Host {
     const AdapterPicture& Picture() const noexcept { return picture_; }
 
     /// For operators: the stack, the way in which it is used, and what is missing.
-    nlohmann::json Describe() const;
+    json::Output Describe() const;
 
     /// Null: there are no radios.
     void SetObserver(Observer* observer) noexcept { observer_ = observer; }

@@ -1,8 +1,6 @@
 #include <service/base/Log.h>
 #include <service/linux/wifi/Host.h>
 
-#include <nlohmann/json.hpp>
-
 namespace pelacon::service::linux_radios::wifi {
 
 namespace {
@@ -62,12 +60,12 @@ void Host::TakeStatus(const BackendStatus& status)
     }
 }
 
-nlohmann::json Host::Describe() const
+json::Output Host::Describe() const
 {
-    nlohmann::json missing = nlohmann::json::array();
+    json::Output::List missing;
     if (!isKnown_ || !status_.isThere) {
         if (isKnown_) {
-            missing.push_back("the card: plug it in; \"ip link\" shows those that are there");
+            missing.emplace_back("the card: plug it in; \"ip link\" shows those that are there");
         }
         return {{"kind", "linux"},
                 {"state", isKnown_ ? "no such card" : "not known yet"},
@@ -75,10 +73,10 @@ nlohmann::json Host::Describe() const
     }
     const bool isManaged = status_.manager == Manager::kNetworkManager;
     if (status_.manager == Manager::kNone) {
-        missing.push_back("NetworkManager, to connect the machine to networks");
+        missing.emplace_back("NetworkManager, to connect the machine to networks");
     }
     if (!status_.canSwitch) {
-        missing.push_back("write access to /dev/rfkill, to switch Wi-Fi");
+        missing.emplace_back("write access to /dev/rfkill, to switch Wi-Fi");
     }
     const char* const way = isManaged           ? "by NetworkManager"
                             : status_.canSwitch ? "by rfkill"

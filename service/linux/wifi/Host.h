@@ -1,12 +1,11 @@
 // Wi-Fi of this machine, as the radios of all states of the service share it.
 #pragma once
 
+#include <json/Output.h>
 #include <service/base/Interface.h>
 #include <service/linux/InLoop.h>
 #include <service/linux/Upcalls.h>
 #include <service/linux/wifi/Backend.h>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <memory>
 #include <string>
@@ -40,7 +39,7 @@ class Host {
     const Picture& GetPicture() const noexcept { return picture_; }
 
     /// For operators: the way in which Wi-Fi is used, and what is missing.
-    nlohmann::json Describe() const;
+    json::Output Describe() const;
 
     /// Null: there are no radios.
     void SetObserver(Observer* observer) noexcept { observer_ = observer; }

@@ -44,7 +44,11 @@ class RealWifi : public WifiHostTest {
     }
     nlohmann::json Status()
     {
-        return Locked([this] { return host->Describe(); });
+        return Locked([this] { return StatusInLock(); });
+    }
+    nlohmann::json StatusInLock() const
+    {
+        return nlohmann::json::parse(json::Write(host->Describe()));
     }
 };
 
@@ -232,17 +236,15 @@ TEST_F(RealWifi, FollowsNetworkManagerThatGoesAndComesBack)
     EXPECT_EQ(Status()["switch"], "by NetworkManager");
     manager->Do({{"do", "supplicant"}, {"is_there", true}});
     manager->Do({{"do", "leave"}});
-    ASSERT_TRUE(Eventually([this] { return host->Describe()["stack"] == "wpa_supplicant alone"; }));
+    ASSERT_TRUE(Eventually([this] { return StatusInLock()["stack"] == "wpa_supplicant alone"; }));
     EXPECT_TRUE(IsOn());
     manager->Do({{"do", "supplicant"}, {"is_there", false}});
-    ASSERT_TRUE(Eventually([this] {
-        return host->Describe()["stack"] == "neither NetworkManager nor wpa_supplicant";
-    }));
+    ASSERT_TRUE(Eventually(
+        [this] { return StatusInLock()["stack"] == "neither NetworkManager nor wpa_supplicant"; }));
     EXPECT_THAT(Status()["missing"][0], HasSubstr("NetworkManager"));
     manager->Do({{"do", "come"}, {"enabled", false}});
     ASSERT_TRUE(Eventually([this] { return !radios->GetWifi().IsOn(); }));
-    EXPECT_TRUE(
-        Eventually([this] { return host->Describe()["stack"] == "NetworkManager 1.42.4"; }));
+    EXPECT_TRUE(Eventually([this] { return StatusInLock()["stack"] == "NetworkManager 1.42.4"; }));
 }
 
 TEST_F(RealWifi, LosesNetworkManagerDuringASwitch)
@@ -292,7 +294,7 @@ TEST_F(RealWifi, UsesTheFirstCardAsLongAsItIsThere)
     ASSERT_TRUE(Eventually([this] { return radios->GetWifiCards().Interfaces().size() == 2; }));
     EXPECT_EQ(Status()["adapter"], "wlan1");
     kernel.RemoveCard(1);
-    ASSERT_TRUE(Eventually([this] { return host->Describe()["adapter"] == "wlan0"; }));
+    ASSERT_TRUE(Eventually([this] { return StatusInLock()["adapter"] == "wlan0"; }));
 }
 
 TEST_F(RealWifi, UsesTheCardThatWasChosenByItsInterface)
