@@ -74,8 +74,9 @@ void WifiStateFamily::ClientLeft(Session& session)
     channelListeners_.erase(&session);
 }
 
-/// Switches, and waits until that is done. Returns nothing if the client has left meanwhile. The
-/// family may be destroyed during the wait and is not used after it.
+/// Switches, and waits until that is done. Returns nothing if the client has left meanwhile, and a
+/// failure if the service ends. The family may be destroyed during the wait and is not used after
+/// it.
 std::optional<std::int32_t> WifiStateFamily::Enable(Session& session,
                                                     const protocol::FlagRequest& request)
 {
@@ -83,11 +84,12 @@ std::optional<std::int32_t> WifiStateFamily::Enable(Session& session,
     if (cards.empty() || cards.front() == radio::CardState::kAbsent) {
         return kEnableWifiNoAdapter;
     }
-    const Completion<radio::Outcome> completion(scheduler_);
+    Scheduler& scheduler = scheduler_;
+    const Completion<radio::Outcome> completion(scheduler);
     wifi_.Switch(request.flag != 0,
                  [completion](radio::Outcome outcome) { completion.Set(outcome); });
     const auto outcome = session.Await(completion, kSwitchPatience);
-    if (!outcome && !session.IsPresent()) {
+    if (!outcome && !session.IsPresent() && !scheduler.IsStopping()) {
         return std::nullopt;
     }
     return ResultOf(outcome.value_or(radio::Outcome::kFailed));
