@@ -2,6 +2,7 @@
 #include <PelaconSDK/PelaconSvc.h>
 #include <sdk/diag/TraverseProcesses.h>
 #include <tests/support/SdkTest.h>
+#include <tests/support/Wlan.h>
 #include <voevent/VoEvent.h>
 
 #include <atomic>
@@ -16,6 +17,7 @@ void StoppedSdkTest::SetUp()
     Copies::Reset();
     Processes::Reset();
     Threads::Reset();
+    Wlan::Reset();
     ForgetTraversals();
     ForgetWhatHappened();
 }
@@ -23,7 +25,9 @@ void StoppedSdkTest::SetUp()
 void StoppedSdkTest::TearDown()
 {
     Threads::WaitForAll();
-    channel.Reset();  // what hooks refer to ends with the test
+    // What hooks refer to ends with the test.
+    channel.Reset();
+    Wlan::Reset();
     PelaconSvcStop();
 }
 

@@ -17,17 +17,6 @@ using ::testing::Not;
 
 class WlanHandle : public StoppedSdkTest {
   protected:
-    void SetUp() override
-    {
-        StoppedSdkTest::SetUp();
-        Wlan::Reset();
-    }
-    void TearDown() override
-    {
-        Wlan::Reset();
-        StoppedSdkTest::TearDown();
-    }
-
     static bool Scan() { return WifiSystemApi::GetInstance().Scan(); }
 
     static bool IsSet(std::promise<void>& promise)

@@ -19,17 +19,6 @@ constexpr auto kScan = "WifiSystemApi::Scan";
 /// how it opens is tested in WlanHandleTest.cpp.
 class WlanScan : public StoppedSdkTest {
   protected:
-    void SetUp() override
-    {
-        StoppedSdkTest::SetUp();
-        Wlan::Reset();
-    }
-    void TearDown() override
-    {
-        Wlan::Reset();
-        StoppedSdkTest::TearDown();
-    }
-
     /// Opens the process's handle, if that has not happened yet.
     static void Open()
     {

@@ -84,7 +84,7 @@ TEST(StuckLogTest, DelaysNoCallerAndReportsLostLines)
     const LogLevel before = log::wantedLevel.exchange(LogLevel::kInfo);
     const FullStandardError errors;
     for (int number = 0; number < kLines; ++number) {
-        log::Info("line ", number, " of text that nobody reads, ", std::string(100, '.'));
+        log::Info("line ", number, " of a log that is not read, ", std::string(100, '.'));
     }
     log::Flush(10ms);  // returns
 
