@@ -2,6 +2,7 @@
 
 #include <linux/genetlink.h>
 #include <linux/netlink.h>
+#include <linux/rtnetlink.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -34,10 +35,10 @@ Message ReadMessage(std::uint16_t type, std::span<const std::uint8_t> content)
     return message;
 }
 
-/// The errno of an acknowledgement; 0 for success.
-int ErrorIn(std::span<const std::uint8_t> content)
+/// The errno of an acknowledgement, or of the end of a dump; 0 for success.
+int ErrorIn(std::span<const std::uint8_t> content, int errorIfNone)
 {
-    std::int32_t error = -EBADMSG;
+    std::int32_t error = -errorIfNone;
     if (content.size() >= sizeof error) {
         std::memcpy(&error, content.data(), sizeof error);
     }
@@ -56,14 +57,13 @@ Family ReadFamily(const Attributes& attributes)
     return family;
 }
 
-}  // namespace
-
-Endpoint OpenGeneric()
+Endpoint Open(int protocol, std::uint32_t groups)
 {
     FileDescriptor descriptor(
-        socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_GENERIC));
+        socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, protocol));
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
+    address.nl_groups = groups;
     if (!descriptor ||
         bind(descriptor.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         throw std::system_error(errno, std::generic_category(), "no netlink socket");
@@ -76,6 +76,18 @@ Endpoint OpenGeneric()
                                             "cannot join a netlink group");
                 }
             }};
+}
+
+}  // namespace
+
+Endpoint OpenGeneric()
+{
+    return Open(NETLINK_GENERIC, 0);
+}
+
+Endpoint OpenRoute()
+{
+    return Open(NETLINK_ROUTE, RTMGRP_LINK);
 }
 
 Socket::Socket(Loop& loop, Endpoint endpoint, OnMessage event, std::function<void()> missed)
@@ -180,9 +192,9 @@ void Socket::Take(const std::vector<std::uint8_t>& datagram)
         } else if (isAnswer) {
             isInterrupted_ = isInterrupted_ || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
             if (header.nlmsg_type == NLMSG_ERROR) {
-                Finish(ErrorIn(content));
+                Finish(ErrorIn(content, EBADMSG));
             } else if (header.nlmsg_type == NLMSG_DONE) {
-                Finish(isInterrupted_ ? EINTR : 0);
+                Finish(isInterrupted_ ? EINTR : ErrorIn(content, 0));
             } else if (header.nlmsg_type >= NLMSG_MIN_TYPE) {
                 waiting_.front().answer(ReadMessage(header.nlmsg_type, content));
             }

@@ -1,4 +1,4 @@
-// A socket of the kernel's generic netlink, on the loop.
+// A socket of the kernel's netlink, on the loop.
 #pragma once
 
 #include <service/linux/FileDescriptor.h>
@@ -21,8 +21,12 @@ struct Endpoint {
     std::function<void(std::uint32_t group)> join;
 };
 
-/// Throws std::system_error.
+/// For generic netlink. Throws std::system_error.
 Endpoint OpenGeneric();
+
+/// For addresses and network interfaces, whose changes are its events (RTM_NEWLINK is the family of
+/// such a message). Throws std::system_error.
+Endpoint OpenRoute();
 
 /// Whether the kernel has a family, its number, and those of its groups.
 struct Family {
@@ -39,7 +43,7 @@ class Socket : private Loop::Source {
 
     static constexpr std::chrono::seconds kLimit{5};
 
-    /// `event` is called with each message that no request caused; `missed` when there were more
+    /// `event` is called with each event; `missed` when there were more
     /// than the socket could hold. None of the functions that are called may destroy the socket.
     Socket(Loop& loop, Endpoint endpoint, OnMessage event, std::function<void()> missed);
     ~Socket() override;

@@ -6,14 +6,23 @@ namespace pelacon::service::linux_radios::wifi {
 
 Backend::Backend(Loop& loop, const std::string& interface, Callbacks callbacks,
                  const KernelAccess& kernel)
-    : callbacks_(std::move(callbacks)),
-      rfkill_(loop, kernel.openRfkill(), [this] { Look(); }),
-      manager_(loop, [this] { Look(); }),
-      kernel_(loop, kernel.openNetlink(), [this] { Look(); }),
+    : loop_(loop),
+      callbacks_(std::move(callbacks)),
+      rfkill_(loop, kernel.openRfkill(), [this] { LookSoon(); }),
+      manager_(loop, [this] { LookSoon(); }),
+      kernel_(loop, kernel.netlink, [this] { LookSoon(); }),
       maker_(kernel_, rfkill_, manager_, interface, kernel.addressOf),
       switch_(loop, manager_, rfkill_)
 {
     manager_.Start();
+}
+
+/// Once for all changes that come together.
+void Backend::LookSoon()
+{
+    if (!look_.IsPending()) {
+        look_ = loop_.After(Loop::Duration::zero(), [this] { Look(); });
+    }
 }
 
 /// Reports what has changed, once everything is known.

@@ -16,7 +16,7 @@ namespace pelacon::service::linux_radios::wifi {
 
 /// How the backend reaches the kernel. The members are replaced in tests.
 struct KernelAccess {
-    std::function<netlink::Endpoint()> openNetlink = &netlink::OpenGeneric;
+    NetlinkAccess netlink;
     std::function<RfkillAccess()> openRfkill = &OpenRfkill;
     PictureMaker::AddressOf addressOf = &PermanentAddressOf;
 };
@@ -55,10 +55,13 @@ class Backend {
     void Switch(bool on, SwitchControl::Done done) { switch_.Switch(on, std::move(done)); }
 
   private:
+    void LookSoon();
     void Look();
     BackendStatus StatusOf(const Picture& picture) const;
 
+    Loop& loop_;
     Callbacks callbacks_;
+    Loop::Timer look_;
     std::optional<Picture> picture_;
     std::optional<BackendStatus> status_;
     Rfkill rfkill_;

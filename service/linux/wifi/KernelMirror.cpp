@@ -1,11 +1,14 @@
+#include <service/base/Log.h>
 #include <service/linux/wifi/KernelMirror.h>
 
 #include <linux/genetlink.h>
 #include <linux/nl80211.h>
+#include <linux/rtnetlink.h>
 
 #include <cerrno>
 #include <chrono>
 #include <memory>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -22,57 +25,101 @@ constexpr std::chrono::seconds kNextTry{3};
 /// The same for a list that changed while it was read.
 constexpr std::chrono::milliseconds kSoon{10};
 
-/// Interfaces get their final names from the system just after they appear, which is no event of
-/// nl80211.
-constexpr std::chrono::seconds kUntilRenamed{1};
-
 }  // namespace
 
-KernelMirror::KernelMirror(Loop& loop, netlink::Endpoint endpoint, std::function<void()> changed)
-    : loop_(loop),
-      changed_(std::move(changed)),
-      socket_(
-          loop, std::move(endpoint), [this](const Message& event) { Heard(event); },
-          [this] {
-              ReadAgain({true, true, true});
-          })
+KernelMirror::KernelMirror(Loop& loop, NetlinkAccess access, std::function<void()> changed)
+    : loop_(loop), access_(std::move(access)), changed_(std::move(changed))
 {
-    socket_.FindFamily(NL80211_GENL_NAME, [this](const netlink::Family& family) { Begin(family); });
+    open_ = loop_.After(Loop::Duration::zero(), [this] { Open(); });
+}
+
+void KernelMirror::Open()
+{
+    links_.reset();
+    socket_.reset();
+    try {
+        socket_.emplace(
+            loop_, access_.openGeneric(), [this](const Message& event) { Heard(event); },
+            [this] { FindFamily(); });
+        links_.emplace(
+            loop_, access_.openRoute(),
+            [this](const Message& event) {
+                if (event.family == RTM_NEWLINK) {
+                    ReadAgain({false, true, false});
+                }
+            },
+            [this] {
+                ReadAgain({false, true, false});
+            });
+        FindFamily();
+    } catch (const std::system_error& error) {
+        open_ = loop_.After(kNextTry, [this] { Open(); });
+        Failed(error.what());
+    }
+}
+
+void KernelMirror::FindFamily()
+{
+    socket_->FindFamily(NL80211_GENL_NAME,
+                        [this](const netlink::Family& family) { Begin(family); });
 }
 
 /// The kernel has the family, or has none: an event will report it.
 void KernelMirror::Begin(const netlink::Family& family)
 {
     if (family.number == 0) {
-        Know();
+        Forget();
         return;
     }
-    family_ = family.number;
-    for (const char* const group : {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_REG,
-                                    NL80211_MULTICAST_GROUP_MLME, NL80211_MULTICAST_GROUP_SCAN}) {
-        const auto found = family.groups.find(group);
-        if (found != family.groups.end()) {
-            socket_.Join(found->second);
+    if (std::exchange(family_, family.number) != family.number) {
+        ++generation_;
+        isReading_ = false;
+    }
+    try {
+        for (const char* const group :
+             {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_REG,
+              NL80211_MULTICAST_GROUP_MLME, NL80211_MULTICAST_GROUP_SCAN}) {
+            const auto found = family.groups.find(group);
+            if (found != family.groups.end()) {
+                socket_->Join(found->second);
+            }
         }
+    } catch (const std::system_error& error) {
+        open_ = loop_.After(kNextTry, [this] { Open(); });
+        Failed(error.what());
+        return;
     }
     ReadAgain({true, true, true});
+}
+
+/// There is no such family.
+void KernelMirror::Forget()
+{
+    family_ = 0;
+    ++generation_;
+    isReading_ = false;
+    next_.Cancel();
+    stale_ = {};
+    cards_.clear();
+    interfaces_.clear();
+    loads_.clear();
+    Know();
 }
 
 void KernelMirror::Heard(const Message& event)
 {
     if (event.family == GENL_ID_CTRL) {
-        if (event.command == CTRL_CMD_NEWFAMILY && family_ == 0 &&
-            event.attributes.Text(CTRL_ATTR_FAMILY_NAME) == NL80211_GENL_NAME) {
-            socket_.FindFamily(NL80211_GENL_NAME,
-                               [this](const netlink::Family& family) { Begin(family); });
+        if (event.attributes.Text(CTRL_ATTR_FAMILY_NAME) != NL80211_GENL_NAME) {
+            return;
+        }
+        if (event.command == CTRL_CMD_NEWFAMILY) {
+            FindFamily();
+        } else if (event.command == CTRL_CMD_DELFAMILY) {
+            Forget();
         }
         return;
     }
     switch (event.command) {
-        case NL80211_CMD_NEW_INTERFACE:
-            renamed_ = loop_.After(kUntilRenamed, [this] { ReadAgain({false, true, false}); });
-            ReadAgain({false, true, false});
-            break;
         case NL80211_CMD_NEW_WIPHY:
         case NL80211_CMD_DEL_WIPHY:
         case NL80211_CMD_REG_CHANGE:
@@ -80,6 +127,7 @@ void KernelMirror::Heard(const Message& event)
         case NL80211_CMD_REG_BEACON_HINT:
             ReadAgain({true, true, false});
             break;
+        case NL80211_CMD_NEW_INTERFACE:
         case NL80211_CMD_DEL_INTERFACE:
         case NL80211_CMD_SET_INTERFACE:
         case NL80211_CMD_CONNECT:
@@ -103,7 +151,7 @@ void KernelMirror::ReadAgain(Stale what)
     stale_.cards = stale_.cards || what.cards;
     stale_.interfaces = stale_.interfaces || what.interfaces;
     stale_.loads = stale_.loads || what.loads;
-    if (!isReading_) {
+    if (!isReading_ && family_ != 0) {
         ReadNext();
     }
 }
@@ -111,6 +159,7 @@ void KernelMirror::ReadAgain(Stale what)
 void KernelMirror::ReadNext()
 {
     isReading_ = true;
+    next_.Cancel();
     if (std::exchange(stale_.cards, false)) {
         ReadCards();
     } else if (std::exchange(stale_.interfaces, false)) {
@@ -119,6 +168,7 @@ void KernelMirror::ReadNext()
         ReadLoads(interfaces_.begin()->first);
     } else {
         isReading_ = false;
+        hasFailed_ = false;
         Know();
     }
 }
@@ -128,14 +178,17 @@ void KernelMirror::ReadCards()
     Request request(family_, NL80211_CMD_GET_WIPHY, Request::Kind::kDump);
     request.PutFlag(NL80211_ATTR_SPLIT_WIPHY_DUMP);
     const auto read = std::make_shared<Cards>();
-    socket_.Send(
+    socket_->Send(
         std::move(request),
         [read](const Message& message) {
             if (const auto number = CardNumber(message.attributes)) {
                 AddTo((*read)[*number], message.attributes);
             }
         },
-        [this, read](int error) {
+        [this, read, generation = generation_](int error) {
+            if (generation != generation_) {
+                return;
+            }
             if (error == 0) {
                 cards_ = std::move(*read);
             }
@@ -146,14 +199,17 @@ void KernelMirror::ReadCards()
 void KernelMirror::ReadInterfaces()
 {
     const auto read = std::make_shared<Interfaces>();
-    socket_.Send(
+    socket_->Send(
         Request(family_, NL80211_CMD_GET_INTERFACE, Request::Kind::kDump),
         [read](const Message& message) {
             if (auto interface = ReadInterface(message.attributes)) {
                 (*read)[interface->index] = std::move(*interface);
             }
         },
-        [this, read](int error) {
+        [this, read, generation = generation_](int error) {
+            if (generation != generation_) {
+                return;
+            }
             if (error == 0) {
                 interfaces_ = std::move(*read);
             }
@@ -166,15 +222,19 @@ void KernelMirror::ReadLoads(std::uint32_t interface)
 {
     Request request(family_, NL80211_CMD_GET_SURVEY, Request::Kind::kDump);
     request.Put(NL80211_ATTR_IFINDEX, interface);
-    socket_.Send(
+    socket_->Send(
         std::move(request),
-        [this](const Message& message) {
-            if (const auto load = ReadLoad(message.attributes)) {
+        [this, generation = generation_](const Message& message) {
+            const auto load = ReadLoad(message.attributes);
+            if (load && generation == generation_) {
                 loads_[load->frequency] = load->percent;
             }
         },
         // Not every driver has them, and an interface may be gone by now.
-        [this, interface](int) {
+        [this, interface, generation = generation_](int) {
+            if (generation != generation_) {
+                return;
+            }
             const auto next = interfaces_.upper_bound(interface);
             if (next != interfaces_.end()) {
                 ReadLoads(next->first);
@@ -193,11 +253,23 @@ void KernelMirror::Finished(Stale what, int error)
     }
     stale_.cards = stale_.cards || what.cards;
     stale_.interfaces = stale_.interfaces || what.interfaces;
+    isReading_ = false;  // an event has it read before
     const Loop::Duration delay = error == EINTR ? Loop::Duration(kSoon) : Loop::Duration(kNextTry);
     next_ = loop_.After(delay, [this] { ReadNext(); });
+    if (error != EINTR) {
+        Failed(std::generic_category().message(error).c_str());
+    }
 }
 
-/// The copy is complete, or there is nothing to copy.
+/// It is tried again later.
+void KernelMirror::Failed(const char* why)
+{
+    if (!std::exchange(hasFailed_, true)) {
+        log::Warning("the kernel's Wi-Fi cannot be read: ", why);
+    }
+    Know();
+}
+
 void KernelMirror::Know()
 {
     isKnown_ = true;

@@ -8,8 +8,15 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace pelacon::service::linux_radios::wifi {
+
+/// The sockets of a mirror; either function throws std::system_error. Tests have others.
+struct NetlinkAccess {
+    std::function<netlink::Endpoint()> openGeneric = &netlink::OpenGeneric;
+    std::function<netlink::Endpoint()> openRoute = &netlink::OpenRoute;
+};
 
 /// Keeps the copy, and reports its changes. In the loop's thread.
 class KernelMirror {
@@ -18,14 +25,14 @@ class KernelMirror {
     using Interfaces = std::map<std::uint32_t, CardInterface>;
     using Loads = std::map<std::uint32_t, std::int32_t>;
 
-    /// `changed` is called after each change of the copy, and once when it is known that there is
-    /// nothing to copy. It must not destroy the mirror.
-    KernelMirror(Loop& loop, netlink::Endpoint endpoint, std::function<void()> changed);
+    /// `changed` is called, later, after each change of the copy, and when it is known that there
+    /// is nothing to copy. It must not destroy the mirror.
+    KernelMirror(Loop& loop, NetlinkAccess access, std::function<void()> changed);
 
     KernelMirror(const KernelMirror&) = delete;
     KernelMirror& operator=(const KernelMirror&) = delete;
 
-    /// False until the first copy is complete.
+    /// False until the first copy is complete, or could not be made.
     bool IsKnown() const noexcept { return isKnown_; }
 
     /// By their numbers.
@@ -43,7 +50,10 @@ class KernelMirror {
         bool loads = false;
     };
 
+    void Open();
+    void FindFamily();
     void Begin(const netlink::Family& family);
+    void Forget();
     void Heard(const netlink::Message& event);
     void ReadAgain(Stale what);
     void ReadNext();
@@ -51,20 +61,25 @@ class KernelMirror {
     void ReadInterfaces();
     void ReadLoads(std::uint32_t interface);
     void Finished(Stale what, int error);
+    void Failed(const char* why);
     void Know();
 
     Loop& loop_;
+    NetlinkAccess access_;
     std::function<void()> changed_;
     std::uint16_t family_ = 0;
+    std::uint64_t generation_ = 0;  // of the family: answers of an earlier one are no longer valid
+    bool hasFailed_ = false;        // and has not succeeded since
     bool isKnown_ = false;
     bool isReading_ = false;
     Stale stale_;
     Cards cards_;
     Interfaces interfaces_;
     Loads loads_;
+    Loop::Timer open_;
     Loop::Timer next_;
-    Loop::Timer renamed_;
-    netlink::Socket socket_;
+    std::optional<netlink::Socket> socket_;
+    std::optional<netlink::Socket> links_;  // has an event when an interface gets another name
 };
 
 }  // namespace pelacon::service::linux_radios::wifi

@@ -22,8 +22,7 @@ class TheMirrorOfTheKernel : public LoopTest {
     void Start()
     {
         Do([this] {
-            mirror =
-                std::make_unique<KernelMirror>(loop, kernel.OpenNetlink(), [this] { ++changes; });
+            mirror = std::make_unique<KernelMirror>(loop, kernel.Netlink(), [this] { ++changes; });
         });
         ASSERT_TRUE(Eventually([this] { return mirror->IsKnown(); }));
     }
@@ -73,12 +72,11 @@ TEST_F(TheMirrorOfTheKernel, FollowsCardsAndInterfaces)
     ASSERT_TRUE(Eventually([this] { return mirror->AllCards().empty() && Interfaces().empty(); }));
 }
 
-TEST_F(TheMirrorOfTheKernel, HasTheNameThatAnInterfaceGetsAfterItsBeginning)
+TEST_F(TheMirrorOfTheKernel, FollowsTheNameOfAnInterface)
 {
-    Start();
     kernel.SetCard(0);
     kernel.SetInterface(4, "wlan0");
-    ASSERT_TRUE(Eventually([this] { return Interfaces().size() == 1; }));
+    Start();
     kernel.RenameInterface(4, "wlp2s0");
     ASSERT_TRUE(Eventually([this] { return Interfaces().front().first == "wlp2s0"; }));
 }
@@ -104,6 +102,19 @@ TEST_F(TheMirrorOfTheKernel, ReadsAListAgainThatChangedMeanwhile)
     Do([this] { EXPECT_EQ(mirror->AllCards().size(), 1U); });
 }
 
+TEST_F(TheMirrorOfTheKernel, KeepsWhatItHasWhereAListCannotBeRead)
+{
+    kernel.SetCard(0);
+    Start();
+    kernel.FailDumps(NL80211_CMD_GET_WIPHY, 1000, ENODEV);
+    kernel.SetCard(0, {2412});
+    ASSERT_TRUE(Eventually([this] { return changes >= 2; }));
+    Do([this] { EXPECT_EQ(mirror->AllCards().at(0).bands.at(0).frequencies.size(), 3U); });
+    kernel.FailDumps(NL80211_CMD_GET_WIPHY, 0, 0);
+    kernel.SetCard(1);  // which has it read at once
+    ASSERT_TRUE(Eventually([this] { return mirror->AllCards().size() == 2; }));
+}
+
 TEST_F(TheMirrorOfTheKernel, IsEmptyWithoutADriverAndFilledWithIt)
 {
     kernel.UnloadDriver();
@@ -111,6 +122,27 @@ TEST_F(TheMirrorOfTheKernel, IsEmptyWithoutADriverAndFilledWithIt)
     Start();
     Do([this] { EXPECT_THAT(mirror->AllCards(), IsEmpty()); });
     kernel.LoadDriver();
+    ASSERT_TRUE(Eventually([this] { return mirror->AllCards().size() == 1; }));
+}
+
+TEST_F(TheMirrorOfTheKernel, FollowsADriverThatIsLoadedAgain)
+{
+    kernel.SetCard(0);
+    Start();
+    kernel.UnloadDriver();
+    ASSERT_TRUE(Eventually([this] { return mirror->AllCards().empty(); }));
+    kernel.LoadDriver();
+    ASSERT_TRUE(Eventually([this] { return changes >= 3; }));
+    kernel.SetCard(1);
+    ASSERT_TRUE(Eventually([this] { return mirror->AllCards().contains(1); }));
+}
+
+TEST_F(TheMirrorOfTheKernel, IsEmptyUntilThereAreSockets)
+{
+    kernel.SetCard(0);
+    kernel.RefuseSockets(1);
+    Start();
+    Do([this] { EXPECT_THAT(mirror->AllCards(), IsEmpty()); });
     ASSERT_TRUE(Eventually([this] { return mirror->AllCards().size() == 1; }));
 }
 

@@ -84,11 +84,11 @@ inline Octets Acknowledgement(std::uint32_t sequence, int error = 0)
     return NetlinkMessage(kError, sequence, OctetsOf(-error) + Octets(16));
 }
 
-/// The end of a dump.
-inline Octets EndOfDump(std::uint32_t sequence, std::uint16_t flags = 0)
+/// The end of a dump, which may have broken off with this errno.
+inline Octets EndOfDump(std::uint32_t sequence, std::uint16_t flags = 0, int error = 0)
 {
     constexpr std::uint16_t kDone = 3;
-    return NetlinkMessage(kDone, sequence, OctetsOf(0), flags);
+    return NetlinkMessage(kDone, sequence, OctetsOf(-error), flags);
 }
 
 }  // namespace pelacon::service::linux_radios::tests

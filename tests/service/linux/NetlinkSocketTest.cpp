@@ -138,12 +138,24 @@ TEST_F(ANetlinkSocket, ReportsADumpThatWasInterrupted)
     EXPECT_THAT(results, ElementsAre(EINTR));
 }
 
+TEST_F(ANetlinkSocket, ReportsADumpThatBrokeOff)
+{
+    Send(5, Request::Kind::kDump);
+    const std::uint32_t first = NextRequest(5);
+    sockets.Send(Answer(first, 1) + EndOfDump(first, 0, ENODEV));
+    ASSERT_TRUE(Ends(1));
+    Send(5, Request::Kind::kDump);
+    sockets.Send(NetlinkMessage(3, NextRequest(5), {}));  // without a result
+    ASSERT_TRUE(Ends(2));
+    EXPECT_THAT(results, ElementsAre(ENODEV, 0));
+}
+
 TEST_F(ANetlinkSocket, DistinguishesEventsFromAnswers)
 {
     Send(5);
     const std::uint32_t number = NextRequest(5);
     sockets.Send(FamilyMessage(kFamily, 0, 34, {}));
-    sockets.Send(Answer(number + 7, 9));  // of nobody
+    sockets.Send(Answer(number + 7, 9));  // to a request that was never sent
     sockets.Send(Acknowledgement(number));
     ASSERT_TRUE(Ends(1));
     EXPECT_THAT(events, ElementsAre(34));
@@ -186,9 +198,27 @@ TEST_F(ANetlinkSocket, IsIdleOnceTheKernelHasClosedIt)
     Send(5);
     ASSERT_TRUE(Ends(1));
     EXPECT_THAT(results, ElementsAre(EPIPE));
-    const std::uint64_t turns = loop.Turns();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_LT(loop.Turns() - turns, 10U);
+    // A timer wakes the loop once or twice; a socket that is ready all the time does so meanwhile.
+    constexpr unsigned kTimers = 20;
+    constexpr unsigned kMostTurns = 4 * kTimers;
+    unsigned count = 0;
+    std::uint64_t turns = 0;
+    Loop::Timer timer;
+    std::promise<void> end;
+    const std::function<void()> wait = [&] {
+        if (count++ == kTimers) {
+            turns = loop.Turns() - turns;
+            end.set_value();
+        } else {
+            timer = loop.After(std::chrono::milliseconds(1), wait);
+        }
+    };
+    Do([&] {
+        turns = loop.Turns();
+        wait();
+    });
+    ASSERT_EQ(end.get_future().wait_for(kPatience), std::future_status::ready);
+    EXPECT_LT(turns, kMostTurns);
 }
 
 }  // namespace

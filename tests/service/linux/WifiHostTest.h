@@ -1,43 +1,35 @@
 // What families see of Wi-Fi, over stand-ins of the kernel and of NetworkManager.
 #pragma once
 
-#include <service/base/Scheduler.h>
 #include <service/linux/wifi/Radios.h>
-#include <tests/service/linux/OnLoop.h>
 #include <tests/service/linux/PrivateBus.h>
+#include <tests/service/linux/SchedulerTest.h>
 #include <tests/service/linux/WifiKernel.h>
-#include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace pelacon::service::linux_radios::tests {
 
-/// A test body runs without the scheduler's lock, and takes it with Locked.
-class WifiHostTest : public testing::Test {
+/// What the loop of a test uses, and outlives it.
+struct WifiStandIns {
+    PrivateBus bus;
+    std::optional<StandIn> manager;
+    WifiKernel kernel;
+};
+
+class WifiHostTest : protected WifiStandIns, public SchedulerTest {
   protected:
     ~WifiHostTest() override
     {
         Release();
         host.reset();
-    }
-
-    template <typename Body>
-    decltype(auto) Locked(Body body)
-    {
-        const Scheduler::Guard lock = scheduler.Lock();
-        return body();
-    }
-
-    /// Waits until the condition, which is checked with the lock held, holds.
-    template <typename Condition>
-    bool Eventually(const Condition& condition)
-    {
-        return test::Eventually([&] { return Locked(condition); });
     }
 
     /// Has a program on the bus that can play NetworkManager.
@@ -52,7 +44,7 @@ class WifiHostTest : public testing::Test {
     void Start(const std::string& interface = "")
     {
         wifi::KernelAccess access;
-        access.openNetlink = [this] { return kernel.OpenNetlink(); };
+        access.netlink = kernel.Netlink();
         access.openRfkill = [this] { return kernel.OpenRfkill(canSwitch); };
         access.addressOf = [](const std::string& card) -> std::uint64_t {
             return card == "phy0" ? 0x020000000010 : 0x020000000020;
@@ -78,11 +70,19 @@ class WifiHostTest : public testing::Test {
     {
         return Locked([this] { return radios->GetWifi().IsOn(); });
     }
-    /// The outcomes of so many switches, once they have ended.
+    /// The outcomes of all switches, when there are at least `count` of them.
     std::vector<radio::Outcome> Outcomes(std::size_t count)
     {
         EXPECT_TRUE(Eventually([&] { return outcomes.size() >= count; }));
         return Locked([this] { return outcomes; });
+    }
+
+    /// Returns when the loop has done all that was posted before.
+    void AwaitLoop()
+    {
+        std::promise<void> isDone;
+        loop.Post([&isDone] { isDone.set_value(); });
+        isDone.get_future().wait();
     }
 
     void Release()
@@ -91,13 +91,7 @@ class WifiHostTest : public testing::Test {
         radios.reset();
     }
 
-    PrivateBus bus;
-    std::optional<StandIn> manager;
-    WifiKernel kernel;
     bool canSwitch = true;  // may write to /dev/rfkill
-    Scheduler scheduler{1};
-    Complaints complaints;
-    Loop loop{[this](std::string_view text) { complaints.Add(text); }};
     std::unique_ptr<wifi::Host> host;
     std::unique_ptr<wifi::Radios> radios;
     // Guarded by the scheduler's lock:

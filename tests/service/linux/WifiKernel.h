@@ -2,6 +2,7 @@
 #pragma once
 
 #include <service/linux/netlink/Socket.h>
+#include <service/linux/wifi/KernelMirror.h>
 #include <service/linux/wifi/Rfkill.h>
 #include <tests/service/linux/NetlinkBytes.h>
 #include <tests/service/linux/OnLoop.h>
@@ -10,6 +11,7 @@
 #include <linux/genetlink.h>
 #include <linux/nl80211.h>
 #include <linux/rfkill.h>
+#include <linux/rtnetlink.h>
 
 #include <array>
 #include <cerrno>
@@ -18,7 +20,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -46,35 +50,44 @@ class WifiKernel {
     WifiKernel(const WifiKernel&) = delete;
     WifiKernel& operator=(const WifiKernel&) = delete;
 
-    netlink::Endpoint OpenNetlink()
+    wifi::NetlinkAccess Netlink()
     {
-        return {Open(false, [this](const FileDescriptor& end,
-                                   const Octets& packet) { Answer(end, packet); }),
-                [](std::uint32_t /*group*/) {}};
+        return {[this] { return OpenGeneric(); }, [this] { return OpenRoute(); }};
     }
 
     /// The switches: that of the card "phy3" has the number 3.
     wifi::RfkillAccess OpenRfkill(bool isWritable = true)
     {
-        return {
-            Open(true, [this](const FileDescriptor& /*end*/,
-                              const Octets& packet) { SetSoftBlocks(packet.at(kSoftOctet) != 0); }),
-            isWritable, [](std::uint32_t number) { return "phy" + std::to_string(number); }};
+        return {Open(Kind::kRfkill,
+                     [this](const FileDescriptor& /*end*/, const Octets& packet) {
+                         SetSoftBlocks(packet.at(kSoftOctet) != 0);
+                     }),
+                isWritable, [](std::uint32_t number) { return "phy" + std::to_string(number); }};
     }
 
-    /// The kernel has no Wi-Fi at all until LoadDriver.
+    /// There are no sockets for netlink so many times.
+    void RefuseSockets(int times)
+    {
+        const std::lock_guard lock(mutex_);
+        refusedSockets_ = times;
+    }
+
+    /// The kernel has no Wi-Fi at all until LoadDriver. Its family has another number then.
     void UnloadDriver()
     {
         const std::lock_guard lock(mutex_);
         hasFamily_ = false;
+        cards_.clear();
+        interfaces_.clear();
+        EmitFamily(CTRL_CMD_DELFAMILY);
+        joined_.clear();
     }
     void LoadDriver()
     {
-        {
-            const std::lock_guard lock(mutex_);
-            hasFamily_ = true;
-        }
-        Emit(GENL_ID_CTRL, CTRL_CMD_NEWFAMILY, Attribute(CTRL_ATTR_FAMILY_NAME, "nl80211"));
+        const std::lock_guard lock(mutex_);
+        hasFamily_ = true;
+        ++family_;
+        EmitFamily(CTRL_CMD_NEWFAMILY);
     }
 
     /// The card "phy0", or with another number, and its frequencies.
@@ -84,7 +97,8 @@ class WifiKernel {
             const std::lock_guard lock(mutex_);
             return cards_.insert_or_assign(number, frequencies).second;
         }();
-        Emit(kFamily, isNew ? NL80211_CMD_NEW_WIPHY : NL80211_CMD_WIPHY_REG_CHANGE, {});
+        Emit(isNew ? NL80211_CMD_NEW_WIPHY : NL80211_CMD_WIPHY_REG_CHANGE,
+             isNew ? kConfiguration : kRegulation);
         if (isNew) {
             Block(number, false, false, RFKILL_OP_ADD);
         }
@@ -97,24 +111,31 @@ class WifiKernel {
             std::erase_if(interfaces_, [&](const auto& one) { return one.second.card == number; });
         }
         Block(number, false, false, RFKILL_OP_DEL);
-        Emit(kFamily, NL80211_CMD_DEL_WIPHY, {});
+        Emit(NL80211_CMD_DEL_WIPHY, kConfiguration);
     }
 
-    /// An interface of a card that is on a network, if a name is given.
+    /// An interface of a card that is on a network, if a name is given; on its own one if it is no
+    /// station.
     void SetInterface(std::uint32_t index, const std::string& name, std::uint32_t card = 0,
-                      const std::string& ssid = {}, std::uint32_t frequency = 0)
+                      const std::string& ssid = {}, std::uint32_t frequency = 0,
+                      std::uint32_t kind = NL80211_IFTYPE_STATION)
     {
         {
             const std::lock_guard lock(mutex_);
-            interfaces_[index] = {card, name, ssid, frequency};
+            interfaces_[index] = {card, name, ssid, frequency, kind};
         }
-        Emit(kFamily, ssid.empty() ? NL80211_CMD_NEW_INTERFACE : NL80211_CMD_CONNECT, {});
+        if (ssid.empty()) {
+            Emit(NL80211_CMD_NEW_INTERFACE, kConfiguration);
+        } else {
+            Emit(NL80211_CMD_CONNECT, kNetworks);
+        }
     }
-    /// Without an event, as the kernel does it.
+    /// Without an event of nl80211.
     void RenameInterface(std::uint32_t index, const std::string& name)
     {
         const std::lock_guard lock(mutex_);
         interfaces_.at(index).name = name;
+        EmitPacket(Kind::kRoute, NetlinkMessage(RTM_NEWLINK, 0, Octets(sizeof(ifinfomsg))));
     }
     void RemoveInterface(std::uint32_t index)
     {
@@ -122,7 +143,7 @@ class WifiKernel {
             const std::lock_guard lock(mutex_);
             interfaces_.erase(index);
         }
-        Emit(kFamily, NL80211_CMD_DEL_INTERFACE, {});
+        Emit(NL80211_CMD_DEL_INTERFACE, kConfiguration);
     }
 
     void Measure(const std::vector<Survey>& surveys)
@@ -131,7 +152,7 @@ class WifiKernel {
             const std::lock_guard lock(mutex_);
             surveys_ = surveys;
         }
-        Emit(kFamily, NL80211_CMD_NEW_SCAN_RESULTS, {});
+        Emit(NL80211_CMD_NEW_SCAN_RESULTS, kScans);
     }
 
     void Block(std::uint32_t number, bool soft, bool hard,
@@ -146,18 +167,29 @@ class WifiKernel {
         EmitBlock(number, soft, hard, operation);
     }
 
-    /// The next dumps of this command end as if the list had changed meanwhile.
+    /// The next dumps of this command are empty; they end as if the list had changed meanwhile.
     void InterruptDumps(std::uint8_t command, int times)
     {
         const std::lock_guard lock(mutex_);
-        interrupted_[command] = times;
+        faults_[command] = {times, EINTR};
+    }
+    /// The next dumps of this command are empty, and end with the errno.
+    void FailDumps(std::uint8_t command, int times, int error)
+    {
+        const std::lock_guard lock(mutex_);
+        faults_[command] = {times, error};
     }
 
   private:
     using Taken = std::function<void(const FileDescriptor& end, const Octets& packet)>;
+    enum class Kind : std::uint8_t { kGeneric, kRoute, kRfkill };
     struct End {
         std::shared_ptr<const FileDescriptor> socket;
-        bool isRfkill;
+        Kind kind;
+    };
+    struct Fault {
+        int times = 0;
+        int error = 0;
     };
 
     struct Interface {
@@ -165,27 +197,59 @@ class WifiKernel {
         std::string name;
         std::string ssid;
         std::uint32_t frequency = 0;
+        std::uint32_t kind = 0;
     };
 
-    static constexpr std::uint16_t kFamily = 28;
+    static constexpr std::uint16_t kFirstFamily = 28;
     static constexpr std::size_t kSoftOctet = 6;
+    // Groups of events, by their numbers:
+    static constexpr std::uint32_t kConfiguration = 5;
+    static constexpr std::uint32_t kScans = 6;
+    static constexpr std::uint32_t kRegulation = 7;
+    static constexpr std::uint32_t kNetworks = 8;
 
-    FileDescriptor Open(bool isRfkill, Taken taken)
+    void MayRefuseSocket()
+    {
+        const std::lock_guard lock(mutex_);
+        if (refusedSockets_ > 0) {
+            --refusedSockets_;
+            throw std::system_error(EMFILE, std::generic_category(), "no netlink socket");
+        }
+    }
+
+    netlink::Endpoint OpenGeneric()
+    {
+        MayRefuseSocket();
+        return {Open(Kind::kGeneric, [this](const FileDescriptor& end,
+                                            const Octets& packet) { Answer(end, packet); }),
+                [this](std::uint32_t group) {
+                    const std::lock_guard lock(mutex_);
+                    joined_.insert(group);
+                }};
+    }
+
+    netlink::Endpoint OpenRoute()
+    {
+        return {Open(Kind::kRoute, [](const FileDescriptor&, const Octets&) {}),
+                [](std::uint32_t /*group*/) {}};
+    }
+
+    FileDescriptor Open(Kind kind, Taken taken)
     {
         std::array<int, 2> ends{};
         EXPECT_EQ(
             socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()), 0);
         const auto end = std::make_shared<const FileDescriptor>(ends[1]);
-        if (isRfkill) {
+        if (kind == Kind::kRfkill) {
             const std::lock_guard lock(mutex_);
             for (const auto& [number, block] : blocks_) {
                 Send(*end, BlockEvent(number, block.first, block.second, RFKILL_OP_ADD));
             }
         }
-        loop_.Post([this, end, isRfkill, taken = std::move(taken)] {
+        loop_.Post([this, end, kind, taken = std::move(taken)] {
             readers_.push_back(std::make_unique<PacketReader>(
                 loop_, *end, [end, taken](const Octets& packet) { taken(*end, packet); }));
-            ends_.push_back({end, isRfkill});
+            ends_.push_back({end, kind});
         });
         return FileDescriptor(ends[0]);
     }
@@ -202,17 +266,26 @@ class WifiKernel {
 
     void EmitBlock(std::uint32_t number, bool soft, bool hard, std::uint8_t operation)
     {
-        EmitPacket(true, BlockEvent(number, soft, hard, operation));
+        EmitPacket(Kind::kRfkill, BlockEvent(number, soft, hard, operation));
     }
-    void Emit(std::uint16_t family, std::uint8_t command, const Octets& attributes)
+    void EmitFamily(std::uint8_t command)
     {
-        EmitPacket(false, FamilyMessage(family, 0, command, attributes));
+        EmitPacket(Kind::kGeneric, FamilyMessage(GENL_ID_CTRL, 0, command,
+                                                 Attribute(CTRL_ATTR_FAMILY_NAME, "nl80211")));
     }
-    void EmitPacket(bool isRfkill, const Octets& packet)
+    /// To those who have joined the group.
+    void Emit(std::uint8_t command, std::uint32_t group)
     {
-        loop_.Post([this, isRfkill, packet] {
+        const std::lock_guard lock(mutex_);
+        if (joined_.contains(group)) {
+            EmitPacket(Kind::kGeneric, FamilyMessage(family_, 0, command, {}));
+        }
+    }
+    void EmitPacket(Kind kind, const Octets& packet)
+    {
+        loop_.Post([this, kind, packet] {
             for (const End& end : ends_) {
-                if (end.isRfkill == isRfkill) {
+                if (end.kind == kind) {
                     Send(*end.socket, packet);
                 }
             }
@@ -240,19 +313,41 @@ class WifiKernel {
         const std::lock_guard lock(mutex_);
         if (family == GENL_ID_CTRL) {
             if (hasFamily_) {
-                Send(end, FamilyMessage(GENL_ID_CTRL, sequence, CTRL_CMD_NEWFAMILY,
-                                        Attribute(CTRL_ATTR_FAMILY_ID, OctetsOf(kFamily))));
+                Send(end,
+                     FamilyMessage(GENL_ID_CTRL, sequence, CTRL_CMD_NEWFAMILY,
+                                   Attribute(CTRL_ATTR_FAMILY_ID, OctetsOf(family_)) + Groups()));
             }
             Send(end, Acknowledgement(sequence, hasFamily_ ? 0 : ENOENT));
             return;
         }
-        for (const Octets& attributes : ListOf(command)) {
-            Send(end, FamilyMessage(kFamily, sequence, command, attributes, NLM_F_MULTI));
+        if (!hasFamily_ || family != family_) {
+            Send(end, Acknowledgement(sequence, ENOENT));
+            return;
         }
-        int& interrupted = interrupted_[command];
-        const bool isInterrupted = interrupted > 0;
-        interrupted -= isInterrupted ? 1 : 0;
-        Send(end, EndOfDump(sequence, isInterrupted ? kInterrupted : std::uint16_t{0}));
+        Fault& fault = faults_[command];
+        if (fault.times > 0) {
+            --fault.times;
+            const bool isInterrupted = fault.error == EINTR;
+            Send(end, EndOfDump(sequence, isInterrupted ? kInterrupted : std::uint16_t{0},
+                                isInterrupted ? 0 : fault.error));
+            return;
+        }
+        for (const Octets& attributes : ListOf(command)) {
+            Send(end, FamilyMessage(family_, sequence, command, attributes, NLM_F_MULTI));
+        }
+        Send(end, EndOfDump(sequence));
+    }
+
+    static Octets Groups()
+    {
+        const auto group = [](const char* name, std::uint32_t number) {
+            return Attribute(CTRL_ATTR_MCAST_GRP_NAME, name) +
+                   Attribute(CTRL_ATTR_MCAST_GRP_ID, number);
+        };
+        return List(CTRL_ATTR_MCAST_GROUPS, {group(NL80211_MULTICAST_GROUP_CONFIG, kConfiguration),
+                                             group(NL80211_MULTICAST_GROUP_SCAN, kScans),
+                                             group(NL80211_MULTICAST_GROUP_REG, kRegulation),
+                                             group(NL80211_MULTICAST_GROUP_MLME, kNetworks)});
     }
 
     std::vector<Octets> ListOf(std::uint8_t command) const
@@ -301,7 +396,7 @@ class WifiKernel {
         Octets attributes = Attribute(NL80211_ATTR_IFINDEX, index) +
                             Attribute(NL80211_ATTR_IFNAME, interface.name) +
                             Attribute(NL80211_ATTR_WIPHY, interface.card) +
-                            Attribute(NL80211_ATTR_IFTYPE, std::uint32_t{NL80211_IFTYPE_STATION});
+                            Attribute(NL80211_ATTR_IFTYPE, interface.kind);
         if (!interface.ssid.empty()) {
             attributes =
                 attributes +
@@ -311,13 +406,16 @@ class WifiKernel {
         return attributes;
     }
 
-    mutable std::mutex mutex_;  // guards the next six
+    mutable std::mutex mutex_;  // guards the next nine
     bool hasFamily_ = true;
+    std::uint16_t family_ = kFirstFamily;
+    int refusedSockets_ = 0;
+    std::set<std::uint32_t> joined_;
     std::map<std::uint32_t, Frequencies> cards_;
     std::map<std::uint32_t, Interface> interfaces_;
     std::vector<Survey> surveys_;
     std::map<std::uint32_t, std::pair<bool, bool>> blocks_;  // soft, hard
-    std::map<std::uint8_t, int> interrupted_;
+    std::map<std::uint8_t, Fault> faults_;
 
     Complaints complaints_;
     // In its thread:
