@@ -1,6 +1,8 @@
 #include <service/linux/dbus/Names.h>
 #include <service/linux/wifi/NetworkManager.h>
 
+#include <algorithm>
+#include <array>
 #include <string_view>
 #include <utility>
 
@@ -19,12 +21,24 @@ constexpr const char* kSupplicant = "fi.w1.wpa_supplicant1";
 
 constexpr std::uint32_t kActivated = 100;
 
-/// Whether an interface of its objects is read here: there are many others, such as one for each
-/// network in reach, and their signals come often.
+/// Whether an interface of its objects is read here.
 bool IsRead(const std::string& interface)
 {
     return interface == kMain || interface == kDevice || interface == kWireless ||
            interface == kAccessPoint;
+}
+
+/// Whether a property of these interfaces is read here. Others change often, such as the strength
+/// of each network in reach.
+bool IsRead(const dbus::Properties& properties)
+{
+    constexpr std::array<std::string_view, 9> kRead{
+        "Version",  "WirelessEnabled", "WirelessHardwareEnabled", "Interface",
+        "Managed",  "State",           "ActiveAccessPoint",       "Ssid",
+        "Frequency"};
+    return std::ranges::any_of(properties, [&](const auto& property) {
+        return std::ranges::count(kRead, property.first) != 0;
+    });
 }
 
 }  // namespace
@@ -39,6 +53,7 @@ radio::Outcome OutcomeOf(const dbus::Error& error)
 
 NetworkManager::NetworkManager(Loop& loop, std::function<void()> changed)
     : changed_(std::move(changed)),
+      loop_(loop),
       link_(loop, kService, kRoot, static_cast<dbus::ObjectMirror::Observer&>(*this), [this] {
           supplicant_.reset();
           hasSupplicant_ = false;
@@ -46,6 +61,16 @@ NetworkManager::NetworkManager(Loop& loop, std::function<void()> changed)
           changed_();
       })
 {}
+
+void NetworkManager::Start()
+{
+    link_.Start();
+    patience_ = loop_.After(kPatience, [this] {
+        if (!isKnown_) {
+            Look();
+        }
+    });
+}
 
 const dbus::Properties* NetworkManager::Main() const
 {
@@ -166,9 +191,9 @@ void NetworkManager::Removed(const std::string& /*path*/, const std::string& int
 }
 
 void NetworkManager::Changed(const std::string& /*path*/, const std::string& interface,
-                             const dbus::Properties& /*changed*/)
+                             const dbus::Properties& changed)
 {
-    if (IsRead(interface)) {
+    if (IsRead(interface) && IsRead(changed)) {
         changed_();
     }
 }

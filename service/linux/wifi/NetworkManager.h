@@ -6,6 +6,7 @@
 #include <service/linux/dbus/ServiceLink.h>
 #include <service/radio/Outcome.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -29,10 +30,14 @@ class NetworkManager : private dbus::ObjectMirror::Observer {
     NetworkManager(const NetworkManager&) = delete;
     NetworkManager& operator=(const NetworkManager&) = delete;
 
-    /// Begins to look.
-    void Start() { link_.Start(); }
+    /// How long a NetworkManager may take to list its objects, before it counts as absent until it
+    /// has listed them.
+    static constexpr std::chrono::milliseconds kPatience{1500};
 
-    /// False until it is known whether it is there, or else wpa_supplicant.
+    /// Begins to look.
+    void Start();
+
+    /// False until it is known whether it is there, or else wpa_supplicant; or the time is up.
     bool IsKnown() const noexcept { return isKnown_; }
 
     bool HasBus() const noexcept { return link_.IsConnected(); }
@@ -71,11 +76,13 @@ class NetworkManager : private dbus::ObjectMirror::Observer {
                  const dbus::Properties& changed) override;
 
     std::function<void()> changed_;
+    Loop& loop_;
     bool isKnown_ = false;
     bool hasSupplicant_ = false;
     dbus::ServiceLink link_;
     std::optional<dbus::NameWatch> supplicant_;
     dbus::Bus::Slot switching_;
+    Loop::Timer patience_;
 };
 
 /// What an error of NetworkManager means for the switch.

@@ -80,9 +80,11 @@ bool PictureMaker::IsOn(const Card& card) const
            (!manager_.IsThere() || manager_.IsOn());
 }
 
-std::uint64_t PictureMaker::AddressOfCard(const Card& card) const
+std::uint64_t PictureMaker::AddressOfCard(const Card& card)
 {
-    if (const std::uint64_t address = addressOf_(card.name)) {
+    std::uint64_t& address = addresses_[card.number];
+    address = address != 0 ? address : addressOf_(card.name);
+    if (address != 0) {
         return address;
     }
     const CardInterface* const interface = InterfaceOf(card);
@@ -92,6 +94,9 @@ std::uint64_t PictureMaker::AddressOfCard(const Card& card) const
 std::optional<radio::Wifi::Connection> PictureMaker::ConnectionOf(
     const CardInterface& interface) const
 {
+    if (interface.kind != static_cast<std::uint32_t>(InterfaceKind::kStation)) {
+        return std::nullopt;  // the network is its own
+    }
     NetworkManager::Network network{interface.ssid, interface.frequency};
     if (manager_.Manages(interface.name)) {
         network = manager_.NetworkOf(interface.name).value_or(NetworkManager::Network());
@@ -102,7 +107,7 @@ std::optional<radio::Wifi::Connection> PictureMaker::ConnectionOf(
                : std::nullopt;
 }
 
-void PictureMaker::AddInterfaces(Picture& picture) const
+void PictureMaker::AddInterfaces(Picture& picture)
 {
     for (const auto& [index, interface] : kernel_.AllInterfaces()) {
         const auto card = kernel_.AllCards().find(interface.card);

@@ -1,4 +1,4 @@
-// What is known of the machine's Wi-Fi at a time.
+// What is known of the machine's Wi-Fi at one moment.
 #pragma once
 
 #include <service/linux/wifi/KernelMirror.h>
@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,15 +48,16 @@ class PictureMaker {
     const Card* FindAdapter();
     const CardInterface* InterfaceOf(const Card& card) const;
     bool IsOn(const Card& card) const;
-    std::uint64_t AddressOfCard(const Card& card) const;
+    std::uint64_t AddressOfCard(const Card& card);
     std::optional<radio::Wifi::Connection> ConnectionOf(const CardInterface& interface) const;
-    void AddInterfaces(Picture& picture) const;
+    void AddInterfaces(Picture& picture);
 
     const KernelMirror& kernel_;
     const Rfkill& rfkill_;
     const NetworkManager& manager_;
     std::string wanted_;
     AddressOf addressOf_;
+    std::map<std::uint32_t, std::uint64_t> addresses_;  // by the numbers of cards, which are unique
     std::optional<std::uint32_t> adapter_;  // the number of the card, if no name is given
 };
 

@@ -24,21 +24,44 @@ void SwitchControl::Switch(bool on, Done done)
 
 void SwitchControl::Begin()
 {
-    if (!isThere_ || isOn_ == *goal_) {
+    // What was sent before and does not show yet may still turn it the other way.
+    isAccepted_ = isOn_ == *goal_ && !sent_;
+    if (!isThere_ || isAccepted_) {
         Settle();
     } else if (*goal_ && isBlocked_) {
         End(Outcome::kBlocked);
-    } else if (manager_.IsThere()) {
-        limit_ = loop_.After(kLimit, [this] { End(Outcome::kFailed); });
-        manager_.Switch(*goal_, [this, goal = *goal_](Outcome outcome) {
-            if (outcome != Outcome::kDone && goal_ == goal) {
-                End(outcome);
+    } else {
+        Send();
+    }
+}
+
+void SwitchControl::Send()
+{
+    if (manager_.IsThere()) {
+        manager_.Switch(*goal_, [this, attempt = attempt_, before = sent_](Outcome outcome) {
+            if (attempt == attempt_) {
+                Answered(outcome, before);
             }
         });
-    } else if (!rfkill_.CanSwitch() || !rfkill_.Switch(*goal_)) {
-        End(Outcome::kNotPermitted);
+    } else if (rfkill_.CanSwitch() && rfkill_.Switch(*goal_)) {
+        isAccepted_ = true;
     } else {
-        limit_ = loop_.After(kLimit, [this] { End(Outcome::kFailed); });
+        End(Outcome::kNotPermitted);
+        return;
+    }
+    sent_ = goal_;
+    limit_ = loop_.After(kLimit, [this] { End(Outcome::kFailed); });
+}
+
+/// `before` is what was sent before that, and does not show yet.
+void SwitchControl::Answered(Outcome outcome, std::optional<bool> before)
+{
+    if (outcome == Outcome::kDone) {
+        isAccepted_ = true;
+        Settle();
+    } else {
+        sent_ = before;
+        End(outcome);
     }
 }
 
@@ -47,15 +70,19 @@ void SwitchControl::PictureIs(const Picture& picture)
     isThere_ = picture.isThere;
     isOn_ = picture.isOn;
     isBlocked_ = picture.isBlocked;
+    if (sent_ == isOn_) {
+        sent_.reset();
+    }
     Settle();
 }
 
-/// Ends what shows, or cannot any more.
+/// Ends the switch if the picture shows its result, or the card is gone.
 void SwitchControl::Settle()
 {
     if (goal_ && !isThere_) {
         End(Outcome::kNoAdapter);
-    } else if (goal_ && isOn_ == *goal_) {
+    } else if (goal_ && isAccepted_ && isOn_ == *goal_) {
+        sent_.reset();
         End(Outcome::kDone);
     }
 }
@@ -65,6 +92,8 @@ void SwitchControl::End(Outcome outcome)
     begin_.Cancel();
     limit_.Cancel();
     goal_.reset();
+    ++attempt_;
+    isAccepted_ = false;
     for (const Done& done : std::exchange(waiting_, {})) {
         done(outcome);
     }

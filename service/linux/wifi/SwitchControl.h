@@ -7,6 +7,7 @@
 #include <service/linux/wifi/Rfkill.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -24,8 +25,9 @@ class SwitchControl {
     /// The others outlive this.
     SwitchControl(Loop& loop, NetworkManager& manager, const Rfkill& rfkill);
 
-    /// `done` is called once, later, unless this is destroyed before: when a picture shows it, or
-    /// when it fails, also because the other direction is wanted meanwhile.
+    /// `done` is called once, later, unless this is destroyed before. The switch is done when a
+    /// picture shows it, and all that was sent before has had its effect. It fails if the other
+    /// direction is wanted meanwhile.
     void Switch(bool on, Done done);
 
     /// Called with each picture, after it was reported to others.
@@ -33,6 +35,8 @@ class SwitchControl {
 
   private:
     void Begin();
+    void Send();
+    void Answered(radio::Outcome outcome, std::optional<bool> before);
     void Settle();
     void End(radio::Outcome outcome);
 
@@ -43,6 +47,9 @@ class SwitchControl {
     bool isOn_ = false;
     bool isBlocked_ = false;
     std::optional<bool> goal_;
+    std::uint64_t attempt_ = 0;  // the answers of earlier ones are too late
+    std::optional<bool> sent_;   // the last direction, until a picture shows it
+    bool isAccepted_ = false;    // the goal was sent and accepted, or there was nothing to send
     std::vector<Done> waiting_;
     Loop::Timer begin_;
     Loop::Timer limit_;

@@ -123,6 +123,18 @@ TEST_F(RealWifi, IsOnTheKernelsNetworkWithoutNetworkManager)
     EXPECT_TRUE(EventuallyOn("none")) << "it is off";
 }
 
+TEST_F(RealWifi, IsOnNoNetworkAsAnAccessPoint)
+{
+    StartManager();
+    PlugIn();
+    manager->Do({{"do", "device"}, {"interface", "wlan0"}});
+    kernel.SetInterface(4, "wlan0", 0, "Hotspot", 2412, NL80211_IFTYPE_AP);
+    manager->Do(
+        {{"do", "connect"}, {"interface", "wlan0"}, {"ssid", "Hotspot"}, {"frequency", 2412}});
+    Start("wlan0");
+    EXPECT_EQ(Network(), "none");
+}
+
 TEST_F(RealWifi, IsSwitchedByNetworkManager)
 {
     StartManager();
@@ -179,11 +191,35 @@ TEST_F(RealWifi, SwitchesTheOtherWayMeanwhile)
     StartManager();
     PlugIn();
     Start();
-    manager->Do({{"do", "fail"}, {"method", "SetWirelessEnabled"}, {"never", true}});
+    manager->Do({{"do", "fail"}, {"method", "SetWirelessEnabled"}, {"delay", 100}, {"times", 2}});
     Switch(false);
+    AwaitSwitch();
     Switch(false);
     Switch(true);
     EXPECT_THAT(Outcomes(3), ElementsAre(Outcome::kFailed, Outcome::kFailed, Outcome::kDone));
+    EXPECT_TRUE(IsOn());
+    EXPECT_EQ(manager->Do({{"do", "calls"}}), nlohmann::json::array({"SetWirelessEnabled"}))
+        << "it was sent after the first one, which still had its effect";
+}
+
+TEST_F(RealWifi, SwitchesTheOtherWayMeanwhileWithoutNetworkManager)
+{
+    PlugIn();
+    Start();
+    Switch(false);
+    Switch(true);
+    EXPECT_EQ(Outcomes(2).front(), Outcome::kFailed);
+    EXPECT_EQ(Outcomes(2).back(), Outcome::kDone);
+    EXPECT_TRUE(Eventually([this] { return switches.size() % 2 == 0; }));
+    EXPECT_TRUE(IsOn());
+}
+
+TEST_F(RealWifi, IsThereBesideANetworkManagerThatDoesNotAnswer)
+{
+    StartManager();
+    PlugIn();
+    manager->Do({{"do", "fail"}, {"method", "GetManagedObjects"}, {"never", true}});
+    Start();
     EXPECT_TRUE(IsOn());
 }
 
@@ -322,6 +358,7 @@ TEST_F(RealWifi, CallsNothingOnceItIsReleased)
         radios->Release();
     });
     ASSERT_TRUE(Eventually([this] { return !host->GetPicture().isOn; }));
+    AwaitLoop();  // the switch ends after the picture
     Locked([this] {
         EXPECT_THAT(outcomes, IsEmpty());
         EXPECT_THAT(switches, IsEmpty());
