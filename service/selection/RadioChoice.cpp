@@ -24,6 +24,19 @@ std::string_view TakePart(std::string_view& text, char separator)
     return part;
 }
 
+/// Whether the system may have a network interface or a Bluetooth adapter of this name.
+bool IsNameOfAdapter(std::string_view name)
+{
+    constexpr std::size_t kMost = 15;
+    const bool isPlain = std::ranges::all_of(name, [](char character) {
+        constexpr std::string_view kOthers = "-_.@";
+        return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+               (character >= '0' && character <= '9') ||
+               kOthers.find(character) != std::string_view::npos;
+    });
+    return isPlain && !name.empty() && name.size() <= kMost && name != "." && name != "..";
+}
+
 /// "simulated", "linux" or "linux:hci1"
 RadioChoice::One ReadOne(std::string_view text)
 {
@@ -36,10 +49,7 @@ RadioChoice::One ReadOne(std::string_view text)
     if (isNamed && kind == kSimulated) {
         Fail("a simulated radio has no adapter to choose");
     }
-    const bool isPlain = std::ranges::all_of(adapter, [](char character) {
-        return (character >= 'a' && character <= 'z') || (character >= '0' && character <= '9');
-    });
-    if (isNamed && (adapter.empty() || !isPlain)) {
+    if (isNamed && !IsNameOfAdapter(adapter)) {
         Fail("'" + std::string(adapter) + "' is not the name of an adapter, such as hci0 or wlan0");
     }
     return {kind == kReal, std::string(adapter)};

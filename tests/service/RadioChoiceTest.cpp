@@ -34,6 +34,7 @@ TEST(ARadioChoice, IsAListOfRadios)
               (RadioChoice{One{true, "hci1"}, One{}}));
     EXPECT_EQ(ReadRadioChoice("wifi=linux:wlan0,bluetooth=simulated"),
               (RadioChoice{One{}, One{true, "wlan0"}}));
+    EXPECT_EQ(ReadRadioChoice("wifi=linux:wlP1p1s0"), (RadioChoice{One{}, One{true, "wlP1p1s0"}}));
 }
 
 TEST(ARadioChoice, ReportsWhatIsWrong)
@@ -50,6 +51,8 @@ TEST(ARadioChoice, ReportsWhatIsWrong)
               "'' is not the name of an adapter, such as hci0 or wlan0");
     EXPECT_EQ(WhatIsWrongWith("bluetooth=linux:../hci0"),
               "'../hci0' is not the name of an adapter, such as hci0 or wlan0");
+    EXPECT_EQ(WhatIsWrongWith("wifi=linux:a-very-long-name"),
+              "'a-very-long-name' is not the name of an adapter, such as hci0 or wlan0");
     EXPECT_EQ(WhatIsWrongWith("wifi=simulated:wlan0"),
               "a simulated radio has no adapter to choose");
 }
