@@ -13,8 +13,8 @@ nlohmann::json Convert(const Output& output);
 nlohmann::json Convert(const Output::Object& object)
 {
     nlohmann::json converted = nlohmann::json::object();
-    for (const auto& [name, value] : object) {
-        converted[name] = Convert(value);
+    for (std::size_t i = 0; i < object.names.size(); ++i) {
+        converted[object.names[i]] = Convert(object.values[i]);
     }
     return converted;
 }
@@ -41,14 +41,22 @@ nlohmann::json Convert(const Output& output)
 
 }  // namespace
 
-Output::Output(std::initializer_list<Field> fields) : data_(Object(fields)) {}
+Output::Output(std::initializer_list<Field> fields)
+{
+    for (const auto& [name, value] : fields) {
+        (*this)[name] = value;
+    }
+}
 
 Output& Output::operator[](std::string_view name)
 {
     auto& object = std::get<Object>(data_);
-    const auto found = std::ranges::find(object, name, &Field::name);
-    return found != object.end() ? found->value
-                                 : object.emplace_back(Field{std::string(name), {}}).value;
+    const auto found = std::ranges::find(object.names, name);
+    if (found != object.names.end()) {
+        return object.values[static_cast<std::size_t>(found - object.names.begin())];
+    }
+    object.names.emplace_back(name);
+    return object.values.emplace_back();
 }
 
 std::string Write(const Output& output)

@@ -23,7 +23,11 @@ class Output {
   public:
     struct Field;
     using List = std::vector<Output>;
-    using Object = std::vector<Field>;
+    /// Names and values of fields, in the same order.
+    struct Object {
+        std::vector<std::string> names;
+        std::vector<Output> values;
+    };
     using Data = std::variant<Object, List, bool, std::int64_t, std::uint64_t, double, std::string>;
 
     /// An object without fields.
