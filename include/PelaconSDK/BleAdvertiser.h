@@ -59,10 +59,10 @@ typedef struct BleAdvertiseParamsC {
 /* The data to advertise, for C: each sequence has at most 31 bytes. A sequence of length 0 may have
  * a null pointer. */
 typedef struct BleAdvertiseDataC {
-    uint32_t advDataLen;
-    const uint8_t* advData;
-    uint32_t scanRespLen;
-    const uint8_t* scanResp;
+    uint32_t advDataLen;     /* bytes at advData */
+    const uint8_t* advData;  /* the advertisement */
+    uint32_t scanRespLen;    /* bytes at scanResp */
+    const uint8_t* scanResp; /* the scan response */
 } BleAdvertiseDataC;
 
 /* The C form. Each function does the same as the member of BleAdvertiser with its name. Results: 0
@@ -98,8 +98,8 @@ PELACON_C_END
 
 /* The data to advertise: each sequence has at most 31 bytes. */
 struct BleAdvertiseData {
-    std::vector<uint8_t> advData;
-    std::vector<uint8_t> scanResp;
+    std::vector<uint8_t> advData;  /* the advertisement */
+    std::vector<uint8_t> scanResp; /* the scan response */
 };
 
 /* Advertising, for C++. Throws nothing but std::bad_alloc. Results are as for the C functions with

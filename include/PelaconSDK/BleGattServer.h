@@ -34,7 +34,9 @@ PELACON_C_BEGIN
  * Called on the receive thread. A callback may call any operation. An exception that leaves it ends
  * the process (std::terminate). These rules apply to BtGattCharCallbacksC too. */
 typedef struct BtGattServerCallbacksC {
+    /* A peer has connected. */
     void (*onConnect)(uint64_t peer);
+    /* A peer has disconnected. */
     void (*onDisconnect)(uint64_t peer);
 
     /* Whether a published value has reached the peer: 0, or a code of the service. */
@@ -72,23 +74,23 @@ enum PELACON_ENUM(BleGattCharFlag) {
 
 /* A characteristic to add, in C. */
 typedef struct BLECharacteristicInfoC {
-    char charUuid[40]; /* NUL-terminated, at most 36 characters */
-    int64_t flags;     /* BleGattCharFlag; the low 32 bits are sent */
-    BtGattCharCallbacksC* callbacks;
-    uint8_t value[1024]; /* the initial value */
-    uint32_t valueLen;   /* at most 1024 */
+    char charUuid[40];               /* NUL-terminated, at most 36 characters */
+    int64_t flags;                   /* BleGattCharFlag; the low 32 bits are sent */
+    BtGattCharCallbacksC* callbacks; /* or null */
+    uint8_t value[1024];             /* the initial value */
+    uint32_t valueLen;               /* at most 1024 */
 } BLECharacteristicInfoC;
 
 /* A value to publish. Set the reserved members to zero. */
 typedef struct BleGattNotifyInfoC {
-    int32_t serverId;
-    int32_t serviceHandle;
-    char charUuid[37]; /* NUL-terminated, at most 36 characters */
-    uint8_t value[1024];
-    uint8_t reserved1[3];
-    uint32_t valueLen; /* 1 to 1024 */
-    uint8_t reserved2[4];
-    uint64_t peer;
+    int32_t serverId;      /* the server's id */
+    int32_t serviceHandle; /* the service's handle */
+    char charUuid[37];     /* NUL-terminated, at most 36 characters */
+    uint8_t value[1024];   /* the value */
+    uint8_t reserved1[3];  /* zero */
+    uint32_t valueLen;     /* 1 to 1024 */
+    uint8_t reserved2[4];  /* zero */
+    uint64_t peer;         /* as for BleGattServerPublishNotify */
 } BleGattNotifyInfoC;
 
 /* The C form. Each function does the same as the member of BleGattServer with its name. Results: 0
@@ -148,10 +150,10 @@ PELACON_C_END
 
 /* A characteristic to add. */
 struct BLECharacteristicInfo {
-    std::string charUuid; /* at most 36 characters */
-    int32_t flags = 0;    /* BleGattCharFlag */
-    BtGattCharCallbacksC* callbacks = nullptr;
-    std::vector<uint8_t> value; /* the initial value, at most 1024 bytes */
+    std::string charUuid;                      /* at most 36 characters */
+    int32_t flags = 0;                         /* BleGattCharFlag */
+    BtGattCharCallbacksC* callbacks = nullptr; /* or null */
+    std::vector<uint8_t> value;                /* the initial value, at most 1024 bytes */
 };
 
 /* The GATT server, for C++. Throws nothing but std::bad_alloc. Results are as for the C functions

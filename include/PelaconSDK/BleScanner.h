@@ -93,14 +93,14 @@ enum PELACON_ENUM(BleTargetBusiness) {
 
 /* Selects targeted advertisements. */
 typedef struct TargetAdvFilter {
-    BleTargetBusiness business;
-    uint8_t unused[272]; /* ignored */
+    BleTargetBusiness business; /* the business to receive */
+    uint8_t unused[272];        /* ignored */
 } TargetAdvFilter;
 
 /* One targeted advertisement. */
 typedef struct TargetAdvInfo {
-    BleTargetBusiness business;
-    uint8_t data[36]; /* passed on unchanged; the business defines it */
+    BleTargetBusiness business; /* the business that it is for */
+    uint8_t data[36];           /* passed on unchanged; the business defines it */
 } TargetAdvInfo;
 
 /* The callback for one business. The rules of BleScanCallbacksC apply. */

@@ -31,7 +31,7 @@ PELACON_API void PelaconSetLogSink(PelaconLogSink sink, void* context, PelaconLo
 
 /* One entry of a diagnostic event: a key, and either a number or a text. */
 typedef struct PelaconEventEntry {
-    const char* key;
+    const char* key;  /* the name of the value */
     const char* text; /* null where the value is a number */
     int64_t number;   /* 0 where the value is a text */
 } PelaconEventEntry;

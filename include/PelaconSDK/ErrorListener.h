@@ -20,13 +20,14 @@ enum PELACON_ENUM(ConnectErrorCode) {
 
 /* One error, in C. */
 typedef struct ErrorDetailC {
-    int64_t time; /* of posting, in units of 100 ns since 1970-01-01 00:00 UTC */
-    ConnectErrorCode code;
-    const char* message; /* the code's text; valid during the call, as the record is */
+    int64_t time;          /* of posting, in units of 100 ns since 1970-01-01 00:00 UTC */
+    ConnectErrorCode code; /* which error */
+    const char* message;   /* the code's text; valid during the call, as the record is */
 } ErrorDetailC;
 
 /* Called as ErrorListener is. */
 typedef struct ErrorListenerC {
+    /* One error, as ErrorListener::OnError. */
     void (*onError)(const ErrorDetailC* detail);
 } ErrorListenerC;
 
@@ -36,9 +37,9 @@ PELACON_C_END
 
 /* One error. */
 struct ErrorDetail {
-    int64_t time; /* of posting, in units of 100 ns since 1970-01-01 00:00 UTC */
-    ConnectErrorCode code;
-    std::string message; /* the code's text */
+    int64_t time;          /* of posting, in units of 100 ns since 1970-01-01 00:00 UTC */
+    ConnectErrorCode code; /* which error */
+    std::string message;   /* the code's text */
 };
 
 /* Called on connection errors; the application implements it.

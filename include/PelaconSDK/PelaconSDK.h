@@ -18,8 +18,8 @@
  * 5. No operation throws for a failure: results say what happened. Nothing is retried.
  * 6. In C each operation is a plain function; in C++ it is also a member of a class. No exception
  *    leaves a plain function: where memory runs out, it returns its value for a library that is not
- *    started. A pthread_cancel of the calling thread
- *    takes effect when the function returns. A thread inside a C++ member must not be cancelled. */
+ *    started. A pthread_cancel of the calling thread takes effect when the function returns. A
+ *    thread inside a C++ member must not be cancelled. */
 #ifndef PELACONSDK_PELACONSDK_H
 #define PELACONSDK_PELACONSDK_H
 

@@ -74,13 +74,17 @@ typedef struct SoftAPInfoC {
 
 /* Called as ISoftApConnectStatus is. */
 typedef struct SoftApConnectStatusCallbacksC {
+    /* As ISoftApConnectStatus::OnConnectStatus. */
     void (*onConnectStatus)(int32_t status);
 } SoftApConnectStatusCallbacksC;
 
 /* Called as ISoftAPNotification is. */
 typedef struct SoftApNotificationCallbacksC {
+    /* As ISoftAPNotification::OnAdvertisementStatus. */
     void (*onAdvertisementStatus)(uint32_t status);
+    /* As ISoftAPNotification::OnAdvertisementState. */
     void (*onAdvertisementState)(const SoftApAdvertisementState* state);
+    /* As ISoftAPNotification::OnDeviceConnectionStatus. */
     void (*onDeviceConnectionStatus)(uint32_t status);
 } SoftApNotificationCallbacksC;
 

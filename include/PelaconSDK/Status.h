@@ -6,7 +6,7 @@
 
 PELACON_C_BEGIN
 
-/* What a result is a result of: the same number means different things. */
+/* The family of a result. The same number has another meaning in another family. */
 enum PELACON_ENUM(PelaconStatusFamily) {
     kPelaconStatusBle = 0,    /* a BleStatusC: Bluetooth LE and GATT */
     kPelaconStatusWifi = 1,   /* a WifiErrorCode: Wi-Fi Direct */

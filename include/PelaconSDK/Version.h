@@ -1,7 +1,7 @@
 /* The version of the library: of these headers, and of the library that is running.
  *
- * Versions with the same major number are compatible: a program runs with each library of at least
- * the version that it was built with. */
+ * A program runs with the library version that it was built with, and with later ones of the same
+ * major version. */
 #ifndef PELACONSDK_VERSION_H
 #define PELACONSDK_VERSION_H
 
@@ -22,8 +22,8 @@ PELACON_C_BEGIN
 /* The PELACON_VERSION_NUMBER of the library that is running. */
 PELACON_API int32_t PelaconGetVersionNumber(void);
 
-/* The version of the library that is running, as text: "1.2.3", and behind it "-N-gCOMMIT" where it
- * was built from a checkout N commits after that version. Valid until the process ends. */
+/* The version of the library that is running, as text: "1.2.3", followed by "-N-gCOMMIT" if it was
+ * built from a checkout N commits after that version. Valid until the process ends. */
 PELACON_API const char* PelaconGetVersion(void);
 
 PELACON_C_END

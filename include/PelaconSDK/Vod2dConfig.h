@@ -38,6 +38,7 @@ typedef struct Vod2dWifiCfgEvent {
  * Called on the receive thread, in the order of registration. A callback may call any operation. An
  * exception that leaves it ends the process (std::terminate). */
 typedef struct Vod2dWifiCfgCallback {
+    /* One configuration, or one connection. */
     void (*onEvent)(const Vod2dWifiCfgEvent* event);
 } Vod2dWifiCfgCallback;
 
@@ -56,13 +57,14 @@ typedef struct WifiCardStateInfo {
 
 /* The cards after a change. */
 typedef struct WifiCardStateEvent {
-    WifiCardStateInfo cards[5];
-    int32_t changed; /* index of the card that has changed */
-    int32_t count;   /* number of cards, 0 to 5 */
+    WifiCardStateInfo cards[5]; /* all cards */
+    int32_t changed;            /* index of the card that has changed */
+    int32_t count;              /* number of cards, 0 to 5 */
 } WifiCardStateEvent;
 
 /* The callback for card states. The rules of Vod2dWifiCfgCallback apply. */
 typedef struct WifiCardStateCallback {
+    /* A card has changed. The event is valid during the call. */
     void (*onCardStateChanged)(const WifiCardStateEvent* event);
 } WifiCardStateCallback;
 
@@ -78,7 +80,7 @@ typedef struct RecommendChannelRequest {
     int32_t band;         /* a Vod2dBand */
     int32_t bandwidth;    /* the greatest bandwidth in MHz; 0 for any */
     int32_t channelCount; /* number of channels, 0 to 14; 0 for all channels of the band */
-    int32_t channels[14];
+    int32_t channels[14]; /* their numbers */
 } RecommendChannelRequest;
 
 /* The recommended channel. */
@@ -101,7 +103,7 @@ typedef struct Vod2dConnNotifyRequest {
 /* The use of the link by upper layers. */
 typedef struct Vod2dUpperScene {
     uint8_t data[16]; /* defined by the scene */
-    int32_t scene;
+    int32_t scene;    /* its number, defined by the application */
 } Vod2dUpperScene;
 
 /* Reads a configuration of this device into a buffer of 512 bytes, and its length into *len. Every

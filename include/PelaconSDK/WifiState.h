@@ -31,11 +31,13 @@ enum PELACON_ENUM(WifiFrequenceType) {
 
 /* Called as IWifiStateChangeNotification is. */
 typedef struct WifiStateCallbacksC {
+    /* As IWifiStateChangeNotification::OnWifiStateChanged. */
     void (*onWifiStateChanged)(int32_t state);
 } WifiStateCallbacksC;
 
 /* Called as WifiRealMonitorStateCallBack is. */
 typedef struct WifiChannelCallbacksC {
+    /* As WifiRealMonitorStateCallBack::OnConnectChannel. */
     void (*onConnectChannel)(int32_t channel);
 } WifiChannelCallbacksC;
 

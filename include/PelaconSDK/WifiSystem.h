@@ -1,17 +1,17 @@
 /* The Wi-Fi system API in C: soft AP, channels, the Wi-Fi switch, connection errors, a scan.
  *
- * Each function does what the member of WifiSystemApi with its name does, which stands there
- * without "WifiSystem" (or with "System" alone): see WifiSystemApi.h for waiting, results,
- * time-outs, and what an operation returns when it is unanswered. What follows says only how the C
- * form differs.
+ * Each function does what a member of WifiSystemApi does. Its name is the member's with WifiSystem
+ * in front; SystemX becomes WifiSystemX. See WifiSystemApi.h for waiting, results, time-outs, and
+ * what an operation returns when it is unanswered. What follows says only how the C form differs.
  *
  * 1. A text that a function reads ends with a NUL. Null is refused with false or -1, and nothing is
  *    sent.
  * 2. A function that returns a text writes it into a buffer of `size` bytes, always with a NUL, cut
- *    if it is too long, and returns its whole length without the NUL: the text is complete if that
- * is less than `size`. Unanswered, it is empty. Null, or a size below 1, is refused with -1.
+ *    if it is too long, and returns its whole length without the NUL. The text is complete if the
+ *    result is less than `size`. Unanswered, it is empty. Null, or a size below 1, is refused with
+ *    -1.
  * 3. A function that returns a list writes at most `capacity` numbers and returns how many there
- * are. Null with a capacity, or a negative capacity, is refused with -1.
+ *    are. Null with a capacity, or a negative capacity, is refused with -1.
  * 4. The library keeps the pointer to a table of callbacks only. The table must stay valid and
  *    unchanged as long as it is registered, and until no call of it is running. Any function in it
  *    may be null. For each table that was ever registered the library keeps some bytes. */
@@ -29,6 +29,7 @@ PELACON_C_BEGIN
 
 /* A null record is refused with -1. An answer fills the record, as it does in C++. */
 PELACON_API int32_t WifiSystemCreateSoftAP(SoftAPInfoC* info);
+
 PELACON_API int32_t WifiSystemDestroySoftAP(EGoPurpose purpose);
 PELACON_API uint8_t WifiSystemRefreshSoftAPChannel(void);
 PELACON_API uint8_t WifiSystemGetSoftAPChannel(void);
@@ -106,7 +107,8 @@ PELACON_API SystemApiWifiState WifiSystemGetWifiState(void);
 PELACON_API bool WifiSystemRegistWifiStateChangeCallback(WifiStateCallbacksC* callbacks);
 PELACON_API bool WifiSystemUnRegistWifiStateChangeCallback(WifiStateCallbacksC* callbacks);
 
-/* RegistWifiStateChangeCallBack, under a name that differs by more than the case of a letter. */
+/* As the member RegistWifiStateChangeCallBack. (Its C name avoids two names that differ only in
+ * one letter's case.) */
 PELACON_API void WifiSystemRegistWifiChannelCallback(WifiChannelCallbacksC* callbacks);
 
 PELACON_API bool WifiSystemScan(void);
