@@ -90,8 +90,8 @@ function(pelacon_stage target folder)
 endfunction()
 
 # After a restart announcement the library searches for a process that runs from PELACON_SERVICE_PATH.
-# Where a user does not set it, it is a fixed path on Windows, and elsewhere relative to the library's
-# own folder, so that an installed tree may be moved.
+# Unless the user sets it, the path is fixed on Windows, and relative to the library's folder elsewhere, so
+# that an installed tree may be moved.
 if("$CACHE{PELACON_SERVICE_PATH}" MATCHES "stage.libexec.pelacon")
     unset(PELACON_SERVICE_PATH CACHE)  # an earlier version of this file cached its own choice
 endif()

@@ -18,6 +18,10 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/PelaconSDKConfigVersion.
 install(FILES "${PROJECT_BINARY_DIR}/PelaconSDKConfig.cmake"
               "${PROJECT_BINARY_DIR}/PelaconSDKConfigVersion.cmake"
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/PelaconSDK COMPONENT dev)
+if(MINGW AND PELACON_DLLTOOL)
+    install(FILES "${PELACON_STAGE}/lib/PelaconSDK.def" "${PELACON_STAGE}/lib/PelaconSDK.lib"
+            DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+endif()
 if(NOT WIN32)
     # Relative to the file itself, so that the installed tree may be moved.
     set(_pkgconfig "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig")

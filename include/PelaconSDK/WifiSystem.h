@@ -14,7 +14,8 @@
  *    are. Null with a capacity, or a negative capacity, is refused with -1.
  * 4. The library keeps the pointer to a table of callbacks only. The table must stay valid and
  *    unchanged as long as it is registered, and until no call of it is running. Any function in it
- *    may be null. For each table that was ever registered the library keeps some bytes. */
+ *    may be null. For each table that a function was ever asked to register the library keeps some
+ *    bytes. */
 #ifndef PELACONSDK_WIFISYSTEM_H
 #define PELACONSDK_WIFISYSTEM_H
 

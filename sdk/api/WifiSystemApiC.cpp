@@ -260,7 +260,7 @@ int32_t WifiSystemUnRegisterSoftApNotificationEventCallback(SoftApNotificationCa
 {
     return CEntry(-1, [&] {
         return Wifi().UnRegisterSoftApNotificationEventCallback(
-            TableListeners<SoftApNotificationTable>::Of(callbacks));
+            TableListeners<SoftApNotificationTable>::Known(callbacks));
     });
 }
 
@@ -405,7 +405,7 @@ bool WifiSystemUnRegistWifiStateChangeCallback(WifiStateCallbacksC* callbacks)
 {
     return CEntry(false, [&] {
         return Wifi().UnRegistWifiStateChangeCallback(
-            TableListeners<WifiStateTable>::Of(callbacks));
+            TableListeners<WifiStateTable>::Known(callbacks));
     });
 }
 
@@ -431,8 +431,9 @@ bool WifiSystemRegistListener(ErrorListenerC* listener)
 
 bool WifiSystemUnregistListener(ErrorListenerC* listener)
 {
-    return CEntry(
-        false, [&] { return Wifi().UnregistListener(TableListeners<ErrorTable>::Of(listener)); });
+    return CEntry(false, [&] {
+        return Wifi().UnregistListener(TableListeners<ErrorTable>::Known(listener));
+    });
 }
 
 void WifiSystemPostNotification(ConnectErrorCode code)

@@ -95,24 +95,45 @@ class ErrorTable : public TableListener<ErrorListener, ErrorListenerC> {
 template <typename Listener>
 class TableListeners {
   public:
-    /// Always the same for a table; null for null.
-    static Listener* Of(const typename Listener::Table* table)
+    using Table = typename Listener::Table;
+
+    /// To register: always the same for a table; null for null.
+    static Listener* Of(const Table* table)
     {
-        static constinit os::Singleton<TableListeners> listeners;
-        return table == nullptr ? nullptr
-                                : listeners.Get([] { return new TableListeners; }).Find(table);
+        return table == nullptr ? nullptr : All().FindOrAdd(table);
+    }
+
+    /// To unregister: a listener that is never registered for a table that Of was not called with;
+    /// null for null.
+    static Listener* Known(const Table* table)
+    {
+        return table == nullptr ? nullptr : All().Find(table);
     }
 
   private:
-    Listener* Find(const typename Listener::Table* table)
+    static TableListeners& All()
+    {
+        static constinit os::Singleton<TableListeners> listeners;
+        return listeners.Get([] { return new TableListeners; });
+    }
+
+    Listener* FindOrAdd(const Table* table)
     {
         const std::lock_guard lock(lock_);
         const os::ForkHold hold;
         return &listeners_.try_emplace(table, table).first->second;
     }
 
+    Listener* Find(const Table* table)
+    {
+        const std::lock_guard lock(lock_);
+        const auto found = listeners_.find(table);
+        return found != listeners_.end() ? &found->second : &unknown_;
+    }
+
     os::Lock lock_;
-    std::map<const typename Listener::Table*, Listener> listeners_;
+    std::map<const Table*, Listener> listeners_;
+    Listener unknown_{nullptr};
 };
 
 }  // namespace pelacon

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/auxv.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/resource.h>
@@ -48,6 +49,12 @@ SocketFolder ChooseFolder()
         if (!folder.ofSystem || geteuid() == 0 || access(folder.path.c_str(), W_OK) == 0) {
             return folder;
         }
+    }
+    if (getauxval(AT_SECURE) != 0) {
+        throw IPCServerError(
+            "there is no folder to listen in: this program has more rights than the user who "
+            "started it, by file capabilities or set-user-id, and therefore ignores "
+            "PELACON_RUNTIME_DIR and XDG_RUNTIME_DIR");
     }
     throw IPCServerError(
         "there is no folder to listen in: neither PELACON_RUNTIME_DIR nor XDG_RUNTIME_DIR is set");

@@ -1,5 +1,6 @@
 // The C form of WifiSystemApi: that it forwards, and where it differs from the class.
 #include <PelaconSDK/WifiSystem.h>
+#include <sdk/api/WifiSystemTables.h>
 #include <tests/support/SdkTest.h>
 
 #include <array>
@@ -355,6 +356,19 @@ std::vector<std::string> Called()
         }
     }
     return called;
+}
+
+TEST(WifiSystemTables, UnregisteringKeepsNothingOfAnUnknownTable)
+{
+    using Listeners = TableListeners<WifiStateTable>;
+    static constexpr WifiStateCallbacksC kRegistered{};
+    static constexpr WifiStateCallbacksC kUnknown{};
+    static constexpr WifiStateCallbacksC kAlsoUnknown{};
+    const auto* const listener = Listeners::Of(&kRegistered);
+    EXPECT_EQ(Listeners::Known(&kRegistered), listener);
+    EXPECT_EQ(Listeners::Known(&kUnknown), Listeners::Known(&kAlsoUnknown));
+    EXPECT_NE(Listeners::Known(&kUnknown), listener);
+    EXPECT_EQ(Listeners::Known(nullptr), nullptr);
 }
 
 TEST_F(SdkTest, WifiSystemTablesAreCalled)
