@@ -3,6 +3,8 @@
 #include <tests/sdk/Families.h>
 #include <tests/support/SdkTest.h>
 
+#include <thread>
+
 namespace pelacon::test {
 
 namespace {
@@ -35,6 +37,17 @@ TEST_P(CallbackTest, MayRegisterAndCallOperations)
     EXPECT_EQ(calls, 1) << "what is registered inside a callback is not called for the same change";
     Notify(GetParam());
     EXPECT_GE(calls, 2);
+}
+
+// What docs/guide/concepts.md says of them; results of scans and targeted advertisements, which have
+// threads of their own, are tested with their families.
+TEST_P(CallbackTest, RunsOnTheReceiveThread)
+{
+    GetParam().registerTable();
+    std::thread::id thread;
+    inCallback = [&] { thread = std::this_thread::get_id(); };
+    Notify(GetParam());
+    EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, CallbackTest, ::testing::ValuesIn(Families()),
