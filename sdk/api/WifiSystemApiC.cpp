@@ -4,12 +4,22 @@
 #include <sdk/api/WifiSystemTables.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <list>
 #include <string>
 #include <type_traits>
 
 using namespace pelacon;
+
+// Programs of other compilers and languages use this record.
+static_assert(sizeof(SoftAPInfoC) == 324);
+static_assert(offsetof(SoftAPInfoC, password) == 33);
+static_assert(offsetof(SoftAPInfoC, ipAddress) == 290);
+static_assert(offsetof(SoftAPInfoC, mac) == 307);
+static_assert(offsetof(SoftAPInfoC, channel) == 313);
+static_assert(offsetof(SoftAPInfoC, purpose) == 316);
+static_assert(offsetof(SoftAPInfoC, errorCode) == 320);
 
 namespace {
 

@@ -55,6 +55,7 @@ foreach(symbol IN LISTS unlisted)
 endforeach()
 
 file(READ "${C_PROGRAM}" program)
+string(REGEX REPLACE "\"[^\"\n]*\"" "" program "${program}")  # a name in a text is no call
 foreach(symbol IN LISTS exported)
     if(symbol MATCHES "^[A-Za-z0-9_]+$" AND NOT program MATCHES "[^A-Za-z0-9_]${symbol}\\(")
         message(SEND_ERROR "not called by the C program: ${symbol}")
