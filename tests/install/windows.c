@@ -1,5 +1,5 @@
-/* A program for the DLL that another compiler built, without a runtime library: only the import library of the
- * DLL, and that of the system. It ends with 0 if the service answers. */
+/* A program for the DLL that another compiler built, without a runtime library: only the import
+ * library of the DLL, and that of the system. It ends with 0 if the service answers. */
 #include <PelaconSDK/PelaconSDK.h>
 
 __declspec(dllimport) void ExitProcess(unsigned code);

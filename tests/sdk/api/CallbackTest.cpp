@@ -39,8 +39,8 @@ TEST_P(CallbackTest, MayRegisterAndCallOperations)
     EXPECT_GE(calls, 2);
 }
 
-// What docs/guide/concepts.md says of them; results of scans and targeted advertisements, which have
-// threads of their own, are tested with their families.
+// What docs/guide/concepts.md says of them; results of scans and targeted advertisements, which
+// have threads of their own, are tested with their families.
 TEST_P(CallbackTest, RunsOnTheReceiveThread)
 {
     GetParam().registerTable();
