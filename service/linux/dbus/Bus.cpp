@@ -4,8 +4,8 @@
 
 #include <systemd/sd-bus.h>
 
-#include <cerrno>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 namespace pelacon::service::linux_radios::dbus {
@@ -51,6 +51,17 @@ Reply ReplyOf(sd_bus_message* message)
     } else {
         reply.arguments = Read(message);
     }
+    return reply;
+}
+
+/// What answers a call that could not be sent.
+Reply ReplyOf(const std::system_error& failure)
+{
+    sd_bus_error error{};
+    sd_bus_error_set_errno(&error, failure.code().value());
+    Reply reply;
+    reply.error = Error{TextOf(error.name), failure.what()};
+    sd_bus_error_free(&error);
     return reply;
 }
 
@@ -139,6 +150,26 @@ Bus::~Bus()
 Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply done,
                     std::chrono::microseconds limit)
 {
+    const auto state = std::make_shared<Slot::State>(loop_);
+    state->done = std::move(done);
+    try {
+        SendCall(*state, method, arguments, limit);
+    } catch (const std::system_error& failure) {
+        // The caller gets an answer as for any other call. If the connection has ended, Ready
+        // detects that later.
+        state->failing =
+            loop_.After(Loop::Duration::zero(), [one = state.get(), reply = ReplyOf(failure)] {
+                const OnReply callback = std::exchange(one->done, nullptr);
+                const Loop::Timer timer = std::move(one->failing);  // until the end of this call
+                callback(reply);
+            });
+    }
+    return Slot(state);
+}
+
+void Bus::SendCall(Slot::State& state, const Method& method, const Arguments& arguments,
+                   std::chrono::microseconds limit)
+{
     sd_bus_message* made = nullptr;
     Check(
         sd_bus_message_new_method_call(bus_, &made, method.destination.c_str(), method.path.c_str(),
@@ -148,8 +179,6 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
     // The bus must not start a service that has ended because of a late call.
     sd_bus_message_set_auto_start(made, 0);
     Append(made, arguments);
-    const auto state = std::make_shared<Slot::State>(loop_);
-    state->done = std::move(done);
     const auto answered = [](sd_bus_message* reply, void* data, sd_bus_error*) {
         auto& slot = *static_cast<Slot::State*>(data);
         Loop& itsLoop = slot.loop;
@@ -164,19 +193,9 @@ Bus::Slot Bus::Call(const Method& method, const Arguments& arguments, OnReply do
         }
         return 0;
     };
-    const int result = sd_bus_call_async(bus_, &state->slot, made, answered, state.get(),
-                                         static_cast<std::uint64_t>(limit.count()));
-    if (result == -ENOTCONN || result == -ECONNRESET) {
-        // The connection has ended, which Ready detects later.
-        state->failing = loop_.After(Loop::Duration::zero(), [one = state.get()] {
-            const OnReply callback = std::exchange(one->done, nullptr);
-            const Loop::Timer timer = std::move(one->failing);  // until the end of this call
-            callback({Error{"org.freedesktop.DBus.Error.Disconnected", "no connection"}, {}});
-        });
-    } else {
-        Check(result, "cannot call a method");
-    }
-    return Slot(state);
+    Check(sd_bus_call_async(bus_, &state.slot, made, answered, &state,
+                            static_cast<std::uint64_t>(limit.count())),
+          "cannot call a method");
 }
 
 void Bus::Send(const Method& method, const Arguments& arguments, OnReply done,

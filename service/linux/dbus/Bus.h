@@ -127,7 +127,8 @@ class Bus : private Loop::Source {
     Bus(Loop& loop, std::function<void()> lost);
     ~Bus() override;
 
-    /// Calls a method. `done` is called once, with its answer or an error.
+    /// Calls a method. `done` is called once, with its answer or an error, which is also what it
+    /// gets if the call cannot be sent.
     [[nodiscard]] Slot Call(const Method& method, const Arguments& arguments, OnReply done,
                             std::chrono::microseconds limit = kUsualLimit);
 
@@ -148,6 +149,8 @@ class Bus : private Loop::Source {
   private:
     Loop::Interest Wants() override;
     void Ready(short events) override;
+    void SendCall(Slot::State& state, const Method& method, const Arguments& arguments,
+                  std::chrono::microseconds limit);
     void HandleEnd();
 
     Loop& loop_;

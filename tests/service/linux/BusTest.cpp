@@ -230,6 +230,14 @@ TEST_F(ABus, NotifiesOfAChangedProperty)
     EXPECT_EQ(*size.First<std::uint16_t>(), 6);
 }
 
+TEST_F(ABus, AnswersACallThatCannotBeSentWithAnError)
+{
+    ServeEcho([](const Incoming&, Invocation invocation) { invocation.Return(); });
+    const Reply answer = Ask("/test/one", kInterface, "Echo", {"\xFF"});  // not UTF-8
+    ASSERT_TRUE(answer.IsError());
+    EXPECT_EQ(answer.error->name, "org.freedesktop.DBus.Error.InvalidArgs");
+}
+
 TEST_F(ABus, EndsACallThatIsNotAnsweredInTime)
 {
     std::optional<Invocation> kept;
