@@ -31,8 +31,14 @@ struct GattCentral {
     std::chrono::milliseconds connectLimit = std::chrono::seconds(20);
     std::chrono::milliseconds discoverLimit = std::chrono::seconds(30);
 
-    /// How many links each device has.
-    std::map<std::uint64_t, int> links;
+    /// What the links to one device share.
+    struct Shared {
+        int links = 0;
+        /// One of them has asked BlueZ for the connection: it ends with the last of them. One that
+        /// the device, or another program, established stays.
+        bool isOurs = false;
+    };
+    std::map<std::uint64_t, Shared> shared;
 
     /// Devices that are being disconnected; an entry has expired when BlueZ has answered. That
     /// takes two seconds, during which BlueZ shows the device as connected, and answers an attempt

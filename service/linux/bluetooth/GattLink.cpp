@@ -15,6 +15,15 @@ bool IsBrokenOff(const dbus::Error& error)
                                       error.message.find("ATT error") == std::string::npos);
 }
 
+/// Whether the device is being connected already: by another link, another program, or an earlier
+/// attempt of this link. BlueZ 5.66 has no name of its own for that error.
+bool IsUnderWay(const dbus::Error& error)
+{
+    return error.name == "org.bluez.Error.InProgress" ||
+           (error.name == "org.bluez.Error.Failed" &&
+            error.message == "Operation already in progress");
+}
+
 /// BlueZ may fail an operation before it signals that the connection has ended.
 bool IsConnected(const Stack& stack, const std::optional<bluez::Device>& device)
 {
@@ -29,7 +38,7 @@ GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callba
     : central_(central), stack_(central.stack), address_(address), callbacks_(std::move(callbacks))
 {
     stack_.Add(*this);
-    ++central_.links[address_];
+    ++central_.shared[address_].links;
     limit_ =
         stack_.GetLoop().After(central_.connectLimit, [this] { End(GattReason::kNotEstablished); });
     later_ = stack_.GetLoop().After(Loop::Duration::zero(), [this] { Look(); });
@@ -38,27 +47,22 @@ GattLink::GattLink(GattCentral& central, std::uint64_t address, Callbacks callba
 GattLink::~GattLink()
 {
     stack_.Remove(*this);
-    const bool isLast = Uncount();
     subscriptions_.clear();  // before the connection that they are on
-    if (isLast && (state_ == State::kConnecting || state_ == State::kUp) && stack_.Adapter() &&
-        device_) {
-        Disconnect();
-    }
+    Leave();
 }
 
-/// The device has one link fewer. Returns whether this was the last one.
-bool GattLink::Uncount()
+/// The device has one link fewer. The last one ends the connection, or the attempt, if it is ours.
+void GattLink::Leave()
 {
-    const auto links = central_.links.find(address_);
-    if (!std::exchange(isCounted_, false) || --links->second > 0) {
-        return false;
+    const auto shared = central_.shared.find(address_);
+    if (!std::exchange(isCounted_, false) || --shared->second.links > 0) {
+        return;
     }
-    central_.links.erase(links);
-    return true;
-}
-
-void GattLink::Disconnect()
-{
+    const bool isOurs = shared->second.isOurs;
+    central_.shared.erase(shared);
+    if (!isOurs || !stack_.Adapter() || !device_) {
+        return;
+    }
     const auto waiting = std::make_shared<char>();
     std::erase_if(central_.leaving, [](const auto& entry) { return entry.second.expired(); });
     central_.leaving[address_] = waiting;
@@ -100,28 +104,45 @@ void GattLink::Look()
     }
 }
 
+/// Asks BlueZ for the connection, again and again until it answers. BlueZ 5.66 drops an attempt,
+/// and never answers, if it only then notices that the connection before has ended; while an
+/// attempt is under way it refuses another one.
 void GattLink::Connect()
 {
     // A controller connects slowly while it discovers.
     search_.reset();
     state_ = State::kConnecting;
-    connecting_ = stack_.Call(
+    bool& isOurs = central_.shared.at(address_).isOurs;
+    const bool wasOurs = isOurs;
+    isOurs = wasOurs || !IsConnected(stack_, device_);
+    attempts_.push_back(stack_.Call(
         device_->path, bluez::kDevice, "Connect", {},
-        [this](const dbus::Reply& reply) {
-            const std::string error = reply.IsError() ? reply.error->name : "";
-            if (error == "org.bluez.Error.InProgress") {
-                // Another link, or another program, is connecting it.
-                later_ = stack_.GetLoop().After(kNextTry, [this] { Connect(); });
-            } else if (error.empty() || error == "org.bluez.Error.AlreadyConnected") {
-                // BlueZ does not always signal that the device is connected, and replies the same
-                // if the peer has left meanwhile: the property is read.
-                isAccepted_ = true;
-                stack_.Refresh(device_->path, bluez::kDevice, "Connected");
-            } else {
-                End(GattReason::kNotEstablished);
-            }
-        },
-        std::chrono::minutes(1));
+        [this, wasOurs](const dbus::Reply& reply) { Answered(reply, wasOurs); },
+        std::chrono::minutes(1)));
+    later_ = stack_.GetLoop().After(kNextTry, [this] { Connect(); });
+}
+
+/// `wasOurs`: whether the connection was ours already before this attempt.
+void GattLink::Answered(const dbus::Reply& reply, bool wasOurs)
+{
+    const bool isUnderWay = reply.IsError() && IsUnderWay(*reply.error);
+    const bool wasConnected =
+        reply.IsError() && reply.error->name == "org.bluez.Error.AlreadyConnected";
+    if (isUnderWay || wasConnected) {
+        central_.shared.at(address_).isOurs = wasOurs;
+    }
+    if (isAccepted_ || isUnderWay) {
+        return;
+    }
+    if (reply.IsError() && !wasConnected) {
+        End(GattReason::kNotEstablished);
+        return;
+    }
+    // BlueZ does not always signal that the device is connected, and replies the same if the peer
+    // has left meanwhile: the property is read.
+    later_.Cancel();
+    isAccepted_ = true;
+    stack_.Refresh(device_->path, bluez::kDevice, "Connected");
 }
 
 /// BlueZ has connected; `isConnected` is what the property Connected was afterwards.
@@ -149,13 +170,13 @@ GattReason GattLink::WhyEnded() const
 
 void GattLink::End(GattReason why)
 {
-    const bool isLast = Uncount();
-    if (isLast && state_ == State::kConnecting && stack_.Adapter() && device_) {
-        Disconnect();
+    if (state_ == State::kUp) {
+        central_.shared.at(address_).isOurs = false;  // there is no connection any more
     }
+    Leave();
     state_ = State::kOver;
     search_.reset();
-    connecting_.Reset();
+    attempts_.clear();
     askingMtu_.Reset();
     limit_.Cancel();
     later_.Cancel();
@@ -194,6 +215,9 @@ void GattLink::ObjectAdded(const std::string& path, const std::string& interface
     if (isOurs) {
         Look();
     }
+    if (interface == bluez::kGattCharacteristic) {
+        SubscribeAgain();
+    }
 }
 
 void GattLink::ObjectRemoved(const std::string& path, const std::string& interface,
@@ -202,6 +226,14 @@ void GattLink::ObjectRemoved(const std::string& path, const std::string& interfa
     const bool isOurs = device_ && path.starts_with(device_->path);
     if (isOurs && (interface == bluez::kDevice || interface == bluez::kGattService)) {
         Look();
+    }
+    if (interface == bluez::kGattCharacteristic) {
+        for (auto& [key, subscription] : subscriptions_) {
+            // One that is not established yet ends with BlueZ's reply.
+            if (subscription && subscription->Path() == path && !subscribing_.contains(key)) {
+                subscription.reset();
+            }
+        }
     }
 }
 
@@ -375,31 +407,40 @@ void GattLink::Write(const Key& key, const Bytes& value, Done done)
     }
 }
 
+std::unique_ptr<GattNotifications::Subscription> GattLink::SubscribeTo(
+    const bluez::Characteristic& characteristic, const Key& key,
+    GattNotifications::Established established)
+{
+    return central_.notifications.Subscribe(
+        characteristic,
+        [this, key](const Bytes& value, bool isIndication) {
+            const auto notified = callbacks_.notified;
+            notified(key, value, isIndication);
+        },
+        std::move(established));
+}
+
 void GattLink::Subscribe(const Key& key, bool enable, Done done)
 {
     const auto number =
         Begin([done = std::move(done)](GattStatus result, const Bytes&) { done(result); });
     const auto found = IsUp() ? Find(key) : std::nullopt;
+    const auto before = subscriptions_.find(key);
     if (!found) {
         FinishLater(number, IsUp() ? GattStatus::kNotFound : GattStatus::kNotConnected);
     } else if (subscribing_.contains(key)) {
         FinishLater(number, GattStatus::kBusy);
-    } else if (!enable || subscriptions_.contains(key)) {
-        if (!enable) {
-            subscriptions_.erase(key);
-        }
+    } else if (!enable) {
+        subscriptions_.erase(key);
+        FinishLater(number, GattStatus::kDone);
+    } else if (before != subscriptions_.end() && before->second) {
         FinishLater(number, GattStatus::kDone);
     } else if (!found->Has("notify") && !found->Has("indicate")) {
         FinishLater(number, GattStatus::kNotPermitted);
     } else {
         subscribing_.insert(key);
-        subscriptions_[key] = central_.notifications.Subscribe(
-            *found,
-            [this, key](const Bytes& value, bool isIndication) {
-                const auto notified = callbacks_.notified;
-                notified(key, value, isIndication);
-            },
-            [this, key, number](const std::optional<dbus::Error>& error) {
+        subscriptions_[key] =
+            SubscribeTo(*found, key, [this, key, number](const std::optional<dbus::Error>& error) {
                 subscribing_.erase(key);
                 if (error) {
                     subscriptions_.erase(key);
@@ -408,6 +449,22 @@ void GattLink::Subscribe(const Key& key, bool enable, Done done)
                     Finish(number, GattStatus::kDone);
                 }
             });
+    }
+}
+
+/// To characteristics that the device shows again, after its services have changed.
+void GattLink::SubscribeAgain()
+{
+    for (auto& [key, subscription] : subscriptions_) {
+        const auto found = subscription ? std::nullopt : Find(key);
+        if (found) {
+            subscription = SubscribeTo(*found, key,
+                                       [this, lost = key](const std::optional<dbus::Error>& error) {
+                                           if (error) {
+                                               subscriptions_.erase(lost);
+                                           }
+                                       });
+        }
     }
 }
 

@@ -30,8 +30,9 @@ struct GattRemote {
 };
 
 /// One connection to a device, from the attempt on; in the loop's thread. Links to the same device
-/// share its connection, which ends with the last of them. Callbacks are called later, never in a
-/// call, and not after the link is destroyed. They may destroy it, except for `changed`.
+/// share its connection, which ends with the last of them if one of them established it. Callbacks
+/// are called later, never in a call, and not after the link is destroyed. They may destroy it,
+/// except for `changed`.
 class GattLink : private Stack::Observer {
   public:
     using Bytes = dbus::Bytes;
@@ -50,12 +51,13 @@ class GattLink : private Stack::Observer {
         std::function<void(const GattRemote&)> changed = [](const GattRemote&) {};
     };
 
-    /// How long until the next attempt if the device is already being connected.
-    static constexpr std::chrono::milliseconds kNextTry{200};
+    /// How soon BlueZ is asked again for a connection that it has not established.
+    static constexpr std::chrono::milliseconds kNextTry{500};
 
     GattLink(GattCentral& central, std::uint64_t address, Callbacks callbacks);
 
-    /// Ends the subscriptions, and the connection if this was its last link.
+    /// Ends the subscriptions, and the connection if this was its last link and one of them
+    /// established it.
     ~GattLink() override;
 
     bool IsUp() const noexcept { return state_ == State::kUp; }
@@ -89,6 +91,7 @@ class GattLink : private Stack::Observer {
 
     void Look();
     void Connect();
+    void Answered(const dbus::Reply& reply, bool wasOurs);
     void Accepted(bool isConnected);
     GattReason WhyEnded() const;
     void End(GattReason why);
@@ -102,7 +105,11 @@ class GattLink : private Stack::Observer {
     void Update();
     void AskMtu();
     bool Uncount();
-    void Disconnect();
+    void Leave();
+    void SubscribeAgain();
+    std::unique_ptr<GattNotifications::Subscription> SubscribeTo(
+        const bluez::Characteristic& characteristic, const Key& key,
+        GattNotifications::Established established);
 
     GattCentral& central_;
     Stack& stack_;
@@ -112,7 +119,7 @@ class GattLink : private Stack::Observer {
     State state_ = State::kSearching;
     std::optional<bluez::Device> device_;
     std::optional<Discovery::Hold> search_;
-    dbus::Bus::Slot connecting_;
+    std::vector<dbus::Bus::Slot> attempts_;
     bool isAccepted_ = false;  // BlueZ has connected
     Loop::Timer limit_;
     Loop::Timer later_;
@@ -122,6 +129,7 @@ class GattLink : private Stack::Observer {
     GattRemote remote_;
     bool isMtuKnown_ = false;
     dbus::Bus::Slot askingMtu_;
+    // Empty while the device does not show the characteristic.
     std::map<Key, std::unique_ptr<GattNotifications::Subscription>> subscriptions_;
     std::set<Key> subscribing_;  // those that are not established yet
     std::shared_ptr<void> alive_ = std::make_shared<char>();

@@ -89,6 +89,17 @@ void GattNotifications::AdapterChanged()
     }
 }
 
+/// With the characteristic BlueZ ends the subscription to it.
+void GattNotifications::ObjectRemoved(const std::string& path, const std::string& interface,
+                                      const dbus::Properties&)
+{
+    const auto source = sources_.find(path);
+    if (interface == bluez::kGattCharacteristic && source != sources_.end() &&
+        source->second.state == State::kOn) {
+        source->second.state = State::kOff;
+    }
+}
+
 void GattNotifications::ObjectChanged(const std::string& path, const std::string& interface,
                                       const dbus::Properties& changed)
 {

@@ -32,6 +32,8 @@ class GattNotifications : private Stack::Observer {
             : all_(all), path_(std::move(path)), number_(number)
         {}
         ~Subscription() { all_.End(path_, number_); }
+        /// The characteristic's.
+        const std::string& Path() const noexcept { return path_; }
         Subscription(const Subscription&) = delete;
         Subscription& operator=(const Subscription&) = delete;
 
@@ -45,7 +47,8 @@ class GattNotifications : private Stack::Observer {
     ~GattNotifications() override;
 
     /// `established` and `received` are called later, and not after the end of the subscription.
-    /// They may end it, and do so if it could not be established. The device is connected.
+    /// They may end it, and do so if it could not be established. The device is connected. If the
+    /// device removes the characteristic, `received` is not called any more.
     [[nodiscard]] std::unique_ptr<Subscription> Subscribe(
         const bluez::Characteristic& characteristic, Received received, Established established);
 
@@ -74,6 +77,8 @@ class GattNotifications : private Stack::Observer {
     };
 
     void AdapterChanged() override;
+    void ObjectRemoved(const std::string& path, const std::string& interface,
+                       const dbus::Properties& last) override;
     void ObjectChanged(const std::string& path, const std::string& interface,
                        const dbus::Properties& changed) override;
 

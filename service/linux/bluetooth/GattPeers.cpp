@@ -113,7 +113,7 @@ bool GattPeers::HasComeByItself(const bluez::Device& device) const
     if (const auto connection = central_.connections.Find(device.address)) {
         return !connection->isByUs && connection->type != AddressType::kClassic;
     }
-    return device.isLeOnly && !central_.links.contains(device.address) &&
+    return device.isLeOnly && !central_.shared.contains(device.address) &&
            !central_.IsLeaving(device.address);
 }
 

@@ -7,6 +7,7 @@
 #include <service/linux/bluetooth/GattStatus.h>
 #include <service/linux/bluetooth/Stack.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -29,6 +30,9 @@ class GattPeers : private Stack::Observer {
         /// BlueZ gives the MTU with the first operation of a peer.
         virtual void PeerMtuChanged(std::uint64_t /*peer*/, std::int32_t /*mtu*/) {}
     };
+
+    /// How long a peer may take to confirm an indication, by GATT's rules.
+    std::chrono::milliseconds confirmLimit = std::chrono::seconds(30);
 
     explicit GattPeers(GattCentral& central);
     ~GattPeers() override;

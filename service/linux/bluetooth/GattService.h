@@ -58,7 +58,7 @@ class GattService : private Stack::Observer, private GattPeers::Observer {
     /// Sends a value to all that subscribed, cut to what an attribute can have and, by BlueZ, to
     /// each one's MTU. `done` is called later: for a notification once BlueZ has it, for an
     /// indication once all have confirmed it (kNotConnected if all have gone, kUnreachable if it
-    /// takes longer than ServedCharacteristic::kConfirmLimit).
+    /// takes longer than GattPeers::confirmLimit).
     void Notify(std::size_t characteristic, const Bytes& value, Done done);
 
     /// Sends a value to one peer: kNotPermitted if it did not subscribe, kNotSupported if others

@@ -290,8 +290,11 @@ void ServedCharacteristic::Send(Waiting next)
     }
     indications_.push_back({{to.begin(), to.end()}, to.size(), std::move(next.done), {}});
     const auto added = std::prev(indications_.end());
-    added->limit = stack_.GetLoop().After(
-        kConfirmLimit, [this, added] { Finish(added, GattStatus::kUnreachable); });
+    // It stays until it is confirmed, or its peers have left: a late confirmation is not of
+    // another.
+    added->limit = stack_.GetLoop().After(peers_.confirmLimit, [this, added] {
+        CallLater(std::exchange(added->done, nullptr), GattStatus::kUnreachable);
+    });
 }
 
 void ServedCharacteristic::FinishSent(GattStatus result)
@@ -325,9 +328,10 @@ void ServedCharacteristic::CallLater(Done done, GattStatus result)
 
 void ServedCharacteristic::Finish(Indications::iterator indication, GattStatus result)
 {
-    Done done = std::move(indication->done);
+    if (Done done = std::move(indication->done)) {
+        CallLater(std::move(done), result);
+    }
     indications_.erase(indication);
-    CallLater(std::move(done), result);
 }
 
 }  // namespace pelacon::service::linux_radios::bluetooth

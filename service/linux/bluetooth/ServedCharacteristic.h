@@ -7,7 +7,6 @@
 #include <service/linux/bluetooth/Stack.h>
 #include <service/linux/dbus/ObjectTree.h>
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -36,9 +35,6 @@ class ServedCharacteristic {
         std::function<void(std::uint64_t peer, const Bytes& value)> written;
         std::function<void(const std::vector<std::uint64_t>& peers)> subscribed;
     };
-
-    /// How long a peer may take to confirm an indication, by GATT's rules.
-    static constexpr std::chrono::seconds kConfirmLimit{30};
 
     /// How many values are sent to BlueZ before it must answer a Ping.
     static constexpr std::size_t kMostAtOnce = 16;

@@ -26,7 +26,7 @@ TEST_F(AGattLink, FailsIfThePeerHasLeftMeanwhile)
 TEST_F(AGattLink, FailsIfTheDeviceIsForgottenMeanwhile)
 {
     AddDevice();
-    bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"never", true}});
+    bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"never", true}, {"times", 1000}});
     link = NewLink();
     ASSERT_TRUE(IsCalled("Connect"));
     bluetoothd->Do({{"do", "remove"}, {"path", kDevicePath}});

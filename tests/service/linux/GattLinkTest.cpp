@@ -111,6 +111,27 @@ TEST_F(AGattLink, SharesASubscriptionWithOthers)
     EXPECT_TRUE(IsCalled("StopNotify"));
 }
 
+TEST_F(AGattLink, SubscribesAgainWhenThePeerHasReplacedTheCharacteristic)
+{
+    Connect();
+    Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
+    ASSERT_EQ(Result(), GattStatus::kDone);
+    const std::string service = std::string(kDevicePath) + "/service1";
+    bluetoothd->Do({{"do", "remove"}, {"path", service + "/char1"}});
+    const std::string moved = service + "/char7";
+    bluetoothd->Do({{"do", "characteristic"},
+                    {"path", moved},
+                    {"UUID", "2a37"},
+                    {"Flags", {"read", "notify"}}});
+    ASSERT_TRUE(test::Eventually([this] { return CallsOf("StartNotify") == 2; }));
+    Change(moved, "Value", "01");
+    EXPECT_TRUE(Eventually([this] { return values.size() == 1; }));
+    EXPECT_EQ(CallsOf("StopNotify"), 0);
+    Do([this] { link->Subscribe({kHeartRate, kMeasurement}, false, Store()); });
+    EXPECT_EQ(Result(), GattStatus::kDone);
+    EXPECT_TRUE(IsCalled("StopNotify"));
+}
+
 TEST_F(AGattLink, TriesAgainToSubscribeAfterARefusal)
 {
     Connect();
@@ -150,6 +171,49 @@ TEST_F(AGattLink, WaitsForADeviceThatIsStillBeingLeft)
     const json made = bluetoothd->Do({{"do", "calls"}});
     EXPECT_EQ(made.back().at(0), "Connect");
     Do([this] { EXPECT_TRUE(link->IsUp()); });
+}
+
+TEST_F(AGattLink, AsksAgainForAConnectionThatBluezHasDropped)
+{
+    AddDevice();
+    bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"never", true}});
+    link = NewLink();
+    EXPECT_TRUE(Sees({"connected"}));
+    EXPECT_EQ(CallsOf("Connect"), 2);
+}
+
+TEST_F(AGattLink, WaitsForAnAttemptThatIsUnderWay)
+{
+    AddDevice();
+    for (const auto& [error, message] :
+         {std::pair{"org.bluez.Error.InProgress", ""},
+          std::pair{"org.bluez.Error.Failed", "Operation already in progress"}}) {
+        bluetoothd->Do(
+            {{"do", "fail"}, {"method", "Connect"}, {"error", error}, {"message", message}});
+    }
+    link = NewLink();
+    EXPECT_TRUE(Sees({"connected"}));
+    EXPECT_EQ(CallsOf("Connect"), 3);
+}
+
+TEST_F(AGattLink, LeavesAConnectionThatIsNotItsOwn)
+{
+    AddDevice();
+    Change(kDevicePath, "Connected", true);
+    ASSERT_TRUE(Eventually([this] {
+        const auto device = bluez::FindDevice(stack->Mirror(), stack->Adapter()->path, kAddress);
+        return device && device->isConnected;
+    }));
+    link = NewLink();
+    ASSERT_TRUE(Sees({"connected"}));
+    AddServices();
+    Do([this] { link->Subscribe({kHeartRate, kMeasurement}, true, Store()); });
+    ASSERT_EQ(Result(), GattStatus::kDone);
+    Do([this] { link.reset(); });
+    ASSERT_TRUE(IsCalled("StopNotify"));
+    link = NewLink();  // a call to Disconnect would come before the next one
+    ASSERT_TRUE(Sees({"connected", "connected"}));
+    EXPECT_EQ(CallsOf("Disconnect"), 0);
 }
 
 TEST_F(AGattLink, SharesTheConnectionWithOthersToTheSameDevice)

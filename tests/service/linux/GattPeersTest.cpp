@@ -110,7 +110,7 @@ TEST_F(TheGattPeers, MayDisconnectSoonAfterTheyUsedAService)
 {
     AddDevice();
     // A link of this machine, so that the device becomes a peer by its request only.
-    Do([this] { central->links[kAddress] = 1; });
+    Do([this] { central->shared[kAddress].links = 1; });
     Change(kDevicePath, "Connected", true);
     const std::string path = std::string("/org/bluez/") + kDevicePath;
     ASSERT_TRUE(Eventually([&] {

@@ -291,6 +291,23 @@ TEST_F(AGattService, AwaitsThatIndicationsAreConfirmed)
     EXPECT_EQ(Result(), GattStatus::kNotConnected);
 }
 
+TEST_F(AGattService, DoesNotTakeALateConfirmationForThatOfTheNextIndication)
+{
+    ShowToPeers();
+    Do([this] { peers->confirmLimit = std::chrono::milliseconds(50); });
+    Subscribe(kIndicating);
+    Do([this] { service->Notify(kIndicating, FromHex("01"), Store()); });
+    ASSERT_EQ(Result(), GattStatus::kUnreachable);
+    Do([this] {
+        peers->confirmLimit = test::kPatience;
+        service->Notify(kIndicating, FromHex("02"), Store());
+    });
+    Peer("Confirm", kIndicating, {}, nullptr);
+    EXPECT_FALSE(Do([this] { return result.has_value(); }));
+    Peer("Confirm", kIndicating, {}, nullptr);
+    EXPECT_EQ(Result(), GattStatus::kDone);
+}
+
 TEST_F(AGattService, ReportsWhyItIsNotShown)
 {
     Show();
