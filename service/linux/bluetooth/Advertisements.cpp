@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <span>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -154,8 +153,13 @@ radio::Outcome OutcomeOf(const dbus::Error& error)
 
 }  // namespace
 
-Advertisements::Advertisements(Stack& stack, KernelItems& items, OpenManagement open)
-    : stack_(stack), items_(items), open_(std::move(open))
+Advertisements::Advertisements(Stack& stack, KernelItems& items, ManagementLink::OpenSocket open,
+                               std::function<void()> wayChanged)
+    : stack_(stack),
+      items_(items),
+      wayChanged_(std::move(wayChanged)),
+      management_(stack.GetLoop(), std::move(open),
+                  [this](const ManagementEvent& event) { Received(event); })
 {
     stack_.Add(*this);
 }
@@ -166,8 +170,8 @@ Advertisements::~Advertisements()
     for (auto& [number, entry] : entries_) {
         Withdraw(entry);
     }
-    if (management_) {
-        management_.reset();  // sends what waits
+    if (management_.IsOpen()) {
+        management_.Close();  // sends what waits
         for (const KernelItems::Item& instance : items_.All(KernelItems::Kind::kAdvertisement)) {
             items_.Remove(instance);
         }
@@ -186,9 +190,6 @@ std::uint64_t Advertisements::Add(radio::Advertising wanted, OnOutcome started, 
     entry.wanted = std::move(wanted);
     entry.started = std::move(started);
     entry.ended = std::move(ended);
-    if (way_ == Way::kRaw && !management_) {
-        OpenSocket();
-    }
     Begin(number);
     return number;
 }
@@ -209,25 +210,18 @@ void Advertisements::AdapterChanged()
     }
     adapter_ = stack_.Adapter() ? stack_.Adapter()->path : "";
     if (stack_.Adapter() && way_ == Way::kNone) {
-        OpenSocket();
-    } else if (isOn && wasOff && management_) {
+        way_ = OpenManagement() ? Way::kRaw : Way::kRebuilt;
+    } else if (isOn && wasOff && management_.IsOpen()) {
         RemoveLeftovers();  // what could not be removed while it was off
     }
 }
 
-void Advertisements::OpenSocket()
+bool Advertisements::OpenManagement()
 {
-    way_ = Way::kRebuilt;
-    try {
-        FileDescriptor socket = open_();
-        management_ = std::make_unique<Management>(
-            stack_.GetLoop(), std::move(socket),
-            [this](const ManagementEvent& event) { Received(event); },
-            [this] { management_.reset(); });
-        way_ = Way::kRaw;
+    if (!management_.IsOpen() && management_.Open()) {
         RemoveLeftovers();
-    } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): then through BlueZ
     }
+    return management_.IsOpen();
 }
 
 /// Removes the instances of an earlier service, and those that the kernel did not remove before.
@@ -270,27 +264,26 @@ void Advertisements::Begin(std::uint64_t number)
             Loop::Duration::zero(), [this, number] { Failed(number, radio::Outcome::kNoAdapter); });
         return;
     }
-    if (way_ != Way::kRaw || !management_) {
-        BeginRebuilt(number);
+    if (way_ != Way::kRaw || !OpenManagement()) {
+        GoThroughBluez(number);
         return;
     }
-    management_->Send(kReadAdvertisingFeatures, Controller(), {},
-                      [this, number](ManagementStatus status, std::span<const std::uint8_t> bytes) {
-                          if (!entries_.contains(number)) {
-                              return;
-                          }
-                          if (status == ManagementStatus::kPermissionDenied) {
-                              way_ = Way::kRebuilt;
-                              BeginRebuilt(number);
-                              return;
-                          }
-                          const auto features = DecodeAdvertisingFeatures(bytes);
-                          if (status != ManagementStatus::kSuccess || !features) {
-                              Failed(number, OutcomeOf(status));
-                              return;
-                          }
-                          BeginRaw(number, *features);
-                      });
+    management_.Send(kReadAdvertisingFeatures, Controller(), {},
+                     [this, number](ManagementStatus status, std::span<const std::uint8_t> bytes) {
+                         if (!entries_.contains(number)) {
+                             return;
+                         }
+                         if (status == ManagementStatus::kPermissionDenied) {
+                             GoThroughBluez(number);
+                             return;
+                         }
+                         const auto features = DecodeAdvertisingFeatures(bytes);
+                         if (status != ManagementStatus::kSuccess || !features) {
+                             Failed(number, OutcomeOf(status));
+                             return;
+                         }
+                         BeginRaw(number, *features);
+                     });
 }
 
 /// Takes the highest instance that is free: bluetoothd takes the lowest.
@@ -314,7 +307,7 @@ void Advertisements::BeginRaw(std::uint64_t number, const AdvertisingFeatures& f
     }
     entry.instance = instance;
     items_.Add(instance);
-    management_->Send(
+    management_.Send(
         kAddExtendedParameters, instance.controller,
         EncodeParameters(static_cast<std::uint8_t>(instance.number), entry.wanted, features.flags),
         [this, number, instance](ManagementStatus status, std::span<const std::uint8_t>) {
@@ -326,8 +319,7 @@ void Advertisements::BeginRaw(std::uint64_t number, const AdvertisingFeatures& f
             } else if (status == ManagementStatus::kPermissionDenied) {
                 entries_.at(number).instance.reset();
                 items_.Remove(instance);
-                way_ = Way::kRebuilt;
-                BeginRebuilt(number);
+                GoThroughBluez(number);
             } else {
                 Failed(number, OutcomeOf(status));
             }
@@ -337,18 +329,27 @@ void Advertisements::BeginRaw(std::uint64_t number, const AdvertisingFeatures& f
 void Advertisements::SendData(std::uint64_t number)
 {
     const Entry& entry = entries_.at(number);
-    management_->Send(kAddExtendedData, entry.instance->controller,
-                      EncodeData(static_cast<std::uint8_t>(entry.instance->number), entry.wanted),
-                      [this, number](ManagementStatus status, std::span<const std::uint8_t>) {
-                          if (!entries_.contains(number)) {
-                              return;
-                          }
-                          if (status == ManagementStatus::kSuccess) {
-                              Started(number);
-                          } else {
-                              Failed(number, OutcomeOf(status));
-                          }
-                      });
+    management_.Send(kAddExtendedData, entry.instance->controller,
+                     EncodeData(static_cast<std::uint8_t>(entry.instance->number), entry.wanted),
+                     [this, number](ManagementStatus status, std::span<const std::uint8_t>) {
+                         if (!entries_.contains(number)) {
+                             return;
+                         }
+                         if (status == ManagementStatus::kSuccess) {
+                             Started(number);
+                         } else {
+                             Failed(number, OutcomeOf(status));
+                         }
+                     });
+}
+
+/// This process may not use the management socket, or not any more.
+void Advertisements::GoThroughBluez(std::uint64_t number)
+{
+    if (std::exchange(way_, Way::kRebuilt) != Way::kRebuilt) {
+        wayChanged_();
+    }
+    BeginRebuilt(number);
 }
 
 void Advertisements::BeginRebuilt(std::uint64_t number)
@@ -423,14 +424,14 @@ void Advertisements::Withdraw(Entry& entry)
 /// may refuse to, and would send it again once the controller is on.
 void Advertisements::RemoveInstance(const KernelItems::Item& instance)
 {
-    if (management_) {
-        management_->Send(kRemoveAdvertising, instance.controller,
-                          {static_cast<std::uint8_t>(instance.number)},
-                          [this, instance](ManagementStatus status, std::span<const std::uint8_t>) {
-                              if (IsGone(status)) {
-                                  items_.Remove(instance);
-                              }
-                          });
+    if (OpenManagement()) {
+        management_.Send(kRemoveAdvertising, instance.controller,
+                         {static_cast<std::uint8_t>(instance.number)},
+                         [this, instance](ManagementStatus status, std::span<const std::uint8_t>) {
+                             if (IsGone(status)) {
+                                 items_.Remove(instance);
+                             }
+                         });
     }
 }
 

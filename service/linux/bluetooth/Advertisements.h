@@ -3,7 +3,7 @@
 
 #include <service/linux/bluetooth/AdapterControl.h>
 #include <service/linux/bluetooth/KernelItems.h>
-#include <service/linux/bluetooth/Management.h>
+#include <service/linux/bluetooth/ManagementLink.h>
 #include <service/linux/bluetooth/Stack.h>
 #include <service/linux/dbus/ObjectTree.h>
 #include <service/radio/Advertiser.h>
@@ -25,10 +25,10 @@ class Advertisements : private Stack::Observer {
     enum class Way : std::uint8_t { kNone, kRaw, kRebuilt };
 
     using OnOutcome = std::function<void(radio::Outcome)>;
-    /// Opens the management socket; throws std::system_error if that fails.
-    using OpenManagement = std::function<FileDescriptor()>;
-
-    Advertisements(Stack& stack, KernelItems& items, OpenManagement open);
+    /// `wayChanged` is called when the way changes otherwise than with the adapter.
+    Advertisements(
+        Stack& stack, KernelItems& items, ManagementLink::OpenSocket open,
+        std::function<void()> wayChanged = [] {});
     ~Advertisements() override;
 
     /// Begins to advertise. `started` is called once, later; `ended` once after success, if it ends
@@ -54,7 +54,8 @@ class Advertisements : private Stack::Observer {
     };
 
     void AdapterChanged() override;
-    void OpenSocket();
+    bool OpenManagement();
+    void GoThroughBluez(std::uint64_t number);
     void RemoveLeftovers();
     void Received(const ManagementEvent& event);
 
@@ -72,11 +73,11 @@ class Advertisements : private Stack::Observer {
 
     Stack& stack_;
     KernelItems& items_;
-    OpenManagement open_;
+    std::function<void()> wayChanged_;
     Way way_ = Way::kNone;
     bool isOn_ = false;    // the adapter
     std::string adapter_;  // its path
-    std::unique_ptr<Management> management_;
+    ManagementLink management_;
     std::uint64_t lastNumber_ = 0;
     std::map<std::uint64_t, Entry> entries_;
 };

@@ -12,7 +12,7 @@ Backend::Backend(Loop& loop, const std::string& adapterName, Callbacks callbacks
       peers(central),
       kernelItems(kernel.itemsFile),
       duplicateFilter(stack, kernelItems, kernel.openManagement),
-      advertisements(stack, kernelItems, kernel.openManagement),
+      advertisements(stack, kernelItems, kernel.openManagement, [this] { AdapterChanged(); }),
       changed_(std::move(callbacks.changed))
 {
     stack.Add(*this);  // the last one, as it reports what the others made of the change

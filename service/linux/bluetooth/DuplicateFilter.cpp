@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <system_error>
 #include <utility>
 
 namespace pelacon::service::linux_radios::bluetooth {
@@ -36,8 +35,11 @@ std::vector<std::uint8_t> EncodeHandle(std::uint16_t handle)
 
 }  // namespace
 
-DuplicateFilter::DuplicateFilter(Stack& stack, KernelItems& items, OpenManagement open)
-    : stack_(stack), items_(items), open_(std::move(open))
+DuplicateFilter::DuplicateFilter(Stack& stack, KernelItems& items, ManagementLink::OpenSocket open)
+    : stack_(stack),
+      items_(items),
+      management_(stack.GetLoop(), std::move(open),
+                  [this](const ManagementEvent& event) { Received(event); })
 {
     stack_.Add(*this);
 }
@@ -45,10 +47,10 @@ DuplicateFilter::DuplicateFilter(Stack& stack, KernelItems& items, OpenManagemen
 DuplicateFilter::~DuplicateFilter()
 {
     stack_.Remove(*this);
-    if (monitor_ && management_) {
-        management_->Send(kRemoveMonitor, monitor_->controller, EncodeHandle(monitor_->number),
-                          [](ManagementStatus, std::span<const std::uint8_t>) {});
-        management_.reset();  // sends it
+    if (monitor_ && management_.Open()) {
+        management_.Send(kRemoveMonitor, monitor_->controller, EncodeHandle(monitor_->number),
+                         [](ManagementStatus, std::span<const std::uint8_t>) {});
+        management_.Close();  // sends it
         items_.Remove(*monitor_);
     }
 }
@@ -90,6 +92,7 @@ void DuplicateFilter::AdapterChanged()
     const bool isOn = stack_.Adapter() && stack_.Adapter()->isOn;
     if (isOn && !std::exchange(isOn_, isOn)) {
         stuck_.clear();
+        isRefused_ = false;
     }
     isOn_ = isOn;
     Fit();
@@ -104,7 +107,7 @@ void DuplicateFilter::Fit()
     if (isBusy_ || (!unwanted && !isMissing)) {
         return;
     }
-    if (!OpenSocket()) {
+    if (!management_.Open()) {
         isRefused_ = isToBeOff_;
     } else if (unwanted) {
         Remove(*unwanted);
@@ -113,25 +116,10 @@ void DuplicateFilter::Fit()
     }
 }
 
-bool DuplicateFilter::OpenSocket()
-{
-    if (management_) {
-        return true;
-    }
-    try {
-        management_ = std::make_unique<Management>(
-            stack_.GetLoop(), open_(), [this](const ManagementEvent& event) { Received(event); },
-            [this] { management_.reset(); });
-    } catch (const std::system_error&) {
-        return false;
-    }
-    return true;
-}
-
 void DuplicateFilter::Add(std::uint16_t controller)
 {
     isBusy_ = true;
-    management_->Send(
+    management_.Send(
         kAddMonitor, controller, EncodePattern(),
         [this, controller](ManagementStatus status, std::span<const std::uint8_t> bytes) {
             isBusy_ = false;
@@ -140,6 +128,12 @@ void DuplicateFilter::Add(std::uint16_t controller)
             if (status == ManagementStatus::kSuccess && !reader.IsBroken()) {
                 monitor_ = Item{KernelItems::Kind::kMonitor, controller, handle};
                 items_.Add(*monitor_);
+            } else if (status == ManagementStatus::kBusy) {
+                isBusy_ = true;  // until the next try
+                next_ = stack_.GetLoop().After(kNextTry, [this] {
+                    isBusy_ = false;
+                    Fit();
+                });
             } else {
                 isRefused_ = isToBeOff_;
             }
@@ -150,16 +144,16 @@ void DuplicateFilter::Add(std::uint16_t controller)
 void DuplicateFilter::Remove(const Item& monitor)
 {
     isBusy_ = true;
-    management_->Send(kRemoveMonitor, monitor.controller, EncodeHandle(monitor.number),
-                      [this, monitor](ManagementStatus status, std::span<const std::uint8_t>) {
-                          isBusy_ = false;
-                          if (IsGone(status)) {
-                              Forget(monitor);
-                          } else {
-                              stuck_.insert(monitor);
-                          }
-                          Fit();
-                      });
+    management_.Send(kRemoveMonitor, monitor.controller, EncodeHandle(monitor.number),
+                     [this, monitor](ManagementStatus status, std::span<const std::uint8_t>) {
+                         isBusy_ = false;
+                         if (IsGone(status)) {
+                             Forget(monitor);
+                         } else {
+                             stuck_.insert(monitor);
+                         }
+                         Fit();
+                     });
 }
 
 void DuplicateFilter::Forget(const Item& monitor)

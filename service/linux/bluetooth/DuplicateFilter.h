@@ -2,12 +2,11 @@
 #pragma once
 
 #include <service/linux/bluetooth/KernelItems.h>
-#include <service/linux/bluetooth/Management.h>
+#include <service/linux/bluetooth/ManagementLink.h>
 #include <service/linux/bluetooth/Stack.h>
 
+#include <chrono>
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <optional>
 #include <set>
 
@@ -25,14 +24,14 @@ class DuplicateFilter : private Stack::Observer {
         kRefused,  ///< it is to be off, but the kernel refuses
     };
 
-    /// Opens the management socket; throws std::system_error if that fails.
-    using OpenManagement = std::function<FileDescriptor()>;
+    /// How long after the kernel was busy it is tried again.
+    static constexpr std::chrono::seconds kNextTry{1};
 
-    DuplicateFilter(Stack& stack, KernelItems& items, OpenManagement open);
+    DuplicateFilter(Stack& stack, KernelItems& items, ManagementLink::OpenSocket open);
     ~DuplicateFilter() override;
 
     /// Whether the filter is to be off. After a refusal, that is tried again only when it was not
-    /// wanted in between.
+    /// wanted in between, or the adapter was off.
     void SetOff(bool off);
 
     State GetState() const noexcept;
@@ -47,7 +46,6 @@ class DuplicateFilter : private Stack::Observer {
     std::optional<std::uint16_t> WantedOn() const;
     /// A monitor, of this service or an earlier one, that is to be removed.
     std::optional<Item> Unwanted() const;
-    bool OpenSocket();
     void Fit();
     void Add(std::uint16_t controller);
     void Remove(const Item& monitor);
@@ -55,14 +53,14 @@ class DuplicateFilter : private Stack::Observer {
 
     Stack& stack_;
     KernelItems& items_;
-    OpenManagement open_;
     bool isToBeOff_ = false;
     bool isRefused_ = false;
     bool isBusy_ = false;  // a command is under way
     std::optional<Item> monitor_;
     std::set<Item> stuck_;  // could not be removed; tried again once the adapter is on
     bool isOn_ = false;     // the adapter
-    std::unique_ptr<Management> management_;
+    Loop::Timer next_;
+    ManagementLink management_;
 };
 
 }  // namespace pelacon::service::linux_radios::bluetooth

@@ -1,12 +1,13 @@
 #include <service/linux/bluetooth/KernelConnections.h>
 
-#include <system_error>
 #include <utility>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
-KernelConnections::KernelConnections(Stack& stack, OpenManagement open)
-    : stack_(stack), open_(std::move(open))
+KernelConnections::KernelConnections(Stack& stack, ManagementLink::OpenSocket open)
+    : stack_(stack),
+      management_(stack.GetLoop(), std::move(open),
+                  [this](const ManagementEvent& event) { Heard(event); })
 {
     stack_.Add(*this);
 }
@@ -32,18 +33,8 @@ void KernelConnections::AdapterChanged()
 {
     if (!stack_.Adapter()) {
         records_.clear();
-    } else if (!management_) {
-        Open();
-    }
-}
-
-void KernelConnections::Open()
-{
-    try {
-        management_ = std::make_unique<Management>(
-            stack_.GetLoop(), open_(), [this](const ManagementEvent& event) { Heard(event); },
-            [this] { management_.reset(); });
-    } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): then nothing is known
+    } else {
+        management_.Open();
     }
 }
 

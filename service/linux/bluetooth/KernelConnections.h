@@ -1,14 +1,12 @@
 // What the kernel reports of connections to other devices.
 #pragma once
 
-#include <service/linux/bluetooth/Management.h>
+#include <service/linux/bluetooth/ManagementLink.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 
 namespace pelacon::service::linux_radios::bluetooth {
@@ -17,13 +15,10 @@ namespace pelacon::service::linux_radios::bluetooth {
 /// CAP_NET_ADMIN. In the loop's thread.
 class KernelConnections : private Stack::Observer {
   public:
-    /// Opens the management socket, or throws std::system_error.
-    using OpenManagement = std::function<FileDescriptor()>;
-
     /// How long a reason is kept, as BlueZ reports the end of a connection later than the kernel.
     static constexpr std::chrono::seconds kReasonKept{10};
 
-    KernelConnections(Stack& stack, OpenManagement open);
+    KernelConnections(Stack& stack, ManagementLink::OpenSocket open);
     ~KernelConnections() override;
 
     /// The connection to a device; nothing if there is none, or nothing is known.
@@ -41,12 +36,10 @@ class KernelConnections : private Stack::Observer {
     };
 
     void AdapterChanged() override;
-    void Open();
     void Heard(const ManagementEvent& event);
 
     Stack& stack_;
-    OpenManagement open_;
-    std::unique_ptr<Management> management_;
+    ManagementLink management_;
     std::map<std::uint64_t, Record> records_;
 };
 

@@ -92,23 +92,13 @@ std::optional<AdvertisingFeatures> DecodeAdvertisingFeatures(
     return reader.IsBroken() ? std::nullopt : std::optional(features);
 }
 
-std::vector<std::uint8_t> EncodeAddAdvertising(const AdvertisingInstance& instance)
-{
-    constexpr std::uint32_t kConnectable = 0x01;
-    std::vector<std::uint8_t> parameters;
-    AppendNumber(parameters, instance.number);
-    AppendNumber(parameters, instance.isConnectable ? kConnectable : std::uint32_t{0});
-    AppendNumber(parameters, std::uint16_t{0});  // how long each turn lasts: the kernel's choice
-    AppendNumber(parameters, std::uint16_t{0});  // until it is removed
-    AppendNumber(parameters, static_cast<std::uint8_t>(instance.data.size()));
-    AppendNumber(parameters, static_cast<std::uint8_t>(instance.scanResponse.size()));
-    parameters.insert(parameters.end(), instance.data.begin(), instance.data.end());
-    parameters.insert(parameters.end(), instance.scanResponse.begin(), instance.scanResponse.end());
-    return parameters;
-}
-
-Management::Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::function<void()> lost)
-    : loop_(loop), socket_(std::move(socket)), heard_(std::move(heard)), lost_(std::move(lost))
+Management::Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::function<void()> lost,
+                       std::chrono::milliseconds limit)
+    : loop_(loop),
+      socket_(std::move(socket)),
+      heard_(std::move(heard)),
+      lost_(std::move(lost)),
+      replyLimit_(limit)
 {
     loop_.Add(*this);
 }
@@ -139,7 +129,7 @@ void Management::SendNext()
         return;
     }
     isUnderWay_ = true;
-    limit_ = loop_.After(kLimit, [this] { Finish(ManagementStatus::kNoReply, {}); });
+    limit_ = loop_.After(replyLimit_, [this] { HandleEnd(); });
     if (!Write(waiting_.front())) {
         Finish(ManagementStatus::kNoReply, {});
     }

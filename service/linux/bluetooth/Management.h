@@ -90,17 +90,8 @@ struct AdvertisingFeatures {
 std::optional<AdvertisingFeatures> DecodeAdvertisingFeatures(
     std::span<const std::uint8_t> parameters);
 
-/// What one instance is to send; see EncodeAddAdvertising.
-struct AdvertisingInstance {
-    std::uint8_t number = 1;
-    bool isConnectable = true;
-    std::vector<std::uint8_t> data;
-    std::vector<std::uint8_t> scanResponse;
-};
 inline constexpr std::uint16_t kReadAdvertisingFeatures = 0x003D;
-inline constexpr std::uint16_t kAddAdvertising = 0x003E;
 inline constexpr std::uint16_t kRemoveAdvertising = 0x003F;
-std::vector<std::uint8_t> EncodeAddAdvertising(const AdvertisingInstance& instance);
 
 /// Commands go one after the other, each answered within a bounded time. In the loop's thread.
 class Management : private Loop::Source {
@@ -113,8 +104,10 @@ class Management : private Loop::Source {
     static constexpr std::chrono::seconds kLimit{5};
 
     /// Takes a socket of the control channel (see OpenSocket), or a stand-in of it. `lost` is
-    /// called once, when the socket cannot be used any more; it may destroy this.
-    Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::function<void()> lost);
+    /// called once, when the socket cannot be used any more; it may destroy this. That is also so
+    /// after a reply that did not come in time: it would be taken for that of a later command.
+    Management(Loop& loop, FileDescriptor socket, OnEvent heard, std::function<void()> lost,
+               std::chrono::milliseconds limit = kLimit);
 
     /// Commands that wait are sent, as they may end what others have begun; no `done` is called.
     ~Management() override;
@@ -145,6 +138,7 @@ class Management : private Loop::Source {
     std::function<void()> lost_;
     std::deque<Command> waiting_;  // the first one is under way if isUnderWay_
     bool isUnderWay_ = false;
+    std::chrono::milliseconds replyLimit_;
     Loop::Timer next_;
     Loop::Timer limit_;
 };

@@ -13,10 +13,11 @@ using nlohmann::json;
 /// Advertisements by their numbers, and what is reported of them.
 class AdvertisementsTest : public StackTest {
   protected:
-    void Make(Advertisements::OpenManagement open)
+    void Make(ManagementLink::OpenSocket open)
     {
         Do([&] {
-            advertisements = std::make_unique<Advertisements>(*stack, items, std::move(open));
+            advertisements = std::make_unique<Advertisements>(*stack, items, std::move(open),
+                                                              [this] { ++wayChanges; });
         });
         StartBluez();
         Start();
@@ -51,6 +52,7 @@ class AdvertisementsTest : public StackTest {
     }
 
     std::vector<std::string> events;
+    int wayChanges = 0;
     KernelItems items{""};
     std::unique_ptr<Advertisements> advertisements;
 };
@@ -59,7 +61,12 @@ class RawAdvertisements : public AdvertisementsTest {
   protected:
     void SetUp() override
     {
-        Make([this] { return std::move(sockets.service); });
+        Make([this] {
+            if (!sockets) {
+                throw std::system_error(std::make_error_code(std::errc::no_such_device));
+            }
+            return std::move(sockets->service);
+        });
     }
 
     /// Expects a command, given without controller and length, and answers it.
@@ -70,11 +77,11 @@ class RawAdvertisements : public AdvertisementsTest {
         auto expected = FromHex(command);
         expected.insert(expected.end(), {0, 0, static_cast<std::uint8_t>(bytes.size()), 0});
         expected.insert(expected.end(), bytes.begin(), bytes.end());
-        EXPECT_EQ(sockets.Receive(), expected);
+        EXPECT_EQ(sockets->Receive(), expected);
         const auto answer = FromHex(std::string(command) + status + reply);
         std::vector<std::uint8_t> packet{1, 0, 0, 0, static_cast<std::uint8_t>(answer.size()), 0};
         packet.insert(packet.end(), answer.begin(), answer.end());
-        sockets.Send(packet);
+        sockets->Send(packet);
     }
     /// What is asked before each start; "used" as a count and the instances.
     void ExpectFeatures(const std::string& used)
@@ -95,7 +102,7 @@ class RawAdvertisements : public AdvertisementsTest {
     /// Of an advertisement by default, as instance 5.
     static constexpr const char* kParameters = "05 01c00000 0000 0000 a0000000 a0000000 00";
 
-    SocketPair sockets;
+    std::optional<SocketPair> sockets{std::in_place};
 };
 
 TEST_F(RawAdvertisements, AreSentUnchangedFromTheHighestInstanceDown)
@@ -147,7 +154,7 @@ TEST_F(RawAdvertisements, AreRemovedWhenTheirDataIsRefused)
 TEST_F(RawAdvertisements, AreAddedAgainWhenAnotherProgramRemovesThem)
 {
     AddOne();
-    sockets.Send(FromHex("2400 0000 0100 05"));
+    sockets->Send(FromHex("2400 0000 0100 05"));
     ExpectFeatures("00");
     Expect("5400", kParameters, "", "0b");
     EXPECT_TRUE(Sees({"1 started 0", "1 ended 6"}));
@@ -165,7 +172,7 @@ TEST_F(RawAdvertisements, AreRemovedAtTheEnd)
 {
     AddOne();
     Do([this] { advertisements.reset(); });
-    EXPECT_EQ(sockets.Receive(), FromHex("3f00 0000 0100 05"));
+    EXPECT_EQ(sockets->Receive(), FromHex("3f00 0000 0100 05"));
 }
 
 TEST_F(RawAdvertisements, GoThroughBluezWhereTheKernelRefuses)
@@ -175,7 +182,24 @@ TEST_F(RawAdvertisements, GoThroughBluezWhereTheKernelRefuses)
     Expect("5400", kParameters, "", "14");
     EXPECT_TRUE(Sees({"1 started 0"}));
     EXPECT_EQ(Do([this] { return advertisements->GetWay(); }), Advertisements::Way::kRebuilt);
+    EXPECT_EQ(Do([this] { return wayChanges; }), 1);
     EXPECT_EQ(bluetoothd->Do({{"do", "advertisements"}}).size(), 1U);
+}
+
+TEST_F(RawAdvertisements, AreRemovedThroughANewSocketAfterTheLossOfTheFirst)
+{
+    AddOne();
+    sockets->kernel.Close();
+    bool isTurnOver = false;  // of the loop, which has seen the end of the socket by then
+    const Loop::Timer turn =
+        Do([&] { return loop.After(Loop::Duration::zero(), [&] { isTurnOver = true; }); });
+    ASSERT_TRUE(Eventually([&] { return isTurnOver; }));
+    Do([this] { sockets.emplace(); });
+    Remove(1);
+    // Both as what an earlier socket has left, and for the call.
+    Expect("3f00", "05", "05");
+    Expect("3f00", "05", "", "0d");
+    EXPECT_EQ(Do([this] { return items.All(KernelItems::Kind::kAdvertisement).size(); }), 0U);
 }
 
 TEST_F(RawAdvertisements, GoThroughBluezWithoutAnyRight)

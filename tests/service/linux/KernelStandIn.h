@@ -95,11 +95,14 @@ class KernelStandIn {
             Emit(bluetooth::ManagementEventCode::kMonitorRemoved, parameters);
         }
     }
-    /// Every command with this code gets this status from now on.
+    /// Every command with this code gets this status from now on, or is performed again.
     void Refuse(std::uint16_t command, Status status)
     {
         const std::lock_guard lock(mutex_);
-        refused_[command] = status;
+        refused_.erase(command);
+        if (status != Status::kSuccess) {
+            refused_[command] = status;
+        }
     }
 
   private:

@@ -20,16 +20,17 @@ class AManagementSocket : public LoopTest {
         std::vector<std::uint8_t> parameters;
     };
 
-    AManagementSocket()
+    explicit AManagementSocket(std::chrono::milliseconds limit = Management::kLimit)
     {
-        Do([this] {
+        Do([&] {
             management = std::make_unique<Management>(
                 loop, std::move(sockets.service),
                 [this](const ManagementEvent& event) { events.push_back(event.code); },
                 [this] {
                     ++lost;
                     management.reset();
-                });
+                },
+                limit);
         });
     }
     ~AManagementSocket() override
@@ -56,10 +57,9 @@ class AManagementSocket : public LoopTest {
 
 TEST_F(AManagementSocket, SendsACommandAndDeliversItsReply)
 {
-    Send(kAddAdvertising, EncodeAddAdvertising({5, true, FromHex("020106"), FromHex("0209 61")}));
-    EXPECT_EQ(sockets.Receive(),
-              FromHex("3e00 0100 1100 05 01000000 0000 0000 03 03 020106 020961"));
-    sockets.Send(FromHex("0100 0100 0400 3e00 00 05"));
+    Send(kRemoveAdvertising, {5});
+    EXPECT_EQ(sockets.Receive(), FromHex("3f00 0100 0100 05"));
+    sockets.Send(FromHex("0100 0100 0400 3f00 00 05"));
     ASSERT_TRUE(Eventually([this] { return answers.size() == 1; }));
     EXPECT_EQ(answers[0].status, Status::kSuccess);
     EXPECT_EQ(answers[0].parameters, FromHex("05"));
@@ -98,6 +98,24 @@ TEST_F(AManagementSocket, EndsRunningCommandsWhenItIsLost)
     Send(kRemoveAdvertising, {1});
     sockets.Receive();
     sockets.kernel.Close();
+    ASSERT_TRUE(Eventually([this] { return lost == 1; }));
+    ASSERT_EQ(answers.size(), 2U);
+    EXPECT_EQ(answers[0].status, Status::kNoReply);
+    EXPECT_EQ(answers[1].status, Status::kNoReply);
+}
+
+/// Does not wait for replies.
+class AnImpatientManagementSocket : public AManagementSocket {
+  protected:
+    AnImpatientManagementSocket() : AManagementSocket(std::chrono::milliseconds(50)) {}
+};
+
+TEST_F(AnImpatientManagementSocket, IsLostWithAReplyThatDoesNotCome)
+{
+    Send(kReadAdvertisingFeatures);
+    Send(kReadAdvertisingFeatures);
+    EXPECT_EQ(sockets.Receive(), FromHex("3d00 0100 0000"));
+    // A late reply would be taken for that of the second command.
     ASSERT_TRUE(Eventually([this] { return lost == 1; }));
     ASSERT_EQ(answers.size(), 2U);
     EXPECT_EQ(answers[0].status, Status::kNoReply);

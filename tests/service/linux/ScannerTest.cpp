@@ -283,6 +283,31 @@ TEST_F(AScanner, ScansFilteredWhereTheKernelRefuses)
     EXPECT_TRUE(FilterIs(DuplicateFilter::State::kOn));
 }
 
+TEST_F(AScanner, HasTheFilterOffOnceTheKernelIsNotBusyAnyMore)
+{
+    kernel.Refuse(KernelStandIn::kAddMonitor, ManagementStatus::kBusy);
+    StartBluez();
+    Start();
+    Begin(one, ScanPolicy::kLowLatency);
+    ASSERT_TRUE(Sees(one, {"started"}));
+    EXPECT_TRUE(FilterIs(DuplicateFilter::State::kOn));
+    kernel.Refuse(KernelStandIn::kAddMonitor, ManagementStatus::kSuccess);
+    EXPECT_TRUE(HasMonitors({1}));
+}
+
+TEST_F(AScanner, HasTheFilterOffAfterARefusalOnceTheAdapterIsOn)
+{
+    kernel.Refuse(KernelStandIn::kAddMonitor, ManagementStatus::kNotPowered);
+    StartBluez();
+    Change("hci0", "Powered", false);
+    Start();
+    Begin(one, ScanPolicy::kLowLatency);
+    ASSERT_TRUE(FilterIs(DuplicateFilter::State::kRefused));
+    kernel.Refuse(KernelStandIn::kAddMonitor, ManagementStatus::kSuccess);
+    Change("hci0", "Powered", true);
+    EXPECT_TRUE(HasMonitors({1}));
+}
+
 TEST_F(AScanner, LeavesNoMonitorBehind)
 {
     itemsFile = folder.File("kernel-items");
@@ -314,6 +339,8 @@ TEST_F(AScanner, DoesNothingForScansOnceItIsReleased)
     ASSERT_TRUE(HasMonitors({1}));
     Scanner next(*host);
     Locked([&] {
+        // The loop waits for the end of all this.
+        host->Post([this](Backend&) { Locked([] {}); });
         scanner->Release();
         two.Start(next, ScanPolicy::kBalanced);
         one.scan.reset();
