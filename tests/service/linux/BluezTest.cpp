@@ -14,7 +14,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using namespace bluetooth;
 
-/// Notes what it hears, one line each.
+/// Notes what is reported, one line each.
 class Notes : public dbus::ObjectMirror::Observer {
   public:
     void Appeared() override { lines.emplace_back("there"); }

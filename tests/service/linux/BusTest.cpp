@@ -60,7 +60,7 @@ class ABus : public LoopTest {
             tree = std::make_unique<ObjectTree>(*server, "/test");
             tree->Add("/test/one", kInterface,
                       {{{"Size", std::uint16_t{5}}, {"Name", "one"}}, {{"Echo", handler}}});
-            // The driver says who asks for a name.
+            // The client finds the server by this name.
             Waited(server->Call({dbus::kBus, dbus::kBusPath, dbus::kBus, "RequestName"},
                                 {"test.Server", std::uint32_t{0}}, Store()));
         });

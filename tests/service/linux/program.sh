@@ -21,7 +21,7 @@ expect() {
     output=$(timeout 20 "$@" 2>&1)
     status=$?
     [ "$status" -eq "$code" ] || complain "$* ended with $status rather than $code: $output"
-    [[ "$output" == *"$text"* ]] || complain "$* did not say '$text': $output"
+    [[ "$output" == *"$text"* ]] || complain "$* did not print '$text': $output"
 }
 
 # Starts a service and waits, by its ready descriptor, until it listens. Sets `id`.
@@ -31,18 +31,18 @@ start() {
     "$service" --ready-fd 3 "$@" >"$folder/out" 2>"$folder/log" 3>"$folder/ready.$$" &
     id=$!
     running+=("$id")
-    read -r -t 20 ready <"$folder/ready.$$" || complain "no word on the ready descriptor"
+    read -r -t 20 ready <"$folder/ready.$$" || complain "nothing came on the ready descriptor"
     rm "$folder/ready.$$"
-    [ "$ready" = "ready $folder/KvPelaconService.sock" ] || complain "ready says '$ready'"
+    [ "$ready" = "ready $folder/KvPelaconService.sock" ] || complain "the ready line is '$ready'"
 }
 
-# Waits until the file that a service has as its ready descriptor says that it listens.
+# Waits until there is a ready line in the file that a service has as its ready descriptor.
 await_ready() {
     for _ in $(seq 200); do
         grep -qs '^ready' "$folder/ready" && return
         sleep 0.05
     done
-    complain "no word in the ready file"
+    complain "nothing came in the ready file"
 }
 
 # ends SIGNAL: the service ends with code 0 when it gets the signal.
@@ -99,7 +99,7 @@ done
 
 for signal in TERM INT HUP; do
     start --world "$folder/own.json"
-    grep -q '^ready ' "$folder/out" || complain "stdout does not say that it is ready"
+    grep -q '^ready ' "$folder/out" || complain "there is no ready line on stdout"
     expect 4 'PelaconService: ' "$service"
     ends "$signal"
 done
@@ -119,7 +119,7 @@ for _ in $(seq 200); do
     grep -q "Another.sock" "$folder/another" && break
     sleep 0.05
 done
-grep -q "^ready $folder/Another.sock" "$folder/another" || complain "--pipe is not heard"
+grep -q "^ready $folder/Another.sock" "$folder/another" || complain "--pipe has no effect"
 
 PELACON_RUNTIME_DIR="$folder/wrong.json/below" expect 4 'PelaconService: ' "$service"
 # Without standard streams nothing else gets what is meant for them.

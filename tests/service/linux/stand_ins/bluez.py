@@ -70,7 +70,7 @@ def do_applications():
 
 
 def do_peer(method, characteristic, value=None, **options):
-    """Calls a program's characteristic on behalf of a device, and says what it returns."""
+    """Calls a program's characteristic on behalf of a device, and returns what that returns."""
     sender = next(sender for sender, managed in applications.values() if characteristic in managed)
     if 'device' in options:
         options['device'] = dbus.ObjectPath(ROOT + '/' + options['device'])

@@ -21,7 +21,7 @@ def perform(bus, functions, line):
 
 
 def serve(bus, functions):
-    """Says that it is ready, and performs commands until there are no more."""
+    """Prints that it is ready, and performs commands until there are no more."""
     loop = GLib.MainLoop()
     pending = bytearray()
 
