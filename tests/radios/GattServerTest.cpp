@@ -96,7 +96,7 @@ TEST_F(AGattServer, ReportsPeersThatComeAndGo)
     Do([this] {
         EXPECT_THAT(events, ElementsAre("+one", "one has 517", "-one"));
         EXPECT_FALSE(two->peers.IsConnected(one->picture.address));
-        EXPECT_TRUE(one->central.links.empty());
+        EXPECT_TRUE(one->central.shared.empty());
         EXPECT_THAT(service->Subscribers(kNotifying), ElementsAre());
         events.clear();
     });
