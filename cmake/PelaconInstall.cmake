@@ -25,6 +25,7 @@ endif()
 if(NOT WIN32)
     # Relative to the file itself, so that the installed tree may be moved.
     set(_pkgconfig "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig")
+    file(RELATIVE_PATH PELACON_PC_PREFIX "${_pkgconfig}" "${CMAKE_INSTALL_PREFIX}")
     file(RELATIVE_PATH PELACON_PC_LIBDIR "${_pkgconfig}" "${CMAKE_INSTALL_FULL_LIBDIR}")
     file(RELATIVE_PATH PELACON_PC_INCLUDEDIR "${_pkgconfig}" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
     configure_file(cmake/PelaconSDK.pc.in "${PROJECT_BINARY_DIR}/PelaconSDK.pc" @ONLY)
