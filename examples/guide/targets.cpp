@@ -4,8 +4,9 @@
 
 #include <PelaconSDK/PelaconSDK.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -25,7 +26,7 @@ int main()
     if (result == kBleStatusSuccess) {
         TargetAdvInfo info{};
         info.business = kBusiness;
-        std::strcpy(reinterpret_cast<char*>(info.data), "hello");
+        std::ranges::copy(std::string_view("hello"), info.data);
         result = BleScanner::BleOnRecvVoviewData(info);
     }
     if (result != kBleStatusSuccess) {
