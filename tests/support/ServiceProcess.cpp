@@ -81,6 +81,12 @@ void ServiceProcess::End()
     EXPECT_EQ(process_->Wait(), 0) << process_->Errors();
 }
 
+void ServiceProcess::Kill()
+{
+    process_->Kill();
+    process_->Wait();
+}
+
 void ServiceProcess::Restart()
 {
     End();

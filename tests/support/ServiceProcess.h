@@ -32,7 +32,10 @@ class ServiceProcess {
     /// Ends it as a system that shuts down does, and waits for its end.
     void End();
 
-    /// Starts another one after End, with the same world.
+    /// Ends it as a crash does.
+    void Kill();
+
+    /// Starts another one after End or Kill, with the same world.
     void Start();
 
     /// Ends it and starts another one in its place.
