@@ -1,4 +1,5 @@
 // The service, and clients, killed at random moments under load. PELACON_KILLS says how often.
+#include <tests/reliability/LoadClient.h>
 #include <tests/reliability/Usage.h>
 #include <tests/support/ServiceProcess.h>
 
@@ -9,11 +10,8 @@
 #include <cstdlib>
 #include <exception>
 #include <future>
-#include <iomanip>
 #include <iostream>
-#include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -21,78 +19,11 @@ namespace pelacon::test {
 
 namespace {
 
-using std::chrono_literals::operator""ms;
-
-/// The time-out of the operations that the load consists of, and what may come on top.
-constexpr auto kLongestCall = 5000ms + 100ms;
-
-/// A thread of a client has one connection, or none before its first call after a loss.
-constexpr std::size_t kConnections = 4;
-
-/// Memory may grow by this much, in KiB: pages that an allocator keeps. A sanitizer keeps far more.
-constexpr std::size_t kMemoryRoom = PELACON_MEMORY_ROOM;
-
 int Kills()
 {
     const char* const kills = std::getenv("PELACON_KILLS");
     return kills != nullptr ? std::atoi(kills) : PELACON_TEST_ROUNDS;
 }
-
-/// A client under load.
-class LoadClient {
-  public:
-    LoadClient() : process_(PELACON_LOAD_CLIENT, {}, {.input = true}) {}
-
-    bool IsReady()
-    {
-        const auto line = process_.NextLine();
-        if (line && line->starts_with("listener ")) {
-            listener_ = std::stoi(line->substr(line->find(' ')));
-        }
-        return Writes("ready");
-    }
-
-    /// Of its callbacks for scan results.
-    std::int32_t Listener() const { return listener_; }
-
-    /// Waits for this line, after those that were read before.
-    bool Writes(const std::string& expected)
-    {
-        std::optional<std::string> line;
-        do {
-            line = process_.NextLine();
-        } while (line && *line != expected);
-        return line.has_value();
-    }
-    std::uint32_t Id() const { return process_.Id(); }
-
-    nlohmann::json Report()
-    {
-        process_.Write("report");
-        while (const auto line = process_.NextLine()) {
-            if (line->starts_with("{")) {
-                return nlohmann::json::parse(*line);
-            }
-        }
-        ADD_FAILURE() << "the client has ended: " << process_.Errors();
-        return {};
-    }
-
-    void Kill()
-    {
-        process_.Kill();
-        process_.Wait();
-    }
-    int End()
-    {
-        process_.Write("end");
-        return process_.Wait();
-    }
-
-  private:
-    ChildProcess process_;
-    std::int32_t listener_ = 0;
-};
 
 class KillTest : public ::testing::Test {
   protected:
@@ -110,16 +41,11 @@ class KillTest : public ::testing::Test {
     }
 
     /// Sends scan results to the client's listener until the service is killed.
-    std::future<void> StreamResults(std::int32_t listener) const
+    std::future<void> StreamResults(const LoadClient& client) const
     {
-        std::ostringstream payload;
-        for (int shift = 0; shift < 32; shift += 8) {
-            payload << std::hex << std::setw(2) << std::setfill('0')
-                    << ((static_cast<std::uint32_t>(listener) >> shift) & 0xFFU);
-        }
         const nlohmann::json command{{"command", "flood"},
                                      {"id", "ScanResult"},
-                                     {"payload", payload.str()},
+                                     {"payload", client.ScanResult()},
                                      {"droppable", true},
                                      {"count", 1'000'000}};
         return std::async(std::launch::async, [this, command] {
@@ -137,33 +63,6 @@ class KillTest : public ::testing::Test {
         service.Command({{"command", "phone.channel"}, {"channel", channel}});
     }
 
-    /// What the process uses once connections that have ended are cleared away: when the numbers
-    /// have not changed for a while.
-    static Usage SettledUsageOf(std::uint32_t processId)
-    {
-        Usage last = UsageOf(processId);
-        int same = 0;
-        EXPECT_TRUE(Eventually([&] {
-            const Usage usage = UsageOf(processId);
-            const bool isSame =
-                usage.descriptors == last.descriptors && usage.threads == last.threads;
-            same = isSame ? same + 1 : 0;
-            last = usage;
-            std::this_thread::sleep_for(10ms);
-            return same == 20;
-        }));
-        return last;
-    }
-
-    static void CheckUsage(std::uint32_t processId, const Usage& before)
-    {
-        const Usage after = SettledUsageOf(processId);
-        std::cout << "  before: " << before << "\n  after:  " << after << std::endl;
-        EXPECT_LE(after.descriptors, before.descriptors + kConnections);
-        EXPECT_LE(after.threads, before.threads + kConnections);
-        EXPECT_LE(after.memory, before.memory + kMemoryRoom);
-    }
-
     ServiceProcess service;
 
   private:
@@ -178,19 +77,19 @@ TEST_F(KillTest, AClientSurvivesKillsOfTheService)
     ASSERT_TRUE(client.IsReady());
     Usage before;
     for (int kill = 1; kill <= Kills() + kWarmUp; ++kill) {
-        const auto stream = StreamResults(client.Listener());
+        const auto stream = StreamResults(client);
         Pause(40);
         service.Kill();
         stream.wait();
         Pause(20);
         service.Start();
         ASSERT_TRUE(HasClients(1)) << "kill " << kill;
-        // Both of these channels are new to the service, so that it reports the second in any case.
+        // After a start the phone is on neither of these channels.
         ChangeChannel(36 + 4 * (kill % 2));
         ASSERT_TRUE(client.Writes("channel " + std::to_string(36 + 4 * (kill % 2))))
             << "kill " << kill;
         if (kill == kWarmUp) {
-            before = SettledUsageOf(client.Id());
+            before = UsageOf(client.Id());
         }
     }
     const std::uint64_t results = client.Report()["scanResults"];
@@ -199,8 +98,8 @@ TEST_F(KillTest, AClientSurvivesKillsOfTheService)
     std::cout << Kills() << " kills of the service: " << report << std::endl;
     EXPECT_EQ(report["wrong"], 0);
     EXPECT_GT(report["answered"], Kills());
-    EXPECT_LE(report["slowestMs"], kLongestCall.count());
-    CheckUsage(client.Id(), before);
+    EXPECT_LE(report["slowestMs"], LoadClient::kLongestCall.count());
+    ExpectNoGrowth(client.Id(), before);
     EXPECT_EQ(client.End(), 0);
 }
 
@@ -218,7 +117,7 @@ TEST_F(KillTest, TheServiceSurvivesKillsOfClients)
         victim.Kill();
         if (kill == kWarmUp) {
             ASSERT_TRUE(HasClients(1));
-            before = SettledUsageOf(serviceId);
+            before = UsageOf(serviceId);
         }
     }
     ASSERT_TRUE(HasClients(1));
@@ -227,8 +126,8 @@ TEST_F(KillTest, TheServiceSurvivesKillsOfClients)
     EXPECT_EQ(report["wrong"], 0);
     EXPECT_EQ(report["failed"], 0);
     EXPECT_GT(report["answered"], Kills());
-    EXPECT_LE(report["slowestMs"], kLongestCall.count());
-    CheckUsage(serviceId, before);
+    EXPECT_LE(report["slowestMs"], LoadClient::kLongestCall.count());
+    ExpectNoGrowth(serviceId, before);
     EXPECT_EQ(survivor.End(), 0);
 }
 

@@ -1,10 +1,15 @@
 #include <tests/reliability/Usage.h>
+#include <tests/support/Eventually.h>
 
+#include <gtest/gtest.h>
+
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
-#include <ostream>
 #include <string>
+#include <thread>
 
 namespace pelacon::test {
 
@@ -32,6 +37,13 @@ std::size_t Field(const fs::path& status, const std::string& name)
     return 0;
 }
 
+Usage UsageNow(std::uint32_t processId)
+{
+    const fs::path process = fs::path("/proc") / std::to_string(processId);
+    return {EntriesIn(process / "fd"), EntriesIn(process / "task"),
+            Field(process / "status", "VmRSS")};
+}
+
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, const Usage& usage)
@@ -42,9 +54,31 @@ std::ostream& operator<<(std::ostream& out, const Usage& usage)
 
 Usage UsageOf(std::uint32_t processId)
 {
-    const fs::path process = fs::path("/proc") / std::to_string(processId);
-    return {EntriesIn(process / "fd"), EntriesIn(process / "task"),
-            Field(process / "status", "VmRSS")};
+    constexpr int kReadings = 20;
+    Usage last = UsageNow(processId);
+    int same = 0;
+    EXPECT_TRUE(Eventually([&] {
+        const Usage usage = UsageNow(processId);
+        const bool isSame = usage.descriptors == last.descriptors && usage.threads == last.threads;
+        same = isSame ? same + 1 : 0;
+        last = usage;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return same == kReadings;
+    }));
+    return last;
+}
+
+void ExpectNoGrowth(std::uint32_t processId, const Usage& before)
+{
+    // A thread of a client has one connection, or none before its first call after a loss.
+    constexpr std::size_t kConnections = 4;
+    // Pages that an allocator keeps, in KiB. A sanitizer keeps far more.
+    constexpr std::size_t kMemoryRoom = PELACON_MEMORY_ROOM;
+    const Usage after = UsageOf(processId);
+    std::cout << "  before: " << before << "\n  after:  " << after << std::endl;
+    EXPECT_LE(after.descriptors, before.descriptors + kConnections);
+    EXPECT_LE(after.threads, before.threads + kConnections);
+    EXPECT_LE(after.memory, before.memory + kMemoryRoom);
 }
 
 }  // namespace pelacon::test

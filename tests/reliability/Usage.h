@@ -13,7 +13,11 @@ struct Usage {
 };
 std::ostream& operator<<(std::ostream& out, const Usage& usage);
 
-/// Throws std::filesystem::filesystem_error if there is no such process.
+/// What the process uses once connections that have ended are cleared away: when the numbers have
+/// not changed for a while. Throws std::filesystem::filesystem_error if there is no such process.
 Usage UsageOf(std::uint32_t processId);
+
+/// Prints both, and expects that the process uses no more than before.
+void ExpectNoGrowth(std::uint32_t processId, const Usage& before);
 
 }  // namespace pelacon::test

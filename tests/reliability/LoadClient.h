@@ -1,0 +1,46 @@
+// A client that calls the service without a pause.
+#pragma once
+
+#include <tests/support/ChildProcess.h>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace pelacon::test {
+
+/// LoadProgram.cpp, as a process; killed by the destructor.
+class LoadClient {
+  public:
+    /// The time-out of the operations that it calls, and what may come on top.
+    static constexpr std::chrono::milliseconds kLongestCall{5000 + 100};
+
+    LoadClient();
+
+    /// Waits until it is started.
+    bool IsReady();
+
+    std::uint32_t Id() const { return process_.Id(); }
+
+    /// The beginning of a scan result for its listener, in hexadecimal.
+    std::string ScanResult() const;
+
+    /// Waits for this line, after those that were read before.
+    bool Writes(const std::string& expected);
+
+    /// What has happened so far.
+    nlohmann::json Report();
+
+    void Kill();
+
+    /// Lets it stop the library and end. Returns its exit code.
+    int End();
+
+  private:
+    ChildProcess process_;
+    std::int32_t listener_ = 0;
+};
+
+}  // namespace pelacon::test
