@@ -1,12 +1,10 @@
 #include "Wait.h"
 
-#include <time.h>
-
 bool WaitUntil(bool (*condition)(void))
 {
-    const time_t end = time(NULL) + 10;
+    const double end = Seconds() + 60;
     while (!condition()) {
-        if (time(NULL) > end) {
+        if (Seconds() > end) {
             return false;
         }
         Pause();

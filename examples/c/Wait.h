@@ -3,8 +3,11 @@
 
 #include <stdbool.h>
 
-/* Waits until the condition holds, ten seconds at most; returns whether it does. */
+/* Waits until the condition holds, a minute at most; returns whether it does. */
 bool WaitUntil(bool (*condition)(void));
 
 /* Lets other threads run for a moment. */
 void Pause(void);
+
+/* The time of a clock that nobody sets. */
+double Seconds(void);

@@ -30,6 +30,7 @@
 #include <PelaconSDK/BleScanner.h>
 #include <PelaconSDK/Diagnostics.h>
 #include <PelaconSDK/PelaconSvc.h>
+#include <PelaconSDK/ServiceState.h>
 #include <PelaconSDK/Status.h>
 #include <PelaconSDK/Version.h>
 #include <PelaconSDK/Vod2dApi.h>

@@ -158,11 +158,16 @@ void EventReceiver::Run()
 {
     ownReceiver = this;
     while (const std::shared_ptr<Connection> connection = NextConnection()) {
-        ReadUntilLost(*connection);
-        if (os::ForkGeneration() != generation_) {
-            return;  // a child that fork made inside a callback: all else is its parent's
+        const bool welcomed = ReadUntilLost(*connection);
+        if (IsInherited()) {
+            return;
         }
-        Lost();
+        if (Forget() && welcomed) {
+            ServicePresence::Report(ServicePresence::Change::kLost);
+        }
+        if (IsInherited()) {
+            return;
+        }
     }
     callbacksInUse_.reset();  // what they hold ends before Stop returns
     const Lock lock(mutex_);
@@ -185,16 +190,18 @@ std::shared_ptr<Connection> EventReceiver::NextConnection()
     }
 }
 
-void EventReceiver::ReadUntilLost(Connection& connection)
+/// Returns whether the connection had been welcomed.
+bool EventReceiver::ReadUntilLost(Connection& connection)
 {
     bool welcomed = false;
     while (connection.ReceiveSome(batch_) == IoStatus::kDone) {
         for (std::size_t index = 0; index < batch_.count; ++index) {
             if (stopped_ || !Take(batch_.frames[index], batch_.sizes[index], welcomed)) {
-                return;
+                return welcomed;
             }
         }
     }
+    return welcomed;
 }
 
 /// Takes one received frame; false if it is not what may come here.
@@ -221,9 +228,15 @@ bool EventReceiver::Take(FrameBuffer& frame, std::size_t size, bool& welcomed)
 void EventReceiver::Welcomed()
 {
     connected_.fetch_add(1, std::memory_order_relaxed);
-    const Lock lock(mutex_);
-    wasConnected_ = true;
-    retryAfter_ = kFirstRetry;
+    bool found = false;
+    {
+        const Lock lock(mutex_);
+        found = !std::exchange(wasConnected_, true) && !stopped_;
+        retryAfter_ = kFirstRetry;
+    }
+    if (found) {
+        ServicePresence::Report(ServicePresence::Change::kFound);
+    }
 }
 
 void EventReceiver::Deliver(FrameBuffer& frame, const FrameHeader& header)
@@ -246,12 +259,14 @@ void EventReceiver::Deliver(FrameBuffer& frame, const FrameHeader& header)
     found->second(item_);
 }
 
-void EventReceiver::Lost()
+/// Forgets the connection, which is lost. False if the receiver was stopped.
+bool EventReceiver::Forget()
 {
     const Lock lock(mutex_);
     up_.store(false, std::memory_order_release);
     connection_.reset();
     presence_.reset();
+    return !stopped_;
 }
 
 }  // namespace pelacon::ipc

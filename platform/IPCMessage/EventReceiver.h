@@ -59,13 +59,16 @@ class EventReceiver {
     IoStatus Connect(Lock& lock, Deadline& deadline);
     bool Greet(std::shared_ptr<Connection> connection);
 
+    /// Whether this is a child that fork made inside a callback: all here is its parent's.
+    bool IsInherited() const noexcept { return os::ForkGeneration() != generation_; }
+
     void Run();
     std::shared_ptr<Connection> NextConnection();
-    void ReadUntilLost(Connection& connection);
+    bool ReadUntilLost(Connection& connection);
     bool Take(FrameBuffer& frame, std::size_t size, bool& welcomed);
     void Welcomed();
     void Deliver(FrameBuffer& frame, const FrameHeader& header);
-    void Lost();
+    bool Forget();
 
     const PipePlaces places_;
     const Token token_;

@@ -30,6 +30,23 @@ class ServicePresence {
 
     static bool IsConnected() noexcept { return now_.load() != 0; }
 
+    enum class Change {
+        kFound,  ///< a client has connected, for the first time
+        kLost,   ///< a connection is lost that had been welcomed
+    };
+    using Observer = void (*)(Change change) noexcept;
+
+    /// Calls the observer from now on: on the client's receive thread, without a lock, and not for
+    /// a client that is being stopped.
+    static void Observe(Observer observer) noexcept { observer_.store(observer); }
+
+    static void Report(Change change) noexcept
+    {
+        if (const Observer observer = observer_.load()) {
+            observer(change);
+        }
+    }
+
     /// Made before a request, says afterwards whether the request can have reached a service.
     class Watch {
       public:
@@ -48,6 +65,7 @@ class ServicePresence {
     inline static std::atomic<bool> counted_{false};
     inline static std::atomic<std::uint64_t> ever_{0};
     inline static std::atomic<std::int32_t> now_{0};
+    inline static std::atomic<Observer> observer_{nullptr};
 };
 
 }  // namespace pelacon::ipc

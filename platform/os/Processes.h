@@ -12,7 +12,7 @@ std::uint32_t CurrentProcessId();
 
 /// Where the service executable is expected, in the form that VisitProcessPaths uses: the path in
 /// the environment variable PELACON_SERVICE_PATH, for tests; otherwise the path that the library
-/// was built with. Determined by the first call.
+/// was built with. Absolute, and determined by the first call.
 const std::string& ServiceInstallPath();
 
 /// Calls the visitor with the id and the full executable path of each process whose path can be

@@ -1,7 +1,9 @@
 #include <IPCMessage/IPCMessageClient.h>
+#include <IPCMessage/ServicePresence.h>
 #include <PelaconSDK/PelaconSvc.h>
 #include <os/Fork.h>
 #include <os/Lock.h>
+#include <os/Processes.h>
 #include <os/SharedLibrary.h>
 #include <os/WordWait.h>
 #include <protocol/Operation.h>
@@ -9,6 +11,7 @@
 #include <sdk/diag/Log.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/Receivers.h>
+#include <sdk/ipc/ServiceState.h>
 
 #include <atomic>
 #include <cstdint>
@@ -32,6 +35,9 @@ class Library {
     int Start();
     void Stop();
 
+    /// Returns when a start that is running has ended.
+    void WaitForStart() { const Lock started(lock_); }
+
   private:
     using Client = std::unique_ptr<IPCMessageClient>;
     using Lock = std::unique_lock<os::Lock>;
@@ -48,6 +54,14 @@ class Library {
 };
 
 constinit Library library;
+
+/// The sink may make requests at once, so a client that is connected while it is made is reported
+/// when the sender knows it.
+void OnPresence(pelacon::ipc::ServicePresence::Change change) noexcept
+{
+    library.WaitForStart();
+    pelacon::ServiceState::Follow(change);
+}
 
 /// The client, or null when it cannot be made.
 std::unique_ptr<IPCMessageClient> MakeClient()
@@ -77,6 +91,7 @@ void Library::End(Lock& lock, Client client)
     client->UnRegisterMessageCallbackAll();
     IPCMessageSender::GetInstance().WaitUntilClientIsUnused();
     client.reset();
+    pelacon::ServiceState::Reset();
     stopper_ = 0;
     os::WakeAll(stopper_);
 }
@@ -96,6 +111,7 @@ int Library::Start()
         return 0;
     }
     os::PinThisLibrary();
+    pelacon::ipc::ServicePresence::Observe(&OnPresence);
     Client client = MakeClient();
     if (!client) {
         Log(kLogFailure, "Init", "g_pelaconSdkIPCSender  nullptr");
@@ -132,6 +148,7 @@ int PelaconSvcStart()
     return CEntry(-1, [] {
         constexpr auto kFunction = "PelaconSvcStart";
         Log(kLogMilestone, kFunction, "Init start!");
+        os::ServiceInstallPath();  // determined before the application changes its working folder
         const int result = library.Start();
         if (result != 0) {
             Log(kLogFailure, kFunction, "Init failed!");

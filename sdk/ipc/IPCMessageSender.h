@@ -58,7 +58,8 @@ class IPCMessageSender {
     IPCMessageSender();
     ~IPCMessageSender() = delete;
 
-    void SendRepairRequest();
+    /// Whether the service has repaired what it held.
+    bool SendRepairRequest();
 
     /// Repeats the requests for the Wi-Fi notifications that callbacks are registered for.
     void RestoreSoftAp();

@@ -200,15 +200,6 @@ static_assert(std::size(kRoutes) + std::size(kRoutesExt) == 26);
 
 constinit thread_local int receiversEntered = 0;
 
-/// While it exists, this thread is inside a receiver.
-class InReceiver {
-  public:
-    InReceiver() { ++receiversEntered; }
-    ~InReceiver() { --receiversEntered; }
-    InReceiver(const InReceiver&) = delete;
-    InReceiver& operator=(const InReceiver&) = delete;
-};
-
 void Dispatch(const char* function, std::span<const Route> routes, const TagIPCMessageItem& item)
 {
     const auto route = std::find_if(routes.begin(), routes.end(), [&](const Route& candidate) {
@@ -229,6 +220,16 @@ void Dispatch(const char* function, std::span<const Route> routes, const TagIPCM
 }
 
 }  // namespace
+
+InReceiver::InReceiver() noexcept
+{
+    ++receiversEntered;
+}
+
+InReceiver::~InReceiver()
+{
+    --receiversEntered;
+}
 
 bool IsInReceiver() noexcept
 {

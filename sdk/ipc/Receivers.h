@@ -9,7 +9,16 @@ namespace pelacon {
 void OnIpcMessage(TagIPCMessageItem& item);
 void OnIpcMessageExt(TagIPCMessageItem& item);
 
-/// Whether the calling thread is inside one of them.
+/// While it exists, this thread calls the application on behalf of the client's receive thread.
+class InReceiver {
+  public:
+    InReceiver() noexcept;
+    ~InReceiver();
+    InReceiver(const InReceiver&) = delete;
+    InReceiver& operator=(const InReceiver&) = delete;
+};
+
+/// Whether the calling thread has an InReceiver, as inside the two receivers.
 bool IsInReceiver() noexcept;
 
 /// Registers a receiver with the client for each notification, in the catalogue's order. Without a

@@ -1,4 +1,5 @@
 #include <IPCMessage/ServicePresence.h>
+#include <PelaconSDK/BleStatus.h>
 #include <os/Processes.h>
 #include <protocol/ServiceLink.h>
 #include <sdk/diag/Log.h>
@@ -7,6 +8,7 @@
 #include <sdk/ipc/GroupCallbacks.h>
 #include <sdk/ipc/IPCMessageSender.h>
 #include <sdk/ipc/ScanCallbacks.h>
+#include <sdk/ipc/ServiceState.h>
 
 #include <algorithm>
 #include <string_view>
@@ -57,7 +59,7 @@ bool IsServiceRunning()
 
 }  // namespace
 
-void IPCMessageSender::SendRepairRequest()
+bool IPCMessageSender::SendRepairRequest()
 {
     protocol::RepairRequest request{};
     std::ranges::copy(Registry<AdvertiserCallbacks>().LowestAdvIds(request.kSlots),
@@ -69,23 +71,29 @@ void IPCMessageSender::SendRepairRequest()
             static_cast<std::uint32_t>(protocol::kRepairResource.timeout.count()), reply)) {
         Log(kLogFailure, "IPCMessageSender::ServiceStartNotifyCallback",
             "repair resource request failed");
+        return false;
     }
+    return reply.message != nullptr &&
+           detail::Decoded<protocol::StatusReply>(reply).status == kBleStatusSuccess;
 }
 
 void IPCMessageSender::ServiceStartNotifyCallback()
 {
     constexpr auto kFunction = "IPCMessageSender::ServiceStartNotifyCallback";
     LogStart(kFunction);
+    const ServiceState::Present before = ServiceState::Get();
     if (!IsServiceRunning()) {
         Log(kLogFailure, kFunction, "service process not exist");
         Log(kLogIncomplete, kFunction,
             "the service has started, but what it held for this process is not repaired");
+        ServiceState::Change(before, kPelaconServiceNotRepaired);
         return;
     }
-    SendRepairRequest();
+    const bool repaired = SendRepairRequest();
     Registry<GroupCallbacks>().WifiExceptCallback();
     RestoreSoftAp();
     LogEnd(kFunction);
+    ServiceState::Change(before, repaired ? kPelaconServiceRestarted : kPelaconServiceNotRepaired);
 }
 
 }  // namespace pelacon

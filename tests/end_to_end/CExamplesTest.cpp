@@ -2,6 +2,7 @@
 #include <tests/support/ServiceProcess.h>
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 #include <vector>
@@ -70,6 +71,21 @@ TEST_F(CExamples, GroupIsJoined)
 TEST_F(CExamples, SoftApIsCreatedAndDestroyed)
 {
     EXPECT_THAT(Run("soft_ap"), ContainsRegex("join \".+\" with \".+\", channel"));
+}
+
+TEST_F(CExamples, ServiceStateFollowsTheService)
+{
+    ChildProcess program(ExampleInC("service_state"), {});
+    ASSERT_TRUE(program.WaitForOutput("the service is available"));
+    // As its output does not say that its callback is registered, the service does.
+    ASSERT_TRUE(Eventually([this] {
+        return service.Command({{"command", "status"}})["counters"]["requests"].get<int>() > 0;
+    }));
+    service.Kill();
+    ASSERT_TRUE(program.WaitForOutput("the service is lost"));
+    service.Start();
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_THAT(program.Output(), HasSubstr("the service is restarted\n"));
 }
 
 TEST_F(CExamples, FailWithAMessageWithoutAService)

@@ -383,6 +383,23 @@ static void TakeLinesAndEvents(void)
     Expect("event", counted.lastEvent, 954082006);
 }
 
+static void TakeServiceState(void* context, PelaconServiceState state)
+{
+    *(PelaconServiceState*)context = state;
+}
+
+/* There is no service, so the sink is never called. */
+static void WatchTheService(void)
+{
+    static PelaconServiceState seen = kPelaconServiceNotFound;
+    PelaconSetServiceSink(&seen, TakeServiceState);
+    Expect("PelaconGetServiceState", PelaconGetServiceState(), kPelaconServiceNotFound);
+    PelaconSetServiceSink(NULL, NULL);
+    Expect("the sink's state", seen, kPelaconServiceNotFound);
+    Expect("PelaconGetServicePath", strstr(PelaconGetServicePath(), "PelaconService") != NULL,
+           true);
+}
+
 static int errorsReceived = 0;
 
 static void TakeError(const ErrorDetailC* detail)
@@ -422,6 +439,7 @@ int main(void)
     Expect("PelaconSvcStart again", PelaconSvcStart(), 0);
     CallEverything(unanswered);
     TakeLinesAndEvents();
+    WatchTheService();
     Expect("PelaconSvcStop", PelaconSvcStop(), 0);
     CallEverything(refused);
     ScanAndTakeErrors();

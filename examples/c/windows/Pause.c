@@ -6,3 +6,8 @@ void Pause(void)
 {
     Sleep(10);
 }
+
+double Seconds(void)
+{
+    return (double)GetTickCount64() / 1000;
+}

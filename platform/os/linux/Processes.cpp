@@ -135,10 +135,16 @@ const std::string& ServiceInstallPath()
 {
     static constinit Singleton<const std::string> path;
     return path.Get([] {
-        const fs::path expected = EnvironmentVariable("PELACON_SERVICE_PATH")
-                                      .value_or(FolderOfThisLibrary() / PELACON_SERVICE_PATH);
-        // As the kernel names the executables of processes.
+        const auto chosen = EnvironmentVariable("PELACON_SERVICE_PATH");
+        const fs::path given = chosen && !chosen->empty()
+                                   ? fs::path(*chosen)
+                                   : FolderOfThisLibrary() / PELACON_SERVICE_PATH;
         std::error_code error;
+        fs::path expected = fs::absolute(given, error);
+        if (error) {  // the working folder was deleted
+            expected = given;
+        }
+        // As the kernel names the executables of processes.
         const fs::path resolved = fs::weakly_canonical(expected, error);
         return new std::string((error ? expected : resolved).string());
     });

@@ -2,6 +2,7 @@
 #include <os/Processes.h>
 #include <os/Utf8.h>
 #include <os/windows/Handle.h>
+#include <os/windows/Wide.h>
 
 #include <windows.h>
 // clang-format off: these build on windows.h
@@ -26,6 +27,16 @@ std::string ExecutablePath(DWORD processId)
     // The last character stays zero: the call does not terminate a path that fills its room.
     K32GetModuleFileNameExW(process.get(), nullptr, path, kPathSize - 1);
     return Utf8(path);
+}
+
+/// As the system names the executables of processes: absolute, with backslashes.
+std::string AbsolutePath(const std::string& path)
+{
+    const std::wstring wide = Wide(path);
+    std::wstring absolute(GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr), L'\0');
+    absolute.resize(GetFullPathNameW(wide.c_str(), static_cast<DWORD>(absolute.size()),
+                                     absolute.data(), nullptr));
+    return Utf8(absolute);
 }
 
 std::wstring ShortName(DWORD processId)
@@ -54,8 +65,10 @@ std::uint32_t CurrentProcessId()
 
 const std::string& ServiceInstallPath()
 {
-    static const std::string& path = *new std::string(
-        EnvironmentVariable("PELACON_SERVICE_PATH").value_or(PELACON_SERVICE_PATH));
+    static const std::string& path = *new std::string([] {
+        const auto chosen = EnvironmentVariable("PELACON_SERVICE_PATH");
+        return chosen && !chosen->empty() ? AbsolutePath(*chosen) : PELACON_SERVICE_PATH;
+    }());
     return path;
 }
 

@@ -17,6 +17,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kLibrary = INSTALL_LIBDIR "/library.so";
+constexpr const char* kService = INSTALL_LIBEXECDIR "/pelacon/PelaconService";
+
 TEST(ServiceInstallPathTest, HasItsLinksResolved)
 {
     const fs::path link = INSTALL_FOLDER "/current";
@@ -34,14 +37,14 @@ class InstalledLibrary {
   public:
     InstalledLibrary()
     {
-        fs::create_directories(Prefix() / "lib");
+        fs::create_directories((Prefix() / kLibrary).parent_path());
         fs::create_directories(Service().parent_path());
         std::ofstream(Service()).flush();
-        fs::copy_file(INSTALL_PATH_LIBRARY, Prefix() / "lib/library.so");
+        fs::copy_file(INSTALL_PATH_LIBRARY, Prefix() / kLibrary);
     }
 
     fs::path Prefix() const { return fs::canonical(folder_.Path()) / "prefix"; }
-    fs::path Service() const { return Prefix() / "libexec/pelacon/PelaconService"; }
+    fs::path Service() const { return Prefix() / kService; }
 
     static std::string ServicePathIn(const fs::path& library)
     {
@@ -59,7 +62,7 @@ class InstalledLibrary {
 TEST(RelativeServicePathTest, BeginsAtTheLibrary)
 {
     const InstalledLibrary installed;
-    EXPECT_EQ(InstalledLibrary::ServicePathIn(installed.Prefix() / "lib/library.so"),
+    EXPECT_EQ(InstalledLibrary::ServicePathIn(installed.Prefix() / kLibrary),
               installed.Service().string());
 }
 
@@ -68,7 +71,7 @@ TEST(RelativeServicePathTest, BeginsAtTheLibraryBehindALink)
     const InstalledLibrary installed;
     const TemporaryFolder elsewhere;
     const fs::path link = elsewhere.Path() / "library.so";
-    fs::create_symlink(installed.Prefix() / "lib/library.so", link);
+    fs::create_symlink(installed.Prefix() / kLibrary, link);
     EXPECT_EQ(InstalledLibrary::ServicePathIn(link), installed.Service().string());
 }
 
@@ -77,8 +80,7 @@ TEST(RelativeServicePathTest, FollowsATreeThatIsMoved)
     const InstalledLibrary installed;
     const fs::path moved = installed.Prefix().parent_path() / "moved";
     fs::rename(installed.Prefix(), moved);
-    EXPECT_EQ(InstalledLibrary::ServicePathIn(moved / "lib/library.so"),
-              (moved / "libexec/pelacon/PelaconService").string());
+    EXPECT_EQ(InstalledLibrary::ServicePathIn(moved / kLibrary), (moved / kService).string());
 }
 
 TEST(RelativeServicePathTest, GivesWayToTheEnvironment)
@@ -89,16 +91,42 @@ TEST(RelativeServicePathTest, GivesWayToTheEnvironment)
     fs::create_symlink(installed.Service(), link);
     EXPECT_EQ(InChild([&] {
                   setenv("PELACON_SERVICE_PATH", link.c_str(), 1);
-                  const fs::path library = installed.Prefix() / "lib/library.so";
+                  const fs::path library = installed.Prefix() / kLibrary;
                   return InstalledLibrary::ServicePathIn(library) == installed.Service() ? 0 : 1;
               }),
               0)
         << "the link resolved";
     EXPECT_EQ(InChild([&] {
                   setenv("PELACON_SERVICE_PATH", "/no/such/PelaconService", 1);
-                  const fs::path library = installed.Prefix() / "lib/library.so";
+                  const fs::path library = installed.Prefix() / kLibrary;
                   return InstalledLibrary::ServicePathIn(library) == "/no/such/PelaconService" ? 0
                                                                                                : 1;
+              }),
+              0);
+}
+
+TEST(RelativeServicePathTest, IgnoresAnEmptyVariable)
+{
+    const InstalledLibrary installed;
+    EXPECT_EQ(InChild([&] {
+                  setenv("PELACON_SERVICE_PATH", "", 1);
+                  const fs::path library = installed.Prefix() / kLibrary;
+                  return InstalledLibrary::ServicePathIn(library) == installed.Service() ? 0 : 1;
+              }),
+              0);
+}
+
+TEST(RelativeServicePathTest, BecomesAbsoluteAtOnce)
+{
+    const InstalledLibrary installed;
+    EXPECT_EQ(InChild([&] {
+                  fs::current_path(installed.Prefix());
+                  setenv("PELACON_SERVICE_PATH", "no/such/PelaconService", 1);
+                  const fs::path library = installed.Prefix() / kLibrary;
+                  return InstalledLibrary::ServicePathIn(library) ==
+                                 installed.Prefix() / "no/such/PelaconService"
+                             ? 0
+                             : 1;
               }),
               0);
 }
