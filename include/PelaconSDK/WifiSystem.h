@@ -8,8 +8,8 @@
  *    sent.
  * 2. A function that returns a text writes it into a buffer of `size` bytes, always with a NUL, cut
  *    if it is too long, and returns its whole length without the NUL. The text is complete if the
- *    result is less than `size`. Unanswered, it is empty. Null, or a size below 1, is refused with
- *    -1.
+ *    result is less than `size`. Unanswered, and where memory runs out, the text is empty. Null, or
+ *    a size below 1, is refused with -1.
  * 3. A function that returns a list writes at most `capacity` numbers and returns how many there
  *    are. Null with a capacity, or a negative capacity, is refused with -1.
  * 4. The library keeps the pointer to a table of callbacks only. The table must stay valid and
@@ -121,7 +121,8 @@ PELACON_API bool WifiSystemUnregistListener(ErrorListenerC* listener);
 PELACON_API void WifiSystemPostNotification(ConnectErrorCode code);
 PELACON_API int32_t WifiSystemGetErrorString(ConnectErrorCode code, char* text, int32_t size);
 
-/* Returns false where the member throws: from the second call on, and inside a listener. */
+/* Returns false where the member throws: from the second call on, also while the first one waits,
+ * and inside a listener. The delivery ends all the same. */
 PELACON_API bool WifiSystemDestroyInstance(void);
 
 PELACON_C_END

@@ -25,6 +25,9 @@ namespace {
 
 constexpr std::int32_t kRefused = -1;
 
+/// The length of a text, or the size of a list, without an answer and without memory.
+constexpr std::int32_t kNone = 0;
+
 WifiSystemApi& Wifi()
 {
     return WifiSystemApi::GetInstance();
@@ -72,14 +75,17 @@ std::int32_t Copy(const std::list<int>& from, std::int32_t* to, std::int32_t cap
     return static_cast<std::int32_t>(from.size());
 }
 
-/// An entry point that copies the text that `read` returns.
+/// An entry point that copies the text that `read` returns. Whatever happens, the text ends.
 template <typename Read>
 std::int32_t TextEntry(char* text, std::int32_t size, const Read& read,
                        WhenThrown<std::int32_t> whenThrown)
 {
     return CEntry(whenThrown, [&] {
-        return Accept(IsBuffer(text, size), whenThrown.function) ? Copy(read(), text, size)
-                                                                 : kRefused;
+        if (!Accept(IsBuffer(text, size), whenThrown.function)) {
+            return kRefused;
+        }
+        *text = '\0';
+        return Copy(read(), text, size);
     });
 }
 
@@ -146,7 +152,7 @@ bool WifiSystemCheckMySoftAPExist()
 int32_t WifiSystemGetSSID(char* ssid, int32_t size)
 {
     return TextEntry(
-        ssid, size, [] { return Wifi().GetSSID(); }, kRefused);
+        ssid, size, [] { return Wifi().GetSSID(); }, kNone);
 }
 
 void WifiSystemChangeSSIDAndPasswd()
@@ -162,7 +168,7 @@ int32_t WifiSystemGetSoftApError()
 int32_t WifiSystemGetLegacyAPIP(char* address, int32_t size)
 {
     return TextEntry(
-        address, size, [] { return Wifi().GetLegacyAPIP(); }, kRefused);
+        address, size, [] { return Wifi().GetLegacyAPIP(); }, kNone);
 }
 
 bool WifiSystemIsAPConnected(int32_t* channel, char* ssid, int32_t size)
@@ -194,7 +200,7 @@ int32_t WifiSystemGetPairDeviceModelName(char* name, int32_t size)
         std::string text;
         return Wifi().GetPairDeviceModelName(text) ? text : std::string();
     };
-    return TextEntry(name, size, read, kRefused);
+    return TextEntry(name, size, read, kNone);
 }
 
 bool WifiSystemSetListProductType(const char* const* types, int32_t count)
@@ -246,7 +252,7 @@ uint32_t WifiSystemGetAdapterIndex()
 int32_t WifiSystemGetAdapterGuid(char* guid, int32_t size)
 {
     return TextEntry(
-        guid, size, [] { return Wifi().GetAdapterGuid(); }, kRefused);
+        guid, size, [] { return Wifi().GetAdapterGuid(); }, kNone);
 }
 
 // ---- Callbacks for the soft AP
@@ -338,13 +344,13 @@ void WifiSystemRemovePhoneSupportChannels()
 int32_t WifiSystemGetRecordPhoneChannelList(int32_t* channels, int32_t capacity)
 {
     return ListEntry(
-        channels, capacity, [] { return Wifi().GetRecordPhoneChannelList(); }, kRefused);
+        channels, capacity, [] { return Wifi().GetRecordPhoneChannelList(); }, kNone);
 }
 
 int32_t WifiSystemGetRecordPhone24GChannelList(int32_t* channels, int32_t capacity)
 {
     return ListEntry(
-        channels, capacity, [] { return Wifi().GetRecordPhone24GChannelList(); }, kRefused);
+        channels, capacity, [] { return Wifi().GetRecordPhone24GChannelList(); }, kNone);
 }
 
 int32_t WifiSystemGetPhoneChannelList(char* text, int32_t size)
@@ -354,7 +360,7 @@ int32_t WifiSystemGetPhoneChannelList(char* text, int32_t size)
         Wifi().GetPhoneChannelList(channels);
         return channels;
     };
-    return TextEntry(text, size, read, kRefused);
+    return TextEntry(text, size, read, kNone);
 }
 
 void WifiSystemCheckIsSet5GFailed()
@@ -454,7 +460,7 @@ void WifiSystemPostNotification(ConnectErrorCode code)
 int32_t WifiSystemGetErrorString(ConnectErrorCode code, char* text, int32_t size)
 {
     return TextEntry(
-        text, size, [&] { return Wifi().GetErrorString(code); }, kRefused);
+        text, size, [&] { return Wifi().GetErrorString(code); }, kNone);
 }
 
 bool WifiSystemDestroyInstance()

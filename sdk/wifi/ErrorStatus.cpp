@@ -24,6 +24,9 @@ std::int64_t CurrentTicks()
     return std::chrono::duration_cast<Ticks>(now).count();
 }
 
+/// The notifier whose worker this thread is.
+thread_local constinit const ErrorStatus* workingFor = nullptr;
+
 }  // namespace
 
 ErrorStatus* ErrorStatus::GetInstance()
@@ -59,6 +62,7 @@ ErrorStatus::Listeners ErrorStatus::CopyListeners()
 void ErrorStatus::Work()
 {
     constexpr auto kFunction = "ErrorStatus::ErrorStatus::Worker";
+    workingFor = this;
     LogStart(kFunction);
     while (std::optional<Task> task = TakeTask(kFunction)) {
         task->listener->OnError(std::move(task->detail));
@@ -172,11 +176,14 @@ void ErrorStatus::DestroyInstance()
     LogStart(kFunction);
     stop_ = true;
     WakeWorker();
+    if (workingFor == this) {
+        // Not every system finds this out by itself.
+        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    }
+    if (joined_.exchange(true)) {  // also while the first call waits, which one thread may do only
+        throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+    }
     for (std::thread& worker : workers_) {
-        if (worker.get_id() == std::this_thread::get_id()) {
-            // Not every system finds this out by itself.
-            throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
-        }
         worker.join();
     }
     LogEnd(kFunction);

@@ -45,7 +45,8 @@ class ErrorStatus {
     std::string GetErrorString(ConnectErrorCode code) const;
 
     /// Ends the worker once it has delivered everything, and waits for it. Throws what
-    /// std::thread::join throws: from the second call on, and from inside a listener.
+    /// std::thread::join throws: from the second call on, and from inside a listener, where the
+    /// worker ends all the same.
     void DestroyInstance();
 
   private:
@@ -84,6 +85,7 @@ class ErrorStatus {
     std::size_t historyLimit_ = 256;
     std::deque<Task> tasks_;
     std::atomic<bool> stop_{false};
+    std::atomic<bool> joined_{false};     // somebody waits for the worker, or has
     std::atomic<std::uint64_t> news_{0};  // changes when the worker may have something to do
     std::vector<std::thread> workers_;    // last: the worker uses all others
 };

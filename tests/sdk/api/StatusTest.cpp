@@ -16,7 +16,6 @@ namespace pelacon::test {
 
 namespace {
 
-using ::testing::HasSubstr;
 using ::testing::StrEq;
 
 std::string ReadFile(const std::string& name)
@@ -100,7 +99,10 @@ TEST(StatusTest, TheDocumentHasTheSameTables)
 {
     const std::string document = ReadFile("docs/results.md");
     for (const Family& family : kFamilies) {
-        EXPECT_THAT(document, HasSubstr(TableOf(family)));
+        // Up to the heading of the next one, so that no row is left over.
+        const std::string table = TableOf(family);
+        EXPECT_TRUE(document.ends_with(table) || document.find(table + "\n## ") != document.npos)
+            << "there should be: " << table;
     }
 }
 

@@ -1,5 +1,6 @@
 // Notifications without memory: the library drops them, and the application continues. The library
 // is the real one; the tests let each allocation of each receiver fail in turn.
+#include <PelaconSDK/WifiSystem.h>
 #include <PelaconSDK/WifiSystemApi.h>
 #include <protocol/BleAdvertiser.h>
 #include <protocol/BleManager.h>
@@ -167,6 +168,23 @@ INSTANTIATE_TEST_SUITE_P(
                       Notified{"Switch", protocol::kWifiSwitchState.id},
                       Notified{"Error", protocol::kErrorStatus.id}),
     [](const auto& test) { return test.param.name; });
+
+TEST(OutOfMemory, LeavesTextsOfTheCFormsEmptyAndTerminated)
+{
+    const auto runsOutAfter = [&](int allocations) {
+        char text[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
+        std::int32_t numbers[2] = {7, 7};
+        const FailingAllocations memory(allocations);
+        EXPECT_EQ(WifiSystemGetSSID(text, sizeof text), 0);
+        EXPECT_EQ(text[0], '\0');
+        EXPECT_EQ(WifiSystemGetRecordPhoneChannelList(numbers, 2), 0);
+        EXPECT_EQ(numbers[0], 7);
+        return memory.HasFailed();
+    };
+    for (int allocations = 0; runsOutAfter(allocations); ++allocations) {
+        ASSERT_LT(allocations, 100);
+    }
+}
 
 using OutOfMemoryDeathTest = ::testing::Test;
 

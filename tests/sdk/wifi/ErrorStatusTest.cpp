@@ -384,6 +384,34 @@ TEST_F(ErrorStatusTest, ASecondEndIsAnError)
         << "the second call throws before it ends";
 }
 
+TEST_F(ErrorStatusWithAWaitingError, ASecondEndWhileTheFirstWaitsIsAnError)
+{
+    auto ending = std::async(std::launch::async, [this] { Finish(); });
+    const std::string function = "ErrorStatus::DestroyInstance";
+    ASSERT_TRUE(Eventually([&] { return !LinesOf(function).empty(); }));
+    std::atomic<int> refused{0};
+    const auto end = [&] {
+        try {
+            status->DestroyInstance();
+        } catch (const std::system_error&) {
+            ++refused;
+        }
+    };
+    // The first call may not have come as far as its wait: then one of these waits in its place.
+    auto one = std::async(std::launch::async, end);
+    auto other = std::async(std::launch::async, end);
+    EXPECT_TRUE(Eventually([&] { return refused >= 1; })) << "at once";
+    goOn.set_value();
+    one.get();
+    other.get();
+    try {
+        ending.get();
+    } catch (const std::system_error&) {
+        ++refused;
+    }
+    EXPECT_EQ(refused, 2);
+}
+
 TEST_F(ErrorStatusTest, AnEndFromInsideAListenerIsAnError)
 {
     std::promise<std::error_code> thrown;
