@@ -9,6 +9,7 @@
 #include <os/Utf8.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -39,20 +40,29 @@ class EnvironmentOutput {
     EnvironmentOutput()
     {
         const std::optional<std::string> wish = EnvironmentVariable("PELACON_LOG");
-        if (!wish || wish->empty() || (*wish)[0] < '1' || (*wish)[0] > '4') {
+        if (!wish || wish->empty()) {
             return;
         }
-        if (wish->size() == 1) {
-            file_ = standardErrorTakesLogs ? stderr : nullptr;
-        } else if ((*wish)[1] == ':') {
-            file_ = pelacon::os::OpenToAppend(wish->substr(2));
-        }
-        if (file_ != nullptr) {
-            lowest_ = (*wish)[0] - '0';
+        const char level = (*wish)[0];
+        const std::string file = wish->size() > 2 && (*wish)[1] == ':' ? wish->substr(2) : "";
+        if (level < '0' || level > '4' || (wish->size() > 1 && file.empty())) {
+            complaint_ = "PelaconSDK: PELACON_LOG=" + *wish +
+                         " is not valid, so nothing is logged: it must be a level from 0 to 4, or "
+                         "a level, a colon and a file.\n";
+        } else if (level != '0') {
+            Open(level, file);
         }
     }
 
     std::int32_t Lowest() const { return lowest_; }
+
+    /// Writes once what is wrong with PELACON_LOG, if anything is.
+    void Complain() noexcept
+    {
+        if (!complaint_.empty() && !complained_.exchange(true) && standardErrorTakesLogs) {
+            pelacon::os::WriteToStandardError(complaint_);
+        }
+    }
 
     void Write(LOG_MESSAGE_LEVEL level, std::wstring_view line)
     {
@@ -69,8 +79,27 @@ class EnvironmentOutput {
     }
 
   private:
+    void Open(char level, const std::string& file)
+    {
+        if (file.empty()) {
+            file_ = standardErrorTakesLogs ? stderr : nullptr;
+        } else {
+            file_ = pelacon::os::OpenToAppend(file);
+            if (file_ == nullptr) {
+                complaint_ =
+                    "PelaconSDK: PELACON_LOG: nothing is logged, as this file cannot be written: " +
+                    file + "\n";
+            }
+        }
+        if (file_ != nullptr) {
+            lowest_ = level - '0';
+        }
+    }
+
     std::FILE* file_ = nullptr;
     std::int32_t lowest_ = kNothing;
+    std::string complaint_;
+    std::atomic<bool> complained_{false};
 };
 
 EnvironmentOutput& Environment()
@@ -95,7 +124,9 @@ ApplicationOutput& Application()
 KvLogger& KvLogger::GetInstance()
 {
     static constinit pelacon::os::Singleton<KvLogger> logger;
-    return logger.Get([] { return new KvLogger; });
+    KvLogger& instance = logger.Get([] { return new KvLogger; });
+    Environment().Complain();  // where nothing delays a fork
+    return instance;
 }
 
 KvLogger::KvLogger() : lowestWanted_(Environment().Lowest()) {}

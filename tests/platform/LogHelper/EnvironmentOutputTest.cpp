@@ -19,8 +19,10 @@ using pelacon::test::TemporaryFolder;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 std::vector<std::string> LinesIn(std::istream&& in)
 {
@@ -102,14 +104,30 @@ TEST_F(EnvironmentOutputTest, TheSinkAndTheFileEachHaveTheirLevel)
                 AllOf(Contains("sink 2 8"), Not(Contains("sink 1 8")), Contains("wanted 1 1")));
 }
 
-TEST_F(EnvironmentOutputTest, AnythingElseIsOff)
+TEST_F(EnvironmentOutputTest, IsOffIfNothingIsWanted)
 {
-    for (const std::string wish :
-         {"", "0", "5", "9", "-1", "on", "2x", "12", "2:", ":x", "2:/no/such/folder/file.log"}) {
+    for (const std::string wish : {"", "0", "0:file"}) {
         Run(wish);
         EXPECT_THAT(Errors(), IsEmpty()) << wish;
         EXPECT_THAT(Output(), Contains("wanted 4 0")) << wish;
     }
+}
+
+TEST_F(EnvironmentOutputTest, AnythingElseIsOffAndRefusedOnce)
+{
+    for (const std::string wish : {"5", "9", "-1", "on", "2x", "12", "2:", ":x"}) {
+        Run(wish);
+        EXPECT_THAT(Errors(),
+                    ElementsAre(StartsWith("PelaconSDK: PELACON_LOG=" + wish + " is not valid")));
+        EXPECT_THAT(Output(), Contains("wanted 4 0")) << wish;
+    }
+}
+
+TEST_F(EnvironmentOutputTest, AFileThatCannotBeWrittenIsNamedOnce)
+{
+    Run("2:/no/such/folder/file.log");
+    EXPECT_THAT(Errors(), ElementsAre(EndsWith("cannot be written: /no/such/folder/file.log")));
+    EXPECT_THAT(Output(), Contains("wanted 4 0"));
 }
 
 }  // namespace
