@@ -1,5 +1,6 @@
 #include <IPCMessage/IPCControl.h>
 #include <IPCMessage/Transport.h>
+#include <os/Identity.h>
 
 #include <utility>
 
@@ -25,10 +26,13 @@ class OperatorConnection {
                 return FailByTimeout();
             case ConnectStatus::kUntrusted:
                 return Fail(IPCControlError::Kind::kNoAccess,
-                            "what listens on the pipe is no service that is trusted");
+                            "process " + std::to_string(result.peer.processId) + " listens at " +
+                                result.place + " as " + pelacon::os::NameOfUser(result.peer.user) +
+                                ", a user whose service is not trusted");
             case ConnectStatus::kForbidden:
-                return Fail(IPCControlError::Kind::kNoAccess,
-                            "this user may not connect to the service's pipe");
+                return Fail(IPCControlError::Kind::kNoAccess, "this user may not connect to " +
+                                                                  result.place + ": " +
+                                                                  result.reason.message());
         }
         return false;
     }
@@ -105,7 +109,57 @@ class OperatorConnection {
     bool timedOut_ = false;
 };
 
+/// Whether what listens at the place answers anything.
+IPCPlace::State Ping(Connection& connection, Deadline& deadline)
+{
+    constexpr std::string_view kPing = "ping";
+    const FrameHeader header{.kind = FrameKind::kControl, .flags = kHasPayload, .sequence = 1};
+    FrameBuffer buffer;
+    IoStatus status = connection.Send(
+        buffer.Write(header, {reinterpret_cast<const std::uint8_t*>(kPing.data()), kPing.size()}),
+        deadline);
+    if (status == IoStatus::kDone) {
+        status = connection.Receive(buffer.Room(), deadline).status;
+    }
+    return status == IoStatus::kDone      ? IPCPlace::State::kServed
+           : status == IoStatus::kTimeout ? IPCPlace::State::kSilent
+                                          : IPCPlace::State::kTurnedAway;
+}
+
+IPCPlace::State StateOf(const ConnectResult& result, Deadline& deadline)
+{
+    using State = IPCPlace::State;
+    switch (result.status) {
+        case ConnectStatus::kConnected:
+            return Ping(*result.connection, deadline);
+        case ConnectStatus::kBusy:
+            return State::kSilent;
+        case ConnectStatus::kUntrusted:
+            return State::kUntrusted;
+        case ConnectStatus::kForbidden:
+            return State::kForbidden;
+        case ConnectStatus::kNoService:
+            break;
+    }
+    return State::kNoService;
+}
+
 }  // namespace
+
+std::vector<IPCPlace> IPCExaminePlaces(const std::wstring& pipeName,
+                                       std::chrono::milliseconds patience)
+{
+    const std::atomic<bool> neverCancelled{false};
+    std::vector<IPCPlace> places;
+    for (const std::string& path : FindPipePlaces(pipeName)) {
+        Deadline deadline(patience);
+        const ConnectResult result = ConnectTo(path, deadline, neverCancelled);
+        places.push_back({path, StateOf(result, deadline),
+                          result.reason ? result.reason.message() : std::string(),
+                          result.peer.processId, result.peer.user});
+    }
+    return places;
+}
 
 std::optional<std::string> IPCSendControl(const std::wstring& pipeName, std::string_view command,
                                           std::chrono::milliseconds timeout, IPCControlError& error)

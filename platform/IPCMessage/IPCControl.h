@@ -4,10 +4,12 @@
 #include <IPCMessage/TagIPCMessageItem.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Why an operator's connection failed, with a sentence for people.
 struct IPCControlError {
@@ -27,6 +29,27 @@ struct IPCControlError {
 std::optional<std::string> IPCSendControl(const std::wstring& pipeName, std::string_view command,
                                           std::chrono::milliseconds timeout,
                                           IPCControlError& error);
+
+/// A place where programs look for a service, as this user finds it.
+struct IPCPlace {
+    enum class State {
+        kServed,      ///< a service listens, and answers
+        kNoService,   ///< nothing listens
+        kSilent,      ///< a process listens, but does not answer in time
+        kTurnedAway,  ///< a service listens, but closes the connection
+        kUntrusted,   ///< the process that listens runs as a user that this process does not trust
+        kForbidden,   ///< this user may not connect
+    };
+    std::string path;
+    State state = State::kNoService;
+    std::string reason;           ///< what the system said, if it refused
+    std::uint32_t processId = 0;  ///< the process that listens; 0 if unknown
+    std::string user;             ///< its user; empty if unknown
+};
+
+/// Tries each place, in the order in which programs do: connects, and sends the command `ping`.
+std::vector<IPCPlace> IPCExaminePlaces(const std::wstring& pipeName,
+                                       std::chrono::milliseconds patience);
 
 /// Calls the visitor with every notification that the service sends to any of its clients, until
 /// the visitor returns false or the connection is lost. While there is none, the visitor is called

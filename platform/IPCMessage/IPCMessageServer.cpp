@@ -52,6 +52,11 @@ class IPCMessageServer::Implementation {
         FrameHeader header;
 
         std::span<const std::uint8_t> Payload() const noexcept { return buffer.Payload(header); }
+
+        std::string_view Text() const noexcept
+        {
+            return {reinterpret_cast<const char*>(Payload().data()), Payload().size()};
+        }
     };
 
     pelacon::ipc::Warn WarnHandler()
@@ -76,7 +81,9 @@ class IPCMessageServer::Implementation {
     void ServeEvents(const ConnectionPointer& connection, Incoming& frame);
     void TakePosts(Connection& connection, ServerClient& client, Incoming& frame);
     void ServeOperator(ServedConnection& served, Incoming& frame);
+    void ServeAnyUser(ServedConnection& served, Incoming& frame);
     bool Obey(Connection& connection, Incoming& frame);
+    bool SendAnswer(Connection& connection, Incoming& frame, const std::string& answer);
     void ServeWatch(const ConnectionPointer& connection, Incoming& frame);
 
     bool Check(const IoResult& received, Incoming& frame);
@@ -216,9 +223,7 @@ void IPCMessageServer::Implementation::ServeOperator(ServedConnection& served, I
 {
     Connection& connection = *served.connection;
     if (!connection.GetPeer().isOperator) {
-        counters_.refusedPeers.fetch_add(1, std::memory_order_relaxed);
-        connection.Send(frame.buffer.Write({.kind = FrameKind::kRefused}));
-        return;
+        return ServeAnyUser(served, frame);
     }
     connections_.SetApart(served);
     if (frame.header.kind == FrameKind::kWatch) {
@@ -228,12 +233,32 @@ void IPCMessageServer::Implementation::ServeOperator(ServedConnection& served, I
     }
 }
 
+/// Answers one command that every user may send, and refuses all others.
+void IPCMessageServer::Implementation::ServeAnyUser(ServedConnection& served, Incoming& frame)
+{
+    std::optional<std::string> answer;
+    if (frame.header.kind == FrameKind::kControl) {
+        answer = handler_.ControlOfAnyUser(frame.Text());
+    }
+    if (answer) {
+        SendAnswer(*served.connection, frame, *answer);
+        return;
+    }
+    connections_.Refuse(served, "commands are accepted from the service's own user and root only");
+    served.connection->Send(frame.buffer.Write({.kind = FrameKind::kRefused}));
+}
+
 /// Executes the frame's command and sends the answer. False if the connection is lost.
 bool IPCMessageServer::Implementation::Obey(Connection& connection, Incoming& frame)
 {
-    const std::span<const std::uint8_t> command = frame.Payload();
-    const std::string answer =
-        handler_.Control({reinterpret_cast<const char*>(command.data()), command.size()});
+    return SendAnswer(connection, frame, handler_.Control(frame.Text()));
+}
+
+/// Sends the answer to the frame's command, in as many frames as it needs. False if the connection
+/// is lost.
+bool IPCMessageServer::Implementation::SendAnswer(Connection& connection, Incoming& frame,
+                                                  const std::string& answer)
+{
     std::span<const std::uint8_t> rest(reinterpret_cast<const std::uint8_t*>(answer.data()),
                                        answer.size());
     FrameHeader header{.kind = FrameKind::kControlReply, .sequence = frame.header.sequence};

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -65,6 +66,12 @@ class IPCServerHandler {
 
     /// Answers a command of an operator (the service's own user, or root).
     virtual std::string Control(std::string_view command) = 0;
+
+    /// Answers a command of a user who is no operator; nothing if only operators may send it.
+    virtual std::optional<std::string> ControlOfAnyUser(std::string_view /*command*/)
+    {
+        return std::nullopt;
+    }
 
     /// Called with a sentence for operators, such as why callers are turned away. The calls are
     /// rare and may begin before the server's constructor has returned. Must not block.

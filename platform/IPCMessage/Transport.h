@@ -14,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace pelacon::ipc {
@@ -105,10 +106,18 @@ enum class ConnectStatus {
     kForbidden,  ///< this user may not connect to the service
 };
 
+/// The end of an attempt to connect.
 struct ConnectResult {
     ConnectStatus status = ConnectStatus::kNoService;
-    std::unique_ptr<Connection> connection;
+    std::unique_ptr<Connection> connection = {};
+    std::string place = {};       ///< where the status was found
+    std::error_code reason = {};  ///< what the system said, if it refused
+    Peer peer = {};               ///< who listens there, unless the system refused
 };
+
+/// Makes one attempt at one place, as Connect does.
+ConnectResult ConnectTo(const std::string& place, Deadline& deadline,
+                        const std::atomic<bool>& cancelled);
 
 /// Connects to the first place where a trusted service listens. Makes one attempt, and waits for a
 /// busy pipe until the deadline, or until `cancelled` becomes true.

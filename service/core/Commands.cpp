@@ -28,11 +28,16 @@ void Commands::Add(const std::string& name, const std::string& summary, Action a
 std::string Commands::Run(std::string_view text) const
 {
     json::Output answer;
+    Action action;
     try {
-        Read(text)(answer);
+        action = Read(text);
+        action(answer);
         answer["ok"] = true;
     } catch (const std::exception& failure) {
         answer = {{"ok", false}, {"error", failure.what()}};
+        if (!action) {
+            answer["invalid"] = true;
+        }
     }
     return json::Write(answer);
 }

@@ -12,8 +12,8 @@
 namespace pelacon::service {
 
 /// Commands by name. A command is a JSON object such as {"command": "disconnect", "client": 3}. Its
-/// answer is an object with "ok", and with "error" if that is false. A single word is a command
-/// without fields.
+/// answer is an object with "ok", and with "error" if that is false, and "invalid" if that is
+/// because of the command itself. A single word is a command without fields.
 class Commands {
   public:
     /// Executes the command and adds fields to the answer. Called with the scheduler's lock held.

@@ -7,7 +7,9 @@
 #include <service/core/CoreState.h>
 #include <service/core/Trace.h>
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 namespace pelacon::service {
@@ -249,6 +251,14 @@ std::string Core::Control(std::string_view command)
         action();
     }
     return answer;
+}
+
+std::optional<std::string> Core::ControlOfAnyUser(std::string_view command)
+{
+    std::string compact;
+    std::ranges::remove_copy(command, std::back_inserter(compact), ' ');
+    const bool isPing = compact == "ping" || compact == R"({"command":"ping"})";
+    return isPing ? std::optional(Control("ping")) : std::nullopt;
 }
 
 void Core::Warn(std::string_view sentence)

@@ -55,6 +55,7 @@ class Core : public IPCServerHandler {
     IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) override;
     void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) override;
     std::string Control(std::string_view command) override;
+    std::optional<std::string> ControlOfAnyUser(std::string_view command) override;
     void Warn(std::string_view sentence) override;
 
   private:

@@ -1,3 +1,4 @@
+#include <service/Version.h>
 #include <service/base/Log.h>
 #include <service/core/Core.h>
 #include <service/core/CoreState.h>
@@ -107,8 +108,8 @@ std::uint64_t Send(Scheduler& scheduler, const Sessions& sessions, const Push& p
 
 void Core::AddCommands(State& state)
 {
-    state.commands.Add("ping", "does nothing; shows that the service answers",
-                       [](json::Output&) {});
+    state.commands.Add("ping", "the service's version, for every user whom it serves",
+                       [](json::Output& answer) { answer["version"] = kVersion; });
     state.commands.Add("status", "what the service does: clients, counters, faults, radios",
                        [this](json::Output& answer) { answer = Status(); });
     state.commands.Add(

@@ -48,7 +48,7 @@ bool IsTrusted(const SocketConnection& connection)
     return user != kNoUser && (connection.GetPeer().isOperator || user == ServiceAccount());
 }
 
-/// Connects the socket, and waits as Connect does while its backlog is full.
+/// Connects the socket, and waits as Connect does while its backlog is full. Sets errno.
 ConnectStatus ConnectSocket(int socket, const SocketAddress& address, Deadline& deadline,
                             const std::atomic<bool>& cancelled)
 {
@@ -71,26 +71,32 @@ ConnectStatus ConnectSocket(int socket, const SocketAddress& address, Deadline& 
     }
 }
 
+}  // namespace
+
 ConnectResult ConnectTo(const std::string& path, Deadline& deadline,
                         const std::atomic<bool>& cancelled)
 {
+    ConnectResult result{.place = path};
     const auto address = MakeSocketAddress(path);
     if (!address) {
-        return {};
+        result.reason = std::make_error_code(std::errc::filename_too_long);
+        return result;
     }
     auto connection = std::make_unique<SocketConnection>(OpenSocket);
-    const ConnectStatus status = ConnectSocket(connection->Socket(), *address, deadline, cancelled);
-    if (status != ConnectStatus::kConnected) {
-        return {status, nullptr};
+    result.status = ConnectSocket(connection->Socket(), *address, deadline, cancelled);
+    if (result.status != ConnectStatus::kConnected) {
+        result.reason = std::error_code(errno, std::generic_category());
+        return result;
     }
     connection->IdentifyPeer();
-    if (!IsTrusted(*connection)) {
-        return {ConnectStatus::kUntrusted, nullptr};
+    result.peer = connection->GetPeer();
+    if (IsTrusted(*connection)) {
+        result.connection = std::move(connection);
+    } else {
+        result.status = ConnectStatus::kUntrusted;
     }
-    return {ConnectStatus::kConnected, std::move(connection)};
+    return result;
 }
-
-}  // namespace
 
 ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
                       const std::atomic<bool>& cancelled)
@@ -102,7 +108,7 @@ ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
             return result;
         }
         if (result.status != ConnectStatus::kNoService) {
-            worst.status = result.status;
+            worst = std::move(result);
         }
     }
     return worst;

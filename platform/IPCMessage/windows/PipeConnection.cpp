@@ -203,39 +203,58 @@ IoResult PipeConnection::Outcome(Direction& direction) noexcept
     return {};
 }
 
+ConnectResult ConnectTo(const std::string& place, Deadline& deadline,
+                        const std::atomic<bool>& cancelled)
+{
+    constexpr DWORD kSlice = 50;  // ms; a wait for a busy pipe that is cancelled ends after it
+    const std::wstring name = os::Wide(place);
+    ConnectResult result{.place = place};
+    const auto refused = [&](ConnectStatus status) {
+        result.status = status;
+        result.reason = std::error_code(static_cast<int>(GetLastError()), std::system_category());
+        return std::move(result);
+    };
+    for (;;) {
+        os::OwnedHandle pipe = os::MakeHandle(CreateFileW(
+            name.c_str(), kClientAccess, 0, nullptr, OPEN_EXISTING,
+            FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
+        if (pipe) {
+            DWORD mode = PIPE_READMODE_MESSAGE;
+            if (SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr) == FALSE) {
+                // The service closed the pipe, or does not send messages.
+                return refused(ConnectStatus::kNoService);
+            }
+            auto connection = std::make_unique<PipeConnection>(std::move(pipe), PipeEnd::kClient);
+            result.peer = connection->GetPeer();
+            if (IsTrustedServer(result.peer.user)) {
+                result.status = ConnectStatus::kConnected;
+                result.connection = std::move(connection);
+            } else {
+                result.status = ConnectStatus::kUntrusted;
+            }
+            return result;
+        }
+        if (GetLastError() == ERROR_ACCESS_DENIED) {
+            return refused(ConnectStatus::kForbidden);
+        }
+        if (GetLastError() != ERROR_PIPE_BUSY) {
+            return refused(ConnectStatus::kNoService);
+        }
+        const DWORD left = MillisecondsOf(&deadline);
+        if (left == 0 || cancelled) {
+            return refused(ConnectStatus::kBusy);
+        }
+        WaitNamedPipeW(name.c_str(), std::min(left, kSlice));
+    }
+}
+
 ConnectResult Connect(const PipePlaces& places, Deadline& deadline,
                       const std::atomic<bool>& cancelled)
 {
-    constexpr DWORD kSlice = 50;  // ms; a wait for a busy pipe that is cancelled ends after it
     for (const std::string& place : places) {
-        const std::wstring name = os::Wide(place);
-        for (;;) {
-            os::OwnedHandle pipe = os::MakeHandle(CreateFileW(
-                name.c_str(), kClientAccess, 0, nullptr, OPEN_EXISTING,
-                FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
-            if (pipe) {
-                DWORD mode = PIPE_READMODE_MESSAGE;
-                if (SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr) == FALSE) {
-                    break;  // the service closed the pipe, or does not send messages
-                }
-                auto connection =
-                    std::make_unique<PipeConnection>(std::move(pipe), PipeEnd::kClient);
-                if (!IsTrustedServer(connection->GetPeer().user)) {
-                    return {ConnectStatus::kUntrusted, nullptr};
-                }
-                return {ConnectStatus::kConnected, std::move(connection)};
-            }
-            if (GetLastError() == ERROR_ACCESS_DENIED) {
-                return {ConnectStatus::kForbidden, nullptr};
-            }
-            if (GetLastError() != ERROR_PIPE_BUSY) {
-                break;
-            }
-            const DWORD left = MillisecondsOf(&deadline);
-            if (left == 0 || cancelled) {
-                return {ConnectStatus::kBusy, nullptr};
-            }
-            WaitNamedPipeW(name.c_str(), std::min(left, kSlice));
+        ConnectResult result = ConnectTo(place, deadline, cancelled);
+        if (result.status != ConnectStatus::kNoService) {
+            return result;
         }
     }
     return {};

@@ -1,5 +1,6 @@
 // Operators: commands, and watching the notifications to clients.
 #include <IPCMessage/IPCControl.h>
+#include <os/Processes.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 
@@ -83,6 +84,27 @@ TEST_F(ControlTest, ALostServiceAndABadAnswerHaveTheirReasons)
     EXPECT_FALSE(Send("three"));
     EXPECT_EQ(error.kind, Kind::kRefused);
     operators.join();
+}
+
+TEST_F(ControlTest, ThePlacesShowWhetherAServiceAnswersThere)
+{
+    using State = IPCPlace::State;
+    const auto place = [] { return IPCExaminePlaces(kPipe, kPatience).back(); };
+    EXPECT_EQ(place().state, State::kNoService);
+    EXPECT_FALSE(place().reason.empty());
+    StartServer();
+    const IPCPlace served = place();
+    EXPECT_EQ(served.state, State::kServed);
+    EXPECT_EQ(served.processId, os::CurrentProcessId());
+    EXPECT_FALSE(served.user.empty());
+    EXPECT_TRUE(served.reason.empty());
+    server.reset();
+
+    RawService service;
+    std::thread closing([&] { service.Accept(ipc::FrameKind::kControl).reset(); });
+    EXPECT_EQ(place().state, State::kTurnedAway);
+    closing.join();
+    EXPECT_EQ(IPCExaminePlaces(kPipe, 50ms).back().state, State::kSilent);
 }
 
 TEST_F(ControlTest, ACommandThatClosesAllConnectionsIsAnswered)

@@ -68,6 +68,11 @@ std::string Handler::Control(std::string_view command)
     return onControl ? onControl(command) : std::string(command);
 }
 
+std::optional<std::string> Handler::ControlOfAnyUser(std::string_view command)
+{
+    return onControlOfAnyUser ? onControlOfAnyUser(command) : std::nullopt;
+}
+
 std::optional<Answer> Request(const IPCMessageClient& client, std::int32_t messageId,
                               const std::optional<ByteVector>& payload, unsigned timeoutMs)
 {

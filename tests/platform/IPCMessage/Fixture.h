@@ -132,6 +132,7 @@ class Handler : public IPCServerHandler {
     std::function<void(const IPCClientInfo& client)> onArrived;
     std::function<void(const TagIPCMessageItem& item)> onPosted;
     std::function<std::string(std::string_view command)> onControl;
+    std::function<std::optional<std::string>(std::string_view command)> onControlOfAnyUser;
 
     Mailbox<IPCClientInfo> arrived;
     Mailbox<std::uint64_t> left;
@@ -152,6 +153,7 @@ class Handler : public IPCServerHandler {
     IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) override;
     void Posted(std::uint64_t clientId, const TagIPCMessageItem& item) override;
     std::string Control(std::string_view command) override;
+    std::optional<std::string> ControlOfAnyUser(std::string_view command) override;
     void Warn(std::string_view sentence) override { warnings.Put(std::string(sentence)); }
 };
 

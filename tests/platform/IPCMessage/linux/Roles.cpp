@@ -34,10 +34,10 @@ void BecomeNobody()
     Become(kNobody);
 }
 
-int Control()
+int Control(std::string_view command = "command")
 {
     IPCControlError error{};
-    const auto answer = IPCSendControl(kPipe, "command", kPatience, error);
+    const auto answer = IPCSendControl(kPipe, command, kPatience, error);
     const bool refused = error.kind == IPCControlError::Kind::kRefused;
     std::cout << (answer ? *answer : refused ? "refused" : error.message) << std::endl;
     return 0;
@@ -158,6 +158,9 @@ int ServeSystem()
         return 0;
     }
     Handler handler;
+    handler.onControlOfAnyUser = [](std::string_view command) {
+        return command == "question" ? std::optional<std::string>("answer") : std::nullopt;
+    };
     const IPCMessageServer server(kPipe, handler);
     const std::string& socket = server.Address();
     std::cout << socket << '\n'
@@ -167,7 +170,9 @@ int ServeSystem()
     std::cout << Outcome("call-as-nobody") << '\n'
               << Outcome("control-as-nobody") << '\n'
               << Outcome("control") << '\n'
-              << server.GetStatistics().refusedPeers << std::endl;
+              << Outcome("ask-as-nobody") << '\n'
+              << server.GetStatistics().refusedPeers << '\n'
+              << handler.warnings.Last().value_or("no warning") << std::endl;
     return 0;
 }
 
@@ -189,6 +194,10 @@ int PlayPlatformRole(const std::string& role)
     }
     if (role == "control") {
         return Control();
+    }
+    if (role == "ask-as-nobody") {
+        BecomeNobody();
+        return Control("question");
     }
     if (constexpr std::string_view kHoard = "hoard-as-"; role.starts_with(kHoard)) {
         Become(static_cast<uid_t>(std::stoul(role.substr(kHoard.size()))));

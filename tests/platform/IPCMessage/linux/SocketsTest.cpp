@@ -252,7 +252,7 @@ TEST_F(SocketsTest, AUsersServiceRefusesOtherUsers)
     // The modes alone refuse them.
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "not served");
     EXPECT_EQ(PeerProcess("control-as-nobody").ReadLine(),
-              "this user may not connect to the service's pipe");
+              "this user may not connect to " + server->Address() + ": Permission denied");
     EXPECT_EQ(server->GetStatistics().refusedPeers, 0U);
     chmod(folder.Path().c_str(), 0755);
     chmod(server->Address().c_str(), 0666);
@@ -277,7 +277,11 @@ TEST_F(SocketsTest, AClientTrustsNoServiceOfAnotherUser)
     IPCControlError error{};
     EXPECT_FALSE(IPCSendControl(kPipe, "command", kPatience, error));
     EXPECT_EQ(error.kind, IPCControlError::Kind::kNoAccess);
-    EXPECT_THAT(error.message, HasSubstr("no service that is trusted"));
+    EXPECT_THAT(error.message, HasSubstr("process " + std::to_string(impostor.Id())));
+    EXPECT_THAT(error.message, HasSubstr("a user whose service is not trusted"));
+    const std::vector<IPCPlace> places = IPCExaminePlaces(kPipe, kPatience);
+    EXPECT_EQ(places.back().state, IPCPlace::State::kUntrusted);
+    EXPECT_EQ(places.back().processId, impostor.Id());
     // A client that trusts it is served.
     EXPECT_EQ(PeerProcess("call-as-nobody").ReadLine(), "served");
 }
@@ -298,7 +302,9 @@ TEST_F(SocketsTest, ASystemServiceServesUsersItsSocketAdmitsAndObeysRoot)
     EXPECT_EQ(system.ReadLine(), "served");      // once the mode allows it
     EXPECT_EQ(system.ReadLine(), "refused");
     EXPECT_EQ(system.ReadLine(), "command");
+    EXPECT_EQ(system.ReadLine(), "answer") << "to the one command that every user may send";
     EXPECT_EQ(system.ReadLine(), "1");
+    EXPECT_THAT(system.ReadLine(), HasSubstr("turned away: commands are accepted from"));
 }
 
 TEST_F(SocketsTest, ConnectionsAreRefusedWhileTheServerEnds)
