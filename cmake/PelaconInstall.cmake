@@ -41,6 +41,16 @@ if(PELACON_BUILD_SERVICE)
     install(TARGETS PelaconService
             RUNTIME DESTINATION "${PELACON_SERVICE_DESTINATION}" COMPONENT service)
     install(TARGETS pelaconctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
+    if(NOT WIN32 AND NOT CMAKE_CROSSCOMPILING)
+        install(DIRECTORY "${PELACON_CTL_DOCUMENTS}/man/"
+                DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT service)
+        install(FILES "${PELACON_CTL_DOCUMENTS}/pelaconctl.bash" RENAME pelaconctl
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT service)
+        install(FILES "${PELACON_CTL_DOCUMENTS}/_pelaconctl"
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT service)
+        install(FILES "${PELACON_CTL_DOCUMENTS}/pelaconctl.fish"
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT service)
+    endif()
 endif()
 
 install(FILES README.md CHANGELOG.md SECURITY.md LICENSE

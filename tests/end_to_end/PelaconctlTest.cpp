@@ -338,6 +338,99 @@ TEST_F(PelaconctlMonitor, EndsWithTheService)
                 StartsWith("pelaconctl: The connection to PelaconService was lost"));
 }
 
+class PelaconctlLoss : public ::testing::Test {
+  protected:
+    ServiceProcess service{kWorld};
+};
+
+TEST_F(PelaconctlLoss, AWatchTellsOfTheServicesLossAndReturn)
+{
+    ChildProcess watch(PelaconctlPath(), {"ap", "watch"});
+    ASSERT_TRUE(watch.WaitForOutput("Watching.")) << watch.Errors();
+    service.Kill();
+    EXPECT_TRUE(watch.WaitForOutput("PelaconService is gone. Waiting for it.\n"));
+    service.Start();
+    EXPECT_TRUE(watch.WaitForOutput("PelaconService is there again.\n"));
+    watch.Interrupt();
+    EXPECT_EQ(watch.Wait(), kDone) << watch.Errors();
+}
+
+TEST_F(PelaconctlLoss, AWatchTellsProgramsOfTheServicesLossAndReturn)
+{
+    ChildProcess watch(PelaconctlPath(), {"ap", "watch", "--json"});
+    // Its first event says that it has begun to watch.
+    ASSERT_TRUE(Eventually([&] {
+        service.Command({{"command", "notify"}, {"id", "SoftApDeviceConnection"}});
+        return !watch.Output().empty();
+    })) << watch.Errors();
+    service.Restart();
+    EXPECT_TRUE(watch.WaitForOutput(R"("event":"service","state":"lost")"));
+    EXPECT_TRUE(watch.WaitForOutput(R"("event":"service","state":"restarted")"));
+    watch.Interrupt();
+    EXPECT_EQ(watch.Wait(), kDone);
+    EXPECT_THAT(watch.Errors(), IsEmpty());
+}
+
+TEST_F(PelaconctlLoss, AScanTellsOfTheServicesLossAndReturn)
+{
+    ChildProcess listen(PelaconctlPath(), {"targets", "listen", "1"});
+    ASSERT_TRUE(Eventually([&] {
+        return service.Command({{"command", "status"}})["counters"]["requests"].get<int>() > 0;
+    }));
+    service.Kill();
+    EXPECT_TRUE(Eventually(
+        [&] { return listen.Errors().find("PelaconService is gone.") != std::string::npos; }));
+    service.Start();
+    EXPECT_TRUE(
+        Eventually([&] { return listen.Errors().find("there again.") != std::string::npos; }));
+    listen.Interrupt();
+    EXPECT_EQ(listen.Wait(), kDone) << listen.Errors();
+}
+
+TEST_F(PelaconctlLoss, AWatchEndsIfTheServiceStaysAway)
+{
+    ChildProcess watch(PelaconctlPath(), {"ap", "watch"});
+    ASSERT_TRUE(watch.WaitForOutput("Watching.")) << watch.Errors();
+    service.End();
+    EXPECT_EQ(watch.Wait(), kNoService);
+    EXPECT_THAT(watch.Errors(), HasSubstr("PelaconService is not running."));
+}
+
+class PelaconctlDoctor : public ::testing::Test {
+  protected:
+    ServiceProcess service{kWorld};
+};
+
+TEST_F(PelaconctlDoctor, ReportsTheServiceThatRuns)
+{
+    const nlohmann::json report = Reported({"doctor"});
+    EXPECT_EQ(report["ok"], true);
+    EXPECT_EQ(report["versions"]["service"], PelaconGetVersion());
+    EXPECT_EQ(report["radios"]["bluetooth"], "on");
+    EXPECT_EQ(report["status"]["adapter"]["name"], "Front desk");
+    // The library of this process expects the service in the stage, which runs.
+    EXPECT_EQ(report["program"]["expected"], PelaconGetServicePath());
+    EXPECT_EQ(report["program"]["running"], report["program"]["expected"]);
+    EXPECT_THAT(report["remarks"], IsEmpty());
+    const nlohmann::json place = report["places"].back();
+    EXPECT_THAT(place["state"].get<std::string>(), HasSubstr("the service listens here: process "));
+    EXPECT_THAT(OutputOf({"doctor"}),
+                AllOf(StartsWith("PelaconService answers.\n"), HasSubstr("Clients      none")));
+}
+
+TEST_F(PelaconctlDoctor, ReportsThatThereIsNone)
+{
+    service.End();
+    const CommandResult result = Pelaconctl({"doctor", "--json"});
+    EXPECT_EQ(result.exitCode, kNoService);
+    EXPECT_THAT(result.errors, HasSubstr("PelaconService is not running at any of these places"));
+    const nlohmann::json report = nlohmann::json::parse(result.output);
+    EXPECT_EQ(report["ok"], false);
+    EXPECT_THAT(report["places"][0]["state"].get<std::string>(),
+                StartsWith("no service listens here"));
+    EXPECT_TRUE(report["status"].is_null());
+}
+
 class PelaconctlService : public ::testing::Test {
   protected:
     ServiceProcess service{kWorld};
@@ -372,9 +465,9 @@ TEST_F(PelaconctlService, FaultsAreSetListedAndCleared)
 
 TEST_F(PelaconctlService, InvalidFaultsAreRefusedWithTheServicesMessage)
 {
-    ExpectFailure({"service", "fault", "set", "Nonsense", "never"}, kFailed, "fault.request");
-    ExpectFailure({"service", "fault", "set", "BtEnable", "explode"}, kFailed, "fault.do");
-    ExpectFailure({"service", "fault", "set", "BtEnable", "delay"}, kFailed, "ms");
+    ExpectFailure({"service", "fault", "set", "Nonsense", "never"}, kUsage, "fault.request");
+    ExpectFailure({"service", "fault", "set", "BtEnable", "explode"}, kUsage, "fault.do");
+    ExpectFailure({"service", "fault", "set", "BtEnable", "delay"}, kUsage, "ms");
     ExpectFailure({"service", "fault", "clear", "77"}, kFailed, "there is no fault");
 }
 
@@ -398,11 +491,11 @@ TEST_F(PelaconctlService, TheStackRefusesAndRecovers)
     ExpectFailure({"scan"}, kFailed, "The radio ended the scan.");
     EXPECT_EQ(OutputOf({"service", "stack", "end", "scan"}), "Ended: 0\n");
 
-    ExpectFailure({"service", "stack", "set", "explode"}, kFailed, "operation");
-    ExpectFailure({"service", "stack", "set", "scan", "--fails", "often"}, kFailed, "fails");
-    ExpectFailure({"service", "stack", "set", "rename", "--ends-after", "1"}, kFailed,
+    ExpectFailure({"service", "stack", "set", "explode"}, kUsage, "operation");
+    ExpectFailure({"service", "stack", "set", "scan", "--fails", "often"}, kUsage, "fails");
+    ExpectFailure({"service", "stack", "set", "rename", "--ends-after", "1"}, kUsage,
                   "endsAfterMs");
-    ExpectFailure({"service", "stack", "end", "rename"}, kFailed, "operation");
+    ExpectFailure({"service", "stack", "end", "rename"}, kUsage, "operation");
     EXPECT_THAT(OutputOf({"service", "stack", "set", "--help"}), HasSubstr("showService"));
 }
 
@@ -432,7 +525,8 @@ TEST_F(PelaconctlService, SendTakesAnyCommand)
     EXPECT_TRUE(Reported({"service", "send"}).at("commands").contains("status"));
     EXPECT_EQ(Reported({"service", "send", R"({"command": "status"})"}).at("adapter").at("state"),
               "on");
-    ExpectFailure({"service", "send", R"({"command": "dance"})"}, kFailed, "dance");
+    EXPECT_EQ(Reported({"service", "send", "status"}).at("adapter").at("state"), "on");
+    ExpectFailure({"service", "send", R"({"command": "dance"})"}, kUsage, "dance");
 }
 
 std::string OnTerminal(const std::vector<std::string>& environment)

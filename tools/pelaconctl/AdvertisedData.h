@@ -1,6 +1,8 @@
 // The contents of advertisements, and their text forms.
 #pragma once
 
+#include <protocol/Uuid.h>
+
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
@@ -19,15 +21,20 @@ struct AdvertisedData {
         std::vector<std::uint8_t> data;
     };
 
-    std::optional<std::string> name;  ///< as sent: any bytes
-    std::vector<std::uint16_t> services;
+    std::optional<std::string> name;       ///< as sent: any bytes
+    std::vector<protocol::Uuid> services;  ///< of all lists
     std::optional<Identified> serviceData;
     std::optional<Identified> manufacturer;
 };
 
 AdvertisedData ReadAdvertisedData(std::span<const std::uint8_t> bytes);
 
-/// "FFFF: 0215": the manufacturer's data, then the service's; "" where there are none.
+/// Whether the service is in a list, or its data are there.
+bool HasService(const AdvertisedData& data, const protocol::Uuid& service);
+
+/// "services 180F,1809  FFFF: 0215  180F: 64": the services, the manufacturer's data, the
+/// service's;
+/// "" where there are none.
 std::string DataText(const AdvertisedData& data);
 
 /// Adds a field for each part present.
@@ -38,6 +45,9 @@ std::string FormatUuid16(std::uint16_t identifier);
 
 /// Reads "180F", or "0x180f". Throws Failure.
 std::uint16_t ParseUuid16(const std::string& text);
+
+/// A UUID as advertising data carry it: in its shortest form, the low byte first.
+std::vector<std::uint8_t> AdvertisedBytes(const protocol::Uuid& uuid);
 
 /// Adds an identifier as advertising data carry it: the low byte first.
 void AppendUuid16(std::vector<std::uint8_t>& bytes, std::uint16_t identifier);

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -34,7 +35,8 @@ Failure FailureOf(const IPCControlError& error)
     switch (error.kind) {
         case Kind::kNoService:
             return {ExitStatus::kNoService,
-                    "PelaconService is not running. Start it and try again."};
+                    "PelaconService is not running. Start it and try again; pelaconctl doctor "
+                    "shows where it is expected."};
         case Kind::kNoAccess:
         case Kind::kRefused:
             return {ExitStatus::kNotAllowed, Sentence("Not allowed: " + error.message)};
@@ -44,7 +46,8 @@ Failure FailureOf(const IPCControlError& error)
             break;
     }
     return {ExitStatus::kNoService,
-            Sentence("The connection to PelaconService was lost: " + error.message)};
+            Sentence("The connection to PelaconService was lost: " + error.message) +
+                " Either it has ended, or it does not serve this user: see pelaconctl doctor."};
 }
 
 Json Control(const Json& command)
@@ -60,7 +63,7 @@ Json Control(const Json& command)
         throw Failure(ExitStatus::kFailed, "PelaconService sent an answer that is not JSON.");
     }
     if (answer["ok"] != true) {
-        throw Failure(ExitStatus::kFailed,
+        throw Failure(answer.value("invalid", false) ? ExitStatus::kUsage : ExitStatus::kFailed,
                       Sentence("PelaconService: " + answer.value("error", "it failed")));
     }
     answer.erase("ok");
@@ -69,10 +72,17 @@ Json Control(const Json& command)
 
 Json ParseCommand(std::string_view text)
 {
+    const auto isOfName = [](char character) {
+        return (character >= 'a' && character <= 'z') || character == '.';
+    };
+    if (!text.empty() && std::ranges::all_of(text, isOfName)) {
+        return {{"command", text}};
+    }
     Json command = Json::parse(text, nullptr, false);
     if (!command.is_object()) {
         throw Failure(ExitStatus::kUsage,
-                      R"(A command is a JSON object, such as {"command": "status"}.)");
+                      "A command is a JSON object, such as {\"command\": \"fault.remove\", "
+                      "\"number\": 1}, or a name, such as status.");
     }
     return command;
 }
@@ -84,6 +94,19 @@ void ProbeService()
         error.kind != Kind::kRefused) {
         throw FailureOf(error);
     }
+}
+
+std::string ServiceVersion()
+{
+    Json answer = Control({{"command", "ping"}});
+    if (!answer.contains("version")) {  // an older service
+        answer = Control({{"command", "status"}});
+    }
+    const auto version = answer.find("version");
+    if (version == answer.end() || !version->is_string()) {
+        throw Failure(ExitStatus::kFailed, "The service does not tell its version.");
+    }
+    return *version;
 }
 
 }  // namespace pelacon::ctl

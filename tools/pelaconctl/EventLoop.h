@@ -3,11 +3,13 @@
 
 #include <tools/pelaconctl/Control.h>
 #include <tools/pelaconctl/EventQueue.h>
+#include <tools/pelaconctl/ServiceNotices.h>
 #include <tools/pelaconctl/UntilInterrupt.h>
 
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <utility>
 
 namespace pelacon::ctl {
 
@@ -55,7 +57,11 @@ class EventLoop {
   public:
     using Clock = Deadline::clock;
 
-    explicit EventLoop(std::optional<double> seconds = std::nullopt) : end_(After(seconds)) {}
+    /// `tell` is called when the service is lost, and when it is there again.
+    explicit EventLoop(std::optional<double> seconds = std::nullopt,
+                       ServiceNotices::Tell tell = &ServiceNotices::OnStandardError)
+        : end_(After(seconds)), notices_(std::move(tell))
+    {}
 
     bool Continues() const { return !interrupt_.Happened() && (!end_ || Clock::now() < *end_); }
 
@@ -75,6 +81,7 @@ class EventLoop {
     UntilInterrupt interrupt_{[] { Events<Event>().Close(); }};
     std::optional<Deadline> end_;
     ServiceWatch watch_;
+    ServiceNotices notices_;
 };
 
 }  // namespace pelacon::ctl

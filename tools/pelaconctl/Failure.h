@@ -14,7 +14,7 @@ enum class ExitStatus {
     kNoService = 3,   ///< PelaconService is not running, or has ended
     kNoAnswer = 4,    ///< the service is running, but an answer or a change is missing
     kAdapterOff = 5,  ///< the radio that the command needs is switched off
-    kNotAllowed = 6,  ///< the service accepts this only from its operator
+    kNotAllowed = 6,  ///< this user may not use the service, or not with this command
     kInterrupted = 130,
 };
 

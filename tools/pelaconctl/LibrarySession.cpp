@@ -9,6 +9,23 @@
 
 namespace pelacon::ctl {
 
+namespace {
+
+/// The result of a family that stands for a missing answer.
+std::int32_t NoAnswerOf(PelaconStatusFamily family)
+{
+    switch (family) {
+        case kPelaconStatusWifi:
+            return kWifiNoReply;
+        case kPelaconStatusSoftAp:
+            return kSoftApNoReply;
+        default:
+            return kBleStatusNoReply;
+    }
+}
+
+}  // namespace
+
 LibrarySession::LibrarySession()
 {
     ProbeService();
@@ -48,13 +65,13 @@ bool LibrarySession::RunInterruptibly(const Console& console, const std::string&
     return interrupted;
 }
 
-void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request,
+void CheckResult(PelaconStatusFamily family, std::int32_t result, const std::string& request,
                  const ResultSentences& sentences)
 {
     if (result == protocol::kStatusDone) {
         return;
     }
-    if (result == noAnswer) {
+    if (result == NoAnswerOf(family)) {
         FailForNoAnswer(request);
     }
     const ExitStatus status =
@@ -64,13 +81,9 @@ void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& 
             throw Failure(status, sentence);
         }
     }
-    const std::string code = " (code " + std::to_string(result) + ").";
-    if (result < 0) {
-        throw Failure(ExitStatus::kFailed,
-                      "The library refused to send the request to " + request + code);
-    }
-    throw Failure(status, "PelaconService refused to " + request + ": " +
-                              PelaconStatusText(kPelaconStatusBle, result) + code);
+    const std::string who = result < 0 ? "The library could not " : "PelaconService refused to ";
+    throw Failure(status, who + request + ": " + PelaconStatusText(family, result) + " (code " +
+                              std::to_string(result) + ").");
 }
 
 void FailForNoAnswer(const std::string& request)

@@ -36,16 +36,16 @@ class LibrarySession {
 /// Results that mean something particular to an operation, and what they mean.
 using ResultSentences = std::vector<std::pair<std::int32_t, std::string>>;
 
-/// Throws the Failure for an operation's result, unless it is 0. `noAnswer` is the result that
-/// stands for a missing answer. `request` says what was requested, to follow "refused to": "switch
+/// Throws the Failure for an operation's result, unless it is 0: the sentence for it, or what the
+/// result means in its family. `request` says what was requested, to follow "refused to": "switch
 /// Bluetooth on".
-void CheckResult(std::int32_t result, std::int32_t noAnswer, const std::string& request,
+void CheckResult(PelaconStatusFamily family, std::int32_t result, const std::string& request,
                  const ResultSentences& sentences = {});
 
 /// CheckResult for Bluetooth operations.
 inline void Check(BleStatusC status, const std::string& request)
 {
-    CheckResult(status, kBleStatusNoReply, request);
+    CheckResult(kPelaconStatusBle, status, request);
 }
 
 /// Throws the Failure for a missing answer: the service is not running, or did not answer.

@@ -1,5 +1,6 @@
 #include <PelaconSDK/BleManager.h>
 #include <os/UtcTime.h>
+#include <tools/pelaconctl/Columns.h>
 #include <tools/pelaconctl/Failure.h>
 #include <tools/pelaconctl/Text.h>
 
@@ -51,26 +52,11 @@ std::tm LocalFields(std::chrono::system_clock::time_point time)
 /// character.
 std::size_t PrintableCharacter(std::string_view text)
 {
-    const auto byte = [&](std::size_t index) {
-        return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
-    };
-    const unsigned lead = byte(0);
-    if (lead < 0x80) {
-        return lead >= 0x20 && lead != 0x7F ? 1 : 0;
-    }
-    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    unsigned code = lead & (0x7FU >> size);
-    for (std::size_t i = 1; i < size; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80) {
-            return 0;
-        }
-        code = code << 6U | (byte(i) & 0x3FU);
-    }
-    constexpr unsigned kLowest[] = {0, 0, 0xA0, 0x800,
-                                    0x10000};  // control characters lie below 0xA0
-    const bool isCharacter = lead >= 0xC2 && lead <= 0xF4 && code >= kLowest[size] &&
-                             code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-    return isCharacter ? size : 0;
+    constexpr char32_t kFirstAfterControls = 0xA0;
+    const Utf8Character character = FirstCharacter(text);
+    const bool isPrintable =
+        character.code >= kFirstAfterControls || (character.code >= 0x20 && character.code < 0x7F);
+    return character.isValid && isPrintable ? character.size : 0;
 }
 
 }  // namespace
@@ -166,19 +152,26 @@ std::string Printable(std::string_view text)
 
 std::string Fit(std::string_view text, std::size_t columns)
 {
-    // Where each character begins.
-    std::vector<std::size_t> starts;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if ((static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80) {
-            starts.push_back(i);
-        }
-    }
-    if (starts.size() <= columns) {
-        return std::string(text) + std::string(columns - starts.size(), ' ');
-    }
     constexpr std::string_view kMore = "..";
+    const std::size_t width = ColumnsOf(text);
+    if (width <= columns) {
+        return std::string(text) + std::string(columns - width, ' ');
+    }
     const std::size_t mark = std::min(columns, kMore.size());
-    return std::string(text.substr(0, starts[columns - mark])) + std::string(kMore.substr(0, mark));
+    std::string result;
+    std::size_t used = 0;
+    for (std::string_view rest = text; !rest.empty();) {
+        const Utf8Character character = FirstCharacter(rest);
+        used += ColumnsOf(character.code);
+        if (used > columns - mark) {
+            used -= ColumnsOf(character.code);
+            break;
+        }
+        result += rest.substr(0, character.size);
+        rest.remove_prefix(character.size);
+    }
+    // Half of a wide character may not fit.
+    return result + std::string(columns - mark - used, ' ') + std::string(kMore.substr(0, mark));
 }
 
 std::string FormatMessageId(std::int32_t id)

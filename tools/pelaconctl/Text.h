@@ -48,8 +48,8 @@ std::string BtStateName(std::int32_t state);
 /// UTF-8 become question marks, so that the text cannot control the terminal.
 std::string Printable(std::string_view text);
 
-/// The text in exactly this many columns: cut, with ".." at the end, or padded with blanks. The
-/// text must be printable; each character counts as one column.
+/// The text in exactly this many columns of a terminal: cut, with ".." at the end, or padded with
+/// blanks. The text must be printable.
 std::string Fit(std::string_view text, std::size_t columns);
 
 /// The numbers with blanks between them.

@@ -5,6 +5,12 @@
 
 namespace pelacon::ctl {
 
+void PostServiceState(PelaconServiceState state)
+{
+    Events<WatchedEvent>().Post(
+        {{{"event", "service"}, {"state", ServiceStateName(state)}}, ServiceStateSentence(state)});
+}
+
 void ShowEvents(EventLoop<WatchedEvent>& loop, const Console& console)
 {
     console.Say(console.Styled(Console::Style::kDim, "Watching. Press Ctrl-C to stop."));

@@ -21,6 +21,9 @@ struct WatchedEvent {
     std::string line;
 };
 
+/// Posts the service's loss and return like any other event.
+void PostServiceState(PelaconServiceState state);
+
 /// Shows each event until the loop ends.
 void ShowEvents(EventLoop<WatchedEvent>& loop, const Console& console);
 
@@ -34,7 +37,7 @@ void AddWatch(CLI::App& parent, const std::string& description, const Console& c
     AddSeconds(*command, *seconds);
     command->callback([&console, seconds] {
         const LibrarySession session;
-        EventLoop<WatchedEvent> loop(*seconds);
+        EventLoop<WatchedEvent> loop(*seconds, &PostServiceState);
         const Listener listener;
         ShowEvents(loop, console);
     });

@@ -19,7 +19,7 @@ inline WifiSystemApi& Wifi()
 inline void CheckWifi(std::int32_t result, const std::string& request,
                       const ResultSentences& sentences = {})
 {
-    CheckResult(result, kWifiNoReply, request, sentences);
+    CheckResult(kPelaconStatusWifi, result, request, sentences);
 }
 
 /// "channel 36"

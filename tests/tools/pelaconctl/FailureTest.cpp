@@ -19,10 +19,11 @@ struct Outcome {
     std::string sentence;
 };
 
-Outcome OutcomeOf(std::int32_t result, const ResultSentences& sentences = {})
+Outcome OutcomeOf(std::int32_t result, const ResultSentences& sentences = {},
+                  PelaconStatusFamily family = kPelaconStatusBle)
 {
     try {
-        CheckResult(result, kBleStatusNoReply, "do it", sentences);
+        CheckResult(family, result, "do it", sentences);
         return {ExitStatus::kDone, ""};
     } catch (const Failure& failure) {
         return {failure.Status(), failure.what()};
@@ -66,7 +67,15 @@ TEST(Failure, ARefusalOfTheLibraryNamesTheLibrary)
 {
     const Outcome refused = OutcomeOf(kBleStatusFailed);
     EXPECT_EQ(refused.status, ExitStatus::kFailed);
-    EXPECT_THAT(refused.sentence, HasSubstr("The library refused"));
+    EXPECT_THAT(refused.sentence, HasSubstr("The library could not do it: an argument"));
+}
+
+TEST(Failure, ARefusalHasTheWordsOfItsFamily)
+{
+    EXPECT_THAT(OutcomeOf(kSoftApLimitReached, {}, kPelaconStatusSoftAp).sentence,
+                HasSubstr("do it: the radio has no room for one (code 4)"));
+    EXPECT_THAT(OutcomeOf(kWifiCopyFailed, {}, kPelaconStatusWifi).sentence,
+                HasSubstr("The library could not do it: the data do not fit (code -16)"));
 }
 
 TEST(Failure, EachErrorOfAnOperatorsConnectionHasItsStatus)
@@ -82,10 +91,11 @@ TEST(Failure, EachErrorOfAnOperatorsConnectionHasItsStatus)
     EXPECT_STREQ(refused.what(), "Not allowed: only root may.");
 }
 
-TEST(ParseCommand, AcceptsObjectsOnly)
+TEST(ParseCommand, AcceptsObjectsAndNames)
 {
     EXPECT_EQ(ParseCommand(R"({"command": "status"})").at("command"), "status");
-    for (const char* text : {"", "status", "[1]", "{\"command\"", "1"}) {
+    EXPECT_EQ(ParseCommand("fault.list"), (nlohmann::ordered_json{{"command", "fault.list"}}));
+    for (const char* text : {"", "no json", "[1]", "{\"command\"", "1"}) {
         EXPECT_THROW(ParseCommand(text), Failure) << text;
     }
 }

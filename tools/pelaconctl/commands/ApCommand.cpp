@@ -11,7 +11,7 @@ namespace {
 void CheckSoftAp(std::int32_t result, const std::string& request)
 {
     CheckResult(
-        result, -1, request,
+        kPelaconStatusSoftAp, result, request,
         {{kSoftApWifiOff, "Wi-Fi is off. Switch it on with: pelaconctl wifi on"},
          {kSoftApAlreadyExists,
           "There is a soft AP already, or one is being created. See: pelaconctl ap status"},

@@ -47,7 +47,7 @@ struct ApListener {
     ApListener()
     {
         static ApPoster& poster = *new ApPoster;
-        CheckResult(Wifi().RegisterSoftApNotificationEventCallback(&poster), -1,
+        CheckResult(kPelaconStatusSoftAp, Wifi().RegisterSoftApNotificationEventCallback(&poster),
                     "watch the soft AP");
         Wifi().RegistSoftApConnectStatus(&poster);
     }

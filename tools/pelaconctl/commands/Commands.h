@@ -13,6 +13,7 @@ class Console;
 void AddAdvertiseCommand(CLI::App& program, const Console& console);
 void AddApCommand(CLI::App& program, const Console& console);
 void AddBtCommand(CLI::App& program, const Console& console);
+void AddDoctorCommand(CLI::App& program, const Console& console);
 void AddErrorsCommand(CLI::App& program, const Console& console);
 void AddGattCommand(CLI::App& program, const Console& console);
 void AddGroupCommand(CLI::App& program, const Console& console);

@@ -1,9 +1,8 @@
 // pelaconctl scan: the devices that advertise.
 #include <PelaconSDK/BleScanner.h>
-#include <protocol/AdStructure.h>
-#include <protocol/BleScanner.h>
 #include <tools/pelaconctl/AdvertisedData.h>
 #include <tools/pelaconctl/DeviceTable.h>
+#include <tools/pelaconctl/ScanFilters.h>
 #include <tools/pelaconctl/commands/Kit.h>
 
 #include <variant>
@@ -14,7 +13,6 @@ namespace {
 
 using Clock = DeviceTable::Clock;
 
-constexpr std::size_t kMostFilters = protocol::kMostScanFilters;
 constexpr auto kRedrawEvery = std::chrono::milliseconds(200);
 
 struct ScanOptions {
@@ -73,70 +71,6 @@ class ScanListener {
     int id_ = 0;
 };
 
-// ---- Filters
-
-BleScanFilter MakeFilter(std::int32_t type, const Bytes& pattern, const std::string& text)
-{
-    BleScanFilter filter{};
-    if (pattern.size() > sizeof filter.patternData) {
-        throw Failure(ExitStatus::kUsage,
-                      "The filter \"" + text + "\" is too long: a pattern has at most 32 bytes.");
-    }
-    filter.type = type;
-    filter.patternLength = static_cast<std::uint32_t>(pattern.size());
-    std::copy(pattern.begin(), pattern.end(), filter.patternData);
-    return filter;
-}
-
-Bytes IdentifierBytes(const std::string& text)
-{
-    Bytes bytes;
-    AppendUuid16(bytes, ParseUuid16(text));
-    return bytes;
-}
-
-/// Reads "name=Lamp" and the other kinds of filters.
-BleScanFilter ParseFilter(const std::string& text)
-{
-    const std::size_t equals = text.find('=');
-    const std::string kind = text.substr(0, equals);
-    const std::string value = equals != std::string::npos ? text.substr(equals + 1) : "";
-    if (equals != std::string::npos) {
-        if (kind == "name") {
-            return MakeFilter(protocol::kAdName, Bytes(value.begin(), value.end()), text);
-        }
-        if (kind == "address") {
-            return MakeFilter(kBleScanFilterAddress, ParseHex(value), text);
-        }
-        if (kind == "service") {
-            return MakeFilter(protocol::kAdServiceData16, IdentifierBytes(value), text);
-        }
-        if (kind == "manufacturer") {
-            return MakeFilter(protocol::kAdManufacturer, IdentifierBytes(value), text);
-        }
-        if (kind == "hex") {
-            return MakeFilter(kBleScanFilterAnywhere, ParseHex(value), text);
-        }
-    }
-    throw Failure(ExitStatus::kUsage,
-                  "\"" + text +
-                      "\" is not a filter. Filters are name=TEXT, address=HEX, service=UUID, "
-                      "manufacturer=ID and hex=BYTES.");
-}
-
-std::vector<BleScanFilter> ParseFilters(const std::vector<std::string>& texts)
-{
-    if (texts.size() > kMostFilters) {
-        throw Failure(ExitStatus::kUsage, "At most five filters are allowed.");
-    }
-    std::vector<BleScanFilter> filters;
-    filters.reserve(texts.size());
-    for (const std::string& text : texts) {
-        filters.push_back(ParseFilter(text));
-    }
-    return filters;
-}
-
 // ---- Showing results
 
 std::string EventName(std::int32_t eventType)
@@ -169,6 +103,9 @@ class Display {
     Display(const Console& console, DeviceTable::Order order)
         : console_(console), order_(order), redraws_(console.IsTerminal() && !console.Json())
     {}
+
+    /// Whether it is a table, which says by itself that the service is gone.
+    bool IsTable() const { return redraws_; }
 
     void Show(const BleScanResultC& result)
     {
@@ -206,7 +143,9 @@ class Display {
         std::vector<std::string> lines = table_.Lines(
             console_, order_, now, static_cast<std::size_t>(std::max(1, size.columns - 1)),
             static_cast<std::size_t>(std::max(1, size.rows - kOtherRows)));
-        lines.push_back(console_.Styled(Console::Style::kDim, Summary(now)));
+        lines.push_back(console_.Styled(
+            Console::Style::kDim,
+            Fit(Summary(now), static_cast<std::size_t>(std::max(1, size.columns - 1)))));
         DrawOver(lines);
     }
 
@@ -226,8 +165,11 @@ class Display {
     std::string Summary(Clock::time_point now) const
     {
         const auto seconds = std::chrono::round<std::chrono::seconds>(now - begin_).count();
+        const PelaconServiceState state = PelaconGetServiceState();
+        const std::string notice =
+            state == kPelaconServiceLost ? "  " + ServiceStateSentence(state) : "";
         return std::to_string(table_.Devices()) + " devices, " + std::to_string(table_.Results()) +
-               " results in " + std::to_string(seconds) + " s";
+               " results in " + std::to_string(seconds) + " s" + notice;
     }
 
     const Console& console_;
@@ -239,10 +181,13 @@ class Display {
     std::size_t drawn_ = 0;  // lines
 };
 
-void Handle(const ScanEvent& event, Display& display, ScanListener& listener)
+void Handle(const ScanEvent& event, const ScanFilters& filters, Display& display,
+            ScanListener& listener)
 {
     if (const auto* result = std::get_if<BleScanResultC>(&event)) {
-        display.Show(*result);
+        if (filters.Match(*result)) {
+            display.Show(*result);
+        }
         return;
     }
     const std::int32_t status = std::get<StatusChange>(event).status;
@@ -259,15 +204,17 @@ void Handle(const ScanEvent& event, Display& display, ScanListener& listener)
 
 void Scan(const ScanOptions& options, const Console& console)
 {
-    const std::vector<BleScanFilter> filters = ParseFilters(options.filters);
+    const ScanFilters filters(options.filters);
     const LibrarySession session;
     session.RequireBluetooth();
-    EventLoop<ScanEvent> loop(options.seconds);
     Display display(console, options.order);
-    ScanListener listener(filters, options.policy);
+    EventLoop<ScanEvent> loop(options.seconds, display.IsTable()
+                                                   ? [](PelaconServiceState) {}
+                                                   : &ServiceNotices::OnStandardError);
+    ScanListener listener(filters.ForService(), options.policy);
     while (loop.Continues()) {
         if (const auto event = loop.Next(display.Redraw())) {
-            Handle(*event, display, listener);
+            Handle(*event, filters, display, listener);
         }
     }
     display.Finish();
@@ -287,7 +234,7 @@ void AddScanCommand(CLI::App& program, const Console& console)
         "There may be up to five filters; a result is shown if it matches one of them:\n"
         "  name=TEXT        the complete name begins with TEXT\n"
         "  address=HEX      the address begins with HEX\n"
-        "  service=UUID     it contains data of this 16-bit service\n"
+        "  service=UUID     it names this service, or contains data of it\n"
         "  manufacturer=ID  it contains data of this manufacturer\n"
         "  hex=BYTES        it contains these bytes\n"
         "Filters apply to each advertisement and each scan response separately.\n"

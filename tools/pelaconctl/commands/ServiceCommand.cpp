@@ -260,8 +260,10 @@ void AddSend(CLI::App& service, const Console& console)
 {
     CLI::App* const send = service.add_subcommand(
         "send", "Send a command in JSON and show the answer (see docs/faults.md)");
-    const auto text = std::make_shared<std::string>(R"({"command": "help"})");
-    send->add_option("COMMAND", *text, "A JSON object; the default lists all commands")
+    const auto text = std::make_shared<std::string>("help");
+    send->add_option("COMMAND", *text,
+                     "A JSON object, or the name of a command without fields, such as status; the "
+                     "default lists all commands")
         ->capture_default_str();
     send->callback([&console, text] {
         const Json answer = Control(ParseCommand(*text));

@@ -36,8 +36,11 @@ class WifiRadio {
         if (result == kEnableWifiFailed) {
             return;  // not yet: a slow radio may still get there
         }
-        CheckResult(result, kEnableWifiNoAnswer,
-                    std::string("switch Wi-Fi ") + (on ? "on" : "off"));
+        const std::string request = std::string("switch Wi-Fi ") + (on ? "on" : "off");
+        if (result == kEnableWifiNoAnswer) {
+            FailForNoAnswer(request);
+        }
+        CheckResult(kPelaconStatusWifi, result, request);
     }
 
     WifiRadio()
