@@ -43,14 +43,17 @@ set(CPACK_COMPONENT_DEV_DESCRIPTION "headers of PelaconSDK
 set(CPACK_DEBIAN_SERVICE_PACKAGE_NAME pelacon-service)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
-    "${_library} (= ${CPACK_DEBIAN_PACKAGE_VERSION}-1), systemd | systemd-standalone-sysusers")
+    "${_library} (= ${CPACK_DEBIAN_PACKAGE_VERSION}-1), systemd | systemd-standalone-sysusers, systemd | systemd-standalone-tmpfiles, init-system-helpers")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_RECOMMENDS bluez)
 set(CPACK_COMPONENT_SERVICE_DESCRIPTION "service of PelaconSDK and its command line
- PelaconService controls the radios for the programs that use PelaconSDK.
+ PelaconService controls the radios for the programs that use PelaconSDK. It
+ simulates them until /etc/default/pelacon has PELACON_OPTIONS=--radio linux.
  Members of the group pelacon may use it. The package has pelaconctl, too,
  which uses and operates the service from the command line.")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA
     "${_scripts}/postinst" "${_scripts}/prerm" "${_scripts}/postrm")
+
+set(CPACK_PRE_BUILD_SCRIPTS "${_scripts}/CompressManPages.cmake")
 
 set(CPACK_DEBIAN_DOC_PACKAGE_NAME pelaconsdk-doc)
 set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
@@ -84,5 +87,5 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
             DESTINATION lib/sysusers.d RENAME pelacon.conf COMPONENT service)
     install(FILES packaging/tmpfiles.conf
             DESTINATION lib/tmpfiles.d RENAME pelacon.conf COMPONENT service)
+    include(CPack)
 endif()
-include(CPack)

@@ -1,0 +1,5 @@
+# Debian wants compressed man pages. Run by CPack before it makes the packages.
+file(GLOB_RECURSE _pages "${CPACK_TEMPORARY_DIRECTORY}/*/share/man/*.1")
+if(_pages)
+    execute_process(COMMAND gzip -9nf ${_pages} COMMAND_ERROR_IS_FATAL ANY)
+endif()
