@@ -107,6 +107,10 @@ elseif(NOT PELACON_SERVICE_PATH)
     file(RELATIVE_PATH PELACON_SERVICE_PATH "${CMAKE_INSTALL_FULL_LIBDIR}"
         "${CMAKE_INSTALL_FULL_LIBEXECDIR}/pelacon/PelaconService")
 else()
+    if(NOT PELACON_SERVICE_PATH MATCHES "^(/|[A-Za-z]:)")
+        message(FATAL_ERROR "PELACON_SERVICE_PATH is \"${PELACON_SERVICE_PATH}\", but must be an absolute path: "
+            "where the service is installed, whatever the prefix is. Without it the service is installed in the prefix.")
+    endif()
     string(REPLACE "\\" "/" PELACON_SERVICE_DESTINATION "${PELACON_SERVICE_PATH}")
     cmake_path(GET PELACON_SERVICE_DESTINATION PARENT_PATH PELACON_SERVICE_DESTINATION)
 endif()

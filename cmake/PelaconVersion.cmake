@@ -1,8 +1,13 @@
 # The version: PELACON_VERSION as in include/PelaconSDK/Version.h, which is the only place to change it, and
 # PELACON_VERSION_TEXT, which in a checkout names the commit as well ("1.2.3-4-gabcdef0", four commits after
-# the tag v1.2.3). Without that tag, or without git, the text is the number.
+# the tag v1.2.3). Without that tag, without git, and as a part of another repository, the text is the number.
 
-file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/../include/PelaconSDK/Version.h" _numbers
+get_filename_component(_tree "${CMAKE_CURRENT_LIST_DIR}/.." REALPATH)
+set(_header "${_tree}/include/PelaconSDK/Version.h")
+if(NOT CMAKE_SCRIPT_MODE_FILE)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_header}")
+endif()
+file(STRINGS "${_header}" _numbers
     REGEX "define PELACON_VERSION_(MAJOR|MINOR|PATCH) ")
 string(REGEX MATCHALL "[0-9]+" _numbers "${_numbers}")
 list(JOIN _numbers "." PELACON_VERSION)
@@ -11,7 +16,13 @@ set(PELACON_VERSION_TEXT ${PELACON_VERSION})
 find_program(PELACON_GIT git)
 if(PELACON_GIT)
     execute_process(
-        COMMAND ${PELACON_GIT} -C "${CMAKE_CURRENT_LIST_DIR}" describe --tags --match "v${PELACON_VERSION}"
+        COMMAND ${PELACON_GIT} -C "${_tree}" rev-parse --show-toplevel
+        OUTPUT_VARIABLE _toplevel OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+    get_filename_component(_toplevel "${_toplevel}" REALPATH)
+endif()
+if(PELACON_GIT AND _toplevel STREQUAL _tree)
+    execute_process(
+        COMMAND ${PELACON_GIT} -C "${_tree}" describe --tags --dirty --match "v${PELACON_VERSION}"
         OUTPUT_VARIABLE _described RESULT_VARIABLE _failed
         OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
     if(NOT _failed)
