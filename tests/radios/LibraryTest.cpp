@@ -153,10 +153,11 @@ TEST_F(WithRealRadios, AdvertisementsAreReceivedByteForByte)
     BleScanner::BleScanUnRegisterCallbacks(listener);
 }
 
+/// The services are discovered each time: BlueZ 5.66 does not stand the end of a connection before.
 TEST_F(WithRealRadios, FiftyConnectionsAreEstablishedAndEnded)
 {
     for (int round = 0; round < 50; ++round) {
-        ASSERT_TRUE(Connect()) << "round " << round << ", reason " << LastState().second;
+        ASSERT_TRUE(Discover()) << "round " << round << ", reason " << LastState().second;
         ASSERT_TRUE(Disconnect()) << "round " << round << ", reason " << LastState().second;
     }
 }
@@ -216,7 +217,7 @@ TEST_F(WithRealRadios, TenThousandNotificationsArriveInOrder)
 /// The same read through the library and by the smallest client of BlueZ, in turn.
 TEST_F(WithRealRadios, AReadTakesLittleLongerThanThatOfASmallClient)
 {
-    constexpr int kRounds = 300;
+    constexpr int kRounds = 1000;
     ASSERT_TRUE(Discover());
     SmallClient small(PeerAddress(), kValue);
     std::vector<double> throughLibrary;

@@ -71,7 +71,10 @@ bluez() { busctl --system --auto-start=no --timeout=${BLUEZ_LIMIT:-40} "$@"; }
 
 dbus_start() { [ -e /run/dbus/system_bus_socket ] || dbus-daemon --system --fork --nopidfile; }
 
-# controllers_start: two LE controllers that hear each other, hci0 and hci1. Without -L (classic, too)
+# dbus_end: all programs lose their connections to it.
+dbus_end() { kill "$(pidof dbus-daemon)" && rm /run/dbus/system_bus_socket; }
+
+# controllers_start: two LE controllers that receive each other, hci0 and hci1. Without -L (classic, too)
 # pairing would end in a kernel bug.
 controllers_start() {
     # The kernel gives a new controller two seconds for its first answer, and btvirt gives none while these
@@ -94,22 +97,34 @@ controllers_start() {
 
 adapter_is_there() { bluez get-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Address; }
 
-# bluetoothd_start [OPTIONS]: -E switches its experimental interfaces on. It misses controllers that the
-# kernel is still setting up.
-bluetoothd_start() {
-    /usr/libexec/bluetooth/bluetoothd -n "$@" >>/tmp/bluetoothd.log 2>&1 &
-    BLUETOOTHD=$!
+# exec_bluetoothd [SETTING...]: with these lines below [GATT] in its configuration. One channel only: with more
+# of them (EATT) this bluetoothd now and then loops, and answers nothing, when a connection ends while it still
+# discovers the services.
+exec_bluetoothd() {
+    printf '%s\n' '[GATT]' 'Channels = 1' "$@" >/tmp/bluetoothd.conf
+    exec /usr/libexec/bluetooth/bluetoothd -n --configfile=/tmp/bluetoothd.conf >>/tmp/bluetoothd.log 2>&1
+}
+
+adapters_are_there() {
     BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci0 && BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci1
+}
+
+# bluetoothd_start [SETTING...]: it misses controllers that the kernel is still setting up.
+bluetoothd_start() {
+    exec_bluetoothd "$@" &
+    BLUETOOTHD=$!
+    adapters_are_there
 }
 
 # bluetoothd_keep: the same, but it is started again whenever it ends. Its id is in /run/bluetoothd.pid.
 bluetoothd_keep() {
     while :; do
-        /usr/libexec/bluetooth/bluetoothd -n >>/tmp/bluetoothd.log 2>&1 &
+        exec_bluetoothd &
         echo $! >/run/bluetoothd.pid
         wait $!
+        sleep 0.2  # without a bus it ends at once
     done &
-    BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci0 && BLUEZ_LIMIT=3 wait_for 30 adapter_is_there hci1
+    adapters_are_there
 }
 
 bluetooth_start() {
@@ -124,16 +139,29 @@ address_of() {
     bluez get-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Address | tr -d '"' | cut -d ' ' -f 2
 }
 
-# service_start CONTROLLER [OPTIONS]: PelaconService on it, with a runtime folder of its own; its process is in
-# SERVICE. Programs are run with `on CONTROLLER`.
+# service_start CONTROLLER [RADIO]: PelaconService on it, or with what is given for --radio, with a runtime
+# folder of its own; its process is in SERVICE. Programs are run with `on CONTROLLER`.
 service_start() {
     local controller=$1
-    shift
     mkdir -p "/run/pelacon-$controller"
     PELACON_RUNTIME_DIR=/run/pelacon-$controller "$STAGE/libexec/pelacon/PelaconService" \
-        --radio "bluetooth=linux:$controller" "$@" >"/tmp/ready-$controller" 2>>"/tmp/service-$controller.log" &
+        --radio "${2:-bluetooth=linux:$controller}" >"/tmp/ready-$controller" 2>>"/tmp/service-$controller.log" &
     SERVICE=$!
     wait_for 20 grep -q ready "/tmp/ready-$controller"
+}
+
+# radios_start CONTROLLER...: both adapters are on, and on each that is named there is a service.
+radios_start() {
+    bluetooth_start || exit
+    local controller
+    for controller in hci0 hci1; do
+        if [[ " $* " == *" $controller "* ]]; then
+            check "service on $controller" service_start "$controller"
+            check "bt on, $controller" on "$controller" pelaconctl bt on
+        else
+            check "power $controller" power "$controller" true
+        fi
+    done
 }
 
 # on CONTROLLER COMMAND...: with the service that is on it.

@@ -1,11 +1,11 @@
-# Adapter, scans and advertising. First the machine itself: what one controller advertises the other hears,
-# byte for byte.
+# Adapter, scans and advertising. First the machine itself: what one controller advertises the other
+# receives, byte for byte.
 . /mnt/tests/lib.sh
 bluetooth_start || exit
 check "power hci0" power hci0 true
 check "power hci1" power hci1 true
-python3 /mnt/tests/hci.py 0 300 >/tmp/heard &
-heard=$!
+python3 /mnt/tests/hci.py 0 300 >/tmp/reports &
+receiver=$!
 # Beside bluetoothd, by the management socket: all bytes are the test's own.
 check "advertise raw bytes" python3 - <<'P'
 import sys
@@ -16,9 +16,9 @@ sys.exit(hci.add_advertising(control, 1, 5, 1, bytes.fromhex('02010605ff34120a0b
 P
 python3 /mnt/tests/discover.py hci0 300 &
 discovery=$!
-check "heard the advertisement as it was sent" wait_for 90 grep -q '^ADV_IND .* 02010605ff34120a0b$' /tmp/heard
-check "heard the scan response by itself" wait_for 90 grep -q '^SCAN_RSP .* 06095241572d31$' /tmp/heard
-kill $discovery $heard
-wait $discovery $heard
-sed 's/^/    /' /tmp/heard
+check "the advertisement is received as it was sent" wait_for 90 grep -q '^ADV_IND .* 02010605ff34120a0b$' /tmp/reports
+check "the scan response is received by itself" wait_for 90 grep -q '^SCAN_RSP .* 06095241572d31$' /tmp/reports
+kill $discovery $receiver
+wait $discovery $receiver
+sed 's/^/    /' /tmp/reports
 gtest "$STAGE/tests/radios_bluetooth_test"

@@ -1,11 +1,7 @@
 # The heart-rate examples on two controllers: a sensor on hci1, and two displays on hci0, which share its
 # connection.
 . /mnt/tests/lib.sh
-bluetooth_start || exit
-check "service on hci0" service_start hci0
-check "service on hci1" service_start hci1
-check "bt on, hci0" on hci0 pelaconctl bt on
-check "bt on, hci1" on hci1 pelaconctl bt on
+radios_start hci0 hci1
 peer=$(address_of hci1)
 device=/org/bluez/hci0/dev_${peer//:/_}
 mkfifo /tmp/sensor.in

@@ -5,6 +5,5 @@ gtest "$STAGE/tests/radios_gatt_server_test" --gtest_filter='AGattServer.*:AFast
 # The same with the smallest MTU that the kernel takes, so that values go in parts.
 kill "$BLUETOOTHD"
 wait "$BLUETOOTHD"
-printf '[GATT]\nExchangeMTU = 48\nChannels = 1\n' >/tmp/main.conf
-check "bluetoothd with a small MTU" bluetoothd_start --configfile=/tmp/main.conf || exit
+check "bluetoothd with a small MTU" bluetoothd_start 'ExchangeMTU = 48' || exit
 gtest "$STAGE/tests/radios_gatt_server_test" --gtest_filter='AGattServerOfASmallMtu.*'

@@ -1,10 +1,7 @@
 # How soon a callback gets an advertisement, and that a service without traffic sleeps.
 . /mnt/tests/lib.sh
-bluetooth_start || exit
-check "service on hci0" service_start hci0
+radios_start hci0
 service=$SERVICE
-check "bt on, hci0" on hci0 pelaconctl bt on
-check "power hci1" power hci1 true
 
 # Wake-ups are voluntary context switches: a thread that waits and is woken has one.
 wake_ups() { cat /proc/$service/task/*/status | awk '/^voluntary_ctxt_switches/ { sum += $2 } END { print sum }'; }

@@ -1,10 +1,6 @@
 # The library with a service on each controller: a program on hci1 is the device that one on hci0 uses.
 . /mnt/tests/lib.sh
-bluetooth_start || exit
-check "service on hci0" service_start hci0
-check "service on hci1" service_start hci1
-check "bt on, hci0" on hci0 pelaconctl bt on
-check "bt on, hci1" on hci1 pelaconctl bt on
+radios_start hci0 hci1
 on hci0 pelaconctl service status | sed 's/^/    /'
 PEER=$(address_of hci1)
 export PEER

@@ -1,9 +1,6 @@
 # Advertisements between pelaconctl and programs that are not ours: bluetoothctl and btmgmt.
 . /mnt/tests/lib.sh
-bluetooth_start || exit
-check "service on hci0" service_start hci0
-check "bt on, hci0" on hci0 pelaconctl bt on
-check "power hci1" power hci1 true
+radios_start hci0
 ours=$(address_of hci0)
 theirs=$(address_of hci1)
 

@@ -1,10 +1,6 @@
 # Scans through two services: the kinds of advertisements, filters, policies.
 . /mnt/tests/lib.sh
-bluetooth_start || exit
-check "service on hci0" service_start hci0
-check "service on hci1" service_start hci1
-check "bt on, hci0" on hci0 pelaconctl bt on
-check "bt on, hci1" on hci1 pelaconctl bt on
+radios_start hci0 hci1
 peer=$(address_of hci1)
 
 advertise() { # ARGUMENTS...
