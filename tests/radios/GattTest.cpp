@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <numeric>
 
 namespace pelacon::service::linux_radios::bluetooth {
 
@@ -46,6 +47,29 @@ TEST_F(AGattPeer, IsReadAndWrittenAndKeepsWhatWasWritten)
     EXPECT_EQ(Write(KeyOf(4), Bytes(1)), GattStatus::kNotPermitted);
     EXPECT_EQ(Read(KeyOf(9)), std::nullopt);
     EXPECT_EQ(result, GattStatus::kNotFound);
+}
+
+TEST_F(AGattPeer, IsWrittenWithoutAResponse)
+{
+    Connect();
+    for (std::uint8_t round = 0; round < 20; ++round) {
+        ASSERT_EQ(Write(KeyOf(6), {round}), GattStatus::kDone);
+    }
+    // The read follows the writes, on the same channel.
+    EXPECT_EQ(Read(KeyOf(6)), Bytes{19});
+}
+
+/// Where it gets 47 bytes at once.
+class AGattPeerOfASmallMtu : public Client {};
+
+TEST_F(AGattPeerOfASmallMtu, IsReadAndWrittenInParts)
+{
+    Connect();
+    Do([this] { EXPECT_EQ(link->Remote().mtu, 48); });
+    Bytes value(400);
+    std::iota(value.begin(), value.end(), std::uint8_t{0});
+    ASSERT_EQ(Write(KeyOf(1), value), GattStatus::kDone);
+    EXPECT_EQ(Read(KeyOf(1)), value);
 }
 
 TEST_F(AGattPeer, NotifiesInOrderAndIndicates)

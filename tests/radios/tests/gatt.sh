@@ -3,6 +3,7 @@
 . /mnt/tests/lib.sh
 bluetooth_start || exit
 python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
+peer=$!
 check "peer is ready" wait_for 60 grep -q ready /tmp/peer.log || exit
 check "power hci0" power hci0 true
 address=$(address_of hci1)
@@ -45,4 +46,10 @@ exec 3>&-
 check "the subscription ends" wait_for 60 grep -q 'unsubscribed 2' /tmp/peer.log
 check "disconnect" bluez call org.bluez "$device" org.bluez.Device1 Disconnect
 # Our own client, with the same device.
-gtest "$STAGE/tests/radios_gatt_test"
+gtest "$STAGE/tests/radios_gatt_test" --gtest_filter='AGattPeer.*'
+kill "$peer" "$BLUETOOTHD"
+wait "$peer" "$BLUETOOTHD"
+check "bluetoothd with a small MTU" bluetoothd_start 'ExchangeMTU = 48' || exit
+python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
+check "peer is ready" wait_for 60 grep -q ready /tmp/peer.log || exit
+gtest "$STAGE/tests/radios_gatt_test" --gtest_filter='AGattPeerOfASmallMtu.*'

@@ -1,10 +1,7 @@
 # GATT between pelaconctl and programs that are not ours: gatttool, bluetoothctl, and a device made with BlueZ
 # alone.
 . /mnt/tests/lib.sh
-bluetooth_start || exit
-check "service on hci0" service_start hci0
-check "bt on, hci0" on hci0 pelaconctl bt on
-check "power hci1" power hci1 true
+radios_start hci0
 ours=$(address_of hci0)
 theirs=$(address_of hci1)
 
@@ -41,6 +38,25 @@ check "gatttool reads what it wrote" prints '0a 0b' tool --char-read -a "$contro
 check "gatttool's write of another one is refused" prints "can't be written" tool --char-write-req -a "$rate" -n 01
 # What a subscription needs stands behind the value.
 descriptor() { printf '0x%04x' $(($1 + 1)); }
+# gatttool reads its commands from a terminal.
+mkfifo /tmp/gatttool.in
+script -qfc "gatttool -i hci1 -b $ours -I" /dev/null </tmp/gatttool.in >/tmp/gatttool.log 2>&1 &
+gatttool=$!
+exec 5>/tmp/gatttool.in
+dialogue() { # COMMAND TEXT: the text that answers
+    echo "$1" >&5
+    wait_for 60 grep -qE "$2" /tmp/gatttool.log || { tail -n 5 /tmp/gatttool.log; false; }
+}
+check "gatttool connects" dialogue connect 'Connection successful'
+check "gatttool agrees on an MTU" dialogue 'mtu 200' 'MTU was exchanged successfully: 200'
+check "gatttool then reads the long value at once" dialogue "char-read-hnd $(handle_of 2a38)" \
+    '(3[0-9] ){39}39'
+check "pelaconctl shows the MTU" wait_for 60 grep -q "$theirs has MTU 200" /tmp/serve.log
+: >/tmp/serve.log
+echo exit >&5
+exec 5>&-
+wait $gatttool
+check "the disconnection is reported" wait_for 60 grep -q "$theirs disconnected" /tmp/serve.log
 listen() { # HANDLE VALUE: a subscription, until it is killed
     timeout 60 gatttool -i hci1 -b "$ours" --char-write-req -a "$(descriptor "$1")" -n "$2" --listen \
         >/tmp/listen.log 2>&1 &
@@ -110,6 +126,8 @@ check "pelaconctl reads" prints 68656c6c6f value 1
 check "pelaconctl writes" writes 1 0102
 check "their peer has it" wait_for 60 grep -q 'written 1 0102' /tmp/peer.log
 check "pelaconctl reads what it wrote" prints 0102 value 1
+check "pelaconctl writes without a response" writes 6 0506
+check "their peer has it" wait_for 60 grep -q 'written 6 0506' /tmp/peer.log
 check "pelaconctl reads a long value" prints "$(python3 -c 'print((bytes(range(100)) * 3).hex())')" value 4
 check "a write that is not permitted is refused" exits 1 'not permitted|does not allow' writes 4 01
 check "pelaconctl shows the MTU" prints 517 mtu
@@ -129,4 +147,31 @@ kill $subscribe
 wait $subscribe
 check "the subscription ends" wait_for 60 grep -q 'unsubscribed 3' /tmp/peer.log
 kill $peer
+wait $peer
+
+echo "bluetoothctl as a server, our client"
+mkfifo /tmp/console.in
+bluetoothctl </tmp/console.in >/tmp/bluetoothctl.log 2>&1 &
+bluetoothctl=$!
+exec 4>/tmp/console.in
+service=00000300-1234-5678-1234-56789abcdef0
+characteristic=00000301-1234-5678-1234-56789abcdef0
+check "it registers a service" console "select $theirs\nmenu gatt\nregister-service $service" "Primary (yes/no)"
+check "... with a characteristic" \
+    console "yes\nregister-characteristic $characteristic read,write,notify" "Enter value"
+check "... that has a value" console "0x0a 0x0b\nregister-application" "Application registered"
+check "it advertises" console "back\nadvertise on" "Advertising object registered"
+check "pelaconctl reads" prints 0a0b on hci0 timeout 60 pelaconctl gatt read "$theirs" $service $characteristic
+exec_on hci0 pelaconctl gatt subscribe "$theirs" $service $characteristic >/tmp/subscribe.log 2>&1 &
+subscribe=$!
+check "pelaconctl subscribes" wait_for 60 grep -q "AcquireNotify: $ours" /tmp/bluetoothctl.log
+check "pelaconctl writes" on hci0 timeout 60 pelaconctl gatt write "$theirs" $service $characteristic 0c0d
+check "bluetoothctl has it" wait_for 60 grep -q "  0c 0d" /tmp/bluetoothctl.log || tail -n 5 /tmp/bluetoothctl.log
+# bluetoothctl notifies of each value that is written to it.
+check "pelaconctl receives the notification" wait_for 60 grep -q 0c0d /tmp/subscribe.log || cat /tmp/subscribe.log
+kill $subscribe
+wait $subscribe
+check "the subscription ends" wait_for 60 grep -q "Notify sock closed" /tmp/bluetoothctl.log
+exec 4>&-
+wait $bluetoothctl
 sed 's/^/    /' /tmp/service-hci0.log

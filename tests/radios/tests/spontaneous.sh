@@ -1,5 +1,5 @@
-# What programs see when the stack has trouble: rfkill, a bluetoothd that is killed or hangs, adapters that are
-# unplugged, a peer that goes in the middle of a read. All of it comes back by itself.
+# What programs see when the stack has trouble: rfkill, a bluetoothd that is killed or hangs, a message bus that
+# ends, adapters that are unplugged, a peer that goes in the middle of a read. All of it comes back by itself.
 . /mnt/tests/lib.sh
 check "two controllers" controllers_start || exit
 check "bluetoothd" bluetoothd_keep || exit
@@ -61,6 +61,25 @@ check "... and the reason" grep -qE 'not connected|ended the connection' /tmp/re
 kill $peer
 # This bluetoothd may crash of it.
 check "bluetooth is on" wait_for 60 prints 'is on' control bt status
+
+echo "the message bus ends during a connection"
+python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
+check "their peer is ready" wait_for 60 grep -q ready /tmp/peer.log || cat /tmp/peer.log
+counter="$(address_of hci1) 00000100-1234-5678-1234-56789abcdef0 00000102-1234-5678-1234-56789abcdef0"
+exec_on hci0 pelaconctl gatt subscribe $counter >/tmp/subscribe.log 2>&1 &
+subscribe=$!
+check "values are received" wait_for 60 grep -q 000000 /tmp/subscribe.log || cat /tmp/subscribe.log
+check "a scan and an advertisement" begin
+check "the bus ends" dbus_end
+check "the connection ends" wait_for 30 is_over "$subscribe"
+wait $subscribe
+check "... with a failure" test $? = 1
+check "... and the reason" grep -q 'ended on this side' /tmp/subscribe.log || cat /tmp/subscribe.log
+check "scan and advertisement end with the reason" both_ended
+check "bluetooth is off" exits 0 'is off' control bt status
+check "the status names what is missing" prints 'no message bus' control service status
+check "a bus" dbus_start
+check "bluetooth is on again by itself" wait_for 60 prints 'is on' control bt status
 
 echo "the adapters are unplugged"
 check "a scan and an advertisement" begin

@@ -1,11 +1,14 @@
-# A service without bus, bluetoothd, rights: it starts, its status names what is missing, and what appears is used.
+# A service with both radios real, without bus, bluetoothd, card, rights: it starts, its status names what is
+# missing, and what appears is used.
 . /mnt/tests/lib.sh
 control() { on hci0 timeout 60 pelaconctl "$@"; }
 # The part of the status about Bluetooth, in one line.
 radio() { control service status | sed -n '/Bluetooth radio/,/Wi-Fi radio/p' | tr -s ' \n' ' '; }
-check "a service without a bus" service_start hci0
+wifi_radio() { control service status | sed -n '/Wi-Fi radio/,/^Adapter/p' | tr -s ' \n' ' '; }
+check "a service without a bus" service_start hci0 linux
 service=$SERVICE
 check "the status names what is missing" prints "no message bus .* install and start D-Bus" radio
+check "the status names the card as missing" prints "no such card .* plug it in" wifi_radio
 check "bluetooth is off" exits 0 'is off' control bt status
 check "it cannot be switched on" exits 1 'does not support it' control bt on
 check "scanning is refused" exits 5 'is off' control scan --seconds 5
@@ -16,6 +19,8 @@ check "bluetoothd" bluetoothd_start || exit
 check "bluetooth can be used" wait_for 30 control bt on
 check "the status shows it" prints "BlueZ .*adapter hci0" radio
 check "scanning works" control scan --seconds 2
+check "a card" modprobe mac80211_hwsim radios=1
+check "it is used" wait_for 30 prints "adapter wlan0" wifi_radio || wifi_radio
 check "the service is the same" kill -0 $service
 kill $service
 
@@ -24,11 +29,12 @@ as_nobody() { setpriv --reuid nobody --regid nogroup --clear-groups --inh-caps=-
 for_nobody() { PELACON_RUNTIME_DIR=/run/pelacon-nobody LD_LIBRARY_PATH=$STAGE/lib as_nobody timeout 60 "$STAGE/bin/pelaconctl" "$@"; }
 mkdir -p /run/pelacon-nobody
 chown nobody /run/pelacon-nobody
-PELACON_RUNTIME_DIR=/run/pelacon-nobody as_nobody "$STAGE/libexec/pelacon/PelaconService" --radio bluetooth=linux \
+PELACON_RUNTIME_DIR=/run/pelacon-nobody as_nobody "$STAGE/libexec/pelacon/PelaconService" --radio linux \
     >/tmp/ready-nobody 2>/tmp/service-nobody.log &
 check "a service without capabilities" wait_for 20 grep -q ready /tmp/ready-nobody
 control() { for_nobody "$@"; }
 check "the status names what is missing" prints "CAP_NET_RAW, to .* CAP_NET_ADMIN, to" radio
+check "... also for Wi-Fi" prints "/dev/rfkill" wifi_radio || wifi_radio
 check "bluetooth can be used" control bt on
 check "it is renamed" exits 0 'Desk' control bt name Desk
 check "advertising works" exits 0 Advertising control advertise --name Ours --seconds 1
