@@ -1,13 +1,17 @@
 # The tests in the virtual machine. To be sourced, after common.sh.
 
+# Whether QEMU is installed, or can be, and runs.
+can_run_radio_tests() {
+    (need_packages "${radio_packages[@]}") && qemu-system-x86_64 --version >/dev/null
+}
+
 # run_radio_tests STAGE [NAME...]: those that are named, or all.
 run_radio_tests() {
     local stage="$1" name failed=()
     shift
-    tests/radios/build || fail "The virtual machine could not be built; the lines above say why.
+    can_run_radio_tests || fail "QEMU does not run here, so the virtual machine cannot be started."
+    tests/radios/build || fail "The virtual machine could not be built; the lines above give the reason.
 Without it the real radios are not tested end to end; all else is tested by scripts/test."
-    qemu-system-x86_64 --version >/dev/null 2>&1 ||
-        fail "qemu-system-x86_64 does not run here, so the virtual machine cannot be started."
     if [ $# -eq 0 ]; then
         for name in tests/radios/tests/*.sh; do
             set -- "$@" "$(basename "$name" .sh)"
