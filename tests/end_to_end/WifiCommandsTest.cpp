@@ -169,6 +169,8 @@ TEST_F(WifiCommands, ApIsWatchedThroughARestartOfTheService)
     service->Restart();
     WaitForListener("softAp", "connectionListeners");
     WaitForListener("softAp", "listeners");
+    EXPECT_EQ(Next(watch)["state"], "lost");
+    EXPECT_EQ(Next(watch)["state"], "restarted");
     EXPECT_EQ(Next(watch)["status"], 0) << "the state after the restart";
     EXPECT_EQ(Next(watch)["connected"], false);
     EXPECT_EQ(Next(watch)["event"], "connection");
