@@ -87,5 +87,9 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
             DESTINATION lib/sysusers.d RENAME pelacon.conf COMPONENT service)
     install(FILES packaging/tmpfiles.conf
             DESTINATION lib/tmpfiles.d RENAME pelacon.conf COMPONENT service)
+    install(FILES packaging/polkit.rules
+            DESTINATION share/polkit-1/rules.d RENAME 50-pelacon.rules COMPONENT service)
+    install(FILES packaging/udev.rules
+            DESTINATION lib/udev/rules.d RENAME 60-pelacon.rules COMPONENT service)
     include(CPack)
 endif()

@@ -52,6 +52,15 @@ prints() {
     grep -qE -- "$text" /tmp/prints.log
 }
 
+# prints_not TEXT COMMAND...: it succeeds, and its output does not have the text.
+prints_not() {
+    local text=$1
+    shift
+    "$@" >/tmp/prints.log 2>&1 || return 1
+    cat /tmp/prints.log
+    ! grep -qE -- "$text" /tmp/prints.log
+}
+
 # exits CODE TEXT COMMAND...: the same, and the command's exit status is the code.
 exits() {
     local expected=$1 text=$2 code
