@@ -72,6 +72,7 @@ Exit codes
 struct Options {
     std::optional<std::string> world;
     std::string radio = "simulated";
+    bool pair = false;
     std::string pipe;
     std::string logLevel = "info";
     bool trace = false;
@@ -146,6 +147,10 @@ void Declare(CLI::App& app, Options& options)
         ->type_name("RADIOS")
         ->check(&CheckRadio)
         ->capture_default_str();
+    app.add_flag("--pair", options.pair,
+                 "Pair real Bluetooth with devices for which no human is needed, in place of the "
+                 "desktop")
+        ->needs("--radio");
     app.add_option("--seed", options.seed,
                    "Seed of the simulation's random numbers, for runs that can be repeated; "
                    "by default the world file's, or a random one that is logged")
@@ -193,8 +198,9 @@ service::Settings ReadSettings(const Options& options)
     const auto seed = options.seed ? options.seed : world.seed;
     settings.seed = seed ? *seed : std::random_device()();
     settings.faults = world.faults;
-    settings.makeRadios =
-        service::MakeRadios(service::ReadRadioChoice(options.radio), std::move(world));
+    service::RadioChoice radios = service::ReadRadioChoice(options.radio);
+    radios.pairs = options.pair;
+    settings.makeRadios = service::MakeRadios(radios, std::move(world));
     return settings;
 }
 

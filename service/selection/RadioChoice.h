@@ -15,6 +15,7 @@ struct RadioChoice {
     };
     One bluetooth;
     One wifi;
+    bool pairs = false;  ///< real Bluetooth, with devices for which no human is needed
 
     bool IsAnyReal() const noexcept { return bluetooth.isReal || wifi.isReal; }
     bool operator==(const RadioChoice&) const = default;

@@ -17,7 +17,9 @@ struct Engine {
         if (choice.bluetooth.isReal) {
             linux_radios::bluetooth::KernelAccess kernel;
             kernel.itemsFile = stateFile.empty() ? "" : stateFile + ".kernel";
-            bluetooth.emplace(loop, scheduler, choice.bluetooth.adapter, kernel);
+            using linux_radios::bluetooth::Pairing;
+            bluetooth.emplace(loop, scheduler, choice.bluetooth.adapter, kernel,
+                              choice.pairs ? Pairing::kByUs : Pairing::kByOthers);
         }
         if (choice.wifi.isReal) {
             wifi.emplace(loop, scheduler, choice.wifi.adapter);

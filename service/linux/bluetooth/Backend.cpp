@@ -3,7 +3,7 @@
 namespace pelacon::service::linux_radios::bluetooth {
 
 Backend::Backend(Loop& loop, const std::string& adapterName, Callbacks callbacks,
-                 const KernelAccess& kernel)
+                 const KernelAccess& kernel, Pairing pairing)
     : stack(loop, adapterName),
       adapter(stack, std::move(callbacks.adapterChanged)),
       discovery(stack, std::move(callbacks.scanning), kernel.openReports),
@@ -15,6 +15,9 @@ Backend::Backend(Loop& loop, const std::string& adapterName, Callbacks callbacks
       advertisements(stack, kernelItems, kernel.openManagement, [this] { AdapterChanged(); }),
       changed_(std::move(callbacks.changed))
 {
+    if (pairing == Pairing::kByUs) {
+        pairingAgent.emplace(stack);
+    }
     stack.Add(*this);  // the last one, as it reports what the others made of the change
     stack.Start();
 }

@@ -9,10 +9,12 @@
 #include <service/linux/bluetooth/GattPeers.h>
 #include <service/linux/bluetooth/KernelConnections.h>
 #include <service/linux/bluetooth/KernelItems.h>
+#include <service/linux/bluetooth/PairingAgent.h>
 #include <service/linux/bluetooth/Sockets.h>
 #include <service/linux/bluetooth/Stack.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -50,7 +52,7 @@ class Backend : private Stack::Observer {
     /// Uses the adapter with this name ("hci1"), or the first one if the name is empty. Connects to
     /// the bus.
     Backend(Loop& loop, const std::string& adapterName, Callbacks callbacks,
-            const KernelAccess& kernel = {});
+            const KernelAccess& kernel = {}, Pairing pairing = Pairing::kByOthers);
     ~Backend() override;
 
     Stack stack;  // first, as the others observe it
@@ -62,6 +64,7 @@ class Backend : private Stack::Observer {
     KernelItems kernelItems;
     DuplicateFilter duplicateFilter;
     Advertisements advertisements;
+    std::optional<PairingAgent> pairingAgent;
 
   private:
     void AdapterChanged() override;

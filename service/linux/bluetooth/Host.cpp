@@ -14,18 +14,18 @@ auto Host::ToObserver(Member member) const
 }
 
 Host::Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName,
-           const KernelAccess& kernel)
+           const KernelAccess& kernel, Pairing pairing)
     : scheduler_(scheduler),
       gate_(std::make_shared<Gate>(scheduler)),
       upcalls_(gate_, *this),
       backend_(std::make_unique<InLoop<Backend>>(
-          loop, [&loop, adapterName, kernel,
+          loop, [&loop, adapterName, kernel, pairing,
                  callbacks = Backend::Callbacks{
                      upcalls_.To(&Host::TakeStatus),
                      upcalls_.To(&Host::TakePicture),
                      {ToObserver(&Observer::Heard), ToObserver(&Observer::DiscoveryBegan),
                       ToObserver(&Observer::DiscoveryEnded)}}] {
-              return std::make_unique<Backend>(loop, adapterName, callbacks, kernel);
+              return std::make_unique<Backend>(loop, adapterName, callbacks, kernel, pairing);
           }))
 {}
 

@@ -31,7 +31,7 @@ class Host {
     };
 
     Host(Loop& loop, Scheduler& scheduler, const std::string& adapterName,
-         const KernelAccess& kernel = {});
+         const KernelAccess& kernel = {}, Pairing pairing = Pairing::kByOthers);
     ~Host();
 
     Host(const Host&) = delete;

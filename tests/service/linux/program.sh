@@ -59,6 +59,7 @@ expect 0 'Exit codes' "$service" --help
 expect 0 'PelaconService ' "$service" --version
 expect 2 'wrnog' "$service" --wrnog
 expect 2 'loud' "$service" --log loud
+expect 2 '--radio' "$service" --pair
 expect 2 '--seed: must be a whole number from 0 to 18446744073709551615' "$service" --seed many
 expect 2 '--seed: must be a whole number from 0' "$service" --seed -1
 expect 2 '--seed: must be a whole number from 0' "$service" --seed 18446744073709551616

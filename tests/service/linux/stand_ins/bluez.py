@@ -7,7 +7,7 @@ import dbus
 import dbus.mainloop.glib
 
 import commands
-from bluez_adapter import ADVERTISEMENT, Adapter, ROOT, advertisements, applications
+from bluez_adapter import ADVERTISEMENT, Adapter, AgentManager, ROOT, advertisements, applications
 from bluez_device import CHARACTERISTIC, Characteristic, Device, GATT_SERVICE
 from bus_values import from_bus, octets
 from exported import Exported, Tree
@@ -87,6 +87,17 @@ def do_peer(method, characteristic, value=None, **options):
         return {'error': failure.get_dbus_name()}
 
 
+def do_pair(method, device, signature='o', given=()):
+    """Calls the agent about a device, and returns the error, or an empty text."""
+    sender, path = agents.agent
+    try:
+        bus.call_blocking(sender, path, 'org.bluez.Agent1', method, signature,
+                          [dbus.ObjectPath(ROOT + '/' + device), *given])
+    except dbus.DBusException as failure:
+        return failure.get_dbus_name()
+    return ''
+
+
 def do_sender():
     """The program whose services are registered."""
     return next(sender for sender, _ in applications.values())
@@ -122,5 +133,6 @@ def do_come():
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 bus = dbus.SystemBus()
 tree = Tree(bus)
+agents = AgentManager(tree)
 bus.request_name(SERVICE)
 commands.serve(bus, globals())

@@ -10,10 +10,31 @@ ADAPTER = 'org.bluez.Adapter1'
 ADVERTISING = 'org.bluez.LEAdvertisingManager1'
 ADVERTISEMENT = 'org.bluez.LEAdvertisement1'
 GATT_MANAGER = 'org.bluez.GattManager1'
+AGENT_MANAGER = 'org.bluez.AgentManager1'
 
 # By their paths: the program, and its object's properties or its tree of objects.
 advertisements = {}
 applications = {}
+
+
+class AgentManager(dbus.service.Object):
+    """Keeps the agent that was registered last, as program and path."""
+
+    def __init__(self, tree):
+        super().__init__(tree.bus, ROOT)
+        self.tree = tree
+        self.agent = None
+
+    @dbus.service.method(AGENT_MANAGER, in_signature='os', async_callbacks=('reply', 'fail'), sender_keyword='sender')
+    def RegisterAgent(self, path, capability, reply, fail, sender):
+        def register():
+            self.agent = sender, path
+
+        self.tree.faults.answer('RegisterAgent', [path, capability], register, reply, fail)
+
+    @dbus.service.method(AGENT_MANAGER, in_signature='o', async_callbacks=('reply', 'fail'))
+    def RequestDefaultAgent(self, path, reply, fail):
+        self.tree.faults.answer('RequestDefaultAgent', [path], lambda: None, reply, fail)
 
 
 class Adapter(Exported):
