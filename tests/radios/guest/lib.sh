@@ -148,13 +148,13 @@ address_of() {
     bluez get-property org.bluez "/org/bluez/$1" org.bluez.Adapter1 Address | tr -d '"' | cut -d ' ' -f 2
 }
 
-# service_start CONTROLLER [RADIO]: PelaconService on it, or with what is given for --radio, with a runtime
-# folder of its own; its process is in SERVICE. Programs are run with `on CONTROLLER`.
+# service_start CONTROLLER [RADIO [OPTION...]]: PelaconService on it, or with what is given for --radio, with a
+# runtime folder of its own; its process is in SERVICE. Programs are run with `on CONTROLLER`.
 service_start() {
     local controller=$1
     mkdir -p "/run/pelacon-$controller"
     PELACON_RUNTIME_DIR=/run/pelacon-$controller "$STAGE/libexec/pelacon/PelaconService" \
-        --radio "${2:-bluetooth=linux:$controller}" >"/tmp/ready-$controller" 2>>"/tmp/service-$controller.log" &
+        --radio "${2:-bluetooth=linux:$controller}" "${@:3}" >"/tmp/ready-$controller" 2>>"/tmp/service-$controller.log" &
     SERVICE=$!
     wait_for 20 grep -q ready "/tmp/ready-$controller"
 }
