@@ -2,6 +2,7 @@
 #include <IPCMessage/ServicePresence.h>
 #include <PelaconSDK/PelaconSvc.h>
 #include <PelaconSDK/ServiceState.h>
+#include <tests/sdk/LinkIds.h>
 #include <tests/support/SdkTest.h>
 
 #include <stdexcept>
@@ -15,9 +16,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Presence = ipc::ServicePresence;
 using States = std::vector<PelaconServiceState>;
-
-constexpr std::int32_t kServiceStarted = 0xD700A0;
-constexpr std::int32_t kRepair = 0xD700A1;
 
 class ServiceStateTest : public SdkTest {
   protected:

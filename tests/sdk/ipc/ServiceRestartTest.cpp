@@ -1,6 +1,7 @@
 #include <IPCMessage/ServicePresence.h>
 #include <PelaconSDK/WifiSystemApi.h>
 #include <sdk/ipc/IPCMessageSender.h>
+#include <tests/sdk/LinkIds.h>
 #include <tests/sdk/WifiListener.h>
 #include <tests/support/SdkTest.h>
 
@@ -17,8 +18,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr std::int32_t kServiceStarted = 0xD700A0;
-constexpr std::int32_t kRepair = 0xD700A1;
 constexpr auto kHandler = "IPCMessageSender::ServiceStartNotifyCallback";
 
 LogLine NoService()
