@@ -43,7 +43,7 @@ set(CPACK_COMPONENT_DEV_DESCRIPTION "headers of PelaconSDK
 set(CPACK_DEBIAN_SERVICE_PACKAGE_NAME pelacon-service)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
-    "${_library} (= ${CPACK_DEBIAN_PACKAGE_VERSION}-1), systemd | systemd-standalone-sysusers, systemd | systemd-standalone-tmpfiles, init-system-helpers")
+    "${_library} (= ${CPACK_DEBIAN_PACKAGE_VERSION}-1), systemd | systemd-standalone-sysusers, systemd | systemd-standalone-tmpfiles")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_RECOMMENDS bluez)
 set(CPACK_COMPONENT_SERVICE_DESCRIPTION "service of PelaconSDK and its command line
  PelaconService controls the radios for the programs that use PelaconSDK. It
