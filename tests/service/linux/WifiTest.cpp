@@ -48,7 +48,7 @@ class RealWifi : public WifiHostTest {
     }
     nlohmann::json StatusInLock() const
     {
-        return nlohmann::json::parse(json::Write(host->Describe()));
+        return nlohmann::json::parse(pelacon::json::Write(host->Describe()));
     }
 };
 
