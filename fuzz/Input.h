@@ -32,7 +32,9 @@ class Input {
     {
         const std::span<const std::uint8_t> bytes = Cut(sizeof(Number));
         Number number = 0;
-        std::memcpy(&number, bytes.data(), bytes.size());
+        if (!bytes.empty()) {
+            std::memcpy(&number, bytes.data(), bytes.size());
+        }
         return number;
     }
 

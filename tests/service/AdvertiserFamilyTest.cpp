@@ -160,10 +160,10 @@ TEST_F(AdvertiserFamilyTest, SendsAndPausesInTurnForItsPartTime)
     TestClient sender(PipeName());
     Listen(sender);
     auto request = Request(Register(sender), {2, 1, 6});
-    request.params.sendPartTime = 100;
-    request.params.sendTotalTime = 350;
+    request.params.sendPartTime = 400;
+    request.params.sendTotalTime = 1400;
     ASSERT_EQ(Start(sender, request), kStatusDone);
-    // Advertises from 0 to 100 and from 200 to 300 ms; the longest gap is the pause between.
+    // Advertises from 0 to 400 and from 800 to 1,200 ms; the longest gap is the pause between.
     Next(sender);
     auto last = Clock::now();
     auto longest = milliseconds(0);
@@ -178,9 +178,9 @@ TEST_F(AdvertiserFamilyTest, SendsAndPausesInTurnForItsPartTime)
         }
     }
     EXPECT_EQ(sender.Next(protocol::kAdvertiseDisabled).status, kTimeOver);
-    EXPECT_GE(longest, milliseconds(80));
-    EXPECT_GE(received, 6);
-    EXPECT_LE(received, 13) << "one in 20 ms, for 200 ms in all";
+    EXPECT_GE(longest, milliseconds(200));
+    EXPECT_GE(received, 10);
+    EXPECT_LE(received, 43) << "one in 20 ms, for 800 ms in all";
 }
 
 TEST_F(AdvertiserFamilyTest, EndsWithTheAdapterAndNotifies)

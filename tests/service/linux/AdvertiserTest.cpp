@@ -48,6 +48,7 @@ class AnAdvertiser : public FaceTest {
             advertiser.reset();
         });
         host.reset();
+        loop.Stop();  // what it still does uses members of this class
     }
 
     void Start()

@@ -61,6 +61,7 @@ class AScanner : public FaceTest, protected Host::Observer {
             scanner.reset();
         });
         host.reset();
+        loop.Stop();  // what it still does uses members of this class
     }
 
     void Start()

@@ -30,6 +30,7 @@ class WifiHostTest : protected WifiStandIns, public SchedulerTest {
     {
         Release();
         host.reset();
+        loop.Stop();  // what it still does uses members of this class
     }
 
     /// Has a program on the bus that can play NetworkManager.
