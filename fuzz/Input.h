@@ -71,7 +71,7 @@ class Input {
 /// Reads all of these bytes, so that AddressSanitizer reports those that must not be read.
 inline void Consume(const void* data, std::size_t size)
 {
-    static volatile std::uint8_t sum;
+    volatile std::uint8_t sum = 0;
     const auto* const bytes = static_cast<const std::uint8_t*>(data);
     for (std::size_t i = 0; i < size; ++i) {
         sum = static_cast<std::uint8_t>(sum + bytes[i]);

@@ -68,7 +68,7 @@ void RegisterForEverything()
                                           [](const Vod2dStationChange*) { ++called; }};
     static Vod2dWifiCfgCallback configuration{[](const Vod2dWifiCfgEvent*) { ++called; }};
     static WifiCardStateCallback card{[](const WifiCardStateEvent*) { ++called; }};
-    static CountingListener listener;
+    static CountingListener& listener = *new CountingListener;  // used by threads at the exit
 
     Registry<BleManagerCallbacks>().AddBleManagerCb(&manager);
     Registry<AdvertiserCallbacks>().AddAdvCb(&advertiser, 0);

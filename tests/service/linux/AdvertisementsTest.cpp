@@ -191,10 +191,13 @@ TEST_F(RawAdvertisements, AreRemovedThroughANewSocketAfterTheLossOfTheFirst)
     AddOne();
     sockets->kernel.Close();
     bool isTurnOver = false;  // of the loop, which has seen the end of the socket by then
-    const Loop::Timer turn =
+    Loop::Timer turn =
         Do([&] { return loop.After(Loop::Duration::zero(), [&] { isTurnOver = true; }); });
     ASSERT_TRUE(Eventually([&] { return isTurnOver; }));
-    Do([this] { sockets.emplace(); });
+    Do([&] {
+        turn.Cancel();
+        sockets.emplace();
+    });
     Remove(1);
     // Both as what an earlier socket has left, and for the call.
     Expect("3f00", "05", "05");

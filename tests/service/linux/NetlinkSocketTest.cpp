@@ -218,6 +218,7 @@ TEST_F(ANetlinkSocket, IsIdleOnceTheKernelHasClosedIt)
         wait();
     });
     ASSERT_EQ(end.get_future().wait_for(kPatience), std::future_status::ready);
+    Do([&] { timer.Cancel(); });
     EXPECT_LT(turns, kMostTurns);
 }
 
