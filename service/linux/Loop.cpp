@@ -142,8 +142,7 @@ void Loop::Run()
         const std::lock_guard lock(mutex_);
     }
     while (RunPosted()) {
-        Wait();
-        RunTimers();
+        RunTimers(Wait());
     }
 }
 
@@ -166,7 +165,8 @@ bool Loop::RunPosted()
     }
 }
 
-void Loop::Wait()
+/// Handles what is ready. Returns when the wait for it ended.
+Loop::Clock::time_point Loop::Wait()
 {
     std::optional<Clock::time_point> due;
     const auto note = [&due](Clock::time_point time) { due = due ? std::min(*due, time) : time; };
@@ -199,14 +199,14 @@ void Loop::Wait()
     const int ready =
         ppoll(descriptors.data(), descriptors.size(), due ? &limit : nullptr, nullptr);
     turns_.fetch_add(1, std::memory_order_relaxed);
+    const Clock::time_point now = Clock::now();
     if (ready < 0) {
-        return;  // interrupted
+        return now;  // interrupted
     }
     if (descriptors.front().revents != 0) {
         eventfd_t count = 0;
         eventfd_read(wakeDescriptor_, &count);
     }
-    const Clock::time_point now = Clock::now();
     for (std::size_t i = 0; i < asked.size(); ++i) {
         const short events = descriptors[i + 1].revents;
         const bool isDue = asked[i].due && *asked[i].due <= now;
@@ -221,11 +221,11 @@ void Loop::Wait()
             Guarded([&] { asked[i].entry.source->Ready(events); });
         }
     }
+    return now;
 }
 
-void Loop::RunTimers()
+void Loop::RunTimers(Clock::time_point now)
 {
-    const Clock::time_point now = Clock::now();
     while (!timers_.empty() && timers_.begin()->first.first <= now) {
         const Task task = std::move(timers_.begin()->second);
         timers_.erase(timers_.begin());

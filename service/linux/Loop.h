@@ -98,6 +98,8 @@ class Loop {
     void Add(Source& source);
     void Remove(Source& source) noexcept;
 
+    /// Runs the task then, and after the sources that are ready by now: a delay of zero lets what
+    /// has arrived be read first.
     [[nodiscard]] Timer After(Duration delay, Task task);
 
     /// Reports an exception that must not pass through a C library.
@@ -110,8 +112,8 @@ class Loop {
     };
 
     void Run();
-    void Wait();
-    void RunTimers();
+    Clock::time_point Wait();
+    void RunTimers(Clock::time_point now);
     bool RunPosted();
     void Guarded(const Task& task) const noexcept;
 

@@ -14,9 +14,15 @@ using testing::IsEmpty;
 
 class AnAdapter : public FaceTest, private Host::Observer {
   protected:
-    ~AnAdapter() override
+    /// Not in the destructor, as this is an observer until then.
+    void TearDown() override
     {
-        Locked([this] { adapter.reset(); });
+        Locked([this] {
+            if (host) {
+                host->SetObserver(nullptr);
+            }
+            adapter.reset();
+        });
     }
 
     void Start()

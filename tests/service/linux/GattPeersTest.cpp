@@ -8,7 +8,8 @@ namespace {
 
 class TheGattPeers : public GattTest, private GattPeers::Observer {
   protected:
-    TheGattPeers()
+    /// Not in the constructor, as this is no observer before.
+    void SetUp() override
     {
         Do([this] {
             peers = std::make_unique<GattPeers>(*central);
@@ -17,7 +18,8 @@ class TheGattPeers : public GattTest, private GattPeers::Observer {
         Start();
         EXPECT_TRUE(Eventually([this] { return stack->Adapter().has_value(); }));
     }
-    ~TheGattPeers() override
+    /// Not in the destructor, as this is an observer until then.
+    void TearDown() override
     {
         Do([this] { peers.reset(); });
     }

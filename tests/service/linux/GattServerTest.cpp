@@ -19,7 +19,8 @@ class AGattServer : public GattFaceTest,
   protected:
     enum Place : std::size_t { kReadable, kWritable, kNotifying, kIndicating };
 
-    AGattServer()
+    /// Not in the constructor, as this is no observer before.
+    void SetUp() override
     {
         Locked([this] {
             device = std::make_unique<bluetooth::GattServer>(*host, gate);

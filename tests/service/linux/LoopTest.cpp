@@ -113,6 +113,31 @@ TEST_F(ALoop, RunsTimersWhenTheyAreDue)
     Do([&] { timers.clear(); });
 }
 
+TEST_F(ALoop, RunsATimerAfterTheSourcesThatWereReadyBeforeItWasSet)
+{
+    const Pipe early;
+    const Pipe late;
+    std::array<std::unique_ptr<PipeSource>, 2> sources;
+    Loop::Timer timer;
+    std::string order;
+    Do([&] {
+        sources[0] =
+            std::make_unique<PipeSource>(loop, late.out.Get(), [&](char c) { order += c; });
+        sources[1] = std::make_unique<PipeSource>(loop, early.out.Get(), [&](char c) {
+            order += c;
+            EXPECT_EQ(write(late.in.Get(), "b", 1), 1);
+            timer = loop.After(milliseconds(0), [&] { order += 't'; });
+        });
+        EXPECT_EQ(write(early.in.Get(), "a", 1), 1);
+    });
+    EXPECT_TRUE(Eventually([&] { return order.size() == 3; }));
+    Do([&] {
+        EXPECT_EQ(order, "abt");
+        sources = {};
+        timer.Cancel();
+    });
+}
+
 TEST_F(ALoop, WatchesADescriptorUntilItsSourceEnds)
 {
     const Pipe pipe;

@@ -50,7 +50,8 @@ class NotedScan : public radio::ScanObserver {
 
 class AScanner : public FaceTest, protected Host::Observer {
   protected:
-    ~AScanner() override
+    /// Not in the destructor, as this is an observer until then.
+    void TearDown() override
     {
         Locked([this] {
             one.scan.reset();
