@@ -3,6 +3,7 @@
 #include <PelaconSDK/PelaconSDK.h>
 #include <service/linux/bluetooth/AdvertisingReport.h>
 #include <service/linux/bluetooth/Hci.h>
+#include <tests/radios/ScanTimes.h>
 #include <tests/support/Eventually.h>
 
 #include <gtest/gtest.h>
@@ -14,11 +15,8 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -27,39 +25,23 @@ namespace pelacon::radios_test {
 namespace {
 
 using namespace service::linux_radios::bluetooth;
-using Clock = std::chrono::steady_clock;
 
 /// A bound in milliseconds would measure the emulator, and each hop between threads waits for the
 /// machine's only processor. This bound is for what would be wrong anywhere: a timer, or a wait, on
 /// the way.
 constexpr double kMostTimes = 40;
 
-/// When each advertisement was seen for the first time; guarded by its mutex.
-struct Times {
-    using Data = std::vector<std::uint8_t>;
-
-    void Note(const Data& data)
-    {
-        const auto now = Clock::now();
-        const std::lock_guard lock(mutex);
-        first.try_emplace(data, now);
-    }
-
-    std::mutex mutex;
-    std::map<Data, Clock::time_point> first;
-};
-
-Times inCallback;
+ScanTimes inCallback;
 BleScanCallbacksC callbacks{nullptr, [](int32_t, BleScanResultC result) {
                                 inCallback.Note({result.data, result.data + result.dataLen});
                             }};
 
 /// Notes what is in the packets of a socket, until nothing has come for 30 s, or `enough`
 /// advertisements have.
-void Receive(int socket, Times& times, std::size_t enough)
+void Receive(int socket, ScanTimes& times, std::size_t enough)
 {
     pollfd waiting{socket, POLLIN, 0};
-    while (times.first.size() < enough && poll(&waiting, 1, 30'000) > 0) {
+    while (times.Count() < enough && poll(&waiting, 1, 30'000) > 0) {
         std::array<std::uint8_t, 1024> packet{};
         const auto size = read(socket, packet.data(), packet.size());
         if (size <= 0) {
@@ -98,21 +80,6 @@ pid_t StartForwarder(int to)
     return child;
 }
 
-/// How much later than at the raw socket, in milliseconds, sorted.
-std::vector<double> Later(const Times& times, const Times& atRawSocket)
-{
-    std::vector<double> later;
-    for (const auto& [data, time] : atRawSocket.first) {
-        const auto seen = times.first.find(data);
-        EXPECT_NE(seen, times.first.end()) << "an advertisement did not arrive";
-        if (seen != times.first.end()) {
-            later.push_back(std::chrono::duration<double, std::milli>(seen->second - time).count());
-        }
-    }
-    std::ranges::sort(later);
-    return later;
-}
-
 TEST(AScan, IsReportedSoonAfterTheRawSocket)
 {
     constexpr std::size_t kReports = 100;
@@ -127,29 +94,29 @@ TEST(AScan, IsReportedSoonAfterTheRawSocket)
     ASSERT_EQ(BleScanner::StartBleScan(listener, kBleScanLowLatency), kBleStatusSuccess);
 
     // bluetoothd is stopped: on one processor its own work would be measured, too.
-    Times forwarded;
+    ScanTimes forwarded;
     WaitForOne(raw.Get());
     const char* const process = std::getenv("BLUETOOTHD");
     ASSERT_NE(process, nullptr);
     const pid_t bluetoothd = std::atoi(process);
     ASSERT_GT(bluetoothd, 1);
     kill(bluetoothd, SIGSTOP);
-    Times atRawSocket;
+    ScanTimes atRawSocket;
     std::thread receiver([&] { Receive(sockets[0], forwarded, kReports); });
     Receive(raw.Get(), atRawSocket, kReports);
     receiver.join();
+    const auto sent = atRawSocket.All();
     const bool areAllReported = test::Eventually([&] {
-        const std::lock_guard lock(inCallback.mutex);
-        return std::ranges::all_of(atRawSocket.first, [](const auto& entry) {
-            return inCallback.first.contains(entry.first);
-        });
+        const auto reported = inCallback.All();
+        return std::ranges::all_of(
+            sent, [&](const auto& entry) { return reported.contains(entry.first); });
     });
     kill(bluetoothd, SIGCONT);
     PelaconSvcStop();
     kill(forwarder, SIGKILL);
     waitpid(forwarder, nullptr, 0);
 
-    ASSERT_EQ(atRawSocket.first.size(), kReports) << "advertisements";
+    ASSERT_EQ(sent.size(), kReports) << "advertisements";
     ASSERT_TRUE(areAllReported);
     const std::vector<double> library = Later(inCallback, atRawSocket);
     const std::vector<double> bare = Later(forwarded, atRawSocket);
