@@ -67,6 +67,15 @@ class WifiHostTest : protected WifiStandIns, public SchedulerTest {
     {
         Locked([&] { radios->GetWifi().Switch(on, Store()); });
     }
+    /// Both before the loop begins with the first.
+    void SwitchOffAndOn()
+    {
+        std::promise<void> areAsked;
+        loop.Post([begin = areAsked.get_future().share()] { begin.wait(); });
+        Switch(false);
+        Switch(true);
+        areAsked.set_value();
+    }
     bool IsOn()
     {
         return Locked([this] { return radios->GetWifi().IsOn(); });

@@ -191,11 +191,10 @@ TEST_F(RealWifi, SwitchesTheOtherWayMeanwhile)
     StartManager();
     PlugIn();
     Start();
-    manager->Do({{"do", "fail"}, {"method", "SetWirelessEnabled"}, {"delay", 100}, {"times", 2}});
+    manager->Do({{"do", "fail"}, {"method", "SetWirelessEnabled"}, {"delay", 500}, {"times", 2}});
     Switch(false);
     AwaitSwitch();
-    Switch(false);
-    Switch(true);
+    SwitchOffAndOn();
     EXPECT_THAT(Outcomes(3), ElementsAre(Outcome::kFailed, Outcome::kFailed, Outcome::kDone));
     EXPECT_TRUE(IsOn());
     EXPECT_EQ(manager->Do({{"do", "calls"}}), nlohmann::json::array({"SetWirelessEnabled"}))
@@ -206,8 +205,7 @@ TEST_F(RealWifi, SwitchesTheOtherWayMeanwhileWithoutNetworkManager)
 {
     PlugIn();
     Start();
-    Switch(false);
-    Switch(true);
+    SwitchOffAndOn();
     EXPECT_EQ(Outcomes(2).front(), Outcome::kFailed);
     EXPECT_EQ(Outcomes(2).back(), Outcome::kDone);
     EXPECT_TRUE(Eventually([this] { return switches.size() % 2 == 0; }));
