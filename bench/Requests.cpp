@@ -2,6 +2,7 @@
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
 #include <bench/Callers.h>
+#include <bench/Durations.h>
 #include <bench/Scenarios.h>
 #include <bench/Statistics.h>
 
@@ -15,23 +16,6 @@ namespace {
 
 constexpr std::size_t kSmall = 64;
 constexpr std::size_t kLarge = 1108;
-
-/// The duration of each call in nanoseconds.
-template <typename Call>
-std::vector<double> Durations(int calls, Call&& call)
-{
-    std::vector<double> durations;
-    durations.reserve(static_cast<std::size_t>(calls));
-    const int warmUp = calls / 20;
-    for (int number = -warmUp; number < calls; ++number) {
-        const std::int64_t start = Now();
-        call(static_cast<std::uint32_t>(number));
-        if (number >= 0) {
-            durations.push_back(static_cast<double>(Now() - start));
-        }
-    }
-    return durations;
-}
 
 /// The median and the 99th percentile of one kind of call.
 struct RowPair {

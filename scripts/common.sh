@@ -36,6 +36,8 @@ build_packages=(g++ cmake ninja-build pkg-config ccache libcli11-dev nlohmann-js
     libnl-genl-3-dev libsystemd-dev libgtest-dev libgmock-dev dbus python3-dbus python3-gi)
 
 bench_packages=(libbenchmark-dev)
+bench_peer_packages=(dbus-daemon protobuf-compiler-grpc libprotobuf-dev
+    libgrpc++-dev libzmq3-dev libnng-dev)
 
 # To build and run the virtual machine of tests/radios.
 radio_packages=(qemu-system-x86 mmdebstrap kmod cpio zstd e2fsprogs python3)

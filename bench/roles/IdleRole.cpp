@@ -47,9 +47,4 @@ int RunIdleRole()
     return 0;
 }
 
-void Answer(const std::string& line)
-{
-    std::cout << line << '\n' << std::flush;
-}
-
 }  // namespace pelacon::bench

@@ -1,8 +1,8 @@
 // Measures the cost of scanning within the library: without service and pipe, with real threads.
+#include <bench/Processors.h>
 #include <bench/scan/Scenarios.h>
 
 #include <CLI/CLI.hpp>
-#include <sched.h>
 
 #include <exception>
 #include <iostream>
@@ -16,22 +16,12 @@ namespace pelacon::bench {
 
 namespace {
 
-/// A thread that runs on another processor than its creator costs the wake-up of that processor; on
-/// one processor only the work is compared.
-void UseOneProcessor()
-{
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(0, &set);
-    if (sched_setaffinity(0, sizeof set, &set) != 0) {
-        throw std::runtime_error("Cannot bind this process to a processor.");
-    }
-}
-
 int Run(const Effort& effort, bool onOneProcessor)
 {
     if (onOneProcessor) {
-        UseOneProcessor();
+        // A thread that runs on another processor than its creator costs the wake-up of that
+        // processor; on one processor only the work is compared.
+        Processors().PinToOne();
     }
     std::vector<std::unique_ptr<Scenario>> scenarios;
     scenarios.push_back(MakeDelivery());
