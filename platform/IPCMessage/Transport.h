@@ -34,7 +34,9 @@ struct IoResult {
 /// The process at the other end, according to the operating system.
 struct Peer {
     std::uint32_t processId = 0;
-    std::string user;         ///< equal for two connections if and only if their user is the same
+    /// Equal for two connections whose user is the same, and different otherwise, except for users
+    /// whom this process's system cannot tell apart.
+    std::string user;
     bool isOperator = false;  ///< this process's own user, or the system's administrator
 };
 

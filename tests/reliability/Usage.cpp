@@ -37,14 +37,14 @@ std::size_t Field(const fs::path& status, const std::string& name)
     return 0;
 }
 
+}  // namespace
+
 Usage UsageNow(std::uint32_t processId)
 {
     const fs::path process = fs::path("/proc") / std::to_string(processId);
     return {EntriesIn(process / "fd"), EntriesIn(process / "task"),
             Field(process / "status", "VmRSS")};
 }
-
-}  // namespace
 
 std::ostream& operator<<(std::ostream& out, const Usage& usage)
 {

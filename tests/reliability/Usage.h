@@ -13,8 +13,11 @@ struct Usage {
 };
 std::ostream& operator<<(std::ostream& out, const Usage& usage);
 
+/// What the process uses. Throws std::filesystem::filesystem_error if there is no such process.
+Usage UsageNow(std::uint32_t processId);
+
 /// What the process uses once connections that have ended are cleared away: when the numbers have
-/// not changed for a while. Throws std::filesystem::filesystem_error if there is no such process.
+/// not changed for a while. Throws as UsageNow does.
 Usage UsageOf(std::uint32_t processId);
 
 /// Prints both, and expects that the process uses no more than before.

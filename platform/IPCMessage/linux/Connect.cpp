@@ -1,12 +1,10 @@
 #include "SocketConnection.h"
 #include "SocketPath.h"
+#include "Users.h"
 
-#include <pwd.h>
 #include <sys/random.h>
 #include <sys/time.h>
-#include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -21,32 +19,6 @@ using namespace std::chrono_literals;
 /// A wait for a socket whose backlog is full is made in pieces of this length: the kernel rounds
 /// longer time-outs up, and a cancelled wait ends soon.
 constexpr auto kBusyPiece = 20ms;
-
-constexpr auto kNoUser = static_cast<uid_t>(-1);
-
-/// The account of the system's service, or kNoUser if there is none.
-uid_t ServiceAccount()
-{
-    // Not initialised by the first thread that asks while others wait for it: after a fork a child
-    // would wait for a thread of its parent.
-    static constinit std::atomic<std::uint64_t> known{0};  // the account + 1
-    if (const std::uint64_t account = known) {
-        return static_cast<uid_t>(account - 1);
-    }
-    passwd entry{};
-    passwd* found = nullptr;
-    std::array<char, 4096> texts{};
-    getpwnam_r(PELACON_SERVICE_ACCOUNT, &entry, texts.data(), texts.size(), &found);
-    const uid_t account = found != nullptr ? found->pw_uid : kNoUser;
-    known = std::uint64_t{account} + 1;
-    return account;
-}
-
-bool IsTrusted(const SocketConnection& connection)
-{
-    const uid_t user = connection.PeerUser();
-    return user != kNoUser && (connection.GetPeer().isOperator || user == ServiceAccount());
-}
 
 /// Connects the socket, and waits as Connect does while its backlog is full. Sets errno.
 ConnectStatus ConnectSocket(int socket, const SocketAddress& address, Deadline& deadline,
@@ -90,7 +62,7 @@ ConnectResult ConnectTo(const std::string& path, Deadline& deadline,
     }
     connection->IdentifyPeer();
     result.peer = connection->GetPeer();
-    if (IsTrusted(*connection)) {
+    if (IsTrusted(connection->PeerUser())) {
         result.connection = std::move(connection);
     } else {
         result.status = ConnectStatus::kUntrusted;

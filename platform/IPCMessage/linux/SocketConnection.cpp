@@ -1,5 +1,7 @@
 #include "SocketConnection.h"
 
+#include "Users.h"
+
 #include <poll.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -76,7 +78,8 @@ void SocketConnection::IdentifyPeer()
     user_ = credentials.uid;
     peer_.processId = static_cast<std::uint32_t>(credentials.pid);
     peer_.user = std::to_string(credentials.uid);
-    peer_.isOperator = credentials.uid == 0 || credentials.uid == geteuid();
+    peer_.isOperator =
+        IsOneUser(credentials.uid) && (credentials.uid == 0 || credentials.uid == geteuid());
 }
 
 IoStatus SocketConnection::Send(std::span<const std::uint8_t> frame)

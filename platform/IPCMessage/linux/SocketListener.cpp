@@ -1,6 +1,7 @@
 #include "Descriptor.h"
 #include "SocketConnection.h"
 #include "SocketPath.h"
+#include "Users.h"
 
 #include <IPCMessage/IPCMessageServer.h>
 #include <IPCMessage/Transport.h>
@@ -60,14 +61,40 @@ SocketFolder ChooseFolder()
         "there is no folder to listen in: neither PELACON_RUNTIME_DIR nor XDG_RUNTIME_DIR is set");
 }
 
+/// Gives the file this mode, whatever the umask. Another file that a link leads to, which somebody
+/// may have put in its place, keeps its own.
+void SetMode(const std::string& path, mode_t mode)
+{
+    fchmodat(AT_FDCWD, path.c_str(), mode, AT_SYMLINK_NOFOLLOW);
+}
+
+/// Refuses a folder in which another user could replace the files of this service.
+void CheckFolder(const std::string& path)
+{
+    struct stat status {};
+    for (const int what : {AT_SYMLINK_NOFOLLOW, 0}) {  // if it is a link, the link as well
+        if (fstatat(AT_FDCWD, path.c_str(), &status, what) != 0) {
+            Fail("cannot use the folder " + path);
+        }
+        if (!IsTrusted(status.st_uid)) {
+            throw IPCServerError(path +
+                                 ": it may belong to another user, who could replace the socket");
+        }
+    }
+    if ((status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0) {
+        throw IPCServerError(path + ": all users can delete files in it, and replace the socket");
+    }
+}
+
 void PrepareFolder(const SocketFolder& folder)
 {
     const mode_t mode = folder.ofSystem ? 0755 : 0700;
     if (mkdir(folder.path.c_str(), mode) == 0) {
-        chmod(folder.path.c_str(), mode);
+        SetMode(folder.path, mode);
     } else if (errno != EEXIST) {
         Fail("cannot create the folder " + folder.path);
     }
+    CheckFolder(folder.path);
 }
 
 /// Differs between any two files; zeros stand for no file.
@@ -262,7 +289,7 @@ class SocketListener final : public Listener {
             bind(made->Get(), address_.Get(), address_.length) != 0) {
             Fail("cannot create the socket " + path_);
         }
-        chmod(path_.c_str(), mode);
+        SetMode(path_, mode);
         if (listen(made->Get(), kBacklog) != 0) {
             Fail("cannot listen on " + path_);
         }

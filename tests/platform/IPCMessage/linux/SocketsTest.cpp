@@ -267,7 +267,7 @@ TEST_F(SocketsTest, AClientTrustsNoServiceOfAnotherUser)
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
-    chmod(folder.Path().c_str(), 0777);
+    chmod(folder.Path().c_str(), 01777);
     PeerProcess impostor("serve-as-nobody");
     ASSERT_EQ(impostor.ReadLine(), "ready");
     StartClient();
