@@ -11,7 +11,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 namespace pelacon::bench {
@@ -100,6 +102,12 @@ Peer::~Peer()
     waitpid(process_, nullptr, 0);
 }
 
+std::string ServicePath()
+{
+    const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    return here.parent_path() / "libexec/pelacon/PelaconService";
+}
+
 Peer Peer::InRole(const std::string& role, const std::string& runtimeFolder)
 {
     return Peer("/proc/self/exe", {"--role", role}, runtimeFolder);
@@ -137,6 +145,18 @@ std::int64_t Peer::ProcessorTime() const
         Ended();
     }
     return TimeOf(clock);
+}
+
+std::int64_t Peer::Memory() const
+{
+    std::ifstream status("/proc/" + std::to_string(process_) + "/status");
+    constexpr std::string_view kKey = "RssAnon:";
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(kKey)) {
+            return std::stoll(line.substr(kKey.size()));
+        }
+    }
+    Ended();
 }
 
 std::int64_t ProcessorTime()

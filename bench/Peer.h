@@ -44,6 +44,9 @@ class Peer {
     /// The processor time that it has used, in nanoseconds.
     std::int64_t ProcessorTime() const;
 
+    /// The memory that it occupies, in KiB.
+    std::int64_t Memory() const;
+
     /// Writes a line to its input and waits for a line in return.
     void Order(const std::string& line)
     {
@@ -59,6 +62,9 @@ class Peer {
     int input_ = -1;
     int output_ = -1;
 };
+
+/// The service of the same build, in the same stage.
+std::string ServicePath();
 
 /// The processor time that this process has used, in nanoseconds.
 std::int64_t ProcessorTime();

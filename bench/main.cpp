@@ -25,13 +25,6 @@ namespace pelacon::bench {
 
 namespace {
 
-/// The service of the same build, in the same stage.
-std::string ServicePath()
-{
-    const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    return here.parent_path() / "libexec/pelacon/PelaconService";
-}
-
 /// The benchmark asks the service whether Bluetooth is on, so Bluetooth must be on.
 void SwitchBluetoothOn(const std::string& folder)
 {
