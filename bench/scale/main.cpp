@@ -16,6 +16,7 @@
 #include <chrono>
 #include <csignal>
 #include <exception>
+#include <initializer_list>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -28,6 +29,7 @@ namespace pelacon::bench {
 namespace {
 
 using Clients = std::vector<std::unique_ptr<Peer>>;
+using Counts = std::initializer_list<std::size_t>;
 
 /// How long each point is measured, and how often: the median counts.
 constexpr std::chrono::milliseconds kDuration{500};
@@ -157,7 +159,7 @@ Series OverThreads()
 {
     Series series("threads", "Requests of one process", "threads", "requests a second");
     const World world;
-    for (const std::size_t count : {1, 2, 4, 8, 16, 32, 64}) {
+    for (const std::size_t count : Counts{1, 2, 4, 8, 16, 32, 64}) {
         series.Add(static_cast<double>(count), MedianOf([&] { return RateOfThreads(count); }));
     }
     return series;
@@ -171,7 +173,7 @@ std::vector<Series> OverClients()
     Series memory("clients-memory", "Memory of the service", "client processes", "KiB");
     World world;
     Clients clients;
-    for (const std::size_t count : {1, 2, 5, 10, 20, 50, 100, 200, 500}) {
+    for (const std::size_t count : Counts{1, 2, 5, 10, 20, 50, 100, 200, 500}) {
         world.Grow(clients, count, "caller");
         const auto x = static_cast<double>(count);
         memory.Add(x, static_cast<double>(world.service.Memory()));
@@ -194,7 +196,7 @@ Series FanOutOverClients()
                   "us until the last callback");
     World world;
     Clients clients;
-    for (const std::size_t count : {1, 2, 5, 10, 20, 50, 100, 200}) {
+    for (const std::size_t count : Counts{1, 2, 5, 10, 20, 50, 100, 200}) {
         const std::size_t before = clients.size();
         world.Grow(clients, count, "listener");
         for (std::size_t i = before; i < count; ++i) {
@@ -214,7 +216,7 @@ Series FanOutOverListeners()
     Clients clients;
     world.Grow(clients, 1, "listener");
     std::size_t there = 0;
-    for (const std::size_t count : {1, 2, 4, 8, 16, 32, 64, 128, 256, 512}) {
+    for (const std::size_t count : Counts{1, 2, 4, 8, 16, 32, 64, 128, 256, 512}) {
         clients[0]->Order("listen " + std::to_string(count - there));
         there = count;
         series.Add(static_cast<double>(count),
@@ -232,7 +234,7 @@ Series MemoryOverListeners()
     Clients clients;
     world.Grow(clients, kClients, "listener");
     std::size_t there = 0;
-    for (const std::size_t each : {1, 2, 4, 8, 16, 32, 64}) {
+    for (const std::size_t each : Counts{1, 2, 4, 8, 16, 32, 64}) {
         for (const auto& client : clients) {
             client->Order("scan " + std::to_string(each - there));
         }
