@@ -87,6 +87,8 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
             DESTINATION lib/sysusers.d RENAME pelacon.conf COMPONENT service)
     install(FILES packaging/tmpfiles.conf
             DESTINATION lib/tmpfiles.d RENAME pelacon.conf COMPONENT service)
+    install(FILES packaging/network-manager.conf
+            DESTINATION lib/NetworkManager/conf.d RENAME pelacon.conf COMPONENT service)
     install(FILES packaging/polkit.rules
             DESTINATION share/polkit-1/rules.d RENAME 50-pelacon.rules COMPONENT service)
     install(FILES packaging/udev.rules

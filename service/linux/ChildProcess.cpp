@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -17,7 +19,7 @@ namespace pelacon::service::linux_radios {
 namespace {
 
 /// In the new process, where only functions that are safe in signal handlers may be called.
-[[noreturn]] void Become(char* const* arguments, pid_t parent)
+[[noreturn]] void Become(const char* program, char* const* arguments, pid_t parent)
 {
     sigset_t none;
     sigemptyset(&none);
@@ -27,17 +29,36 @@ namespace {
     const bool isReady = nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0 &&
                          dup2(nothing, STDOUT_FILENO) >= 0 && dup2(nothing, STDERR_FILENO) >= 0;
     if (isReady && getppid() == parent) {  // it has not died before the call of prctl
-        execvp(arguments[0], arguments);
+        execv(program, arguments);
     }
     _exit(ChildProcess::kNotStarted);
 }
 
 }  // namespace
 
+std::string PathOfProgram(const std::string& name)
+{
+    if (name.find('/') != std::string::npos) {
+        return access(name.c_str(), X_OK) == 0 ? name : "";
+    }
+    const char* const inherited = std::getenv("PATH");
+    std::istringstream folders(std::string(inherited != nullptr ? inherited : "") +
+                               ":/usr/local/sbin:/usr/sbin:/sbin");
+    for (std::string path; std::getline(folders, path, ':');) {
+        const bool isFolder = !path.empty();
+        path.append("/").append(name);
+        if (isFolder && access(path.c_str(), X_OK) == 0) {
+            return path;
+        }
+    }
+    return "";
+}
+
 ChildProcess::ChildProcess(Loop& loop, const std::vector<std::string>& arguments,
                            std::function<void(int code)> ended)
     : loop_(loop), ended_(std::move(ended))
 {
+    const std::string program = PathOfProgram(arguments[0]);
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
@@ -47,7 +68,7 @@ ChildProcess::ChildProcess(Loop& loop, const std::vector<std::string>& arguments
     const pid_t parent = getpid();
     id_ = fork();
     if (id_ == 0) {
-        Become(pointers.data(), parent);
+        Become(program.c_str(), pointers.data(), parent);
     }
     if (id_ < 0) {
         throw std::system_error(errno, std::generic_category(), "cannot start " + arguments[0]);

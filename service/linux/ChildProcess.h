@@ -12,6 +12,9 @@
 
 namespace pelacon::service::linux_radios {
 
+/// The path of a program in PATH, or in the folders for administrators; empty if there is none.
+std::string PathOfProgram(const std::string& name);
+
 /// Runs as long as this, or until it ends by itself; and no longer than the loop's thread, also if
 /// this process is killed. Used in the loop's thread.
 class ChildProcess : private Loop::Source {
@@ -19,7 +22,7 @@ class ChildProcess : private Loop::Source {
     /// What a program that could not be started ends with.
     static constexpr int kNotStarted = 127;
 
-    /// The first argument is the program, which is looked for in PATH. What it prints is dropped.
+    /// The first argument is the program, as PathOfProgram finds it. What it prints is dropped.
     /// `ended` is called once, later, with its exit code, or with minus the signal that ended it;
     /// may destroy this. Throws std::system_error if there can be no other process.
     ChildProcess(Loop& loop, const std::vector<std::string>& arguments,

@@ -22,7 +22,9 @@ struct Engine {
                               choice.pairs ? Pairing::kByUs : Pairing::kByOthers);
         }
         if (choice.wifi.isReal) {
-            wifi.emplace(loop, scheduler, choice.wifi.adapter);
+            linux_radios::wifi::KernelAccess kernel;
+            kernel.accessPoints.folder = stateFile.empty() ? "" : stateFile + ".access-points";
+            wifi.emplace(loop, scheduler, choice.wifi.adapter, kernel);
         }
     }
 

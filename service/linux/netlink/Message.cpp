@@ -83,6 +83,25 @@ Request::Request(std::uint16_t family, std::uint8_t command, Kind kind) : messag
     }
 }
 
+Request::Request(std::uint16_t type, std::uint16_t flags, std::span<const std::uint8_t> header)
+    : message_(nlmsg_alloc())
+{
+    constexpr int kNoPadding = 0;
+    const int all = NLM_F_REQUEST | NLM_F_ACK | flags;
+    if (!message_ || nlmsg_put(message_.get(), 0, 0, type, 0, all) == nullptr) {
+        throw std::bad_alloc();
+    }
+    // libnl reads only.
+    Check(nlmsg_append(message_.get(), const_cast<std::uint8_t*>(header.data()), header.size(),
+                       kNoPadding));
+}
+
+Request& Request::Put(std::uint16_t type, std::span<const std::uint8_t> bytes)
+{
+    Check(nla_put(message_.get(), type, static_cast<int>(bytes.size()), bytes.data()));
+    return *this;
+}
+
 Request& Request::Put(std::uint16_t type, std::uint32_t value)
 {
     Check(nla_put_u32(message_.get(), type, value));

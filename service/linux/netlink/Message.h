@@ -1,4 +1,4 @@
-// Messages of the kernel's generic netlink families.
+// Messages of the kernel's netlink.
 #pragma once
 
 #include <cstdint>
@@ -59,8 +59,13 @@ class Request {
     /// Throws std::bad_alloc.
     Request(std::uint16_t family, std::uint8_t command, Kind kind);
 
+    /// A request to rtnetlink, which is acknowledged: what comes before its attributes is given.
+    /// Throws std::bad_alloc.
+    Request(std::uint16_t type, std::uint16_t flags, std::span<const std::uint8_t> header);
+
     Request& Put(std::uint16_t type, std::uint32_t value);
     Request& Put(std::uint16_t type, const std::string& text);
+    Request& Put(std::uint16_t type, std::span<const std::uint8_t> bytes);
     Request& PutFlag(std::uint16_t type);
 
     /// Its bytes, with this number.

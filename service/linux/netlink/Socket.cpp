@@ -129,13 +129,30 @@ void Socket::SendNext()
     isUnderWay_ = true;
     isInterrupted_ = false;
     limit_ = loop_.After(kLimit, [this] { Finish(ETIMEDOUT); });
-    // An event has the number 0.
-    sequence_ += sequence_ == UINT32_MAX ? 2 : 1;
-    const auto bytes = waiting_.front().request.Bytes(sequence_);
-    if (send(endpoint_.descriptor.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL) <
-        0) {
+    sequence_ = NextSequence();
+    if (!SendBytes(waiting_.front().request, sequence_)) {
         Finish(errno);
     }
+}
+
+void Socket::SendAtOnce(const Request& request)
+{
+    SendBytes(request, NextSequence());
+}
+
+/// False with errno if it fails.
+bool Socket::SendBytes(const Request& request, std::uint32_t sequence) const
+{
+    const auto bytes = request.Bytes(sequence);
+    return send(endpoint_.descriptor.Get(), bytes.data(), bytes.size(),
+                MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+}
+
+std::uint32_t Socket::NextSequence() noexcept
+{
+    // An event has the number 0.
+    lastSequence_ += lastSequence_ == UINT32_MAX ? 2 : 1;
+    return lastSequence_;
 }
 
 void Socket::Finish(int error)

@@ -52,6 +52,9 @@ class Socket : private Loop::Source {
     /// the messages may be incomplete. None is called after the socket's end.
     void Send(Request request, OnMessage answer, OnDone done);
 
+    /// Sends a request at once; its answer is not waited for.
+    void SendAtOnce(const Request& request);
+
     /// Looks for a family; the number is 0 if the kernel has none of this name.
     void FindFamily(const std::string& name, std::function<void(const Family&)> found);
 
@@ -67,6 +70,8 @@ class Socket : private Loop::Source {
 
     Loop::Interest Wants() override;
     void Ready(short events) override;
+    bool SendBytes(const Request& request, std::uint32_t sequence) const;
+    std::uint32_t NextSequence() noexcept;
     void SendNext();
     void Take(const std::vector<std::uint8_t>& datagram);
     void Finish(int error);
@@ -78,6 +83,7 @@ class Socket : private Loop::Source {
     std::deque<Waiting> waiting_;  // the first one is under way if isUnderWay_
     bool isUnderWay_ = false;
     bool isInterrupted_ = false;  // the dump is inconsistent
+    std::uint32_t lastSequence_ = 0;
     std::uint32_t sequence_ = 0;  // of the request that is under way
     Loop::Timer next_;
     Loop::Timer limit_;

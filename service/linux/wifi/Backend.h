@@ -1,6 +1,8 @@
 // All that speaks with the system about Wi-Fi.
 #pragma once
 
+#include <service/linux/wifi/AccessPoint.h>
+#include <service/linux/wifi/Admission.h>
 #include <service/linux/wifi/KernelMirror.h>
 #include <service/linux/wifi/NetworkManager.h>
 #include <service/linux/wifi/Picture.h>
@@ -19,7 +21,10 @@ struct KernelAccess {
     NetlinkAccess netlink;
     std::function<RfkillAccess()> openRfkill = &OpenRfkill;
     PictureMaker::AddressOf addressOf = &PermanentAddressOf;
+    AccessPointAccess accessPoints;
 };
+
+enum class AccessPointRole : std::uint8_t { kGroup, kSoftAp };
 
 /// What is there, and in which way it is used.
 struct BackendStatus {
@@ -41,12 +46,13 @@ class Backend {
     struct Callbacks {
         std::function<void(const BackendStatus&)> changed;   ///< called with each other status
         std::function<void(const Picture&)> pictureChanged;  ///< before that, with each picture
+        std::function<void(AccessPointRole, const AccessPointEvent&)> accessPointHeard;
     };
 
     /// The adapter that has the interface ("wlan1"), or the first one if the name is empty. Begins
     /// to look for it.
     Backend(Loop& loop, const std::string& interface, Callbacks callbacks,
-            const KernelAccess& kernel = {});
+            KernelAccess access = {});
 
     Backend(const Backend&) = delete;
     Backend& operator=(const Backend&) = delete;
@@ -54,12 +60,28 @@ class Backend {
     /// As SwitchControl has it.
     void Switch(bool on, SwitchControl::Done done) { switch_.Switch(on, std::move(done)); }
 
+    /// Begins to make an access point, with the adapter's card.
+    void Make(AccessPointRole role, AccessPointPlan plan);
+
+    /// As AccessPoint has it.
+    void Move(AccessPointRole role, std::uint64_t plan, std::int32_t channel,
+              AccessPoint::Moved done);
+
+    AccessPoint& GetAccessPoint(AccessPointRole role)
+    {
+        return role == AccessPointRole::kGroup ? group_ : softAp_;
+    }
+
   private:
+    void RemoveLeftovers();
+    void KernelChanged();
+    Admission AdmissionOn(std::int32_t channel, const AccessPoint& accessPoint) const;
     void LookSoon();
     void Look();
     BackendStatus StatusOf(const Picture& picture) const;
 
     Loop& loop_;
+    KernelAccess access_;
     Callbacks callbacks_;
     Loop::Timer look_;
     std::optional<Picture> picture_;
@@ -69,6 +91,9 @@ class Backend {
     KernelMirror kernel_;
     PictureMaker maker_;
     SwitchControl switch_;
+    std::optional<LeftoverInterfaces> leftovers_;
+    AccessPoint group_;
+    AccessPoint softAp_;
 };
 
 }  // namespace pelacon::service::linux_radios::wifi

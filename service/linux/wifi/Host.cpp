@@ -1,4 +1,6 @@
 #include <service/base/Log.h>
+#include <service/linux/Capabilities.h>
+#include <service/linux/ChildProcess.h>
 #include <service/linux/wifi/Host.h>
 
 namespace pelacon::service::linux_radios::wifi {
@@ -21,17 +23,31 @@ std::string StackName(const BackendStatus& status)
     return "neither NetworkManager nor wpa_supplicant";
 }
 
+/// The names of those that are not installed.
+std::vector<std::string> FindPrograms(const AccessPointAccess& access)
+{
+    std::vector<std::string> missing;
+    for (const std::string& program : {access.supplicant, access.dnsmasq}) {
+        if (PathOfProgram(program).empty()) {
+            missing.push_back(program);
+        }
+    }
+    return missing;
+}
+
 }  // namespace
 
 Host::Host(Loop& loop, Scheduler& scheduler, const std::string& interface,
            const KernelAccess& kernel)
     : scheduler_(scheduler),
+      missingPrograms_(FindPrograms(kernel.accessPoints)),
       gate_(std::make_shared<Gate>(scheduler)),
       upcalls_(gate_, *this),
       backend_(std::make_unique<InLoop<Backend>>(
           loop, [&loop, interface, kernel,
                  callbacks = Backend::Callbacks{upcalls_.To(&Host::TakeStatus),
-                                                upcalls_.To(&Host::TakePicture)}] {
+                                                upcalls_.To(&Host::TakePicture),
+                                                upcalls_.To(&Host::HearAccessPoint)}] {
               return std::make_unique<Backend>(loop, interface, callbacks, kernel);
           }))
 {}
@@ -78,6 +94,10 @@ json::Output Host::Describe() const
     if (!status_.canSwitch) {
         missing.emplace_back("write access to /dev/rfkill, to switch Wi-Fi");
     }
+    const std::vector<std::string> missingForGroups = MissingForGroups();
+    for (const std::string& what : missingForGroups) {
+        missing.emplace_back(what + ", for groups and the soft AP");
+    }
     const char* const way = isManaged           ? "by NetworkManager"
                             : status_.canSwitch ? "by rfkill"
                                                 : "not possible";
@@ -86,8 +106,30 @@ json::Output Host::Describe() const
             {"stack", StackName(status_)},
             {"adapter", status_.adapter},
             {"switch", way},
-            {"groups", "not supported"},
+            {"groups",
+             missingForGroups.empty() ? "by an access point of this service" : "not possible"},
             {"missing", missing}};
+}
+
+std::vector<std::string> Host::MissingForGroups() const
+{
+    std::vector<std::string> missing = missingPrograms_;
+    const auto need = [&missing](Capability capability, const char* name) {
+        if (!HasCapability(capability)) {
+            missing.emplace_back(name);
+        }
+    };
+    need(Capability::kNetAdmin, "CAP_NET_ADMIN");
+    need(Capability::kNetRaw, "CAP_NET_RAW");
+    need(Capability::kNetBindService, "CAP_NET_BIND_SERVICE");
+    return missing;
+}
+
+void Host::HearAccessPoint(AccessPointRole role, const AccessPointEvent& event)
+{
+    if (observer_ != nullptr) {
+        observer_->AccessPointHeard(role, event);
+    }
 }
 
 void Host::TakePicture(const Picture& picture)

@@ -7,9 +7,11 @@
 #include <service/linux/Upcalls.h>
 #include <service/linux/wifi/Backend.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace pelacon::service::linux_radios::wifi {
 
@@ -22,6 +24,9 @@ class Host {
       public:
         /// There is another picture; the one before is given.
         virtual void PictureChanged(const Picture& before) = 0;
+
+        /// Something has happened to an access point.
+        virtual void AccessPointHeard(AccessPointRole role, const AccessPointEvent& event) = 0;
     };
 
     Host(Loop& loop, Scheduler& scheduler, const std::string& interface,
@@ -41,6 +46,9 @@ class Host {
     /// For operators: the way in which Wi-Fi is used, and what is missing.
     json::Output Describe() const;
 
+    /// An id for the plan of an access point.
+    std::uint64_t NextPlan() noexcept { return ++lastPlan_; }
+
     /// Null: there are no radios.
     void SetObserver(Observer* observer) noexcept { observer_ = observer; }
 
@@ -53,12 +61,16 @@ class Host {
 
   private:
     void TakeStatus(const BackendStatus& status);
+    std::vector<std::string> MissingForGroups() const;
     void TakePicture(const Picture& picture);
+    void HearAccessPoint(AccessPointRole role, const AccessPointEvent& event);
 
     Scheduler& scheduler_;
     BackendStatus status_;
     bool isKnown_ = false;
     Picture picture_;
+    std::uint64_t lastPlan_ = 0;
+    std::vector<std::string> missingPrograms_;  // for access points
     Observer* observer_ = nullptr;
     std::shared_ptr<Gate> gate_;
     Upcalls<Host> upcalls_;

@@ -5,6 +5,7 @@
 #include <linux/nl80211.h>
 #include <linux/rtnetlink.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <memory>
@@ -211,9 +212,40 @@ void KernelMirror::ReadInterfaces()
                 return;
             }
             if (error == 0) {
-                interfaces_ = std::move(*read);
+                ReadNetworks(read, 0);
+            } else {
+                Finished({false, true, false}, error);
             }
-            Finished({false, true, false}, error);
+        });
+}
+
+/// The names of the networks that interfaces from this one on have joined, one after the other.
+void KernelMirror::ReadNetworks(const std::shared_ptr<Interfaces>& read, std::uint32_t first)
+{
+    const auto next =
+        std::find_if(read->lower_bound(first), read->end(), [](const auto& interface) {
+            return interface.second.frequency != 0 && interface.second.ssid.empty();
+        });
+    if (next == read->end()) {
+        interfaces_ = std::move(*read);
+        Finished({false, true, false}, 0);
+        return;
+    }
+    const std::uint32_t index = next->first;
+    Request request(family_, NL80211_CMD_GET_SCAN, Request::Kind::kDump);
+    request.Put(NL80211_ATTR_IFINDEX, index);
+    socket_->Send(
+        std::move(request),
+        [read, index](const Message& message) {
+            if (auto name = ReadJoinedNetwork(message.attributes)) {
+                (*read)[index].ssid = std::move(*name);
+            }
+        },
+        // An interface may be gone by now.
+        [this, read, index, generation = generation_](int) {
+            if (generation == generation_) {
+                ReadNetworks(read, index + 1);
+            }
         });
 }
 

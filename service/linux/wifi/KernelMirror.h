@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 
 namespace pelacon::service::linux_radios::wifi {
@@ -59,6 +60,7 @@ class KernelMirror {
     void ReadNext();
     void ReadCards();
     void ReadInterfaces();
+    void ReadNetworks(const std::shared_ptr<Interfaces>& read, std::uint32_t first);
     void ReadLoads(std::uint32_t interface);
     void Finished(Stale what, int error);
     void Failed(const char* why);

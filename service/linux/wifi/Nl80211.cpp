@@ -140,6 +140,24 @@ std::optional<CardInterface> ReadInterface(const Attributes& attributes)
     return interface;
 }
 
+std::optional<std::string> ReadJoinedNetwork(const Attributes& attributes)
+{
+    const Attributes network = attributes.Nested(NL80211_ATTR_BSS);
+    if (network.Get<std::uint32_t>(NL80211_BSS_STATUS) != NL80211_BSS_STATUS_ASSOCIATED) {
+        return std::nullopt;
+    }
+    // Elements of IEEE 802.11: a number, a length, and the contents. That of the name is 0.
+    auto rest = network.Bytes(NL80211_BSS_INFORMATION_ELEMENTS);
+    while (rest.size() >= 2 && rest.size() - 2 >= rest[1]) {
+        const auto content = rest.subspan(2, rest[1]);
+        if (rest[0] == 0) {
+            return std::string(content.begin(), content.end());
+        }
+        rest = rest.subspan(2 + content.size());
+    }
+    return std::nullopt;
+}
+
 std::optional<Load> ReadLoad(const Attributes& attributes)
 {
     constexpr std::uint64_t kPercent = 100;

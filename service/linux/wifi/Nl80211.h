@@ -21,7 +21,7 @@ struct CardInterface {
     std::string name;
     std::uint32_t kind = 0;  ///< an InterfaceKind, or another of the kernel's values
     std::uint64_t address = 0;
-    std::string ssid;             ///< of its network; empty if it has none
+    std::string ssid;             ///< of its network; empty if it has none, or that is not known
     std::uint32_t frequency = 0;  ///< in MHz; 0 if it is on none
 
     bool operator==(const CardInterface&) const = default;
@@ -82,8 +82,12 @@ std::optional<std::uint32_t> CardNumber(const netlink::Attributes& attributes);
 /// Adds what a message says of a card; the kernel describes a card in several of them.
 void AddTo(Card& card, const netlink::Attributes& attributes);
 
-/// Nothing if it is no interface of the network.
+/// Nothing if it is no interface of the network. A station's network may have no name here:
+/// ReadJoinedNetwork has it.
 std::optional<CardInterface> ReadInterface(const netlink::Attributes& attributes);
+
+/// The name of a network of the kernel's scan results, if the interface has joined it.
+std::optional<std::string> ReadJoinedNetwork(const netlink::Attributes& attributes);
 
 /// Nothing if the driver does not measure it.
 std::optional<Load> ReadLoad(const netlink::Attributes& attributes);

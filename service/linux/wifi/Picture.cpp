@@ -126,6 +126,7 @@ Picture PictureMaker::Make()
     const Card* const adapter = FindAdapter();
     if (adapter != nullptr) {
         picture.isThere = true;
+        picture.card = adapter->number;
         picture.isOn = IsOn(*adapter);
         picture.isBlocked =
             rfkill_.BlockOf(adapter->name) == Rfkill::Block::kHard || manager_.IsBlocked();

@@ -20,6 +20,7 @@ struct Picture {
     bool isThere = false;  ///< the adapter: the chosen card, or the first one
     bool isOn = false;
     bool isBlocked = false;  ///< by a switch that only people can reach
+    std::uint32_t card = 0;  ///< the adapter's number
     std::uint64_t address = 0;
     std::string interface;  ///< "wlan0"; empty if the card has none for a station
     std::vector<radio::Wifi::Channel> channels;

@@ -1,8 +1,8 @@
 // The Wi-Fi radios of one state of the service.
 #pragma once
 
+#include <service/linux/wifi/Groups.h>
 #include <service/linux/wifi/Host.h>
-#include <service/linux/wifi/NoGroups.h>
 #include <service/linux/wifi/Wifi.h>
 #include <service/linux/wifi/WifiCards.h>
 
@@ -27,13 +27,14 @@ class Radios : private Host::Observer {
 
   private:
     void PictureChanged(const Picture& before) override;
+    void AccessPointHeard(AccessPointRole role, const AccessPointEvent& event) override;
 
     Host& host_;
     std::shared_ptr<Gate> gate_ = host_.MakeGate();
     Wifi wifi_{host_, gate_};
     WifiCards cards_{host_};
-    NoGroups groups_;
-    NoGroups softAp_;
+    Groups groups_{host_, gate_, AccessPointRole::kGroup};
+    Groups softAp_{host_, gate_, AccessPointRole::kSoftAp};
     bool isReleased_ = false;
 };
 

@@ -45,8 +45,14 @@ RfkillAccess OpenRfkill()
 }
 
 Rfkill::Rfkill(Loop& loop, RfkillAccess access, std::function<void()> changed)
-    : loop_(loop), access_(std::move(access)), changed_(std::move(changed))
+    : loop_(loop), changed_(std::move(changed))
 {
+    Open(std::move(access));
+}
+
+void Rfkill::Open(RfkillAccess access)
+{
+    access_ = std::move(access);
     if (access_.descriptor) {
         loop_.Add(*this);
         Read();  // the kernel has an event for each switch that is there

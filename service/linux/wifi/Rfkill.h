@@ -30,6 +30,12 @@ class Rfkill : private Loop::Source {
     Rfkill(Loop& loop, RfkillAccess access, std::function<void()> changed);
     ~Rfkill() override;
 
+    /// Whether there are switches. Where there are none, there may be some later.
+    bool IsThere() const noexcept { return static_cast<bool>(access_.descriptor); }
+
+    /// There are switches now, perhaps. Calls nothing.
+    void Open(RfkillAccess access);
+
     /// What blocks this card: its own switch, or one of the machine.
     Block BlockOf(const std::string& card) const;
 

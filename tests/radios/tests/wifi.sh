@@ -9,7 +9,7 @@ service=$SERVICE
 check "the status says so" prints "no such card" wifi_status
 check "Wi-Fi is off" exits 0 'Wi-Fi is off' control wifi status
 check "it cannot be switched on" exits 1 'no Wi-Fi adapter' control wifi on
-check "two cards" cards_start || exit
+check "two cards" cards_start 2 || exit
 check "Wi-Fi is on" wait_for 20 prints 'Wi-Fi is on' control wifi status
 check "with neither" wait_for 10 prints "neither" wifi_status
 check "switched by rfkill" prints "by rfkill" wifi_status

@@ -3,7 +3,7 @@
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
 modprobe rfkill
-check "two cards" cards_start || exit
+check "two cards" cards_start 2 || exit
 check "NetworkManager" manager_start
 useradd --system pelacon
 mkdir -p /run/pelacon-wifi

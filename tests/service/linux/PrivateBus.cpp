@@ -1,4 +1,5 @@
 #include <tests/service/linux/PrivateBus.h>
+#include <tests/service/linux/StandInPath.h>
 #include <tests/support/RuntimeFolder.h>
 
 #include <gtest/gtest.h>
@@ -61,8 +62,13 @@ void PrivateBus::Kill()
     daemon_->Wait();
 }
 
+std::string PathOfStandIn(const std::string& script)
+{
+    return std::string(PELACON_STAND_INS) + "/" + script;
+}
+
 StandIn::StandIn(const std::string& script)
-    : process_(PELACON_SYSTEM_PYTHON, {"-B", std::string(PELACON_STAND_INS) + "/" + script},
+    : process_(PELACON_SYSTEM_PYTHON, {"-B", PathOfStandIn(script)},
                WithInput())  // -B: the tree stays free of compiled modules
 {
     if (process_.NextLine() != "ready") {

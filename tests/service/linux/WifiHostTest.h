@@ -26,11 +26,14 @@ struct WifiStandIns {
 
 class WifiHostTest : protected WifiStandIns, public SchedulerTest {
   protected:
-    ~WifiHostTest() override
+    ~WifiHostTest() override { End(); }
+
+    /// For destructors: what the loop still does uses members of this class, and of a derived one.
+    void End()
     {
         Release();
         host.reset();
-        loop.Stop();  // what it still does uses members of this class
+        loop.Stop();
     }
 
     /// Has a program on the bus that can play NetworkManager.
@@ -46,7 +49,10 @@ class WifiHostTest : protected WifiStandIns, public SchedulerTest {
     {
         wifi::KernelAccess access;
         access.netlink = kernel.Netlink();
-        access.openRfkill = [this] { return kernel.OpenRfkill(canSwitch); };
+        access.accessPoints = accessPoints;
+        access.openRfkill = [this] {
+            return kernel.IsLoaded() ? kernel.OpenRfkill(canSwitch) : wifi::RfkillAccess();
+        };
         access.addressOf = [](const std::string& card) -> std::uint64_t {
             return card == "phy0" ? 0x020000000010 : 0x020000000020;
         };
@@ -102,6 +108,7 @@ class WifiHostTest : protected WifiStandIns, public SchedulerTest {
     }
 
     bool canSwitch = true;  // may write to /dev/rfkill
+    wifi::AccessPointAccess accessPoints;
     std::unique_ptr<wifi::Host> host;
     std::unique_ptr<wifi::Radios> radios;
     // Guarded by the scheduler's lock:

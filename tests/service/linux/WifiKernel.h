@@ -82,6 +82,11 @@ class WifiKernel {
         EmitFamily(CTRL_CMD_DELFAMILY);
         joined_.clear();
     }
+    bool IsLoaded() const
+    {
+        const std::lock_guard lock(mutex_);
+        return hasFamily_;
+    }
     void LoadDriver()
     {
         const std::lock_guard lock(mutex_);
@@ -144,6 +149,24 @@ class WifiKernel {
             interfaces_.erase(index);
         }
         Emit(NL80211_CMD_DEL_INTERFACE, kConfiguration);
+    }
+
+    /// The number of the interface with the name; 0 if there is none.
+    std::uint32_t IndexOf(const std::string& name) const
+    {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [index, interface] : interfaces_) {
+            if (interface.name == name) {
+                return index;
+            }
+        }
+        return 0;
+    }
+    /// From now on, no interfaces can be made.
+    void RefuseInterfaces(int error)
+    {
+        const std::lock_guard lock(mutex_);
+        interfaceError_ = error;
     }
 
     void Measure(const std::vector<Survey>& surveys)
@@ -230,7 +253,11 @@ class WifiKernel {
 
     netlink::Endpoint OpenRoute()
     {
-        return {Open(Kind::kRoute, [](const FileDescriptor&, const Octets&) {}),
+        MayRefuseSocket();
+        return {Open(Kind::kRoute,
+                     [](const FileDescriptor& end, const Octets& packet) {
+                         Send(end, Acknowledgement(SequenceOf(packet)));
+                     }),
                 [](std::uint32_t /*group*/) {}};
     }
 
@@ -306,9 +333,8 @@ class WifiKernel {
     {
         constexpr std::uint16_t kInterrupted = 0x10;
         std::uint16_t family = 0;
-        std::uint32_t sequence = 0;
         std::memcpy(&family, packet.data() + 4, sizeof family);
-        std::memcpy(&sequence, packet.data() + 8, sizeof sequence);
+        const std::uint32_t sequence = SequenceOf(packet);
         const std::uint8_t command = packet.at(16);
         const std::lock_guard lock(mutex_);
         if (family == GENL_ID_CTRL) {
@@ -324,6 +350,10 @@ class WifiKernel {
             Send(end, Acknowledgement(sequence, ENOENT));
             return;
         }
+        if (command == NL80211_CMD_NEW_INTERFACE || command == NL80211_CMD_DEL_INTERFACE) {
+            Change(end, sequence, command, packet);
+            return;
+        }
         Fault& fault = faults_[command];
         if (fault.times > 0) {
             --fault.times;
@@ -332,10 +362,39 @@ class WifiKernel {
                                 isInterrupted ? 0 : fault.error));
             return;
         }
-        for (const Octets& attributes : ListOf(command)) {
+        for (const Octets& attributes : ListOf(command, AttributesIn(packet))) {
             Send(end, FamilyMessage(family_, sequence, command, attributes, NLM_F_MULTI));
         }
         Send(end, EndOfDump(sequence));
+    }
+
+    static std::uint32_t SequenceOf(const Octets& packet)
+    {
+        std::uint32_t sequence = 0;
+        std::memcpy(&sequence, packet.data() + 8, sizeof sequence);
+        return sequence;
+    }
+
+    /// Makes or removes an interface.
+    void Change(const FileDescriptor& end, std::uint32_t sequence, std::uint8_t command,
+                const Octets& packet)
+    {
+        const netlink::Attributes attributes = AttributesIn(packet);
+        if (command == NL80211_CMD_DEL_INTERFACE) {
+            interfaces_.erase(attributes.Get<std::uint32_t>(NL80211_ATTR_IFINDEX).value_or(0));
+        } else if (interfaceError_ == 0) {
+            constexpr std::uint32_t kFirst = 100;
+            const std::uint32_t index = kFirst + ++made_;
+            interfaces_[index] = {attributes.Get<std::uint32_t>(NL80211_ATTR_WIPHY).value_or(0),
+                                  attributes.Text(NL80211_ATTR_IFNAME).value_or(""),
+                                  {},
+                                  0,
+                                  NL80211_IFTYPE_AP};
+            Send(end, FamilyMessage(family_, sequence, command,
+                                    AttributesOf(index, interfaces_[index])));
+        }
+        const bool isMade = command == NL80211_CMD_NEW_INTERFACE;
+        Send(end, Acknowledgement(sequence, isMade ? interfaceError_ : 0));
     }
 
     static Octets Groups()
@@ -350,7 +409,13 @@ class WifiKernel {
                                              group(NL80211_MULTICAST_GROUP_MLME, kNetworks)});
     }
 
-    std::vector<Octets> ListOf(std::uint8_t command) const
+    static netlink::Attributes AttributesIn(const Octets& packet)
+    {
+        constexpr std::size_t kHeaders = 20;
+        return netlink::Attributes(std::span(packet).subspan(kHeaders));
+    }
+
+    std::vector<Octets> ListOf(std::uint8_t command, const netlink::Attributes& attributes) const
     {
         std::vector<Octets> list;
         if (command == NL80211_CMD_GET_WIPHY) {
@@ -362,6 +427,13 @@ class WifiKernel {
         } else if (command == NL80211_CMD_GET_INTERFACE) {
             for (const auto& [index, interface] : interfaces_) {
                 list.push_back(AttributesOf(index, interface));
+            }
+        } else if (command == NL80211_CMD_GET_SCAN) {
+            const auto found =
+                interfaces_.find(attributes.Get<std::uint32_t>(NL80211_ATTR_IFINDEX).value_or(0));
+            list.push_back(NetworkOf("Another", false));
+            if (found != interfaces_.end() && !found->second.ssid.empty()) {
+                list.push_back(NetworkOf(found->second.ssid, true));
             }
         } else if (command == NL80211_CMD_GET_SURVEY) {
             for (const Survey& survey : surveys_) {
@@ -375,17 +447,32 @@ class WifiKernel {
         return list;
     }
 
+    /// A result of a scan.
+    static Octets NetworkOf(const std::string& ssid, bool isJoined)
+    {
+        const Octets elements = Octets{1, 1, 0x82} +
+                                Octets{0, static_cast<std::uint8_t>(ssid.size())} +
+                                Octets(ssid.begin(), ssid.end());
+        const Octets status =
+            Attribute(NL80211_BSS_STATUS, std::uint32_t{NL80211_BSS_STATUS_ASSOCIATED});
+        return Nest(NL80211_ATTR_BSS, Attribute(NL80211_BSS_INFORMATION_ELEMENTS, elements) +
+                                          (isJoined ? status : Octets()));
+    }
+
     static Octets BandsOf(const Frequencies& frequencies)
     {
         std::vector<Octets> list;
         for (const std::uint32_t frequency : frequencies) {
             list.push_back(Attribute(NL80211_FREQUENCY_ATTR_FREQ, frequency));
         }
+        const auto limit = [](std::uint16_t kind, std::uint32_t most) {
+            return Attribute(NL80211_IFACE_LIMIT_MAX, most) +
+                   Nest(NL80211_IFACE_LIMIT_TYPES, Attribute(kind));
+        };
         const Octets combination =
             List(NL80211_IFACE_COMB_LIMITS,
-                 {Attribute(NL80211_IFACE_LIMIT_MAX, std::uint32_t{1}) +
-                  Nest(NL80211_IFACE_LIMIT_TYPES, Attribute(NL80211_IFTYPE_STATION))}) +
-            Attribute(NL80211_IFACE_COMB_MAXNUM, std::uint32_t{1}) +
+                 {limit(NL80211_IFTYPE_STATION, 1), limit(NL80211_IFTYPE_AP, 2)}) +
+            Attribute(NL80211_IFACE_COMB_MAXNUM, std::uint32_t{3}) +
             Attribute(NL80211_IFACE_COMB_NUM_CHANNELS, std::uint32_t{1});
         return Nest(NL80211_ATTR_WIPHY_BANDS, Nest(0, List(NL80211_BAND_ATTR_FREQS, list))) +
                List(NL80211_ATTR_INTERFACE_COMBINATIONS, {combination});
@@ -398,15 +485,19 @@ class WifiKernel {
                             Attribute(NL80211_ATTR_WIPHY, interface.card) +
                             Attribute(NL80211_ATTR_IFTYPE, interface.kind);
         if (!interface.ssid.empty()) {
-            attributes =
-                attributes +
-                Attribute(NL80211_ATTR_SSID, Octets(interface.ssid.begin(), interface.ssid.end())) +
-                Attribute(NL80211_ATTR_WIPHY_FREQ, interface.frequency);
+            attributes = attributes + Attribute(NL80211_ATTR_WIPHY_FREQ, interface.frequency);
+            if (interface.kind != NL80211_IFTYPE_STATION) {
+                attributes =
+                    attributes + Attribute(NL80211_ATTR_SSID,
+                                           Octets(interface.ssid.begin(), interface.ssid.end()));
+            }
         }
         return attributes;
     }
 
-    mutable std::mutex mutex_;  // guards the next nine
+    mutable std::mutex mutex_;  // guards the rest down to faults_
+    int interfaceError_ = 0;
+    std::uint32_t made_ = 0;  // interfaces
     bool hasFamily_ = true;
     std::uint16_t family_ = kFirstFamily;
     int refusedSockets_ = 0;

@@ -86,7 +86,8 @@ TEST_F(RealWifi, IsDescribedAtOnce)
         EXPECT_EQ(described.Interfaces()[0].name, "wlan0");
         EXPECT_EQ(described.Interfaces()[0].index, 4);
         EXPECT_EQ(described.Interfaces()[0].guid, wifi::GuidOf(0x020000000010, "wlan0"));
-        EXPECT_EQ(described.Coexistence(), "{station} <= 1, together <= 1, channels <= 1");
+        EXPECT_EQ(described.Coexistence(),
+                  "{station} <= 1, {access point} <= 2, together <= 3, channels <= 1");
     });
 }
 
@@ -251,6 +252,18 @@ TEST_F(RealWifi, IsSwitchedByRfkillWithoutNetworkManager)
     EXPECT_EQ(Status()["switch"], "by rfkill");
 }
 
+TEST_F(RealWifi, IsSwitchedByRfkillThatCameWithTheCard)
+{
+    kernel.UnloadDriver();
+    Start();
+    kernel.LoadDriver();
+    PlugIn();
+    ASSERT_TRUE(Eventually([this] { return radios->GetWifi().IsOn(); }));
+    Switch(false);
+    EXPECT_THAT(Outcomes(1), ElementsAre(Outcome::kDone));
+    EXPECT_FALSE(IsOn());
+}
+
 TEST_F(RealWifi, IsNotSwitchedWithoutAccessToRfkill)
 {
     canSwitch = false;
@@ -362,26 +375,6 @@ TEST_F(RealWifi, CallsNothingOnceItIsReleased)
         EXPECT_THAT(switches, IsEmpty());
         EXPECT_THAT(cards, IsEmpty());
     });
-}
-
-TEST_F(RealWifi, RefusesGroups)
-{
-    PlugIn();
-    Start();
-    std::vector<radio::GroupOutcome> results;
-    const auto store = [&results](radio::GroupOutcome outcome) { results.push_back(outcome); };
-    Locked([&] {
-        radios->GetGroups().Create(6, store);
-        radios->GetSoftAp().Create(6, store);
-        radios->GetSoftAp().Move(11, store);
-        radios->GetSoftAp().Remove(store);
-        EXPECT_FALSE(radios->GetSoftAp().Exists());
-        EXPECT_FALSE(radios->GetSoftAp().NetworkInterface());
-    });
-    using radio::GroupOutcome;
-    EXPECT_THAT(results, ElementsAre(GroupOutcome::kFailed, GroupOutcome::kFailed,
-                                     GroupOutcome::kNoGroup, GroupOutcome::kNoGroup));
-    EXPECT_EQ(Status()["groups"], "not supported");
 }
 
 TEST(AGuid, BelongsToACardAndAName)
