@@ -80,6 +80,7 @@ Model::Wrong Model::CheckOne(const Round& round, const Result& result)
             thread.isTableRegistered = false;
             return succeeds ? Wrong() : Sentence(result, "it cannot fail");
         case Operation::kAddListener:
+        case Operation::kUseListener:
         case Operation::kRemoveListener:
             return CheckListener(mayFail, result);
         case Operation::kStopAndStart:
@@ -103,7 +104,9 @@ Model::Wrong Model::CheckListener(bool mayFail, const Result& result)
         return succeeds || mayFail ? Wrong() : Sentence(result, "nothing was disturbed");
     }
     const Listener before = listener;
-    listener = Listener::kNone;
+    if (result.step.operation == Operation::kRemoveListener) {
+        listener = Listener::kNone;
+    }
     if (before == Listener::kNone && succeeds) {
         return Sentence(result, "there is no such listener");
     }

@@ -132,6 +132,8 @@ class Worker {
                 return Unregister(tables[number_]);
             case Operation::kAddListener:
                 return AddListener(value);
+            case Operation::kUseListener:
+                return RemoveScanFilter(listener_);
             case Operation::kRemoveListener:
                 return BleScanUnRegisterCallbacks(std::exchange(listener_, kNoListener));
             case Operation::kStopAndStart:

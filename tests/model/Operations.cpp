@@ -10,8 +10,8 @@ namespace pelacon::test::model {
 namespace {
 
 constexpr std::array<const char*, kOperations> kWords{
-    "get-frequency",    "get-name",     "set-name",        "register-table",
-    "unregister-table", "add-listener", "remove-listener", "stop-and-start"};
+    "get-frequency", "get-name",     "set-name",        "register-table", "unregister-table",
+    "add-listener",  "use-listener", "remove-listener", "stop-and-start"};
 
 constexpr std::array<const char*, kDisturbances> kDisturbanceWords{
     "nothing",    "delayed requests",       "empty answers", "refusals", "lost calls",
@@ -45,8 +45,8 @@ int ArgumentOf(Operation operation, Random& random)
 Step MakeStep(int client, int thread, Random& random)
 {
     auto operation = static_cast<Operation>(random.Below(kOperations));
-    if (operation == Operation::kStopAndStart && random.Below(4) != 0) {
-        operation = Operation::kGetName;  // it disturbs all other steps of the client
+    if (operation == Operation::kStopAndStart && random.Below(8) != 0) {
+        operation = Operation::kUseListener;  // it disturbs all other steps of the client
     }
     return {client, thread, operation, ArgumentOf(operation, random)};
 }

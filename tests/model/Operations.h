@@ -20,10 +20,11 @@ enum class Operation {
     kRegisterTable,    ///< unless it is registered
     kUnregisterTable,  ///< also if it is not registered
     kAddListener,      ///< unless the thread has one
+    kUseListener,      ///< or one that does not exist: removes its filters
     kRemoveListener,   ///< or one that does not exist
     kStopAndStart,     ///< the library
 };
-inline constexpr int kOperations = 8;
+inline constexpr int kOperations = 9;
 
 struct Step {
     int client = 0;

@@ -69,7 +69,10 @@ TEST_F(RulesTest, AListenerLivesUntilItIsRemoved)
     EXPECT_TRUE(Check({Of(Operation::kRemoveListener, 0, 0)}));
     EXPECT_FALSE(Check({Of(Operation::kAddListener, 0, 0, "7")}));
     EXPECT_FALSE(Check({}, Disturbance::kKill));
-    EXPECT_TRUE(Check({Of(Operation::kRemoveListener, 0, 2)})) << "also after a restart";
+    EXPECT_FALSE(Check({Of(Operation::kUseListener, 0, 0)}));
+    EXPECT_TRUE(Check({Of(Operation::kUseListener, 0, 2)})) << "also after a restart";
+    EXPECT_FALSE(Check({Of(Operation::kRemoveListener, 0, 0)}));
+    EXPECT_TRUE(Check({Of(Operation::kUseListener, 0, 0)}));
     EXPECT_TRUE(Check({Of(Operation::kAddListener, 0, 0, "7")})) << "an id is used once";
 }
 
