@@ -146,7 +146,8 @@ class Worker {
     {
         const std::int32_t frequency = WifiSystemGetFrequencyFromChannel(channel);
         value = std::to_string(frequency);
-        return frequency > 0 ? 0 : -1;
+        constexpr int kRefusal = 1;  // an injected status is the value
+        return frequency > kRefusal ? 0 : -1;
     }
 
     static int GetName(std::string& value)
