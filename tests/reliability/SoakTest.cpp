@@ -21,8 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::seconds;
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 seconds Duration()
 {
