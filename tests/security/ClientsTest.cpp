@@ -63,6 +63,14 @@ TEST_F(ClientsTest, AStolenTokenIsOfNoUse)
     EXPECT_EQ(victim->NextLine(), "connected");
 }
 
+TEST_F(ClientsTest, DescriptorsThatAreSentAlongAreClosed)
+{
+    const Usage before = UsageOf(service->Id());
+    const auto sender = Peer(Mallory(), {"pass", Socket("/run/pelacon")});
+    EXPECT_EQ(sender->NextLine(), "100");
+    EXPECT_EQ(UsageOf(service->Id()).descriptors, before.descriptors + 1) << "its connection";
+}
+
 TEST_F(ClientsTest, AFloodLeavesTheServiceToOthers)
 {
     constexpr std::size_t kRoomKiB = PELACON_SECURITY_MEMORY_ROOM;

@@ -10,7 +10,10 @@
 #include <tests/platform/IPCMessage/RawPeers.h>
 
 #include <sys/auxv.h>
+#include <sys/socket.h>
 
+#include <array>
+#include <cstring>
 #include <iostream>
 #include <string>
 #include <thread>
@@ -90,6 +93,51 @@ void Intrude(const std::string& path)
     const auto header =
         result.status == ipc::IoStatus::kDone ? buffer.Read(result.size) : std::nullopt;
     Print(!header ? "closed" : header->kind == FrameKind::kControlReply ? "obeyed" : "refused");
+}
+
+/// Sends a frame along with as many descriptors as the kernel lets pass at once.
+bool SendWithDescriptors(int socket, ByteVector frame)
+{
+    constexpr std::size_t kMost = 253;
+    alignas(cmsghdr) std::array<std::uint8_t, CMSG_SPACE(kMost * sizeof(int))> control{};
+    iovec content{frame.data(), frame.size()};
+    msghdr message{};
+    message.msg_iov = &content;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(kMost * sizeof(int));
+    const std::array<int, kMost> descriptors{};  // its standard input, over and over
+    std::memcpy(CMSG_DATA(header), descriptors.data(), sizeof(descriptors));
+    return sendmsg(socket, &message, MSG_NOSIGNAL) > 0;
+}
+
+/// Makes requests that carry descriptors, and writes how many were answered.
+void PassDescriptors(const std::string& path)
+{
+    const auto address = ipc::MakeSocketAddress(path);
+    ipc::SocketConnection connection(ipc::OpenSocket);
+    if (!address || connect(connection.Socket(), address->Get(), address->length) != 0) {
+        return Print("not connected");
+    }
+    ipc::Deadline deadline(kPatience);
+    connection.Send(MakeFrame({.kind = FrameKind::kHelloCall, .flags = ipc::kHasPayload},
+                              ByteVector(sizeof(ipc::Token), 1)),
+                    deadline);
+    ipc::FrameBuffer buffer;
+    int answered = 0;
+    while (answered < 100 &&
+           SendWithDescriptors(
+               connection.Socket(),
+               MakeFrame({.kind = FrameKind::kRequest, .msgId = protocol::kGetBtName.id})) &&
+           connection.Receive(buffer.Room(), deadline).status == ipc::IoStatus::kDone) {
+        ++answered;
+    }
+    Print(std::to_string(answered));
+    WaitForInput();
 }
 
 /// Receives the notifications of the client with this token, until it is ended. Writes whether
@@ -204,6 +252,8 @@ int Play(const std::vector<std::string>& arguments)
         Command();
     } else if (role == "intrude") {
         Intrude(arguments.at(1));
+    } else if (role == "pass") {
+        PassDescriptors(arguments.at(1));
     } else if (role == "listen") {
         Listen(static_cast<std::uint8_t>(std::stoi(arguments.at(1))));
     } else if (role == "idle") {
