@@ -166,7 +166,7 @@ void KernelMirror::ReadNext()
     } else if (std::exchange(stale_.interfaces, false)) {
         ReadInterfaces();
     } else if (std::exchange(stale_.loads, false) && !interfaces_.empty()) {
-        ReadLoads(interfaces_.begin()->first);
+        ReadLoads(interfaces_.begin());
     } else {
         isReading_ = false;
         hasFailed_ = false;
@@ -192,6 +192,8 @@ void KernelMirror::ReadCards()
             }
             if (error == 0) {
                 cards_ = std::move(*read);
+                std::erase_if(loads_,
+                              [this](const auto& loads) { return !cards_.contains(loads.first); });
             }
             Finished({true, false, false}, error);
         });
@@ -250,30 +252,40 @@ void KernelMirror::ReadNetworks(const std::shared_ptr<Interfaces>& read, std::ui
 }
 
 /// Of the interfaces from this one on, one after the other.
-void KernelMirror::ReadLoads(std::uint32_t interface)
+void KernelMirror::ReadLoads(Interfaces::const_iterator interface)
 {
+    const auto [index, card] = std::pair(interface->first, interface->second.card);
     Request request(family_, NL80211_CMD_GET_SURVEY, Request::Kind::kDump);
-    request.Put(NL80211_ATTR_IFINDEX, interface);
+    request.Put(NL80211_ATTR_IFINDEX, index);
+    const auto read = std::make_shared<Loads>();
     socket_->Send(
         std::move(request),
-        [this, generation = generation_](const Message& message) {
-            const auto load = ReadLoad(message.attributes);
-            if (load && generation == generation_) {
-                loads_[load->frequency] = load->percent;
+        [read](const Message& message) {
+            if (const auto load = ReadLoad(message.attributes)) {
+                (*read)[load->frequency] = load->percent;
             }
         },
         // Not every driver has them, and an interface may be gone by now.
-        [this, interface, generation = generation_](int) {
+        [this, read, index = index, card = card, generation = generation_](int error) {
             if (generation != generation_) {
                 return;
             }
-            const auto next = interfaces_.upper_bound(interface);
+            if (error == 0 && cards_.contains(card)) {
+                loads_[card] = std::move(*read);
+            }
+            const auto next = interfaces_.upper_bound(index);
             if (next != interfaces_.end()) {
-                ReadLoads(next->first);
+                ReadLoads(next);
             } else {
                 Finished({}, 0);
             }
         });
+}
+
+KernelMirror::Loads KernelMirror::LoadsOf(std::uint32_t card) const
+{
+    const auto found = loads_.find(card);
+    return found != loads_.end() ? found->second : Loads();
 }
 
 /// `what` could not be read if there is an error.

@@ -40,8 +40,8 @@ class KernelMirror {
     const Cards& AllCards() const noexcept { return cards_; }
     const Interfaces& AllInterfaces() const noexcept { return interfaces_; }
 
-    /// How busy frequencies are, in percent; of all cards.
-    const Loads& AllLoads() const noexcept { return loads_; }
+    /// How busy the card's frequencies are, in percent.
+    Loads LoadsOf(std::uint32_t card) const;
 
   private:
     /// What has to be read again.
@@ -61,7 +61,7 @@ class KernelMirror {
     void ReadCards();
     void ReadInterfaces();
     void ReadNetworks(const std::shared_ptr<Interfaces>& read, std::uint32_t first);
-    void ReadLoads(std::uint32_t interface);
+    void ReadLoads(Interfaces::const_iterator interface);
     void Finished(Stale what, int error);
     void Failed(const char* why);
     void Know();
@@ -77,7 +77,7 @@ class KernelMirror {
     Stale stale_;
     Cards cards_;
     Interfaces interfaces_;
-    Loads loads_;
+    std::map<std::uint32_t, Loads> loads_;  // by the numbers of their cards
     Loop::Timer open_;
     Loop::Timer next_;
     std::optional<netlink::Socket> socket_;

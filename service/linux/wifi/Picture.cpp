@@ -60,23 +60,28 @@ const Card* PictureMaker::FindAdapter()
     return &card->second;
 }
 
-/// The one that has the wanted name, or the card's first one for a station; null if there is none.
+/// The one that has the wanted name, or else the card's first one for a station; null if there is
+/// none.
 const CardInterface* PictureMaker::InterfaceOf(const Card& card) const
 {
+    const CardInterface* station = nullptr;
     for (const auto& [index, interface] : kernel_.AllInterfaces()) {
-        const bool isStation =
-            interface.kind == static_cast<std::uint32_t>(InterfaceKind::kStation);
-        if (interface.card == card.number &&
-            (wanted_.empty() ? isStation : interface.name == wanted_)) {
+        if (interface.card != card.number) {
+            continue;
+        }
+        if (interface.name == wanted_) {
             return &interface;
         }
+        const bool isStation =
+            interface.kind == static_cast<std::uint32_t>(InterfaceKind::kStation);
+        station = station == nullptr && isStation ? &interface : station;
     }
-    return nullptr;
+    return station;
 }
 
 bool PictureMaker::IsOn(const Card& card) const
 {
-    return rfkill_.BlockOf(card.name) == Rfkill::Block::kNone &&
+    return rfkill_.BlockOf(card.number) == Rfkill::Block::kNone &&
            (!manager_.IsThere() || manager_.IsOn());
 }
 
@@ -100,6 +105,10 @@ std::optional<radio::Wifi::Connection> PictureMaker::ConnectionOf(
     NetworkManager::Network network{interface.ssid, interface.frequency};
     if (manager_.Manages(interface.name)) {
         network = manager_.NetworkOf(interface.name).value_or(NetworkManager::Network());
+        // NetworkManager notices only by its next scan that an access point has moved.
+        if (network.frequency != 0 && interface.frequency != 0) {
+            network.frequency = interface.frequency;
+        }
     }
     const std::int32_t channel = ChannelOf(network.frequency);
     return channel != 0 && !network.ssid.empty()
@@ -129,9 +138,9 @@ Picture PictureMaker::Make()
         picture.card = adapter->number;
         picture.isOn = IsOn(*adapter);
         picture.isBlocked =
-            rfkill_.BlockOf(adapter->name) == Rfkill::Block::kHard || manager_.IsBlocked();
+            rfkill_.BlockOf(adapter->number) == Rfkill::Block::kHard || manager_.IsBlocked();
         picture.address = AddressOfCard(*adapter);
-        picture.channels = UsableChannels(*adapter, kernel_.AllLoads());
+        picture.channels = UsableChannels(*adapter, kernel_.LoadsOf(adapter->number));
         picture.coexistence = TextOf(adapter->combinations);
         if (const CardInterface* const interface = InterfaceOf(*adapter)) {
             picture.interface = interface->name;

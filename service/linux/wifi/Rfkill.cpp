@@ -8,7 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace pelacon::service::linux_radios::wifi {
@@ -18,15 +21,16 @@ namespace {
 constexpr const char* kRfkillFile = "/dev/rfkill";
 constexpr ssize_t kEventSize = RFKILL_EVENT_SIZE_V1;
 
-/// The names of cards begin with this; switches of the machine have others.
-constexpr const char* kCardPrefix = "phy";
-
-std::string NameInSysfs(std::uint32_t number)
+/// By the device that has the switch: its name and the switch's may be anything.
+std::optional<std::uint32_t> CardInSysfs(std::uint32_t number)
 {
-    std::ifstream file("/sys/class/rfkill/rfkill" + std::to_string(number) + "/name");
-    std::string name;
-    std::getline(file, name);
-    return name;
+    const std::string device = "/sys/class/rfkill/rfkill" + std::to_string(number) + "/device";
+    std::error_code error;
+    const auto subsystem = std::filesystem::read_symlink(device + "/subsystem", error);
+    std::ifstream file(device + "/index");
+    std::uint32_t card = 0;
+    return !error && subsystem.filename() == "ieee80211" && file >> card ? std::optional(card)
+                                                                         : std::nullopt;
 }
 
 }  // namespace
@@ -35,7 +39,7 @@ RfkillAccess OpenRfkill()
 {
     constexpr int kFlags = O_NONBLOCK | O_CLOEXEC;
     RfkillAccess access;
-    access.nameOf = &NameInSysfs;
+    access.cardOf = &CardInSysfs;
     access.descriptor = FileDescriptor(open(kRfkillFile, O_RDWR | kFlags));
     access.isWritable = static_cast<bool>(access.descriptor);
     if (!access.isWritable) {
@@ -64,24 +68,24 @@ Rfkill::~Rfkill()
     loop_.Remove(*this);
 }
 
-Rfkill::Block Rfkill::BlockOf(const std::string& card) const
+Rfkill::Block Rfkill::BlockOf(std::uint32_t card) const
 {
     Block block = Block::kNone;
     for (const auto& [number, one] : switches_) {
-        if (one.device == card || !one.device.starts_with(kCardPrefix)) {
+        if (one.card.value_or(card) == card) {
             block = std::max(block, one.block);
         }
     }
     return block;
 }
 
-bool Rfkill::Switch(bool on) const
+int Rfkill::Switch(bool on) const
 {
     rfkill_event event{};
     event.type = RFKILL_TYPE_WLAN;
     event.op = RFKILL_OP_CHANGE_ALL;
     event.soft = on ? 0 : 1;
-    return write(access_.descriptor.Get(), &event, kEventSize) == kEventSize;
+    return write(access_.descriptor.Get(), &event, kEventSize) == kEventSize ? 0 : errno;
 }
 
 Loop::Interest Rfkill::Wants()
@@ -120,11 +124,13 @@ bool Rfkill::Read()
             switches_.erase(event.idx);
             continue;
         }
-        One& one = switches_[event.idx];
-        if (one.device.empty()) {
-            one.device = access_.nameOf(event.idx);
+        const auto [one, isNew] = switches_.try_emplace(event.idx);
+        if (isNew) {
+            one->second.card = access_.cardOf(event.idx);
         }
-        one.block = event.hard != 0 ? Block::kHard : event.soft != 0 ? Block::kSoft : Block::kNone;
+        one->second.block = event.hard != 0   ? Block::kHard
+                            : event.soft != 0 ? Block::kSoft
+                                              : Block::kNone;
     }
     return hasChanged;
 }

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <string>
+#include <optional>
 
 namespace pelacon::service::linux_radios::wifi {
 
@@ -15,8 +15,8 @@ namespace pelacon::service::linux_radios::wifi {
 struct RfkillAccess {
     FileDescriptor descriptor;  ///< of /dev/rfkill; none where there are no switches
     bool isWritable = false;
-    /// The name of the device that a switch belongs to: "phy0" for a card.
-    std::function<std::string(std::uint32_t number)> nameOf;
+    /// The number of the card that a switch belongs to; nothing for a switch of the machine.
+    std::function<std::optional<std::uint32_t>(std::uint32_t number)> cardOf;
 };
 
 RfkillAccess OpenRfkill();
@@ -37,16 +37,16 @@ class Rfkill : private Loop::Source {
     void Open(RfkillAccess access);
 
     /// What blocks this card: its own switch, or one of the machine.
-    Block BlockOf(const std::string& card) const;
+    Block BlockOf(std::uint32_t card) const;
 
     bool CanSwitch() const noexcept { return access_.isWritable; }
 
-    /// Sets all soft blocks of Wi-Fi. False if the kernel does not permit it.
-    bool Switch(bool on) const;
+    /// Sets all soft blocks of Wi-Fi. Returns 0 or an errno.
+    int Switch(bool on) const;
 
   private:
     struct One {
-        std::string device;
+        std::optional<std::uint32_t> card;
         Block block = Block::kNone;
     };
 

@@ -1,5 +1,6 @@
 #include <service/linux/wifi/SwitchControl.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace pelacon::service::linux_radios::wifi {
@@ -43,11 +44,11 @@ void SwitchControl::Send()
                 Answered(outcome, before);
             }
         });
-    } else if (rfkill_.CanSwitch() && rfkill_.Switch(*goal_)) {
-        isAccepted_ = true;
-    } else {
-        End(Outcome::kNotPermitted);
+    } else if (const int error = rfkill_.CanSwitch() ? rfkill_.Switch(*goal_) : EACCES) {
+        End(error == EPERM || error == EACCES ? Outcome::kNotPermitted : Outcome::kFailed);
         return;
+    } else {
+        isAccepted_ = true;
     }
     sent_ = goal_;
     limit_ = loop_.After(kLimit, [this] { End(Outcome::kFailed); });

@@ -9,7 +9,7 @@ service=$SERVICE
 check "the status says so" prints "no such card" wifi_status
 check "Wi-Fi is off" exits 0 'Wi-Fi is off' control wifi status
 check "it cannot be switched on" exits 1 'no Wi-Fi adapter' control wifi on
-check "two cards" cards_start 2 || exit
+check "three cards" cards_start 3 || exit
 check "Wi-Fi is on" wait_for 20 prints 'Wi-Fi is on' control wifi status
 check "with neither" wait_for 10 prints "neither" wifi_status
 check "switched by rfkill" prints "by rfkill" wifi_status
@@ -22,6 +22,16 @@ check "it is blocked" is_blocked
 check "Wi-Fi is off" exits 0 'Wi-Fi is off' control wifi status
 check "switched on by rfkill" control wifi on
 check "it is not blocked" eval '! is_blocked'
+
+switch_of() { basename /sys/class/ieee80211/$1/rfkill* | tr -dc 0-9; }
+check "the card has another name" iw phy phy0 set name radio0
+check "its switch" rfkill block "$(switch_of radio0)"
+check "Wi-Fi is off" wait_for 10 prints 'Wi-Fi is off' control wifi status
+check "its switch again" rfkill unblock "$(switch_of radio0)"
+check "Wi-Fi is on" wait_for 10 prints 'Wi-Fi is on' control wifi status
+check "the switch of another card" rfkill block "$(switch_of phy2)"
+check "Wi-Fi stays on" exits 0 'Wi-Fi is on' control wifi status
+check "that switch again" rfkill unblock "$(switch_of phy2)"
 
 check "a scan beside it" control wifi scan
 check "wpa_supplicant" supplicant_start

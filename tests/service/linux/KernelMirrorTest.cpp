@@ -87,10 +87,16 @@ TEST_F(TheMirrorOfTheKernel, HasTheLoadsAfterEachScan)
     kernel.SetInterface(4, "wlan0");
     kernel.Measure({{2412, 100, 25}});
     Start();
-    Do([this] { EXPECT_THAT(mirror->AllLoads(), ElementsAre(Pair(2412U, 25))); });
-    kernel.Measure({{2412, 100, 50}, {2437, 0, 0}});
-    ASSERT_TRUE(Eventually([this] { return mirror->AllLoads().at(2412) == 50; }));
-    Do([this] { EXPECT_EQ(mirror->AllLoads().size(), 1U); });
+    Do([this] { EXPECT_THAT(mirror->LoadsOf(0), ElementsAre(Pair(2412U, 25))); });
+    kernel.Measure({{2437, 100, 50}, {2412, 0, 0}});
+    ASSERT_TRUE(Eventually([this] { return mirror->LoadsOf(0).contains(2437); }));
+    Do([this] {
+        EXPECT_THAT(mirror->LoadsOf(0), ElementsAre(Pair(2437U, 50)));
+        EXPECT_THAT(mirror->LoadsOf(1), IsEmpty()) << "another card's";
+    });
+    kernel.RemoveCard(0);
+    ASSERT_TRUE(Eventually([this] { return mirror->AllCards().empty(); }));
+    Do([this] { EXPECT_THAT(mirror->LoadsOf(0), IsEmpty()); });
 }
 
 TEST_F(TheMirrorOfTheKernel, ReadsAListAgainThatChangedMeanwhile)

@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <linux/rfkill.h>
 
+#include <cerrno>
+#include <optional>
+
 namespace pelacon::service::linux_radios::tests {
 
 namespace {
@@ -32,13 +35,12 @@ class TheSwitches : public LoopTest {
                 loop,
                 wifi::RfkillAccess{std::move(sockets.service), true,
                                    [](std::uint32_t number) {
-                                       return number == 9 ? "laptop-wlan"
-                                                          : "phy" + std::to_string(number);
+                                       return number == 9 ? std::nullopt : std::optional(number);
                                    }},
                 [this] { ++changes; });
         });
     }
-    Block BlockOf(const char* card)
+    Block BlockOf(std::uint32_t card)
     {
         return Do([&] { return rfkill->BlockOf(card); });
     }
@@ -59,9 +61,9 @@ TEST_F(TheSwitches, AreKnownAtOnce)
     sockets.Send(Event(3, RFKILL_OP_ADD, 1, 1, RFKILL_TYPE_BLUETOOTH));
     Start();
     EXPECT_EQ(changes, 0);
-    EXPECT_EQ(BlockOf("phy1"), Block::kSoft);
-    EXPECT_EQ(BlockOf("phy2"), Block::kHard);
-    EXPECT_EQ(BlockOf("phy3"), Block::kNone) << "a switch of Bluetooth";
+    EXPECT_EQ(BlockOf(1), Block::kSoft);
+    EXPECT_EQ(BlockOf(2), Block::kHard);
+    EXPECT_EQ(BlockOf(3), Block::kNone) << "a switch of Bluetooth";
 }
 
 TEST_F(TheSwitches, AreFollowed)
@@ -70,13 +72,13 @@ TEST_F(TheSwitches, AreFollowed)
     Start();
     sockets.Send(Event(1, RFKILL_OP_CHANGE, 0, 0));
     ASSERT_TRUE(Changes(1));
-    EXPECT_EQ(BlockOf("phy1"), Block::kNone);
+    EXPECT_EQ(BlockOf(1), Block::kNone);
     sockets.Send(Event(1, RFKILL_OP_CHANGE, 1, 1));
     ASSERT_TRUE(Changes(2));
-    EXPECT_EQ(BlockOf("phy1"), Block::kHard);
+    EXPECT_EQ(BlockOf(1), Block::kHard);
     sockets.Send(Event(1, RFKILL_OP_DEL, 1, 1));
     ASSERT_TRUE(Changes(3));
-    EXPECT_EQ(BlockOf("phy1"), Block::kNone);
+    EXPECT_EQ(BlockOf(1), Block::kNone);
 }
 
 TEST_F(TheSwitches, OfTheMachineBlockEachCard)
@@ -84,17 +86,17 @@ TEST_F(TheSwitches, OfTheMachineBlockEachCard)
     sockets.Send(Event(1, RFKILL_OP_ADD, 0, 0));
     sockets.Send(Event(9, RFKILL_OP_ADD, 0, 1));
     Start();
-    EXPECT_EQ(BlockOf("phy1"), Block::kHard);
-    EXPECT_EQ(BlockOf("phy2"), Block::kHard);
+    EXPECT_EQ(BlockOf(1), Block::kHard);
+    EXPECT_EQ(BlockOf(2), Block::kHard);
 }
 
 TEST_F(TheSwitches, AreSetTogether)
 {
     Start();
-    EXPECT_TRUE(Do([this] { return rfkill->Switch(false); }));
+    EXPECT_EQ(Do([this] { return rfkill->Switch(false); }), 0);
     EXPECT_THAT(sockets.Receive(),
                 ElementsAre(0, 0, 0, 0, RFKILL_TYPE_WLAN, RFKILL_OP_CHANGE_ALL, 1, 0));
-    EXPECT_TRUE(Do([this] { return rfkill->Switch(true); }));
+    EXPECT_EQ(Do([this] { return rfkill->Switch(true); }), 0);
     EXPECT_EQ(sockets.Receive().at(6), 0);
 }
 
@@ -102,8 +104,9 @@ TEST(NoSwitches, BlockNothing)
 {
     Loop loop([](std::string_view) {});
     const Rfkill rfkill(loop, {FileDescriptor(), false, {}}, [] {});
-    EXPECT_EQ(rfkill.BlockOf("phy0"), Block::kNone);
+    EXPECT_EQ(rfkill.BlockOf(0), Block::kNone);
     EXPECT_FALSE(rfkill.CanSwitch());
+    EXPECT_EQ(rfkill.Switch(true), EBADF);
     loop.Stop();
 }
 

@@ -20,6 +20,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
@@ -62,7 +63,7 @@ class WifiKernel {
                      [this](const FileDescriptor& /*end*/, const Octets& packet) {
                          SetSoftBlocks(packet.at(kSoftOctet) != 0);
                      }),
-                isWritable, [](std::uint32_t number) { return "phy" + std::to_string(number); }};
+                isWritable, [](std::uint32_t number) { return std::optional(number); }};
     }
 
     /// There are no sockets for netlink so many times.

@@ -100,6 +100,8 @@ TEST_F(RealWifi, IsOnTheNetworkThatNetworkManagerIsConnectedTo)
     EXPECT_EQ(Network(), "none");
     manager->Do({{"do", "connect"}, {"interface", "wlan0"}, {"ssid", "Home"}, {"frequency", 5180}});
     EXPECT_TRUE(EventuallyOn("Home on 36"));
+    kernel.SetInterface(4, "wlan0", 0, "Home", 2437);
+    EXPECT_TRUE(EventuallyOn("Home on 6")) << "NetworkManager does not know it yet";
     manager->Do({{"do", "disconnect"}, {"interface", "wlan0"}});
     EXPECT_TRUE(EventuallyOn("none"));
 }
