@@ -64,4 +64,13 @@ int LoadClient::End()
     return process_.Wait();
 }
 
+void ExpectInTime(const nlohmann::json& report, WakeUps& wakeUps)
+{
+    constexpr std::chrono::milliseconds kLongestCall{5000 + 100};
+    constexpr int kWakeUps = 4;  // in a row, as in KeepsTo
+    const auto late = std::chrono::ceil<std::chrono::milliseconds>(wakeUps.Latest());
+    EXPECT_LE(report["slowestMs"], (kLongestCall + kWakeUps * late).count())
+        << "with wake-ups up to " << late.count() << " ms late";
+}
+
 }  // namespace pelacon::test

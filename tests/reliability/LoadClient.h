@@ -2,6 +2,7 @@
 #pragma once
 
 #include <tests/support/ChildProcess.h>
+#include <tests/support/TimeLimit.h>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -14,9 +15,6 @@ namespace pelacon::test {
 /// LoadProgram.cpp, as a process; killed by the destructor.
 class LoadClient {
   public:
-    /// The time-out of the operations that it calls, and what may come on top.
-    static constexpr std::chrono::milliseconds kLongestCall{5000 + 100};
-
     LoadClient();
 
     /// Waits until it is started.
@@ -42,5 +40,9 @@ class LoadClient {
     ChildProcess process_;
     std::int32_t listener_ = 0;
 };
+
+/// Expects that no call of the report took longer than its time-out and 100 ms, apart from the
+/// delays of wake-ups, which are measured until then.
+void ExpectInTime(const nlohmann::json& report, WakeUps& wakeUps);
 
 }  // namespace pelacon::test
