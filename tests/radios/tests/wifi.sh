@@ -34,6 +34,8 @@ check "Wi-Fi stays on" exits 0 'Wi-Fi is on' control wifi status
 check "that switch again" rfkill unblock "$(switch_of phy2)"
 
 check "a scan beside it" control wifi scan
+gtest on wifi "$STAGE/tests/radios_wifi_state_test"
+grep '^state: ' /tmp/gtest.log | sed 's/^/    /'
 check "wpa_supplicant" supplicant_start
 check "the status shows it" wait_for 10 prints "wpa_supplicant alone" wifi_status
 check "NetworkManager" manager_start
