@@ -190,6 +190,46 @@ std::int32_t ChannelOf(std::uint32_t frequency)
     return radio::FrequencyOf(number) == static_cast<std::int32_t>(frequency) ? number : 0;
 }
 
+namespace {
+
+/// No network may be opened there.
+bool IsBarred(const Frequency& frequency)
+{
+    return frequency.isDisabled || frequency.isNoInitiation || frequency.isRadar;
+}
+
+/// Whether a part of the block of this width in the 5 GHz band, in MHz, is barred.
+bool IsBlockBarred(std::uint32_t frequency, std::uint32_t width, const CardBand& band)
+{
+    // Blocks of a width follow each other from channel 36 on, and anew from channel 149 on.
+    constexpr std::uint32_t kFirst = 5180;
+    constexpr std::uint32_t kFirstAnew = 5745;
+    const std::uint32_t first = frequency < kFirstAnew ? kFirst : kFirstAnew;
+    if (frequency < first) {
+        return false;
+    }
+    const std::uint32_t begin = first + (frequency - first) / width * width;
+    return std::any_of(band.frequencies.lower_bound(begin),
+                       band.frequencies.lower_bound(begin + width),
+                       [](const auto& part) { return IsBarred(part.second); });
+}
+
+/// The widest channel that the card can have there, in MHz.
+std::int32_t WidestAround(std::uint32_t frequency, const Frequency& allowed, const CardBand& band)
+{
+    const std::int32_t permitted = allowed.isNo40    ? 20
+                                   : allowed.isNo80  ? 40
+                                   : allowed.isNo160 ? 80
+                                                     : 160;
+    std::int32_t widest = std::min(permitted, band.widest);
+    while (widest > 20 && IsBlockBarred(frequency, static_cast<std::uint32_t>(widest), band)) {
+        widest /= 2;
+    }
+    return widest;
+}
+
+}  // namespace
+
 std::vector<radio::Wifi::Channel> UsableChannels(const Card& card,
                                                  const std::map<std::uint32_t, std::int32_t>& loads)
 {
@@ -197,16 +237,12 @@ std::vector<radio::Wifi::Channel> UsableChannels(const Card& card,
     for (const auto& [number, band] : card.bands) {
         for (const auto& [frequency, allowed] : band.frequencies) {
             const std::int32_t channel = ChannelOf(frequency);
-            if (channel == 0 || allowed.isDisabled || allowed.isNoInitiation || allowed.isRadar) {
+            if (channel == 0 || IsBarred(allowed)) {
                 continue;
             }
-            const std::int32_t widest = allowed.isNo40    ? 20
-                                        : allowed.isNo80  ? 40
-                                        : allowed.isNo160 ? 80
-                                                          : 160;
             const auto load = loads.find(frequency);
-            channels.push_back(
-                {channel, load != loads.end() ? load->second : 0, std::min(widest, band.widest)});
+            channels.push_back({channel, load != loads.end() ? load->second : 0,
+                                WidestAround(frequency, allowed, band)});
         }
     }
     std::ranges::sort(channels, {}, &radio::Wifi::Channel::number);

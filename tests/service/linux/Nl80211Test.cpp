@@ -88,6 +88,28 @@ TEST(ACardOfTheKernel, HasTheChannelsThatItMayOpenANetworkOn)
         << "the 5 GHz part is capable of 80 MHz";
 }
 
+TEST(ACardOfTheKernel, IsOnlyAsWideAsWhatItMayUse)
+{
+    Card card;
+    CardBand& band = card.bands[NL80211_BAND_5GHZ];
+    band.widest = 160;
+    for (const std::uint32_t frequency : {5180U, 5200U, 5220U, 5240U, 5745U, 5765U}) {
+        band.frequencies[frequency] = {};
+    }
+    const auto widths = [&card] {
+        std::vector<std::int32_t> all;
+        for (const auto& channel : UsableChannels(card, {})) {
+            all.push_back(channel.bandwidth);
+        }
+        return all;
+    };
+    EXPECT_THAT(widths(), ElementsAre(160, 160, 160, 160, 160, 160));
+    band.frequencies[5260].isRadar = true;
+    EXPECT_THAT(widths(), ElementsAre(80, 80, 80, 80, 160, 160)) << "it is in the same 160 MHz";
+    band.frequencies[5240].isNoInitiation = true;
+    EXPECT_THAT(widths(), ElementsAre(40, 40, 20, 160, 160));
+}
+
 TEST(ACardOfTheKernel, IsAsWideAsItsCapabilities)
 {
     const auto widest = [](std::uint16_t band, const Octets& capabilities) {
