@@ -18,6 +18,7 @@
 #include <numeric>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace pelacon::radios_test {
@@ -30,6 +31,11 @@ using std::chrono::seconds;
 
 // Emulation is slow, and a controller receives an advertisement about every ten seconds.
 constexpr seconds kPatience{120};
+
+/// A virtual controller fails a connection to one that is not advertising at that moment, where a
+/// real one waits, and the kernel does not get over the failure. When a connection has ended, the
+/// peer's kernel switches its advertising off and on.
+constexpr std::chrono::milliseconds kUntilThePeerAdvertises{500};
 
 /// What callbacks report; guarded by its mutex.
 struct Events {
@@ -92,6 +98,7 @@ class WithRealRadios : public testing::Test {
 
     bool Connect() const
     {
+        std::this_thread::sleep_for(kUntilThePeerAdvertises);
         const std::size_t before = States();
         BleGattClient::BleGattClientConnect(client, PeerAddress(), &clientCallbacks);
         return events.Wait([&] { return events.states.size() > before; }) &&
