@@ -19,6 +19,8 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr int kThreads = 4;
 
 std::atomic<bool> isEnding{false};
@@ -27,6 +29,7 @@ std::atomic<std::uint64_t> failed{0};
 std::atomic<std::uint64_t> wrong{0};
 std::atomic<std::uint64_t> scanResults{0};
 std::atomic<std::int64_t> slowestMs{0};
+std::atomic<std::int64_t> overdueMs{0};  // at most, after the end of a time-out
 
 void WriteLine(const std::string& line)
 {
@@ -42,16 +45,23 @@ void Judge(bool isAnswered, bool isRight)
     wrong += isAnswered && !isRight ? 1 : 0;
 }
 
+void Raise(std::atomic<std::int64_t>& most, std::int64_t value)
+{
+    std::int64_t before = most;
+    while (value > before && !most.compare_exchange_weak(before, value)) {
+    }
+}
+
+/// Makes a call of an operation that has this time-out.
 template <typename Call>
-void Timed(const Call& call)
+void Timed(std::chrono::milliseconds timeout, const Call& call)
 {
     const auto begin = std::chrono::steady_clock::now();
     call();
     const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - begin);
-    std::int64_t slowest = slowestMs;
-    while (took.count() > slowest && !slowestMs.compare_exchange_weak(slowest, took.count())) {
-    }
+    Raise(slowestMs, took.count());
+    Raise(overdueMs, (took - timeout).count());
 }
 
 /// The reply of another request would show: each channel has a frequency of its own.
@@ -76,12 +86,12 @@ void CallWithoutAPause(unsigned seed, const std::string& name, std::int32_t list
     std::minstd_rand random(seed);
     while (!isEnding) {
         const int channel = kChannels[random() % kChannels.size()];
-        Timed([&] { AskForAFrequency(channel); });
+        Timed(5s, [&] { AskForAFrequency(channel); });
         if (channel == 1) {
-            Timed([&] { AskForTheName(name); });
+            Timed(10s, [&] { AskForTheName(name); });
         } else if (channel == 36) {
             // A service that was restarted does not scan for this listener any more.
-            Timed([&] { StartBleScan(listener, kBleScanLowLatency); });
+            Timed(5s, [&] { StartBleScan(listener, kBleScanLowLatency); });
         }
     }
 }
@@ -98,7 +108,8 @@ void Report()
                              {"failed", failed.load()},
                              {"wrong", wrong.load()},
                              {"scanResults", scanResults.load()},
-                             {"slowestMs", slowestMs.load()}}
+                             {"slowestMs", slowestMs.load()},
+                             {"overdueMs", overdueMs.load()}}
                   .dump());
 }
 
