@@ -1,7 +1,5 @@
 // nng over a Unix socket: req0 and rep0 for requests, push0 and pull0 for the rest.
-#include <bench/Peer.h>
-#include <bench/peers/Caller.h>
-#include <bench/roles/Roles.h>
+#include <bench/peers/Queues.h>
 
 #include <nng/nng.h>
 #include <nng/protocol/pipeline0/pull.h>
@@ -9,16 +7,11 @@
 #include <nng/protocol/reqrep0/rep.h>
 #include <nng/protocol/reqrep0/req.h>
 
-#include <array>
-#include <cstring>
 #include <stdexcept>
-#include <thread>
 
 namespace pelacon::bench {
 
 namespace {
-
-constexpr std::size_t kLargest = 4096;
 
 void Check(int result)
 {
@@ -38,7 +31,7 @@ class Socket {
     {
         Check(nng_listen(socket_, address.c_str(), nullptr, 0));
     }
-    void Dial(const std::string& address) const
+    void Connect(const std::string& address) const
     {
         Check(nng_dial(socket_, address.c_str(), nullptr, 0));
     }
@@ -46,7 +39,7 @@ class Socket {
     {
         Check(nng_send(socket_, const_cast<void*>(bytes), size, 0));
     }
-    std::size_t Receive(std::array<std::uint8_t, kLargest>& bytes) const
+    std::size_t Receive(Room& bytes) const
     {
         std::size_t size = bytes.size();
         Check(nng_recv(socket_, bytes.data(), &size, 0));
@@ -57,81 +50,28 @@ class Socket {
     nng_socket socket_{};
 };
 
-std::string AddressOf(const std::string& folder, const std::string& what)
-{
-    return "ipc://" + folder + "/nng-" + what + ".sock";
-}
+struct ClientSockets {
+    Socket requests{&nng_req0_open};
+    Socket orders{&nng_push0_open};
+    Socket pushes{&nng_pull0_open};
+};
 
-class Nng : public Caller {
-  public:
-    explicit Nng(const std::string& folder) : peer_(Peer::InRole("nng", folder))
-    {
-        peer_.Hear();
-        requests_.Dial(AddressOf(folder, "requests"));
-        orders_.Dial(AddressOf(folder, "orders"));
-        pushes_.Dial(AddressOf(folder, "pushes"));
-    }
-
-    std::string Name() const override { return "nng, Unix socket"; }
-
-    void Call(std::vector<std::uint8_t>& message) override
-    {
-        requests_.Send(message.data(), message.size());
-        std::array<std::uint8_t, kLargest> answer{};
-        const std::size_t size = requests_.Receive(answer);
-        message.assign(answer.begin(), answer.begin() + static_cast<std::ptrdiff_t>(size));
-    }
-
-    void Receive(std::uint32_t size, std::uint32_t count, Arrivals& arrivals) override
-    {
-        const std::array<std::uint32_t, 2> order{size, count};
-        orders_.Send(order.data(), sizeof order);
-        std::array<std::uint8_t, kLargest> message{};
-        while (!arrivals.AreAllThere()) {
-            pushes_.Receive(message);
-            arrivals.Take(NumberOf(message.data()));
-        }
-    }
-
-  private:
-    Peer peer_;
-    Socket requests_{&nng_req0_open};
-    Socket orders_{&nng_push0_open};
-    Socket pushes_{&nng_pull0_open};
+struct ServerSockets {
+    Socket requests{&nng_rep0_open};
+    Socket orders{&nng_pull0_open};
+    Socket pushes{&nng_push0_open};
 };
 
 }  // namespace
 
 int RunNngRole()
 {
-    const Socket requests(&nng_rep0_open);
-    const Socket orders(&nng_pull0_open);
-    const Socket pushes(&nng_push0_open);
-    requests.Listen(AddressOf(RoleFolder(), "requests"));
-    orders.Listen(AddressOf(RoleFolder(), "orders"));
-    pushes.Listen(AddressOf(RoleFolder(), "pushes"));
-    Answer("ready");
-    std::thread pushing([&] {
-        for (std::array<std::uint8_t, kLargest> order{};;) {
-            orders.Receive(order);
-            std::array<std::uint32_t, 2> sizeAndCount{};
-            std::memcpy(sizeAndCount.data(), order.data(), sizeof sizeAndCount);
-            std::vector<std::uint8_t> message(sizeAndCount[0]);
-            for (std::uint32_t number = 0; number < sizeAndCount[1]; ++number) {
-                std::memcpy(message.data(), &number, sizeof number);
-                pushes.Send(message.data(), message.size());
-            }
-        }
-    });
-    for (std::array<std::uint8_t, kLargest> message{};;) {
-        const std::size_t size = requests.Receive(message);
-        requests.Send(message.data(), size);
-    }
+    ServeQueues<ServerSockets>();
 }
 
 std::unique_ptr<Caller> MakeNngCaller(const std::string& folder)
 {
-    return std::make_unique<Nng>(folder);
+    return std::make_unique<QueueCaller<ClientSockets>>("nng, Unix socket", "nng", folder);
 }
 
 }  // namespace pelacon::bench
