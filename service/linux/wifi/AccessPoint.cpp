@@ -207,6 +207,7 @@ void AccessPoint::EndNow(GroupOutcome why)
     state_ = State::kEnding;
     why_ = why;
     step_.Cancel();
+    down_.Cancel();
     addresses_.Cancel();
     EndMove(GroupOutcome::kNoGroup);
     const bool isAsked = why == GroupOutcome::kDone || why == GroupOutcome::kAborted;
@@ -282,10 +283,10 @@ void AccessPoint::SupplicantHeard(const SupplicantEvent& event)
             break;
         case EventKind::kDown:
         case EventKind::kEnding:
-            step_ = loop_.After(kDownLimit, [this] { EndNow(GroupOutcome::kFailed); });
+            down_ = loop_.After(kDownLimit, [this] { EndNow(GroupOutcome::kFailed); });
             break;
         case EventKind::kUp:
-            step_.Cancel();  // it was down for a moment
+            down_.Cancel();  // for a moment only
             break;
         case EventKind::kOther:
             break;

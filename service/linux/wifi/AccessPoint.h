@@ -140,6 +140,7 @@ class AccessPoint {
     std::string interfaceName_;
     Loop::Timer step_;   // the next one
     Loop::Timer limit_;  // of making, or of ending
+    Loop::Timer down_;   // the access point may be down until then
 
     std::optional<AccessPointFiles> files_;
     std::optional<VirtualInterface> interface_;

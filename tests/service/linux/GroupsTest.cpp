@@ -4,11 +4,14 @@
 #include <tests/support/TemporaryFolder.h>
 
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 namespace pelacon::service::linux_radios::tests {
 
@@ -113,6 +116,13 @@ class RealGroups : public WifiHostTest {
     {
         std::ofstream(Folder() + "/pelacon0/leases")
             << "1700000000 02:00:00:00:01:ab " << address << " phone *\n";
+    }
+    /// 0: it does not run yet.
+    pid_t DnsmasqProcess() const
+    {
+        pid_t process = 0;
+        std::ifstream(Folder() + "/pelacon0/dnsmasq.pid") >> process;
+        return process;
     }
     /// Waits until the kernel has removed it.
     bool IsInterfaceGone()
@@ -259,6 +269,21 @@ TEST_F(RealGroups, EndWhenAProgramEnds)
     EXPECT_TRUE(IsNothingLeft());
     Open();
     EXPECT_TRUE(Exists());
+}
+
+TEST_F(RealGroups, EndWithoutTheProgramThatGivesAddresses)
+{
+    Start();
+    Open();
+    ASSERT_TRUE(test::Eventually([this] { return DnsmasqProcess() != 0; }));
+    const pid_t process = DnsmasqProcess();
+    Put("no-dnsmasq");
+    ASSERT_TRUE(test::Eventually([process] { return kill(process, 0) != 0; }));
+    try {
+        Tell("event AP-ENABLED");
+    } catch (const std::system_error&) {  // on a slow machine the group has ended already
+    }
+    EXPECT_TRUE(EventuallyGone(GroupOutcome::kFailed));
 }
 
 TEST_F(RealGroups, AreNotCreatedWithoutPermission)
