@@ -91,7 +91,8 @@ void CallWithoutAPause(unsigned seed, const std::string& name, std::int32_t list
             Timed(10s, [&] { AskForTheName(name); });
         } else if (channel == 36) {
             // A service that was restarted does not scan for this listener any more.
-            Timed(5s, [&] { StartBleScan(listener, kBleScanLowLatency); });
+            // Starts run one at a time: each may wait for those of the other threads.
+            Timed(kThreads * 5s, [&] { StartBleScan(listener, kBleScanLowLatency); });
         }
     }
 }
