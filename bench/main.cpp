@@ -1,7 +1,9 @@
 // Compares the library with bare blocking stream sockets between the same two processes, in the
 // same run, and checks the ratios against targets.
 #include <PelaconSDK/PelaconSDK.h>
+#include <bench/Bluetooth.h>
 #include <bench/Processors.h>
+#include <bench/Program.h>
 #include <bench/Scenarios.h>
 #include <bench/roles/Roles.h>
 #include <os/Terminal.h>
@@ -11,8 +13,6 @@
 #include <algorithm>
 #include <cctype>
 #include <chrono>
-#include <csignal>
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -24,21 +24,6 @@
 namespace pelacon::bench {
 
 namespace {
-
-/// The benchmark asks the service whether Bluetooth is on, so Bluetooth must be on.
-void SwitchBluetoothOn(const std::string& folder)
-{
-    UseRuntimeFolder(folder);
-    PelaconSvcStart();
-    BtEnable();
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!IsBtEnabled()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("Bluetooth cannot be switched on.");
-        }
-    }
-    PelaconSvcStop();
-}
 
 void ShowProgress(const std::string& text)
 {
@@ -176,18 +161,15 @@ Peers::Peers(const std::string& folder)
     for (Peer* peer : {&bare, &echo, &flood, &service}) {
         peer->Hear();
     }
-    SwitchBluetoothOn(serviceFolder);
+    UseRuntimeFolder(serviceFolder);
+    PelaconSvcStart();
+    SwitchBluetoothOn();
+    PelaconSvcStop();
 }
 
 }  // namespace pelacon::bench
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN);
-    try {
-        return pelacon::bench::Main(argc, argv);
-    } catch (const std::exception& exception) {
-        std::cerr << "pelacon_bench: " << exception.what() << '\n';
-        return 2;
-    }
+    return pelacon::bench::RunProgram("pelacon_bench", &pelacon::bench::Main, argc, argv);
 }

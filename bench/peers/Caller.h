@@ -1,5 +1,5 @@
-// Ways in which programs make requests of another process and receive what it pushes: the
-// library's, bare sockets, and what else there is for the purpose.
+// Ways in which a program makes requests of another process and receives messages that the process
+// pushes: the library, bare sockets, and other libraries for the purpose.
 #pragma once
 
 #include <bench/Arrivals.h>
@@ -25,8 +25,8 @@ class Caller {
     virtual void Call(std::vector<std::uint8_t>& message) = 0;
 
     /// Has the other process push `count` messages of `size` bytes as fast as this one receives
-    /// them, each with its number first, and gives the numbers to `arrivals`. May return before
-    /// they all arrived, if they are received in another thread.
+    /// them, each with its number first, and gives the numbers to `arrivals`. Where another thread
+    /// receives them, this may return before all have arrived.
     virtual void Receive(std::uint32_t size, std::uint32_t count, Arrivals& arrivals) = 0;
 };
 

@@ -1,4 +1,4 @@
-// The library, and the bare sockets that all is compared with.
+// The library, and the bare sockets that everything is compared with.
 #include <IPCMessage/IPCMessageClient.h>
 #include <bench/Bare.h>
 #include <bench/Peer.h>

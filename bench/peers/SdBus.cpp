@@ -48,7 +48,7 @@ std::string DaemonAddress(const std::string& folder)
     return "unix:path=" + folder + "/bus.sock";
 }
 
-/// A message of the bytes, and its destruction.
+/// A message, which the destructor releases.
 class Message {
   public:
     ~Message() { sd_bus_message_unref(message_); }
@@ -206,7 +206,7 @@ class SdBus : public Caller {
     Arrivals* arrivals_ = nullptr;
 };
 
-/// With the processes that it needs, which end after it.
+/// An SdBus and the processes that it needs, which are ended after it.
 class WithPeers : public Caller {
   public:
     using Open = sd_bus* (*)(const std::string& folder);

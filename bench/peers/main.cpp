@@ -4,6 +4,7 @@
 #include <bench/Durations.h>
 #include <bench/Peer.h>
 #include <bench/Processors.h>
+#include <bench/Program.h>
 #include <bench/Statistics.h>
 #include <bench/peers/Caller.h>
 #include <bench/roles/Roles.h>
@@ -12,14 +13,11 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -212,11 +210,5 @@ std::uint32_t NumberOf(const void* message)
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN);
-    try {
-        return pelacon::bench::Main(argc, argv);
-    } catch (const std::exception& exception) {
-        std::cerr << "pelacon_peer_bench: " << exception.what() << '\n';
-        return 2;
-    }
+    return pelacon::bench::RunProgram("pelacon_peer_bench", &pelacon::bench::Main, argc, argv);
 }

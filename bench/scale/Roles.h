@@ -4,13 +4,13 @@
 
 namespace pelacon::bench {
 
-/// "go MILLISECONDS": makes requests for so long, and writes their number.
+/// "go MILLISECONDS": makes requests for that time, and writes how many they were.
 int RunCallerRole();
 
 /// "listen N": registers N tables of callbacks for changes of Bluetooth, and writes a line.
-/// "expect COUNT": writes a line, and when the callbacks have been called COUNT times each, the
-/// time of the last call by a clock that all processes share, in nanoseconds. "scan N": registers N
-/// listeners of scans, and writes a line.
+/// "scan N": registers N listeners of scans, and writes a line.
+/// "expect COUNT": writes a line. When each table has been called COUNT times, writes the time of
+/// the last call, in nanoseconds of a clock that all processes share.
 int RunListenerRole();
 
 }  // namespace pelacon::bench

@@ -3,7 +3,9 @@
 #include <IPCMessage/IPCControl.h>
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
+#include <bench/Bluetooth.h>
 #include <bench/Peer.h>
+#include <bench/Program.h>
 #include <bench/Statistics.h>
 #include <bench/scale/Roles.h>
 #include <bench/scale/Series.h>
@@ -14,10 +16,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <csignal>
-#include <exception>
 #include <initializer_list>
-#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -34,7 +33,7 @@ using Counts = std::initializer_list<std::size_t>;
 /// How long each point is measured, and how often: the median counts.
 constexpr std::chrono::milliseconds kDuration{500};
 constexpr int kRounds = 3;
-/// Of each notification, as many are sent to each listener in a row.
+/// How many notifications each listener receives in a row.
 constexpr int kNotifications = 200;
 
 /// The service, with Bluetooth on, and its clients.
@@ -45,19 +44,13 @@ class World {
         service.Hear();
         UseRuntimeFolder(folder_.Path());
         PelaconSvcStart();
-        BtEnable();
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!IsBtEnabled()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                throw std::runtime_error("Bluetooth cannot be switched on.");
-            }
-        }
+        SwitchBluetoothOn();
     }
     ~World() { PelaconSvcStop(); }
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
-    /// Starts clients until there are so many. All have a connection then.
+    /// Starts clients until there are `count`. Returns when each of them has a connection.
     void Grow(Clients& clients, std::size_t count, const std::string& role)
     {
         const std::size_t before = clients.size();
@@ -70,12 +63,15 @@ class World {
         }
     }
 
-    /// Has the service do something.
+    /// Sends an operator's command to the service.
     static void Command(const std::string& command)
     {
         IPCControlError error{};
-        if (!IPCSendControl(protocol::kServicePipe, command, std::chrono::minutes(1), error)) {
-            throw std::runtime_error("The service did not do " + command + ": " + error.message);
+        const auto answer =
+            IPCSendControl(protocol::kServicePipe, command, std::chrono::minutes(1), error);
+        if (!answer || answer->find(R"("ok":true)") == std::string::npos) {
+            throw std::runtime_error("The service did not do " + command + ": " +
+                                     answer.value_or(error.message));
         }
     }
 
@@ -96,7 +92,7 @@ double MedianOf(Measure&& measure)
     return Median(values);
 }
 
-/// The requests per second of so many threads of this process.
+/// How many requests per second `count` threads of this process make.
 double RateOfThreads(std::size_t count)
 {
     std::atomic<std::uint64_t> requests{0};
@@ -285,11 +281,5 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN);
-    try {
-        return pelacon::bench::Main(argc, argv);
-    } catch (const std::exception& exception) {
-        std::cerr << "pelacon_scale: " << exception.what() << '\n';
-        return 2;
-    }
+    return pelacon::bench::RunProgram("pelacon_scale", &pelacon::bench::Main, argc, argv);
 }

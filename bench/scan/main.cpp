@@ -1,11 +1,10 @@
 // Measures the cost of scanning within the library: without service and pipe, with real threads.
 #include <bench/Processors.h>
+#include <bench/Program.h>
 #include <bench/scan/Scenarios.h>
 
 #include <CLI/CLI.hpp>
 
-#include <exception>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -68,10 +67,5 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    try {
-        return pelacon::bench::Main(argc, argv);
-    } catch (const std::exception& exception) {
-        std::cerr << "pelacon_scan_bench: " << exception.what() << '\n';
-        return 2;
-    }
+    return pelacon::bench::RunProgram("pelacon_scan_bench", &pelacon::bench::Main, argc, argv);
 }
