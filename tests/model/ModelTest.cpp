@@ -211,8 +211,9 @@ class Run {
         }
     }
 
-    /// Waits until the disturbance is over. Then checks who is notified. A table is called after
-    /// the client's own one, so that a second change shows that the first one is through.
+    /// Waits until the disturbance is over. Then checks which tables are called for a change. A
+    /// table is called after the client's own one: once that is called for a second change, all
+    /// tables have been called for the first.
     void Settle()
     {
         service_.Command({{"command", "fault.clear"}});

@@ -7,8 +7,8 @@
 
 namespace pelacon::test::model {
 
-/// The shortest part of the plan that still fails, as far as that is found with so many runs: first
-/// without rounds, in ever smaller pieces, then without disturbances and single steps.
+/// Returns the shortest part of the plan that was seen to fail. Leaves out rounds first, in ever
+/// smaller pieces, then disturbances, then single steps. Calls `fails` at most `runs` times.
 Plan Shrink(Plan plan, int runs, const std::function<bool(const Plan& part)>& fails);
 
 }  // namespace pelacon::test::model

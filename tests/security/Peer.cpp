@@ -75,7 +75,7 @@ void Command()
     Print(answer ? "obeyed" : "not obeyed: " + error.message);
 }
 
-/// Sends a command to whoever listens at the path, without the checks of the library.
+/// Sends a command to the process that listens at the path. The library would check its user first.
 void Intrude(const std::string& path)
 {
     const auto address = ipc::MakeSocketAddress(path);
@@ -110,7 +110,7 @@ bool SendWithDescriptors(int socket, ByteVector frame)
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(kMost * sizeof(int));
-    const std::array<int, kMost> descriptors{};  // its standard input, over and over
+    const std::array<int, kMost> descriptors{};  // each is the standard input, 0
     std::memcpy(CMSG_DATA(header), descriptors.data(), sizeof(descriptors));
     return sendmsg(socket, &message, MSG_NOSIGNAL) > 0;
 }
@@ -140,8 +140,8 @@ void PassDescriptors(const std::string& path)
     WaitForInput();
 }
 
-/// Receives the notifications of the client with this token, until it is ended. Writes whether
-/// it still could.
+/// Opens the event connection of the client with this token. Writes whether it was accepted, and,
+/// when a line of input has come, whether it is still open.
 void Listen(std::uint8_t token)
 {
     RawClient events;
@@ -151,7 +151,8 @@ void Listen(std::uint8_t token)
     Print(events.Get().IsConnected() ? "connected" : "closed");
 }
 
-/// Opens so many connections, does nothing with them, and writes how many are open.
+/// Opens up to `count` connections, makes one request on each, and writes how many were answered.
+/// The connections stay open until a line of input comes.
 void Idle(int count)
 {
     std::vector<std::unique_ptr<RawClient>> connections;

@@ -66,7 +66,7 @@ class WifiKernel {
                 isWritable, [](std::uint32_t number) { return std::optional(number); }};
     }
 
-    /// There are no sockets for netlink so many times.
+    /// The next `times` attempts to open a socket for netlink fail.
     void RefuseSockets(int times)
     {
         const std::lock_guard lock(mutex_);
