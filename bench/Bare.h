@@ -14,6 +14,7 @@ struct BareJob {
     enum class Kind : std::uint32_t {
         kPingPong,  ///< sends back each message of `size` bytes
         kStream,    ///< for each byte received, sends `count` messages of `size` bytes
+        kFanOut,    ///< for each byte received, sends one on each connection with this job
         kPush,      ///< sends a message of `size` bytes that begins with Now(), each `interval` µs
     };
     Kind kind{};
@@ -27,6 +28,12 @@ inline std::int64_t Now()
 {
     return std::chrono::steady_clock::now().time_since_epoch().count();
 }
+
+/// What the messages of kStream and kFanOut begin with.
+struct Stamp {
+    std::uint64_t number = 0;  ///< of the message, from 0
+    std::int64_t sent = 0;     ///< Now(), before the first message was sent
+};
 
 /// A blocking stream socket. Throws std::system_error for unexpected failures.
 class BareSocket {

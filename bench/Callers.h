@@ -81,4 +81,23 @@ inline std::unique_ptr<IPCMessageClient> MakeEchoClient(const Peers& peers)
     return std::make_unique<IPCMessageClient>(protocol::kSdkModule, false, false, kEchoPipe);
 }
 
+/// The number of the client in the process that answers, which needs it to send notifications.
+inline std::string ClientId(const IPCMessageClient& client)
+{
+    TagIPCMessageItem request;
+    request.targetModuleId = protocol::kServiceModule;
+    request.sourceModuleId = protocol::kSdkModule;
+    request.msgId = kTellClientId;
+    TagIPCMessageItem reply;
+    std::uint64_t id = 0;
+    if (client.SendIPCMessage(request, reply, 10'000) && reply.length == sizeof id) {
+        std::memcpy(&id, reply.message, sizeof id);
+    }
+    std::free(reply.message);
+    if (id == 0) {
+        throw std::runtime_error("A client was not given its number.");
+    }
+    return std::to_string(id);
+}
+
 }  // namespace pelacon::bench

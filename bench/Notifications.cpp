@@ -195,7 +195,8 @@ class NotificationLatency : public Scenario {
         {
             const Repeating calling(
                 [caller = ClientCaller(*client_, kCallSize)]() mutable { caller(0); });
-            peers_.echo.Order("push " + std::to_string(kIntervalMicroseconds));
+            peers_.echo.Order("push " + ClientId(*client_) + ' ' +
+                              std::to_string(kIntervalMicroseconds));
             std::this_thread::sleep_for(duration);
             peers_.echo.Order("stop");
         }

@@ -4,8 +4,10 @@
 
 #include <bench/Peer.h>
 #include <bench/Table.h>
+#include <protocol/Operation.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -20,6 +22,7 @@ struct Effort {
     std::chrono::milliseconds threads;  ///< requests by a number of threads, in a round
     int notifications;                  ///< of one size in a round
     std::chrono::milliseconds pushing;  ///< notifications under calls, in a round
+    int bursts;                         ///< of notifications, to one client or to all, in a round
     int starts;                         ///< start and stop in a round
 };
 
@@ -29,12 +32,14 @@ inline constexpr Effort kFull{.rounds = 31,
                               .threads = std::chrono::milliseconds(100),
                               .notifications = 100'000,
                               .pushing = std::chrono::milliseconds(250),
+                              .bursts = 200,
                               .starts = 40};
 inline constexpr Effort kQuick{.rounds = 3,
                                .calls = 5'000,
                                .threads = std::chrono::milliseconds(50),
                                .notifications = 50'000,
                                .pushing = std::chrono::milliseconds(150),
+                               .bursts = 100,
                                .starts = 20};
 
 /// The other processes of the measurements, which run during all rounds.
@@ -52,8 +57,9 @@ struct Peers {
     Peer service;
 };
 
-/// The pipe of the process that returns the payload of each request.
+/// The pipe of the process that returns the payload of each request, or the client's number.
 inline constexpr auto kEchoPipe = L"\\\\.\\Pipe\\PelaconBenchEcho";
+inline constexpr std::int32_t kTellClientId = protocol::kServiceModule + 2;
 
 /// Which of the two is measured first; alternates, so that neither has an advantage.
 enum class Turn { kBareFirst, kOursFirst };
@@ -86,6 +92,8 @@ std::unique_ptr<Scenario> MakeRoundTrips(Peers& peers);
 std::unique_ptr<Scenario> MakeThroughput(Peers& peers);
 std::unique_ptr<Scenario> MakeNotificationRate(Peers& peers);
 std::unique_ptr<Scenario> MakeNotificationLatency(Peers& peers);
+std::unique_ptr<Scenario> MakeBursts(Peers& peers);
+std::unique_ptr<Scenario> MakeFanOut(Peers& peers);
 std::unique_ptr<Scenario> MakeLifecycle(Peers& peers);
 
 }  // namespace pelacon::bench

@@ -56,7 +56,7 @@ Table Measure(const std::string& title, const Options& options, bool withTargets
     Peers peers(folder.Path());
     std::vector<std::unique_ptr<Scenario>> scenarios;
     for (const auto make : {&MakeRoundTrips, &MakeThroughput, &MakeNotificationRate,
-                            &MakeNotificationLatency, &MakeLifecycle}) {
+                            &MakeNotificationLatency, &MakeBursts, &MakeFanOut, &MakeLifecycle}) {
         auto scenario = make(peers);
         if (Contains(scenario->Heading(), options.only)) {
             scenarios.push_back(std::move(scenario));

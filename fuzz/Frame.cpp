@@ -43,6 +43,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::copy_n(data, size, exact.get());
     const auto read = ipc::ReadFrame({exact.get(), size});
 
+    // At the front of a record of several.
+    const auto length = ipc::LengthOfFirst({exact.get(), size});
+    Require(!length || (*length <= size && ipc::ReadFrame({exact.get(), *length})));
+    Require(!read || length == size);
+
     static FrameBuffer buffer;
     const std::span<std::uint8_t> room = buffer.Room();
     std::copy_n(data, std::min(size, room.size()), room.begin());

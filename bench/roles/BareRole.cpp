@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -22,12 +23,48 @@ void Stream(const BareSocket& socket, std::span<std::uint8_t> message, std::uint
 {
     std::uint8_t start = 0;
     while (socket.Read({&start, 1})) {
-        for (std::uint32_t index = 0; index < count; ++index) {
-            std::memcpy(message.data(), &index, sizeof index);
+        Stamp stamp{0, Now()};
+        for (; stamp.number < count; ++stamp.number) {
+            std::memcpy(message.data(), &stamp, sizeof stamp);
             socket.Write(message);
         }
     }
 }
+
+/// The connections with the job kFanOut. All of them are used by the thread of the one that was
+/// written to.
+class Group {
+  public:
+    void Serve(const BareSocket& socket, std::span<std::uint8_t> message)
+    {
+        Change([&] { sockets_.push_back(&socket); });
+        std::uint8_t start = 0;
+        while (socket.Read({&start, 1})) {
+            Change([&] { SendToAll(message); });
+        }
+        Change([&] { std::erase(sockets_, &socket); });
+    }
+
+  private:
+    template <typename Action>
+    void Change(const Action& action)
+    {
+        const std::lock_guard lock(mutex_);
+        action();
+    }
+
+    void SendToAll(std::span<std::uint8_t> message)
+    {
+        const Stamp stamp{0, Now()};
+        std::memcpy(message.data(), &stamp, sizeof stamp);
+        for (const BareSocket* const socket : sockets_) {
+            socket->Write(message);
+        }
+    }
+
+    std::mutex mutex_;
+    std::vector<const BareSocket*> sockets_;
+};
 
 /// Until the other side closes the connection, which the write reports.
 void Push(const BareSocket& socket, std::span<std::uint8_t> message,
@@ -53,6 +90,10 @@ void Serve(const BareSocket& socket)
             return PingPong(socket, message);
         case BareJob::Kind::kStream:
             return Stream(socket, message, job.count);
+        case BareJob::Kind::kFanOut: {
+            static Group group;
+            return group.Serve(socket, message);
+        }
         case BareJob::Kind::kPush:
             return Push(socket, message, std::chrono::microseconds(job.interval));
     }

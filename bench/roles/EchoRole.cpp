@@ -1,5 +1,5 @@
 // A service on the channel's server: answers each request with its payload, and sends notifications
-// on command.
+// on command: "push CLIENT MICROSECONDS", "send COUNT SIZE CLIENT...", "stop".
 #include <IPCMessage/IPCMessageServer.h>
 #include <bench/Bare.h>
 #include <bench/Scenarios.h>
@@ -10,10 +10,9 @@
 #include <atomic>
 #include <cstring>
 #include <iostream>
-#include <mutex>
-#include <set>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 namespace pelacon::bench {
 
@@ -21,41 +20,23 @@ namespace {
 
 class EchoHandler : public IPCServerHandler {
   public:
-    void ClientArrived(const IPCClientInfo& client) override
-    {
-        const std::lock_guard lock(mutex_);
-        clients_.insert(client.id);
-    }
+    void ClientArrived(const IPCClientInfo& /*client*/) override {}
+    void ClientLeft(std::uint64_t /*clientId*/) override {}
 
-    void ClientLeft(std::uint64_t clientId) override
+    IPCReply Request(std::uint64_t clientId, const TagIPCMessageItem& request) override
     {
-        const std::lock_guard lock(mutex_);
-        clients_.erase(clientId);
-    }
-
-    IPCReply Request(std::uint64_t /*clientId*/, const TagIPCMessageItem& request) override
-    {
+        if (request.msgId == kTellClientId) {
+            const auto* const id = reinterpret_cast<const std::uint8_t*>(&clientId);
+            return {IPCReplyKind::kPayload, {id, id + sizeof clientId}};
+        }
         return {IPCReplyKind::kPayload, {request.message, request.message + request.length}};
     }
 
     void Posted(std::uint64_t /*clientId*/, const TagIPCMessageItem& /*item*/) override {}
     std::string Control(std::string_view /*command*/) override { return {}; }
-
-    /// To the latest client; other measurements have others.
-    void PushTo(IPCMessageServer& server, std::span<const std::uint8_t> payload)
-    {
-        const std::lock_guard lock(mutex_);
-        if (!clients_.empty()) {
-            server.Notify(*clients_.rbegin(), protocol::kBtStateChanged.id, payload);
-        }
-    }
-
-  private:
-    std::mutex mutex_;
-    std::set<std::uint64_t> clients_;
 };
 
-void Push(IPCMessageServer& server, EchoHandler& handler, std::chrono::microseconds interval,
+void Push(IPCMessageServer& server, std::uint64_t client, std::chrono::microseconds interval,
           const std::atomic<bool>& stopped)
 {
     std::array<std::uint8_t, 72> payload{};
@@ -64,7 +45,28 @@ void Push(IPCMessageServer& server, EchoHandler& handler, std::chrono::microseco
         std::this_thread::sleep_until(next += interval);
         const std::int64_t now = Now();
         std::memcpy(payload.data(), &now, sizeof now);
-        handler.PushTo(server, payload);
+        server.Notify(client, protocol::kBtStateChanged.id, payload);
+    }
+}
+
+/// Sends so many notifications to each of the clients, whose ids are the rest of the words.
+void Send(IPCMessageServer& server, std::istringstream& words)
+{
+    std::uint32_t count = 0;
+    std::size_t size = 0;
+    words >> count >> size;
+    std::vector<std::uint64_t> clients;
+    for (std::uint64_t id = 0; words >> id;) {
+        clients.push_back(id);
+    }
+    std::vector<std::uint8_t> payload(size);
+    const std::int64_t now = Now();
+    for (std::uint32_t number = 0; number < count; ++number) {
+        const Stamp stamp{number, now};
+        std::memcpy(payload.data(), &stamp, sizeof stamp);
+        for (const std::uint64_t client : clients) {
+            server.Notify(client, protocol::kBtStateChanged.id, payload);
+        }
     }
 }
 
@@ -87,14 +89,18 @@ int RunEchoRole()
     for (std::string line; std::getline(std::cin, line);) {
         std::istringstream words(line);
         std::string order;
-        int microseconds = 0;
-        words >> order >> microseconds;
+        words >> order;
         stop();
         if (order == "push") {
+            std::uint64_t client = 0;
+            int microseconds = 0;
+            words >> client >> microseconds;
             stopped = false;
-            pushing = std::thread([&server, &handler, &stopped, microseconds] {
-                Push(server, handler, std::chrono::microseconds(microseconds), stopped);
+            pushing = std::thread([&server, &stopped, client, microseconds] {
+                Push(server, client, std::chrono::microseconds(microseconds), stopped);
             });
+        } else if (order == "send") {
+            Send(server, words);
         }
         Answer("done");
     }

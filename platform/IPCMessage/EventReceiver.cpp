@@ -99,7 +99,8 @@ bool EventReceiver::Greet(std::shared_ptr<Connection> connection)
     const FrameHeader header{
         .kind = FrameKind::kHelloEvent,
         .flags = static_cast<std::uint16_t>(kHasPayload | (wasConnected_ ? kReturning : 0)),
-        .order = order};
+        .order = order,
+        .reservedC = kReadsJoined};
     if (connection->TrySend(sendBuffer_.Write(header, token_)) != IoStatus::kDone) {
         return false;
     }
@@ -204,24 +205,47 @@ bool EventReceiver::ReadUntilLost(Connection& connection)
     return welcomed;
 }
 
-/// Takes one received frame; false if it is not what may come here.
-bool EventReceiver::Take(FrameBuffer& frame, std::size_t size, bool& welcomed)
+/// Takes a received record; false if it is not what may come here.
+bool EventReceiver::Take(FrameBuffer& record, std::size_t size, bool& welcomed)
 {
-    const auto header = frame.Read(size);
-    if (!header) {
-        return false;
-    }
+    const auto header = record.Read(size);
     if (!welcomed) {
-        welcomed = header->kind == FrameKind::kWelcome;
+        welcomed = header && header->kind == FrameKind::kWelcome;
         if (welcomed) {
             Welcomed();
         }
         return welcomed;
     }
-    if (header->kind != FrameKind::kNotification) {
+    if (header) {
+        return TakeNotification(record, *header);
+    }
+    return size <= record.Room().size() && TakeJoined(record.Room().first(size));
+}
+
+/// Takes notifications that were joined to a record.
+bool EventReceiver::TakeJoined(std::span<const std::uint8_t> record)
+{
+    while (!record.empty()) {
+        const auto length = LengthOfFirst(record);
+        if (!length || stopped_) {
+            return false;
+        }
+        std::copy_n(record.begin(), *length, joined_.Room().begin());
+        const auto header = joined_.Read(*length);
+        if (!header || !TakeNotification(joined_, *header)) {
+            return false;
+        }
+        record = record.subspan(*length);
+    }
+    return true;
+}
+
+bool EventReceiver::TakeNotification(FrameBuffer& frame, const FrameHeader& header)
+{
+    if (header.kind != FrameKind::kNotification) {
         return false;
     }
-    Deliver(frame, *header);
+    Deliver(frame, header);
     return true;
 }
 

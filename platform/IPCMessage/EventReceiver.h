@@ -65,7 +65,9 @@ class EventReceiver {
     void Run();
     std::shared_ptr<Connection> NextConnection();
     bool ReadUntilLost(Connection& connection);
-    bool Take(FrameBuffer& frame, std::size_t size, bool& welcomed);
+    bool Take(FrameBuffer& record, std::size_t size, bool& welcomed);
+    bool TakeJoined(std::span<const std::uint8_t> record);
+    bool TakeNotification(FrameBuffer& frame, const FrameHeader& header);
     void Welcomed();
     void Deliver(FrameBuffer& frame, const FrameHeader& header);
     bool Forget();
@@ -98,6 +100,7 @@ class EventReceiver {
     std::shared_ptr<const Callbacks> callbacksInUse_;
     std::uint64_t versionInUse_ = 0;
     FrameBatch batch_;
+    FrameBuffer joined_;  // one of the frames that were joined to a record
     TagIPCMessageItem item_;
 };
 

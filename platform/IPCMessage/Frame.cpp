@@ -18,6 +18,22 @@ constexpr bool IsSound(const FrameHeader& header) noexcept
            (header.Has(kHasPayload) || header.payloadLength == 0);
 }
 
+constexpr std::size_t LengthOf(const FrameHeader& header) noexcept
+{
+    return sizeof(header) + header.payloadLength + header.nameLength;
+}
+
+/// The valid header at the front, whatever follows it.
+std::optional<FrameHeader> ReadHeader(std::span<const std::uint8_t> bytes)
+{
+    FrameHeader header;
+    if (bytes.size() < sizeof(header)) {
+        return std::nullopt;
+    }
+    std::memcpy(&header, bytes.data(), sizeof(header));
+    return IsSound(header) ? std::optional(header) : std::nullopt;
+}
+
 /// Fills all of an item but the pointer to its payload. `payload` points to the frame's payload,
 /// which the name follows.
 void ReadFields(const FrameHeader& header, const std::uint8_t* payload, TagIPCMessageItem& item)
@@ -56,16 +72,15 @@ std::span<const std::uint8_t> WriteFrame(std::span<std::uint8_t> room, FrameHead
 
 std::optional<FrameHeader> ReadFrame(std::span<const std::uint8_t> frame)
 {
-    FrameHeader header;
-    if (frame.size() < sizeof(header)) {
-        return std::nullopt;
-    }
-    std::memcpy(&header, frame.data(), sizeof(header));
-    if (!IsSound(header) ||
-        frame.size() != sizeof(header) + header.payloadLength + header.nameLength) {
-        return std::nullopt;
-    }
-    return header;
+    const auto header = ReadHeader(frame);
+    return header && LengthOf(*header) == frame.size() ? header : std::nullopt;
+}
+
+std::optional<std::size_t> LengthOfFirst(std::span<const std::uint8_t> record)
+{
+    const auto header = ReadHeader(record);
+    return header && LengthOf(*header) <= record.size() ? std::optional(LengthOf(*header))
+                                                        : std::nullopt;
 }
 
 bool FitsFrame(const TagIPCMessageItem& item) noexcept

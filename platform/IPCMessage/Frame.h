@@ -1,4 +1,4 @@
-// The frames on a pipe. Each frame is exactly one record of the transport.
+// The frames on a pipe. A record of the transport is one frame, or several notifications.
 #pragma once
 
 #include <IPCMessage/TagIPCMessageItem.h>
@@ -40,6 +40,13 @@ enum FrameFlag : std::uint16_t {
     kMoreFollows = 8,  ///< in kControlReply: the next frame continues the answer
     kAllFrameFlags = 15,
 };
+
+/// In kHelloEvent, as reservedC: the client reads records that hold several notifications. (It is
+/// no flag, as services that do not know it would refuse that.)
+inline constexpr std::int32_t kReadsJoined = 1;
+
+/// The most notifications in one record.
+inline constexpr std::size_t kMostJoined = 16;
 
 /// The head of every frame; payload and name follow it, in this order (so that the payload lies
 /// aligned). All numbers are little-endian.
@@ -102,6 +109,10 @@ std::span<const std::uint8_t> WriteFrame(std::span<std::uint8_t> room, FrameHead
 
 /// The header of a received frame; nothing unless every field is valid and the lengths agree.
 std::optional<FrameHeader> ReadFrame(std::span<const std::uint8_t> frame);
+
+/// The length of the frame at the front of a record; nothing unless its header is valid and all of
+/// the frame is there.
+std::optional<std::size_t> LengthOfFirst(std::span<const std::uint8_t> record);
 
 /// Whether an item fits a frame: its lengths are within the limits, and its payload is not null
 /// unless it is empty.

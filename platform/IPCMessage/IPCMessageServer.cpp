@@ -18,9 +18,12 @@ constexpr std::chrono::milliseconds kGreetingTimeout{5000};
 /// Sent instead of a frame, for fault injection: no frame begins like this.
 constexpr std::array<std::uint8_t, 24> kNoFrame{0xDE, 0xAD, 0xBE, 0xEF};
 
-std::shared_ptr<Outbox> OpenOutbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
+std::shared_ptr<Outbox> OpenOutbox(std::shared_ptr<Connection> connection, ServerCounters& counters,
+                                   const FrameHeader& greeting)
 {
-    auto outbox = std::make_shared<Outbox>(std::move(connection), counters);
+    const auto records =
+        greeting.reservedC == kReadsJoined ? Outbox::Records::kJoined : Outbox::Records::kSingle;
+    auto outbox = std::make_shared<Outbox>(std::move(connection), counters, records);
     outbox->Put({.kind = FrameKind::kWelcome}, {}, Outbox::Urgency::kKept);
     return outbox;
 }
@@ -187,7 +190,7 @@ void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& conn
         return CountMalformed();
     }
     const ServerClients::Membership client(clients_, *key);
-    const auto outbox = OpenOutbox(connection, counters_);
+    const auto outbox = OpenOutbox(connection, counters_, frame.header);
     if (client->Arrive(outbox)) {
         ++counters_.clients;
         Attempt([&] {
@@ -278,7 +281,7 @@ bool IPCMessageServer::Implementation::SendAnswer(Connection& connection, Incomi
 void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,
                                                   Incoming& frame)
 {
-    const auto outbox = OpenOutbox(connection, watchers_.Counters());
+    const auto outbox = OpenOutbox(connection, watchers_.Counters(), frame.header);
     watchers_.Add(outbox);
     if (Check(connection->Receive(frame.buffer.Room()), frame)) {
         CountMalformed();  // a watcher must not send anything else

@@ -6,8 +6,8 @@
 
 namespace pelacon::ipc {
 
-Outbox::Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters)
-    : connection_(std::move(connection)), counters_(counters)
+Outbox::Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters, Records records)
+    : connection_(std::move(connection)), counters_(counters), records_(records)
 {}
 
 bool Outbox::Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency)
@@ -103,17 +103,34 @@ void Outbox::SendQueued()
         if (lost_) {
             return;
         }
-        const Queued next = std::move(queue_.front());
-        queue_.pop_front();
+        const std::span<const std::uint8_t> record = TakeRecord();
         sending_ = true;
         lock.unlock();
-        const IoStatus status = connection_->Send(next.frame);
+        const IoStatus status = connection_->Send(record);
         lock.lock();
         sending_ = false;
         if (status != IoStatus::kDone) {
             Lose();
         }
     }
+}
+
+/// Moves the first frame of the queue into a record, with those behind it that may be joined to it.
+std::span<const std::uint8_t> Outbox::TakeRecord()
+{
+    const std::size_t most = records_ == Records::kJoined ? kMostJoined : 1;
+    const std::span<std::uint8_t> room = record_.Room();
+    std::size_t size = 0;
+    for (std::size_t count = 0; count < most && !queue_.empty(); ++count) {
+        const std::vector<std::uint8_t>& frame = queue_.front().frame;
+        if (frame.size() > room.size() - size) {
+            break;
+        }
+        std::copy(frame.begin(), frame.end(), room.data() + size);
+        size += frame.size();
+        queue_.pop_front();
+    }
+    return room.first(size);
 }
 
 }  // namespace pelacon::ipc

@@ -20,12 +20,16 @@ namespace pelacon::ipc {
 using ServerCounters = IPCServerCounts<std::atomic<std::uint64_t>>;
 
 /// Sends frames on a connection in the order in which they are put, and never waits: at once if the
-/// other end keeps up, otherwise from a bounded queue.
+/// other end keeps up, otherwise from a bounded queue. Queued frames may be joined to one record.
 class Outbox {
   public:
     using Urgency = IPCMessageServer::Urgency;
 
-    Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters);
+    /// How queued frames are sent: each as a record, or up to kMostJoined in one.
+    enum class Records : std::uint8_t { kSingle, kJoined };
+
+    Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters,
+           Records records = Records::kSingle);
     ~Outbox() { Close(); }
     Outbox(const Outbox&) = delete;
     Outbox& operator=(const Outbox&) = delete;
@@ -58,15 +62,18 @@ class Outbox {
     bool StartThread();
     void Lose();
     void SendQueued();
+    std::span<const std::uint8_t> TakeRecord();
 
     const std::shared_ptr<Connection> connection_;
     ServerCounters& counters_;
+    const Records records_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<Queued> queue_;
-    bool sending_ = false;  // the thread sends a frame that is no longer in the queue
+    bool sending_ = false;  // the thread sends record_, which is no longer in the queue
     bool lost_ = false;
     FrameBuffer buffer_;
+    FrameBuffer record_;  // used by the thread only
     std::thread thread_;  // started by the first frame that is queued
 };
 

@@ -38,6 +38,9 @@ class RawConnection {
     /// The payload of the frame received last.
     ByteVector Payload() const;
 
+    /// The header of the frame received last.
+    const ipc::FrameHeader& Header() const { return header_; }
+
     /// Waits until the other end closes the connection; false when it does not.
     bool IsClosed();
 
