@@ -20,7 +20,7 @@ constexpr std::size_t kLarge = 1108;
 /// The median and the 99th percentile of one kind of call.
 struct RowPair {
     RowPair(const std::string& name, Target p50Target, std::optional<Target> p99Target)
-        : p50(name + ", p50", Unit::kNanoseconds, p50Target),
+        : p50(name + ", p50", Unit::kNanoseconds, p50Target, AtMost(1.0)),
           p99(name + ", p99", Unit::kNanoseconds, p99Target)
     {}
 

@@ -35,8 +35,10 @@ constexpr Target AtLeast(double limit)
 /// One line of the table: the figures of all rounds, with the bare figures of the same rounds.
 class Row {
   public:
-    Row(std::string name, Unit unit, std::optional<Target> target = std::nullopt)
-        : name_(std::move(name)), unit_(unit), target_(target)
+    /// The second target is for processes that may use all processors.
+    Row(std::string name, Unit unit, std::optional<Target> target = std::nullopt,
+        std::optional<Target> unpinnedTarget = std::nullopt)
+        : name_(std::move(name)), unit_(unit), target_(target), unpinnedTarget_(unpinnedTarget)
     {}
 
     void Add(double bare, double ours)
@@ -52,8 +54,8 @@ class Row {
     /// Whether the median of the ratios, or of the figures, meets the target.
     bool Passed() const;
 
-    /// Removes the target, for information only.
-    void DropTarget() { target_.reset(); }
+    /// Replaces the target by the one for all processors, if there is one.
+    void UseUnpinnedTarget() { target_ = unpinnedTarget_; }
 
   private:
     friend class Table;
@@ -61,6 +63,7 @@ class Row {
     std::string name_;
     Unit unit_;
     std::optional<Target> target_;
+    std::optional<Target> unpinnedTarget_;
     std::vector<double> bare_;
     std::vector<double> ours_;
     std::vector<double> ratios_;

@@ -222,10 +222,10 @@ bool EventReceiver::Take(FrameBuffer& record, std::size_t size, bool& welcomed)
     return size <= record.Room().size() && TakeJoined(record.Room().first(size));
 }
 
-/// Takes notifications that were joined to a record.
+/// Takes notifications that were joined to a record; an empty one has none and is wrong.
 bool EventReceiver::TakeJoined(std::span<const std::uint8_t> record)
 {
-    while (!record.empty()) {
+    do {
         const auto length = LengthOfFirst(record);
         if (!length || stopped_) {
             return false;
@@ -236,7 +236,7 @@ bool EventReceiver::TakeJoined(std::span<const std::uint8_t> record)
             return false;
         }
         record = record.subspan(*length);
-    }
+    } while (!record.empty());
     return true;
 }
 

@@ -132,7 +132,7 @@ IoResult SocketConnection::Receive(std::span<std::uint8_t> room)
 IoResult SocketConnection::Receive(std::span<std::uint8_t> room, Deadline& deadline)
 {
     if (deadline.LeftAtRefresh() >= 2 * kPatience && BoundReceives()) {
-        const IoResult result = ReceiveOnce(room, 0);
+        const IoResult result = ReceiveBounded(room);
         if (result.status != IoStatus::kWouldBlock) {
             return result;
         }
@@ -223,6 +223,28 @@ IoResult SocketConnection::ReceiveOnce(std::span<std::uint8_t> room, int flags) 
         return {IoStatus::kWouldBlock, 0};
     }
     return {IoStatus::kLost, 0};
+}
+
+/// Receives within the socket's own time-out, and spins first where that is worth it.
+IoResult SocketConnection::ReceiveBounded(std::span<std::uint8_t> room) noexcept
+{
+    if (!spin_.IsPossible()) {
+        return ReceiveOnce(room, 0);
+    }
+    const Spin::Turn turn;
+    if (turn.IsOnlyOne() && spin_.IsDue()) {
+        const auto end = Spin::Clock::now() + Spin::kDuration;
+        IoResult result;
+        do {
+            result = ReceiveOnce(room, MSG_DONTWAIT);
+        } while (result.status == IoStatus::kWouldBlock && turn.IsOnlyOne() &&
+                 Spin::Clock::now() < end);
+        spin_.Note(result.status != IoStatus::kWouldBlock);
+        if (result.status != IoStatus::kWouldBlock) {
+            return result;
+        }
+    }
+    return ReceiveOnce(room, 0);
 }
 
 IoStatus SocketConnection::Await(short events, Deadline& deadline) noexcept

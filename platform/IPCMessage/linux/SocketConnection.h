@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Descriptor.h"
+#include "Spin.h"
 
 #include <IPCMessage/Transport.h>
 
@@ -46,6 +47,7 @@ class SocketConnection final : public Connection {
     SocketConnection();
 
     IoResult ReceiveOnce(std::span<std::uint8_t> room, int flags) noexcept;
+    IoResult ReceiveBounded(std::span<std::uint8_t> room) noexcept;
     IoStatus Await(short events, Deadline& deadline) noexcept;
     bool BoundReceives() noexcept;
     void UnboundReceives() noexcept;
@@ -54,6 +56,7 @@ class SocketConnection final : public Connection {
 
     Descriptor socket_;
     bool receivesBounded_ = false;
+    Spin spin_;
     std::unique_ptr<BatchHeaders> batchHeaders_;
     uid_t user_ = static_cast<uid_t>(-1);
     Peer peer_;

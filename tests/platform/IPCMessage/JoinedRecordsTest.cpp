@@ -202,6 +202,11 @@ TEST_F(JoinedRecordsTest, EndTheConnectionWhereAPartIsWrong)
         EXPECT_TRUE(events->IsClosed()) << what;
         EXPECT_EQ(received.Count(), ++count) << what;
     }
+    auto empty = service.AcceptEvents();
+    EXPECT_TRUE(empty->Send(kNotification, Counting(4)));
+    EXPECT_TRUE(empty->SendBytes({}));
+    EXPECT_TRUE(empty->IsClosed());
+    EXPECT_EQ(received.Count(), ++count);
     auto unwelcome = service.Accept(FrameKind::kHelloEvent);
     unwelcome->SendBytes(Joined({MakeFrame({.kind = FrameKind::kWelcome}), good}));
     EXPECT_TRUE(unwelcome->IsClosed());
