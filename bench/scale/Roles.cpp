@@ -1,7 +1,9 @@
+#include <IPCMessage/Transport.h>
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
 #include <bench/roles/Roles.h>
 #include <bench/scale/Roles.h>
+#include <protocol/Operation.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,6 +11,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <list>
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -50,6 +53,22 @@ void Count(int milliseconds)
         ++count;
     }
     Answer(std::to_string(count));
+}
+
+/// A connection that has been greeted, and is open until the service refuses it.
+std::unique_ptr<ipc::Connection> OpenConnection(const ipc::Token& token)
+{
+    static const std::atomic<bool> never{false};
+    ipc::Deadline deadline(std::chrono::seconds(10));
+    auto connection =
+        ipc::Connect(ipc::FindPipePlaces(protocol::kServicePipe), deadline, never).connection;
+    const ipc::FrameBuffer buffer;
+    const ipc::FrameHeader hello{.kind = ipc::FrameKind::kHelloCall, .flags = ipc::kHasPayload};
+    if (!connection || connection->Send(ipc::WriteFrame(buffer.Room(), hello, token), deadline) !=
+                           ipc::IoStatus::kDone) {
+        return nullptr;
+    }
+    return connection;
 }
 
 }  // namespace
@@ -105,6 +124,24 @@ int RunListenerRole()
         }
     }
     PelaconSvcStop();
+    return 0;
+}
+
+int RunHolderRole()
+{
+    const ipc::Token token = ipc::DrawToken();
+    std::list<std::unique_ptr<ipc::Connection>> held;
+    Answer("ready");
+    std::string order;
+    for (std::size_t number = 0; std::cin >> order >> number;) {
+        for (std::size_t i = 0; i < number; ++i) {
+            held.push_back(OpenConnection(token));
+        }
+        const bool allOpen = std::all_of(held.begin(), held.end(), [](const auto& connection) {
+            return connection && connection->IsConnected();
+        });
+        Answer(allOpen ? "done" : "a connection was refused");
+    }
     return 0;
 }
 

@@ -13,4 +13,7 @@ int RunCallerRole();
 /// the last call, in nanoseconds of a clock that all processes share.
 int RunListenerRole();
 
+/// "hold N": opens N connections for requests, keeps them idle, and writes a line.
+int RunHolderRole();
+
 }  // namespace pelacon::bench

@@ -1,9 +1,11 @@
-// Measures what grows with what: requests over threads and clients, notifications over clients and
-// listeners, memory over clients and listeners. scripts/scale runs it and draws the results.
+// Measures what grows with what: requests over threads, clients and idle connections, notifications
+// over clients and listeners, memory over all of these. scripts/scale runs it and draws the
+// results.
 #include <IPCMessage/IPCControl.h>
 #include <PelaconSDK/PelaconSDK.h>
 #include <bench/Bare.h>
 #include <bench/Bluetooth.h>
+#include <bench/Durations.h>
 #include <bench/Peer.h>
 #include <bench/Program.h>
 #include <bench/Statistics.h>
@@ -241,6 +243,38 @@ Series MemoryOverListeners()
     return series;
 }
 
+std::vector<Series> OverIdleConnections()
+{
+    constexpr std::size_t kOfOneProcess = 450;  // one process may have 512 connections
+    Series time("idle-time", "A request beside idle connections", "idle connections", "us, p50");
+    Series memory("idle-memory", "Memory of the service", "idle connections", "KiB");
+    World world;
+    Clients holders;
+    std::size_t there = 0;
+    for (const std::size_t count : Counts{1, 10, 50, 100, 200, 450, 900}) {
+        for (; there < count; there = std::min(count, holders.size() * kOfOneProcess)) {
+            world.Grow(holders, there / kOfOneProcess + 1, "holder");
+            const std::size_t more = std::min(count, holders.size() * kOfOneProcess) - there;
+            holders.back()->Tell("hold " + std::to_string(more));
+            if (holders.back()->Hear() != "done") {
+                throw std::runtime_error("The service did not accept all connections.");
+            }
+        }
+        const auto x = static_cast<double>(count);
+        memory.Add(x, static_cast<double>(world.service.Memory()));
+        time.Add(x, MedianOf([] {
+                     return Median(Durations(5000,
+                                             [](std::uint32_t) {
+                                                 if (!BleManager::IsBtEnabled()) {
+                                                     throw std::runtime_error("A request failed.");
+                                                 }
+                                             })) /
+                            1e3;
+                 }));
+    }
+    return {time, memory};
+}
+
 int Run(const std::string& folder)
 {
     const auto take = [&](const Series& series) {
@@ -256,6 +290,9 @@ int Run(const std::string& folder)
     take(FanOutOverClients());
     take(FanOutOverListeners());
     take(MemoryOverListeners());
+    for (const Series& series : OverIdleConnections()) {
+        take(series);
+    }
     return 0;
 }
 
@@ -270,7 +307,9 @@ int Main(int argc, char** argv)
     program.footer("Exit status: 0 measured, 2 not measured.");
     CLI11_PARSE(program, argc, argv);
     if (!role.empty()) {
-        return role == "caller" ? RunCallerRole() : RunListenerRole();
+        return role == "caller"   ? RunCallerRole()
+               : role == "holder" ? RunHolderRole()
+                                  : RunListenerRole();
     }
     return Run(folder);
 }

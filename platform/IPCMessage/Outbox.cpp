@@ -1,6 +1,7 @@
 #include <IPCMessage/Outbox.h>
 
 #include <algorithm>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -103,7 +104,7 @@ void Outbox::SendQueued()
         if (lost_) {
             return;
         }
-        const std::span<const std::uint8_t> record = TakeRecord();
+        const std::vector<std::uint8_t> record = TakeRecord();
         sending_ = true;
         lock.unlock();
         const IoStatus status = connection_->Send(record);
@@ -115,22 +116,25 @@ void Outbox::SendQueued()
     }
 }
 
-/// Moves the first frame of the queue into a record, with those behind it that may be joined to it.
-std::span<const std::uint8_t> Outbox::TakeRecord()
+/// The first frame of the queue, with those behind it that may be joined to it.
+std::vector<std::uint8_t> Outbox::TakeRecord()
 {
-    const std::size_t most = records_ == Records::kJoined ? kMostJoined : 1;
-    const std::span<std::uint8_t> room = record_.Room();
-    std::size_t size = 0;
-    for (std::size_t count = 0; count < most && !queue_.empty(); ++count) {
-        const std::vector<std::uint8_t>& frame = queue_.front().frame;
-        if (frame.size() > room.size() - size) {
-            break;
+    std::vector<std::uint8_t> record = std::move(queue_.front().frame);
+    queue_.pop_front();
+    std::size_t more = records_ == Records::kJoined ? kMostJoined - 1 : 0;
+    try {
+        for (; more > 0 && !queue_.empty(); --more) {
+            const std::vector<std::uint8_t>& next = queue_.front().frame;
+            if (record.size() + next.size() > kMaxFrame) {
+                break;
+            }
+            record.insert(record.end(), next.begin(), next.end());
+            queue_.pop_front();
         }
-        std::copy(frame.begin(), frame.end(), room.data() + size);
-        size += frame.size();
-        queue_.pop_front();
+    } catch (const std::bad_alloc&) {
+        // The next frame begins a record of its own.
     }
-    return room.first(size);
+    return record;
 }
 
 }  // namespace pelacon::ipc

@@ -62,7 +62,7 @@ class Outbox {
     bool StartThread();
     void Lose();
     void SendQueued();
-    std::span<const std::uint8_t> TakeRecord();
+    std::vector<std::uint8_t> TakeRecord();
 
     const std::shared_ptr<Connection> connection_;
     ServerCounters& counters_;
@@ -70,10 +70,9 @@ class Outbox {
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<Queued> queue_;
-    bool sending_ = false;  // the thread sends record_, which is no longer in the queue
+    bool sending_ = false;  // the thread sends a record that is no longer in the queue
     bool lost_ = false;
     FrameBuffer buffer_;
-    FrameBuffer record_;  // used by the thread only
     std::thread thread_;  // started by the first frame that is queued
 };
 
