@@ -225,26 +225,27 @@ IoResult SocketConnection::ReceiveOnce(std::span<std::uint8_t> room, int flags) 
     return {IoStatus::kLost, 0};
 }
 
-/// Receives within the socket's own time-out, and spins first where that is worth it.
+/// Receives within the socket's own time-out.
 IoResult SocketConnection::ReceiveBounded(std::span<std::uint8_t> room) noexcept
 {
-    if (!spin_.IsPossible()) {
-        return ReceiveOnce(room, 0);
-    }
-    const Spin::Turn turn;
-    if (turn.IsOnlyOne() && spin_.IsDue()) {
-        const auto end = Spin::Clock::now() + Spin::kDuration;
-        IoResult result;
+    const BriefWait::Turn turn;
+    const IoResult result = ReceiveBriefly(room, turn);
+    return result.status == IoStatus::kWouldBlock ? ReceiveOnce(room, 0) : result;
+}
+
+/// Receives without sleeping; kWouldBlock if nothing came, or the time is better slept.
+IoResult SocketConnection::ReceiveBriefly(std::span<std::uint8_t> room,
+                                          const BriefWait::Turn& turn) noexcept
+{
+    IoResult result{IoStatus::kWouldBlock, 0};
+    if (briefWait_.IsDue(turn)) {
         do {
+            briefWait_.Yield();
             result = ReceiveOnce(room, MSG_DONTWAIT);
-        } while (result.status == IoStatus::kWouldBlock && turn.IsOnlyOne() &&
-                 Spin::Clock::now() < end);
-        spin_.Note(result.status != IoStatus::kWouldBlock);
-        if (result.status != IoStatus::kWouldBlock) {
-            return result;
-        }
+        } while (result.status == IoStatus::kWouldBlock && briefWait_.GoesOn(turn));
+        briefWait_.End(result.status != IoStatus::kWouldBlock);
     }
-    return ReceiveOnce(room, 0);
+    return result;
 }
 
 IoStatus SocketConnection::Await(short events, Deadline& deadline) noexcept

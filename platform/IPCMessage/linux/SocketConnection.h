@@ -1,8 +1,8 @@
 // A connection over a SOCK_SEQPACKET socket, which preserves the boundaries of frames.
 #pragma once
 
+#include "BriefWait.h"
 #include "Descriptor.h"
-#include "Spin.h"
 
 #include <IPCMessage/Transport.h>
 
@@ -48,6 +48,7 @@ class SocketConnection final : public Connection {
 
     IoResult ReceiveOnce(std::span<std::uint8_t> room, int flags) noexcept;
     IoResult ReceiveBounded(std::span<std::uint8_t> room) noexcept;
+    IoResult ReceiveBriefly(std::span<std::uint8_t> room, const BriefWait::Turn& turn) noexcept;
     IoStatus Await(short events, Deadline& deadline) noexcept;
     bool BoundReceives() noexcept;
     void UnboundReceives() noexcept;
@@ -56,7 +57,7 @@ class SocketConnection final : public Connection {
 
     Descriptor socket_;
     bool receivesBounded_ = false;
-    Spin spin_;
+    BriefWait briefWait_;
     std::unique_ptr<BatchHeaders> batchHeaders_;
     uid_t user_ = static_cast<uid_t>(-1);
     Peer peer_;

@@ -1,4 +1,4 @@
-#include "Spin.h"
+#include "BriefWait.h"
 
 #include <sched.h>
 
@@ -15,8 +15,15 @@ bool HasSeveralProcessors() noexcept
 
 }  // namespace
 
-constinit std::atomic<int> Spin::Turn::turns_{0};
+constinit std::atomic<int> BriefWait::Turn::turns_{0};
 
-Spin::Spin() noexcept : Spin(HasSeveralProcessors()) {}
+BriefWait::BriefWait() noexcept : BriefWait(HasSeveralProcessors()) {}
+
+void BriefWait::Yield() const noexcept
+{
+    if (!spins_) {
+        sched_yield();
+    }
+}
 
 }  // namespace pelacon::ipc
