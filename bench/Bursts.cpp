@@ -58,8 +58,8 @@ class Bursts : public Scenario {
         : peers_(peers),
           socket_(BareSocket::Connect(peers.barePath,
                                       {BareJob::Kind::kStream, kBurstSize, kBurstCount})),
-          client_(MakeEchoClient(peers)),
-          order_("send " + std::to_string(kBurstCount) + ' ' + std::to_string(kBurstSize) + ' ' +
+          client_(MakeEchoClient(peers.echoFolder)),
+          order_("send 0 " + std::to_string(kBurstCount) + ' ' + std::to_string(kBurstSize) + ' ' +
                  ClientId(*client_))
     {
         client_->RegisterMessageCallback(protocol::kBtStateChanged.id,

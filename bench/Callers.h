@@ -75,9 +75,9 @@ class ClientCaller {
     TagIPCMessageItem request_;
 };
 
-inline std::unique_ptr<IPCMessageClient> MakeEchoClient(const Peers& peers)
+inline std::unique_ptr<IPCMessageClient> MakeEchoClient(const std::string& folder)
 {
-    UseRuntimeFolder(peers.echoFolder);
+    UseRuntimeFolder(folder);
     return std::make_unique<IPCMessageClient>(protocol::kSdkModule, false, false, kEchoPipe);
 }
 

@@ -89,7 +89,7 @@ class FanOut : public Scenario {
     explicit FanOut(Peers& peers) : peers_(peers), readers_(peers.barePath, delivery_)
     {
         for (int number = 0; number < kFanOutClients; ++number) {
-            const auto& client = clients_.emplace_back(MakeEchoClient(peers));
+            const auto& client = clients_.emplace_back(MakeEchoClient(peers.echoFolder));
             client->RegisterMessageCallback(protocol::kBtStateChanged.id,
                                             [this](auto& item) { delivery_.Take(item.message); });
             order_ += ' ' + ClientId(*client);
@@ -129,7 +129,7 @@ class FanOut : public Scenario {
     Delivery delivery_;
     BareReaders readers_;
     std::list<std::unique_ptr<IPCMessageClient>> clients_;
-    std::string order_ = "send 1 " + std::to_string(kFanOutSize);
+    std::string order_ = "send 0 1 " + std::to_string(kFanOutSize);
     Row p50_{"p50", Unit::kNanoseconds, AtMost(1.1)};
 };
 

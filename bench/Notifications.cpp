@@ -137,7 +137,8 @@ class Delays {
 
 class NotificationLatency : public Scenario {
   public:
-    explicit NotificationLatency(Peers& peers) : peers_(peers), client_(MakeEchoClient(peers))
+    explicit NotificationLatency(Peers& peers)
+        : peers_(peers), client_(MakeEchoClient(peers.echoFolder))
     {
         client_->RegisterMessageCallback(protocol::kBtStateChanged.id, [this](auto& item) {
             const std::lock_guard lock(mutex_);

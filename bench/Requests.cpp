@@ -38,7 +38,7 @@ class RoundTrips : public Scenario {
   public:
     explicit RoundTrips(Peers& peers)
         : peers_(peers),
-          client_(MakeEchoClient(peers)),
+          client_(MakeEchoClient(peers.echoFolder)),
           bareSmall_(peers.barePath, kSmall),
           bareLarge_(peers.barePath, kLarge),
           clientSmall_(*client_, kSmall),
@@ -134,7 +134,7 @@ Yield Run(std::vector<Caller>& callers, const Peer& peer, std::chrono::milliseco
 
 class Throughput : public Scenario {
   public:
-    explicit Throughput(Peers& peers) : peers_(peers), client_(MakeEchoClient(peers))
+    explicit Throughput(Peers& peers) : peers_(peers), client_(MakeEchoClient(peers.echoFolder))
     {
         for (const int count : {1, 2, 4, 8}) {
             Group& group = groups_.emplace_back(count);

@@ -1,13 +1,15 @@
 // The library, and the bare sockets that everything is compared with.
 #include <IPCMessage/IPCMessageClient.h>
 #include <bench/Bare.h>
+#include <bench/Callers.h>
 #include <bench/Peer.h>
-#include <bench/Scenarios.h>
 #include <bench/peers/Caller.h>
 #include <protocol/BleManager.h>
 #include <protocol/Operation.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -57,24 +59,16 @@ class Bare : public Caller {
 
 class Library : public Caller {
   public:
-    explicit Library(const std::string& folder)
-        : echo_(Peer::InRole("echo", folder + "/echo")),
-          flood_(Peer::InRole("flood", folder + "/flood"))
+    explicit Library(const std::string& folder) : echo_(Peer::InRole("echo", folder))
     {
         echo_.Hear();
-        flood_.Hear();
-        UseRuntimeFolder(folder + "/echo");
-        requests_ =
-            std::make_unique<IPCMessageClient>(protocol::kSdkModule, false, false, kEchoPipe);
-        // A request, so that the client connects while the variable names the folder.
-        std::vector<std::uint8_t> first(1);
-        Call(first);
-        UseRuntimeFolder(folder + "/flood");
-        pushes_ = std::make_unique<IPCMessageClient>(protocol::kSdkModule, false, false,
-                                                     protocol::kServicePipe);
-        pushes_->RegisterMessageCallback(protocol::kBtStateChanged.id, [this](auto& item) {
+        client_ = MakeEchoClient(folder);
+        client_->RegisterMessageCallback(protocol::kBtStateChanged.id, [this](auto& item) {
             arrivals_->Take(NumberOf(item.message));
+            ++taken_;
+            taken_.notify_one();
         });
+        id_ = ClientId(*client_);
     }
 
     std::string Name() const override { return "PelaconSDK"; }
@@ -89,7 +83,7 @@ class Library : public Caller {
         request.message = message.data();
         TagIPCMessageItem reply;
         const bool isAnswered =
-            requests_->SendIPCMessage(request, reply, 10'000) && reply.length == message.size();
+            client_->SendIPCMessage(request, reply, 10'000) && reply.length == message.size();
         if (isAnswered) {
             std::memcpy(message.data(), reply.message, message.size());
         }
@@ -102,15 +96,26 @@ class Library : public Caller {
     void Receive(std::uint32_t size, std::uint32_t count, Arrivals& arrivals) override
     {
         arrivals_ = &arrivals;
-        flood_.Order(std::to_string(size) + " " + std::to_string(count));
+        taken_ = 0;
+        for (std::uint32_t sent = 0; sent < count;) {
+            const std::uint32_t next = std::min(count, sent + kAtOnce);
+            echo_.Order("send " + std::to_string(sent) + ' ' + std::to_string(next) + ' ' +
+                        std::to_string(size) + ' ' + id_);
+            sent = next;
+            for (std::uint32_t taken = taken_; taken < sent; taken = taken_) {
+                taken_.wait(taken);
+            }
+        }
     }
 
   private:
+    static constexpr std::uint32_t kAtOnce = 512;  // fewer than a service queues for a client
+
     Peer echo_;
-    Peer flood_;
+    std::unique_ptr<IPCMessageClient> client_;
+    std::string id_;
     Arrivals* arrivals_ = nullptr;  // of the run that is under way
-    std::unique_ptr<IPCMessageClient> requests_;
-    std::unique_ptr<IPCMessageClient> pushes_;
+    std::atomic<std::uint32_t> taken_{0};
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
 // A service on the channel's server: answers each request with its payload, and sends notifications
-// on command: "push CLIENT MICROSECONDS", "send COUNT SIZE CLIENT...", "stop".
+// on command: "push CLIENT MICROSECONDS", "send FIRST END SIZE CLIENT...", "stop".
 #include <IPCMessage/IPCMessageServer.h>
 #include <bench/Bare.h>
 #include <bench/Scenarios.h>
@@ -49,19 +49,20 @@ void Push(IPCMessageServer& server, std::uint64_t client, std::chrono::microseco
     }
 }
 
-/// Sends so many notifications to each of the clients, whose ids are the rest of the words.
+/// Sends notifications with the numbers from the first to before the end, to each of the clients.
 void Send(IPCMessageServer& server, std::istringstream& words)
 {
-    std::uint32_t count = 0;
+    std::uint64_t number = 0;
+    std::uint64_t end = 0;
     std::size_t size = 0;
-    words >> count >> size;
+    words >> number >> end >> size;
     std::vector<std::uint64_t> clients;
     for (std::uint64_t id = 0; words >> id;) {
         clients.push_back(id);
     }
     std::vector<std::uint8_t> payload(size);
     const std::int64_t now = Now();
-    for (std::uint32_t number = 0; number < count; ++number) {
+    for (; number < end; ++number) {
         const Stamp stamp{number, now};
         std::memcpy(payload.data(), &stamp, sizeof stamp);
         for (const std::uint64_t client : clients) {
