@@ -14,8 +14,9 @@ struct BareJob {
     enum class Kind : std::uint32_t {
         kPingPong,  ///< sends back each message of `size` bytes
         kStream,    ///< for each byte received, sends `count` messages of `size` bytes
-        kFanOut,    ///< for each byte received, sends one on each connection with this job
-        kPush,      ///< sends a message of `size` bytes that begins with Now(), each `interval` µs
+        kFanOut,    ///< sends one message; then, for each byte received on any of the connections
+                  ///< with this job, one on each of them
+        kPush,  ///< sends a message of `size` bytes that begins with Now(), each `interval` µs
     };
     Kind kind{};
     std::uint32_t size = 0;

@@ -1,4 +1,5 @@
 // Notifications of which the service has several to send at once.
+#include <bench/Awaited.h>
 #include <bench/Bare.h>
 #include <bench/Callers.h>
 #include <bench/Scenarios.h>
@@ -6,11 +7,9 @@
 #include <protocol/BleManager.h>
 
 #include <array>
-#include <atomic>
-#include <chrono>
 #include <cstring>
 #include <stdexcept>
-#include <thread>
+#include <utility>
 
 namespace pelacon::bench {
 
@@ -28,18 +27,16 @@ class Burst {
         std::memcpy(&stamp, message, sizeof stamp);
         inOrder_ = inOrder_ && stamp.number == next_;
         if (++next_ == kBurstCount) {
-            rate_ = inOrder_ ? kBurstCount / static_cast<double>(Now() - stamp.sent) * 1e9 : -1;
+            const double rate = kBurstCount / static_cast<double>(Now() - stamp.sent) * 1e9;
+            rate_.Set(std::exchange(inOrder_, true) ? rate : -1);
             next_ = 0;
-            inOrder_ = true;
-            rate_.notify_all();
         }
     }
 
     /// Messages a second from the sending of the first to the arrival of the last.
     double Rate()
     {
-        rate_.wait(0);
-        const double rate = rate_.exchange(0);
+        const double rate = rate_.Take();
         if (rate < 0) {
             throw std::runtime_error("Notifications of a burst came out of order.");
         }
@@ -49,7 +46,7 @@ class Burst {
   private:
     std::uint64_t next_ = 0;
     bool inOrder_ = true;
-    std::atomic<double> rate_{0};
+    Awaited<double> rate_;
 };
 
 class Bursts : public Scenario {
@@ -93,7 +90,10 @@ class Bursts : public Scenario {
     {
         socket_.Write(std::array<std::uint8_t, 1>{});
         std::array<std::uint8_t, kBurstSize> message{};
-        for (std::uint32_t number = 0; number < kBurstCount && socket_.Read(message); ++number) {
+        for (std::uint32_t number = 0; number < kBurstCount; ++number) {
+            if (!socket_.Read(message)) {
+                throw std::runtime_error("The bare connection was lost.");
+            }
             bare_.Take(message.data());
         }
         return bare_.Rate();

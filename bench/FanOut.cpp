@@ -1,4 +1,5 @@
 // A notification to many clients.
+#include <bench/Awaited.h>
 #include <bench/Bare.h>
 #include <bench/Callers.h>
 #include <bench/Scenarios.h>
@@ -11,43 +12,52 @@
 #include <list>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace pelacon::bench {
 
 namespace {
 
 constexpr std::uint32_t kFanOutSize = 72;
-constexpr int kFanOutClients = 64;
+constexpr std::size_t kFanOutClients = 64;
 
 /// The arrival of one message at all clients.
 class Delivery {
   public:
     void Begin()
     {
-        duration_ = 0;
-        left_ = kFanOutClients;
+        left_ = static_cast<int>(kFanOutClients);
+        isSound_ = true;
     }
 
-    void Take(const std::uint8_t* message)
+    /// Called in the thread of that client.
+    void Take(std::size_t client, const std::uint8_t* message)
     {
         Stamp stamp;
         std::memcpy(&stamp, message, sizeof stamp);
+        if (std::exchange(last_.at(client), stamp.sent) == stamp.sent) {
+            isSound_ = false;  // the same one twice
+        }
         if (left_.fetch_sub(1) == 1) {
-            duration_ = Now() - stamp.sent;
-            duration_.notify_all();
+            duration_.Set(isSound_ ? Now() - stamp.sent : -1);
         }
     }
 
     /// From the sending to the last arrival, in nanoseconds.
-    double Duration() const
+    double Duration()
     {
-        duration_.wait(0);
-        return static_cast<double>(duration_);
+        const std::int64_t duration = duration_.Take();
+        if (duration < 0) {
+            throw std::runtime_error("A client received a notification twice.");
+        }
+        return static_cast<double>(duration);
     }
 
   private:
     std::atomic<int> left_{0};
-    std::atomic<std::int64_t> duration_{0};
+    std::atomic<bool> isSound_{true};
+    std::array<std::int64_t, kFanOutClients> last_{};
+    Awaited<std::int64_t> duration_;
 };
 
 /// Bare connections, each with a thread that reads.
@@ -55,13 +65,14 @@ class BareReaders {
   public:
     BareReaders(const std::string& path, Delivery& delivery)
     {
-        for (int number = 0; number < kFanOutClients; ++number) {
+        for (std::size_t client = 0; client < kFanOutClients; ++client) {
             const BareSocket& socket = sockets_.emplace_back(
                 BareSocket::Connect(path, {BareJob::Kind::kFanOut, kFanOutSize}));
-            threads_.emplace_back([&socket, &delivery] {
-                std::array<std::uint8_t, kFanOutSize> message{};
+            std::array<std::uint8_t, kFanOutSize> message{};
+            socket.Read(message);  // it takes part from now on
+            threads_.emplace_back([&socket, &delivery, client, message]() mutable {
                 while (socket.Read(message)) {
-                    delivery.Take(message.data());
+                    delivery.Take(client, message.data());
                 }
             });
         }
@@ -88,10 +99,11 @@ class FanOut : public Scenario {
   public:
     explicit FanOut(Peers& peers) : peers_(peers), readers_(peers.barePath, delivery_)
     {
-        for (int number = 0; number < kFanOutClients; ++number) {
+        for (std::size_t number = 0; number < kFanOutClients; ++number) {
             const auto& client = clients_.emplace_back(MakeEchoClient(peers.echoFolder));
-            client->RegisterMessageCallback(protocol::kBtStateChanged.id,
-                                            [this](auto& item) { delivery_.Take(item.message); });
+            client->RegisterMessageCallback(
+                protocol::kBtStateChanged.id,
+                [this, number](auto& item) { delivery_.Take(number, item.message); });
             order_ += ' ' + ClientId(*client);
         }
     }

@@ -54,7 +54,7 @@ class Row {
     /// Whether the median of the ratios, or of the figures, meets the target.
     bool Passed() const;
 
-    /// Replaces the target by the one for all processors, if there is one.
+    /// Replaces the target by the one for all processors, which may be none.
     void UseUnpinnedTarget() { target_ = unpinnedTarget_; }
 
   private:

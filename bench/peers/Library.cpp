@@ -1,5 +1,6 @@
 // The library, and the bare sockets that everything is compared with.
 #include <IPCMessage/IPCMessageClient.h>
+#include <bench/Awaited.h>
 #include <bench/Bare.h>
 #include <bench/Callers.h>
 #include <bench/Peer.h>
@@ -64,9 +65,11 @@ class Library : public Caller {
         echo_.Hear();
         client_ = MakeEchoClient(folder);
         client_->RegisterMessageCallback(protocol::kBtStateChanged.id, [this](auto& item) {
-            arrivals_->Take(NumberOf(item.message));
-            ++taken_;
-            taken_.notify_one();
+            const std::uint32_t number = NumberOf(item.message);
+            arrivals_->Take(number);
+            if (number + 1 == end_) {
+                burst_.Set(number);
+            }
         });
         id_ = ClientId(*client_);
     }
@@ -96,15 +99,11 @@ class Library : public Caller {
     void Receive(std::uint32_t size, std::uint32_t count, Arrivals& arrivals) override
     {
         arrivals_ = &arrivals;
-        taken_ = 0;
-        for (std::uint32_t sent = 0; sent < count;) {
-            const std::uint32_t next = std::min(count, sent + kAtOnce);
-            echo_.Order("send " + std::to_string(sent) + ' ' + std::to_string(next) + ' ' +
+        for (std::uint32_t sent = 0; sent < count; sent = end_) {
+            end_ = std::min(count, sent + kAtOnce);
+            echo_.Order("send " + std::to_string(sent) + ' ' + std::to_string(end_) + ' ' +
                         std::to_string(size) + ' ' + id_);
-            sent = next;
-            for (std::uint32_t taken = taken_; taken < sent; taken = taken_) {
-                taken_.wait(taken);
-            }
+            burst_.Take();
         }
     }
 
@@ -114,8 +113,9 @@ class Library : public Caller {
     Peer echo_;
     std::unique_ptr<IPCMessageClient> client_;
     std::string id_;
-    Arrivals* arrivals_ = nullptr;  // of the run that is under way
-    std::atomic<std::uint32_t> taken_{0};
+    Arrivals* arrivals_ = nullptr;       // of the run that is under way
+    std::atomic<std::uint32_t> end_{0};  // of the burst
+    Awaited<std::uint32_t> burst_;
 };
 
 }  // namespace

@@ -38,6 +38,7 @@ class Group {
     void Serve(const BareSocket& socket, std::span<std::uint8_t> message)
     {
         Change([&] { sockets_.push_back(&socket); });
+        socket.Write(message);
         std::uint8_t start = 0;
         while (socket.Read({&start, 1})) {
             Change([&] { SendToAll(message); });

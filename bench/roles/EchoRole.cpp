@@ -1,6 +1,7 @@
 // A service on the channel's server: answers each request with its payload, and sends notifications
 // on command: "push CLIENT MICROSECONDS", "send FIRST END SIZE CLIENT...", "stop".
 #include <IPCMessage/IPCMessageServer.h>
+#include <IPCMessage/NotificationBatch.h>
 #include <bench/Bare.h>
 #include <bench/Scenarios.h>
 #include <bench/roles/Roles.h>
@@ -61,6 +62,7 @@ void Send(IPCMessageServer& server, std::istringstream& words)
         clients.push_back(id);
     }
     std::vector<std::uint8_t> payload(size);
+    const ipc::NotificationBatch batch;  // as the service has when it does one thing
     const std::int64_t now = Now();
     for (; number < end; ++number) {
         const Stamp stamp{number, now};

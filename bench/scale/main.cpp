@@ -65,8 +65,22 @@ class World {
         }
     }
 
-    /// Sends an operator's command to the service.
-    static void Command(const std::string& command)
+    /// Waits until the service serves so many connections for requests.
+    static void AwaitConnections(std::size_t count)
+    {
+        const std::string key = R"("callConnections":)";
+        const std::int64_t end = Now() + 10'000'000'000;
+        for (std::size_t there = 0; there < count;) {
+            if (Now() > end) {
+                throw std::runtime_error("The service did not accept all connections.");
+            }
+            const std::string status = Command(R"({"command": "status"})");
+            there = std::stoul(status.substr(status.find(key) + key.size()));
+        }
+    }
+
+    /// Sends an operator's command to the service; returns its answer.
+    static std::string Command(const std::string& command)
     {
         IPCControlError error{};
         const auto answer =
@@ -75,6 +89,7 @@ class World {
             throw std::runtime_error("The service did not do " + command + ": " +
                                      answer.value_or(error.message));
         }
+        return *answer;
     }
 
   private:
@@ -255,11 +270,9 @@ std::vector<Series> OverIdleConnections()
         for (; there < count; there = std::min(count, holders.size() * kOfOneProcess)) {
             world.Grow(holders, there / kOfOneProcess + 1, "holder");
             const std::size_t more = std::min(count, holders.size() * kOfOneProcess) - there;
-            holders.back()->Tell("hold " + std::to_string(more));
-            if (holders.back()->Hear() != "done") {
-                throw std::runtime_error("The service did not accept all connections.");
-            }
+            holders.back()->Order("hold " + std::to_string(more));
         }
+        World::AwaitConnections(count);
         const auto x = static_cast<double>(count);
         memory.Add(x, static_cast<double>(world.service.Memory()));
         time.Add(x, MedianOf([] {

@@ -227,7 +227,7 @@ bool EventReceiver::TakeJoined(std::span<const std::uint8_t> record)
 {
     do {
         const auto length = LengthOfFirst(record);
-        if (!length || stopped_) {
+        if (!length || stopped_ || IsInherited()) {
             return false;
         }
         std::copy_n(record.begin(), *length, joined_.Room().begin());

@@ -45,8 +45,9 @@ enum FrameFlag : std::uint16_t {
 /// no flag, as services that do not know it would refuse that.)
 inline constexpr std::int32_t kReadsJoined = 1;
 
-/// The most notifications in one record.
+/// The most notifications that are joined to one record, and the most bytes of such a record.
 inline constexpr std::size_t kMostJoined = 16;
+inline constexpr std::size_t kMostJoinedBytes = 16'384;
 
 /// The head of every frame; payload and name follow it, in this order (so that the payload lies
 /// aligned). All numbers are little-endian.

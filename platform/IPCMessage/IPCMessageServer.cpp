@@ -1,4 +1,5 @@
 #include <IPCMessage/IPCMessageServer.h>
+#include <IPCMessage/NotificationBatch.h>
 #include <IPCMessage/Outbox.h>
 #include <IPCMessage/ServerClients.h>
 #include <IPCMessage/ServerConnections.h>
@@ -19,10 +20,8 @@ constexpr std::chrono::milliseconds kGreetingTimeout{5000};
 constexpr std::array<std::uint8_t, 24> kNoFrame{0xDE, 0xAD, 0xBE, 0xEF};
 
 std::shared_ptr<Outbox> OpenOutbox(std::shared_ptr<Connection> connection, ServerCounters& counters,
-                                   const FrameHeader& greeting)
+                                   Outbox::Records records)
 {
-    const auto records =
-        greeting.reservedC == kReadsJoined ? Outbox::Records::kJoined : Outbox::Records::kSingle;
     auto outbox = std::make_shared<Outbox>(std::move(connection), counters, records);
     outbox->Put({.kind = FrameKind::kWelcome}, {}, Outbox::Urgency::kKept);
     return outbox;
@@ -190,7 +189,9 @@ void IPCMessageServer::Implementation::ServeEvents(const ConnectionPointer& conn
         return CountMalformed();
     }
     const ServerClients::Membership client(clients_, *key);
-    const auto outbox = OpenOutbox(connection, counters_, frame.header);
+    const auto records = frame.header.reservedC == kReadsJoined ? Outbox::Records::kJoined
+                                                                : Outbox::Records::kSingle;
+    const auto outbox = OpenOutbox(connection, counters_, records);
     if (client->Arrive(outbox)) {
         ++counters_.clients;
         Attempt([&] {
@@ -281,7 +282,7 @@ bool IPCMessageServer::Implementation::SendAnswer(Connection& connection, Incomi
 void IPCMessageServer::Implementation::ServeWatch(const ConnectionPointer& connection,
                                                   Incoming& frame)
 {
-    const auto outbox = OpenOutbox(connection, watchers_.Counters(), frame.header);
+    const auto outbox = OpenOutbox(connection, watchers_.Counters(), Outbox::Records::kSingle);
     watchers_.Add(outbox);
     if (Check(connection->Receive(frame.buffer.Room()), frame)) {
         CountMalformed();  // a watcher must not send anything else
@@ -346,7 +347,9 @@ bool IPCMessageServer::Notify(std::uint64_t clientId, std::int32_t messageId,
     }
     const FrameHeader header{
         .kind = FrameKind::kNotification, .flags = kHasPayload, .msgId = messageId};
-    if (!outbox->Put(header, payload, urgency)) {
+    const auto when =
+        NotificationBatch::Hold(outbox) ? Outbox::When::kWithOthers : Outbox::When::kNow;
+    if (!outbox->Put(header, payload, urgency, when)) {
         return false;
     }
     server.counters_.notifications.fetch_add(1, std::memory_order_relaxed);

@@ -111,7 +111,7 @@ class IPCServerTransport {
 
     /// Sends a notification to one client; false if the client has no event connection or the
     /// payload is larger than 65,536 bytes. Never blocks. Notifications to one client arrive in the
-    /// order of these calls.
+    /// order of these calls; within a NotificationBatch they may be sent later, and together.
     virtual bool Notify(std::uint64_t clientId, std::int32_t messageId,
                         std::span<const std::uint8_t> payload,
                         Urgency urgency = Urgency::kKept) = 0;

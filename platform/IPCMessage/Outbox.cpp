@@ -1,8 +1,7 @@
 #include <IPCMessage/Outbox.h>
 
 #include <algorithm>
-#include <new>
-#include <system_error>
+#include <exception>
 #include <utility>
 
 namespace pelacon::ipc {
@@ -11,16 +10,24 @@ Outbox::Outbox(std::shared_ptr<Connection> connection, ServerCounters& counters,
     : connection_(std::move(connection)), counters_(counters), records_(records)
 {}
 
-bool Outbox::Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency)
+bool Outbox::Put(const FrameHeader& header, std::span<const std::uint8_t> payload, Urgency urgency,
+                 When when)
 {
     const std::lock_guard lock(mutex_);
-    return SendOrQueue(buffer_.Write(header, payload), urgency);
+    return SendOrQueue(buffer_.Write(header, payload), urgency,
+                       header.kind == FrameKind::kNotification, when);
 }
 
 bool Outbox::PutBytes(std::span<const std::uint8_t> bytes)
 {
     const std::lock_guard lock(mutex_);
-    return SendOrQueue(bytes, Urgency::kKept);
+    return SendOrQueue(bytes, Urgency::kKept, false, When::kNow);
+}
+
+void Outbox::Flush() noexcept
+{
+    const std::lock_guard lock(mutex_);
+    SendQueued();
 }
 
 void Outbox::Close()
@@ -34,16 +41,16 @@ void Outbox::Close()
     }
 }
 
-bool Outbox::SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency)
+bool Outbox::SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency, bool isNotification,
+                         When when)
 {
-    if (!lost_ && queue_.empty() && !sending_) {
+    const bool isHeld = when == When::kWithOthers && records_ == Records::kJoined;
+    if (!isHeld && !lost_ && !threadSends_ && queue_.empty()) {
         const IoStatus status = connection_->TrySend(frame);
         if (status == IoStatus::kDone) {
             return true;
         }
-        if (status != IoStatus::kWouldBlock) {
-            Lose();
-        }
+        status == IoStatus::kWouldBlock ? LeaveToThread() : Lose();
     }
     if (lost_) {
         return false;
@@ -51,20 +58,9 @@ bool Outbox::SendOrQueue(std::span<const std::uint8_t> frame, Urgency urgency)
     if (queue_.size() >= IPCMessageServer::kQueueLimit && !MakeRoom(urgency)) {
         return !lost_;
     }
-    queue_.push_back({{frame.begin(), frame.end()}, urgency});
-    changed_.notify_one();
-    return StartThread();
-}
-
-/// Many clients never need the thread. If it cannot be started, the connection is closed.
-bool Outbox::StartThread()
-{
-    if (!thread_.joinable()) {
-        try {
-            thread_ = std::thread([this] { SendQueued(); });
-        } catch (const std::system_error&) {
-            Lose();
-        }
+    queue_.push_back({{frame.begin(), frame.end()}, urgency, isNotification});
+    if (!isHeld || queue_.size() >= kMostJoined) {
+        SendQueued();
     }
     return !lost_;
 }
@@ -96,45 +92,93 @@ void Outbox::Lose()
     changed_.notify_one();
 }
 
+/// Sends what the queue has, unless that is left to the thread.
 void Outbox::SendQueued()
 {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        changed_.wait(lock, [this] { return lost_ || !queue_.empty(); });
-        if (lost_) {
-            return;
+    while (!queue_.empty() && !threadSends_) {
+        const std::size_t count = CountOfRecord();
+        switch (connection_->TrySend(Join(count, buffer_))) {
+            case IoStatus::kDone:
+                Forget(count);
+                break;
+            case IoStatus::kWouldBlock:
+                LeaveToThread();
+                break;
+            default:
+                Lose();
         }
-        const std::vector<std::uint8_t> record = TakeRecord();
-        sending_ = true;
-        lock.unlock();
-        const IoStatus status = connection_->Send(record);
-        lock.lock();
-        sending_ = false;
-        if (status != IoStatus::kDone) {
+    }
+}
+
+/// How many frames at the front of the queue the next record has.
+std::size_t Outbox::CountOfRecord() const
+{
+    const Queued& first = queue_.front();
+    const bool isJoined = records_ == Records::kJoined && first.isNotification;
+    const std::size_t most = isJoined ? std::min(queue_.size(), kMostJoined) : 1;
+    std::size_t size = first.frame.size();
+    std::size_t count = 1;
+    for (; count < most; ++count) {
+        const Queued& next = queue_[count];
+        size += next.frame.size();
+        if (!next.isNotification || size > kMostJoinedBytes) {
+            break;
+        }
+    }
+    return count;
+}
+
+/// Writes the first frames of the queue to a record.
+std::span<const std::uint8_t> Outbox::Join(std::size_t count, const FrameBuffer& record) const
+{
+    auto end = record.Room().begin();
+    for (std::size_t index = 0; index < count; ++index) {
+        const std::vector<std::uint8_t>& frame = queue_[index].frame;
+        end = std::copy(frame.begin(), frame.end(), end);
+    }
+    return {record.Room().begin(), end};
+}
+
+void Outbox::Forget(std::size_t count)
+{
+    queue_.erase(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+/// Lets the thread send until the queue is empty. Many clients never need it. If it cannot be
+/// started, the connection is closed.
+void Outbox::LeaveToThread()
+{
+    threadSends_ = true;
+    changed_.notify_one();
+    if (!thread_.joinable()) {
+        try {
+            threadsRecord_.emplace();
+            thread_ = std::thread([this] { RunThread(); });
+        } catch (const std::exception&) {  // no memory, or no thread
             Lose();
         }
     }
 }
 
-/// The first frame of the queue, with those behind it that may be joined to it.
-std::vector<std::uint8_t> Outbox::TakeRecord()
+void Outbox::RunThread()
 {
-    std::vector<std::uint8_t> record = std::move(queue_.front().frame);
-    queue_.pop_front();
-    std::size_t more = records_ == Records::kJoined ? kMostJoined - 1 : 0;
-    try {
-        for (; more > 0 && !queue_.empty(); --more) {
-            const std::vector<std::uint8_t>& next = queue_.front().frame;
-            if (record.size() + next.size() > kMaxFrame) {
-                break;
-            }
-            record.insert(record.end(), next.begin(), next.end());
-            queue_.pop_front();
+    std::unique_lock lock(mutex_);
+    while (!lost_) {
+        if (queue_.empty()) {
+            threadSends_ = false;
+            changed_.wait(lock, [this] { return lost_ || threadSends_; });
+            continue;
         }
-    } catch (const std::bad_alloc&) {
-        // The next frame begins a record of its own.
+        const std::size_t count = CountOfRecord();
+        const auto record = Join(count, *threadsRecord_);
+        Forget(count);
+        lock.unlock();
+        const IoStatus status = connection_->Send(record);
+        lock.lock();
+        if (status != IoStatus::kDone) {
+            Lose();
+        }
     }
-    return record;
 }
 
 }  // namespace pelacon::ipc

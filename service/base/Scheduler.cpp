@@ -61,7 +61,8 @@ void Scheduler::Remove(std::uint64_t id) noexcept
 
 bool Scheduler::Wait(Duration limit, const std::function<bool()>& done)
 {
-    Guard lock(mutex_, std::adopt_lock);
+    ipc::NotificationBatch::Flush();
+    std::unique_lock lock(mutex_, std::adopt_lock);
     waiters_.wait_until(lock, Clock::now() + limit, [&] { return stopping_ || done(); });
     static_cast<void>(lock.release());  // the caller holds the lock, as before
     return done();
@@ -82,7 +83,7 @@ void Scheduler::Stop()
 
 void Scheduler::RunTimers()
 {
-    Guard lock = Lock();
+    std::unique_lock lock(mutex_);
     while (!stopping_) {
         if (queue_.empty()) {
             timersChanged_.wait(lock);
@@ -94,7 +95,7 @@ void Scheduler::RunTimers()
     }
 }
 
-void Scheduler::RunNext(Guard& lock)
+void Scheduler::RunNext(std::unique_lock<std::mutex>& lock)
 {
     // Kept for a task that runs again, which then takes no memory.
     auto entry = queue_.extract(queue_.begin());
@@ -107,6 +108,7 @@ void Scheduler::RunNext(Guard& lock)
         tasks_.erase(found);
     }
     try {
+        const ipc::NotificationBatch batch;
         (*body)();
     } catch (const std::exception& failure) {
         log::Error("a timer's task failed: ", failure.what());

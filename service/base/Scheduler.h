@@ -1,6 +1,7 @@
 // The service's lock, timers and random numbers.
 #pragma once
 
+#include <IPCMessage/NotificationBatch.h>
 #include <service/base/Random.h>
 
 #include <chrono>
@@ -60,7 +61,17 @@ class Scheduler {
   public:
     using Clock = std::chrono::steady_clock;
     using Duration = Clock::duration;
-    using Guard = std::unique_lock<std::mutex>;
+
+    /// Holds the lock. What is notified meanwhile is sent together, when the lock has been
+    /// released.
+    class [[nodiscard]] Guard {
+      public:
+        explicit Guard(std::mutex& mutex) : lock_(mutex) {}
+
+      private:
+        ipc::NotificationBatch batch_;
+        std::unique_lock<std::mutex> lock_;  // last, as it is released first
+    };
 
     explicit Scheduler(std::uint64_t seed);
 
@@ -115,7 +126,7 @@ class Scheduler {
     Timer Add(Duration delay, Duration period, std::function<void()> body);
     void Remove(std::uint64_t id) noexcept;
     void RunTimers();
-    void RunNext(Guard& lock);
+    void RunNext(std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_;
     std::condition_variable waiters_;

@@ -10,8 +10,6 @@ namespace {
 
 class SessionTest : public testing::Test {
   protected:
-    ~SessionTest() override { lock.unlock(); }
-
     bool Tell(std::int32_t state) { return session.Notify(protocol::kBtStateChanged, {state}); }
 
     Scheduler scheduler{1};

@@ -1,5 +1,6 @@
 #include "BriefWait.h"
 
+#include <pthread.h>
 #include <sched.h>
 
 namespace pelacon::ipc {
@@ -16,6 +17,19 @@ bool HasSeveralProcessors() noexcept
 }  // namespace
 
 constinit std::atomic<int> BriefWait::Turn::turns_{0};
+
+void BriefWait::Turn::ForgetAll() noexcept
+{
+    turns_ = 0;
+}
+
+namespace {
+
+/// In a child that fork makes, the threads that had turns do not exist.
+[[maybe_unused]] const int registered =
+    pthread_atfork(nullptr, nullptr, &BriefWait::Turn::ForgetAll);
+
+}  // namespace
 
 BriefWait::BriefWait() noexcept : BriefWait(HasSeveralProcessors()) {}
 

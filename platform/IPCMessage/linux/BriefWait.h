@@ -10,9 +10,10 @@ namespace pelacon::ipc {
 
 /// Decides which receives of a connection wait briefly before they sleep.
 ///
-/// Several processors: while a thread sleeps, its processor may become idle, and to wake both takes
-/// longer than most requests. So a thread that waits alone tries again and again (spins). Threads
-/// that wait together leave the processors to those that answer them.
+/// Several processors: while a thread sleeps, its processor may become idle, and to wake the
+/// processor and the thread takes longer than most requests. So a thread that waits alone tries
+/// again and again (spins). Threads that wait together leave the processors to those that answer
+/// them.
 ///
 /// One processor: a thread that waits together with others yields once. The service then answers
 /// some of them, which need not be woken.
@@ -22,7 +23,7 @@ class BriefWait {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// A receive of any connection of this process.
+    /// A receive in which a thread of this process waits for an answer.
     class Turn {
       public:
         Turn() noexcept { turns_.fetch_add(1, std::memory_order_relaxed); }
@@ -30,46 +31,51 @@ class BriefWait {
         Turn(const Turn&) = delete;
         Turn& operator=(const Turn&) = delete;
 
-        /// Whether no other thread receives.
+        /// Whether no other thread waits for an answer.
         bool IsAlone() const noexcept { return turns_.load(std::memory_order_relaxed) == 1; }
+
+        static void ForgetAll() noexcept;
 
       private:
         static std::atomic<int> turns_;
     };
 
-    /// Depends on the processors that the calling thread may use.
+    /// Depends on the processors that the thread which makes the connection may use.
     BriefWait() noexcept;
     explicit BriefWait(bool severalProcessors) noexcept : spins_(severalProcessors) {}
 
-    /// Whether to wait briefly in this turn, beginning with Yield and an attempt to receive.
+    /// Whether to wait briefly in this turn.
     bool IsDue(const Turn& turn) noexcept
     {
-        if (turn.IsAlone() != spins_) {
+        if (!Suits(turn)) {
             return false;
         }
         if (pause_ != 0) {
             --pause_;
             return false;
         }
-        start_ = Clock::now();
         return true;
     }
 
-    /// To be called before each attempt.
+    /// To be called before each attempt to receive.
     void Yield() const noexcept;
 
-    /// Whether to try once more, after an attempt in which nothing was received.
-    bool GoesOn(const Turn& turn) const noexcept
+    /// Whether to try once more, after so long without success.
+    bool GoesOn(const Turn& turn, Clock::duration elapsed) const noexcept
     {
-        return spins_ && turn.IsAlone() && Clock::now() < start_ + kSpin;
+        return spins_ && Suits(turn) && elapsed < kSpin;
     }
 
-    /// To be called after the last attempt, with whether something was received.
-    void End(bool received) noexcept
+    /// To be called after the last attempt. A wait that another thread has ended says nothing.
+    void End(const Turn& turn, bool received, Clock::duration elapsed) noexcept
     {
-        const bool wasWorthIt = received && Clock::now() < start_ + kWorthwhile;
-        inVain_ = wasWorthIt ? 0 : std::min(inVain_ + 1, kMostInVain);
-        pause_ = wasWorthIt ? 0 : 1U << inVain_;
+        if (received && elapsed < kWorthwhile) {
+            inVain_ = 0;
+            pause_ = 0;
+        } else if (received || Suits(turn)) {
+            inVain_ = std::min(inVain_ + 1, kMostInVain);
+            pause_ = 1U << inVain_;
+        }
     }
 
   private:
@@ -81,8 +87,9 @@ class BriefWait {
 
     static constexpr std::uint32_t kMostInVain = 10;  // then 1,024 receives sleep at once
 
-    const bool spins_;  ///< otherwise it yields
-    Clock::time_point start_;
+    bool Suits(const Turn& turn) const noexcept { return turn.IsAlone() == spins_; }
+
+    const bool spins_;          ///< otherwise it yields
     std::uint32_t inVain_ = 0;  ///< brief waits in succession
     std::uint32_t pause_ = 0;   ///< receives until the next one
 };

@@ -239,11 +239,13 @@ IoResult SocketConnection::ReceiveBriefly(std::span<std::uint8_t> room,
 {
     IoResult result{IoStatus::kWouldBlock, 0};
     if (briefWait_.IsDue(turn)) {
+        const auto start = BriefWait::Clock::now();
+        const auto elapsed = [start] { return BriefWait::Clock::now() - start; };
         do {
             briefWait_.Yield();
             result = ReceiveOnce(room, MSG_DONTWAIT);
-        } while (result.status == IoStatus::kWouldBlock && briefWait_.GoesOn(turn));
-        briefWait_.End(result.status != IoStatus::kWouldBlock);
+        } while (result.status == IoStatus::kWouldBlock && briefWait_.GoesOn(turn, elapsed()));
+        briefWait_.End(turn, result.status != IoStatus::kWouldBlock, elapsed());
     }
     return result;
 }

@@ -1,9 +1,11 @@
 // Records that hold several notifications.
+#include <IPCMessage/NotificationBatch.h>
 #include <tests/platform/IPCMessage/Fixture.h>
 #include <tests/platform/IPCMessage/RawPeers.h>
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 
 namespace pelacon::test {
 
@@ -11,6 +13,7 @@ namespace {
 
 using ipc::FrameHeader;
 using ipc::FrameKind;
+using ipc::NotificationBatch;
 
 constexpr FrameHeader kNotification{
     .kind = FrameKind::kNotification, .flags = ipc::kHasPayload, .msgId = 7};
@@ -55,6 +58,11 @@ class JoinedRecordsTest : public ChannelTest {
         ASSERT_TRUE(server->Notify(clientId, 7, payload));
     }
 
+    // More than the system holds for a client that does not read, and less than the service queues.
+    static constexpr std::uint32_t kCount = 1000;
+    static constexpr std::size_t kSize = 400;
+
+    std::uint32_t next = 0;
     bool isPadded = true;  // used by the receiver's thread, until `received` is read
     Mailbox<Message> received;
 };
@@ -122,9 +130,8 @@ std::vector<std::uint32_t> UpTo(std::uint32_t count)
 TEST_F(JoinedRecordsTest, AreSentToAClientThatReadsThemAndIsSlow)
 {
     const auto idler = StartIdler(ipc::kReadsJoined);
-    constexpr std::uint32_t kCount = 1000;
     for (std::uint32_t number = 0; number < kCount; ++number) {
-        Notify(number, number % 7 + 4);
+        Notify(number, number % 7 + kSize);
     }
     const auto records = ReadUntil(*idler, kCount - 1);
     EXPECT_EQ(Flat(records), UpTo(kCount));
@@ -134,25 +141,65 @@ TEST_F(JoinedRecordsTest, AreSentToAClientThatReadsThemAndIsSlow)
 TEST_F(JoinedRecordsTest, AreNotSentToAClientThatDoesNotReadThem)
 {
     const auto idler = StartIdler(0);
-    constexpr std::uint32_t kCount = 500;
     for (std::uint32_t number = 0; number < kCount; ++number) {
-        Notify(number, 4);
+        Notify(number, kSize);
     }
     const auto records = ReadUntil(*idler, kCount - 1);
     EXPECT_EQ(Flat(records), UpTo(kCount));
     EXPECT_EQ(Longest(records), 1U);
 }
 
-TEST_F(JoinedRecordsTest, AreNoLargerThanTheLargestFrame)
+TEST_F(JoinedRecordsTest, AreNotLong)
 {
     const auto idler = StartIdler(ipc::kReadsJoined);
-    constexpr std::uint32_t kCount = 100;
-    for (std::uint32_t number = 0; number < kCount; ++number) {
-        Notify(number, 30'000);
+    {
+        const NotificationBatch batch;
+        for (const std::size_t size : {8'000U, 8'000U, 8'000U, 60'000U, 4U}) {
+            Notify(next++, size);
+        }
     }
-    const auto records = ReadUntil(*idler, kCount - 1);  // a larger one would not be received
-    EXPECT_EQ(Flat(records), UpTo(kCount));
-    EXPECT_EQ(Longest(records), 2U);
+    EXPECT_EQ(ReadUntil(*idler, 4),
+              (std::vector<std::vector<std::uint32_t>>{{0, 1}, {2}, {3}, {4}}));
+}
+
+TEST_F(JoinedRecordsTest, AreSentAtTheEndOfABatch)
+{
+    const auto idler = StartIdler(ipc::kReadsJoined);
+    {
+        const NotificationBatch batch;
+        Notify(0, 4);
+        {
+            const NotificationBatch inner;
+            Notify(1, 4);
+        }
+        NotificationBatch::Flush();
+        Notify(2, 4);
+        Notify(3, 4);
+        std::thread([&] { Notify(4, 4); }).join();  // this thread has no batch
+        Notify(5, 4);
+    }
+    Notify(6, 4);
+    EXPECT_EQ(ReadUntil(*idler, 6),
+              (std::vector<std::vector<std::uint32_t>>{{0, 1}, {2, 3, 4}, {5}, {6}}));
+}
+
+TEST_F(JoinedRecordsTest, OfABatchReachTheClientsTheyAreFor)
+{
+    const auto idler = StartIdler(ipc::kReadsJoined);
+    RawClient other;
+    ASSERT_TRUE(other.Send({.kind = FrameKind::kHelloEvent, .reservedC = ipc::kReadsJoined},
+                           ByteVector(sizeof(ipc::Token), 2)));
+    const std::uint64_t otherId = handler.arrived.WaitFor(2).back().id;
+    EXPECT_EQ(other.Receive()->kind, FrameKind::kWelcome);
+    {
+        const NotificationBatch batch;
+        for (std::uint32_t number = 0; number < 6; ++number) {
+            ASSERT_TRUE(server->Notify(number % 2 == 0 ? clientId : otherId, 7,
+                                       ByteVector(Bytes().U32(number))));
+        }
+    }
+    EXPECT_EQ(ReadUntil(*idler, 4), (std::vector<std::vector<std::uint32_t>>{{0, 2, 4}}));
+    EXPECT_EQ(ReadUntil(other, 5), (std::vector<std::vector<std::uint32_t>>{{1, 3, 5}}));
 }
 
 TEST_F(JoinedRecordsTest, AreReadByAClientThatAnnouncesIt)

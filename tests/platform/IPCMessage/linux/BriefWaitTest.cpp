@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <optional>
+#include <chrono>
 #include <thread>
 
 namespace pelacon::test {
@@ -14,11 +16,14 @@ namespace {
 using namespace std::chrono_literals;
 using ipc::BriefWait;
 
+constexpr auto kSoon = 10us;
+constexpr auto kTooLate = 2ms;
+
 /// How many receives sleep at once before the next one waits briefly.
 int PauseOf(BriefWait& wait, const BriefWait::Turn& turn)
 {
     int pause = 0;
-    while (!wait.IsDue(turn)) {
+    while (!wait.IsDue(turn) && pause < 10'000) {
         ++pause;
     }
     return pause;
@@ -30,7 +35,7 @@ TEST(BriefWaitTest, IsDueForEachReceiveWhileItSucceeds)
     BriefWait wait(true);
     for (int number = 0; number < 3; ++number) {
         EXPECT_EQ(PauseOf(wait, turn), 0);
-        wait.End(true);
+        wait.End(turn, true, kSoon);
     }
 }
 
@@ -40,12 +45,12 @@ TEST(BriefWaitTest, BecomesRareWhereItIsInVain)
     BriefWait wait(true);
     EXPECT_EQ(PauseOf(wait, turn), 0);
     for (const int pause : {2, 4, 8, 16, 32, 64, 128, 256, 512, 1024, 1024}) {
-        wait.End(false);
+        wait.End(turn, false, kSoon);
         EXPECT_EQ(PauseOf(wait, turn), pause);
     }
-    wait.End(true);
+    wait.End(turn, true, kSoon);
     EXPECT_EQ(PauseOf(wait, turn), 0);
-    wait.End(false);
+    wait.End(turn, false, kSoon);
     EXPECT_EQ(PauseOf(wait, turn), 2);
 }
 
@@ -53,9 +58,7 @@ TEST(BriefWaitTest, BecomesRareWhereOthersUseTheProcessor)
 {
     const BriefWait::Turn turn;
     BriefWait wait(true);
-    EXPECT_EQ(PauseOf(wait, turn), 0);
-    std::this_thread::sleep_for(2ms);
-    wait.End(true);
+    wait.End(turn, true, kTooLate);
     EXPECT_EQ(PauseOf(wait, turn), 2);
 }
 
@@ -63,16 +66,19 @@ TEST(BriefWaitTest, IsForAThreadAloneOnSeveralProcessors)
 {
     BriefWait wait(true);
     const BriefWait::Turn turn;
-    std::optional<BriefWait::Turn> other(std::in_place);
-    EXPECT_FALSE(wait.IsDue(turn));
-    other.reset();
+    {
+        const BriefWait::Turn other;
+        EXPECT_FALSE(wait.IsDue(turn));
+    }
     EXPECT_TRUE(wait.IsDue(turn));
-    EXPECT_TRUE(wait.GoesOn(turn));
-    other.emplace();
-    EXPECT_FALSE(wait.GoesOn(turn));
-    other.reset();
-    std::this_thread::sleep_for(1ms);
-    EXPECT_FALSE(wait.GoesOn(turn));
+    EXPECT_TRUE(wait.GoesOn(turn, kSoon));
+    EXPECT_FALSE(wait.GoesOn(turn, kTooLate));
+    {
+        const BriefWait::Turn other;
+        EXPECT_FALSE(wait.GoesOn(turn, kSoon));
+        wait.End(turn, false, kSoon);
+    }
+    EXPECT_TRUE(wait.IsDue(turn));  // it was not in vain
 }
 
 TEST(BriefWaitTest, IsForSeveralThreadsOnOneProcessor)
@@ -82,7 +88,20 @@ TEST(BriefWaitTest, IsForSeveralThreadsOnOneProcessor)
     EXPECT_FALSE(wait.IsDue(turn));
     const BriefWait::Turn other;
     EXPECT_TRUE(wait.IsDue(turn));
-    EXPECT_FALSE(wait.GoesOn(turn));  // it yields once
+    EXPECT_FALSE(wait.GoesOn(turn, kSoon));  // it yields once
+}
+
+TEST(BriefWaitTest, DoesNotCountThreadsThatForkLeftBehind)
+{
+    const BriefWait::Turn turn;
+    const pid_t child = fork();
+    if (child == 0) {
+        const BriefWait::Turn own;
+        _exit(own.IsAlone() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(BriefWaitTest, SeesWhichProcessorsItsThreadMayUse)
