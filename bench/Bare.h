@@ -15,8 +15,8 @@ struct BareJob {
         kPingPong,  ///< sends back each message of `size` bytes
         kStream,    ///< for each byte received, sends `count` messages of `size` bytes
         kFanOut,    ///< sends one message; then, for each byte received on any of the connections
-                  ///< with this job, one on each of them
-        kPush,  ///< sends a message of `size` bytes that begins with Now(), each `interval` µs
+                    ///< with this job, one on each of them
+        kPush,      ///< sends a message of `size` bytes that begins with Now(), each `interval` µs
     };
     Kind kind{};
     std::uint32_t size = 0;
