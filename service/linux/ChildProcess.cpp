@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace pelacon::service::linux_radios {
@@ -19,19 +20,36 @@ namespace pelacon::service::linux_radios {
 namespace {
 
 /// In the new process, where only functions that are safe in signal handlers may be called.
-[[noreturn]] void Become(const char* program, char* const* arguments, pid_t parent)
+[[noreturn]] void Become(const char* program, char* const* arguments, const ProcessRights& rights,
+                         pid_t parent)
 {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    // Another account would clear the signal. A program that ended by itself might remove what its
+    // successor has made in the meantime.
+    const bool isRestricted = Restrict(rights);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int nothing = open("/dev/null", O_RDWR);
-    const bool isReady = nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0 &&
+    const bool isReady = isRestricted && nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0 &&
                          dup2(nothing, STDOUT_FILENO) >= 0 && dup2(nothing, STDERR_FILENO) >= 0;
     if (isReady && getppid() == parent) {  // it has not died before the call of prctl
         execv(program, arguments);
     }
     _exit(ChildProcess::kNotStarted);
+}
+
+/// Waits for the end of a process that was killed: it may be in a driver, for long.
+void ReapLater(pid_t id)
+{
+    try {
+        std::thread([id] {
+            while (waitpid(id, nullptr, 0) < 0 && errno == EINTR) {
+            }
+        }).detach();
+    } catch (const std::system_error&) {
+        // It stays in the list of processes until this one ends.
+    }
 }
 
 }  // namespace
@@ -54,8 +72,16 @@ std::string PathOfProgram(const std::string& name)
     return "";
 }
 
+ChildProcess::Process::~Process()
+{
+    if (id > 0) {
+        kill(id, SIGKILL);
+        ReapLater(id);
+    }
+}
+
 ChildProcess::ChildProcess(Loop& loop, const std::vector<std::string>& arguments,
-                           std::function<void(int code)> ended)
+                           const ProcessRights& rights, std::function<void(int code)> ended)
     : loop_(loop), ended_(std::move(ended))
 {
     const std::string program = PathOfProgram(arguments[0]);
@@ -66,31 +92,28 @@ ChildProcess::ChildProcess(Loop& loop, const std::vector<std::string>& arguments
     }
     pointers.push_back(nullptr);
     const pid_t parent = getpid();
-    id_ = fork();
-    if (id_ == 0) {
-        Become(program.c_str(), pointers.data(), parent);
+    process_.id = fork();
+    if (process_.id == 0) {
+        Become(program.c_str(), pointers.data(), rights, parent);
     }
-    if (id_ < 0) {
+    if (process_.id > 0) {
+        handle_ = FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, process_.id, 0)));
+    }
+    if (!handle_) {
         throw std::system_error(errno, std::generic_category(), "cannot start " + arguments[0]);
     }
-    handle_ = FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, id_, 0)));
     loop_.Add(*this);
 }
 
 ChildProcess::~ChildProcess()
 {
-    if (id_ > 0) {
-        loop_.Remove(*this);
-        kill(id_, SIGKILL);
-        while (waitpid(id_, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }
+    loop_.Remove(*this);
 }
 
 void ChildProcess::Terminate() const
 {
-    if (id_ > 0) {
-        kill(id_, SIGTERM);
+    if (process_.id > 0) {
+        kill(process_.id, SIGTERM);
     }
 }
 
@@ -102,11 +125,11 @@ Loop::Interest ChildProcess::Wants()
 void ChildProcess::Ready(short)
 {
     int status = 0;
-    if (waitpid(id_, &status, WNOHANG) != id_) {
+    if (waitpid(process_.id, &status, WNOHANG) != process_.id) {
         return;
     }
     loop_.Remove(*this);
-    id_ = -1;
+    process_.id = -1;
     const auto ended = std::exchange(ended_, nullptr);
     ended(WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status));
 }

@@ -24,6 +24,7 @@ struct Engine {
         if (choice.wifi.isReal) {
             linux_radios::wifi::KernelAccess kernel;
             kernel.accessPoints.folder = stateFile.empty() ? "" : stateFile + ".access-points";
+            kernel.accessPoints.account = linux_radios::FindServiceAccount();
             wifi.emplace(loop, scheduler, choice.wifi.adapter, kernel);
         }
     }

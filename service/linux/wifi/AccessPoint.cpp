@@ -23,6 +23,9 @@ constexpr int kMostInterfaces = 10;
 
 GroupOutcome OutcomeOf(int error)
 {
+    if (error == ERFKILL) {
+        return GroupOutcome::kWifiOff;
+    }
     return error == EPERM || error == EACCES ? GroupOutcome::kNotPermitted : GroupOutcome::kFailed;
 }
 
@@ -95,7 +98,7 @@ void AccessPoint::MakeInterface()
             break;
         }
     }
-    files_.emplace(access_.folder, interfaceName_);
+    files_.emplace(access_.folder, interfaceName_, access_.account);
     files_->WriteConfiguration(plan_.ssid, plan_.passPhrase, FrequencyOf(plan_.channel));
     interface_.emplace(
         loop_, netlink_,
@@ -114,15 +117,8 @@ void AccessPoint::MakeInterface()
 void AccessPoint::StartPrograms()
 {
     try {
-        Start(supplicant_, {access_.supplicant, "-i", interfaceName_, "-D", "nl80211", "-c",
-                            files_->Configuration()});
-        Start(dnsmasq_, {access_.dnsmasq, "--keep-in-foreground", "--conf-file=/dev/null",
-                         "--log-facility=/dev/null", "--pid-file=", "--user=", "--group=",
-                         "--port=0", "--bind-dynamic", "--interface=" + interfaceName_,
-                         "--dhcp-range=" + RangeOf(plan_.ipAddress), "--dhcp-authoritative",
-                         "--no-ping",  // nobody else gives addresses here, so nobody has them
-                         "--dhcp-option=option:router", "--dhcp-option=option:dns-server",
-                         "--dhcp-leasefile=" + files_->Leases()});
+        StartSupplicant();
+        StartDnsmasq();
         step_ = loop_.After(kConnectAgain, [this] { ConnectToSupplicant(); });
     } catch (const std::system_error& error) {
         log::Warning("access point: ", error.what());
@@ -130,12 +126,37 @@ void AccessPoint::StartPrograms()
     }
 }
 
-void AccessPoint::Start(std::optional<ChildProcess>& child,
-                        const std::vector<std::string>& arguments)
+void AccessPoint::StartSupplicant()
 {
-    child.emplace(loop_, arguments, [this, &child, name = arguments.front()](int code) {
-        ProgramEnded(child, name, code);
-    });
+    // To change the interface, and for the frames of the keys' exchange.
+    Start(
+        supplicant_,
+        {access_.supplicant, "-i", interfaceName_, "-D", "nl80211", "-c", files_->Configuration()},
+        {Capability::kNetAdmin, Capability::kNetRaw});
+}
+
+void AccessPoint::StartDnsmasq()
+{
+    // To answer stations that have no address yet (their entries in the kernel's table), and for
+    // the port of DHCP.
+    Start(dnsmasq_,
+          {access_.dnsmasq, "--keep-in-foreground", "--conf-file=/dev/null",
+           "--log-facility=/dev/null", "--pid-file=", "--user=", "--group=", "--port=0",
+           "--bind-dynamic", "--interface=" + interfaceName_,
+           "--dhcp-range=" + RangeOf(plan_.ipAddress), "--dhcp-authoritative",
+           "--no-ping",  // nobody else gives addresses here, so nobody has them
+           "--dhcp-option=option:router", "--dhcp-option=option:dns-server",
+           "--dhcp-leasefile=" + files_->LeaseFile()},
+          {Capability::kNetAdmin, Capability::kNetBindService});
+}
+
+void AccessPoint::Start(std::optional<ChildProcess>& child,
+                        const std::vector<std::string>& arguments,
+                        std::vector<Capability> capabilities)
+{
+    child.emplace(
+        loop_, arguments, ProcessRights{std::move(capabilities), access_.account},
+        [this, &child, name = arguments.front()](int code) { ProgramEnded(child, name, code); });
 }
 
 /// Until its socket is there.
@@ -147,8 +168,14 @@ void AccessPoint::ConnectToSupplicant()
         control_.emplace(
             loop_, wifi::ConnectToSupplicant(files_->ControlSocket()),
             [this](const SupplicantEvent& event) { SupplicantHeard(event); }, access_.limits.make);
-    } catch (const std::system_error&) {
-        step_ = loop_.After(kConnectAgain, [this] { ConnectToSupplicant(); });
+    } catch (const std::system_error& error) {
+        const int code = error.code().value();
+        if (code == ENOENT || code == ECONNREFUSED) {  // not there yet, or not listening yet
+            step_ = loop_.After(kConnectAgain, [this] { ConnectToSupplicant(); });
+        } else {
+            log::Warning("access point: ", error.what());
+            EndSoon(OutcomeOf(code));
+        }
         return;
     }
     // It may have come up before its events were asked for.
@@ -248,6 +275,8 @@ void AccessPoint::Finish()
     files_.reset();
     arriving_.clear();
     stations_.clear();
+    staleLeases_.clear();
+    asked_ = 0;
     state_ = State::kAbsent;
     Report(wasUp_ ? Kind::kEnded : Kind::kMade, why_);
     plan_ = {};
@@ -304,23 +333,33 @@ void AccessPoint::Joined(std::uint64_t station)
 void AccessPoint::Left(std::uint64_t station)
 {
     arriving_.erase(station);
+    const Leases leases = files_->GivenAddresses();
+    if (const auto lease = leases.find(station); lease != leases.end()) {
+        staleLeases_.insert_or_assign(station, lease->second);
+    }
     if (stations_.erase(station) != 0) {
         Report(Kind::kStationLeft, GroupOutcome::kDone, {station, {}});
     }
 }
 
-/// Reports stations that have got their addresses, and those that have waited too long.
+/// Reports stations that have got their addresses, and those that have waited too long. One that
+/// was here before may ask for another address; if it does not ask, it still has the one that it
+/// had.
 void AccessPoint::LookForAddresses()
 {
-    const auto given = files_->GivenAddresses();
+    const Leases given = files_->GivenAddresses();
     const auto now = Loop::Clock::now();
     for (auto one = arriving_.begin(); one != arriving_.end();) {
-        const auto address = given.find(one->first);
-        const bool hasAddress = address != given.end();
+        const std::uint64_t station = one->first;
+        const auto lease = given.find(station);
+        const auto stale = staleLeases_.find(station);
+        const bool isStale =
+            stale != staleLeases_.end() && lease != given.end() && stale->second == lease->second;
+        const bool hasAddress = lease != given.end() && !isStale;
         if (hasAddress || one->second <= now) {
-            stations_.insert(one->first);
+            stations_.insert(station);
             Report(Kind::kStationJoined, GroupOutcome::kDone,
-                   {one->first, hasAddress ? address->second : ""});
+                   {station, lease != given.end() ? lease->second.ipAddress : ""});
             one = arriving_.erase(one);
         } else {
             ++one;
@@ -332,6 +371,14 @@ void AccessPoint::LookForAddresses()
 }
 
 // ---- Moving it.
+
+std::int32_t AccessPoint::Channel() const
+{
+    if (next_) {
+        return next_->channel;
+    }
+    return state_ == State::kMaking || state_ == State::kUp ? plan_.channel : 0;
+}
 
 void AccessPoint::Move(std::uint64_t plan, std::int32_t channel, Moved done)
 {
@@ -350,15 +397,27 @@ void AccessPoint::Move(std::uint64_t plan, std::int32_t channel, Moved done)
     TryMove();
 }
 
+/// One request at a time: one that waits for the answer to another would be sent even if its move
+/// has failed meanwhile.
 void AccessPoint::TryMove()
 {
     constexpr const char* kCommand = "CHAN_SWITCH 5 ";  // after as many beacons
-    control_->Send(
-        kCommand + std::to_string(FrequencyOf(goal_)), [this](const std::string& answer) {
-            if (goal_ != 0 && answer != "OK") {
-                moveAgain_ = loop_.After(access_.limits.moveAgain, [this] { TryMove(); });
-            }
-        });
+    if (asked_ != 0) {
+        return;
+    }
+    asked_ = goal_;
+    control_->Send(kCommand + std::to_string(FrequencyOf(goal_)),
+                   [this](const std::string& answer) { MoveAnswered(answer == "OK"); });
+}
+
+void AccessPoint::MoveAnswered(bool isAccepted)
+{
+    const bool isForGoal = std::exchange(asked_, 0) == goal_;
+    if (goal_ != 0 && !isForGoal) {
+        TryMove();
+    } else if (goal_ != 0 && !isAccepted) {
+        moveAgain_ = loop_.After(access_.limits.moveAgain, [this] { TryMove(); });
+    }
 }
 
 void AccessPoint::EndMove(GroupOutcome outcome)

@@ -16,6 +16,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace pelacon::service::linux_radios::wifi {
 
@@ -35,6 +36,7 @@ struct AccessPointAccess {
     std::string dnsmasq = "dnsmasq";
     /// The kernel's number of a network interface; 0 if there is none of this name.
     std::function<std::uint32_t(const std::string& name)> indexOf = &IndexOfInterface;
+    std::optional<Account> account;  ///< of the programs; this process's own if there is none
     AccessPointLimits limits;
 };
 
@@ -97,6 +99,9 @@ class AccessPoint {
     /// The number of its interface; 0 if it has none.
     std::uint32_t InterfaceIndex() const { return interface_ ? interface_->Index() : 0; }
 
+    /// The channel that it is on, or will be on; 0 if there is none.
+    std::int32_t Channel() const;
+
     /// Begins to move it. `done` is called once, later: kNoGroup if it is not there (any more).
     void Move(std::uint64_t plan, std::int32_t channel, Moved done);
 
@@ -107,7 +112,10 @@ class AccessPoint {
     void BeginNext();
     void MakeInterface();
     void StartPrograms();
-    void Start(std::optional<ChildProcess>& child, const std::vector<std::string>& arguments);
+    void StartSupplicant();
+    void StartDnsmasq();
+    void Start(std::optional<ChildProcess>& child, const std::vector<std::string>& arguments,
+               std::vector<Capability> capabilities);
     void ConnectToSupplicant();
     void IsUp();
 
@@ -122,6 +130,7 @@ class AccessPoint {
     void LookForAddresses();
 
     void TryMove();
+    void MoveAnswered(bool isAccepted);
     void EndMove(radio::GroupOutcome outcome);
 
     void Report(AccessPointEvent::Kind kind, radio::GroupOutcome outcome,
@@ -150,9 +159,11 @@ class AccessPoint {
 
     std::map<std::uint64_t, Loop::Clock::time_point> arriving_;  // stations without an address
     std::set<std::uint64_t> stations_;                           // that were reported
+    Leases staleLeases_;                                         // of stations that have left
     Loop::Timer addresses_;
 
-    std::int32_t goal_ = 0;  // the channel that it moves to; 0 if it does not
+    std::int32_t goal_ = 0;   // the channel that it moves to; 0 if it does not
+    std::int32_t asked_ = 0;  // the channel of a move that was not answered yet; 0 if there is none
     Moved moved_;
     Loop::Timer moveAgain_;
     Loop::Timer moveLimit_;

@@ -1,7 +1,6 @@
 #include <protocol/Hex.h>
 #include <service/linux/FileDescriptor.h>
 #include <service/linux/wifi/AccessPointFiles.h>
-#include <service/linux/wifi/Leases.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,10 +21,15 @@ namespace {
     throw std::system_error(errno, std::generic_category(), file);
 }
 
-/// For this user only.
+/// For its user only.
 bool MakeFolder(const std::filesystem::path& folder)
 {
     return mkdir(folder.c_str(), S_IRWXU) == 0;
+}
+
+bool GiveTo(const std::optional<Account>& account, const std::filesystem::path& file)
+{
+    return !account || lchown(file.c_str(), account->user, account->group) == 0;
 }
 
 }  // namespace
@@ -59,11 +63,21 @@ std::string ConfigurationOf(const std::string& ssid, const std::string& passPhra
            "}\n";
 }
 
-AccessPointFiles::AccessPointFiles(const std::filesystem::path& parent, std::string interface)
-    : interface_(std::move(interface)), folder_(parent / interface_)
+AccessPointFiles::AccessPointFiles(const std::filesystem::path& parent, std::string interface,
+                                   const std::optional<Account>& account)
+    : interface_(std::move(interface)), folder_(parent / interface_), account_(account)
 {
+    constexpr mode_t kToPassThrough = S_IRWXU | S_IXGRP | S_IXOTH;
     const bool hasParent = MakeFolder(parent) || errno == EEXIST;
-    if (!hasParent || !MakeFolder(folder_)) {
+    const bool isReachable = hasParent && (!account_ || chmod(parent.c_str(), kToPassThrough) == 0);
+    if (!isReachable || !MakeFolder(folder_)) {
+        Throw(folder_.string());
+    }
+    if (!GiveTo(account_, folder_)) {
+        const int error = errno;
+        std::error_code ignored;
+        std::filesystem::remove(folder_, ignored);
+        errno = error;
         Throw(folder_.string());
     }
 }
@@ -84,22 +98,15 @@ void AccessPointFiles::WriteConfiguration(const std::string& ssid, const std::st
     if (!file || write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
         Throw(Configuration());
     }
-}
-
-std::map<std::uint64_t, std::string> AccessPointFiles::GivenAddresses() const
-{
-    std::ifstream file(Leases());
-    return ReadLeases(std::string(std::istreambuf_iterator<char>(file), {}));
-}
-
-std::vector<std::string> AccessPointFiles::FoldersIn(const std::filesystem::path& parent)
-{
-    std::vector<std::string> names;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(parent, ignored)) {
-        names.push_back(entry.path().filename().string());
+    if (!GiveTo(account_, Configuration())) {
+        Throw(Configuration());
     }
-    return names;
+}
+
+Leases AccessPointFiles::GivenAddresses() const
+{
+    std::ifstream file(LeaseFile());
+    return ReadLeases(std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
 }  // namespace pelacon::service::linux_radios::wifi

@@ -1,20 +1,24 @@
 // The files of an access point.
 #pragma once
 
+#include <service/linux/ProcessRights.h>
+#include <service/linux/wifi/Leases.h>
+
 #include <cstdint>
 #include <filesystem>
-#include <map>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace pelacon::service::linux_radios::wifi {
 
-/// A folder for one access point, named after its interface, that only this user can read. It is
-/// removed with this; a folder that is there after a start is left from a process that was killed.
+/// A folder for one access point, named after its interface, that only the user of its programs can
+/// read. It is removed with this; a folder that is there after a start is left from a process that
+/// was killed.
 class AccessPointFiles {
   public:
-    /// Makes the folder. Throws std::system_error.
-    AccessPointFiles(const std::filesystem::path& parent, std::string interface);
+    /// Makes the folder, for this account or for this process's own. Throws std::system_error.
+    AccessPointFiles(const std::filesystem::path& parent, std::string interface,
+                     const std::optional<Account>& account = {});
     ~AccessPointFiles();
 
     AccessPointFiles(const AccessPointFiles&) = delete;
@@ -26,19 +30,17 @@ class AccessPointFiles {
 
     std::string Configuration() const { return File("network.conf"); }
     std::string ControlSocket() const { return File("control/" + interface_); }
-    std::string Leases() const { return File("leases"); }
+    std::string LeaseFile() const { return File("leases"); }
 
     /// The addresses that dnsmasq has given, as ReadLeases has them.
-    std::map<std::uint64_t, std::string> GivenAddresses() const;
-
-    /// The names of the interfaces whose folders are there.
-    static std::vector<std::string> FoldersIn(const std::filesystem::path& parent);
+    Leases GivenAddresses() const;
 
   private:
     std::string File(const std::string& name) const { return folder_.string() + "/" + name; }
 
     std::string interface_;
     std::filesystem::path folder_;
+    std::optional<Account> account_;
 };
 
 /// The contents of wpa_supplicant's configuration for an access point.

@@ -36,14 +36,14 @@ bool HasRoom(const Combination& combination, const Counts& counts)
 
 }  // namespace
 
-Admission AdmissionOf(const Card& card, const KernelMirror::Interfaces& interfaces,
-                      std::uint32_t frequency, std::uint32_t own)
+Admission AdmissionOf(const Card& card, const KernelMirror::Interfaces& others,
+                      std::uint32_t frequency)
 {
     Counts counts{{static_cast<std::uint32_t>(InterfaceKind::kAccessPoint), 1}};
     std::set<std::uint32_t> frequencies{frequency};
     bool isAlone = true;
-    for (const auto& [index, interface] : interfaces) {
-        if (interface.card == card.number && interface.frequency != 0 && index != own) {
+    for (const auto& [index, interface] : others) {
+        if (interface.card == card.number && interface.frequency != 0) {
             isAlone = false;
             ++counts[interface.kind];
             frequencies.insert(interface.frequency);

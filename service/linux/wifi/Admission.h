@@ -14,9 +14,8 @@ enum class Admission : std::uint8_t {
     kNo,               ///< not beside its other interfaces
 };
 
-/// For an access point on this frequency, beside those of the interfaces that are on a network. One
-/// of them, which may be the access point's, does not count; 0 for none.
-Admission AdmissionOf(const Card& card, const KernelMirror::Interfaces& interfaces,
-                      std::uint32_t frequency, std::uint32_t own = 0);
+/// For an access point on this frequency, beside those of the interfaces that are on a network.
+Admission AdmissionOf(const Card& card, const KernelMirror::Interfaces& others,
+                      std::uint32_t frequency);
 
 }  // namespace pelacon::service::linux_radios::wifi

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace pelacon::service::linux_radios::wifi {
 
@@ -29,64 +28,86 @@ Backend::Backend(Loop& loop, const std::string& interface, Callbacks callbacks, 
     manager_.Start();
 }
 
-/// Of a service that was killed. Its programs ended with it.
-void Backend::RemoveLeftovers()
+/// Of a service that was killed. The kernel has removed its interfaces and ended its programs, and
+/// leaves their files.
+void Backend::RemoveLeftovers() const
 {
-    const AccessPointAccess& access = access_.accessPoints;
-    std::vector<std::uint32_t> indexes;
-    for (const std::string& interface : AccessPointFiles::FoldersIn(access.folder)) {
-        if (const std::uint32_t index = access.indexOf(interface)) {
-            indexes.push_back(index);
-            log::Info("removing ", interface, ", which an earlier service has left");
-        }
-    }
-    std::error_code ignored;
-    std::filesystem::remove_all(access.folder, ignored);
-    if (!indexes.empty()) {
-        try {
-            leftovers_.emplace(loop_, access_.netlink, indexes);
-        } catch (const std::system_error& error) {
-            log::Warning("they cannot be removed: ", error.what());
-        }
+    std::error_code error;
+    if (std::filesystem::remove_all(access_.accessPoints.folder, error) != 0 && !error) {
+        log::Info("removed the files of access points that an earlier service has left");
     }
 }
 
 void Backend::Make(AccessPointRole role, AccessPointPlan plan)
 {
-    plan.card = picture_ ? picture_->card : 0;
-    const Admission admission = AdmissionOn(plan.channel, GetAccessPoint(role));
-    if (admission == Admission::kYes) {
-        GetAccessPoint(role).Make(std::move(plan));
+    using radio::GroupOutcome;
+    if (!picture_ || !picture_->isOn || switch_.IsSwitchingOff()) {
+        Refuse(role, plan.id, GroupOutcome::kWifiOff);
         return;
     }
-    const bool isOnOther = admission == Admission::kOnOtherChannels;
-    log::Info("access point: refused, as the card's network ",
-              isOnOther ? "is on another channel" : "leaves no room for it");
+    plan.card = picture_->card;
+    switch (AdmissionOf(role, plan.channel)) {
+        case Admission::kYes:
+            GetAccessPoint(role).Make(std::move(plan));
+            break;
+        case Admission::kOnOtherChannels:
+            log::Info("access point: refused, as the card's network is on another channel");
+            Refuse(role, plan.id, GroupOutcome::kFailed);
+            break;
+        case Admission::kNo:
+            log::Info("access point: refused, as the card's network leaves no room for it");
+            Refuse(role, plan.id, GroupOutcome::kBusy);
+            break;
+    }
+}
+
+void Backend::Refuse(AccessPointRole role, std::uint64_t plan, radio::GroupOutcome outcome) const
+{
     AccessPointEvent event;
-    event.plan = plan.id;
-    event.outcome = isOnOther ? radio::GroupOutcome::kFailed : radio::GroupOutcome::kBusy;
+    event.plan = plan;
+    event.outcome = outcome;
     callbacks_.accessPointHeard(role, event);
 }
 
 void Backend::Move(AccessPointRole role, std::uint64_t plan, std::int32_t channel,
                    AccessPoint::Moved done)
 {
-    AccessPoint& accessPoint = GetAccessPoint(role);
-    if (AdmissionOn(channel, accessPoint) == Admission::kYes) {
-        accessPoint.Move(plan, channel, std::move(done));
+    if (AdmissionOf(role, channel) == Admission::kYes) {
+        GetAccessPoint(role).Move(plan, channel, std::move(done));
     } else {
         done(radio::GroupOutcome::kFailed);
     }
 }
 
-Admission Backend::AdmissionOn(std::int32_t channel, const AccessPoint& accessPoint) const
+Admission Backend::AdmissionOf(AccessPointRole role, std::int32_t channel) const
 {
     const auto card = picture_ ? kernel_.AllCards().find(picture_->card) : kernel_.AllCards().end();
     return card != kernel_.AllCards().end()
-               ? AdmissionOf(card->second, kernel_.AllInterfaces(),
-                             static_cast<std::uint32_t>(radio::FrequencyOf(channel)),
-                             accessPoint.InterfaceIndex())
+               ? wifi::AdmissionOf(card->second, InterfacesBeside(role),
+                                   static_cast<std::uint32_t>(radio::FrequencyOf(channel)))
                : Admission::kYes;
+}
+
+/// Those that there are beside the role's own. The mirror may still have one that is gone, and does
+/// not have the channel of an access point that is being made.
+KernelMirror::Interfaces Backend::InterfacesBeside(AccessPointRole role) const
+{
+    const bool isGroup = role == AccessPointRole::kGroup;
+    const AccessPoint& own = isGroup ? group_ : softAp_;
+    const AccessPoint& other = isGroup ? softAp_ : group_;
+    KernelMirror::Interfaces interfaces = kernel_.AllInterfaces();
+    std::erase_if(interfaces, [&](const auto& one) {
+        const auto& [index, interface] = one;
+        return index == own.InterfaceIndex() || index == other.InterfaceIndex() ||
+               access_.accessPoints.indexOf(interface.name) != index;
+    });
+    if (const std::int32_t channel = other.Channel()) {
+        CardInterface& planned = interfaces[other.InterfaceIndex()];
+        planned.card = picture_->card;
+        planned.kind = static_cast<std::uint32_t>(InterfaceKind::kAccessPoint);
+        planned.frequency = static_cast<std::uint32_t>(radio::FrequencyOf(channel));
+    }
+    return interfaces;
 }
 
 /// The switches may have come with the first card.

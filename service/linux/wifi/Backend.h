@@ -73,9 +73,11 @@ class Backend {
     }
 
   private:
-    void RemoveLeftovers();
+    void RemoveLeftovers() const;
     void KernelChanged();
-    Admission AdmissionOn(std::int32_t channel, const AccessPoint& accessPoint) const;
+    Admission AdmissionOf(AccessPointRole role, std::int32_t channel) const;
+    KernelMirror::Interfaces InterfacesBeside(AccessPointRole role) const;
+    void Refuse(AccessPointRole role, std::uint64_t plan, radio::GroupOutcome outcome) const;
     void LookSoon();
     void Look();
     BackendStatus StatusOf(const Picture& picture) const;
@@ -91,7 +93,6 @@ class Backend {
     KernelMirror kernel_;
     PictureMaker maker_;
     SwitchControl switch_;
-    std::optional<LeftoverInterfaces> leftovers_;
     AccessPoint group_;
     AccessPoint softAp_;
 };

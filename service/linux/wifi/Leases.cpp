@@ -7,21 +7,21 @@
 
 namespace pelacon::service::linux_radios::wifi {
 
-std::map<std::uint64_t, std::string> ReadLeases(std::string_view text)
+Leases ReadLeases(std::string_view text)
 {
-    std::map<std::uint64_t, std::string> leases;
+    Leases leases;
     std::istringstream lines{std::string(text)};
     for (std::string line; std::getline(lines, line);) {
         // When it ends, whose it is, what it is, and more.
         std::istringstream fields(line);
-        std::string end;
+        Lease lease;
         std::string station;
-        std::string ipAddress;
-        fields >> end >> station >> ipAddress;
+        fields >> lease.end >> station >> lease.ipAddress;
         const auto address = ParseAddress(station);
         in_addr parsed{};
-        if (address && inet_pton(AF_INET, ipAddress.c_str(), &parsed) == 1) {
-            leases[*address] = ipAddress;
+        if (address && inet_pton(AF_INET, lease.ipAddress.c_str(), &parsed) == 1) {
+            Lease& latest = leases.try_emplace(*address, lease).first->second;
+            latest = latest.end < lease.end ? lease : latest;
         }
     }
     return leases;

@@ -30,6 +30,9 @@ class SwitchControl {
     /// direction is wanted meanwhile.
     void Switch(bool on, Done done);
 
+    /// Wi-Fi is to be off, and may still be on.
+    bool IsSwitchingOff() const noexcept { return goal_ == false; }
+
     /// Called with each picture, after it was reported to others.
     void PictureIs(const Picture& picture);
 

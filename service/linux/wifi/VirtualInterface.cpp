@@ -21,13 +21,6 @@ using netlink::Request;
 
 constexpr std::uint8_t kPrefixLength = 24;
 
-Request Removal(std::uint16_t family, std::uint32_t index)
-{
-    Request request(family, NL80211_CMD_DEL_INTERFACE, Request::Kind::kDo);
-    request.Put(NL80211_ATTR_IFINDEX, index);
-    return request;
-}
-
 /// Nobody is notified of events here.
 void Ignore(const Message& /*event*/) {}
 
@@ -46,9 +39,12 @@ VirtualInterface::VirtualInterface(Loop& loop, const NetlinkAccess& access, Plan
 
 VirtualInterface::~VirtualInterface()
 {
+    // The kernel removes it when its socket is closed, but somewhat later; with the request it is
+    // gone when that has been sent.
     if (index_ != 0) {
-        // The kernel has done it when the request has been sent.
-        wireless_.SendAtOnce(Removal(family_, index_));
+        Request request(family_, NL80211_CMD_DEL_INTERFACE, Request::Kind::kDo);
+        request.Put(NL80211_ATTR_IFINDEX, index_);
+        wireless_.SendAtOnce(request);
     }
 }
 
@@ -68,7 +64,8 @@ void VirtualInterface::Make(const netlink::Family& family)
     request.Put(NL80211_ATTR_WIPHY, plan_.card)
         .Put(NL80211_ATTR_IFNAME, plan_.name)
         .Put(NL80211_ATTR_IFTYPE, std::uint32_t{NL80211_IFTYPE_AP})
-        .Put(NL80211_ATTR_MAC, std::span<const std::uint8_t>(octets));
+        .Put(NL80211_ATTR_MAC, std::span<const std::uint8_t>(octets))
+        .PutFlag(NL80211_ATTR_SOCKET_OWNER);
     wireless_.Send(
         std::move(request),
         [this](const Message& message) {
@@ -106,18 +103,6 @@ void VirtualInterface::SetIpAddress()
 std::uint32_t IndexOfInterface(const std::string& name)
 {
     return if_nametoindex(name.c_str());
-}
-
-LeftoverInterfaces::LeftoverInterfaces(Loop& loop, const NetlinkAccess& access,
-                                       std::vector<std::uint32_t> indexes)
-    : socket_(loop, access.openGeneric(), &Ignore, [] {})
-{
-    socket_.FindFamily(NL80211_GENL_NAME,
-                       [this, indexes = std::move(indexes)](const netlink::Family& family) {
-                           for (const std::uint32_t index : indexes) {
-                               socket_.SendAtOnce(Removal(family.number, index));
-                           }
-                       });
 }
 
 }  // namespace pelacon::service::linux_radios::wifi

@@ -8,11 +8,11 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
 namespace pelacon::service::linux_radios::wifi {
 
-/// Makes an interface of a card, which is removed with this. In the loop's thread.
+/// Makes an interface of a card, which is removed with this. If this process is killed, the kernel
+/// removes it. In the loop's thread.
 class VirtualInterface {
   public:
     struct Plan {
@@ -42,24 +42,11 @@ class VirtualInterface {
     std::function<void(int)> done_;
     std::uint16_t family_ = 0;
     std::uint32_t index_ = 0;
-    netlink::Socket wireless_;
+    netlink::Socket wireless_;  // owns the interface
     netlink::Socket addresses_;
 };
 
 /// The kernel's number of a network interface; 0 if there is none of this name.
 std::uint32_t IndexOfInterface(const std::string& name);
-
-/// Removes interfaces of Wi-Fi cards that an earlier process has left. In the loop's thread.
-class LeftoverInterfaces {
-  public:
-    /// By their numbers. Throws std::system_error where there are no sockets.
-    LeftoverInterfaces(Loop& loop, const NetlinkAccess& access, std::vector<std::uint32_t> indexes);
-
-    LeftoverInterfaces(const LeftoverInterfaces&) = delete;
-    LeftoverInterfaces& operator=(const LeftoverInterfaces&) = delete;
-
-  private:
-    netlink::Socket socket_;
-};
 
 }  // namespace pelacon::service::linux_radios::wifi

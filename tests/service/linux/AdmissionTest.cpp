@@ -58,7 +58,6 @@ TEST(AnAccessPoint, IsNotAdmittedWhereTheCardHasNoRoomForIt)
     const wifi::KernelMirror::Interfaces two{{5, On(5, kAccessPointKind, 2437)},
                                              {6, On(6, kAccessPointKind, 2437)}};
     EXPECT_EQ(AdmissionOf(OneChannel(), two, 2437), Admission::kNo);
-    EXPECT_EQ(AdmissionOf(OneChannel(), two, 2437, 6), Admission::kYes) << "it is one of them";
 }
 
 TEST(TheConfigurationOfAnAccessPoint, HasItsNameInDigits)

@@ -112,10 +112,11 @@ class RealGroups : public WifiHostTest {
         EXPECT_EQ(send(socket.Get(), text.data(), text.size(), 0),
                   static_cast<ssize_t>(text.size()));
     }
-    void GiveAddress(const std::string& address)
+    /// Until `end`, in seconds.
+    void GiveAddress(const std::string& address, std::int64_t end = 1'700'000'000)
     {
         std::ofstream(Folder() + "/pelacon0/leases")
-            << "1700000000 02:00:00:00:01:ab " << address << " phone *\n";
+            << end << " 02:00:00:00:01:ab " << address << " phone *\n";
     }
     /// 0: it does not run yet.
     pid_t DnsmasqProcess() const
@@ -143,6 +144,7 @@ class RealGroups : public WifiHostTest {
     test::TemporaryFolder temporary;
     // Guarded by the scheduler's lock:
     std::vector<GroupOutcome> results;
+    std::vector<GroupOutcome> softAps;
     std::vector<std::pair<bool, GroupOutcome>> groups;
     std::vector<std::string> stations;
 };
@@ -216,6 +218,24 @@ TEST_F(RealGroups, ReportStationsWithTheirAddresses)
     });
 }
 
+TEST_F(RealGroups, ReportTheAddressThatAStationGetsWhenItJoinsAgain)
+{
+    accessPoints.limits.address = 10min;
+    Start();
+    Open();
+    Tell("event AP-STA-CONNECTED 02:00:00:00:01:ab");
+    GiveAddress("192.168.49.10");
+    ASSERT_TRUE(Eventually([this] { return stations.size() == 1; }));
+    Tell("event AP-STA-DISCONNECTED 02:00:00:00:01:ab");
+    ASSERT_TRUE(Eventually([this] { return stations.size() == 2; }));
+    Tell("event AP-STA-CONNECTED 02:00:00:00:01:ab");
+    Tell("event AP-CSA-FINISHED freq=2412");
+    ASSERT_TRUE(Eventually([this] { return groups.size() == 2; })) << "what was told is done";
+    GiveAddress("192.168.49.11", 1'700'000'060);
+    ASSERT_TRUE(Eventually([this] { return stations.size() == 3; }));
+    Locked([this] { EXPECT_EQ(stations.back(), "joined 192.168.49.11"); });
+}
+
 TEST_F(RealGroups, ReportAStationWithoutAnAddressAfterAWhile)
 {
     Start();
@@ -242,6 +262,23 @@ TEST_F(RealGroups, MoveToOtherChannels)
     Move(1);
     EXPECT_EQ(Results(3).back(), GroupOutcome::kDone) << "it is there";
     Locked([this] { EXPECT_EQ(radios->GetGroups().Describe().channel, 1); });
+}
+
+TEST_F(RealGroups, DoNotMakeAMoveThatHasFailedAlready)
+{
+    Start();
+    Open(6);
+    Tell("hold");
+    Move(1);
+    Move(36);
+    EXPECT_THAT(Results(2), ElementsAre(GroupOutcome::kFailed, GroupOutcome::kFailed));
+    Tell("answer FAIL");
+    Move(1);
+    EXPECT_EQ(Results(3).back(), GroupOutcome::kDone);
+    Locked([this] {
+        EXPECT_EQ(radios->GetGroups().Describe().channel, 1);
+        EXPECT_EQ(groups.size(), 2U) << "it was made, and moved once";
+    });
 }
 
 TEST_F(RealGroups, EndWithWifi)
@@ -342,6 +379,38 @@ TEST_F(RealGroups, AreAbortedByTheirRemoval)
     Open();
 }
 
+TEST_F(RealGroups, LeaveNothingWhereTheirInterfaceIsMadeJustThen)
+{
+    kernel.HoldInterfaces();
+    Start();
+    Create();
+    ASSERT_TRUE(test::Eventually([this] { return kernel.IndexOf("pelacon0") != 0; }));
+    Remove();
+    EXPECT_THAT(Results(2), ElementsAre(GroupOutcome::kAborted, GroupOutcome::kDone));
+    EXPECT_TRUE(IsNothingLeft());
+}
+
+TEST_F(RealGroups, ShareTheOnlyChannelWithTheSoftAp)
+{
+    Start();
+    Locked([this] {
+        radios->GetGroups().Create(6, StoreGroup());
+        radios->GetSoftAp().Create(36,
+                                   [this](GroupOutcome outcome) { softAps.push_back(outcome); });
+    });
+    EXPECT_THAT(Results(1), ElementsAre(GroupOutcome::kDone));
+    ASSERT_TRUE(Eventually([this] { return softAps.size() == 1; }));
+    EXPECT_EQ(softAps.front(), GroupOutcome::kFailed);
+    Remove();
+    EXPECT_EQ(Results(2).back(), GroupOutcome::kDone);
+    Locked([this] {
+        radios->GetSoftAp().Create(36,
+                                   [this](GroupOutcome outcome) { softAps.push_back(outcome); });
+    });
+    ASSERT_TRUE(Eventually([this] { return softAps.size() == 2; }));
+    EXPECT_EQ(softAps.back(), GroupOutcome::kDone);
+}
+
 TEST_F(RealGroups, ExistBesideTheSoftAp)
 {
     Start();
@@ -385,14 +454,15 @@ TEST_F(RealGroups, AreRefusedOnAnotherChannelThanTheCardsOnlyOne)
     EXPECT_EQ(Results(3).back(), GroupOutcome::kFailed);
 }
 
-TEST_F(RealGroups, RemoveWhatAKilledServiceHasLeft)
+TEST_F(RealGroups, RemoveTheFilesThatAKilledServiceHasLeft)
 {
     kernel.SetInterface(90, "pelacon0", 0, "", 0, NL80211_IFTYPE_AP);
-    kernel.SetInterface(91, "pelacon1", 0, "", 0, NL80211_IFTYPE_AP);
     std::filesystem::create_directories(Folder() + "/pelacon0/control");
     Start();
-    EXPECT_TRUE(IsNothingLeft());
-    EXPECT_EQ(kernel.IndexOf("pelacon1"), 91U) << "of another service";
+    EXPECT_TRUE(test::Eventually([this] { return !std::filesystem::exists(Folder()); }));
+    EXPECT_EQ(kernel.IndexOf("pelacon0"), 90U) << "of another service";
+    Open();
+    EXPECT_NE(kernel.IndexOf("pelacon1"), 0U);
 }
 
 TEST_F(RealGroups, EndWithTheirRadios)

@@ -15,14 +15,16 @@
 
 namespace pelacon::service::linux_radios::tests {
 
-/// Reads packets from a socket, in the loop's thread.
+/// Reads packets from a socket, in the loop's thread. `closed` is called when the other end is
+/// closed.
 class PacketReader : private Loop::Source {
   public:
     using Bytes = std::vector<std::uint8_t>;
 
-    PacketReader(Loop& loop, const FileDescriptor& socket,
-                 std::function<void(const Bytes&)> received)
-        : loop_(loop), socket_(socket), received_(std::move(received))
+    PacketReader(
+        Loop& loop, const FileDescriptor& socket, std::function<void(const Bytes&)> received,
+        std::function<void()> closed = [] {})
+        : loop_(loop), socket_(socket), received_(std::move(received)), closed_(std::move(closed))
     {
         loop_.Add(*this);
     }
@@ -38,12 +40,15 @@ class PacketReader : private Loop::Source {
         if (isOpen_) {
             packet.resize(static_cast<std::size_t>(size));
             received_(packet);
+        } else {
+            closed_();
         }
     }
 
     Loop& loop_;
     const FileDescriptor& socket_;
     std::function<void(const Bytes&)> received_;
+    std::function<void()> closed_;
     bool isOpen_ = true;
 };
 

@@ -114,14 +114,16 @@ TEST(TheSupplicantsSocket, MayBeAbsent)
 
 TEST(Leases, AreReadByStation)
 {
+    using wifi::Lease;
     EXPECT_THAT(wifi::ReadLeases("1700000000 02:00:00:00:01:00 192.168.49.10 phone 01:02\n"
                                  "1700000001 02:00:00:00:01:ab 192.168.49.11 * *\n"
+                                 "1600000000 02:00:00:00:01:ab 192.168.49.12 * 01:03\n"
                                  "duid 00:01\n"
                                  "1700000002 123456 fd00::1 host 00:01\n"
                                  "1700000003 02:00:00:00:01:01\n"
                                  "broken"),
-                ElementsAre(Pair(0x020000000100U, "192.168.49.10"),
-                            Pair(0x0200000001ABU, "192.168.49.11")));
+                ElementsAre(Pair(0x020000000100U, Lease{"192.168.49.10", 1'700'000'000}),
+                            Pair(0x0200000001ABU, Lease{"192.168.49.11", 1'700'000'001})));
     EXPECT_TRUE(wifi::ReadLeases("").empty());
 }
 

@@ -128,7 +128,7 @@ class WifiKernel {
     {
         {
             const std::lock_guard lock(mutex_);
-            interfaces_[index] = {card, name, ssid, frequency, kind};
+            interfaces_[index] = {card, name, ssid, frequency, kind, nullptr};
         }
         if (ssid.empty()) {
             Emit(NL80211_CMD_NEW_INTERFACE, kConfiguration);
@@ -162,6 +162,12 @@ class WifiKernel {
             }
         }
         return 0;
+    }
+    /// From now on, interfaces are made without an answer.
+    void HoldInterfaces()
+    {
+        const std::lock_guard lock(mutex_);
+        areInterfacesHeld_ = true;
     }
     /// From now on, no interfaces can be made.
     void RefuseInterfaces(int error)
@@ -222,6 +228,7 @@ class WifiKernel {
         std::string ssid;
         std::uint32_t frequency = 0;
         std::uint32_t kind = 0;
+        const FileDescriptor* owner = nullptr;  // it is removed when this is closed
     };
 
     static constexpr std::uint16_t kFirstFamily = 28;
@@ -276,7 +283,8 @@ class WifiKernel {
         }
         loop_.Post([this, end, kind, taken = std::move(taken)] {
             readers_.push_back(std::make_unique<PacketReader>(
-                loop_, *end, [end, taken](const Octets& packet) { taken(*end, packet); }));
+                loop_, *end, [end, taken](const Octets& packet) { taken(*end, packet); },
+                [this, end] { RemoveInterfacesOf(*end); }));
             ends_.push_back({end, kind});
         });
         return FileDescriptor(ends[0]);
@@ -376,6 +384,12 @@ class WifiKernel {
         return sequence;
     }
 
+    void RemoveInterfacesOf(const FileDescriptor& end)
+    {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(interfaces_, [&](const auto& one) { return one.second.owner == &end; });
+    }
+
     /// Makes or removes an interface.
     void Change(const FileDescriptor& end, std::uint32_t sequence, std::uint8_t command,
                 const Octets& packet)
@@ -390,7 +404,11 @@ class WifiKernel {
                                   attributes.Text(NL80211_ATTR_IFNAME).value_or(""),
                                   {},
                                   0,
-                                  NL80211_IFTYPE_AP};
+                                  NL80211_IFTYPE_AP,
+                                  attributes.Has(NL80211_ATTR_SOCKET_OWNER) ? &end : nullptr};
+            if (areInterfacesHeld_) {
+                return;
+            }
             Send(end, FamilyMessage(family_, sequence, command,
                                     AttributesOf(index, interfaces_[index])));
         }
@@ -498,6 +516,7 @@ class WifiKernel {
 
     mutable std::mutex mutex_;  // guards the rest down to faults_
     int interfaceError_ = 0;
+    bool areInterfacesHeld_ = false;
     std::uint32_t made_ = 0;  // interfaces
     bool hasFamily_ = true;
     std::uint16_t family_ = kFirstFamily;

@@ -2,7 +2,8 @@
 """Plays a wpa_supplicant whose network is an access point: its control socket.
 
 A test sends "TEST event EVENT" to have it report an event, "TEST refuse N" to have it refuse the next moves,
-"TEST exit" to have it end. If the folder of access points has a file "stuck", it never comes up; with a file
+"TEST exit" to have it end, "TEST hold" to have it not answer the next move, and "TEST answer ANSWER" to have it
+answer that. If the folder of access points has a file "stuck", it never comes up; with a file
 "busy" it answers after as many seconds as the file says.
 """
 import os
@@ -24,6 +25,8 @@ control = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
 control.bind(path)
 listeners = []
 refusals = 0
+holds = False
+held = None
 if os.path.exists(parent + '/busy'):
     with open(parent + '/busy') as file:
         time.sleep(float(file.read()))
@@ -48,6 +51,10 @@ while True:
         report(' '.join(words[2:]))
     elif words[:2] == ['TEST', 'refuse']:
         refusals = int(words[2])
+    elif words[:2] == ['TEST', 'hold']:
+        holds = True
+    elif words[:2] == ['TEST', 'answer']:
+        control.sendto(words[2].encode() + b'\n', held)
     elif words[0] == 'TEST':
         end()
     elif words[0] == 'ATTACH':
@@ -56,6 +63,8 @@ while True:
     elif words[0] == 'STATUS':
         state = 'SCANNING' if is_stuck else 'COMPLETED'
         control.sendto(f'wpa_state={state}\n'.encode(), sender)
+    elif words[0] == 'CHAN_SWITCH' and holds:
+        holds, held = False, sender
     elif words[0] == 'CHAN_SWITCH' and refusals > 0:
         refusals -= 1
         control.sendto(b'FAIL\n', sender)
