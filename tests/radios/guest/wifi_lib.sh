@@ -110,8 +110,8 @@ C
     wait_for 40 station_is wpa_state=COMPLETED
 }
 station_is() { wpa_cli -p /run/station -i wlan1 status | grep -q "^$1"; }
-# station_dhcp: it gets an address.
-station_dhcp() { timeout 30 ip netns exec far busybox udhcpc -i wlan1 -n -q -t 10 -T 1 -s /mnt/tests/udhcpc.sh; }
+# station_dhcp [OPTIONS]: it gets an address.
+station_dhcp() { timeout 30 ip netns exec far busybox udhcpc -i wlan1 -n -q -t 10 -T 1 -s /mnt/tests/udhcpc.sh "$@"; }
 # station_ping ADDRESS: repeated, as an access point whose card scans does not receive what is sent meanwhile.
 station_ping() { wait_for 30 ip netns exec far ping -c 1 -W 2 "$1"; }
 station_leave() {
