@@ -107,12 +107,14 @@ network={
 }
 C
     ip netns exec far wpa_supplicant -B -i wlan1 -D nl80211 -c /tmp/station.conf -f /tmp/station.log
-    wait_for 40 station_is wpa_state=COMPLETED
+    wait_for 60 eval 'quiet; station_is wpa_state=COMPLETED'
 }
+# quiet: a scan of NetworkManager's ends. An access point whose card scans does not receive what is sent meanwhile.
+quiet() { iw dev wlan0 scan abort 2>/dev/null || true; }
 station_is() { wpa_cli -p /run/station -i wlan1 status | grep -q "^$1"; }
-# station_dhcp [OPTIONS]: it gets an address.
-station_dhcp() { timeout 30 ip netns exec far busybox udhcpc -i wlan1 -n -q -t 10 -T 1 -s /mnt/tests/udhcpc.sh "$@"; }
-# station_ping ADDRESS: repeated, as an access point whose card scans does not receive what is sent meanwhile.
+# station_dhcp [OPTIONS]: it gets an address. Repeated, like station_ping, for scans that begin meanwhile.
+station_dhcp() { quiet; wait_for 60 ip netns exec far busybox udhcpc -i wlan1 -n -q -t 10 -T 1 -s /mnt/tests/udhcpc.sh "$@"; }
+# station_ping ADDRESS
 station_ping() { wait_for 30 ip netns exec far ping -c 1 -W 2 "$1"; }
 station_leave() {
     wpa_cli -p /run/station -i wlan1 terminate
