@@ -89,7 +89,8 @@ json::Output Host::Describe() const
     }
     const bool isManaged = status_.manager == Manager::kNetworkManager;
     if (status_.manager == Manager::kNone) {
-        missing.emplace_back("NetworkManager, to connect the machine to networks");
+        missing.emplace_back(
+            "NetworkManager, unless another program connects the machine to networks");
     }
     if (!status_.canSwitch) {
         missing.emplace_back("write access to /dev/rfkill, to switch Wi-Fi");

@@ -79,7 +79,7 @@ check "no open file is left" wait_for 10 eval 'test $(open_files) -le $before'
 killed() {
     local round
     for round in $(seq 10); do
-        control group create --channel 6 || return 1
+        control group create --channel 6 || { tail -n 12 /tmp/service-wifi.log; return 1; }
         control ap create --band 2.4 &
         local creating=$!
         sleep "0.$round"

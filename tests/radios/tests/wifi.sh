@@ -41,6 +41,9 @@ check "the status shows it" wait_for 10 prints "wpa_supplicant alone" wifi_statu
 check "NetworkManager" manager_start
 check "the status shows it" wait_for 20 prints "NetworkManager 1\." wifi_status
 check "switched by NetworkManager" prints "by NetworkManager" wifi_status
+check "a scan beside NetworkManager" control wifi scan
+nmcli device wifi rescan
+check "and beside its own" control wifi scan
 check "switched off" control wifi off
 check "NetworkManager is switched off" prints disabled nmcli radio wifi
 check "switched on" control wifi on

@@ -15,6 +15,7 @@ off_and_on() {
 }
 check "a service without rights" wifi_service_start
 check "Wi-Fi is on" wait_for 20 prints 'Wi-Fi is on' control wifi status
+check "a scan by a program without rights" control wifi scan
 check "it cannot be switched" exits 4 'still on' control wifi off --wait 1
 check "Wi-Fi is on" exits 0 'Wi-Fi is on' control wifi status
 
