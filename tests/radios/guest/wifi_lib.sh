@@ -83,6 +83,9 @@ wifi_service_start() {
 
 control() { on wifi timeout 60 pelaconctl "$@"; }
 
+# only_channel CHANNEL: what the soft AP can choose: a card has one channel for all that it does.
+only_channel() { control wifi phone --clear --add "$1"; }
+
 # wifi_status: of the real radio, in one line.
 wifi_status() { control service status | sed -n '/Wi-Fi radio/,$p' | tr -s ' \n' ' '; }
 

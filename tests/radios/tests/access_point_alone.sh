@@ -17,6 +17,7 @@ use() {
     check "$way: it has an address" station_dhcp
     check "$way: it pings the owner" station_ping 192.168.49.1
     station_leave
+    only_channel 1
     check "$way: the soft AP beside it" control ap create --band 2.4
     check "$way: the soft AP is removed" control ap destroy
     check "$way: the group is removed" control group remove

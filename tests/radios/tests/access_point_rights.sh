@@ -32,6 +32,7 @@ rights() {
     check "$who: it has an address" station_dhcp
     check "$who: it pings the owner" station_ping 192.168.49.1
     station_leave
+    only_channel 1
     check "$who: the soft AP beside it" control ap create --band 2.4
     check "$who: the group is removed" control group remove
     check "$who: and the soft AP" control ap destroy

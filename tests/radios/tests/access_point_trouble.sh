@@ -41,7 +41,7 @@ scan() { while [ ! -e /tmp/scanned ]; do iw dev wlan0 scan; done; }
 time_of() { local begin=${EPOCHREALTIME/./}; "$@" >/tmp/timed 2>&1; echo $(((${EPOCHREALTIME/./} - begin) / 1000)); }
 control group remove
 check "the soft AP" control ap create --band 2.4
-check "only channel 11 is left to choose" control wifi phone --clear --add 11
+check "only channel 11 is left to choose" only_channel 11
 scan >/tmp/scan.log 2>&1 &
 scan=$!
 refused() { control ap refresh; ! iw dev pelacon0 info | grep -q 'channel 11 '; }

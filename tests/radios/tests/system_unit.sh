@@ -49,6 +49,7 @@ check "no core dumps" grep -q 'Max core file size *0 ' "/proc/$(pgrep -f 'wpa_su
 check "a station joins" station_join "$(field ssid </tmp/created)" "$(field passPhrase </tmp/created)"
 check "it has an address" station_dhcp
 check "it pings the owner" station_ping 192.168.49.1
+only_channel 1
 check "the soft AP beside it" control ap create --band 2.4
 check "the unit is killed" inside systemctl kill --kill-whom=main --signal=KILL pelacon.service
 no_access_point() { ! ls /sys/class/net | grep pelacon && ! pgrep -f pelacon[0-9]; }
