@@ -34,15 +34,16 @@ struct GattCentral {
     /// What the links to one device share.
     struct Shared {
         int links = 0;
-        /// One of them has asked BlueZ for the connection: it ends with the last of them. One that
-        /// the device, or another program, established stays.
+        /// One of them has established the connection, or has left while it tried: the connection
+        /// ends with the last of them. One that the device, or another program, established stays.
         bool isOurs = false;
     };
     std::map<std::uint64_t, Shared> shared;
 
-    /// Devices that are being disconnected; an entry has expired when BlueZ has answered. That
-    /// takes two seconds, during which BlueZ shows the device as connected, and answers an attempt
-    /// to connect at once.
+    /// Devices that are being disconnected; an entry has expired when BlueZ has answered, and then
+    /// said whether the device is connected. The answer takes two seconds, during which BlueZ shows
+    /// the device as connected, and answers an attempt to connect at once; and it comes before the
+    /// signal that the device is not connected any more.
     std::map<std::uint64_t, std::weak_ptr<void>> leaving;
 
     bool IsLeaving(std::uint64_t address) const

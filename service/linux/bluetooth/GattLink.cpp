@@ -16,12 +16,14 @@ bool IsBrokenOff(const dbus::Error& error)
 }
 
 /// Whether the device is being connected already: by another link, another program, or an earlier
-/// attempt of this link. BlueZ 5.66 has no name of its own for that error.
-bool IsUnderWay(const dbus::Error& error)
+/// attempt of this link; or whether the kernel still ends the connection before: it may do so for a
+/// while after BlueZ has signalled the end. BlueZ 5.66 has no names of its own for these errors.
+bool IsBusy(const dbus::Error& error)
 {
     return error.name == "org.bluez.Error.InProgress" ||
            (error.name == "org.bluez.Error.Failed" &&
-            error.message == "Operation already in progress");
+            (error.message == "Operation already in progress" ||
+             error.message == "Input/output error"));
 }
 
 /// BlueZ may fail an operation before it signals that the connection has ended.
@@ -54,8 +56,12 @@ GattLink::~GattLink()
 /// The device has one link fewer. The last one ends the connection, or the attempt, if it is ours.
 void GattLink::Leave()
 {
+    if (!std::exchange(isCounted_, false)) {
+        return;
+    }
     const auto shared = central_.shared.find(address_);
-    if (!std::exchange(isCounted_, false) || --shared->second.links > 0) {
+    shared->second.isOurs |= claims_ > 0;
+    if (--shared->second.links > 0) {
         return;
     }
     const bool isOurs = shared->second.isOurs;
@@ -67,7 +73,11 @@ void GattLink::Leave()
     std::erase_if(central_.leaving, [](const auto& entry) { return entry.second.expired(); });
     central_.leaving[address_] = waiting;
     stack_.Bus().Send({bluez::kService, device_->path, bluez::kDevice, "Disconnect"}, {},
-                      [waiting](const dbus::Reply&) {});
+                      [&stack = stack_, path = device_->path, waiting](const dbus::Reply&) {
+                          if (stack.Adapter()) {
+                              stack.Refresh(path, bluez::kDevice, "Connected", waiting);
+                          }
+                      });
 }
 
 /// Takes the next steps that the state of BlueZ's objects permits.
@@ -112,26 +122,26 @@ void GattLink::Connect()
     // A controller connects slowly while it discovers.
     search_.reset();
     state_ = State::kConnecting;
-    bool& isOurs = central_.shared.at(address_).isOurs;
-    const bool wasOurs = isOurs;
-    isOurs = wasOurs || !IsConnected(stack_, device_);
+    const bool isClaim = !IsConnected(stack_, device_);
+    claims_ += isClaim ? 1 : 0;
     attempts_.push_back(stack_.Call(
         device_->path, bluez::kDevice, "Connect", {},
-        [this, wasOurs](const dbus::Reply& reply) { Answered(reply, wasOurs); },
+        [this, isClaim](const dbus::Reply& reply) { Answered(reply, isClaim); },
         std::chrono::minutes(1)));
     later_ = stack_.GetLoop().After(kNextTry, [this] { Connect(); });
 }
 
-/// `wasOurs`: whether the connection was ours already before this attempt.
-void GattLink::Answered(const dbus::Reply& reply, bool wasOurs)
+/// `isClaim`: whether this attempt was counted as one that may establish the connection. Attempts
+/// may be answered in another order than they were made.
+void GattLink::Answered(const dbus::Reply& reply, bool isClaim)
 {
-    const bool isUnderWay = reply.IsError() && IsUnderWay(*reply.error);
+    const bool isBusy = reply.IsError() && IsBusy(*reply.error);
     const bool wasConnected =
         reply.IsError() && reply.error->name == "org.bluez.Error.AlreadyConnected";
-    if (isUnderWay || wasConnected) {
-        central_.shared.at(address_).isOurs = wasOurs;
+    if (isClaim && (isBusy || wasConnected)) {
+        --claims_;
     }
-    if (isAccepted_ || isUnderWay) {
+    if (isAccepted_ || isBusy) {
         return;
     }
     if (reply.IsError() && !wasConnected) {
@@ -170,8 +180,9 @@ GattReason GattLink::WhyEnded() const
 
 void GattLink::End(GattReason why)
 {
-    if (state_ == State::kUp) {
-        central_.shared.at(address_).isOurs = false;  // there is no connection any more
+    if (state_ == State::kUp) {  // there is no connection any more
+        central_.shared.at(address_).isOurs = false;
+        claims_ = 0;
     }
     Leave();
     state_ = State::kOver;

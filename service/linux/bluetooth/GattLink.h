@@ -91,7 +91,7 @@ class GattLink : private Stack::Observer {
 
     void Look();
     void Connect();
-    void Answered(const dbus::Reply& reply, bool wasOurs);
+    void Answered(const dbus::Reply& reply, bool isClaim);
     void Accepted(bool isConnected);
     GattReason WhyEnded() const;
     void End(GattReason why);
@@ -120,6 +120,7 @@ class GattLink : private Stack::Observer {
     std::optional<bluez::Device> device_;
     std::optional<Discovery::Hold> search_;
     std::vector<dbus::Bus::Slot> attempts_;
+    int claims_ = 0;  // how many of them may establish, or have established, the connection
     bool isAccepted_ = false;  // BlueZ has connected
     Loop::Timer limit_;
     Loop::Timer later_;

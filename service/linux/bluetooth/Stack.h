@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pelacon::service::linux_radios::bluetooth {
@@ -78,9 +79,10 @@ class Stack : private dbus::ObjectMirror::Observer {
     const dbus::ObjectMirror& Mirror() const { return link_.Mirror(); }
 
     /// As ObjectMirror::Refresh.
-    void Refresh(const std::string& path, const char* interface, const char* property)
+    void Refresh(const std::string& path, const char* interface, const char* property,
+                 std::shared_ptr<void> kept = nullptr)
     {
-        link_.Mirror().Refresh(path, interface, property);
+        link_.Mirror().Refresh(path, interface, property, std::move(kept));
     }
 
     /// Calls a method of the adapter, or of one of its objects; as Bus::Call. The limit is the

@@ -47,12 +47,12 @@ const Properties* ObjectMirror::Find(const std::string& path, const std::string&
 }
 
 void ObjectMirror::Refresh(const std::string& path, const std::string& interface,
-                           const std::string& property)
+                           const std::string& property, std::shared_ptr<void> kept)
 {
     const std::uint64_t number = ++lastRefresh_;
     refreshes_[number] = bus_.Call(
         {owner_, path, kProperties, "Get"}, {interface, property},
-        [this, number, path, interface, property](const Reply& reply) {
+        [this, number, path, interface, property, kept = std::move(kept)](const Reply& reply) {
             const auto done = refreshes_.extract(number);  // until the end of this call
             const auto* const value = reply.IsError() || reply.arguments.empty()
                                           ? nullptr

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -63,9 +64,10 @@ class ObjectMirror {
     const Properties* Find(const std::string& path, const std::string& interface) const;
 
     /// Reads a property that may change without a signal. The observer is called as for a change,
-    /// even if the copy has that value already, but not if there is no such property.
-    void Refresh(const std::string& path, const std::string& interface,
-                 const std::string& property);
+    /// even if the copy has that value already, but not if there is no such property. `kept` is
+    /// released afterwards.
+    void Refresh(const std::string& path, const std::string& interface, const std::string& property,
+                 std::shared_ptr<void> kept = nullptr);
 
   private:
     void OwnerIs(const std::string& owner);

@@ -196,6 +196,46 @@ TEST_F(AGattLink, WaitsForAnAttemptThatIsUnderWay)
     EXPECT_EQ(CallsOf("Connect"), 3);
 }
 
+TEST_F(AGattLink, AsksAgainWhileTheKernelStillEndsTheConnectionBefore)
+{
+    AddDevice();
+    bluetoothd->Do({{"do", "fail"},
+                    {"method", "Connect"},
+                    {"error", "org.bluez.Error.Failed"},
+                    {"message", "Input/output error"}});
+    link = NewLink();
+    EXPECT_TRUE(Sees({"connected"}));
+    EXPECT_EQ(CallsOf("Connect"), 2);
+}
+
+TEST_F(AGattLink, EndsItsConnectionThoughAnEarlierAttemptFoundBluezBusy)
+{
+    AddDevice();
+    bluetoothd->Do({{"do", "fail"},
+                    {"method", "Connect"},
+                    {"error", "org.bluez.Error.InProgress"},
+                    {"delay", 700}});  // answered when the next attempt is under way
+    bluetoothd->Do({{"do", "fail"}, {"method", "Connect"}, {"delay", 400}});
+    link = NewLink();
+    ASSERT_TRUE(Sees({"connected"}));
+    Do([this] { link.reset(); });
+    EXPECT_TRUE(IsCalled("Disconnect"));
+}
+
+TEST_F(AGattLink, EndsItsConnectionThoughTheEndOfTheOneBeforeWasNotSignalledYet)
+{
+    Connect();
+    Change(kDevicePath, "ServicesResolved", false);
+    bluetoothd->Do({{"do", "set"}, {"path", kDevicePath}, {"Connected", false}});
+    bluetoothd->Do({{"do", "fail"}, {"method", "Disconnect"}, {"idle", true}});
+    Do([this] { link.reset(); });
+    ASSERT_TRUE(IsCalled("Disconnect"));
+    link = NewLink();
+    ASSERT_TRUE(Sees({"connected", "connected"}));
+    Do([this] { link.reset(); });
+    EXPECT_TRUE(test::Eventually([this] { return CallsOf("Disconnect") == 2; }));
+}
+
 TEST_F(AGattLink, LeavesAConnectionThatIsNotItsOwn)
 {
     AddDevice();
