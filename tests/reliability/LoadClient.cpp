@@ -3,13 +3,16 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <iomanip>
-#include <optional>
 #include <sstream>
+#include <utility>
 
 namespace pelacon::test {
 
-LoadClient::LoadClient() : process_(PELACON_LOAD_PROGRAM, {}, {.input = true}) {}
+LoadClient::LoadClient(const std::string& program, std::vector<std::string> environment)
+    : process_(program, {}, {.input = true, .environment = std::move(environment)})
+{}
 
 bool LoadClient::IsReady()
 {
@@ -31,22 +34,31 @@ std::string LoadClient::ScanResult() const
     return digits.str();
 }
 
-bool LoadClient::Writes(const std::string& expected)
+bool LoadClient::Writes(const std::string& expected, std::chrono::milliseconds patience)
 {
     std::optional<std::string> line;
     do {
-        line = process_.NextLine();
+        line = process_.NextLine(patience);
     } while (line && *line != expected);
     return line.has_value();
+}
+
+std::optional<std::string> LoadClient::LineOf(const std::vector<std::string>& words,
+                                              std::chrono::milliseconds patience)
+{
+    while (auto line = process_.NextLine(patience)) {
+        if (std::ranges::any_of(words, [&](const auto& word) { return line->starts_with(word); })) {
+            return line;
+        }
+    }
+    return std::nullopt;
 }
 
 nlohmann::json LoadClient::Report()
 {
     process_.Write("report");
-    while (const auto line = process_.NextLine()) {
-        if (line->starts_with("{")) {
-            return nlohmann::json::parse(*line);
-        }
+    if (const auto line = LineOf({"{"})) {
+        return nlohmann::json::parse(*line);
     }
     ADD_FAILURE() << "the client has ended: " << process_.Errors();
     return {};

@@ -8,14 +8,18 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace pelacon::test {
 
-/// LoadProgram.cpp, as a process; killed by the destructor.
+/// LoadProgram.cpp, or another program with the same commands, as a process; killed by the
+/// destructor.
 class LoadClient {
   public:
-    LoadClient();
+    explicit LoadClient(const std::string& program = PELACON_LOAD_PROGRAM,
+                        std::vector<std::string> environment = {});
 
     /// Waits until it is started.
     bool IsReady();
@@ -26,7 +30,15 @@ class LoadClient {
     std::string ScanResult() const;
 
     /// Waits for this line, after those that were read before.
-    bool Writes(const std::string& expected);
+    bool Writes(const std::string& expected, std::chrono::milliseconds patience = kPatience);
+
+    /// Waits for a line that begins with one of these words; nothing when the program ends before
+    /// that, or writes nothing for so long.
+    std::optional<std::string> LineOf(const std::vector<std::string>& words,
+                                      std::chrono::milliseconds patience = kPatience);
+
+    /// Gives it a command.
+    void Tell(const std::string& command) { process_.Write(command); }
 
     /// What has happened so far.
     nlohmann::json Report();

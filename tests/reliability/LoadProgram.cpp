@@ -2,16 +2,12 @@
 // notified meanwhile. It reads commands from its standard input: "report" writes a line with what
 // has happened so far, "end" stops all and ends.
 #include <PelaconSDK/PelaconSDK.h>
+#include <tests/reliability/LoadCounts.h>
 
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <iostream>
-#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
@@ -20,55 +16,21 @@
 namespace {
 
 using namespace std::chrono_literals;
+using pelacon::test::WriteLine;
 
 constexpr int kThreads = 4;
 
 std::atomic<bool> isEnding{false};
-std::atomic<std::uint64_t> answered{0};
-std::atomic<std::uint64_t> failed{0};
-std::atomic<std::uint64_t> wrong{0};
 std::atomic<std::uint64_t> scanResults{0};
-std::atomic<std::int64_t> slowestMs{0};
-std::atomic<std::int64_t> overdueMs{0};  // at most, after the end of a time-out
-
-void WriteLine(const std::string& line)
-{
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
-    std::cout << line << std::endl;
-}
-
-/// Counts an answer, unless the operation failed for want of a service.
-void Judge(bool isAnswered, bool isRight)
-{
-    ++(isAnswered ? answered : failed);
-    wrong += isAnswered && !isRight ? 1 : 0;
-}
-
-void Raise(std::atomic<std::int64_t>& most, std::int64_t value)
-{
-    std::int64_t before = most;
-    while (value > before && !most.compare_exchange_weak(before, value)) {
-    }
-}
-
-/// Makes a call of an operation that has this time-out.
-template <typename Call>
-void Timed(std::chrono::milliseconds timeout, const Call& call)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    call();
-    const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now() - begin);
-    Raise(slowestMs, took.count());
-    Raise(overdueMs, (took - timeout).count());
-}
+pelacon::test::LoadCounts counts;
 
 /// The reply of another request would show: each channel has a frequency of its own.
 void AskForAFrequency(int channel)
 {
-    const std::int32_t frequency = WifiSystemGetFrequencyFromChannel(channel);
-    Judge(frequency > 0, frequency == (channel <= 13 ? 2407 : 5000) + 5 * channel);
+    const std::int32_t frequency =
+        counts.Timed(5s, [&] { return WifiSystemGetFrequencyFromChannel(channel); });
+    counts.Judge(frequency > 0, frequency == (channel <= 13 ? 2407 : 5000) + 5 * channel,
+                 "a frequency");
 }
 
 /// A reply that is a text; the name does not change.
@@ -76,8 +38,9 @@ void AskForTheName(const std::string& name)
 {
     std::array<std::uint8_t, 64> bytes{};
     auto size = static_cast<std::int32_t>(bytes.size());
-    const bool isAnswered = GetBtName(bytes.data(), &size) == kBleStatusSuccess;
-    Judge(isAnswered, std::string(bytes.begin(), bytes.begin() + size) == name);
+    const bool isAnswered =
+        counts.Timed(10s, [&] { return GetBtName(bytes.data(), &size) == kBleStatusSuccess; });
+    counts.Judge(isAnswered, std::string(bytes.begin(), bytes.begin() + size) == name, "a name");
 }
 
 void CallWithoutAPause(unsigned seed, const std::string& name, std::int32_t listener)
@@ -86,13 +49,13 @@ void CallWithoutAPause(unsigned seed, const std::string& name, std::int32_t list
     std::minstd_rand random(seed);
     while (!isEnding) {
         const int channel = kChannels[random() % kChannels.size()];
-        Timed(5s, [&] { AskForAFrequency(channel); });
+        AskForAFrequency(channel);
         if (channel == 1) {
-            Timed(10s, [&] { AskForTheName(name); });
+            AskForTheName(name);
         } else if (channel == 36) {
             // A service that was restarted does not scan for this listener any more.
             // Starts run one at a time: each may wait for those of the other threads.
-            Timed(kThreads * 5s, [&] { StartBleScan(listener, kBleScanLowLatency); });
+            counts.Timed(kThreads * 5s, [&] { return StartBleScan(listener, kBleScanLowLatency); });
         }
     }
 }
@@ -105,13 +68,9 @@ WifiChannelCallbacksC channelTable{
 
 void Report()
 {
-    WriteLine(nlohmann::json{{"answered", answered.load()},
-                             {"failed", failed.load()},
-                             {"wrong", wrong.load()},
-                             {"scanResults", scanResults.load()},
-                             {"slowestMs", slowestMs.load()},
-                             {"overdueMs", overdueMs.load()}}
-                  .dump());
+    nlohmann::json report = counts.Report();
+    report["scanResults"] = scanResults.load();
+    WriteLine(report.dump());
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ TEST_F(SoakTest, NothingGrows)
     service.Command({{"command", "fault.clear"}});
     PrintLine(begin);
     const nlohmann::json report = client.Report();
-    EXPECT_EQ(report["wrong"], 0);
+    EXPECT_EQ(report["wrong"], 0) << "first " << report["firstWrong"];
     EXPECT_GT(report["answered"], 0);
     ExpectInTime(report, wakeUps);
     ExpectNoGrowth(client.Id(), before);
