@@ -1,11 +1,16 @@
-// A device for LibraryTest, made with the library: advertises a service, keeps a value, and
-// notifies as often as it is asked to. Ends at the end of standard input.
+// A device for LibraryTest and the soak test, made with the library: advertises a service, keeps a
+// value, and notifies as often as it is asked to. Commands on standard input, a line each: "serve"
+// begins anew, after a restart of the service, "advertise" only advertises again, after trouble
+// with the adapter. Ends at the end of standard input.
 #include <PelaconSDK/PelaconSDK.h>
 #include <tests/radios/LibraryPeer.h>
+#include <tests/support/Eventually.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <mutex>
 #include <string>
@@ -54,47 +59,117 @@ bool Check(BleStatusC status, const char* what)
     return status == kBleStatusSuccess;
 }
 
-bool Serve(int32_t& server, int32_t& service)
+/// What the service knows this device by.
+struct Device {
+    int32_t server = 0;
+    int32_t service = 0;
+    int32_t advertiser = 0;
+};
+
+bool Serve(Device& device)
 {
     const auto add = [&](const char* uuid, int32_t flags, BtGattCharCallbacksC* callbacks) {
         BLECharacteristicInfo info{uuid, flags, callbacks, {0}};
-        return Check(BleGattServer::BleGattServerAddCharacteristic(server, service, &info),
-                     "add a characteristic");
+        return Check(
+            BleGattServer::BleGattServerAddCharacteristic(device.server, device.service, &info),
+            "add a characteristic");
     };
-    return Check(BleGattServer::BleGattServerRegister(&serverCallbacks, &server), "register") &&
-           Check(BleGattServer::BleGattServerAddService(server, kService, &service),
+    return Check(BleGattServer::BleGattServerRegister(&serverCallbacks, &device.server),
+                 "register") &&
+           Check(BleGattServer::BleGattServerAddService(device.server, kService, &device.service),
                  "add the service") &&
            add(kValue, kBleGattCharRead | kBleGattCharWrite, &valueCallbacks) &&
            add(kNumbers, kBleGattCharNotify, nullptr) &&
            add(kControl, kBleGattCharWrite, &controlCallbacks) &&
-           Check(BleGattServer::BleGattServerStartService(server, service), "start the service");
+           Check(BleGattServer::BleGattServerStartService(device.server, device.service),
+                 "start the service");
 }
 
-bool Advertise()
+bool Advertise(const Device& device)
 {
-    int advertiser = 0;
-    return Check(BleAdvertiser::BleAdvRegisterCallbacks(&advCallbacks, &advertiser),
-                 "register an advertiser") &&
-           Check(BleAdvertiser::BleStartAdvertise(advertiser, {}, {kAdvertisement, kScanResponse}),
-                 "advertise");
+    return Check(
+        BleAdvertiser::BleStartAdvertise(device.advertiser, {}, {kAdvertisement, kScanResponse}),
+        "advertise");
 }
 
-/// Publishes the numbers from 0 to one below the count.
-bool Count(int32_t server, int32_t service, std::uint32_t count)
+bool Begin(Device& device)
+{
+    return Serve(device) &&
+           Check(BleAdvertiser::BleAdvRegisterCallbacks(&advCallbacks, &device.advertiser),
+                 "register an advertiser") &&
+           Advertise(device);
+}
+
+/// What a bluetoothd that has just begun does not answer in time is tried again.
+template <typename Attempt>
+bool InTheEnd(const Attempt& attempt)
+{
+    return pelacon::test::Eventually(attempt, std::chrono::seconds(60),
+                                     std::chrono::milliseconds(500));
+}
+
+/// After trouble Bluetooth comes back by itself, or can be switched on.
+bool SwitchOn()
+{
+    return InTheEnd([] { return BleManager::IsBtEnabled() || (BleManager::BtEnable(), false); });
+}
+
+/// The library has kept the advertiser; servers are the program's to register again.
+void Obey(const std::string& command, Device& device)
+{
+    if (!SwitchOn()) {
+        std::puts("Bluetooth stays off");
+    } else if (command == "serve") {
+        BleGattServer::BleGattServerUnRegister(device.server);
+        Device next{.advertiser = device.advertiser};
+        if (Serve(next) && InTheEnd([&] { return Advertise(next); })) {
+            const std::lock_guard lock(mutex);
+            device = next;
+            std::puts("serves");
+        }
+    } else if (InTheEnd([&] { return Advertise(device); })) {
+        std::puts("advertises");
+    }
+}
+
+/// Publishes the numbers from 0 to one below the count, unless a client asks again meanwhile.
+void Count(const Device& device, std::uint32_t count)
 {
     for (std::uint32_t number = 0; number < count; ++number) {
         std::vector<uint8_t> value(kNumberSize, static_cast<uint8_t>(number));
         std::memcpy(value.data(), &number, sizeof number);
         std::unique_lock lock(mutex);
-        changed.wait(lock, [] { return isOver || underWay < kMostUnderWay; });
+        changed.wait(lock, [] { return isOver || wanted != 0 || underWay < kMostUnderWay; });
+        if (isOver || wanted != 0) {
+            return;
+        }
         ++underWay;
         lock.unlock();
-        if (!Check(BleGattServer::BleGattServerPublishNotify(server, service, kNumbers, value, 0),
+        if (!Check(BleGattServer::BleGattServerPublishNotify(device.server, device.service,
+                                                             kNumbers, value, 0),
                    "publish")) {
-            return false;
+            return;
         }
     }
-    return true;
+    std::printf("counted %u\n", count);
+}
+
+/// Counts whenever a client asks for it.
+void ServeClients(const Device& device)
+{
+    std::unique_lock lock(mutex);
+    for (;;) {
+        changed.wait(lock, [] { return isOver || wanted != 0; });
+        if (isOver) {
+            return;
+        }
+        const std::uint32_t count = std::exchange(wanted, 0);
+        underWay = 0;  // what was under way when a connection ended is not reported
+        const Device now = device;
+        lock.unlock();
+        Count(now, count);
+        lock.lock();
+    }
 }
 
 }  // namespace
@@ -103,36 +178,22 @@ int main()
 {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     PelaconSvcStart();
-    int32_t server = 0;
-    int32_t service = 0;
-    if (!Serve(server, service) || !Advertise()) {
+    Device device;
+    if (!SwitchOn() || !Begin(device)) {
         return 1;
     }
     std::puts("ready");
-    std::thread([] {
-        while (std::cin.get() != std::char_traits<char>::eof()) {
-        }
+    std::thread counter(ServeClients, std::ref(device));
+    for (std::string command; std::getline(std::cin, command);) {
+        Obey(command, device);
+    }
+    {
         const std::lock_guard lock(mutex);
         isOver = true;
         changed.notify_all();
-    }).detach();
-
-    std::unique_lock lock(mutex);
-    for (;;) {
-        changed.wait(lock, [] { return isOver || wanted != 0; });
-        if (isOver) {
-            break;
-        }
-        const std::uint32_t count = std::exchange(wanted, 0);
-        lock.unlock();
-        if (!Count(server, service, count)) {
-            return 1;
-        }
-        std::printf("counted %u\n", count);
-        lock.lock();
     }
-    lock.unlock();
-    BleGattServer::BleGattServerUnRegister(server);
+    counter.join();
+    BleGattServer::BleGattServerUnRegister(device.server);
     PelaconSvcStop();
     return 0;
 }

@@ -1,8 +1,8 @@
 // The library with a service on a real stack (hci0), and LibraryPeer on another one (hci1). Run in
 // the virtual machine, by tests/library.sh, which gives the peer's address.
 #include <PelaconSDK/PelaconSDK.h>
-#include <service/linux/HardwareAddress.h>
 #include <tests/radios/LibraryPeer.h>
+#include <tests/radios/PeerEvents.h>
 #include <tests/radios/SmallClient.h>
 
 #include <gmock/gmock.h>
@@ -12,13 +12,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <numeric>
-#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace pelacon::radios_test {
@@ -32,51 +29,19 @@ using std::chrono::seconds;
 // Emulation is slow, and a controller receives an advertisement about every ten seconds.
 constexpr seconds kPatience{120};
 
-/// A virtual controller fails a connection to one that is not advertising at that moment, where a
-/// real one waits, and the kernel does not get over the failure. When a connection has ended, the
-/// peer's kernel switches its advertising off and on.
-constexpr std::chrono::milliseconds kUntilThePeerAdvertises{500};
-
-/// What callbacks report; guarded by its mutex.
-struct Events {
+/// What the callback of a scan reports; guarded by the mutex.
+struct Results {
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<BleScanResultC> results;
-    std::vector<std::pair<int32_t, int32_t>> states;  // state, reason
-    std::vector<Bytes> values;
-
-    template <typename Condition>
-    bool Wait(const Condition& condition, Clock::duration patience = kPatience)
-    {
-        std::unique_lock lock(mutex);
-        return changed.wait_for(lock, patience, condition);
-    }
-    template <typename Change>
-    void Note(const Change& change)
-    {
-        const std::lock_guard lock(mutex);
-        change();
-        changed.notify_all();
-    }
 };
-Events events;
+Results scanned;
 
 BleScanCallbacksC scanCallbacks{nullptr, [](int32_t, BleScanResultC result) {
-                                    events.Note([&] { events.results.push_back(result); });
+                                    const std::lock_guard lock(scanned.mutex);
+                                    scanned.results.push_back(result);
+                                    scanned.changed.notify_all();
                                 }};
-BtGattClientCallbacksC clientCallbacks{
-    [](int32_t, int32_t state, int32_t reason) {
-        events.Note([&] { events.states.emplace_back(state, reason); });
-    },
-    [](int32_t, const char*, const char*, const uint8_t* data, uint32_t dataLen, int32_t) {
-        events.Note([&] { events.values.emplace_back(data, data + dataLen); });
-    }};
-
-std::uint64_t PeerAddress()
-{
-    const char* const text = std::getenv("PEER");
-    return service::linux_radios::ParseAddress(text != nullptr ? text : "").value_or(0);
-}
 
 class WithRealRadios : public testing::Test {
   protected:
@@ -84,11 +49,7 @@ class WithRealRadios : public testing::Test {
     {
         PelaconSvcStart();
         EXPECT_EQ(BleGattClient::BleGattClientRegister(&client), kBleStatusSuccess);
-        events.Note([] {
-            events.results.clear();
-            events.states.clear();
-            events.values.clear();
-        });
+        peerEvents.Forget(client);
     }
     ~WithRealRadios() override
     {
@@ -96,39 +57,13 @@ class WithRealRadios : public testing::Test {
         PelaconSvcStop();
     }
 
-    bool Connect() const
-    {
-        std::this_thread::sleep_for(kUntilThePeerAdvertises);
-        const std::size_t before = States();
-        BleGattClient::BleGattClientConnect(client, PeerAddress(), &clientCallbacks);
-        return events.Wait([&] { return events.states.size() > before; }) &&
-               LastState() == std::pair<int32_t, int32_t>(kBleGattConnected, kBleGattReasonNone);
-    }
-    bool Disconnect() const
-    {
-        const std::size_t before = States();
-        BleGattClient::BleGattClientDisconnect(client);
-        return events.Wait([&] {
-            return events.states.size() > before;
-        }) && LastState() == std::pair<int32_t, int32_t>(kBleGattDisconnected, kBleGattReasonLocal);
-    }
     bool Discover() const
     {
-        return Connect() &&
+        EXPECT_EQ(Connect(client, kPatience), PeerEvents::kConnected);
+        return !HasFailure() &&
                BleGattClient::BleGattClientSearchServices(client) == kBleStatusSuccess &&
                BleGattClient::BleGattClientGetService(client, kService) == kBleStatusSuccess;
     }
-    static std::size_t States()
-    {
-        const std::lock_guard lock(events.mutex);
-        return events.states.size();
-    }
-    static std::pair<int32_t, int32_t> LastState()
-    {
-        const std::lock_guard lock(events.mutex);
-        return events.states.back();
-    }
-
     BleStatusC Read(Bytes& value) const
     {
         return BleGattClient::BleGattClientReadCharacteristic(client, kService, kValue, &value);
@@ -147,8 +82,9 @@ TEST_F(WithRealRadios, AdvertisementsAreReceivedByteForByte)
     ASSERT_EQ(BleScanner::BleScanRegisterCallbacks(&scanCallbacks, &listener), kBleStatusSuccess);
     ASSERT_EQ(BleScanner::StartBleScan(listener, kBleScanLowLatency), kBleStatusSuccess);
     const auto isReceived = [](int32_t kind, const Bytes& data) {
-        return events.Wait([&] {
-            return std::ranges::any_of(events.results, [&](const BleScanResultC& result) {
+        std::unique_lock lock(scanned.mutex);
+        return scanned.changed.wait_for(lock, kPatience, [&] {
+            return std::ranges::any_of(scanned.results, [&](const BleScanResultC& result) {
                 return result.address == PeerAddress() && result.eventType == kind &&
                        Bytes(result.data, result.data + result.dataLen) == data;
             });
@@ -164,8 +100,8 @@ TEST_F(WithRealRadios, AdvertisementsAreReceivedByteForByte)
 TEST_F(WithRealRadios, FiftyConnectionsAreEstablishedAndEnded)
 {
     for (int round = 0; round < 50; ++round) {
-        ASSERT_TRUE(Discover()) << "round " << round << ", reason " << LastState().second;
-        ASSERT_TRUE(Disconnect()) << "round " << round << ", reason " << LastState().second;
+        ASSERT_TRUE(Discover()) << "round " << round;
+        ASSERT_EQ(Disconnect(client, kPatience), PeerEvents::kDisconnected) << "round " << round;
     }
 }
 
@@ -205,11 +141,10 @@ TEST_F(WithRealRadios, TenThousandNotificationsArriveInOrder)
     std::memcpy(count.data(), &kCount, sizeof kCount);
     ASSERT_EQ(BleGattClient::BleGattClientWriteCharacteristic(client, kService, kControl, count),
               kBleStatusSuccess);
-    EXPECT_TRUE(events.Wait([] { return events.values.size() >= kCount; }, 3 * kPatience))
-        << events.values.size();
-    const std::lock_guard lock(events.mutex);
+    EXPECT_TRUE(peerEvents.Wait([] { return peerEvents.values.size() >= kCount; }, 3 * kPatience));
+    const std::lock_guard lock(peerEvents.mutex);
     std::vector<std::uint32_t> received;
-    for (const Bytes& value : events.values) {
+    for (const Bytes& value : peerEvents.values) {
         ASSERT_EQ(value.size(), kNumberSize);
         std::memcpy(&received.emplace_back(), value.data(), sizeof received.back());
     }
