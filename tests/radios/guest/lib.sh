@@ -1,12 +1,39 @@
 # For tests in the guest, which begin with: . /mnt/tests/lib.sh
 
+# A test starts itself again, as a child with a limit.
+if [ -z "${LIMIT:-}" ]; then
+    read -r LIMIT </mnt/tests/limit
+    export LIMIT
+    timeout -k 20 "$LIMIT" bash "$0"
+    case $? in 124 | 137) echo "FAIL the test was ended after $LIMIT s" ;; esac
+    exit
+fi
+
 command_not_found_handle() {
-    echo "FAIL $1: no such command" >/dev/console
+    failed "$1: no such command" >/dev/console
     return 127
 }
 
-# A line with the time since the boot.
-up() { local t _; read -r t _ </proc/uptime; echo "[$t] $*"; }
+# What the test's programs and the kernel have logged last.
+print_logs() {
+    local log
+    for log in /tmp/*.log; do
+        case "$log" in */check.log | */prints.log | */exits.log | */gtest.log) continue ;; esac
+        [ ! -s "$log" ] || { echo "--- $log" && tail -n 40 "$log"; }
+    done
+    echo "--- the kernel's log"
+    dmesg | tail -n 20
+    [ ! -e /tmp/packets ] || { echo "--- the controllers' packets" && btmon -t -r /tmp/packets 2>&1 | tail -n 300; }
+}
+
+# failed NAME [LINES FILE]: prints FAIL with the name, and the last lines of the file; when something fails for the
+# first time, the logs as well.
+failed() {
+    echo "FAIL $1"
+    [ $# -lt 3 ] || tail -n "$2" "$3"
+    [ -e /tmp/failed ] || { : >/tmp/failed && print_logs; }
+}
+trap 'failed "the test ends in time"; exit 1' TERM
 
 # check NAME COMMAND...: prints PASS or FAIL with the name, and what a command that failed printed.
 check() {
@@ -15,8 +42,7 @@ check() {
     if "$@" >/tmp/check.log 2>&1; then
         echo "PASS $name"
     else
-        echo "FAIL $name"
-        tail -n 20 /tmp/check.log
+        failed "$name" 20 /tmp/check.log
         return 1
     fi
 }
@@ -26,11 +52,8 @@ gtest() {
     "$@" --gtest_color=no >/tmp/gtest.log 2>&1
     local code=$?
     sed -n 's/^\[       OK \] \(.*\) (.*/PASS \1/p; s/^\[  FAILED  \] \(.*\) (.*/FAIL \1/p' /tmp/gtest.log
-    grep -q '^\[       OK ' /tmp/gtest.log || echo "FAIL $*: no test has passed"
-    if [ $code -ne 0 ]; then
-        echo "FAIL $* ended with $code"
-        tail -n 80 /tmp/gtest.log
-    fi
+    grep -q '^\[       OK ' /tmp/gtest.log || failed "$*: no test has passed"
+    [ $code -eq 0 ] || failed "$* ended with $code" 80 /tmp/gtest.log
 }
 
 # wait_for SECONDS COMMAND...: until the command succeeds.
@@ -95,6 +118,7 @@ controllers_start() {
         btvirt -l2 -L >/tmp/btvirt.log 2>&1 &
         BTVIRT=$!
         if wait_for 10 python3 /mnt/tests/hci.py --ready 2; then
+            [ -e /tmp/packets ] || btmon -w /tmp/packets >/dev/null 2>&1 &
             return 0
         fi
         # On a machine this busy a controller was given up by the kernel: as if it were plugged in again.

@@ -110,7 +110,7 @@ network={
 }
 C
     ip netns exec far wpa_supplicant -B -i wlan1 -D nl80211 -c /tmp/station.conf -f /tmp/station.log
-    wait_for 60 eval 'quiet; station_is wpa_state=COMPLETED'
+    wait_for 90 eval 'quiet; station_is wpa_state=COMPLETED'
 }
 # quiet: a scan of NetworkManager's ends. An access point whose card scans does not receive what is sent meanwhile.
 quiet() { iw dev wlan0 scan abort 2>/dev/null || true; }
@@ -144,6 +144,6 @@ network={
 }
 C
     wpa_supplicant -B -i wlan0 -D nl80211 -c /tmp/home.conf -f /tmp/home.log
-    wait_for 40 home_is wpa_state=COMPLETED
+    wait_for 90 home_is wpa_state=COMPLETED
 }
 home_is() { wpa_cli -p /run/home -i wlan0 status | grep -q "^$1"; }

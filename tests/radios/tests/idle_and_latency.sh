@@ -12,7 +12,7 @@ cpu_before=$(cpu)
 sleep 30
 woken=$(($(wake_ups) - before))
 used=$(($(cpu) - cpu_before))
-echo "    in 30 s without traffic: $woken wake-ups, $used/100 s of CPU time"
+echo "FIGURE in 30 s without traffic: $woken wake-ups, $used/100 s of CPU time"
 check "less than one wake-up a second" test $woken -lt 30
 check "hardly any CPU time" test $used -le 10
 
@@ -20,5 +20,5 @@ python3 /mnt/tests/hci.py --count 1 &
 counter=$!
 export BLUETOOTHD
 gtest on hci0 "$STAGE/tests/radios_scan_latency_test"
-grep '^scan: ' /tmp/gtest.log | sed 's/^/    /'
+sed -n 's/^scan: /FIGURE &/p' /tmp/gtest.log
 kill $counter

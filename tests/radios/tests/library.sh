@@ -1,7 +1,6 @@
 # The library with a service on each controller: a program on hci1 is the device that one on hci0 uses.
 . /mnt/tests/lib.sh
 radios_start hci0 hci1
-on hci0 pelaconctl service status | sed 's/^/    /'
 PEER=$(address_of hci1)
 export PEER
 mkfifo /tmp/peer.in
@@ -10,9 +9,7 @@ peer=$!
 exec 3>/tmp/peer.in
 check "the peer is ready" wait_for 30 grep -q ready /tmp/peer.log || cat /tmp/peer.log
 gtest on hci0 "$STAGE/tests/radios_library_test"
-grep '^read: ' /tmp/gtest.log | sed 's/^/    /'
-sed 's/^/    /' /tmp/peer.log
-cat /tmp/service-hci0.log /tmp/service-hci1.log | sed 's/^/    /'
+sed -n 's/^read: /FIGURE &/p' /tmp/gtest.log
 exec 3>&-
 wait $peer
 check "the peer ends" test $? = 0

@@ -107,7 +107,6 @@ exec 4>&-
 exec 3>&-
 kill $serve $advertise
 wait $serve $advertise
-sed 's/^/    /' /tmp/serve.log
 
 echo "Their server, our client"
 python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
@@ -174,4 +173,3 @@ wait $subscribe
 check "the subscription ends" wait_for 60 grep -q "Notify sock closed" /tmp/bluetoothctl.log
 exec 4>&-
 wait $bluetoothctl
-sed 's/^/    /' /tmp/service-hci0.log

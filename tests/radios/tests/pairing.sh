@@ -19,4 +19,3 @@ check "service with --pair" service_start hci0 bluetooth=linux:hci0 --pair
 check "bluetooth is on" wait_for 30 prints 'is on' on hci0 pelaconctl bt status
 check "it is read then" prints 736563726574 value 7
 check "the devices are paired" paired
-sed 's/^/    /' /tmp/service-hci0.log
