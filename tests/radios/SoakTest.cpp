@@ -145,10 +145,20 @@ class RadioSoakTest : public testing::Test {
         ++rounds;
         log_ << rounds << ": " << line.value_or("no answer") << std::endl;
         roundsThatFailed += line == "round done" ? 0 : 1;
-        roundsThatFailedWithoutTrouble += line == "round done" || isDisturbed ? 0 : 1;
+        if (line != "round done" && !isDisturbed) {
+            ++roundsThatFailedWithoutTrouble;
+            PrintLogs(line.value_or("no answer"));
+        }
         if (trouble) {
             Recover(*trouble);
         }
+    }
+
+    /// What led to a failure; later the logs have gone on.
+    static void PrintLogs(const std::string& failure)
+    {
+        std::cout << "without trouble: " << failure << std::endl;
+        EXPECT_EQ(std::system("tail -n 60 /tmp/*.log; btmon -t -r /tmp/packets | tail -n 400"), 0);
     }
 
     Trouble NextTrouble()
