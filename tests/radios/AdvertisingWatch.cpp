@@ -41,9 +41,7 @@ AdvertisingWatch::AdvertisingWatch(std::uint16_t controller)
 {
     constexpr int kHciFilter = 2;
     const Filter filter;
-    const int room = 4 << 20;  // for what comes while nobody waits
-    if (setsockopt(socket_.Get(), 0, kHciFilter, &filter, sizeof filter) != 0 ||
-        setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room) != 0) {
+    if (setsockopt(socket_.Get(), 0, kHciFilter, &filter, sizeof filter) != 0) {
         throw std::system_error(errno, std::generic_category(), "cannot filter packets");
     }
 }
