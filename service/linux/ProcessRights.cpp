@@ -42,13 +42,16 @@ std::optional<Account> FindServiceAccount()
 
 bool Restrict(const ProcessRights& rights) noexcept
 {
-    std::uint64_t wanted = 0;
+    std::array<std::uint32_t, _LINUX_CAPABILITY_U32S_3> wanted{};
     for (const Capability capability : rights.capabilities) {
-        wanted |= std::uint64_t{1} << static_cast<unsigned>(capability);
+        const auto number = static_cast<unsigned>(capability);
+        wanted.at(number / 32) |= 1U << number % 32;
     }
     // Only with CAP_SETPCAP, as root has it: without, there are no others in the other sets.
-    for (int number = 0; prctl(PR_CAPBSET_READ, number, 0, 0, 0) >= 0; ++number) {
-        if ((wanted >> static_cast<unsigned>(number) & 1U) == 0) {
+    for (unsigned number = 0; prctl(PR_CAPBSET_READ, number, 0, 0, 0) >= 0; ++number) {
+        const bool isWanted =
+            number / 32 < wanted.size() && (wanted.at(number / 32) >> number % 32 & 1U) != 0;
+        if (!isWanted) {
             prctl(PR_CAPBSET_DROP, number, 0, 0, 0);
         }
     }
@@ -62,7 +65,7 @@ bool Restrict(const ProcessRights& rights) noexcept
     }
     for (std::size_t i = 0; i < sets.size(); ++i) {
         __user_cap_data_struct& set = sets.at(i);
-        set.permitted &= static_cast<std::uint32_t>(wanted >> 32U * i);
+        set.permitted &= wanted.at(i);
         set.effective = set.permitted;
         set.inheritable = set.permitted;
     }
