@@ -38,6 +38,29 @@ check "a scan and an advertisement" begin
 kill $scan $advertise
 wait $scan $advertise
 
+echo "bluetoothd is killed during a connection"
+counter="$(address_of hci1) 00000100-1234-5678-1234-56789abcdef0 00000102-1234-5678-1234-56789abcdef0"
+subscribe() { # until values are received
+    python3 /mnt/tests/gatt_peer.py hci1 >/tmp/peer.log 2>&1 &
+    peer=$!
+    wait_for 60 grep -q ready /tmp/peer.log || { cat /tmp/peer.log; return 1; }
+    : >/tmp/subscribe.log
+    exec_on hci0 pelaconctl gatt subscribe $counter >/tmp/subscribe.log 2>&1 &
+    subscribe=$!
+    wait_for 60 grep -q 000000 /tmp/subscribe.log || { cat /tmp/subscribe.log; return 1; }
+}
+no_link() { ! btmgmt --index 0 con | grep -q type; }
+for round in 1 2 3; do
+    check "a connection, $round" subscribe
+    check "the kernel shows it" test -n "$(btmgmt --index 0 con | grep type)"
+    kill -KILL "$(cat /run/bluetoothd.pid)"
+    check "it ends" wait_for 30 is_over "$subscribe"
+    check "bluetooth is on again by itself" wait_for 60 prints 'is on' control bt status
+    check "the kernel has no connection" wait_for 10 no_link
+    kill $peer
+    wait $peer
+done
+
 echo "bluetoothd hangs"
 kill -STOP "$(cat /run/bluetoothd.pid)"
 check "switching is answered" exits 1 'did not answer' control bt off
