@@ -81,6 +81,23 @@ wifi_service_start() {
     wait_for 30 grep -q ready /tmp/ready-wifi
 }
 
+# desktop_start [OPTIONS]: three cards, wpa_supplicant and NetworkManager as on a desktop, and the service.
+desktop_start() {
+    check "three cards" cards_start 3 || return 1
+    supplicant_start
+    leave_alone
+    check "NetworkManager" manager_start
+    check "a service" wifi_service_start "$@"
+}
+
+# installed_start: three cards, NetworkManager, and the account that the service's package makes.
+installed_start() {
+    check "three cards" cards_start 3 || return 1
+    leave_alone
+    check "NetworkManager" manager_start
+    useradd --system pelacon
+}
+
 control() { on wifi timeout 60 pelaconctl "$@"; }
 
 # only_channel CHANNEL: what the soft AP can choose: a card has one channel for all that it does.

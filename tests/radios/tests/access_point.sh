@@ -2,11 +2,7 @@
 # reported, pings the owner, and leaves. With what may go wrong.
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
-check "three cards" cards_start 3 || exit
-supplicant_start
-leave_alone
-check "NetworkManager" manager_start
-check "a service" wifi_service_start
+desktop_start || exit
 service=$SERVICE
 check "groups are possible" wait_for 20 prints "by an access point" wifi_status
 

@@ -1,11 +1,7 @@
 # A group beside the connection of NetworkManager, with a card that has one channel: the connection is never cut.
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
-check "three cards" cards_start 3 || exit
-supplicant_start
-leave_alone
-check "NetworkManager" manager_start
-check "a service" wifi_service_start
+desktop_start || exit
 check "another access point" access_point Home password99 6
 
 # It gives no addresses: NetworkManager would end the connection.

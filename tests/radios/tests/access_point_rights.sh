@@ -2,10 +2,7 @@
 # hand, with the account of the unit and without.
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
-check "three cards" cards_start 3 || exit
-leave_alone
-check "NetworkManager" manager_start
-useradd --system pelacon
+installed_start || exit
 mkdir -p /run/pelacon-wifi
 chown pelacon:pelacon /run/pelacon-wifi
 

@@ -2,11 +2,7 @@
 # back, the service or the card is gone, a scan forbids a move, and a group that comes later than the library waits.
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
-check "three cards" cards_start 3 || exit
-supplicant_start
-leave_alone
-check "NetworkManager" manager_start
-check "a service" wifi_service_start
+desktop_start || exit
 group() { control group create --channel 6 --json >/tmp/created && NAME=$(field ssid </tmp/created) PASS=$(field passPhrase </tmp/created); }
 group_is_there() { control group info --json | grep -q '"exists": *true' && test -e /sys/class/net/pelacon0; }
 

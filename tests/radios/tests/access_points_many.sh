@@ -2,11 +2,7 @@
 # a row, and ten services that are killed while they have one. Nothing is left of any of them.
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
-check "three cards" cards_start 3 || exit
-supplicant_start
-leave_alone
-check "NetworkManager" manager_start
-check "a service" wifi_service_start --log debug
+desktop_start --log debug || exit
 
 now() { date +%s%3N; }
 

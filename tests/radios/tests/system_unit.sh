@@ -2,10 +2,7 @@
 # more. With the rules that are installed beside it.
 . /mnt/tests/lib.sh
 . /mnt/tests/wifi_lib.sh
-check "three cards" cards_start 3 || exit
-leave_alone
-check "NetworkManager" manager_start
-useradd --system pelacon
+installed_start || exit
 install -D -m 644 /mnt/tests/polkit.rules /etc/polkit-1/rules.d/50-pelacon.rules
 install -D "$STAGE/libexec/pelacon/PelaconService" /usr/libexec/pelacon/PelaconService
 sed 's|@CMAKE_INSTALL_FULL_LIBEXECDIR@|/usr/libexec|; s|@CMAKE_INSTALL_FULL_DOCDIR@|/usr/share/doc|' \
