@@ -171,20 +171,13 @@ class RadioSoakTest : public testing::Test {
 
     void PrintLine(Clock::time_point begin)
     {
-        const nlohmann::json now = client.Report();
-        const auto since = [&](const char* name) {
-            return now[name].get<std::uint64_t>() - last_.value(name, std::uint64_t{0});
-        };
-        std::cout << std::chrono::duration_cast<seconds>(Clock::now() - begin).count()
-                  << " s: " << since("answered") << " answers, " << since("failed")
-                  << " calls failed, " << now["wrong"] << " wrong in all " << now["firstWrong"]
-                  << ", slowest " << now["slowestMs"] << " ms, " << since("scanResults")
-                  << " scan results, " << since("notifications") << " notifications; " << rounds
-                  << " connections, " << roundsThatFailed << " of them ended early; " << troubles
+        const nlohmann::json report = client.Report();
+        std::cout << client.Progress(begin, report) << ", " << report["firstWrong"] << ", "
+                  << report["notifications"] << " notifications, " << rounds << " connections, "
+                  << roundsThatFailed << " of them ended early, " << troubles
                   << " troubles; client " << UsageOf(client.Id()) << "; service "
                   << UsageOf(service.Id()) << "; peer " << UsageOf(peer.Id()) << "; its service "
                   << UsageOf(peersService.Id()) << std::endl;
-        last_ = now;
     }
 
     RadioService service{"hci0", "bluetooth=linux:hci0,wifi=linux:wlan0"};
@@ -202,7 +195,6 @@ class RadioSoakTest : public testing::Test {
 
   private:
     std::ofstream log_{"/tmp/soak.log"};
-    nlohmann::json last_ = nlohmann::json::object();
     std::minstd_rand random_{static_cast<unsigned>(Clock::now().time_since_epoch().count())};
 };
 

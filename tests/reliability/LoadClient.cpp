@@ -1,7 +1,6 @@
 #include <tests/reliability/LoadClient.h>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <iomanip>
@@ -62,6 +61,22 @@ nlohmann::json LoadClient::Report()
     }
     ADD_FAILURE() << "the client has ended: " << process_.Errors();
     return {};
+}
+
+std::string LoadClient::Progress(std::chrono::steady_clock::time_point begin,
+                                 const nlohmann::json& report)
+{
+    const auto since = [&](const char* name) {
+        return report[name].get<std::uint64_t>() - last_.value(name, std::uint64_t{0});
+    };
+    const auto elapsed = std::chrono::steady_clock::now() - begin;
+    std::ostringstream text;
+    text << std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()
+         << " s: " << since("answered") << " answers, " << since("failed") << " calls failed, "
+         << since("scanResults") << " scan results; in all " << report["wrong"]
+         << " wrong, slowest " << report["slowestMs"] << " ms";
+    last_ = report;
+    return text.str();
 }
 
 void LoadClient::Kill()

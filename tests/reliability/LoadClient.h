@@ -4,7 +4,7 @@
 #include <tests/support/ChildProcess.h>
 #include <tests/support/TimeLimit.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <cstdint>
@@ -43,14 +43,18 @@ class LoadClient {
     /// What has happened so far.
     nlohmann::json Report();
 
+    /// A report in words: what has happened since the one before, and the time since `begin`.
+    std::string Progress(std::chrono::steady_clock::time_point begin, const nlohmann::json& report);
+
     void Kill();
 
-    /// Lets it stop the library and end. Returns its exit code.
+    /// Stops the library in it, and ends it. Returns its exit code.
     int End();
 
   private:
     ChildProcess process_;
     std::int32_t listener_ = 0;
+    nlohmann::json last_ = nlohmann::json::object();  // what Progress was given
 };
 
 /// Expects that no call of the report took longer than its time-out and 100 ms, apart from the

@@ -65,17 +65,9 @@ class SoakTest : public ::testing::Test {
     /// One line: what the client has done since the last one.
     void PrintLine(Clock::time_point begin)
     {
-        const nlohmann::json now = client.Report();
-        const auto since = [&](const char* name) {
-            return now[name].get<std::uint64_t>() - last_.value(name, std::uint64_t{0});
-        };
-        std::cout << std::chrono::duration_cast<seconds>(Clock::now() - begin).count()
-                  << " s: " << since("answered") << " answers, " << since("failed")
-                  << " calls failed, " << now["wrong"] << " wrong in all, slowest "
-                  << now["slowestMs"] << " ms, " << since("scanResults") << " scan results, "
-                  << disturbances << " disturbances; client " << UsageOf(client.Id())
-                  << "; service " << UsageOf(ServiceId()) << std::endl;
-        last_ = now;
+        std::cout << client.Progress(begin, client.Report()) << ", " << disturbances
+                  << " disturbances; client " << UsageOf(client.Id()) << "; service "
+                  << UsageOf(ServiceId()) << std::endl;
     }
 
     ServiceProcess service;
@@ -85,7 +77,6 @@ class SoakTest : public ::testing::Test {
     bool isWarmingUp = true;
 
   private:
-    nlohmann::json last_ = nlohmann::json::object();
     std::minstd_rand random_{static_cast<unsigned>(Clock::now().time_since_epoch().count())};
 };
 
