@@ -3,6 +3,7 @@
 #include <IPCMessage/Outbox.h>
 #include <service/base/Scheduler.h>
 #include <tests/service/TestClient.h>
+#include <tests/support/SendOnlyConnection.h>
 
 #include <gtest/gtest.h>
 
@@ -14,33 +15,18 @@ namespace {
 using namespace std::chrono_literals;
 
 /// Counts the records that are sent.
-class CountingConnection : public ipc::Connection {
+class CountingConnection : public test::SendOnlyConnection {
   public:
+    using SendOnlyConnection::Send;
+
     std::atomic<int> records{0};
 
-    const ipc::Peer& GetPeer() const noexcept override { return peer_; }
     ipc::IoStatus Send(std::span<const std::uint8_t> /*frame*/) override
     {
         ++records;
         return ipc::IoStatus::kDone;
     }
-    ipc::IoStatus Send(std::span<const std::uint8_t> frame, ipc::Deadline& /*deadline*/) override
-    {
-        return Send(frame);
-    }
     ipc::IoStatus TrySend(std::span<const std::uint8_t> frame) override { return Send(frame); }
-    ipc::IoResult Receive(std::span<std::uint8_t> /*room*/) override { return {}; }
-    ipc::IoResult Receive(std::span<std::uint8_t> /*room*/, ipc::Deadline& /*deadline*/) override
-    {
-        return {};
-    }
-    ipc::IoStatus ReceiveSome(ipc::FrameBatch& /*batch*/) override { return ipc::IoStatus::kLost; }
-    bool IsConnected() noexcept override { return true; }
-    void StopReceiving() noexcept override {}
-    void Shutdown() noexcept override {}
-
-  private:
-    ipc::Peer peer_;
 };
 
 class NotifiedTogetherTest : public testing::Test {
