@@ -65,7 +65,7 @@ class World {
         }
     }
 
-    /// Waits until the service serves so many connections for requests.
+    /// Waits until the service has at least `count` connections for requests.
     static void AwaitConnections(std::size_t count)
     {
         const std::string key = R"("callConnections":)";

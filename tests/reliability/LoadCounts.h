@@ -16,8 +16,8 @@ namespace pelacon::test {
 /// May be used by several threads.
 class LoadCounts {
   public:
-    /// Counts an answer, unless the operation failed for want of a service or a radio. Of the first
-    /// one that is wrong, `what` is reported.
+    /// Counts the result of a call. A call is not answered if there was no service or no radio. The
+    /// report has the `what` of the first answer that is wrong.
     void Judge(bool isAnswered, bool isRight, std::string_view what = "")
     {
         ++(isAnswered ? answered_ : failed_);

@@ -230,7 +230,8 @@ TEST_F(RealGroups, ReportTheAddressThatAStationGetsWhenItJoinsAgain)
     ASSERT_TRUE(Eventually([this] { return stations.size() == 2; }));
     Tell("event AP-STA-CONNECTED 02:00:00:00:01:ab");
     Tell("event AP-CSA-FINISHED freq=2412");
-    ASSERT_TRUE(Eventually([this] { return groups.size() == 2; })) << "what was told is done";
+    ASSERT_TRUE(Eventually([this] { return groups.size() == 2; }))
+        << "the events before this one have been handled, too";
     GiveAddress("192.168.49.11", 1'700'000'060);
     ASSERT_TRUE(Eventually([this] { return stations.size() == 3; }));
     Locked([this] { EXPECT_EQ(stations.back(), "joined 192.168.49.11"); });
